@@ -1,0 +1,5 @@
+#pragma once
+
+/// The whole public interface of oxShared.
+
+#include "shared/export.h"
