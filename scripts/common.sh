@@ -1,0 +1,18 @@
+# Sourced by the other scripts: the folder of the project, its caches, and how a script speaks.
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cache=${XDG_CACHE_HOME:-$HOME/.cache}/oxshared
+export CCACHE_DIR=${CCACHE_DIR:-$cache/ccache}
+
+say() { printf '== %s\n' "$*"; }
+fail() { printf '%s: %s\n' "$(basename "$0")" "$*" >&2; exit 1; }
+
+# Configures and builds a preset. Its output is shown only when it fails.
+build_preset() { # preset
+  say "building (preset $1)"
+  local log=$root/build/$1.log
+  mkdir -p "$root/build"
+  if ! (cd "$root" && cmake --preset "$1" && cmake --build --preset "$1") >"$log" 2>&1; then
+    tail -n 60 "$log" >&2
+    fail "the build of preset $1 failed; the whole log is in $log"
+  fi
+}

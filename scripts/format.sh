@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# Formats all C++ sources, or with --check only says which are not formatted:
+#   scripts/format.sh [--check]
+set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+case ${1:-} in
+  '') mode=(-i) ;;
+  --check) mode=(--dry-run --Werror) ;;
+  *) fail "unknown argument '$1'; it takes --check or nothing" ;;
+esac
+"$root/scripts/setup.sh" format
+cd "$root"
+git ls-files -z -co --exclude-standard -- '*.h' '*.cpp' | xargs -0 -r clang-format "${mode[@]}"

@@ -1,0 +1,49 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that are missing, for the build alone or for more:
+#   scripts/setup.sh [build|test|bench|format|qt5]…
+set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+packages_of() {
+  case $1 in
+    build) echo g++ cmake ninja-build ccache pkg-config qt6-base-dev zlib1g-dev libcli11-dev ;;
+    test) echo libgtest-dev gzip python3 util-linux ;;
+    bench) echo libbenchmark-dev libdeflate-dev libisal-dev libboost-dev ;;
+    format) echo clang-format ;;
+    qt5) echo qtbase5-dev ;;
+    *) fail "there is no set '$1'; the sets are: build test bench format qt5" ;;
+  esac
+}
+
+wanted=()
+for set in build "$@"; do
+  packages=$(packages_of "$set") || exit 1
+  read -ra names <<<"$packages"
+  wanted+=("${names[@]}")
+done
+
+missing=()
+for package in "${wanted[@]}"; do
+  status=$(dpkg-query -W -f '${Status}' "$package" 2>/dev/null || true)
+  [ "$status" = "install ok installed" ] || missing+=("$package")
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+  command -v sudo >/dev/null ||
+    fail "these packages are missing: ${missing[*]}. Install them as root, or install sudo."
+  as_root=(sudo)
+fi
+
+apt() {
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get -qq -y -o DPkg::Lock::Timeout=300 "$@" </dev/null
+}
+say "installing ${missing[*]} (a few minutes on a fresh machine)"
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+if ! { apt update && apt install --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
+  tail -n 20 "$log" >&2
+  fail "apt could not install them"
+fi

@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds the library, the tool and the tests, and runs all tests:
+#   scripts/test.sh [PRESET] [CTEST-ARGUMENT…]     PRESET: dev (the default), asan or qt5
+set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+preset=dev
+case ${1:-} in
+  dev | asan | qt5) preset=$1; shift ;;
+  '' | -*) ;;
+  *) fail "there is no preset '$1' to test; it is dev, asan or qt5" ;;
+esac
+sets=(test)
+[ "$preset" != qt5 ] || sets+=(qt5)
+
+"$root/scripts/setup.sh" "${sets[@]}"
+build_preset "$preset"
+say "testing (preset $preset)"
+cd "$root"
+exec ctest --preset "$preset" "$@"

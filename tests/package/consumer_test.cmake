@@ -1,0 +1,36 @@
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
+  if(NOT status EQUAL 0)
+    message(FATAL_ERROR "${ARGN}\nended with ${status}:\n${output}")
+  endif()
+  set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+function(expect_consumer_output)
+  if(NOT output MATCHES "^read back, CRC-32 ")
+    message(FATAL_ERROR "the consumer printed:\n${output}")
+  endif()
+  message(STATUS "${output}")
+endfunction()
+
+set(prefix "${WORK_DIR}/installed")
+set(build "${WORK_DIR}/consumer")
+file(REMOVE_RECURSE "${prefix}" "${build}")
+run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}")
+
+run(${CMAKE_COMMAND} -S "${CONSUMER_DIR}" -B "${build}" -DCMAKE_PREFIX_PATH=${prefix}
+    -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_BUILD_TYPE=Release)
+run(${CMAKE_COMMAND} --build "${build}")
+run("${build}/consumer")
+expect_consumer_output()
+
+find_program(PKG_CONFIG pkg-config)
+if(PKG_CONFIG)
+  set(ENV{PKG_CONFIG_PATH} "${prefix}/${LIB_DIR}/pkgconfig")
+  run(${PKG_CONFIG} --cflags --libs oxShared)
+  separate_arguments(flags UNIX_COMMAND "${output}")
+  run(${COMPILER} -std=c++20 -fPIC "${CONSUMER_DIR}/main.cpp" -o "${build}/consumer-pkg-config" ${flags}
+      "-Wl,-rpath,${prefix}/${LIB_DIR}")
+  run("${build}/consumer-pkg-config")
+  expect_consumer_output()
+endif()
