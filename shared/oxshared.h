@@ -3,3 +3,5 @@
 /// The whole public interface of oxShared.
 
 #include "shared/export.h"
+#include "shared/platform/types.h"
+#include "shared/text/encoding.h"

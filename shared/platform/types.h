@@ -1,0 +1,19 @@
+#pragma once
+
+/// The system's own types that the interface names. On Windows they are the system's, declared
+/// without its headers; elsewhere they are plain types of the same name and size.
+
+#include <cstdint>
+
+#ifdef _WIN32
+struct _FILETIME;
+using FILETIME = _FILETIME;
+#else
+using __int64 = std::int64_t;
+
+/// A point in time: 100-nanosecond ticks since 1601-01-01 UTC, in two halves.
+struct FILETIME {
+    std::uint32_t dwLowDateTime;
+    std::uint32_t dwHighDateTime;
+};
+#endif

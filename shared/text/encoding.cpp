@@ -1,0 +1,500 @@
+#include "shared/text/encoding.h"
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace
+{
+
+using Text = std::u16string;
+using View = std::u16string_view;
+constexpr std::size_t none = View::npos;
+
+View viewOf(QString const & text)
+{
+    QStringView const view = text;
+    return {view.utf16(), static_cast<std::size_t>(view.size())};
+}
+
+QString toQString(Text const & text)
+{
+    return QStringView(text).toString();
+}
+
+bool isWide(char16_t c)
+{
+    return c > 0xFF;
+}
+
+bool holdsWide(View text)
+{
+    return std::any_of(text.begin(), text.end(), isWide);
+}
+
+char16_t asciiLower(char16_t c)
+{
+    return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c;
+}
+
+char16_t asciiUpper(char16_t c)
+{
+    return c >= u'a' && c <= u'z' ? static_cast<char16_t>(c - 32) : c;
+}
+
+bool equalsIgnoringCase(View text, View lower)
+{
+    return std::equal(text.begin(), text.end(), lower.begin(), lower.end(),
+                      [](char16_t a, char16_t b) { return asciiLower(a) == b; });
+}
+
+bool startsWithIgnoringCase(View text, View lower)
+{
+    return equalsIgnoringCase(text.substr(0, lower.size()), lower);
+}
+
+/// The characters of one run in the text behind its marker: `first` to `last`, and where the text
+/// goes on.
+struct Run {
+    std::size_t first;
+    std::size_t last;
+    std::size_t next;
+};
+
+/// The bytes of a word as UTF-8. A lone surrogate gets its three-byte form, so that it comes back.
+class Utf8Run
+{
+  public:
+    static constexpr View marker = u"<utf8";
+    static constexpr View separators = u" \n\r\t";
+
+    static void encode(View word, Text & out);
+    static Text decode(View run);
+
+    /// Where the encoder closed a run of which no original was kept. Its bytes hold no separator,
+    /// so the word that the marker opens ends with the closing ">".
+    static std::optional<Run> plainRun(View text, std::size_t at, std::size_t limit);
+    static Run otherRun(View text, std::size_t at, std::size_t limit);
+};
+
+class Uni16Run
+{
+  public:
+    static constexpr View marker = u"<uni16";
+    static constexpr View separators = u" ";
+
+    static void encode(View word, Text & out);
+    static Text decode(View run);
+
+    /// Where the encoder closed a run of which no original was kept: at the first ">" that begins a
+    /// pair and has a separator or nothing behind it.
+    static std::optional<Run> plainRun(View text, std::size_t at, std::size_t limit);
+    static Run otherRun(View text, std::size_t at, std::size_t limit);
+};
+
+bool isSeparator(char16_t c, View separators)
+{
+    return separators.find(c) != none;
+}
+
+/// True when a word may end before `at`.
+bool endsWord(View text, std::size_t at, View separators)
+{
+    return at == text.size() || isSeparator(text[at], separators);
+}
+
+Run unclosedRun(View text, std::size_t at)
+{
+    // The last character of the text stays outside, as the farm's other decoders leave it.
+    std::size_t const last = std::max(at, text.size() - 1);
+    return {at, last, last};
+}
+
+void Utf8Run::encode(View word, Text & out)
+{
+    auto const put = [&out](unsigned byte) { out.push_back(static_cast<char16_t>(byte)); };
+    auto const putTail = [&put](unsigned bits) { put(0x80 | (bits & 0x3F)); };
+    for (std::size_t i = 0; i < word.size(); ++i) {
+        unsigned code = word[i];
+        bool const pair =
+            (code & 0xFC00) == 0xD800 && i + 1 < word.size() && (word[i + 1] & 0xFC00) == 0xDC00;
+        if (pair)
+            code = 0x10000 + ((code & 0x3FF) << 10) + (word[++i] & 0x3FFu);
+        if (code < 0x80) {
+            put(code);
+        } else if (code < 0x800) {
+            put(0xC0 | code >> 6);
+            putTail(code);
+        } else if (code < 0x10000) {
+            put(0xE0 | code >> 12);
+            putTail(code >> 6);
+            putTail(code);
+        } else {
+            put(0xF0 | code >> 18);
+            putTail(code >> 12);
+            putTail(code >> 6);
+            putTail(code);
+        }
+    }
+}
+
+struct CodePoint {
+    unsigned value;
+    std::size_t length;
+};
+
+/// The code point at the start of UTF-8 bytes; U+FFFD of length 1 where they are no UTF-8.
+CodePoint firstCodePoint(View bytes)
+{
+    static constexpr unsigned smallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    static constexpr CodePoint invalid{0xFFFD, 1};
+    unsigned const lead = bytes[0];
+    if (lead < 0x80)
+        return {lead, 1};
+    std::size_t const length = lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    if (length == 0 || lead > 0xF4 || bytes.size() < length)
+        return isWide(bytes[0]) ? CodePoint{u'?', 1} : invalid;
+    unsigned value = lead & (0xFFu >> (length + 1));
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((bytes[i] & 0xFFC0) != 0x80)
+            return invalid;
+        value = value << 6 | (bytes[i] & 0x3Fu);
+    }
+    return value < smallest[length] || value > 0x10FFFF ? invalid : CodePoint{value, length};
+}
+
+Text Utf8Run::decode(View run)
+{
+    Text out;
+    out.reserve(run.size());
+    while (!run.empty()) {
+        auto const [code, length] = firstCodePoint(run);
+        run.remove_prefix(length);
+        if (code >= 0x10000) {
+            out.push_back(static_cast<char16_t>(0xD7C0 + (code >> 10)));
+            out.push_back(static_cast<char16_t>(0xDC00 | (code & 0x3FF)));
+        } else {
+            out.push_back(static_cast<char16_t>(code));
+        }
+    }
+    return out;
+}
+
+std::optional<Run> Utf8Run::plainRun(View text, std::size_t at, std::size_t limit)
+{
+    std::size_t const end = std::min(text.find_first_of(separators, at), text.size());
+    if (end > limit || end == at || text[end - 1] != u'>')
+        return std::nullopt;
+    View const bytes = text.substr(at, end - 1 - at);
+    Text const word = decode(bytes);
+    Text again;
+    encode(word, again);
+    if (!holdsWide(word) || again != bytes)
+        return std::nullopt;
+    return Run{at, end - 1, end};
+}
+
+Run Utf8Run::otherRun(View text, std::size_t at, std::size_t)
+{
+    if (at < text.size() && text[at] == u' ')
+        ++at;
+    std::size_t const close = text.find(u'>', at);
+    Run run = close == none ? unclosedRun(text, at) : Run{at, close, close + 1};
+    // Only what no word can hold is cut: a wider trim would cut the bytes A0 and 85, which end
+    // common letters.
+    while (run.first < run.last && isSeparator(text[run.first], separators))
+        ++run.first;
+    while (run.first < run.last && isSeparator(text[run.last - 1], separators))
+        --run.last;
+    return run;
+}
+
+void Uni16Run::encode(View word, Text & out)
+{
+    for (char16_t const unit : word) {
+        out.push_back(unit >> 8);
+        out.push_back(unit & 0xFF);
+    }
+}
+
+Text Uni16Run::decode(View run)
+{
+    Text out;
+    out.reserve(run.size() / 2);
+    for (std::size_t i = 0; i + 1 < run.size(); i += 2)
+        out.push_back(static_cast<char16_t>(run[i] << 8 | (run[i + 1] & 0xFF)));
+    return out;
+}
+
+std::optional<Run> Uni16Run::plainRun(View text, std::size_t at, std::size_t limit)
+{
+    for (std::size_t first = at; first <= at + 1; ++first) {
+        for (std::size_t i = first; i < limit; i += 2) {
+            if (text[i] == u'>' && endsWord(text, i + 1, separators))
+                return Run{first, i, i + 1};
+        }
+        if (at == text.size() || text[at] != u' ')
+            break;
+    }
+    return std::nullopt;
+}
+
+Run Uni16Run::otherRun(View text, std::size_t at, std::size_t limit)
+{
+    std::size_t const nearest = text.find(u'>', at);
+    std::size_t close = nearest;
+    if (nearest >= limit)
+        limit = text.size();
+    while (close < limit && (close - at) % 2 != 0)
+        close = text.find(u'>', close + 1);
+    if (close >= limit)
+        close = nearest;
+    Run run = close == none ? unclosedRun(text, at) : Run{at, close, close + 1};
+    if ((run.last - run.first) % 2 != 0 && text[at] == u' ')
+        ++run.first;
+    return run;
+}
+
+template <class Format>
+std::size_t findMarker(View text)
+{
+    auto const found =
+        std::search(text.begin(), text.end(), Format::marker.begin(), Format::marker.end(),
+                    [](char16_t a, char16_t b) { return asciiLower(a) == b; });
+    return found == text.end() ? none : static_cast<std::size_t>(found - text.begin());
+}
+
+template <class Format>
+QString encodeRuns(QString const & source, bool keepOriginal)
+{
+    View const text = viewOf(source);
+    if (!holdsWide(text) || findMarker<Format>(text) != none)
+        return source;
+    Text out;
+    out.reserve(text.size() * 3);
+    for (std::size_t at = 0; at < text.size();) {
+        std::size_t const end = std::min(text.find_first_of(Format::separators, at), text.size());
+        View const word = text.substr(at, end - at);
+        bool const wide = holdsWide(word);
+        if (wide) {
+            std::transform(Format::marker.begin(), Format::marker.end(), std::back_inserter(out),
+                           asciiUpper);
+            Format::encode(word, out);
+            out += u'>';
+        }
+        if (!wide || keepOriginal)
+            out += word;
+        if (end < text.size())
+            out += text[end];
+        at = end + 1;
+    }
+    return toQString(out);
+}
+
+/// Where no byte of a run can lie any more: at the next marker or at a character above 255.
+template <class Format>
+std::size_t runLimit(View text, std::size_t at)
+{
+    for (; at < text.size(); ++at) {
+        if (isWide(text[at]) ||
+            (text[at] == u'<' && startsWithIgnoringCase(text.substr(at), Format::marker)))
+            break;
+    }
+    return at;
+}
+
+/// Where the encoder closed a run whose original it kept: the ">" between the bytes and the very
+/// word they stand for. `wide` is the word's first character above 255.
+template <class Format>
+std::optional<Run> keptRun(View text, std::size_t at, std::size_t wide)
+{
+    if (wide == text.size() || !isWide(text[wide]))
+        return std::nullopt;
+    std::size_t const end = std::min(text.find_first_of(Format::separators, wide), text.size());
+    Text bytes;
+    Format::encode(text.substr(wide, end - wide), bytes);
+    std::size_t length = bytes.size();
+    for (std::size_t close = wide; close-- > at && close - at >= length;) {
+        if (text[close] == u'>' && close - at == length) {
+            bytes.clear();
+            Format::encode(text.substr(close + 1, end - close - 1), bytes);
+            return bytes == text.substr(at, length) ? std::optional(Run{at, close, close + 1})
+                                                    : std::nullopt;
+        }
+        if (isSeparator(text[close], Format::separators))
+            break;
+        bytes.clear();
+        Format::encode(text.substr(close, 1), bytes);
+        length += bytes.size();
+    }
+    return std::nullopt;
+}
+
+/// The run whose marker ends before `at`. The farm's rule is that the first ">" closes, but a word
+/// may hold that character, or a byte of its code. The encoder only writes runs that begin a word
+/// and end with it, which tells where it closed the run; any other run goes by the farm's rule.
+template <class Format>
+Run findRun(View text, std::size_t at, bool beginsWord)
+{
+    std::size_t const limit = runLimit<Format>(text, at);
+    if (beginsWord) {
+        if (auto const run = keptRun<Format>(text, at, limit))
+            return *run;
+        if (auto const run = Format::plainRun(text, at, limit))
+            return *run;
+    }
+    return Format::otherRun(text, at, limit);
+}
+
+template <class Format>
+QString decodeRuns(QString const & source)
+{
+    std::size_t const first = findMarker<Format>(viewOf(source));
+    if (first == none)
+        return source;
+    Text text(viewOf(source));
+    Text out = text.substr(0, first);
+    out.reserve(text.size());
+    for (std::size_t at = first; at < text.size();) {
+        out.push_back(text[at++]);
+        if (out.size() < Format::marker.size() ||
+            !equalsIgnoringCase(View(out).substr(out.size() - Format::marker.size()),
+                                Format::marker))
+            continue;
+        out.resize(out.size() - Format::marker.size());
+        Run const run =
+            findRun<Format>(text, at, out.empty() || isSeparator(out.back(), Format::separators));
+        Text const word = Format::decode(View(text).substr(run.first, run.last - run.first));
+        // The word is read again, since it may hold or complete a marker. It is never longer than
+        // its run, and each marker makes the text shorter, so this ends.
+        at = run.next - word.size();
+        std::copy(word.begin(), word.end(), text.begin() + static_cast<std::ptrdiff_t>(at));
+    }
+    return toQString(out);
+}
+
+struct XmlEntity {
+    char16_t character;
+    QLatin1String text;
+};
+
+/// In the order of decoding: "&amp;" comes behind the named entities, so that an escaped entity is
+/// decoded once.
+constexpr XmlEntity xmlEntities[] = {
+    {u'<', QLatin1String("&lt;", 4)},        {u'>', QLatin1String("&gt;", 4)},
+    {u'"', QLatin1String("&quot;", 6)},      {u'\'', QLatin1String("&apos;", 6)},
+    {u'&', QLatin1String("&amp;", 5)},       {u'\u00C4', QLatin1String("&#196;", 6)},
+    {u'\u00D6', QLatin1String("&#214;", 6)}, {u'\u00DC', QLatin1String("&#220;", 6)},
+    {u'\u00E4', QLatin1String("&#228;", 6)}, {u'\u00F6', QLatin1String("&#246;", 6)},
+    {u'\u00FC', QLatin1String("&#252;", 6)}, {u'\u00DF', QLatin1String("&#223;", 6)},
+};
+
+QString throughLatin1(QString const & text)
+{
+    return QString::fromLatin1(text.toLatin1());
+}
+
+/// The number of an address field, or empty when it is none of 0 to 255.
+std::optional<unsigned> addressField(View digits)
+{
+    if (digits.empty() || digits.size() > 3)
+        return std::nullopt;
+    unsigned value = 0;
+    for (char16_t const digit : digits) {
+        if (digit < u'0' || digit > u'9')
+            return std::nullopt;
+        value = value * 10 + (digit - u'0');
+    }
+    return value <= 255 ? std::optional(value) : std::nullopt;
+}
+
+} // namespace
+
+QString oxToOXUTF8(QString text, bool keepOriginal)
+{
+    return encodeRuns<Utf8Run>(text, keepOriginal);
+}
+
+QString oxFromOXUTF8(QString text)
+{
+    return decodeRuns<Utf8Run>(text);
+}
+
+QString oxToOXUni16(QString text, bool keepOriginal)
+{
+    return encodeRuns<Uni16Run>(text, keepOriginal);
+}
+
+QString oxFromOXUni16(QString text)
+{
+    return decodeRuns<Uni16Run>(text);
+}
+
+QString toXmlString(QString text)
+{
+    QString out;
+    out.reserve(text.size() + text.size() / 8);
+    for (QChar const c : text) {
+        auto const entity = std::find_if(std::begin(xmlEntities), std::end(xmlEntities),
+                                         [c](XmlEntity const & e) { return c == e.character; });
+        if (entity == std::end(xmlEntities))
+            out += c;
+        else
+            out += entity->text;
+    }
+    return throughLatin1(out);
+}
+
+QString fromXmlString(QString text)
+{
+    for (XmlEntity const & entity : xmlEntities)
+        text.replace(entity.text, QString(QChar(entity.character)));
+    return throughLatin1(text);
+}
+
+QString oxCalcShortName(QString const & name)
+{
+    static constexpr View kept = u"ABCDEFGHIJKLMNOPQRSTUVWXYZ123456789_-";
+    View rest = viewOf(name);
+    Text out;
+    for (View const prefix : {View(u"co"), View(u"pp"), View(u"os")}) {
+        bool const exempt = prefix == u"co" && (equalsIgnoringCase(rest, u"color_id") ||
+                                                equalsIgnoringCase(rest, u"companyprojectname"));
+        if (exempt || !startsWithIgnoringCase(rest, prefix))
+            continue;
+        out = prefix;
+        rest.remove_prefix(prefix.size());
+        break;
+    }
+    std::copy_if(rest.begin(), rest.end(), std::back_inserter(out),
+                 [](char16_t c) { return kept.find(c) != none; });
+    return toQString(out);
+}
+
+bool oxIsDigit(unsigned short const & c)
+{
+    return (c >= u'0' && c <= u'9') || c == u'-';
+}
+
+unsigned int IPString2IP(QString ip, bool const & lastByteFull)
+{
+    View rest = viewOf(ip);
+    auto field = addressField(rest.substr(0, rest.find(u'.')));
+    if (!field)
+        return 0;
+    unsigned address = *field << 24;
+    for (int shift : {16, 8}) {
+        // The farm writes every field three digits wide; a shorter one in the middle fails.
+        rest.remove_prefix(std::min<std::size_t>(4, rest.size()));
+        field = addressField(rest.substr(0, 3));
+        if (!field)
+            return 0;
+        address |= *field << shift;
+    }
+    if (rest.size() <= 4)
+        return address | (lastByteFull ? 255 : 0);
+    field = addressField(rest.substr(4, 3));
+    return field ? address | *field : 0;
+}

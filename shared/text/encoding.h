@@ -1,0 +1,54 @@
+#pragma once
+
+#include "shared/export.h"
+
+#include <QString>
+
+/// The transport encodings of the farm. Records, configuration and XML files hold Latin-1, so a
+/// word with a character above 255 travels as a run: a marker, the word's bytes as one Latin-1
+/// character each, and ">". The UTF-8 form opens with "<UTF8", the 16-bit form with "<UNI16";
+/// markers are recognised in any letter case. None of these functions fails.
+
+/// Writes every word that holds a character above 255 as a UTF-8 run. Words end at blanks, line
+/// feeds, carriage returns and tabs. With `keepOriginal` the readable word follows its run. A text
+/// that already holds the marker is returned unchanged, so nothing is encoded twice.
+OX_EXPORT QString oxToOXUTF8(QString text, bool keepOriginal);
+
+/// Decodes every UTF-8 run, also one that only appears when another is decoded. What oxToOXUTF8
+/// wrote comes back as it was (twice, where it kept the original). In any other run the first ">"
+/// closes, separators around the content are cut, bytes that are no UTF-8 become U+FFFD, and
+/// characters above 255 become "?". A run that is never closed ends before the last character of
+/// the text.
+OX_EXPORT QString oxFromOXUTF8(QString text);
+
+/// As oxToOXUTF8 with 16-bit runs: each UTF-16 unit as its high and its low byte. Words end at
+/// blanks only.
+OX_EXPORT QString oxToOXUni16(QString text, bool keepOriginal);
+
+/// Decodes every 16-bit run as oxFromOXUTF8 does UTF-8 runs; an odd last character is dropped. A
+/// ">" in second place of a pair closes the run only when no other closes it, and a blank behind
+/// the marker is cut only when the run would be odd with it: both are bytes of common letters. The
+/// one thing that does not come back is U+3E20 inside a word, whose bytes read as the end of the
+/// word.
+OX_EXPORT QString oxFromOXUni16(QString text);
+
+/// The text with XML's five special characters as named entities and the German letters ÄÖÜäöüß as
+/// numeric ones. Any other character above 255 becomes "?".
+OX_EXPORT QString toXmlString(QString text);
+
+/// Undoes toXmlString. No other entity is understood; a character above 255 becomes "?".
+OX_EXPORT QString fromXmlString(QString text);
+
+/// The short form under which setting names are compared: the prefix "co", "pp" or "os" in lower
+/// case, where the name has one in any case, then its capitals, the digits 1 to 9, "_" and "-".
+/// "coImageWidth" becomes "coIW". "Color_ID" and "CompanyProjectName" have no prefix.
+OX_EXPORT QString oxCalcShortName(QString const & name);
+
+/// True for "0" to "9" and for "-", so that a sign is accepted wherever digits are scanned.
+OX_EXPORT bool oxIsDigit(unsigned short const & c);
+
+/// A dotted address as a number, 0 when it cannot be read. Fields are three digits wide, as the
+/// farm writes them ("192.168.001.010"); only the first digit field before a "." and the last field
+/// may be shorter. An address of three fields gets 255 as its low byte with `lastByteFull` (the
+/// broadcast end of a subnet), else 0.
+OX_EXPORT unsigned int IPString2IP(QString ip, bool const & lastByteFull);
