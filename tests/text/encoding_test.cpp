@@ -1,0 +1,210 @@
+#include "shared/text/encoding.h"
+
+#include <gtest/gtest.h>
+
+#include <QStringList>
+
+#include <random>
+
+namespace
+{
+
+QString operator""_q(char16_t const * text, std::size_t length)
+{
+    return QString(reinterpret_cast<QChar const *>(text), static_cast<int>(length));
+}
+
+/// UTF-8 as the runs carry it: one Latin-1 character a byte.
+QString bytesOf(QString const & text)
+{
+    return QString::fromLatin1(text.toUtf8());
+}
+
+struct Coder {
+    char const * name;
+    QString (*encode)(QString, bool);
+    QString (*decode)(QString);
+    QString marker;
+};
+
+class TransportEncoding : public testing::TestWithParam<Coder>
+{
+};
+
+INSTANTIATE_TEST_SUITE_P(Forms, TransportEncoding,
+                         testing::Values(Coder{"Utf8", oxToOXUTF8, oxFromOXUTF8, u"<UTF8"_q},
+                                         Coder{"Uni16", oxToOXUni16, oxFromOXUni16, u"<UNI16"_q}),
+                         [](auto const & coder) { return std::string(coder.param.name); });
+
+TEST_P(TransportEncoding, GivesBackWhatWasEncoded)
+{
+    static QStringList const texts = {
+        u"plain Latin-1 \u00E4\u00DF"_q,
+        u"\u0421\u0421\u0421\u0420"_q,                // UTF-8 ends in A0
+        u"\u0445 \u0445"_q,                           // UTF-8 ends in 85
+        u"\u20AC"_q,                                  // 16-bit form begins with a blank
+        u"\u043E"_q,                                  // 16-bit form ends with >
+        u"\u0420"_q,                                  // 16-bit form ends with a blank
+        u"\u20AC\u043E\u20AC\u043E x \u043E\u20AC"_q, // both inside
+        u"\u043E>"_q,
+        u">\u043E"_q,
+        u"<name>\u041F\u0440</name> <b>"_q,
+        u"\u041F>x>y\u041F>"_q,
+        u"\u3E41\u3E3E x>\u3E3E"_q,
+        u"\U0001F600 \U0001F680\U00010FFFF"_q,
+        u"\uFEFF\u041F \uFEFF"_q, // looks like a byte order mark
+        u"a\tb\n\u041F\r\u041F\v\f \u041F"_q,
+        QString(QChar(0xD800)) + u"x\u041F "_q + QChar(0xDC00),
+        u"\u041F\0\u041F"_q,
+        u"x\u0100"_q,
+    };
+    for (QString const & text : texts) {
+        QString const encoded = GetParam().encode(text, false);
+        EXPECT_EQ(GetParam().decode(encoded), text);
+        EXPECT_EQ(QString::fromLatin1(encoded.toLatin1()), encoded) << "holds more than Latin-1";
+    }
+}
+
+TEST_P(TransportEncoding, GivesBackRandomTexts)
+{
+    std::mt19937 random(20261121);
+    auto const pick = [&random](unsigned from, unsigned to) {
+        return std::uniform_int_distribution<unsigned>(from, to)(random);
+    };
+    auto const character = [&pick]() -> QString {
+        switch (pick(0, 7)) {
+        case 0:
+            return QString(QChar(static_cast<ushort>(pick(0, 0xFF))));
+        case 1:
+            return QString(u" \n\r\t>>< "_q[static_cast<int>(pick(0, 7))]);
+        case 2:
+            return QString::fromUcs4(std::u32string(1, pick(0x10000, 0x10FFFF)).c_str(), 1);
+        case 3:
+            return QString(QChar(static_cast<ushort>(pick(0x20, 0x3F) << 8 | pick(0x20, 0x40))));
+        default:
+            return QString(QChar(static_cast<ushort>(pick(0, 0xFFFF))));
+        }
+    };
+    for (int round = 0; round < 20000; ++round) {
+        QString text;
+        for (unsigned length = pick(0, 12); length > 0; --length)
+            text += character();
+        text.remove(QChar(0x3E20)); // the one letter the 16-bit form cannot carry
+        ASSERT_EQ(GetParam().decode(GetParam().encode(text, false)), text) << round;
+    }
+}
+
+TEST_P(TransportEncoding, KeepsTheReadableWordBehindItsRun)
+{
+    for (QString const & word : {u"\u041F"_q, u"a>\u043E>b"_q, u"x\u3E41y\u041F"_q}) {
+        QString const encoded = GetParam().encode(u"a "_q + word + u" b"_q, true);
+        EXPECT_TRUE(encoded.startsWith(u"a "_q + GetParam().marker));
+        EXPECT_TRUE(encoded.endsWith(u">"_q + word + u" b"_q));
+        EXPECT_EQ(GetParam().decode(encoded), u"a "_q + word + word + u" b"_q);
+    }
+}
+
+TEST_P(TransportEncoding, NeverEncodesTwice)
+{
+    QString const once = u"x "_q + GetParam().marker.toLower() + u" \u041F"_q;
+    EXPECT_EQ(GetParam().encode(once, false), once);
+    EXPECT_EQ(GetParam().encode(u"nothing wide"_q, true), u"nothing wide"_q);
+}
+
+TEST_P(TransportEncoding, DecodesFloodsOfMarkersToAnEnd)
+{
+    QString const & marker = GetParam().marker;
+    EXPECT_EQ(GetParam().decode(marker), QString());
+    for (QString const & piece : {marker, marker + u">"_q, marker + u" \u00E9>"_q})
+        EXPECT_LT(GetParam().decode(piece.repeated(2000) + u">>"_q).size(), 20000);
+    EXPECT_EQ(GetParam().decode(marker.left(3) + marker + u">"_q + marker.mid(3) + u">x"_q),
+              u"x"_q);
+}
+
+TEST(Utf8Runs, HaveTheFormatTheFarmReads)
+{
+    EXPECT_EQ(oxToOXUTF8(u"see \u041F\u043E\n\u20ACx"_q, false),
+              u"see <UTF8"_q + bytesOf(u"\u041F\u043E"_q) + u">\n<UTF8"_q + bytesOf(u"\u20ACx"_q) +
+                  u">"_q);
+    EXPECT_EQ(oxFromOXUTF8(u"a<utf8 "_q + bytesOf(u"\u041F"_q) + u" >b"_q), u"a\u041Fb"_q);
+    EXPECT_EQ(oxFromOXUTF8(u"<UTF8abc>d>"_q), u"abcd>"_q);
+    EXPECT_EQ(oxFromOXUTF8(u"<tag><UTF8"_q + bytesOf(u"\u041F"_q) + u"></tag>"_q),
+              u"<tag>\u041F</tag>"_q);
+    EXPECT_EQ(oxFromOXUTF8(u"<UTF8"_q + bytesOf(u"\u041F"_q) + u">/<UTF8"_q + bytesOf(u"\u0420"_q) +
+                           u">"_q),
+              u"\u041F/\u0420"_q);
+    EXPECT_EQ(oxFromOXUTF8(u"<UTF8abcd"_q), u"abcd"_q);
+    EXPECT_EQ(oxFromOXUTF8(u"<UTF8"_q + bytesOf(u"\u041F\u0420"_q)), u"\u041F\uFFFD\u00A0"_q);
+    EXPECT_EQ(oxFromOXUTF8(u"<UTF8\u00C0\u00AF\u00F5\u041F>"_q), u"\uFFFD\uFFFD\uFFFD?"_q);
+}
+
+TEST(Uni16Runs, HaveTheFormatTheFarmReads)
+{
+    EXPECT_EQ(oxToOXUni16(u"a\n\u0410 \u20AC"_q, false),
+              u"<UNI16\0a\0\n\u0004\u0010> <UNI16\u0020\u00AC>"_q);
+    EXPECT_EQ(oxFromOXUni16(u"<uni16 \u0004\u0010>"_q), u"\u0410"_q);
+    EXPECT_EQ(oxFromOXUni16(u"<UNI16 \u0004>>"_q), u"\u043E"_q);
+    EXPECT_EQ(oxFromOXUni16(u"<UNI16\u0004\u0010\u0004>"_q), u"\u0410"_q);
+    EXPECT_EQ(oxFromOXUni16(u"<UNI16\u0004>>/<UNI16\u0004\u0010>x"_q), u"\u043E/\u0410x"_q);
+    EXPECT_EQ(oxFromOXUni16(u"<UNI16\u0004\u0010\u0004\u0011x"_q), u"\u0410\u0411x"_q);
+}
+
+TEST(XmlText, EscapesAndUnescapes)
+{
+    QString const text = u"a<b & \"c\" 'd'> \u00C4\u00D6\u00DC\u00E4\u00F6\u00FC\u00DF \u00E9"_q;
+    EXPECT_EQ(toXmlString(text), u"a&lt;b &amp; &quot;c&quot; &apos;d&apos;&gt; &#196;&#214;&#220;"
+                                 u"&#228;&#246;&#252;&#223; \u00E9"_q);
+    EXPECT_EQ(fromXmlString(toXmlString(text)), text);
+    EXPECT_EQ(fromXmlString(u"&amp;lt; &amp;amp; &#65; &LT;"_q), u"&lt; &amp; &#65; &LT;"_q);
+    EXPECT_EQ(toXmlString(u"\u03A9"_q), u"?"_q);
+    EXPECT_EQ(fromXmlString(u"\u03A9"_q), u"?"_q);
+}
+
+TEST(ShortName, KeepsPrefixCapitalsAndDigits)
+{
+    std::pair<QString, QString> const cases[] = {
+        {u"coImageWidth"_q, u"coIW"_q},
+        {u"ImageFormat"_q, u"IF"_q},
+        {u"Color_ID"_q, u"C_ID"_q},
+        {u"COLOR_id"_q, u"COLOR_"_q},
+        {u"os10"_q, u"os1"_q},
+        {u"PPaB-2"_q, u"ppB-2"_q},
+        {u"CompanyProjectName"_q, u"CPN"_q},
+        {u"c"_q, u""_q},
+        {u"CoX\u00C4"_q, u"coX"_q},
+    };
+    for (auto const & [name, shortName] : cases)
+        EXPECT_EQ(oxCalcShortName(name), shortName) << name.toStdString();
+}
+
+TEST(Digit, IsAlsoASign)
+{
+    for (char16_t const c : {u'0', u'9', u'-'})
+        EXPECT_TRUE(oxIsDigit(c));
+    for (char16_t const c : {u'/', u':', u'+', u'\u0660'})
+        EXPECT_FALSE(oxIsDigit(c));
+}
+
+TEST(IpAddress, IsReadThreeDigitsWide)
+{
+    std::pair<QString, unsigned> const cases[] = {
+        {u"192.168.001.010"_q, 0xC0A8010A},
+        {u"192.168.1.10"_q, 0},
+        {u"192.168.001"_q, 0xC0A80100},
+        {u"192.168.001."_q, 0xC0A80100},
+        {u"192.168.001.7"_q, 0xC0A80107},
+        {u"256.168.001.010"_q, 0},
+        {u"192.168.001.xyz"_q, 0},
+        {u"192"_q, 0},
+        {u""_q, 0},
+        {u"1.2.3.4"_q, 0},
+        {u"192.+68.001.010"_q, 0},
+        {u"1920.168.001"_q, 0},
+    };
+    for (auto const & [text, address] : cases)
+        EXPECT_EQ(IPString2IP(text, false), address) << text.toStdString();
+    EXPECT_EQ(IPString2IP(u"192.168.001"_q, true), 0xC0A801FF);
+    EXPECT_EQ(IPString2IP(u"192.168.001.010"_q, true), 0xC0A8010A);
+}
+
+} // namespace
