@@ -64,34 +64,23 @@ struct Run {
 };
 
 /// The bytes of a word as UTF-8. A lone surrogate gets its three-byte form, so that it comes back.
-class Utf8Run
-{
-  public:
+struct Utf8Form {
     static constexpr View marker = u"<utf8";
     static constexpr View separators = u" \n\r\t";
 
     static void encode(View word, Text & out);
     static Text decode(View run);
-
-    /// Where the encoder closed a run of which no original was kept. Its bytes hold no separator,
-    /// so the word that the marker opens ends with the closing ">".
-    static std::optional<Run> plainRun(View text, std::size_t at, std::size_t limit);
-    static Run otherRun(View text, std::size_t at, std::size_t limit);
+    static Run findRun(View text, std::size_t at);
 };
 
-class Uni16Run
-{
-  public:
+/// The units of a word, each as its high and its low byte.
+struct Uni16Form {
     static constexpr View marker = u"<uni16";
     static constexpr View separators = u" ";
 
     static void encode(View word, Text & out);
     static Text decode(View run);
-
-    /// Where the encoder closed a run of which no original was kept: at the first ">" that begins a
-    /// pair and has a separator or nothing behind it.
-    static std::optional<Run> plainRun(View text, std::size_t at, std::size_t limit);
-    static Run otherRun(View text, std::size_t at, std::size_t limit);
+    static Run findRun(View text, std::size_t at);
 };
 
 bool isSeparator(char16_t c, View separators)
@@ -99,20 +88,17 @@ bool isSeparator(char16_t c, View separators)
     return separators.find(c) != none;
 }
 
-/// True when a word may end before `at`.
-bool endsWord(View text, std::size_t at, View separators)
+/// The run from `at` to its closing ">". One that is never closed leaves the last character of the
+/// text outside, as the farm's other decoders do.
+Run runUpTo(View text, std::size_t at, std::size_t close)
 {
-    return at == text.size() || isSeparator(text[at], separators);
-}
-
-Run unclosedRun(View text, std::size_t at)
-{
-    // The last character of the text stays outside, as the farm's other decoders leave it.
+    if (close != none)
+        return {at, close, close + 1};
     std::size_t const last = std::max(at, text.size() - 1);
     return {at, last, last};
 }
 
-void Utf8Run::encode(View word, Text & out)
+void Utf8Form::encode(View word, Text & out)
 {
     auto const put = [&out](unsigned byte) { out.push_back(static_cast<char16_t>(byte)); };
     auto const putTail = [&put](unsigned bits) { put(0x80 | (bits & 0x3F)); };
@@ -165,7 +151,7 @@ CodePoint firstCodePoint(View bytes)
     return value < smallest[length] || value > 0x10FFFF ? invalid : CodePoint{value, length};
 }
 
-Text Utf8Run::decode(View run)
+Text Utf8Form::decode(View run)
 {
     Text out;
     out.reserve(run.size());
@@ -182,26 +168,11 @@ Text Utf8Run::decode(View run)
     return out;
 }
 
-std::optional<Run> Utf8Run::plainRun(View text, std::size_t at, std::size_t limit)
-{
-    std::size_t const end = std::min(text.find_first_of(separators, at), text.size());
-    if (end > limit || end == at || text[end - 1] != u'>')
-        return std::nullopt;
-    View const bytes = text.substr(at, end - 1 - at);
-    Text const word = decode(bytes);
-    Text again;
-    encode(word, again);
-    if (!holdsWide(word) || again != bytes)
-        return std::nullopt;
-    return Run{at, end - 1, end};
-}
-
-Run Utf8Run::otherRun(View text, std::size_t at, std::size_t)
+Run Utf8Form::findRun(View text, std::size_t at)
 {
     if (at < text.size() && text[at] == u' ')
         ++at;
-    std::size_t const close = text.find(u'>', at);
-    Run run = close == none ? unclosedRun(text, at) : Run{at, close, close + 1};
+    Run run = runUpTo(text, at, text.find(u'>', at));
     // Only what no word can hold is cut: a wider trim would cut the bytes A0 and 85, which end
     // common letters.
     while (run.first < run.last && isSeparator(text[run.first], separators))
@@ -211,7 +182,7 @@ Run Utf8Run::otherRun(View text, std::size_t at, std::size_t)
     return run;
 }
 
-void Uni16Run::encode(View word, Text & out)
+void Uni16Form::encode(View word, Text & out)
 {
     for (char16_t const unit : word) {
         out.push_back(unit >> 8);
@@ -219,7 +190,7 @@ void Uni16Run::encode(View word, Text & out)
     }
 }
 
-Text Uni16Run::decode(View run)
+Text Uni16Form::decode(View run)
 {
     Text out;
     out.reserve(run.size() / 2);
@@ -228,60 +199,65 @@ Text Uni16Run::decode(View run)
     return out;
 }
 
-std::optional<Run> Uni16Run::plainRun(View text, std::size_t at, std::size_t limit)
-{
-    for (std::size_t first = at; first <= at + 1; ++first) {
-        for (std::size_t i = first; i < limit; i += 2) {
-            if (text[i] == u'>' && endsWord(text, i + 1, separators))
-                return Run{first, i, i + 1};
-        }
-        if (at == text.size() || text[at] != u' ')
-            break;
-    }
-    return std::nullopt;
-}
-
-Run Uni16Run::otherRun(View text, std::size_t at, std::size_t limit)
-{
-    std::size_t const nearest = text.find(u'>', at);
-    std::size_t close = nearest;
-    if (nearest >= limit)
-        limit = text.size();
-    while (close < limit && (close - at) % 2 != 0)
-        close = text.find(u'>', close + 1);
-    if (close >= limit)
-        close = nearest;
-    Run run = close == none ? unclosedRun(text, at) : Run{at, close, close + 1};
-    if ((run.last - run.first) % 2 != 0 && text[at] == u' ')
-        ++run.first;
-    return run;
-}
-
-template <class Format>
+template <class Form>
 std::size_t findMarker(View text)
 {
     auto const found =
-        std::search(text.begin(), text.end(), Format::marker.begin(), Format::marker.end(),
+        std::search(text.begin(), text.end(), Form::marker.begin(), Form::marker.end(),
                     [](char16_t a, char16_t b) { return asciiLower(a) == b; });
     return found == text.end() ? none : static_cast<std::size_t>(found - text.begin());
 }
 
-template <class Format>
+/// Where no byte of a run can lie any more: at the next marker or at a character above 255.
+template <class Form>
+std::size_t runLimit(View text, std::size_t at)
+{
+    std::size_t const next = findMarker<Form>(text.substr(at));
+    auto const first = text.begin() + static_cast<std::ptrdiff_t>(at);
+    auto const last = next == none ? text.end() : first + static_cast<std::ptrdiff_t>(next);
+    return static_cast<std::size_t>(std::find_if(first, last, isWide) - text.begin());
+}
+
+Run Uni16Form::findRun(View text, std::size_t at)
+{
+    View const bytes = text.substr(0, runLimit<Uni16Form>(text, at));
+    // A ">" in second place of a pair is the low byte of a letter.
+    auto const closeOfPairsFrom = [bytes](std::size_t first) {
+        std::size_t close = bytes.find(u'>', first);
+        while (close != none && (close - first) % 2 != 0)
+            close = bytes.find(u'>', close + 1);
+        return close;
+    };
+    auto const endsRun = [bytes](std::size_t close) {
+        return close != none &&
+               (close + 1 == bytes.size() || bytes[close + 1] == u' ' || bytes[close + 1] == u'<');
+    };
+    std::size_t close = closeOfPairsFrom(at);
+    if (at < text.size() && text[at] == u' ' && !endsRun(close)) {
+        // The blank is half of a letter, or the one that some writers put behind the marker.
+        std::size_t const padded = closeOfPairsFrom(at + 1);
+        if (close == none || endsRun(padded))
+            return runUpTo(text, at + 1, padded);
+    }
+    return runUpTo(text, at, close != none ? close : text.find(u'>', at));
+}
+
+template <class Form>
 QString encodeRuns(QString const & source, bool keepOriginal)
 {
     View const text = viewOf(source);
-    if (!holdsWide(text) || findMarker<Format>(text) != none)
+    if (!holdsWide(text) || findMarker<Form>(text) != none)
         return source;
     Text out;
     out.reserve(text.size() * 3);
     for (std::size_t at = 0; at < text.size();) {
-        std::size_t const end = std::min(text.find_first_of(Format::separators, at), text.size());
+        std::size_t const end = std::min(text.find_first_of(Form::separators, at), text.size());
         View const word = text.substr(at, end - at);
         bool const wide = holdsWide(word);
         if (wide) {
-            std::transform(Format::marker.begin(), Format::marker.end(), std::back_inserter(out),
+            std::transform(Form::marker.begin(), Form::marker.end(), std::back_inserter(out),
                            asciiUpper);
-            Format::encode(word, out);
+            Form::encode(word, out);
             out += u'>';
         }
         if (!wide || keepOriginal)
@@ -293,65 +269,10 @@ QString encodeRuns(QString const & source, bool keepOriginal)
     return toQString(out);
 }
 
-/// Where no byte of a run can lie any more: at the next marker or at a character above 255.
-template <class Format>
-std::size_t runLimit(View text, std::size_t at)
-{
-    for (; at < text.size(); ++at) {
-        if (isWide(text[at]) ||
-            (text[at] == u'<' && startsWithIgnoringCase(text.substr(at), Format::marker)))
-            break;
-    }
-    return at;
-}
-
-/// Where the encoder closed a run whose original it kept: the ">" between the bytes and the very
-/// word they stand for. `wide` is the word's first character above 255.
-template <class Format>
-std::optional<Run> keptRun(View text, std::size_t at, std::size_t wide)
-{
-    if (wide == text.size() || !isWide(text[wide]))
-        return std::nullopt;
-    std::size_t const end = std::min(text.find_first_of(Format::separators, wide), text.size());
-    Text bytes;
-    Format::encode(text.substr(wide, end - wide), bytes);
-    std::size_t length = bytes.size();
-    for (std::size_t close = wide; close-- > at && close - at >= length;) {
-        if (text[close] == u'>' && close - at == length) {
-            bytes.clear();
-            Format::encode(text.substr(close + 1, end - close - 1), bytes);
-            return bytes == text.substr(at, length) ? std::optional(Run{at, close, close + 1})
-                                                    : std::nullopt;
-        }
-        if (isSeparator(text[close], Format::separators))
-            break;
-        bytes.clear();
-        Format::encode(text.substr(close, 1), bytes);
-        length += bytes.size();
-    }
-    return std::nullopt;
-}
-
-/// The run whose marker ends before `at`. The farm's rule is that the first ">" closes, but a word
-/// may hold that character, or a byte of its code. The encoder only writes runs that begin a word
-/// and end with it, which tells where it closed the run; any other run goes by the farm's rule.
-template <class Format>
-Run findRun(View text, std::size_t at, bool beginsWord)
-{
-    std::size_t const limit = runLimit<Format>(text, at);
-    if (beginsWord) {
-        if (auto const run = keptRun<Format>(text, at, limit))
-            return *run;
-        if (auto const run = Format::plainRun(text, at, limit))
-            return *run;
-    }
-    return Format::otherRun(text, at, limit);
-}
-
-template <class Format>
+template <class Form>
 QString decodeRuns(QString const & source)
 {
-    std::size_t const first = findMarker<Format>(viewOf(source));
+    std::size_t const first = findMarker<Form>(viewOf(source));
     if (first == none)
         return source;
     Text text(viewOf(source));
@@ -359,14 +280,12 @@ QString decodeRuns(QString const & source)
     out.reserve(text.size());
     for (std::size_t at = first; at < text.size();) {
         out.push_back(text[at++]);
-        if (out.size() < Format::marker.size() ||
-            !equalsIgnoringCase(View(out).substr(out.size() - Format::marker.size()),
-                                Format::marker))
+        if (out.size() < Form::marker.size() ||
+            !equalsIgnoringCase(View(out).substr(out.size() - Form::marker.size()), Form::marker))
             continue;
-        out.resize(out.size() - Format::marker.size());
-        Run const run =
-            findRun<Format>(text, at, out.empty() || isSeparator(out.back(), Format::separators));
-        Text const word = Format::decode(View(text).substr(run.first, run.last - run.first));
+        out.resize(out.size() - Form::marker.size());
+        Run const run = Form::findRun(text, at);
+        Text const word = Form::decode(View(text).substr(run.first, run.last - run.first));
         // The word is read again, since it may hold or complete a marker. It is never longer than
         // its run, and each marker makes the text shorter, so this ends.
         at = run.next - word.size();
@@ -414,22 +333,22 @@ std::optional<unsigned> addressField(View digits)
 
 QString oxToOXUTF8(QString text, bool keepOriginal)
 {
-    return encodeRuns<Utf8Run>(text, keepOriginal);
+    return encodeRuns<Utf8Form>(text, keepOriginal);
 }
 
 QString oxFromOXUTF8(QString text)
 {
-    return decodeRuns<Utf8Run>(text);
+    return decodeRuns<Utf8Form>(text);
 }
 
 QString oxToOXUni16(QString text, bool keepOriginal)
 {
-    return encodeRuns<Uni16Run>(text, keepOriginal);
+    return encodeRuns<Uni16Form>(text, keepOriginal);
 }
 
 QString oxFromOXUni16(QString text)
 {
-    return decodeRuns<Uni16Run>(text);
+    return decodeRuns<Uni16Form>(text);
 }
 
 QString toXmlString(QString text)
