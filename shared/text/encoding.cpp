@@ -312,7 +312,9 @@ constexpr XmlEntity xmlEntities[] = {
 
 QString throughLatin1(QString const & text)
 {
-    return QString::fromLatin1(text.toLatin1());
+    // With its size: without one, Qt 5 ends the text at the first character 0.
+    QByteArray const bytes = text.toLatin1();
+    return QString::fromLatin1(bytes.constData(), bytes.size());
 }
 
 /// The number of an address field, or empty when it is none of 0 to 255.
