@@ -1,0 +1,265 @@
+#pragma once
+
+#include "shared/text/fixed_string8.h"
+
+#include <string_view>
+
+/// Fixed-capacity wide strings: the UTF-16 counterpart of the 8-bit strings, for texts that may
+/// hold any character. A surrogate pair counts as two characters and may be cut in two at the
+/// capacity.
+///
+///     _oxString<500> path = QStringLiteral("D:\\jobs\\Łódź.oxdb");
+///     if (path.endsWith(".oxdb"))
+///         path.remove(path.size() - 5, 5);
+
+namespace ox::detail
+{
+
+#ifdef __GNUC__
+/// The units are also reached as `char16_t`, through view().
+using WideUnit [[gnu::may_alias]] = unsigned short;
+#else
+using WideUnit = unsigned short;
+#endif
+
+template <int Capacity>
+struct WideRecord {
+    static_assert(Capacity > 0 && Capacity < 0xFFFF);
+    static constexpr int N = Capacity;
+    using Unit = unsigned short;
+
+    WideRecord() {}
+
+    WideUnit value[N + 1];
+    std::uint16_t length;
+    std::uint16_t reserved; ///< 0 in most records; never read
+};
+
+OX_EXPORT QString toQString(unsigned short const * units, int length);
+OX_EXPORT void printUtf8(std::ostream & stream, QString const & text);
+
+} // namespace ox::detail
+
+/// UTF-16 string: N + 1 units, the length, a reserved word.
+///
+/// Bytes become units in two ways. The constructors from bytes and `+=` extend the sign (byte 0xE9
+/// becomes unit 0xFFE9); assignment, `add` and the comparisons take bytes as Latin-1 (0xE9 becomes
+/// 0x00E9). The asymmetry is deliberate: stored records hold units of both kinds and are compared
+/// unit by unit.
+template <int N>
+class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRecord<N>>
+{
+    using Base = ox::detail::FixedText<_oxString, ox::detail::WideRecord<N>>;
+
+  public:
+    using Base::add;
+    using Base::addNr;
+    using Base::contains;
+    using Base::endsWith;
+    using Base::length;
+    using Base::size;
+    using Base::startsWith;
+    using Base::startsWithCaseSen;
+    using Base::value;
+    using Base::operator+;
+    using Base::operator+=;
+
+    /// The empty string, all of its units and the reserved word 0.
+    _oxString()
+    {
+        this->clear();
+        this->reserved = 0;
+    }
+    /// One character, sign-extended.
+    _oxString(char const & c) : _oxString() { *this += c; }
+    /// Bytes, sign-extended.
+    _oxString(char const * text) : _oxString() { *this += text; }
+    /// Takes len bytes, sign-extended, zeros included. len is taken as a 16-bit count.
+    _oxString(char const * text, int len) : _oxString()
+    {
+        if (text)
+            assign(text, static_cast<std::uint16_t>(len), ox::detail::copySignExtended);
+    }
+    /// Units up to the terminating 0.
+    _oxString(unsigned short const * text) : _oxString() { *this = text; }
+    /// Takes len units, zeros included. len is taken as a 16-bit count.
+    _oxString(unsigned short const * text, int len) : _oxString()
+    {
+        if (text)
+            assign(text, static_cast<std::uint16_t>(len));
+    }
+    explicit _oxString(std::u16string_view text) : _oxString() { *this = text; }
+    /// What lies behind the text, and the reserved word, are not cleared.
+    _oxString(QString const & text) { *this = text; }
+
+    /// Bytes are Latin-1. Null empties the string and deliberately keeps its units, also the first:
+    /// records that are compared as memory must not change by it.
+    _oxString & operator=(char const * text)
+    {
+        return text ? assign(text, std::strlen(text)) : setSize(0);
+    }
+    /// Null as for bytes.
+    _oxString & operator=(unsigned short const * text)
+    {
+        return text ? assign(text, ox::detail::textLength(text)) : setSize(0);
+    }
+    _oxString & operator=(unsigned short const & c)
+    {
+        unsigned short const copy = c;
+        return assign(&copy, 1);
+    }
+    _oxString & operator=(std::u16string_view text) { return assign(units(text), text.size()); }
+    _oxString & operator=(QString const & text) { return assign(text.utf16(), text.size()); }
+
+    /// Appends as many characters as fit; bytes are Latin-1, null is ignored.
+    _oxString & add(char const * text) { return text ? append(text, std::strlen(text)) : *this; }
+    _oxString & add(unsigned short const * text)
+    {
+        return text ? append(text, ox::detail::textLength(text)) : *this;
+    }
+    _oxString & add(std::u16string_view text) { return append(units(text), text.size()); }
+    /// As `add`, but the bytes are sign-extended.
+    _oxString & operator+=(char const * text)
+    {
+        return text ? append(text, std::strlen(text), ox::detail::copySignExtended) : *this;
+    }
+    _oxString & operator+=(char const & c) { return append(&c, 1, ox::detail::copySignExtended); }
+    _oxString & operator+=(char16_t const & c) { return *this += static_cast<unsigned short>(c); }
+    _oxString & operator+=(unsigned short const * text) { return add(text); }
+    _oxString & operator+=(QString const & text) { return append(text.utf16(), text.size()); }
+
+    /// A copy with the character appended, sign-extended.
+    _oxString operator+(char const & c) const { return _oxString(*this) += c; }
+    /// The text followed by the argument, as a QString of unlimited length.
+    QString operator+(unsigned short const * text) const
+    {
+        std::size_t const n = text ? ox::detail::textLength(text) : 0;
+        return QString(*this) + ox::detail::toQString(text, static_cast<int>(n));
+    }
+
+    /// Appends the decimal text of a number. It passes through a room of 14 bytes, as the farm's
+    /// records do: a number of more than 13 characters leaves the string as it is.
+    _oxString & addNr(long long number)
+    {
+        ox::detail::NumberText const digits(number);
+        return digits.length < 14 ? add(digits.text) : *this;
+    }
+
+    /// Ignoring case by Qt's Unicode rules, other than the forms that compare units.
+    bool startsWith(QString const & prefix) const
+    {
+        return QString(*this).startsWith(prefix, Qt::CaseInsensitive);
+    }
+    bool endsWith(QString const & suffix) const
+    {
+        return QString(*this).endsWith(suffix, Qt::CaseInsensitive);
+    }
+    bool contains(QString const & needle) const
+    {
+        return QString(*this).contains(needle, Qt::CaseInsensitive);
+    }
+
+    /// The forms for zero-terminated units; see those for bytes.
+    bool contains(unsigned short const * needle) const { return contains(_oxString(needle)); }
+    bool startsWith(unsigned short const * prefix) const
+    {
+        return prefix && this->hasAt(prefix, Base::Start);
+    }
+    bool startsWithCaseSen(unsigned short const * prefix) const
+    {
+        return this->hasAtStartExactly(prefix);
+    }
+    bool endsWith(unsigned short const * suffix) const
+    {
+        return suffix && this->hasAt(suffix, Base::End);
+    }
+
+    /// Writes the low byte of each unit, min(length, size - 1) of them, and a terminator. Nothing
+    /// is written to null or when size is 0.
+    void toChar(char * dst, unsigned short dstSize) const
+    {
+        if (!dst || dstSize == 0)
+            return;
+        int const n = std::min(size(), dstSize - 1);
+        ox::detail::copyUnits(dst, value, n);
+        dst[n] = 0;
+    }
+
+    /// The low bytes of the first 249 (499) characters. The length is deliberately this string's,
+    /// also where fewer characters arrive: the farm's applications rely on it to see that a text
+    /// was cut. Convert only texts of at most 249 (499) characters.
+    operator _oxString8_evenSize<250>() const { return narrowed<250>(); }
+    operator _oxString8_evenSize<500>() const { return narrowed<500>(); }
+
+    /// Takes UTF-8 text; null gives the empty string.
+    _oxString & fromUTF8(char const * text) { return *this = QString::fromUtf8(text); }
+
+    std::u16string_view view() const
+    {
+        return {reinterpret_cast<char16_t const *>(value), static_cast<std::size_t>(size())};
+    }
+    operator QString() const { return ox::detail::toQString(value, size()); }
+
+    /// Exact, units and lengths.
+    friend bool operator==(_oxString const & a, QString const & b)
+    {
+        return a.size() == b.size() && ox::detail::equal(a.value, b.utf16(), a.size());
+    }
+    /// Order of the memory, as between two wide strings.
+    friend std::strong_ordering operator<=>(_oxString const & a, QString const & b)
+    {
+        return a.order(b.utf16(), b.size());
+    }
+
+    /// Prints UTF-8.
+    friend std::ostream & operator<<(std::ostream & stream, _oxString const & text)
+    {
+        ox::detail::printUtf8(stream, text);
+        return stream;
+    }
+
+  private:
+    using Base::append;
+    using Base::assign;
+    using Base::setSize;
+
+    static unsigned short const * units(std::u16string_view text)
+    {
+        return reinterpret_cast<unsigned short const *>(text.data());
+    }
+
+    template <int Size>
+    _oxString8_evenSize<Size> narrowed() const
+    {
+        _oxString8_evenSize<Size> result;
+        toChar(result.value, Size);
+        result.length = length;
+        return result;
+    }
+};
+
+/// Calls wide(N) for each capacity that the library provides.
+#define OX_WIDE_STRING_CAPACITIES(wide)                                                            \
+    wide(10) wide(25) wide(30) wide(48) wide(50) wide(75) wide(100) wide(125) wide(150) wide(200)  \
+        wide(225) wide(250) wide(500) wide(1000) wide(2500)
+
+#define OX_WIDE_STRING(N)                                                                          \
+    extern template class OX_EXPORT                                                                \
+        ox::detail::FixedText<_oxString<N>, ox::detail::WideRecord<N>>;                            \
+    extern template class OX_EXPORT _oxString<N>;                                                  \
+    static_assert(std::is_standard_layout_v<_oxString<N>>);                                        \
+    static_assert(sizeof(_oxString<N>) == 2 * N + 6);                                              \
+    static_assert(offsetof(_oxString<N>, value) == 0);                                             \
+    static_assert(offsetof(_oxString<N>, length) == 2 * N + 2);                                    \
+    static_assert(offsetof(_oxString<N>, reserved) == 2 * N + 4);
+
+OX_WIDE_STRING_CAPACITIES(OX_WIDE_STRING)
+#undef OX_WIDE_STRING
+
+template <int N>
+struct std::hash<_oxString<N>> {
+    std::size_t operator()(_oxString<N> const & text) const
+    {
+        return std::hash<std::u16string_view>()(text.view());
+    }
+};
