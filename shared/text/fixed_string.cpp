@@ -1,5 +1,7 @@
 #include "shared/text/fixed_string.h"
 
+#include "shared/text/encoding.h"
+
 #include <QByteArray>
 
 namespace ox::detail
@@ -9,6 +11,16 @@ QString toQString(unsigned short const * units, int length)
 {
     // Not QString::fromUtf16, which would swallow a byte order mark at the start.
     return QString(reinterpret_cast<QChar const *>(units), length);
+}
+
+QString toTransportForm(QString const & text)
+{
+    return oxToOXUTF8(text, false);
+}
+
+QString fromTransportForm(char const * text)
+{
+    return oxFromOXUTF8(QString::fromLatin1(text));
 }
 
 void printUtf8(std::ostream & stream, QString const & text)

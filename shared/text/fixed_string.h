@@ -36,6 +36,8 @@ struct WideRecord {
 };
 
 OX_EXPORT QString toQString(unsigned short const * units, int length);
+OX_EXPORT QString toTransportForm(QString const & text);
+OX_EXPORT QString fromTransportForm(char const * text);
 OX_EXPORT void printUtf8(std::ostream & stream, QString const & text);
 
 } // namespace ox::detail
@@ -130,6 +132,7 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
 
     /// A copy with the character appended, sign-extended.
     _oxString operator+(char const & c) const { return _oxString(*this) += c; }
+    _oxString operator+(char16_t const & c) const { return _oxString(*this) += c; }
     /// The text followed by the argument, as a QString of unlimited length.
     QString operator+(unsigned short const * text) const
     {
@@ -191,6 +194,14 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
     operator _oxString8_evenSize<250>() const { return narrowed<250>(); }
     operator _oxString8_evenSize<500>() const { return narrowed<500>(); }
 
+    /// The text in the transport form of encoding.h, the original word not kept before its run; cut
+    /// at 500 characters.
+    _oxString8_evenSize<500> toOXUTF8() const { return ox::detail::toTransportForm(*this); }
+    /// Takes a text in the transport form; null gives the empty string.
+    _oxString & fromOXUTF8(char const * text)
+    {
+        return *this = ox::detail::fromTransportForm(text);
+    }
     /// Takes UTF-8 text; null gives the empty string.
     _oxString & fromUTF8(char const * text) { return *this = QString::fromUtf8(text); }
 
