@@ -4,6 +4,10 @@
 
 #include "shared/export.h"
 #include "shared/platform/types.h"
+#include "shared/system/environment.h"
+#include "shared/system/identity.h"
+#include "shared/system/os_error.h"
 #include "shared/text/encoding.h"
 #include "shared/text/fixed_string.h"
 #include "shared/text/fixed_string8.h"
+#include "shared/time/time_value.h"

@@ -1,5 +1,7 @@
 #include "shared/text/encoding.h"
 
+#include "shared/platform/utf8.h"
+
 #include <algorithm>
 #include <iterator>
 #include <optional>
@@ -63,7 +65,7 @@ struct Run {
     std::size_t next;
 };
 
-/// The bytes of a word as UTF-8. A lone surrogate gets its three-byte form, so that it comes back.
+/// The bytes of a word as UTF-8.
 struct Utf8Form {
     static constexpr View marker = u"<utf8";
     static constexpr View separators = u" \n\r\t";
@@ -100,72 +102,17 @@ Run runUpTo(View text, std::size_t at, std::size_t close)
 
 void Utf8Form::encode(View word, Text & out)
 {
-    auto const put = [&out](unsigned byte) { out.push_back(static_cast<char16_t>(byte)); };
-    auto const putTail = [&put](unsigned bits) { put(0x80 | (bits & 0x3F)); };
-    for (std::size_t i = 0; i < word.size(); ++i) {
-        unsigned code = word[i];
-        bool const pair =
-            (code & 0xFC00) == 0xD800 && i + 1 < word.size() && (word[i + 1] & 0xFC00) == 0xDC00;
-        if (pair)
-            code = 0x10000 + ((code & 0x3FF) << 10) + (word[++i] & 0x3FFu);
-        if (code < 0x80) {
-            put(code);
-        } else if (code < 0x800) {
-            put(0xC0 | code >> 6);
-            putTail(code);
-        } else if (code < 0x10000) {
-            put(0xE0 | code >> 12);
-            putTail(code >> 6);
-            putTail(code);
-        } else {
-            put(0xF0 | code >> 18);
-            putTail(code >> 12);
-            putTail(code >> 6);
-            putTail(code);
-        }
-    }
-}
-
-struct CodePoint {
-    unsigned value;
-    std::size_t length;
-};
-
-/// The code point at the start of UTF-8 bytes; U+FFFD of length 1 where they are no UTF-8.
-CodePoint firstCodePoint(View bytes)
-{
-    static constexpr unsigned smallest[] = {0, 0, 0x80, 0x800, 0x10000};
-    static constexpr CodePoint invalid{0xFFFD, 1};
-    unsigned const lead = bytes[0];
-    if (lead < 0x80)
-        return {lead, 1};
-    std::size_t const length = lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    if (length == 0 || lead > 0xF4 || bytes.size() < length)
-        return isWide(bytes[0]) ? CodePoint{u'?', 1} : invalid;
-    unsigned value = lead & (0xFFu >> (length + 1));
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((bytes[i] & 0xFFC0) != 0x80)
-            return invalid;
-        value = value << 6 | (bytes[i] & 0x3Fu);
-    }
-    return value < smallest[length] || value > 0x10FFFF ? invalid : CodePoint{value, length};
+    for (char const byte : ox::platform::toUtf8(word))
+        out.push_back(static_cast<unsigned char>(byte));
 }
 
 Text Utf8Form::decode(View run)
 {
-    Text out;
-    out.reserve(run.size());
-    while (!run.empty()) {
-        auto const [code, length] = firstCodePoint(run);
-        run.remove_prefix(length);
-        if (code >= 0x10000) {
-            out.push_back(static_cast<char16_t>(0xD7C0 + (code >> 10)));
-            out.push_back(static_cast<char16_t>(0xDC00 | (code & 0x3FF)));
-        } else {
-            out.push_back(static_cast<char16_t>(code));
-        }
-    }
-    return out;
+    std::string bytes;
+    bytes.reserve(run.size());
+    for (char16_t const c : run)
+        bytes.push_back(isWide(c) ? '?' : static_cast<char>(c));
+    return ox::platform::fromUtf8(bytes);
 }
 
 Run Utf8Form::findRun(View text, std::size_t at)

@@ -1,0 +1,103 @@
+#include "shared/platform/utf8.h"
+
+namespace ox::platform
+{
+namespace
+{
+
+bool isSurrogate(char16_t unit, char16_t first)
+{
+    return (unit & 0xFC00) == first;
+}
+
+void append(std::string & bytes, char32_t code)
+{
+    auto const put = [&bytes](char32_t byte) { bytes.push_back(static_cast<char>(byte)); };
+    auto const putTail = [&put](char32_t bits) { put(0x80 | (bits & 0x3F)); };
+    if (code < 0x80) {
+        put(code);
+    } else if (code < 0x800) {
+        put(0xC0 | code >> 6);
+        putTail(code);
+    } else if (code < 0x10000) {
+        put(0xE0 | code >> 12);
+        putTail(code >> 6);
+        putTail(code);
+    } else {
+        put(0xF0 | code >> 18);
+        putTail(code >> 12);
+        putTail(code >> 6);
+        putTail(code);
+    }
+}
+
+struct CodePoint {
+    char32_t value;
+    std::size_t length;
+};
+
+/// The code point at the start of the bytes; U+FFFD of length 1 where they are no UTF-8.
+CodePoint first(std::string_view bytes)
+{
+    static constexpr char32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    static constexpr CodePoint invalid{0xFFFD, 1};
+    auto const byte = [bytes](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
+    unsigned const lead = byte(0);
+    if (lead < 0x80)
+        return {lead, 1};
+    std::size_t const length = lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    if (length == 0 || lead > 0xF4 || bytes.size() < length)
+        return invalid;
+    char32_t value = lead & (0xFFu >> (length + 1));
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byte(i) & 0xC0) != 0x80)
+            return invalid;
+        value = value << 6 | (byte(i) & 0x3Fu);
+    }
+    return value < smallest[length] || value > 0x10FFFF ? invalid : CodePoint{value, length};
+}
+
+} // namespace
+
+std::string toUtf8(std::u16string_view text)
+{
+    std::string bytes;
+    bytes.reserve(text.size() * 3);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        char32_t code = text[i];
+        if (isSurrogate(text[i], 0xD800) && i + 1 < text.size() && isSurrogate(text[i + 1], 0xDC00))
+            code = 0x10000 + ((code & 0x3FF) << 10) + (text[++i] & 0x3FFu);
+        append(bytes, code);
+    }
+    return bytes;
+}
+
+std::u16string fromUtf8(std::string_view bytes)
+{
+    std::u16string text;
+    text.reserve(bytes.size());
+    while (!bytes.empty()) {
+        auto const [code, length] = first(bytes);
+        bytes.remove_prefix(length);
+        if (code >= 0x10000) {
+            text.push_back(static_cast<char16_t>(0xD7C0 + (code >> 10)));
+            text.push_back(static_cast<char16_t>(0xDC00 | (code & 0x3FF)));
+        } else {
+            text.push_back(static_cast<char16_t>(code));
+        }
+    }
+    return text;
+}
+
+std::u16string systemText(std::string_view bytes)
+{
+    std::u16string text = fromUtf8(bytes);
+    if (toUtf8(text) == bytes)
+        return text;
+    text.clear();
+    for (char const byte : bytes)
+        text.push_back(static_cast<unsigned char>(byte));
+    return text;
+}
+
+} // namespace ox::platform

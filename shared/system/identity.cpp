@@ -1,0 +1,47 @@
+#include "shared/system/identity.h"
+
+#include "shared/platform/environment.h"
+
+#include <iterator>
+
+namespace
+{
+
+/// The text of an enumerator, or null when the value is none of them.
+template <typename Enum, std::size_t count>
+char const * nameOf(Enum value, char const * const (&names)[count])
+{
+    auto const index = static_cast<unsigned>(value);
+    return index < count ? names[index] : nullptr;
+}
+
+} // namespace
+
+_oxString<25> ox_AppType_asString(ox_AppType const & t)
+{
+    static constexpr char const * names[] = {
+        "None",    "Server",      "Client", "Submitter", "Control",   "PostScript", "Test",
+        "LogFile", "ClientWatch", "Config", "Viewer",    "Installer", "HistoryDB",  "Script"};
+    char const * const name = nameOf(t, names);
+    return name ? name : "unknown";
+}
+
+QString OS2String(_oxOS const & os)
+{
+    static constexpr char const * names[] = {"All/Unknown", "Windows", "Linux", "Mac"};
+    return QString::fromLatin1(nameOf(os, names));
+}
+
+QString OS2String_short(_oxOS const & os, bool const & withBits)
+{
+    static constexpr char const * names[] = {"all", "win", "lx", "mac"};
+    QString name = QString::fromLatin1(nameOf(os, names));
+    if (withBits && !name.isEmpty())
+        name += QString::number(sizeof(void *) * 8);
+    return name;
+}
+
+QString thisOS2String_short(bool const & withBits)
+{
+    return OS2String_short(static_cast<_oxOS>(ox::platform::ownSystem), withBits);
+}
