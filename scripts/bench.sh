@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds in release mode, runs the benchmarks and prints their tables:
+#   scripts/bench.sh [NAME…] [--benchmark_…]     NAME: checksum, …; without one all of them run
+# A flag of the benchmark library goes to every program, such as --benchmark_filter=crc32.
+set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+names=() flags=()
+for argument in "$@"; do
+  case $argument in
+    --*) flags+=("$argument") ;;
+    *)
+      [ -f "$root/benchmarks/${argument}_bench.cpp" ] || fail "there is no benchmark '$argument'"
+      names+=("$argument")
+      ;;
+  esac
+done
+if [ ${#names[@]} -eq 0 ]; then
+  for source in "$root"/benchmarks/*_bench.cpp; do
+    names+=("$(basename "$source" _bench.cpp)")
+  done
+fi
+
+"$root/scripts/setup.sh" bench
+build_preset release
+for name in "${names[@]}"; do
+  say "benchmark $name"
+  "$root/build/release/benchmarks/bench_$name" ${flags[@]+"${flags[@]}"}
+done
