@@ -6,11 +6,13 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <iterator>
 #include <map>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -77,9 +79,10 @@ class RatioReporter : public benchmark::ConsoleReporter
     }
 
   private:
-    struct Subject {
-        std::string name;
-        std::map<std::string, Samples> timesOf;
+    struct Result {
+        std::string subject;
+        std::string who;
+        Samples times;
     };
 
     void keep(Run const & run)
@@ -91,54 +94,53 @@ class RatioReporter : public benchmark::ConsoleReporter
         // A run that ended with an error has no time.
         if (run.run_type != Run::RT_Iteration || slash == std::string::npos || total <= 0)
             return;
-        std::string const who = name.substr(slash + 1);
-        if (who != ourName && std::find(peers_.begin(), peers_.end(), who) == peers_.end())
-            peers_.push_back(who);
-        subject(name.substr(0, slash))
-            .timesOf[who]
-            .push_back(total / static_cast<double>(run.iterations));
-    }
-
-    Subject & subject(std::string const & name)
-    {
-        auto const found = std::find_if(subjects_.begin(), subjects_.end(),
-                                        [&name](Subject const & s) { return s.name == name; });
-        return found != subjects_.end() ? *found : subjects_.emplace_back(Subject{name, {}});
+        Result & result = results_[{run.family_index, run.per_family_instance_index}];
+        result.subject = name.substr(0, slash);
+        result.who = name.substr(slash + 1);
+        result.times.push_back(total / static_cast<double>(run.iterations));
     }
 
     void printTable(char const * title, Seconds (*statistic)(Samples)) const
     {
+        std::vector<std::string> peers;
+        for (auto const & [order, result] : results_) {
+            if (result.who != ourName && std::ranges::count(peers, result.who) == 0)
+                peers.push_back(result.who);
+        }
+
         std::string table = std::string("\n") + title + ": our time, and our time / the peer's" +
                             " (below 1 we are faster)\n\n| subject | " + ourName + " |";
-        for (std::string const & peer : peers_)
+        for (std::string const & peer : peers)
             table += " / " + peer + " |";
         table += "\n|---|---:|";
-        for (std::size_t i = 0; i < peers_.size(); ++i)
+        for (std::size_t i = 0; i < peers.size(); ++i)
             table += "---:|";
         table += '\n';
-        for (Subject const & subject : subjects_)
-            table += row(subject, statistic);
+        for (auto const & [order, result] : results_) {
+            if (result.who == ourName)
+                table += row(result, peers, statistic);
+        }
         GetOutputStream() << table << std::flush;
     }
 
-    std::string row(Subject const & subject, Seconds (*statistic)(Samples)) const
+    std::string row(Result const & ours, std::vector<std::string> const & peers,
+                    Seconds (*statistic)(Samples)) const
     {
-        auto const ours = subject.timesOf.find(ourName);
-        if (ours == subject.timesOf.end())
-            return {};
-        Seconds const ourTime = statistic(ours->second);
-        std::string text = "| " + subject.name + " | " + timeText(ourTime) + " |";
-        for (std::string const & peer : peers_) {
-            auto const theirs = subject.timesOf.find(peer);
-            text += theirs == subject.timesOf.end()
-                        ? " |"
-                        : " " + ratioText(ourTime / statistic(theirs->second)) + " |";
+        Seconds const ourTime = statistic(ours.times);
+        std::string text = "| " + ours.subject + " | " + timeText(ourTime) + " |";
+        for (std::string const & peer : peers) {
+            auto const theirs = std::ranges::find_if(results_, [&](auto const & entry) {
+                return entry.second.subject == ours.subject && entry.second.who == peer;
+            });
+            if (theirs != results_.end())
+                text += ' ' + ratioText(ourTime / statistic(theirs->second.times));
+            text += " |";
         }
         return text + '\n';
     }
 
-    std::vector<Subject> subjects_;
-    std::vector<std::string> peers_;
+    /// In the order in which the benchmarks were registered, in whichever they ran.
+    std::map<std::pair<std::int64_t, std::int64_t>, Result> results_;
 };
 
 } // namespace

@@ -1,0 +1,112 @@
+#pragma once
+
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+
+// What follows from a CRC's definition alone: its tables, and the computation by table that every
+// machine can do.
+
+namespace ox::detail
+{
+
+static_assert(std::endian::native == std::endian::little);
+
+/// The definition of a CRC. `polynomial` is in the usual notation (highest power left, the leading
+/// one left out) also for a reflected CRC, whose register holds the highest power in its lowest
+/// bit.
+template <class W, W polynomialBits, bool reflected>
+struct CrcDefinition {
+    using Word = W;
+    static constexpr W polynomial = polynomialBits;
+    static constexpr bool isReflected = reflected;
+};
+
+using Crc16 = CrcDefinition<std::uint16_t, 0x1021, false>;
+using Crc32 = CrcDefinition<std::uint32_t, 0x04C11DB7, true>;
+using Crc64 = CrcDefinition<std::uint64_t, 0xAD93D23594C935A9, true>;
+
+template <class Word>
+constexpr Word reflectBits(Word value)
+{
+    Word reflected = 0;
+    for (int bit = 0; bit < std::numeric_limits<Word>::digits; ++bit) {
+        reflected = static_cast<Word>(reflected << 1 | (value & 1));
+        value = static_cast<Word>(value >> 1);
+    }
+    return reflected;
+}
+
+/// Entry [n][b] is the register that a zero register has after the byte b and n zero bytes.
+template <class Crc>
+using CrcTables = std::array<std::array<typename Crc::Word, 256>, 16>;
+
+template <class Crc>
+constexpr CrcTables<Crc> makeCrcTables()
+{
+    using Word = typename Crc::Word;
+    constexpr int width = std::numeric_limits<Word>::digits;
+    constexpr Word polynomial = Crc::isReflected ? reflectBits(Crc::polynomial) : Crc::polynomial;
+    constexpr Word outgoing =
+        Crc::isReflected ? Word{1} : static_cast<Word>(Word{1} << (width - 1));
+
+    CrcTables<Crc> tables{};
+    for (std::size_t byte = 0; byte < 256; ++byte) {
+        Word crc = static_cast<Word>(Crc::isReflected ? Word(byte) : Word(byte) << (width - 8));
+        for (auto & table : tables) {
+            for (int bit = 0; bit < 8; ++bit) {
+                Word const feedback = (crc & outgoing) != 0 ? polynomial : Word{0};
+                crc = static_cast<Word>((Crc::isReflected ? crc >> 1 : crc << 1) ^ feedback);
+            }
+            table[byte] = crc;
+        }
+    }
+    return tables;
+}
+
+template <class Crc>
+inline constexpr CrcTables<Crc> crcTables = makeCrcTables<Crc>();
+
+/// The register as it adds to the next bytes of the data, read as a little-endian word.
+template <class Crc>
+constexpr std::uint64_t asNextBytes(typename Crc::Word crc)
+{
+    if constexpr (Crc::isReflected)
+        return crc;
+    std::uint64_t bytes = 0;
+    for (std::size_t i = 0; i < sizeof crc; ++i) {
+        bytes = bytes << 8 | (crc & 0xFF);
+        crc = static_cast<typename Crc::Word>(crc >> 8);
+    }
+    return bytes;
+}
+
+/// Advances the register over `length` bytes with nothing but tables, sixteen bytes at a time.
+template <class Crc>
+typename Crc::Word advanceCrcByTables(typename Crc::Word crc, unsigned char const * data,
+                                      std::size_t length)
+{
+    using Word = typename Crc::Word;
+    constexpr auto & tables = crcTables<Crc>;
+    for (; length >= 16; data += 16, length -= 16) {
+        std::uint64_t words[2];
+        std::memcpy(words, data, sizeof words);
+        words[0] ^= asNextBytes<Crc>(crc);
+        crc = 0;
+#pragma GCC unroll 8
+        for (std::size_t i = 0; i < 8; ++i) {
+            crc ^= tables[15 - i][words[0] >> (8 * i) & 0xFF];
+            crc ^= tables[7 - i][words[1] >> (8 * i) & 0xFF];
+        }
+    }
+    for (; length > 0; ++data, --length) {
+        Word const shifted = static_cast<Word>(Crc::isReflected ? crc >> 8 : crc << 8);
+        crc = shifted ^ tables[0][(asNextBytes<Crc>(crc) ^ *data) & 0xFF];
+    }
+    return crc;
+}
+
+} // namespace ox::detail

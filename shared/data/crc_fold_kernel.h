@@ -1,0 +1,76 @@
+// The folding kernel; one text for vectors of every width. crc_kernels.cpp includes it once for
+// each instruction set, within a namespace that has Vector and with the macro OX_TARGET. (A
+// function may use an instruction set only if it is itself compiled for it, and no template can
+// vary that.)
+
+/// Shrinks `length` bytes, at least one vector and whole blocks, to one block with the same CRC.
+/// `nextBytes` is the register that the data continues, as asNextBytes() gives it. `isReversed`
+/// says that the first byte of a block holds its highest powers: the CRC is not a reflected one.
+template <bool isReversed>
+__attribute__((always_inline)) OX_TARGET inline Block
+foldToBlock(FoldConstants const & constants, std::uint64_t nextBytes, unsigned char const * data,
+            std::size_t length)
+{
+    constexpr std::size_t size = sizeof(Vector::Type);
+    constexpr std::size_t blocks = size / sizeof(Block);
+    constexpr std::size_t chains = 8; // enough to keep the multiplier busy
+    constexpr std::size_t cacheLine = 64;
+    constexpr std::size_t ahead = 4096; // farther than the processor looks by itself
+
+    auto x =
+        Vector::turned<isReversed>(Vector::sum(Vector::load(data), Vector::withLowBits(nextBytes)));
+    data += size;
+    length -= size;
+
+    if (length >= (chains - 1) * size) {
+        typename Vector::Type chain[chains];
+        chain[0] = x;
+#pragma GCC unroll 8
+        for (std::size_t i = 1; i < chains; ++i)
+            chain[i] = Vector::turned<isReversed>(Vector::load(data + (i - 1) * size));
+        data += (chains - 1) * size;
+        length -= (chains - 1) * size;
+
+        auto const factors = Vector::broadcast(constants.by(chains * blocks));
+        for (; length >= chains * size; data += chains * size, length -= chains * size) {
+#pragma GCC unroll 8
+            for (std::size_t i = 0; i < chains; ++i) {
+                if (i * size % cacheLine == 0)
+                    __builtin_prefetch(data + i * size + ahead);
+                chain[i] = Vector::fold(chain[i], factors,
+                                        Vector::turned<isReversed>(Vector::load(data + i * size)));
+            }
+        }
+
+        x = chain[chains - 1];
+#pragma GCC unroll 8
+        for (std::size_t i = 0; i < chains - 1; ++i)
+            x = Vector::fold(chain[i], Vector::broadcast(constants.by((chains - 1 - i) * blocks)),
+                             x);
+    }
+
+    auto const byVector = Vector::broadcast(constants.by(blocks));
+    for (; length >= size; data += size, length -= size)
+        x = Vector::fold(x, byVector, Vector::turned<isReversed>(Vector::load(data)));
+
+    auto const byBlock = Vector128::broadcast(constants.by(1));
+    Block block = Vector::toBlock(x, constants);
+    for (; length >= sizeof block; data += sizeof block, length -= sizeof block)
+        block =
+            Vector128::fold(block, byBlock, Vector128::turned<isReversed>(Vector128::load(data)));
+    return block;
+}
+
+template <class Crc>
+OX_TARGET typename Crc::Word advance(typename Crc::Word crc, unsigned char const * data,
+                                     std::size_t length)
+{
+    if (length >= sizeof(Vector::Type)) {
+        std::size_t const folded = length / sizeof(Block) * sizeof(Block);
+        crc = reduced<Crc>(foldToBlock<!Crc::isReflected>(foldConstants<Crc>, asNextBytes<Crc>(crc),
+                                                          data, folded));
+        data += folded;
+        length -= folded;
+    }
+    return advanceCrcByTables<Crc>(crc, data, length);
+}

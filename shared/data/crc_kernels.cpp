@@ -1,0 +1,259 @@
+#include "shared/data/crc_kernels.h"
+
+#include <algorithm>
+
+#include "shared/data/crc_folding.h"
+
+#if defined(__x86_64__) || defined(__i386__)
+#define OX_HAS_FOLDING_KERNELS
+#include <immintrin.h>
+// The compiler's own headers make an undefined vector by reading an uninitialised one.
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+
+namespace ox::detail
+{
+
+#ifdef OX_HAS_FOLDING_KERNELS
+namespace
+{
+
+using Block = __m128i;
+
+// What the kernel does with its vectors, for each width. `turned` turns the bytes of each block
+// round if asked to; `fold` moves the blocks of `x` by the distance of `factors` onto `onto`.
+
+#define OX_INLINE(instructions) __attribute__((always_inline, target(instructions))) static inline
+
+#define OX_SSE "sse4.1,pclmul"
+struct Vector128 {
+    using Type = __m128i;
+
+    OX_INLINE(OX_SSE) Type load(unsigned char const * data)
+    {
+        return _mm_loadu_si128(reinterpret_cast<Type const *>(data));
+    }
+
+    OX_INLINE(OX_SSE) Type pair(std::uint64_t low, std::uint64_t high)
+    {
+        return _mm_set_epi64x(static_cast<long long>(high), static_cast<long long>(low));
+    }
+
+    OX_INLINE(OX_SSE) Type broadcast(FoldFactors const * factors)
+    {
+        return pair(factors->low, factors->high);
+    }
+
+    OX_INLINE(OX_SSE) Type withLowBits(std::uint64_t bits) { return pair(bits, 0); }
+
+    OX_INLINE(OX_SSE) Type sum(Type a, Type b) { return _mm_xor_si128(a, b); }
+
+    OX_INLINE(OX_SSE) Type byteOrder()
+    {
+        return _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+    }
+
+    template <bool isReversed>
+    OX_INLINE(OX_SSE)
+    Type turned(Type x)
+    {
+        return isReversed ? _mm_shuffle_epi8(x, byteOrder()) : x;
+    }
+
+    OX_INLINE(OX_SSE) Type fold(Type x, Type factors, Type onto)
+    {
+        return sum(sum(_mm_clmulepi64_si128(x, factors, 0x00), onto),
+                   _mm_clmulepi64_si128(x, factors, 0x11));
+    }
+
+    OX_INLINE(OX_SSE) Block toBlock(Type x, FoldConstants const &) { return x; }
+};
+
+#define OX_AVX2 OX_SSE ",avx2,vpclmulqdq"
+struct Vector256 {
+    using Type = __m256i;
+
+    OX_INLINE(OX_AVX2) Type load(unsigned char const * data)
+    {
+        return _mm256_loadu_si256(reinterpret_cast<Type const *>(data));
+    }
+
+    OX_INLINE(OX_AVX2) Type broadcast(FoldFactors const * factors)
+    {
+        return _mm256_broadcastsi128_si256(Vector128::broadcast(factors));
+    }
+
+    OX_INLINE(OX_AVX2) Type withLowBits(std::uint64_t bits)
+    {
+        return _mm256_zextsi128_si256(Vector128::withLowBits(bits));
+    }
+
+    OX_INLINE(OX_AVX2) Type sum(Type a, Type b) { return _mm256_xor_si256(a, b); }
+
+    template <bool isReversed>
+    OX_INLINE(OX_AVX2)
+    Type turned(Type x)
+    {
+        return isReversed
+                   ? _mm256_shuffle_epi8(x, _mm256_broadcastsi128_si256(Vector128::byteOrder()))
+                   : x;
+    }
+
+    OX_INLINE(OX_AVX2) Type fold(Type x, Type factors, Type onto)
+    {
+        return sum(sum(_mm256_clmulepi64_epi128(x, factors, 0x00), onto),
+                   _mm256_clmulepi64_epi128(x, factors, 0x11));
+    }
+
+    OX_INLINE(OX_AVX2) Block toBlock(Type x, FoldConstants const & constants)
+    {
+        return Vector128::fold(_mm256_castsi256_si128(x), Vector128::broadcast(constants.by(1)),
+                               _mm256_extracti128_si256(x, 1));
+    }
+};
+
+#define OX_AVX512 OX_AVX2 ",avx512f,avx512bw"
+struct Vector512 {
+    using Type = __m512i;
+
+    OX_INLINE(OX_AVX512) Type load(unsigned char const * data) { return _mm512_loadu_si512(data); }
+
+    OX_INLINE(OX_AVX512) Type broadcast(FoldFactors const * factors)
+    {
+        return _mm512_broadcast_i32x4(Vector128::broadcast(factors));
+    }
+
+    OX_INLINE(OX_AVX512) Type withLowBits(std::uint64_t bits)
+    {
+        return _mm512_zextsi128_si512(Vector128::withLowBits(bits));
+    }
+
+    OX_INLINE(OX_AVX512) Type sum(Type a, Type b) { return _mm512_xor_si512(a, b); }
+
+    template <bool isReversed>
+    OX_INLINE(OX_AVX512)
+    Type turned(Type x)
+    {
+        return isReversed ? _mm512_shuffle_epi8(x, _mm512_broadcast_i32x4(Vector128::byteOrder()))
+                          : x;
+    }
+
+    OX_INLINE(OX_AVX512) Type fold(Type x, Type factors, Type onto)
+    {
+        constexpr int xorOfThree = 0x96;
+        return _mm512_ternarylogic_epi64(_mm512_clmulepi64_epi128(x, factors, 0x00),
+                                         _mm512_clmulepi64_epi128(x, factors, 0x11), onto,
+                                         xorOfThree);
+    }
+
+    OX_INLINE(OX_AVX512) Block toBlock(Type x, FoldConstants const & constants)
+    {
+        constexpr __mmask8 lastBlock = 0xC0;
+        auto const moved =
+            fold(x, _mm512_loadu_si512(constants.by(3)), _mm512_maskz_mov_epi64(lastBlock, x));
+        auto const half =
+            Vector256::sum(_mm512_castsi512_si256(moved), _mm512_extracti64x4_epi64(moved, 1));
+        return Vector128::sum(_mm256_castsi256_si128(half), _mm256_extracti128_si256(half, 1));
+    }
+};
+
+/// The register that a zero register has after the bytes of `block`.
+template <class Crc>
+OX_INLINE(OX_SSE)
+typename Crc::Word reduced(Block block)
+{
+    if constexpr (Crc::isReflected) {
+        constexpr auto & constants = reductionConstants<Crc>;
+        auto const half = Vector128::withLowBits(constants.byHalfBlock);
+        auto const divisors = Vector128::pair(constants.quotient, constants.polynomial);
+        auto const moved =
+            Vector128::sum(_mm_clmulepi64_si128(block, half, 0x00), _mm_srli_si128(block, 8));
+        auto const quotient = _mm_clmulepi64_si128(moved, divisors, 0x00);
+        auto rest = Vector128::sum(moved, _mm_clmulepi64_si128(quotient, divisors, 0x10));
+        if constexpr ((widePolynomial<Crc> & 1) != 0)
+            rest = Vector128::sum(rest, _mm_slli_si128(quotient, 8));
+        std::uint64_t words[2];
+        _mm_storeu_si128(reinterpret_cast<Block *>(words), rest);
+        return static_cast<typename Crc::Word>(words[1]);
+    } else {
+        unsigned char bytes[sizeof(Block)];
+        _mm_storeu_si128(reinterpret_cast<Block *>(bytes), Vector128::turned<true>(block));
+        return advanceCrcByTables<Crc>(0, bytes, sizeof bytes);
+    }
+}
+
+namespace pclmul
+{
+using Vector = Vector128;
+#define OX_TARGET __attribute__((target(OX_SSE)))
+#include "shared/data/crc_fold_kernel.h"
+#undef OX_TARGET
+bool isSupported()
+{
+    __builtin_cpu_init();
+    return __builtin_cpu_supports("sse4.1") && __builtin_cpu_supports("pclmul");
+}
+} // namespace pclmul
+
+namespace avx2
+{
+using Vector = Vector256;
+#define OX_TARGET __attribute__((target(OX_AVX2)))
+#include "shared/data/crc_fold_kernel.h"
+#undef OX_TARGET
+bool isSupported()
+{
+    return pclmul::isSupported() && __builtin_cpu_supports("avx2") &&
+           __builtin_cpu_supports("vpclmulqdq");
+}
+} // namespace avx2
+
+namespace avx512
+{
+using Vector = Vector512;
+#define OX_TARGET __attribute__((target(OX_AVX512)))
+#include "shared/data/crc_fold_kernel.h"
+#undef OX_TARGET
+bool isSupported()
+{
+    return avx2::isSupported() && __builtin_cpu_supports("avx512f") &&
+           __builtin_cpu_supports("avx512bw");
+}
+} // namespace avx512
+
+} // namespace
+#endif // OX_HAS_FOLDING_KERNELS
+
+template <class Crc>
+std::span<CrcKernel<Crc> const> crcKernels()
+{
+    static constexpr CrcKernel<Crc> kernels[] = {
+#ifdef OX_HAS_FOLDING_KERNELS
+        {"avx512", avx512::isSupported, avx512::advance<Crc>},
+        {"avx2", avx2::isSupported, avx2::advance<Crc>},
+        {"pclmul", pclmul::isSupported, pclmul::advance<Crc>},
+#endif
+        {"tables", [] { return true; }, advanceCrcByTables<Crc>},
+    };
+    return kernels;
+}
+
+template <class Crc>
+typename Crc::Word advanceCrc(typename Crc::Word crc, unsigned char const * data,
+                              std::size_t length)
+{
+    static auto const advance = std::ranges::find_if(crcKernels<Crc>(), [](auto const & kernel) {
+                                    return kernel.isSupported();
+                                })->advance;
+    return advance(crc, data, length);
+}
+
+#define OX_INSTANTIATE(Crc)                                                                        \
+    template std::span<CrcKernel<Crc> const> crcKernels<Crc>();                                    \
+    template Crc::Word advanceCrc<Crc>(Crc::Word, unsigned char const *, std::size_t)
+OX_INSTANTIATE(Crc16);
+OX_INSTANTIATE(Crc32);
+OX_INSTANTIATE(Crc64);
+
+} // namespace ox::detail
