@@ -1,0 +1,74 @@
+#include "shared/system/identity.h"
+#include "shared/system/os_error.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <clocale>
+#include <thread>
+
+namespace
+{
+
+TEST(OsError, SaysCodeAndMessage)
+{
+    EXPECT_EQ(oxLastOSError8(0).view(), "No Error.");
+    EXPECT_EQ(oxLastOSError8(126).view(), "A DLL is missing.");
+    EXPECT_EQ(oxLastOSError8(ENOENT).view(), "Error 2: No such file or directory.");
+    EXPECT_EQ(QString(oxLastOSError(EACCES)), QLatin1String("Error 13: Permission denied."));
+    EXPECT_EQ(oxLastOSError8(1234567).view(), "EXCEPTION code 1234567.No system message found");
+    EXPECT_EQ(oxLastOSError8(-5).view(), "EXCEPTION code -5.No system message found");
+}
+
+TEST(OsError, TakesTheCallingThreadsLastErrorAndKeepsIt)
+{
+    errno = ENOSPC;
+    std::thread([] { errno = EPERM; }).join();
+    EXPECT_EQ(oxLastOSError8().view(), "Error 28: No space left on device.");
+    EXPECT_EQ(QString(oxLastOSError()), QString(oxLastOSError8(ENOSPC)));
+    errno = 0;
+    EXPECT_EQ(oxLastOSError8(-1).view(), "No Error.");
+}
+
+TEST(ExceptionText, KnowsTheSystemsExceptions)
+{
+    EXPECT_EQ(
+        QString(exceptionCodeText(0xC0000005)),
+        QLatin1String("EXCEPTION: The thread tried to read from or write to a virtual address "
+                      "for which it does not have the appropriate access. (Possible NULL "
+                      "Pointer)"));
+    // The longest one also has to fit into the 8-bit form.
+    EXPECT_TRUE(oxLastOSError8(static_cast<int>(0x80000002))
+                    .view()
+                    .ends_with("32-bit values on 4-byte boundaries, and so on."));
+    EXPECT_EQ(QString(exceptionCodeText(0xC00000FD)),
+              QLatin1String("EXCEPTION: The thread used up its stack."));
+    EXPECT_EQ(QString(exceptionCodeText(0xC0000001)),
+              QLatin1String("EXCEPTION code -1073741823.No system message found"));
+    EXPECT_EQ(QString(exceptionCodeText(0)),
+              QLatin1String("EXCEPTION code 0.No system message found"));
+}
+
+TEST(Identity, NamesApplicationsAndSystems)
+{
+    EXPECT_EQ(ox_AppType_asString(ox_AppType::None), _oxString<25>("None"));
+    EXPECT_EQ(ox_AppType_asString(ox_AppType(8)), _oxString<25>("ClientWatch"));
+    EXPECT_EQ(ox_AppType_asString(ox_AppType(13)), _oxString<25>("Script"));
+    EXPECT_EQ(ox_AppType_asString(ox_AppType(14)), _oxString<25>("unknown"));
+    EXPECT_EQ(ox_AppType_asString(ox_AppType(-1)), _oxString<25>("unknown"));
+
+    QString const bits = QString::number(sizeof(void *) * 8);
+    std::tuple<int, char const *, char const *> const systems[] = {
+        {0, "All/Unknown", "all"}, {1, "Windows", "win"}, {2, "Linux", "lx"}, {3, "Mac", "mac"}};
+    for (auto const & [number, name, shortName] : systems) {
+        _oxOS const os = _oxOS(number);
+        EXPECT_EQ(OS2String(os), QLatin1String(name));
+        EXPECT_EQ(OS2String_short(os, false), QLatin1String(shortName));
+        EXPECT_EQ(OS2String_short(os, true), QLatin1String(shortName) + bits);
+    }
+    EXPECT_EQ(OS2String(_oxOS(4)), QString());
+    EXPECT_EQ(OS2String_short(_oxOS(-1), true), QString());
+    EXPECT_EQ(thisOS2String_short(true), QLatin1String("lx") + bits);
+}
+
+} // namespace

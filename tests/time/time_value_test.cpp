@@ -1,0 +1,257 @@
+#include "tests/time/time_zone.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace
+{
+
+constexpr __int64 lowest = std::numeric_limits<__int64>::min();
+constexpr __int64 highest = std::numeric_limits<__int64>::max();
+constexpr __int64 winter = 1768478400; // 2026-01-15 12:00 UTC, a Thursday
+constexpr __int64 summer = 1784116800; // 2026-07-15 12:00 UTC
+
+_oxTime utc(__int64 t)
+{
+    return _oxTime(t, true);
+}
+
+TEST(TimeValue, IsMadeOfNumbersAndTheClock)
+{
+    TimeZone const zone(berlin);
+    EXPECT_EQ(_oxTime().value, 0);
+    EXPECT_EQ(_oxTime(false).value, 0);
+    EXPECT_NEAR(static_cast<double>(_oxTime(true).value), static_cast<double>(std::time(nullptr)),
+                2);
+    _oxTime later;
+    later.setCurrentTime(3600);
+    EXPECT_NEAR(static_cast<double>(later.value - _oxTime::currentTime().value), 3600, 2);
+    EXPECT_EQ(_oxTime(5, true).value, 5);
+    EXPECT_EQ(_oxTime(0xFFFFFFFFu, true).value, 4294967295);
+    EXPECT_EQ(_oxTime(-5L, true).value, -5);
+    EXPECT_EQ(_oxTime(5LL, true).value, 5);
+    EXPECT_LT(utc(5), utc(6));
+
+    _oxTime32 narrow;
+    narrow.setCurrentTime(__int64{1} << 32);
+    EXPECT_NEAR(narrow.value, static_cast<double>(std::time(nullptr)), 2);
+    EXPECT_EQ(_oxTime(_oxTime32{0xFFFFFFFFu}).value, 4294967295);
+}
+
+TEST(TimeValue, MeasuresTheOffsetLate)
+{
+    TimeZone const zone(kolkata);
+    EXPECT_EQ(_oxTime(1000, false).value, 1001) << "not measured: local time is a second late";
+    EXPECT_EQ(_oxTime::oxTime_Start_OffSet, -1);
+    EXPECT_EQ(_oxTime::getTime_Start_OffSet(), 19800);
+    EXPECT_EQ(_oxTime(100000, false).value, 100000 - 19800);
+    _oxTime::oxTime_Start_OffSet = 99;
+    EXPECT_EQ(_oxTime(100000, false).value, 100000 - 19800);
+    _oxTime::oxTime_Start_OffSet = 19800 - 3600;
+    EXPECT_EQ(_oxTime::testIfOfsetIsRight(false), 3600);
+    EXPECT_EQ(_oxTime::testIfOfsetIsRight(true), 0);
+    EXPECT_EQ(_oxTime::oxTime_Start_OffSet, 19800);
+}
+
+TEST(TimeValue, MeasuresZonesAllAroundTheGlobe)
+{
+    std::pair<char const *, int> const zones[] = {{"UTC0", 0},
+                                                  {"EAST-11", 39600},
+                                                  {"EAST-13", 46800 - 86400},
+                                                  {"WEST11", -39600},
+                                                  {"WEST3:30", -12600}};
+    for (auto const & [rule, offset] : zones) {
+        TimeZone const zone(rule);
+        EXPECT_EQ(_oxTime::getTime_Start_OffSet(), offset) << rule;
+    }
+}
+
+TEST(TimeValue, FollowsTheZonesRulesForTheDate)
+{
+    struct {
+        char const * zone;
+        int winterHour, summerHour;
+    } const cases[] = {{berlin, 13, 14}, {newYork, 7, 8}, {kolkata, 17, 17}};
+    for (auto const & c : cases) {
+        TimeZone const zone(c.zone);
+        std::tm fields;
+        utc(winter).to_tm(fields);
+        EXPECT_EQ(fields.tm_hour, c.winterHour);
+        EXPECT_EQ(std::tm(utc(summer)).tm_hour, c.summerHour);
+        EXPECT_EQ(std::tm(_oxTime32{static_cast<unsigned>(summer)}).tm_hour, c.summerHour);
+
+        // Whatever the offset, local fields lead back to the same second.
+        for (__int64 t : {winter, summer}) {
+            std::tm const f = utc(t);
+            _oxTime back;
+            back.fromDateTime(f.tm_sec, f.tm_min, f.tm_hour, f.tm_mday, f.tm_mon + 1,
+                              f.tm_year + 1900);
+            EXPECT_EQ(back.value, t) << c.zone;
+            _oxTime midnight;
+            midnight.fromDate(f.tm_mday, f.tm_mon + 1, f.tm_year + 1900);
+            EXPECT_EQ(std::tm(midnight).tm_hour, 0) << c.zone;
+            EXPECT_EQ(midnight.value, t - f.tm_hour * 3600 - f.tm_min * 60) << c.zone;
+        }
+    }
+}
+
+TEST(TimeValue, SettlesTheHoursAroundDaylightSaving)
+{
+    TimeZone const zone(berlin);
+    struct {
+        int minute, hour, day, month;
+        __int64 expected;
+    } const cases[] = {
+        {59, 1, 29, 3, 1774745940},  // the last minute before summer time
+        {0, 3, 29, 3, 1774746000},   // and the first of it
+        {30, 1, 25, 10, 1792884600}, // still summer time
+        {30, 2, 25, 10, 1792891800}, // happens twice: the second one
+        {0, 3, 25, 10, 1792893600},
+    };
+    for (auto const & c : cases) {
+        _oxTime t;
+        t.fromDateTime(0, c.minute, c.hour, c.day, c.month, 2026);
+        EXPECT_EQ(t.value, c.expected)
+            << c.hour << ':' << c.minute << ' ' << c.day << '.' << c.month;
+    }
+}
+
+TEST(TimeValue, MovesDatesIntoRange)
+{
+    TimeZone const zone(berlin);
+    auto const dateOf = [](int day, int month, int year) {
+        _oxTime t;
+        t.fromDate(day, month, year);
+        return QDate(t);
+    };
+    EXPECT_EQ(dateOf(0, 13, 99), QDate(2099, 12, 1));
+    EXPECT_EQ(dateOf(5, 5, -3), QDate(2014, 5, 5));
+    EXPECT_EQ(dateOf(99, -7, 9999), QDate(3000, 1, 31));
+    EXPECT_EQ(dateOf(31, 2, 2026), QDate(2026, 3, 3));
+
+    auto const timeOf = [](int day, int month, int year) {
+        _oxTime t;
+        t.fromDateTime(0, 30, 12, day, month, year);
+        EXPECT_EQ(t.getDayMinutes() % 60, 30);
+        return t;
+    };
+    QDate const today = _oxTime(true);
+    EXPECT_EQ(QDate(timeOf(1, 1, 1900)), today);
+    EXPECT_EQ(timeOf(1, 1, 1900).asStringHourMin(), QLatin1String("12:30"));
+    EXPECT_EQ(QDate(timeOf(2, 1, 1900)), QDate(today.year(), 1, 2));
+    EXPECT_EQ(timeOf(1, 2, 1950).year(), 2050);
+    EXPECT_EQ(timeOf(1, 2, 1990).year(), 1990);
+}
+
+TEST(TimeValue, TakesDatesOfQtAsTheyAre)
+{
+    TimeZone const zone(newYork);
+    _oxTime t;
+    t = QDate(2026, 7, 15);
+    EXPECT_EQ(t.value, summer - 8 * 3600);
+    t = QDate(99, 12, 31);
+    EXPECT_EQ(QDate(t), QDate(99, 12, 31));
+    t = QDateTime(QDate(2026, 7, 15), QTime(8, 0));
+    EXPECT_EQ(t.value, summer);
+    t = QDateTime(QDate(1950, 7, 15), QTime(8, 0));
+    EXPECT_EQ(t.year(), 2050);
+    t = QDate();
+    EXPECT_EQ(t.value, -1);
+    t = QDateTime();
+    EXPECT_EQ(t.value, -1);
+}
+
+TEST(TimeValue, ConvertsFileTimes)
+{
+    TimeZone const zone(berlin);
+    _oxTime t;
+    t.from_FILETIME(0xD53E8000, 0x019DB1DE);
+    EXPECT_EQ(t.value, 0);
+    t.from_FILETIME(0, 0);
+    EXPECT_EQ(t.value, -11644473600);
+    t.from_FILETIME(0xFFFFFFFF, 0xFFFFFFFF);
+    EXPECT_EQ(t.value, -11644473600) << "ticks are a signed number";
+    FILETIME const file{0xD53E8000 + 25000000, 0x019DB1DE};
+    t.from_FILETIME(file.dwLowDateTime, file.dwHighDateTime);
+    EXPECT_EQ(t.value, 2);
+
+    _oxTime::oxTime_Start_OffSet = 3600; // as a process measures it that starts in winter
+    EXPECT_EQ(_oxTime::convertStatFileTime(winter).value, winter);
+    EXPECT_EQ(_oxTime::convertStatFileTime(summer).value, summer + 3600);
+}
+
+TEST(TimeValue, AnswersCalendarQuestions)
+{
+    TimeZone const zone(berlin);
+    EXPECT_EQ(utc(winter).year(), 2026);
+    EXPECT_EQ(utc(winter).month(), 1);
+    EXPECT_EQ(utc(winter).weekDay(), 3);
+    EXPECT_EQ(utc(winter + 3 * 86400).weekDay(), 6) << "Sunday";
+    EXPECT_EQ(utc(winter + 4 * 86400).weekDay(), 0) << "Monday";
+    EXPECT_EQ(utc(winter).dayOfMonth(17), 1);
+    EXPECT_EQ(utc(winter).dayOfMonth(-15), 31);
+
+    _oxTime::oxTime_Start_OffSet = 7200;
+    EXPECT_EQ(utc(winter).getDayHour(), 14) << "by the offset, not by the date";
+    EXPECT_EQ(utc(winter).getDayMinutes(), 14 * 60);
+    EXPECT_EQ(utc(winter).getDaySeconds(86400 + 5), 14 * 3600 + 5);
+    EXPECT_EQ(utc(winter).getTotalDays(10 * 3600), 20469);
+    EXPECT_EQ(utc(winter).toLocalTime(), winter + 7200);
+    EXPECT_EQ(utc(0x7FFFFFFF).toLocalTime(), __int64{0x7FFFFFFF} + 7200 - (__int64{1} << 32));
+    _oxTime local = utc(winter);
+    local.convertFromLocalTime();
+    EXPECT_EQ(local.value, winter - 7200);
+}
+
+TEST(TimeValue, WaitsForDeadlines)
+{
+    _oxTime start = utc(1000);
+    _oxTime now = utc(1010);
+    EXPECT_EQ(start.waitTimeDifference(30, &now), 20);
+    EXPECT_EQ(start.waitTimeDifference((__int64{1} << 32) + 30, &now), 20) << "32 bits only";
+    EXPECT_FALSE(start.waitTimeIsOver(10, true, &now));
+    now.value = 1011;
+    EXPECT_TRUE(start.waitTimeIsOver(10, false, &now));
+    EXPECT_EQ(start.value, 1000);
+    EXPECT_TRUE(start.waitTimeIsOver(10, true, &now));
+    EXPECT_EQ(start.value, 1011);
+    EXPECT_TRUE(start.waitTimeIsOver(10, true, nullptr));
+    EXPECT_NEAR(start.waitTimeDifference(50, nullptr), 50, 2);
+    EXPECT_FALSE(start.waitTimeIsOver(highest, true, nullptr));
+}
+
+TEST(TimeValue, SurvivesEveryNumber)
+{
+    TimeZone const zone(berlin);
+    for (__int64 const t : {lowest, lowest + 1, __int64{-67768040609740800}, __int64{-1},
+                            __int64{67768036191676799}, highest - 1, highest}) {
+        _oxTime time = utc(t);
+        time.setCurrentTime(t);
+        time.value = t;
+        EXPECT_FALSE(time.asString().isEmpty());
+        EXPECT_FALSE(time.asStringWeekDateMonth().isEmpty());
+        EXPECT_FALSE(time.asStringHourMinSec().isEmpty());
+        EXPECT_FALSE(time.asStringOffset(t).isEmpty());
+        EXPECT_FALSE(time.asStringFileNameDate().isEmpty());
+        EXPECT_TRUE(time.asOX8StringDateMonthYear().hasData());
+        time.dayOfMonth(t);
+        time.getDaySeconds(t);
+        time.getTotalDays(t);
+        time.waitTimeDifference(t, nullptr);
+        time.waitTimeIsOver(t, false, nullptr);
+        time.convertFromLocalTime();
+        _oxTime::convertStatFileTime(t);
+        _oxTime::oxTime_Start_OffSet = -1;
+        EXPECT_EQ(_oxTime(t, false).value, static_cast<__int64>(static_cast<quint64>(t) + 1));
+    }
+    EXPECT_EQ(utc(highest).month(), 0);
+    EXPECT_FALSE(QDate(utc(highest)).isValid());
+    _oxTime time;
+    int const most = std::numeric_limits<int>::max(), least = std::numeric_limits<int>::min();
+    time.fromDateTime(most, most, most, most, most, most);
+    time.fromDateTime(least, least, least, least, least, least);
+    EXPECT_EQ(_oxTime::convertStatFileTime(highest).value, highest);
+}
+
+} // namespace

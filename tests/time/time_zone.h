@@ -1,0 +1,32 @@
+#pragma once
+
+#include "shared/time/time_value.h"
+
+#include <QByteArray>
+
+#include <ctime>
+
+/// Puts the process into another time zone, with the offset not yet measured, until it goes out of
+/// scope. Zones are given as rules, since a bare machine has no zone names.
+class TimeZone
+{
+  public:
+    explicit TimeZone(char const * rule) : saved_(qgetenv("TZ")) { set(rule); }
+    ~TimeZone() { set(saved_); }
+    TimeZone(TimeZone const &) = delete;
+    TimeZone & operator=(TimeZone const &) = delete;
+
+  private:
+    static void set(QByteArray const & rule)
+    {
+        rule.isEmpty() ? qunsetenv("TZ") : qputenv("TZ", rule);
+        tzset();
+        _oxTime::oxTime_Start_OffSet = -1;
+    }
+
+    QByteArray saved_;
+};
+
+inline constexpr char berlin[] = "CET-1CEST,M3.5.0,M10.5.0/3";
+inline constexpr char newYork[] = "EST5EDT,M3.2.0,M11.1.0";
+inline constexpr char kolkata[] = "IST-5:30";
