@@ -12,7 +12,7 @@ using Path8 = _oxString8_evenSize<250>;
 
 QString toQString(std::u16string_view text)
 {
-    return QStringView(text).toString();
+    return QStringView(text.data(), static_cast<qsizetype>(text.size())).toString();
 }
 
 std::u16string_view viewOf(QString const & text)
