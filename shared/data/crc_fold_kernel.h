@@ -3,17 +3,18 @@
 // function may use an instruction set only if it is itself compiled for it, and no template can
 // vary that.)
 
-/// Shrinks `length` bytes, at least one vector and whole blocks, to one block with the same CRC.
-/// `nextBytes` is the register that the data continues, as asNextBytes() gives it. `isReversed`
-/// says that the first byte of a block holds its highest powers: the CRC is not a reflected one.
+/// Shrinks whole vectors, at least one, to 128 bits with the same remainder as the data has with a
+/// register's worth of zero bits behind it. `nextBytes` is the register that the data continues, as
+/// asNextBytes() gives it. `isReversed` says that the first byte of a block holds its highest
+/// powers: the CRC is not a reflected one.
 template <bool isReversed>
 __attribute__((always_inline)) OX_TARGET inline Block
-foldToBlock(FoldConstants const & constants, std::uint64_t nextBytes, unsigned char const * data,
-            std::size_t length)
+fold(FoldConstants const & constants, std::uint64_t nextBytes, unsigned char const * data,
+     std::size_t length)
 {
     constexpr std::size_t size = sizeof(Vector::Type);
     constexpr std::size_t blocks = size / sizeof(Block);
-    constexpr std::size_t chains = 8; // enough to keep the multiplier busy
+    constexpr std::size_t chains = FoldConstants::chains;
     constexpr std::size_t cacheLine = 64;
     constexpr std::size_t ahead = 4096; // farther than the processor looks by itself
 
@@ -31,7 +32,7 @@ foldToBlock(FoldConstants const & constants, std::uint64_t nextBytes, unsigned c
         data += (chains - 1) * size;
         length -= (chains - 1) * size;
 
-        auto const factors = Vector::broadcast(constants.by(chains * blocks));
+        auto const factors = Vector::broadcast(constants.byBlocks[chains * blocks]);
         for (; length >= chains * size; data += chains * size, length -= chains * size) {
 #pragma GCC unroll 8
             for (std::size_t i = 0; i < chains; ++i) {
@@ -45,32 +46,27 @@ foldToBlock(FoldConstants const & constants, std::uint64_t nextBytes, unsigned c
         x = chain[chains - 1];
 #pragma GCC unroll 8
         for (std::size_t i = 0; i < chains - 1; ++i)
-            x = Vector::fold(chain[i], Vector::broadcast(constants.by((chains - 1 - i) * blocks)),
-                             x);
+            x = Vector::fold(chain[i],
+                             Vector::broadcast(constants.byBlocks[(chains - 1 - i) * blocks]), x);
     }
 
-    auto const byVector = Vector::broadcast(constants.by(blocks));
+    auto const byVector = Vector::broadcast(constants.byBlocks[blocks]);
     for (; length >= size; data += size, length -= size)
         x = Vector::fold(x, byVector, Vector::turned<isReversed>(Vector::load(data)));
 
-    auto const byBlock = Vector128::broadcast(constants.by(1));
-    Block block = Vector::toBlock(x, constants);
-    for (; length >= sizeof block; data += sizeof block, length -= sizeof block)
-        block =
-            Vector128::fold(block, byBlock, Vector128::turned<isReversed>(Vector128::load(data)));
-    return block;
+    auto const behindEnd =
+        Vector::load(&constants.behindEnd[FoldConstants::blocksInWidestVector - blocks]);
+    return Vector::sumOfBlocks(Vector::fold(x, behindEnd, Vector::withLowBits(0)));
 }
 
 template <class Crc>
 OX_TARGET typename Crc::Word advance(typename Crc::Word crc, unsigned char const * data,
                                      std::size_t length)
 {
-    if (length >= sizeof(Vector::Type)) {
-        std::size_t const folded = length / sizeof(Block) * sizeof(Block);
-        crc = reduced<Crc>(foldToBlock<!Crc::isReflected>(foldConstants<Crc>, asNextBytes<Crc>(crc),
-                                                          data, folded));
-        data += folded;
-        length -= folded;
-    }
-    return advanceCrcByTables<Crc>(crc, data, length);
+    std::size_t const head = length % sizeof(Vector::Type);
+    crc = advanceCrcByTables<Crc>(crc, data, head);
+    if (length == head)
+        return crc;
+    return remainder<Crc>(fold<!Crc::isReflected>(foldConstants<Crc>, asNextBytes<Crc>(crc),
+                                                  data + head, length - head));
 }

@@ -27,18 +27,21 @@ struct FoldFactors {
 };
 
 struct FoldConstants {
-    /// The longest distance, in blocks: eight vectors of four blocks.
-    static constexpr std::size_t longest = 32;
+    static constexpr std::size_t blocksInWidestVector = 4;
+    /// So many vectors are folded side by side: enough to keep the multiplier busy, and no more
+    /// than fit in sixteen registers.
+    static constexpr std::size_t chains = 6;
+    static constexpr std::size_t longest = chains * blocksInWidestVector;
 
-    /// From the longest distance down to 0, whose factors are zero: a run of `n` entries that ends
-    /// there moves the blocks of a vector of `n` to its last block, which itself stays out of it.
-    std::array<FoldFactors, longest + 1> downwards;
+    /// Entry [n] moves a block by n blocks.
+    std::array<FoldFactors, longest + 1> byBlocks;
 
-    /// The factors that move a block by `blocks` blocks, followed by those of shorter distances.
-    constexpr FoldFactors const * by(std::size_t blocks) const
-    {
-        return &downwards[longest - blocks];
-    }
+    /// Move the blocks of the widest vector to half a block behind its end, where they are added.
+    std::array<FoldFactors, blocksInWidestVector> behindEnd;
+
+    /// Divide what stands there by the widened polynomial Q = x^64 + ...: a quotient x^128 / Q and
+    /// Q, each without one of its 65 coefficients: x^0 if reflected, else x^64.
+    FoldFactors divisors;
 };
 
 /// The CRC's polynomial widened to 64 bits; bit i is the coefficient of x^i, that of x^64 is left
@@ -57,41 +60,22 @@ constexpr std::uint64_t powerOfX(std::size_t n)
     return power;
 }
 
+/// The factors that move a block by n bits.
 template <class Crc>
-constexpr FoldConstants makeFoldConstants()
+constexpr FoldFactors factorsForBits(std::size_t n)
 {
-    FoldConstants constants{};
-    for (std::size_t blocks = 1; blocks <= FoldConstants::longest; ++blocks) {
-        std::size_t const n = 128 * blocks;
-        FoldFactors & factors = constants.downwards[FoldConstants::longest - blocks];
-        // The low half of a reflected block holds the higher powers. The product of two reflected
-        // words has its bits one place too low, which is a factor x that the constants leave out.
-        if constexpr (Crc::isReflected)
-            factors = {reflectBits(powerOfX<Crc>(n + 63)), reflectBits(powerOfX<Crc>(n - 1))};
-        else
-            factors = {powerOfX<Crc>(n), powerOfX<Crc>(n + 64)};
-    }
-    return constants;
+    // The low half of a reflected block holds the higher powers. The product of two reflected words
+    // has its bits one place too low, which is a factor x that the constants leave out.
+    if constexpr (Crc::isReflected)
+        return {reflectBits(powerOfX<Crc>(n + 63)), reflectBits(powerOfX<Crc>(n - 1))};
+    else
+        return {powerOfX<Crc>(n), powerOfX<Crc>(n + 64)};
 }
 
 template <class Crc>
-inline constexpr FoldConstants foldConstants = makeFoldConstants<Crc>();
-
-/// What takes a reflected block to the register by Barrett's method: dividing by the widened
-/// polynomial Q = x^64 + ... with two multiplications. The last two hold a polynomial of 65
-/// coefficients without that of x^0, because 64 bits hold no more; where that one is needed it is
-/// added separately.
-struct ReductionConstants {
-    std::uint64_t byHalfBlock; ///< moves the half of the higher powers by 64 bits
-    std::uint64_t quotient;    ///< x^128 / Q
-    std::uint64_t polynomial;  ///< Q
-};
-
-template <class Crc>
-constexpr ReductionConstants makeReductionConstants()
+constexpr FoldFactors makeDivisors()
 {
-    static_assert(Crc::isReflected);
-    // A long division; the first bit of the quotient and of Q, that of x^64, is left out.
+    // A long division, which begins behind the first bit of the quotient, that of x^64.
     std::uint64_t quotient = 0;
     std::uint64_t remainder = widePolynomial<Crc>;
     for (int bit = 63; bit >= 0; --bit) {
@@ -99,11 +83,28 @@ constexpr ReductionConstants makeReductionConstants()
         remainder = remainder << 1 ^ (outgoing != 0 ? widePolynomial<Crc> : 0);
         quotient |= outgoing << bit;
     }
-    return {reflectBits(powerOfX<Crc>(127)), reflectBits(quotient) << 1 | 1,
-            reflectBits(widePolynomial<Crc>) << 1 | 1};
+    if constexpr (Crc::isReflected)
+        return {reflectBits(quotient) << 1 | 1, reflectBits(widePolynomial<Crc>) << 1 | 1};
+    else
+        return {quotient, widePolynomial<Crc>};
 }
 
 template <class Crc>
-inline constexpr ReductionConstants reductionConstants = makeReductionConstants<Crc>();
+constexpr FoldConstants makeFoldConstants()
+{
+    FoldConstants constants{};
+    for (std::size_t n = 1; n <= FoldConstants::longest; ++n)
+        constants.byBlocks[n] = factorsForBits<Crc>(128 * n);
+    std::size_t bits = 128 * FoldConstants::blocksInWidestVector;
+    for (FoldFactors & factors : constants.behindEnd) {
+        bits -= 128;
+        factors = factorsForBits<Crc>(bits + 64);
+    }
+    constants.divisors = makeDivisors<Crc>();
+    return constants;
+}
+
+template <class Crc>
+inline constexpr FoldConstants foldConstants = makeFoldConstants<Crc>();
 
 } // namespace ox::detail

@@ -35,17 +35,17 @@ struct Vector128 {
         return _mm_loadu_si128(reinterpret_cast<Type const *>(data));
     }
 
-    OX_INLINE(OX_SSE) Type pair(std::uint64_t low, std::uint64_t high)
+    OX_INLINE(OX_SSE) Type load(FoldFactors const * factors)
     {
-        return _mm_set_epi64x(static_cast<long long>(high), static_cast<long long>(low));
+        return _mm_loadu_si128(reinterpret_cast<Type const *>(factors));
     }
 
-    OX_INLINE(OX_SSE) Type broadcast(FoldFactors const * factors)
-    {
-        return pair(factors->low, factors->high);
-    }
+    OX_INLINE(OX_SSE) Type broadcast(FoldFactors const & factors) { return load(&factors); }
 
-    OX_INLINE(OX_SSE) Type withLowBits(std::uint64_t bits) { return pair(bits, 0); }
+    OX_INLINE(OX_SSE) Type withLowBits(std::uint64_t bits)
+    {
+        return _mm_set_epi64x(0, static_cast<long long>(bits));
+    }
 
     OX_INLINE(OX_SSE) Type sum(Type a, Type b) { return _mm_xor_si128(a, b); }
 
@@ -67,7 +67,7 @@ struct Vector128 {
                    _mm_clmulepi64_si128(x, factors, 0x11));
     }
 
-    OX_INLINE(OX_SSE) Block toBlock(Type x, FoldConstants const &) { return x; }
+    OX_INLINE(OX_SSE) Block sumOfBlocks(Type x) { return x; }
 };
 
 #define OX_AVX2 OX_SSE ",avx2,vpclmulqdq"
@@ -79,7 +79,12 @@ struct Vector256 {
         return _mm256_loadu_si256(reinterpret_cast<Type const *>(data));
     }
 
-    OX_INLINE(OX_AVX2) Type broadcast(FoldFactors const * factors)
+    OX_INLINE(OX_AVX2) Type load(FoldFactors const * factors)
+    {
+        return _mm256_loadu_si256(reinterpret_cast<Type const *>(factors));
+    }
+
+    OX_INLINE(OX_AVX2) Type broadcast(FoldFactors const & factors)
     {
         return _mm256_broadcastsi128_si256(Vector128::broadcast(factors));
     }
@@ -106,10 +111,9 @@ struct Vector256 {
                    _mm256_clmulepi64_epi128(x, factors, 0x11));
     }
 
-    OX_INLINE(OX_AVX2) Block toBlock(Type x, FoldConstants const & constants)
+    OX_INLINE(OX_AVX2) Block sumOfBlocks(Type x)
     {
-        return Vector128::fold(_mm256_castsi256_si128(x), Vector128::broadcast(constants.by(1)),
-                               _mm256_extracti128_si256(x, 1));
+        return Vector128::sum(_mm256_castsi256_si128(x), _mm256_extracti128_si256(x, 1));
     }
 };
 
@@ -119,7 +123,12 @@ struct Vector512 {
 
     OX_INLINE(OX_AVX512) Type load(unsigned char const * data) { return _mm512_loadu_si512(data); }
 
-    OX_INLINE(OX_AVX512) Type broadcast(FoldFactors const * factors)
+    OX_INLINE(OX_AVX512) Type load(FoldFactors const * factors)
+    {
+        return _mm512_loadu_si512(factors);
+    }
+
+    OX_INLINE(OX_AVX512) Type broadcast(FoldFactors const & factors)
     {
         return _mm512_broadcast_i32x4(Vector128::broadcast(factors));
     }
@@ -147,39 +156,32 @@ struct Vector512 {
                                          xorOfThree);
     }
 
-    OX_INLINE(OX_AVX512) Block toBlock(Type x, FoldConstants const & constants)
+    OX_INLINE(OX_AVX512) Block sumOfBlocks(Type x)
     {
-        constexpr __mmask8 lastBlock = 0xC0;
-        auto const moved =
-            fold(x, _mm512_loadu_si512(constants.by(3)), _mm512_maskz_mov_epi64(lastBlock, x));
-        auto const half =
-            Vector256::sum(_mm512_castsi512_si256(moved), _mm512_extracti64x4_epi64(moved, 1));
-        return Vector128::sum(_mm256_castsi256_si128(half), _mm256_extracti128_si256(half, 1));
+        return Vector256::sumOfBlocks(
+            Vector256::sum(_mm512_castsi512_si256(x), _mm512_extracti64x4_epi64(x, 1)));
     }
 };
 
-/// The register that a zero register has after the bytes of `block`.
+/// The remainder of `x` divided by the widened polynomial, by Barrett's method.
 template <class Crc>
 OX_INLINE(OX_SSE)
-typename Crc::Word reduced(Block block)
+typename Crc::Word remainder(Block x)
 {
+    auto const divisors = Vector128::broadcast(foldConstants<Crc>.divisors);
+    std::uint64_t words[2];
     if constexpr (Crc::isReflected) {
-        constexpr auto & constants = reductionConstants<Crc>;
-        auto const half = Vector128::withLowBits(constants.byHalfBlock);
-        auto const divisors = Vector128::pair(constants.quotient, constants.polynomial);
-        auto const moved =
-            Vector128::sum(_mm_clmulepi64_si128(block, half, 0x00), _mm_srli_si128(block, 8));
-        auto const quotient = _mm_clmulepi64_si128(moved, divisors, 0x00);
-        auto rest = Vector128::sum(moved, _mm_clmulepi64_si128(quotient, divisors, 0x10));
+        auto const quotient = _mm_clmulepi64_si128(x, divisors, 0x00);
+        auto rest = Vector128::sum(x, _mm_clmulepi64_si128(quotient, divisors, 0x10));
         if constexpr ((widePolynomial<Crc> & 1) != 0)
             rest = Vector128::sum(rest, _mm_slli_si128(quotient, 8));
-        std::uint64_t words[2];
         _mm_storeu_si128(reinterpret_cast<Block *>(words), rest);
         return static_cast<typename Crc::Word>(words[1]);
     } else {
-        unsigned char bytes[sizeof(Block)];
-        _mm_storeu_si128(reinterpret_cast<Block *>(bytes), Vector128::turned<true>(block));
-        return advanceCrcByTables<Crc>(0, bytes, sizeof bytes);
+        auto const quotient = Vector128::sum(x, _mm_clmulepi64_si128(x, divisors, 0x01));
+        auto const rest = Vector128::sum(x, _mm_clmulepi64_si128(quotient, divisors, 0x11));
+        _mm_storeu_si128(reinterpret_cast<Block *>(words), rest);
+        return static_cast<typename Crc::Word>(words[0] >> (64 - 8 * sizeof(typename Crc::Word)));
     }
 }
 
