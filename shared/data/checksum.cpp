@@ -67,9 +67,7 @@ unsigned int oxCRCCalc(unsigned char const * data, unsigned int const & len)
 {
     if (crc32TableIsBuilt.load(std::memory_order_acquire) == 0)
         oxCRCInitialize();
-    unsigned int crc = 0xFFFFFFFFu;
-    oxCRCPartial(&crc, data, len);
-    return ~crc;
+    return ~advanceCrc<Crc32>(0xFFFFFFFFu, data, len);
 }
 
 unsigned char oxCRCCalc8(unsigned char const * data, unsigned long len, bool everySecondByte)
