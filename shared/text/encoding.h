@@ -14,10 +14,10 @@
 /// that already holds the marker is returned unchanged, so nothing is encoded twice.
 OX_EXPORT QString oxToOXUTF8(QString text, bool keepOriginal);
 
-/// Decodes every UTF-8 run, also one that only appears when another is decoded. The first ">" closes
-/// a run, so of all words only one that holds a ">" itself does not come back. Separators around the
-/// content are cut, bytes that are no UTF-8 become U+FFFD, and characters above 255 become "?". A run
-/// that is never closed ends before the last character of the text.
+/// Decodes every UTF-8 run, also one that only appears when another is closed. The first ">" closes
+/// a run, so of all words only one that holds a ">" itself does not come back. Separators around
+/// the content are cut, bytes that are no UTF-8 become U+FFFD, and characters above 255 become "?".
+/// A run that is never closed ends before the last character of the text.
 OX_EXPORT QString oxFromOXUTF8(QString text);
 
 /// As oxToOXUTF8 with 16-bit runs: each UTF-16 unit as its high and its low byte. Words end at
@@ -26,8 +26,8 @@ OX_EXPORT QString oxToOXUni16(QString text, bool keepOriginal);
 
 /// Decodes every 16-bit run as oxFromOXUTF8 does UTF-8 runs; an odd last character is dropped. A
 /// ">" in second place of a pair closes the run only when no other closes it, and a blank behind
-/// the marker is cut only when the run would be odd with it: both are bytes of common letters. Only a
-/// word with a letter from U+3E00 to U+3EFF, whose high byte closes the run, does not come back.
+/// the marker is cut only when the run would be odd with it: both are bytes of common letters. Only
+/// a word with a letter from U+3E00 to U+3EFF, whose high byte closes the run, does not come back.
 OX_EXPORT QString oxFromOXUni16(QString text);
 
 /// The text with XML's five special characters as named entities and the German letters ÄÖÜäöüß as

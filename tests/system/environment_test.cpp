@@ -90,7 +90,7 @@ TEST(Sleep, LastsItsTimeAcrossSignals)
     };
     action.sa_handler = [](int) {};
     ASSERT_EQ(sigaction(SIGUSR1, &action, nullptr), 0);
-    std::thread const disturber([sleeper = pthread_self()] {
+    std::thread disturber([sleeper = pthread_self()] {
         for (int i = 0; i < 5; ++i) {
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
             pthread_kill(sleeper, SIGUSR1);
@@ -100,7 +100,7 @@ TEST(Sleep, LastsItsTimeAcrossSignals)
     timer.start();
     oxSleep(200);
     EXPECT_GE(timer.elapsed(), 199);
-    const_cast<std::thread &>(disturber).join();
+    disturber.join();
 
     timer.start();
     oxSleep(-5);
