@@ -2,8 +2,11 @@
 
 #include "shared/platform/environment.h"
 #include "shared/platform/native_name.h"
+#include "shared/platform/utf8.h"
 
 #include <optional>
+#include <string>
+#include <utility>
 
 namespace
 {
@@ -21,22 +24,17 @@ std::u16string_view viewOf(QString const & text)
     return {view.utf16(), static_cast<std::size_t>(view.size())};
 }
 
-/// The bytes that stand for a text in an 8-bit record: Latin-1, or UTF-8 where those would name
-/// another file. Latin-1 where neither does.
-QByteArray recordBytes(QString const & text)
+/// The bytes that name the same file in an 8-bit record: Latin-1, or UTF-8 where the system takes
+/// that. Empty when the record cannot hold the name.
+std::optional<std::string> recordBytes(std::u16string_view name)
 {
-    auto const names = [file = ox::platform::nativeName(viewOf(text))](QByteArray const & bytes) {
-        return file == ox::platform::nativeName(std::string_view(
-                           bytes.constData(), static_cast<std::size_t>(bytes.size())));
-    };
-    QByteArray const latin1 = text.toLatin1();
-    QByteArray const utf8 = text.toUtf8();
-    return !names(latin1) && names(utf8) ? utf8 : latin1;
-}
-
-Path8 toRecord(QByteArray const & bytes)
-{
-    return Path8(std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
+    auto const file = ox::platform::nativeName(name);
+    for (std::string const & bytes :
+         {toQString(name).toLatin1().toStdString(), ox::platform::toUtf8(name)}) {
+        if (ox::platform::nativeName(bytes) == file)
+            return bytes;
+    }
+    return std::nullopt;
 }
 
 } // namespace
@@ -59,7 +57,9 @@ QString oxGetEnvironmentVariable(QString const & name)
 
 _oxString8_evenSize<250> oxGetEnvironmentVariable8(_oxString8_evenSize<250> const & name)
 {
-    return toRecord(recordBytes(oxGetEnvironmentVariable(name)));
+    QString const value = oxGetEnvironmentVariable(name);
+    auto const bytes = recordBytes(viewOf(value));
+    return bytes ? Path8(*bytes) : Path8(value);
 }
 
 void oxGetEnvironmentVariableList(QStringList & names, QStringList & values)
@@ -86,10 +86,10 @@ _oxString8_evenSize<250> oxApplicationPath(char * argv0)
 bool oxApplicationPath(_oxString8_evenSize<250> & path, char * argv0)
 {
     auto const takeFolderOf = [&path](std::optional<std::u16string> const & file) {
-        QString const folder = toQString(ox::platform::folderOf(file.value_or(u"")));
-        QByteArray const bytes = recordBytes(folder);
-        bool const fits = !bytes.isEmpty() && bytes.size() <= Path8::capacity();
-        path = fits ? toRecord(bytes) : Path8();
+        auto const bytes = recordBytes(ox::platform::folderOf(file.value_or(u"")));
+        bool const fits =
+            bytes && !bytes->empty() && std::cmp_less_equal(bytes->size(), Path8::capacity());
+        path = fits ? Path8(*bytes) : Path8();
         return fits;
     };
     auto const module = ox::platform::executablePath();
