@@ -138,6 +138,8 @@ TEST(Utf8Runs, HaveTheFormatTheFarmReads)
                            u">"_q),
               u"\u041F/\u0420"_q);
     EXPECT_EQ(oxFromOXUTF8(u"<UTF8abcd"_q), u"abcd"_q);
+    // Runs in runs: the first ">" closes the first of them, so the second piece is decoded twice.
+    EXPECT_EQ(oxFromOXUTF8(u"<UTF8a<UTF8\u00C3\u0083\u00C2\u00A9<UTF8b >c>d>"_q), u"a\u00E9bcd"_q);
     EXPECT_EQ(oxFromOXUTF8(u"<UTF8"_q + bytesOf(u"\u041F\u0420"_q)), u"\u041F\uFFFD\u00A0"_q);
     EXPECT_EQ(oxFromOXUTF8(u"<UTF8\u00C0\u00AF\u00F5\u041F>"_q), u"\uFFFD\uFFFD\uFFFD?"_q);
 }
