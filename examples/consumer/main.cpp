@@ -58,7 +58,7 @@ int main()
     JobRecord back;
     read.copyToBuffer(reinterpret_cast<char *>(&back), sizeof back);
     bool const same = back.scene == job.scene && back.owner == job.owner;
-    std::printf("%s, CRC-32 %08X, owner %s, submitted %s\n", same ? "read back" : "differs", read.crc,
-                back.owner.c_str(), back.submitted.asOX8String().c_str());
+    std::printf("%s, CRC-32 %08X, owner %s, submitted %s\n", same ? "read back" : "differs",
+                read.crc, back.owner.c_str(), back.submitted.asOX8String().c_str());
     return same ? 0 : 1;
 }

@@ -72,6 +72,7 @@ struct Utf8Form {
 
     static void encode(View word, Text & out);
     static Text decode(View run);
+    static Run findRun(View text, std::size_t at);
 };
 
 /// The units of a word, each as its high and its low byte.
@@ -112,6 +113,20 @@ Text Utf8Form::decode(View run)
     for (char16_t const c : run)
         bytes.push_back(isWide(c) ? '?' : static_cast<char>(c));
     return ox::platform::fromUtf8(bytes);
+}
+
+Run Utf8Form::findRun(View text, std::size_t at)
+{
+    if (at < text.size() && text[at] == u' ')
+        ++at;
+    Run run = runUpTo(text, at, text.find(u'>', at));
+    // Only what no word can hold is cut: a wider trim would cut the bytes A0 and 85, which end
+    // common letters.
+    while (run.first < run.last && isSeparator(text[run.first], separators))
+        ++run.first;
+    while (run.first < run.last && isSeparator(text[run.last - 1], separators))
+        --run.last;
+    return run;
 }
 
 void Uni16Form::encode(View word, Text & out)
@@ -201,29 +216,10 @@ QString encodeRuns(QString const & source, bool keepOriginal)
     return toQString(out);
 }
 
-/// Cuts a marker from the end of the text and returns whether there was one.
 template <class Form>
-bool takeMarker(Text & text)
+QString decodeRuns(QString const & source)
 {
-    constexpr std::size_t length = Form::marker.size();
-    if (text.size() < length ||
-        !equalsIgnoringCase(View(text).substr(text.size() - length), Form::marker))
-        return false;
-    text.resize(text.size() - length);
-    return true;
-}
-
-/// Puts decoded characters in front of position `at`, to be read next: they may hold or complete a
-/// marker. They are never more than were read since the marker of their run.
-void readAgain(Text & text, std::size_t & at, View decoded)
-{
-    at -= decoded.size();
-    std::copy(decoded.begin(), decoded.end(), text.begin() + static_cast<std::ptrdiff_t>(at));
-}
-
-QString decodeUni16(QString const & source)
-{
-    std::size_t const first = findMarker<Uni16Form>(viewOf(source));
+    std::size_t const first = findMarker<Form>(viewOf(source));
     if (first == none)
         return source;
     Text text(viewOf(source));
@@ -231,103 +227,18 @@ QString decodeUni16(QString const & source)
     out.reserve(text.size());
     for (std::size_t at = first; at < text.size();) {
         out.push_back(text[at++]);
-        if (!takeMarker<Uni16Form>(out))
+        if (out.size() < Form::marker.size() ||
+            !equalsIgnoringCase(View(out).substr(out.size() - Form::marker.size()), Form::marker))
             continue;
-        Run const run = Uni16Form::findRun(text, at);
-        at = run.next;
-        readAgain(text, at, Uni16Form::decode(View(text).substr(run.first, run.last - run.first)));
+        out.resize(out.size() - Form::marker.size());
+        Run const run = Form::findRun(text, at);
+        Text const word = Form::decode(View(text).substr(run.first, run.last - run.first));
+        // The word is read again, since it may hold or complete a marker. It is never longer than
+        // its run, and each marker makes the text shorter, so this ends.
+        at = run.next - word.size();
+        std::copy(word.begin(), word.end(), text.begin() + static_cast<std::ptrdiff_t>(at));
     }
     return toQString(out);
-}
-
-/// Text behind a UTF-8 marker, up to the next one. All of it lies in the same open runs.
-class Utf8Piece
-{
-  public:
-    Text text;
-
-    /// Decodes the text as often as it lies in runs. Each pass halves what is not ASCII or makes it
-    /// so, and passes over what is: the time does not grow with the number of runs.
-    void decode(std::size_t times)
-    {
-        for (; times > 0; --times) {
-            auto const from = text.begin() + static_cast<std::ptrdiff_t>(ascii_);
-            ascii_ = static_cast<std::size_t>(
-                std::find_if(from, text.end(), [](char16_t c) { return c > 0x7F; }) - text.begin());
-            if (ascii_ == text.size())
-                return;
-            text.replace(ascii_, none, Utf8Form::decode(View(text).substr(ascii_)));
-        }
-    }
-
-    /// Only what no word can hold is cut: a wider trim would cut the bytes A0 and 85, which end
-    /// common letters.
-    void cutSeparatorsAtEnd()
-    {
-        text.resize(text.find_last_not_of(Utf8Form::separators) + 1);
-        ascii_ = std::min(ascii_, text.size());
-    }
-
-    void clear()
-    {
-        text.clear();
-        ascii_ = 0;
-    }
-
-  private:
-    std::size_t ascii_ = 0; ///< so many characters at the start are ASCII
-};
-
-/// UTF-8 runs may lie in each other: each ">" closes the oldest open one. What is decoded is read
-/// again once no run is open.
-QString decodeUtf8(QString const & source)
-{
-    std::size_t const first = findMarker<Utf8Form>(viewOf(source));
-    if (first == none)
-        return source;
-    Text text(viewOf(source));
-    Text out = text.substr(0, first);
-    out.reserve(text.size());
-    Utf8Piece piece;
-    std::size_t runs = 0;
-    auto const openRun = [&](std::size_t & at) {
-        out += piece.text;
-        piece.clear();
-        ++runs;
-        if (at < text.size() && text[at] == u' ')
-            ++at;
-    };
-    for (std::size_t at = first; at < text.size();) {
-        char16_t const c = text[at++];
-        bool const last = at == text.size();
-        if (runs == 0) {
-            out.push_back(c);
-            if (takeMarker<Utf8Form>(out))
-                openRun(at);
-        } else if (c == u'>') {
-            piece.cutSeparatorsAtEnd();
-            piece.decode(1);
-            if (--runs == 0) {
-                readAgain(text, at, piece.text);
-                piece.clear();
-            }
-        } else if (last || !piece.text.empty() || !isSeparator(c, Utf8Form::separators)) {
-            piece.text.push_back(c);
-            if (takeMarker<Utf8Form>(piece.text)) {
-                piece.decode(runs);
-                openRun(at);
-            }
-        }
-    }
-    if (runs > 0 && !piece.text.empty()) {
-        // Runs that are never closed leave out the last character, as the farm's other decoders do.
-        char16_t const last = piece.text.back();
-        piece.text.pop_back();
-        piece.cutSeparatorsAtEnd();
-        piece.decode(runs);
-        piece.text.push_back(last);
-    }
-    return toQString(out + piece.text);
 }
 
 struct XmlEntity {
@@ -376,7 +287,7 @@ QString oxToOXUTF8(QString text, bool keepOriginal)
 
 QString oxFromOXUTF8(QString text)
 {
-    return decodeUtf8(text);
+    return decodeRuns<Utf8Form>(text);
 }
 
 QString oxToOXUni16(QString text, bool keepOriginal)
@@ -386,7 +297,7 @@ QString oxToOXUni16(QString text, bool keepOriginal)
 
 QString oxFromOXUni16(QString text)
 {
-    return decodeUni16(text);
+    return decodeRuns<Uni16Form>(text);
 }
 
 QString toXmlString(QString text)

@@ -14,10 +14,10 @@
 /// that already holds the marker is returned unchanged, so nothing is encoded twice.
 OX_EXPORT QString oxToOXUTF8(QString text, bool keepOriginal);
 
-/// Decodes every UTF-8 run, also one that only appears when another is closed. The first ">" closes
-/// a run, so of all words only one that holds a ">" itself does not come back. Separators around
-/// the content are cut, bytes that are no UTF-8 become U+FFFD, and characters above 255 become "?".
-/// A run that is never closed ends before the last character of the text.
+/// Decodes every UTF-8 run, also one that only appears when another is decoded. The first ">"
+/// closes a run, so of all words only one that holds a ">" itself does not come back. Separators
+/// around the content are cut, bytes that are no UTF-8 become U+FFFD, and characters above 255
+/// become "?". A run that is never closed ends before the last character of the text.
 OX_EXPORT QString oxFromOXUTF8(QString text);
 
 /// As oxToOXUTF8 with 16-bit runs: each UTF-16 unit as its high and its low byte. Words end at

@@ -119,7 +119,7 @@ TEST_P(TransportEncoding, DecodesFloodsOfMarkersToAnEnd)
     QString const & marker = GetParam().marker;
     EXPECT_EQ(GetParam().decode(marker), QString());
     for (QString const & piece : {marker, marker + u">"_q, marker + u" \u00E9>"_q})
-        EXPECT_LT(GetParam().decode(piece.repeated(40000) + u">>"_q).size(), 400000);
+        EXPECT_LT(GetParam().decode(piece.repeated(2000) + u">>"_q).size(), 20000);
     EXPECT_EQ(GetParam().decode(marker.left(3) + marker + u">"_q + marker.mid(3) + u">x"_q),
               u"x"_q);
 }
