@@ -3,6 +3,7 @@
 /// The whole public interface of oxShared.
 
 #include "shared/data/checksum.h"
+#include "shared/data/data_buffer.h"
 #include "shared/data/random.h"
 #include "shared/export.h"
 #include "shared/platform/types.h"

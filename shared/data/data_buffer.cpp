@@ -1,0 +1,373 @@
+#include "shared/data/data_buffer.h"
+
+#include "shared/data/buffer_codes.h"
+#include "shared/data/checksum.h"
+#include "shared/system/os_error.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace
+{
+
+using namespace ox::detail;
+
+std::int64_t mebibytes(int count)
+{
+    return std::int64_t{count} << 20;
+}
+
+Bytef const * zlibBytes(char const * bytes)
+{
+    return reinterpret_cast<Bytef const *>(bytes);
+}
+Bytef * zlibBytes(char * bytes)
+{
+    return reinterpret_cast<Bytef *>(bytes);
+}
+
+char const * zlibText(int code)
+{
+    switch (code) {
+    case Z_ERRNO:
+        return "Compression Error, system error;";
+    case Z_STREAM_ERROR:
+        return "Compression Error, stream error";
+    case Z_DATA_ERROR:
+        return "Compression Error, data CRC error";
+    case Z_MEM_ERROR:
+        return "Compression Error, memory";
+    case Z_BUF_ERROR:
+        return "Compression Error, buffer";
+    case Z_VERSION_ERROR:
+        return "Compression Error, version mismatch";
+    default:
+        return nullptr;
+    }
+}
+
+_oxString8_evenSize<150> numberedText(char const * format, int number)
+{
+    char text[51];
+    std::snprintf(text, sizeof text, format, number);
+    return text;
+}
+
+} // namespace
+
+_OX_DataBuffer::~_OX_DataBuffer()
+{
+    std::free(data);
+}
+
+bool _OX_DataBuffer::newsize(int newSize, int maxMB)
+{
+    if (newSize < 0 || newSize > mebibytes(maxMB))
+        return false;
+    error = 0;
+    if (data && newSize <= sizeAllocated)
+        return true;
+    std::free(data);
+    data = static_cast<char *>(std::calloc(std::size_t(newSize) + 1, 1));
+    sizeAllocated = data ? newSize : 0;
+    return data || fail(outOfMemory);
+}
+
+bool _OX_DataBuffer::resize(int newSize, int maxMB)
+{
+    if (newSize <= sizeAllocated)
+        return true;
+    if (newSize > mebibytes(maxMB))
+        return false;
+    if (!data)
+        return newsize(newSize, maxMB);
+    error = 0;
+    char * const block = static_cast<char *>(std::realloc(data, std::size_t(newSize) + 1));
+    if (!block)
+        std::free(data);
+    data = block;
+    sizeAllocated = data ? newSize : 0;
+    return data || fail(outOfMemory);
+}
+
+bool _OX_DataBuffer::makeRoom(std::int64_t bytes)
+{
+    return bytes <= mebibytes(memoryLimitMB) && resize(int(bytes), memoryLimitMB);
+}
+
+std::span<char const> _OX_DataBuffer::bytesAt(int offset, int length) const
+{
+    if (!data || offset < 0 || offset >= sizeAllocated || length <= 0)
+        return {};
+    return {data + offset, std::size_t(std::min(length, sizeAllocated - offset))};
+}
+
+bool _OX_DataBuffer::hasTrueSize() const
+{
+    return size >= 0 && size <= sizeAllocated && (data || size == 0);
+}
+
+bool _OX_DataBuffer::fail(int code)
+{
+    error = code;
+    return false;
+}
+
+void _OX_DataBuffer::fillZero()
+{
+    if (data)
+        std::memset(data, 0, std::size_t(sizeAllocated));
+}
+
+bool _OX_DataBuffer::append(char * src, int const & len)
+{
+    if (len < 1)
+        return true;
+    if (!src || !hasTrueSize())
+        return fail(corrupt);
+    if (!makeRoom(std::int64_t{size} + len))
+        return false;
+    std::memcpy(data + size, src, std::size_t(len));
+    size += len;
+    return true;
+}
+
+bool _OX_DataBuffer::copyFromBuffer(char const * src, int const & len)
+{
+    if (len < 1)
+        return true;
+    if (!src)
+        return fail(corrupt);
+    if (!makeRoom(len))
+        return false;
+    std::memmove(data, src, std::size_t(len));
+    return true;
+}
+
+void _OX_DataBuffer::copyToBuffer(char * dest, int const & len) const
+{
+    auto const bytes = bytesAt(0, len);
+    if (dest)
+        std::copy(bytes.begin(), bytes.end(), dest);
+}
+
+void _OX_DataBuffer::calcCRC()
+{
+    auto const bytes = bytesAt(0, size);
+    crc = oxCRCCalc(zlibBytes(bytes.data()), static_cast<unsigned int>(bytes.size()));
+}
+
+_oxString8_evenSize<150> _OX_DataBuffer::errorString() const
+{
+    return errorString(error);
+}
+
+_oxString8_evenSize<150> _OX_DataBuffer::errorString(int const & code)
+{
+    switch (code) {
+    case outOfMemory:
+        return "Unable to allocate memory";
+    case notOpened: {
+        _oxString8_evenSize<150> text("System error: ");
+        text.add(oxLastOSError8().c_str());
+        return text;
+    }
+    case wrongMagic:
+        return "Wrong File Header";
+    case corrupt:
+        return "CRC Error, data corrupt!";
+    case notReadable:
+        return "Unable to read data from file!";
+    case notWritten:
+        return "Unable to write data into file!";
+    case wrongLength:
+        return "Decompression error, wrong result size";
+    case missing:
+        return "File does not exists!";
+    case endOfFile:
+        return "File error: End of file reached!";
+    case Z_ERRNO:
+        // Deliberate: the farm's logs show zlib's system errors under the text of stream errors.
+        return zlibText(Z_STREAM_ERROR);
+    default:
+        if (code < endOfFile)
+            return numberedText("File error %d", endOfFile - code);
+        if (char const * const text = zlibText(code))
+            return text;
+        return numberedText("unknown error %d", code);
+    }
+}
+
+bool _OX_DataBuffer::compressFromB(char const * src, int const & srcLen, int const & offset)
+{
+    int const length = srcLen; // may be a header word of this buffer
+    int const start = offset;
+    error = 0;
+    if (length < 0 || start < 0)
+        return fail(Z_STREAM_ERROR);
+    if (!makeRoom(std::int64_t(compressBound(uLong(length))) + start))
+        return false;
+    isCompressed = 1;
+    sizeUncompressed = length;
+    dataOffset = start;
+    uLongf compressed = uLongf(sizeAllocated - start);
+    error = compress(zlibBytes(data + start), &compressed, zlibBytes(src), uLong(length));
+    size = error == Z_OK ? int(compressed) : 0;
+    return error == Z_OK;
+}
+
+bool _OX_DataBuffer::compressFrom(_OX_DataBuffer & src, int const & offset)
+{
+    error = 0;
+    if (&src == this)
+        return fail(Z_STREAM_ERROR);
+    if (!src.hasTrueSize())
+        return fail(corrupt);
+    return compressFromB(src.data, src.size, offset);
+}
+
+int _OX_DataBuffer::decompressToB(char * dest, int const & destLen, int const * offset)
+{
+    error = 0;
+    if (offset)
+        dataOffset = *offset;
+    // The valid bytes may be said to reach past the block: a caller that put a header of its own in
+    // front and counted it in `size` still reads its data back.
+    auto const stream = bytesAt(dataOffset, size);
+    uLongf produced = uLongf(std::max(destLen, 0));
+    error = uncompress(zlibBytes(dest), &produced, zlibBytes(stream.data()), uLong(stream.size()));
+    if (error != Z_OK)
+        return error;
+    bool const asExpected = int(produced) == sizeUncompressed && int(produced) == destLen;
+    error = asExpected ? 0 : wrongLength;
+    return asExpected ? destLen : error;
+}
+
+bool _OX_DataBuffer::decompressTo(_OX_DataBuffer & dest, int const * offset)
+{
+    error = 0;
+    if (&dest == this)
+        return fail(Z_STREAM_ERROR);
+    if (!dest.newsize(sizeUncompressed, memoryLimitMB))
+        return fail(outOfMemory);
+    // Deliberate: a block of dest that was larger before is offered whole, and so gives -106.
+    dest.size = decompressToB(dest.data, dest.sizeAllocated, offset);
+    dest.isCompressed = 0;
+    return dest.size > 0;
+}
+
+bool _OX_DataBuffer::chunkzipStart(z_stream & zs, int initialSize)
+{
+    if (!newsize(initialSize, memoryLimitMB))
+        return false;
+    size = 0;
+    zs.zalloc = nullptr;
+    zs.zfree = nullptr;
+    zs.opaque = nullptr;
+    int const fastButSmall = 3;
+    error = deflateInit(&zs, fastButSmall);
+    return error == Z_OK;
+}
+
+bool _OX_DataBuffer::chunkzipAdd(z_stream & zs, unsigned char * in, int len, bool last)
+{
+    if (len < 0 || !hasTrueSize())
+        return fail(Z_STREAM_ERROR);
+    // The applications count on the block growing by one half and once a call, not as far as
+    // needed.
+    bool mayGrow = true;
+    auto const grow = [&] {
+        mayGrow = false;
+        return makeRoom(std::int64_t{sizeAllocated} * 3 / 2);
+    };
+    bool const isTight = size + 2 * std::int64_t{len} > sizeAllocated;
+    if (isTight && !grow())
+        return false;
+    zs.next_in = in;
+    zs.avail_in = uInt(len);
+    int result = Z_OK;
+    bool more = true;
+    while (more) {
+        bool const isFull = size == sizeAllocated;
+        if (isFull && mayGrow && !grow())
+            return false;
+        int const room = sizeAllocated - size;
+        if (room == 0)
+            return fail(Z_BUF_ERROR);
+        zs.next_out = zlibBytes(data + size);
+        zs.avail_out = uInt(room);
+        result = deflate(&zs, last ? Z_FINISH : Z_NO_FLUSH);
+        if (result == Z_STREAM_ERROR)
+            return fail(result);
+        size += room - int(zs.avail_out);
+        // What zlib has taken but not yet written comes out with the next piece.
+        bool const done = last ? result == Z_STREAM_END : zs.avail_in == 0;
+        more = zs.avail_out == 0 && !done;
+    }
+    return !last || result == Z_STREAM_END || fail(result);
+}
+
+bool _OX_DataBuffer::chunkzipFinish(z_stream & zs)
+{
+    deflateEnd(&zs);
+    return true;
+}
+
+bool _OX_DataBuffer::chunkUnzipStart(z_stream & zs)
+{
+    dataOffset = 0;
+    zs.zalloc = nullptr;
+    zs.zfree = nullptr;
+    zs.opaque = nullptr;
+    zs.avail_in = 0;
+    zs.next_in = nullptr;
+    error = inflateInit(&zs);
+    return error == Z_OK;
+}
+
+bool _OX_DataBuffer::chunkUnzipGet(z_stream & zs, unsigned char * out, int outLen)
+{
+    if (dataOffset < 0 || dataOffset >= size)
+        return false;
+    auto const input = bytesAt(dataOffset, size - dataOffset);
+    if (input.empty())
+        return false;
+    if (outLen < 0)
+        return fail(Z_STREAM_ERROR);
+    // zlib reads through next_in and changes nothing there.
+    zs.next_in = zlibBytes(const_cast<char *>(input.data()));
+    zs.avail_in = uInt(input.size());
+    zs.next_out = out;
+    zs.avail_out = uInt(outLen);
+    int const result = inflate(&zs, Z_NO_FLUSH);
+    if (result == Z_MEM_ERROR || result == Z_DATA_ERROR || result == Z_NEED_DICT) {
+        inflateEnd(&zs);
+        return fail(result);
+    }
+    if (result == Z_STREAM_ERROR)
+        return fail(result);
+    int const consumed = int(input.size() - zs.avail_in);
+    dataOffset += consumed;
+    // Bytes behind the end of the stream are no input: a caller that reads until false must stop.
+    bool const pastTheEnd = result == Z_STREAM_END && consumed == 0 && zs.avail_out == uInt(outLen);
+    return !pastTheEnd;
+}
+
+bool _OX_DataBuffer::chunkUnzipFinish(z_stream & zs)
+{
+    inflateEnd(&zs);
+    return true;
+}
+
+QString oxConvertZLibError(int & code)
+{
+    char const * const text = zlibText(code);
+    if (!text)
+        return QStringLiteral("Compression Error, unknown error ") + QString::number(code);
+    QString result = QString::fromLatin1(text);
+    if (code == Z_ERRNO)
+        result += QString(oxLastOSError());
+    return result;
+}

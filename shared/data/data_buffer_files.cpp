@@ -1,0 +1,437 @@
+#include "shared/data/data_buffer.h"
+
+#include "shared/data/buffer_codes.h"
+#include "shared/data/checksum.h"
+#include "shared/platform/files.h"
+#include "shared/platform/gzip_files.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+// The header words are written as they stand in memory, which is the order of the files.
+static_assert(std::endian::native == std::endian::little);
+
+namespace
+{
+
+using namespace ox::detail;
+using FileName = _oxString8_evenSize<500>;
+
+constexpr int magicSize = 4;
+constexpr int headerSize = 32;
+static_assert(headerSize == offsetof(_OX_DataBuffer, sizeAllocated));
+
+ox::platform::NativeName native(FileName const & file)
+{
+    return ox::platform::nativeName(std::string_view(file.value, file.length));
+}
+
+bool isThere(std::optional<ox::platform::FileStatus> const & status)
+{
+    return status && !status->isFolder;
+}
+
+/// Memory of the caller. A length that cannot be one is neither read nor written.
+struct Block {
+    char * bytes;
+    int length;
+
+    bool isPossible() const { return length >= 0 && (bytes || length == 0); }
+};
+
+Block headerOf(_OX_DataBuffer & buffer)
+{
+    return {reinterpret_cast<char *>(&buffer), headerSize};
+}
+
+/// A file of the run-time library: the plain format and its codes.
+class PlainFile
+{
+  public:
+    static constexpr char const * magic = "oxDB";
+    static constexpr int notOpenedForReading = notOpened;
+    static constexpr int impossibleBlock = endOfFile;
+
+    PlainFile(FileName const & name, ox::platform::StreamMode mode)
+        : stream_(ox::platform::openStream(native(name), mode))
+    {
+        bool const reading = mode == ox::platform::StreamMode::Read;
+        if (stream_ && reading) // straight into the block, which may be large
+            std::setvbuf(stream_.get(), nullptr, _IONBF, 0);
+    }
+
+    explicit operator bool() const { return stream_ != nullptr; }
+
+    bool write(Block block)
+    {
+        auto const length = std::size_t(block.length);
+        return length == 0 || std::fwrite(block.bytes, 1, length, stream_.get()) == length;
+    }
+
+    bool read(Block block)
+    {
+        auto const length = std::size_t(block.length);
+        return length == 0 || std::fread(block.bytes, 1, length, stream_.get()) == length;
+    }
+
+    int writeError() const { return notWritten; }
+
+    int readError() const
+    {
+        return std::feof(stream_.get()) ? endOfFile : endOfFile - std::ferror(stream_.get());
+    }
+
+    /// Closes a written file; what the system could not store shows only now.
+    int close() { return std::fclose(stream_.release()) == 0 ? 0 : notWritten; }
+
+  private:
+    struct Close {
+        void operator()(std::FILE * stream) const { std::fclose(stream); }
+    };
+    std::unique_ptr<std::FILE, Close> stream_;
+};
+
+/// A plain file that takes the CRC-32 of the block last read, piece by piece while the piece is in
+/// the processor's cache.
+class CheckedFile : public PlainFile
+{
+  public:
+    explicit CheckedFile(FileName const & name) : PlainFile(name, ox::platform::StreamMode::Read)
+    {
+        oxCRCInitialize();
+    }
+
+    bool read(Block block)
+    {
+        crc_ = 0xFFFFFFFF;
+        while (block.length > 0) {
+            Block const piece{block.bytes, std::min(block.length, pieceSize)};
+            if (!PlainFile::read(piece))
+                return false;
+            oxCRCPartial(&crc_, reinterpret_cast<unsigned char *>(piece.bytes),
+                         unsigned(piece.length));
+            block.bytes += piece.length;
+            block.length -= piece.length;
+        }
+        return true;
+    }
+
+    std::uint32_t crc() const { return ~crc_; }
+
+  private:
+    static constexpr int pieceSize = 256 * 1024;
+    unsigned int crc_ = 0;
+};
+
+/// A file of zlib's gzip interface: the compressed formats and their codes.
+class GzipFile
+{
+  public:
+    static constexpr char const * magic = "oxZP";
+    static constexpr int notOpenedForReading = notReadable;
+    static constexpr int impossibleBlock = Z_STREAM_ERROR;
+
+    GzipFile(FileName const & name, ox::platform::StreamMode mode)
+        : file_(ox::platform::openGzip(native(name), mode))
+    {
+        unsigned const fewLargeTransfers = 128 * 1024;
+        if (file_)
+            gzbuffer(file_.get(), fewLargeTransfers);
+    }
+
+    explicit operator bool() const { return file_ != nullptr; }
+
+    bool write(Block block)
+    {
+        return gzwrite(file_.get(), block.bytes, unsigned(block.length)) == block.length;
+    }
+
+    bool read(Block block) { return readSome(block.bytes, unsigned(block.length)) == block.length; }
+
+    /// Bytes read, fewer than room only at the end of the data; negative when the stream is damaged
+    /// or cut short.
+    int readSome(char * bytes, unsigned room)
+    {
+        int const count = gzread(file_.get(), bytes, room);
+        return unsigned(count) < room && readError() != Z_OK ? -1 : count;
+    }
+
+    int writeError() const { return readError(); }
+
+    int readError() const
+    {
+        int number = Z_OK;
+        gzerror(file_.get(), &number);
+        return number;
+    }
+
+    /// Closes a written file; what the system could not store shows only now.
+    int close() { return gzclose(file_.release()); }
+
+  private:
+    struct Close {
+        void operator()(gzFile file) const { gzclose(file); }
+    };
+    std::unique_ptr<gzFile_s, Close> file_;
+};
+
+/// Writes the magic, if asked, and the blocks. A length that is none is refused before the file,
+/// and with it what it held, is touched.
+template <class File>
+int save(FileName const & name, bool withMagic, Block block1, Block block2)
+{
+    if (!block1.isPossible() || !block2.isPossible())
+        return notWritten;
+    File file(name, ox::platform::StreamMode::Write);
+    if (!file)
+        return notOpened;
+    Block const magic{const_cast<char *>(File::magic), withMagic ? magicSize : 0};
+    if (!file.write(magic) || !file.write(block1) || !file.write(block2))
+        return file.writeError();
+    return file.close();
+}
+
+/// Reads the magic, if asked, and the blocks, all of them whole. False with the code in error,
+/// which is 0 when a gzip stream merely ended early.
+template <class File>
+bool load(File & file, bool withMagic, Block block1, Block block2, std::int32_t & error)
+{
+    auto const fail = [&error](int code) {
+        error = code;
+        return false;
+    };
+    if (!file)
+        return fail(File::notOpenedForReading);
+    char magic[magicSize];
+    if (withMagic && !file.read({magic, magicSize}))
+        return fail(file.readError());
+    if (withMagic && std::memcmp(magic, File::magic, magicSize) != 0)
+        return fail(wrongMagic);
+    if (!block1.isPossible() || !block2.isPossible())
+        return fail(File::impossibleBlock);
+    return (file.read(block1) && file.read(block2)) || fail(file.readError());
+}
+
+template <class File>
+int load(FileName const & name, bool withMagic, Block block1, Block block2)
+{
+    File file(name, ox::platform::StreamMode::Read);
+    std::int32_t error = 0;
+    load(file, withMagic, block1, block2, error);
+    return error;
+}
+
+/// Reads the rest of a file into a buffer that grows by step for each read.
+bool readGrowing(GzipFile & file, _OX_DataBuffer & buffer, unsigned step)
+{
+    auto const finish = [&buffer](int code, int length) {
+        buffer.error = code;
+        buffer.size = buffer.sizeUncompressed = length;
+        return code == 0;
+    };
+    std::int64_t const limit = std::int64_t{memoryLimitMB} << 20;
+    std::int64_t target = 0;
+    int total = 0;
+    int count = 0;
+    do {
+        target = std::min(target + step, limit);
+        if (!buffer.resize(int(target), memoryLimitMB))
+            return finish(outOfMemory, 0);
+        unsigned const room = std::min(step, unsigned(buffer.sizeAllocated - total));
+        bool const isFull = room == 0 && step > 0;
+        char beyond;
+        count = isFull ? file.readSome(&beyond, 1) : file.readSome(buffer.data + total, room);
+        if (count < 0)
+            return finish(file.readError(), 0);
+        if (isFull && count > 0)
+            return finish(outOfMemory, 0);
+        total += count;
+    } while (count > 0);
+    return finish(0, total);
+}
+
+/// A buffer over the caller's memory, which stays the caller's.
+struct BorrowedBuffer : _OX_DataBuffer {
+    BorrowedBuffer(char * memory, int length)
+    {
+        data = memory;
+        size = sizeUncompressed = sizeAllocated = length;
+    }
+    ~BorrowedBuffer() { data = nullptr; }
+};
+
+} // namespace
+
+int _OX_DataBuffer::saveToFile(_oxString8_evenSize<500> file, bool const & withMagic,
+                               char * const block1, int const & len1, char * const block2,
+                               int const & len2)
+{
+    return save<PlainFile>(file, withMagic, {block1, len1}, {block2, block2 ? len2 : 0});
+}
+
+int _OX_DataBuffer::loadFromFile(_oxString8_evenSize<500> file, bool const & withMagic,
+                                 char * const block1, int const & len1, char * const block2,
+                                 int const & len2)
+{
+    return load<PlainFile>(file, withMagic, {block1, len1},
+                           {block2, block2 ? std::max(len2, 0) : 0});
+}
+
+int _OX_DataBuffer::saveToFileCompressed(_oxString8_evenSize<500> file, bool const & withMagic,
+                                         char * const block1, int const & len1, char * const block2,
+                                         int const & len2)
+{
+    return save<GzipFile>(file, withMagic, {block1, len1}, {block2, block2 ? len2 : 0});
+}
+
+int _OX_DataBuffer::loadFromFileCompressed(_oxString8_evenSize<500> file, bool const & withMagic,
+                                           char * const block1, int const & len1,
+                                           char * const block2, int const & len2)
+{
+    return load<GzipFile>(file, withMagic, {block1, len1},
+                          {block2, block2 ? std::max(len2, 0) : 0});
+}
+
+int _OX_DataBuffer::saveGzipFile(_oxString8_evenSize<500> const & file, char const * data,
+                                 int const & len)
+{
+    int const result = save<GzipFile>(file, false, {const_cast<char *>(data), len}, {nullptr, 0});
+    // Deliberate: the applications know a bare gzip file that cannot be opened by this one code,
+    // whether it was to be read or written.
+    return result == notOpened ? notReadable : result;
+}
+
+int _OX_DataBuffer::loadGzipFile(_oxString8_evenSize<500> const & file, char * dest,
+                                 unsigned int const & len, bool const & exact)
+{
+    GzipFile gzip(file, ox::platform::StreamMode::Read);
+    if (!gzip)
+        return notReadable;
+    if (!dest && len > 0)
+        return Z_STREAM_ERROR;
+    int const count = gzip.readSome(dest, len);
+    if (count < 0)
+        return gzip.readError();
+    char beyond;
+    bool const isExact = unsigned(count) == len && gzip.readSome(&beyond, 1) == 0;
+    return exact && !isExact ? wrongLength : 0;
+}
+
+int _OX_DataBuffer::saveToFileCompressedHeader(_oxString8_evenSize<500> const & file, char * data,
+                                               int const & len)
+{
+    BorrowedBuffer buffer(data, len);
+    buffer.saveToFileCompressed(file);
+    return buffer.error;
+}
+
+int _OX_DataBuffer::loadFromFileCompressedHeader(_oxString8_evenSize<500> const & file, char * dest,
+                                                 int const & len)
+{
+    BorrowedBuffer buffer(dest, len);
+    buffer.loadFromFileCompressed(file, false);
+    return buffer.error;
+}
+
+int _OX_DataBuffer::compressNSaveToFile(_oxString8_evenSize<500> const & file, char * data,
+                                        int const & len)
+{
+    _OX_DataBuffer buffer;
+    if (!buffer.compressFromB(data, len, 0))
+        return buffer.error;
+    // Deliberate: what the applications keep this way can be made again, and a share that cannot be
+    // written at the moment must not stop them.
+    buffer.saveToFile(file, true);
+    return 0;
+}
+
+int _OX_DataBuffer::compressNLoadFromFile(_oxString8_evenSize<500> const & file, char * dest,
+                                          int const & len, bool const & exact)
+{
+    _OX_DataBuffer buffer;
+    if (!buffer.loadFromFile(file, true))
+        return buffer.error;
+    if (exact && buffer.sizeUncompressed != len)
+        return wrongLength;
+    buffer.decompressToB(dest, len, nullptr);
+    return buffer.error;
+}
+
+bool _OX_DataBuffer::saveToFile(_oxString8_evenSize<500> const & file, bool const & withHeader)
+{
+    if (!hasTrueSize())
+        return fail(notWritten);
+    calcCRC();
+    Block const header = withHeader ? headerOf(*this) : Block{nullptr, 0};
+    error = save<PlainFile>(file, withHeader, header, {data, size});
+    return error == 0;
+}
+
+bool _OX_DataBuffer::loadFromFile(_oxString8_evenSize<500> const & file, bool withHeader)
+{
+    error = 0;
+    auto const status = ox::platform::fileStatus(native(file));
+    if (!isThere(status))
+        return fail(missing);
+    std::int64_t const length = status->size - (withHeader ? magicSize + headerSize : 0);
+    // Deliberate: a file too short for its header is reported as corrupt, like any damaged file.
+    if (length <= 0)
+        return fail(corrupt);
+    if (!makeRoom(length))
+        return fail(outOfMemory);
+    CheckedFile checked(file);
+    Block const header = withHeader ? headerOf(*this) : Block{nullptr, 0};
+    if (!load(checked, withHeader, header, {data, int(length)}, error))
+        return false;
+    size = int(length);
+    if (!withHeader)
+        return true;
+    std::uint32_t const stored = crc;
+    crc = checked.crc();
+    return crc == stored || fail(corrupt);
+}
+
+bool _OX_DataBuffer::saveToFileCompressed(_oxString8_evenSize<500> const & file)
+{
+    if (!hasTrueSize())
+        return fail(notWritten);
+    error = save<GzipFile>(file, true, headerOf(*this), {data, size});
+    return error == 0;
+}
+
+bool _OX_DataBuffer::loadFromFileCompressed(_oxString8_evenSize<500> const & file, bool growToFit)
+{
+    error = 0;
+    // Deliberate: settings and caches are kept in these files, and none yet is as good as empty.
+    if (!isThere(ox::platform::fileStatus(native(file))))
+        return true;
+    GzipFile gzip(file, ox::platform::StreamMode::Read);
+    if (!load(gzip, true, headerOf(*this), {nullptr, 0}, error))
+        return false;
+    size = sizeUncompressed = 0;
+    if (growToFit)
+        return readGrowing(gzip, *this, 1024 * 1024);
+    if (!load(gzip, false, {data, sizeAllocated}, {nullptr, 0}, error))
+        return false;
+    char beyond;
+    int const more = gzip.readSome(&beyond, 1);
+    if (more < 0)
+        return fail(gzip.readError());
+    // Deliberate: data that is larger than the caller expected is not offered in part.
+    if (more == 0)
+        size = sizeUncompressed = sizeAllocated;
+    return true;
+}
+
+bool _OX_DataBuffer::loadGzipFile(_oxString8_evenSize<500> const & file, unsigned int const & chunk)
+{
+    GzipFile gzip(file, ox::platform::StreamMode::Read);
+    if (!gzip)
+        return fail(notReadable);
+    return readGrowing(gzip, *this, chunk);
+}

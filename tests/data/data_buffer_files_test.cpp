@@ -1,0 +1,414 @@
+#include "shared/data/data_buffer.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include <climits>
+#include <cstring>
+#include <string>
+
+namespace
+{
+
+using FileName = _oxString8_evenSize<500>;
+
+FileName fileName(QString const & path)
+{
+    return FileName(path.toUtf8().constData());
+}
+
+FileName golden(char const * name)
+{
+    return fileName(QStringLiteral(OX_TEST_DATA "/golden/") + QString::fromLatin1(name));
+}
+
+QByteArray bytesOf(FileName const & name)
+{
+    QFile file(QString::fromUtf8(name.c_str()));
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name.c_str();
+    return file.readAll();
+}
+
+QByteArray contentOf(_OX_DataBuffer const & buffer)
+{
+    return {buffer.data, buffer.size};
+}
+
+/// The bytes of the eight header words, as they stand in a file.
+QByteArray headerOf(std::initializer_list<std::int32_t> words)
+{
+    return {reinterpret_cast<char const *>(words.begin()), int(words.size() * 4)};
+}
+
+class DataBufferFile : public testing::Test
+{
+  protected:
+    FileName path(char const * name) const
+    {
+        return fileName(folder_.filePath(QString::fromLatin1(name)));
+    }
+
+    FileName write(char const * name, QByteArray const & bytes) const
+    {
+        QFile file(folder_.filePath(QString::fromLatin1(name)));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+        return path(name);
+    }
+
+    FileName writeGzip(char const * name, QByteArray const & bytes) const
+    {
+        FileName const file = path(name);
+        EXPECT_EQ(_OX_DataBuffer::saveGzipFile(file, bytes.constData(), int(bytes.size())), 0);
+        return file;
+    }
+
+    QTemporaryDir folder_;
+};
+
+/// Runs another program on a file and returns what it writes; empty when it fails.
+QByteArray outputOf(char const * program, QStringList const & arguments)
+{
+    QProcess process;
+    process.start(QString::fromLatin1(program), arguments);
+    bool const finished = process.waitForFinished() && process.exitCode() == 0;
+    EXPECT_TRUE(finished) << process.readAllStandardError().constData();
+    return process.readAllStandardOutput();
+}
+
+} // namespace
+
+TEST_F(DataBufferFile, ReadsAndWritesTheFilesOfOthers)
+{
+    for (std::string const set : {"small", "text", "binary"}) {
+        SCOPED_TRACE(set);
+        auto const file = [&set](char const * extension) {
+            return golden((set + extension).c_str());
+        };
+        QByteArray const raw = bytesOf(file(".raw"));
+        int const length = int(raw.size());
+        QByteArray back(length, '-');
+
+        _OX_DataBuffer plain;
+        ASSERT_TRUE(plain.loadFromFile(file(".oxdb"), true)) << plain.errorString().c_str();
+        EXPECT_EQ(contentOf(plain), raw);
+        EXPECT_EQ(plain.headerValue0, 11);
+        EXPECT_EQ(plain.headerValue1, 22);
+        EXPECT_EQ(plain.headerValue2, 33);
+        plain.crc = 0;
+        ASSERT_TRUE(plain.saveToFile(path("again"), true));
+        EXPECT_EQ(bytesOf(path("again")), bytesOf(file(".oxdb")));
+        _OX_DataBuffer bare;
+        ASSERT_TRUE(bare.loadFromFile(file(".raw"), false));
+        ASSERT_TRUE(bare.saveToFile(path("again"), false));
+        EXPECT_EQ(bytesOf(path("again")), raw);
+
+        _OX_DataBuffer packed;
+        ASSERT_TRUE(packed.loadFromFileCompressed(file(".oxzp"), true));
+        EXPECT_EQ(contentOf(packed), raw);
+        EXPECT_EQ(packed.sizeUncompressed, length);
+        EXPECT_EQ(packed.headerValue2, 33);
+        EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressedHeader(file(".oxzp"), back.data(), length),
+                  0);
+        EXPECT_EQ(back, raw);
+
+        back.fill('-');
+        EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file(".oxns"), back.data(), length, true),
+                  0);
+        EXPECT_EQ(back, raw);
+
+        back.fill('-');
+        EXPECT_EQ(_OX_DataBuffer::loadGzipFile(file(".gz"), back.data(), unsigned(length), true),
+                  0);
+        EXPECT_EQ(back, raw);
+        for (unsigned const chunk : {7u, unsigned(length), 1u << 20, UINT_MAX}) {
+            _OX_DataBuffer grown;
+            ASSERT_TRUE(grown.loadGzipFile(file(".gz"), chunk)) << chunk;
+            EXPECT_EQ(contentOf(grown), raw);
+            EXPECT_EQ(grown.sizeUncompressed, length);
+        }
+    }
+}
+
+TEST_F(DataBufferFile, IsReadByGzipAndPython)
+{
+    QByteArray raw = bytesOf(golden("binary.raw"));
+    int const length = int(raw.size());
+    FileName const gz = path("a.gz"), zp = path("b.oxzp"), ns = path("c.oxns");
+    ASSERT_EQ(_OX_DataBuffer::saveGzipFile(gz, raw.data(), length), 0);
+    ASSERT_EQ(_OX_DataBuffer::saveToFileCompressedHeader(zp, raw.data(), length), 0);
+    ASSERT_EQ(_OX_DataBuffer::compressNSaveToFile(ns, raw.data(), length), 0);
+    EXPECT_EQ(raw, bytesOf(golden("binary.raw")));
+    if (QStandardPaths::findExecutable(QStringLiteral("gzip")).isEmpty() ||
+        QStandardPaths::findExecutable(QStringLiteral("python3")).isEmpty())
+        GTEST_SKIP() << "gzip and python3 are needed to read the files back";
+
+    QStringList const decompress = {QStringLiteral("-dc")};
+    EXPECT_EQ(outputOf("gzip", decompress + QStringList(QString::fromUtf8(gz.c_str()))), raw);
+    QByteArray const zpContent =
+        outputOf("gzip", decompress + QStringList(QString::fromUtf8(zp.c_str())));
+    EXPECT_EQ(zpContent, "oxZP" + headerOf({0, length, length, 0, 0, 0, 0, 0}) + raw);
+
+    QString const script = QStringLiteral("import struct, sys, zlib\n"
+                                          "f = open(sys.argv[1], 'rb').read()\n"
+                                          "magic, *words = struct.unpack('<4s4iI3i', f[:36])\n"
+                                          "data = f[36:]\n"
+                                          "plain = zlib.decompress(data)\n"
+                                          "assert (magic, words) == (b'oxDB', [0, len(data), "
+                                          "len(plain), 0, zlib.crc32(data), 0, 0, 1])\n"
+                                          "sys.stdout.buffer.write(plain)");
+    EXPECT_EQ(outputOf("python3", {QStringLiteral("-c"), script, QString::fromUtf8(ns.c_str())}),
+              raw);
+}
+
+TEST_F(DataBufferFile, RefusesADamagedPlainFile)
+{
+    QByteArray const good = bytesOf(golden("small.oxdb"));
+    auto const with = [&good](int at, QByteArray const & bytes) {
+        return QByteArray(good).replace(at, bytes.size(), bytes);
+    };
+    struct {
+        char const * what;
+        QByteArray bytes;
+        int error;
+    } const cases[] = {
+        {"empty", "", -103},
+        {"no more than a header", good.left(36), -103},
+        {"shorter than a header", good.left(20), -103},
+        {"one byte cut", good.left(int(good.size()) - 1), -103},
+        {"one byte more", good + "x", -103},
+        {"a data byte", with(40, "\x7F"), -103},
+        {"the stored CRC", with(4 + 16, headerOf({1})), -103},
+        {"the magic", with(3, "X"), -102},
+    };
+    for (auto const & [what, bytes, error] : cases) {
+        _OX_DataBuffer buffer;
+        EXPECT_FALSE(buffer.loadFromFile(write("damaged", bytes), true)) << what;
+        EXPECT_EQ(buffer.error, error) << what;
+    }
+    // The header's lengths are not needed for loading and change nothing.
+    for (int const lie : {INT_MIN, -1, 0, INT_MAX}) {
+        _OX_DataBuffer buffer;
+        ASSERT_TRUE(
+            buffer.loadFromFile(write("lying", with(4 + 4, headerOf({lie, lie, lie}))), true));
+        EXPECT_EQ(buffer.size, 27);
+        EXPECT_EQ(buffer.sizeAllocated, 27);
+        _OX_DataBuffer dest;
+        EXPECT_FALSE(buffer.decompressTo(dest, nullptr));
+    }
+}
+
+TEST_F(DataBufferFile, RefusesADamagedCompressedFile)
+{
+    QByteArray const gzip = bytesOf(golden("binary.oxzp"));
+    QByteArray flipped = gzip;
+    flipped[int(gzip.size()) / 2] = char(flipped[int(gzip.size()) / 2] ^ 0x55);
+    QByteArray wrongSum = gzip;
+    wrongSum[int(gzip.size()) - 6] = char(wrongSum[int(gzip.size()) - 6] ^ 0x55);
+    struct {
+        char const * what;
+        FileName file;
+        int error;
+    } const cases[] = {
+        {"other magic", writeGzip("a", "oxDB" + QByteArray(100, 'x')), -102},
+        {"flipped byte", write("b", flipped), Z_DATA_ERROR},
+        {"wrong checksum", write("c", wrongSum), Z_DATA_ERROR},
+        {"cut in the data", write("d", gzip.left(50000)), Z_BUF_ERROR},
+        {"cut in the checksum", write("e", gzip.left(int(gzip.size()) - 3)), Z_BUF_ERROR},
+        {"ends in the magic", writeGzip("f", "ox"), 0},
+        {"ends in the header", writeGzip("g", "oxZP" + QByteArray(31, '\x7F')), 0},
+        {"empty", write("h", ""), 0},
+    };
+    for (auto const & [what, file, error] : cases) {
+        for (bool const grow : {true, false}) {
+            _OX_DataBuffer buffer;
+            buffer.newsize(70001, 768);
+            EXPECT_FALSE(buffer.loadFromFileCompressed(file, grow)) << what;
+            EXPECT_EQ(buffer.error, error) << what;
+            EXPECT_EQ(buffer.indexOf("not there", 0), -1);
+        }
+    }
+}
+
+TEST_F(DataBufferFile, LoadsCompressedDataIntoABlockOfTheCallersSize)
+{
+    FileName const file = golden("small.oxzp");
+    struct {
+        int room;
+        bool result;
+        int size;
+    } const cases[] = {{27, true, 27}, {26, true, 0}, {0, true, 0}, {28, false, 0}};
+    for (auto const & [room, result, size] : cases) {
+        _OX_DataBuffer buffer;
+        buffer.resize(room, 768);
+        EXPECT_EQ(buffer.loadFromFileCompressed(file, false), result) << room;
+        EXPECT_EQ(buffer.size, size) << room;
+        EXPECT_EQ(buffer.error, 0) << "a stream that merely holds too little is no error of zlib's";
+        EXPECT_EQ(buffer.sizeAllocated, room);
+    }
+    char block[40];
+    EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressedHeader(file, block, -1), Z_STREAM_ERROR);
+    EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressedHeader(file, nullptr, 5), Z_STREAM_ERROR);
+
+    // In the form with blocks a short file counts as success.
+    char header[32];
+    EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressed(file, true, header, 32, block, 40), 0);
+    EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressed(file, true, header, 32, block, 3), 0);
+    EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressed(file, true, header, -1, nullptr, 0),
+              Z_STREAM_ERROR);
+    EXPECT_EQ(
+        _OX_DataBuffer::loadFromFileCompressed(golden("small.gz"), true, header, 4, nullptr, 0),
+        -102);
+}
+
+TEST_F(DataBufferFile, ReadsAndWritesTwoBlocks)
+{
+    using Save = decltype(static_cast<int (*)(FileName, bool const &, char *, int const &, char *,
+                                              int const &)>(&_OX_DataBuffer::saveToFile));
+    struct {
+        Save save;
+        Save load;
+    } const formats[] = {
+        {&_OX_DataBuffer::saveToFile, &_OX_DataBuffer::loadFromFile},
+        {&_OX_DataBuffer::saveToFileCompressed, &_OX_DataBuffer::loadFromFileCompressed},
+    };
+    char one[] = "frame", two[] = "range";
+    for (auto const & [save, load] : formats) {
+        FileName const file = path("blocks");
+        char a[6] = "", b[6] = "";
+        EXPECT_EQ(save(file, true, one, 5, two, 5), 0);
+        EXPECT_EQ(load(file, true, a, 5, b, 5), 0);
+        EXPECT_STREQ(a, one);
+        EXPECT_STREQ(b, two);
+        EXPECT_EQ(save(file, false, one, 5, nullptr, -1), 0);
+        EXPECT_EQ(load(file, false, b, 5, nullptr, 99), 0);
+        EXPECT_STREQ(b, one);
+        EXPECT_EQ(load(file, false, b, 3, two, -1), 0) << "what follows is ignored";
+
+        EXPECT_EQ(save(file, true, one, -1, nullptr, 0), -105);
+        EXPECT_EQ(save(file, true, one, 5, two, -1), -105);
+        EXPECT_EQ(save(file, true, nullptr, 5, nullptr, 0), -105);
+        EXPECT_EQ(load(file, false, a, 5, nullptr, 0), 0) << "a refused save leaves the file alone";
+    }
+    FileName const file = write("plain", "oxDBx");
+    EXPECT_EQ(_OX_DataBuffer::loadFromFile(file, true, one, 2, nullptr, 0), -1000);
+    EXPECT_EQ(_OX_DataBuffer::loadFromFile(file, true, one, 1, two, 1), -1000);
+    EXPECT_EQ(_OX_DataBuffer::loadFromFile(file, true, one, -1, nullptr, 0), -1000);
+    EXPECT_EQ(_OX_DataBuffer::loadFromFile(write("short", "ox"), true, one, 1, nullptr, 0), -1000);
+}
+
+TEST_F(DataBufferFile, NeverTrustsTheLengthItReadsOverItself)
+{
+    // The length of the second block is a word of the header that the first one is read into.
+    FileName const file =
+        write("lying", "oxDB" + headerOf({0, 1000, 0, 0, 0, 0, 0, 0}) + QByteArray(2000, 'x'));
+    _OX_DataBuffer buffer;
+    buffer.newsize(10, 768);
+    buffer.size = 10;
+    char * const header = reinterpret_cast<char *>(&buffer);
+    EXPECT_EQ(_OX_DataBuffer::loadFromFile(file, true, header, 32, buffer.data, buffer.size), 0);
+    EXPECT_EQ(buffer.size, 1000);
+    EXPECT_FALSE(buffer.saveToFile(file, true));
+    EXPECT_EQ(buffer.error, -105);
+    EXPECT_FALSE(buffer.saveToFileCompressed(file));
+    EXPECT_EQ(buffer.error, -105);
+    EXPECT_EQ(bytesOf(file).size(), 2036) << "a refused save leaves the file alone";
+}
+
+TEST_F(DataBufferFile, TellsMissingUnreadableAndUnwritableFilesApart)
+{
+    char block[40] = "";
+    for (FileName const & absent : {path("absent"), path("")}) {
+        _OX_DataBuffer buffer;
+        EXPECT_FALSE(buffer.loadFromFile(absent, true));
+        EXPECT_EQ(buffer.error, -107);
+        EXPECT_TRUE(buffer.loadFromFileCompressed(absent, true));
+        EXPECT_EQ(buffer.size, 0);
+        EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressedHeader(absent, block, 9), 0);
+        EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(absent, block, 9, false), -107);
+    }
+    _OX_DataBuffer buffer;
+    EXPECT_FALSE(buffer.loadGzipFile(path("absent"), 100));
+    EXPECT_EQ(buffer.error, -104);
+    EXPECT_EQ(_OX_DataBuffer::loadGzipFile(path("absent"), block, 9, false), -104);
+    EXPECT_EQ(_OX_DataBuffer::loadFromFile(path("absent"), false, block, 9, nullptr, 0), -101);
+    EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressed(path("absent"), false, block, 9, nullptr, 0),
+              -104);
+    EXPECT_EQ(_OX_DataBuffer::loadFromFile(path(""), false, block, 9, nullptr, 0), -1001)
+        << "a folder opens, and the stream has an error";
+
+    FileName const nowhere = path("no/such/folder");
+    EXPECT_FALSE(buffer.saveToFile(nowhere, true));
+    EXPECT_EQ(buffer.error, -101);
+    EXPECT_FALSE(buffer.saveToFileCompressed(nowhere));
+    EXPECT_EQ(buffer.error, -101);
+    EXPECT_EQ(_OX_DataBuffer::saveGzipFile(nowhere, block, 9), -104);
+    EXPECT_EQ(_OX_DataBuffer::compressNSaveToFile(nowhere, block, 9), 0);
+
+    if (!QFile::exists(QStringLiteral("/dev/full")))
+        GTEST_SKIP() << "a device that is always full is needed";
+    EXPECT_FALSE(buffer.saveToFile("/dev/full", true));
+    EXPECT_EQ(buffer.error, -105);
+    EXPECT_EQ(_OX_DataBuffer::saveGzipFile("/dev/full", block, 9), Z_ERRNO);
+}
+
+TEST_F(DataBufferFile, DoesNotWaitForAPipe)
+{
+    if (QProcess::execute(QStringLiteral("mkfifo"), {folder_.filePath(QStringLiteral("pipe"))}) !=
+        0)
+        GTEST_SKIP() << "mkfifo is needed";
+    _OX_DataBuffer buffer;
+    EXPECT_FALSE(buffer.loadFromFile(path("pipe"), true));
+    EXPECT_EQ(buffer.error, -103);
+    EXPECT_FALSE(buffer.loadFromFileCompressed(path("pipe"), true));
+    EXPECT_TRUE(buffer.loadGzipFile(path("pipe"), 100));
+    EXPECT_EQ(buffer.size, 0);
+}
+
+TEST_F(DataBufferFile, WantsTheExactLengthWhenAsked)
+{
+    char block[40];
+    QByteArray raw = bytesOf(golden("small.raw"));
+    FileName const file = path("exact");
+    ASSERT_EQ(_OX_DataBuffer::compressNSaveToFile(file, raw.data(), 27), 0);
+    for (int const length : {26, 28})
+        EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, length, true), -106);
+    EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 26, false), Z_BUF_ERROR);
+    EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 28, false), -106);
+    EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 27, true), 0);
+    // A stored length that looks like an error code is not taken for success.
+    _OX_DataBuffer lying;
+    ASSERT_TRUE(lying.loadFromFile(file, true));
+    lying.sizeUncompressed = -106;
+    ASSERT_TRUE(lying.saveToFile(file, true));
+    EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 27, false), -106);
+
+    FileName const gz = golden("small.gz");
+    EXPECT_EQ(_OX_DataBuffer::loadGzipFile(gz, block, 26, true), -106);
+    EXPECT_EQ(_OX_DataBuffer::loadGzipFile(gz, block, 28, true), -106);
+    for (unsigned const length : {26u, 28u})
+        EXPECT_EQ(_OX_DataBuffer::loadGzipFile(gz, block, length, false), 0);
+    EXPECT_EQ(_OX_DataBuffer::loadGzipFile(gz, nullptr, 28, false), Z_STREAM_ERROR);
+}
+
+TEST_F(DataBufferFile, StopsAtTheMemoryLimit)
+{
+    // A file of zeros without a gzip header is read as it stands.
+    QString const name = folder_.filePath(QStringLiteral("large"));
+    qint64 const limit = 768 << 20;
+    QFile(name).open(QIODevice::WriteOnly);
+    _OX_DataBuffer buffer;
+    ASSERT_TRUE(QFile::resize(name, limit + 1));
+    EXPECT_FALSE(buffer.loadGzipFile(fileName(name), 500u << 20));
+    EXPECT_EQ(buffer.error, -100);
+    EXPECT_EQ(buffer.size, 0);
+    EXPECT_FALSE(buffer.loadFromFile(fileName(name), false));
+    EXPECT_EQ(buffer.error, -100);
+    ASSERT_TRUE(QFile::resize(name, limit));
+    EXPECT_TRUE(buffer.loadGzipFile(fileName(name), 500u << 20));
+    EXPECT_EQ(buffer.size, limit);
+}

@@ -1,0 +1,389 @@
+#include "shared/data/data_buffer.h"
+
+#include "shared/system/os_error.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+constexpr int limit = 768 << 20;
+
+std::string contentOf(_OX_DataBuffer const & buffer)
+{
+    return std::string(buffer.data, std::size_t(buffer.size));
+}
+
+void fill(_OX_DataBuffer & buffer, std::string text)
+{
+    buffer.size = 0;
+    ASSERT_TRUE(buffer.append(text.data(), int(text.size())));
+}
+
+std::string randomBytes(std::size_t count, int alphabet, unsigned seed)
+{
+    std::mt19937 random(seed);
+    std::string bytes(count, '\0');
+    std::generate(bytes.begin(), bytes.end(), [&] { return char(random() % unsigned(alphabet)); });
+    return bytes;
+}
+
+/// Inflates what chunkzipAdd() left in the buffer, a few bytes at a time, until there is no more.
+std::string inflated(_OX_DataBuffer & buffer)
+{
+    z_stream zs;
+    std::string result;
+    EXPECT_TRUE(buffer.chunkUnzipStart(zs));
+    unsigned char piece[777];
+    while (buffer.chunkUnzipGet(zs, piece, sizeof piece))
+        result.append(reinterpret_cast<char *>(piece), sizeof piece - zs.avail_out);
+    EXPECT_TRUE(buffer.chunkUnzipFinish(zs));
+    return result;
+}
+
+} // namespace
+
+TEST(DataBuffer, TellsItsErrorsInTheFarmsWords)
+{
+    struct {
+        int code;
+        char const * text;
+    } const cases[] = {{-100, "Unable to allocate memory"},
+                       {-102, "Wrong File Header"},
+                       {-103, "CRC Error, data corrupt!"},
+                       {-104, "Unable to read data from file!"},
+                       {-105, "Unable to write data into file!"},
+                       {-106, "Decompression error, wrong result size"},
+                       {-107, "File does not exists!"},
+                       {-1000, "File error: End of file reached!"},
+                       {-1005, "File error 5"},
+                       {INT_MIN, "File error 2147482648"},
+                       {-1, "Compression Error, stream error"},
+                       {-2, "Compression Error, stream error"},
+                       {-3, "Compression Error, data CRC error"},
+                       {-4, "Compression Error, memory"},
+                       {-5, "Compression Error, buffer"},
+                       {-6, "Compression Error, version mismatch"},
+                       {0, "unknown error 0"},
+                       {7, "unknown error 7"},
+                       {-7, "unknown error -7"},
+                       {-108, "unknown error -108"},
+                       {-999, "unknown error -999"}};
+    _OX_DataBuffer buffer;
+    for (auto const & [code, text] : cases) {
+        EXPECT_STREQ(_OX_DataBuffer::errorString(code).c_str(), text) << code;
+        buffer.error = code;
+        EXPECT_STREQ(buffer.errorString().c_str(), text) << code;
+    }
+    errno = ENOENT;
+    std::string const systemText = oxLastOSError8().c_str();
+    EXPECT_FALSE(systemText.empty());
+    errno = ENOENT;
+    EXPECT_EQ(_OX_DataBuffer::errorString(-101).c_str(), "System error: " + systemText);
+}
+
+TEST(DataBuffer, TellsZlibsErrorsAsQtText)
+{
+    int code = -3;
+    EXPECT_EQ(oxConvertZLibError(code), QStringLiteral("Compression Error, data CRC error"));
+    code = 42;
+    EXPECT_EQ(oxConvertZLibError(code), QStringLiteral("Compression Error, unknown error 42"));
+    code = -1;
+    errno = EACCES;
+    QString const systemText(oxLastOSError());
+    errno = EACCES;
+    EXPECT_EQ(oxConvertZLibError(code),
+              QStringLiteral("Compression Error, system error;") + systemText);
+}
+
+TEST(DataBuffer, NewsizeKeepsALargeEnoughBlockAndClearsANewOne)
+{
+    _OX_DataBuffer buffer;
+    ASSERT_TRUE(buffer.newsize(100, 768));
+    EXPECT_EQ(std::string(buffer.data, 101), std::string(101, '\0'));
+    buffer.data[3] = 'x';
+    buffer.error = 5;
+    EXPECT_TRUE(buffer.newsize(10, 768));
+    EXPECT_EQ(buffer.sizeAllocated, 100);
+    EXPECT_EQ(buffer.data[3], 'x');
+    EXPECT_EQ(buffer.error, 0);
+
+    buffer.fillZero();
+    EXPECT_EQ(buffer.data[3], '\0');
+    EXPECT_TRUE(buffer.newsize(101, 768));
+    EXPECT_EQ(buffer.data[3], '\0');
+    EXPECT_EQ(buffer.size, 0);
+    buffer.error = 5;
+    for (int const refused : {-1, (1 << 20) + 1, INT_MAX})
+        EXPECT_FALSE(buffer.newsize(refused, 1)) << refused;
+    EXPECT_EQ(buffer.error, 5);
+    EXPECT_EQ(buffer.sizeAllocated, 101);
+}
+
+TEST(DataBuffer, ResizeGrowsExactlyAndARefusalChangesNothing)
+{
+    _OX_DataBuffer buffer;
+    EXPECT_TRUE(buffer.resize(0, 768));
+    EXPECT_EQ(buffer.data, nullptr);
+    fill(buffer, "farm");
+    EXPECT_EQ(buffer.sizeAllocated, 4);
+    buffer.error = 5;
+    EXPECT_TRUE(buffer.resize(-1, 768));
+    EXPECT_TRUE(buffer.resize(4, 0));
+    EXPECT_FALSE(buffer.resize(limit + 1, 768));
+    EXPECT_EQ(buffer.error, 5);
+    EXPECT_EQ(buffer.sizeAllocated, 4);
+    EXPECT_TRUE(buffer.resize(limit, 768));
+    EXPECT_EQ(buffer.sizeAllocated, limit);
+    EXPECT_EQ(buffer.error, 0);
+    EXPECT_EQ(contentOf(buffer), "farm");
+}
+
+TEST(DataBuffer, AppendAndCopyRefuseWhatCannotBe)
+{
+    char text[] = "render";
+    _OX_DataBuffer buffer;
+    EXPECT_TRUE(buffer.append(text, 0));
+    EXPECT_TRUE(buffer.append(text, -5));
+    EXPECT_EQ(buffer.data, nullptr);
+    ASSERT_TRUE(buffer.append(text, 3));
+    ASSERT_TRUE(buffer.append(text + 3, 3));
+    EXPECT_EQ(contentOf(buffer), "render");
+    EXPECT_FALSE(buffer.append(nullptr, 1));
+    EXPECT_FALSE(buffer.append(text, limit));
+    EXPECT_FALSE(buffer.append(text, INT_MAX));
+    EXPECT_EQ(contentOf(buffer), "render");
+    EXPECT_EQ(buffer.sizeAllocated, 6);
+
+    _OX_DataBuffer copy;
+    EXPECT_TRUE(copy.copyFromBuffer(text, 6));
+    EXPECT_EQ(copy.size, 0) << "the caller sets it";
+    EXPECT_TRUE(copy.copyFromBuffer(text, -1));
+    EXPECT_FALSE(copy.copyFromBuffer(nullptr, 1));
+    EXPECT_FALSE(copy.copyFromBuffer(text, INT_MAX));
+    char back[8] = "-------";
+    copy.copyToBuffer(back, INT_MAX);
+    EXPECT_STREQ(back, "render-");
+}
+
+TEST(DataBuffer, CompressesAndDecompressesBehindAnOffset)
+{
+    std::string const text(5000, 'r');
+    for (int const offset : {0, 16}) {
+        _OX_DataBuffer source;
+        fill(source, text);
+        _OX_DataBuffer packed;
+        ASSERT_TRUE(packed.compressFrom(source, offset));
+        EXPECT_EQ(packed.isCompressed, 1);
+        EXPECT_EQ(packed.sizeUncompressed, 5000);
+        EXPECT_EQ(packed.dataOffset, offset);
+        EXPECT_LT(packed.size, 100);
+        std::string back(5000, '\0');
+        EXPECT_EQ(packed.decompressToB(back.data(), 5000, nullptr), 5000);
+        EXPECT_EQ(back, text);
+
+        // The offset may come with the call, and the caller's bytes may be counted in the size.
+        packed.size += offset;
+        packed.resize(packed.size, 768);
+        packed.dataOffset = -7;
+        _OX_DataBuffer unpacked;
+        unpacked.isCompressed = 1;
+        ASSERT_TRUE(packed.decompressTo(unpacked, &offset));
+        EXPECT_EQ(contentOf(unpacked), text);
+        EXPECT_EQ(unpacked.isCompressed, 0);
+    }
+}
+
+TEST(DataBuffer, ReportsWhyItDidNotCompressOrDecompress)
+{
+    _OX_DataBuffer source;
+    fill(source, "a job's frames");
+    _OX_DataBuffer packed;
+    EXPECT_FALSE(packed.compressFromB(source.data, -1, 0));
+    EXPECT_EQ(packed.error, Z_STREAM_ERROR);
+    EXPECT_FALSE(packed.compressFromB(nullptr, 5, 0));
+    EXPECT_EQ(packed.error, Z_STREAM_ERROR);
+    EXPECT_FALSE(packed.compressFromB(source.data, 5, limit));
+    EXPECT_FALSE(packed.compressFromB(source.data, 5, -1));
+    EXPECT_FALSE(source.compressFrom(source, 0));
+    ASSERT_TRUE(packed.compressFrom(source, 0));
+
+    char out[100];
+    EXPECT_EQ(packed.decompressToB(out, 5, nullptr), Z_BUF_ERROR);
+    EXPECT_LT(packed.decompressToB(out, -5, nullptr), 0);
+    EXPECT_EQ(packed.decompressToB(out, 15, nullptr), -106);
+    EXPECT_EQ(packed.error, -106);
+
+    _OX_DataBuffer larger;
+    larger.newsize(15, 768);
+    EXPECT_FALSE(packed.decompressTo(larger, nullptr));
+    EXPECT_EQ(packed.error, -106);
+    EXPECT_EQ(larger.error, 0);
+    EXPECT_EQ(larger.size, -106);
+    EXPECT_EQ(larger.indexOf("job", 0), -1);
+    EXPECT_FALSE(larger.append(out, 1));
+
+    packed.data[packed.size / 2] ^= 0x55;
+    _OX_DataBuffer dest;
+    EXPECT_FALSE(packed.decompressTo(dest, nullptr));
+    EXPECT_EQ(packed.error, Z_DATA_ERROR);
+}
+
+TEST(DataBuffer, BelievesNoHeaderWord)
+{
+    int const lies[] = {INT_MIN, -1, 0, 1, 20, 200, 1000, limit, INT_MAX - 1, INT_MAX};
+    std::string const text = randomBytes(400, 16, 1);
+    _OX_DataBuffer source;
+    fill(source, text);
+    _OX_DataBuffer original;
+    ASSERT_TRUE(original.compressFrom(source, 0));
+    for (int const size : lies) {
+        for (int const word : lies) {
+            SCOPED_TRACE(testing::Message() << size << ' ' << word);
+            // A block of exactly its size, so that a tool that watches memory sees each byte
+            // beyond.
+            _OX_DataBuffer buffer;
+            buffer.copyFromBuffer(original.data, original.size);
+            auto const lie = [&, size, word](int offset, int uncompressed) {
+                buffer.size = size;
+                buffer.dataOffset = offset < 0 ? word : offset;
+                buffer.sizeUncompressed = uncompressed < 0 ? word : uncompressed;
+            };
+            bool const isTrue = size >= 0 && size <= buffer.sizeAllocated;
+
+            lie(-1, 400);
+            _OX_DataBuffer dest;
+            bool const unpacked = buffer.decompressTo(dest, nullptr);
+            EXPECT_EQ(unpacked, word == 0 && size >= original.size);
+            EXPECT_EQ(buffer.error == 0, unpacked);
+            lie(0, -1);
+            _OX_DataBuffer never;
+            EXPECT_FALSE(buffer.decompressTo(never, nullptr));
+
+            lie(-1, 400);
+            z_stream zs;
+            ASSERT_TRUE(buffer.chunkUnzipStart(zs));
+            buffer.dataOffset = word;
+            unsigned char out[1000];
+            for (int i = 0; i < 3 && buffer.chunkUnzipGet(zs, out, sizeof out); ++i)
+                EXPECT_LE(buffer.dataOffset, buffer.sizeAllocated);
+            buffer.chunkUnzipFinish(zs);
+
+            EXPECT_LT(buffer.indexOf("not there", word), 0);
+            EXPECT_LT(buffer.indexOfIgnCase("not there", word), 0);
+            buffer.calcCRC();
+            _OX_DataBuffer packed;
+            EXPECT_EQ(packed.compressFrom(buffer, 0), isTrue);
+            EXPECT_EQ(packed.error, isTrue ? 0 : -103);
+            char tail = 't';
+            EXPECT_EQ(buffer.append(&tail, 1), isTrue);
+            lie(-1, -1);
+            ASSERT_TRUE(deflateInit(&zs, 3) == Z_OK);
+            EXPECT_EQ(buffer.chunkzipAdd(zs, out, 1, false), isTrue && size < buffer.sizeAllocated);
+            buffer.chunkzipFinish(zs);
+        }
+    }
+}
+
+TEST(DataBuffer, CompressesPieceByPiece)
+{
+    std::string text = randomBytes(300000, 7, 2);
+    _OX_DataBuffer buffer;
+    z_stream zs;
+    ASSERT_TRUE(buffer.chunkzipStart(zs, 100000));
+    auto * const bytes = reinterpret_cast<unsigned char *>(text.data());
+    for (int at = 0; at < 300000; at += 1000)
+        ASSERT_TRUE(buffer.chunkzipAdd(zs, bytes + at, 1000, at == 299000));
+    EXPECT_TRUE(buffer.chunkzipFinish(zs));
+    EXPECT_EQ(buffer.sizeAllocated, 150000) << "by one half when two pieces no longer fit";
+    EXPECT_EQ(inflated(buffer), text);
+
+    // Reading until there is no more ends, too, when other bytes follow the stream or it is
+    // damaged.
+    char other[] = "behind";
+    ASSERT_TRUE(buffer.append(other, 6));
+    EXPECT_EQ(inflated(buffer), text);
+    buffer.data[buffer.size / 2] ^= 0x55;
+    EXPECT_NE(inflated(buffer), text);
+    EXPECT_EQ(buffer.error, Z_DATA_ERROR);
+}
+
+TEST(DataBuffer, StopsWhenACompressedPieceDoesNotFit)
+{
+    std::string text = randomBytes(5000, 256, 3);
+    auto * const bytes = reinterpret_cast<unsigned char *>(text.data());
+    for (bool const last : {false, true}) {
+        _OX_DataBuffer buffer;
+        z_stream zs;
+        ASSERT_TRUE(buffer.chunkzipStart(zs, 1));
+        for (int i = 0; i < 3; ++i)
+            EXPECT_FALSE(buffer.chunkzipAdd(zs, bytes, 5000, last)) << "half of 1 is no growth";
+        EXPECT_EQ(buffer.sizeAllocated, 1);
+        EXPECT_FALSE(buffer.chunkzipAdd(zs, bytes, -1, last));
+        buffer.chunkzipFinish(zs);
+    }
+    _OX_DataBuffer buffer;
+    z_stream zs;
+    EXPECT_FALSE(buffer.chunkzipStart(zs, -1));
+    ASSERT_TRUE(buffer.chunkzipStart(zs, 1000));
+    EXPECT_FALSE(buffer.chunkzipAdd(zs, bytes, 5000, true)) << "grows once only";
+    EXPECT_EQ(buffer.sizeAllocated, 1500);
+    EXPECT_EQ(buffer.size, 1500);
+    EXPECT_EQ(buffer.error, Z_BUF_ERROR);
+    buffer.chunkzipFinish(zs);
+}
+
+TEST(DataBuffer, FindsTheFirstOccurrenceInAnyText)
+{
+    std::mt19937 random(4);
+    auto const lower = [](std::string text) {
+        for (char & c : text)
+            c = c >= 'A' && c <= 'Z' ? char(c + 32) : c;
+        return text;
+    };
+    auto const expected = [](std::string const & text, std::string const & pattern, int from) {
+        if (pattern.empty() || from >= int(text.size()))
+            return -1;
+        std::size_t const found = text.find(pattern, std::size_t(std::max(from, 0)));
+        return found == std::string::npos ? -1 : int(found);
+    };
+    std::vector<std::string> texts = {"", "a", randomBytes(100000, 2, 5),
+                                      randomBytes(3000, 256, 6)};
+    std::string periodic;
+    for (int i = 0; i < 15000; ++i)
+        periodic += "ab";
+    texts.push_back(periodic + "b" + periodic.substr(0, 200));
+    std::string prose;
+    for (int i = 0; i < 400; ++i)
+        prose += "Frame " + std::to_string(i) + " of the Job is rendered\n";
+    texts.push_back(prose + "@[\\]^`{|}~\xC4\xE4" + prose);
+    for (std::string const & text : texts) {
+        _OX_DataBuffer buffer;
+        fill(buffer, text);
+        int const length = int(text.size());
+        for (int round = 0; round < 400; ++round) {
+            int const start = int(random() % unsigned(length + 1));
+            std::string pattern = text.substr(std::size_t(start), random() % 251);
+            if (round % 4 == 0 && !pattern.empty())
+                pattern[random() % pattern.size()] = "aBn\xC1[{@`"[random() % 8];
+            int const from = round % 3 == 0 ? start : int(random() % unsigned(length + 20)) - 10;
+            _oxString8_evenSize<250> fixed;
+            fixed.fromChar(pattern.data(), int(pattern.size()));
+            ASSERT_EQ(buffer.indexOf(fixed, from), expected(text, pattern, from))
+                << start << ' ' << from << ' ' << pattern;
+            for (char & c : pattern)
+                c = (random() & 1) && c >= 'a' && c <= 'z' ? char(c - 32) : c;
+            fixed.fromChar(pattern.data(), int(pattern.size()));
+            ASSERT_EQ(buffer.indexOfIgnCase(fixed, from),
+                      expected(lower(text), lower(pattern), from))
+                << start << ' ' << from << ' ' << pattern;
+        }
+    }
+}
