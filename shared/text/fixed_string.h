@@ -32,7 +32,7 @@ struct WideRecord {
 
     WideUnit value[N + 1];
     std::uint16_t length;
-    std::uint16_t reserved; ///< 0 in most records; never read
+    std::uint16_t reserved = 0; ///< set by every constructor and by nothing else; never read
 };
 
 OX_EXPORT QString toQString(unsigned short const * units, int length);
@@ -66,12 +66,8 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
     using Base::operator+;
     using Base::operator+=;
 
-    /// The empty string, all of its units and the reserved word 0.
-    _oxString()
-    {
-        this->clear();
-        this->reserved = 0;
-    }
+    /// The empty string, all of its units 0.
+    _oxString() { this->clear(); }
     /// One character, sign-extended.
     _oxString(char const & c) : _oxString() { *this += c; }
     /// Bytes, sign-extended.
@@ -91,7 +87,7 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
             assign(text, static_cast<std::uint16_t>(len));
     }
     explicit _oxString(std::u16string_view text) : _oxString() { *this = text; }
-    /// What lies behind the text, and the reserved word, are not cleared.
+    /// What lies behind the text is not cleared.
     _oxString(QString const & text) { *this = text; }
 
     /// Bytes are Latin-1. Null empties the string and deliberately keeps its units, also the first:
@@ -105,11 +101,7 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
     {
         return text ? assign(text, ox::detail::textLength(text)) : setSize(0);
     }
-    _oxString & operator=(unsigned short const & c)
-    {
-        unsigned short const copy = c;
-        return assign(&copy, 1);
-    }
+    _oxString & operator=(unsigned short const & c) { return assign(&c, 1); }
     _oxString & operator=(std::u16string_view text) { return assign(units(text), text.size()); }
     _oxString & operator=(QString const & text) { return assign(text.utf16(), text.size()); }
 

@@ -97,11 +97,7 @@ class String8 : public FixedText<S, Record>
     /// that are compared as memory must not change by it.
     S & operator=(char const * text) { return text ? assign(text, std::strlen(text)) : setSize(0); }
     S & operator=(std::string_view text) { return assign(text.data(), text.size()); }
-    S & operator=(char const & c)
-    {
-        char const copy = c;
-        return assign(&copy, 1);
-    }
+    S & operator=(char const & c) { return assign(&c, 1); }
     /// Takes the low byte of each unit up to the terminating 0; null as for bytes.
     S & operator=(unsigned short const * text)
     {

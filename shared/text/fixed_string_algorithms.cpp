@@ -313,7 +313,9 @@ int trim(Unit * value, int length)
     int start = 0;
     while (start < length && isBlank(value[start]))
         ++start;
-    return splice<Unit>(value, length, length, 0, start, nullptr, 0);
+    copyUnits(value, value + start, length - start);
+    value[length - start] = 0;
+    return length - start;
 }
 
 template <typename Unit>

@@ -82,11 +82,7 @@ class FixedText : public Record
     S & add(Unit const * text, unsigned int n) { return text ? append(text, n) : self(); }
     S & operator+=(S const & other) { return add(other); }
     /// Appends one unit when there is room for it.
-    S & operator+=(Unit const & c)
-    {
-        Unit const copy = c;
-        return append(&copy, 1);
-    }
+    S & operator+=(Unit const & c) { return append(&c, 1); }
 
     /// A copy with the argument appended as `add` does.
     S operator+(S const & other) const { return S(self()).add(other); }

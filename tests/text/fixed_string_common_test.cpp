@@ -1,0 +1,393 @@
+#include "shared/text/fixed_string.h"
+
+#include <QString>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <random>
+#include <sstream>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+namespace
+{
+
+/// The behaviours on which the 8-bit and the wide strings agree.
+template <typename S>
+class FixedStringCommon : public testing::Test
+{
+};
+
+// 22 is a capacity that the library does not provide.
+using Strings = testing::Types<_oxString8_evenSize<12>, _oxString8_evenSize<22>,
+                               _oxString8_UnevenSize<15>, _oxString<10>, _oxString<2500>>;
+TYPED_TEST_SUITE(FixedStringCommon, Strings);
+
+template <typename S>
+std::string text(S const & string)
+{
+    EXPECT_LE(string.length, S::capacity());
+    EXPECT_EQ(string.value[string.size()], 0);
+    std::string result;
+    for (auto const c : string)
+        result += static_cast<char>(c);
+    return result;
+}
+
+template <typename S>
+S fill(char c)
+{
+    return S(std::string(static_cast<std::size_t>(S::capacity()), c).c_str());
+}
+
+TYPED_TEST(FixedStringCommon, CutsEveryInputAtTheCapacity)
+{
+    using S = TypeParam;
+    std::string const fitting(static_cast<std::size_t>(S::capacity()), 'x');
+    std::string const tooLong = fitting + "yyyyy";
+    QString const tooLongText = QString::fromLatin1(tooLong.c_str());
+    std::vector<unsigned short> units(tooLong.begin(), tooLong.end());
+    units.push_back(0);
+
+    S assigned;
+    EXPECT_EQ(text(S(tooLong.c_str())), fitting);
+    EXPECT_EQ(text(S(tooLong.c_str(), static_cast<int>(tooLong.size()))), fitting);
+    EXPECT_EQ(text(S(tooLongText)), fitting);
+    EXPECT_EQ(text(S(units.data())), fitting);
+    EXPECT_EQ(text(assigned = tooLong.c_str()), fitting);
+    EXPECT_EQ(text(assigned = tooLongText), fitting);
+    EXPECT_EQ(text(assigned = units.data()), fitting);
+    EXPECT_EQ(text(S(QString(70000, u'x'))), fitting);
+    EXPECT_EQ(text(S("xxx").add(tooLong.c_str())), fitting);
+    EXPECT_EQ(text(S("x") += S(fitting.c_str())), fitting);
+    EXPECT_EQ(text(fill<S>('x') += 'y'), fitting);
+    EXPECT_EQ(text(fill<S>('x') + 'y'), fitting);
+    EXPECT_EQ(text(fill<S>('y').insert(0, fitting.c_str())), fitting);
+    EXPECT_EQ(text(fill<S>('y').replace("y", fitting.c_str())), fitting);
+    EXPECT_EQ(text(S("xabc", 65536 + 1)), "x") << "the count has 16 bits";
+}
+
+TYPED_TEST(FixedStringCommon, TakesNullPointersForNoText)
+{
+    using S = TypeParam;
+    char const * const null = nullptr;
+    EXPECT_EQ(text(S(null)), "");
+    EXPECT_EQ(text(S(null, 3)), "");
+    EXPECT_EQ(text(S("ab").add(null)), "ab");
+    EXPECT_EQ(text(S("ab") += null), "ab");
+    EXPECT_FALSE(S() == null);
+    EXPECT_FALSE(S("ab").startsWith(null));
+    EXPECT_FALSE(S("ab").startsWithCaseSen(null));
+    EXPECT_FALSE(S("ab").endsWith(null));
+
+    S kept("ab");
+    kept = null;
+    EXPECT_EQ(kept.length, 0);
+    EXPECT_EQ(kept.value[0], 'a') << "assigning null keeps the bytes";
+}
+
+TYPED_TEST(FixedStringCommon, Searches)
+{
+    using S = TypeParam;
+    struct Case {
+        char const * text;
+        char const * needle;
+        int from;
+        int ignoringCase;
+        int exact;
+    };
+    for (Case const & c : std::initializer_list<Case>{
+             {"abcabc", "B", 2, 4, -1},
+             {"abcabc", "B", 5, -1, -1},
+             {"abcabc", "bc", 0, 1, 1},
+             {"abc", "ABC", 0, 0, 0}, // as long as the text: the case never counts
+             {"abcd", "ABC", 0, 0, -1},
+             {"abc", "ABC", 1, -1, -1},
+             {"abcd", "abc", -7, 0, 0},
+             {"", "", 0, 0, 0},
+             {"ab", "", 1, 1, 1},
+             {"ab", "", 3, -1, -1},
+             {"ab", "abc", 0, -1, -1},
+             {"a[b{", "{", 0, 3, 3},
+             {"a@b`", "`", 0, 3, 3},
+             {"ab", "b", 0x7fffffff, -1, -1},
+             {"xaXbXabxab", "XAB", 1, 4, -1}}) {
+        SCOPED_TRACE(testing::Message() << c.text << " / " << c.needle << " from " << c.from);
+        EXPECT_EQ(S(c.text).indexOf(c.needle, c.from), c.ignoringCase);
+        EXPECT_EQ(S(c.text).indexOfCaseSen(c.needle, c.from), c.exact);
+    }
+    S const abx("abxb");
+    EXPECT_EQ(abx.indexOf('x', 10), 2) << "a start beyond the end searches everything";
+    EXPECT_EQ(abx.indexOf('a', 1), -1);
+    EXPECT_EQ(abx.indexOf('X', 0), -1);
+    EXPECT_EQ(abx.lastIndexOf('b', 2), 1);
+    EXPECT_EQ(abx.lastIndexOf('b', 4), 3);
+    EXPECT_EQ(abx.lastIndexOf('b', -1), 3);
+    EXPECT_EQ(S().lastIndexOf('b', 0), -1);
+    EXPECT_TRUE(abx.contains("BX") && abx.contains('x') && abx.contains(S("")));
+    EXPECT_FALSE(abx.contains('X') || abx.contains("abxbb"));
+}
+
+TYPED_TEST(FixedStringCommon, ComparesEnds)
+{
+    using S = TypeParam;
+    S const path("C:\\Job.TXT");
+    EXPECT_TRUE(path.startsWith("c:\\") && path.startsWith(S("c:")) && path.startsWith('C'));
+    EXPECT_TRUE(path.endsWith(".txt") && path.endsWith(S(".txt")) && path.endsWith('T'));
+    EXPECT_FALSE(path.startsWith('c') || path.endsWith('t') || S().startsWith('\0'));
+    EXPECT_FALSE(path.startsWith("") || path.endsWith("") || S().startsWith("") ||
+                 S().endsWith(""));
+    EXPECT_FALSE(path.startsWith("c:\\job.txt_") || path.endsWith("_c:\\job.txt"));
+    EXPECT_TRUE(path.startsWithCaseSen("C:") && path.startsWithCaseSen(""));
+    EXPECT_FALSE(path.startsWithCaseSen("c:") || S().startsWithCaseSen(""));
+}
+
+TYPED_TEST(FixedStringCommon, EditsInPlace)
+{
+    using S = TypeParam;
+    EXPECT_EQ(text(S("\t x \r\n").trim()), "x");
+    EXPECT_EQ(text(S("a b").trim()), "a b");
+    EXPECT_EQ(text(S(" \t\r\n").trim()), "");
+    EXPECT_EQ(text(S("\0 x\0", 4).trim()), "x");
+    EXPECT_EQ(text(S("aXa").replace("a", "aa")), "aaXaa");
+    EXPECT_EQ(text(S("aAb").replaceCaseSen("A", "c")), "acb");
+    EXPECT_EQ(text(S("ab").replace("", "x")), "ab") << "nothing to look for";
+    EXPECT_EQ(text(S("abAB").replace('B', 'x')), "axAx");
+    EXPECT_EQ(text(S("a.b.").remove(".")), "ab");
+    EXPECT_EQ(text(S("aabb").remove("ab")), "ab") << "what grows together stays";
+    EXPECT_EQ(text(S("xAxa").removeCaseSens("a")), "xAx");
+    EXPECT_EQ(text(S("ab").remove("")), "ab");
+    S banana("banana");
+    EXPECT_EQ(text(banana.remove('A')), "bnn");
+    EXPECT_EQ(text(banana), "bnn");
+    EXPECT_EQ(text(S("az[@`{AZ").makeUpper()), "AZ[@`{AZ");
+    EXPECT_EQ(text(S("az[@`{AZ").makeLower()), "az[@`{az");
+    EXPECT_EQ(text(S("ab").combined("cd")), "abcd");
+    EXPECT_EQ(S("ab") + "cd", QLatin1String("abcd"));
+    EXPECT_EQ(S("ab") + QStringLiteral("cd"), QLatin1String("abcd"));
+}
+
+TYPED_TEST(FixedStringCommon, MovesPositionsOutsideTheTextToItsEnds)
+{
+    using S = TypeParam;
+    int const huge = 0x7fffffff;
+    EXPECT_EQ(text(S("abcd").mid(1, 2)), "bc");
+    EXPECT_EQ(text(S("abcd").mid(3, huge)), "d");
+    EXPECT_EQ(text(S("abcd").mid(-2, 1)), "a");
+    EXPECT_EQ(text(S("abcd").mid(huge, huge)), "");
+    EXPECT_EQ(text(S("abcd").left(2)), "ab");
+    EXPECT_EQ(text(S("abcd").left(-2)), "");
+    EXPECT_EQ(text(S("abcd").left(9)), "abcd");
+    EXPECT_EQ(text(S("abcd").remove(1, 2)), "ad");
+    EXPECT_EQ(text(S("abcd").remove(2, huge)), "ab");
+    EXPECT_EQ(text(S("abcd").remove(huge, 1)), "abcd");
+    EXPECT_EQ(text(S("abcd").remove(1, -1)), "abcd");
+    EXPECT_EQ(text(S("abcd").insert(1, "x")), "axbcd");
+    EXPECT_EQ(text(S("abcd").insert(huge, "x")), "abcdx");
+    EXPECT_EQ(text(S("abcd").insert(-huge, "x")), "xabcd");
+}
+
+TYPED_TEST(FixedStringCommon, TakesItselfAsArgument)
+{
+    using S = TypeParam;
+    S s("abc");
+    EXPECT_EQ(text(s.add(s)), "abcabc");
+    EXPECT_EQ(text(s = s.c_str() + 3), "abc");
+    EXPECT_EQ(text(s += s.c_str()), "abcabc");
+    EXPECT_EQ(text((s.setLength(3), s.insert(2, s))), "ababcc");
+    EXPECT_EQ(text(s.replace(s, "aBa")), "aBa");
+    EXPECT_EQ(text(s.replace("b", s)), "aaBaa");
+    EXPECT_EQ(text(s.replace(s.value[0], s.value[2])), "BBBBB");
+    EXPECT_EQ(text(s += s.value[0]), "BBBBBB");
+    EXPECT_EQ(text(s.remove(s)), "");
+}
+
+TYPED_TEST(FixedStringCommon, AppendsNumbersAsFarAsTheirRoomReaches)
+{
+    using S = TypeParam;
+    EXPECT_EQ(text(S("a").addNr(-5)), "a-5");
+    EXPECT_EQ(text(S().addNr(-5, 3)), "0-5") << "zeros go in front of the sign";
+    EXPECT_EQ(text(S().addNr(7, 3)), "007");
+    EXPECT_EQ(text(S().addNr(1234, 2)), "1234");
+    EXPECT_EQ(text(fill<S>('x').addNr(1)), text(fill<S>('x')));
+    EXPECT_EQ(text(fill<S>('x').addNr(1, 200)), text(fill<S>('x')));
+}
+
+TYPED_TEST(FixedStringCommon, KeepsItsMemoryImage)
+{
+    using S = TypeParam;
+    using Unit = typename S::Unit;
+    auto const capacity = S::capacity();
+    constexpr auto spareOffset = sizeof(S::value);
+    auto const image = [](S const & s) {
+        std::vector<unsigned char> bytes(sizeof s);
+        std::memcpy(bytes.data(), &s, sizeof s);
+        return bytes;
+    };
+    // Everything between the characters and the length, and behind the length, belongs to nobody.
+    auto const strayBytes = [&image](S const & s) {
+        auto bytes = image(s);
+        bytes.erase(bytes.begin() + offsetof(S, length),
+                    bytes.begin() + offsetof(S, length) + sizeof s.length);
+        return std::vector<unsigned char>(bytes.begin() + spareOffset, bytes.end());
+    };
+    auto const patterned = [](unsigned char pattern) {
+        S s;
+        std::memset(static_cast<void *>(&s), pattern, sizeof s);
+        s.length = 0;
+        return s;
+    };
+    S s;
+    std::memset(static_cast<void *>(&s), 0x5A, sizeof s);
+    auto const stray = strayBytes(s);
+    auto const tail = s.value[0];
+    s.length = 0;
+
+    s = "abcd";
+    EXPECT_EQ(s.value[5], tail);
+    s = QStringLiteral("ab");
+    EXPECT_EQ(s.value[3], Unit{'d'});
+    EXPECT_EQ(s.value[5], tail);
+    s.setLength(4);
+    EXPECT_EQ(s.value[3], Unit{'d'}) << "setLength leaves what lies between";
+    s.setLength(1);
+    s.clearUnused();
+    EXPECT_EQ(std::count(std::begin(s.value) + 1, std::end(s.value), 0), capacity);
+    S const other = patterned(0xA5);
+    s = other;
+    EXPECT_EQ(std::memcmp(s.value, other.value, sizeof s.value), 0) << "copies what lies behind";
+    s.add("abc").trim().replace("a", "bb").insert(1, "x").remove('b');
+    s.addNr(5).makeUpper();
+    s.clear();
+    EXPECT_EQ(std::count(std::begin(s.value), std::end(s.value), 0), capacity + 1);
+    EXPECT_EQ(strayBytes(s), stray);
+
+    EXPECT_EQ((s.setLength(-1), s.length), 0);
+    EXPECT_EQ((s.setLength(static_cast<short>(capacity + 1)), s.length), capacity);
+    std::fill(std::begin(s.value), std::end(s.value), Unit{'x'});
+    s.calcLength();
+    EXPECT_EQ(s, fill<S>('x'));
+    s.value[2] = 0;
+    s.calcLength();
+    EXPECT_EQ(text(s), "xx");
+}
+
+/// A length from a foreign packet may claim anything; the address sanitizer watches the edges.
+TYPED_TEST(FixedStringCommon, StaysInsideTheObjectWhenTheLengthLies)
+{
+    using S = TypeParam;
+    auto const liar = [] {
+        auto s = std::make_unique<S>();
+        std::fill(std::begin(s->value), std::end(s->value), typename S::Unit{'x'});
+        s->length = 0xFFFF;
+        return s;
+    };
+    S const full = fill<S>('x');
+    EXPECT_EQ(liar()->size(), S::capacity());
+    EXPECT_EQ(*liar(), full);
+    EXPECT_EQ(liar()->compare(full), 0);
+    EXPECT_EQ(QString(*liar()), QString(full));
+    EXPECT_EQ(liar()->indexOf("y", 0), -1);
+    EXPECT_EQ(liar()->indexOf('y', 60000), -1);
+    EXPECT_EQ(liar()->lastIndexOf('y', 60000), -1);
+    EXPECT_TRUE(liar()->endsWith("x") && liar()->endsWith('x') && !liar()->startsWith(S("y")));
+    EXPECT_EQ(text(liar()->add(*liar())), text(full));
+    EXPECT_EQ(text(liar()->insert(1, *liar())), text(full));
+    EXPECT_EQ(text(liar()->replace("x", "xx")), text(full));
+    EXPECT_EQ(text(liar()->remove("X")), "");
+    EXPECT_EQ(text(liar()->remove('X')), "");
+    EXPECT_EQ(text(liar()->remove(1, 60000)), "x");
+    EXPECT_EQ(text(liar()->mid(0, 60000)), text(full));
+    EXPECT_EQ(text(liar()->trim()), text(full));
+    auto const changed = liar();
+    changed->makeUpper().makeLower().addNr(5);
+    changed->clearUnused();
+    EXPECT_EQ(changed->value[S::capacity()], 0);
+}
+
+/// Random texts over a few letters against the plainest way to do the same.
+TYPED_TEST(FixedStringCommon, AgreesWithAPlainReference)
+{
+    using S = TypeParam;
+    std::minstd_rand random(17);
+    auto const below = [&random](int n) {
+        return static_cast<int>(random() % static_cast<unsigned>(n));
+    };
+    auto const randomText = [&below](int longest) {
+        std::string result;
+        for (int n = below(longest + 1); n > 0; --n)
+            result += "aAbB[{"[below(6)];
+        return result;
+    };
+    auto const upper = [](std::string s) {
+        std::transform(s.begin(), s.end(), s.begin(),
+                       [](char c) { return static_cast<char>(c >= 'a' && c <= 'z' ? c - 32 : c); });
+        return s;
+    };
+    auto const find = [&upper](std::string const & in, std::string const & what, int from,
+                               bool exact) {
+        if (static_cast<int>(in.size()) < static_cast<int>(what.size()) + from)
+            return -1;
+        bool const asIs = exact && in.size() != what.size();
+        auto const at =
+            (asIs ? in : upper(in)).find(asIs ? what : upper(what), static_cast<std::size_t>(from));
+        return at == std::string::npos ? -1 : static_cast<int>(at);
+    };
+    int const capacity = S::capacity();
+    for (int round = 0; round < 4000; ++round) {
+        std::string const a = randomText(std::min(capacity, 60));
+        std::string const part = a.substr(a.size() / 3, a.size() / 2);
+        std::string const b = round % 8 == 0   ? a
+                              : round % 8 == 1 ? part
+                              : round % 8 == 2 ? upper(part)
+                                               : randomText(std::min(capacity, 4));
+        std::string const c = randomText(3);
+        int const from = below(12);
+        SCOPED_TRACE(a + " / " + b + " / " + c + " / " + std::to_string(from));
+        S const sa(a.c_str()), sb(b.c_str());
+        EXPECT_EQ(sa.indexOf(sb, from), find(a, b, from, false));
+        EXPECT_EQ(sa.indexOfCaseSen(sb, from), find(a, b, from, true));
+        int const order = upper(a).compare(upper(b));
+        EXPECT_EQ(sa.compare(sb), (order > 0) - (order < 0));
+        EXPECT_EQ(sa.isEqual(sb), upper(a) == upper(b));
+        EXPECT_EQ(sa == sb, a == b);
+        EXPECT_EQ(sa < sb, a < b);
+        EXPECT_EQ(sa > sb, a > b);
+
+        for (bool const exact : {false, true}) {
+            std::string expected = a;
+            for (int pos = 0; !b.empty() && (pos = find(expected, b, pos, exact)) >= 0;) {
+                expected.replace(static_cast<std::size_t>(pos), b.size(), c);
+                expected.resize(std::min(expected.size(), static_cast<std::size_t>(capacity)));
+                pos += static_cast<int>(c.size());
+            }
+            S replaced(sa);
+            exact ? replaced.replaceCaseSen(sb, c.c_str()) : replaced.replace(sb, c.c_str());
+            EXPECT_EQ(text(replaced), expected);
+        }
+        if (this->HasFailure())
+            return;
+    }
+}
+
+TYPED_TEST(FixedStringCommon, WorksInContainersAndStreams)
+{
+    using S = TypeParam;
+    std::unordered_set<S> const set{"a", "b", "a"};
+    EXPECT_EQ(set.size(), 2u);
+    std::map<S, int> const map{{"b", 2}, {"a", 1}};
+    EXPECT_EQ(map.begin()->first, "a");
+    std::ostringstream stream;
+    stream << S("job17");
+    EXPECT_EQ(stream.str(), "job17");
+    EXPECT_TRUE(S("a") == "a" && "a" == S("a") && S("a") != "b" && S("a") < "b");
+    EXPECT_TRUE(S("a") == QStringLiteral("a") && QStringLiteral("b") != S("a"));
+}
+
+} // namespace
