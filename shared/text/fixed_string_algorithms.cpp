@@ -3,6 +3,7 @@
 #include "shared/platform/text_codec.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <charconv>
 #include <climits>
@@ -31,6 +32,15 @@ struct Lanes {
         return word;
     }
 
+    /// The first and the last half word of n units, which may overlap.
+    static Word loadEnds(Unit const * text, int n)
+    {
+        std::uint32_t halves[2];
+        std::memcpy(&halves[0], text, sizeof halves[0]);
+        std::memcpy(&halves[1], text + n - count / 2, sizeof halves[1]);
+        return halves[0] | Word{halves[1]} << 32;
+    }
+
     static constexpr Word all(int unit) { return ones * static_cast<Word>(unit); }
 
     static constexpr Word upper(Word word)
@@ -45,7 +55,7 @@ struct Lanes {
     /// The top bits of the lanes that are 0; a lane above such a one may be marked wrongly.
     static constexpr Word zeros(Word word) { return (word - ones) & ~word & tops; }
 
-    static int first(Word marks) { return std::countr_zero(marks) / bits; }
+    static constexpr int first(Word marks) { return std::countr_zero(marks) / bits; }
 };
 
 /// One unit of a needle, to be met by any lane of a text.
@@ -69,6 +79,67 @@ class Anchor
     std::uint64_t caseBits_;
 };
 
+template <typename Unit>
+constexpr auto unsignedUnit(Unit c)
+{
+    return static_cast<std::make_unsigned_t<Unit>>(c);
+}
+
+bool equalUnits(unsigned short const * a, char const * b, int n, Case letters)
+{
+    return std::equal(a, a + n, b, [letters](unsigned short x, char c) {
+        unsigned short const y = unsignedUnit(c);
+        return x == y || (letters == Case::Ignored && toUpper(x) == toUpper(y));
+    });
+}
+
+/// As many units as the compiler compares at once, without a branch.
+template <typename Unit>
+constexpr int blockSize = 32 / sizeof(Unit);
+
+template <typename Unit>
+bool blocksDiffer(Unit const * a, Unit const * b)
+{
+    using U = std::make_unsigned_t<Unit>;
+    constexpr U caseBit = 'a' - 'A';
+    std::array<U, blockSize<Unit>> difference;
+    for (std::size_t i = 0; i < difference.size(); ++i) {
+        U const x = unsignedUnit(a[i]);
+        U const y = unsignedUnit(b[i]);
+        U const letter = static_cast<U>((x | caseBit) - 'a');
+        U const ignored = letter <= U{'z' - 'a'} ? caseBit : U{0};
+        difference[i] = static_cast<U>((x ^ y) & ~ignored);
+    }
+    auto const words = std::bit_cast<std::array<std::uint64_t, 4>>(difference);
+    return (words[0] | words[1] | words[2] | words[3]) != 0;
+}
+
+/// Position of the first units that differ, the case ignored, or n.
+template <typename Unit>
+int mismatch(Unit const * a, Unit const * b, int n)
+{
+    using L = Lanes<Unit>;
+    int pos = 0;
+    while (pos + blockSize<Unit> <= n && !blocksDiffer(a + pos, b + pos))
+        pos += blockSize<Unit>;
+    for (; pos + L::count <= n; pos += L::count) {
+        auto const difference = L::upper(L::load(a + pos)) ^ L::upper(L::load(b + pos));
+        if (difference != 0)
+            return pos + L::first(difference);
+    }
+    if (n - pos >= L::count / 2) {
+        auto const difference =
+            L::upper(L::loadEnds(a + pos, n - pos)) ^ L::upper(L::loadEnds(b + pos, n - pos));
+        if (difference == 0)
+            return n;
+        int const lane = L::first(difference);
+        return lane < L::count / 2 ? pos + lane : n - L::count + lane;
+    }
+    while (pos < n && toUpper(a[pos]) == toUpper(b[pos]))
+        ++pos;
+    return pos;
+}
+
 /// Plain search. Two anchors, the needle's first and last unit, single out positions that are worth
 /// a comparison.
 template <typename Unit>
@@ -82,7 +153,7 @@ int find(Unit const * text, int length, Unit const * needle, int needleLength, i
 
     auto const matchesAt = [=](int pos) {
         return letters == Case::Exact ? equal(text + pos, needle, needleLength)
-                                      : equalIgnoringCase(text + pos, needle, needleLength);
+                                      : mismatch(text + pos, needle, needleLength) == needleLength;
     };
     Anchor<Unit> const head(needle[0], letters);
     Anchor<Unit> const tail(needle[needleLength - 1], letters);
@@ -111,37 +182,6 @@ int find(Unit const * text, int length, Unit const * needle, int needleLength, i
             return found;
     }
     return firstInBlock(lastBlock); // overlaps positions that are known not to match
-}
-
-template <typename A, typename B>
-bool equalUnits(A const * a, B const * b, int n, Case letters)
-{
-    return std::equal(a, a + n, b, [letters](A x, B y) {
-        auto const unit = static_cast<A>(static_cast<std::make_unsigned_t<B>>(y));
-        return x == unit || (letters == Case::Ignored && toUpper(x) == toUpper(unit));
-    });
-}
-
-template <typename Unit>
-bool equalLanesIgnoringCase(Unit const * a, Unit const * b, int n)
-{
-    using L = Lanes<Unit>;
-    if (n < L::count)
-        return equalUnits(a, b, n, Case::Ignored);
-    auto const differAt = [=](int pos) {
-        return L::upper(L::load(a + pos)) != L::upper(L::load(b + pos));
-    };
-    for (int pos = 0; pos < n - L::count; pos += L::count) {
-        if (differAt(pos))
-            return false;
-    }
-    return !differAt(n - L::count);
-}
-
-template <typename Unit>
-auto unsignedUnit(Unit c)
-{
-    return static_cast<std::make_unsigned_t<Unit>>(c);
 }
 
 constexpr bool isSpace(char c)
@@ -189,12 +229,12 @@ bool equal(unsigned short const * a, char const * b, int n)
 
 bool equalIgnoringCase(char const * a, char const * b, int n)
 {
-    return equalLanesIgnoringCase(a, b, n);
+    return mismatch(a, b, n) == n;
 }
 
 bool equalIgnoringCase(unsigned short const * a, unsigned short const * b, int n)
 {
-    return equalLanesIgnoringCase(a, b, n);
+    return mismatch(a, b, n) == n;
 }
 
 bool equalIgnoringCase(unsigned short const * a, char const * b, int n)
@@ -205,22 +245,10 @@ bool equalIgnoringCase(unsigned short const * a, char const * b, int n)
 template <typename Unit>
 int compareIgnoringCase(Unit const * a, int lengthA, Unit const * b, int lengthB)
 {
-    using L = Lanes<Unit>;
     int const shorter = std::min(lengthA, lengthB);
-    int pos = 0;
-    for (; pos + L::count <= shorter; pos += L::count) {
-        auto const difference = L::upper(L::load(a + pos)) ^ L::upper(L::load(b + pos));
-        if (difference != 0) {
-            pos += L::first(difference);
-            break;
-        }
-    }
-    for (; pos < shorter; ++pos) {
-        auto const x = unsignedUnit(toUpper(a[pos]));
-        auto const y = unsignedUnit(toUpper(b[pos]));
-        if (x != y)
-            return x < y ? -1 : 1;
-    }
+    int const pos = mismatch(a, b, shorter);
+    if (pos < shorter)
+        return unsignedUnit(toUpper(a[pos])) < unsignedUnit(toUpper(b[pos])) ? -1 : 1;
     return (lengthA > lengthB) - (lengthA < lengthB);
 }
 
