@@ -19,10 +19,38 @@ struct FileStatus {
 /// Empty when the name does not exist or cannot be opened; the system's last error tells why.
 std::optional<FileStatus> fileStatus(NativeName const & name);
 
-enum class StreamMode { Read, Write, Append };
+enum class StreamMode { Read, Write, Append, WriteText, AppendText };
 
-/// Opens a file in binary form. Write truncates or creates, Append creates. Null on failure, with
-/// the system's last error set. The stream is not inherited by child processes.
+/// Opens a file; the text modes write "\n" as the system ends its lines, the others write bytes.
+/// Write truncates or creates, Append creates. Null on failure, with the system's last error set.
+/// The stream is not inherited by child processes.
 std::FILE * openStream(NativeName const & name, StreamMode mode);
+
+/// The calls below return false on failure, with the system's last error set.
+
+/// Removes a file, also a read-only one. A link is removed and not what it points to. True as well
+/// when the name is gone already, since others delete the same files.
+bool deleteFile(NativeName const & name);
+
+/// Gives a file another name, also on another drive or share. Fails when the new name exists. After
+/// a failure the old name still has all of the file.
+bool moveFile(NativeName const & from, NativeName const & to);
+
+/// Creates a folder whose parent exists, open to everybody whom the process's mask allows.
+bool createFolder(NativeName const & name);
+
+/// Sets every time that a file has (creation, where the system can, access, modification) to a
+/// number of seconds since 1970-01-01 UTC.
+bool setFileTimes(NativeName const & name, std::int64_t seconds);
+
+/// Whether a file must be marked as executable before the system runs it.
+extern bool const hasExecutableBits;
+
+/// Marks a file as executable for owner, group and others. True on a system without such marks.
+bool makeExecutable(NativeName const & name);
+
+/// Bytes that the caller may still write to the drive or share on which a path lies. The path need
+/// not exist, but must be absolute. Empty when the system cannot tell.
+std::optional<std::uint64_t> freeBytes(NativeName const & path);
 
 } // namespace ox::platform

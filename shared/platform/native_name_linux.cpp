@@ -66,6 +66,8 @@ bool isUtf8(std::string_view text)
 NativeName nativeName(std::u16string_view name)
 {
     std::string bytes;
+    if (name.find(u'\0') != name.npos)
+        return bytes;
     bytes.reserve(name.size() * 3);
     for (std::size_t i = 0; i < name.size(); ++i) {
         char32_t codePoint = name[i];
@@ -80,6 +82,8 @@ NativeName nativeName(std::u16string_view name)
 
 NativeName nativeName(std::string_view name)
 {
+    if (name.find('\0') != name.npos)
+        return {};
     // Bytes that are not UTF-8 were written by a system whose file names are Latin-1.
     // Surrogates encoded on their own are kept: nativeName(u16string_view) writes them so.
     if (isUtf8(name))
@@ -88,6 +92,14 @@ NativeName nativeName(std::string_view name)
     bytes.reserve(name.size() * 2);
     for (char const c : name)
         appendUtf8(bytes, static_cast<std::uint8_t>(c));
+    return bytes;
+}
+
+std::optional<std::string> recordName(std::u16string_view name)
+{
+    std::string const bytes = nativeName(name);
+    if (bytes.empty())
+        return std::nullopt;
     return bytes;
 }
 

@@ -1,0 +1,271 @@
+#include "shared/fs/file.h"
+
+#include "shared/fs/native_path.h"
+#include "shared/platform/files.h"
+#include "shared/system/os_error.h"
+
+#include <QDir>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <string_view>
+
+using ox::detail::nativePath;
+using ox::detail::ownSeparator;
+using ox::platform::FileStatus;
+using ox::platform::fileStatus;
+using ox::platform::NativeName;
+using ox::platform::StreamMode;
+
+namespace
+{
+
+bool isFile(NativeName const & name, _oxTime * time = nullptr, __int64 * size = nullptr)
+{
+    auto const status = fileStatus(name);
+    if (!status || status->isFolder)
+        return false;
+    if (time)
+        *time = _oxTime(static_cast<__int64>(status->modified), true);
+    if (size)
+        *size = status->size;
+    return true;
+}
+
+bool isFolder(NativeName const & name)
+{
+    auto const status = fileStatus(name);
+    return status && status->isFolder;
+}
+
+template <typename View>
+bool isFolderPath(View path)
+{
+    if (path.size() < 3)
+        return false;
+    if (path.back() == ox::platform::ownSeparator)
+        path.remove_suffix(1);
+    return isFolder(ox::platform::nativeName(path));
+}
+
+/// Deletes a file that exists; the system's message when that fails, else an empty text.
+QString deleteExisting(NativeName const & name)
+{
+    if (!isFile(name) || ox::platform::deleteFile(name))
+        return {};
+    return QStringLiteral("Unable to delete file, ") + QString(oxLastOSError());
+}
+
+/// Creates one folder. Another process may create the same one at the same time.
+bool makeFolder(QString const & path)
+{
+    NativeName const name = nativePath(path);
+    return isFolder(name) || ox::platform::createFolder(name) || isFolder(name);
+}
+
+/// Opens a file whose every write goes straight to the system, so that a full disk shows at the
+/// write that it cuts short.
+std::FILE * openUnbuffered(NativeName const & name, StreamMode mode)
+{
+    std::FILE * const file = ox::platform::openStream(name, mode);
+    if (file)
+        std::setvbuf(file, nullptr, _IONBF, 0);
+    return file;
+}
+
+} // namespace
+
+bool oxFileExists(_oxString<500> const & name)
+{
+    return isFile(nativePath(name));
+}
+
+bool oxFileExists(_oxString8_evenSize<500> const & name, _oxTime * time, __int64 * size)
+{
+    return isFile(nativePath(name), time, size);
+}
+
+bool oxFileExists(_oxString8_evenSize<250> const & name, _oxTime * time, __int64 * size)
+{
+    return isFile(nativePath(name), time, size);
+}
+
+bool oxFileExists(_oxString<500> const & name, _oxTime * time, __int64 * size)
+{
+    return isFile(nativePath(name), time, size);
+}
+
+bool oxFileExists(QString name, _oxTime * time, __int64 * size)
+{
+    return oxFileExists(_oxString<500>(name), time, size);
+}
+
+bool oxDirectoryExists(_oxString8_evenSize<500> const & path)
+{
+    return isFolderPath(path.view());
+}
+
+bool oxDirectoryExists(_oxString8_evenSize<250> const & path)
+{
+    return isFolderPath(path.view());
+}
+
+bool oxDirectoryExists(_oxString8_evenSize<200> const & path)
+{
+    return isFolderPath(path.view());
+}
+
+bool oxDirectoryExists(_oxString<500> const & path)
+{
+    return isFolderPath(path.view());
+}
+
+bool oxDirectoryExists(QString const & path)
+{
+    return isFolderPath(ox::detail::viewOf(path));
+}
+
+bool oxDirectoryExists(char const * path)
+{
+    // A cut path could name another folder.
+    return path && std::strlen(path) <= 500 && oxDirectoryExists(_oxString8_evenSize<500>(path));
+}
+
+_oxString<500> oxDeleteFile(_oxString<500> const & name)
+{
+    return _oxString<500>(deleteExisting(nativePath(name)));
+}
+
+QString oxDeleteFile(QString const & name)
+{
+    QString const failure = deleteExisting(nativePath(name));
+    return failure.isEmpty() ? failure : failure + u'.';
+}
+
+bool oxDeleteFolder(QString const & path)
+{
+    return QDir().rmdir(path);
+}
+
+bool oxCreateFolder(QString const & path, bool withParents)
+{
+    if (path.size() <= 3 || makeFolder(path))
+        return true;
+    if (!withParents)
+        return false;
+    bool const isShare = path[0] == ownSeparator && path[1] == ownSeparator;
+    auto end = path.indexOf(ownSeparator, isShare ? 2 : 0);
+    if (isShare && end >= 0)
+        end = path.indexOf(ownSeparator, end + 1); // a server is no folder, its share is the first
+    for (; end >= 0; end = path.indexOf(ownSeparator, end + 1)) {
+        if (!makeFolder(path.left(end + 1)))
+            return false;
+    }
+    return makeFolder(path);
+}
+
+bool oxRenameFile(QString const & from, QString const & to, bool overwrite)
+{
+    NativeName const source = nativePath(from);
+    NativeName const target = nativePath(to);
+    if (isFile(target)) {
+        if (!overwrite)
+            return false;
+        if (source == target)
+            return true;
+        if (!deleteExisting(target).isEmpty())
+            return false;
+    }
+    return isFile(source) && ox::platform::moveFile(source, target);
+}
+
+bool oxSetFileTime(QString const & name, _oxTime * time)
+{
+    return ox::platform::setFileTimes(nativePath(name), (time ? *time : _oxTime(true)).value);
+}
+
+QString oxWriteBufferToFile(QString name, unsigned char * data, __int64 size)
+{
+    constexpr __int64 largestPiece = 0x400000;
+    std::FILE * const file = openUnbuffered(nativePath(name), StreamMode::Write);
+    if (!file)
+        return QStringLiteral("Unable to write/open file: ") + QString(oxLastOSError());
+
+    __int64 done = 0;
+    __int64 piece = 0;
+    bool good = true;
+    for (; good && done < size; done += piece) {
+        piece = std::min(largestPiece, size - done);
+        good = std::fwrite(data + done, static_cast<std::size_t>(piece), 1, file) == 1;
+    }
+    QString reason = good ? QString() : QString(oxLastOSError());
+    // A share may report only now that it has no room for the last piece.
+    if (std::fclose(file) != 0 && good)
+        reason = oxLastOSError();
+    if (reason.isEmpty())
+        return {};
+    return QStringLiteral("Unable to write %1b (%2/%3 done): ")
+               .arg(piece)
+               .arg(done - piece)
+               .arg(std::max<__int64>(size, 0)) +
+           reason;
+}
+
+bool writeToLogFile(_oxString8_evenSize<250> const & name, _oxString8_evenSize<3000> line,
+                    bool overwrite, bool addTime)
+{
+    _oxString8_evenSize<3000> text;
+    if (addTime)
+        text.add(_oxTime(true).asOX8String().c_str()).add(": ");
+    text.add(line);
+    text.setLength(
+        std::min<short>(static_cast<short>(text.size()), 2999)); // room for the line break
+    text += '\n';
+
+    auto const mode = overwrite ? StreamMode::WriteText : StreamMode::AppendText;
+    std::FILE * const file = openUnbuffered(nativePath(name), mode);
+    if (!file)
+        return false;
+    bool const good =
+        std::fwrite(text.c_str(), static_cast<std::size_t>(text.size()), 1, file) == 1;
+    return std::fclose(file) == 0 && good;
+}
+
+unsigned int oxGetFreeDriveSpaceMB(QString path)
+{
+    constexpr unsigned int unknown = 1000;
+    auto const bytes = path.size() < 3 ? std::nullopt : ox::platform::freeBytes(nativePath(path));
+    if (!bytes)
+        return unknown;
+    return static_cast<unsigned int>(
+        std::min<std::uint64_t>(*bytes >> 20, std::numeric_limits<unsigned int>::max()));
+}
+
+QString setExecutable_Rights(QString name, bool verbose)
+{
+    if (!ox::platform::hasExecutableBits) {
+        if (verbose)
+            std::fputs("Not required on windows\n", stdout);
+        return {};
+    }
+    if (ox::platform::makeExecutable(nativePath(name)))
+        return {};
+    return QStringLiteral("Unable to set executable rights, ") + QString(oxLastOSError());
+}
+
+void timeToFileTime(__int64 seconds, FILETIME * fileTime)
+{
+    auto const ticks = (static_cast<std::uint64_t>(seconds) + 11644473600u) * 10000000u;
+    fileTime->dwLowDateTime = static_cast<std::uint32_t>(ticks);
+    fileTime->dwHighDateTime = static_cast<std::uint32_t>(ticks >> 32);
+}
+
+void fileTimeToTime(_oxTime & time, FILETIME * fileTime)
+{
+    std::uint64_t const ticks =
+        std::uint64_t{fileTime->dwHighDateTime} << 32 | fileTime->dwLowDateTime;
+    time.value = static_cast<__int64>(ticks / 10000000u);
+}

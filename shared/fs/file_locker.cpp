@@ -1,0 +1,143 @@
+#include "shared/fs/file_locker.h"
+
+#include "shared/fs/native_path.h"
+#include "shared/platform/lock_file.h"
+#include "shared/system/environment.h"
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+using ox::detail::nativePath;
+using ox::platform::LockFile;
+using ox::platform::LockFileView;
+using ox::platform::NativeName;
+
+namespace
+{
+
+constexpr int pollMs = 250;
+constexpr __int64 staleAfterSeconds = 3 * 60 * 60;
+
+constexpr std::string_view whoLabel = "\n File locked by: ";
+constexpr std::string_view timeLabel = "\n Time locked: ";
+constexpr std::string_view closingLines =
+    "\nInfo: This lock file should only exist a few seconds for config files.\n\n";
+
+std::string lockFileText(QString const & who)
+{
+    std::string text;
+    text += whoLabel;
+    text += who.toLatin1().toStdString();
+    text += timeLabel;
+    text += _oxTime(true).asString().toLatin1().toStdString();
+    text += closingLines;
+    return text;
+}
+
+/// The holder's description; it may have several lines.
+QString whoIn(std::string_view text)
+{
+    if (!text.starts_with(whoLabel))
+        return {};
+    text.remove_prefix(whoLabel.size());
+    text = text.substr(0, text.rfind(timeLabel));
+    return QString::fromLatin1(text.data(), static_cast<int>(text.size()));
+}
+
+void removeIfStale(NativeName const & name)
+{
+    ox::platform::removeLeftLockFile(name, _oxTime(true).value - staleAfterSeconds);
+}
+
+} // namespace
+
+_oxFileLocker::_oxFileLocker(QString const & fileToLock)
+{
+    auto const file = ox::platform::recordName(ox::detail::viewOf(fileToLock));
+    if (!file)
+        return;
+    std::string const name = *file + "_lock.txt";
+    // A name cut by the record would lock another file.
+    if (name.size() <= static_cast<std::size_t>(lockFileName_.capacity()))
+        lockFileName_ = name;
+}
+
+_oxFileLocker::~_oxFileLocker()
+{
+    unlock();
+}
+
+bool _oxFileLocker::lock(int const & timeoutMs, QString const & who, int * waitedMs, bool checkOnly)
+{
+    int ignored;
+    int & waited = waitedMs ? *waitedMs : ignored;
+    waited = 1;
+    if (lockFileName_.isEmpty()) {
+        waited = -waited;
+        return false;
+    }
+
+    using Attempt = LockFile::Attempt;
+    NativeName const name = nativePath(lockFileName_);
+    auto file = std::make_unique<LockFile>();
+    // One step tells whether the lock is free and takes it: a test before it would be another round
+    // trip to the share, and out of date when it arrives.
+    auto const attempt = [&] {
+        if (checkOnly)
+            return ox::platform::lockFileExists(name) ? Attempt::InUse : Attempt::Taken;
+        return file->take(name);
+    };
+
+    int const polls = std::max(timeoutMs / pollMs, 1);
+    int polled = 0;
+    Attempt result = attempt();
+    for (; result == Attempt::InUse && polled < polls; ++polled) {
+        oxSleep(pollMs);
+        result = attempt();
+    }
+    if (result == Attempt::InUse) {
+        removeIfStale(name);
+        result = attempt();
+    }
+
+    waited = polled * pollMs;
+    if (result == Attempt::Failed)
+        waited = -waited;
+    if (result != Attempt::Taken)
+        return false;
+    if (!checkOnly) {
+        file->write(lockFileText(who));
+        held_ = std::move(file);
+    }
+    return true;
+}
+
+bool _oxFileLocker::isFree(int const & timeoutMs, int * waitedMs)
+{
+    return lock(timeoutMs, QString(), waitedMs, true);
+}
+
+void _oxFileLocker::unlock()
+{
+    if (!held_)
+        return;
+    held_->release(ox::platform::nativeName(std::string(lockFileName_.view()) + ".none"));
+    held_.reset();
+}
+
+_oxFileLockStatus _oxFileLocker::status() const
+{
+    LockFileView const view = ox::platform::viewLockFile(nativePath(lockFileName_));
+    _oxFileLockStatus status;
+    if (!view.exists)
+        return status;
+    status.exists = true;
+    status.holder = view.holder == LockFileView::Holder::Process ? _oxFileLockStatus::Process
+                    : view.holder == LockFileView::Holder::None  ? _oxFileLockStatus::Nobody
+                                                                 : _oxFileLockStatus::Unknown;
+    status.who = whoIn(view.content);
+    status.since = _oxTime(static_cast<__int64>(view.modified), true);
+    status.isStale = status.since.waitTimeIsOver(staleAfterSeconds, false, nullptr);
+    return status;
+}

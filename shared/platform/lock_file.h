@@ -1,0 +1,74 @@
+#pragma once
+
+#include "shared/platform/native_name.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace ox::platform
+{
+
+/// A file that exists only while one process on one of the farm's machines holds it.
+///
+/// The promise: of all processes that see the same folder at most one holds the lock file of a
+/// name. It rests on the name alone (who creates it holds it). The file is also kept open in a way
+/// that other processes notice, so that a file left by a dead process can be told from a held one.
+class LockFile
+{
+  public:
+    enum class Attempt {
+        Taken,
+        InUse, ///< the name exists, or another process was faster
+        Failed ///< for any other reason; the system's last error tells why
+    };
+
+    LockFile() = default;
+    /// Closes the file without removing it, as the death of the process would.
+    ~LockFile();
+    LockFile(LockFile const &) = delete;
+    LockFile & operator=(LockFile const &) = delete;
+
+    /// Creates the lock file and holds it. Waits for nobody and changes no file that exists. Only
+    /// while not held.
+    Attempt take(NativeName const & name);
+
+    bool isHeld() const { return handle_ != none; }
+
+    /// Writes the file's content, bytes as they are. Only while held.
+    void write(std::string_view content);
+
+    /// Gives the lock up by removing the file. When the system refuses that, the file is renamed to
+    /// `leftover` (which is replaced), so that its name is free at once. A file that somebody else
+    /// has put under the name in the meantime is left alone. Does nothing when not held.
+    void release(NativeName const & leftover);
+
+  private:
+    static constexpr std::intptr_t none = -1;
+
+    NativeName name_;
+    std::intptr_t handle_ = none;
+};
+
+/// Whether the name of a lock file is taken, by whatever it may be.
+bool lockFileExists(NativeName const & name);
+
+/// Removes a lock file that no process holds and that was last written before a time (in seconds
+/// since 1970-01-01 UTC). A file that a process holds stays, however old it is, and so does one on
+/// a share that cannot tell whether it is held.
+void removeLeftLockFile(NativeName const & name, std::int64_t writtenBefore);
+
+/// What a look at a lock file shows.
+struct LockFileView {
+    enum class Holder { None, Process, Unknown };
+
+    bool exists = false;
+    Holder holder = Holder::None; ///< Unknown: the system or the share cannot tell
+    std::int64_t modified = 0;    ///< last write, seconds since 1970-01-01 UTC
+    std::string content;          ///< its first 4096 bytes, empty when they cannot be read
+};
+
+/// Looks at a lock file without changing it and without taking the lock.
+LockFileView viewLockFile(NativeName const & name);
+
+} // namespace ox::platform

@@ -1,0 +1,105 @@
+// The other process in the tests of locks and of shared files. Exit codes: 0 done, 2 usage, others
+// as the command says.
+
+#include "shared/fs/file.h"
+#include "shared/fs/file_locker.h"
+#include "shared/system/environment.h"
+
+#include <QFile>
+#include <QStringList>
+
+#include <cstdio>
+
+namespace
+{
+
+QString const who = QStringLiteral("child");
+
+/// Holds the lock until standard input ends. 3: not locked.
+int hold(QString const & file)
+{
+    _oxFileLocker locker(file);
+    if (!locker.lock(0, who, nullptr, false))
+        return 3;
+    std::puts("held");
+    std::fflush(stdout);
+    std::getchar();
+    return 0;
+}
+
+/// Adds 1 to the number in a file, count times, each time under the lock. 3: not locked.
+int increment(QString const & fileName, int count)
+{
+    _oxFileLocker locker(fileName);
+    for (int i = 0; i < count; ++i) {
+        if (!locker.lock(100000, who, nullptr, false))
+            return 3;
+        QFile file(fileName);
+        if (!file.open(QIODevice::ReadWrite))
+            return 4;
+        int const number = file.readAll().toInt();
+        file.seek(0);
+        file.write(QByteArray::number(number + 1));
+        file.close();
+        locker.unlock();
+    }
+    return 0;
+}
+
+/// Takes the lock once, however many tries it needs, and proves by a marker file that nobody else
+/// has it. 3: somebody had.
+int exclusive(QString const & fileName)
+{
+    _oxFileLocker locker(fileName);
+    while (!locker.lock(250, who, nullptr, false)) {
+    }
+    QFile marker(fileName + QStringLiteral(".marker"));
+    if (!marker.open(QIODevice::WriteOnly | QIODevice::NewOnly))
+        return 3;
+    oxSleep(20);
+    return marker.remove() ? 0 : 3;
+}
+
+/// Appends lines of different lengths to a log. 3: not written.
+int log(QString const & fileName, int count)
+{
+    for (int i = 0; i < count; ++i) {
+        QString const line = u'<' + QString(i * 37 % 2900, u'x') + u'>';
+        if (!writeToLogFile(fileName, line, false, false))
+            return 3;
+    }
+    return 0;
+}
+
+/// Writes zeros to a file and prints what oxWriteBufferToFile says.
+int write(QString const & fileName, int size)
+{
+    QByteArray zeros(size, '\0');
+    QString const error =
+        oxWriteBufferToFile(fileName, reinterpret_cast<unsigned char *>(zeros.data()), size);
+    std::puts(error.toLatin1().constData());
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char ** argv)
+{
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments += QString::fromUtf8(argv[i]);
+    QString const command = arguments.value(0);
+    QString const file = arguments.value(1);
+    int const number = arguments.value(2).toInt();
+    if (command == QLatin1String("hold"))
+        return hold(file);
+    if (command == QLatin1String("increment"))
+        return increment(file, number);
+    if (command == QLatin1String("exclusive"))
+        return exclusive(file);
+    if (command == QLatin1String("log"))
+        return log(file, number);
+    if (command == QLatin1String("write"))
+        return write(file, number);
+    return 2;
+}

@@ -1,0 +1,219 @@
+#include "shared/fs/file_locker.h"
+
+#include "shared/fs/file.h"
+#include "tests/fs/support.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+
+namespace
+{
+
+class FileLocker : public testing::Test
+{
+  protected:
+    /// Makes the lock file look as if it had been written this many seconds ago.
+    void ageLockFile(int seconds) const
+    {
+        _oxTime past(_oxTime(true).value - seconds, true);
+        ASSERT_TRUE(oxSetFileTime(lockName, &past));
+    }
+
+    QTemporaryDir folder;
+    QString const file = folder.filePath(QStringLiteral("a.ini"));
+    QString const lockName = file + QStringLiteral("_lock.txt");
+    QString const who = QStringLiteral("Server on farm01");
+    int waited = 77;
+};
+
+} // namespace
+
+TEST_F(FileLocker, ShowsTheHolderInTheLockFileWhileHeld)
+{
+    {
+        _oxFileLocker locker(file);
+        EXPECT_TRUE(locker.lockFileName() == lockName);
+        EXPECT_FALSE(locker.status().exists);
+        ASSERT_TRUE(locker.lock(1000, who + QStringLiteral("\n\u00e9"), &waited, false));
+        EXPECT_EQ(waited, 0);
+        QRegularExpression const expected(QStringLiteral(
+            "^\n File locked by: Server on farm01\n\u00e9"
+            "\n Time locked: \\d\\d\\.\\d\\d \\d\\d:\\d\\d\\.\\d\\d"
+            "\nInfo: This lock file should only exist a few seconds for config files."
+            "\n\n\\z"));
+        EXPECT_TRUE(expected.match(QString::fromLatin1(contentOf(lockName))).hasMatch());
+
+        _oxFileLockStatus const status = _oxFileLocker(file).status();
+        EXPECT_TRUE(status.exists);
+        EXPECT_EQ(status.holder, _oxFileLockStatus::Process);
+        EXPECT_EQ(status.who, who + QStringLiteral("\n\u00e9"));
+        EXPECT_NEAR(static_cast<double>(status.since.value),
+                    static_cast<double>(_oxTime(true).value), 5);
+        EXPECT_FALSE(status.isStale);
+
+        locker.unlock();
+        EXPECT_FALSE(QFile::exists(lockName));
+        ASSERT_TRUE(locker.lock(0, who, nullptr, false));
+    }
+    EXPECT_FALSE(QFile::exists(lockName)) << "the destructor unlocks";
+}
+
+TEST_F(FileLocker, WaitsInStepsOf250Milliseconds)
+{
+    _oxFileLocker holder(file);
+    _oxFileLocker waiter(file);
+    EXPECT_TRUE(waiter.isFree(0, &waited));
+    EXPECT_EQ(waited, 0);
+    EXPECT_FALSE(QFile::exists(lockName));
+
+    ASSERT_TRUE(holder.lock(0, who, nullptr, false));
+    struct {
+        int timeout;
+        int waited;
+    } const rows[] = {{-1, 250}, {0, 250}, {249, 250}, {600, 500}};
+    for (auto const & row : rows) {
+        QElapsedTimer timer;
+        timer.start();
+        EXPECT_FALSE(waiter.lock(row.timeout, who, &waited, false));
+        EXPECT_EQ(waited, row.waited);
+        EXPECT_GE(timer.elapsed(), row.waited);
+        EXPECT_FALSE(waiter.isFree(row.timeout, &waited));
+        EXPECT_EQ(waited, row.waited);
+    }
+    waiter.unlock();
+    EXPECT_TRUE(QFile::exists(lockName)) << "unlocking without the lock changes nothing";
+}
+
+TEST_F(FileLocker, TakesTheLockAsSoonAsItIsGivenUp)
+{
+    Child child({QStringLiteral("hold"), file});
+    ASSERT_EQ(child.readLine(), QStringLiteral("held"));
+    _oxFileLocker locker(file);
+    EXPECT_FALSE(locker.lock(0, who, nullptr, false));
+    EXPECT_EQ(child.finish(), 0);
+    EXPECT_TRUE(locker.lock(10000, who, &waited, false));
+    EXPECT_EQ(waited, 0);
+}
+
+TEST_F(FileLocker, TellsALockThatCannotBeCreatedFromOneThatIsTaken)
+{
+    _oxFileLocker inMissingFolder(folder.filePath(QStringLiteral("missing/a.ini")));
+    EXPECT_FALSE(inMissingFolder.lock(1000, who, &waited, false));
+    EXPECT_EQ(waited, 0) << "the negated waiting time of the first try";
+
+    // A name must neither be cut nor changed into another file's.
+    QString const longest = folder.path() + u'/' + QString(240 - folder.path().size(), u'n');
+    _oxFileLocker fits(longest);
+    EXPECT_TRUE(fits.lock(0, who, nullptr, false));
+    EXPECT_TRUE(QFile::exists(longest + QStringLiteral("_lock.txt")));
+    for (QString const & name : {longest + u'n', QString(), file + QChar(0) + u'x'}) {
+        _oxFileLocker locker(name);
+        EXPECT_TRUE(locker.lockFileName().isEmpty());
+        EXPECT_FALSE(locker.lock(1000, who, &waited, false));
+        EXPECT_EQ(waited, -1);
+        EXPECT_FALSE(locker.isFree(1000, nullptr));
+        EXPECT_FALSE(locker.status().exists);
+        locker.unlock();
+    }
+    QString const cyrillic = folder.filePath(QStringLiteral("\u0436\u20ac.ini"));
+    _oxFileLocker locker(cyrillic);
+    EXPECT_TRUE(locker.lock(0, who, nullptr, false));
+    EXPECT_TRUE(QFile::exists(cyrillic + QStringLiteral("_lock.txt")));
+}
+
+TEST_F(FileLocker, GetsPastAKilledHolderByTheThreeHourRuleOnly)
+{
+    Child child({QStringLiteral("hold"), file});
+    ASSERT_EQ(child.readLine(), QStringLiteral("held"));
+    child.kill();
+
+    _oxFileLocker locker(file);
+    _oxFileLockStatus const left = locker.status();
+    EXPECT_TRUE(left.exists);
+    EXPECT_EQ(left.holder, _oxFileLockStatus::Nobody);
+    EXPECT_EQ(left.who, QStringLiteral("child"));
+    EXPECT_FALSE(locker.lock(0, who, nullptr, false));
+    ageLockFile(10800 - 60);
+    EXPECT_FALSE(locker.lock(0, who, nullptr, false));
+    EXPECT_FALSE(locker.status().isStale);
+
+    ageLockFile(10800 + 2);
+    EXPECT_TRUE(locker.status().isStale);
+    EXPECT_TRUE(QFile::exists(lockName)) << "looking removes nothing";
+    EXPECT_TRUE(locker.lock(300, who, &waited, false));
+    EXPECT_EQ(waited, 250) << "only who has run out of time removes a stale lock";
+    EXPECT_TRUE(contentOf(lockName).contains("farm01"));
+}
+
+TEST_F(FileLocker, LeavesALiveHolderItsOldLookingLock)
+{
+    Child child({QStringLiteral("hold"), file});
+    ASSERT_EQ(child.readLine(), QStringLiteral("held"));
+    ageLockFile(20000);
+    _oxFileLocker locker(file);
+    EXPECT_FALSE(locker.lock(0, who, nullptr, false));
+    EXPECT_FALSE(locker.isFree(0, nullptr));
+    EXPECT_EQ(locker.status().holder, _oxFileLockStatus::Process);
+    EXPECT_TRUE(locker.status().isStale);
+    EXPECT_EQ(child.finish(), 0);
+    EXPECT_FALSE(QFile::exists(lockName));
+}
+
+TEST_F(FileLocker, UnlockLeavesALockThatSomebodyElseHasTakenSince)
+{
+    _oxFileLocker robbed(file);
+    _oxFileLocker next(file);
+    ASSERT_TRUE(robbed.lock(0, who, nullptr, false));
+    ASSERT_TRUE(QFile::remove(lockName));
+    ASSERT_TRUE(next.lock(0, who, nullptr, false));
+    robbed.unlock();
+    EXPECT_EQ(_oxFileLocker(file).status().holder, _oxFileLockStatus::Process);
+}
+
+TEST_F(FileLocker, WaitsForWhateverBearsTheName)
+{
+    _oxFileLocker locker(file);
+    ASSERT_TRUE(QDir().mkdir(lockName));
+    EXPECT_FALSE(locker.lock(0, who, &waited, false));
+    EXPECT_EQ(waited, 250);
+    ASSERT_TRUE(QDir().rmdir(lockName));
+    ASSERT_TRUE(QFile::link(folder.filePath(QStringLiteral("nowhere")), lockName));
+    EXPECT_FALSE(locker.lock(0, who, &waited, false));
+    EXPECT_EQ(waited, 250);
+    EXPECT_FALSE(QFile::exists(folder.filePath(QStringLiteral("nowhere"))));
+}
+
+TEST_F(FileLocker, IsNotInheritedByOtherPrograms)
+{
+    _oxFileLocker locker(file);
+    ASSERT_TRUE(locker.lock(0, who, nullptr, false));
+    Child child({QStringLiteral("hold"), folder.filePath(QStringLiteral("other"))});
+    ASSERT_EQ(child.readLine(), QStringLiteral("held"));
+    ASSERT_TRUE(QFile::rename(lockName, lockName + u'2')); // so that unlocking leaves the file
+    locker.unlock();
+    ASSERT_TRUE(QFile::rename(lockName + u'2', lockName));
+    EXPECT_EQ(_oxFileLocker(file).status().holder, _oxFileLockStatus::Nobody);
+}
+
+TEST_F(FileLocker, LosesNoUpdateOfEightProcesses)
+{
+    expectAllSucceed(8, {QStringLiteral("increment"), file, QStringLiteral("100")});
+    EXPECT_EQ(contentOf(file).toInt(), 800);
+}
+
+TEST_F(FileLocker, WaitersOfOneStaleLockNeverRemoveEachOthersFreshOne)
+{
+    for (int round = 0; round < 3; ++round) {
+        QFile stale(lockName);
+        ASSERT_TRUE(stale.open(QIODevice::WriteOnly));
+        stale.close();
+        ageLockFile(20000);
+        expectAllSucceed(10, {QStringLiteral("exclusive"), file});
+        EXPECT_FALSE(QFile::exists(lockName));
+    }
+}

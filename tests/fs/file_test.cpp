@@ -1,0 +1,290 @@
+#include "shared/fs/file.h"
+
+#include "shared/system/os_error.h"
+#include "tests/fs/support.h"
+
+#include <gtest/gtest.h>
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QStorageInfo>
+#include <QTemporaryDir>
+
+namespace
+{
+
+class File : public testing::Test
+{
+  protected:
+    QString path(char const * name) const { return folder.filePath(QString::fromUtf8(name)); }
+
+    QString make(QString const & name, QByteArray const & content = "content") const
+    {
+        QFile file(name);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(content);
+        return name;
+    }
+
+    QTemporaryDir folder;
+};
+
+QString text(char const * latin1)
+{
+    return QString::fromLatin1(latin1);
+}
+
+} // namespace
+
+TEST_F(File, ExistsWithTimeAndSizeInEveryForm)
+{
+    QString const name = make(path("a.bin"), QByteArray(1234, 'x'));
+    _oxTime const stamp(__int64{1700000000}, true);
+    _oxTime given = stamp;
+    ASSERT_TRUE(oxSetFileTime(name, &given));
+    auto const expectFound = [&stamp](auto const & recordName) {
+        _oxTime time;
+        __int64 size = -1;
+        EXPECT_TRUE(oxFileExists(recordName, &time, &size));
+        EXPECT_EQ(time.value, stamp.value);
+        EXPECT_EQ(size, 1234);
+        EXPECT_TRUE(oxFileExists(recordName, nullptr, nullptr));
+    };
+    expectFound(name);
+    expectFound(_oxString<500>(name));
+    expectFound(_oxString8_evenSize<500>(name));
+    expectFound(_oxString8_evenSize<250>(name));
+    EXPECT_TRUE(oxFileExists(_oxString<500>(name)));
+
+    for (QString const & missing : {path("none"), folder.path(), name + u'/', QString(),
+                                    name + QChar(0) + u'x', QString(3000, u'x')}) {
+        _oxTime time = stamp;
+        __int64 size = -1;
+        EXPECT_FALSE(oxFileExists(missing, &time, &size)) << missing.toStdString();
+        EXPECT_FALSE(oxFileExists(_oxString<500>(missing)));
+        EXPECT_EQ(time.value, stamp.value);
+        EXPECT_EQ(size, -1);
+    }
+    EXPECT_TRUE(oxFileExists(QString(500 - name.size(), u'/') + name + QString(9, u'x')))
+        << "only the first 500 characters count";
+}
+
+TEST_F(File, IsFoundUnderNamesBeyondAscii)
+{
+    QString const name = make(path("f\xc3\xa9\xd0\xb6.bin")); // "fé" and a Cyrillic letter
+    EXPECT_TRUE(oxFileExists(name));
+    EXPECT_TRUE(oxFileExists(_oxString<500>(name)));
+    EXPECT_TRUE(oxFileExists(_oxString8_evenSize<500>(name.toUtf8().constData())));
+    EXPECT_FALSE(oxFileExists(_oxString8_evenSize<500>(name))) << "Latin-1 cannot hold it";
+    QString const latin1 = make(path("f\xc3\xa9.bin"));
+    EXPECT_TRUE(oxFileExists(_oxString8_evenSize<500>(latin1)));
+    EXPECT_EQ(oxDeleteFile(latin1), QString());
+    EXPECT_FALSE(QFile::exists(latin1));
+}
+
+TEST_F(File, TellsFoldersFromFiles)
+{
+    QString const file = make(path("a"));
+    for (QString const & name : {folder.path(), folder.path() + QDir::separator()}) {
+        EXPECT_TRUE(oxDirectoryExists(name));
+        EXPECT_TRUE(oxDirectoryExists(_oxString<500>(name)));
+        EXPECT_TRUE(oxDirectoryExists(_oxString8_evenSize<500>(name)));
+        EXPECT_TRUE(oxDirectoryExists(_oxString8_evenSize<250>(name)));
+        EXPECT_TRUE(oxDirectoryExists(_oxString8_evenSize<200>(name)));
+        EXPECT_TRUE(oxDirectoryExists(name.toUtf8().constData()));
+    }
+    for (QString const & name : {file, path("none"), QString(), text("/"), text("."), text("..")})
+        EXPECT_FALSE(oxDirectoryExists(name)) << name.toStdString();
+    EXPECT_FALSE(oxDirectoryExists(static_cast<char const *>(nullptr)));
+    std::string const beyondTheRecord =
+        folder.path().toStdString() + std::string(500, '/') + "none";
+    EXPECT_FALSE(oxDirectoryExists(beyondTheRecord.c_str()));
+}
+
+TEST_F(File, DeletesAndSaysWhyNot)
+{
+    EXPECT_EQ(oxDeleteFile(path("none")), QString());
+    EXPECT_EQ(oxDeleteFile(folder.path()), QString()) << "a folder is not a file";
+    EXPECT_TRUE(QFile::exists(folder.path()));
+    QString const file = make(path("a"));
+    ASSERT_TRUE(QFile::setPermissions(file, QFile::ReadOwner));
+    EXPECT_TRUE(oxDeleteFile(_oxString<500>(file)).isEmpty());
+    EXPECT_FALSE(QFile::exists(file));
+
+    QString const undeletable = text("/proc/version");
+    QString const expected = text("Unable to delete file, ") + QString(oxLastOSError(EPERM));
+    EXPECT_EQ(QString(oxDeleteFile(_oxString<500>(undeletable))), expected);
+    EXPECT_EQ(oxDeleteFile(undeletable), expected + u'.');
+}
+
+TEST_F(File, CreatesAndRemovesFolders)
+{
+    QString const deep = path("x/y/z/");
+    EXPECT_FALSE(oxCreateFolder(deep, false));
+    EXPECT_TRUE(oxCreateFolder(deep, true));
+    EXPECT_TRUE(QFileInfo(deep).isDir());
+    EXPECT_TRUE(oxCreateFolder(deep, false)) << "it exists";
+    EXPECT_TRUE(oxCreateFolder(text("C:\\"), true)) << "a drive";
+    EXPECT_FALSE(oxCreateFolder(make(path("file")), true));
+    EXPECT_FALSE(oxCreateFolder(path("file/below"), true));
+    EXPECT_FALSE(oxCreateFolder(text("//no-such-server/share/"), true)) << "its own parent";
+
+    QString const before = QDir::currentPath();
+    ASSERT_TRUE(QDir::setCurrent(folder.path()));
+    for (char const * relative : {"a/b/c", "ab/c/d", "abc//d/", "only"}) {
+        EXPECT_TRUE(oxCreateFolder(text(relative), true)) << relative;
+        EXPECT_TRUE(QFileInfo(text(relative)).isDir()) << relative;
+    }
+    QDir::setCurrent(before);
+
+    EXPECT_FALSE(oxDeleteFolder(path("x"))) << "not empty";
+    EXPECT_TRUE(oxDeleteFolder(deep));
+    EXPECT_FALSE(QFile::exists(deep));
+    EXPECT_FALSE(oxDeleteFolder(path("file")));
+}
+
+TEST_F(File, RenamesAndOverwritesOnlyWhenTold)
+{
+    QString const a = make(path("a"), "from a");
+    QString const b = make(path("b"), "from b");
+    EXPECT_FALSE(oxRenameFile(a, b, false));
+    EXPECT_EQ(contentOf(a), "from a");
+    EXPECT_EQ(contentOf(b), "from b");
+    EXPECT_TRUE(oxRenameFile(a, b, true));
+    EXPECT_FALSE(QFile::exists(a));
+    EXPECT_EQ(contentOf(b), "from a");
+    EXPECT_TRUE(oxRenameFile(b, a, false));
+    EXPECT_TRUE(oxRenameFile(a, a, true));
+    EXPECT_EQ(contentOf(a), "from a");
+    EXPECT_FALSE(oxRenameFile(a, folder.path(), true)) << "a folder has the name";
+    EXPECT_FALSE(oxRenameFile(folder.path(), path("c"), true)) << "a folder is not a file";
+    EXPECT_FALSE(oxRenameFile(path("none"), a, true));
+    EXPECT_FALSE(QFile::exists(a)) << "the target goes first";
+}
+
+TEST_F(File, MovesToAnotherFileSystem)
+{
+    QTemporaryDir other(text("/dev/shm/ox_XXXXXX"));
+    if (!other.isValid() ||
+        QStorageInfo(other.path()).device() == QStorageInfo(folder.path()).device())
+        GTEST_SKIP() << "there is only one file system";
+    QByteArray const content(3000000, 'm');
+    QString const from = make(path("a"), content);
+    QString const to = other.filePath(text("a"));
+    _oxTime stamp(__int64{1600000000}, true);
+    ASSERT_TRUE(oxSetFileTime(from, &stamp));
+    ASSERT_EQ(setExecutable_Rights(from, false), QString());
+    EXPECT_FALSE(oxRenameFile(from, other.filePath(text("none/a")), false));
+    EXPECT_EQ(contentOf(from), content);
+    EXPECT_TRUE(oxRenameFile(from, to, false));
+    EXPECT_FALSE(QFile::exists(from));
+    EXPECT_EQ(contentOf(to), content);
+    EXPECT_EQ(QFileInfo(to).lastModified().toSecsSinceEpoch(), stamp.value);
+    EXPECT_TRUE(QFileInfo(to).isExecutable());
+}
+
+TEST_F(File, SetsTimes)
+{
+    QString const file = make(path("a"));
+    _oxTime stamp(__int64{1500000000}, true);
+    EXPECT_TRUE(oxSetFileTime(file, &stamp));
+    EXPECT_EQ(QFileInfo(file).lastModified().toSecsSinceEpoch(), stamp.value);
+    EXPECT_EQ(QFileInfo(file).lastRead().toSecsSinceEpoch(), stamp.value);
+    EXPECT_TRUE(oxSetFileTime(file, nullptr));
+    EXPECT_LT(QFileInfo(file).lastModified().secsTo(QDateTime::currentDateTime()), 10);
+    EXPECT_FALSE(oxSetFileTime(path("none"), &stamp));
+}
+
+TEST_F(File, WritesBlocksInPieces)
+{
+    QByteArray data(9000000, '\0');
+    for (int i = 0; i < data.size(); ++i)
+        data[i] = static_cast<char>(i * 7 / 5);
+    auto * const bytes = reinterpret_cast<unsigned char *>(data.data());
+    QString const name = make(path("a"), "old");
+    EXPECT_EQ(oxWriteBufferToFile(name, bytes, data.size()), QString());
+    EXPECT_EQ(contentOf(name), data);
+    EXPECT_EQ(oxWriteBufferToFile(name, bytes, -1), QString());
+    EXPECT_EQ(contentOf(name), QByteArray());
+
+    EXPECT_EQ(oxWriteBufferToFile(path("none/a"), bytes, 1),
+              text("Unable to write/open file: ") + QString(oxLastOSError(ENOENT)));
+    EXPECT_EQ(oxWriteBufferToFile(text("/dev/full"), bytes, 10),
+              text("Unable to write 10b (0/10 done): ") + QString(oxLastOSError(ENOSPC)));
+}
+
+TEST_F(File, SaysHowMuchWasWrittenBeforeAFailure)
+{
+    // The limit of 9216 KiB lets two pieces and a part of the third through.
+    QProcess process;
+    process.start(text("sh"),
+                  {text("-c"), text("trap '' XFSZ; ulimit -f 18432; exec \"$0\" \"$@\""),
+                   text(OX_FS_CHILD), text("write"), path("a"), text("11000000")});
+    ASSERT_TRUE(process.waitForFinished());
+    EXPECT_EQ(QString::fromLatin1(process.readAllStandardOutput()).trimmed(),
+              text("Unable to write 2611392b (8388608/11000000 done): ") +
+                  QString(oxLastOSError(EFBIG)));
+    EXPECT_GE(QFileInfo(path("a")).size(), 8388608);
+}
+
+TEST_F(File, LogLinesEndInALineBreak)
+{
+    _oxString8_evenSize<250> const name(path("log"));
+    EXPECT_TRUE(writeToLogFile(name, "first", false, false));
+    EXPECT_TRUE(writeToLogFile(name, "second", false, false));
+    EXPECT_EQ(contentOf(path("log")), "first\nsecond\n");
+    EXPECT_TRUE(writeToLogFile(name, "third", true, true));
+    QRegularExpression const timed(text("^\\d\\d\\.\\d\\d\\. \\d\\d:\\d\\d\\.\\d\\d: third\n\\z"));
+    EXPECT_TRUE(timed.match(QString::fromLatin1(contentOf(path("log")))).hasMatch());
+    EXPECT_TRUE(writeToLogFile(name, QString(3000, u'x'), true, false));
+    EXPECT_EQ(contentOf(path("log")), QByteArray(2999, 'x') + '\n');
+    EXPECT_FALSE(writeToLogFile(folder.path(), "no", false, false));
+    EXPECT_FALSE(writeToLogFile("/dev/full", "no", false, false));
+}
+
+TEST_F(File, LogLinesOfSeveralProcessesDoNotMix)
+{
+    expectAllSucceed(4, {text("log"), path("log"), text("300")});
+    auto const lines = contentOf(path("log")).split('\n');
+    EXPECT_EQ(lines.size(), 4 * 300 + 1);
+    for (int i = 0; i + 1 < lines.size(); ++i) {
+        QByteArray const & line = lines[i];
+        bool const isWhole = line.startsWith('<') && line.endsWith('>') && line.count('<') == 1;
+        ASSERT_TRUE(isWhole) << i;
+    }
+}
+
+TEST_F(File, FreeSpaceIsThatOfTheNearestFolder)
+{
+    for (char const * unknown : {"", "C:", "relative/path", "\\\\server"})
+        EXPECT_EQ(oxGetFreeDriveSpaceMB(text(unknown)), 1000u) << unknown;
+    auto const expected = static_cast<double>(QStorageInfo(folder.path()).bytesAvailable() >> 20);
+    for (QString const & name : {folder.path(), make(path("a")), path("none/at/all"), path("a/b")})
+        EXPECT_NEAR(oxGetFreeDriveSpaceMB(name), expected, 1024) << name.toStdString();
+}
+
+TEST_F(File, MarksExecutables)
+{
+    QString const file = make(path("a"));
+    ASSERT_TRUE(QFile::setPermissions(file, QFile::ReadOwner | QFile::WriteOwner));
+    EXPECT_EQ(setExecutable_Rights(file, true), QString());
+    auto const all = QFile::ExeOwner | QFile::ExeGroup | QFile::ExeOther;
+    EXPECT_EQ(QFile::permissions(file) & all, all);
+    EXPECT_EQ(setExecutable_Rights(path("none"), false),
+              text("Unable to set executable rights, ") + QString(oxLastOSError(ENOENT)));
+}
+
+TEST(FileTime, ConvertsInTwoWaysThatAreNotInverse)
+{
+    FILETIME fileTime;
+    timeToFileTime(0, &fileTime);
+    EXPECT_EQ(fileTime.dwHighDateTime, 0x019DB1DEu);
+    EXPECT_EQ(fileTime.dwLowDateTime, 0xD53E8000u);
+    _oxTime time;
+    fileTimeToTime(time, &fileTime);
+    EXPECT_EQ(time.value, 11644473600);
+    timeToFileTime(std::numeric_limits<__int64>::max(), &fileTime); // wraps, without a fault
+}

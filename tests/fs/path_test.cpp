@@ -1,0 +1,186 @@
+#include "shared/fs/path.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+
+namespace
+{
+
+QString latin1(char const * text)
+{
+    return QString::fromLatin1(text);
+}
+
+struct Row {
+    char const * path;
+    char const * expected;
+};
+
+template <typename Function, std::size_t N>
+void expectRows(Function function, Row const (&rows)[N])
+{
+    for (Row const & row : rows)
+        EXPECT_EQ(function(latin1(row.path)), latin1(row.expected)) << row.path;
+}
+
+} // namespace
+
+TEST(Path, ConvertsSeparatorsOnly)
+{
+    QString const mixed = latin1("C:/a\\b//..\\c");
+    for (auto const os : {_oxOS::All, _oxOS::Windows, static_cast<_oxOS>(9)})
+        EXPECT_EQ(oxConvertPDToOS(mixed, os), latin1("C:\\a\\b\\\\..\\c"));
+    for (auto const os : {_oxOS::Linux, _oxOS::Mac})
+        EXPECT_EQ(oxConvertPDToOS(mixed, os), latin1("C:/a/b//../c"));
+
+    QString own = oxConvertPDToOS(mixed, _oxOS::Linux).replace(u'/', QDir::separator());
+    EXPECT_EQ(oxConvertPDToOS(mixed), own);
+    EXPECT_TRUE(oxConvertPDToOS(_oxString<500>(mixed)) == own);
+    EXPECT_TRUE(oxConvertPDToOS(_oxString<250>(mixed)) == own);
+}
+
+TEST(Path, SplitsOnlyBehindTheSecondCharacter)
+{
+    expectRows(oxGetFileNameExtention,
+               {{"abc", "abc"}, {"a.b", "a.b"}, {"ab.c", ".c"}, {"a\\b.c.exr", ".exr"}, {"", ""}});
+    expectRows([](QString const & path) { return oxGetFileName(path, '/'); },
+               {{"/x", "/x"}, {"a/x", "a/x"}, {"ab/x", "x"}, {"ab\\x", "ab\\x"}, {"ab/", ""}});
+    expectRows(oxGetFileNameAutoPD, {{"ab/c\\d", "c\\d"}, {"ab\\c", "c"}, {"", ""}});
+    expectRows([](QString const & path) { return oxGetFileNameBase(path, '\\'); },
+               {{"C:\\d.x\\ab.c.exr", "ab.c"}, {"C:\\d\\a.exr", "a.exr"}, {"abc.exr", "abc"}});
+}
+
+TEST(Path, FindsTheFolder)
+{
+    Row const windows[] = {
+        {"C:\\a\\b.exr", "C:\\a\\"},
+        {"C:\\a\\", "C:\\"},
+        {"C:\\", ""},
+        {"\\\\srv\\share\\", "\\\\srv\\share\\"},
+        {"\\\\srv\\share", "\\\\srv\\share\\"},
+        {"\\\\srv\\share\\x", "\\\\srv\\share\\"},
+        {"\\\\srv\\share\\d\\x\\", "\\\\srv\\share\\d\\"},
+        {"\\\\srv", ""},
+        {"ab", "ab"},
+        {"a\\", "a\\"},
+        {"abc", ""},
+        {"", ""},
+    };
+    expectRows([](QString const & path) { return oxGetDirName(path, '\\'); }, windows);
+    expectRows(oxGetDirNameAutoPD, windows);
+    for (Row const & row : windows) {
+        EXPECT_TRUE(oxGetDirName(_oxString8_evenSize<200>(row.path)) == row.expected) << row.path;
+        EXPECT_TRUE(oxGetDirName(_oxString8_evenSize<250>(row.path)) == row.expected) << row.path;
+        EXPECT_TRUE(oxGetDirName(_oxString8_evenSize<500>(row.path)) == row.expected) << row.path;
+        EXPECT_TRUE(oxGetDirName(_oxString<250>(row.path)) == row.expected) << row.path;
+        EXPECT_TRUE(oxGetDirName(_oxString<500>(row.path)) == row.expected) << row.path;
+    }
+    expectRows(oxGetDirNameAutoPD, {{"//srv/share", "//srv/share/"},
+                                    {"/usr/x", "/usr/"},
+                                    {"/usr", ""},
+                                    {"/u/x", "/u/"},
+                                    {"ab\\c/d", "ab\\c/"}});
+    QString const full(200, u'x');
+    auto const shareRoot = _oxString8_evenSize<200>(latin1("\\\\srv\\") + full);
+    EXPECT_EQ(oxGetDirName(shareRoot).size(), 200) << "no room for the closing separator";
+}
+
+TEST(Path, FixedStringsSplitAtTheLastSeparatorWhereverItStands)
+{
+    Row const rows[] = {{"\\x", "x"}, {"a\\b\\c.exr", "c.exr"}, {"abc", "abc"}, {"a\\b/c", "b/c"}};
+    for (Row const & row : rows) {
+        EXPECT_TRUE(oxGetFileName(_oxString8_evenSize<500>(row.path)) == row.expected);
+        EXPECT_TRUE(oxGetFileName(_oxString8_evenSize<250>(row.path)) == row.expected);
+        EXPECT_TRUE(oxGetFileName(_oxString8_evenSize<200>(row.path)) == row.expected);
+        EXPECT_TRUE(oxGetFileName(_oxString<250>(row.path)) == row.expected);
+        EXPECT_TRUE(oxGetFileName(_oxString<500>(row.path)) == row.expected);
+    }
+    _oxString8_evenSize<200> const longName(latin1("a\\") + QString(150, u'n'));
+    EXPECT_EQ(oxGetFileName(longName).size(), 100);
+
+    _oxString8_evenSize<200> const slashes("/a/b.exr");
+    bool const isWindows = QDir::separator() == u'\\';
+    EXPECT_TRUE(oxGetFileName(slashes) == (isWindows ? "/a/b.exr" : "b.exr"));
+    EXPECT_TRUE(oxGetDirName(slashes) == (isWindows ? "" : "/a/"));
+}
+
+TEST(Path, AddsTextInFrontOfTheExtension)
+{
+    expectRows([](QString const & name) { return oxAddStringToFileName(name, latin1("_x")); },
+               {{"a.exr", "a_x.exr"},
+                {"C:\\d.1\\a", "C:\\d.1\\a_x"},
+                {"C:\\d.1\\a.b", "C:\\d.1\\a_x.b"},
+                {".hidden", ".hidden_x"},
+                {"", "_x"}});
+}
+
+TEST(Path, TellsRelativePathsAndRoots)
+{
+    for (char const * path : {"", "C:", "\\\\", "/usr/x", "abc", "C:x\\y", "<Data>"})
+        EXPECT_TRUE(isRelativePath(latin1(path))) << path;
+    for (char const * path : {"\\\\srv", "\\ab", "C:\\", "<Database>", "<database>x"})
+        EXPECT_FALSE(isRelativePath(latin1(path))) << path;
+
+    for (char const * path :
+         {"", "C:", "C:\\", "\\\\x", "\\\\srv", "\\\\srv\\share", "\\\\srv\\share\\",
+          "\\\\srv\\share\\dir\\", "//srv/share/dir/", "/usr/share"})
+        EXPECT_TRUE(oxIsRootpath(latin1(path))) << path;
+    for (char const * path : {"C:\\x", "\\\\srv\\share\\dir\\x", "//srv/share/dir/x", "/aa/b/c/d"})
+        EXPECT_FALSE(oxIsRootpath(latin1(path))) << path;
+}
+
+TEST(Path, ResolvesTheFirstRunOfSteps)
+{
+    expectRows(oxPathResolve, {{"C:\\a\\b\\..\\x", "C:\\a\\x"},
+                               {"C:\\a\\b\\..\\..\\x", "C:\\x"},
+                               {"/usr/lib/../x", "/usr/x"},
+                               {"C:\\a\\..\\b\\..\\x", "C:\\b\\..\\x"},
+                               {"\\\\srv\\share\\..\\..\\x", "\\\\srv\\share\\x"},
+                               {"..\\..\\x", "x"},
+                               {"ab/cd..", "ab/cd.."},
+                               {"ab/cd../x", "ab/cd../x"},
+                               {"ab/../", ""},
+                               {"", ""}});
+}
+
+TEST(Path, CleansFileNames)
+{
+    struct {
+        char const * name;
+        bool allowSpaces;
+        bool keepPlaceholders;
+        char const * expected;
+    } const rows[] = {
+        {"shot<FN4>.exr", false, true, "shot<FN4>.exr"},
+        {"shot<FN4>.exr", false, false, "shotFN4.exr"},
+        {"a<b>c<FN><FN8><FN1>FN<FN7>", false, true, "abc<FN>FN8<FN1>FN<FN7>"},
+        {"<F;N><F^N><FN", false, true, "<FN>FNFN"},
+        {"a b\tc\nd\re\\f/g|h", false, true, "abcdefgh"},
+        {"a b", true, true, "a b"},
+        {"C:x;#}{\"=?`~*^\x01\x1f.e", true, false, "C_x.e"},
+    };
+    for (auto const & row : rows)
+        EXPECT_EQ(
+            oxRemoveIllegalCharFromFile(latin1(row.name), row.allowSpaces, row.keepPlaceholders),
+            latin1(row.expected))
+            << row.name;
+}
+
+TEST(Path, CleansFoldersAndLinks)
+{
+    auto const clean = [](bool last) {
+        return [last](QString const & path) {
+            return oxRemoveIllegalCharFromDir(path, true, true, last);
+        };
+    };
+    expectRows(clean(false), {{"C:\\a:b\\c*d\\<FN2>/<x>", "C:\\a_b\\cd\\<FN2>/x"},
+                              {"1:\\a", "1_\\a"},
+                              {"C:\\a. ", "C:\\a. "}});
+    expectRows(clean(true),
+               {{"C:\\a. .", "C:\\a"}, {"C:\\a.\\", "C:\\a\\"}, {"a\\..", "a\\.."}, {"", ""}});
+    EXPECT_EQ(oxRemoveIllegalCharFromDir(latin1("C:\\a b"), false, true, false), latin1("C:\\ab"));
+
+    EXPECT_EQ(oxRemoveIllegalCharFromHtmlFile(latin1("a&b c/d%'+<FN>:.e")), latin1("abcdFN_.e"));
+    EXPECT_EQ(oxRemoveIllegalCharFromHtmlDir(latin1("C:\\a&b\\c d/")), latin1("C_/ab/cd/"));
+}
