@@ -3,12 +3,14 @@
 
 #include "shared/fs/file.h"
 #include "shared/fs/file_locker.h"
+#include "shared/platform/lock_file.h"
 #include "shared/system/environment.h"
 
 #include <QFile>
 #include <QStringList>
 
 #include <cstdio>
+#include <limits>
 
 namespace
 {
@@ -46,18 +48,45 @@ int increment(QString const & fileName, int count)
     return 0;
 }
 
-/// Takes the lock once, however many tries it needs, and proves by a marker file that nobody else
-/// has it. 3: somebody had.
+/// Creates a file beside the protected one that can exist only once, and removes it after a while.
+bool isAlone(QString const & fileName, int ms)
+{
+    QFile marker(fileName + QStringLiteral(".marker"));
+    if (!marker.open(QIODevice::WriteOnly | QIODevice::NewOnly))
+        return false;
+    oxSleep(ms);
+    return marker.remove();
+}
+
+/// Takes the lock once, however many tries it needs. 3: somebody else held it, too.
 int exclusive(QString const & fileName)
 {
     _oxFileLocker locker(fileName);
     while (!locker.lock(250, who, nullptr, false)) {
     }
-    QFile marker(fileName + QStringLiteral(".marker"));
-    if (!marker.open(QIODevice::WriteOnly | QIODevice::NewOnly))
-        return 3;
-    oxSleep(20);
-    return marker.remove() ? 0 : 3;
+    return isAlone(fileName, 20) ? 0 : 3;
+}
+
+/// Takes the lock count times, and every third time leaves it as the death of a holder would. Takes
+/// every lock file for stale, so that it is always at the heels of those who take a fresh one. 3:
+/// somebody else held it, too.
+int contend(QString const & fileName, int count)
+{
+    using ox::platform::LockFile;
+    auto const name = ox::platform::nativeName(
+        std::u16string_view(QString(fileName + QStringLiteral("_lock.txt")).toStdU16String()));
+    for (int taken = 0; taken < count;) {
+        LockFile lock;
+        if (lock.take(name) != LockFile::Attempt::Taken) {
+            ox::platform::removeLeftLockFile(name, std::numeric_limits<std::int64_t>::max());
+            continue;
+        }
+        if (!isAlone(fileName, 0))
+            return 3;
+        if (++taken % 3 != 0)
+            lock.release({});
+    }
+    return 0;
 }
 
 /// Appends lines of different lengths to a log. 3: not written.
@@ -97,6 +126,8 @@ int main(int argc, char ** argv)
         return increment(file, number);
     if (command == QLatin1String("exclusive"))
         return exclusive(file);
+    if (command == QLatin1String("contend"))
+        return contend(file, number);
     if (command == QLatin1String("log"))
         return log(file, number);
     if (command == QLatin1String("write"))
