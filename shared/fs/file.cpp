@@ -15,7 +15,6 @@
 
 using ox::detail::nativePath;
 using ox::detail::ownSeparator;
-using ox::platform::FileStatus;
 using ox::platform::fileStatus;
 using ox::platform::NativeName;
 using ox::platform::StreamMode;
@@ -51,7 +50,7 @@ bool isFolderPath(View path)
     return isFolder(ox::platform::nativeName(path));
 }
 
-/// Deletes a file that exists; the system's message when that fails, else an empty text.
+/// Deletes a file if it exists. The failure's text, without a closing dot.
 QString deleteExisting(NativeName const & name)
 {
     if (!isFile(name) || ox::platform::deleteFile(name))
@@ -176,7 +175,7 @@ bool oxRenameFile(QString const & from, QString const & to, bool overwrite)
             return false;
         if (source == target)
             return true;
-        if (!deleteExisting(target).isEmpty())
+        if (!ox::platform::deleteFile(target))
             return false;
     }
     return isFile(source) && ox::platform::moveFile(source, target);

@@ -7,9 +7,10 @@
 #include "shared/system/environment.h"
 
 #include <QFile>
-#include <QStringList>
 
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <limits>
 
 namespace
@@ -18,7 +19,7 @@ namespace
 QString const who = QStringLiteral("child");
 
 /// Holds the lock until standard input ends. 3: not locked.
-int hold(QString const & file)
+int hold(QString const & file, int)
 {
     _oxFileLocker locker(file);
     if (!locker.lock(0, who, nullptr, false))
@@ -59,7 +60,7 @@ bool isAlone(QString const & fileName, int ms)
 }
 
 /// Takes the lock once, however many tries it needs. 3: somebody else held it, too.
-int exclusive(QString const & fileName)
+int exclusive(QString const & fileName, int)
 {
     _oxFileLocker locker(fileName);
     while (!locker.lock(250, who, nullptr, false)) {
@@ -114,23 +115,15 @@ int write(QString const & fileName, int size)
 
 int main(int argc, char ** argv)
 {
-    QStringList arguments;
-    for (int i = 1; i < argc; ++i)
-        arguments += QString::fromUtf8(argv[i]);
-    QString const command = arguments.value(0);
-    QString const file = arguments.value(1);
-    int const number = arguments.value(2).toInt();
-    if (command == QLatin1String("hold"))
-        return hold(file);
-    if (command == QLatin1String("increment"))
-        return increment(file, number);
-    if (command == QLatin1String("exclusive"))
-        return exclusive(file);
-    if (command == QLatin1String("contend"))
-        return contend(file, number);
-    if (command == QLatin1String("log"))
-        return log(file, number);
-    if (command == QLatin1String("write"))
-        return write(file, number);
+    struct {
+        char const * name;
+        int (*run)(QString const & file, int number);
+    } const commands[] = {
+        {"hold", hold}, {"increment", increment}, {"exclusive", exclusive}, {"contend", contend},
+        {"log", log},   {"write", write}};
+    for (auto const & command : commands) {
+        if (argc > 2 && std::strcmp(argv[1], command.name) == 0)
+            return command.run(QString::fromUtf8(argv[2]), argc > 3 ? std::atoi(argv[3]) : 0);
+    }
     return 2;
 }

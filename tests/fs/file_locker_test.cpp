@@ -72,32 +72,18 @@ TEST_F(FileLocker, WaitsInStepsOf250Milliseconds)
     EXPECT_FALSE(QFile::exists(lockName));
 
     ASSERT_TRUE(holder.lock(0, who, nullptr, false));
-    struct {
-        int timeout;
-        int waited;
-    } const rows[] = {{-1, 250}, {0, 250}, {249, 250}, {600, 500}};
-    for (auto const & row : rows) {
+    std::pair<int, int> const rows[] = {{-1, 250}, {0, 250}, {249, 250}, {600, 500}};
+    for (auto const & [timeout, expected] : rows) {
         QElapsedTimer timer;
         timer.start();
-        EXPECT_FALSE(waiter.lock(row.timeout, who, &waited, false));
-        EXPECT_EQ(waited, row.waited);
-        EXPECT_GE(timer.elapsed(), row.waited);
-        EXPECT_FALSE(waiter.isFree(row.timeout, &waited));
-        EXPECT_EQ(waited, row.waited);
+        EXPECT_FALSE(waiter.lock(timeout, who, &waited, false));
+        EXPECT_EQ(waited, expected);
+        EXPECT_GE(timer.elapsed(), expected);
+        EXPECT_FALSE(waiter.isFree(timeout, &waited));
+        EXPECT_EQ(waited, expected);
     }
     waiter.unlock();
     EXPECT_TRUE(QFile::exists(lockName)) << "unlocking without the lock changes nothing";
-}
-
-TEST_F(FileLocker, TakesTheLockAsSoonAsItIsGivenUp)
-{
-    Child child({QStringLiteral("hold"), file});
-    ASSERT_EQ(child.readLine(), QStringLiteral("held"));
-    _oxFileLocker locker(file);
-    EXPECT_FALSE(locker.lock(0, who, nullptr, false));
-    EXPECT_EQ(child.finish(), 0);
-    EXPECT_TRUE(locker.lock(10000, who, &waited, false));
-    EXPECT_EQ(waited, 0);
 }
 
 TEST_F(FileLocker, TellsALockThatCannotBeCreatedFromOneThatIsTaken)
@@ -129,7 +115,7 @@ TEST_F(FileLocker, TellsALockThatCannotBeCreatedFromOneThatIsTaken)
 TEST_F(FileLocker, GetsPastAKilledHolderByTheThreeHourRuleOnly)
 {
     Child child({QStringLiteral("hold"), file});
-    ASSERT_EQ(child.readLine(), QStringLiteral("held"));
+    ASSERT_TRUE(child.hasPrinted());
     child.kill();
 
     _oxFileLocker locker(file);
@@ -153,7 +139,7 @@ TEST_F(FileLocker, GetsPastAKilledHolderByTheThreeHourRuleOnly)
 TEST_F(FileLocker, LeavesALiveHolderItsOldLookingLock)
 {
     Child child({QStringLiteral("hold"), file});
-    ASSERT_EQ(child.readLine(), QStringLiteral("held"));
+    ASSERT_TRUE(child.hasPrinted());
     ageLockFile(20000);
     _oxFileLocker locker(file);
     EXPECT_FALSE(locker.lock(0, who, nullptr, false));
@@ -161,7 +147,8 @@ TEST_F(FileLocker, LeavesALiveHolderItsOldLookingLock)
     EXPECT_EQ(locker.status().holder, _oxFileLockStatus::Process);
     EXPECT_TRUE(locker.status().isStale);
     EXPECT_EQ(child.finish(), 0);
-    EXPECT_FALSE(QFile::exists(lockName));
+    EXPECT_TRUE(locker.lock(0, who, &waited, false));
+    EXPECT_EQ(waited, 0);
 }
 
 TEST_F(FileLocker, UnlockLeavesALockThatSomebodyElseHasTakenSince)
@@ -193,7 +180,7 @@ TEST_F(FileLocker, IsNotInheritedByOtherPrograms)
     _oxFileLocker locker(file);
     ASSERT_TRUE(locker.lock(0, who, nullptr, false));
     Child child({QStringLiteral("hold"), folder.filePath(QStringLiteral("other"))});
-    ASSERT_EQ(child.readLine(), QStringLiteral("held"));
+    ASSERT_TRUE(child.hasPrinted());
     ASSERT_TRUE(QFile::rename(lockName, lockName + u'2')); // so that unlocking leaves the file
     locker.unlock();
     ASSERT_TRUE(QFile::rename(lockName + u'2', lockName));
