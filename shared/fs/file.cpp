@@ -220,8 +220,7 @@ bool writeToLogFile(_oxString8_evenSize<250> const & name, _oxString8_evenSize<3
     if (addTime)
         text.add(_oxTime(true).asOX8String().c_str()).add(": ");
     text.add(line);
-    text.setLength(
-        std::min<short>(static_cast<short>(text.size()), 2999)); // room for the line break
+    text = text.left(text.capacity() - 1); // room for the line break
     text += '\n';
 
     auto const mode = overwrite ? StreamMode::WriteText : StreamMode::AppendText;

@@ -37,14 +37,16 @@ Flock takeFlock(int descriptor, int operation)
 /// it.
 constexpr int existing = O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC;
 
-/// The name is opened anew, since a network file system may answer a stat from memory.
+/// The name is opened anew, since a network file system may answer a stat from memory. Only where
+/// it cannot be opened (too many open files, no right to read) must the stat do.
 bool nameMeans(NativeName const & name, int descriptor)
 {
     Descriptor const file(::open(name.c_str(), O_RDONLY | existing));
     struct stat named;
     struct stat opened;
-    return file.isOpen() && ::fstat(file.get(), &named) == 0 && ::fstat(descriptor, &opened) == 0 &&
-           named.st_dev == opened.st_dev && named.st_ino == opened.st_ino && opened.st_nlink > 0;
+    int const result = file.isOpen() ? ::fstat(file.get(), &named) : ::lstat(name.c_str(), &named);
+    return result == 0 && ::fstat(descriptor, &opened) == 0 && named.st_dev == opened.st_dev &&
+           named.st_ino == opened.st_ino && opened.st_nlink > 0;
 }
 
 /// Opens a lock file that exists. Over NFS only a file open for writing can be flocked exclusively,
