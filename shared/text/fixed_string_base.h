@@ -260,7 +260,8 @@ class FixedText : public Record
     /// Exact equality; bytes are Latin-1. Nothing equals a null pointer.
     friend bool operator==(S const & a, S const & b)
     {
-        return a.isEqualSameCase(b.value, b.size());
+        // The lengths as they stand are equal in most texts that are, and need no clamping.
+        return (a.length == b.length || a.size() == b.size()) && equal(a.value, b.value, a.size());
     }
     friend bool operator==(S const & a, char const * b)
     {
