@@ -1,22 +1,14 @@
 #pragma once
 
 #include "shared/platform/native_name.h"
+#include "shared/text/utf16_view.h"
 
 #include <QString>
-
-#include <cstddef>
-#include <string_view>
 
 namespace ox::detail
 {
 
 inline constexpr QChar ownSeparator = QChar(char16_t{platform::ownSeparator});
-
-inline std::u16string_view viewOf(QString const & text)
-{
-    return {reinterpret_cast<char16_t const *>(text.utf16()),
-            static_cast<std::size_t>(text.size())};
-}
 
 /// The name that a QString or a fixed string gives to the operating system.
 inline platform::NativeName nativePath(QString const & name)

@@ -33,7 +33,8 @@ NativeName nativeName(std::u16string_view name);
 NativeName nativeName(std::string_view name);
 
 /// The bytes under which an 8-bit record keeps a name in UTF-16, so that nativeName gives the same
-/// file for both: UTF-8 on Linux, Latin-1 on Windows. Empty when the form cannot hold the name.
+/// file for both: Latin-1, or UTF-8 where the system takes that and Latin-1 would name another
+/// file. Empty when neither names the file.
 std::optional<std::string> recordName(std::u16string_view name);
 
 } // namespace ox::platform

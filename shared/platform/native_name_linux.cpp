@@ -16,12 +16,4 @@ NativeName nativeName(std::string_view name)
     return nativeName(systemText(name));
 }
 
-std::optional<std::string> recordName(std::u16string_view name)
-{
-    std::string bytes = nativeName(name);
-    if (bytes.empty())
-        return std::nullopt;
-    return bytes;
-}
-
 } // namespace ox::platform

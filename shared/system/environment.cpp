@@ -2,7 +2,7 @@
 
 #include "shared/platform/environment.h"
 #include "shared/platform/native_name.h"
-#include "shared/platform/utf8.h"
+#include "shared/text/utf16_view.h"
 
 #include <optional>
 #include <string>
@@ -12,30 +12,9 @@ namespace
 {
 
 using Path8 = _oxString8_evenSize<250>;
-
-QString toQString(std::u16string_view text)
-{
-    return QStringView(text.data(), static_cast<qsizetype>(text.size())).toString();
-}
-
-std::u16string_view viewOf(QString const & text)
-{
-    QStringView const view = text;
-    return {view.utf16(), static_cast<std::size_t>(view.size())};
-}
-
-/// The bytes that name the same file in an 8-bit record: Latin-1, or UTF-8 where the system takes
-/// that. Empty when the record cannot hold the name.
-std::optional<std::string> recordBytes(std::u16string_view name)
-{
-    auto const file = ox::platform::nativeName(name);
-    for (std::string const & bytes :
-         {toQString(name).toLatin1().toStdString(), ox::platform::toUtf8(name)}) {
-        if (ox::platform::nativeName(bytes) == file)
-            return bytes;
-    }
-    return std::nullopt;
-}
+using ox::detail::toQString;
+using ox::detail::viewOf;
+using ox::platform::recordName;
 
 } // namespace
 
@@ -58,7 +37,7 @@ QString oxGetEnvironmentVariable(QString const & name)
 _oxString8_evenSize<250> oxGetEnvironmentVariable8(_oxString8_evenSize<250> const & name)
 {
     QString const value = oxGetEnvironmentVariable(name);
-    auto const bytes = recordBytes(viewOf(value));
+    auto const bytes = recordName(viewOf(value));
     return bytes ? Path8(*bytes) : Path8(value);
 }
 
@@ -86,9 +65,8 @@ _oxString8_evenSize<250> oxApplicationPath(char * argv0)
 bool oxApplicationPath(_oxString8_evenSize<250> & path, char * argv0)
 {
     auto const takeFolderOf = [&path](std::optional<std::u16string> const & file) {
-        auto const bytes = recordBytes(ox::platform::folderOf(file.value_or(u"")));
-        bool const fits =
-            bytes && !bytes->empty() && std::cmp_less_equal(bytes->size(), Path8::capacity());
+        auto const bytes = recordName(ox::platform::folderOf(file.value_or(u"")));
+        bool const fits = bytes && std::cmp_less_equal(bytes->size(), Path8::capacity());
         path = fits ? Path8(*bytes) : Path8();
         return fits;
     };

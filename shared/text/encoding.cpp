@@ -1,6 +1,7 @@
 #include "shared/text/encoding.h"
 
 #include "shared/platform/utf8.h"
+#include "shared/text/utf16_view.h"
 
 #include <algorithm>
 #include <iterator>
@@ -14,17 +15,8 @@ namespace
 using Text = std::u16string;
 using View = std::u16string_view;
 constexpr std::size_t none = View::npos;
-
-View viewOf(QString const & text)
-{
-    QStringView const view = text;
-    return {view.utf16(), static_cast<std::size_t>(view.size())};
-}
-
-QString toQString(Text const & text)
-{
-    return QStringView(text).toString();
-}
+using ox::detail::toQString;
+using ox::detail::viewOf;
 
 bool isWide(char16_t c)
 {
