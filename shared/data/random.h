@@ -7,7 +7,7 @@
 // Its whole state is a seed that the caller keeps; equal seeds give equal numbers on every machine.
 // It is of no use where somebody must not guess the next number.
 
-/// Advances the seed by one step and returns it scaled to 0..1. Both ends are possible: a number
+/// Advances a seed by one step and returns it scaled to 0..1. Both ends are possible: a number
 /// just below 1 is rounded to 1.
 OX_EXPORT float oxRand(unsigned int & seed);
 

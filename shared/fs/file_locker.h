@@ -75,8 +75,8 @@ class OX_EXPORT _oxFileLocker
     /// to its name with ".none" behind.
     void unlock();
 
-    /// Full name of the lock file in the form of the farm's 8-bit records (UTF-8 on Linux, Latin-1
-    /// on Windows); empty for a file that cannot be locked.
+    /// Full name of the lock file in the form of the farm's 8-bit records (Latin-1; on Linux UTF-8
+    /// for a name that Latin-1 cannot express); empty for a file that cannot be locked.
     _oxString8_evenSize<250> const & lockFileName() const { return lockFileName_; }
 
     /// Looks who holds the lock, without waiting and without disturbing the holder.
