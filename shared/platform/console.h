@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace ox::platform
+{
+
+/// Whether somebody reads this stream as it is written; false for a file and a pipe.
+bool isTerminal(std::FILE * stream);
+
+/// Columns of the terminal behind the stream, 80 when the system does not tell.
+int terminalWidth(std::FILE * stream);
+
+/// Makes the standard output carry bytes as they are written, and makes a write to a pipe that
+/// nobody reads any more fail, where the system would end the process without a word.
+void prepareStandardStreams();
+
+/// The program's arguments without its name, in UTF-8. Bytes that the system did not give as UTF-8
+/// are passed on as they are.
+std::vector<std::string> utf8Arguments(int argc, char ** argv);
+
+/// The name the current user logged on with, in UTF-8. Empty when the system knows none.
+std::string userName();
+
+} // namespace ox::platform

@@ -1,0 +1,43 @@
+#include "shared/platform/console.h"
+
+#include <array>
+#include <csignal>
+#include <pwd.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace ox::platform
+{
+
+bool isTerminal(std::FILE * stream)
+{
+    return ::isatty(::fileno(stream)) != 0;
+}
+
+int terminalWidth(std::FILE * stream)
+{
+    winsize size{};
+    bool const known = ::ioctl(::fileno(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return known ? size.ws_col : 80;
+}
+
+void prepareStandardStreams()
+{
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+std::vector<std::string> utf8Arguments(int argc, char ** argv)
+{
+    return argc > 1 ? std::vector<std::string>(argv + 1, argv + argc) : std::vector<std::string>();
+}
+
+std::string userName()
+{
+    passwd entry{};
+    passwd * found = nullptr;
+    std::array<char, 4096> texts{};
+    ::getpwuid_r(::getuid(), &entry, texts.data(), texts.size(), &found);
+    return found ? found->pw_name : std::string();
+}
+
+} // namespace ox::platform

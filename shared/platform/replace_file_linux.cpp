@@ -1,0 +1,38 @@
+#include "shared/platform/replace_file.h"
+
+#include "shared/platform/descriptor_linux.h"
+
+#include <cstdio>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace ox::platform
+{
+namespace
+{
+
+bool flushToDisk(NativeName const & name)
+{
+    Descriptor const file(::open(name.c_str(), O_RDONLY | O_CLOEXEC));
+    return file.isOpen() && ::fsync(file.get()) == 0;
+}
+
+NativeName folderOf(NativeName const & name)
+{
+    std::size_t const separator = name.rfind(ownSeparator);
+    return separator == NativeName::npos ? "." : name.substr(0, separator + 1);
+}
+
+} // namespace
+
+bool replaceFile(NativeName const & from, NativeName const & to)
+{
+    if (!flushToDisk(from) || std::rename(from.c_str(), to.c_str()) != 0)
+        return false;
+    // The new file is in place whatever comes of this: not every share lets a folder be flushed.
+    flushToDisk(folderOf(to));
+    return true;
+}
+
+} // namespace ox::platform

@@ -1,0 +1,44 @@
+#include "shared/platform/stop_request.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <pthread.h>
+#include <thread>
+
+namespace ox::platform
+{
+
+void answerStopRequests(void (*answer)(StopRequest))
+{
+    sigset_t requests;
+    sigemptyset(&requests);
+    for (int const number : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction current {
+        };
+        ::sigaction(number, nullptr, &current);
+        if (current.sa_handler != SIG_IGN)
+            sigaddset(&requests, number);
+    }
+    // Threads inherit the mask, so from here on only the one below receives them.
+    ::pthread_sigmask(SIG_BLOCK, &requests, nullptr);
+    std::thread([requests, answer] {
+        for (;;) {
+            siginfo_t info{};
+            if (int const number = ::sigwaitinfo(&requests, &info); number > 0)
+                answer({number, info.si_code == SI_KERNEL});
+        }
+    }).detach();
+}
+
+void endAsRequested(StopRequest request)
+{
+    std::signal(request.signal, SIG_DFL);
+    sigset_t only;
+    sigemptyset(&only);
+    sigaddset(&only, request.signal);
+    ::pthread_sigmask(SIG_UNBLOCK, &only, nullptr);
+    ::raise(request.signal);
+    std::_Exit(128 + request.signal);
+}
+
+} // namespace ox::platform
