@@ -25,6 +25,3 @@ endif()
 configure_file(cmake/oxShared.pc.in "${PROJECT_BINARY_DIR}/oxShared.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/oxShared.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 
-if(OX_BUILD_TOOL AND TARGET oxtool)
-  install(TARGETS oxtool)
-endif()

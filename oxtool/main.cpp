@@ -1,0 +1,77 @@
+#include "oxtool/buffer_file.h"
+#include "oxtool/commands.h"
+#include "oxtool/failure.h"
+#include "oxtool/report.h"
+#include "oxtool/stop.h"
+#include "shared/platform/console.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+#include <new>
+
+namespace ox::tool
+{
+
+CLI::Option * addJson(CLI::App & command, bool & json)
+{
+    return command.add_flag("--json", json, "Write the result as one JSON object");
+}
+
+CLI::Option * addFormat(CLI::App & command, std::string & format)
+{
+    return command.add_option("--format", format, "db, zp, ns or gz")
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember(formatNames()).description(""));
+}
+
+CLI::Option * addTimeout(CLI::App & command, int & timeoutMs)
+{
+    return command
+        .add_option("--timeout", timeoutMs, "How long to wait for the lock, in milliseconds")
+        ->type_name("MS")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
+}
+
+namespace
+{
+
+int runProgram(std::vector<std::string> arguments)
+{
+    CLI::App program("Looks into the farm's buffer files and lock files, and makes them.",
+                     "oxtool");
+    program.require_subcommand(1);
+    program.set_help_all_flag("--help-all", "Print the help of all commands");
+    program.set_version_flag("--version", OX_VERSION);
+    Run run;
+    for (auto const add : {addRefresh, addPack, addUnpack, addInspect, addLock, addCrc, addLayout})
+        add(program, run);
+
+    std::reverse(arguments.begin(), arguments.end());
+    try {
+        program.parse(arguments);
+    } catch (CLI::ParseError const & error) {
+        return program.exit(error) == 0 ? Done : WrongUse;
+    }
+    try {
+        return run();
+    } catch (Failure const & failure) {
+        writeError(failure.text());
+        return failure.status();
+    } catch (std::bad_alloc const &) {
+        writeError(QStringLiteral("There is not enough memory."));
+        return Failed;
+    }
+}
+
+} // namespace
+} // namespace ox::tool
+
+int main(int argc, char ** argv)
+{
+    ox::platform::prepareStandardStreams();
+    ox::tool::prepareForStopRequests();
+    int const status = ox::tool::runProgram(ox::platform::utf8Arguments(argc, argv));
+    return ox::tool::finishOutput() ? status : std::max<int>(status, ox::tool::Failed);
+}
