@@ -6,13 +6,16 @@ export CCACHE_DIR=${CCACHE_DIR:-$cache/ccache}
 say() { printf '== %s\n' "$*"; }
 fail() { printf '%s: %s\n' "$(basename "$0")" "$*" >&2; exit 1; }
 
-# Configures and builds a preset. Its output is shown only when it fails.
-build_preset() { # preset
+# Configures a preset and builds all of it, or the targets named. The output is shown only when that
+# fails.
+build_preset() { # preset [target…]
   say "building (preset $1)"
-  local log=$root/build/$1.log
+  local log=$root/build/$1.log preset=$1
+  shift
   mkdir -p "$root/build"
-  if ! (cd "$root" && cmake --preset "$1" && cmake --build --preset "$1") >"$log" 2>&1; then
+  if ! (cd "$root" && cmake --preset "$preset" && cmake --build --preset "$preset" ${1:+--target "$@"}) \
+    >"$log" 2>&1; then
     tail -n 60 "$log" >&2
-    fail "the build of preset $1 failed; the whole log is in $log"
+    fail "the build of preset $preset failed; the whole log is in $log"
   fi
 }

@@ -15,8 +15,8 @@ if [ $# -eq 1 ]; then
   [ -s "$1" ] || fail "the file '$1' is empty, and a buffer file holds at least one byte"
 fi
 
-"$root/scripts/setup.sh"
-build_preset dev
+"$root/scripts/setup.sh" test # the preset configures the tests, too
+build_preset dev oxtool
 oxtool=$root/build/dev/oxtool/oxtool
 file=${1:-$root/build/dev/shared/liboxShared.so}
 
