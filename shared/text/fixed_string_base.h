@@ -260,8 +260,9 @@ class FixedText : public Record
     /// Exact equality; bytes are Latin-1. Nothing equals a null pointer.
     friend bool operator==(S const & a, S const & b)
     {
-        // The lengths as they stand are equal in most texts that are, and need no clamping.
-        return (a.length == b.length || a.size() == b.size()) && equal(a.value, b.value, a.size());
+        if (a.length == b.length && a.length <= capacity()) [[likely]]
+            return equal(a.value, b.value, a.length);
+        return a.isEqualSameCase(b.value, b.size());
     }
     friend bool operator==(S const & a, char const * b)
     {
@@ -274,7 +275,8 @@ class FixedText : public Record
     /// is deliberate: sorted records are searched by memory comparison.
     friend std::strong_ordering operator<=>(S const & a, S const & b)
     {
-        return a.order(b.value, b.size());
+        std::strong_ordering const prefixes = a.orderOfPrefixes(b.value, b.length);
+        return prefixes != 0 ? prefixes : a.size() <=> b.size();
     }
     friend std::strong_ordering operator<=>(S const & a, char const * b)
     {
@@ -353,11 +355,16 @@ class FixedText : public Record
         return append(from, n, [](Unit * to, From const * text, int k) { copyUnits(to, text, k); });
     }
 
+    /// Order of the units over the shorter of the lengths.
+    std::strong_ordering orderOfPrefixes(Unit const * text, std::ptrdiff_t n) const
+    {
+        auto const shorter = std::min<std::ptrdiff_t>({length, n, capacity()});
+        return std::memcmp(value, text, static_cast<std::size_t>(shorter) * sizeof(Unit)) <=> 0;
+    }
     std::strong_ordering order(Unit const * text, std::ptrdiff_t n) const
     {
-        auto const shorter = static_cast<std::size_t>(std::min<std::ptrdiff_t>(size(), n));
-        int const bytes = std::memcmp(value, text, shorter * sizeof(Unit));
-        return bytes != 0 ? bytes <=> 0 : size() <=> n;
+        std::strong_ordering const prefixes = orderOfPrefixes(text, n);
+        return prefixes != 0 ? prefixes : size() <=> n;
     }
 
     enum Side : bool { Start, End };
