@@ -2,6 +2,8 @@
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cache=${XDG_CACHE_HOME:-$HOME/.cache}/oxshared
 export CCACHE_DIR=${CCACHE_DIR:-$cache/ccache}
+# What one checkout has compiled serves the others.
+export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
 
 say() { printf '== %s\n' "$*"; }
 fail() { printf '%s: %s\n' "$(basename "$0")" "$*" >&2; exit 1; }
