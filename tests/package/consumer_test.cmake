@@ -19,7 +19,7 @@ file(REMOVE_RECURSE "${prefix}" "${build}")
 run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}")
 
 run(${CMAKE_COMMAND} -S "${CONSUMER_DIR}" -B "${build}" -DCMAKE_PREFIX_PATH=${prefix}
-    -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_BUILD_TYPE=Release)
+    -G ${GENERATOR} -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_BUILD_TYPE=Release)
 run(${CMAKE_COMMAND} --build "${build}")
 run("${build}/consumer")
 expect_consumer_output()
