@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that are missing, for the build alone or for more:
-#   scripts/setup.sh [build|test|bench|format|qt5]…
+#   scripts/setup.sh [build|test|bench|format|qt5|windows]…
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -11,14 +11,18 @@ packages_of() {
     bench) echo libbenchmark-dev libdeflate-dev libisal-dev libboost-dev ;;
     format) echo clang-format ;;
     qt5) echo qtbase5-dev ;;
-    *) fail "there is no set '$1'; the sets are: build test bench format qt5" ;;
+    windows)
+      echo g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev googletest dpkg-dev
+      echo wine64 libc6-i386 lib32gcc-s1 qt6-base-dev-tools
+      ;;
+    *) fail "there is no set '$1'; the sets are: build test bench format qt5 windows" ;;
   esac
 }
 
 wanted=()
 for set in build "$@"; do
   packages=$(packages_of "$set") || exit 1
-  read -ra names <<<"$packages"
+  read -rd "" -a names <<<"$packages" || true
   wanted+=("${names[@]}")
 done
 

@@ -247,9 +247,8 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
         wide(225) wide(250) wide(500) wide(1000) wide(2500)
 
 #define OX_WIDE_STRING(N)                                                                          \
-    extern template class OX_EXPORT                                                                \
-        ox::detail::FixedText<_oxString<N>, ox::detail::WideRecord<N>>;                            \
-    extern template class OX_EXPORT _oxString<N>;                                                  \
+    OX_EXTERN_TEMPLATE(ox::detail::FixedText<_oxString<N>, ox::detail::WideRecord<N>>);            \
+    OX_EXTERN_TEMPLATE(_oxString<N>);                                                              \
     static_assert(std::is_standard_layout_v<_oxString<N>>);                                        \
     static_assert(sizeof(_oxString<N>) == 2 * N + 6);                                              \
     static_assert(offsetof(_oxString<N>, value) == 0);                                             \

@@ -237,20 +237,18 @@ struct _oxString8_AllSize {
             uneven(75) uneven(125)
 
 #define OX_EVEN_STRING8(N)                                                                         \
-    extern template class OX_EXPORT                                                                \
-        ox::detail::FixedText<_oxString8_evenSize<N>, ox::detail::EvenRecord8<N>>;                 \
-    extern template class OX_EXPORT                                                                \
-        ox::detail::String8<_oxString8_evenSize<N>, ox::detail::EvenRecord8<N>>;                   \
+    OX_EXTERN_TEMPLATE(ox::detail::FixedText<_oxString8_evenSize<N>, ox::detail::EvenRecord8<N>>); \
+    OX_EXTERN_TEMPLATE(ox::detail::String8<_oxString8_evenSize<N>, ox::detail::EvenRecord8<N>>);   \
     static_assert(std::is_standard_layout_v<_oxString8_evenSize<N>>);                              \
     static_assert(sizeof(_oxString8_evenSize<N>) == N + 4);                                        \
     static_assert(offsetof(_oxString8_evenSize<N>, value) == 0);                                   \
     static_assert(offsetof(_oxString8_evenSize<N>, length) == N + 2);
 
 #define OX_UNEVEN_STRING8(N)                                                                       \
-    extern template class OX_EXPORT                                                                \
-        ox::detail::FixedText<_oxString8_UnevenSize<N>, ox::detail::UnevenRecord8<N>>;             \
-    extern template class OX_EXPORT                                                                \
-        ox::detail::String8<_oxString8_UnevenSize<N>, ox::detail::UnevenRecord8<N>>;               \
+    OX_EXTERN_TEMPLATE(                                                                            \
+        ox::detail::FixedText<_oxString8_UnevenSize<N>, ox::detail::UnevenRecord8<N>>);            \
+    OX_EXTERN_TEMPLATE(                                                                            \
+        ox::detail::String8<_oxString8_UnevenSize<N>, ox::detail::UnevenRecord8<N>>);              \
     static_assert(std::is_standard_layout_v<_oxString8_UnevenSize<N>>);                            \
     static_assert(sizeof(_oxString8_UnevenSize<N>) == N + 3);                                      \
     static_assert(offsetof(_oxString8_UnevenSize<N>, value) == 0);                                 \
