@@ -42,6 +42,8 @@ int runProgram(std::vector<std::string> arguments)
     CLI::App program("Looks into the farm's buffer files and lock files, and makes them.",
                      "oxtool");
     program.require_subcommand(1);
+    // On Windows, too, an argument such as //farm/share is a path.
+    program.allow_windows_style_options(false);
     program.set_help_all_flag("--help-all", "Print the help of all commands");
     program.set_version_flag("--version", OX_VERSION);
     Run run;

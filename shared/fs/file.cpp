@@ -254,16 +254,20 @@ QString setExecutable_Rights(QString name, bool verbose)
     return QStringLiteral("Unable to set executable rights, ") + QString(oxLastOSError());
 }
 
+// The halves are copied as bytes, since the system's type is declared here and not defined.
+
 void timeToFileTime(__int64 seconds, FILETIME * fileTime)
 {
     auto const ticks = (static_cast<std::uint64_t>(seconds) + 11644473600u) * 10000000u;
-    fileTime->dwLowDateTime = static_cast<std::uint32_t>(ticks);
-    fileTime->dwHighDateTime = static_cast<std::uint32_t>(ticks >> 32);
+    std::uint32_t const halves[] = {static_cast<std::uint32_t>(ticks),
+                                    static_cast<std::uint32_t>(ticks >> 32)};
+    std::memcpy(static_cast<void *>(fileTime), halves, sizeof halves);
 }
 
 void fileTimeToTime(_oxTime & time, FILETIME * fileTime)
 {
-    std::uint64_t const ticks =
-        std::uint64_t{fileTime->dwHighDateTime} << 32 | fileTime->dwLowDateTime;
+    std::uint32_t halves[2];
+    std::memcpy(halves, static_cast<void *>(fileTime), sizeof halves);
+    std::uint64_t const ticks = std::uint64_t{halves[1]} << 32 | halves[0];
     time.value = static_cast<__int64>(ticks / 10000000u);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,9 +29,9 @@ class ChildProcess
     void send(int signal) const;
 
   private:
-    explicit ChildProcess(long number) : number_(number) {}
+    explicit ChildProcess(std::intptr_t number) : number_(number) {}
 
-    long number_;
+    std::intptr_t number_;
 };
 
 } // namespace ox::platform

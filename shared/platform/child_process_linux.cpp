@@ -37,7 +37,7 @@ class DefaultSignals
     posix_spawnattr_t attributes_;
 };
 
-pid_t toPid(long number)
+pid_t toPid(std::intptr_t number)
 {
     return static_cast<pid_t>(number);
 }

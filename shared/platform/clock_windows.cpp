@@ -1,0 +1,29 @@
+#include "shared/platform/clock.h"
+
+namespace ox::platform
+{
+
+std::int64_t currentTime()
+{
+    return ::_time64(nullptr);
+}
+
+std::optional<std::tm> localFields(std::int64_t time)
+{
+    std::tm fields;
+    if (::_localtime64_s(&fields, &time) != 0)
+        return std::nullopt;
+    return fields;
+}
+
+std::int64_t timeOfLocalFields(std::tm & fields)
+{
+    return ::_mktime64(&fields);
+}
+
+std::int64_t timeOfUtcFields(std::tm fields)
+{
+    return ::_mkgmtime64(&fields);
+}
+
+} // namespace ox::platform

@@ -1,0 +1,70 @@
+#include "shared/platform/console.h"
+
+#include "shared/platform/utf16_windows.h"
+#include "shared/platform/utf8.h"
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <io.h>
+#include <memory>
+
+#include <windows.h>
+
+#include <lmcons.h>
+#include <shellapi.h>
+
+namespace ox::platform
+{
+namespace
+{
+
+HANDLE handleOf(std::FILE * stream)
+{
+    return reinterpret_cast<HANDLE>(::_get_osfhandle(::_fileno(stream)));
+}
+
+} // namespace
+
+bool isTerminal(std::FILE * stream)
+{
+    DWORD mode;
+    return ::GetConsoleMode(handleOf(stream), &mode);
+}
+
+int terminalWidth(std::FILE * stream)
+{
+    CONSOLE_SCREEN_BUFFER_INFO info;
+    bool const known = ::GetConsoleScreenBufferInfo(handleOf(stream), &info);
+    return known ? info.srWindow.Right - info.srWindow.Left + 1 : 80;
+}
+
+void prepareStandardStreams()
+{
+    ::_setmode(::_fileno(stdin), _O_BINARY);
+    ::_setmode(::_fileno(stdout), _O_BINARY);
+    // The texts are UTF-8. The console keeps the setting, so it gets its own one back.
+    static UINT const codePage = ::GetConsoleOutputCP();
+    if (codePage != 0 && ::SetConsoleOutputCP(CP_UTF8))
+        std::atexit([] { ::SetConsoleOutputCP(codePage); });
+}
+
+std::vector<std::string> utf8Arguments(int, char **)
+{
+    // The arguments of main are in the code page, which holds few names.
+    int count = 0;
+    std::unique_ptr<wchar_t *, decltype(&::LocalFree)> const all(
+        ::CommandLineToArgvW(::GetCommandLineW(), &count), ::LocalFree);
+    std::vector<std::string> arguments;
+    for (int i = 1; i < count; ++i)
+        arguments.push_back(toUtf8(toUtf16(all.get()[i])));
+    return arguments;
+}
+
+std::string userName()
+{
+    wchar_t name[UNLEN + 1];
+    DWORD size = UNLEN + 1;
+    return ::GetUserNameW(name, &size) ? toUtf8(toUtf16(name)) : std::string();
+}
+
+} // namespace ox::platform

@@ -1,0 +1,153 @@
+#include "shared/platform/files.h"
+
+#include "shared/platform/stream_windows.h"
+
+#include <fcntl.h>
+#include <io.h>
+
+namespace ox::platform
+{
+namespace
+{
+
+struct ModeTraits {
+    DWORD access;
+    DWORD disposition;
+    int descriptorFlags;
+    char const * letters;
+};
+
+ModeTraits const & traitsOf(StreamMode mode)
+{
+    static constexpr ModeTraits traits[] = {
+        {GENERIC_READ, OPEN_EXISTING, _O_RDONLY | _O_BINARY, "rb"},
+        {GENERIC_WRITE, CREATE_ALWAYS, _O_WRONLY | _O_BINARY, "wb"},
+        {FILE_APPEND_DATA | SYNCHRONIZE, OPEN_ALWAYS, _O_WRONLY | _O_APPEND | _O_BINARY, "ab"},
+        {GENERIC_WRITE, CREATE_ALWAYS, _O_WRONLY | _O_TEXT, "wt"},
+        {FILE_APPEND_DATA | SYNCHRONIZE, OPEN_ALWAYS, _O_WRONLY | _O_APPEND | _O_TEXT, "at"}};
+    return traits[static_cast<int>(mode)];
+}
+
+/// The run-time library's safe opening shares a file with readers while it reads, with nobody while
+/// it writes. Logs are shared with everybody.
+DWORD sharingOf(StreamMode mode)
+{
+    switch (mode) {
+    case StreamMode::Read:
+        return shareReading;
+    case StreamMode::WriteText:
+    case StreamMode::AppendText:
+        return shareWriting;
+    default:
+        return shareNothing;
+    }
+}
+
+/// The drive or share that a path begins with, up to and including the separator behind it. Empty
+/// when there is none.
+NativeName rootOf(NativeName path)
+{
+    bool const isUnlimitedShare = path.starts_with(LR"(\\?\UNC\)");
+    if (isUnlimitedShare)
+        path.replace(0, 8, LR"(\\)");
+    else if (path.starts_with(LR"(\\?\)"))
+        path.erase(0, 4);
+    if (path.size() > 1 && path[1] == L':')
+        return path.substr(0, 3);
+    std::size_t const share = path.find(L'\\', 3);
+    std::size_t const end = share == path.npos ? path.npos : path.find(L'\\', share + 1);
+    return end == path.npos ? NativeName() : path.substr(0, end + 1);
+}
+
+} // namespace
+
+int openDescriptor(NativeName const & name, StreamMode mode, DWORD sharing)
+{
+    ModeTraits const & traits = traitsOf(mode);
+    Handle file(openFile(name, traits.access, sharing, traits.disposition));
+    if (!file.isOpen())
+        return -1;
+    int const descriptor = ::_open_osfhandle(reinterpret_cast<std::intptr_t>(file.get()),
+                                             traits.descriptorFlags | _O_NOINHERIT);
+    if (descriptor >= 0)
+        file.release();
+    return descriptor;
+}
+
+char const * modeLetters(StreamMode mode)
+{
+    return traitsOf(mode).letters;
+}
+
+std::optional<FileStatus> fileStatus(NativeName const & name)
+{
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    if (!::GetFileAttributesExW(name.c_str(), GetFileExInfoStandard, &data))
+        return std::nullopt;
+    if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
+        return FileStatus{true, 0, secondsOf(data.ftLastWriteTime)};
+    // Opened without any access, which is refused where the file cannot be used.
+    Handle const file(openFile(name, 0, shareNothing, OPEN_EXISTING));
+    LARGE_INTEGER size;
+    if (!file.isOpen() || !::GetFileSizeEx(file.get(), &size))
+        return std::nullopt;
+    FILETIME modified;
+    bool const hasTime = ::GetFileTime(file.get(), nullptr, nullptr, &modified);
+    return FileStatus{false, size.QuadPart, hasTime ? secondsOf(modified) : 0};
+}
+
+std::FILE * openStream(NativeName const & name, StreamMode mode)
+{
+    int const descriptor = openDescriptor(name, mode, sharingOf(mode));
+    if (descriptor < 0)
+        return nullptr;
+    std::FILE * const stream = ::_fdopen(descriptor, modeLetters(mode));
+    if (!stream)
+        ::_close(descriptor);
+    return stream;
+}
+
+bool deleteFile(NativeName const & name)
+{
+    ::SetFileAttributesW(name.c_str(), FILE_ATTRIBUTE_NORMAL);
+    if (::DeleteFileW(name.c_str()))
+        return true;
+    DWORD const error = ::GetLastError();
+    return !name.empty() && (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND);
+}
+
+bool moveFile(NativeName const & from, NativeName const & to)
+{
+    return ::MoveFileW(from.c_str(), to.c_str());
+}
+
+bool createFolder(NativeName const & name)
+{
+    return ::CreateDirectoryW(name.c_str(), nullptr);
+}
+
+bool setFileTimes(NativeName const & name, std::int64_t seconds)
+{
+    Handle const file(
+        openFile(name, FILE_WRITE_ATTRIBUTES, shareWriting, OPEN_EXISTING, FILE_FLAG_NO_BUFFERING));
+    FILETIME const time = fileTimeOf(seconds);
+    return file.isOpen() && ::SetFileTime(file.get(), &time, &time, &time);
+}
+
+bool const hasExecutableBits = false;
+
+bool makeExecutable(NativeName const &)
+{
+    return true;
+}
+
+std::optional<std::uint64_t> freeBytes(NativeName const & path)
+{
+    NativeName const root = rootOf(path);
+    ULARGE_INTEGER available;
+    if (root.empty() || !::GetDiskFreeSpaceExW(root.c_str(), &available, nullptr, nullptr))
+        return std::nullopt;
+    return available.QuadPart;
+}
+
+} // namespace ox::platform

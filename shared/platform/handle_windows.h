@@ -1,0 +1,64 @@
+#pragma once
+
+#include "shared/platform/native_name.h"
+
+#include <utility>
+
+#include <windows.h>
+
+namespace ox::platform
+{
+
+/// An open file, closed at the end of the scope; the last error survives that.
+class Handle
+{
+  public:
+    explicit Handle(HANDLE handle) : handle_(handle) {}
+    ~Handle()
+    {
+        DWORD const error = ::GetLastError();
+        close();
+        ::SetLastError(error);
+    }
+    Handle(Handle const &) = delete;
+    Handle & operator=(Handle const &) = delete;
+
+    HANDLE get() const { return handle_; }
+    bool isOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
+
+    /// Hands the open file over to the caller.
+    HANDLE release() { return std::exchange(handle_, INVALID_HANDLE_VALUE); }
+    bool close() { return !isOpen() || ::CloseHandle(release()) != FALSE; }
+
+  private:
+    HANDLE handle_;
+};
+
+constexpr DWORD shareNothing = 0;
+constexpr DWORD shareReading = FILE_SHARE_READ;
+constexpr DWORD shareWriting = FILE_SHARE_READ | FILE_SHARE_WRITE;
+constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+/// Opens a file or device; child processes do not inherit it.
+inline HANDLE openFile(NativeName const & name, DWORD access, DWORD sharing, DWORD disposition,
+                       DWORD flags = FILE_ATTRIBUTE_NORMAL)
+{
+    return ::CreateFileW(name.c_str(), access, sharing, nullptr, disposition, flags, nullptr);
+}
+
+/// Seconds since 1970-01-01 UTC of a file time, which counts 100-nanosecond ticks since 1601.
+inline std::int64_t secondsOf(FILETIME time)
+{
+    constexpr std::int64_t ticksUntil1970 = 116444736000000000;
+    auto const ticks =
+        static_cast<std::int64_t>(std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime);
+    return (ticks - ticksUntil1970) / 10000000;
+}
+
+inline FILETIME fileTimeOf(std::int64_t seconds)
+{
+    auto const ticks = (static_cast<std::uint64_t>(seconds) + 11644473600u) * 10000000u;
+    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+}
+
+} // namespace ox::platform
