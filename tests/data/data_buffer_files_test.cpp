@@ -338,8 +338,9 @@ TEST_F(DataBufferFile, TellsMissingUnreadableAndUnwritableFilesApart)
     EXPECT_EQ(_OX_DataBuffer::loadFromFile(path("absent"), false, block, 9, nullptr, 0), -101);
     EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressed(path("absent"), false, block, 9, nullptr, 0),
               -104);
-    EXPECT_EQ(_OX_DataBuffer::loadFromFile(path(""), false, block, 9, nullptr, 0), -1001)
-        << "a folder opens, and the stream has an error";
+    bool const foldersOpen = QDir::separator() == u'/'; // and the stream has an error
+    EXPECT_EQ(_OX_DataBuffer::loadFromFile(path(""), false, block, 9, nullptr, 0),
+              foldersOpen ? -1001 : -101);
 
     FileName const nowhere = path("no/such/folder");
     EXPECT_FALSE(buffer.saveToFile(nowhere, true));

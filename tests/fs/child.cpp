@@ -16,7 +16,7 @@
 namespace
 {
 
-QString const who = QStringLiteral("child");
+QString const who = QStringLiteral("child\n\u00e9");
 
 /// Holds the lock until standard input ends. 3: not locked.
 int hold(QString const & file, int)

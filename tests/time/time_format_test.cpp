@@ -67,6 +67,7 @@ TEST(TimeText, ShowsTheNumberOfAMonthThatIsNone)
 
 TEST(TimeText, DiffersInSummerWhereItGoesByTheOffset)
 {
+    SKIP_WITHOUT_DAYLIGHT_SAVING();
     TimeZone const zone(berlin);
     _oxTime::oxTime_Start_OffSet = 3600;
     _oxTime const t(1784116800, true);

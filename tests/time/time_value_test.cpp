@@ -34,7 +34,7 @@ TEST(TimeValue, IsMadeOfNumbersAndTheClock)
     EXPECT_LT(utc(5), utc(6));
 
     _oxTime32 narrow;
-    narrow.setCurrentTime(__int64{1} << 32);
+    narrow.setCurrentTime(std::int64_t{1} << 32);
     EXPECT_NEAR(narrow.value, static_cast<double>(std::time(nullptr)), 2);
     EXPECT_EQ(_oxTime(_oxTime32{0xFFFFFFFFu}).value, 4294967295);
 }
@@ -57,10 +57,10 @@ TEST(TimeValue, MeasuresTheOffsetLate)
 TEST(TimeValue, MeasuresZonesAllAroundTheGlobe)
 {
     std::pair<char const *, int> const zones[] = {{"UTC0", 0},
-                                                  {"EAST-11", 39600},
-                                                  {"EAST-13", 46800 - 86400},
-                                                  {"WEST11", -39600},
-                                                  {"WEST3:30", -12600}};
+                                                  {"EAS-11", 39600},
+                                                  {"EAS-13", 46800 - 86400},
+                                                  {"WES11", -39600},
+                                                  {"WES3:30", -12600}};
     for (auto const & [rule, offset] : zones) {
         TimeZone const zone(rule);
         EXPECT_EQ(_oxTime::getTime_Start_OffSet(), offset) << rule;
@@ -69,6 +69,7 @@ TEST(TimeValue, MeasuresZonesAllAroundTheGlobe)
 
 TEST(TimeValue, FollowsTheZonesRulesForTheDate)
 {
+    SKIP_WITHOUT_DAYLIGHT_SAVING();
     struct {
         char const * zone;
         int winterHour, summerHour;
@@ -98,6 +99,7 @@ TEST(TimeValue, FollowsTheZonesRulesForTheDate)
 
 TEST(TimeValue, SettlesTheHoursAroundDaylightSaving)
 {
+    SKIP_WITHOUT_DAYLIGHT_SAVING();
     TimeZone const zone(berlin);
     struct {
         int minute, hour, day, month;
@@ -146,6 +148,7 @@ TEST(TimeValue, MovesDatesIntoRange)
 
 TEST(TimeValue, TakesDatesOfQtAsTheyAre)
 {
+    SKIP_WITHOUT_DAYLIGHT_SAVING();
     TimeZone const zone(newYork);
     _oxTime t;
     t = QDate(2026, 7, 15);
@@ -172,12 +175,14 @@ TEST(TimeValue, ConvertsFileTimes)
     EXPECT_EQ(t.value, -11644473600);
     t.from_FILETIME(0xFFFFFFFF, 0xFFFFFFFF);
     EXPECT_EQ(t.value, -11644473600) << "ticks are a signed number";
-    FILETIME const file{0xD53E8000 + 25000000, 0x019DB1DE};
-    t.from_FILETIME(file.dwLowDateTime, file.dwHighDateTime);
+    std::uint32_t const low = 0xD53E8000 + 25000000;
+    std::uint32_t const high = 0x019DB1DE;
+    t.from_FILETIME(low, high);
     EXPECT_EQ(t.value, 2);
 
     _oxTime::oxTime_Start_OffSet = 3600; // as a process measures it that starts in winter
     EXPECT_EQ(_oxTime::convertStatFileTime(winter).value, winter);
+    SKIP_WITHOUT_DAYLIGHT_SAVING();
     EXPECT_EQ(_oxTime::convertStatFileTime(summer).value, summer + 3600);
 }
 
@@ -198,7 +203,8 @@ TEST(TimeValue, AnswersCalendarQuestions)
     EXPECT_EQ(utc(winter).getDaySeconds(86400 + 5), 14 * 3600 + 5);
     EXPECT_EQ(utc(winter).getTotalDays(10 * 3600), 20469);
     EXPECT_EQ(utc(winter).toLocalTime(), winter + 7200);
-    EXPECT_EQ(utc(0x7FFFFFFF).toLocalTime(), __int64{0x7FFFFFFF} + 7200 - (__int64{1} << 32));
+    EXPECT_EQ(utc(0x7FFFFFFF).toLocalTime(),
+              std::int64_t{0x7FFFFFFF} + 7200 - (std::int64_t{1} << 32));
     _oxTime local = utc(winter);
     local.convertFromLocalTime();
     EXPECT_EQ(local.value, winter - 7200);
@@ -209,7 +215,7 @@ TEST(TimeValue, WaitsForDeadlines)
     _oxTime start = utc(1000);
     _oxTime now = utc(1010);
     EXPECT_EQ(start.waitTimeDifference(30, &now), 20);
-    EXPECT_EQ(start.waitTimeDifference((__int64{1} << 32) + 30, &now), 20) << "32 bits only";
+    EXPECT_EQ(start.waitTimeDifference((std::int64_t{1} << 32) + 30, &now), 20) << "32 bits only";
     EXPECT_FALSE(start.waitTimeIsOver(10, true, &now));
     now.value = 1011;
     EXPECT_TRUE(start.waitTimeIsOver(10, false, &now));
@@ -224,8 +230,8 @@ TEST(TimeValue, WaitsForDeadlines)
 TEST(TimeValue, SurvivesEveryNumber)
 {
     TimeZone const zone(berlin);
-    for (__int64 const t : {lowest, lowest + 1, __int64{-67768040609740800}, __int64{-1},
-                            __int64{67768036191676799}, highest - 1, highest}) {
+    for (__int64 const t : {lowest, lowest + 1, std::int64_t{-67768040609740800}, std::int64_t{-1},
+                            std::int64_t{67768036191676799}, highest - 1, highest}) {
         _oxTime time = utc(t);
         time.setCurrentTime(t);
         time.value = t;

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "shared/platform/environment.h"
 #include "shared/time/time_value.h"
+
+#include <gtest/gtest.h>
 
 #include <QByteArray>
 
@@ -26,6 +29,12 @@ class TimeZone
 
     QByteArray saved_;
 };
+
+/// Leaves a test out where the run-time library takes a zone's offset from its rule and not the
+/// dates of its daylight saving, as on Windows.
+#define SKIP_WITHOUT_DAYLIGHT_SAVING()                                                             \
+    if (ox::platform::ownSystem == 1)                                                              \
+    GTEST_SKIP() << "daylight saving cannot be set for one process here"
 
 inline constexpr char berlin[] = "CET-1CEST,M3.5.0,M10.5.0/3";
 inline constexpr char newYork[] = "EST5EDT,M3.2.0,M11.1.0";

@@ -1,0 +1,109 @@
+#include "shared/fs/file.h"
+
+#include "shared/system/os_error.h"
+#include "tests/fs/support.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <windows.h>
+
+using FileOnWindows = FolderTest;
+
+namespace
+{
+
+/// A file that is open without sharing to the end of the scope.
+class Holder
+{
+  public:
+    explicit Holder(QString const & name)
+        : handle_(::CreateFileW(name.toStdWString().c_str(), GENERIC_READ, 0, nullptr,
+                                OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr))
+    {
+        EXPECT_NE(handle_, INVALID_HANDLE_VALUE);
+    }
+    ~Holder() { ::CloseHandle(handle_); }
+    Holder(Holder const &) = delete;
+    Holder & operator=(Holder const &) = delete;
+
+  private:
+    HANDLE handle_;
+};
+
+} // namespace
+
+TEST_F(FileOnWindows, SaysWhyItCannotDeleteOrReplaceAFileInUse)
+{
+    QString const name = make(path("a"));
+    Holder const holder(name);
+    QString const expected =
+        text("Unable to delete file, ") + QString(oxLastOSError(ERROR_SHARING_VIOLATION));
+    EXPECT_EQ(QString(oxDeleteFile(_oxString<500>(name))), expected);
+    EXPECT_EQ(oxDeleteFile(name), expected + u'.');
+    EXPECT_FALSE(oxRenameFile(make(path("b")), name, true));
+    EXPECT_EQ(contentOf(path("b")), "content");
+    unsigned char bytes[1] = {};
+    EXPECT_EQ(oxWriteBufferToFile(name, bytes, 1),
+              text("Unable to write/open file: ") +
+                  QString(oxLastOSError(ERROR_SHARING_VIOLATION)));
+}
+
+TEST_F(FileOnWindows, KnowsDrivesByTheirRoot)
+{
+    EXPECT_FALSE(oxDirectoryExists(text("C:")));
+    EXPECT_TRUE(oxDirectoryExists(text("C:\\")));
+    EXPECT_TRUE(oxCreateFolder(text("C:\\"), false));
+    EXPECT_FALSE(oxDirectoryExists(path("a/").replace(u'\\', u'/')));
+    unsigned const mb = oxGetFreeDriveSpaceMB(text("C:\\no\\such\\folder"));
+    EXPECT_NEAR(mb, oxGetFreeDriveSpaceMB(folder.path()), 1024);
+    EXPECT_NE(mb, 1000u);
+    for (char const * unknown : {"\\\\server", "\\\\server\\share", "\\\\no-such-server\\share\\x"})
+        EXPECT_EQ(oxGetFreeDriveSpaceMB(text(unknown)), 1000u) << unknown;
+}
+
+TEST_F(FileOnWindows, TakesNamesLongerThanTheSystemsOldLimit)
+{
+    QString deep = folder.path();
+    while (deep.size() < 400)
+        deep += u'\\' + QString(60, u'd');
+    EXPECT_TRUE(oxCreateFolder(deep, true));
+    EXPECT_TRUE(oxDirectoryExists(deep));
+    QString const name = deep + text("\\file");
+    unsigned char bytes[] = {1, 2, 3};
+    EXPECT_EQ(oxWriteBufferToFile(name, bytes, 3), QString());
+    __int64 size = 0;
+    EXPECT_TRUE(oxFileExists(name, nullptr, &size));
+    EXPECT_EQ(size, 3);
+    EXPECT_TRUE(oxSetFileTime(name, nullptr));
+    EXPECT_TRUE(oxRenameFile(name, name + u'2', false));
+    EXPECT_EQ(oxDeleteFile(name + u'2'), QString());
+    EXPECT_FALSE(oxFileExists(name + u'2', nullptr, nullptr));
+    EXPECT_GT(oxGetFreeDriveSpaceMB(deep), 0u);
+}
+
+TEST_F(FileOnWindows, SetsAllThreeTimes)
+{
+    QString const name = make(path("a"));
+    _oxTime stamp(std::int64_t{1600000000}, true);
+    ASSERT_TRUE(oxSetFileTime(name, &stamp));
+    QFileInfo const info(name);
+    EXPECT_EQ(info.lastModified().toSecsSinceEpoch(), stamp.value);
+    EXPECT_EQ(info.lastRead().toSecsSinceEpoch(), stamp.value);
+}
+
+TEST_F(FileOnWindows, NeedsNoExecutableRights)
+{
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(setExecutable_Rights(path("none"), true), QString());
+    EXPECT_EQ(setExecutable_Rights(path("none"), false), QString());
+    EXPECT_EQ(QString::fromStdString(testing::internal::GetCapturedStdout()).trimmed(),
+              text("Not required on windows"));
+}
+
+TEST_F(FileOnWindows, LogLinesOfSeveralProcessesDoNotMix)
+{
+    if (::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version"))
+        GTEST_SKIP() << "Wine appends in two steps, of which another process may come in between";
+    expectLogLinesDoNotMix(path("log"));
+}

@@ -1,0 +1,75 @@
+#include "tests/tool/tool_run.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+
+namespace
+{
+
+QString text(char const * latin1)
+{
+    return QString::fromLatin1(latin1);
+}
+
+} // namespace
+
+TEST(ToolOnWindows, RefreshesADrivePathAndAStoredSharePath)
+{
+    Share const share;
+    QString const file =
+        QDir::toNativeSeparators(share.write(text("job17.oxdb"), golden("text.oxdb")));
+    QString const out = share.path(text("payload"));
+    QString const mapping = text("\\\\farm\\share=") + QDir::toNativeSeparators(share.path());
+    ASSERT_EQ(file[1], QLatin1Char(':'));
+    for (QString const & stored :
+         {file, text("\\\\farm\\share\\job17.oxdb"), text("//FARM/share/job17.oxdb")}) {
+        ToolRun run(
+            {text("refresh"), stored, text("--map"), mapping, text("--out"), out, text("--json")});
+        EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
+        EXPECT_EQ(QDir::cleanPath(run.json().value(text("localPath")).toString()),
+                  QDir::cleanPath(file));
+        EXPECT_EQ(contentOf(out), golden("text.raw"));
+        EXPECT_EQ(share.names(), (QStringList{text("job17.oxdb"), text("payload")}));
+    }
+}
+
+TEST(ToolOnWindows, FailsWithTheTextOfWhatIsWrongAndLeavesAllAsItWas)
+{
+    QByteArray flipped = golden("text.oxdb");
+    flipped[100] = static_cast<char>(flipped[100] ^ 1);
+    Share const share;
+    share.write(text("flipped"), flipped);
+    QStringList const before = share.names();
+    std::pair<char const *, char const *> const cases[] = {
+        {"missing", "File does not exists! Error 2: "},
+        {"no\\folder", "Error 3: "},
+        {"flipped", "CRC Error, data corrupt!"}};
+    for (auto const & [name, expected] : cases) {
+        ToolRun run({text("refresh"), share.path(text(name))});
+        EXPECT_EQ(run.status(), 1) << name;
+        EXPECT_TRUE(run.errors().contains(text(expected))) << run.errors().toStdString();
+        EXPECT_EQ(share.names(), before);
+    }
+}
+
+TEST(ToolOnWindows, RunsACommandUnderTheLockAndKeepsOthersOut)
+{
+    Share const share;
+    QString const file = share.write(text("farm.ini"), "x");
+    ToolRun holder(
+        {text("lock"), file, text("--"), text(OX_TOOL), text("lock"), file, text("--status")});
+    EXPECT_NE(holder.status(), 2);
+    EXPECT_TRUE(holder.output().contains(text("held")))
+        << holder.output().toStdString() << holder.errors().toStdString();
+    ToolRun inner({text("lock"), file, text("--"), text(OX_TOOL), text("refresh"), file,
+                   text("--timeout"), text("300")});
+    EXPECT_EQ(inner.status(), 1);
+    EXPECT_TRUE(inner.errors().contains(text("is locked by"))) << inner.errors().toStdString();
+    ToolRun quoted({text("lock"), file, text("--"), text(OX_TOOL), text("crc"), text("a \"b\\"),
+                    goldenPath("small.raw")});
+    EXPECT_EQ(quoted.status(), 1);
+    EXPECT_TRUE(quoted.errors().contains(text("a \"b\\"))) << quoted.errors().toStdString();
+    EXPECT_TRUE(quoted.output().contains(text("7B3177A3")));
+    EXPECT_EQ(share.names(), QStringList{text("farm.ini")});
+}
