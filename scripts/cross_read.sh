@@ -1,0 +1,39 @@
+#!/usr/bin/env bash
+# Every build writes the files of all formats, and every build reads what each of them wrote. The
+# builds must be there: scripts/test.sh and scripts/windows.sh make them.
+set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+builds=(dev windows-x86_64 windows-i686)
+oxtool() { # build, argument…
+  local build=$root/build/$1
+  shift
+  case $build in
+    *windows-*) "$root/scripts/wine.sh" "${build##*-}" "$build/bin/oxtool.exe" "$@" ;;
+    *) "$build/oxtool/oxtool" "$@" ;;
+  esac
+}
+
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+cd "$folder" # relative names mean the same to all of them
+cp "$root"/tests/data/golden/{small,text,binary}.raw .
+read_back=0
+for writer in "${builds[@]}"; do
+  for format in db zp ns gz; do
+    for raw in *.raw; do
+      oxtool "$writer" pack --format "$format" "$raw" "$writer-$raw-$format" >/dev/null
+      for reader in "${builds[@]}"; do
+        oxtool "$reader" unpack "$writer-$raw-$format" --out payload
+        cmp "$raw" payload || fail "$reader reads $format of $raw by $writer wrongly"
+        rm payload
+        read_back=$((read_back + 1))
+      done
+    done
+  done
+done
+for build in "${builds[@]}"; do oxtool "$build" layout | grep -v '^_OX_DataBuffer' >"layout-$build"; done
+for build in "${builds[@]}"; do
+  cmp layout-dev "layout-$build" || fail "the records of $build are laid out differently"
+done
+say "${#builds[@]} builds read $read_back files of each other, and their records are laid out alike"
