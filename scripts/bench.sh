@@ -22,8 +22,8 @@ if [ ${#names[@]} -eq 0 ]; then
 fi
 
 "$root/scripts/setup.sh" bench
-build_preset release
+build_preset bench
 for name in "${names[@]}"; do
   say "benchmark $name"
-  "$root/build/release/benchmarks/bench_$name" ${flags[@]+"${flags[@]}"}
+  "$root/build/bench/benchmarks/bench_$name" ${flags[@]+"${flags[@]}"}
 done

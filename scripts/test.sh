@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds the library, the tool and the tests, and runs all tests:
-#   scripts/test.sh [PRESET] [CTEST-ARGUMENT…]     PRESET: dev (the default), asan or qt5
+#   scripts/test.sh [PRESET] [CTEST-ARGUMENT…]     PRESET: dev (the default), asan, qt5 or static
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 preset=dev
 case ${1:-} in
-  dev | asan | qt5) preset=$1; shift ;;
+  dev | asan | qt5 | static) preset=$1; shift ;;
   '' | -*) ;;
-  *) fail "there is no preset '$1' to test; it is dev, asan or qt5" ;;
+  *) fail "there is no preset '$1' to test; it is dev, asan, qt5 or static" ;;
 esac
 sets=(test)
 [ "$preset" != qt5 ] || sets+=(qt5)

@@ -17,6 +17,7 @@ set(prefix "${WORK_DIR}/installed")
 set(build "${WORK_DIR}/consumer")
 file(REMOVE_RECURSE "${prefix}" "${build}")
 run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}")
+run("${prefix}/bin/oxtool" --version)
 
 run(${CMAKE_COMMAND} -S "${CONSUMER_DIR}" -B "${build}" -DCMAKE_PREFIX_PATH=${prefix}
     -G ${GENERATOR} -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_BUILD_TYPE=Release)
