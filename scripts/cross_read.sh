@@ -5,13 +5,15 @@ set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 builds=(dev windows-x86_64 windows-i686)
+# What goes to standard error is shown only when the tool fails: Wine talks there, too.
 oxtool() { # build, argument…
-  local build=$root/build/$1
-  shift
-  case $build in
-    *windows-*) "$root/scripts/wine.sh" "${build##*-}" "$build/bin/oxtool.exe" "$@" ;;
-    *) "$build/oxtool/oxtool" "$@" ;;
+  local build=$root/build/$1 run
+  case $1 in
+    windows-*) run=("$root/scripts/wine.sh" "${1##*-}" "$build/bin/oxtool.exe") ;;
+    *) run=("$build/oxtool/oxtool") ;;
   esac
+  shift
+  "${run[@]}" "$@" 2>errors || { cat errors >&2; fail "this failed: $build oxtool $*"; }
 }
 
 folder=$(mktemp -d)
