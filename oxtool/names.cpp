@@ -1,6 +1,7 @@
 #include "oxtool/names.h"
 
 #include "oxtool/failure.h"
+#include "shared/fs/native_path.h"
 #include "shared/platform/files.h"
 #include "shared/system/os_error.h"
 
@@ -11,12 +12,12 @@ namespace ox::tool
 
 platform::NativeName nativeName(QString const & path)
 {
-    return platform::nativeName(path.toStdU16String());
+    return detail::nativePath(path);
 }
 
 _oxString8_evenSize<500> recordName(QString const & path)
 {
-    auto const bytes = platform::recordName(path.toStdU16String());
+    auto const bytes = platform::recordName(detail::viewOf(path));
     if (!bytes || bytes->size() > 500)
         throw Failure(
             QStringLiteral("The path %1 cannot be had: a path has up to 500 bytes.").arg(path));
