@@ -52,6 +52,9 @@ function(ox_configure_target target)
       # Room for data buffers of their full size, which half of the address space does not have.
       target_link_options(${target} PRIVATE -Wl,--large-address-aware)
     endif()
+  elseif(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    # Files of 2 GiB and more, and times after 2038.
+    target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
   endif()
   if(OX_WARNINGS_AS_ERRORS)
     target_compile_options(${target} PRIVATE -Werror)

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Every build writes the files of all formats, and every build reads what each of them wrote. The
-# builds must be there: scripts/test.sh and scripts/windows.sh make them.
+# builds must be there: scripts/test.sh, scripts/linux32.sh and scripts/windows.sh make them.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-builds=(dev windows-x86_64 windows-i686)
+builds=(dev linux-i686 windows-x86_64 windows-i686)
 # What goes to standard error is shown only when the tool fails: Wine talks there, too.
 oxtool() { # build, argument…
   local build=$root/build/$1 run

@@ -1,21 +1,22 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that are missing, for the build alone or for more:
-#   scripts/setup.sh [build|test|bench|format|qt5|windows]…
+#   scripts/setup.sh [build|test|bench|format|qt5|linux32|windows]…
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 packages_of() {
   case $1 in
     build) echo g++ cmake ninja-build ccache pkg-config qt6-base-dev zlib1g-dev libcli11-dev ;;
-    test) echo libgtest-dev gzip python3 util-linux ;;
-    bench) echo libbenchmark-dev libdeflate-dev libisal-dev libboost-dev ;;
+    test) echo libgtest-dev gzip python3 util-linux fiu-utils ;;
+    bench) echo libbenchmark-dev libdeflate-dev libisal-dev libboost-dev rsync ;;
     format) echo clang-format ;;
     qt5) echo qtbase5-dev ;;
+    linux32) echo g++-multilib googletest qt6-base-dev-tools dpkg-dev ;;
     windows)
       echo g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev googletest dpkg-dev
       echo wine64 libc6-i386 lib32gcc-s1 qt6-base-dev-tools
       ;;
-    *) fail "there is no set '$1'; the sets are: build test bench format qt5 windows" ;;
+    *) fail "there is no set '$1'; the sets are: build test bench format qt5 linux32 windows" ;;
   esac
 }
 
