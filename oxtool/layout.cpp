@@ -3,6 +3,7 @@
 #include "shared/data/data_buffer.h"
 #include "shared/text/fixed_string.h"
 #include "shared/text/fixed_string8.h"
+#include "shared/text/string_list.h"
 #include "shared/time/time_value.h"
 
 #include <QJsonArray>
@@ -46,6 +47,7 @@ Records allRecords()
     addStrings<_oxString8_AllSize, 10>(records, "_oxString8_AllSize");
     addStrings<_oxString, 10, 25, 30, 48, 50, 75, 100, 125, 150, 200, 225, 250, 500, 1000, 2500>(
         records, "_oxString");
+    records.push_back({QStringLiteral("_oxStringList"), sizeof(_oxStringList), {}});
     records.push_back(
         {QStringLiteral("_oxTime"), sizeof(_oxTime), {{"value", offsetof(_oxTime, value)}}});
     records.push_back(

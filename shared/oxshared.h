@@ -16,4 +16,6 @@
 #include "shared/text/encoding.h"
 #include "shared/text/fixed_string.h"
 #include "shared/text/fixed_string8.h"
+#include "shared/text/format.h"
+#include "shared/text/string_list.h"
 #include "shared/time/time_value.h"

@@ -1,0 +1,182 @@
+#include "shared/text/string_list.h"
+
+#include <algorithm>
+#include <bit>
+#include <compare>
+#include <cstdlib>
+#include <limits>
+#include <new>
+#include <numeric>
+#include <span>
+#include <vector>
+
+namespace
+{
+
+using Entry = _oxStringList::Entry;
+
+/// Number of entries for which a list of `count` has memory. It is known from the count alone, as
+/// the list's layout has no field for it, and grows in steps of a quarter to an eighth, so that a
+/// long list is not moved for each entry.
+constexpr std::uint64_t roomFor(std::uint64_t count)
+{
+    std::uint64_t const step = std::max<std::uint64_t>(std::bit_floor(count) / 4, 1);
+    return (count + step - 1) & ~(step - 1);
+}
+
+/// The memory for a list of `count` entries, or 0 when there is no such memory.
+std::size_t bytesFor(std::uint64_t count)
+{
+    constexpr auto most = static_cast<std::size_t>(std::numeric_limits<std::ptrdiff_t>::max());
+    std::uint64_t const bytes = roomFor(count) * sizeof(Entry);
+    bool const fits = count <= std::numeric_limits<std::int32_t>::max() && bytes <= most;
+    return fits ? static_cast<std::size_t>(bytes) : 0;
+}
+
+/// What orders an entry among those with which it shares the units before some position.
+struct SortKey {
+    std::uint64_t units; ///< the next four units in upper case, the first in the highest bits
+    std::uint32_t taken; ///< how many of them the text has; the others are 0
+    std::uint32_t index; ///< of the entry before the sort, so that equal ones keep their order
+
+    auto operator<=>(SortKey const &) const = default;
+
+    static constexpr int width = 4;
+
+    void take(Entry const & entry, int position, bool descending)
+    {
+        int const n = std::clamp(entry.size() - position, 0, width);
+        units = 0;
+        for (int i = 0; i < width; ++i)
+            units = units << 16 | (i < n ? ox::detail::toUpper(entry.value[position + i]) : 0U);
+        taken = static_cast<std::uint32_t>(n);
+        if (descending) {
+            units = ~units;
+            taken = ~taken;
+        }
+    }
+    bool isAsGood(SortKey const & other) const
+    {
+        return units == other.units && taken == other.taken;
+    }
+};
+
+/// Sorts the keys of entries that are equal before the position. Most texts part within a few
+/// units, and the entries themselves, which lie far apart, are then read only once.
+void sortKeys(std::span<SortKey> keys, Entry const * entries, int position, bool descending)
+{
+    for (SortKey & key : keys)
+        key.take(entries[key.index], position, descending);
+    if (!std::is_sorted(keys.begin(), keys.end()))
+        std::sort(keys.begin(), keys.end());
+
+    int const next = position + SortKey::width;
+    for (auto run = keys.begin(); run != keys.end();) {
+        auto const end = std::find_if_not(
+            run, keys.end(), [&first = *run](SortKey const & key) { return key.isAsGood(first); });
+        if (end - run > 1 && entries[run->index].size() >= next)
+            sortKeys({run, end}, entries, next, descending);
+        run = end;
+    }
+}
+
+/// Puts in each place the entry that the key of that place names. An assignment moves an entry's
+/// length and units and leaves the reserved words.
+void permute(std::span<SortKey> keys, Entry * entries)
+{
+    for (std::uint32_t start = 0; start < keys.size(); ++start) {
+        if (keys[start].index == start)
+            continue;
+        Entry const first = entries[start];
+        std::uint32_t to = start;
+        std::uint32_t from;
+        while ((from = std::exchange(keys[to].index, to)) != start) {
+            entries[to] = entries[from];
+            to = from;
+        }
+        entries[to] = first;
+    }
+}
+
+} // namespace
+
+void _oxStringList::copyFrom(_oxStringList const & other)
+{
+    if (this == &other)
+        return;
+    clear();
+    if (other.isEmpty())
+        return;
+    items_ =
+        static_cast<Entry *>(std::calloc(1, bytesFor(static_cast<std::uint64_t>(other.count_))));
+    if (!items_)
+        return;
+    count_ = other.count_;
+    std::memcpy(static_cast<void *>(items_), other.items_,
+                static_cast<std::size_t>(count_) * sizeof(Entry));
+}
+
+void _oxStringList::clear()
+{
+    std::free(items_);
+    items_ = nullptr;
+    count_ = 0;
+}
+
+char const * _oxStringList::atAsChar(int const & i) const
+{
+    at(i).toChar(scratch_, 500);
+    return scratch_;
+}
+
+int _oxStringList::find(Entry const & s, bool const & caseSensitive) const
+{
+    auto const found = std::find_if(begin(), end(), [&s, caseSensitive](Entry const & entry) {
+        return caseSensitive ? entry == s : entry.isEqual(s);
+    });
+    return found == end() ? -1 : static_cast<int>(found - begin());
+}
+
+void _oxStringList::append(Entry const & s, bool const & unique, bool const & caseSensitive)
+{
+    if (unique && find(s, caseSensitive) >= 0)
+        return;
+    auto const count = static_cast<std::uint64_t>(count_);
+    if (count < roomFor(count)) {
+        new (items_ + count_++) Entry(s);
+        return;
+    }
+    Entry const kept = s; // s may lie in the block that moves
+    if (grow())
+        new (items_ + count_++) Entry(kept);
+}
+
+void _oxStringList::sort(bool const & descending)
+{
+    if (count_ < 2)
+        return;
+    std::vector<SortKey> keys(static_cast<std::size_t>(count_));
+    for (std::uint32_t i = 0; i < keys.size(); ++i)
+        keys[i].index = i;
+    sortKeys(keys, items_, 0, descending);
+    permute(keys, items_);
+}
+
+Entry const & _oxStringList::emptyEntry()
+{
+    static Entry const empty;
+    return empty;
+}
+
+/// Makes room for one more entry. Without memory for it the list is left empty.
+bool _oxStringList::grow()
+{
+    std::size_t const bytes = bytesFor(static_cast<std::uint64_t>(count_) + 1);
+    void * const grown = bytes != 0 ? std::realloc(static_cast<void *>(items_), bytes) : nullptr;
+    if (!grown) {
+        clear();
+        return false;
+    }
+    items_ = static_cast<Entry *>(grown);
+    return true;
+}

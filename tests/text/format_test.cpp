@@ -1,0 +1,245 @@
+#include "shared/text/format.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cmath>
+#include <limits>
+
+namespace
+{
+
+QString operator""_q(char const * text, std::size_t n)
+{
+    return QString::fromLatin1(text, static_cast<int>(n));
+}
+
+/// The number as `QString::arg` fills it.
+QString filled(long long n, int width, char fill = '0')
+{
+    return "%1"_q.arg(n, width, 10, QLatin1Char(fill));
+}
+
+constexpr int seconds[] = {0,       1,           -1,      9,          45,      -45,    59,
+                           60,      -60,         61,      -61,        605,     -605,   3599,
+                           3600,    -3600,       3601,    -3601,      3725,    -3725,  86399,
+                           90000,   -90000,      129600,  129601,     -129601, 999999, -999999,
+                           INT_MAX, INT_MAX - 1, INT_MIN, INT_MIN + 1};
+constexpr long long longSeconds[] = {1LL << 40, -(1LL << 40), LLONG_MAX, LLONG_MIN, LLONG_MIN + 1};
+
+TEST(Durations, AgreeWithAPlainReference)
+{
+    auto const expectLong = [](long long s) {
+        SCOPED_TRACE(s);
+        EXPECT_EQ(oxSec2ms(s), "%1.%2"_q.arg(filled(s / 60, 2), filled(s % 60, 2)));
+        EXPECT_EQ(
+            oxSec2dhm(s),
+            "%1d %2:%3"_q.arg(s / 3600 / 24).arg(filled(s / 3600, 2), filled((s / 60) % 60, 2)));
+        EXPECT_EQ(oxSec2dhms(s),
+                  s > 129600 ? "%1d %2h"_q.arg(s / 3600 / 24).arg((s / 3600) % 24)
+                             : "%1:%2.%3"_q.arg(filled(s / 3600, 2), filled((s / 60) % 60, 2),
+                                                filled(s % 60, 2)));
+    };
+    for (long long const s : longSeconds)
+        expectLong(s);
+    for (int const s : seconds) {
+        expectLong(s);
+        EXPECT_EQ(oxSec2hm(s), "%1:%2"_q.arg(filled(s / 3600, 2), filled((s / 60) % 60, 2)));
+        long long const size = std::abs(static_cast<long long>(s));
+        EXPECT_EQ(
+            oxSec2hms(s, false),
+            "%1:%2.%3"_q.arg(filled(s / 3600, 2), filled(size / 60 % 60, 2), filled(size % 60, 2)));
+        EXPECT_EQ(oxMill2s(s, true), "%1.%2"_q.arg(s / 1000).arg(filled(s % 1000, 3)));
+        EXPECT_EQ(oxMill2s(s, false),
+                  s < 1001 ? ".%1"_q.arg(filled(s % 1000, 3)) : oxMill2s(s, true));
+        if (size > 3600)
+            EXPECT_EQ(oxSec2hms(s, true), oxSec2hms(s, false));
+        else if (size > 60)
+            EXPECT_EQ(oxSec2hms(s, true),
+                      "%1.%2"_q.arg(filled((s / 60) % 60, 2, ' '), filled(size % 60, 2)));
+        else
+            EXPECT_EQ(oxSec2hms(s, true), (s < 0 ? "-0."_q : " 0."_q) + filled(size % 60, 2));
+    }
+}
+
+TEST(Durations, HaveTheirForms)
+{
+    EXPECT_EQ(oxSec2ms(-65), "-1.-5"_q);
+    EXPECT_EQ(oxSec2hm(3725), "01:02"_q);
+    EXPECT_EQ(oxSec2hms(-3725, false), "-1:02.05"_q);
+    EXPECT_EQ(oxSec2hms(-5, false), "00:00.05"_q);
+    EXPECT_EQ(oxSec2hms(-605, true), "-10.05"_q);
+    EXPECT_EQ(oxSec2hms(60, true), " 0.00"_q) << "a full minute shows as 0";
+    EXPECT_EQ(oxSec2hms(3600, true), " 0.00"_q) << "a full hour shows as 0";
+    EXPECT_EQ(oxSec2dhm(90000), "1d 25:00"_q);
+    EXPECT_EQ(oxSec2dhms(129600), "36:00.00"_q);
+    EXPECT_EQ(oxSec2dhms(129601), "1d 12h"_q);
+    EXPECT_EQ(oxMill2s(1000, false), ".000"_q);
+    EXPECT_EQ(oxMill2s(500, true), "0.500"_q);
+    EXPECT_EQ(oxMill2s(-5, false), ".-05"_q);
+}
+
+TEST(Numbers, HaveTheirThousands)
+{
+    struct Case {
+        long long n;
+        char const * plain;
+        char const * spaced;
+    };
+    for (Case const & c : std::initializer_list<Case>{
+             {0, "0", " 0"},
+             {1000, "1000", " 1000"},
+             {-1000, "-1000", "-1000"},
+             {1001, "1.001", " 1.001"},
+             {1000999, "1000.999", " 1000.999"},
+             {1001000, "1.001.000", " 1.001.000"},
+             {1234567, "1.234.567", " 1.234.567"},
+             {-1234567, "-1.234.567", "-1.234.567"},
+             {LLONG_MAX, "9.223.372.036.854.775.807", " 9.223.372.036.854.775.807"},
+             {LLONG_MIN, "-9.223.372.036.854.775.808", "-9.223.372.036.854.775.808"}}) {
+        EXPECT_EQ(oxPointTsd(c.n, false), QString::fromLatin1(c.plain));
+        EXPECT_EQ(oxPointTsd(c.n, true), QString::fromLatin1(c.spaced));
+        EXPECT_EQ(oxSpaceTsd(c.n, false), QString::fromLatin1(c.plain).replace(u'.', u' '));
+    }
+}
+
+TEST(Numbers, AreFixedStrings)
+{
+    for (int const n : {0, -1, 1234567890, INT_MAX, INT_MIN})
+        EXPECT_EQ(int2Str(n), QString::number(n));
+
+    constexpr float inf = std::numeric_limits<float>::infinity();
+    struct Case {
+        float f;
+        int decimals;
+        char const * text;
+    };
+    for (Case const & c : std::initializer_list<Case>{
+             {2.5f, 2, "2.50"},
+             {3.0f, 0, "3.0"},
+             {3.0f, 3, "3.000"},
+             {1.96f, 1, "1.10"},
+             {0.35f, 1, "0.4"},
+             {-1.5f, 1, "-1.-5"},
+             {-0.5f, 1, "0.-5"},
+             {-1.25f, 4, "-1.-2500"},
+             {-1.00390625f, 8, "-1.0-390625"},
+             {2.75f, -3, "2.1"},
+             {2.25f, INT_MIN, "2.0"},
+             {0.5f, 9, "0.500000000"},
+             {1.0f, INT_MAX, "1.00000000000000000000000"},
+             {0.5f, 18, "0.499999992153374720"}, // 10 to the power 18 in single precision
+             {1.5f, 30, "1.00000000000922337203685"},
+             {1.5f, INT_MAX, "1.00000000000000000000000"},
+             {3e9f, 1, "2147483647.0"},
+             {-inf, 2, "-2147483648.00"},
+             {std::nanf(""), 1, "0.0"}}) {
+        SCOPED_TRACE(testing::Message() << c.f << " with " << c.decimals);
+        EXPECT_EQ(float2Str(c.f, c.decimals, '.').view(),
+                  QString::fromLatin1(c.text).toStdU16String());
+    }
+    EXPECT_EQ(float2Str(2.5f, 1, 0x066B), QStringLiteral("2\u066B5"));
+}
+
+TEST(Numbers, HaveOtherBases)
+{
+    EXPECT_EQ(numberToStr(0, 3), "0"_q);
+    EXPECT_EQ(numberToStr(35, 1), "Z"_q);
+    EXPECT_EQ(numberToStr(36 * 36 + 10, 9), "10A"_q);
+    EXPECT_EQ(numberToStr(36 * 36 + 10, 2), "0A"_q) << "the last digits";
+    EXPECT_EQ(numberToStr(ULLONG_MAX, INT_MAX), "3W5E11264SGSF"_q);
+    EXPECT_EQ(numberToStr(5, 0), QString());
+    EXPECT_EQ(numberToStr(5, INT_MIN), QString());
+
+    unsigned char const bytes[] = {0x00, 0x0A, 0xF0, 0xFF};
+    EXPECT_EQ(byte2Hex(bytes, 4), "000af0ff"_q);
+    EXPECT_EQ(byte2Hex(bytes, 0) + byte2Hex(bytes, -1) + byte2Hex(nullptr, 4), QString());
+}
+
+TEST(Flags, AreWordsOrDigits)
+{
+    EXPECT_EQ(bool2str(true, true) + bool2str(false, true), "truefalse"_q);
+    EXPECT_EQ(bool2str(true, false) + bool2str(false, false), "10"_q);
+    EXPECT_EQ(bool2String(true) + bool2String(false), "10"_q);
+}
+
+TEST(Splitting, CutsAtTheOutermostSeparator)
+{
+    struct Case {
+        char const * text;
+        char const * separators[3];
+        char const * first;
+        char const * last;
+    };
+    for (Case const & c : std::initializer_list<Case>{
+             {"a/b\\c", {"/", "\\", ""}, "a", "a/b"},
+             {"a/b\\c", {"\\", "/", ""}, "a", "a/b"},
+             {"1x2X3", {"", "", "x"}, "1", "1x2"},
+             {"frame_END.end_end", {"_end", "nothing", ""}, "frame", "frame_END.end"},
+             {"aaa", {"aa", "a", "aaa"}, "", "aa"},
+             {"abc", {"x", "", "abcd"}, "abc", "abc"},
+             {"", {"x", "", ""}, "", ""}}) {
+        SCOPED_TRACE(c.text);
+        QString const whole = QString::fromLatin1(c.text);
+        QString const s1 = QString::fromLatin1(c.separators[0]);
+        QString const s2 = QString::fromLatin1(c.separators[1]);
+        QString const s3 = QString::fromLatin1(c.separators[2]);
+        auto const expect = [&](auto split, auto cut, char const * start) {
+            QString const expected = QString::fromLatin1(start);
+            QString text = whole;
+            QString rest = "kept"_q;
+            split(text, rest, s1, s2, s3);
+            EXPECT_EQ(text, expected);
+            EXPECT_EQ(rest, whole == expected ? "kept"_q : whole.mid(expected.size()));
+            text = whole;
+            cut(text, s1, s2, s3);
+            EXPECT_EQ(text, expected);
+        };
+        expect(splitAtFirstOccurence, cutAtFirstOccurence, c.first);
+        expect(splitAtLastOccurence, cutAtLastOccurence, c.last);
+    }
+}
+
+TEST(ShortNames, MeanTheSameSetting)
+{
+    EXPECT_TRUE(_oxStringCompareShort("coImageWidth"_q, "CoImageWidth"_q));
+    EXPECT_TRUE(_oxStringCompareShort("co Image Width"_q, " coImageWidth "_q));
+    EXPECT_TRUE(_oxStringCompareShort("coImageWidth"_q, "coIW"_q));
+    EXPECT_FALSE(_oxStringCompareShort("ImageFormat"_q, "Image_format"_q));
+    EXPECT_TRUE(_oxStringCompareShort(""_q, "  "_q));
+    EXPECT_FALSE(_oxStringCompareShort("coImageWidth"_q, "IW"_q));
+    EXPECT_FALSE(_oxStringCompareShort("width"_q, "height"_q)) << "neither has a short form";
+    EXPECT_FALSE(_oxStringCompareShort("cowidth"_q, "coheight"_q)) << "only the prefix is left";
+    EXPECT_FALSE(_oxStringCompareShort("width"_q, ""_q));
+}
+
+TEST(LayoutReport, StatesTheLayoutsOfTheRecords)
+{
+    EXPECT_EQ(listStringMemorySize(),
+              "----Strings--------\n"
+              "sizeof _oxString10                26\n"
+              "sizeof _oxString25                56\n"
+              "sizeof _oxString75               156\n"
+              "sizeof _oxString250              506\n"
+              "pos value                          0 \n"
+              "pos length                       502 \n"
+              "sizeof _oxString8_10              14\n"
+              "sizeof _oxString8_12              16\n"
+              "sizeof _oxString8_15              18\n"
+              "sizeof _oxString8_50              54\n"
+              "sizeof _oxString8_75              78\n"
+              "pos length                        12 \n"
+              "pos value                          0 \n"
+              "pos length                        16 \n"
+              "pos value                          0 \n"
+              "sizeof _oxString8_AllSize<10>            14\n"
+              "sizeof _oxString8_AllSize<12>            16\n"
+              "sizeof _oxString8_AllSize<15>            18\n"
+              "sizeof _oxString8_AllSize<50>            54\n"
+              "sizeof _oxString8_AllSize<75>            78\n"
+              "pos length                                0 \n"
+              "pos value                                 2 \n"
+              "sizeof _oxStringList      %1\n"_q.arg(sizeof(void *) == 8 ? 520 : 512, 10));
+}
+
+} // namespace

@@ -1,0 +1,177 @@
+#include "shared/text/string_list.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using Entry = _oxStringList::Entry;
+
+_oxStringList listOf(std::vector<Entry> const & entries)
+{
+    _oxStringList list;
+    for (Entry const & entry : entries)
+        list.append(entry, false, false);
+    return list;
+}
+
+std::string joined(_oxStringList const & list)
+{
+    std::string result;
+    for (Entry const & entry : list)
+        result += QString(entry).toStdString() + ' ';
+    return result;
+}
+
+/// Marks an entry's reserved word, which the list hands out for reading only.
+void setReserved(_oxStringList const & list, int i, std::uint16_t mark)
+{
+    const_cast<Entry &>(list[i]).reserved = mark;
+}
+
+TEST(StringList, AppendsAndFinds)
+{
+    _oxStringList list;
+    EXPECT_EQ(list.find("a", false), -1);
+    list.append("a", true, false);
+    list.append("A", true, false);
+    EXPECT_EQ(joined(list), "a ");
+    list.append("A", true, true);
+    list.append("a", false, true);
+    EXPECT_EQ(joined(list), "a A a ");
+    EXPECT_EQ(list.find("A", true), 1);
+    EXPECT_EQ(list.find("A", false), 0);
+    EXPECT_EQ(list.find("", false), -1);
+
+    Entry marked("b");
+    marked.value[300] = 0x1234;
+    marked.reserved = 7;
+    list.append(marked, false, false);
+    EXPECT_EQ(list[3].value[300], 0x1234) << "what lies behind the text comes along";
+    EXPECT_EQ(list[3].reserved, 0) << "the reserved word does not";
+
+    list.clear();
+    EXPECT_TRUE(list.isEmpty() && list.count() == 0 && list.begin() == list.end());
+    list.append("again", false, false);
+    EXPECT_EQ(joined(list), "again ");
+}
+
+TEST(StringList, GrowsFromItsOwnEntries)
+{
+    _oxStringList list;
+    list.append("first", false, false);
+    for (int i = 1; i < 3000; ++i) {
+        list.append(list.at(i / 2), false, false);
+        list.append(QString::number(i), false, false);
+    }
+    ASSERT_EQ(list.size(), 5999);
+    EXPECT_EQ(list[1], "first");
+    EXPECT_EQ(list[5998], "2999");
+    EXPECT_EQ(list[5997], list[2999 / 2]);
+}
+
+TEST(StringList, AnswersAnyIndex)
+{
+    _oxStringList const list = listOf({"first", "second"});
+    EXPECT_EQ(list.at(1), "second");
+    EXPECT_EQ(&list.at(5), &list[0]);
+    EXPECT_EQ(&list.at(-1), &list[0]);
+    char const * const second = list.atAsChar(1);
+    EXPECT_STREQ(second, "second");
+    EXPECT_EQ(list.atAsChar(7), second) << "one buffer for all";
+    EXPECT_STREQ(second, "first");
+
+    _oxStringList const longest = listOf({Entry(QString(499, u'x') + QChar(0x1279)), "\xE9"});
+    EXPECT_EQ(longest.atAsChar(0), std::string(499, 'x'));
+    EXPECT_STREQ(longest.atAsChar(1), "\xE9");
+
+    _oxStringList const empty;
+    EXPECT_TRUE(empty.at(0).isEmpty() && empty.at(-1).isEmpty() && empty[3].isEmpty());
+    EXPECT_STREQ(empty.atAsChar(0), "");
+}
+
+TEST(StringList, CopiesByteForByte)
+{
+    _oxStringList list = listOf({"a", "b", "c", "d", "e"});
+    setReserved(list, 4, 9);
+    _oxStringList copy(list);
+    ASSERT_EQ(copy.count(), 5);
+    EXPECT_EQ(std::memcmp(copy.begin(), list.begin(), 5 * sizeof(Entry)), 0);
+    copy.append("f", false, false);
+    EXPECT_EQ(joined(copy), "a b c d e f ");
+    EXPECT_EQ(joined(list), "a b c d e ");
+
+    auto const & self = copy;
+    copy = self;
+    EXPECT_EQ(copy.count(), 6);
+    copy = _oxStringList(list);
+    EXPECT_EQ(joined(copy), "a b c d e ");
+    _oxStringList const moved = std::move(copy);
+    EXPECT_EQ(joined(moved), "a b c d e ");
+    list = _oxStringList(_oxStringList());
+    EXPECT_TRUE(list.isEmpty());
+}
+
+TEST(StringList, Sorts)
+{
+    _oxStringList list = listOf({"b", "A", "c", "a", "B"});
+    list.sort(false);
+    EXPECT_EQ(joined(list), "A a b B c ");
+    list.sort(true);
+    EXPECT_EQ(joined(list), "c b B A a ") << "equal ones keep their order in either direction";
+}
+
+/// The rule in its plainest form: neighbours change places, the reserved words stay.
+void bubbleSort(std::vector<Entry> & entries, bool descending)
+{
+    for (std::size_t last = entries.size(); last > 1; --last) {
+        for (std::size_t i = 0; i + 1 < last; ++i) {
+            int const order = entries[i].compare(entries[i + 1]);
+            if (descending ? order < 0 : order > 0) {
+                Entry const first = entries[i];
+                entries[i] = entries[i + 1];
+                entries[i + 1] = first;
+            }
+        }
+    }
+}
+
+TEST(StringList, SortsAsThePlainRuleDoes)
+{
+    std::minstd_rand random(5);
+    auto const below = [&random](std::size_t n) { return static_cast<int>(random() % n); };
+    unsigned short const units[] = {'a', 'A', 'b', 0, '[', 0x61FF, 0xFFFF};
+    QString const folder = QStringLiteral("\\\\Farm\\Share\\Scene\\");
+    for (int round = 0; round < 60; ++round) {
+        std::vector<Entry> expected(static_cast<std::size_t>(below(60)));
+        for (Entry & entry : expected) {
+            entry = round % 2 != 0 ? folder : QString();
+            for (int n = below(round % 3 == 0 ? 4 : 12); n > 0; --n)
+                entry += units[below(std::size(units))];
+            entry.value[400] = static_cast<unsigned short>(random()); // tells equal ones apart
+        }
+        if (round % 4 == 0 && !expected.empty())
+            expected.push_back(expected.front());
+        if (round == 0)
+            expected.push_back(Entry(QString(500, u'x')));
+        bool const descending = round % 5 == 0;
+        _oxStringList list = listOf(expected);
+        for (int i = 0; i < list.count(); ++i) {
+            auto const mark = static_cast<std::uint16_t>(i + 1);
+            setReserved(list, i, mark);
+            expected[static_cast<std::size_t>(i)].reserved = mark;
+        }
+        bubbleSort(expected, descending);
+        list.sort(descending);
+        ASSERT_EQ(std::memcmp(list.begin(), expected.data(), expected.size() * sizeof(Entry)), 0)
+            << "round " << round;
+    }
+}
+
+} // namespace
