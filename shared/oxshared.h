@@ -18,4 +18,5 @@
 #include "shared/text/fixed_string8.h"
 #include "shared/text/format.h"
 #include "shared/text/string_list.h"
+#include "shared/time/stopwatch.h"
 #include "shared/time/time_value.h"

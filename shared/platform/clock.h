@@ -22,4 +22,25 @@ std::int64_t timeOfLocalFields(std::tm & fields);
 /// The time of calendar fields in UTC.
 std::int64_t timeOfUtcFields(std::tm fields);
 
+/// Milliseconds since the system's start, the time it slept included, without the bits above 32:
+/// the count begins again at 0 after 49.7 days.
+std::uint32_t tickCount();
+
+/// A local time as the machine's clock takes it. The numbers are the calendar's own: January is 1,
+/// Sunday 0.
+struct LocalClock {
+    std::uint16_t year;
+    std::uint16_t month;
+    std::uint16_t weekDay;
+    std::uint16_t day;
+    std::uint16_t hour;
+    std::uint16_t minute;
+    std::uint16_t second;
+    std::uint16_t milliseconds;
+    bool isDaylightSaving; ///< tells the two halves of a repeated hour apart, where the system asks
+};
+
+/// Sets the machine's clock. False when the caller may not, or there is no such time.
+bool setLocalClock(LocalClock const & clock);
+
 } // namespace ox::platform

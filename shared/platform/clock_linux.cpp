@@ -27,4 +27,26 @@ std::int64_t timeOfUtcFields(std::tm fields)
     return ::timegm(&fields);
 }
 
+std::uint32_t tickCount()
+{
+    timespec now;
+    ::clock_gettime(CLOCK_BOOTTIME, &now);
+    return static_cast<std::uint32_t>(static_cast<std::uint64_t>(now.tv_sec) * 1000 +
+                                      static_cast<std::uint64_t>(now.tv_nsec) / 1000000);
+}
+
+bool setLocalClock(LocalClock const & clock)
+{
+    std::tm fields{};
+    fields.tm_year = clock.year - 1900;
+    fields.tm_mon = clock.month - 1;
+    fields.tm_mday = clock.day;
+    fields.tm_hour = clock.hour;
+    fields.tm_min = clock.minute;
+    fields.tm_sec = clock.second;
+    fields.tm_isdst = clock.isDaylightSaving;
+    std::timespec const time{std::mktime(&fields), clock.milliseconds * 1'000'000};
+    return ::clock_settime(CLOCK_REALTIME, &time) == 0;
+}
+
 } // namespace ox::platform

@@ -1,5 +1,7 @@
 #include "shared/platform/clock.h"
 
+#include <windows.h>
+
 namespace ox::platform
 {
 
@@ -24,6 +26,18 @@ std::int64_t timeOfLocalFields(std::tm & fields)
 std::int64_t timeOfUtcFields(std::tm fields)
 {
     return ::_mkgmtime64(&fields);
+}
+
+std::uint32_t tickCount()
+{
+    return ::GetTickCount();
+}
+
+bool setLocalClock(LocalClock const & clock)
+{
+    SYSTEMTIME const time{clock.year, clock.month,  clock.weekDay, clock.day,
+                          clock.hour, clock.minute, clock.second,  clock.milliseconds};
+    return ::SetLocalTime(&time) != FALSE;
 }
 
 } // namespace ox::platform

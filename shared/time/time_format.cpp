@@ -1,3 +1,4 @@
+#include "shared/time/file_name_text.h"
 #include "shared/time/time_value.h"
 
 #include <cstdio>
@@ -69,6 +70,20 @@ _oxString8_evenSize<250> print(char const * format, Values... values)
 }
 
 } // namespace
+
+ox::detail::FileNameText ox::detail::fileNameText(std::tm const & fields)
+{
+    FileNameText text;
+    text.addNr(fields.tm_mon + 1, 2).addNr(fields.tm_mday, 2).add("_");
+    return text.addNr(fields.tm_hour, 2).addNr(fields.tm_min, 2).addNr(fields.tm_sec, 2);
+}
+
+ox::detail::FileNameText ox::detail::fileNameTextYearMinute(std::tm const & fields)
+{
+    FileNameText text;
+    text.addNr(fields.tm_year - 100, 2).addNr(fields.tm_mon + 1, 2).addNr(fields.tm_mday, 2);
+    return text.add("_").addNr(fields.tm_hour, 2).addNr(fields.tm_min, 2);
+}
 
 QString _oxTime::asString() const
 {
@@ -173,9 +188,7 @@ QString _oxTime::asStringFileNameHour() const
 
 QString _oxTime::asStringFileNameYearMinute() const
 {
-    Texts const t(*this);
-    return QStringLiteral("%1%2%3_%4%5")
-        .arg(t.shortYear(), t.month(), t.day(), t.hour(), t.minute());
+    return ox::detail::fileNameTextYearMinute(*this);
 }
 
 QString _oxTime::asStringFileNameYear10Minute() const
@@ -187,8 +200,7 @@ QString _oxTime::asStringFileNameYear10Minute() const
 
 QString _oxTime::asStringFileName() const
 {
-    Texts const t(*this);
-    return QStringLiteral("%1%2_%3%4%5").arg(t.month(), t.day(), t.hour(), t.minute(), t.second());
+    return ox::detail::fileNameText(*this);
 }
 
 QString _oxTime::asStringFileName_TruncSec() const

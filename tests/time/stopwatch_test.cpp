@@ -1,0 +1,65 @@
+#include "shared/text/format.h"
+#include "shared/time/stopwatch.h"
+
+#include <QStringList>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+namespace
+{
+
+TEST(Stopwatch, CountsAcrossTheWrapOfTheTicks)
+{
+    using ox::detail::ticksBetween;
+    EXPECT_EQ(ticksBetween(0xFFFFFF00, 0x00000100), 512);
+    EXPECT_EQ(ticksBetween(0x7FFFFFFF, 0x80000001), 2);
+    EXPECT_EQ(ticksBetween(5, 5), 0);
+    EXPECT_EQ(ticksBetween(0, 0x7FFFFFFF), 0x7FFFFFFF);
+    EXPECT_EQ(ticksBetween(0, 0x80000000), 0) << "2^31 ms wrap";
+    EXPECT_EQ(ticksBetween(1, 0), 0x7FFFFFFF) << "never negative";
+}
+
+TEST(Stopwatch, MeasuresSinceItsLastStart)
+{
+    oxTimer timer;
+    EXPECT_GE(timer.elapsed(), 0);
+    EXPECT_LT(timer.elapsed(), 10000);
+    auto const before = std::chrono::steady_clock::now();
+    timer.start();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    int const elapsed = timer.elapsed();
+    std::chrono::duration<double, std::milli> const passed =
+        std::chrono::steady_clock::now() - before;
+    EXPECT_GE(elapsed, 50 - 16) << "a tick may be as long as 16 ms";
+    EXPECT_LE(elapsed, passed.count() + 16);
+
+    timer.startTicks -= 100000;
+    timer.reserved = 7;
+    int const restarted = timer.restart();
+    EXPECT_GE(restarted, elapsed + 100000);
+    EXPECT_EQ(timer.reserved, 0);
+    EXPECT_LT(timer.elapsed(), 50000);
+}
+
+TEST(Stopwatch, ShowsSeconds)
+{
+    for (std::uint32_t const running : {100U, 5000U}) {
+        oxTimer timer;
+        timer.startTicks -= running;
+        oxTimer const sinceFirst;
+        int const first = timer.elapsed();
+        QStringList const texts{timer.elapsedString(), timer.restartAndString()};
+        int const last = first + sinceFirst.elapsed() + 16;
+        for (QString const & text : texts) {
+            int shown = first;
+            while (shown <= last && text != oxMill2s(shown, false) + u's')
+                ++shown;
+            EXPECT_LE(shown, last) << qPrintable(text);
+        }
+    }
+}
+
+} // namespace
