@@ -4,6 +4,7 @@
 
 #include "shared/data/checksum.h"
 #include "shared/data/data_buffer.h"
+#include "shared/data/file_searcher.h"
 #include "shared/data/random.h"
 #include "shared/export.h"
 #include "shared/fs/file.h"

@@ -4,6 +4,7 @@
 #include "shared/data/checksum.h"
 #include "shared/platform/files.h"
 #include "shared/platform/gzip_files.h"
+#include "shared/platform/stream.h"
 
 #include <algorithm>
 #include <bit>
@@ -87,13 +88,10 @@ class PlainFile
     }
 
     /// Closes a written file; what the system could not store shows only now.
-    int close() { return std::fclose(stream_.release()) == 0 ? 0 : notWritten; }
+    int close() { return closeStream(stream_) ? 0 : notWritten; }
 
   private:
-    struct Close {
-        void operator()(std::FILE * stream) const { std::fclose(stream); }
-    };
-    std::unique_ptr<std::FILE, Close> stream_;
+    Stream stream_;
 };
 
 /// A plain file that takes the CRC-32 of the block last read, piece by piece while the piece is in

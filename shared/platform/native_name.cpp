@@ -7,6 +7,11 @@
 namespace ox::platform
 {
 
+NativeName nativeName(std::string_view name)
+{
+    return nativeName(recordText(name));
+}
+
 std::optional<std::string> recordName(std::u16string_view name)
 {
     NativeName const native = nativeName(name);

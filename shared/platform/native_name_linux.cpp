@@ -7,13 +7,18 @@ namespace ox::platform
 
 NativeName nativeName(std::u16string_view name)
 {
-    return name.find(u'\0') == name.npos ? toUtf8(name) : NativeName();
+    return name.find(u'\0') == name.npos ? toFileName(name) : NativeName();
 }
 
-NativeName nativeName(std::string_view name)
+std::u16string recordText(std::string_view name)
 {
     // Bytes that are no UTF-8 were written by a system whose file names are Latin-1.
-    return nativeName(systemText(name));
+    return systemText(name);
+}
+
+std::u16string nameText(std::basic_string_view<NativeName::value_type> name)
+{
+    return fromFileName(name);
 }
 
 } // namespace ox::platform

@@ -1,5 +1,7 @@
 #include "shared/platform/native_name.h"
 
+#include "shared/platform/utf16_windows.h"
+
 #include <windows.h>
 
 namespace ox::platform
@@ -39,13 +41,18 @@ NativeName nativeName(std::u16string_view name)
     return withoutLimit(std::wstring(name.begin(), name.end()));
 }
 
-NativeName nativeName(std::string_view name)
+std::u16string recordText(std::string_view name)
 {
     std::u16string wide;
     wide.reserve(name.size());
     for (char const c : name)
         wide.push_back(static_cast<unsigned char>(c));
-    return nativeName(wide);
+    return wide;
+}
+
+std::u16string nameText(std::basic_string_view<NativeName::value_type> name)
+{
+    return toUtf16(name);
 }
 
 } // namespace ox::platform

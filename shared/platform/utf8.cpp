@@ -5,9 +5,15 @@ namespace ox::platform
 namespace
 {
 
-bool isSurrogate(char16_t unit, char16_t first)
+bool isSurrogate(char32_t unit, char16_t first)
 {
-    return (unit & 0xFC00) == first;
+    return (unit & 0xFFFFFC00) == first;
+}
+
+/// Whether a code point stands for the byte in its lower half, which is no UTF-8.
+bool isKeptByte(char32_t code)
+{
+    return code >= 0xDC80 && code <= 0xDCFF;
 }
 
 void append(std::string & bytes, char32_t code)
@@ -57,22 +63,22 @@ CodePoint first(std::string_view bytes)
     return value < smallest[length] || value > 0x10FFFF ? invalid : CodePoint{value, length};
 }
 
-} // namespace
-
-std::string toUtf8(std::u16string_view text)
+template <typename Append>
+std::string encoded(std::u16string_view text, Append append)
 {
     std::string bytes;
     bytes.reserve(text.size() * 3);
     for (std::size_t i = 0; i < text.size(); ++i) {
         char32_t code = text[i];
-        if (isSurrogate(text[i], 0xD800) && i + 1 < text.size() && isSurrogate(text[i + 1], 0xDC00))
+        if (isSurrogate(code, 0xD800) && i + 1 < text.size() && isSurrogate(text[i + 1], 0xDC00))
             code = 0x10000 + ((code & 0x3FF) << 10) + (text[++i] & 0x3FFu);
         append(bytes, code);
     }
     return bytes;
 }
 
-std::u16string fromUtf8(std::string_view bytes)
+template <typename First>
+std::u16string decoded(std::string_view bytes, First first)
 {
     std::u16string text;
     text.reserve(bytes.size());
@@ -87,6 +93,39 @@ std::u16string fromUtf8(std::string_view bytes)
         }
     }
     return text;
+}
+
+} // namespace
+
+std::string toUtf8(std::u16string_view text)
+{
+    return encoded(text, [](std::string & bytes, char32_t code) { append(bytes, code); });
+}
+
+std::u16string fromUtf8(std::string_view bytes)
+{
+    return decoded(bytes, first);
+}
+
+std::string toFileName(std::u16string_view name)
+{
+    return encoded(name, [](std::string & bytes, char32_t code) {
+        if (isKeptByte(code))
+            bytes.push_back(static_cast<char>(code & 0xFF));
+        else
+            append(bytes, code);
+    });
+}
+
+std::u16string fromFileName(std::string_view bytes)
+{
+    return decoded(bytes, [](std::string_view rest) {
+        CodePoint const point = first(rest);
+        bool const isInvalid = point.value == 0xFFFD && point.length == 1;
+        bool const isUtf8 =
+            !isInvalid && !isSurrogate(point.value, 0xD800) && !isSurrogate(point.value, 0xDC00);
+        return isUtf8 ? point : CodePoint{0xDC00u | static_cast<unsigned char>(rest[0]), 1};
+    });
 }
 
 std::u16string systemText(std::string_view bytes)

@@ -1,0 +1,255 @@
+#include "shared/data/file_searcher.h"
+
+#include "shared/data/byte_search.h"
+#include "shared/platform/stream.h"
+#include "shared/text/utf16_view.h"
+
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <utility>
+
+using ox::detail::ByteSearch;
+using ox::detail::openUnbuffered;
+using ox::detail::Stream;
+using ox::platform::StreamMode;
+
+namespace
+{
+
+constexpr int extraBytes = 10;
+constexpr std::int64_t largestContent =
+    std::numeric_limits<std::int32_t>::max() - _oxFileSearcher::headroom - extraBytes;
+
+ox::platform::NativeName native(QString const & file)
+{
+    return ox::platform::nativeName(ox::detail::viewOf(file));
+}
+
+/// A block with headroom for a content of so many bytes. Null without memory.
+char * newBlock(std::int64_t contentSize)
+{
+    auto const bytes = contentSize + _oxFileSearcher::headroom + extraBytes;
+    return contentSize <= largestContent ? new (std::nothrow) char[std::size_t(bytes)] : nullptr;
+}
+
+/// Puts a new block in the place of one whose bytes are of no use any more. None without memory.
+bool renewBlock(char *& block, std::int32_t & capacity, std::int32_t contentSize)
+{
+    delete[] block;
+    block = newBlock(contentSize);
+    capacity = block ? contentSize + _oxFileSearcher::headroom : 0;
+    return block != nullptr;
+}
+
+void swapBlocks(_oxFileSearcher & file)
+{
+    std::swap(file.data, file.spare);
+    std::swap(file.capacity, file.spareCapacity);
+}
+
+/// The content to come, added piece by piece. One that does not grow is written over the bytes of
+/// the old that were read already, any other to the spare block.
+class NewContent
+{
+  public:
+    NewContent(_oxFileSearcher & file, bool grows) : file_(file), grows_(grows) {}
+
+    /// False when there is no room for more.
+    bool add(char const * bytes, int length)
+    {
+        if (grows_ && !makeRoom(std::int64_t{size_} + length))
+            return false;
+        char * const to = (grows_ ? file_.spare : file_.data) + size_;
+        if (length > 0 && to != bytes)
+            std::memmove(to, bytes, std::size_t(length));
+        size_ += length;
+        return true;
+    }
+
+    void putInPlace()
+    {
+        if (grows_)
+            swapBlocks(file_);
+        file_.size = size_;
+    }
+
+  private:
+    bool makeRoom(std::int64_t needed)
+    {
+        if (needed <= file_.spareCapacity)
+            return true;
+        auto const more = std::max<std::int64_t>(file_.size, needed + needed / 2);
+        auto const contentSize = std::int32_t(std::min(more, largestContent));
+        char * const block = needed <= largestContent ? newBlock(contentSize) : nullptr;
+        if (!block)
+            return false;
+        std::copy_n(file_.spare, size_, block);
+        delete[] file_.spare;
+        file_.spare = block;
+        file_.spareCapacity = contentSize + _oxFileSearcher::headroom;
+        return true;
+    }
+
+    _oxFileSearcher & file_;
+    bool const grows_;
+    std::int32_t size_ = 0;
+};
+
+std::span<char const> contentOf(_oxFileSearcher const & file)
+{
+    return {file.data, std::size_t(file.size)};
+}
+
+/// The UTF-16LE bytes of the first 250 characters of a Latin-1 text.
+class Utf16Bytes
+{
+  public:
+    explicit Utf16Bytes(std::string_view latin1)
+        : size_(2 * std::min(latin1.size(), std::size_t{250}))
+    {
+        for (std::size_t i = 0; i < size_; i += 2)
+            bytes_[i] = latin1[i / 2];
+    }
+
+    std::string_view view() const { return {bytes_.data(), size_}; }
+
+  private:
+    std::array<char, 500> bytes_ = {};
+    std::size_t size_;
+};
+
+} // namespace
+
+_oxFileSearcher::~_oxFileSearcher()
+{
+    freeBuffer();
+}
+
+void _oxFileSearcher::freeBuffer()
+{
+    delete[] std::exchange(data, nullptr);
+    delete[] std::exchange(spare, nullptr);
+    capacity = spareCapacity = size = 0;
+}
+
+bool _oxFileSearcher::load(QString const & file)
+{
+    auto const status = ox::platform::fileStatus(native(file));
+    if (!status || status->isFolder || status->size > largestFile)
+        return false;
+    Stream const stream = openUnbuffered(native(file), StreamMode::Read);
+    if (!stream)
+        return false;
+    auto const length = std::int32_t(status->size);
+    size = 0;
+    if (length > capacity && !renewBlock(data, capacity, length)) {
+        freeBuffer();
+        return false;
+    }
+    if (std::fread(data, 1, std::size_t(length), stream.get()) != std::size_t(length))
+        return false;
+    size = length;
+    fileName = file;
+    return true;
+}
+
+bool _oxFileSearcher::save(QString const & file)
+{
+    if (!file.isEmpty())
+        fileName = file;
+    if (fileName.isEmpty() || size < 1 || !data)
+        return false;
+    auto const length = std::size_t(size);
+    Stream stream = openUnbuffered(native(fileName), StreamMode::Write);
+    return stream && std::fwrite(data, 1, length, stream.get()) == length && closeStream(stream);
+}
+
+bool _oxFileSearcher::changeDataSize(int pos, int delta)
+{
+    if (delta == 0)
+        return true;
+    std::int64_t const removed = delta < 0 ? -std::int64_t{delta} : 0;
+    if (pos < 0 || pos > size || (delta < 0 && pos + removed >= size))
+        return false;
+    std::int64_t const newSize = std::int64_t{size} + delta;
+    bool const fits = newSize < spareCapacity;
+    if (!fits && (delta > headroom || !renewBlock(spare, spareCapacity, size)))
+        return false;
+    swapBlocks(*this);
+    std::copy_n(spare, pos, data);
+    std::copy(spare + pos + removed, spare + size, data + pos + std::max(delta, 0));
+    size = std::int32_t(newSize);
+    return true;
+}
+
+int _oxFileSearcher::find(std::string_view pattern, int from) const
+{
+    return ByteSearch<false>(pattern).find(contentOf(*this), from);
+}
+
+int _oxFileSearcher::findIgnoringCase(std::string_view pattern, int from) const
+{
+    return ByteSearch<true>(pattern).find(contentOf(*this), from);
+}
+
+bool _oxFileSearcher::insertText(int pos, std::string_view text)
+{
+    if (!hasPosition(pos) || !changeDataSize(pos, int(text.size())))
+        return false;
+    std::copy(text.begin(), text.end(), data + pos);
+    return true;
+}
+
+bool _oxFileSearcher::replaceText(int pos, std::string_view text, int oldLen)
+{
+    if (!hasPosition(pos) || std::int64_t{pos} + oldLen >= size)
+        return false;
+    if (oldLen >= 0 && !changeDataSize(pos, int(text.size()) - oldLen))
+        return false;
+    std::copy_n(text.begin(), std::min(int(text.size()), size - pos), data + pos);
+    return true;
+}
+
+int _oxFileSearcher::replaceEach(std::string_view search, std::string_view replacement)
+{
+    auto const oldLength = int(search.size());
+    auto const newLength = int(replacement.size());
+    NewContent result(*this, newLength > oldLength);
+    ByteSearch<true> matches(search);
+    int count = 0;
+    int done = 0;
+    for (int at = 0; (at = matches.find(contentOf(*this), done)) >= 0;) {
+        ++count;
+        bool const touchesTheEnd = at + oldLength == size;
+        if (touchesTheEnd)
+            break;
+        if (!result.add(data + done, at - done) || !result.add(replacement.data(), newLength))
+            return 0;
+        done = at + oldLength;
+    }
+    bool const anyReplaced = done > 0;
+    if (anyReplaced) {
+        if (!result.add(data + done, size - done))
+            return 0;
+        result.putInPlace();
+    }
+    return count;
+}
+
+int _oxFileSearcher::replaceInFile(QString const & file, std::string_view search,
+                                   std::string_view replacement)
+{
+    int const count = load(file) ? replaceEach(search, replacement) : 0;
+    if (count > 0)
+        save(QString());
+    return count;
+}
+
+int _oxFileSearcher::replaceAll_unicode(_oxString8_evenSize<500> const & search,
+                                        _oxString8_evenSize<500> const & replacement)
+{
+    return replaceEach(Utf16Bytes(search.view()).view(), Utf16Bytes(replacement.view()).view());
+}

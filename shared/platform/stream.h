@@ -1,0 +1,32 @@
+#pragma once
+
+#include "shared/platform/files.h"
+
+#include <cstdio>
+#include <memory>
+
+namespace ox::detail
+{
+
+struct CloseStream {
+    void operator()(std::FILE * stream) const { std::fclose(stream); }
+};
+using Stream = std::unique_ptr<std::FILE, CloseStream>;
+
+/// Opens a file whose every read and write goes straight to the system, so that a full disk shows
+/// at the write that it cuts short. Null on failure, with the system's last error set.
+inline Stream openUnbuffered(platform::NativeName const & name, platform::StreamMode mode)
+{
+    Stream stream(platform::openStream(name, mode));
+    if (stream)
+        std::setvbuf(stream.get(), nullptr, _IONBF, 0);
+    return stream;
+}
+
+/// Closes a stream. False when the system reports only now that something could not be written.
+inline bool closeStream(Stream & stream)
+{
+    return std::fclose(stream.release()) == 0;
+}
+
+} // namespace ox::detail

@@ -1,0 +1,363 @@
+#include "shared/data/file_searcher.h"
+
+#include <gtest/gtest.h>
+
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <climits>
+#include <cstring>
+#include <random>
+#include <string>
+
+namespace
+{
+
+using Text = _oxString8_evenSize<500>;
+using ShortText = _oxString8_evenSize<250>;
+
+constexpr int headroom = _oxFileSearcher::headroom;
+
+/// Puts a content in place as load() would.
+void fill(_oxFileSearcher & file, std::string const & content)
+{
+    file.freeBuffer();
+    ASSERT_TRUE(content.empty() || file.changeDataSize(0, int(content.size())));
+    std::copy(content.begin(), content.end(), file.data);
+}
+
+std::string contentOf(_oxFileSearcher const & file)
+{
+    return std::string(file.data, std::size_t(file.size));
+}
+
+/// replaceAll() by its letter: one search and one replace() after the other.
+int replaceStepByStep(_oxFileSearcher & file, Text const & search, Text const & replacement)
+{
+    int count = 0;
+    int at = file.indexOfIgnCase(search, -1);
+    while (at >= 0) {
+        ++count;
+        bool const replaced = file.replace(at, replacement, search.size());
+        if (!replaced && replacement.isEmpty())
+            break; // it would be found for ever
+        at = file.indexOfIgnCase(search, at + replacement.size());
+    }
+    return count;
+}
+
+class SearcherFiles : public testing::Test
+{
+  protected:
+    QString path(char const * name) const { return folder_.filePath(QString::fromUtf8(name)); }
+
+    QString write(char const * name, QByteArray const & content) const
+    {
+        QFile file(path(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(content);
+        return file.fileName();
+    }
+
+    static QByteArray read(QString const & name)
+    {
+        QFile file(name);
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        return file.readAll();
+    }
+
+  private:
+    QTemporaryDir folder_;
+};
+
+} // namespace
+
+TEST(FileSearcher, FindsFromAPositionOnAndNotBehindTheEnd)
+{
+    _oxFileSearcher file;
+    EXPECT_EQ(file.indexOf(Text("a"), 0), -1);
+    fill(file, "Frame of a frame");
+    // What follows in the block is no content.
+    std::strcpy(file.data + file.size, " frames");
+    struct {
+        char const * pattern;
+        int from;
+        int exact;
+        int ignoringCase;
+    } const cases[] = {{"frame", 0, 11, 0},     {"frame", INT_MIN, 11, 0}, {"frame", 1, 11, 11},
+                       {"frame", 11, 11, 11},   {"FRAME", 12, -1, -1},     {"e", 15, 15, 15},
+                       {"e", 16, -1, -1},       {"e", INT_MAX, -1, -1},    {"", 0, -1, -1},
+                       {"frame f", 11, -1, -1}, {"FRAME OF", 0, -1, 0}};
+    for (auto const & each : cases) {
+        SCOPED_TRACE(testing::Message() << each.pattern << ' ' << each.from);
+        EXPECT_EQ(file.indexOf(Text(each.pattern), each.from), each.exact);
+        EXPECT_EQ(file.indexOf(ShortText(each.pattern), each.from), each.exact);
+        EXPECT_EQ(file.indexOfIgnCase(Text(each.pattern), each.from), each.ignoringCase);
+        EXPECT_EQ(file.indexOfIgnCase(ShortText(each.pattern), each.from), each.ignoringCase);
+    }
+}
+
+TEST(FileSearcher, FindsThePatternOf500BytesInTextsThatNearlyMatch)
+{
+    std::string content(200000, 'a');
+    std::string pattern(500, 'a');
+    pattern[250] = 'b';
+    for (int const at : {3, 77000, 140000})
+        content.replace(std::size_t(at), pattern.size(), pattern);
+    Text const fixed(pattern.data(), 500);
+    _oxFileSearcher file;
+    fill(file, content);
+    EXPECT_EQ(file.indexOf(fixed, 0), 3);
+    EXPECT_EQ(file.indexOfIgnCase(fixed, 4), 77000);
+    EXPECT_EQ(file.replaceAll(fixed, Text("c")), 3);
+    for (int const at : {140000, 77000, 3})
+        content.replace(std::size_t(at), pattern.size(), 1, 'c');
+    EXPECT_EQ(contentOf(file), content);
+}
+
+TEST(FileSearcher, ReplacesAllAsIfStepByStep)
+{
+    std::mt19937 random(1);
+    auto const text = [&](unsigned longest, std::string const & letters) {
+        std::string result(random() % (longest + 1), '\0');
+        for (char & c : result)
+            c = letters[random() % letters.size()];
+        return result;
+    };
+    for (int round = 0; round < 20000; ++round) {
+        std::string const content = text(round % 2 ? 12 : 150, "aAbB");
+        std::string const search = text(4, "aAbB");
+        std::string const replacement = text(6, "ab");
+        SCOPED_TRACE(testing::Message() << content << ' ' << search << ' ' << replacement);
+        _oxFileSearcher expected;
+        fill(expected, content);
+        int const count = replaceStepByStep(expected, search.c_str(), replacement.c_str());
+
+        _oxFileSearcher file;
+        fill(file, content);
+        int const found =
+            round % 3 ? file.replaceAll(Text(search.c_str()), Text(replacement.c_str()))
+                      : file.replaceAll(ShortText(search.c_str()), ShortText(replacement.c_str()));
+        ASSERT_EQ(found, count);
+        ASSERT_EQ(contentOf(file), contentOf(expected));
+    }
+}
+
+TEST(FileSearcher, CountsButKeepsAMatchThatTouchesTheLastByte)
+{
+    struct {
+        char const * content;
+        char const * search;
+        char const * replacement;
+        int count;
+        char const * expected;
+    } const cases[] = {{"x", "X", "", 1, "x"},
+                       {"xx", "x", "", 2, "x"},
+                       {"aXbx", "x", "long", 2, "alongbx"},
+                       {"aaa", "aa", "a", 1, "aa"},
+                       {"aaaa", "aa", "", 2, "aa"},
+                       {"aaaa", "aa", "aaaa", 2, "aaaaaa"},
+                       {"abc", "", "x", 0, "abc"},
+                       {"abc", "abcd", "x", 0, "abc"},
+                       {"\xC4"
+                        "b\n",
+                        "\xE4", "x", 0,
+                        "\xC4"
+                        "b\n"}};
+    for (auto const & each : cases) {
+        SCOPED_TRACE(each.content);
+        _oxFileSearcher file;
+        fill(file, each.content);
+        EXPECT_EQ(file.replaceAll(Text(each.search), Text(each.replacement)), each.count);
+        EXPECT_EQ(contentOf(file), each.expected);
+    }
+}
+
+TEST(FileSearcher, ReplacesManyMatchesWithMuchMoreText)
+{
+    std::string const content(100001, 'x');
+    std::string expected;
+    std::string const replacement = std::string(99, 'y') + 'x';
+    for (int i = 0; i < 100000; ++i)
+        expected += replacement;
+    _oxFileSearcher file;
+    fill(file, content);
+    EXPECT_EQ(file.replaceAll(Text("X"), Text(replacement.data(), 100)), 100001);
+    EXPECT_EQ(contentOf(file), expected + 'x');
+    EXPECT_GE(file.capacity, file.size);
+    EXPECT_EQ(file.replaceAll(Text(replacement.data(), 100), Text("x")), 100000);
+    EXPECT_EQ(contentOf(file), content);
+    EXPECT_EQ(file.replaceAll(Text("xx"), Text("zz")), 50000);
+    EXPECT_EQ(contentOf(file), std::string(100000, 'z') + 'x');
+}
+
+TEST(FileSearcher, ReplacesLatin1TextsInUtf16)
+{
+    auto const utf16 = [](QString const & text) {
+        return std::string(reinterpret_cast<char const *>(text.utf16()),
+                           std::size_t(text.size()) * 2);
+    };
+    _oxFileSearcher file;
+    fill(file, utf16(QStringLiteral("\uFEFFName=Büro; NAME=Łódź;name")));
+    EXPECT_EQ(file.replaceAll_unicode("name=", "n\xE4her="), 2);
+    EXPECT_EQ(contentOf(file), utf16(QStringLiteral("\uFEFFnäher=Büro; näher=Łódź;name")));
+    EXPECT_EQ(file.replaceAll_unicode("B\xFCRO", ""), 1);
+    EXPECT_EQ(file.replaceAll_unicode("", "x"), 0);
+    EXPECT_EQ(contentOf(file), utf16(QStringLiteral("\uFEFFnäher=; näher=Łódź;name")));
+
+    // Of longer texts the first 250 characters count.
+    QString const line(250, QLatin1Char('l'));
+    fill(file, utf16(line + QLatin1Char('\n')));
+    EXPECT_EQ(
+        file.replaceAll_unicode(QString(300, QLatin1Char('L')), QString(300, QLatin1Char('k'))), 1);
+    EXPECT_EQ(contentOf(file), utf16(QString(250, QLatin1Char('k')) + QLatin1Char('\n')));
+}
+
+TEST(FileSearcher, InsertsAndReplacesWithinItsBounds)
+{
+    _oxFileSearcher file;
+    EXPECT_FALSE(file.insert(0, Text("x")));
+    EXPECT_FALSE(file.replace(0, Text("x"), 0));
+    fill(file, "0123456789");
+    struct {
+        int pos;
+        char const * text;
+        int oldLen; ///< 99 for an insertion
+        bool result;
+        char const * expected;
+    } const cases[] = {
+        {0, "ab", 99, true, "ab0123456789"},     {10, "ab", 99, false, "0123456789"},
+        {-1, "ab", 99, false, "0123456789"},     {9, "ab", 99, true, "012345678ab9"},
+        {3, "", 99, true, "0123456789"},         {3, "ab", 2, true, "012ab56789"},
+        {3, "abcd", 1, true, "012abcd456789"},   {3, "ab", 6, true, "012ab9"},
+        {3, "ab", 7, false, "0123456789"},       {3, "", 6, true, "0129"},
+        {3, "ab", 0, true, "012ab3456789"},      {9, "", 0, true, "0123456789"},
+        {9, "a", 1, false, "0123456789"},        {10, "a", 0, false, "0123456789"},
+        {-1, "a", 1, false, "0123456789"},       {5, "a", INT_MAX, false, "0123456789"},
+        {5, "abc", -1, true, "01234abc89"},      {9, "a", -1, true, "012345678a"},
+        {8, "abcd", INT_MIN, true, "01234567ab"}};
+    for (auto const & [pos, text, oldLen, result, expected] : cases) {
+        SCOPED_TRACE(testing::Message() << pos << ' ' << text << ' ' << oldLen);
+        fill(file, "0123456789");
+        EXPECT_EQ(oldLen == 99 ? file.insert(pos, ShortText(text))
+                               : file.replace(pos, ShortText(text), oldLen),
+                  result);
+        EXPECT_EQ(contentOf(file), expected);
+        fill(file, "0123456789");
+        EXPECT_EQ(oldLen == 99 ? file.insert(pos, Text(text))
+                               : file.replace(pos, Text(text), oldLen),
+                  result);
+        EXPECT_EQ(contentOf(file), expected);
+    }
+}
+
+TEST(FileSearcher, ChangesItsSizeBetweenTwoBlocks)
+{
+    _oxFileSearcher file;
+    fill(file, "0123456789");
+    char * const first = file.data;
+    EXPECT_EQ(file.capacity, headroom);
+    EXPECT_TRUE(file.changeDataSize(-7, 0));
+    struct {
+        int pos;
+        int delta;
+    } const refused[] = {{-1, 1},       {11, 1},           {0, -10},     {9, -1},
+                         {-1, -1},      {20, -1},          {0, INT_MIN}, {10, -1},
+                         {INT_MAX, -1}, {0, headroom + 1}, {0, INT_MAX}};
+    for (auto const & [pos, delta] : refused) {
+        EXPECT_FALSE(file.changeDataSize(pos, delta)) << pos << ' ' << delta;
+        EXPECT_EQ(contentOf(file), "0123456789");
+    }
+    EXPECT_TRUE(file.changeDataSize(1, -8));
+    EXPECT_EQ(contentOf(file), "09");
+    EXPECT_EQ(file.spare, first);
+    EXPECT_EQ(file.capacity, 10 + headroom);
+    EXPECT_TRUE(file.changeDataSize(2, 1));
+    EXPECT_EQ(file.data, first) << "no allocation";
+    file.data[2] = '!';
+    EXPECT_EQ(contentOf(file), "09!");
+
+    // As far as the headroom goes, and as far as a block reaches that is there already.
+    EXPECT_TRUE(file.changeDataSize(1, headroom));
+    EXPECT_EQ(file.data[0], '0');
+    EXPECT_EQ(file.data[1 + headroom], '9');
+    EXPECT_LE(file.size, file.capacity);
+    EXPECT_TRUE(file.changeDataSize(1, headroom));
+    EXPECT_TRUE(file.changeDataSize(1, -2 * headroom));
+    EXPECT_EQ(contentOf(file), "09!");
+    EXPECT_TRUE(file.changeDataSize(1, headroom + 1));
+    EXPECT_EQ(file.data[headroom + 2], '9');
+    file.freeBuffer();
+    EXPECT_EQ(file.data, nullptr);
+    EXPECT_EQ(file.spare, nullptr);
+    EXPECT_EQ(file.capacity + file.spareCapacity + file.size, 0);
+}
+
+TEST_F(SearcherFiles, LoadsAndSavesUnderTheNameItKeeps)
+{
+    QByteArray const content("a\0b\r\n\x1A"
+                             "c",
+                             7);
+    _oxFileSearcher file;
+    EXPECT_FALSE(file.save(path("none")));
+    EXPECT_FALSE(QFile::exists(path("none")));
+    QString const name = write("Łódź.ini", content);
+    ASSERT_TRUE(file.load(name));
+    EXPECT_EQ(file.fileName, name);
+    EXPECT_EQ(file.capacity, 7 + headroom);
+    EXPECT_TRUE(file.insert(0, Text("#")));
+    EXPECT_TRUE(file.save(path("copy")));
+    EXPECT_EQ(read(path("copy")), '#' + content);
+    EXPECT_EQ(read(name), content);
+    EXPECT_EQ(file.replaceAll(Text("B"), Text("")), 1);
+    EXPECT_TRUE(file.save(QString()));
+    EXPECT_EQ(read(path("copy")), QByteArray("#a\0\r\n\x1A"
+                                             "c",
+                                             7));
+
+    // A block that is large enough is kept.
+    char const * const block = file.data;
+    ASSERT_TRUE(file.load(name));
+    EXPECT_EQ(file.data, block);
+    EXPECT_EQ(contentOf(file), content.toStdString());
+    ASSERT_TRUE(file.load(write("empty", {})));
+    EXPECT_EQ(file.size, 0);
+    EXPECT_FALSE(file.save(QString()));
+}
+
+TEST_F(SearcherFiles, AFailedLoadOrSaveLosesNothing)
+{
+    _oxFileSearcher file;
+    ASSERT_TRUE(file.load(write("good", "good")));
+    QFile large(write("large", {}));
+    ASSERT_TRUE(large.resize(qint64{_oxFileSearcher::largestFile} + 1));
+    for (QString const & name : {path("missing"), path("."), QString(), large.fileName()}) {
+        EXPECT_FALSE(file.load(name)) << name.toStdString();
+        EXPECT_EQ(file.replaceAll(name, Text("good"), Text("bad")), 0);
+        EXPECT_EQ(contentOf(file), "good");
+        EXPECT_EQ(file.fileName, path("good"));
+    }
+    EXPECT_FALSE(file.save(path("no/folder")));
+    EXPECT_EQ(contentOf(file), "good");
+    EXPECT_EQ(file.fileName, path("no/folder"));
+}
+
+TEST_F(SearcherFiles, ReplacesInAFileAndWritesOnlyWhenThereIsAMatch)
+{
+    QString const name = write("farm.ini", "Server=old\nserver=OLD\n");
+    _oxFileSearcher file;
+    EXPECT_EQ(file.replaceAll(name, Text("old"), Text("newer")), 2);
+    EXPECT_EQ(read(name), "Server=newer\nserver=newer\n");
+    EXPECT_EQ(file.replaceAll(name, ShortText("SERVER="), ShortText("s=")), 2);
+    EXPECT_EQ(read(name), "s=newer\ns=newer\n");
+
+    QDateTime const before(QDate(2020, 2, 2), QTime(2, 2));
+    QFile stamp(name);
+    ASSERT_TRUE(stamp.open(QIODevice::ReadWrite));
+    ASSERT_TRUE(stamp.setFileTime(before, QFileDevice::FileModificationTime));
+    stamp.close();
+    EXPECT_EQ(file.replaceAll(name, Text("old"), Text("new")), 0);
+    EXPECT_EQ(QFileInfo(name).lastModified(), before);
+}
