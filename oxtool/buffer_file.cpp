@@ -81,7 +81,7 @@ Format formatOf(QString const & path)
 
 std::optional<QByteArray> bytesAt(QString const & path, long position, int count)
 {
-    InputStream const stream = openInput(path);
+    detail::Stream const stream = openInput(path);
     if (!stream || std::fseek(stream.get(), position, position < 0 ? SEEK_END : SEEK_SET) != 0)
         return std::nullopt;
     QByteArray bytes(count, '\0');

@@ -8,6 +8,7 @@
 
 #include <QJsonArray>
 
+#include <atomic>
 #include <cstdio>
 
 namespace ox::tool
@@ -22,16 +23,18 @@ struct Options {
 
 RunningChecksums checksumsOf(QString const & path)
 {
-    Progress progress(QStringLiteral("Reading %1").arg(path));
     auto const status = platform::fileStatus(nativeName(path));
-    InputStream const stream = openInput(path);
+    std::atomic<qint64> done = 0;
+    Progress const progress(QStringLiteral("Reading %1").arg(path), status ? status->size : 0,
+                            [&done] { return done.load(); });
+    detail::Stream const stream = openInput(path);
     RunningChecksums sums;
     std::vector<unsigned char> piece(1024 * 1024);
     std::size_t read = piece.size();
     while (stream && read == piece.size()) {
         read = std::fread(piece.data(), 1, piece.size(), stream.get());
         sums.add({piece.data(), read});
-        progress.at(sums.size(), status ? status->size : 0);
+        done = sums.size();
     }
     if (!stream || std::ferror(stream.get()) != 0)
         throw Failure(QStringLiteral("%1 cannot be read. %2").arg(path, lastSystemMessage()));

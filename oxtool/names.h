@@ -1,12 +1,10 @@
 #pragma once
 
-#include "shared/platform/native_name.h"
+#include "shared/platform/stream.h"
 #include "shared/text/fixed_string8.h"
 
 #include <QString>
 
-#include <cstdio>
-#include <memory>
 #include <string>
 
 namespace ox::tool
@@ -19,13 +17,11 @@ platform::NativeName nativeName(QString const & path);
 /// would be another file's.
 _oxString8_evenSize<500> recordName(QString const & path);
 
-struct CloseStream {
-    void operator()(std::FILE * stream) const { std::fclose(stream); }
-};
-using InputStream = std::unique_ptr<std::FILE, CloseStream>;
+/// The text of a library's record, which may hold such names.
+QString fromRecord(_oxString8_evenSize<500> const & record);
 
 /// Opens a file for reading. Null on failure, with the system's last error set.
-InputStream openInput(QString const & path);
+detail::Stream openInput(QString const & path);
 
 /// The message of the system call that has just failed: "Error 13: Permission denied."
 QString lastSystemMessage();
@@ -33,10 +29,12 @@ QString lastSystemMessage();
 /// Whether a system error says that there is no such file.
 bool isNotFound(int systemError);
 
-/// Texts of the command line are UTF-8.
-inline QString fromArgument(std::string const & argument)
-{
-    return QString::fromStdString(argument);
-}
+/// A text of the command line. As a file name it opens the file that the user named, also where its
+/// bytes are no UTF-8.
+QString fromArgument(std::string const & argument);
+
+/// A text with names in it, as people may see it: what is not printable, and could move a
+/// terminal's cursor or begin a new line, has the form `\u000A`.
+QString shownName(QString const & name);
 
 } // namespace ox::tool

@@ -18,11 +18,19 @@ class OutputFile
     /// The name to write to.
     QString const & temporaryName() const { return temporaryName_; }
 
+    /// Gives the file, before it is written, the permissions of the one whose place it will take,
+    /// and its owner and group where the system lets the process do that. Fails when
+    /// that one is write-protected, and with the system's message.
+    void keepPermissions() const;
+
     /// Writes the whole content. Fails with the system's message.
     void write(unsigned char * bytes, qint64 size) const;
 
     /// Gives the file its own name, in place of what had it. Fails with the system's message.
     void commit();
+
+    /// For the user, what there is under the file's name as long as nothing is committed.
+    QString whatIsLeft() const;
 
   private:
     QString path_;

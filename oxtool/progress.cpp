@@ -3,13 +3,34 @@
 #include "shared/platform/console.h"
 
 #include <cstdio>
+#include <utility>
 
 namespace ox::tool
+{
+namespace
 {
 
 using namespace std::chrono_literals;
 
-Progress::Progress(QString const & what) : what_(what)
+/// Work that shows no bytes yet, or has only to be finished, has no rate worth showing.
+QString amountText(qint64 done, qint64 all, double seconds)
+{
+    if (done <= 0 || done >= all)
+        return {};
+    constexpr double mebibyte = 1024 * 1024;
+    double const rate = static_cast<double>(done) / seconds;
+    return QStringLiteral(", %1 %, %2 of %3 MiB, %4 MiB/s, %5 s left")
+        .arg(done * 100 / all)
+        .arg(static_cast<double>(done) / mebibyte, 0, 'f', 1)
+        .arg(static_cast<double>(all) / mebibyte, 0, 'f', 1)
+        .arg(rate / mebibyte, 0, 'f', 1)
+        .arg(static_cast<double>(all - done) / rate, 0, 'f', 0);
+}
+
+} // namespace
+
+Progress::Progress(QString const & what, qint64 all, Measure measure)
+    : what_(what), all_(all), measure_(std::move(measure))
 {
     if (platform::isTerminal(stderr))
         shower_ = std::thread(&Progress::show, this);
@@ -27,11 +48,10 @@ Progress::~Progress()
     shower_.join();
 }
 
-void Progress::at(qint64 done, qint64 all)
+void Progress::wipe()
 {
-    std::lock_guard const guard(mutex_);
-    done_ = done;
-    all_ = all;
+    if (platform::isTerminal(stderr))
+        std::fputs("\r\033[K", stderr);
 }
 
 void Progress::show()
@@ -42,15 +62,15 @@ void Progress::show()
     while (!end_.wait_for(guard, shown ? 200ms : 500ms, [this] { return ended_; })) {
         std::chrono::duration<double> const elapsed = std::chrono::steady_clock::now() - start;
         QString line = QStringLiteral("%1 %2 s").arg(what_).arg(elapsed.count(), 0, 'f', 1);
-        if (all_ > 0)
-            line += QStringLiteral(", %1 %").arg(done_ * 100 / all_);
+        if (measure_)
+            line += amountText(measure_(), all_, elapsed.count());
         line.truncate(platform::terminalWidth(stderr) - 1);
         std::fprintf(stderr, "\r\033[K%s", line.toUtf8().constData());
         std::fflush(stderr);
         shown = true;
     }
     if (shown)
-        std::fputs("\r\033[K", stderr);
+        wipe();
 }
 
 } // namespace ox::tool

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <thread>
 
@@ -16,23 +17,27 @@ namespace ox::tool
 class Progress
 {
   public:
-    explicit Progress(QString const & what);
+    /// Tells the number of bytes done. Called now and then on a thread of its own.
+    using Measure = std::function<qint64()>;
+
+    /// With `all` bytes to do, also shows how many are done, how fast, and the time that is left.
+    explicit Progress(QString const & what, qint64 all = 0, Measure measure = {});
     ~Progress();
     Progress(Progress const &) = delete;
     Progress & operator=(Progress const &) = delete;
 
-    /// How far the work is, behind what is done. Cheap enough to be called often.
-    void at(qint64 done, qint64 all);
+    /// Wipes out the line, so that something else can be written there.
+    static void wipe();
 
   private:
     void show();
 
     QString const what_;
+    qint64 const all_;
+    Measure const measure_;
     std::mutex mutex_;
     std::condition_variable end_;
     bool ended_ = false;
-    qint64 done_ = 0;
-    qint64 all_ = 0;
     std::thread shower_;
 };
 

@@ -1,5 +1,8 @@
 #include "oxtool/stop.h"
 
+#include "oxtool/progress.h"
+#include "oxtool/report.h"
+
 #include <algorithm>
 #include <mutex>
 #include <utility>
@@ -25,12 +28,13 @@ Shared & shared()
 
 } // namespace
 
-bool Holding::take(Take const & take, GiveBack giveBack)
+bool Holding::take(Take const & take, GiveBack giveBack, LastWord lastWord)
 {
     std::lock_guard const undisturbed(shared().mutex);
     if (!take())
         return false;
     giveBack_ = std::move(giveBack);
+    lastWord_ = std::move(lastWord);
     shared().held.push_back(this);
     return true;
 }
@@ -58,8 +62,13 @@ void Holding::giveBack()
 /// Keeps the mutex to the end, so that nothing is taken any more.
 void endByStopRequest(platform::StopRequest request)
 {
-    std::for_each(shared().held.rbegin(), shared().held.rend(),
-                  [](Holding * holding) { holding->giveBack_(); });
+    std::for_each(shared().held.rbegin(), shared().held.rend(), [](Holding * holding) {
+        holding->giveBack_();
+        if (holding->lastWord_) {
+            Progress::wipe();
+            writeError(holding->lastWord_());
+        }
+    });
     platform::endAsRequested(request);
 }
 

@@ -2,6 +2,8 @@
 
 #include "shared/platform/stop_request.h"
 
+#include <QString>
+
 #include <functional>
 
 namespace ox::tool
@@ -14,6 +16,7 @@ class Holding
   public:
     using Take = std::function<bool()>;
     using GiveBack = std::function<void()>;
+    using LastWord = std::function<QString()>;
 
     Holding() = default;
     ~Holding() { giveBack(); }
@@ -21,8 +24,9 @@ class Holding
     Holding & operator=(Holding const &) = delete;
 
     /// Runs `take`, which should be quick: no stop request is acted upon meanwhile. When it says
-    /// that it took something, `giveBack` is remembered. Returns what `take` returned.
-    bool take(Take const & take, GiveBack giveBack);
+    /// that it took something, `giveBack` is remembered, and `lastWord`: what to tell the user when
+    /// it was given back because of a stop request. Returns what `take` returned.
+    bool take(Take const & take, GiveBack giveBack, LastWord lastWord = {});
 
     /// Runs what was remembered, if anything, and forgets it.
     void giveBack();
@@ -35,6 +39,7 @@ class Holding
     friend void endByStopRequest(platform::StopRequest request);
 
     GiveBack giveBack_;
+    LastWord lastWord_;
 };
 
 /// Gets the process ready for stop requests: one gives back all that is held, the last taken first,

@@ -2,6 +2,7 @@
 
 #include "shared/fs/native_path.h"
 #include "shared/platform/files.h"
+#include "shared/platform/stream.h"
 #include "shared/system/os_error.h"
 
 #include <QDir>
@@ -14,8 +15,12 @@
 #include <string_view>
 
 using ox::detail::nativePath;
+using ox::detail::openUnbuffered;
 using ox::detail::ownSeparator;
+using ox::detail::Stream;
 using ox::platform::fileStatus;
+using ox::platform::kindOf;
+using ox::platform::NameKind;
 using ox::platform::NativeName;
 using ox::platform::StreamMode;
 
@@ -36,8 +41,7 @@ bool isFile(NativeName const & name, _oxTime * time = nullptr, __int64 * size = 
 
 bool isFolder(NativeName const & name)
 {
-    auto const status = fileStatus(name);
-    return status && status->isFolder;
+    return kindOf(name) == NameKind::Folder;
 }
 
 template <typename View>
@@ -65,21 +69,11 @@ bool makeFolder(QString const & path)
     return isFolder(name) || ox::platform::createFolder(name) || isFolder(name);
 }
 
-/// Opens a file whose every write goes straight to the system, so that a full disk shows at the
-/// write that it cuts short.
-std::FILE * openUnbuffered(NativeName const & name, StreamMode mode)
-{
-    std::FILE * const file = ox::platform::openStream(name, mode);
-    if (file)
-        std::setvbuf(file, nullptr, _IONBF, 0);
-    return file;
-}
-
 } // namespace
 
 bool oxFileExists(_oxString<500> const & name)
 {
-    return isFile(nativePath(name));
+    return kindOf(nativePath(name)) == NameKind::File;
 }
 
 bool oxFileExists(_oxString8_evenSize<500> const & name, _oxTime * time, __int64 * size)
@@ -189,7 +183,7 @@ bool oxSetFileTime(QString const & name, _oxTime * time)
 QString oxWriteBufferToFile(QString name, unsigned char * data, __int64 size)
 {
     constexpr __int64 largestPiece = 0x400000;
-    std::FILE * const file = openUnbuffered(nativePath(name), StreamMode::Write);
+    Stream file = openUnbuffered(nativePath(name), StreamMode::Write);
     if (!file)
         return QStringLiteral("Unable to write/open file: ") + QString(oxLastOSError());
 
@@ -198,11 +192,11 @@ QString oxWriteBufferToFile(QString name, unsigned char * data, __int64 size)
     bool good = true;
     for (; good && done < size; done += piece) {
         piece = std::min(largestPiece, size - done);
-        good = std::fwrite(data + done, static_cast<std::size_t>(piece), 1, file) == 1;
+        good = std::fwrite(data + done, static_cast<std::size_t>(piece), 1, file.get()) == 1;
     }
     QString reason = good ? QString() : QString(oxLastOSError());
     // A share may report only now that it has no room for the last piece.
-    if (std::fclose(file) != 0 && good)
+    if (!closeStream(file) && good)
         reason = oxLastOSError();
     if (reason.isEmpty())
         return {};
@@ -224,12 +218,12 @@ bool writeToLogFile(_oxString8_evenSize<250> const & name, _oxString8_evenSize<3
     text += '\n';
 
     auto const mode = overwrite ? StreamMode::WriteText : StreamMode::AppendText;
-    std::FILE * const file = openUnbuffered(nativePath(name), mode);
+    Stream file = openUnbuffered(nativePath(name), mode);
     if (!file)
         return false;
     bool const good =
-        std::fwrite(text.c_str(), static_cast<std::size_t>(text.size()), 1, file) == 1;
-    return std::fclose(file) == 0 && good;
+        std::fwrite(text.c_str(), static_cast<std::size_t>(text.size()), 1, file.get()) == 1;
+    return closeStream(file) && good;
 }
 
 unsigned int oxGetFreeDriveSpaceMB(QString path)

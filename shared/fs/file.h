@@ -15,7 +15,7 @@
 /// names nothing. Functions that return a text return the empty one for success; a failure's text
 /// ends with the operating system's message. Nothing throws and nothing keeps state.
 
-/// Whether a file exists.
+/// Whether a file exists, also one that cannot be opened: only its attributes are asked for.
 OX_EXPORT bool oxFileExists(_oxString<500> const & name);
 
 /// Whether a file exists; if so, and where the pointers are given, its last-write time and its size

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace ox::platform
@@ -20,6 +21,9 @@ void prepareStandardStreams();
 /// The program's arguments without its name, in UTF-8. Bytes that the system did not give as UTF-8
 /// are passed on as they are.
 std::vector<std::string> utf8Arguments(int argc, char ** argv);
+
+/// The UTF-16 of such an argument, of which nativeName makes the file name that the user gave.
+std::u16string argumentText(std::string_view argument);
 
 /// The name the current user logged on with, in UTF-8. Empty when the system knows none.
 std::string userName();

@@ -1,5 +1,7 @@
 #include "shared/platform/console.h"
 
+#include "shared/platform/utf8.h"
+
 #include <array>
 #include <csignal>
 #include <pwd.h>
@@ -29,6 +31,11 @@ void prepareStandardStreams()
 std::vector<std::string> utf8Arguments(int argc, char ** argv)
 {
     return argc > 1 ? std::vector<std::string>(argv + 1, argv + argc) : std::vector<std::string>();
+}
+
+std::u16string argumentText(std::string_view argument)
+{
+    return fromFileName(argument);
 }
 
 std::string userName()

@@ -60,6 +60,11 @@ std::vector<std::string> utf8Arguments(int, char **)
     return arguments;
 }
 
+std::u16string argumentText(std::string_view argument)
+{
+    return fromUtf8(argument);
+}
+
 std::string userName()
 {
     wchar_t name[UNLEN + 1];

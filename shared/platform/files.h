@@ -19,11 +19,18 @@ struct FileStatus {
 /// Empty when the name does not exist or cannot be opened; the system's last error tells why.
 std::optional<FileStatus> fileStatus(NativeName const & name);
 
-enum class StreamMode { Read, Write, Append, WriteText, AppendText };
+enum class NameKind { None, File, Folder };
+
+/// What a name stands for, in one question. A file counts also when it cannot be opened.
+NameKind kindOf(NativeName const & name);
+
+enum class StreamMode { Read, Write, Append, WriteText, AppendText, ReadShared, WriteShared };
 
 /// Opens a file; the text modes write "\n" as the system ends its lines, the others write bytes.
-/// Write truncates or creates, Append creates. Null on failure, with the system's last error set.
-/// The stream is not inherited by child processes.
+/// Write truncates or creates, Append creates. The shared modes and those of logs (Append and the
+/// text modes) let others write the file meanwhile, where Read and Write refuse that on a system
+/// that can. Null on failure, with the system's last error set. The stream is not inherited by
+/// child processes.
 std::FILE * openStream(NativeName const & name, StreamMode mode);
 
 /// The calls below return false on failure, with the system's last error set.

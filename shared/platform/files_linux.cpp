@@ -1,10 +1,10 @@
 #include "shared/platform/files.h"
 
-#include "shared/platform/descriptor_linux.h"
+#include "shared/platform/copy_file.h"
+#include "shared/platform/rename_file.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -16,79 +16,17 @@ namespace ox::platform
 namespace
 {
 
-bool writeAll(int to, char const * data, std::size_t size)
-{
-    while (size > 0) {
-        ssize_t const written = ::write(to, data, size);
-        if (written < 0 && errno != EINTR)
-            return false;
-        if (written > 0) {
-            data += written;
-            size -= static_cast<std::size_t>(written);
-        }
-    }
-    return true;
-}
-
-/// Copies from the position of one descriptor to that of another up to the end of the file.
-bool copyByReading(int from, int to)
-{
-    std::vector<char> piece(std::size_t{1} << 20);
-    for (;;) {
-        ssize_t const count = ::read(from, piece.data(), piece.size());
-        if (count == 0)
-            return true;
-        if (count < 0 && errno != EINTR)
-            return false;
-        if (count > 0 && !writeAll(to, piece.data(), static_cast<std::size_t>(count)))
-            return false;
-    }
-}
-
-bool copyContent(int from, int to)
-{
-    std::size_t const atOnce = std::size_t{1} << 30;
-    ssize_t copied = 1;
-    while (copied > 0)
-        copied = ::copy_file_range(from, nullptr, to, nullptr, atOnce, 0);
-    // Some file systems cannot copy by themselves, others say that there is nothing to copy: the
-    // reading goes on from where the copying stopped, and finds the true end.
-    return copyByReading(from, to);
-}
-
 /// Moves a file with its permission bits and times to a name on another file system.
 bool moveByCopying(NativeName const & from, NativeName const & to)
 {
-    Descriptor const source(::open(from.c_str(), O_RDONLY | O_CLOEXEC));
-    struct stat status;
-    if (!source.isOpen() || ::fstat(source.get(), &status) != 0)
+    if (!copyFile(from, to, true))
         return false;
-    Descriptor target(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    if (!target.isOpen())
-        return false;
-    timespec const times[] = {status.st_atim, status.st_mtim};
-    if (copyContent(source.get(), target.get()) && ::fchmod(target.get(), status.st_mode) == 0 &&
-        ::futimens(target.get(), times) == 0 && target.close() && ::unlink(from.c_str()) == 0)
+    if (::unlink(from.c_str()) == 0)
         return true;
     int const error = errno;
     ::unlink(to.c_str());
     errno = error;
     return false;
-}
-
-/// Renames without replacing, also on file systems that cannot do it in one step.
-bool renameToNewName(NativeName const & from, NativeName const & to)
-{
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
-        return true;
-    if (errno != EINVAL && errno != ENOSYS)
-        return false;
-    struct stat status;
-    if (::lstat(to.c_str(), &status) == 0) {
-        errno = EEXIST;
-        return false;
-    }
-    return ::rename(from.c_str(), to.c_str()) == 0;
 }
 
 } // namespace
@@ -101,9 +39,17 @@ std::optional<FileStatus> fileStatus(NativeName const & name)
     return FileStatus{S_ISDIR(status.st_mode), status.st_size, status.st_mtim.tv_sec};
 }
 
+NameKind kindOf(NativeName const & name)
+{
+    auto const status = fileStatus(name);
+    if (!status)
+        return NameKind::None;
+    return status->isFolder ? NameKind::Folder : NameKind::File;
+}
+
 std::FILE * openStream(NativeName const & name, StreamMode mode)
 {
-    static constexpr char const * modes[] = {"rbe", "wbe", "abe", "we", "ae"};
+    static constexpr char const * modes[] = {"rbe", "wbe", "abe", "we", "ae", "rbe", "wbe"};
     return std::fopen(name.c_str(), modes[static_cast<int>(mode)]);
 }
 
@@ -114,7 +60,7 @@ bool deleteFile(NativeName const & name)
 
 bool moveFile(NativeName const & from, NativeName const & to)
 {
-    if (renameToNewName(from, to))
+    if (renameToNewName(from.c_str(), to.c_str()) == Renaming::Done)
         return true;
     return errno == EXDEV && moveByCopying(from, to);
 }

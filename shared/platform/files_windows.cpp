@@ -12,35 +12,26 @@ namespace
 
 struct ModeTraits {
     DWORD access;
+    DWORD sharing;
     DWORD disposition;
     int descriptorFlags;
     char const * letters;
 };
 
-ModeTraits const & traitsOf(StreamMode mode)
-{
-    static constexpr ModeTraits traits[] = {
-        {GENERIC_READ, OPEN_EXISTING, _O_RDONLY | _O_BINARY, "rb"},
-        {GENERIC_WRITE, CREATE_ALWAYS, _O_WRONLY | _O_BINARY, "wb"},
-        {FILE_APPEND_DATA | SYNCHRONIZE, OPEN_ALWAYS, _O_WRONLY | _O_APPEND | _O_BINARY, "ab"},
-        {GENERIC_WRITE, CREATE_ALWAYS, _O_WRONLY | _O_TEXT, "wt"},
-        {FILE_APPEND_DATA | SYNCHRONIZE, OPEN_ALWAYS, _O_WRONLY | _O_APPEND | _O_TEXT, "at"}};
-    return traits[static_cast<int>(mode)];
-}
-
 /// The run-time library's safe opening shares a file with readers while it reads, with nobody while
 /// it writes. Logs are shared with everybody.
-DWORD sharingOf(StreamMode mode)
+ModeTraits const & traitsOf(StreamMode mode)
 {
-    switch (mode) {
-    case StreamMode::Read:
-        return shareReading;
-    case StreamMode::WriteText:
-    case StreamMode::AppendText:
-        return shareWriting;
-    default:
-        return shareNothing;
-    }
+    constexpr DWORD appending = FILE_APPEND_DATA | SYNCHRONIZE;
+    static constexpr ModeTraits traits[] = {
+        {GENERIC_READ, shareReading, OPEN_EXISTING, _O_RDONLY | _O_BINARY, "rb"},
+        {GENERIC_WRITE, shareNothing, CREATE_ALWAYS, _O_WRONLY | _O_BINARY, "wb"},
+        {appending, shareWriting, OPEN_ALWAYS, _O_WRONLY | _O_APPEND | _O_BINARY, "ab"},
+        {GENERIC_WRITE, shareWriting, CREATE_ALWAYS, _O_WRONLY | _O_TEXT, "wt"},
+        {appending, shareWriting, OPEN_ALWAYS, _O_WRONLY | _O_APPEND | _O_TEXT, "at"},
+        {GENERIC_READ, shareWriting, OPEN_EXISTING, _O_RDONLY | _O_BINARY, "rb"},
+        {GENERIC_WRITE, shareWriting, CREATE_ALWAYS, _O_WRONLY | _O_BINARY, "wb"}};
+    return traits[static_cast<int>(mode)];
 }
 
 /// The drive or share that a path begins with, up to and including the separator behind it. Empty
@@ -96,9 +87,17 @@ std::optional<FileStatus> fileStatus(NativeName const & name)
     return FileStatus{false, size.QuadPart, hasTime ? secondsOf(modified) : 0};
 }
 
+NameKind kindOf(NativeName const & name)
+{
+    DWORD const attributes = ::GetFileAttributesW(name.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES)
+        return NameKind::None;
+    return attributes & FILE_ATTRIBUTE_DIRECTORY ? NameKind::Folder : NameKind::File;
+}
+
 std::FILE * openStream(NativeName const & name, StreamMode mode)
 {
-    int const descriptor = openDescriptor(name, mode, sharingOf(mode));
+    int const descriptor = openDescriptor(name, mode, traitsOf(mode).sharing);
     if (descriptor < 0)
         return nullptr;
     std::FILE * const stream = ::_fdopen(descriptor, modeLetters(mode));

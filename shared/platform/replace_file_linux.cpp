@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace ox::platform
@@ -33,6 +34,16 @@ bool replaceFile(NativeName const & from, NativeName const & to)
     // The new file is in place whatever comes of this: not every share lets a folder be flushed.
     flushToDisk(folderOf(to));
     return true;
+}
+
+bool copyPermissions(NativeName const & from, NativeName const & to)
+{
+    struct stat status;
+    if (::stat(from.c_str(), &status) != 0)
+        return false;
+    bool const hasGroup = ::chown(to.c_str(), status.st_uid, status.st_gid) == 0 ||
+                          ::chown(to.c_str(), static_cast<uid_t>(-1), status.st_gid) == 0;
+    return ::chmod(to.c_str(), status.st_mode & (hasGroup ? 0777 : 0707)) == 0;
 }
 
 } // namespace ox::platform

@@ -2,6 +2,8 @@
 
 #include "shared/platform/handle_windows.h"
 
+#include <vector>
+
 namespace ox::platform
 {
 namespace
@@ -19,6 +21,16 @@ bool replaceFile(NativeName const & from, NativeName const & to)
 {
     return flushToDisk(from) && ::MoveFileExW(from.c_str(), to.c_str(),
                                               MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
+}
+
+bool copyPermissions(NativeName const & from, NativeName const & to)
+{
+    constexpr SECURITY_INFORMATION rights = DACL_SECURITY_INFORMATION;
+    DWORD size = 0;
+    ::GetFileSecurityW(from.c_str(), rights, nullptr, 0, &size);
+    std::vector<char> descriptor(size);
+    return ::GetFileSecurityW(from.c_str(), rights, descriptor.data(), size, &size) &&
+           ::SetFileSecurityW(to.c_str(), rights, descriptor.data());
 }
 
 } // namespace ox::platform

@@ -1,37 +1,13 @@
 #include "shared/fs/file.h"
 
 #include "shared/system/os_error.h"
+#include "tests/fs/holder_windows.h"
 #include "tests/fs/support.h"
 
 #include <QDir>
 #include <QFileInfo>
 
-#include <windows.h>
-
 using FileOnWindows = FolderTest;
-
-namespace
-{
-
-/// A file that is open without sharing to the end of the scope.
-class Holder
-{
-  public:
-    explicit Holder(QString const & name)
-        : handle_(::CreateFileW(name.toStdWString().c_str(), GENERIC_READ, 0, nullptr,
-                                OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr))
-    {
-        EXPECT_NE(handle_, INVALID_HANDLE_VALUE);
-    }
-    ~Holder() { ::CloseHandle(handle_); }
-    Holder(Holder const &) = delete;
-    Holder & operator=(Holder const &) = delete;
-
-  private:
-    HANDLE handle_;
-};
-
-} // namespace
 
 TEST_F(FileOnWindows, SaysWhyItCannotDeleteOrReplaceAFileInUse)
 {
@@ -47,6 +23,13 @@ TEST_F(FileOnWindows, SaysWhyItCannotDeleteOrReplaceAFileInUse)
     EXPECT_EQ(oxWriteBufferToFile(name, bytes, 1),
               text("Unable to write/open file: ") +
                   QString(oxLastOSError(ERROR_SHARING_VIOLATION)));
+}
+
+TEST_F(FileOnWindows, SeesAFileThatOthersKeepToThemselves)
+{
+    QString const name = make(path("a"));
+    Holder const holder(name);
+    EXPECT_TRUE(oxFileExists(_oxString<500>(name)));
 }
 
 TEST_F(FileOnWindows, KnowsDrivesByTheirRoot)

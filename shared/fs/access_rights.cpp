@@ -1,0 +1,30 @@
+#include "shared/fs/access_rights.h"
+
+#include "shared/platform/access_rights.h"
+
+#include <cstring>
+
+using ox::platform::NativeName;
+
+namespace
+{
+
+/// Empty for what is no path of the farm's records.
+NativeName recordPath(char const * path)
+{
+    if (!path || std::strlen(path) > 500)
+        return {};
+    return ox::platform::nativeName(std::string_view(path));
+}
+
+} // namespace
+
+bool oxSetFolderRights_ReadWriteAll(char const * path, bool inherit)
+{
+    return ox::platform::allowEverybodyToFill(recordPath(path), inherit);
+}
+
+bool oxSetFileRights_ReadWriteExecuteAll(char const * path)
+{
+    return ox::platform::allowEverybodyToExecute(recordPath(path));
+}

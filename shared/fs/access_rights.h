@@ -1,0 +1,15 @@
+#pragma once
+
+#include "shared/export.h"
+
+/// Rights for everybody, on files and folders that all users of the farm's machines share. They are
+/// added to those there are: owner, group and others where the system has such modes, an entry for
+/// everybody in the access list on Windows. A null pointer, an empty path and one of more than 500
+/// characters give false; so does a failure, with the system's last error set.
+
+/// Lets everybody read and fill a folder. With `inherit`, what is put into it later gets the same
+/// rights, where the system knows such a thing; what is in it already keeps its own.
+OX_EXPORT bool oxSetFolderRights_ReadWriteAll(char const * path, bool inherit);
+
+/// Lets everybody read, write and execute a file.
+OX_EXPORT bool oxSetFileRights_ReadWriteExecuteAll(char const * path);

@@ -1,0 +1,204 @@
+#include "shared/fs/empty_folder.h"
+
+#include "shared/fs/native_path.h"
+#include "shared/platform/clock.h"
+#include "shared/platform/folder_tree.h"
+#include "shared/system/os_error.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+using ox::detail::ownSeparator;
+using ox::platform::FolderTree;
+
+namespace
+{
+
+using Entry = FolderTree::Entry;
+
+QString nameOf(Entry const & entry)
+{
+    return ox::detail::toQString(ox::platform::nameText(entry.name));
+}
+
+/// One pass over the tree, from the outside in and back. The way is kept in a list and not on the
+/// stack, which a deep tree would overflow.
+class Emptying
+{
+  public:
+    Emptying(QString const & folder, _oxEmptyFolderOptions const & options)
+        : options_(options), newest_(ox::platform::currentTime() - std::max(options.minAge, 0))
+    {
+        QString const path = folder.endsWith(ownSeparator) ? folder : folder + ownSeparator;
+        levels_.push_back({path, {}, {}, false});
+        if (!tree_.open(ox::detail::nativePath(folder)))
+            failed(true, folder);
+        else if (tree_.isRoot())
+            failed(true, folder, QStringLiteral("it is the root of a drive or share."));
+        else
+            result_.done = deleteFiles();
+    }
+
+    _oxEmptyFolderResult run()
+    {
+        while (result_.done && levels_.size() + levels_.back().subfolders.size() > 1) {
+            if (levels_.back().subfolders.empty())
+                leave();
+            else
+                enterNext();
+        }
+        return std::move(result_);
+    }
+
+  private:
+    struct Level {
+        QString path; ///< with a separator at its end
+        Entry folder;
+        std::vector<Entry> subfolders; ///< still to be emptied
+        bool keepsSomething;
+    };
+
+    bool mayGoOn() const { return !options_.stop || !options_.stop(); }
+
+    bool isTooYoung(Entry const & entry) const
+    {
+        return options_.minAge > 0 && entry.modified > newest_;
+    }
+
+    void enterNext()
+    {
+        Level & level = levels_.back();
+        Entry folder = std::move(level.subfolders.back());
+        level.subfolders.pop_back();
+        QString const path = level.path + nameOf(folder);
+        if (!tree_.enter(folder)) {
+            failed(true, path);
+            return;
+        }
+        levels_.push_back({path + ownSeparator, std::move(folder), {}, false});
+        deleteFiles();
+    }
+
+    void leave()
+    {
+        Level const left = std::move(levels_.back());
+        levels_.pop_back();
+        QString const path = left.path.left(left.path.size() - 1);
+        if (!tree_.leave()) {
+            failed(true, path);
+            result_.done = false;
+        } else if (left.keepsSomething || isTooYoung(left.folder)) {
+            levels_.back().keepsSomething = true;
+        } else {
+            deleteEntry(left.folder, path);
+        }
+    }
+
+    /// Deletes the files of the current folder and sets its subfolders aside. False when it cannot
+    /// be read.
+    bool deleteFiles()
+    {
+        Level & level = levels_.back();
+        auto entries = tree_.entries();
+        if (!entries) {
+            failed(true, level.path.left(level.path.size() - 1));
+            return false;
+        }
+        result_.done = true;
+        for (Entry & entry : *entries) {
+            QString const name = nameOf(entry);
+            bool const isSkipped = options_.skip.contains(name, Qt::CaseInsensitive);
+            bool const isWanted = !isSkipped && (!entry.isFolder || options_.recursive);
+            if (isWanted && entry.isFolder)
+                level.subfolders.push_back(std::move(entry));
+            else if (!isWanted || isTooYoung(entry))
+                level.keepsSomething = true;
+            else if (!deleteEntry(entry, level.path + name))
+                break;
+        }
+        return result_.done;
+    }
+
+    /// False when the pass was asked to stop.
+    bool deleteEntry(Entry const & entry, QString const & path)
+    {
+        result_.done = mayGoOn();
+        if (!result_.done)
+            return false;
+        if (!options_.rehearse && !tree_.remove(entry)) {
+            failed(entry.isFolder, path);
+            return true;
+        }
+        ++result_.count;
+        result_.bytes += entry.size;
+        tell(path, QString());
+        return true;
+    }
+
+    /// What failed stays in the current folder. The reason is the system's last error by default.
+    void failed(bool isFolder, QString const & path,
+                QString const & reason = QString(oxLastOSError()))
+    {
+        levels_.back().keepsSomething = true;
+        ++result_.failures;
+        result_.lastError = (isFolder ? QStringLiteral("Error deleting folder ")
+                                      : QStringLiteral("Unable to delete file ")) +
+                            path + QStringLiteral(", ") + reason;
+        tell(path, result_.lastError);
+    }
+
+    void tell(QString const & path, QString const & failure) const
+    {
+        if (options_.tell)
+            options_.tell(path, failure);
+    }
+
+    _oxEmptyFolderOptions const & options_;
+    std::int64_t const newest_;
+    FolderTree tree_;
+    std::vector<Level> levels_;
+    _oxEmptyFolderResult result_;
+};
+
+/// The options in force, in the words of the farm's messages.
+QString optionWords(bool recursive, bool ignoreErrors, int minAge)
+{
+    return (recursive ? QStringLiteral(" -rec") : QString()) +
+           (ignoreErrors ? QStringLiteral(" -ign") : QString()) +
+           (minAge > 0 ? QStringLiteral(" -del %1").arg(minAge) : QString());
+}
+
+} // namespace
+
+_oxEmptyFolderResult oxEmptyFolder(QString const & folder, _oxEmptyFolderOptions const & options)
+{
+    return Emptying(folder, options).run();
+}
+
+bool oxEmptyFolder(QString const & folder, bool const & recursive, bool const & ignoreErrors,
+                   int const & minAge, QStringList const * const skip, QString * messages,
+                   int * count, __int64 * bytes, QString * lastError)
+{
+    QString lines = folder + optionWords(recursive, ignoreErrors, minAge);
+    _oxEmptyFolderOptions options;
+    options.recursive = recursive;
+    options.minAge = minAge;
+    if (skip)
+        options.skip = *skip;
+    options.tell = [&lines](QString const &, QString const & failure) {
+        if (!failure.isEmpty())
+            lines += u'\n' + failure;
+    };
+
+    auto const result = oxEmptyFolder(folder, options);
+    if (messages)
+        *messages = lines;
+    if (count)
+        *count = result.count;
+    if (bytes)
+        *bytes = result.bytes;
+    if (lastError)
+        *lastError = result.lastError;
+    return result.done && (ignoreErrors || result.failures == 0);
+}

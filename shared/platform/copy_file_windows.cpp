@@ -1,0 +1,41 @@
+#include "shared/platform/copy_file.h"
+
+#include "shared/platform/handle_windows.h"
+
+#include <optional>
+
+namespace ox::platform
+{
+namespace
+{
+
+std::optional<BY_HANDLE_FILE_INFORMATION> identityOf(NativeName const & name)
+{
+    Handle const file(openFile(name, 0, shareAll, OPEN_EXISTING));
+    BY_HANDLE_FILE_INFORMATION information;
+    if (!file.isOpen() || !::GetFileInformationByHandle(file.get(), &information))
+        return std::nullopt;
+    return information;
+}
+
+} // namespace
+
+bool copyFile(NativeName const & from, NativeName const & to, bool failIfExists)
+{
+    return ::CopyFileW(from.c_str(), to.c_str(), failIfExists);
+}
+
+bool areDifferentFiles(NativeName const & one, NativeName const & other)
+{
+    auto const first = identityOf(one);
+    auto const second = identityOf(other);
+    if (first && second && first->dwVolumeSerialNumber == second->dwVolumeSerialNumber &&
+        first->nFileIndexHigh == second->nFileIndexHigh &&
+        first->nFileIndexLow == second->nFileIndexLow) {
+        ::SetLastError(ERROR_SHARING_VIOLATION);
+        return false;
+    }
+    return true;
+}
+
+} // namespace ox::platform

@@ -1,0 +1,154 @@
+// Copies under real faults: a full disk, missing rights, failing reads and writes.
+
+#include "shared/fs/copy.h"
+
+#include "shared/system/os_error.h"
+#include "tests/fs/support.h"
+
+#include <QFileInfo>
+
+#include <cerrno>
+#include <string>
+
+namespace
+{
+
+class CopyOnLinux : public FolderTest
+{
+  protected:
+    /// What a shell prints that runs in the test's folder; "$0" is the other process.
+    std::string printed(char const * script) const
+    {
+        QProcess process;
+        process.setWorkingDirectory(folder.path());
+        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        process.start(text("sh"), {text("-ec"), text(script), text(OX_TEST_CHILD)});
+        process.waitForFinished(-1);
+        return process.readAllStandardOutput().toStdString();
+    }
+
+    bool works(char const * command) const
+    {
+        return printed((command + std::string(" >works 2>&1 && echo yes; rm works")).c_str()) ==
+               "yes\n";
+    }
+
+    QString const from = path("a");
+    QString const to = path("b");
+};
+
+std::string lines(QStringList const & list)
+{
+    return (list.join(u'\n') + u'\n').toStdString();
+}
+
+} // namespace
+
+TEST_F(CopyOnLinux, KeepsPermissionBitsAndReplacesLinksNotTheirTargets)
+{
+    make(from);
+    ASSERT_TRUE(QFile::setPermissions(from, QFile::ReadOwner | QFile::ExeOwner | QFile::ExeOther));
+    ASSERT_TRUE(QFile::link(make(path("c"), "untouched"), to));
+    EXPECT_EQ(oxCopyFile(from, to, true, -1), QString());
+    EXPECT_EQ(QFile::permissions(to), QFile::permissions(from));
+    EXPECT_EQ(contentOf(path("c")), "untouched");
+
+    QFile::remove(to);
+    ASSERT_TRUE(QFile::link(path("none"), to));
+    EXPECT_EQ(oxCopyFile(from, to, false, -1), QString(oxLastOSError(EEXIST)));
+    EXPECT_FALSE(QFile::exists(path("none")));
+    QFile::remove(to);
+    ASSERT_TRUE(QFile::link(from, to));
+    EXPECT_EQ(oxCopyFile(to, from, true, -1), QString(oxLastOSError(EEXIST)));
+    EXPECT_EQ(contentOf(from), "content");
+}
+
+TEST_F(CopyOnLinux, ReadsFromFileSystemsThatTellNoSizeAndCannotCopy)
+{
+    for (int const pauseMs : {-1, 0}) {
+        EXPECT_EQ(oxCopyFile(text("/proc/version"), to, true, pauseMs), QString());
+        EXPECT_EQ(contentOf(to), contentOf(text("/proc/version")));
+    }
+}
+
+TEST_F(CopyOnLinux, SaysThatASourceIsShorterThanItsSize)
+{
+    QString const lying = text("/sys/kernel/mm/transparent_hugepage/enabled");
+    if (QFileInfo(lying).size() != 4096)
+        GTEST_SKIP() << "there is no system file that is shorter than it says";
+    bool limitReported = false;
+    make(to, {});
+    EXPECT_EQ(oxResumeFile(lying, to, limitReported),
+              text("Unable to read all data  %1 != 4096-0").arg(contentOf(lying).size()));
+}
+
+TEST_F(CopyOnLinux, RefusesABufferOfAWholeSourceThatIsTooLarge)
+{
+    make(from);
+    ASSERT_TRUE(QFile::resize(from, (768ll << 20) + 1));
+    _OX_DataBuffer added;
+    bool limitReported = false;
+    EXPECT_EQ(oxResumeFile(from, to, limitReported, &added),
+              text("Unable to append data.  Buffer data: 0 memsize: 0 addsize: 805306369"));
+    EXPECT_FALSE(QFile::exists(to));
+}
+
+TEST_F(CopyOnLinux, ShowsAFullDisk)
+{
+    if (!works("unshare -rm mount -t tmpfs tmpfs ."))
+        GTEST_SKIP() << "mounting a small disk in a name space of its own is not allowed";
+    make(from, QByteArray(3 << 20, 'x'));
+    make(path("log"), "a log that");
+    std::string const result = printed(R"sh(
+        mkdir disk && exec unshare -rm sh -ec '
+            mount -t tmpfs -o size=1m tmpfs disk
+            "$0" copy a disk/b -1; ls disk
+            "$0" copy a disk/b 0; wc -c <disk/b
+            cat log >disk/b 2>&1; cat a >>log
+            "$0" resume log disk/b; cmp -n 1048576 log disk/b; wc -c <disk/b' "$0")sh");
+    // By the piece, a copy that was cut short is a success, and for the caller to find.
+    EXPECT_EQ(result, lines({QString(oxLastOSError(ENOSPC)), QString(), text("1048576"),
+                             text("Unable to write data"), text("1048576")}));
+}
+
+TEST_F(CopyOnLinux, NeedsTheRightToWriteIntoTheFolder)
+{
+    if (!works("setpriv --version"))
+        GTEST_SKIP() << "setpriv is needed (package util-linux)";
+    make(from);
+    std::string const result = printed(R"sh(
+        unprivileged=
+        if [ "$(id -u)" = 0 ]; then
+            unprivileged="setpriv --bounding-set=-dac_override --inh-caps=-dac_override"
+        fi
+        mkdir folder; echo old >folder/b; chmod 500 folder
+        $unprivileged "$0" copy a folder/c -1; $unprivileged "$0" copy a folder/c 0
+        $unprivileged "$0" copy a folder/b 0; $unprivileged "$0" resume a folder/c
+        cat folder/*; chmod 700 folder)sh");
+    QString const refusal = oxLastOSError(EACCES);
+    EXPECT_EQ(result,
+              lines({refusal, text("Unable to open output file."),
+                     text("Unable to delete file, %1.").arg(refusal), refusal, text("old")}));
+}
+
+TEST_F(CopyOnLinux, EndsFailingReadsAndWritesAsDocumented)
+{
+    make(from, "1234567");
+    make(path("log"), "123");
+    if (sizeof(void *) == 4 || !works("fiu-run -x \"$0\" copy a a 0"))
+        GTEST_SKIP() << "fiu-run is needed, which makes calls of 64-bit programs fail (package "
+                        "fiu-utils); it does not go together with sanitizers";
+    std::string const result = printed(R"sh(
+        with() { fault=$1; shift; fiu-run -x -c "enable name=posix/$fault" "$0" "$@"; }
+        with io/rw/write,failinfo=28 copy /proc/version b -1; ls
+        with io/rw/read,failinfo=116 copy /proc/version b -1; ls
+        with stdio/rw/fread copy a b 0; wc -c <b
+        with stdio/rw/fwrite copy a b 0; wc -c <b
+        with stdio/rw/fwrite resume a log
+        with stdio/rw/fread resume a log
+        cat log; echo)sh");
+    EXPECT_EQ(result, lines({QString(oxLastOSError(ENOSPC)), text("a"), text("log"),
+                             QString(oxLastOSError(ESTALE)), text("a"), text("log"), QString(),
+                             text("0"), QString(), text("0"), text("Unable to write data"),
+                             text("Unable to read all data  0 != 7-3"), text("123")}));
+}

@@ -1,0 +1,229 @@
+#include "shared/fs/copy.h"
+
+#include "shared/fs/file.h"
+#include "shared/system/os_error.h"
+#include "tests/fs/support.h"
+
+#include <QDateTime>
+#include <QFileInfo>
+
+#include <atomic>
+#include <cerrno>
+#include <filesystem>
+#include <thread>
+
+namespace
+{
+
+constexpr int mebibyte = 1024 * 1024;
+constexpr int bySystem = -1;
+constexpr int byPieces = 0;
+bool const isWindows = QDir::separator() == u'\\';
+
+QByteArray bytes(int size)
+{
+    QByteArray result(size, '\0');
+    for (int i = 0; i < size; ++i)
+        result[i] = static_cast<char>(i * 7 + i / 256 + 1);
+    return result;
+}
+
+void extend(QString const & name, QByteArray const & more)
+{
+    QFile file(name);
+    ASSERT_TRUE(file.open(QIODevice::Append));
+    file.write(more);
+}
+
+QByteArray contentOf(_OX_DataBuffer const & buffer)
+{
+    return QByteArray(buffer.data, buffer.size);
+}
+
+/// A folder with a source and the name of a target, and what one resume after another leaves.
+class Copy : public FolderTest
+{
+  protected:
+    QString resume(_OX_DataBuffer * added = nullptr)
+    {
+        return oxResumeFile(from, to, limitReported, added);
+    }
+
+    QString const from = path("a");
+    QString const to = path("b");
+    bool limitReported = false;
+};
+
+using Resume = Copy;
+
+} // namespace
+
+TEST_F(Copy, HasTheContentAndTheTimeOfItsSource)
+{
+    for (int const size : {0, 1, mebibyte, 2 * mebibyte + 3}) {
+        for (int const pauseMs : {bySystem, byPieces, 1}) {
+            QByteArray const content = bytes(size);
+            make(from, content);
+            make(to, bytes(size + 9));
+            _oxTime stamp(std::int64_t{1500000000} + size, true);
+            ASSERT_TRUE(oxSetFileTime(from, &stamp));
+            EXPECT_EQ(oxCopyFile(from, to, true, pauseMs), QString());
+            EXPECT_EQ(contentOf(to), content) << size << ' ' << pauseMs;
+            EXPECT_EQ(QFileInfo(to).lastModified().toSecsSinceEpoch(), stamp.value)
+                << size << ' ' << pauseMs;
+        }
+    }
+}
+
+TEST_F(Copy, TakesAnExistingTargetForDone)
+{
+    make(to, "old");
+    EXPECT_EQ(oxCopyFile(from, to, false, byPieces), QString());
+    make(from);
+    EXPECT_EQ(oxCopyFile(from, to, false, bySystem), QString());
+    EXPECT_EQ(contentOf(to), "old");
+}
+
+TEST_F(Copy, SaysWhatIsMissing)
+{
+    QString const nowhere = folder.filePath(text("none/b"));
+    int const missingFolder = isWindows ? 3 : ENOENT;
+    for (int const pauseMs : {bySystem, byPieces}) {
+        EXPECT_EQ(oxCopyFile(from, to, true, pauseMs), text("Source file does not exist."));
+        EXPECT_EQ(oxCopyFile(folder.path(), to, true, pauseMs),
+                  text("Source file does not exist."));
+    }
+    make(from);
+    EXPECT_EQ(oxCopyFile(from, nowhere, true, bySystem), QString(oxLastOSError(missingFolder)));
+    EXPECT_EQ(oxCopyFile(from, nowhere, true, byPieces), text("Unable to open output file."));
+    EXPECT_EQ(oxCopyFile(from, folder.path(), true, byPieces), text("Unable to open output file."));
+    EXPECT_NE(oxCopyFile(from, folder.path(), true, bySystem), QString());
+    EXPECT_FALSE(QFile::exists(to));
+}
+
+TEST_F(Copy, NeverGoesOntoItsOwnSource)
+{
+    make(from, "precious");
+    std::filesystem::create_hard_link(from.toStdU16String(), to.toStdU16String());
+    QString const refusal = oxLastOSError(isWindows ? 32 : EEXIST);
+    for (int const pauseMs : {bySystem, byPieces}) {
+        EXPECT_EQ(oxCopyFile(from, from, true, pauseMs), refusal);
+        EXPECT_EQ(oxCopyFile(from, to, true, pauseMs), refusal);
+        EXPECT_EQ(contentOf(from), "precious");
+    }
+}
+
+TEST_F(Copy, TellsWhetherTheLastPieceEndsInZeros)
+{
+    struct {
+        char const * piece; // "0" stands for the byte 0
+        bool endsEmpty;
+    } const cases[] = {{"0", true},
+                       {"x", false},
+                       {"xxxxxxxxx0", true},
+                       {"0xx0xxxxxx", false},
+                       {"xxxxxxxxxx0", false},
+                       {"xxxx0xxxxx0", false},
+                       {"x0xxxxxxxx0", false},
+                       {"x0xx0xxxxxx", false},
+                       {"x0xx0xxxxx0", true}};
+    for (auto const & each : cases) {
+        QByteArray const piece = QByteArray(each.piece).replace('0', '\0');
+        for (QByteArray const & content : {piece, QByteArray(mebibyte, '\0') + piece}) {
+            bool endsEmpty = !each.endsEmpty;
+            EXPECT_EQ(oxCopyFile(make(from, content), to, true, byPieces, &endsEmpty), QString());
+            EXPECT_EQ(endsEmpty, each.endsEmpty) << each.piece;
+        }
+    }
+    bool endsEmpty = false;
+    oxCopyFile(make(from, QByteArray(20, '\0')), to, true, bySystem, &endsEmpty);
+    EXPECT_FALSE(endsEmpty);
+}
+
+TEST_F(Resume, AppendsWhatTheSourceGained)
+{
+    QByteArray const content = bytes(mebibyte + 5);
+    make(from, content.left(1000));
+    EXPECT_EQ(resume(), QString()); // all of it, as there is no target
+    extend(from, content.mid(1000));
+    _OX_DataBuffer added;
+    ASSERT_TRUE(added.append(const_cast<char *>("kept "), 5));
+    EXPECT_EQ(resume(&added), QString());
+    EXPECT_EQ(contentOf(to), content);
+    EXPECT_EQ(contentOf(added), "kept " + content.mid(1000));
+    EXPECT_EQ(resume(&added), QString());
+    EXPECT_EQ(contentOf(to), content);
+    EXPECT_EQ(added.size, content.size() - 1000 + 5);
+}
+
+TEST_F(Resume, CopiesAllOfASourceThatWasStartedAgain)
+{
+    make(from, "again");
+    for (bool const existed : {true, false}) {
+        _OX_DataBuffer added;
+        ASSERT_TRUE(added.append(const_cast<char *>("of the run before"), 17));
+        for (_OX_DataBuffer * const buffer : {static_cast<_OX_DataBuffer *>(nullptr), &added}) {
+            QFile::remove(to);
+            if (existed)
+                make(to, "longer than before");
+            EXPECT_EQ(resume(buffer), QString());
+            EXPECT_EQ(contentOf(to), "again");
+        }
+        EXPECT_EQ(contentOf(added), "again");
+    }
+}
+
+TEST_F(Resume, LeavesLargeLogsAloneAndSaysSoOnce)
+{
+    make(from, bytes(100));
+    make(to, bytes(100));
+    ASSERT_TRUE(QFile::resize(from, 25 * mebibyte));
+    EXPECT_EQ(resume(), QString());
+    EXPECT_EQ(QFileInfo(to).size(), 25 * mebibyte);
+    extend(from, "x");
+    EXPECT_EQ(resume(), text("Log file larger than 25 MB, stopping copy to oxShare."));
+    EXPECT_TRUE(limitReported);
+    EXPECT_EQ(resume(), QString());
+    EXPECT_EQ(QFileInfo(to).size(), 25 * mebibyte);
+
+    QFile::remove(to); // a whole copy knows no limit
+    EXPECT_EQ(resume(), QString());
+    EXPECT_EQ(QFileInfo(to).size(), 25 * mebibyte + 1);
+}
+
+TEST_F(Resume, SaysWhatItCannotDo)
+{
+    EXPECT_EQ(resume(), text("Source file does not exist"));
+    make(from, "12345");
+    _OX_DataBuffer added;
+    EXPECT_NE(oxResumeFile(from, folder.path(), limitReported, &added), QString());
+    make(to, {});
+    added.size = 768 * mebibyte;
+    EXPECT_EQ(resume(&added),
+              text("Unable to append data.  Buffer data: 805306368 memsize: %1 addsize: 5")
+                  .arg(added.sizeAllocated));
+    EXPECT_EQ(contentOf(to), QByteArray());
+}
+
+TEST_F(Resume, TakesEveryByteOfAGrowingSourceOnce)
+{
+    make(from, {});
+    make(to, {});
+    QByteArray const content = bytes(3 * mebibyte);
+    std::atomic<bool> written = false;
+    std::thread writer([&] {
+        QFile log(from); // open all the time, as a renderer has its log
+        ASSERT_TRUE(log.open(QIODevice::Append | QIODevice::Unbuffered));
+        for (int at = 0; at < content.size(); at += 4099)
+            log.write(content.constData() + at, std::min(4099, int(content.size()) - at));
+        written = true;
+    });
+    _OX_DataBuffer added;
+    for (bool last = false; !last;) {
+        last = written;
+        EXPECT_EQ(resume(&added), QString());
+    }
+    writer.join();
+    EXPECT_TRUE(contentOf(to) == content);
+    EXPECT_TRUE(contentOf(added) == content);
+}

@@ -1,0 +1,75 @@
+#include "shared/fs/dir_listing.h"
+
+#include "shared/fs/empty_folder.h"
+#include "shared/fs/file.h"
+#include "tests/fs/support.h"
+
+#include <filesystem>
+#include <fstream>
+#include <set>
+
+using DirListingOnLinux = FolderTest;
+
+// Latin-1, a cut character, the three-byte form of a surrogate beside the byte that its value
+// stands for, and bytes that no text has.
+TEST_F(DirListingOnLinux, FindsFilesUnderNamesThatAreNotUtf8)
+{
+    std::set<std::string> const names{"caf\xe9.exr", "\xd0", "\xed\xb3\xbf",  "\xff",
+                                      "\xf0\x9f",    "ok",   "a\xed\xa0\x80", "\xef\xbf\xbd"};
+    for (std::string const & name : names)
+        std::ofstream(folder.path().toStdString() + "/" + name) << name;
+    oxDirListing listing;
+    listing.init(folder.path(), false, true, true, false);
+    std::set<std::string> found;
+    while (listing.nextFile()) {
+        __int64 size = 0;
+        _oxTime time;
+        EXPECT_TRUE(oxFileExists(listing.dirFileName(), &time, &size));
+        EXPECT_EQ(size, listing.fileSize());
+        EXPECT_EQ(time.value, listing.fileTime().value);
+        // By its content it is that file and no other.
+        QString const moved = folder.filePath(text("moved"));
+        ASSERT_TRUE(oxRenameFile(listing.dirFileName(), moved, false));
+        found.insert(contentOf(moved).toStdString());
+        EXPECT_EQ(oxDeleteFile(moved), QString());
+    }
+    EXPECT_EQ(found, names);
+}
+
+TEST_F(DirListingOnLinux, TakesALinkForWhatItLeadsTo)
+{
+    QDir().mkpath(path("dir"));
+    make(path("a"));
+    QFile::link(path("dir"), path("toDir"));
+    QFile::link(path("a"), path("toFile"));
+    QFile::link(path("none"), path("toNothing"));
+    for (char const * name : {"toDir", "toFile", "toNothing"}) {
+        oxDirListing listing;
+        listing.init(path(name) + u'*', true, false, false, false);
+        ASSERT_TRUE(listing.nextFile()) << name;
+        EXPECT_EQ(listing.isDir(), text(name) == text("toDir"));
+        EXPECT_GT(listing.fileTime().value, 0);
+        EXPECT_EQ(text(name) == text("toFile"), listing.fileSize() == 7);
+    }
+}
+
+TEST_F(DirListingOnLinux, TakesPatternsByTheirLetterCase)
+{
+    make(path("shot_1"));
+    make(path("Shot_2"));
+    oxDirListing listing;
+    listing.init(path("shot_*"), false, false, false, false);
+    ASSERT_TRUE(listing.nextFile());
+    EXPECT_EQ(listing.fileName(), text("shot_1"));
+    EXPECT_FALSE(listing.nextFile());
+    // Before a dot "?" also stands for nothing.
+    make(path("shot.exr"));
+    listing.init(path("sho?t?.*r*"), false, false, false, false);
+    EXPECT_FALSE(listing.nextFile());
+    listing.init(path("shot?.*r*"), false, false, false, false);
+    ASSERT_TRUE(listing.nextFile());
+    EXPECT_EQ(listing.fileName(), text("shot.exr"));
+    listing.init(text("/et*"), true, false, false, false);
+    ASSERT_TRUE(listing.nextFile());
+    EXPECT_EQ(listing.dirFileName(), text("/etc"));
+}

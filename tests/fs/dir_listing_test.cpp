@@ -1,0 +1,204 @@
+#include "shared/fs/dir_listing.h"
+
+#include "shared/fs/file.h"
+#include "shared/system/os_error.h"
+#include "tests/fs/support.h"
+
+#include <algorithm>
+
+namespace
+{
+
+/// All names of a listing, sorted; folders with a slash behind them.
+QStringList namesOf(oxDirListing & listing)
+{
+    QStringList names;
+    while (listing.nextFile())
+        names << listing.fileName() + (listing.isDir() ? text("/") : QString());
+    names.sort();
+    return names;
+}
+
+QStringList list(QString const & path, bool includeDirs, bool readIntoMemory = false)
+{
+    oxDirListing listing;
+    listing.init(path, includeDirs, readIntoMemory, false, false);
+    return namesOf(listing);
+}
+
+class DirListing : public FolderTest
+{
+  protected:
+    /// Makes files, and folders of names that end with a slash.
+    void fill(std::initializer_list<char const *> names)
+    {
+        for (char const * name : names) {
+            if (text(name).endsWith(u'/'))
+                QDir().mkpath(path(name));
+            else
+                make(path(name));
+        }
+    }
+};
+
+} // namespace
+
+TEST_F(DirListing, GivesFilesAndOnRequestFoldersButNeverDots)
+{
+    fill({"a.exr", "b.txt", ".hidden", "dir/", ".git/", "dir/inside"});
+    QStringList const files{text(".hidden"), text("a.exr"), text("b.txt")};
+    QStringList const all{text(".git/"), text(".hidden"), text("a.exr"), text("b.txt"),
+                          text("dir/")};
+    for (bool const inMemory : {false, true}) {
+        EXPECT_EQ(list(folder.path(), false, inMemory), files);
+        EXPECT_EQ(list(folder.path(), true, inMemory), all);
+        EXPECT_EQ(list(folder.path() + QDir::separator(), true, inMemory), all);
+    }
+    // The separators of the other systems mean the same.
+    EXPECT_EQ(list(folder.path().replace(u'/', u'\\'), true), all);
+    EXPECT_EQ(list(folder.path().replace(u'\\', u'/'), true), all);
+}
+
+TEST_F(DirListing, TellsOfEachEntryWhatTheFileTellsItself)
+{
+    make(path("a.bin"), QByteArray(1234, 'x'));
+    fill({"dir/"});
+    _oxTime stamp(std::int64_t{1600000000}, true);
+    ASSERT_TRUE(oxSetFileTime(path("a.bin"), &stamp));
+    for (bool const inMemory : {false, true}) {
+        oxDirListing listing;
+        listing.init(folder.path(), true, inMemory, false, true);
+        int seen = 0;
+        for (; listing.nextFile(); ++seen) {
+            QString name;
+            __int64 size = -1;
+            _oxTime time;
+            listing.fileName(name);
+            listing.fileSize(size);
+            listing.fileTime(time);
+            EXPECT_EQ(listing.dirFileName(), path(name.toLatin1().constData()));
+            EXPECT_EQ(listing.lxAccessrights(), listing.isDir() ? text("d") : text(" "));
+            EXPECT_EQ(size, listing.isDir() ? 0 : 1234);
+            EXPECT_EQ(size, listing.fileSize());
+            EXPECT_EQ(time.value, listing.fileTime().value);
+            if (listing.isDir())
+                continue;
+            _oxTime ofFile;
+            ASSERT_TRUE(oxFileExists(listing.dirFileName(), &ofFile));
+            EXPECT_EQ(time.value, stamp.value);
+            EXPECT_EQ(time.value, ofFile.value);
+        }
+        EXPECT_EQ(seen, 2);
+    }
+}
+
+TEST_F(DirListing, OfAFileHasThatFileOnly)
+{
+    fill({"shot.exr", "shot.exr2", "s"});
+    oxDirListing listing;
+    listing.init(path("shot.exr"), true, false, false, false);
+    ASSERT_TRUE(listing.nextFile());
+    EXPECT_EQ(listing.dirFileName(), path("shot.exr"));
+    EXPECT_EQ(listing.fileSize(), 7);
+    EXPECT_FALSE(listing.isDir());
+    EXPECT_FALSE(listing.nextFile());
+    EXPECT_FALSE(listing.nextFile());
+    EXPECT_EQ(listing.error(), 0);
+}
+
+TEST_F(DirListing, FindsWhatAPatternFits)
+{
+    fill({"shot", "shot_", "shot_1.exr", "shot_12.exr", "shot_1.exr.tmp", "take.1", "sub/"});
+    struct {
+        char const * pattern;
+        QStringList names;
+    } const cases[] = {
+        {"shot_*",
+         {text("shot_"), text("shot_1.exr"), text("shot_1.exr.tmp"), text("shot_12.exr")}},
+        {"sh?t_1.*", {text("shot_1.exr"), text("shot_1.exr.tmp")}},
+        {"*exr.*p*", {text("shot_1.exr.tmp")}},
+        {"shot.*", {text("shot")}},
+        {"s*b*", {text("sub/")}},
+        {"*.*", list(folder.path(), true)},
+        {"none*", {}}};
+    for (auto const & c : cases) {
+        oxDirListing listing;
+        listing.init(path(c.pattern), true, false, false, false);
+        EXPECT_EQ(namesOf(listing), c.names) << c.pattern;
+        EXPECT_EQ(listing.error(), 0);
+    }
+}
+
+TEST_F(DirListing, FiltersFilesByTheirEndingsInAnyCase)
+{
+    fill({"A.EXR", "b.exr", "c.tif", "exr", "dir.exr/", "dir/"});
+    for (bool const inMemory : {false, true}) {
+        oxDirListing listing;
+        listing.addEndsWithFilter(text(".exr"));
+        listing.addEndsWithFilter(text(".TIF"));
+        listing.init(folder.path(), false, inMemory, false, false);
+        EXPECT_EQ(namesOf(listing), (QStringList{text("A.EXR"), text("b.exr"), text("c.tif")}));
+        listing.init(folder.path(), true, inMemory, false, false);
+        EXPECT_EQ(namesOf(listing).size(), 5);
+    }
+}
+
+TEST_F(DirListing, SortsByCodeUnitsAndStaysOnTheLastEntry)
+{
+    fill({"b", "a2", "B", "a10", "\xc3\xa9", "\xef\xbf\xbd", "\xf0\x9f\x98\x80"});
+    if (list(folder.path(), false).size() == 6)
+        QFile::rename(path("b"), path("c")); // a file system that takes "b" and "B" for one
+    oxDirListing listing;
+    listing.init(folder.path(), false, true, true, false);
+    make(path("later"));
+    EXPECT_EQ(listing.fileName(), QString());
+    QStringList names;
+    while (listing.nextFile())
+        names << listing.fileName();
+    QStringList sorted = names;
+    std::sort(sorted.begin(), sorted.end());
+    EXPECT_EQ(names, sorted);
+    EXPECT_FALSE(names.contains(text("later")));
+    // Above the units of the pair that the last but one is made of.
+    EXPECT_EQ(names.last(), QString(QChar(0xFFFD)));
+    EXPECT_EQ(listing.fileName(), names.last());
+    EXPECT_EQ(listing.fileSize(), 7);
+    EXPECT_FALSE(listing.nextFile());
+    listing.close();
+    EXPECT_EQ(listing.dirFileName(), path("\xef\xbf\xbd"));
+    // The next listing knows nothing of it any more.
+    listing.init(path("none"), false, true, true, false);
+    EXPECT_FALSE(listing.nextFile());
+    EXPECT_EQ(listing.fileName(), QString());
+}
+
+TEST_F(DirListing, OfNothingIsEmptyAndSafe)
+{
+    oxDirListing listing;
+    auto const expectEmpty = [&listing] {
+        EXPECT_FALSE(listing.nextFile());
+        EXPECT_EQ(listing.fileName(), QString());
+        EXPECT_EQ(listing.fileSize(), 0);
+        EXPECT_EQ(listing.fileTime().value, 0);
+        EXPECT_FALSE(listing.isDir());
+        EXPECT_EQ(listing.lxAccessrights(), text(" "));
+        listing.close();
+    };
+    expectEmpty();
+    QDir().mkpath(path("empty"));
+    for (bool const inMemory : {false, true}) {
+        listing.init(path("empty"), true, inMemory, true, false);
+        expectEmpty();
+        EXPECT_EQ(listing.error(), 0);
+        listing.init(QString(), true, inMemory, true, false);
+        expectEmpty();
+        listing.init(path("none"), true, inMemory, true, false);
+        expectEmpty();
+        EXPECT_NE(listing.error(), 0);
+        EXPECT_TRUE(QString(oxLastOSError(listing.error())).startsWith(text("Error ")));
+    }
+    make(path("a"));
+    listing.init(folder.path(), false, false, false, false);
+    listing.close();
+    expectEmpty();
+}

@@ -1,0 +1,145 @@
+#include "shared/fs/empty_folder.h"
+
+#include "shared/system/os_error.h"
+#include "tests/fs/support.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+
+#include <unistd.h>
+
+namespace
+{
+
+class EmptyFolderOnLinux : public FolderTest
+{
+  protected:
+    void SetUp() override
+    {
+        QDir().mkpath(path("f/sub"));
+        QDir().mkpath(path("outside/dir"));
+        make(path("outside/file"));
+    }
+
+    bool isOutsideUntouched() const
+    {
+        return QFile::exists(path("outside/dir")) && contentOf(path("outside/file")) == "content";
+    }
+
+    bool isEmpty() const { return std::filesystem::is_empty(path("f").toStdString()); }
+
+    _oxEmptyFolderResult
+    empty(std::function<void(QString const &, QString const &)> tell = {}) const
+    {
+        _oxEmptyFolderOptions options;
+        options.recursive = true;
+        options.tell = std::move(tell);
+        return oxEmptyFolder(path("f"), options);
+    }
+};
+
+} // namespace
+
+TEST_F(EmptyFolderOnLinux, DeletesLinksAndNotWhatTheyLeadTo)
+{
+    QFile::link(path("outside"), path("f/toDir"));
+    QFile::link(path("outside/file"), path("f/sub/toFile"));
+    QFile::link(text(".."), path("f/sub/toParent"));
+    QFile::link(path("none"), path("f/toNothing"));
+    auto const result = empty();
+    EXPECT_EQ(result.failures, 0) << result.lastError.toStdString();
+    EXPECT_EQ(result.count, 5);
+    EXPECT_TRUE(isEmpty());
+    EXPECT_TRUE(isOutsideUntouched());
+
+    QFile::link(path("outside"), path("link"));
+    for (QString const & link : {path("link"), path("link") + u'/'}) {
+        auto const refused = oxEmptyFolder(link, {});
+        EXPECT_FALSE(refused.done);
+        EXPECT_EQ(refused.count, 0);
+    }
+    EXPECT_TRUE(isOutsideUntouched());
+}
+
+// What another process could do at the worst moment: once when the folder was seen and is to be
+// entered, and once when the pass is inside of it.
+TEST_F(EmptyFolderOnLinux, FollowsNoLinkThatTakesTheFoldersPlaceMeanwhile)
+{
+    make(path("f/first"));
+    make(path("f/sub/second"));
+    auto const exchange = [this] {
+        QDir().rename(path("f/sub"), path("moved"));
+        QFile::link(path("outside"), path("f/sub"));
+    };
+    auto result = empty([&](QString const & entry, QString const &) {
+        if (entry == path("f/first"))
+            exchange();
+    });
+    EXPECT_EQ(result.failures, 1);
+    EXPECT_TRUE(result.lastError.startsWith(text("Error deleting folder ") + path("f/sub")));
+    EXPECT_TRUE(isOutsideUntouched());
+    EXPECT_TRUE(QFile::exists(path("moved/second")));
+
+    QFile::remove(path("f/sub"));
+    QDir().rename(path("moved"), path("f/sub"));
+    result = empty([&](QString const & entry, QString const &) {
+        if (entry == path("f/sub/second"))
+            exchange();
+    });
+    // The way back out of the folder no longer leads to where it was entered from.
+    EXPECT_FALSE(result.done);
+    EXPECT_TRUE(result.lastError.endsWith(QString(oxLastOSError(ESTALE))));
+    EXPECT_TRUE(isOutsideUntouched());
+}
+
+TEST_F(EmptyFolderOnLinux, ReportsWhatItCannotDeleteAndGoesOn)
+{
+    if (::geteuid() == 0)
+        GTEST_SKIP() << "the administrator may delete everything";
+    make(path("f/a"));
+    make(path("f/sub/b"));
+    QDir().mkpath(path("f/closed"));
+    QDir().mkpath(path("f/unsearchable"));
+    using std::filesystem::perms;
+    auto const setMode = [this](char const * name, perms mode) {
+        std::filesystem::permissions(path(name).toStdString(), mode);
+    };
+    setMode("f/sub", perms::owner_read | perms::owner_exec);
+    setMode("f/closed", perms::none);
+    make(path("f/unsearchable/c"));
+    setMode("f/unsearchable", perms::owner_read);
+    int count = 0;
+    QString messages;
+    QString error;
+    for (bool const ignoreErrors : {false, true})
+        EXPECT_EQ(oxEmptyFolder(path("f"), true, ignoreErrors, 0, nullptr, &messages, &count,
+                                nullptr, &error),
+                  ignoreErrors);
+    EXPECT_EQ(messages.count(u'\n'), 3);
+    EXPECT_TRUE(messages.contains(text("Unable to delete file ") + path("f/sub/b, ") +
+                                  QString(oxLastOSError(EACCES))));
+    EXPECT_FALSE(QFile::exists(path("f/a")));
+    for (char const * name : {"f/sub", "f/closed", "f/unsearchable"})
+        setMode(name, perms::owner_all);
+}
+
+TEST_F(EmptyFolderOnLinux, DeletesNamesThatAreNotUtf8)
+{
+    for (char const * name : {"f/caf\xe9", "f/sub/\xff"})
+        std::ofstream(folder.path().toStdString() + "/" + name) << "x";
+    EXPECT_EQ(empty().count, 3);
+    EXPECT_TRUE(isEmpty());
+}
+
+TEST_F(EmptyFolderOnLinux, LeavesWhatIsMountedAlone)
+{
+    QString const mounted = text("/dev/shm");
+    auto const result = oxEmptyFolder(mounted, [] {
+        _oxEmptyFolderOptions options;
+        options.rehearse = true;
+        return options;
+    }());
+    EXPECT_FALSE(result.done);
+    EXPECT_EQ(result.count, 0);
+}

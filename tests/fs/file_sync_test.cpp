@@ -1,0 +1,195 @@
+#include "shared/fs/file_sync.h"
+
+#include "shared/fs/file.h"
+#include "shared/fs/file_sync_steps.h"
+#include "tests/fs/support.h"
+
+namespace
+{
+
+using Text = _oxString8_evenSize<500>;
+
+/// A source on one side, a target that does not exist yet on the other.
+class FileSync : public FolderTest
+{
+  protected:
+    FileSync()
+    {
+        QDir(folder.path()).mkdir(text("share"));
+        QDir(folder.path()).mkdir(text("local"));
+        source = make(path("share/tool.exe"), "new");
+        target = path("local/tool.exe");
+        setTime(source, 1600000000);
+    }
+
+    static void setTime(QString const & name, __int64 seconds)
+    {
+        _oxTime time(seconds, true);
+        EXPECT_TRUE(oxSetFileTime(name, &time));
+    }
+
+    static Text record(QString const & name) { return Text(name.toUtf8().constData()); }
+
+    bool sync(int pause = -1, bool verbose = false)
+    {
+        errors.clear();
+        info.clear();
+        return syncCopy(record(source), record(target), true, &errors, &info, pause, verbose);
+    }
+
+    /// One message, with the source in place of $ and the target in place of @.
+    Text message(char const * form) const
+    {
+        QString result;
+        for (QChar const c : text(form))
+            result += c == u'$' ? source : c == u'@' ? target : QString(c);
+        return Text(result);
+    }
+
+    QString source;
+    QString target;
+    Text errors;
+    Text info;
+};
+
+} // namespace
+
+TEST_F(FileSync, CopiesAMissingTargetWithItsTimeAndRights)
+{
+    EXPECT_TRUE(sync());
+    EXPECT_EQ(errors, "");
+    EXPECT_EQ(info, message("Copied $ => @. "));
+    EXPECT_EQ(contentOf(target), "new");
+    EXPECT_FALSE(QFile::exists(target + text("_old")));
+    auto const all = QFile::ReadOther | QFile::WriteOther | QFile::ExeOther;
+    EXPECT_EQ(QFile::permissions(target) & all, all);
+    _oxTime time;
+    ASSERT_TRUE(oxFileExists(target, &time));
+    EXPECT_EQ(time.value, 1600000000);
+}
+
+TEST_F(FileSync, LeavesATargetOfTheSameSizeAndTimeAlone)
+{
+    make(target, "old");
+    setTime(target, 1600000000);
+    EXPECT_TRUE(sync());
+    EXPECT_EQ(info, "");
+    EXPECT_TRUE(sync(-1, true));
+    EXPECT_EQ(info, message("No need to copy $ => @. "));
+    EXPECT_EQ(errors, "");
+    EXPECT_EQ(contentOf(target), "old");
+}
+
+TEST_F(FileSync, KeepsTheReplacedTargetUnderASecondName)
+{
+    for (auto const & [content, time] : {std::pair("old", 1600000001), {"older", 1600000000}}) {
+        make(target, content);
+        setTime(target, time);
+        EXPECT_TRUE(sync(0));
+        EXPECT_EQ(info, message("Renaming dest file@;\nCopied $ => @. "));
+        EXPECT_EQ(contentOf(target), "new");
+        EXPECT_EQ(contentOf(target + text("_old")), content);
+    }
+}
+
+TEST_F(FileSync, TellsAFailedRenameAndCopiesAllTheSame)
+{
+    make(target, "older");
+    ASSERT_TRUE(QDir(folder.path()).mkpath(target + text("_old/full")));
+    EXPECT_TRUE(sync());
+    EXPECT_TRUE(errors.startsWith(message("Unable to rename file! @ Error ")));
+    EXPECT_EQ(contentOf(target), "new");
+}
+
+TEST_F(FileSync, CreatesOneMissingFolderAndNoMore)
+{
+    target = path("local/one/tool.exe");
+    EXPECT_TRUE(sync());
+    EXPECT_EQ(contentOf(target), "new");
+    auto const all = QFile::ReadOther | QFile::WriteOther;
+    EXPECT_EQ(QFile::permissions(path("local/one")) & all, all);
+
+    target = path("local/two/levels/tool.exe");
+    EXPECT_FALSE(sync());
+    Text const folderName = record(path("local/two/levels/"));
+    EXPECT_EQ(errors, Text("Destination folder does not exist! ") + folderName);
+    EXPECT_FALSE(QFile::exists(path("local/two")));
+}
+
+TEST_F(FileSync, RefusesASourceThatIsMissingEmptyOrWithoutATime)
+{
+    make(target, "kept");
+    setTime(source, 0);
+    EXPECT_FALSE(sync());
+    EXPECT_EQ(errors, message("Source has no file time! $"));
+    make(source, "");
+    EXPECT_FALSE(sync());
+    EXPECT_EQ(errors, message("Source has no file size! $"));
+    QFile::remove(source);
+    EXPECT_FALSE(sync());
+    EXPECT_EQ(errors, message("Source file does not exists! $"));
+    EXPECT_EQ(info, "");
+    EXPECT_EQ(contentOf(target), "kept");
+    EXPECT_FALSE(syncCopy(record(source), record(target), true, nullptr, nullptr, -1, true));
+}
+
+TEST_F(FileSync, SaysWhyTheCopyFailed)
+{
+    ASSERT_TRUE(QDir(folder.path()).mkpath(target + text("/full")));
+    EXPECT_FALSE(sync(0));
+    EXPECT_EQ(errors, message("Unable to open output file.$ => @"));
+    EXPECT_EQ(info, "");
+}
+
+TEST_F(FileSync, CutsItsTextsWhereTheStringIsFull)
+{
+    errors = Text(QString(490, u'x'));
+    QFile::remove(source);
+    EXPECT_FALSE(syncCopy(record(source), record(target), true, &errors, nullptr, -1, false));
+    EXPECT_EQ(errors, Text(QString(490, u'x') + text("Source fil")));
+}
+
+TEST_F(FileSync, FindsFilesWhoseNamesAreNotLatin1)
+{
+    if (QDir::separator() == u'\\')
+        GTEST_SKIP() << "an 8-bit path is Latin-1 on this system";
+    source = make(path("share/\xd0\xb6.exe"), "new");
+    target = path("local/\xd0\xb6.exe");
+    EXPECT_TRUE(sync());
+    EXPECT_TRUE(sync());
+    EXPECT_EQ(contentOf(target), "new");
+}
+
+TEST_F(FileSync, CopiesAnExecutableThatWasStillBeingWrittenAgain)
+{
+    QByteArray const unfinished("MZ\0", 3);
+    int waits = 0;
+    auto const run = [&](bool retry, Text * to, int pause) {
+        waits = 0;
+        make(source, unfinished);
+        setTime(source, 1600000000);
+        QFile::remove(target);
+        if (to)
+            to->clear();
+        return ox::detail::syncCopy(record(source), record(target), retry, to, &info, pause, false,
+                                    [&](int ms) {
+                                        EXPECT_EQ(ms, 5000);
+                                        make(source, ++waits < 3 ? unfinished + '\0' : "MZ done");
+                                        setTime(source, 1600000000 + waits);
+                                    });
+    };
+    EXPECT_TRUE(run(true, &errors, 0));
+    EXPECT_EQ(waits, 3);
+    EXPECT_EQ(contentOf(target), "MZ done");
+    Text once("Last byte was empty. Waiting 5s, then start copy again. File: tool.exe .");
+    EXPECT_EQ(errors, Text(once) + once + once);
+
+    EXPECT_TRUE(run(false, &errors, 0));
+    EXPECT_TRUE(run(true, nullptr, 0));
+    EXPECT_TRUE(run(true, &errors, -1)); // the system's own copy does not look
+    target = path("local/tool.bin");
+    EXPECT_TRUE(run(true, &errors, 0));
+    EXPECT_EQ(errors, "");
+    EXPECT_EQ(waits, 0);
+    EXPECT_EQ(contentOf(target), unfinished);
+}
