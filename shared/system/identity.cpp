@@ -1,8 +1,16 @@
 #include "shared/system/identity.h"
 
 #include "shared/platform/environment.h"
+#include "shared/system/sys_info_rules.h"
+#include "shared/text/utf16_view.h"
 
 #include <iterator>
+
+using ox::detail::userText;
+using ox::platform::UserFolder;
+using ox::platform::userHome;
+using ox::platform::userId;
+using ox::platform::UserOf;
 
 namespace
 {
@@ -13,6 +21,11 @@ char const * nameOf(Enum value, char const * const (&names)[count])
 {
     auto const index = static_cast<unsigned>(value);
     return index < count ? names[index] : nullptr;
+}
+
+QString folderText(UserFolder folder)
+{
+    return ox::detail::toQString(ox::platform::userFolder(folder).value_or(u""));
 }
 
 } // namespace
@@ -44,4 +57,49 @@ QString OS2String_short(_oxOS const & os, bool const & withBits)
 QString thisOS2String_short(bool const & withBits)
 {
     return OS2String_short(static_cast<_oxOS>(ox::platform::ownSystem), withBits);
+}
+
+QString osBitStr()
+{
+    return thisOS2String_short(true);
+}
+
+bool oxIsSystemAdmin()
+{
+    return ox::platform::isAdministrator();
+}
+
+QString getWinFolderProfile()
+{
+    return folderText(UserFolder::Home);
+}
+
+QString getWinFolderLocalAppData()
+{
+    return folderText(UserFolder::LocalData);
+}
+
+QString getWinFolderAppData()
+{
+    return folderText(UserFolder::RoamingData);
+}
+
+QString getHKEY_CURRENT_USER_SID()
+{
+    return userText(userId(UserOf::Settings));
+}
+
+QString getCurrentUserHomePath()
+{
+    return userText(userHome(UserOf::Settings));
+}
+
+_oxString8_evenSize<250> GetProcessUserSID()
+{
+    return userText(userId(UserOf::Process));
+}
+
+QString GetProcessUserSIDProfilePath()
+{
+    return userText(userHome(UserOf::Process));
 }

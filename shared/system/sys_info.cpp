@@ -1,0 +1,174 @@
+#include "shared/system/sys_info.h"
+
+#include "shared/system/sys_info_rules.h"
+#include "shared/text/utf16_view.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <span>
+
+using ox::detail::busyShare;
+using ox::detail::difference;
+using ox::platform::IdleSample;
+
+namespace
+{
+
+std::span<char> roomOf(_oxSysInfo & info)
+{
+    return {info.perfBuffer.get(), static_cast<std::size_t>(_oxSysInfo::perfBufferSize)};
+}
+
+int mebibytes(std::uint64_t bytes)
+{
+    return static_cast<int>(std::min<std::uint64_t>(bytes >> 20, 2147483647));
+}
+
+} // namespace
+
+_oxSysInfo::_oxSysInfo() : perfBuffer(std::make_unique<char[]>(perfBufferSize))
+{
+    readDisk(false);
+    ox::platform::enablePerformanceCounters();
+    getCpuInfo();
+    if (auto const version = ox::platform::systemVersion()) {
+        auto const name = ox::detail::systemNameOf(*version);
+        osString = name.text;
+        osVersionNumber = name.version;
+        osCode = name.code;
+    }
+    totalMemoryMB = ox::detail::totalMegabytes(ox::platform::physicalMemory());
+    cpuUsage = getCpuUsage(true);
+    update(true);
+}
+
+void _oxSysInfo::update(bool const & withDisk)
+{
+    cpuUsage = getCpuUsage(false);
+    freeMemoryMB = ox::detail::freeMegabytes(ox::platform::physicalMemory(), totalMemoryMB);
+    if (withDisk)
+        readDisk(true);
+}
+
+void _oxSysInfo::getCpuInfo()
+{
+    auto const processors = ox::platform::processors();
+    if (processors.count > 0)
+        coreCount = processors.count;
+    auto const description = ox::detail::cpuDescriptionOf(processors, coreCount);
+    hyperThreading = description.hyperThreading;
+    cpuGHzTotal = description.gigahertz;
+    cpuGHzEffective = description.effectiveGigahertz;
+    cpuString = description.text;
+}
+
+void _oxSysInfo::keepSample(IdleSample const & sample)
+{
+    lastIdleCounter_ = sample.idle;
+    lastPerfTime_ = sample.time;
+}
+
+_oxCPUValue _oxSysInfo::getCpuUsage(bool init)
+{
+    auto const sample = ox::platform::idleSample(roomOf(*this));
+    if (!sample)
+        return {cpuUsage.value, coreCount};
+    auto const busy = busyShare({lastIdleCounter_, lastPerfTime_}, *sample);
+    if (init || busy)
+        keepSample(*sample);
+    return {init ? 0 : busy.value_or(0), coreCount};
+}
+
+QString _oxSysInfo::getCpuUsageDebug(bool init)
+{
+    auto const sample = ox::platform::idleSample(roomOf(*this));
+    if (!sample)
+        return QStringLiteral("GetCounterValue failed");
+    if (!init && sample->time == lastPerfTime_)
+        return QStringLiteral("DeltaPerfTime100nSec is 0");
+    QString const text =
+        QStringLiteral(
+            "lnNew %1  lnOld %2 delta %3 NewnSec.QuadPart %4  OldnSec.QuadPart %5 delta %6")
+            .arg(sample->idle)
+            .arg(lastIdleCounter_)
+            .arg(difference(sample->idle, lastIdleCounter_))
+            .arg(sample->time)
+            .arg(lastPerfTime_)
+            .arg(difference(sample->time, lastPerfTime_));
+    keepSample(*sample);
+    return text;
+}
+
+QString _oxSysInfo::guiUser()
+{
+    processList.collectAllProcesses();
+    auto const shells = ox::platform::desktopShells();
+    auto const isShell = [&](int i) {
+        return std::ranges::find(shells, processList.entries[i].name.view()) != shells.end();
+    };
+    auto const ownerOf = [this](int i) {
+        processList.getProcessInfo(i);
+        return QString(processList.entries[i].user);
+    };
+    QString const user = ox::detail::desktopUser(processList.count, isShell, ownerOf);
+    if (user != guiUserLast) {
+        guiUserLast = user;
+        guiUserChanged.setCurrentTime(0);
+    }
+    return user;
+}
+
+bool _oxSysInfo::isUACenabled()
+{
+    return ox::platform::hasAccountControlSwitch() == false;
+}
+
+bool _oxSysInfo::isX64()
+{
+    return ox::platform::answersWordSize().value_or(true);
+}
+
+int _oxSysInfo::getKernelMemory()
+{
+    auto const memory = ox::platform::kernelMemory(roomOf(*this));
+    // The second pool counts only where the first has something.
+    if (!memory || memory->pagedPool < 2)
+        return -1;
+    return mebibytes(memory->pagedPool + memory->nonPagedPool);
+}
+
+int _oxSysInfo::getSystemCacheSize()
+{
+    auto const memory = ox::platform::kernelMemory(roomOf(*this));
+    return memory ? mebibytes(memory->cache) : 0;
+}
+
+QString _oxSysInfo::getFullMemoryInfo()
+{
+    auto const report = ox::platform::memoryReport();
+    return report ? ox::detail::toQString(*report)
+                  : QStringLiteral("-full mem output not available on windows-");
+}
+
+_oxTime _oxSysInfo::getLastUserInput()
+{
+    return ox::detail::lastInputTime(ox::platform::inputTicks(), _oxTime(true));
+}
+
+bool _oxSysInfo::setSystemTime(_oxTime t)
+{
+    auto const clock = ox::detail::localClockAt(t);
+    return clock && ox::platform::setLocalClock(*clock);
+}
+
+void _oxSysInfo::readDisk(bool withHealth)
+{
+    auto const health = ox::detail::diskHealthOf(ox::platform::firstDisk(withHealth), withHealth);
+    if (!health.name.isEmpty())
+        diskName = health.name;
+    if (withHealth)
+        diskTemperature_ = health.temperature;
+    if (verbose)
+        for (QString const & line : health.lines)
+            std::printf(" %s\n", qPrintable(line));
+}

@@ -1,0 +1,169 @@
+#include "shared/platform/performance_data.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using ox::platform::PerformanceObject;
+using ox::platform::performanceTime;
+using ox::platform::Title;
+
+/// Writes the structures as the system lays them out.
+class Writer
+{
+  public:
+    template <typename Number>
+    void put(std::size_t offset, Number value)
+    {
+        if (bytes.size() < offset + sizeof value)
+            bytes.resize(offset + sizeof value);
+        std::memcpy(&bytes[offset], &value, sizeof value);
+    }
+    void word(std::size_t offset, std::size_t value)
+    {
+        put(offset, static_cast<std::uint32_t>(value));
+    }
+    /// Begins a structure of a size; its length stands at its start.
+    std::size_t begin(std::size_t size)
+    {
+        std::size_t const start = bytes.size();
+        bytes.resize(start + size);
+        word(start, size);
+        return start;
+    }
+
+    std::vector<char> bytes;
+};
+
+struct Counter {
+    std::uint32_t title;
+    std::uint32_t size;
+};
+struct Instance {
+    std::u16string name;
+    std::vector<std::uint64_t> values;
+};
+
+void addObject(Writer & out, std::uint32_t title, std::vector<Counter> const & counters,
+               std::vector<Instance> const & instances, bool hasInstances = true)
+{
+    std::size_t const object = out.begin(64);
+    out.word(object + 8, 64);
+    out.word(object + 12, title);
+    out.word(object + 32, counters.size());
+    out.word(object + 40, hasInstances ? instances.size() : 0xFFFFFFFF);
+    std::size_t end = 8;
+    for (Counter const & counter : counters) {
+        std::size_t const start = out.begin(40);
+        out.word(start + 4, counter.title);
+        out.word(start + 32, counter.size);
+        out.word(start + 36, end);
+        end += 8;
+    }
+    out.word(object + 4, out.bytes.size() - object);
+    for (Instance const & instance : instances) {
+        if (hasInstances) {
+            std::size_t const nameSize = (instance.name.size() + 1) * 2;
+            std::size_t const start = out.begin(24 + nameSize + nameSize % 8);
+            out.word(start + 16, 24);
+            out.word(start + 20, nameSize);
+            std::memcpy(&out.bytes[start + 24], instance.name.data(), nameSize);
+        }
+        std::size_t const block = out.begin(end);
+        for (std::size_t i = 0; i < instance.values.size(); ++i)
+            out.put(block + 8 + 8 * i, instance.values[i]);
+    }
+    out.word(object, out.bytes.size() - object);
+}
+
+/// As a machine with two processors answers: a total, processes, the memory.
+std::vector<char> cannedBlock()
+{
+    Writer out;
+    out.begin(88);
+    std::memcpy(out.bytes.data(), u"PERF", 8);
+    out.word(24, 88);
+    out.word(28, 3);
+    out.put<std::int64_t>(72, 132000000000000000);
+    addObject(out, 238, {{6, 8}}, {{u"0", {111}}, {u"_Total", {333}}});
+    addObject(out, 230, {{6, 8}, {180, 4}, {784, 4}},
+              {{u"Idle", {77, 4096, 0}},
+               {u"client", {0x123456789ABC, 0xFFFFFFFF, 4242}},
+               {u"client", {5, 1, 4243}}});
+    addObject(out, 4, {{818, 8}, {56, 4}, {58, 3}}, {{u"", {1000, 2000, 3000}}}, false);
+    out.word(20, out.bytes.size());
+    return out.bytes;
+}
+
+/// Everything that is asked of a block, as one text; "-" for what is not there.
+std::string answers(std::vector<char> const & bytes)
+{
+    std::string text;
+    auto const add = [&text](auto const & value) {
+        text += (value ? std::to_string(*value) : "-") + ' ';
+    };
+    add(performanceTime(bytes));
+    auto const addCounters = [&](Title title, auto find, std::initializer_list<int> counters) {
+        auto const object = PerformanceObject::find(bytes, title);
+        auto const instance = object ? find(*object) : std::nullopt;
+        for (int const counter : counters)
+            add(instance ? object->value(*instance, Title(counter)) : std::nullopt);
+    };
+    addCounters(Title::Processor, [](auto const & o) { return o.instanceNamed(u"_Total"); }, {6});
+    for (unsigned const id : {4242u, 4243u, 4244u})
+        addCounters(Title::Process,
+                    [id](auto const & o) { return o.instanceWith(Title::ProcessId, id); },
+                    {6, 180});
+    addCounters(Title::Memory, [](auto const & o) { return o.onlyInstance(); }, {818, 56, 58, 6});
+    return text;
+}
+
+TEST(PerformanceData, FindsProcessesByIdProcessorsByNameAndTheMemory)
+{
+    // Counters of other sizes than 4 and 8 bytes are not numbers.
+    EXPECT_EQ(answers(cannedBlock()), "132000000000000000 333 20015998343868 4294967295 5 1 - - "
+                                      "1000 2000 - - ");
+    std::vector<char> const block = cannedBlock();
+    auto const processes = PerformanceObject::find(block, Title::Process);
+    ASSERT_TRUE(processes);
+    EXPECT_FALSE(processes->onlyInstance());
+    EXPECT_FALSE(processes->instanceNamed(u"Idl"));
+    EXPECT_FALSE(PerformanceObject::find(block, Title::WorkingSet));
+}
+
+TEST(PerformanceData, TakesABlockWithoutObjectsForOne)
+{
+    std::vector<char> block = cannedBlock();
+    block.resize(88);
+    block[20] = 88, block[21] = 0;
+    block[28] = 0;
+    EXPECT_EQ(answers(block), "132000000000000000 - - - - - - - - - - - ");
+}
+
+/// The copies lie in memory of exactly their size, so that a reader beyond it is caught where
+/// memory is watched.
+TEST(PerformanceData, NeverReadsOutsideADamagedBlock)
+{
+    std::vector<char> const whole = cannedBlock();
+    std::string const right = answers(whole);
+    for (std::size_t size = 0; size < whole.size(); ++size)
+        EXPECT_EQ(answers({whole.begin(), whole.begin() + std::ptrdiff_t(size)}),
+                  "- - - - - - - - - - - - ");
+    int changed = 0;
+    for (std::size_t offset = 0; offset + 4 <= whole.size(); offset += 4) {
+        for (std::uint32_t const word :
+             {0u, 1u, 3u, 23u, 25u, 63u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFCu, 0xFFFFFFFFu}) {
+            std::vector<char> damaged = whole;
+            std::memcpy(&damaged[offset], &word, 4);
+            changed += answers(damaged) != right;
+        }
+    }
+    EXPECT_GT(changed, 100);
+}
+
+} // namespace

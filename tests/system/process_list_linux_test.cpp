@@ -1,0 +1,184 @@
+#include "shared/system/process_list.h"
+#include "tests/system/support.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <csignal>
+#include <ctime>
+#include <malloc.h>
+#include <memory>
+#include <pwd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+
+/// A process that runs a function in a process group of its own, and is killed at the end
+/// with all that it started.
+class Forked
+{
+  public:
+    template <typename Work>
+    explicit Forked(Work const & work) : id_(::fork())
+    {
+        if (id_ == 0) {
+            ::setpgid(0, 0);
+            work();
+            ::_exit(7);
+        }
+        ::setpgid(id_, id_);
+    }
+    Forked(Forked const &) = delete;
+    Forked & operator=(Forked const &) = delete;
+    ~Forked()
+    {
+        ::kill(-id_, SIGKILL);
+        ::waitpid(id_, nullptr, 0);
+    }
+
+    unsigned id() const { return static_cast<unsigned>(id_); }
+    /// By its own clock, in 100 ns.
+    double cpuTime() const
+    {
+        clockid_t clock{};
+        timespec time{};
+        ::clock_getcpuclockid(id_, &clock);
+        ::clock_gettime(clock, &time);
+        return double(time.tv_sec) * 1e7 + double(time.tv_nsec) / 100;
+    }
+
+  private:
+    pid_t id_;
+};
+
+void spin()
+{
+    for (bool volatile on = true; on;)
+        ;
+}
+
+void wait()
+{
+    for (;;)
+        ::pause();
+}
+
+TEST(ProcessListOnLinux, MeasuresTheProcessorTimeThatTheProcessItselfCounts)
+{
+    Forked const busy(spin), idle(wait);
+    auto const list = std::make_unique<_oxProcessList>();
+    _ProcessWatch busyWatch, idleWatch;
+    auto const read = [&] {
+        list->collectAllProcesses();
+        list->initGetProcessInfo();
+        double const time = busy.cpuTime();
+        for (auto const & [process, watch] : {std::pair{&busy, &busyWatch}, {&idle, &idleWatch}}) {
+            int const index = list->getListIDByPID(process->id(), false);
+            list->getProcessInfo(index);
+            watch->calcCPUUsage(list.get(), index, 2);
+        }
+        return time;
+    };
+    // Its processor time must be more than none for the watch to begin.
+    while (busy.cpuTime() < 300000)
+        ::usleep(10000);
+    double const before = read();
+    EXPECT_EQ(busyWatch.cpuUsage, 0);
+    ::sleep(1);
+    double const after = read();
+    EXPECT_NEAR(busyWatch.cpuUsage, (after - before) / list->perfTimeDelta * 100, 5);
+    EXPECT_GT(busyWatch.cpuUsage, 1);
+    EXPECT_EQ(idleWatch.cpuUsage, 0);
+    EXPECT_GE(list->perfTimeDelta, 1e7);
+    EXPECT_TRUE(list->errorText.isEmpty());
+}
+
+TEST(ProcessListOnLinux, NamesAProcessByItsExecutableAndItsUser)
+{
+    QTemporaryDir const folder;
+    QString const program = folder.path() + u"/Render-Node_0123456789abcdefgh.bin"_q;
+    ASSERT_TRUE(QFile::copy(u"/bin/cat"_q, program));
+    QProcess process;
+    process.start(program, QStringList());
+    ASSERT_TRUE(process.waitForStarted());
+    // A program that has only just been started has next to no memory yet; one that answers has.
+    process.write("answer\n");
+    ASSERT_TRUE(process.waitForReadyRead());
+    // An update replaces the file of a running program.
+    ASSERT_TRUE(QFile::remove(program));
+    auto const list = std::make_unique<_oxProcessList>();
+    EXPECT_TRUE(list->processExists("render-node_0123456789abcdefgh.bin", false));
+    list->initGetProcessInfo();
+    int const index = list->getListIDByPID(static_cast<unsigned>(process.processId()), false);
+    ASSERT_GE(index, 1);
+    list->getProcessInfo(index);
+    EXPECT_EQ(list->entries[index].name.view(), "RENDER-NODE_0123456789ABC");
+    EXPECT_GE(list->entries[index].memMB, 1);
+    passwd const * const user = ::getpwuid(::geteuid());
+    EXPECT_EQ(list->entries[index].user.view(), user ? user->pw_name : "noSID");
+
+    list->killProcess("RENDER-node_0123456789abcdefgh.bin");
+    EXPECT_TRUE(process.waitForFinished());
+    EXPECT_EQ(process.exitStatus(), QProcess::CrashExit);
+}
+
+TEST(ProcessListOnLinux, SignalsNoGroupByTheIdOfAProcess)
+{
+    Forked const member(wait);
+    auto const list = std::make_unique<_oxProcessList>();
+    list->killProcess(0u - member.id());
+    list->killProcess(_oxString8_UnevenSize<25>());
+    ::usleep(20000);
+    EXPECT_EQ(::waitpid(static_cast<pid_t>(member.id()), nullptr, WNOHANG), 0);
+    // A process that calls it with 0 does not end itself.
+    EXPECT_EXIT(
+        {
+            ::setpgid(0, 0);
+            list->killProcess(0u);
+            ::_exit(7);
+        },
+        testing::ExitedWithCode(7), "");
+}
+
+TEST(ProcessListOnLinux, StopsAtAThousandProcesses)
+{
+    Forked const crowd([] {
+        ::execl("/bin/sh", "sh", "-c",
+                "i=0; while [ $i -lt 1000 ]; do sleep 300 & i=$((i+1)); done; wait", nullptr);
+    });
+    auto const list = std::make_unique<_oxProcessList>();
+    for (int i = 0; i < 1000 && list->count < _oxProcessList::capacity; ++i) {
+        ::usleep(50000);
+        list->collectAllProcesses();
+    }
+    EXPECT_EQ(list->count, _oxProcessList::capacity);
+    list->initGetProcessInfo();
+    list->getProcessInfo(999);
+    list->getProcessInfo(1000);
+    EXPECT_GT(list->entries[999].pid, 0u);
+}
+
+TEST(ProcessListOnLinux, TakesNoMoreMemoryForFurtherSnapshots)
+{
+    auto const list = std::make_unique<_oxProcessList>();
+    auto const snapshot = [&list] {
+        list->collectAllProcesses();
+        list->initGetProcessInfo();
+        for (int i = 1; i < list->count; ++i)
+            list->getProcessInfo(i);
+    };
+    snapshot();
+    auto const before = ::mallinfo2().uordblks;
+    for (int i = 0; i < 30; ++i)
+        snapshot();
+    EXPECT_EQ(::mallinfo2().uordblks, before);
+}
+
+TEST(ProcessListOnLinux, KnowsNoPrivileges)
+{
+    EXPECT_FALSE(setPrivilege("SeDebugPrivilege", true));
+}
+
+} // namespace

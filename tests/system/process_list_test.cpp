@@ -1,0 +1,198 @@
+#include "shared/system/process_figures.h"
+#include "shared/system/process_list.h"
+#include "tests/system/support.h"
+
+#include <QFileInfo>
+#include <QRegularExpression>
+
+#include <memory>
+
+namespace
+{
+
+using Name = _oxString8_UnevenSize<25>;
+
+unsigned ownId()
+{
+    return static_cast<unsigned>(QCoreApplication::applicationPid());
+}
+
+QString ownFileName()
+{
+    return QFileInfo(executable()).fileName();
+}
+
+/// Runs as long as its standard input is open.
+struct SecondInstance {
+    explicit SecondInstance(QString const & program = executable())
+    {
+        process.start(program, {u"--gtest_also_run_disabled_tests"_q,
+                                u"--gtest_filter=Child.DISABLED_waits"_q});
+        EXPECT_TRUE(process.waitForReadyRead(30000)) << process.errorString().toStdString();
+    }
+    ~SecondInstance()
+    {
+        process.kill();
+        process.waitForFinished();
+    }
+    unsigned id() const { return static_cast<unsigned>(process.processId()); }
+
+    QProcess process;
+};
+
+TEST(Child, DISABLED_waits)
+{
+    std::puts("ready");
+    std::fflush(stdout);
+    std::getchar();
+}
+
+TEST(ProcessList, FindsProcessesByIdAndByNameInAnyCase)
+{
+    auto const list = std::make_unique<_oxProcessList>();
+    long long id = -7;
+    EXPECT_FALSE(list->processExists("", true, &id));
+    EXPECT_FALSE(list->collected);
+    EXPECT_EQ(list->count, 0);
+
+    int const index = list->getListIDByPID(ownId(), false);
+    ASSERT_GE(index, 0);
+    EXPECT_TRUE(list->collected);
+    _oxProcessEntry const & own = list->entries[index];
+    EXPECT_EQ(own.pid, ownId());
+    EXPECT_EQ(QString(own.name), ownFileName().toUpper().left(25));
+    EXPECT_TRUE(list->processExistsPID(ownId(), false));
+    EXPECT_EQ(list->getListIDByPID(0xFFFFFFF0u, true), -1);
+
+    EXPECT_TRUE(list->processExists(Name(ownFileName().toLower()), false, &id));
+    EXPECT_FALSE(list->processExists("no such program", false, &id));
+    EXPECT_FALSE(list->doesProcessExistTwice("no such program", &id));
+    EXPECT_EQ(id, -7);
+    EXPECT_FALSE(list->doesProcessExistTwice(Name(ownFileName()), &id));
+    EXPECT_EQ(id, ownId());
+}
+
+TEST(ProcessList, SeesASecondInstanceUntilItIsKilled)
+{
+    // The executable's name without the suffix is what our applications are known by.
+    Name const base(QFileInfo(executable()).completeBaseName());
+    Name const prefix = base.left(base.size() - 1);
+    long long id = 0;
+    EXPECT_FALSE(ourProcessAlreadyExists(base, false, true, &id));
+    EXPECT_EQ(id, ownId());
+    EXPECT_TRUE(ourProcessAlreadyExists(base, true, true));
+    EXPECT_FALSE(ourProcessAlreadyExists(prefix, true, true));
+
+    SecondInstance second;
+    EXPECT_TRUE(ourProcessAlreadyExists(base, false, false, &id));
+    EXPECT_TRUE(ourProcessAlreadyExists(base, false, true));
+    auto const list = std::make_unique<_oxProcessList>();
+    EXPECT_TRUE(list->doesProcessExistTwice(Name(ownFileName())));
+    int const index = list->getListIDByPID(second.id(), false);
+    ASSERT_GE(index, 1);
+    EXPECT_EQ(list->entries[index].parentPid, ownId());
+
+    list->killProcess(second.id());
+    EXPECT_TRUE(second.process.waitForFinished());
+    EXPECT_FALSE(list->processExistsPID(second.id(), true));
+    // An entry whose process has ended meanwhile is none of an error.
+    list->entries[index].pid = second.id();
+    list->entries[index].cpuTime = list->entries[index].memMB = 0;
+    list->initGetProcessInfo();
+    list->getProcessInfo(index);
+    EXPECT_EQ(list->entries[index].user.view(), "noDebugPriv");
+    EXPECT_EQ(list->entries[index].cpuTime, 0);
+}
+
+TEST(ProcessList, ServesTheIndicesFromOneToTheCount)
+{
+    auto const list = std::make_unique<_oxProcessList>();
+    list->collectAllProcesses();
+    list->initGetProcessInfo();
+    list->getProcessInfo(0);
+    EXPECT_TRUE(list->entries[0].user.isEmpty());
+    list->getProcessInfo(-1);
+    list->getProcessInfo(list->count + 1);
+
+    _oxProcessEntry & behind = list->entries[list->count];
+    behind.pid = ownId();
+    list->getProcessInfo(list->count);
+    EXPECT_FALSE(behind.user.isEmpty());
+    list->count = _oxProcessList::capacity;
+    list->getProcessInfo(list->count);
+    list->getProcessInfoMemCPUOnly(list->count);
+    EXPECT_EQ(list->getProcessInfoMemBytes_CPUOnly(list->count), 0);
+}
+
+TEST(ProcessList, RoundsMemoryAndSharesOutWhatNoProcessAccountsFor)
+{
+    std::uint64_t const mebibyte = 1048576;
+    std::pair<std::uint64_t, int> const cases[] = {{0, 0},
+                                                   {1, 1},
+                                                   {mebibyte - 1, 1},
+                                                   {mebibyte * 3 / 2 - 1, 1},
+                                                   {mebibyte * 3 / 2, 2},
+                                                   {4294967295, 4096},
+                                                   {4294967296, 4096},
+                                                   {mebibyte * 5000, 5000},
+                                                   {(mebibyte << 28) + 7 * mebibyte, 7}};
+    for (auto const & [bytes, expected] : cases)
+        EXPECT_EQ(ox::detail::mebibytesOf(bytes), expected) << bytes;
+
+    std::vector<_oxProcessEntry> entries(3);
+    entries[0].memMB = 4096;
+    entries[1].memMB = 4000;
+    entries[2].memMB = 4096;
+    ox::detail::shareOutMemory(entries, 12192);
+    EXPECT_EQ(entries[0].memMB, 4096);
+    ox::detail::shareOutMemory(entries, 12192 + 1001);
+    EXPECT_EQ(entries[0].memMB, 4596);
+    EXPECT_EQ(entries[1].memMB, 4000);
+    EXPECT_EQ(entries[2].memMB, 4596);
+    ox::detail::shareOutMemory({}, 1000);
+}
+
+TEST(ProcessWatch, GivesTheUsageOfTheIntervalFromTheSecondReadingOn)
+{
+    auto const list = std::make_unique<_oxProcessList>();
+    _ProcessWatch watch;
+    list->entries[3].cpuTime = 500;
+    list->perfTimeDelta = 1000;
+    watch.calcCPUUsage(list.get(), 3, 8);
+    EXPECT_EQ(watch.cpuUsage, 0);
+    list->entries[3].cpuTime = 1000;
+    watch.calcCPUUsage(list.get(), 3, 8);
+    EXPECT_EQ(watch.cpuUsage, 50);
+    list->perfTimeDelta = 1;
+    watch.calcCPUUsage(list.get(), 3, 8);
+    EXPECT_EQ(watch.cpuUsage, 0);
+    watch.calcCPUUsage(list.get(), 1000, 8);
+    watch.calcCPUUsage(list.get(), -1, 8);
+    EXPECT_EQ(watch.lastCpuTime, 1000);
+    watch.clear();
+    EXPECT_EQ(watch.lastCpuTime, 0);
+}
+
+TEST(ProcessReports, HaveALineForEachProcess)
+{
+    Name const name(ownFileName().toLower());
+    auto const matches = [](QString const & text, QString const & pattern) {
+        return QRegularExpression(QRegularExpression::anchoredPattern(pattern))
+            .match(text)
+            .hasMatch();
+    };
+    QString const plain = QRegularExpression::escape(ownFileName().toUpper().left(25));
+    QString const own = listProcess(name, 1, 0, true);
+    EXPECT_TRUE(matches(own, plain + u" -?\\d+% \\d+mb .* %1"_q.arg(ownId()))) << own.toStdString();
+    QString const ofMachine = listProcess(name, 1, 4, false);
+    EXPECT_TRUE(matches(ofMachine, plain + u" -?\\d+%\\(-?\\d+\\.\\d%\\) \\d+mb .*"_q))
+        << ofMachine.toStdString();
+    EXPECT_EQ(listProcess("no such program", 1, 0, true), QString());
+    EXPECT_TRUE(listAllProcesses(7, 1, 0, true).startsWith(u"List Processes (minCore=7%) "_q));
+    // At least 0 percent is everything.
+    QString const all = listAllProcesses(0, 1, 4, true);
+    EXPECT_TRUE(all.startsWith(u"List Processes (minCore=0% (0.0% total))\n  "_q));
+    EXPECT_TRUE(all.contains(u" %1"_q.arg(ownId())));
+}
+
+} // namespace
