@@ -21,6 +21,7 @@
 #include "shared/system/identity.h"
 #include "shared/system/os_error.h"
 #include "shared/system/process_list.h"
+#include "shared/system/shared_memory.h"
 #include "shared/system/sys_info.h"
 #include "shared/text/encoding.h"
 #include "shared/text/fixed_string.h"

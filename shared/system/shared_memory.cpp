@@ -1,0 +1,226 @@
+#include "shared/system/shared_memory.h"
+
+#include "shared/platform/os_error.h"
+#include "shared/platform/shared_segment.h"
+#include "shared/system/environment.h"
+#include "shared/system/os_error.h"
+
+#include <algorithm>
+#include <atomic>
+#include <limits>
+
+using ox::platform::SharedSegment;
+using Attempt = SharedSegment::Attempt;
+using Reach = SharedSegment::Reach;
+
+namespace
+{
+
+constexpr int lockPollMs = 100;
+constexpr int lockPolls = 20;
+
+Reach reachOf(bool global)
+{
+    return global ? Reach::Global : Reach::Local;
+}
+
+/// The first byte of the segment is the lock. Other processes of the farm test and set it in two
+/// plain accesses and not in one exchange, so this one does as well.
+std::atomic_ref<unsigned char> lockByte(SharedSegment const & segment)
+{
+    return std::atomic_ref(*static_cast<unsigned char *>(segment.view()));
+}
+
+} // namespace
+
+oxSharedMemory::oxSharedMemory(_oxString8_evenSize<250> const & key)
+    : segment_(std::make_unique<SharedSegment>())
+{
+    localName_.add("OX_").add(key).add("_1234567");
+    globalName_.add("Global\\").add(localName_);
+}
+
+oxSharedMemory::~oxSharedMemory()
+{
+    detach();
+}
+
+bool oxSharedMemory::create(int size, bool global, bool fallBackToLocal)
+{
+    clearError();
+    if (size < 1 || size > std::numeric_limits<int>::max() - headerSize)
+        return fail("Create: size out of range");
+    if (isAttached())
+        return fail("We are already attached to memory.");
+    // What detach could not close is still ours.
+    if (segment_->isOpen())
+        return fail("We have already created memory.");
+    if (global) {
+        if (char const * const failedStep = segment_->prepareGlobalAccess())
+            return failInSystem(failedStep);
+    }
+
+    mappedSize_ = size + headerSize;
+    auto const attempt = [this](bool globally) {
+        return segment_->create(choose(globally), reachOf(globally),
+                                static_cast<std::size_t>(mappedSize_));
+    };
+    Attempt result = attempt(global);
+    if (global && result == Attempt::AccessDenied && fallBackToLocal)
+        result = attempt(false);
+    // Settled by a refusal as well: who is told that the segment exists attaches to that one.
+    nameKindKnown_ = true;
+
+    if (result == Attempt::Exists) {
+        fail("CreateFileMapping: already exists");
+        errorCode_ = AlreadyExists;
+        return false;
+    }
+    if (result != Attempt::Done) {
+        failInSystem("Create");
+        if (result == Attempt::AccessDenied)
+            errorText_ = "Unable to create Watch connection. This user does not have the "
+                         "SeCreateGlobalPrivilege privilege. (Probably this app was not started "
+                         "with admin rights.)";
+        return false;
+    }
+    // The lock byte is 0 already; to set it would undo the lock of who attached in the meantime.
+    return map();
+}
+
+bool oxSharedMemory::attach()
+{
+    if (!detach())
+        return false;
+    auto const attempt = [this](bool globally) {
+        return segment_->open(choose(globally), reachOf(globally));
+    };
+    Attempt result = attempt(useGlobalName_ || !nameKindKnown_);
+    if (result != Attempt::Done && !nameKindKnown_)
+        result = attempt(false);
+    if (result != Attempt::Done) {
+        failInSystem("OpenFileMappingA");
+        if (result == Attempt::NotFound)
+            errorCode_ = DoesNotExist;
+        return false;
+    }
+    nameKindKnown_ = true;
+    if (!map())
+        return false;
+
+    std::size_t const viewSize = segment_->viewSize();
+    if (viewSize == 0) {
+        release();
+        return fail("VirtualQuery: size query failed");
+    }
+    constexpr std::size_t largest = std::numeric_limits<int>::max();
+    mappedSize_ = static_cast<int>(std::min(viewSize, largest));
+    return true;
+}
+
+bool oxSharedMemory::detach()
+{
+    clearError();
+    return release() || failInSystem("CloseHandle");
+}
+
+bool oxSharedMemory::isAttached() const
+{
+    return segment_->view() != nullptr;
+}
+
+void const * oxSharedMemory::data()
+{
+    if (!isAttached()) {
+        fail("Not attached.");
+        return nullptr;
+    }
+    return bytes().data();
+}
+
+std::span<std::byte> oxSharedMemory::bytes()
+{
+    if (!isAttached())
+        return {};
+    return {static_cast<std::byte *>(segment_->view()) + headerSize,
+            static_cast<std::size_t>(size())};
+}
+
+bool oxSharedMemory::lock()
+{
+    clearError();
+    if (!isAttached())
+        return fail("lock: not attached");
+    if (lockedByUs_)
+        return fail("lock: already locked by us");
+    for (int polled = 0; isLocked(); ++polled) {
+        if (polled == lockPolls)
+            return fail("lock: unable to get lock");
+        oxSleep(lockPollMs);
+    }
+    lockByte(*segment_).store(1, std::memory_order_release);
+    lockedByUs_ = true;
+    return true;
+}
+
+bool oxSharedMemory::unlock()
+{
+    clearError();
+    if (!isAttached())
+        return fail("unlock: not attached");
+    if (!lockedByUs_)
+        return fail("unlock: not locked by us");
+    lockByte(*segment_).store(0, std::memory_order_release);
+    lockedByUs_ = false;
+    return true;
+}
+
+bool oxSharedMemory::isLocked() const
+{
+    return isAttached() && lockByte(*segment_).load(std::memory_order_acquire) != 0;
+}
+
+void oxSharedMemory::clearError()
+{
+    errorText_.clear();
+    errorCode_ = NoError;
+}
+
+bool oxSharedMemory::fail(char const * text)
+{
+    errorText_ = text;
+    errorCode_ = OwnError;
+    return false;
+}
+
+bool oxSharedMemory::failInSystem(char const * step)
+{
+    int const error = ox::platform::lastError();
+    fail(step);
+    errorText_.add(": ").add(oxLastOSError8(error));
+    errorCode_ = error;
+    return false;
+}
+
+std::string oxSharedMemory::choose(bool global)
+{
+    useGlobalName_ = global;
+    return std::string((global ? globalName_ : localName_).view());
+}
+
+bool oxSharedMemory::map()
+{
+    if (segment_->map())
+        return true;
+    failInSystem("MapViewOfFile");
+    release();
+    return false;
+}
+
+bool oxSharedMemory::release()
+{
+    if (isAttached() && lockedByUs_)
+        lockByte(*segment_).store(0, std::memory_order_release);
+    lockedByUs_ = false;
+    return segment_->close();
+}

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "shared/system/shared_memory.h"
+#include "tests/child.h"
+#include "tests/system/support.h"
+
+#include <ostream>
+#include <string>
+
+/// A test with a key that no other run of the tests uses.
+class SharedMemory : public testing::Test
+{
+  protected:
+    /// What the last call says went wrong: "5 OpenFileMappingA: …"
+    static std::string failure(oxSharedMemory const & memory)
+    {
+        return std::to_string(memory.error()) + ' ' + memory.errorString().c_str();
+    }
+
+    std::string const key = "test" + std::to_string(QCoreApplication::applicationPid());
+    QString const keyText = QString::fromStdString(key);
+    oxSharedMemory memory{key.c_str()};
+    oxSharedMemory other{key.c_str()};
+};
