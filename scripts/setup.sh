@@ -21,6 +21,10 @@ packages_of() {
 }
 
 wanted=()
+# The crash handler's source comes by npm, once for the cache; another npm than Debian's serves, too.
+if ! compgen -G "$cache/breakpad-*/deps" >/dev/null && ! command -v npm >/dev/null; then
+  wanted+=(nodejs npm)
+fi
 for set in build "$@"; do
   packages=$(packages_of "$set") || exit 1
   read -rd "" -a names <<<"$packages" || true

@@ -2,6 +2,10 @@
 
 /// The whole public interface of oxShared.
 
+#ifndef OX_NO_CRASH_HANDLER
+#include "shared/crash/app_context.h"
+#include "shared/crash/crash_handler.h"
+#endif
 #include "shared/data/checksum.h"
 #include "shared/data/data_buffer.h"
 #include "shared/data/file_searcher.h"

@@ -1,0 +1,250 @@
+#include "shared/crash/crash_handler.h"
+
+#include "shared/fs/native_path.h"
+#include "shared/fs/path.h"
+#include "shared/platform/clock.h"
+#include "shared/platform/files.h"
+#include "shared/platform/minidump_writer.h"
+#include "shared/platform/rename_file.h"
+#include "shared/system/environment.h"
+#include "shared/system/os_error.h"
+#include "shared/time/file_name_text.h"
+#include "shared/time/local_zone.h"
+
+#include <algorithm>
+#include <atomic>
+#include <filesystem>
+#include <memory>
+
+// What runs after a crash (`onDump` and what it calls) allocates nothing and takes no locks.
+
+namespace
+{
+
+using ox::platform::DumpReason;
+using ox::platform::MinidumpWriter;
+using ox::platform::NativeChar;
+using ox::platform::NativeName;
+using ox::platform::Renaming;
+using ox::platform::WrittenDump;
+using LogText = _oxString8_evenSize<500>;
+using Path8 = _oxString8_evenSize<500>;
+
+__OX * application = nullptr;
+ox::detail::LocalZone zone;
+std::unique_ptr<MinidumpWriter> writer;
+std::atomic<bool> reportCrashesToSystem = false;
+
+void log(LogText const & text)
+{
+    constexpr int error = 2;
+    try {
+        if (application->logger)
+            application->logger->log(error, text, true);
+    } catch (...) {
+        // A failing logger costs its line, and not the dump.
+    }
+}
+
+/// A full path in the system's own characters.
+class FullName
+{
+  public:
+    /// The name of a file in the folder of another one. What does not fit is dropped.
+    FullName(NativeChar const * neighbour, std::string_view name)
+    {
+        std::basic_string_view<NativeChar> const path(neighbour);
+        for (NativeChar const c : path.substr(0, path.rfind(NativeChar{separator}) + 1))
+            add(c);
+        for (char const c : name)
+            add(static_cast<NativeChar>(static_cast<unsigned char>(c)));
+        text_[length_] = 0;
+    }
+
+    NativeChar const * c_str() const { return text_; }
+
+  private:
+    static constexpr char separator = ox::platform::ownSeparator;
+    static constexpr std::size_t longest = ox::platform::longestDumpFolder + 256;
+
+    void add(NativeChar c)
+    {
+        if (length_ < longest)
+            text_[length_++] = c;
+    }
+
+    NativeChar text_[longest + 1];
+    std::size_t length_ = 0;
+};
+
+/// A path in a log line; what Latin-1 does not have is '?' where paths are no bytes.
+void add(LogText & text, NativeChar const * path)
+{
+    for (; *path; ++path) {
+        bool const isByte = sizeof *path == 1 || static_cast<unsigned>(*path) <= 0xFF;
+        text += isByte ? static_cast<char>(*path) : '?';
+    }
+}
+
+LogText nameOfDump(__int64 time)
+{
+    LogText name(oxGetFileName(application->logFile).view());
+    if (name.endsWith(".txt"))
+        name = name.left(name.size() - 4);
+    name.add("_").add("_dump_").add(ox::detail::fileNameText(zone.fields(time)).c_str());
+    name.add("_" OX_VERSION "_");
+    name.add(ox::detail::fileNameTextYearMinute(zone.fields(application->startTime.value)).c_str());
+    return name.add("_").addNr(sizeof(void *) * 8, 2).add(".oxdmp");
+}
+
+/// Gives a dump its final name and logs where it is.
+void finish(NativeChar const * file)
+{
+    constexpr int secondsToTry = 60;
+    LogText text("wrote dumpfile to ");
+    __int64 const now = ox::platform::currentTime();
+    for (int i = 0; i < secondsToTry; ++i) {
+        FullName const name(file, nameOfDump(now + i).view());
+        Renaming const result = ox::platform::renameToNewName(file, name.c_str());
+        if (result == Renaming::NameIsTaken)
+            continue;
+        if (result == Renaming::NoSuchFile)
+            return;
+        add(text, result == Renaming::Done ? name.c_str() : file);
+        return log(text);
+    }
+    add(text, file);
+    log(text);
+}
+
+bool onDump(WrittenDump const & dump)
+{
+    LogText text("crash detected ");
+    text.add(dump.succeeded ? "true" : "false");
+    if (dump.reason == DumpReason::Request)
+        text.add("dump called");
+    log(text);
+    if (dump.succeeded) {
+        oxSleep(200);
+        finish(dump.file);
+    }
+    bool const goesOn = dump.reason == DumpReason::Crash && reportCrashesToSystem;
+    return dump.succeeded && !goesOn;
+}
+
+/// The folder as the writer takes it, the empty one being that for temporary files. Empty when the
+/// writer cannot take it.
+NativeName dumpFolder(NativeName const & folder)
+{
+    std::error_code error;
+    auto const path = folder.empty() ? std::filesystem::temp_directory_path(error)
+                                     : std::filesystem::absolute(folder, error);
+    NativeName name = path.native();
+    while (name.size() > 1 && name.back() == NativeChar{ox::platform::ownSeparator})
+        name.pop_back();
+    return name.size() <= ox::platform::longestDumpFolder ? name : NativeName();
+}
+
+bool isFolder(NativeName const & name)
+{
+    auto const status = ox::platform::fileStatus(name);
+    return status && status->isFolder;
+}
+
+/// The folder for the logs of the installation that the executable belongs to; empty when there is
+/// none.
+NativeName logFolderOfInstallation(char * argv0)
+{
+    char const separator[] = {ox::platform::ownSeparator, 0};
+    Path8 const bin = Path8(separator).add("bin").add(separator);
+    Path8 path(oxApplicationPath(argv0).view());
+    int found = -1; // the last one: what an installation lies in may be called so, too
+    for (int at = path.indexOf(bin); at >= 0; at = path.indexOf(bin, at + 1))
+        found = at;
+    if (found < 0)
+        return {};
+    path = path.left(found + 1).add("sub").add(separator).add("log");
+    path.replace("_debug", "_release");
+    NativeName const folder = ox::detail::nativePath(path);
+    return isFolder(folder) ? folder : NativeName();
+}
+
+void setFolder(NativeName const & given)
+{
+    NativeName const folder = dumpFolder(given);
+    if (writer && !folder.empty())
+        writer->setFolder(folder);
+}
+
+} // namespace
+
+oxCrashHandler * oxCrashHandler::instance()
+{
+    static oxCrashHandler handler;
+    return &handler;
+}
+
+oxCrashHandler::~oxCrashHandler()
+{
+    writer.reset();
+}
+
+void oxCrashHandler::init(__OX & context, int argc, char ** const argv)
+{
+    application = &context;
+    if (writer)
+        return;
+    zone.read(ox::platform::currentTime());
+    prepareThread();
+    NativeName folder = dumpFolder(logFolderOfInstallation(argc > 0 && argv ? argv[0] : nullptr));
+    if (folder.empty())
+        folder = dumpFolder({});
+    writer = std::make_unique<MinidumpWriter>(folder, onDump);
+}
+
+void oxCrashHandler::prepareThread()
+{
+    ox::platform::prepareThreadForCrash();
+}
+
+void oxCrashHandler::setDumpPath(QString const & path)
+{
+    setFolder(ox::detail::nativePath(path));
+}
+
+void oxCrashHandler::setDumpPathDefault()
+{
+    if (application)
+        setFolder(ox::detail::nativePath(application->logFolder));
+}
+
+void oxCrashHandler::setReportCrashesToSystem(bool on)
+{
+    reportCrashesToSystem = on;
+}
+
+bool oxCrashHandler::writeMinidump()
+{
+    constexpr std::uint32_t nonContinuableException = 0xC0000025;
+    return writer && writer->write(nonContinuableException);
+}
+
+bool oxCrashHandler::WriteMinidumpForException(EXCEPTION_POINTERS * exinfo)
+{
+    return exinfo ? writer && writer->write(*exinfo) : writeMinidump();
+}
+
+unsigned long filter(EXCEPTION_POINTERS * exinfo, _oxString<250> & message)
+{
+    constexpr unsigned long executeHandler = 1;
+    oxCrashHandler::instance()->WriteMinidumpForException(exinfo);
+    message.clear();
+    if (exinfo)
+        message = exceptionCodeText(ox::platform::exceptionCode(*exinfo)).view();
+    return executeHandler;
+}
+
+QString oxOutputStackTrace(int)
+{
+    return {};
+}

@@ -1,0 +1,180 @@
+#include "shared/platform/minidump_writer.h"
+
+#include <csignal>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include <pthread.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <ucontext.h>
+
+#include "client/linux/handler/exception_handler.h"
+
+namespace ox::platform
+{
+namespace
+{
+
+using google_breakpad::ExceptionHandler;
+using google_breakpad::MinidumpDescriptor;
+
+struct Order {
+    MinidumpWriter::Callback callback;
+    DumpReason reason;
+    bool isTaken;
+};
+
+bool report(MinidumpDescriptor const & dump, void * order, bool succeeded)
+{
+    auto const & given = *static_cast<Order const *>(order);
+    return given.callback({dump.path(), given.reason, succeeded});
+}
+
+/// A dump on demand is one dump: a crash meanwhile is left to the writer of the crashes.
+bool takeOnce(void * order)
+{
+    return !std::exchange(static_cast<Order *>(order)->isTaken, true);
+}
+
+/// The place of an exception that comes without one.
+void * instructionOf(ucontext_t const & context)
+{
+#if defined(__x86_64__)
+    return reinterpret_cast<void *>(context.uc_mcontext.gregs[REG_RIP]);
+#elif defined(__i386__)
+    return reinterpret_cast<void *>(context.uc_mcontext.gregs[REG_EIP]);
+#else
+    static_cast<void>(context);
+    return nullptr;
+#endif
+}
+
+/// Memory for the signal handlers of a thread, with some below it that nobody may touch.
+class SignalStack
+{
+  public:
+    SignalStack()
+    {
+        stack_t present{};
+        ::sigaltstack(nullptr, &present);
+        if (!(present.ss_flags & SS_DISABLE) && present.ss_size >= size)
+            return;
+        memory_ = ::mmap(nullptr, guard + size, PROT_READ | PROT_WRITE,
+                         MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
+        if (memory_ == MAP_FAILED)
+            return;
+        ::mprotect(memory_, guard, PROT_NONE);
+        stack_t own{};
+        own.ss_sp = static_cast<char *>(memory_) + guard;
+        own.ss_size = size;
+        ::sigaltstack(&own, &previous_);
+    }
+    ~SignalStack()
+    {
+        // The system refuses while a signal handler runs on it, and then the memory must stay.
+        if (memory_ != MAP_FAILED && ::sigaltstack(&previous_, nullptr) == 0)
+            ::munmap(memory_, guard + size);
+    }
+    SignalStack(SignalStack const &) = delete;
+    SignalStack & operator=(SignalStack const &) = delete;
+
+  private:
+    static constexpr std::size_t size = 65536;
+    static constexpr std::size_t guard = 65536;
+
+    void * memory_ = MAP_FAILED;
+    stack_t previous_{};
+};
+
+} // namespace
+
+struct MinidumpWriter::Implementation {
+    /// The one of the process.
+    static Implementation * installed;
+
+    std::mutex mutex; ///< for the folder and the dumps on demand
+    std::string folder;
+    Order crash;
+    std::unique_ptr<ExceptionHandler> handler;
+
+    /// Sets up the handler of the crashes; an old one goes only when the new one stands.
+    void install(NativeName const & dumpFolder)
+    {
+        folder = dumpFolder;
+        handler = std::make_unique<ExceptionHandler>(MinidumpDescriptor(folder), nullptr, report,
+                                                     &crash, true, -1);
+    }
+
+    /// The handler has named the file of the next crash, which must not be that of a child, too.
+    static void changeFileOfChild()
+    {
+        if (installed)
+            installed->handler->set_minidump_descriptor(MinidumpDescriptor(installed->folder));
+    }
+
+    bool writeOnDemand(DumpReason reason, EXCEPTION_RECORD const & record, void * context)
+    {
+        std::lock_guard const lock(mutex);
+        Order order{crash.callback, reason, false};
+        ExceptionHandler once(MinidumpDescriptor(folder), takeOnce, report, &order, false, -1);
+        siginfo_t signal{};
+        signal.si_signo = static_cast<int>(record.ExceptionCode);
+        signal.si_code = static_cast<int>(record.ExceptionFlags);
+        signal.si_addr = record.ExceptionAddress;
+        // What the handler does itself only for signals of the system.
+        ::prctl(PR_SET_DUMPABLE, 1, 0, 0, 0);
+        return once.HandleSignal(signal.si_signo, &signal, context);
+    }
+};
+
+MinidumpWriter::Implementation * MinidumpWriter::Implementation::installed = nullptr;
+
+MinidumpWriter::MinidumpWriter(NativeName const & folder, Callback callback)
+    : implementation_(std::make_unique<Implementation>())
+{
+    implementation_->crash = {callback, DumpReason::Crash, false};
+    implementation_->install(folder);
+    Implementation::installed = implementation_.get();
+    ::pthread_atfork(nullptr, nullptr, Implementation::changeFileOfChild);
+}
+
+MinidumpWriter::~MinidumpWriter()
+{
+    Implementation::installed = nullptr;
+}
+
+void MinidumpWriter::setFolder(NativeName const & folder)
+{
+    std::lock_guard const lock(implementation_->mutex);
+    implementation_->install(folder);
+}
+
+bool MinidumpWriter::write(std::uint32_t code)
+{
+    ucontext_t context;
+    return ::getcontext(&context) == 0 &&
+           implementation_->writeOnDemand(DumpReason::Request, {code, 0, instructionOf(context)},
+                                          &context);
+}
+
+bool MinidumpWriter::write(EXCEPTION_POINTERS & exception)
+{
+    return exception.ExceptionRecord && exception.ContextRecord &&
+           implementation_->writeOnDemand(DumpReason::Exception, *exception.ExceptionRecord,
+                                          exception.ContextRecord);
+}
+
+std::uint32_t exceptionCode(EXCEPTION_POINTERS const & exception)
+{
+    return exception.ExceptionRecord ? exception.ExceptionRecord->ExceptionCode : 0;
+}
+
+void prepareThreadForCrash()
+{
+    thread_local SignalStack const stack;
+    static_cast<void>(stack);
+}
+
+} // namespace ox::platform

@@ -1,0 +1,121 @@
+#include "shared/platform/minidump_writer.h"
+
+#include <csignal>
+#include <mutex>
+
+#include <windows.h>
+
+#include "client/windows/handler/exception_handler.h"
+
+namespace ox::platform
+{
+namespace
+{
+
+using google_breakpad::ExceptionHandler;
+using SignalHandler = void (*)(int);
+
+/// The code of an abort() in the dump, since the system has none.
+constexpr DWORD abortCode = 0xE0000001;
+
+LPTOP_LEVEL_EXCEPTION_FILTER crashFilter = nullptr;
+SignalHandler earlierAbortHandler = SIG_DFL;
+
+/// Reports an abort(), which is no exception to the system, as a crash. abort() then goes on.
+void onAbort(int signal)
+{
+    // The run-time library has taken this handler away, but another thread may come.
+    std::signal(SIGABRT, onAbort);
+    EXCEPTION_RECORD record{};
+    CONTEXT context{};
+    ::RtlCaptureContext(&context);
+    record.ExceptionCode = abortCode;
+    record.ExceptionFlags = EXCEPTION_NONCONTINUABLE;
+    record.ExceptionAddress = reinterpret_cast<void *>(&onAbort);
+    EXCEPTION_POINTERS exception{&record, &context};
+    crashFilter(&exception);
+    if (earlierAbortHandler != SIG_DFL && earlierAbortHandler != SIG_IGN)
+        earlierAbortHandler(signal);
+}
+
+} // namespace
+
+struct MinidumpWriter::Implementation {
+    Callback const callback;
+    std::mutex mutex;                              ///< for the folder and the dumps on demand
+    EXCEPTION_POINTERS const * onDemand = nullptr; ///< what a dump on demand is written for
+    DumpReason demand = DumpReason::Request;
+    ExceptionHandler handler;
+
+    Implementation(NativeName const & folder, Callback given)
+        : callback(given), handler(folder, nullptr, report, this, ExceptionHandler::HANDLER_ALL)
+    {
+        crashFilter = ::SetUnhandledExceptionFilter(nullptr);
+        ::SetUnhandledExceptionFilter(crashFilter);
+        earlierAbortHandler = std::signal(SIGABRT, onAbort);
+    }
+    ~Implementation() { std::signal(SIGABRT, earlierAbortHandler); }
+
+    static bool report(wchar_t const * folder, wchar_t const * id, void * self,
+                       EXCEPTION_POINTERS * exception, MDRawAssertionInfo *, bool succeeded)
+    {
+        auto const & writer = *static_cast<Implementation const *>(self);
+        wchar_t file[MAX_PATH];
+        ::swprintf(file, MAX_PATH, L"%ls\\%ls.dmp", folder, id);
+        bool const isCrash = exception != writer.onDemand;
+        return writer.callback({file, isCrash ? DumpReason::Crash : writer.demand, succeeded});
+    }
+
+    bool writeOnDemand(DumpReason reason, EXCEPTION_POINTERS & exception)
+    {
+        std::lock_guard const lock(mutex);
+        demand = reason;
+        onDemand = &exception;
+        bool const succeeded = handler.WriteMinidumpForException(&exception);
+        onDemand = nullptr;
+        return succeeded;
+    }
+};
+
+MinidumpWriter::MinidumpWriter(NativeName const & folder, Callback callback)
+    : implementation_(std::make_unique<Implementation>(folder, callback))
+{
+}
+
+MinidumpWriter::~MinidumpWriter() = default;
+
+void MinidumpWriter::setFolder(NativeName const & folder)
+{
+    std::lock_guard const lock(implementation_->mutex);
+    implementation_->handler.set_dump_path(folder);
+}
+
+bool MinidumpWriter::write(std::uint32_t code)
+{
+    EXCEPTION_RECORD record{};
+    CONTEXT context{};
+    ::RtlCaptureContext(&context);
+    record.ExceptionCode = code;
+    record.ExceptionFlags = EXCEPTION_NONCONTINUABLE;
+    EXCEPTION_POINTERS exception{&record, &context};
+    return implementation_->writeOnDemand(DumpReason::Request, exception);
+}
+
+bool MinidumpWriter::write(EXCEPTION_POINTERS & exception)
+{
+    return exception.ExceptionRecord && exception.ContextRecord &&
+           implementation_->writeOnDemand(DumpReason::Exception, exception);
+}
+
+std::uint32_t exceptionCode(EXCEPTION_POINTERS const & exception)
+{
+    return exception.ExceptionRecord ? exception.ExceptionRecord->ExceptionCode : 0;
+}
+
+void prepareThreadForCrash()
+{
+    ULONG room = 32768;
+    ::SetThreadStackGuarantee(&room);
+}
+
+} // namespace ox::platform

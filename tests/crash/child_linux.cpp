@@ -1,0 +1,99 @@
+#include "shared/crash/crash_handler.h"
+#include "shared/system/os_error.h"
+#include "tests/crash/child_system.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+
+#include <sys/resource.h>
+#include <ucontext.h>
+#include <unistd.h>
+
+namespace
+{
+
+/// The compiler must not know what these point to. The second block keeps the first from growing
+/// together with the free rest of the heap.
+void * volatile blocks[2];
+
+void allocateBlocks()
+{
+    for (void * volatile & block : blocks)
+        block = std::malloc(2000);
+}
+
+/// Crashes in the middle of malloc, with the lock of the heap held: in a freed block, the pointer
+/// that the next search of the heap follows leads nowhere.
+void crashInMalloc()
+{
+    std::thread([] {}).join(); // without another thread ever, malloc takes no lock
+    allocateBlocks();
+    std::free(blocks[0]);
+    static_cast<void * volatile *>(blocks[0])[1] = reinterpret_cast<void *>(16);
+    blocks[1] = std::malloc(4000);
+}
+
+void freeTwice()
+{
+    allocateBlocks();
+    std::free(blocks[0]);
+    std::free(blocks[0]);
+}
+
+/// As on a full disk, the dump can be begun only.
+void letFilesEnd()
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit const limit{4096, 4096};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+void crashInForkedChild()
+{
+    if (::fork() == 0)
+        blocks[0] = static_cast<void **>(blocks[0])[0];
+}
+
+void endByEarlierHandler(int)
+{
+    std::_Exit(17);
+}
+
+} // namespace
+
+bool doSystemWord(char const * word)
+{
+    struct Word {
+        char const * name;
+        void (*action)();
+    };
+    static constexpr Word words[] = {{"malloc", crashInMalloc},
+                                     {"double-free", freeTwice},
+                                     {"full", letFilesEnd},
+                                     {"fork", crashInForkedChild}};
+    for (Word const & known : words) {
+        if (std::strcmp(known.name, word) == 0) {
+            known.action();
+            return true;
+        }
+    }
+    return false;
+}
+
+void installEarlierHandler()
+{
+    std::signal(SIGSEGV, endByEarlierHandler);
+}
+
+bool dumpForException()
+{
+    ucontext_t context;
+    ::getcontext(&context);
+    EXCEPTION_RECORD record{0xC0000094, 0, reinterpret_cast<void *>(&dumpForException)};
+    EXCEPTION_POINTERS exception{&record, &context};
+    _oxString<250> message;
+    return filter(&exception, message) == 1 &&
+           message.view() == exceptionCodeText(0xC0000094).view();
+}

@@ -1,0 +1,38 @@
+#include "shared/crash/crash_handler.h"
+#include "shared/system/os_error.h"
+#include "tests/crash/child_system.h"
+
+#include <windows.h>
+
+namespace
+{
+
+LONG WINAPI endByEarlierHandler(EXCEPTION_POINTERS *)
+{
+    ::TerminateProcess(::GetCurrentProcess(), 17);
+    return EXCEPTION_EXECUTE_HANDLER;
+}
+
+} // namespace
+
+bool doSystemWord(char const *)
+{
+    return false;
+}
+
+void installEarlierHandler()
+{
+    ::SetUnhandledExceptionFilter(endByEarlierHandler);
+}
+
+bool dumpForException()
+{
+    CONTEXT context{};
+    ::RtlCaptureContext(&context);
+    EXCEPTION_RECORD record{};
+    record.ExceptionCode = 0xC0000094;
+    EXCEPTION_POINTERS exception{&record, &context};
+    _oxString<250> message;
+    return filter(&exception, message) == 1 &&
+           message.view() == exceptionCodeText(0xC0000094).view();
+}

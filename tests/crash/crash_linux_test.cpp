@@ -1,0 +1,106 @@
+#include "oxtool/crash_kinds.h"
+#include "shared/system/environment.h"
+#include "tests/crash/expected_ends.h"
+#include "tests/crash/support.h"
+
+#include <QElapsedTimer>
+
+#include <algorithm>
+#include <csignal>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+std::span<ExpectedEnd const> expectedEnds()
+{
+    static constexpr ExpectedEnd ends[] = {
+        {"null", true, SIGSEGV, SIGSEGV, true},    {"divide", true, SIGFPE, SIGFPE, true},
+        {"illegal", true, SIGILL, SIGILL, true},   {"abort", true, SIGABRT, SIGABRT, true},
+        {"throw", true, SIGABRT, SIGABRT, true},   {"stack", true, SIGSEGV, SIGSEGV, true},
+        {"thread", true, SIGSEGV, SIGSEGV, false}, {"thread-stack", true, SIGSEGV, SIGSEGV, false},
+        {"malloc", true, SIGSEGV, SIGSEGV, true},  {"double-free", true, SIGABRT, SIGABRT, true},
+    };
+    return ends;
+}
+
+void letFindLibraries(QString const &) {}
+
+TEST_F(CrashTest, AForkedChildThatCrashesLeavesItsParentsDumpAlone)
+{
+    SKIP_UNDER_SANITIZERS();
+    // Both crash at the same time.
+    run({text("fork"), text("abort")});
+    QElapsedTimer clock;
+    for (clock.start(); dumps().size() < 2 && clock.elapsed() < 30000;)
+        oxSleep(20);
+    ASSERT_EQ(dumps().size(), 2);
+    std::uint32_t const first = readDump(folder.filePath(dumps()[0])).code;
+    std::uint32_t const second = readDump(folder.filePath(dumps()[1])).code;
+    EXPECT_EQ(std::min(first, second), std::uint32_t{SIGABRT});
+    EXPECT_EQ(std::max(first, second), std::uint32_t{SIGSEGV});
+    EXPECT_TRUE(unnamedDumps().isEmpty());
+}
+
+TEST_F(CrashTest, WhereNoDumpCanBeWrittenTheProcessEndsAllTheSame)
+{
+    SKIP_UNDER_SANITIZERS();
+    // The superuser may write to every folder but those of the kernel.
+    QString const readOnly = ::geteuid() == 0 ? text("/proc") : folder.path();
+    ::chmod(folder.path().toUtf8().constData(), 0700);
+    for (auto const & [words, dumpFolder] :
+         {std::pair{QStringList{text("null")}, readOnly},
+          std::pair{QStringList{text("full"), text("null")}, folder.path()}}) {
+        make(log());
+        if (dumpFolder == readOnly)
+            ::chmod(folder.path().toUtf8().constData(), 0500);
+        run(words, dumpFolder);
+        ::chmod(folder.path().toUtf8().constData(), 0700);
+        EXPECT_EQ(exitCode, SIGSEGV);
+        EXPECT_EQ(lines(), (QList<QByteArray>{"crash detected false", QByteArray()}));
+        EXPECT_TRUE(dumps().isEmpty());
+    }
+}
+
+TEST_F(CrashTest, TheDumpsReaderNamesTheFunctionThatCrashed)
+{
+    SKIP_UNDER_SANITIZERS();
+    QString const readers = QStringLiteral(OX_DUMP_READERS);
+    QProcess reader;
+    auto const runReader = [&](char const * name, QStringList const & arguments) {
+        reader.start(readers + QLatin1Char('/') + QLatin1String(name), arguments);
+        return reader.waitForFinished() && reader.exitStatus() == QProcess::NormalExit;
+    };
+    if (!runReader("dump_syms", {program}))
+        GTEST_SKIP() << "the dumps' readers do not run here";
+    // "MODULE Linux x86_64 1F0B… crash_child"
+    QByteArray const symbols = reader.readAllStandardOutput();
+    QList<QByteArray> const module = symbols.left(symbols.indexOf('\n')).split(' ');
+    ASSERT_EQ(module.size(), 5);
+    QString const symbolFolder =
+        path("symbols/") + QString::fromLatin1(module[4] + '/' + module[3] + '/');
+    ASSERT_TRUE(QDir().mkpath(symbolFolder));
+    make(symbolFolder + QString::fromLatin1(module[4] + ".sym"), symbols);
+
+    for (ox::tool::CrashKind const & kind : ox::tool::crashKinds()) {
+        SCOPED_TRACE(kind.name);
+        // Without the symbols of the C library no way leads through its 32-bit frames.
+        bool const endsInLibrary =
+            text(kind.name) == text("abort") || text(kind.name) == text("throw");
+        if (sizeof(void *) == 4 && endsInLibrary)
+            continue;
+        for (QString const & dump : dumps())
+            QFile::remove(folder.filePath(dump));
+        run({text(kind.name)});
+        ASSERT_EQ(dumps().size(), 1);
+        ASSERT_TRUE(runReader("minidump_stackwalk",
+                              {text("-m"), folder.filePath(dumps()[0]), path("symbols")}));
+        QByteArray const report = reader.readAllStandardOutput();
+        // "Crash|SIGSEGV /SEGV_MAPERR|0x0|0", then "0|1|crash_child|ox::tool::…|file|line|0x…"
+        auto const crash = report.mid(report.indexOf("\nCrash|") + 1);
+        auto const thread = crash.left(crash.indexOf('\n')).split('|').last();
+        bool isNamed = false;
+        for (QByteArray const & frame : report.split('\n'))
+            isNamed |= frame.startsWith(thread + '|') && frame.contains(kind.function);
+        EXPECT_TRUE(isNamed) << report.toStdString();
+    }
+}

@@ -1,0 +1,120 @@
+#include "shared/crash/crash_handler.h"
+#include "tests/crash/expected_ends.h"
+#include "tests/crash/support.h"
+
+#include <QRegularExpression>
+
+namespace
+{
+
+/// The name of a dump, by the start time that the child gives.
+QRegularExpression finalName()
+{
+    QString const start = _oxTime(1'794'000'000, true).asStringFileNameYearMinute();
+    QString const width = QString::number(sizeof(void *) * 8);
+    return QRegularExpression(
+        QStringLiteral("^client__dump_\\d{4}_\\d{6}_7\\.0\\.26_%1_%2\\.oxdmp$").arg(start, width));
+}
+
+} // namespace
+
+TEST_F(CrashTest, EveryKindOfCrashLeavesItsDumpAndEndsAsItWouldHave)
+{
+    SKIP_UNDER_SANITIZERS();
+    for (ExpectedEnd const & kind : expectedEnds()) {
+        SCOPED_TRACE(kind.word);
+        for (QString const & dump : dumps())
+            QFile::remove(folder.filePath(dump));
+        run({text(kind.word)});
+        EXPECT_EQ(crashed, kind.crashed);
+        EXPECT_EQ(exitCode, static_cast<int>(kind.exitCode));
+
+        ASSERT_EQ(dumps().size(), 1);
+        EXPECT_TRUE(finalName().match(dumps()[0]).hasMatch()) << dumps()[0].toStdString();
+        EXPECT_TRUE(unnamedDumps().isEmpty());
+        QByteArray const name = folder.filePath(dumps()[0]).toUtf8();
+        EXPECT_EQ(lines(), (QList<QByteArray>{"crash detected true", "wrote dumpfile to " + name,
+                                              QByteArray()}));
+        DumpContent const dump = readDump(folder.filePath(dumps()[0]));
+        EXPECT_EQ(dump.code, kind.dumpCode);
+        EXPECT_EQ(dump.thread == dump.firstThread, kind.isMainThread);
+    }
+}
+
+TEST_F(CrashTest, ADumpIsWrittenOnDemandAndTheCrashAfterItHasItsOwn)
+{
+    SKIP_UNDER_SANITIZERS();
+    run({text("dump"), text("init"), text("dump-for-exception"), text("null")});
+    EXPECT_EQ(output, "true\ntrue\n");
+    // Within one second each takes the name of the next free one.
+    ASSERT_EQ(dumps().size(), 3);
+    EXPECT_EQ(readDump(folder.filePath(dumps()[0])).code, 0xC0000025u);
+    EXPECT_EQ(readDump(folder.filePath(dumps()[1])).code, 0xC0000094u);
+    EXPECT_EQ(readDump(folder.filePath(dumps()[2])).code, expectedEnds()[0].dumpCode);
+    ASSERT_EQ(lines().size(), 7);
+    EXPECT_EQ(lines()[0], "crash detected truedump called");
+    EXPECT_EQ(lines()[2], "crash detected true");
+    EXPECT_EQ(lines()[4], "crash detected true");
+    EXPECT_TRUE(unnamedDumps().isEmpty());
+}
+
+TEST_F(CrashTest, ALoggerThatFailsOrIsSlowCostsALineAtMost)
+{
+    SKIP_UNDER_SANITIZERS();
+    run({text("dump"), text("slow-logger"), text("dump"), text("no-logger"), text("dump"),
+         text("logger"), text("failing-logger"), text("abort")});
+    EXPECT_EQ(output, "true\ntrue\ntrue\n");
+    EXPECT_EQ(dumps().size(), 4);
+    EXPECT_TRUE(unnamedDumps().isEmpty());
+    EXPECT_EQ(lines().size(), 5);
+}
+
+TEST_F(CrashTest, WithoutItsFolderADumpFailsAndTheProcessEndsAllTheSame)
+{
+    SKIP_UNDER_SANITIZERS();
+    run({text("dump"), text("null")}, path("missing"));
+    EXPECT_TRUE(output.startsWith("false\n")) << output.toStdString(); // the system may add its own
+    EXPECT_EQ(exitCode, static_cast<int>(expectedEnds()[0].exitCode));
+    EXPECT_EQ(lines(), (QList<QByteArray>{"crash detected falsedump called", "crash detected false",
+                                          QByteArray()}));
+}
+
+TEST_F(CrashTest, ACrashGoesOnToEarlierHandlersWhenToldTo)
+{
+    SKIP_UNDER_SANITIZERS();
+    run({text("earlier-handler"), text("null")});
+    EXPECT_EQ(exitCode, static_cast<int>(expectedEnds()[0].exitCode));
+    run({text("earlier-handler"), text("to-system"), text("null")});
+    EXPECT_EQ(exitCode, 17);
+    EXPECT_EQ(dumps().size(), 2);
+}
+
+TEST_F(CrashTest, AnInstallationsDumpsAreInItsReleaseLogFolder)
+{
+    SKIP_UNDER_SANITIZERS();
+    QString const bin = path("app_debug/bin/platform");
+    QString const logs = path("app_release/sub/log");
+    ASSERT_TRUE(QDir().mkpath(bin) && QDir().mkpath(logs));
+    QFileInfo const original(program);
+    program = bin + QDir::separator() + original.fileName();
+    ASSERT_TRUE(QFile::copy(original.filePath(), program));
+    letFindLibraries(original.absolutePath());
+    // A folder that cannot be taken leaves the one before.
+    run({text("too-long-folder"), text("dump")}, text("default"));
+    EXPECT_EQ(output, "true\n");
+    EXPECT_EQ(QDir(logs).entryList({text("*.oxdmp")}).size(), 1);
+}
+
+TEST(CrashHandler, WithoutInitDoesNothing)
+{
+    oxCrashHandler & handler = *oxCrashHandler::instance();
+    EXPECT_EQ(&handler, oxCrashHandler::instance());
+    handler.setDumpPath(text("anywhere"));
+    handler.setDumpPathDefault();
+    EXPECT_FALSE(handler.writeMinidump());
+    EXPECT_FALSE(handler.WriteMinidumpForException(nullptr));
+    _oxString<250> message(u"before");
+    EXPECT_EQ(filter(nullptr, message), 1u);
+    EXPECT_TRUE(message.isEmpty());
+    EXPECT_TRUE(oxOutputStackTrace(5).isEmpty());
+}
