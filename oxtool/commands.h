@@ -18,7 +18,13 @@ void addUnpack(CLI::App & program, Run & run);
 void addInspect(CLI::App & program, Run & run);
 void addLock(CLI::App & program, Run & run);
 void addCrc(CLI::App & program, Run & run);
+void addCopy(CLI::App & program, Run & run);
+void addResume(CLI::App & program, Run & run);
+void addReplace(CLI::App & program, Run & run);
 void addLayout(CLI::App & program, Run & run);
+void addSync(CLI::App & program, Run & run);
+void addList(CLI::App & program, Run & run);
+void addEmpty(CLI::App & program, Run & run);
 
 // Options that several commands have.
 CLI::Option * addJson(CLI::App & command, bool & json);

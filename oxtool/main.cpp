@@ -47,7 +47,9 @@ int runProgram(std::vector<std::string> arguments)
     program.set_help_all_flag("--help-all", "Print the help of all commands");
     program.set_version_flag("--version", OX_VERSION);
     Run run;
-    for (auto const add : {addRefresh, addPack, addUnpack, addInspect, addLock, addCrc, addLayout})
+    for (auto const add :
+         {addRefresh, addPack, addUnpack, addInspect, addLock, addCopy, addResume, addSync, addList,
+          addEmpty, addReplace, addCrc, addLayout})
         add(program, run);
 
     std::reverse(arguments.begin(), arguments.end());

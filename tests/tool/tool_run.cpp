@@ -33,6 +33,15 @@ bool ToolRun::waitForOutput(char const * text)
     return true;
 }
 
+bool ToolRun::waitUntil(std::function<bool()> const & condition)
+{
+    while (!condition()) {
+        if (process_.waitForFinished(10))
+            return false;
+    }
+    return true;
+}
+
 void ToolRun::send(char const * signal)
 {
     QProcess::execute(QStringLiteral("kill"), {QStringLiteral("-") + QLatin1String(signal),

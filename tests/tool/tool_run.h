@@ -5,6 +5,7 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include <functional>
 #include <ostream>
 
 /// The built program, started with real arguments and streams.
@@ -19,6 +20,8 @@ class ToolRun
     bool waitForOutput(char const * text);
     /// Sends a signal by its name ("TERM").
     void send(char const * signal);
+    /// Waits until a condition holds. False when the program ended before.
+    bool waitUntil(std::function<bool()> const & condition);
     /// Waits for the end. The exit status as a shell shows it.
     int status();
 

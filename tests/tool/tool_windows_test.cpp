@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QDir>
+#include <QFile>
 
 namespace
 {
@@ -72,4 +73,38 @@ TEST(ToolOnWindows, RunsACommandUnderTheLockAndKeepsOthersOut)
     EXPECT_TRUE(quoted.errors().contains(text("a \"b\\"))) << quoted.errors().toStdString();
     EXPECT_TRUE(quoted.output().contains(text("7B3177A3")));
     EXPECT_EQ(share.names(), QStringList{text("farm.ini")});
+}
+
+TEST(ToolOnWindows, CopiesWholeAndResumes)
+{
+    Share const share;
+    QString const from = share.write(text("a"), "content");
+    QString const to = share.path(text("b"));
+    for (QStringList const & pause : {QStringList(), QStringList({text("--pause"), text("0")})}) {
+        ToolRun run(QStringList({text("cp"), from, to}) + pause);
+        EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
+        EXPECT_EQ(contentOf(to), "content");
+    }
+    share.write(text("a"), "content and more");
+    EXPECT_EQ(ToolRun({text("resume"), from, to, text("--json")}).json().value(text("added")), 9);
+    EXPECT_EQ(contentOf(to), "content and more");
+    EXPECT_TRUE(ToolRun({text("cp"), share.path(text("none")), to})
+                    .errors()
+                    .contains(text("b is as it was. Source file does not exist.")));
+    EXPECT_EQ(share.names(), (QStringList{text("a"), text("b")}));
+}
+
+TEST(ToolOnWindows, ReplacesInAFileAndNotInAReadOnlyOne)
+{
+    Share const share;
+    QString const file = share.write(text("farm.ini"), "Server=a\r\n");
+    ToolRun run({text("replace"), file, text("server"), text("srv")});
+    EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
+    EXPECT_EQ(contentOf(file), "srv=a\r\n");
+    QFile::setPermissions(file, QFile::ReadOwner);
+    ToolRun refused({text("replace"), file, text("srv"), text("x")});
+    EXPECT_EQ(refused.status(), 1);
+    EXPECT_EQ(contentOf(file), "srv=a\r\n");
+    EXPECT_EQ(share.names(), QStringList{text("farm.ini")});
+    QFile::setPermissions(file, QFile::ReadOwner | QFile::WriteOwner);
 }

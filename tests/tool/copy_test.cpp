@@ -1,0 +1,139 @@
+#include "shared/system/os_error.h"
+#include "tests/tool/tool_run.h"
+
+#include <gtest/gtest.h>
+
+#include <QDateTime>
+#include <QFileInfo>
+
+#include <cerrno>
+
+namespace
+{
+
+QString text(char const * latin1)
+{
+    return QString::fromLatin1(latin1);
+}
+
+/// The folder of a copy: a is the source, and b, where there is one, the old target.
+class Copying : public testing::Test
+{
+  protected:
+    /// Runs a shell script in the folder, with $0 for the program. The lines of both streams.
+    QStringList shell(char const * script) const
+    {
+        QProcess process;
+        process.setWorkingDirectory(share.path());
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(text("sh"), {text("-ec"), text(script), text(OX_TOOL)});
+        process.waitForFinished(-1);
+        return QString::fromUtf8(process.readAll()).split(u'\n', Qt::SkipEmptyParts);
+    }
+
+    bool works(char const * command) const
+    {
+        QProcess process;
+        process.setWorkingDirectory(share.path());
+        process.start(text("sh"), {text("-c"), text(command), text(OX_TOOL)});
+        return process.waitForFinished(-1) && process.exitCode() == 0;
+    }
+
+    /// Whether the half of a copy is there under its temporary name, one piece of it at least.
+    bool isHalfDone() const
+    {
+        for (QString const & name : share.names()) {
+            if (name.startsWith(u'.') && QFileInfo(share.path(name)).size() >= piece.size())
+                return true;
+        }
+        return false;
+    }
+
+    Share const share;
+    QByteArray const piece = QByteArray(1024 * 1024, 'x');
+    QString const from = share.write(text("a"), piece + piece + "end");
+    QString const to = share.path(text("b"));
+};
+
+} // namespace
+
+TEST_F(Copying, GivesTheCopyTheContentAndTheTimeAlsoInAFolder)
+{
+    EXPECT_EQ(shell(R"(touch -d @1500000000 a; mkdir folder; echo old >b; ln -s b link
+                       "$0" cp a link; "$0" cp --pause 0 a folder; "$0" cp --keep folder/a b
+                       cmp a b; cmp a folder/a; stat -c %Y b folder/a)"),
+              (QStringList{text("copied           link, 2097155 bytes (2.0 MiB)"),
+                           text("copied           folder/a, 2097155 bytes (2.0 MiB)"),
+                           text("kept             b, 2097155 bytes (2.0 MiB)"), text("1500000000"),
+                           text("1500000000")}));
+    share.write(text("a"), QByteArray(10, '\0'));
+    EXPECT_EQ(ToolRun({text("cp"), from, to, text("--pause"), text("1"), text("--json")})
+                  .json()
+                  .value(text("endsEmpty")),
+              true);
+}
+
+TEST_F(Copying, ShowsOnATerminalHowFarItIs)
+{
+    if (!works("script -qec true /dev/null"))
+        GTEST_SKIP() << "there is no script with a pseudo-terminal";
+    QString const shown = shell("script -qec \"'$0' cp a b --pause 600\" /dev/null").join(u'\n');
+    EXPECT_TRUE(shown.contains(text(" %, 1.0 of 2.0 MiB, "))) << shown.toStdString();
+}
+
+TEST_F(Copying, LeavesTheOldTargetOrNoneWhenStoppedAndSaysWhich)
+{
+    for (QString const & left : {text("There is no %1."), text("%1 is as it was.")}) {
+        ToolRun run({text("cp"), from, to, text("--pause"), text("100000")});
+        EXPECT_TRUE(run.waitUntil([this] { return isHalfDone(); }));
+        run.send("INT");
+        EXPECT_EQ(run.status(), 130);
+        EXPECT_EQ(run.errors(), text("oxtool: stopped. ") + left.arg(to) + u'\n');
+        EXPECT_EQ(share.names().join(u' '), left.startsWith(u'T') ? text("a") : text("a b"));
+        share.write(text("b"), "old");
+    }
+    EXPECT_EQ(contentOf(to), "old");
+}
+
+TEST_F(Copying, NoticesThatTheSourceShrinksMeanwhile)
+{
+    ToolRun run({text("cp"), from, to, text("--pause"), text("3000")});
+    EXPECT_TRUE(run.waitUntil([this] { return isHalfDone(); }));
+    QFile::resize(from, 100);
+    EXPECT_EQ(run.status(), 1);
+    EXPECT_TRUE(run.errors().contains(text("The copy had 1048576 of 2097155 bytes.")));
+    EXPECT_EQ(share.names(), QStringList(text("a")));
+}
+
+TEST_F(Copying, NoFaultLeavesAHalfFile)
+{
+    QString const start = text("oxtool: a was not copied. There is no disk/b. ");
+    if (works("unshare -rm mount -t tmpfs tmpfs .")) {
+        EXPECT_EQ(shell(R"sh(mkdir disk; unshare -rm sh -c '
+                             mount -t tmpfs -o size=1m tmpfs disk
+                             "$0" cp a disk/b; "$0" cp a disk/b --pause 0; "$0" resume a disk/b
+                             ls -A disk' "$0")sh"),
+                  (QStringList{start + QString(oxLastOSError(ENOSPC)),
+                               start + text("The copy had 1048576 of 2097155 bytes."),
+                               start + QString(oxLastOSError(ENOSPC))}));
+    } else {
+        std::puts("A full disk is not tested: mounting one in a name space is not allowed.");
+    }
+    if (sizeof(void *) == 4 || !works("fiu-run -x \"$0\" layout"))
+        GTEST_SKIP() << "fiu-run is needed, which makes calls of 64-bit programs fail (package "
+                        "fiu-utils); it does not go together with sanitizers";
+    EXPECT_EQ(shell(R"(mkdir -p disk; ! fiu-run -x -c "enable name=posix/stdio/rw/fread" \
+                           "$0" cp a disk/b --pause 0
+                       ls -A disk)"),
+              QStringList(start + text("The copy had 0 of 2097155 bytes.")));
+}
+
+TEST_F(Copying, ResumesWhereTheTargetEnds)
+{
+    EXPECT_EQ(shell(R"sh(echo 12345 >log; echo a longer one >b
+                       "$0" resume log b; echo 678 >>log; "$0" resume log b; cmp log b
+                       cat a >>log; ulimit -f 1; trap "" XFSZ; ! "$0" resume log b)sh"),
+              (QStringList{text("copied           6 bytes to b, now 6 bytes"),
+                           text("added            4 bytes to b, now 10 bytes"),
+                           text("oxtool: b has 512 of 2097165 bytes. Unable to write data")}));
+}

@@ -1,0 +1,56 @@
+#include "tests/tool/tool_run.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+
+namespace
+{
+
+/// Runs a shell script in the folder, with $0 for the program. Both streams, as they are.
+QByteArray shell(Share const & share, char const * script)
+{
+    QProcess process;
+    process.setWorkingDirectory(share.path());
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(QStringLiteral("sh"),
+                  {QStringLiteral("-c"), QString::fromLatin1(script), QStringLiteral(OX_TOOL)});
+    process.waitForFinished(-1);
+    return process.readAll();
+}
+
+} // namespace
+
+TEST(ListingOnLinux, ShowsNoNameThatCouldDisturbATerminal)
+{
+    Share const share;
+    EXPECT_EQ(shell(share, R"sh(d=$(printf 'd\351'); mkdir $d; : >$d/"$(printf 'a\nb\033[2J\351')"
+                          "$0" ls $d | cut -c39-; "$0" ls $d --json | grep name
+                          "$0" ls $d/none; "$0" empty $d; rm -r $d)sh"),
+              R"(a\u000Ab\u001B[2J\uDCE9
+            "name": "a\nb\u001b[2J\udce9",
+oxtool: d\uDCE9/none cannot be read. Error 2: No such file or directory.
+deleted          d\uDCE9/a\u000Ab\u001B[2J\uDCE9
+d\uDCE9: deleted 1, 0 bytes
+)");
+}
+
+TEST(ListingOnLinux, StopsBetweenTwoFilesAndTellsHowManyAreGone)
+{
+    Share const share;
+    int const all = 4000;
+    QString const longName(200, QLatin1Char('x'));
+    for (int i = 0; i < all; ++i)
+        share.write(longName + QString::number(i), {});
+    // What is told is more than a pipe holds, so the program is held up in the midst of it.
+    ToolRun run({QStringLiteral("empty"), share.path()});
+    EXPECT_TRUE(run.waitForOutput("deleted"));
+    run.send("INT");
+    EXPECT_EQ(run.status(), 130);
+    auto const left = share.names().size();
+    EXPECT_GT(left, 0);
+    EXPECT_TRUE(run.errors().startsWith(QStringLiteral("oxtool: stopped. ")));
+    EXPECT_TRUE(run.errors().endsWith(QStringLiteral(": deleted %1, 0 bytes\n").arg(all - left)))
+        << run.errors().toStdString();
+    EXPECT_EQ(run.output().count(QStringLiteral("deleted  ")), all - left);
+}

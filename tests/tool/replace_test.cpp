@@ -1,0 +1,139 @@
+#include "tests/tool/tool_run.h"
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QFileInfo>
+
+namespace
+{
+
+QString const ini = QStringLiteral("farm.ini");
+
+QStringList replace(QString const & file, char const * search, char const * replacement,
+                    QStringList const & more = {})
+{
+    return QStringList{QStringLiteral("replace"), file, QString::fromUtf8(search),
+                       QString::fromUtf8(replacement)} +
+           more;
+}
+
+QString shell(QString const & script, QString const & file)
+{
+    QProcess process;
+    process.start(QStringLiteral("sh"),
+                  {QStringLiteral("-c"), script, QStringLiteral(OX_TOOL), file});
+    process.waitForFinished();
+    return QString::fromUtf8(process.readAll());
+}
+
+} // namespace
+
+TEST(Replace, ReplacesInEitherCaseAndTellsHowOften)
+{
+    Share const share;
+    QString const file = share.write(ini, "Server=Łódź\nbackup=łódź server\n");
+    ToolRun run(replace(file, "server", "srv"));
+    EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
+    EXPECT_EQ(run.output(), QStringLiteral("found            2 times in %1\n"
+                                           "written          31 bytes\n")
+                                .arg(file));
+    EXPECT_EQ(contentOf(file), QByteArray("srv=Łódź\nbackup=łódź srv\n"));
+
+    ToolRun json(replace(file, "ódź", "", {QStringLiteral("--json")}));
+    EXPECT_EQ(json.json().value(QStringLiteral("found")).toInt(), 2);
+    EXPECT_EQ(json.json().value(QStringLiteral("size")).toInt(), 21);
+    EXPECT_EQ(contentOf(file), QByteArray("srv=Ł\nbackup=ł srv\n"));
+    EXPECT_EQ(share.names(), QStringList{ini});
+}
+
+TEST(Replace, ReplacesInUtf16AndTellsOfAnEndThatStays)
+{
+    auto const utf16 = [](char const * text) {
+        QString const content = QString::fromUtf8(text);
+        return QByteArray(reinterpret_cast<char const *>(content.utf16()), 2 * content.size());
+    };
+    Share const share;
+    QString const file = share.write(ini, utf16("\uFEFFNAME=Łódź;name"));
+    ToolRun run(replace(file, "Name", "Büro", {QStringLiteral("--utf16")}));
+    EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
+    EXPECT_TRUE(run.output().contains(QLatin1String("the file ends with the text")));
+    EXPECT_EQ(contentOf(file), utf16("\uFEFFBüro=Łódź;name"));
+}
+
+TEST(Replace, LeavesAFileWithoutAMatchAlone)
+{
+    Share const share;
+    QString const file = share.write(ini, "server=a\n");
+    QString const before = shell(QStringLiteral("stat -c %i-%y \"$1\""), file);
+    ToolRun run(replace(file, "client", "x"));
+    EXPECT_EQ(run.status(), 0);
+    EXPECT_EQ(run.output(), QStringLiteral("found            0 times in %1\n").arg(file));
+    EXPECT_EQ(shell(QStringLiteral("stat -c %i-%y \"$1\""), file), before);
+}
+
+TEST(Replace, KeepsThePermissionsAndTheLinksOnTheWayToTheFile)
+{
+    Share const share;
+    QString const file = share.write(ini, "server=a\n");
+    QFile::setPermissions(file, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeGroup);
+    QString const link = share.path(QStringLiteral("link"));
+    QString const second = share.path(QStringLiteral("second"));
+    ASSERT_TRUE(QFile::link(ini, link) && QFile::link(link, second));
+    QString const before = shell(QStringLiteral("stat -c %a-%u-%g \"$1\""), file);
+    ToolRun run(replace(second, "server", "srv"));
+    EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
+    EXPECT_EQ(contentOf(file), "srv=a\n");
+    EXPECT_EQ(shell(QStringLiteral("stat -c %a-%u-%g \"$1\""), file), before);
+    EXPECT_TRUE(QFileInfo(link).isSymLink());
+    EXPECT_EQ(share.names().size(), 3);
+}
+
+TEST(Replace, FailsWithTheReasonAndLeavesTheFileAsItWas)
+{
+    Share const share;
+    QByteArray const content = "server=a\n";
+    QString const file = share.write(ini, content);
+    QString const large = share.writeSparse(QStringLiteral("large"), 512 << 20);
+    QStringList const before = share.names();
+    QByteArray const longText(501, 'x');
+    struct {
+        QStringList arguments;
+        int status;
+        char const * error;
+    } const cases[] = {
+        {replace(share.path(QStringLiteral("missing")), "a", "b"), 1,
+         "missing cannot be read. Error 2: No such file or directory."},
+        {replace(share.path(), "a", "b"), 1, "is no file"},
+        {replace(large, "a", "b"), 1, "has more than 512 MiB"},
+        {replace(file, "", "b"), 2, "is empty"},
+        {replace(file, longText.constData(), ""), 2, "up to 500 bytes"},
+        {replace(file, "a", longText.constData()), 2, "up to 500 bytes"},
+        {replace(file, longText.left(251).constData(), "", {QStringLiteral("--utf16")}), 2,
+         "up to 250 characters"},
+        {replace(file, "Łódź", "", {QStringLiteral("--utf16")}), 2, "Latin-1"},
+    };
+    for (auto const & each : cases) {
+        ToolRun run(each.arguments);
+        EXPECT_EQ(run.status(), each.status) << each.error;
+        EXPECT_TRUE(run.errors().contains(QString::fromUtf8(each.error)))
+            << run.errors().toStdString();
+        EXPECT_EQ(contentOf(file), content);
+        EXPECT_EQ(share.names(), before);
+    }
+}
+
+TEST(Replace, AFileThatCannotBeWrittenToItsEndStaysTheOldOne)
+{
+    // A limit on the length of files stands for a full disk.
+    Share const share;
+    QByteArray const content = QByteArray(300000, 'x') + '\n';
+    QString const file = share.write(ini, content);
+    QString const said = shell(
+        QStringLiteral("trap '' XFSZ; ulimit -f 8; \"$0\" replace \"$1\" x y 2>&1; echo status $?"),
+        file);
+    EXPECT_TRUE(said.contains(QLatin1String("File too large"))) << said.toStdString();
+    EXPECT_TRUE(said.endsWith(QLatin1String("status 1\n"))) << said.toStdString();
+    EXPECT_EQ(contentOf(file), content);
+    EXPECT_EQ(share.names(), QStringList{ini});
+}
