@@ -21,8 +21,11 @@ void addCrc(CLI::App & program, Run & run);
 void addCopy(CLI::App & program, Run & run);
 void addResume(CLI::App & program, Run & run);
 void addReplace(CLI::App & program, Run & run);
+void addInfo(CLI::App & program, Run & run);
 void addLayout(CLI::App & program, Run & run);
 void addSync(CLI::App & program, Run & run);
+void addCrashTest(CLI::App & program, Run & run);
+void addShm(CLI::App & program, Run & run);
 void addList(CLI::App & program, Run & run);
 void addEmpty(CLI::App & program, Run & run);
 

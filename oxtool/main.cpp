@@ -49,8 +49,11 @@ int runProgram(std::vector<std::string> arguments)
     Run run;
     for (auto const add :
          {addRefresh, addPack, addUnpack, addInspect, addLock, addCopy, addResume, addSync, addList,
-          addEmpty, addReplace, addCrc, addLayout})
+          addEmpty, addReplace, addCrc, addLayout, addInfo, addShm})
         add(program, run);
+#ifndef OX_NO_CRASH_HANDLER
+    addCrashTest(program, run);
+#endif
 
     std::reverse(arguments.begin(), arguments.end());
     try {

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Every build writes the files of all formats, and every build reads what each of them wrote. The
-# builds must be there: scripts/test.sh, scripts/linux32.sh and scripts/windows.sh make them.
+# Every build writes the files of all formats, and every build reads what each of them wrote; the crash
+# dumps of all are read by Breakpad's reader. The builds must be there: scripts/test.sh, scripts/linux32.sh
+# and scripts/windows.sh make them.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -39,3 +40,15 @@ for build in "${builds[@]}"; do
   cmp layout-dev "layout-$build" || fail "the records of $build are laid out differently"
 done
 say "${#builds[@]} builds read $read_back files of each other, and their records are laid out alike"
+
+reader=$(compgen -G "$cache/breakpad-*/bin/linux-x64/minidump_stackwalk" | head -n 1)
+for build in "${builds[@]}"; do
+  mkdir "crash-$build"
+  oxtool "$build" crash-test thread --dir "crash-$build" >/dev/null
+  case $build in windows-*) reason='EXCEPTION_ACCESS_VIOLATION' ;; *) reason='SIGSEGV' ;; esac
+  # "Crash|SIGSEGV /SEGV_MAPERR|0x0|1": not the first thread, which only waits.
+  report=$("$reader" -m "crash-$build"/*.oxdmp 2>/dev/null)
+  grep -qE "^Crash\|$reason.*\|0x0\|[1-9]" <<<"$report" ||
+    fail "the dump of $build does not tell the crash of a second thread"
+done
+say "the dumps of all builds tell what crashed"

@@ -45,7 +45,7 @@ TEST(Program, HelpsWithAnExampleForEveryCommand)
 {
     for (char const * command :
          {"refresh", "pack", "unpack", "inspect", "lock", "cp", "resume", "sync", "ls", "empty",
-          "replace", "crc", "layout"}) {
+          "replace", "crc", "layout", "info", "shm"}) {
         ToolRun run({QString::fromLatin1(command), QStringLiteral("--help")});
         EXPECT_EQ(run.status(), 0);
         EXPECT_TRUE(run.output().contains(QLatin1String("  oxtool ") + QLatin1String(command)));

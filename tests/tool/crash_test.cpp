@@ -1,0 +1,37 @@
+#include "tests/tool/tool_run.h"
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QJsonArray>
+
+TEST(CrashTestCommand, ShowsTheDumpAndTheLogOfACrash)
+{
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizers take the signals of crashes";
+#endif
+    Share const share;
+    ToolRun run({QStringLiteral("crash-test"), QStringLiteral("thread"), QStringLiteral("--dir"),
+                 share.path(), QStringLiteral("--json")});
+    EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
+    QJsonObject const result = run.json();
+    EXPECT_EQ(result.value(QStringLiteral("status")).toInt(), 128 + 11);
+    EXPECT_EQ(result.value(QStringLiteral("log")).toArray().size(), 2);
+    QString const dump = result.value(QStringLiteral("dump")).toString();
+    EXPECT_TRUE(contentOf(dump).startsWith("MDMP"));
+    // Nothing but the dump is left.
+    EXPECT_EQ(share.names().size(), 1);
+}
+
+TEST(CrashTestCommand, RefusesWhatItWouldOverwriteAndWhereNoDumpCanBe)
+{
+    Share const share;
+    share.write(QStringLiteral("crash-test.txt"), "mine");
+    for (QString const & folder : {share.path(), share.path(QStringLiteral("missing"))}) {
+        ToolRun run({QStringLiteral("crash-test"), QStringLiteral("null"), QStringLiteral("--dir"),
+                     folder});
+        EXPECT_EQ(run.status(), 1);
+        EXPECT_FALSE(run.errors().isEmpty());
+    }
+    EXPECT_EQ(contentOf(share.path(QStringLiteral("crash-test.txt"))), "mine");
+}
