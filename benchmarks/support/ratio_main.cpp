@@ -89,7 +89,7 @@ class RatioReporter : public benchmark::ConsoleReporter
     {
         std::string const & name = run.run_name.function_name;
         auto const slash = name.rfind('/');
-        bool const isRealTime = run.run_name.time_type == "real_time";
+        bool const isRealTime = !run.run_name.time_type.empty(); // or measured by the benchmark
         Seconds const total = isRealTime ? run.real_accumulated_time : run.cpu_accumulated_time;
         // A run that ended with an error has no time.
         if (run.run_type != Run::RT_Iteration || slash == std::string::npos || total <= 0)
