@@ -25,6 +25,8 @@ void addInfo(CLI::App & program, Run & run);
 void addLayout(CLI::App & program, Run & run);
 void addSync(CLI::App & program, Run & run);
 void addCrashTest(CLI::App & program, Run & run);
+void addPs(CLI::App & program, Run & run);
+void addTop(CLI::App & program, Run & run);
 void addShm(CLI::App & program, Run & run);
 void addList(CLI::App & program, Run & run);
 void addEmpty(CLI::App & program, Run & run);

@@ -49,7 +49,7 @@ int runProgram(std::vector<std::string> arguments)
     Run run;
     for (auto const add :
          {addRefresh, addPack, addUnpack, addInspect, addLock, addCopy, addResume, addSync, addList,
-          addEmpty, addReplace, addCrc, addLayout, addInfo, addShm})
+          addEmpty, addReplace, addCrc, addLayout, addInfo, addPs, addTop, addShm})
         add(program, run);
 #ifndef OX_NO_CRASH_HANDLER
     addCrashTest(program, run);

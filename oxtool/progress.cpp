@@ -1,6 +1,7 @@
 #include "oxtool/progress.h"
 
 #include "shared/platform/console.h"
+#include "shared/platform/terminal.h"
 
 #include <cstdio>
 #include <utility>
@@ -64,7 +65,7 @@ void Progress::show()
         QString line = QStringLiteral("%1 %2 s").arg(what_).arg(elapsed.count(), 0, 'f', 1);
         if (measure_)
             line += amountText(measure_(), all_, elapsed.count());
-        line.truncate(platform::terminalWidth(stderr) - 1);
+        line.truncate(platform::terminalSize(stderr).columns - 1);
         std::fprintf(stderr, "\r\033[K%s", line.toUtf8().constData());
         std::fflush(stderr);
         shown = true;

@@ -36,6 +36,11 @@ void writeLine(QString const & line)
         outputError = platform::lastError();
 }
 
+bool isOutputLost()
+{
+    return outputError != 0;
+}
+
 void writeError(QString const & text)
 {
     std::fprintf(stderr, "oxtool: %s\n", text.toUtf8().constData());

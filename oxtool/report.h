@@ -15,6 +15,9 @@ void writeOutput(char const * bytes, qint64 size);
 /// Writes one line of text to standard output, in UTF-8, and passes it on at once.
 void writeLine(QString const & line);
 
+/// Whether something could not be written, so that there is no use in going on for ever.
+bool isOutputLost();
+
 /// Writes "oxtool: " and the text to standard error.
 void writeError(QString const & text);
 

@@ -72,6 +72,12 @@ void endByStopRequest(platform::StopRequest request)
     platform::endAsRequested(request);
 }
 
+void undisturbed(std::function<void()> const & work)
+{
+    std::lock_guard const guard(shared().mutex);
+    work();
+}
+
 void prepareForStopRequests()
 {
     shared();

@@ -42,6 +42,9 @@ class Holding
     LastWord lastWord_;
 };
 
+/// Runs `work`, which should be quick, with no stop request acted upon meanwhile.
+void undisturbed(std::function<void()> const & work);
+
 /// Gets the process ready for stop requests: one gives back all that is held, the last taken first,
 /// and ends the process. To be called once, at the start.
 void prepareForStopRequests();

@@ -11,11 +11,9 @@ namespace ox::platform
 /// Whether somebody reads this stream as it is written; false for a file and a pipe.
 bool isTerminal(std::FILE * stream);
 
-/// Columns of the terminal behind the stream, 80 when the system does not tell.
-int terminalWidth(std::FILE * stream);
-
-/// Makes the standard output carry bytes as they are written, and makes a write to a pipe that
-/// nobody reads any more fail, where the system would end the process without a word.
+/// Makes the standard output carry bytes as they are written, the terminal obey escape sequences,
+/// and a write to a pipe that nobody reads any more fail, where the system would end the process
+/// without a word.
 void prepareStandardStreams();
 
 /// The program's arguments without its name, in UTF-8. Bytes that the system did not give as UTF-8

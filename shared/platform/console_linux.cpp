@@ -5,7 +5,6 @@
 #include <array>
 #include <csignal>
 #include <pwd.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace ox::platform
@@ -14,13 +13,6 @@ namespace ox::platform
 bool isTerminal(std::FILE * stream)
 {
     return ::isatty(::fileno(stream)) != 0;
-}
-
-int terminalWidth(std::FILE * stream)
-{
-    winsize size{};
-    bool const known = ::ioctl(::fileno(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return known ? size.ws_col : 80;
 }
 
 void prepareStandardStreams()

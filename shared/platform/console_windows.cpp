@@ -31,21 +31,19 @@ bool isTerminal(std::FILE * stream)
     return ::GetConsoleMode(handleOf(stream), &mode);
 }
 
-int terminalWidth(std::FILE * stream)
-{
-    CONSOLE_SCREEN_BUFFER_INFO info;
-    bool const known = ::GetConsoleScreenBufferInfo(handleOf(stream), &info);
-    return known ? info.srWindow.Right - info.srWindow.Left + 1 : 80;
-}
-
 void prepareStandardStreams()
 {
     ::_setmode(::_fileno(stdin), _O_BINARY);
     ::_setmode(::_fileno(stdout), _O_BINARY);
-    // The texts are UTF-8. The console keeps the setting, so it gets its own one back.
+    // The texts are UTF-8. The console keeps its settings, so it gets its own ones back.
     static UINT const codePage = ::GetConsoleOutputCP();
     if (codePage != 0 && ::SetConsoleOutputCP(CP_UTF8))
         std::atexit([] { ::SetConsoleOutputCP(codePage); });
+    static HANDLE const console = isTerminal(stdout) ? handleOf(stdout) : handleOf(stderr);
+    static DWORD mode = 0;
+    if (::GetConsoleMode(console, &mode) &&
+        ::SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING))
+        std::atexit([] { ::SetConsoleMode(console, mode); });
 }
 
 std::vector<std::string> utf8Arguments(int, char **)

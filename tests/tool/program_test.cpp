@@ -30,10 +30,11 @@ QString shell(char const * script, QStringList const & arguments = {})
 
 TEST(Program, AnswersWrongUseWithStatusTwoAndAWordOnStandardError)
 {
-    for (char const * line : {"nonsense", "refresh", "refresh a --map b", "refresh a --map =b",
-                              "refresh a --timeout -1", "pack a", "pack a b --format xy",
-                              "pack a b --header 1", "lock a", "lock a --status -- true",
-                              "lock a --json -- true", "crc", "layout a", "unpack a b"}) {
+    for (char const * line :
+         {"nonsense", "refresh", "refresh a --map b", "refresh a --map =b",
+          "refresh a --timeout -1", "pack a", "pack a b --format xy", "pack a b --header 1",
+          "lock a", "lock a --status -- true", "lock a --json -- true", "crc", "layout a",
+          "unpack a b", "ps a b", "top a", "top --interval 0", "top --count x"}) {
         ToolRun run(words(line));
         EXPECT_EQ(run.status(), 2) << line;
         EXPECT_FALSE(run.errors().isEmpty()) << line;
@@ -45,7 +46,7 @@ TEST(Program, HelpsWithAnExampleForEveryCommand)
 {
     for (char const * command :
          {"refresh", "pack", "unpack", "inspect", "lock", "cp", "resume", "sync", "ls", "empty",
-          "replace", "crc", "layout", "info", "shm"}) {
+          "replace", "crc", "layout", "info", "ps", "top", "shm"}) {
         ToolRun run({QString::fromLatin1(command), QStringLiteral("--help")});
         EXPECT_EQ(run.status(), 0);
         EXPECT_TRUE(run.output().contains(QLatin1String("  oxtool ") + QLatin1String(command)));

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "shared/system/process_list.h"
+
+#include <QString>
+
+namespace ox::tool
+{
+
+/// "    PID  PARENT  USER  MIB  <figures>  NAME", the heading of such lines.
+QString processHeading(QString const & figures);
+
+/// A process on a line, with "-" for the user of one that the library did not read.
+QString processLine(_oxProcessEntry const & entry, QString const & figures);
+
+} // namespace ox::tool

@@ -1,0 +1,75 @@
+#include "shared/platform/terminal.h"
+
+#include "shared/platform/console.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace ox::platform
+{
+namespace
+{
+
+termios asItWas;
+
+void show(char const * sequence)
+{
+    std::fputs(sequence, stdout);
+    std::fflush(stdout);
+}
+
+} // namespace
+
+TerminalSize terminalSize(std::FILE * stream)
+{
+    winsize size{};
+    bool const known =
+        ::ioctl(::fileno(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0 && size.ws_row > 0;
+    return known ? TerminalSize{size.ws_col, size.ws_row} : TerminalSize();
+}
+
+bool takeTerminal()
+{
+    if (!isTerminal(stdout) || ::tcgetattr(STDIN_FILENO, &asItWas) != 0)
+        return false;
+    termios settings = asItWas;
+    settings.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    settings.c_cc[VMIN] = 1;
+    settings.c_cc[VTIME] = 0;
+    // A process suspended now would leave its terminal to the shell as it is.
+    settings.c_cc[VSUSP] = _POSIX_VDISABLE;
+    if (::tcsetattr(STDIN_FILENO, TCSAFLUSH, &settings) != 0)
+        return false;
+    show("\033[?1049h\033[?25l");
+    return true;
+}
+
+void giveTerminalBack()
+{
+    show("\033[?25h\033[?1049l");
+    ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &asItWas);
+}
+
+std::optional<char> waitForKey(std::chrono::milliseconds time)
+{
+    auto const end = std::chrono::steady_clock::now() + time;
+    for (;;) {
+        auto const left =
+            std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+        pollfd keyboard{STDIN_FILENO, POLLIN, 0};
+        int const ready = ::poll(&keyboard, 1, std::max(0, static_cast<int>(left.count())));
+        if (ready == 0)
+            return std::nullopt;
+        char key = endOfKeys;
+        if (ready > 0 && ::read(STDIN_FILENO, &key, 1) >= 0)
+            return key;
+        if (errno != EINTR)
+            return endOfKeys;
+    }
+}
+
+} // namespace ox::platform

@@ -1,0 +1,104 @@
+#include "tests/tool/tool_run.h"
+
+#include <gtest/gtest.h>
+
+#include <QElapsedTimer>
+
+namespace
+{
+
+/// A shell script, in which $TOOL is the program, on a terminal of its own.
+class OnTerminal
+{
+  public:
+    explicit OnTerminal(QByteArray const & commands)
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("SHELL"), QStringLiteral("/bin/sh"));
+        environment.insert(QStringLiteral("TOOL"), QStringLiteral(OX_TOOL));
+        process_.setProcessEnvironment(environment);
+        process_.start(
+            QStringLiteral("script"),
+            {QStringLiteral("-qec"), QString::fromLatin1(commands), QStringLiteral("/dev/null")});
+    }
+    ~OnTerminal()
+    {
+        process_.kill();
+        process_.waitForFinished();
+    }
+
+    bool waitFor(char const * text)
+    {
+        while (!shown_.contains(text) && process_.waitForReadyRead(10000))
+            shown_ += process_.readAll();
+        shown_ += process_.readAll();
+        return shown_.contains(text);
+    }
+    void press(char key)
+    {
+        process_.write(&key, 1);
+        process_.waitForBytesWritten();
+    }
+    QByteArray const & shown() const { return shown_; }
+
+  private:
+    QProcess process_;
+    QByteArray shown_;
+};
+
+bool hasTerminals()
+{
+    return QProcess::execute(QStringLiteral("sh"),
+                             {QStringLiteral("-c"),
+                              QStringLiteral("script -qec true /dev/null >/dev/null 2>&1")}) == 0;
+}
+
+} // namespace
+
+TEST(TopOnTerminal, IsDrawnInPlaceAndLeavesTheTerminalAsItWas)
+{
+    if (!hasTerminals())
+        GTEST_SKIP() << "there is no script with a pseudo-terminal";
+    struct {
+        char const * run;
+        char key;
+        char const * status;
+    } const ends[] = {
+        {R"("$TOOL" top --interval 100)", 'q', "status 0"},
+        {R"("$TOOL" top --interval 86400000)", 'Q', "status 0"},
+        {R"("$TOOL" top)", '\x03', "status 130"},
+        {R"("$TOOL" top --interval 50 --count 2)", 'x', "status 0"},
+    };
+    for (auto const & [run, key, status] : ends) {
+        OnTerminal terminal(QByteArray("trap : INT; stty rows 10 columns 60; before=$(stty -g); ") +
+                            run +
+                            R"(; echo status $?; test $before = $(stty -g) && echo restored)");
+        EXPECT_TRUE(terminal.waitFor("q ends")) << run << terminal.shown().data();
+        terminal.press(key);
+        EXPECT_TRUE(terminal.waitFor("restored")) << run << terminal.shown().data();
+        QByteArray const shown = terminal.shown();
+        EXPECT_TRUE(shown.contains(status)) << run << shown.data();
+        auto const begin = shown.indexOf("\033[?1049h\033[?25l");
+        auto const end = shown.indexOf("\033[?25h\033[?1049l");
+        EXPECT_TRUE(begin >= 0 && begin < end && end < shown.indexOf("status"))
+            << run << shown.data();
+        // Nothing scrolls: no view has more lines than the terminal, nor is one too long.
+        QByteArray const view = shown.mid(begin, shown.indexOf("\033[J", begin) - begin);
+        EXPECT_EQ(view.count('\n'), 9) << view.data();
+        for (QByteArray const & line : view.mid(view.indexOf("\033[H") + 3).split('\n'))
+            EXPECT_LE(line.indexOf("\033[K"), 60) << line.data();
+    }
+}
+
+TEST(TopInPipe, EndsWithItsReader)
+{
+    QElapsedTimer timer;
+    timer.start();
+    QProcess process;
+    process.start(
+        QStringLiteral("sh"),
+        {QStringLiteral("-c"),
+         QStringLiteral("'%1' top --interval 50 | head -n 1").arg(QStringLiteral(OX_TOOL))});
+    EXPECT_TRUE(process.waitForFinished(20000)) << timer.elapsed();
+    process.kill();
+}
