@@ -8,7 +8,7 @@ packages_of() {
   case $1 in
     build) echo g++ cmake ninja-build ccache pkg-config qt6-base-dev zlib1g-dev libcli11-dev ;;
     test) echo libgtest-dev gzip python3 util-linux fiu-utils ;;
-    bench) echo libbenchmark-dev libdeflate-dev libisal-dev libboost-dev rsync ;;
+    bench) echo libbenchmark-dev libdeflate-dev libisal-dev libboost-dev libproc2-dev rsync ;;
     format) echo clang-format ;;
     qt5) echo qtbase5-dev ;;
     linux32) echo g++-multilib googletest qt6-base-dev-tools dpkg-dev ;;

@@ -27,26 +27,32 @@ struct ListedProcess {
     std::string_view name;
 };
 
-/// Shows every process of the machine until `visit` returns false; none when the system gives no
-/// list. One that ends meanwhile is left out.
-void visitProcesses(std::function<bool(ListedProcess const &)> const & visit);
-
 /// What a process has used.
 struct ProcessCounters {
     std::int64_t cpuTime;     ///< of all its threads, in 100 ns
     std::uint64_t workingSet; ///< bytes; 2^32 - 1 also stands for more to a reader of 32 bits
 };
 
+/// Where counters are kept, in a form of the system's own: zeros at first, aligned to 8 bytes.
+inline constexpr std::size_t counterBufferSize = 308000;
+using CounterBuffer = std::span<char, counterBufferSize>;
+
+/// Shows every process of the machine until `visit` returns false; none when the system gives no
+/// list. One that ends meanwhile is left out. Counters that the system tells along with the list
+/// are put aside in the buffer.
+void visitProcesses(CounterBuffer buffer, std::function<bool(ListedProcess const &)> const & visit);
+
 /// What the failure of readProcessCounters is told under.
 extern char const counterSource[];
 
-/// Reads the counters of at least these processes into the buffer, for processCounters to find.
+/// Reads the counters of at least these processes into the buffer, for processCounters to find;
+/// those that visitProcesses has put aside just before do as well.
 /// Returns the moment in 100 ns, from any beginning; empty on failure, with the last error set.
 std::optional<std::int64_t> readProcessCounters(std::span<std::uint32_t const> ids,
-                                                std::span<char> buffer);
+                                                CounterBuffer buffer);
 
 /// A process's counters in the buffer; empty when it is not among them.
-std::optional<ProcessCounters> processCounters(std::span<char const> buffer, std::uint32_t id);
+std::optional<ProcessCounters> processCounters(CounterBuffer buffer, std::uint32_t id);
 
 /// The account that a process belongs to.
 struct ProcessOwner {

@@ -121,31 +121,89 @@ std::string_view nameOf(int proc, std::uint32_t id, StatLine const & stat, std::
     return first.starts_with(command) ? first : command;
 }
 
-/// A process's counters as they lie in the buffer, one after the other by rising id.
-struct Sample {
-    std::uint32_t id;
-    ProcessCounters counters;
+/// Now, in 100 ns.
+std::int64_t now()
+{
+    timespec time{};
+    ::clock_gettime(CLOCK_MONOTONIC, &time);
+    return std::int64_t{time.tv_sec} * 10'000'000 + time.tv_nsec / 100;
+}
+
+/// The counters of many processes, read one after the other.
+class Counters
+{
+  public:
+    void begin()
+    {
+        count_ = 0;
+        end_ = 0;
+        begin_ = now();
+    }
+    void add(std::uint32_t id, StatLine const & stat)
+    {
+        static std::int64_t const ticksIn100ns = 10'000'000 / ::sysconf(_SC_CLK_TCK);
+        static std::int64_t const pageSize = ::sysconf(_SC_PAGESIZE);
+        if (count_ < std::size(samples_))
+            samples_[count_++] = {id,
+                                  {stat.ticks() * ticksIn100ns,
+                                   static_cast<std::uint64_t>(stat.residentPages() * pageSize)}};
+    }
+    void end()
+    {
+        std::ranges::sort(samples_, samples_ + count_, {}, &Sample::id);
+        end_ = now();
+    }
+
+    std::int64_t time() const { return begin_; }
+    /// Whether all were read, the last of them in the past hundredth of a second.
+    bool areFresh() const { return end_ != 0 && now() - end_ < 100'000; }
+
+    std::optional<ProcessCounters> of(std::uint32_t id) const
+    {
+        Sample const * const end = samples_ + count_;
+        Sample const * const found = std::ranges::lower_bound(samples_, end, id, {}, &Sample::id);
+        return found != end && found->id == id ? std::optional(found->counters) : std::nullopt;
+    }
+
+  private:
+    struct Sample {
+        std::uint32_t id;
+        ProcessCounters counters;
+    };
+
+    std::int64_t begin_;
+    std::int64_t end_;
+    std::size_t count_;
+    Sample samples_[6000];
 };
 
-std::span<Sample const> samplesIn(std::span<char const> buffer)
-{
-    std::size_t count = 0;
-    std::memcpy(&count, buffer.data(), sizeof count);
-    return {reinterpret_cast<Sample const *>(buffer.data() + alignof(Sample)), count};
-}
+/// What lies in a buffer: the counters that are found, and others aside.
+struct Buffered {
+    std::size_t found;
+    Counters counters[2];
+
+    static Buffered & in(CounterBuffer buffer)
+    {
+        return *reinterpret_cast<Buffered *>(buffer.data());
+    }
+    Counters & aside() { return counters[1 - found]; }
+};
+static_assert(sizeof(Buffered) <= counterBufferSize);
 
 } // namespace
 
-void visitProcesses(std::function<bool(ListedProcess const &)> const & visit)
+void visitProcesses(CounterBuffer buffer, std::function<bool(ListedProcess const &)> const & visit)
 {
     Descriptor const proc(openProc());
     alignas(dirent64) char entries[32768];
     char room[PATH_MAX];
-    for (;;) {
-        ssize_t const size = proc.isOpen() ? ::getdents64(proc.get(), entries, sizeof entries) : 0;
-        if (size <= 0)
-            return;
-        for (ssize_t at = 0; at < size;) {
+    Counters & counters = Buffered::in(buffer).aside();
+    counters.begin();
+    bool goOn = proc.isOpen();
+    while (goOn) {
+        ssize_t const size = ::getdents64(proc.get(), entries, sizeof entries);
+        goOn = size > 0;
+        for (ssize_t at = 0; goOn && at < size;) {
             auto const & entry = *reinterpret_cast<dirent64 const *>(entries + at);
             at += entry.d_reclen;
             std::uint32_t id = 0;
@@ -154,46 +212,43 @@ void visitProcesses(std::function<bool(ListedProcess const &)> const & visit)
             if (error != std::errc() || *end != 0)
                 continue;
             StatLine const stat(proc.get(), id);
-            if (stat.isValid() && !visit({id, stat.parentId(), nameOf(proc.get(), id, stat, room)}))
-                return;
+            if (!stat.isValid())
+                continue;
+            counters.add(id, stat);
+            goOn = visit({id, stat.parentId(), nameOf(proc.get(), id, stat, room)});
         }
     }
+    if (proc.isOpen())
+        counters.end();
 }
 
 std::optional<std::int64_t> readProcessCounters(std::span<std::uint32_t const> ids,
-                                                std::span<char> buffer)
+                                                CounterBuffer buffer)
 {
-    static std::int64_t const ticksIn100ns = 10'000'000 / ::sysconf(_SC_CLK_TCK);
-    static std::int64_t const pageSize = ::sysconf(_SC_PAGESIZE);
-    std::size_t count = 0;
-    std::memcpy(buffer.data(), &count, sizeof count);
+    Buffered & buffered = Buffered::in(buffer);
+    Counters & counters = buffered.aside();
+    bool const areFresh = counters.areFresh();
+    buffered.found = 1 - buffered.found;
+    buffered.aside().begin();
+    if (areFresh)
+        return counters.time();
+    counters.begin();
     Descriptor const proc(openProc());
     if (!proc.isOpen())
         return std::nullopt;
-    timespec now{};
-    ::clock_gettime(CLOCK_MONOTONIC, &now);
-
-    auto * const samples = reinterpret_cast<Sample *>(buffer.data() + alignof(Sample));
-    std::size_t const room = (buffer.size() - alignof(Sample)) / sizeof(Sample);
-    for (std::uint32_t const id : ids.first(std::min(ids.size(), room))) {
+    for (std::uint32_t const id : ids) {
         StatLine const stat(proc.get(), id);
         if (stat.isValid())
-            samples[count++] = {id,
-                                {stat.ticks() * ticksIn100ns,
-                                 static_cast<std::uint64_t>(stat.residentPages() * pageSize)}};
+            counters.add(id, stat);
     }
-    std::ranges::sort(samples, samples + count, {}, &Sample::id);
-    std::memcpy(buffer.data(), &count, sizeof count);
-    return std::int64_t{now.tv_sec} * 10'000'000 + now.tv_nsec / 100;
+    counters.end();
+    return counters.time();
 }
 
-std::optional<ProcessCounters> processCounters(std::span<char const> buffer, std::uint32_t id)
+std::optional<ProcessCounters> processCounters(CounterBuffer buffer, std::uint32_t id)
 {
-    auto const samples = samplesIn(buffer);
-    auto const found = std::ranges::lower_bound(samples, id, {}, &Sample::id);
-    if (found == samples.end() || found->id != id)
-        return std::nullopt;
-    return found->counters;
+    Buffered & buffered = Buffered::in(buffer);
+    return buffered.counters[buffered.found].of(id);
 }
 
 /// The folder of a process belongs to the user it acts as, whatever it hides inside.

@@ -61,7 +61,7 @@ PSID ownerOf(HANDLE process, std::vector<char> & room)
 
 } // namespace
 
-void visitProcesses(std::function<bool(ListedProcess const &)> const & visit)
+void visitProcesses(CounterBuffer, std::function<bool(ListedProcess const &)> const & visit)
 {
     Handle const snapshot(::CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
     PROCESSENTRY32W entry{};
@@ -76,7 +76,7 @@ void visitProcesses(std::function<bool(ListedProcess const &)> const & visit)
 }
 
 std::optional<std::int64_t> readProcessCounters(std::span<std::uint32_t const>,
-                                                std::span<char> buffer)
+                                                CounterBuffer buffer)
 {
     // A failed answer must not leave the one before it to be found.
     std::memset(buffer.data(), 0, 8);
@@ -84,7 +84,7 @@ std::optional<std::int64_t> readProcessCounters(std::span<std::uint32_t const>,
     return block ? std::optional(performanceTime(*block).value_or(0)) : std::nullopt;
 }
 
-std::optional<ProcessCounters> processCounters(std::span<char const> buffer, std::uint32_t id)
+std::optional<ProcessCounters> processCounters(CounterBuffer buffer, std::uint32_t id)
 {
     auto const processes = PerformanceObject::find(buffer, Title::Process);
     auto const process = processes ? processes->instanceWith(Title::ProcessId, id) : std::nullopt;

@@ -15,7 +15,7 @@ using ox::platform::ProcessOwner;
 
 /// What a list keeps on the heap, in one block.
 struct ox::detail::ProcessReadings {
-    alignas(8) char buffer[308000];
+    alignas(8) char buffer[platform::counterBufferSize];
     platform::ProcessOwners owners;
 };
 
@@ -24,7 +24,7 @@ namespace
 
 constexpr char debugPrivilege[] = "SeDebugPrivilege";
 
-std::span<char> bufferOf(ox::detail::ProcessReadings & readings)
+ox::platform::CounterBuffer bufferOf(ox::detail::ProcessReadings & readings)
 {
     return readings.buffer;
 }
@@ -61,7 +61,7 @@ void _oxProcessList::collectAllProcesses()
     collected = true;
     count = 0;
     readings_->owners.forget();
-    ox::platform::visitProcesses([this](ox::platform::ListedProcess const & process) {
+    auto const take = [this](ox::platform::ListedProcess const & process) {
         _oxProcessEntry & entry = entries[count++];
         entry.name = process.id == 0 ? std::string_view("IDLE") : process.name;
         entry.name.makeUpper();
@@ -71,7 +71,8 @@ void _oxProcessList::collectAllProcesses()
         entry.memMB = 0;
         entry.cpuTime = 0;
         return count < capacity;
-    });
+    };
+    ox::platform::visitProcesses(bufferOf(*readings_), take);
 }
 
 void _oxProcessList::initGetProcessInfo()

@@ -1,0 +1,182 @@
+#include "shared/system/process_list.h"
+
+#include <benchmark/benchmark.h>
+
+#include <QProcess>
+
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <libproc2/pids.h>
+#include <malloc.h>
+#include <memory>
+
+namespace
+{
+
+constexpr int processCount = 400;
+
+/// Processes that do nothing but be there, besides those of the machine.
+class Sleepers
+{
+  public:
+    Sleepers()
+    {
+        for (auto & process : processes_) {
+            process = std::make_unique<QProcess>();
+            process->setStandardInputFile(QProcess::nullDevice());
+            process->setStandardOutputFile(QProcess::nullDevice());
+            process->setStandardErrorFile(QProcess::nullDevice());
+            process->start(QStringLiteral("sleep"), {QStringLiteral("3600")});
+            if (!process->waitForStarted())
+                std::abort();
+        }
+    }
+    ~Sleepers()
+    {
+        for (auto & process : processes_) {
+            process->kill();
+            process->waitForFinished();
+        }
+    }
+
+  private:
+    std::array<std::unique_ptr<QProcess>, processCount> processes_;
+};
+
+void needProcesses()
+{
+    static Sleepers const sleepers;
+}
+
+/// What was read; it keeps the compiler from leaving anything out.
+struct Seen {
+    int processes = 0;
+    long long memory = 0;
+    long long time = 0;
+    unsigned long names = 0;
+
+    void requireAll() const
+    {
+        if (processes < processCount || memory < processCount || names < processCount)
+            std::abort();
+    }
+};
+
+_oxProcessList & list()
+{
+    static auto const kept = std::make_unique<_oxProcessList>();
+    return *kept;
+}
+
+Seen idsAndNamesByUs()
+{
+    list().collectAllProcesses();
+    return {list().count, processCount, 0, processCount};
+}
+
+Seen everythingByUs()
+{
+    list().collectAllProcesses();
+    list().initGetProcessInfo();
+    Seen seen;
+    for (int i = 0; i < list().count; ++i, ++seen.processes) {
+        list().getProcessInfo(i);
+        _oxProcessEntry const & entry = list().entries[i];
+        seen.memory += entry.memMB;
+        seen.time += entry.cpuTime;
+        seen.names += entry.name.view().size() + entry.user.view().size();
+    }
+    return seen;
+}
+
+/// Reads the given items of all processes; those of `everything` in its order.
+template <typename Add>
+Seen readByLibproc(pids_info *& info, pids_item const * items, int itemCount, Add const & add)
+{
+    if (!info && procps_pids_new(&info, const_cast<pids_item *>(items), itemCount) < 0)
+        std::abort();
+    pids_fetch const * const fetched = procps_pids_reap(info, PIDS_FETCH_TASKS_ONLY);
+    if (!fetched)
+        std::abort();
+    Seen seen;
+    for (int i = 0; i < fetched->counts->total; ++i, ++seen.processes)
+        add(*fetched->stacks[i], seen);
+    return seen;
+}
+
+Seen idsAndNamesByLibproc()
+{
+    static constexpr pids_item items[] = {PIDS_ID_PID, PIDS_ID_PPID, PIDS_CMD};
+    static pids_info * info = nullptr;
+    Seen seen =
+        readByLibproc(info, items, std::size(items), [](pids_stack const & stack, Seen & sum) {
+            sum.names += std::strlen(stack.head[2].result.str);
+        });
+    seen.memory = processCount;
+    return seen;
+}
+
+Seen everythingByLibproc()
+{
+    static constexpr pids_item items[] = {PIDS_ID_PID,  PIDS_ID_PPID,  PIDS_CMD,
+                                          PIDS_MEM_RES, PIDS_TICS_ALL, PIDS_ID_EUSER};
+    static pids_info * info = nullptr;
+    return readByLibproc(info, items, std::size(items), [](pids_stack const & stack, Seen & sum) {
+        sum.names += std::strlen(stack.head[2].result.str);
+        sum.memory += static_cast<long long>(stack.head[3].result.ul_int);
+        sum.time += static_cast<long long>(stack.head[4].result.ull_int);
+        sum.names += std::strlen(stack.head[5].result.str);
+    });
+}
+
+Seen everythingByPs()
+{
+    QProcess process;
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.start(QStringLiteral("ps"),
+                  {QStringLiteral("-eo"), QStringLiteral("pid,ppid,comm,rss,time,user")});
+    if (!process.waitForFinished() || process.exitCode() != 0)
+        std::abort();
+    return {processCount, processCount, 0, processCount};
+}
+
+void add(char const * name, Seen (*read)())
+{
+    benchmark::RegisterBenchmark(name,
+                                 [read](benchmark::State & state) {
+                                     needProcesses();
+                                     for ([[maybe_unused]] auto _ : state)
+                                         read().requireAll();
+                                 })
+        ->Unit(benchmark::kMicrosecond)
+        ->UseRealTime();
+}
+
+/// Shows in its counter how much the heap has grown over the snapshots.
+void takeSnapshots(benchmark::State & state)
+{
+    everythingByUs();
+    auto const before = ::mallinfo2();
+    for ([[maybe_unused]] auto _ : state)
+        everythingByUs();
+    auto const after = ::mallinfo2();
+    state.counters["grownBytes"] = static_cast<double>(after.uordblks + after.hblkhd) -
+                                   static_cast<double>(before.uordblks + before.hblkhd);
+}
+
+[[maybe_unused]] bool const registered = [] {
+    benchmark::RegisterBenchmark("snapshots/10000/oxShared", takeSnapshots)
+        ->Iterations(10000)
+        ->Repetitions(1)
+        ->Unit(benchmark::kMicrosecond);
+    add("idsAndNames/400/oxShared", idsAndNamesByUs);
+    add("idsAndNames/400/libproc2", idsAndNamesByLibproc);
+    add("everything/400/oxShared", everythingByUs);
+    add("everything/400/libproc2", everythingByLibproc);
+    add("everything/400/ps", everythingByPs);
+    return true;
+}();
+
+} // namespace
