@@ -11,8 +11,9 @@ class oxLogger
     /// asks for the line to be in the file when the call returns.
     ///
     /// After a crash it is called in a process whose heap and whose locks may be unusable: it then
-    /// may do no more than write to a file that it has open. Keep it the first virtual function;
-    /// the farm's applications are built apart from the library.
+    /// may do no more than write to a file that it has open, and is given up when it crashes or
+    /// takes three seconds. On Windows the call then comes on a thread of its own. Keep it the
+    /// first virtual function; the farm's applications are built apart from the library.
     virtual void log(int level, _oxString8_evenSize<500> const & text, bool flag) = 0;
 
   protected:

@@ -35,15 +35,25 @@ ox::detail::LocalZone zone;
 std::unique_ptr<MinidumpWriter> writer;
 std::atomic<bool> reportCrashesToSystem = false;
 
-void log(LogText const & text)
+void writeLine(void * text)
 {
     constexpr int error = 2;
     try {
         if (application->logger)
-            application->logger->log(error, text, true);
+            application->logger->log(error, *static_cast<LogText *>(text), true);
     } catch (...) {
         // A failing logger costs its line, and not the dump.
     }
+}
+
+/// After a crash nothing that the logger does can do harm any more. Before, its crash is one of the
+/// application.
+void log(LogText text, DumpReason reason)
+{
+    if (reason == DumpReason::Crash)
+        ox::platform::runGuarded(writeLine, &text);
+    else
+        writeLine(&text);
 }
 
 /// A full path in the system's own characters.
@@ -98,23 +108,23 @@ LogText nameOfDump(__int64 time)
 }
 
 /// Gives a dump its final name and logs where it is.
-void finish(NativeChar const * file)
+void finish(WrittenDump const & dump)
 {
     constexpr int secondsToTry = 60;
     LogText text("wrote dumpfile to ");
     __int64 const now = ox::platform::currentTime();
     for (int i = 0; i < secondsToTry; ++i) {
-        FullName const name(file, nameOfDump(now + i).view());
-        Renaming const result = ox::platform::renameToNewName(file, name.c_str());
+        FullName const name(dump.file, nameOfDump(now + i).view());
+        Renaming const result = ox::platform::renameToNewName(dump.file, name.c_str());
         if (result == Renaming::NameIsTaken)
             continue;
         if (result == Renaming::NoSuchFile)
             return;
-        add(text, result == Renaming::Done ? name.c_str() : file);
-        return log(text);
+        add(text, result == Renaming::Done ? name.c_str() : dump.file);
+        return log(text, dump.reason);
     }
-    add(text, file);
-    log(text);
+    add(text, dump.file);
+    log(text, dump.reason);
 }
 
 bool onDump(WrittenDump const & dump)
@@ -123,26 +133,31 @@ bool onDump(WrittenDump const & dump)
     text.add(dump.succeeded ? "true" : "false");
     if (dump.reason == DumpReason::Request)
         text.add("dump called");
-    log(text);
+    log(text, dump.reason);
     if (dump.succeeded) {
         oxSleep(200);
-        finish(dump.file);
+        finish(dump);
     }
     bool const goesOn = dump.reason == DumpReason::Crash && reportCrashesToSystem;
     return dump.succeeded && !goesOn;
 }
 
-/// The folder as the writer takes it, the empty one being that for temporary files. Empty when the
-/// writer cannot take it.
-NativeName dumpFolder(NativeName const & folder)
+/// The folder as the writer takes it. Empty when it cannot.
+NativeName dumpFolder(std::filesystem::path const & folder)
 {
     std::error_code error;
-    auto const path = folder.empty() ? std::filesystem::temp_directory_path(error)
-                                     : std::filesystem::absolute(folder, error);
-    NativeName name = path.native();
+    NativeName name = std::filesystem::absolute(folder, error).native();
     while (name.size() > 1 && name.back() == NativeChar{ox::platform::ownSeparator})
         name.pop_back();
     return name.size() <= ox::platform::longestDumpFolder ? name : NativeName();
+}
+
+/// Where the system has none that can be taken it is a folder in which dumps may just fail.
+NativeName temporaryFolder()
+{
+    std::error_code error;
+    NativeName const folder = dumpFolder(std::filesystem::temp_directory_path(error));
+    return folder.empty() ? dumpFolder("/tmp") : folder;
 }
 
 bool isFolder(NativeName const & name)
@@ -171,7 +186,7 @@ NativeName logFolderOfInstallation(char * argv0)
 
 void setFolder(NativeName const & given)
 {
-    NativeName const folder = dumpFolder(given);
+    NativeName const folder = given.empty() ? temporaryFolder() : dumpFolder(given);
     if (writer && !folder.empty())
         writer->setFolder(folder);
 }
@@ -198,7 +213,7 @@ void oxCrashHandler::init(__OX & context, int argc, char ** const argv)
     prepareThread();
     NativeName folder = dumpFolder(logFolderOfInstallation(argc > 0 && argv ? argv[0] : nullptr));
     if (folder.empty())
-        folder = dumpFolder({});
+        folder = temporaryFolder();
     writer = std::make_unique<MinidumpWriter>(folder, onDump);
 }
 

@@ -66,6 +66,11 @@ class MinidumpWriter
     std::unique_ptr<Implementation> implementation_;
 };
 
+/// Runs `work` for the callback after a crash, and gives it up when it crashes in turn, calls
+/// abort() or has not ended after three seconds, as when it waits for a lock that the crash left
+/// taken. Whether it came to its end.
+bool runGuarded(void (*work)(void *), void * data);
+
 /// 0 without a record.
 std::uint32_t exceptionCode(EXCEPTION_POINTERS const & exception);
 

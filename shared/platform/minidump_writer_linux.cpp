@@ -1,6 +1,8 @@
 #include "shared/platform/minidump_writer.h"
 
+#include <csetjmp>
 #include <csignal>
+#include <iterator>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -9,6 +11,7 @@
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <ucontext.h>
+#include <unistd.h>
 
 #include "client/linux/handler/exception_handler.h"
 
@@ -20,22 +23,30 @@ namespace
 using google_breakpad::ExceptionHandler;
 using google_breakpad::MinidumpDescriptor;
 
-struct Order {
-    MinidumpWriter::Callback callback;
-    DumpReason reason;
-    bool isTaken;
-};
-
-bool report(MinidumpDescriptor const & dump, void * order, bool succeeded)
+bool reportCrash(MinidumpDescriptor const & dump, void * callback, bool succeeded)
 {
-    auto const & given = *static_cast<Order const *>(order);
-    return given.callback({dump.path(), given.reason, succeeded});
+    auto const call = *static_cast<MinidumpWriter::Callback const *>(callback);
+    return call({dump.path(), DumpReason::Crash, succeeded});
 }
 
-/// A dump on demand is one dump: a crash meanwhile is left to the writer of the crashes.
-bool takeOnce(void * order)
+/// A dump on demand.
+struct Demand {
+    pthread_t const thread = ::pthread_self();
+    bool isTaken = false;
+    std::string file;
+};
+
+/// A crash meanwhile, on whatever thread, is left to the writer of the crashes.
+bool takeDemand(void * demand)
 {
-    return !std::exchange(static_cast<Order *>(order)->isTaken, true);
+    auto & given = *static_cast<Demand *>(demand);
+    return ::pthread_equal(::pthread_self(), given.thread) && !std::exchange(given.isTaken, true);
+}
+
+bool noteDemanded(MinidumpDescriptor const & dump, void * demand, bool succeeded)
+{
+    static_cast<Demand *>(demand)->file = dump.path();
+    return succeeded;
 }
 
 /// The place of an exception that comes without one.
@@ -88,7 +99,54 @@ class SignalStack
     stack_t previous_{};
 };
 
+/// Where the guarded work is left, and by which thread.
+sigjmp_buf wayOut;
+pthread_t guardedThread;
+
+void leaveGuardedWork(int signal)
+{
+    if (::pthread_equal(::pthread_self(), guardedThread))
+        ::siglongjmp(wayOut, 1);
+    if (signal == SIGALRM)
+        ::pthread_kill(guardedThread, signal);
+    else
+        for (;;) // until the guarded thread ends the process
+            ::pause();
+}
+
 } // namespace
+
+bool runGuarded(void (*work)(void *), void * data)
+{
+    constexpr unsigned patienceSeconds = 3;
+    constexpr int signals[] = {SIGSEGV, SIGABRT, SIGFPE, SIGILL, SIGBUS, SIGTRAP, SIGALRM};
+    struct sigaction before[std::size(signals)];
+    struct sigaction leave {
+    };
+    leave.sa_handler = leaveGuardedWork;
+    leave.sa_flags = SA_ONSTACK;
+    for (int const signal : signals)
+        ::sigaddset(&leave.sa_mask, signal);
+    guardedThread = ::pthread_self();
+
+    bool volatile isDone = false;
+    if (sigsetjmp(wayOut, 1) == 0) {
+        for (std::size_t i = 0; i < std::size(signals); ++i)
+            ::sigaction(signals[i], &leave, &before[i]);
+        sigset_t mask;
+        ::pthread_sigmask(SIG_UNBLOCK, &leave.sa_mask, &mask);
+        ::alarm(patienceSeconds);
+        work(data);
+        ::alarm(0);
+        ::pthread_sigmask(SIG_SETMASK, &mask, nullptr);
+        isDone = true;
+    }
+    // A late alarm must not end the process in place of the crash.
+    before[std::size(signals) - 1].sa_handler = SIG_IGN;
+    for (std::size_t i = 0; i < std::size(signals); ++i)
+        ::sigaction(signals[i], &before[i], nullptr);
+    return isDone;
+}
 
 struct MinidumpWriter::Implementation {
     /// The one of the process.
@@ -96,15 +154,15 @@ struct MinidumpWriter::Implementation {
 
     std::mutex mutex; ///< for the folder and the dumps on demand
     std::string folder;
-    Order crash;
+    Callback callback;
     std::unique_ptr<ExceptionHandler> handler;
 
     /// Sets up the handler of the crashes; an old one goes only when the new one stands.
     void install(NativeName const & dumpFolder)
     {
         folder = dumpFolder;
-        handler = std::make_unique<ExceptionHandler>(MinidumpDescriptor(folder), nullptr, report,
-                                                     &crash, true, -1);
+        handler = std::make_unique<ExceptionHandler>(MinidumpDescriptor(folder), nullptr,
+                                                     reportCrash, &callback, true, -1);
     }
 
     /// The handler has named the file of the next crash, which must not be that of a child, too.
@@ -114,11 +172,20 @@ struct MinidumpWriter::Implementation {
             installed->handler->set_minidump_descriptor(MinidumpDescriptor(installed->folder));
     }
 
+    /// The callback comes when the dump is done and nothing is held any more.
     bool writeOnDemand(DumpReason reason, EXCEPTION_RECORD const & record, void * context)
     {
+        Demand demand;
+        bool const succeeded = dump(demand, record, context);
+        return callback({demand.file.c_str(), reason, succeeded});
+    }
+
+  private:
+    bool dump(Demand & demand, EXCEPTION_RECORD const & record, void * context)
+    {
         std::lock_guard const lock(mutex);
-        Order order{crash.callback, reason, false};
-        ExceptionHandler once(MinidumpDescriptor(folder), takeOnce, report, &order, false, -1);
+        ExceptionHandler once(MinidumpDescriptor(folder), takeDemand, noteDemanded, &demand, false,
+                              -1);
         siginfo_t signal{};
         signal.si_signo = static_cast<int>(record.ExceptionCode);
         signal.si_code = static_cast<int>(record.ExceptionFlags);
@@ -134,7 +201,7 @@ MinidumpWriter::Implementation * MinidumpWriter::Implementation::installed = nul
 MinidumpWriter::MinidumpWriter(NativeName const & folder, Callback callback)
     : implementation_(std::make_unique<Implementation>())
 {
-    implementation_->crash = {callback, DumpReason::Crash, false};
+    implementation_->callback = callback;
     implementation_->install(folder);
     Implementation::installed = implementation_.get();
     ::pthread_atfork(nullptr, nullptr, Implementation::changeFileOfChild);
@@ -153,9 +220,14 @@ void MinidumpWriter::setFolder(NativeName const & folder)
 
 bool MinidumpWriter::write(std::uint32_t code)
 {
-    ucontext_t context;
-    return ::getcontext(&context) == 0 &&
-           implementation_->writeOnDemand(DumpReason::Request, {code, 0, instructionOf(context)},
+    ucontext_t context{};
+    if (::getcontext(&context) != 0)
+        return false;
+#ifdef __i386__
+    // The dump has the stack pointer from where only the system puts it.
+    context.uc_mcontext.gregs[REG_UESP] = context.uc_mcontext.gregs[REG_ESP];
+#endif
+    return implementation_->writeOnDemand(DumpReason::Request, {code, 0, instructionOf(context)},
                                           &context);
 }
 

@@ -38,13 +38,63 @@ void onAbort(int signal)
         earlierAbortHandler(signal);
 }
 
+/// A thread that waits for work from its start on, since none can be started after a crash.
+class GuardThread
+{
+  public:
+    GuardThread() : thread_(::CreateThread(nullptr, 0, loop, this, 0, nullptr)) {}
+
+    bool run(void (*work)(void *), void * data)
+    {
+        constexpr DWORD patienceMs = 3000;
+        if (!thread_ || isLost_)
+            return false;
+        work_ = work;
+        data_ = data;
+        ::SetEvent(begin_);
+        isLost_ = ::WaitForSingleObject(end_, patienceMs) != WAIT_OBJECT_0;
+        return !isLost_;
+    }
+
+  private:
+    static DWORD WINAPI loop(void * self)
+    {
+        auto & guard = *static_cast<GuardThread *>(self);
+        while (::WaitForSingleObject(guard.begin_, INFINITE) == WAIT_OBJECT_0) {
+            guard.work_(guard.data_);
+            ::SetEvent(guard.end_);
+        }
+        return 0;
+    }
+
+    HANDLE const begin_ = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    HANDLE const end_ = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    void (*work_)(void *) = nullptr;
+    void * data_ = nullptr;
+    bool isLost_ = false;
+    HANDLE const thread_;
+};
+
+/// Never destroyed, as its thread runs to the end of the process.
+GuardThread & guardThread()
+{
+    static GuardThread & thread = *new GuardThread;
+    return thread;
+}
+
 } // namespace
+
+bool runGuarded(void (*work)(void *), void * data)
+{
+    return guardThread().run(work, data);
+}
 
 struct MinidumpWriter::Implementation {
     Callback const callback;
     std::mutex mutex;                              ///< for the folder and the dumps on demand
     EXCEPTION_POINTERS const * onDemand = nullptr; ///< what a dump on demand is written for
-    DumpReason demand = DumpReason::Request;
+    NativeName demanded;                           ///< the file that it was written to
+    GuardThread & guard = guardThread();           ///< is there before the first crash
     ExceptionHandler handler;
 
     Implementation(NativeName const & folder, Callback given)
@@ -59,21 +109,29 @@ struct MinidumpWriter::Implementation {
     static bool report(wchar_t const * folder, wchar_t const * id, void * self,
                        EXCEPTION_POINTERS * exception, MDRawAssertionInfo *, bool succeeded)
     {
-        auto const & writer = *static_cast<Implementation const *>(self);
+        auto & writer = *static_cast<Implementation *>(self);
         wchar_t file[MAX_PATH];
         ::swprintf(file, MAX_PATH, L"%ls\\%ls.dmp", folder, id);
-        bool const isCrash = exception != writer.onDemand;
-        return writer.callback({file, isCrash ? DumpReason::Crash : writer.demand, succeeded});
+        if (exception != writer.onDemand)
+            return writer.callback({file, DumpReason::Crash, succeeded});
+        writer.demanded = file;
+        return succeeded;
     }
 
+    /// The callback comes when the dump is done and nothing is held any more; a crash in it is one
+    /// of its thread.
     bool writeOnDemand(DumpReason reason, EXCEPTION_POINTERS & exception)
     {
-        std::lock_guard const lock(mutex);
-        demand = reason;
-        onDemand = &exception;
-        bool const succeeded = handler.WriteMinidumpForException(&exception);
-        onDemand = nullptr;
-        return succeeded;
+        NativeName file;
+        bool succeeded;
+        {
+            std::lock_guard const lock(mutex);
+            onDemand = &exception;
+            succeeded = handler.WriteMinidumpForException(&exception);
+            onDemand = nullptr;
+            file.swap(demanded);
+        }
+        return callback({file.c_str(), reason, succeeded});
     }
 };
 

@@ -10,6 +10,7 @@
 #include <QString>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 
@@ -27,27 +28,46 @@ class FileLogger : public oxLogger
 
     void log(int level, _oxString8_evenSize<500> const & text, bool flag) override
     {
-        if (fails_)
-            throw std::runtime_error("no log");
-        if (isSlow_)
-            oxSleep(500);
+        if (fault_)
+            fault_();
         if (level == 2 && flag) {
             std::fwrite(text.value, 1, text.length, file_);
             std::fwrite("\n", 1, 1, file_);
         }
     }
-    void fail() { fails_ = true; }
-    void beSlow() { isSlow_ = true; }
+    /// Runs a fault before every line. False when the word is none.
+    bool doWord(char const * word);
 
   private:
     std::FILE * file_;
-    bool fails_ = false;
-    bool isSlow_ = false;
+    void (*fault_)() = nullptr;
 };
 
 bool isWord(char const * word, char const * expected)
 {
     return std::strcmp(word, expected) == 0;
+}
+
+bool FileLogger::doWord(char const * word)
+{
+    struct Fault {
+        char const * word;
+        void (*action)();
+    };
+    static constexpr Fault faults[] = {
+        {"failing-logger", [] { throw std::runtime_error("no log"); }},
+        {"slow-logger", [] { oxSleep(500); }},
+        {"hanging-logger", [] { oxSleep(3600000); }},
+        {"aborting-logger", [] { std::abort(); }},
+        {"crashing-logger", [] { ox::tool::crash("null"); }},
+    };
+    for (Fault const & fault : faults) {
+        if (isWord(word, fault.word)) {
+            fault_ = fault.action;
+            return true;
+        }
+    }
+    return false;
 }
 
 void print(bool result)
@@ -82,15 +102,11 @@ int main(int argc, char ** argv)
             handler.setDumpPath(QString(2000, u'x'));
         else if (isWord(word, "to-system"))
             handler.setReportCrashesToSystem(true);
-        else if (isWord(word, "failing-logger"))
-            logger.fail();
-        else if (isWord(word, "slow-logger"))
-            logger.beSlow();
         else if (isWord(word, "no-logger"))
             context.logger = nullptr;
         else if (isWord(word, "logger"))
             context.logger = &logger;
-        else if (!doSystemWord(word))
+        else if (!logger.doWord(word) && !doSystemWord(word))
             ox::tool::crash(word);
     }
     return 0;

@@ -1,6 +1,9 @@
+#include "oxtool/crash_kinds.h"
 #include "shared/crash/crash_handler.h"
 #include "shared/system/os_error.h"
 #include "tests/crash/child_system.h"
+
+#include <cstring>
 
 #include <windows.h>
 
@@ -13,11 +16,21 @@ LONG WINAPI endByEarlierHandler(EXCEPTION_POINTERS *)
     return EXCEPTION_EXECUTE_HANDLER;
 }
 
+/// Crashes with the lock of the heap held.
+void crashWithHeapLocked()
+{
+    ::HeapLock(::GetProcessHeap());
+    ox::tool::crash("null");
+}
+
 } // namespace
 
-bool doSystemWord(char const *)
+bool doSystemWord(char const * word)
 {
-    return false;
+    if (std::strcmp(word, "malloc") != 0)
+        return false;
+    crashWithHeapLocked();
+    return true;
 }
 
 void installEarlierHandler()

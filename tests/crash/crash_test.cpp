@@ -69,6 +69,37 @@ TEST_F(CrashTest, ALoggerThatFailsOrIsSlowCostsALineAtMost)
     EXPECT_EQ(lines().size(), 5);
 }
 
+TEST_F(CrashTest, NothingThatTheLoggerDoesAfterACrashCostsTheDump)
+{
+    SKIP_UNDER_SANITIZERS();
+    ExpectedEnd const & nullPointer = expectedEnds()[0];
+    ExpectedEnd const & abort = expectedEnds()[3];
+    for (auto const & [fault, kind] :
+         {std::pair("aborting-logger", nullPointer), std::pair("aborting-logger", abort),
+          std::pair("crashing-logger", nullPointer), std::pair("hanging-logger", abort)}) {
+        SCOPED_TRACE(fault);
+        for (QString const & dump : dumps())
+            QFile::remove(folder.filePath(dump));
+        run({text(fault), text(kind.word)});
+        EXPECT_EQ(crashed, kind.crashed);
+        EXPECT_EQ(exitCode, static_cast<int>(kind.exitCode));
+        ASSERT_EQ(dumps().size(), 1);
+        EXPECT_EQ(readDump(folder.filePath(dumps()[0])).code, kind.dumpCode);
+        EXPECT_TRUE(unnamedDumps().isEmpty());
+        EXPECT_EQ(lines(), QList<QByteArray>{QByteArray()});
+    }
+}
+
+TEST_F(CrashTest, ALoggerThatCrashesDuringADumpOnDemandIsACrashOfTheApplication)
+{
+    SKIP_UNDER_SANITIZERS();
+    run({text("crashing-logger"), text("dump")});
+    EXPECT_EQ(exitCode, static_cast<int>(expectedEnds()[0].exitCode));
+    ASSERT_EQ(dumps().size(), 1);
+    EXPECT_EQ(readDump(folder.filePath(dumps()[0])).code, expectedEnds()[0].dumpCode);
+    EXPECT_EQ(unnamedDumps().size(), 1); // the one that was asked for
+}
+
 TEST_F(CrashTest, WithoutItsFolderADumpFailsAndTheProcessEndsAllTheSame)
 {
     SKIP_UNDER_SANITIZERS();

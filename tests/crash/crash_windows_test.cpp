@@ -12,6 +12,7 @@ std::span<ExpectedEnd const> expectedEnds()
         {"stack", true, 0xC00000FD, 0xC00000FD, true},
         {"thread", true, 0xC0000005, 0xC0000005, false},
         {"thread-stack", true, 0xC00000FD, 0xC00000FD, false},
+        {"malloc", true, 0xC0000005, 0xC0000005, true},
     };
     return ends;
 }
