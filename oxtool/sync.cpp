@@ -8,6 +8,7 @@
 #include "shared/fs/file.h"
 #include "shared/fs/file_sync.h"
 #include "shared/platform/files.h"
+#include "shared/system/os_error.h"
 
 #include <QJsonArray>
 #include <QStringList>
@@ -128,6 +129,9 @@ class Sync
         files.init(source, false, true, true, false);
         while (files.nextFile())
             runFile(files.dirFileName(), target + files.fileName());
+        if (files.error() != 0)
+            fail(QStringLiteral("%1 cannot be read. %2")
+                     .arg(shownName(source), QString(oxLastOSError(files.error()))));
     }
 
     void runFile(QString const & source, QString const & target)

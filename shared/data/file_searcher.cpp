@@ -140,7 +140,7 @@ bool _oxFileSearcher::load(QString const & file)
     auto const status = ox::platform::fileStatus(native(file));
     if (!status || status->isFolder || status->size > largestFile)
         return false;
-    Stream const stream = openUnbuffered(native(file), StreamMode::Read);
+    Stream const stream = openUnbuffered(native(file), StreamMode::ReadShared);
     if (!stream)
         return false;
     auto const length = std::int32_t(status->size);
@@ -163,7 +163,7 @@ bool _oxFileSearcher::save(QString const & file)
     if (fileName.isEmpty() || size < 1 || !data)
         return false;
     auto const length = std::size_t(size);
-    Stream stream = openUnbuffered(native(fileName), StreamMode::Write);
+    Stream stream = openUnbuffered(native(fileName), StreamMode::WriteShared);
     return stream && std::fwrite(data, 1, length, stream.get()) == length && closeStream(stream);
 }
 

@@ -110,6 +110,13 @@ class OX_EXPORT _oxFileSearcher
         return replaceInFile(file, textOf(search), textOf(replacement));
     }
 
+    /// The same with what converts to such texts.
+    int replaceAll(QString const & file, _oxString8_evenSize<250> const & search,
+                   _oxString8_evenSize<250> const & replacement)
+    {
+        return replaceInFile(file, textOf(search), textOf(replacement));
+    }
+
   private:
     template <int N>
     static std::string_view textOf(_oxString8_evenSize<N> const & text)

@@ -8,7 +8,8 @@
 /// characters give false; so does a failure, with the system's last error set.
 
 /// Lets everybody read and fill a folder. With `inherit`, what is put into it later gets the same
-/// rights, where the system knows such a thing; what is in it already keeps its own.
+/// rights, where the system knows such a thing; so does, on Windows, what is in it already and
+/// inherits from it.
 OX_EXPORT bool oxSetFolderRights_ReadWriteAll(char const * path, bool inherit);
 
 /// Lets everybody read, write and execute a file.

@@ -105,24 +105,16 @@ QString notWritten()
     return QStringLiteral("Unable to write data");
 }
 
-/// The texts before the system's message when a file cannot be opened.
-struct OpenFailures {
-    QString source;
-    QString target;
-};
-
 /// Copies the source's bytes from `begin` to `end` to the target, and to the buffer, if any. What
-/// the source gains meanwhile is the next call's.
-QString transfer(NativeName const & from, NativeName const & to, StreamMode mode,
-                 OpenFailures const & failures, std::int64_t begin, std::int64_t end,
+/// the source gains meanwhile is the next call's. `targetFailure` is the text before the system's
+/// message when the target cannot be opened.
+QString transfer(Stream const & source, NativeName const & to, StreamMode mode,
+                 QString const & targetFailure, std::int64_t begin, std::int64_t end,
                  _OX_DataBuffer * added)
 {
-    Stream const source = openUnbuffered(from, StreamMode::ReadShared);
-    if (!source)
-        return failures.source + bareSystemMessage();
     Stream target = openUnbuffered(to, mode);
     if (!target)
-        return failures.target + bareSystemMessage();
+        return targetFailure + bareSystemMessage();
     auto const piece = allocate(resumePiece);
     if (!piece)
         return noMemory();
@@ -155,11 +147,14 @@ QString copyInto(_OX_DataBuffer & added, NativeName const & from, NativeName con
 {
     if (!ox::platform::areDifferentFiles(from, to))
         return oxLastOSError();
+    Stream const source = openUnbuffered(from, StreamMode::ReadShared);
+    if (!source)
+        return bareSystemMessage();
     bool const fits = size <= std::numeric_limits<int>::max();
     if (!fits || !added.newsize(static_cast<int>(size), bufferLimitMB))
         return notAppended(added, size);
     added.size = 0;
-    return transfer(from, to, StreamMode::WriteShared, {}, 0, size, &added);
+    return transfer(source, to, StreamMode::WriteShared, {}, 0, size, &added);
 }
 
 } // namespace
@@ -205,7 +200,9 @@ QString oxResumeFile(QString const & from, QString const & to, bool & limitRepor
         limitReported = true;
         return QStringLiteral("Log file larger than 25 MB, stopping copy to oxShare.");
     }
-    OpenFailures const failures{QStringLiteral("Cannot open source file;"),
-                                QStringLiteral("Cannot open dest. file;")};
-    return transfer(source, target, StreamMode::Append, failures, old->size, status->size, added);
+    Stream const stream = openUnbuffered(source, StreamMode::ReadShared);
+    if (!stream)
+        return QStringLiteral("Cannot open source file;") + bareSystemMessage();
+    return transfer(stream, target, StreamMode::Append, QStringLiteral("Cannot open dest. file;"),
+                    old->size, status->size, added);
 }

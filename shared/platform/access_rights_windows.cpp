@@ -38,6 +38,8 @@ bool allowEverybody(NativeName const & name, DWORD rights, DWORD inheritance)
                                            nullptr, nullptr, &present, nullptr, &descriptor)))
         return false;
     Local<void> const descriptorOwner(descriptor);
+    if (!present) // without a list everybody may do everything
+        return true;
 
     EXPLICIT_ACCESS_W entry = {};
     entry.grfAccessPermissions =

@@ -77,8 +77,8 @@ void keepModeAndTimes(int file, struct stat const & source)
 {
     timespec const times[] = {source.st_atim, source.st_mtim};
     // Not the bits that lend the owner's identity, since the copy may have another owner.
-    [[maybe_unused]] bool const isKept =
-        ::fchmod(file, source.st_mode & 0777) == 0 && ::futimens(file, times) == 0;
+    [[maybe_unused]] bool const hasMode = ::fchmod(file, source.st_mode & 0777) == 0;
+    [[maybe_unused]] bool const hasTimes = ::futimens(file, times) == 0;
 }
 
 } // namespace

@@ -29,7 +29,9 @@ bool areDifferentFiles(NativeName const & one, NativeName const & other)
 {
     auto const first = identityOf(one);
     auto const second = identityOf(other);
-    if (first && second && first->dwVolumeSerialNumber == second->dwVolumeSerialNumber &&
+    // Some servers give every file the index 0.
+    bool const areKnown = first && second && (first->nFileIndexHigh | first->nFileIndexLow) != 0;
+    if (areKnown && first->dwVolumeSerialNumber == second->dwVolumeSerialNumber &&
         first->nFileIndexHigh == second->nFileIndexHigh &&
         first->nFileIndexLow == second->nFileIndexLow) {
         ::SetLastError(ERROR_SHARING_VIOLATION);
