@@ -74,7 +74,8 @@ QStringList takeLog(QString const & name)
 {
     QFile file(name);
     file.open(QIODevice::ReadOnly);
-    QString const text = QString::fromUtf8(file.readAll()).trimmed();
+    QString const text =
+        detail::toQString(platform::recordText(file.readAll().toStdString())).trimmed();
     file.remove();
     return text.isEmpty() ? QStringList() : text.split(QLatin1Char('\n'));
 }

@@ -111,7 +111,7 @@ void draw(QStringList lines)
     lines += QStringLiteral("q ends");
     QString frame = QStringLiteral("\033[H");
     for (QString & line : lines) {
-        line.truncate(size.columns);
+        line.truncate(size.columns - 1);
         frame += line + QStringLiteral("\033[K\r\n");
     }
     frame.chop(2);

@@ -78,10 +78,14 @@ void visitProcesses(CounterBuffer, std::function<bool(ListedProcess const &)> co
 std::optional<std::int64_t> readProcessCounters(std::span<std::uint32_t const>,
                                                 CounterBuffer buffer)
 {
-    // A failed answer must not leave the one before it to be found.
-    std::memset(buffer.data(), 0, 8);
+    // Neither the block before nor a part of one that did not fit may be found.
+    auto const forget = [&buffer] { std::memset(buffer.data(), 0, 8); };
+    forget();
     auto const block = queryPerformanceData(Title::Process, buffer);
-    return block ? std::optional(performanceTime(*block).value_or(0)) : std::nullopt;
+    if (block)
+        return performanceTime(*block).value_or(0);
+    forget();
+    return std::nullopt;
 }
 
 std::optional<ProcessCounters> processCounters(CounterBuffer buffer, std::uint32_t id)

@@ -40,8 +40,9 @@ bool takeTerminal()
     settings.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
     settings.c_cc[VMIN] = 1;
     settings.c_cc[VTIME] = 0;
-    // A process suspended now would leave its terminal to the shell as it is.
+    // A process suspended or ended by these keys would leave the terminal as it is now.
     settings.c_cc[VSUSP] = _POSIX_VDISABLE;
+    settings.c_cc[VQUIT] = _POSIX_VDISABLE;
     if (::tcsetattr(STDIN_FILENO, TCSAFLUSH, &settings) != 0)
         return false;
     show("\033[?1049h\033[?25l");

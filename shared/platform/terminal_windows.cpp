@@ -71,9 +71,9 @@ std::optional<char> waitForKey(std::chrono::milliseconds time)
         // The mouse, the window and released keys are events, too.
         bool const isKey =
             count == 1 && event.EventType == KEY_EVENT && event.Event.KeyEvent.bKeyDown;
-        char const key = isKey ? event.Event.KeyEvent.uChar.AsciiChar : '\0';
-        if (key != '\0')
-            return key;
+        wchar_t const key = isKey ? event.Event.KeyEvent.uChar.UnicodeChar : L'\0';
+        if (key > 0 && key < 0x80)
+            return static_cast<char>(key);
     }
 }
 

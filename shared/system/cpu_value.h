@@ -72,8 +72,11 @@ class OX_EXPORT _oxCPUValue
 
     void addbySystem(float const & f) { value += f; }
     void addbyCore(float const & f) { value += f / coreCount; }
-    void addbySystemProc(float const & p) { value += p / 100; }
-    void addbyCoreProc(float const & p) { value += p / 100 / coreCount; }
+    void addbySystemProc(float const & p) { value = static_cast<float>(value + p / 100.0); }
+    void addbyCoreProc(float const & p)
+    {
+        value = static_cast<float>(value + p / 100.0 / coreCount);
+    }
 
     // The other's load counts as a fraction of this machine, whatever its number of cores.
     _oxCPUValue & operator+=(_oxCPUValue const & o) { return value += o.value, *this; }

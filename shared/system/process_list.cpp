@@ -85,12 +85,16 @@ void _oxProcessList::initGetProcessInfo()
     }
     auto const time = ox::platform::readProcessCounters(
         std::span(ids).first(static_cast<std::size_t>(count)), bufferOf(*readings_));
-    if (!time) {
-        auto const error = oxLastOSError8();
-        errorText.add(ox::platform::counterSource).add(" ").add(error.view()).add(";  ");
-    }
+    if (!time)
+        noteFailedReading();
     perfTimeDelta = static_cast<double>(time.value_or(0) - perfTime);
     perfTime = time.value_or(0);
+}
+
+void _oxProcessList::noteFailedReading()
+{
+    auto const error = oxLastOSError8();
+    errorText.add(ox::platform::counterSource).add(" ").add(error.view()).add(";  ");
 }
 
 /// The slot behind the filled ones is served, but there is none behind the last of all.
@@ -176,6 +180,8 @@ void _oxProcessList::fix32bit_4GBmemory()
         // The cache counts a tenth more, deliberately.
         usedMB -= mebibytes(kernel->cache + kernel->cache / 10);
         usedMB -= mebibytes(kernel->pagedPool) + mebibytes(kernel->nonPagedPool);
+    } else {
+        noteFailedReading();
     }
     for (int i = 0; i < count; ++i)
         getProcessInfoMemCPUOnly(i);

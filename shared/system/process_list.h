@@ -47,7 +47,7 @@ class OX_EXPORT _oxProcessList
 
     int count = 0; ///< how many of the entries are filled
     _oxProcessEntry entries[capacity];
-    _oxString8_evenSize<500> errorText; ///< the failures of initGetProcessInfo, one after another
+    _oxString8_evenSize<500> errorText; ///< the failed readings, one after another
     long long perfTime = 0;   ///< when the figures were read, in 100 ns; 0 when that failed
     double perfTimeDelta = 0; ///< from the reading before to that one
     bool collected = false;   ///< whether there is a snapshot
@@ -96,6 +96,7 @@ class OX_EXPORT _oxProcessList
 
   private:
     void collectIfNeeded(bool refresh);
+    void noteFailedReading();
     bool isServed(int index) const;
     /// Reads memory and time of an entry that has neither. Returns whether the working set is more
     /// than 32 bits can tell.

@@ -116,15 +116,15 @@ CpuDescription cpuDescriptionOf(platform::Processors const & processors, int cor
         threads.size() <
         static_cast<std::size_t>(std::accumulate(threads.begin(), threads.end(), 0));
     double const oneCore = processors.megahertz / 1000.0;
-    double const all = coreCount * oneCore;
+    auto const all = static_cast<float>(1.0 * coreCount * processors.megahertz / 1000.0);
     // Two logical processors of one core do the work of 1.3 cores.
-    double const effective = hyperThreading ? all * 1.3 * 0.5 : all;
+    float const effective = hyperThreading ? static_cast<float>(all * 1.3 * 0.5) : all;
     QString const text = QStringLiteral("%1%4x%2 %3 %5Ghz")
                              .arg(QString::number(coreCount), QString::number(oneCore, 'f', 1),
                                   shortVendor(processors.vendor),
                                   hyperThreading ? QStringLiteral("(HT)") : QString(),
-                                  QString::number(effective, 'f', 1));
-    return {hyperThreading, static_cast<float>(all), static_cast<float>(effective), text};
+                                  QString::number(static_cast<double>(effective), 'f', 1));
+    return {hyperThreading, all, effective, text};
 }
 
 int totalMegabytes(std::optional<platform::PhysicalMemory> const & memory)
