@@ -39,8 +39,9 @@ namespace
 
 int runProgram(std::vector<std::string> arguments)
 {
-    CLI::App program("Looks into the farm's buffer files and lock files, and makes them.",
-                     "oxtool");
+    CLI::App program(
+        "Shows the farm's files and machines as its applications see them, and works on them.",
+        "oxtool");
     program.require_subcommand(1);
     // On Windows, too, an argument such as //farm/share is a path.
     program.allow_windows_style_options(false);
