@@ -35,7 +35,8 @@ struct WrittenDump {
 ///
 /// A crash is what the system or the run-time library ends the process for: an invalid access, an
 /// illegal instruction, a division by zero, abort(), an exception that nobody catches. The process
-/// then ends as it would without the dump.
+/// then ends as it would without the dump. On Windows it does so after half a minute when the dump
+/// needs a lock of the system that the crash left taken.
 class MinidumpWriter
 {
   public:

@@ -18,6 +18,14 @@ using SignalHandler = void (*)(int);
 /// The code of an abort() in the dump, since the system has none.
 constexpr DWORD abortCode = 0xE0000001;
 
+/// What the process ends with without its dump.
+DWORD exitCodeOf(EXCEPTION_POINTERS const & exception)
+{
+    constexpr DWORD afterAbort = 3;
+    DWORD const code = exceptionCode(exception);
+    return code == abortCode ? afterAbort : code;
+}
+
 LPTOP_LEVEL_EXCEPTION_FILTER crashFilter = nullptr;
 SignalHandler earlierAbortHandler = SIG_DFL;
 
@@ -38,11 +46,27 @@ void onAbort(int signal)
         earlierAbortHandler(signal);
 }
 
-/// A thread that waits for work from its start on, since none can be started after a crash.
+/// Keeps a thread that crashes during guarded work from ending the process before its time.
+LONG WINAPI waitForEnd(EXCEPTION_POINTERS *)
+{
+    for (;;)
+        ::Sleep(INFINITE);
+}
+
+/// A thread that is there from the first on, since none can be started after a crash. It ends the
+/// process when the dump library hangs, and does work that the process shall outlive.
 class GuardThread
 {
   public:
     GuardThread() : thread_(::CreateThread(nullptr, 0, loop, this, 0, nullptr)) {}
+
+    /// To be called before the dump of a crash; run() is to be called after it. The process is
+    /// ended with the exit code if that takes too long.
+    void expectRun(DWORD exitCode)
+    {
+        exitCode_ = exitCode;
+        ::SetEvent(crash_);
+    }
 
     bool run(void (*work)(void *), void * data)
     {
@@ -51,24 +75,33 @@ class GuardThread
             return false;
         work_ = work;
         data_ = data;
+        auto const before = ::SetUnhandledExceptionFilter(waitForEnd);
         ::SetEvent(begin_);
         isLost_ = ::WaitForSingleObject(end_, patienceMs) != WAIT_OBJECT_0;
+        ::SetUnhandledExceptionFilter(before);
         return !isLost_;
     }
 
   private:
     static DWORD WINAPI loop(void * self)
     {
+        // The dump library needs a lock that the crash left taken.
+        constexpr DWORD dumpPatienceMs = 30000;
         auto & guard = *static_cast<GuardThread *>(self);
-        while (::WaitForSingleObject(guard.begin_, INFINITE) == WAIT_OBJECT_0) {
+        HANDLE const events[] = {guard.begin_, guard.crash_};
+        for (;;) {
+            if (::WaitForMultipleObjects(2, events, FALSE, INFINITE) != WAIT_OBJECT_0 &&
+                ::WaitForSingleObject(guard.begin_, dumpPatienceMs) != WAIT_OBJECT_0)
+                ::TerminateProcess(::GetCurrentProcess(), guard.exitCode_);
             guard.work_(guard.data_);
             ::SetEvent(guard.end_);
         }
-        return 0;
     }
 
+    HANDLE const crash_ = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
     HANDLE const begin_ = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
     HANDLE const end_ = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    DWORD exitCode_ = 0;
     void (*work_)(void *) = nullptr;
     void * data_ = nullptr;
     bool isLost_ = false;
@@ -98,13 +131,21 @@ struct MinidumpWriter::Implementation {
     ExceptionHandler handler;
 
     Implementation(NativeName const & folder, Callback given)
-        : callback(given), handler(folder, nullptr, report, this, ExceptionHandler::HANDLER_ALL)
+        : callback(given), handler(folder, begin, report, this, ExceptionHandler::HANDLER_ALL)
     {
         crashFilter = ::SetUnhandledExceptionFilter(nullptr);
         ::SetUnhandledExceptionFilter(crashFilter);
         earlierAbortHandler = std::signal(SIGABRT, onAbort);
     }
     ~Implementation() { std::signal(SIGABRT, earlierAbortHandler); }
+
+    static bool begin(void * self, EXCEPTION_POINTERS * exception, MDRawAssertionInfo *)
+    {
+        auto const & writer = *static_cast<Implementation const *>(self);
+        if (exception != writer.onDemand)
+            writer.guard.expectRun(exitCodeOf(*exception));
+        return true;
+    }
 
     static bool report(wchar_t const * folder, wchar_t const * id, void * self,
                        EXCEPTION_POINTERS * exception, MDRawAssertionInfo *, bool succeeded)

@@ -19,6 +19,7 @@ LONG WINAPI endByEarlierHandler(EXCEPTION_POINTERS *)
 /// Crashes with the lock of the heap held.
 void crashWithHeapLocked()
 {
+    ::Sleep(1000); // threads that are only starting need the heap
     ::HeapLock(::GetProcessHeap());
     ox::tool::crash("null");
 }
