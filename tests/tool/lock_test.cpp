@@ -39,7 +39,7 @@ TEST(Lock, ReturnsWhatTheCommandReturnsAndReleasesTheLock)
              Case{shell("exit 0"), 0},
              Case{shell("exit 3"), 3},
              Case{shell("kill -KILL $$"), 137},
-             Case{{QStringLiteral("no-such-command")}, 127},
+             Case{{share.path(QStringLiteral("none"))}, 127},
              Case{{share.path()}, 126},
          }) {
         EXPECT_EQ(ToolRun(lock(file, each.command)).status(), each.status);
