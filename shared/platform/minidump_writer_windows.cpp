@@ -142,7 +142,7 @@ struct MinidumpWriter::Implementation {
     static bool begin(void * self, EXCEPTION_POINTERS * exception, MDRawAssertionInfo *)
     {
         auto const & writer = *static_cast<Implementation const *>(self);
-        if (exception != writer.onDemand)
+        if (exception && exception != writer.onDemand)
             writer.guard.expectRun(exitCodeOf(*exception));
         return true;
     }
