@@ -31,6 +31,9 @@ void addShm(CLI::App & program, Run & run);
 void addList(CLI::App & program, Run & run);
 void addEmpty(CLI::App & program, Run & run);
 
+/// The check of an option whose value is a whole number from `least` on.
+CLI::Validator atLeast(int least);
+
 // Options that several commands have.
 CLI::Option * addJson(CLI::App & command, bool & json);
 CLI::Option * addFormat(CLI::App & command, std::string & format);

@@ -167,7 +167,7 @@ void addCopy(CLI::App & program, Run & run)
         .add_option("--pause", options->pauseMs,
                     "Copy in pieces of 1 MiB and pause after each, to spare the share")
         ->type_name("MS")
-        ->check(CLI::NonNegativeNumber);
+        ->check(atLeast(0));
     command.add_flag("--keep", options->keep, "Take a file that is there already for done");
     command.callback([options, &run] { run = reporting(options, copy); });
 }

@@ -151,7 +151,7 @@ void addInfo(CLI::App & program, Run & run)
         .add_option("--interval", options->intervalMs,
                     "How long to measure the load, in milliseconds")
         ->type_name("MS")
-        ->check(CLI::NonNegativeNumber)
+        ->check(atLeast(0))
         ->capture_default_str();
     addJson(command, options->json);
     command.callback([options, &run] {

@@ -8,10 +8,16 @@
 #include <QCoreApplication>
 
 #include <algorithm>
+#include <limits>
 #include <new>
 
 namespace ox::tool
 {
+
+CLI::Validator atLeast(int least)
+{
+    return CLI::Range(least, std::numeric_limits<int>::max()).description("");
+}
 
 CLI::Option * addJson(CLI::App & command, bool & json)
 {
@@ -30,7 +36,7 @@ CLI::Option * addTimeout(CLI::App & command, int & timeoutMs)
     return command
         .add_option("--timeout", timeoutMs, "How long to wait for the lock, in milliseconds")
         ->type_name("MS")
-        ->check(CLI::NonNegativeNumber)
+        ->check(atLeast(0))
         ->capture_default_str();
 }
 

@@ -167,7 +167,7 @@ void addShm(CLI::App & program, Run & run)
     CLI::App & show = addSubcommand(command, options, run, "show",
                                     "Tell a segment's size, lock and first bytes", showReported);
     show.add_option("--bytes", options->dumped, "How many data bytes to show")
-        ->check(CLI::NonNegativeNumber)
+        ->check(atLeast(0))
         ->capture_default_str();
     addJson(show, options->json);
 

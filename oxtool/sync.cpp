@@ -202,7 +202,7 @@ void addSync(CLI::App & program, Run & run)
         .add_option("--pause", options->pauseMs,
                     "Copy in pieces of 1 MiB and sleep so long after each, to spare the share")
         ->type_name("MS")
-        ->check(CLI::NonNegativeNumber);
+        ->check(atLeast(0));
     command.add_flag("--retry-exe", options->retry,
                      "Copy an .exe that was still being written again, 5 seconds later");
     command.add_flag("--verbose", options->verbose, "Name the files that are up to date, too");

@@ -188,17 +188,17 @@ void addTop(CLI::App & program, Run & run)
     command
         .add_option("--interval", options->intervalMs, "Time between two reports, in milliseconds")
         ->type_name("MS")
-        ->check(CLI::Range(50, 24 * 3600 * 1000))
+        ->check(CLI::Range(50, 24 * 3600 * 1000).description(""))
         ->capture_default_str();
     command
         .add_option("--min", options->leastUsage,
                     "Only processes that use at least so many percent of a core")
         ->type_name("PERC")
-        ->check(CLI::NonNegativeNumber)
+        ->check(CLI::Range(0.0, 1e6).description(""))
         ->capture_default_str();
     command.add_option("--count", options->count, "End after so many reports; 0 for never")
         ->type_name("N")
-        ->check(CLI::NonNegativeNumber)
+        ->check(atLeast(0))
         ->capture_default_str();
     command.callback([options, &run] { run = [options] { return show(*options); }; });
 }
