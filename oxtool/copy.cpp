@@ -147,13 +147,6 @@ CLI::App & addCopying(CLI::App & program, char const * name, char const * descri
     return command;
 }
 
-Run reporting(std::shared_ptr<Options> const & options, void (*work)(Options const &, Report &))
-{
-    return [options, work] {
-        return runReported(options->json, [&](Report & report) { work(*options, report); });
-    };
-}
-
 } // namespace
 
 void addCopy(CLI::App & program, Run & run)

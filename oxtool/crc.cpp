@@ -92,12 +92,7 @@ void addCrc(CLI::App & program, Run & run)
                    "  oxtool crc /mnt/share/jobs/job17.oxdb");
     command.add_option("FILE", options->files, "What to read")->required();
     addJson(command, options->json);
-    command.callback([options, &run] {
-        run = [options] {
-            return runReported(options->json,
-                               [&options](Report & report) { crc(*options, report); });
-        };
-    });
+    command.callback([options, &run] { run = reporting(options, crc); });
 }
 
 } // namespace ox::tool

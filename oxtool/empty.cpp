@@ -121,10 +121,8 @@ void addEmpty(CLI::App & program, Run & run)
     command.add_flag("--dry-run", options->dryRun, "Delete nothing, only tell what would go");
     addJson(command, options->json);
     command.callback([options, &run] {
-        run = [options] {
-            return runReported(options->json,
-                               [&options](Report & report) { Emptying(*options, report).run(); });
-        };
+        run = reporting(
+            options, [](Options const & given, Report & report) { Emptying(given, report).run(); });
     });
 }
 

@@ -155,12 +155,10 @@ void addInfo(CLI::App & program, Run & run)
         ->capture_default_str();
     addJson(command, options->json);
     command.callback([options, &run] {
-        run = [options] {
-            return runReported(options->json, [&options](Report & report) {
-                auto const info = std::make_unique<_oxSysInfo>();
-                Information(*info, report).show(options->intervalMs);
-            });
-        };
+        run = reporting(options, [](Options const & given, Report & report) {
+            auto const info = std::make_unique<_oxSysInfo>();
+            Information(*info, report).show(given.intervalMs);
+        });
     });
 }
 

@@ -222,11 +222,9 @@ void addInspect(CLI::App & program, Run & run)
         ->required();
     addJson(command, options->json);
     command.callback([options, &run] {
-        run = [options] {
-            return runReported(options->json, [&options](Report & report) {
-                Inspection(fromArgument(options->file), report).run();
-            });
-        };
+        run = reporting(options, [](Options const & given, Report & report) {
+            Inspection(fromArgument(given.file), report).run();
+        });
     });
 }
 

@@ -80,12 +80,7 @@ void addList(CLI::App & program, Run & run)
     command.add_flag("--sort", options->sort, "Sort by name");
     command.add_flag("--dirs", options->folders, "List folders, too");
     addJson(command, options->json);
-    command.callback([options, &run] {
-        run = [options] {
-            return runReported(options->json,
-                               [&options](Report & report) { list(*options, report); });
-        };
-    });
+    command.callback([options, &run] { run = reporting(options, list); });
 }
 
 } // namespace ox::tool

@@ -96,12 +96,7 @@ void addPack(CLI::App & program, Run & run)
                     "The three header words that are the application's")
         ->type_name("N N N");
     addJson(command, options->json);
-    command.callback([options, &run] {
-        run = [options] {
-            return runReported(options->json,
-                               [&options](Report & report) { pack(*options, report); });
-        };
-    });
+    command.callback([options, &run] { run = reporting(options, pack); });
 }
 
 } // namespace ox::tool

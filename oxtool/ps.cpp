@@ -70,12 +70,7 @@ void addPs(CLI::App & program, Run & run)
     command.add_option("NAME", options->name,
                        "Only processes whose names begin so, in any case of letters");
     addJson(command, options->json);
-    command.callback([options, &run] {
-        run = [options] {
-            return runReported(options->json,
-                               [&options](Report & report) { list(*options, report); });
-        };
-    });
+    command.callback([options, &run] { run = reporting(options, list); });
 }
 
 } // namespace ox::tool

@@ -145,10 +145,8 @@ void addRefresh(CLI::App & program, Run & run)
     command.add_option("--out", options->out, "Write the payload to a file")->type_name("FILE");
     addJson(command, options->json);
     command.callback([options, &run] {
-        run = [options] {
-            return runReported(options->json,
-                               [&options](Report & report) { Refresh(*options, report).run(); });
-        };
+        run = reporting(
+            options, [](Options const & given, Report & report) { Refresh(given, report).run(); });
     });
 }
 

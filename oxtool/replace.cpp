@@ -105,12 +105,7 @@ void addReplace(CLI::App & program, Run & run)
         ->required();
     command.add_flag("--utf16", options->utf16, "The file is in UTF-16 (little endian)");
     addJson(command, options->json);
-    command.callback([options, &run] {
-        run = [options] {
-            return runReported(options->json,
-                               [&options](Report & report) { replace(*options, report); });
-        };
-    });
+    command.callback([options, &run] { run = reporting(options, replace); });
 }
 
 } // namespace ox::tool

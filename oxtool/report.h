@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <functional>
+#include <memory>
 
 namespace ox::tool
 {
@@ -50,6 +51,15 @@ class Report
 
 /// Runs the work of a command and finishes its report, also when the work fails.
 int runReported(bool asJson, std::function<void(Report &)> const & work);
+
+/// The same for later, with the options of a command, whose member `json` they have.
+template <typename Options, typename Work>
+auto reporting(std::shared_ptr<Options> const & options, Work work)
+{
+    return [options, work] {
+        return runReported(options->json, [&](Report & report) { work(*options, report); });
+    };
+}
 
 /// "3520 bytes", and in MiB too when that is easier to read.
 QString sizeText(qint64 bytes);

@@ -208,10 +208,8 @@ void addSync(CLI::App & program, Run & run)
     command.add_flag("--verbose", options->verbose, "Name the files that are up to date, too");
     addJson(command, options->json);
     command.callback([options, &run] {
-        run = [options] {
-            return runReported(options->json,
-                               [&options](Report & report) { Sync(*options, report).run(); });
-        };
+        run = reporting(options,
+                        [](Options const & given, Report & report) { Sync(given, report).run(); });
     });
 }
 

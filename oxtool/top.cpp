@@ -121,18 +121,14 @@ void draw(QStringList lines)
     std::fflush(stdout);
 }
 
-bool isEndWanted(int afterMs)
+bool isEndWanted(int withinMs)
 {
-    auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(afterMs);
-    for (;;) {
-        auto const left = std::chrono::duration_cast<std::chrono::milliseconds>(
-            end - std::chrono::steady_clock::now());
-        auto const key = platform::waitForKey(left);
-        if (!key)
-            return false;
+    auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(withinMs);
+    while (auto const key = platform::waitForKey(end)) {
         if (*key == 'q' || *key == 'Q' || *key == platform::endOfKeys)
             return true;
     }
+    return false;
 }
 
 /// Draws on the taken terminal until a key ends it.

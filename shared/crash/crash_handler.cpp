@@ -23,6 +23,7 @@ namespace
 
 using ox::platform::DumpReason;
 using ox::platform::MinidumpWriter;
+using ox::platform::NameKind;
 using ox::platform::NativeChar;
 using ox::platform::NativeName;
 using ox::platform::Renaming;
@@ -160,12 +161,6 @@ NativeName temporaryFolder()
     return folder.empty() ? dumpFolder("/tmp") : folder;
 }
 
-bool isFolder(NativeName const & name)
-{
-    auto const status = ox::platform::fileStatus(name);
-    return status && status->isFolder;
-}
-
 /// The folder for the logs of the installation that the executable belongs to; empty when there is
 /// none.
 NativeName logFolderOfInstallation(char * argv0)
@@ -181,7 +176,7 @@ NativeName logFolderOfInstallation(char * argv0)
     path = path.left(found + 1).add("sub").add(separator).add("log");
     path.replace("_debug", "_release");
     NativeName const folder = ox::detail::nativePath(path);
-    return isFolder(folder) ? folder : NativeName();
+    return ox::platform::kindOf(folder) == NameKind::Folder ? folder : NativeName();
 }
 
 void setFolder(NativeName const & given)

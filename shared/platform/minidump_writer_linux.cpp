@@ -120,7 +120,7 @@ bool runGuarded(void (*work)(void *), void * data)
 {
     constexpr unsigned patienceSeconds = 3;
     constexpr int signals[] = {SIGSEGV, SIGABRT, SIGFPE, SIGILL, SIGBUS, SIGTRAP, SIGALRM};
-    struct sigaction before[std::size(signals)];
+    static struct sigaction before[std::size(signals)]; // survives the jump
     struct sigaction leave {
     };
     leave.sa_handler = leaveGuardedWork;

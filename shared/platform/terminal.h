@@ -26,8 +26,8 @@ void giveTerminalBack();
 /// The byte that waitForKey gives when no more keys can come.
 inline constexpr char endOfKeys = '\x04';
 
-/// The next byte of the keys pressed on a terminal that was taken; empty when there was none in
-/// this time. A key without a letter gives several bytes, or none.
-std::optional<char> waitForKey(std::chrono::milliseconds time);
+/// The next byte of the keys pressed on a terminal that was taken; empty when there was none until
+/// `end`. A key without a letter gives several bytes, or none.
+std::optional<char> waitForKey(std::chrono::steady_clock::time_point end);
 
 } // namespace ox::platform

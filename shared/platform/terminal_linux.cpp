@@ -55,9 +55,8 @@ void giveTerminalBack()
     ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &asItWas);
 }
 
-std::optional<char> waitForKey(std::chrono::milliseconds time)
+std::optional<char> waitForKey(std::chrono::steady_clock::time_point end)
 {
-    auto const end = std::chrono::steady_clock::now() + time;
     for (;;) {
         auto const left =
             std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());

@@ -53,10 +53,9 @@ void giveTerminalBack()
     ::SetConsoleMode(handleOf(stdin), asItWas);
 }
 
-std::optional<char> waitForKey(std::chrono::milliseconds time)
+std::optional<char> waitForKey(std::chrono::steady_clock::time_point end)
 {
     HANDLE const input = handleOf(stdin);
-    auto const end = std::chrono::steady_clock::now() + time;
     for (;;) {
         auto const left =
             std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
