@@ -1,5 +1,5 @@
 #include "shared/fs/copy.h"
-#include "shared/platform/child_process.h"
+#include "shared/platform/program/child_process.h"
 
 #include <benchmark/benchmark.h>
 

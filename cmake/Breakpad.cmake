@@ -85,7 +85,6 @@ else()
     client/linux/log/log.cc
     client/linux/microdump_writer/microdump_writer.cc
     client/linux/minidump_writer/linux_dumper.cc
-    client/linux/minidump_writer/linux_ptrace_dumper.cc
     client/linux/minidump_writer/minidump_writer.cc
     client/linux/minidump_writer/pe_file.cc
     client/minidump_file_writer.cc
@@ -99,10 +98,15 @@ else()
     common/linux/safe_readlink.cc)
 endif()
 list(TRANSFORM sources PREPEND "${OX_BREAKPAD_SOURCE}/")
+if(NOT WIN32)
+  # In place of client/linux/minidump_writer/linux_ptrace_dumper.cc, which it includes.
+  list(APPEND sources "${PROJECT_SOURCE_DIR}/shared/platform/linux/ptrace_dumper.cpp")
+endif()
 
 add_library(oxBreakpad OBJECT ${sources})
 target_include_directories(oxBreakpad SYSTEM PRIVATE "${OX_BREAKPAD_SOURCE}" "${OX_BREAKPAD}/deps")
 set_target_properties(oxBreakpad PROPERTIES CXX_STANDARD 17)
+ox_configure_code(oxBreakpad)
 target_compile_options(oxBreakpad PRIVATE -w)
 if(WIN32)
   target_compile_definitions(oxBreakpad PRIVATE UNICODE _UNICODE)

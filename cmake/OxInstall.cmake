@@ -1,4 +1,5 @@
-# cmake --install: the library with its headers, the CMake package oxShared and the pkg-config file.
+# cmake --install: the library with its headers, the CMake package oxShared and the pkg-config file,
+# and the debug information of the library and the tool.
 
 include(CMakePackageConfigHelpers)
 
@@ -6,6 +7,38 @@ set(OX_PACKAGE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/oxShared")
 install(TARGETS oxShared EXPORT oxSharedTargets
   FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/oxShared")
 install(EXPORT oxSharedTargets NAMESPACE oxShared:: DESTINATION "${OX_PACKAGE_DIR}")
+
+# Moves the debug information of an installed library or program into FILE.debug beside it, which
+# debuggers and dump_syms find by the link that the file keeps.
+function(ox_split_debug_information target folder)
+  if(NOT OX_DEBUG_INFO)
+    return()
+  endif()
+  if(NOT CMAKE_OBJCOPY)
+    message(STATUS "There is no objcopy: ${target} is installed with its debug information inside.")
+    return()
+  endif()
+  install(CODE "
+    set(file \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${folder}/$<TARGET_FILE_NAME:${target}>\")
+    message(STATUS \"Installing: \${file}.debug\")
+    foreach(arguments
+        \"--only-keep-debug;$<TARGET_FILE:${target}>;\${file}.debug\"
+        \"--strip-unneeded;--remove-section=.gnu_debuglink;\${file}\"
+        \"--add-gnu-debuglink=\${file}.debug;\${file}\")
+      execute_process(COMMAND \"${CMAKE_OBJCOPY}\" \${arguments} COMMAND_ERROR_IS_FATAL ANY)
+    endforeach()")
+endfunction()
+
+if(BUILD_SHARED_LIBS AND WIN32)
+  ox_split_debug_information(oxShared "${CMAKE_INSTALL_BINDIR}")
+elseif(BUILD_SHARED_LIBS)
+  ox_split_debug_information(oxShared "${CMAKE_INSTALL_LIBDIR}")
+endif()
+if(OX_BUILD_TOOL)
+  ox_split_debug_information(oxtool "${CMAKE_INSTALL_BINDIR}")
+  # The way to the library in the build folder is otherwise kept as empty space, whose length differs.
+  set_target_properties(oxtool PROPERTIES BUILD_RPATH_USE_ORIGIN ON)
+endif()
 
 configure_package_config_file(cmake/oxSharedConfig.cmake.in
   "${PROJECT_BINARY_DIR}/oxSharedConfig.cmake" INSTALL_DESTINATION "${OX_PACKAGE_DIR}")

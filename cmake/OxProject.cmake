@@ -6,6 +6,10 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+# Editors find how each file is compiled.
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+# A library that is linked again with the same interface leaves what uses it as it is.
+set(CMAKE_LINK_DEPENDS_NO_SHARED ON)
 
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
   set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
@@ -16,7 +20,7 @@ if(OX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER "${OX_CCACHE}")
 endif()
 
-# The sources of one file per system: files_linux.cpp and files_windows.cpp behind files.h.
+# The folder of shared/platform that holds the system's sources.
 if(WIN32)
   set(OX_SYSTEM windows)
 else()
@@ -40,10 +44,77 @@ macro(ox_find_qt)
   endif()
 endmacro()
 
+option(OX_DEBUG_INFO "Compile releases with debug information, and install it in files of its own" ON)
+
+include(CheckCXXCompilerFlag)
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES CXX)
+check_cxx_compiler_flag(-fcf-protection OX_HAS_CF_PROTECTION)
+
+# What makes a fault harder to exploit. tests/package/hardening_test.cmake looks for each of these in
+# the library and the tool.
+function(ox_harden target)
+  target_compile_options(${target} PRIVATE -fstack-protector-strong)
+  if(NOT OX_SANITIZE)
+    # Without optimisation it does nothing but warn, and it hides calls from the sanitizers.
+    target_compile_options(${target} PRIVATE
+      "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
+  endif()
+  if(WIN32)
+    # The run-time part of both, without a DLL of its own. The linker knows no control-flow guard.
+    target_link_libraries(${target} PRIVATE -l:libssp.a)
+    target_link_options(${target} PRIVATE -Wl,--dynamicbase,--nxcompat)
+    if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+      target_link_options(${target} PRIVATE -Wl,--high-entropy-va)
+    endif()
+  else()
+    if(OX_HAS_CF_PROTECTION)
+      target_compile_options(${target} PRIVATE -fcf-protection)
+    endif()
+    # All functions are looked up at the start, none by the crash handler.
+    target_link_options(${target} PRIVATE -Wl,-z,relro,-z,now,-z,noexecstack)
+  endif()
+endfunction()
+
+# The same bytes from every folder: paths in debug information and in __FILE__ begin with /oxShared,
+# also those that a compiler cache has made relative to the build folder. A build id, which depends on
+# the content alone, ties a dump to its release. Wine, which runs the tests, fails to write a second
+# dump of a program with a build id and debug information.
+function(ox_make_reproducible target)
+  file(RELATIVE_PATH way "${CMAKE_BINARY_DIR}" "${PROJECT_SOURCE_DIR}/.")
+  target_compile_options(${target} PRIVATE
+    "-ffile-prefix-map=${way}=/oxShared/"
+    "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=/oxShared"
+    "-ffile-prefix-map=${CMAKE_BINARY_DIR}=/oxShared/build")
+  if(OX_CRASH_HANDLER)
+    target_compile_options(${target} PRIVATE "-ffile-prefix-map=${OX_BREAKPAD}=/breakpad")
+  endif()
+  if(NOT WIN32 OR OX_DEBUG_INFO)
+    target_link_options(${target} PRIVATE -Wl,--build-id=sha1)
+  endif()
+  if(WIN32)
+    target_link_options(${target} PRIVATE -Wl,--no-insert-timestamp)
+  endif()
+endfunction()
+
+# What all code has in common that the library and the tool are made of, Breakpad's, too.
+function(ox_configure_code target)
+  ox_harden(${target})
+  ox_make_reproducible(${target})
+  if(OX_DEBUG_INFO)
+    target_compile_options(${target} PRIVATE "$<$<CONFIG:Release>:-g>")
+  endif()
+endfunction()
+
 # Compile options of the project's own targets; nothing of it reaches a consumer.
 function(ox_configure_target target)
+  ox_configure_code(${target})
   target_compile_definitions(${target} PRIVATE QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+  if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+    # GCC's -Wconversion leaves these out in C++.
+    target_compile_options(${target} PRIVATE -Wno-sign-conversion)
+  endif()
   if(WIN32)
     # The oldest Windows that is supported: 7.
     target_compile_definitions(${target} PRIVATE _WIN32_WINNT=0x0601 NOMINMAX WIN32_LEAN_AND_MEAN)

@@ -2,7 +2,7 @@
 # Builds the library and the tool and shows the main job from end to end: a file is packed into a
 # folder that stands for the farm's share, and refreshed from there through the path by which a
 # Windows machine of the farm knows it.
-#   scripts/run.sh [FILE]     FILE: what to pack (the built library by default)
+#   scripts/run.sh [FILE]     FILE: what to pack (the tool itself by default)
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -18,7 +18,7 @@ fi
 "$root/scripts/setup.sh" test # the preset configures the tests, too
 build_preset dev oxtool
 oxtool=$root/build/dev/oxtool/oxtool
-file=${1:-$root/build/dev/shared/liboxShared.so}
+file=${1:-$oxtool}
 
 share=$(mktemp -d)
 trap 'rm -rf "$share"' EXIT

@@ -17,4 +17,4 @@ sets=(test)
 build_preset "$preset"
 say "testing (preset $preset)"
 cd "$root"
-exec ctest --preset "$preset" "$@"
+exec ctest --preset "$preset" -j "$(nproc)" "$@"

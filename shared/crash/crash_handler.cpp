@@ -3,8 +3,10 @@
 #include "shared/fs/native_path.h"
 #include "shared/fs/path.h"
 #include "shared/platform/clock.h"
+#include "shared/platform/environment.h"
 #include "shared/platform/files.h"
 #include "shared/platform/minidump_writer.h"
+#include "shared/platform/native_name.h"
 #include "shared/platform/rename_file.h"
 #include "shared/system/environment.h"
 #include "shared/system/os_error.h"
@@ -13,8 +15,7 @@
 
 #include <algorithm>
 #include <atomic>
-#include <filesystem>
-#include <memory>
+#include <mutex>
 
 // What runs after a crash (`onDump` and what it calls) allocates nothing and takes no locks.
 
@@ -31,17 +32,18 @@ using ox::platform::WrittenDump;
 using LogText = _oxString8_evenSize<500>;
 using Path8 = _oxString8_evenSize<500>;
 
-__OX * application = nullptr;
+std::mutex initMutex; ///< not taken after a crash
+std::atomic<__OX *> application = nullptr;
 ox::detail::LocalZone zone;
-std::unique_ptr<MinidumpWriter> writer;
+std::atomic<MinidumpWriter *> writer = nullptr;
 std::atomic<bool> reportCrashesToSystem = false;
 
 void writeLine(void * text)
 {
     constexpr int error = 2;
     try {
-        if (application->logger)
-            application->logger->log(error, *static_cast<LogText *>(text), true);
+        if (oxLogger * const logger = application.load()->logger)
+            logger->log(error, *static_cast<LogText *>(text), true);
     } catch (...) {
         // A failing logger costs its line, and not the dump.
     }
@@ -99,12 +101,13 @@ void add(LogText & text, NativeChar const * path)
 
 LogText nameOfDump(__int64 time)
 {
-    LogText name(oxGetFileName(application->logFile).view());
+    __OX const & context = *application;
+    LogText name(oxGetFileName(context.logFile).view());
     if (name.endsWith(".txt"))
         name = name.left(name.size() - 4);
     name.add("_").add("_dump_").add(ox::detail::fileNameText(zone.fields(time)).c_str());
     name.add("_" OX_VERSION "_");
-    name.add(ox::detail::fileNameTextYearMinute(zone.fields(application->startTime.value)).c_str());
+    name.add(ox::detail::fileNameTextYearMinute(zone.fields(context.startTime.value)).c_str());
     return name.add("_").addNr(sizeof(void *) * 8, 2).add(".oxdmp");
 }
 
@@ -144,21 +147,22 @@ bool onDump(WrittenDump const & dump)
 }
 
 /// The folder as the writer takes it. Empty when it cannot.
-NativeName dumpFolder(std::filesystem::path const & folder)
+NativeName dumpFolder(NativeName const & folder)
 {
-    std::error_code error;
-    NativeName name = std::filesystem::absolute(folder, error).native();
+    if (folder.empty())
+        return {};
+    auto const full = ox::platform::absolutePath(ox::platform::nameText(folder));
+    NativeName name = full ? ox::platform::nativeName(*full) : NativeName();
     while (name.size() > 1 && name.back() == NativeChar{ox::platform::ownSeparator})
         name.pop_back();
     return name.size() <= ox::platform::longestDumpFolder ? name : NativeName();
 }
 
-/// Where the system has none that can be taken it is a folder in which dumps may just fail.
-NativeName temporaryFolder()
+NativeName temporaryDumpFolder()
 {
-    std::error_code error;
-    NativeName const folder = dumpFolder(std::filesystem::temp_directory_path(error));
-    return folder.empty() ? dumpFolder("/tmp") : folder;
+    using ox::platform::nativeName;
+    NativeName const folder = dumpFolder(nativeName(ox::platform::temporaryFolder()));
+    return folder.empty() ? dumpFolder(nativeName(u"/tmp")) : folder;
 }
 
 /// The folder for the logs of the installation that the executable belongs to; empty when there is
@@ -181,9 +185,10 @@ NativeName logFolderOfInstallation(char * argv0)
 
 void setFolder(NativeName const & given)
 {
-    NativeName const folder = given.empty() ? temporaryFolder() : dumpFolder(given);
-    if (writer && !folder.empty())
-        writer->setFolder(folder);
+    NativeName const folder = given.empty() ? temporaryDumpFolder() : dumpFolder(given);
+    MinidumpWriter * const present = writer;
+    if (present && !folder.empty())
+        present->setFolder(folder);
 }
 
 } // namespace
@@ -196,20 +201,21 @@ oxCrashHandler * oxCrashHandler::instance()
 
 oxCrashHandler::~oxCrashHandler()
 {
-    writer.reset();
+    delete writer.exchange(nullptr);
 }
 
 void oxCrashHandler::init(__OX & context, int argc, char ** const argv)
 {
+    prepareThread();
+    std::lock_guard const lock(initMutex);
     application = &context;
     if (writer)
         return;
     zone.read(ox::platform::currentTime());
-    prepareThread();
     NativeName folder = dumpFolder(logFolderOfInstallation(argc > 0 && argv ? argv[0] : nullptr));
     if (folder.empty())
-        folder = temporaryFolder();
-    writer = std::make_unique<MinidumpWriter>(folder, onDump);
+        folder = temporaryDumpFolder();
+    writer = new MinidumpWriter(folder, onDump);
 }
 
 void oxCrashHandler::prepareThread()
@@ -224,8 +230,8 @@ void oxCrashHandler::setDumpPath(QString const & path)
 
 void oxCrashHandler::setDumpPathDefault()
 {
-    if (application)
-        setFolder(ox::detail::nativePath(application->logFolder));
+    if (__OX const * const context = application)
+        setFolder(ox::detail::nativePath(context->logFolder));
 }
 
 void oxCrashHandler::setReportCrashesToSystem(bool on)
@@ -236,12 +242,14 @@ void oxCrashHandler::setReportCrashesToSystem(bool on)
 bool oxCrashHandler::writeMinidump()
 {
     constexpr std::uint32_t nonContinuableException = 0xC0000025;
-    return writer && writer->write(nonContinuableException);
+    MinidumpWriter * const present = writer;
+    return present && present->write(nonContinuableException);
 }
 
 bool oxCrashHandler::WriteMinidumpForException(EXCEPTION_POINTERS * exinfo)
 {
-    return exinfo ? writer && writer->write(*exinfo) : writeMinidump();
+    MinidumpWriter * const present = writer;
+    return exinfo ? present && present->write(*exinfo) : writeMinidump();
 }
 
 unsigned long filter(EXCEPTION_POINTERS * exinfo, _oxString<250> & message)

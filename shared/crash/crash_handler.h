@@ -27,7 +27,11 @@
 ///
 /// Two lines go to the log: "crash detected true" (or "false", when no dump could be written, which
 /// ends it) and 200 ms later, when the dump has its final name, "wrote dumpfile to " with its path.
-/// The process then ends as it would without the handler.
+/// The process then ends as it would without the handler. When several threads crash, the first one
+/// has its dump and the others wait for the end. The process ends half a minute after the crash at
+/// the latest, also when the dump folder does not answer.
+///
+/// Threads: every function may be called from any thread.
 class OX_EXPORT oxCrashHandler
 {
   public:
@@ -41,7 +45,8 @@ class OX_EXPORT oxCrashHandler
     /// and in it "log" beside the folder "bin" that the executable is in or below ("_debug" in that
     /// path becomes "_release", so debug builds use the release's folder), if it exists, or else
     /// the system's folder for temporary files. The context must live until the process ends.
-    /// `argv` is the program's, or null.
+    /// `argv` is the program's, or null. When several threads call it at once, the first one
+    /// installs the handler, and the context of the last one holds.
     ///
     /// The time zone is read here: dumps are named by its rules for the next five years.
     void init(__OX & context, int argc, char ** const argv);
@@ -53,13 +58,15 @@ class OX_EXPORT oxCrashHandler
 
     /// Sets the dump folder once the handler is installed. It must exist when a dump is written. An
     /// empty path is the system's folder for temporary files. A path that the dump library cannot
-    /// take (more than 218 characters on Windows, 1000 bytes on Linux) leaves the folder as it was.
+    /// take (more than 218 characters on Windows, 1000 bytes on Linux) leaves the folder unchanged.
     void setDumpPath(QString const & path);
     /// Sets the dump folder to the log folder of the context, in the same way.
     void setDumpPathDefault();
 
-    /// Whether a crash goes on to the handlers that were there before, and to the system's error
-    /// reporting, after its dump. It does not by default. It always does when the dump failed.
+    /// Whether a crash goes on to the handlers that were there before, and on Windows to the
+    /// system's error reporting, after its dump. It does not by default. It always does when the
+    /// dump failed. On Linux the process ends by the crash's signal in any case, and the system
+    /// writes its core dump as it is configured to (`ulimit -c`, `kernel.core_pattern`).
     void setReportCrashesToSystem(bool on);
 
     /// Writes a dump of the process as it is, and returns whether that could be done. The log line

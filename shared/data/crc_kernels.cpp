@@ -9,7 +9,9 @@
 #include <immintrin.h>
 // The compiler's own headers make an undefined vector by reading an uninitialised one.
 #pragma GCC diagnostic ignored "-Wuninitialized"
+#ifndef __clang__
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #endif
 
 namespace ox::detail

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "shared/export.h"
+#include "shared/text/file_name.h"
 #include "shared/text/fixed_string8.h"
 
 #include <QString>
@@ -137,6 +138,13 @@ class OX_EXPORT _OX_DataBuffer
 
     // Files from and to the caller's memory. They return 0 or an error code.
     //
+    // A name is given as a QString, whose letters all reach the system, as a record, or as any
+    // other type of text that names a file: a literal, a fixed string of another capacity,
+    // std::string. Opening never waits: a folder and a named pipe are not opened.
+    //
+    // After -101, -104, -105, zlib's -1 and a code below -1000 the thread's last error is the
+    // system's reason (oxLastOSError). The other codes speak of the content, -100 of memory.
+    //
     // The forms with two blocks write or read a magic if asked, then block1, then block2 unless it
     // is null. Saving a length that is negative, or a null block that is not empty, gives -105 and
     // leaves the file alone.
@@ -145,15 +153,22 @@ class OX_EXPORT _OX_DataBuffer
     static int saveToFile(_oxString8_evenSize<500> file, bool const & withMagic,
                           char * const block1, int const & len1, char * const block2,
                           int const & len2);
+    static int saveToFile(QString const & file, bool const & withMagic, char * const block1,
+                          int const & len1, char * const block2, int const & len2);
 
     /// Plain file: -101 not opened, -102 wrong magic, -1000 ended early, below -1000 not readable.
     /// What follows the blocks is ignored.
     static int loadFromFile(_oxString8_evenSize<500> file, bool const & withMagic,
                             char * const block1, int const & len1, char * const block2,
                             int const & len2);
+    static int loadFromFile(QString const & file, bool const & withMagic, char * const block1,
+                            int const & len1, char * const block2, int const & len2);
 
     /// Gzip file: -101 not opened, zlib's code when not written whole.
     static int saveToFileCompressed(_oxString8_evenSize<500> file, bool const & withMagic,
+                                    char * const block1, int const & len1, char * const block2,
+                                    int const & len2);
+    static int saveToFileCompressed(QString const & file, bool const & withMagic,
                                     char * const block1, int const & len1, char * const block2,
                                     int const & len2);
 
@@ -163,55 +178,158 @@ class OX_EXPORT _OX_DataBuffer
     static int loadFromFileCompressed(_oxString8_evenSize<500> file, bool const & withMagic,
                                       char * const block1, int const & len1, char * const block2,
                                       int const & len2);
+    static int loadFromFileCompressed(QString const & file, bool const & withMagic,
+                                      char * const block1, int const & len1, char * const block2,
+                                      int const & len2);
 
     /// Gzip file of the bytes alone: -104 (sic) not opened, zlib's code when not written whole.
     static int saveGzipFile(_oxString8_evenSize<500> const & file, char const * data,
                             int const & len);
+    static int saveGzipFile(QString const & file, char const * data, int const & len);
 
     /// Up to len bytes of a gzip file, with exact neither more nor fewer (-106). -104 not opened,
     /// zlib's code when it is damaged or cut short.
     static int loadGzipFile(_oxString8_evenSize<500> const & file, char * dest,
                             unsigned int const & len, bool const & exact);
+    static int loadGzipFile(QString const & file, char * dest, unsigned int const & len,
+                            bool const & exact);
 
     /// Compressed buffer file of len bytes, with a header that tells their length and nothing else.
     static int saveToFileCompressedHeader(_oxString8_evenSize<500> const & file, char * data,
                                           int const & len);
+    static int saveToFileCompressedHeader(QString const & file, char * data, int const & len);
 
     /// The first len bytes of a compressed buffer file, which must hold as many. A missing file is
     /// 0.
     static int loadFromFileCompressedHeader(_oxString8_evenSize<500> const & file, char * dest,
                                             int const & len);
+    static int loadFromFileCompressedHeader(QString const & file, char * dest, int const & len);
 
     /// Buffer file of the compressed bytes. A failure to write the file is not reported.
     static int compressNSaveToFile(_oxString8_evenSize<500> const & file, char * data,
                                    int const & len);
+    static int compressNSaveToFile(QString const & file, char * data, int const & len);
 
     /// Reads what compressNSaveToFile() wrote; it must have been len bytes (-106).
     static int compressNLoadFromFile(_oxString8_evenSize<500> const & file, char * dest,
                                      int const & len, bool const & exact);
+    static int compressNLoadFromFile(QString const & file, char * dest, int const & len,
+                                     bool const & exact);
 
     // Files from and to this buffer. A failed load leaves what it read so far, in the header too.
 
     /// Plain file of the `size` bytes, with magic, header and fresh CRC in front if asked. Codes of
     /// the static form; -105, with the file left alone, if `size` is no size of this block.
     bool saveToFile(_oxString8_evenSize<500> const & file, bool const & withHeader);
+    bool saveToFile(QString const & file, bool const & withHeader);
 
     /// Plain file, whole. -107 missing, -103 wrong CRC or nothing behind the header, -100 too
     /// large; other codes of the static form.
     bool loadFromFile(_oxString8_evenSize<500> const & file, bool withHeader);
+    bool loadFromFile(QString const & file, bool withHeader);
 
     /// Compressed buffer file with the header as it stands (`crc` is not computed). Codes as for
     /// saveToFile().
     bool saveToFileCompressed(_oxString8_evenSize<500> const & file);
+    bool saveToFileCompressed(QString const & file);
 
     /// Compressed buffer file. With growToFit the block grows as the data comes (-100 when it is
     /// too large). Without, it must hold at least `sizeAllocated` bytes, and when it holds more
     /// `size` stays 0 and the result is true. A missing file is true with nothing loaded.
     bool loadFromFileCompressed(_oxString8_evenSize<500> const & file, bool growToFit);
+    bool loadFromFileCompressed(QString const & file, bool growToFit);
 
     /// Gzip file, whole, in steps of chunk bytes. -104 not opened, -100 too large, zlib's code when
     /// it is damaged or cut short.
     bool loadGzipFile(_oxString8_evenSize<500> const & file, unsigned int const & chunk);
+    bool loadGzipFile(QString const & file, unsigned int const & chunk);
+
+    // The forms for the other types.
+
+    template <ox::detail::FileName Name>
+    static int saveToFile(Name const & file, bool const & withMagic, char * const block1,
+                          int const & len1, char * const block2, int const & len2)
+    {
+        return saveToFile(ox::detail::fileNameText(file), withMagic, block1, len1, block2, len2);
+    }
+    template <ox::detail::FileName Name>
+    static int loadFromFile(Name const & file, bool const & withMagic, char * const block1,
+                            int const & len1, char * const block2, int const & len2)
+    {
+        return loadFromFile(ox::detail::fileNameText(file), withMagic, block1, len1, block2, len2);
+    }
+    template <ox::detail::FileName Name>
+    static int saveToFileCompressed(Name const & file, bool const & withMagic, char * const block1,
+                                    int const & len1, char * const block2, int const & len2)
+    {
+        return saveToFileCompressed(ox::detail::fileNameText(file), withMagic, block1, len1, block2,
+                                    len2);
+    }
+    template <ox::detail::FileName Name>
+    static int loadFromFileCompressed(Name const & file, bool const & withMagic,
+                                      char * const block1, int const & len1, char * const block2,
+                                      int const & len2)
+    {
+        return loadFromFileCompressed(ox::detail::fileNameText(file), withMagic, block1, len1,
+                                      block2, len2);
+    }
+    template <ox::detail::FileName Name>
+    static int saveGzipFile(Name const & file, char const * data, int const & len)
+    {
+        return saveGzipFile(ox::detail::fileNameText(file), data, len);
+    }
+    template <ox::detail::FileName Name>
+    static int loadGzipFile(Name const & file, char * dest, unsigned int const & len,
+                            bool const & exact)
+    {
+        return loadGzipFile(ox::detail::fileNameText(file), dest, len, exact);
+    }
+    template <ox::detail::FileName Name>
+    static int saveToFileCompressedHeader(Name const & file, char * data, int const & len)
+    {
+        return saveToFileCompressedHeader(ox::detail::fileNameText(file), data, len);
+    }
+    template <ox::detail::FileName Name>
+    static int loadFromFileCompressedHeader(Name const & file, char * dest, int const & len)
+    {
+        return loadFromFileCompressedHeader(ox::detail::fileNameText(file), dest, len);
+    }
+    template <ox::detail::FileName Name>
+    static int compressNSaveToFile(Name const & file, char * data, int const & len)
+    {
+        return compressNSaveToFile(ox::detail::fileNameText(file), data, len);
+    }
+    template <ox::detail::FileName Name>
+    static int compressNLoadFromFile(Name const & file, char * dest, int const & len,
+                                     bool const & exact)
+    {
+        return compressNLoadFromFile(ox::detail::fileNameText(file), dest, len, exact);
+    }
+    template <ox::detail::FileName Name>
+    bool saveToFile(Name const & file, bool const & withHeader)
+    {
+        return saveToFile(ox::detail::fileNameText(file), withHeader);
+    }
+    template <ox::detail::FileName Name>
+    bool loadFromFile(Name const & file, bool withHeader)
+    {
+        return loadFromFile(ox::detail::fileNameText(file), withHeader);
+    }
+    template <ox::detail::FileName Name>
+    bool saveToFileCompressed(Name const & file)
+    {
+        return saveToFileCompressed(ox::detail::fileNameText(file));
+    }
+    template <ox::detail::FileName Name>
+    bool loadFromFileCompressed(Name const & file, bool growToFit)
+    {
+        return loadFromFileCompressed(ox::detail::fileNameText(file), growToFit);
+    }
+    template <ox::detail::FileName Name>
+    bool loadGzipFile(Name const & file, unsigned int const & chunk)
+    {
+        return loadGzipFile(ox::detail::fileNameText(file), chunk);
+    }
 
   private:
     /// resize() to a size that may be more than an int holds.

@@ -4,7 +4,9 @@
 #include "shared/data/checksum.h"
 #include "shared/platform/files.h"
 #include "shared/platform/gzip_files.h"
+#include "shared/platform/os_error.h"
 #include "shared/platform/stream.h"
+#include "shared/text/utf16_view.h"
 
 #include <algorithm>
 #include <bit>
@@ -12,7 +14,6 @@
 #include <cstring>
 #include <memory>
 #include <optional>
-#include <string_view>
 
 // The header words are written as they stand in memory, which is the order of the files.
 static_assert(std::endian::native == std::endian::little);
@@ -21,15 +22,13 @@ namespace
 {
 
 using namespace ox::detail;
-using FileName = _oxString8_evenSize<500>;
-
 constexpr int magicSize = 4;
 constexpr int headerSize = 32;
 static_assert(headerSize == offsetof(_OX_DataBuffer, sizeAllocated));
 
-ox::platform::NativeName native(FileName const & file)
+ox::platform::NativeName native(QString const & file)
 {
-    return ox::platform::nativeName(std::string_view(file.value, file.length));
+    return ox::platform::nativeName(viewOf(file));
 }
 
 bool isThere(std::optional<ox::platform::FileStatus> const & status)
@@ -58,7 +57,7 @@ class PlainFile
     static constexpr int notOpenedForReading = notOpened;
     static constexpr int impossibleBlock = endOfFile;
 
-    PlainFile(FileName const & name, ox::platform::StreamMode mode)
+    PlainFile(QString const & name, ox::platform::StreamMode mode)
         : stream_(ox::platform::openStream(native(name), mode))
     {
         bool const reading = mode == ox::platform::StreamMode::Read;
@@ -99,7 +98,7 @@ class PlainFile
 class CheckedFile : public PlainFile
 {
   public:
-    explicit CheckedFile(FileName const & name) : PlainFile(name, ox::platform::StreamMode::Read)
+    explicit CheckedFile(QString const & name) : PlainFile(name, ox::platform::StreamMode::Read)
     {
         oxCRCInitialize();
     }
@@ -134,7 +133,7 @@ class GzipFile
     static constexpr int notOpenedForReading = notReadable;
     static constexpr int impossibleBlock = Z_STREAM_ERROR;
 
-    GzipFile(FileName const & name, ox::platform::StreamMode mode)
+    GzipFile(QString const & name, ox::platform::StreamMode mode)
         : file_(ox::platform::openGzip(native(name), mode))
     {
         unsigned const fewLargeTransfers = 128 * 1024;
@@ -173,7 +172,11 @@ class GzipFile
 
   private:
     struct Close {
-        void operator()(gzFile file) const { gzclose(file); }
+        void operator()(gzFile file) const
+        {
+            ox::platform::KeptError const kept;
+            gzclose(file);
+        }
     };
     std::unique_ptr<gzFile_s, Close> file_;
 };
@@ -181,7 +184,7 @@ class GzipFile
 /// Writes the magic, if asked, and the blocks. A length that is none is refused before the file,
 /// and with it what it held, is touched.
 template <class File>
-int save(FileName const & name, bool withMagic, Block block1, Block block2)
+int save(QString const & name, bool withMagic, Block block1, Block block2)
 {
     if (!block1.isPossible() || !block2.isPossible())
         return notWritten;
@@ -216,7 +219,7 @@ bool load(File & file, bool withMagic, Block block1, Block block2, std::int32_t 
 }
 
 template <class File>
-int load(FileName const & name, bool withMagic, Block block1, Block block2)
+int load(QString const & name, bool withMagic, Block block1, Block block2)
 {
     File file(name, ox::platform::StreamMode::Read);
     std::int32_t error = 0;
@@ -265,29 +268,27 @@ struct BorrowedBuffer : _OX_DataBuffer {
 
 } // namespace
 
-int _OX_DataBuffer::saveToFile(_oxString8_evenSize<500> file, bool const & withMagic,
-                               char * const block1, int const & len1, char * const block2,
-                               int const & len2)
+int _OX_DataBuffer::saveToFile(QString const & file, bool const & withMagic, char * const block1,
+                               int const & len1, char * const block2, int const & len2)
 {
     return save<PlainFile>(file, withMagic, {block1, len1}, {block2, block2 ? len2 : 0});
 }
 
-int _OX_DataBuffer::loadFromFile(_oxString8_evenSize<500> file, bool const & withMagic,
-                                 char * const block1, int const & len1, char * const block2,
-                                 int const & len2)
+int _OX_DataBuffer::loadFromFile(QString const & file, bool const & withMagic, char * const block1,
+                                 int const & len1, char * const block2, int const & len2)
 {
     return load<PlainFile>(file, withMagic, {block1, len1},
                            {block2, block2 ? std::max(len2, 0) : 0});
 }
 
-int _OX_DataBuffer::saveToFileCompressed(_oxString8_evenSize<500> file, bool const & withMagic,
+int _OX_DataBuffer::saveToFileCompressed(QString const & file, bool const & withMagic,
                                          char * const block1, int const & len1, char * const block2,
                                          int const & len2)
 {
     return save<GzipFile>(file, withMagic, {block1, len1}, {block2, block2 ? len2 : 0});
 }
 
-int _OX_DataBuffer::loadFromFileCompressed(_oxString8_evenSize<500> file, bool const & withMagic,
+int _OX_DataBuffer::loadFromFileCompressed(QString const & file, bool const & withMagic,
                                            char * const block1, int const & len1,
                                            char * const block2, int const & len2)
 {
@@ -295,8 +296,7 @@ int _OX_DataBuffer::loadFromFileCompressed(_oxString8_evenSize<500> file, bool c
                           {block2, block2 ? std::max(len2, 0) : 0});
 }
 
-int _OX_DataBuffer::saveGzipFile(_oxString8_evenSize<500> const & file, char const * data,
-                                 int const & len)
+int _OX_DataBuffer::saveGzipFile(QString const & file, char const * data, int const & len)
 {
     int const result = save<GzipFile>(file, false, {const_cast<char *>(data), len}, {nullptr, 0});
     // Deliberate: the applications know a bare gzip file that cannot be opened by this one code,
@@ -304,8 +304,8 @@ int _OX_DataBuffer::saveGzipFile(_oxString8_evenSize<500> const & file, char con
     return result == notOpened ? notReadable : result;
 }
 
-int _OX_DataBuffer::loadGzipFile(_oxString8_evenSize<500> const & file, char * dest,
-                                 unsigned int const & len, bool const & exact)
+int _OX_DataBuffer::loadGzipFile(QString const & file, char * dest, unsigned int const & len,
+                                 bool const & exact)
 {
     GzipFile gzip(file, ox::platform::StreamMode::Read);
     if (!gzip)
@@ -320,24 +320,21 @@ int _OX_DataBuffer::loadGzipFile(_oxString8_evenSize<500> const & file, char * d
     return exact && !isExact ? wrongLength : 0;
 }
 
-int _OX_DataBuffer::saveToFileCompressedHeader(_oxString8_evenSize<500> const & file, char * data,
-                                               int const & len)
+int _OX_DataBuffer::saveToFileCompressedHeader(QString const & file, char * data, int const & len)
 {
     BorrowedBuffer buffer(data, len);
     buffer.saveToFileCompressed(file);
     return buffer.error;
 }
 
-int _OX_DataBuffer::loadFromFileCompressedHeader(_oxString8_evenSize<500> const & file, char * dest,
-                                                 int const & len)
+int _OX_DataBuffer::loadFromFileCompressedHeader(QString const & file, char * dest, int const & len)
 {
     BorrowedBuffer buffer(dest, len);
     buffer.loadFromFileCompressed(file, false);
     return buffer.error;
 }
 
-int _OX_DataBuffer::compressNSaveToFile(_oxString8_evenSize<500> const & file, char * data,
-                                        int const & len)
+int _OX_DataBuffer::compressNSaveToFile(QString const & file, char * data, int const & len)
 {
     _OX_DataBuffer buffer;
     if (!buffer.compressFromB(data, len, 0))
@@ -348,8 +345,8 @@ int _OX_DataBuffer::compressNSaveToFile(_oxString8_evenSize<500> const & file, c
     return 0;
 }
 
-int _OX_DataBuffer::compressNLoadFromFile(_oxString8_evenSize<500> const & file, char * dest,
-                                          int const & len, bool const & exact)
+int _OX_DataBuffer::compressNLoadFromFile(QString const & file, char * dest, int const & len,
+                                          bool const & exact)
 {
     _OX_DataBuffer buffer;
     if (!buffer.loadFromFile(file, true))
@@ -360,7 +357,7 @@ int _OX_DataBuffer::compressNLoadFromFile(_oxString8_evenSize<500> const & file,
     return buffer.error;
 }
 
-bool _OX_DataBuffer::saveToFile(_oxString8_evenSize<500> const & file, bool const & withHeader)
+bool _OX_DataBuffer::saveToFile(QString const & file, bool const & withHeader)
 {
     if (!hasTrueSize())
         return fail(notWritten);
@@ -370,7 +367,7 @@ bool _OX_DataBuffer::saveToFile(_oxString8_evenSize<500> const & file, bool cons
     return error == 0;
 }
 
-bool _OX_DataBuffer::loadFromFile(_oxString8_evenSize<500> const & file, bool withHeader)
+bool _OX_DataBuffer::loadFromFile(QString const & file, bool withHeader)
 {
     error = 0;
     auto const status = ox::platform::fileStatus(native(file));
@@ -394,7 +391,7 @@ bool _OX_DataBuffer::loadFromFile(_oxString8_evenSize<500> const & file, bool wi
     return crc == stored || fail(corrupt);
 }
 
-bool _OX_DataBuffer::saveToFileCompressed(_oxString8_evenSize<500> const & file)
+bool _OX_DataBuffer::saveToFileCompressed(QString const & file)
 {
     if (!hasTrueSize())
         return fail(notWritten);
@@ -402,7 +399,7 @@ bool _OX_DataBuffer::saveToFileCompressed(_oxString8_evenSize<500> const & file)
     return error == 0;
 }
 
-bool _OX_DataBuffer::loadFromFileCompressed(_oxString8_evenSize<500> const & file, bool growToFit)
+bool _OX_DataBuffer::loadFromFileCompressed(QString const & file, bool growToFit)
 {
     error = 0;
     // Deliberate: settings and caches are kept in these files, and none yet is as good as empty.
@@ -426,10 +423,101 @@ bool _OX_DataBuffer::loadFromFileCompressed(_oxString8_evenSize<500> const & fil
     return true;
 }
 
-bool _OX_DataBuffer::loadGzipFile(_oxString8_evenSize<500> const & file, unsigned int const & chunk)
+bool _OX_DataBuffer::loadGzipFile(QString const & file, unsigned int const & chunk)
 {
     GzipFile gzip(file, ox::platform::StreamMode::Read);
     if (!gzip)
         return fail(notReadable);
     return readGrowing(gzip, *this, chunk);
+}
+
+// The forms for records.
+
+int _OX_DataBuffer::saveToFile(_oxString8_evenSize<500> file, bool const & withMagic,
+                               char * const block1, int const & len1, char * const block2,
+                               int const & len2)
+{
+    return saveToFile(fileNameText(file), withMagic, block1, len1, block2, len2);
+}
+
+int _OX_DataBuffer::loadFromFile(_oxString8_evenSize<500> file, bool const & withMagic,
+                                 char * const block1, int const & len1, char * const block2,
+                                 int const & len2)
+{
+    return loadFromFile(fileNameText(file), withMagic, block1, len1, block2, len2);
+}
+
+int _OX_DataBuffer::saveToFileCompressed(_oxString8_evenSize<500> file, bool const & withMagic,
+                                         char * const block1, int const & len1, char * const block2,
+                                         int const & len2)
+{
+    return saveToFileCompressed(fileNameText(file), withMagic, block1, len1, block2, len2);
+}
+
+int _OX_DataBuffer::loadFromFileCompressed(_oxString8_evenSize<500> file, bool const & withMagic,
+                                           char * const block1, int const & len1,
+                                           char * const block2, int const & len2)
+{
+    return loadFromFileCompressed(fileNameText(file), withMagic, block1, len1, block2, len2);
+}
+
+int _OX_DataBuffer::saveGzipFile(_oxString8_evenSize<500> const & file, char const * data,
+                                 int const & len)
+{
+    return saveGzipFile(fileNameText(file), data, len);
+}
+
+int _OX_DataBuffer::loadGzipFile(_oxString8_evenSize<500> const & file, char * dest,
+                                 unsigned int const & len, bool const & exact)
+{
+    return loadGzipFile(fileNameText(file), dest, len, exact);
+}
+
+int _OX_DataBuffer::saveToFileCompressedHeader(_oxString8_evenSize<500> const & file, char * data,
+                                               int const & len)
+{
+    return saveToFileCompressedHeader(fileNameText(file), data, len);
+}
+
+int _OX_DataBuffer::loadFromFileCompressedHeader(_oxString8_evenSize<500> const & file, char * dest,
+                                                 int const & len)
+{
+    return loadFromFileCompressedHeader(fileNameText(file), dest, len);
+}
+
+int _OX_DataBuffer::compressNSaveToFile(_oxString8_evenSize<500> const & file, char * data,
+                                        int const & len)
+{
+    return compressNSaveToFile(fileNameText(file), data, len);
+}
+
+int _OX_DataBuffer::compressNLoadFromFile(_oxString8_evenSize<500> const & file, char * dest,
+                                          int const & len, bool const & exact)
+{
+    return compressNLoadFromFile(fileNameText(file), dest, len, exact);
+}
+
+bool _OX_DataBuffer::saveToFile(_oxString8_evenSize<500> const & file, bool const & withHeader)
+{
+    return saveToFile(fileNameText(file), withHeader);
+}
+
+bool _OX_DataBuffer::loadFromFile(_oxString8_evenSize<500> const & file, bool withHeader)
+{
+    return loadFromFile(fileNameText(file), withHeader);
+}
+
+bool _OX_DataBuffer::saveToFileCompressed(_oxString8_evenSize<500> const & file)
+{
+    return saveToFileCompressed(fileNameText(file));
+}
+
+bool _OX_DataBuffer::loadFromFileCompressed(_oxString8_evenSize<500> const & file, bool growToFit)
+{
+    return loadFromFileCompressed(fileNameText(file), growToFit);
+}
+
+bool _OX_DataBuffer::loadGzipFile(_oxString8_evenSize<500> const & file, unsigned int const & chunk)
+{
+    return loadGzipFile(fileNameText(file), chunk);
 }

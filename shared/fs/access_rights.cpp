@@ -1,5 +1,6 @@
 #include "shared/fs/access_rights.h"
 
+#include "shared/fs/native_path.h"
 #include "shared/platform/access_rights.h"
 
 #include <cstring>
@@ -24,7 +25,17 @@ bool oxSetFolderRights_ReadWriteAll(char const * path, bool inherit)
     return ox::platform::allowEverybodyToFill(recordPath(path), inherit);
 }
 
+bool oxSetFolderRights_ReadWriteAll(QString const & path, bool inherit)
+{
+    return ox::platform::allowEverybodyToFill(ox::detail::nativePath(path), inherit);
+}
+
 bool oxSetFileRights_ReadWriteExecuteAll(char const * path)
 {
     return ox::platform::allowEverybodyToExecute(recordPath(path));
+}
+
+bool oxSetFileRights_ReadWriteExecuteAll(QString const & path)
+{
+    return ox::platform::allowEverybodyToExecute(ox::detail::nativePath(path));
 }

@@ -1,32 +1,31 @@
 #include "shared/fs/copy.h"
 
+#include "shared/fs/copy_steps.h"
 #include "shared/fs/file.h"
 #include "shared/fs/native_path.h"
 #include "shared/platform/copy_file.h"
+#include "shared/platform/files.h"
+#include "shared/platform/open_file.h"
 #include "shared/platform/os_error.h"
-#include "shared/platform/stream.h"
-#include "shared/system/environment.h"
 #include "shared/system/os_error.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-#include <memory>
-#include <new>
 #include <optional>
 
 using ox::detail::nativePath;
-using ox::detail::openUnbuffered;
-using ox::detail::Stream;
+using ox::platform::Content;
 using ox::platform::FileStatus;
 using ox::platform::NativeName;
-using ox::platform::StreamMode;
+using ox::platform::OpenFile;
+using ox::platform::Taken;
+using ox::platform::Writers;
 
 namespace
 {
 
-constexpr std::size_t copyPiece = 0x100000;
 constexpr std::int64_t resumePiece = 0x40000;
 constexpr std::int64_t resumeLimit = 0x1900000;
 constexpr int bufferLimitMB = 768;
@@ -39,49 +38,29 @@ std::optional<FileStatus> statusOfFile(NativeName const & name)
     return status;
 }
 
-std::unique_ptr<char[]> allocate(std::size_t size)
+QString copyBySystem(NativeName const & from, NativeName const & to, bool overwrite,
+                     std::int64_t modified)
 {
-    return std::unique_ptr<char[]>(new (std::nothrow) char[size]);
-}
-
-QString noMemory()
-{
-    return QStringLiteral("No memory left.");
-}
-
-/// Whether a piece ends in zeros, by three samples. The farm's applications count on these three; a
-/// full scan would find other files.
-bool endsInZeros(char const * piece, std::size_t size)
-{
-    auto const isZero = [end = piece + size](int back) { return end[-back] == 0; };
-    return isZero(1) && (size <= 10 || (isZero(7) && isZero(10)));
-}
-
-QString copyBySystem(NativeName const & from, NativeName const & to, bool overwrite)
-{
-    if (ox::platform::copyFile(from, to, !overwrite))
+    if (ox::platform::copyFile(from, to, !overwrite, modified))
         return {};
     return oxLastOSError();
 }
 
-QString copyByPieces(NativeName const & from, NativeName const & to, int pauseMs, bool * endsEmpty)
+QString copyByPieces(NativeName const & from, NativeName const & to, bool overwrite,
+                     std::int64_t modified, int pauseMs, bool * endsEmpty)
 {
-    auto const piece = allocate(copyPiece);
+    auto const piece = ox::detail::allocatePiece(ox::detail::copyPiece);
     if (!piece)
-        return noMemory();
-    Stream const source = openUnbuffered(from, StreamMode::Read);
-    if (!source)
-        return QStringLiteral("Unable to open input file.");
-    Stream const target = openUnbuffered(to, StreamMode::Write);
-    if (!target)
-        return QStringLiteral("Unable to open output file.");
-    while (std::size_t const size = std::fread(piece.get(), 1, copyPiece, source.get())) {
-        if (endsEmpty)
-            *endsEmpty = endsInZeros(piece.get(), size);
-        // A short write is deliberately no failure: the farm finds it by comparing the sizes.
-        std::fwrite(piece.get(), 1, size, target.get());
-        oxSleep(pauseMs);
-    }
+        return ox::detail::noMemory();
+    OpenFile source = openForReading(from, Writers::Refused);
+    if (!source.isOpen())
+        return ox::detail::sourceNotOpened();
+    OpenFile target = ox::platform::createFile(to, overwrite ? Taken::IsReplaced : Taken::Fails);
+    if (!target.isOpen())
+        return ox::detail::targetNotOpened();
+    // Compatibility: a short write is no failure; the farm finds it by comparing the sizes.
+    copyPieces(source, target, piece.get(), pauseMs, endsEmpty, ox::detail::Faults::Ignored);
+    target.setTimes(modified);
     return {};
 }
 
@@ -106,32 +85,32 @@ QString notWritten()
 }
 
 /// Copies the source's bytes from `begin` to `end` to the target, and to the buffer, if any. What
-/// the source gains meanwhile is the next call's. `targetFailure` is the text before the system's
-/// message when the target cannot be opened.
-QString transfer(Stream const & source, NativeName const & to, StreamMode mode,
-                 QString const & targetFailure, std::int64_t begin, std::int64_t end,
+/// the source gains meanwhile is the next call's. The buffer gains the bytes that reach the target
+/// and no others.
+QString transfer(OpenFile & source, OpenFile & target, std::int64_t begin, std::int64_t end,
                  _OX_DataBuffer * added)
 {
-    Stream target = openUnbuffered(to, mode);
-    if (!target)
-        return targetFailure + bareSystemMessage();
-    auto const piece = allocate(resumePiece);
+    auto const piece = ox::detail::allocatePiece(resumePiece);
     if (!piece)
-        return noMemory();
-
+        return ox::detail::noMemory();
     std::int64_t at = begin;
-    bool reading = std::fseek(source.get(), static_cast<long>(begin), SEEK_SET) == 0;
+    bool reading = source.seek(begin);
     while (reading && at < end) {
         auto const wanted = static_cast<std::size_t>(std::min(resumePiece, end - at));
-        std::size_t const size = std::fread(piece.get(), 1, wanted, source.get());
+        auto const size =
+            static_cast<std::size_t>(std::max<std::int64_t>(source.read(piece.get(), wanted), 0));
         reading = size > 0;
         at += static_cast<std::int64_t>(size);
         if (added && !added->append(piece.get(), static_cast<int>(size)))
             return notAppended(*added, static_cast<std::int64_t>(size));
-        if (std::fwrite(piece.get(), 1, size, target.get()) != size)
-            return notWritten();
+        std::size_t const written = target.write(piece.get(), size);
+        if (written == size)
+            continue;
+        if (added)
+            added->size -= static_cast<int>(size - written);
+        return notWritten();
     }
-    if (!closeStream(target))
+    if (!target.close())
         return notWritten();
     if (at != end)
         return QStringLiteral("Unable to read all data  %1 != %2-%3")
@@ -145,16 +124,19 @@ QString transfer(Stream const & source, NativeName const & to, StreamMode mode,
 QString copyInto(_OX_DataBuffer & added, NativeName const & from, NativeName const & to,
                  std::int64_t size)
 {
-    if (!ox::platform::areDifferentFiles(from, to))
+    if (!ox::platform::mayReplace(to, from))
         return oxLastOSError();
-    Stream const source = openUnbuffered(from, StreamMode::ReadShared);
-    if (!source)
+    OpenFile source = openForReading(from, Writers::Allowed);
+    if (!source.isOpen())
         return bareSystemMessage();
     bool const fits = size <= std::numeric_limits<int>::max();
     if (!fits || !added.newsize(static_cast<int>(size), bufferLimitMB))
         return notAppended(added, size);
     added.size = 0;
-    return transfer(source, to, StreamMode::WriteShared, {}, 0, size, &added);
+    OpenFile target = openInPlace(to, Content::Emptied);
+    if (!target.isOpen())
+        return bareSystemMessage();
+    return transfer(source, target, 0, size, &added);
 }
 
 } // namespace
@@ -167,7 +149,7 @@ QString oxCopyFile(QString const & from, QString const & to, bool overwrite, int
     if (statusOfFile(target)) {
         if (!overwrite)
             return {};
-        if (!ox::platform::areDifferentFiles(source, target))
+        if (!ox::platform::mayReplace(target, source))
             return oxLastOSError();
         if (QString const failure = oxDeleteFile(to); !failure.isEmpty())
             return failure;
@@ -175,11 +157,9 @@ QString oxCopyFile(QString const & from, QString const & to, bool overwrite, int
     auto const status = statusOfFile(source);
     if (!status)
         return QStringLiteral("Source file does not exist.");
-    QString const failure = pauseMs < 0 ? copyBySystem(source, target, overwrite)
-                                        : copyByPieces(source, target, pauseMs, endsEmpty);
-    if (failure.isEmpty())
-        ox::platform::setFileTimes(target, status->modified);
-    return failure;
+    return pauseMs < 0
+               ? copyBySystem(source, target, overwrite, status->modified)
+               : copyByPieces(source, target, overwrite, status->modified, pauseMs, endsEmpty);
 }
 
 QString oxResumeFile(QString const & from, QString const & to, bool & limitReported,
@@ -200,9 +180,11 @@ QString oxResumeFile(QString const & from, QString const & to, bool & limitRepor
         limitReported = true;
         return QStringLiteral("Log file larger than 25 MB, stopping copy to oxShare.");
     }
-    Stream const stream = openUnbuffered(source, StreamMode::ReadShared);
-    if (!stream)
+    OpenFile log = openForReading(source, Writers::Allowed);
+    if (!log.isOpen())
         return QStringLiteral("Cannot open source file;") + bareSystemMessage();
-    return transfer(stream, target, StreamMode::Append, QStringLiteral("Cannot open dest. file;"),
-                    old->size, status->size, added);
+    OpenFile copy = openInPlace(target, Content::Kept);
+    if (!copy.isOpen())
+        return QStringLiteral("Cannot open dest. file;") + bareSystemMessage();
+    return transfer(log, copy, old->size, status->size, added);
 }

@@ -12,10 +12,12 @@
 ///
 /// An existing target counts as done when overwrite is false, deliberately: nothing is compared.
 /// Otherwise it is deleted first, so it is gone even when the source then turns out to be missing.
-/// A file is never copied onto itself, under whatever name: that fails and changes nothing.
+/// A file is never copied onto itself, under whatever name: that fails and changes nothing. A link
+/// at the target is replaced and never followed. A named pipe is refused as source and as target,
+/// and a device as target; a device or an unnamed pipe (/dev/stdin) can be read.
 ///
 /// A negative pauseMs asks for the fastest way, the system's own copy; it keeps the permission bits
-/// as well. A failure's text is the system's message, and no target is left.
+/// and the holes as well. A failure's text is the system's message, and no target is left.
 ///
 /// Any other pauseMs copies in pieces of 1 MiB and sleeps that many milliseconds after each, to
 /// spare the share. endsEmpty, if given, is then set to whether the last piece looks as if the
@@ -42,12 +44,13 @@ OX_EXPORT QString oxCopyFile(QString const & from, QString const & to, bool over
 /// share: the failure is "Log file larger than 25 MB, stopping copy to oxShare." and sets
 /// limitReported, and as long as the caller keeps that set, later calls succeed in silence.
 ///
-/// After a failure the target keeps the bytes that reached it, and the next call goes on behind
-/// them. Failures, the system's message being the bare one ("No such file or directory"):
-/// "Source file does not exist", without a dot; "Cannot open source file;" or "Cannot open dest.
-/// file;" and the system's message, which stands alone where the whole source is copied into
-/// `added`; "Unable to append data.  Buffer data: ... memsize: ... addsize: ..." when `added`
-/// cannot take more; "Unable to write data"; and "Unable to read all data  10 != 30-5" when the
-/// source became shorter meanwhile or cannot be read.
+/// After a failure the target keeps the bytes that reached it, `added` has the same ones, and the
+/// next call goes on behind them. A named pipe is refused as source and as target, and a device as
+/// target. As root, a link of another user at the target is refused. Failures, the system's message
+/// being the bare one ("No such file or directory"): "Source file does not exist", without a dot;
+/// "Cannot open source file;" or "Cannot open dest. file;" and the system's message, which stands
+/// alone where the whole source is copied into `added`; "Unable to append data.  Buffer data: ...
+/// memsize: ... addsize: ..." when `added` cannot take more; "Unable to write data"; and "Unable to
+/// read all data  10 != 30-5" when the source became shorter meanwhile or cannot be read.
 OX_EXPORT QString oxResumeFile(QString const & from, QString const & to, bool & limitReported,
                                _OX_DataBuffer * const added = nullptr);

@@ -5,13 +5,12 @@
 #include "shared/platform/stream.h"
 #include "shared/system/os_error.h"
 
-#include <QDir>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <string_view>
 
 using ox::detail::nativePath;
@@ -140,7 +139,7 @@ QString oxDeleteFile(QString const & name)
 
 bool oxDeleteFolder(QString const & path)
 {
-    return QDir().rmdir(path);
+    return ox::platform::deleteFolder(nativePath(path));
 }
 
 bool oxCreateFolder(QString const & path, bool withParents)
@@ -169,15 +168,18 @@ bool oxRenameFile(QString const & from, QString const & to, bool overwrite)
             return false;
         if (source == target)
             return true;
-        if (!ox::platform::deleteFile(target))
-            return false;
+        if (isFile(source))
+            return ox::platform::moveOver(source, target);
+        ox::platform::deleteFile(target);
+        return false;
     }
     return isFile(source) && ox::platform::moveFile(source, target);
 }
 
 bool oxSetFileTime(QString const & name, _oxTime * time)
 {
-    return ox::platform::setFileTimes(nativePath(name), (time ? *time : _oxTime(true)).value);
+    return ox::platform::setFileTimes(nativePath(name),
+                                      time ? std::optional(time->value) : std::nullopt);
 }
 
 QString oxWriteBufferToFile(QString name, unsigned char * data, __int64 size)
@@ -209,6 +211,12 @@ QString oxWriteBufferToFile(QString name, unsigned char * data, __int64 size)
 
 bool writeToLogFile(_oxString8_evenSize<250> const & name, _oxString8_evenSize<3000> line,
                     bool overwrite, bool addTime)
+{
+    return writeToLogFile(ox::detail::fileNameText(name), line, overwrite, addTime);
+}
+
+bool writeToLogFile(QString const & name, _oxString8_evenSize<3000> line, bool overwrite,
+                    bool addTime)
 {
     _oxString8_evenSize<3000> text;
     if (addTime)

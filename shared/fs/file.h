@@ -2,6 +2,7 @@
 
 #include "shared/export.h"
 #include "shared/platform/types.h"
+#include "shared/text/file_name.h"
 #include "shared/text/fixed_string.h"
 #include "shared/text/fixed_string8.h"
 #include "shared/time/time_value.h"
@@ -54,13 +55,17 @@ OX_EXPORT bool oxDeleteFolder(QString const & path);
 /// that could be created remain.
 OX_EXPORT bool oxCreateFolder(QString const & path, bool withParents);
 
-/// Renames or moves a file, also to another drive. An existing file under the new name makes it
-/// fail, or with overwrite is deleted first: it is gone even when the old name then turns out to be
-/// missing. Renaming a file to its own name with overwrite changes nothing and succeeds.
+/// Renames or moves a file, also to another drive. Without overwrite an existing file under the new
+/// name makes the call fail. With overwrite that file is deleted, also when the old name is
+/// missing.
+///
+/// When both names stand for one file, overwrite deletes no content. Two spellings of one name
+/// succeed, and change its letter case where they differ in that. Of two hard links the new name
+/// stays. A link does not replace the file that it points to: the call fails.
 OX_EXPORT bool oxRenameFile(QString const & from, QString const & to, bool overwrite);
 
 /// Sets the access and modification times of a file, and its creation time where the system can, to
-/// one time; null means now.
+/// one time. Null means now, for which the right to write the file is enough.
 OX_EXPORT bool oxSetFileTime(QString const & name, _oxTime * time);
 
 /// Writes a block of `size` bytes to a new or emptied file; 0 or less gives an empty file.
@@ -72,9 +77,17 @@ OX_EXPORT QString oxWriteBufferToFile(QString name, unsigned char * data, __int6
 /// Appends one line to a text file, or with overwrite makes it the file's only line; with addTime
 /// it begins with the local time and ": ". At most 3000 characters are written, and the last is the
 /// line break. The line goes out in one piece, so that lines of several processes do not mix on a
-/// local disk. False when the file cannot be opened or written.
+/// local disk. False when the file cannot be opened or written. A QString keeps all letters of its
+/// name; a literal or a fixed string of another capacity names the file as a record does.
 OX_EXPORT bool writeToLogFile(_oxString8_evenSize<250> const & name, _oxString8_evenSize<3000> line,
                               bool overwrite, bool addTime);
+OX_EXPORT bool writeToLogFile(QString const & name, _oxString8_evenSize<3000> line, bool overwrite,
+                              bool addTime);
+template <ox::detail::FileName Name>
+bool writeToLogFile(Name const & name, _oxString8_evenSize<3000> line, bool overwrite, bool addTime)
+{
+    return writeToLogFile(ox::detail::fileNameText(name), line, overwrite, addTime);
+}
 
 /// Free space, in MiB, of the drive or share that holds a path, which need not exist itself. 1000
 /// when that cannot be told (a relative path, a path shorter than 3 characters, a failing drive):

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <string>
 #include <string_view>
+#include <utility>
 
 using ox::detail::nativePath;
 using ox::platform::LockFile;
@@ -118,18 +119,18 @@ bool _oxFileLocker::isFree(int const & timeoutMs, int * waitedMs)
     return lock(timeoutMs, QString(), waitedMs, true);
 }
 
-void _oxFileLocker::unlock()
+bool _oxFileLocker::unlock()
 {
-    if (!held_)
-        return;
-    held_->release(ox::platform::nativeName(std::string(lockFileName_.view()) + ".none"));
-    held_.reset();
+    auto const held = std::exchange(held_, nullptr);
+    return !held ||
+           held->release(ox::platform::nativeName(std::string(lockFileName_.view()) + ".none"));
 }
 
 _oxFileLockStatus _oxFileLocker::status() const
 {
     LockFileView const view = ox::platform::viewLockFile(nativePath(lockFileName_));
     _oxFileLockStatus status;
+    status.systemError = view.error;
     if (!view.exists)
         return status;
     status.exists = true;

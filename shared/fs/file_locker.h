@@ -21,6 +21,10 @@ struct _oxFileLockStatus {
         Unknown ///< there is a lock file, but the share cannot tell whether a process holds it
     };
 
+    /// Error code of the system when it cannot say whether there is a lock file (the folder is
+    /// missing or not readable, the share is not mounted); 0 otherwise. `oxLastOSError` has its
+    /// text.
+    int systemError = 0;
     bool exists = false; ///< whether there is a lock file, so that others wait
     Holder holder = Nobody;
     QString who;   ///< the description that the holder gave; empty when it cannot be read
@@ -72,8 +76,12 @@ class OX_EXPORT _oxFileLocker
     bool isFree(int const & timeoutMs, int * waitedMs);
 
     /// Removes the lock file if this object holds it. A lock file that cannot be deleted is renamed
-    /// to its name with ".none" behind.
-    void unlock();
+    /// to its name with ".none" behind. Where a share allows neither while the file is open, it is
+    /// closed first and removed then, which can take about a second.
+    ///
+    /// False when the lock file is still there, so that others wait until somebody deletes it or
+    /// the three hours are over; `oxLastOSError` has the reason. True also when nothing was held.
+    bool unlock();
 
     /// Full name of the lock file in the form of the farm's 8-bit records (Latin-1; on Linux UTF-8
     /// for a name that Latin-1 cannot express); empty for a file that cannot be locked.

@@ -1,10 +1,10 @@
 #include "shared/fs/file_sync_steps.h"
 
-#include "shared/fs/access_rights.h"
-#include "shared/fs/copy.h"
+#include "shared/fs/copy_steps.h"
 #include "shared/fs/file.h"
 #include "shared/fs/native_path.h"
 #include "shared/fs/path.h"
+#include "shared/platform/access_rights.h"
 #include "shared/system/os_error.h"
 
 namespace ox::detail
@@ -15,11 +15,6 @@ namespace
 using Path = _oxString8_evenSize<500>;
 
 constexpr int retryWaitMs = 5000;
-
-QString toQPath(Path const & path)
-{
-    return toQString(platform::recordText(path.view()));
-}
 
 class FileSync
 {
@@ -47,11 +42,11 @@ class FileSync
         bool const exists = oxFileExists(target_, &targetTime, &targetSize);
         bool const isEqual = exists && targetSize == size && targetTime == time;
         if (exists && !isEqual)
-            keepOld();
+            append(info_, "Renaming dest file", target_, ";\n");
         if (!makeFolder())
             return Result::Failed;
         if (!isEqual)
-            return copy(pause);
+            return copy(pause, exists, size, time);
         if (verbose)
             append(info_, "No need to copy ", source_, " => ", target_, ". ");
         return Result::UpToDate;
@@ -72,37 +67,58 @@ class FileSync
         return Result::Failed;
     }
 
-    void keepOld() const
-    {
-        append(info_, "Renaming dest file", target_, ";\n");
-        QString const target = toQPath(target_);
-        if (!oxRenameFile(target, target + QStringLiteral("_old"), true))
-            append(errors_, "Unable to rename file! ", target_, " ", oxLastOSError8().c_str());
-    }
-
     bool makeFolder() const
     {
         Path const folder = oxGetDirName(target_);
         if (oxDirectoryExists(folder))
             return true;
-        if (oxDirectoryExists(oxGetDirName(folder)) && oxCreateFolder(toQPath(folder), true))
-            oxSetFolderRights_ReadWriteAll(folder.c_str(), false);
+        if (oxDirectoryExists(oxGetDirName(folder)))
+            platform::createFolderForEverybody(nativePath(folder));
         if (oxDirectoryExists(folder))
             return true;
         append(errors_, "Destination folder does not exist! ", folder);
         return false;
     }
 
-    Result copy(int pause) const
+    /// Copies to a new file beside the target, which takes the target's place at the end.
+    Result copy(int pause, bool isReplaced, __int64 size, _oxTime time) const
     {
+        platform::NewFile copy;
         bool endsEmpty = false;
-        QString const failure =
-            oxCopyFile(toQPath(source_), toQPath(target_), true, pause, &endsEmpty);
+        QString const failure = copyTo(copy, pause, &endsEmpty);
         if (!failure.isEmpty())
             return failed(Path(failure), source_, " => ", target_);
-        if (!oxSetFileRights_ReadWriteExecuteAll(target_.c_str()))
-            return failed("Unable to set execute rights on file! ", target_, " ",
-                          oxLastOSError8().c_str());
+        bool const isForEverybody = copy.allowEverybodyToExecute();
+        auto const reason = oxLastOSError8();
+        if ((isReplaced && keepOld(copy, size, time)) || copy.putInPlace())
+            return finished(isForEverybody, reason, endsEmpty);
+        return failed(Path(QString(oxLastOSError())), source_, " => ", target_);
+    }
+
+    QString copyTo(platform::NewFile & copy, int pause, bool * endsEmpty) const
+    {
+        if (copy.open(nativePath(target_), platform::NewFile::Links::Replaced) !=
+                platform::NewFile::Opening::Done ||
+            !copy.create(platform::NewFile::Access::Owner))
+            return pause < 0 ? QString(oxLastOSError()) : targetNotOpened();
+        return copyWhole(nativePath(source_), copy, pause, endsEmpty);
+    }
+
+    /// Returns whether another process has just put the same file in place.
+    bool keepOld(platform::NewFile & copy, __int64 size, _oxTime time) const
+    {
+        using Keeping = platform::NewFile::Keeping;
+        Keeping const keeping = copy.keepPrevious("_old", size, time.value);
+        if (keeping == Keeping::Failed)
+            append(errors_, "Unable to rename file! ", target_, " ", oxLastOSError8().c_str());
+        return keeping == Keeping::IsUpToDate;
+    }
+
+    template <typename Text>
+    Result finished(bool isForEverybody, Text const & reason, bool endsEmpty) const
+    {
+        if (!isForEverybody)
+            return failed("Unable to set execute rights on file! ", target_, " ", reason.c_str());
         append(info_, "Copied ", source_, " => ", target_, ". ");
         return endsEmpty ? Result::LastByteEmpty : Result::UpToDate;
     }

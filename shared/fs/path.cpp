@@ -7,6 +7,7 @@
 #include <string_view>
 
 using ox::detail::ownSeparator;
+using ox::detail::toQString;
 using ox::detail::viewOf;
 
 namespace
@@ -304,16 +305,23 @@ QString oxPathResolve(QString path)
 {
     QChar const separator = path.contains(backslash) ? backslash : slash;
     QString const step = QStringLiteral("..") + separator;
-    auto at = path.startsWith(step) ? 0 : path.indexOf(separator + step);
-    if (at < 0)
+    auto const found = path.startsWith(step) ? 0 : path.indexOf(separator + step);
+    if (found < 0)
         return path;
-    if (path[at] == separator)
-        ++at;
-    QString head = path.left(at);
-    auto tail = at;
-    for (; path.mid(tail, step.size()) == step; tail += step.size())
-        head = oxGetDirName(head, separator.unicode());
-    return head + path.mid(tail);
+    auto const view = viewOf(path);
+    auto const token = viewOf(step);
+    auto const steps = view.substr(static_cast<std::size_t>(found + (path[found] == separator)));
+    auto head = view.substr(0, view.size() - steps.size());
+    auto tail = steps;
+    bool isClimbing = true;
+    for (; tail.substr(0, token.size()) == token; tail.remove_prefix(token.size())) {
+        // The head ends with a separator, so that no cut has to add one.
+        auto const length =
+            isClimbing ? folderCut(head, char16_t{separator.unicode()}).length : head.size();
+        isClimbing = length < head.size();
+        head = head.substr(0, length);
+    }
+    return toQString(head) + toQString(tail);
 }
 
 QString oxRemoveIllegalCharFromFile(QString name, bool allowSpaces,

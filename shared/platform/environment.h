@@ -31,6 +31,14 @@ std::optional<std::u16string> executablePath();
 /// current folder. Empty when that no longer exists.
 std::optional<std::u16string> absolutePath(char const * file);
 
+/// The full path of a name in UTF-16, from which nativeName makes the name of the same file. Empty
+/// when the current folder no longer exists.
+std::optional<std::u16string> absolutePath(std::u16string_view name);
+
+/// The system's folder for temporary files. On Linux that of TMPDIR, TMP, TEMP or TEMPDIR if it is
+/// a folder, otherwise "/tmp".
+std::u16string temporaryFolder();
+
 /// The path up to and including its last separator; empty when it has none.
 std::u16string_view folderOf(std::u16string_view path);
 

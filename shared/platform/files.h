@@ -31,6 +31,9 @@ enum class StreamMode { Read, Write, Append, WriteText, AppendText, ReadShared, 
 /// text modes) let others write the file meanwhile, where Read and Write refuse that on a system
 /// that can. Null on failure, with the system's last error set. The stream is not inherited by
 /// child processes.
+///
+/// Opening never waits for another process: a named pipe fails, as do a folder and a socket. A
+/// device can be opened, and so can the pipe behind /dev/stdin; only disks are not written.
 std::FILE * openStream(NativeName const & name, StreamMode mode);
 
 /// The calls below return false on failure, with the system's last error set.
@@ -43,12 +46,22 @@ bool deleteFile(NativeName const & name);
 /// a failure the old name still has all of the file.
 bool moveFile(NativeName const & from, NativeName const & to);
 
+/// Moves a file to the name of another file, which is deleted. When both names stand for one file,
+/// nothing is deleted but one of two hard links: two spellings of a name succeed, and change its
+/// letter case where the system ignores that. Fails when a link would replace the file that it
+/// points to.
+bool moveOver(NativeName const & from, NativeName const & to);
+
 /// Creates a folder whose parent exists, open to everybody whom the process's mask allows.
 bool createFolder(NativeName const & name);
 
+/// Removes an empty folder. A link to a folder is no folder on Linux; on Windows the link goes.
+bool deleteFolder(NativeName const & name);
+
 /// Sets every time that a file has (creation, where the system can, access, modification) to a
-/// number of seconds since 1970-01-01 UTC.
-bool setFileTimes(NativeName const & name, std::int64_t seconds);
+/// number of seconds since 1970-01-01 UTC, or without one to the present. The present needs the
+/// right to write the file; any other time can be set by its owner only.
+bool setFileTimes(NativeName const & name, std::optional<std::int64_t> seconds);
 
 /// Whether a file must be marked as executable before the system runs it.
 extern bool const hasExecutableBits;

@@ -24,30 +24,38 @@ class LockFile
     };
 
     LockFile() = default;
-    /// Closes the file without removing it, as the death of the process would.
+    /// Closes a held file without removing it, as the death of the process does. Removes a file
+    /// that a try has created but not yet taken.
     ~LockFile();
     LockFile(LockFile const &) = delete;
     LockFile & operator=(LockFile const &) = delete;
 
-    /// Creates the lock file and holds it. Waits for nobody and changes no file that exists. Only
-    /// while not held.
+    /// Tries to create the lock file and to hold it. Waits for nobody for longer than some
+    /// milliseconds, and changes no file that exists. A try that has created the file while another
+    /// process examines it returns InUse; the next try with the same name continues it. Only while
+    /// not held.
     Attempt take(NativeName const & name);
 
-    bool isHeld() const { return handle_ != none; }
+    bool isHeld() const { return handle_ != none && !isPending_; }
 
     /// Writes the file's content, bytes as they are. Only while held.
     void write(std::string_view content);
 
-    /// Gives the lock up by removing the file. When the system refuses that, the file is renamed to
-    /// `leftover` (which is replaced), so that its name is free at once. A file that somebody else
-    /// has put under the name in the meantime is left alone. Does nothing when not held.
-    void release(NativeName const & leftover);
+    /// Releases the lock by removing the file. When the system refuses that, the file is renamed to
+    /// `leftover` (which is replaced), so that its name is free at once. A share can refuse both
+    /// while the file is open; then it is closed first, and the removal is tried for about a
+    /// second. A file that somebody else has put under the name in the meantime stays.
+    ///
+    /// False, with the system's last error set, when the lock file is still there. True when not
+    /// held.
+    [[nodiscard]] bool release(NativeName const & leftover);
 
   private:
     static constexpr std::intptr_t none = -1;
 
     NativeName name_;
     std::intptr_t handle_ = none;
+    bool isPending_ = false; ///< created, but not yet taken
 };
 
 /// Whether the name of a lock file is taken, by whatever it may be.
@@ -62,6 +70,7 @@ void removeLeftLockFile(NativeName const & name, std::int64_t writtenBefore);
 struct LockFileView {
     enum class Holder { None, Process, Unknown };
 
+    int error = 0; ///< the system's error when it cannot say whether there is a file, else 0
     bool exists = false;
     Holder holder = Holder::None; ///< Unknown: the system or the share cannot tell
     std::int64_t modified = 0;    ///< last write, seconds since 1970-01-01 UTC

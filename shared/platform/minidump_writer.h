@@ -35,8 +35,9 @@ struct WrittenDump {
 ///
 /// A crash is what the system or the run-time library ends the process for: an invalid access, an
 /// illegal instruction, a division by zero, abort(), an exception that nobody catches. The process
-/// then ends as it would without the dump. On Windows it does so after half a minute when the dump
-/// needs a lock of the system that the crash left taken.
+/// then ends as it would without the dump. When several threads crash, the first one is written and
+/// the others wait for the end of the process. The end comes after half a minute at the latest: by
+/// SIGKILL on Linux, with the exit code of the crash on Windows.
 class MinidumpWriter
 {
   public:
@@ -63,7 +64,7 @@ class MinidumpWriter
     bool write(EXCEPTION_POINTERS & exception);
 
   private:
-    struct Implementation;
+    class Implementation;
     std::unique_ptr<Implementation> implementation_;
 };
 

@@ -33,14 +33,18 @@ struct ProcessCounters {
     std::uint64_t workingSet; ///< bytes; 2^32 - 1 also stands for more to a reader of 32 bits
 };
 
-/// Where counters are kept, in a form of the system's own: zeros at first, aligned to 8 bytes.
-inline constexpr std::size_t counterBufferSize = 308000;
+/// Where counters are kept, in a form of the system's own: zeros at first, aligned to 8 bytes. On
+/// Windows that is a block of raw performance data and an index of its processes.
+inline constexpr std::size_t rawCounterSize = 308000;
+inline constexpr std::size_t counterBufferSize = rawCounterSize + 60000;
 using CounterBuffer = std::span<char, counterBufferSize>;
 
-/// Shows every process of the machine until `visit` returns false; none when the system gives no
-/// list. One that ends meanwhile is left out. Counters that the system tells along with the list
-/// are put aside in the buffer.
-void visitProcesses(CounterBuffer buffer, std::function<bool(ListedProcess const &)> const & visit);
+/// Shows every process of the machine to `keep`; none when the system has no list. Threads of the
+/// kernel and processes that have ended are left out. The idle process (id 0), where the system
+/// lists it, is the first.
+/// `keep` returns whether the caller keeps the process: counters that the system reports along with
+/// the list are put aside in the buffer for those, at most 6000.
+void visitProcesses(CounterBuffer buffer, std::function<bool(ListedProcess const &)> const & keep);
 
 /// What the failure of readProcessCounters is told under.
 extern char const counterSource[];
@@ -50,8 +54,11 @@ extern char const counterSource[];
 /// Returns the moment in 100 ns, from any beginning; empty on failure, with the last error set.
 std::optional<std::int64_t> readProcessCounters(std::span<std::uint32_t const> ids,
                                                 CounterBuffer buffer);
+/// The same for all processes of the machine.
+std::optional<std::int64_t> readAllProcessCounters(CounterBuffer buffer);
 
-/// A process's counters in the buffer; empty when it is not among them.
+/// Returns a process's counters from the buffer. If the reading succeeded without this process,
+/// they are read now. Empty if the process does not run or its counters cannot be read.
 std::optional<ProcessCounters> processCounters(CounterBuffer buffer, std::uint32_t id);
 
 /// The account that a process belongs to.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "shared/platform/files.h"
+#include "shared/platform/os_error.h"
 
 #include <cstdio>
 #include <memory>
@@ -8,8 +9,13 @@
 namespace ox::detail
 {
 
+/// Leaves the last error as it is, since a stream is also closed after a read or write failed.
 struct CloseStream {
-    void operator()(std::FILE * stream) const { std::fclose(stream); }
+    void operator()(std::FILE * stream) const
+    {
+        platform::KeptError const kept;
+        std::fclose(stream);
+    }
 };
 using Stream = std::unique_ptr<std::FILE, CloseStream>;
 

@@ -45,6 +45,10 @@ UserAnswer userHome(UserOf which);
 /// The programs that show a desktop to the user who owns them, in capitals.
 std::span<std::string_view const> desktopShells();
 
+/// Whether a process may belong to the user of the desktop. False on Linux for a system account, as
+/// a login screen has one (an id below UID_MIN), and for a process that has ended.
+bool mayBeDesktopUsers(std::uint32_t processId);
+
 /// A clock in milliseconds, and what it showed at the last input of a user.
 struct InputTicks {
     std::uint64_t now;

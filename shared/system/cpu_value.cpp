@@ -61,6 +61,12 @@ QString _oxCPUValue::strCoreF() const
     return QString::number(asCoreFloat(), 'f', 1);
 }
 
+QString oxPrintedText(_oxCPUValue const & load)
+{
+    return QStringLiteral("%1 of %2 cores")
+        .arg(load.strSystemPerc(), QString::number(load.coreCount));
+}
+
 _oxCPUValue::operator _oxBytePerc() const
 {
     _oxBytePerc result;

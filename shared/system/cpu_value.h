@@ -1,6 +1,7 @@
 #pragma once
 
 #include "shared/export.h"
+#include "shared/text/printing.h"
 
 #include <QString>
 
@@ -105,6 +106,9 @@ class OX_EXPORT _oxCPUValue
 
     /// By _oxBytePerc::fromF.
     operator _oxBytePerc() const;
+
+    /// 25% of 8 cores
+    friend OX_EXPORT QString oxPrintedText(_oxCPUValue const & load);
 };
 
 static_assert(sizeof(_oxBytePerc) == 1 && std::is_standard_layout_v<_oxBytePerc> &&

@@ -45,6 +45,18 @@ QString OS2String(_oxOS const & os)
     return QString::fromLatin1(nameOf(os, names));
 }
 
+QString oxPrintedText(ox_AppType const & type)
+{
+    bool const isKnown = type >= ox_AppType::None && type <= ox_AppType::Script;
+    return isKnown ? QString(ox_AppType_asString(type)) : QString::number(static_cast<int>(type));
+}
+
+QString oxPrintedText(_oxOS const & os)
+{
+    QString const name = OS2String(os);
+    return name.isEmpty() ? QString::number(static_cast<int>(os)) : name;
+}
+
 QString OS2String_short(_oxOS const & os, bool const & withBits)
 {
     static constexpr char const * names[] = {"all", "win", "lx", "mac"};

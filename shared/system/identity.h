@@ -33,6 +33,10 @@ OX_EXPORT _oxString<25> ox_AppType_asString(ox_AppType const & t);
 /// "All/Unknown", "Windows", "Linux" or "Mac"; empty for any other value.
 OX_EXPORT QString OS2String(_oxOS const & os);
 
+/// What streams print: the name as above, or the number of any other value.
+OX_EXPORT QString oxPrintedText(ox_AppType const & type);
+OX_EXPORT QString oxPrintedText(_oxOS const & os);
+
 /// "all", "win", "lx" or "mac"; empty for any other value. With `withBits` the width of this build,
 /// "32" or "64", follows, whatever the system.
 OX_EXPORT QString OS2String_short(_oxOS const & os, bool const & withBits);

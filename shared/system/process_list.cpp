@@ -58,21 +58,32 @@ _oxProcessList::~_oxProcessList() = default;
 
 void _oxProcessList::collectAllProcesses()
 {
+    collectProcesses({});
+}
+
+void _oxProcessList::collectProcesses(_oxString8_UnevenSize<25> const & prefix)
+{
     collected = true;
     count = 0;
+    total_ = 0;
     readings_->owners.forget();
-    auto const take = [this](ox::platform::ListedProcess const & process) {
-        _oxProcessEntry & entry = entries[count++];
-        entry.name = process.id == 0 ? std::string_view("IDLE") : process.name;
-        entry.name.makeUpper();
-        entry.pid = process.id;
-        entry.parentPid = process.parentId;
-        entry.user = "";
-        entry.memMB = 0;
-        entry.cpuTime = 0;
-        return count < capacity;
+    auto const add = [this](std::uint32_t id, std::uint32_t parentId, auto const & name) {
+        ++total_;
+        if (count == capacity)
+            return false;
+        entries[count++] = {name, {}, id, parentId, 0, 0};
+        return true;
     };
-    ox::platform::visitProcesses(bufferOf(*readings_), take);
+    auto const keep = [&](ox::platform::ListedProcess const & process) {
+        // Entry 0 is never served, so that no process may have it but the idle one.
+        if (count == 0)
+            add(0, 0, "IDLE");
+        _oxString8_UnevenSize<25> name(process.name);
+        name.makeUpper();
+        bool const isWanted = prefix.isEmpty() || name.startsWith(prefix);
+        return process.id != 0 && isWanted && add(process.id, process.parentId, name);
+    };
+    ox::platform::visitProcesses(bufferOf(*readings_), keep);
 }
 
 void _oxProcessList::initGetProcessInfo()
@@ -83,8 +94,9 @@ void _oxProcessList::initGetProcessInfo()
         entries[i].cpuTime = 0;
         ids[static_cast<std::size_t>(i)] = entries[i].pid;
     }
-    auto const time = ox::platform::readProcessCounters(
-        std::span(ids).first(static_cast<std::size_t>(count)), bufferOf(*readings_));
+    auto const listed = std::span(ids).first(static_cast<std::size_t>(count));
+    auto const time = collected ? ox::platform::readProcessCounters(listed, bufferOf(*readings_))
+                                : ox::platform::readAllProcessCounters(bufferOf(*readings_));
     if (!time)
         noteFailedReading();
     perfTimeDelta = static_cast<double>(time.value_or(0) - perfTime);

@@ -38,8 +38,9 @@ struct _oxProcessEntry {
 /// taken in place, without further memory.
 ///
 /// The figures of the processes are read in two steps: initGetProcessInfo reads those of all at one
-/// moment, getProcessInfo takes out those of one entry. Names are compared ignoring case, and only
-/// their first 25 characters are known.
+/// moment, as the constructor does, and getProcessInfo takes out those of one entry. A process that
+/// has started since has the figures of the moment at which it is asked for. Names are compared
+/// ignoring case, and only their first 25 characters are known.
 class OX_EXPORT _oxProcessList
 {
   public:
@@ -52,22 +53,29 @@ class OX_EXPORT _oxProcessList
     double perfTimeDelta = 0; ///< from the reading before to that one
     bool collected = false;   ///< whether there is a snapshot
 
-    /// An empty list, after it has asked for the right to look at the processes of others
-    /// (SeDebugPrivilege).
+    /// An empty list. Requests the right to look at the processes of others (SeDebugPrivilege) and
+    /// reads the figures of all processes.
     _oxProcessList();
     ~_oxProcessList();
 
-    /// Takes a new snapshot of ids and names. It is empty when the system gives no list; behind
-    /// 1000 processes it ends.
+    /// Takes a new snapshot of ids and names: the idle process (id 0) first, then the first 999 of
+    /// the others. Threads of the kernel and zombies are not processes. The snapshot is empty when
+    /// the system has no list.
     void collectAllProcesses();
+    /// The same of the idle process and those whose names start with a text, in any case of
+    /// letters. All processes of the machine are searched; the empty text takes all.
+    void collectProcesses(_oxString8_UnevenSize<25> const & prefix);
+    /// How many processes the last snapshot found; `count` of them have entries.
+    int total() const { return total_; }
 
     /// Reads the figures of all processes and forgets those in the entries.
     void initGetProcessInfo();
     /// Fills in `memMB` and `cpuTime` of an entry, if it has neither yet, and `user`.
     ///
-    /// Taken are indices from 1 to `count`, deliberately not those from 0 to `count` - 1, as the
-    /// farm's applications expect it: the first entry, the idle process on Windows, is never
-    /// served, and `count` serves the entry behind the filled ones. Other indices do nothing.
+    /// Indices from 1 to `count` are served: `count` serves the entry behind the filled ones. Other
+    /// indices do nothing.
+    /// Compatibility: the first entry, the idle process, is never served; the farm's applications
+    /// rely on this range.
     void getProcessInfo(int index);
     /// As getProcessInfo, without the user and without fix32bit_4GBmemory.
     void getProcessInfoMemCPUOnly(int index);
@@ -103,6 +111,7 @@ class OX_EXPORT _oxProcessList
     bool readMemoryAndTime(_oxProcessEntry & entry);
     void readUser(_oxProcessEntry & entry);
 
+    int total_ = 0;
     std::unique_ptr<ox::detail::ProcessReadings> readings_;
 
   public:

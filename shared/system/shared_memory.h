@@ -19,6 +19,8 @@ class SharedSegment;
 /// has it. A global segment is seen by services and desktop users alike, a local one by the session
 /// (on Linux by the user) only. A byte in front of the data is an advisory lock, which all who use
 /// the segment respect. docs/shared_memory.md describes both, and what they do not promise.
+/// A global segment trusts all who may open it; on Linux they may also cut it, which ends attached
+/// processes.
 ///
 ///     oxSharedMemory memory("ClientState");
 ///     if (!memory.attach() && !memory.create(sizeof(State), true, true))

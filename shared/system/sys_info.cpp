@@ -104,7 +104,9 @@ QString _oxSysInfo::guiUser()
     processList.collectAllProcesses();
     auto const shells = ox::platform::desktopShells();
     auto const isShell = [&](int i) {
-        return std::ranges::find(shells, processList.entries[i].name.view()) != shells.end();
+        _oxProcessEntry const & entry = processList.entries[i];
+        return std::ranges::find(shells, entry.name.view()) != shells.end() &&
+               ox::platform::mayBeDesktopUsers(entry.pid);
     };
     auto const ownerOf = [this](int i) {
         processList.getProcessInfo(i);

@@ -31,8 +31,8 @@ class OX_EXPORT _oxSysInfo
     bool verbose = false;
     /// "Win7_sp1"; the system's own name and version on Linux ("Debian GNU/Linux 12").
     QString osString;
-    /// Compact code: 40 Windows 2000, 50 XP, 60 Vista, 70 Windows 7 and 8, with the service pack
-    /// added, at most 9. 0 for any other system.
+    /// Compact code: 40 Windows 2000, 50 XP, 60 Vista, 70 Windows 7 and all newer ones, with the
+    /// service pack added, at most 9. The base is 0 for any other Windows; 0 on Linux.
     unsigned short osVersionNumber = 0;
     int totalMemoryMB = 512;
     /// Logical processors.
@@ -45,7 +45,7 @@ class OX_EXPORT _oxSysInfo
     float cpuGHzEffective = 0;
     bool hyperThreading = false;
     /// 1 Windows 2000, 2 XP and Server 2003, 3 Vista and Server 2008, 4 Windows 7 and Server 2008
-    /// R2, 5 Windows 8; 0 for any other system.
+    /// R2, 5 Windows 8 and all newer ones; 0 for any other system.
     int osCode = 0;
     int freeMemoryMB = 256;
     /// How busy the whole machine was between the last two updates.
@@ -82,7 +82,8 @@ class OX_EXPORT _oxSysInfo
     QString getCpuUsageDebug(bool init);
 
     /// The user of the desktop: the owner of the last process that runs one. "noDebugPriv" when the
-    /// owner may not be looked up, "????" when he has no name, empty when there is no desktop.
+    /// owner may not be looked up, "????" when he has no name, empty when there is no desktop. On
+    /// Linux the desktop of a system account, such as that of the login screen, does not count.
     QString guiUser();
 
     /// Whether the policy for user-account control can be opened and does not have its switch. What

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <limits>
 #include <numeric>
+#include <utility>
 
 namespace ox::detail
 {
@@ -14,16 +15,16 @@ namespace
 {
 
 struct NameRule {
-    unsigned major;
-    unsigned minor;
-    enum { Always, Workstation, HomeServer } when;
-    char const * name;
-    int code;
-    unsigned version;
+    unsigned major = 0;
+    unsigned minor = 0;
+    enum { Always, Workstation, HomeServer } when = Always;
+    char const * name = "";
+    int code = 0;
+    unsigned version = 0;
 };
 
-// The first rule that applies holds. 6.2 has the version of 6.1, deliberately: the farm's records
-// have it so.
+// The first rule that applies holds. Newer systems have the codes of the last rule.
+// Compatibility: 6.2 has the version code of 6.1, as the farm's records have it.
 constexpr NameRule nameRules[] = {
     {5, 0, NameRule::Always, "W2k", 1, 40},
     {5, 1, NameRule::Always, "XP", 2, 50},
@@ -98,15 +99,18 @@ SystemName systemNameOf(platform::SystemVersion const & version)
 {
     if (!version.name.empty())
         return {toQString(version.name), 0, 0};
+    NameRule const & newest = std::end(nameRules)[-1];
     auto const rule = std::ranges::find_if(
         nameRules, [&version](NameRule const & candidate) { return applies(candidate, version); });
+    bool const isNewer =
+        std::pair(version.major, version.minor) > std::pair(newest.major, newest.minor);
     bool const isKnown = rule != std::end(nameRules);
+    NameRule const codes = isKnown ? *rule : isNewer ? newest : NameRule{};
     QString const name = isKnown ? QString::fromLatin1(rule->name)
                                  : QStringLiteral("%1.%2").arg(version.major).arg(version.minor);
-    unsigned const base = isKnown ? rule->version : 0;
     return {name + QStringLiteral("_sp%1").arg(version.servicePack),
-            static_cast<unsigned short>(base + std::min(version.servicePack, 9u)),
-            isKnown ? rule->code : 0};
+            static_cast<unsigned short>(codes.version + std::min(version.servicePack, 9u)),
+            codes.code};
 }
 
 CpuDescription cpuDescriptionOf(platform::Processors const & processors, int coreCount)

@@ -49,13 +49,10 @@ bool startsWithIgnoringCase(View text, View lower)
     return equalsIgnoringCase(text.substr(0, lower.size()), lower);
 }
 
-/// The characters of one run in the text behind its marker: `first` to `last`, and where the text
-/// goes on.
-struct Run {
-    std::size_t first;
-    std::size_t last;
-    std::size_t next;
-};
+bool isSeparator(char16_t c, View separators)
+{
+    return separators.find(c) != none;
+}
 
 /// The bytes of a word as UTF-8.
 struct Utf8Form {
@@ -63,8 +60,8 @@ struct Utf8Form {
     static constexpr View separators = u" \n\r\t";
 
     static void encode(View word, Text & out);
-    static Text decode(View run);
-    static Run findRun(View text, std::size_t at);
+
+    class Reader;
 };
 
 /// The units of a word, each as its high and its low byte.
@@ -73,52 +70,14 @@ struct Uni16Form {
     static constexpr View separators = u" ";
 
     static void encode(View word, Text & out);
-    static Text decode(View run);
-    static Run findRun(View text, std::size_t at);
+
+    class Reader;
 };
-
-bool isSeparator(char16_t c, View separators)
-{
-    return separators.find(c) != none;
-}
-
-/// The run from `at` to its closing ">". One that is never closed leaves the last character of the
-/// text outside, as the farm's other decoders do.
-Run runUpTo(View text, std::size_t at, std::size_t close)
-{
-    if (close != none)
-        return {at, close, close + 1};
-    std::size_t const last = std::max(at, text.size() - 1);
-    return {at, last, last};
-}
 
 void Utf8Form::encode(View word, Text & out)
 {
     for (char const byte : ox::platform::toUtf8(word))
         out.push_back(static_cast<unsigned char>(byte));
-}
-
-Text Utf8Form::decode(View run)
-{
-    std::string bytes;
-    bytes.reserve(run.size());
-    for (char16_t const c : run)
-        bytes.push_back(isWide(c) ? '?' : static_cast<char>(c));
-    return ox::platform::fromUtf8(bytes);
-}
-
-Run Utf8Form::findRun(View text, std::size_t at)
-{
-    if (at < text.size() && text[at] == u' ')
-        ++at;
-    Run run = runUpTo(text, at, text.find(u'>', at));
-    // Only what no word can hold is cut: a wider trim would cut the bytes A0 and 85, which end
-    // common letters.
-    while (run.first < run.last && isSeparator(text[run.first], separators))
-        ++run.first;
-    while (run.first < run.last && isSeparator(text[run.last - 1], separators))
-        --run.last;
-    return run;
 }
 
 void Uni16Form::encode(View word, Text & out)
@@ -129,14 +88,156 @@ void Uni16Form::encode(View word, Text & out)
     }
 }
 
-Text Uni16Form::decode(View run)
+/// A text with UTF-8 runs, read unit by unit. A decoded run is read again, since it may hold or
+/// complete a marker; a run that opens inside it decodes what is left of it once more.
+class Utf8Form::Reader
 {
-    Text out;
-    out.reserve(run.size() / 2);
-    for (std::size_t i = 0; i + 1 < run.size(); i += 2)
-        out.push_back(static_cast<char16_t>(run[i] << 8 | (run[i + 1] & 0xFF)));
-    return out;
-}
+  public:
+    explicit Reader(View text) : text_(text) { decoded_.reserve(text.size()); }
+
+    bool isAtEnd() const { return read_ == decoded_.size() && text_.empty(); }
+    char16_t front() const { return read_ < decoded_.size() ? decoded_[read_] : text_.front(); }
+    void skip()
+    {
+        if (read_ < decoded_.size())
+            ++read_;
+        else
+            text_.remove_prefix(1);
+    }
+
+    /// Decodes the run that begins here, behind its marker.
+    void decodeRun()
+    {
+        if (!isAtEnd() && front() == u' ')
+            skip();
+        // Decoded units hold no ">", since each run ends at the first one.
+        std::size_t const close = text_.find(u'>');
+        if (close != none) {
+            decoded_ += text_.substr(0, close);
+            text_.remove_prefix(close + 1);
+            decode();
+        } else if (!text_.empty()) {
+            decoded_ += text_.substr(0, text_.size() - 1);
+            text_.remove_prefix(text_.size() - 1);
+            decode();
+        } else if (read_ < decoded_.size()) {
+            char16_t const last = decoded_.back();
+            decoded_.pop_back();
+            decode();
+            decoded_.push_back(last);
+        }
+    }
+
+  private:
+    void decode()
+    {
+        // Only what no word can hold is cut: a wider trim would cut the bytes A0 and 85, which end
+        // common letters.
+        while (read_ < decoded_.size() && isSeparator(decoded_[read_], separators))
+            ++read_;
+        while (read_ < decoded_.size() && isSeparator(decoded_.back(), separators))
+            decoded_.pop_back();
+        skipAscii();
+        std::string bytes;
+        bytes.reserve(decoded_.size() - ascii_);
+        for (char16_t const c : View(decoded_).substr(ascii_))
+            bytes.push_back(isWide(c) ? '?' : static_cast<char>(c));
+        decoded_.resize(ascii_);
+        decoded_ += ox::platform::fromUtf8(bytes);
+        skipAscii();
+    }
+
+    /// Decoding leaves ASCII unchanged and makes all else shorter or ASCII, so that nested runs
+    /// decode few units more than once.
+    void skipAscii()
+    {
+        ascii_ = std::clamp(ascii_, read_, decoded_.size());
+        while (ascii_ < decoded_.size() && decoded_[ascii_] < 0x80)
+            ++ascii_;
+    }
+
+    Text decoded_;
+    std::size_t read_ = 0;  ///< where the rest of the decoded units begins
+    std::size_t ascii_ = 0; ///< the rest is ASCII up to here
+    View text_;             ///< what follows the decoded units
+};
+
+/// A text with 16-bit runs, read unit by unit. A decoded run is read again, since it may hold or
+/// complete a marker; it is half as long as before.
+class Uni16Form::Reader
+{
+  public:
+    explicit Reader(View text) : text_(text) {}
+
+    bool isAtEnd() const { return at_ == text_.size(); }
+    char16_t front() const { return text_[at_]; }
+    void skip() { ++at_; }
+
+    /// Decodes the run that begins here, behind its marker.
+    void decodeRun()
+    {
+        if (isPadded())
+            ++at_;
+        std::size_t close = closeOfPairs(at_);
+        if (close == none)
+            close = text_.find(u'>', at_);
+        // A run that is never closed leaves the last character of the text outside.
+        std::size_t const last = close != none ? close : std::max(at_, text_.size() - 1);
+        Text word;
+        word.reserve((last - at_) / 2);
+        for (std::size_t i = at_; i + 1 < last; i += 2)
+            word.push_back(static_cast<char16_t>(text_[i] << 8 | (text_[i + 1] & 0xFF)));
+        decodedEnd_ = close != none ? close + 1 : last;
+        at_ = decodedEnd_ - word.size();
+        std::copy(word.begin(), word.end(), text_.begin() + static_cast<std::ptrdiff_t>(at_));
+    }
+
+  private:
+    /// Whether the run begins with the blank that some writers put behind the marker. A blank is
+    /// also the high byte of the letters U+2000 to U+20FF.
+    bool isPadded()
+    {
+        if (isAtEnd() || front() != u' ')
+            return false;
+        std::size_t const close = closeOfPairs(at_);
+        return close == none || (!closesWord(close) && closesWord(closeOfPairs(at_ + 1)));
+    }
+
+    /// Where the pairs of bytes from `first` on are closed. A ">" in second place of a pair is the
+    /// low byte of a letter. A run ends in front of the next marker and of a wide character.
+    std::size_t closeOfPairs(std::size_t first)
+    {
+        auto const stopsAt = [this, first](std::size_t i) {
+            if (i == text_.size() || isWide(text_[i]))
+                return true;
+            return text_[i] == u'>' ? (i - first) % 2 == 0
+                                    : startsWithIgnoringCase(View(text_).substr(i), marker);
+        };
+        // Where the last scan of these pairs stopped still holds behind the decoded units.
+        std::size_t & stop = stops_[first % 2];
+        std::size_t i = first;
+        while (!stopsAt(i))
+            i = std::max(i + 1, i >= decodedEnd_ ? stop : 0);
+        stop = i;
+        return i < text_.size() && text_[i] == u'>' ? i : none;
+    }
+
+    /// Whether a ">" is followed by what can stand behind a word: the end of the text, a separator,
+    /// the readable word, or a character of markup or of a path.
+    bool closesWord(std::size_t close) const
+    {
+        if (close == none || close + 1 == text_.size())
+            return close != none;
+        char16_t const c = text_[close + 1];
+        bool const isPrintable = c > u' ' && c < 0x7F;
+        return isWide(c) || isSeparator(c, Utf8Form::separators) || (isPrintable && c != u'>');
+    }
+
+    Text text_;
+    std::size_t at_ = 0;
+    std::size_t decodedEnd_ = 0;    ///< decoded units lie between at_ and here
+    std::size_t stops_[2] = {0, 0}; ///< of the last scans from even and from odd positions
+};
 
 template <class Form>
 std::size_t findMarker(View text)
@@ -145,40 +246,6 @@ std::size_t findMarker(View text)
         std::search(text.begin(), text.end(), Form::marker.begin(), Form::marker.end(),
                     [](char16_t a, char16_t b) { return asciiLower(a) == b; });
     return found == text.end() ? none : static_cast<std::size_t>(found - text.begin());
-}
-
-/// Where no byte of a run can lie any more: at the next marker or at a character above 255.
-template <class Form>
-std::size_t runLimit(View text, std::size_t at)
-{
-    std::size_t const next = findMarker<Form>(text.substr(at));
-    auto const first = text.begin() + static_cast<std::ptrdiff_t>(at);
-    auto const last = next == none ? text.end() : first + static_cast<std::ptrdiff_t>(next);
-    return static_cast<std::size_t>(std::find_if(first, last, isWide) - text.begin());
-}
-
-Run Uni16Form::findRun(View text, std::size_t at)
-{
-    View const bytes = text.substr(0, runLimit<Uni16Form>(text, at));
-    // A ">" in second place of a pair is the low byte of a letter.
-    auto const closeOfPairsFrom = [bytes](std::size_t first) {
-        std::size_t close = bytes.find(u'>', first);
-        while (close != none && (close - first) % 2 != 0)
-            close = bytes.find(u'>', close + 1);
-        return close;
-    };
-    auto const endsRun = [bytes](std::size_t close) {
-        return close != none &&
-               (close + 1 == bytes.size() || bytes[close + 1] == u' ' || bytes[close + 1] == u'<');
-    };
-    std::size_t close = closeOfPairsFrom(at);
-    if (at < text.size() && text[at] == u' ' && !endsRun(close)) {
-        // The blank is half of a letter, or the one that some writers put behind the marker.
-        std::size_t const padded = closeOfPairsFrom(at + 1);
-        if (close == none || endsRun(padded))
-            return runUpTo(text, at + 1, padded);
-    }
-    return runUpTo(text, at, close != none ? close : text.find(u'>', at));
 }
 
 template <class Form>
@@ -211,24 +278,21 @@ QString encodeRuns(QString const & source, bool keepOriginal)
 template <class Form>
 QString decodeRuns(QString const & source)
 {
-    std::size_t const first = findMarker<Form>(viewOf(source));
+    View const text = viewOf(source);
+    std::size_t const first = findMarker<Form>(text);
     if (first == none)
         return source;
-    Text text(viewOf(source));
-    Text out = text.substr(0, first);
+    Text out(text.substr(0, first));
     out.reserve(text.size());
-    for (std::size_t at = first; at < text.size();) {
-        out.push_back(text[at++]);
-        if (out.size() < Form::marker.size() ||
+    for (typename Form::Reader reader(text.substr(first)); !reader.isAtEnd();) {
+        char16_t const c = reader.front();
+        reader.skip();
+        out.push_back(c);
+        if (c != Form::marker.back() || out.size() < Form::marker.size() ||
             !equalsIgnoringCase(View(out).substr(out.size() - Form::marker.size()), Form::marker))
             continue;
         out.resize(out.size() - Form::marker.size());
-        Run const run = Form::findRun(text, at);
-        Text const word = Form::decode(View(text).substr(run.first, run.last - run.first));
-        // The word is read again, since it may hold or complete a marker. It is never longer than
-        // its run, and each marker makes the text shorter, so this ends.
-        at = run.next - word.size();
-        std::copy(word.begin(), word.end(), text.begin() + static_cast<std::ptrdiff_t>(at));
+        reader.decodeRun();
     }
     return toQString(out);
 }

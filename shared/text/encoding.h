@@ -24,10 +24,18 @@ OX_EXPORT QString oxFromOXUTF8(QString text);
 /// blanks only.
 OX_EXPORT QString oxToOXUni16(QString text, bool keepOriginal);
 
-/// Decodes every 16-bit run as oxFromOXUTF8 does UTF-8 runs; an odd last character is dropped. A
-/// ">" in second place of a pair closes the run only when no other closes it, and a blank behind
-/// the marker is cut only when the run would be odd with it: both are bytes of common letters. Only
-/// a word with a letter from U+3E00 to U+3EFF, whose high byte closes the run, does not come back.
+/// Decodes every 16-bit run as oxFromOXUTF8 does UTF-8 runs; an odd last character is dropped. The
+/// first ">" in first place of a pair closes the run. One in second place is a low byte and closes
+/// the run only when no other ">" does.
+///
+/// A blank behind the marker is padding, which is skipped, or the high byte of a letter from U+2000
+/// to U+20FF. It counts as the high byte when the pairs that begin with it are closed by a ">" with
+/// one of these behind it: the end of the text, a separator, a printable ASCII character other than
+/// ">", or the readable word. Encoded values in markup and paths therefore round-trip. A run that
+/// another program padded can be decoded wrongly when it holds a letter whose low byte is ">".
+///
+/// Only a word with a letter from U+3E00 to U+3EFF, whose high byte closes the run, does not
+/// round-trip.
 OX_EXPORT QString oxFromOXUni16(QString text);
 
 /// The text with XML's five special characters as named entities and the German letters ÄÖÜäöüß as
@@ -45,8 +53,12 @@ OX_EXPORT QString oxCalcShortName(QString const & name);
 /// True for "0" to "9" and for "-", so that a sign is accepted wherever digits are scanned.
 OX_EXPORT bool oxIsDigit(unsigned short const & c);
 
-/// A dotted address as a number, 0 when it cannot be read. Fields are three digits wide, as the
-/// farm writes them ("192.168.001.010"); only the first digit field before a "." and the last field
-/// may be shorter. An address of three fields gets 255 as its low byte with `lastByteFull` (the
-/// broadcast end of a subnet), else 0.
+/// A dotted address as a number, 0 when it cannot be read. The fields are three digits wide, as the
+/// farm writes them ("192.168.001.010"), and are read by position: only the first "." is searched,
+/// the character behind each further field is skipped whatever it is, and so is everything behind
+/// the fourth field. Only the last field may be shorter; "10.168.001.010" gives 0.
+///
+/// An address has three fields when at most one character follows the third one ("192.168.001",
+/// "192.168.001."). Its low byte is 255 with `lastByteFull` (the broadcast end of a subnet), else
+/// 0.
 OX_EXPORT unsigned int IPString2IP(QString ip, bool const & lastByteFull);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "shared/text/fixed_string8.h"
+#include "shared/text/printing.h"
 
 #include <string_view>
 
@@ -38,16 +39,20 @@ struct WideRecord {
 OX_EXPORT QString toQString(unsigned short const * units, int length);
 OX_EXPORT QString toTransportForm(QString const & text);
 OX_EXPORT QString fromTransportForm(char const * text);
-OX_EXPORT void printUtf8(std::ostream & stream, QString const & text);
 
 } // namespace ox::detail
 
 /// UTF-16 string: N + 1 units, the length, a reserved word.
 ///
-/// Bytes become units in two ways. The constructors from bytes and `+=` extend the sign (byte 0xE9
-/// becomes unit 0xFFE9); assignment, `add` and the comparisons take bytes as Latin-1 (0xE9 becomes
-/// 0x00E9). The asymmetry is deliberate: stored records hold units of both kinds and are compared
-/// unit by unit.
+/// Bytes become units in two ways:
+/// - The constructors from bytes and `+=` extend the sign: byte 0xE9 becomes unit 0xFFE9. So do the
+///   operations that take an _oxString and get bytes, which its constructor converts: `indexOf`,
+///   `indexOfCaseSen`, `replace`, `replaceCaseSen`, `remove`, `removeCaseSens`, `insert`, `compare`
+///   and `isEqual`. For other than ASCII letters pass them a QString.
+/// - Assignment, `add`, `combined`, `contains`, `startsWith`, `endsWith` and the comparison
+///   operators take bytes as Latin-1: 0xE9 becomes 0x00E9.
+///
+/// Compatibility: stored records hold units of both kinds and are compared unit by unit.
 template <int N>
 class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRecord<N>>
 {
@@ -56,6 +61,7 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
   public:
     using Base::add;
     using Base::addNr;
+    using Base::combined;
     using Base::contains;
     using Base::endsWith;
     using Base::length;
@@ -102,6 +108,8 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
         return text ? assign(text, ox::detail::textLength(text)) : setSize(0);
     }
     _oxString & operator=(unsigned short const & c) { return assign(&c, 1); }
+    /// Bytes are Latin-1.
+    _oxString & operator=(std::string_view text) { return assign(text.data(), text.size()); }
     _oxString & operator=(std::u16string_view text) { return assign(units(text), text.size()); }
     _oxString & operator=(QString const & text) { return assign(text.utf16(), text.size()); }
 
@@ -111,7 +119,13 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
     {
         return text ? append(text, ox::detail::textLength(text)) : *this;
     }
+    _oxString & add(std::string_view text) { return append(text.data(), text.size()); }
     _oxString & add(std::u16string_view text) { return append(units(text), text.size()); }
+    template <ox::detail::FixedString8 S8>
+    _oxString & add(S8 const & text)
+    {
+        return append(text.value, text.size());
+    }
     /// As `add`, but the bytes are sign-extended.
     _oxString & operator+=(char const * text)
     {
@@ -121,6 +135,9 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
     _oxString & operator+=(char16_t const & c) { return *this += static_cast<unsigned short>(c); }
     _oxString & operator+=(unsigned short const * text) { return add(text); }
     _oxString & operator+=(QString const & text) { return append(text.utf16(), text.size()); }
+
+    /// A copy with the units appended as `add` does.
+    _oxString combined(unsigned short const * text) const { return _oxString(*this).add(text); }
 
     /// A copy with the character appended, sign-extended.
     _oxString operator+(char const & c) const { return _oxString(*this) += c; }
@@ -180,9 +197,13 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
         dst[n] = 0;
     }
 
-    /// The low bytes of the first 249 (499) characters. The length is deliberately this string's,
-    /// also where fewer characters arrive: the farm's applications rely on it to see that a text
-    /// was cut. Convert only texts of at most 249 (499) characters.
+    /// The low bytes of the first 249 (499) characters. 8-bit strings of every other capacity take
+    /// a wide string through QString: the Latin-1 form, '?' for other characters, cut at their
+    /// capacity.
+    ///
+    /// Compatibility: the length is this string's, also where fewer characters arrive, since the
+    /// farm's applications detect a cut text by it. Convert only texts of at most 249 (499)
+    /// characters.
     operator _oxString8_evenSize<250>() const { return narrowed<250>(); }
     operator _oxString8_evenSize<500>() const { return narrowed<500>(); }
 
@@ -203,15 +224,26 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
     }
     operator QString() const { return ox::detail::toQString(value, size()); }
 
-    /// Exact, units and lengths.
+    /// Exact, units and lengths. Nothing equals a null pointer.
     friend bool operator==(_oxString const & a, QString const & b)
     {
         return a.size() == b.size() && ox::detail::equal(a.value, b.utf16(), a.size());
     }
+    friend bool operator==(_oxString const & a, unsigned short const * b)
+    {
+        return b && ox::detail::textLength(b) == static_cast<std::size_t>(a.size()) &&
+               ox::detail::equal(a.value, b, a.size());
+    }
     /// Order of the memory, as between two wide strings.
     friend std::strong_ordering operator<=>(_oxString const & a, QString const & b)
     {
-        return a.order(b.utf16(), b.size());
+        return a.orderTo(b.utf16(), b.size());
+    }
+    friend std::strong_ordering operator<=>(_oxString const & a, unsigned short const * b)
+    {
+        static constexpr unsigned short empty = 0;
+        unsigned short const * const text = b ? b : &empty;
+        return a.orderTo(text, static_cast<std::ptrdiff_t>(ox::detail::textLength(text)));
     }
 
     /// Prints UTF-8.

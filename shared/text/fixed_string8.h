@@ -198,6 +198,9 @@ class _oxString8_evenSize
     using Base = ox::detail::String8<_oxString8_evenSize, ox::detail::EvenRecord8<N>>;
 
   public:
+    /// The empty string, all of its characters 0. Not defaulted: `S()` and `S{}` would then set the
+    /// spare byte to 0.
+    _oxString8_evenSize() {}
     using Base::Base;
     using Base::operator=;
 };
@@ -210,6 +213,8 @@ class _oxString8_UnevenSize
     using Base = ox::detail::String8<_oxString8_UnevenSize, ox::detail::UnevenRecord8<N>>;
 
   public:
+    /// The empty string, all of its characters 0.
+    _oxString8_UnevenSize() {}
     using Base::Base;
     using Base::operator=;
 };

@@ -227,6 +227,18 @@ bool equal(unsigned short const * a, char const * b, int n)
     return equalUnits(a, b, n, Case::Exact);
 }
 
+int order(unsigned short const * a, char const * b, std::ptrdiff_t n)
+{
+    auto const inMemoryOrder = [](unsigned unit) { return (unit & 0xFF) << 8 | unit >> 8; };
+    for (std::ptrdiff_t i = 0; i < n; ++i) {
+        unsigned const x = inMemoryOrder(a[i]);
+        unsigned const y = inMemoryOrder(unsignedUnit(b[i]));
+        if (x != y)
+            return x < y ? -1 : 1;
+    }
+    return 0;
+}
+
 bool equalIgnoringCase(char const * a, char const * b, int n)
 {
     return mismatch(a, b, n) == n;

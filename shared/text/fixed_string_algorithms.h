@@ -48,6 +48,18 @@ inline bool equal(unsigned short const * a, unsigned short const * b, int n)
 }
 OX_EXPORT bool equal(unsigned short const * a, char const * b, int n);
 
+/// Order of the memory of n units: in wide texts the low byte of each unit comes first. Bytes stand
+/// for the units of the same value. Below, at or above 0.
+inline int order(char const * a, char const * b, std::ptrdiff_t n)
+{
+    return std::memcmp(a, b, static_cast<std::size_t>(n));
+}
+inline int order(unsigned short const * a, unsigned short const * b, std::ptrdiff_t n)
+{
+    return std::memcmp(a, b, static_cast<std::size_t>(n) * sizeof *a);
+}
+OX_EXPORT int order(unsigned short const * a, char const * b, std::ptrdiff_t n);
+
 /// Equality of n units, the case of ASCII letters ignored; bytes are Latin-1.
 OX_EXPORT bool equalIgnoringCase(char const * a, char const * b, int n);
 OX_EXPORT bool equalIgnoringCase(unsigned short const * a, unsigned short const * b, int n);

@@ -126,13 +126,14 @@ class FixedText : public Record
         return n == size() && (n == 0 || (text && equal(value, text, n)));
     }
 
-    /// First position >= from of the needle, ignoring case, or -1.
+    /// First position >= from of the needle, ignoring case, or -1. In the wide strings bytes are
+    /// sign-extended.
     int indexOf(S const & needle, int from = 0) const
     {
         return search(needle, from, Case::Ignored);
     }
     /// As `indexOf`, but exact; only a needle as long as the text is still compared ignoring case.
-    /// This is deliberate: the farm's applications look up whole names this way.
+    /// Compatibility: the farm's applications look up whole names this way.
     int indexOfCaseSen(S const & needle, int from = 0) const
     {
         return search(needle, from, Case::Exact);
@@ -149,7 +150,8 @@ class FixedText : public Record
         return findLastUnit<Unit>(value, size(), c, from);
     }
 
-    /// Whether the text holds the needle, ignoring case. Every text holds the empty one.
+    /// Whether the text holds the needle, ignoring case. Every text holds the empty one. Bytes are
+    /// Latin-1.
     bool contains(S const & needle) const { return indexOf(needle) >= 0; }
     bool contains(char const * needle) const
     {
@@ -194,7 +196,8 @@ class FixedText : public Record
     S & trim() { return setSize(detail::trim<Unit>(value, size())); }
 
     /// Replaces every occurrence of a text, ignoring case, from left to right; what was inserted is
-    /// never searched, and the text is cut at the capacity after each replacement.
+    /// never searched, and the text is cut at the capacity after each replacement. In the wide
+    /// strings bytes are sign-extended.
     S & replace(S const & before, S const & after)
     {
         return replaceText(before, after, Case::Ignored);
@@ -212,7 +215,7 @@ class FixedText : public Record
     }
 
     /// Removes every occurrence of a text, ignoring case. What grows together is not searched
-    /// again.
+    /// again. In the wide strings bytes are sign-extended.
     S & remove(S const & text) { return replaceText(text, S(), Case::Ignored); }
     /// As `remove`, with the search of `indexOfCaseSen`.
     S & removeCaseSens(S const & text) { return replaceText(text, S(), Case::Exact); }
@@ -226,7 +229,7 @@ class FixedText : public Record
         return setSize(splice<Unit>(value, size(), capacity(), pos, n, nullptr, 0));
     }
 
-    /// Puts a text in front of the unit at pos.
+    /// Puts a text in front of the unit at pos. In the wide strings bytes are sign-extended.
     S & insert(int pos, S const & text)
     {
         if (&text == this)
@@ -275,13 +278,15 @@ class FixedText : public Record
     /// is deliberate: sorted records are searched by memory comparison.
     friend std::strong_ordering operator<=>(S const & a, S const & b)
     {
-        std::strong_ordering const prefixes = a.orderOfPrefixes(b.value, b.length);
+        auto const shorter = std::min<std::ptrdiff_t>({a.length, b.length, capacity()});
+        std::strong_ordering const prefixes = order(a.value, b.value, shorter) <=> 0;
         return prefixes != 0 ? prefixes : a.size() <=> b.size();
     }
+    /// A pointer compares with its whole text, also beyond the capacity; null is the empty text.
     friend std::strong_ordering operator<=>(S const & a, char const * b)
     {
-        S text;
-        return a <=> (text = b);
+        char const * const text = b ? b : "";
+        return a.orderTo(text, static_cast<std::ptrdiff_t>(std::strlen(text)));
     }
 
     template <std::same_as<QDebug> Debug>
@@ -355,15 +360,12 @@ class FixedText : public Record
         return append(from, n, [](Unit * to, From const * text, int k) { copyUnits(to, text, k); });
     }
 
-    /// Order of the units over the shorter of the lengths.
-    std::strong_ordering orderOfPrefixes(Unit const * text, std::ptrdiff_t n) const
+    /// Order of the memory of this text and of n units, which may exceed the capacity.
+    template <typename From>
+    std::strong_ordering orderTo(From const * text, std::ptrdiff_t n) const
     {
-        auto const shorter = std::min<std::ptrdiff_t>({length, n, capacity()});
-        return std::memcmp(value, text, static_cast<std::size_t>(shorter) * sizeof(Unit)) <=> 0;
-    }
-    std::strong_ordering order(Unit const * text, std::ptrdiff_t n) const
-    {
-        std::strong_ordering const prefixes = orderOfPrefixes(text, n);
+        std::strong_ordering const prefixes =
+            order(value, text, std::min<std::ptrdiff_t>(size(), n)) <=> 0;
         return prefixes != 0 ? prefixes : size() <=> n;
     }
 
@@ -406,5 +408,39 @@ class FixedText : public Record
                                         after.value, after.size(), letters));
     }
 };
+
+template <typename S, typename Record>
+void isFixedText(FixedText<S, Record> const &);
+
+/// A fixed-capacity string, 8-bit or wide.
+template <typename S>
+concept FixedString = requires(S const & text)
+{
+    isFixedText(text);
+};
+
+template <typename S>
+concept FixedString8 = FixedString<S> && sizeof(typename S::Unit) == 1;
+
+/// Two fixed strings of different types, the wider one first. C++ tries the other order by itself.
+template <typename A, typename B>
+concept DifferentFixedStrings = FixedString<A> && FixedString<B> && !std::same_as<A, B> &&
+                                sizeof(typename A::Unit) >= sizeof(typename B::Unit);
+
+/// Equality and order of strings of any two capacities, by the same rules as within one type: whole
+/// texts are compared, and bytes are Latin-1 beside units.
+template <typename A, typename B>
+requires DifferentFixedStrings<A, B>
+bool operator==(A const & a, B const & b)
+{
+    return a.size() == b.size() && equal(a.value, b.value, a.size());
+}
+template <typename A, typename B>
+requires DifferentFixedStrings<A, B> std::strong_ordering operator<=>(A const & a, B const & b)
+{
+    std::strong_ordering const prefixes =
+        order(a.value, b.value, std::min(a.size(), b.size())) <=> 0;
+    return prefixes != 0 ? prefixes : a.size() <=> b.size();
+}
 
 } // namespace ox::detail

@@ -5,10 +5,10 @@
 #include <compare>
 #include <cstdlib>
 #include <limits>
+#include <memory>
 #include <new>
 #include <numeric>
 #include <span>
-#include <vector>
 
 namespace
 {
@@ -98,6 +98,16 @@ void permute(std::span<SortKey> keys, Entry * entries)
     }
 }
 
+/// Sorts without keys, with whatever memory there is: std::stable_sort needs none, but moves the
+/// entries more often.
+void sortInPlace(std::span<Entry> entries, bool descending)
+{
+    std::stable_sort(entries.begin(), entries.end(),
+                     [descending](Entry const & a, Entry const & b) {
+                         return descending ? a.compare(b) > 0 : a.compare(b) < 0;
+                     });
+}
+
 } // namespace
 
 void _oxStringList::copyFrom(_oxStringList const & other)
@@ -155,11 +165,27 @@ void _oxStringList::sort(bool const & descending)
 {
     if (count_ < 2)
         return;
-    std::vector<SortKey> keys(static_cast<std::size_t>(count_));
-    for (std::uint32_t i = 0; i < keys.size(); ++i)
+    auto const count = static_cast<std::size_t>(count_);
+    std::unique_ptr<SortKey[]> const memory(new (std::nothrow) SortKey[count]);
+    if (!memory) {
+        sortInPlace({items_, count}, descending);
+        return;
+    }
+    std::span<SortKey> const keys(memory.get(), count);
+    for (std::uint32_t i = 0; i < count; ++i)
         keys[i].index = i;
     sortKeys(keys, items_, 0, descending);
     permute(keys, items_);
+}
+
+QString oxPrintedText(_oxStringList const & list)
+{
+    QString text;
+    for (Entry const & entry : list) {
+        text += QLatin1String(text.isEmpty() ? "\"" : ", \"");
+        text += QString(entry) + u'"';
+    }
+    return u'(' + text + u')';
 }
 
 Entry const & _oxStringList::emptyEntry()

@@ -73,10 +73,15 @@ class OX_EXPORT _oxStringList
     void append(Entry const & s, bool const & unique, bool const & caseSensitive);
 
     /// Sorts by `compare` of the entries, which ignores case; equal entries stay in their order,
-    /// also when `descending`. Only the reserved words of the entries deliberately stay where they
-    /// are: they belong to the place, not to the text. Needs 16 bytes an entry for a while; throws
-    /// std::bad_alloc, with the list as it was, when they are not to be had.
+    /// also when `descending`. Needs 16 bytes an entry for a while; without them it sorts in place,
+    /// which takes longer.
+    ///
+    /// Compatibility: only the reserved words of the entries stay where they are, since they belong
+    /// to the place and not to the text.
     void sort(bool const & descending);
+
+    /// ("first", "second")
+    friend OX_EXPORT QString oxPrintedText(_oxStringList const & list);
 
   private:
     struct Layout;

@@ -1,6 +1,7 @@
 #include "shared/time/file_name_text.h"
 #include "shared/time/time_value.h"
 
+#include <chrono>
 #include <cstdio>
 
 namespace
@@ -83,6 +84,23 @@ ox::detail::FileNameText ox::detail::fileNameTextYearMinute(std::tm const & fiel
     FileNameText text;
     text.addNr(fields.tm_year - 100, 2).addNr(fields.tm_mon + 1, 2).addNr(fields.tm_mday, 2);
     return text.add("_").addNr(fields.tm_hour, 2).addNr(fields.tm_min, 2);
+}
+
+QString oxPrintedText(_oxTime const & time)
+{
+    using namespace std::chrono;
+    constexpr sys_seconds first = sys_days(year(0) / January / 1);
+    constexpr sys_seconds end = sys_days(year(10000) / January / 1);
+    sys_seconds const moment{seconds(time.value)};
+    if (moment < first || moment >= end)
+        return u'@' + QString::number(time.value);
+    sys_days const midnight = floor<days>(moment);
+    year_month_day const date(midnight);
+    hh_mm_ss const clock(moment - midnight);
+    return QStringLiteral("%1-%2-%3T%4:%5:%6Z")
+        .arg(number(static_cast<int>(date.year()), 4), two(static_cast<unsigned>(date.month())),
+             two(static_cast<unsigned>(date.day())), two(clock.hours().count()),
+             two(clock.minutes().count()), two(clock.seconds().count()));
 }
 
 QString _oxTime::asString() const

@@ -58,13 +58,19 @@ std::tm fieldsOf(int second, int minute, int hour, int day, int month, int year)
 }
 
 /// Converts twice: first as standard time, which tells whether the date has daylight saving, then
-/// the same fields with that flag. This settles the hour that autumn has twice.
-__int64 timeOfLocal(std::tm fields)
+/// the same fields with that flag. This settles the hour that autumn has twice. In the hour that
+/// spring skips only the first conversion leads to a time of that day: the second one leads to the
+/// hour before.
+__int64 timeOfLocal(std::tm const & fields)
 {
     std::tm standard = fields;
-    ox::platform::timeOfLocalFields(standard);
-    fields.tm_isdst = standard.tm_isdst;
-    return ox::platform::timeOfLocalFields(fields);
+    __int64 const standardTime = ox::platform::timeOfLocalFields(standard);
+    std::tm final = fields;
+    final.tm_isdst = standard.tm_isdst;
+    __int64 const time = ox::platform::timeOfLocalFields(final);
+    using ox::platform::timeOfUtcFields;
+    bool const isAsAsked = timeOfUtcFields(final) == timeOfUtcFields(fields);
+    return isAsAsked ? time : standardTime;
 }
 
 __int64 timeOfDateTime(int second, int minute, int hour, int day, int month, int year)

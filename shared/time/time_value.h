@@ -3,15 +3,26 @@
 #include "shared/export.h"
 #include "shared/platform/types.h"
 #include "shared/text/fixed_string8.h"
+#include "shared/text/printing.h"
 
 #include <QDate>
 #include <QDateTime>
+#include <QHash>
 #include <QString>
 
 #include <compare>
 #include <concepts>
 #include <ctime>
+#include <functional>
 #include <type_traits>
+
+namespace ox::detail
+{
+
+/// What qHash returns: `size_t`, in Qt 5 `uint`.
+using QtHash = decltype(::qHash(quint64{}));
+
+} // namespace ox::detail
 
 /// A point in time: seconds since 1970-01-01 00:00:00 UTC.
 ///
@@ -53,16 +64,19 @@ class OX_EXPORT _oxTime
     /// offset, which makes file times comparable across a change of daylight saving.
     static _oxTime convertStatFileTime(__int64 const & t);
 
-    /// Local midnight of a date. Month and day are moved into 1 to 12 and 1 to 31; a year below 0
-    /// is 2014, one below 100 counts from 2000, one above 3000 is 3000.
+    /// Local midnight of a date, or the hour behind it on a day that begins with a skipped hour.
+    /// Month and day are moved into 1 to 12 and 1 to 31; a year below 0 is 2014, one below 100
+    /// counts from 2000, one above 3000 is 3000.
     void fromDate(int day, int month, int year);
     /// A local time, its date moved into range as by fromDate. The year 1900 is the current one,
-    /// and 1.1.1900 is today. The years 1901 to 1989 count from 2000.
+    /// and 1.1.1900 is today. The years 1901 to 1989 count from 2000. Of an hour that the clocks
+    /// show twice the second one is taken; a time in a skipped hour is one hour later.
     void fromDateTime(int second, int minute, int hour, int day, int month, int year);
     /// As fromDate, but the year is taken as it is. An invalid date gives -1.
     _oxTime & operator=(QDate const & date);
-    /// As fromDateTime from the parts as they stand, without moving them into range. An invalid
-    /// date gives -1.
+    /// As fromDateTime from the date and the time of day as they stand, without moving them into
+    /// range. They count as local time, whatever time zone the value has: convert another one with
+    /// `toLocalTime()` first. An invalid date gives -1.
     _oxTime & operator=(QDateTime const & dateTime);
 
     auto operator<=>(_oxTime const &) const = default;
@@ -137,6 +151,14 @@ class OX_EXPORT _oxTime
     _oxString8_evenSize<250> asOX8String() const;      ///< 11.14. 09:05.07
     _oxString8_evenSize<250> asOX8StringDateMonthYear() const; ///< 14.Nov.2026 and a blank
     _oxString8_evenSize<250> asOX8StringDateMonth() const;     ///< 14.Nov. and a blank
+
+    /// Prints ISO 8601 in UTC: 2026-11-14T08:05:07Z. A time outside the years 0 to 9999 is "@" and
+    /// its seconds.
+    friend OX_EXPORT QString oxPrintedText(_oxTime const & time);
+    friend ox::detail::QtHash qHash(_oxTime const & time, ox::detail::QtHash seed = 0)
+    {
+        return ::qHash(static_cast<quint64>(time.value), seed);
+    }
 };
 
 /// The same in 32 bits without sign, for records that hold no more.
@@ -158,6 +180,24 @@ struct OX_EXPORT _oxTime32 {
     QString asString() const { return _oxTime(*this).asString(); }
     QString asStringOffset(__int64 const & add) const { return _oxTime(*this).asStringOffset(add); }
     _oxString8_evenSize<250> asOX8String() const { return _oxTime(*this).asOX8String(); }
+
+    friend QString oxPrintedText(_oxTime32 const & time) { return oxPrintedText(_oxTime(time)); }
+    friend ox::detail::QtHash qHash(_oxTime32 const & time, ox::detail::QtHash seed = 0)
+    {
+        return ::qHash(time.value, seed);
+    }
+};
+
+template <>
+struct std::hash<_oxTime> {
+    std::size_t operator()(_oxTime const & time) const { return std::hash<__int64>()(time.value); }
+};
+template <>
+struct std::hash<_oxTime32> {
+    std::size_t operator()(_oxTime32 const & time) const
+    {
+        return std::hash<unsigned int>()(time.value);
+    }
 };
 
 static_assert(sizeof(_oxTime) == 8 && std::is_standard_layout_v<_oxTime> &&

@@ -2,7 +2,7 @@
 // The dump folder "default" leaves it as init sets it. Each word does one thing or is a kind of
 // crash. The exit code is 0 when there was none.
 
-#include "oxtool/crash_kinds.h"
+#include "oxtool/support/crash_kinds.h"
 #include "shared/crash/crash_handler.h"
 #include "shared/system/environment.h"
 #include "tests/crash/child_system.h"
@@ -12,7 +12,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
+#include <latch>
 #include <stdexcept>
+#include <thread>
+#include <vector>
 
 namespace
 {
@@ -70,6 +74,23 @@ bool FileLogger::doWord(char const * word)
     return false;
 }
 
+/// Many threads crash at the same moment, each in one of these ways.
+void crashTogether(std::initializer_list<char const *> kinds)
+{
+    constexpr std::ptrdiff_t count = 40;
+    static std::latch start(count);
+    std::vector<std::thread> threads;
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        char const * const kind = std::data(kinds)[static_cast<std::size_t>(i) % kinds.size()];
+        threads.emplace_back([kind] {
+            start.arrive_and_wait();
+            ox::tool::crash(kind);
+        });
+    }
+    for (std::thread & thread : threads)
+        thread.join();
+}
+
 void print(bool result)
 {
     std::puts(result ? "true" : "false");
@@ -106,6 +127,10 @@ int main(int argc, char ** argv)
             context.logger = nullptr;
         else if (isWord(word, "logger"))
             context.logger = &logger;
+        else if (isWord(word, "crowd"))
+            crashTogether({"null"});
+        else if (isWord(word, "mixed-crowd"))
+            crashTogether({"null", "abort", "divide", "illegal"});
         else if (!logger.doWord(word) && !doSystemWord(word))
             ox::tool::crash(word);
     }

@@ -7,6 +7,8 @@
 #include <cstring>
 #include <thread>
 
+#include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <ucontext.h>
 #include <unistd.h>
@@ -50,6 +52,27 @@ void letFilesEnd()
     ::setrlimit(RLIMIT_FSIZE, &limit);
 }
 
+/// Leaves no descriptor to be had.
+void openAll()
+{
+    rlimit const limit{100, 100};
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+    while (::open("/dev/zero", O_RDONLY) >= 0)
+        continue;
+}
+
+void protectMemory()
+{
+    ::prctl(PR_SET_DUMPABLE, 0);
+}
+
+/// Ends the process with 1 when the memory is protected no longer.
+void expectProtectedMemory()
+{
+    if (::prctl(PR_GET_DUMPABLE) != 0)
+        std::_Exit(1);
+}
+
 void crashInForkedChild()
 {
     if (::fork() == 0)
@@ -69,10 +92,11 @@ bool doSystemWord(char const * word)
         char const * name;
         void (*action)();
     };
-    static constexpr Word words[] = {{"malloc", crashInMalloc},
-                                     {"double-free", freeTwice},
-                                     {"full", letFilesEnd},
-                                     {"fork", crashInForkedChild}};
+    static constexpr Word words[] = {
+        {"malloc", crashInMalloc},   {"double-free", freeTwice},
+        {"full", letFilesEnd},       {"open-all", openAll},
+        {"protect", protectMemory},  {"still-protected", expectProtectedMemory},
+        {"fork", crashInForkedChild}};
     for (Word const & known : words) {
         if (std::strcmp(known.name, word) == 0) {
             known.action();

@@ -1,4 +1,4 @@
-#include "oxtool/crash_kinds.h"
+#include "oxtool/support/crash_kinds.h"
 #include "shared/crash/crash_handler.h"
 #include "shared/system/os_error.h"
 #include "tests/crash/child_system.h"

@@ -1,4 +1,4 @@
-#include "oxtool/crash_kinds.h"
+#include "oxtool/support/crash_kinds.h"
 #include "shared/system/environment.h"
 #include "tests/crash/expected_ends.h"
 #include "tests/crash/support.h"
@@ -59,6 +59,25 @@ TEST_F(CrashTest, WhereNoDumpCanBeWrittenTheProcessEndsAllTheSame)
         EXPECT_EQ(lines(), (QList<QByteArray>{"crash detected false", QByteArray()}));
         EXPECT_TRUE(dumps().isEmpty());
     }
+}
+
+TEST_F(CrashTest, WithAllDescriptorsInUseDumpsAreWritten)
+{
+    SKIP_UNDER_SANITIZERS();
+    run({text("open-all"), text("dump"), text("dump"), text("null")});
+    EXPECT_EQ(output, "true\ntrue\n");
+    EXPECT_EQ(exitCode, SIGSEGV);
+    ASSERT_EQ(dumps().size(), 3);
+    for (QString const & dump : dumps())
+        EXPECT_NE(readDump(folder.filePath(dump)).threadCount, 0u);
+}
+
+TEST_F(CrashTest, ADumpLeavesTheProcessAsProtectedAsItWas)
+{
+    SKIP_UNDER_SANITIZERS();
+    run({text("protect"), text("dump"), text("still-protected")});
+    EXPECT_EQ(output, "true\n");
+    EXPECT_EQ(exitCode, 0);
 }
 
 TEST_F(CrashTest, TheDumpsReaderNamesTheFunctionThatCrashed)

@@ -41,6 +41,21 @@ TEST_F(CrashTest, EveryKindOfCrashLeavesItsDumpAndEndsAsItWouldHave)
     }
 }
 
+TEST_F(CrashTest, ThreadsThatCrashTogetherLeaveOneWholeDump)
+{
+    SKIP_UNDER_SANITIZERS();
+    for (char const * const word : {"crowd", "mixed-crowd", "crowd", "mixed-crowd"}) {
+        for (QString const & dump : dumps())
+            QFile::remove(folder.filePath(dump));
+        run({text(word)});
+        EXPECT_NE(exitCode, 0);
+        ASSERT_EQ(dumps().size(), 1);
+        EXPECT_TRUE(unnamedDumps().isEmpty());
+        EXPECT_EQ(lines().size(), 3);
+        EXPECT_GE(readDump(folder.filePath(dumps()[0])).threadCount, 41u);
+    }
+}
+
 TEST_F(CrashTest, ADumpIsWrittenOnDemandAndTheCrashAfterItHasItsOwn)
 {
     SKIP_UNDER_SANITIZERS();

@@ -15,6 +15,7 @@ struct DumpContent {
     std::uint32_t code = 0;
     std::uint32_t thread = 0;      ///< of the exception
     std::uint32_t firstThread = 0; ///< of the process
+    std::uint32_t threadCount = 0;
 };
 
 /// Reads the header, the list of threads and the exception of a minidump.
@@ -31,8 +32,10 @@ inline DumpContent readDump(QString const & file)
     for (std::uint32_t i = 0; i < word(8); ++i) {
         std::uint32_t const entry = word(12) + 12 * i;
         std::uint32_t const stream = word(entry + 8);
-        if (word(entry) == 3) // the threads
+        if (word(entry) == 3) { // the threads
+            content.threadCount = word(stream);
             content.firstThread = word(stream + 4);
+        }
         if (word(entry) == 6) { // the exception
             content.thread = word(stream);
             content.code = word(stream + 8);

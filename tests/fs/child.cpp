@@ -14,6 +14,8 @@
 #include <cstring>
 #include <limits>
 
+using ox::platform::LockFile;
+
 namespace
 {
 
@@ -69,14 +71,18 @@ int exclusive(QString const & fileName, int)
     return isAlone(fileName, 20) ? 0 : 3;
 }
 
+ox::platform::NativeName lockNameOf(QString const & fileName)
+{
+    return ox::platform::nativeName(
+        std::u16string_view(QString(fileName + QStringLiteral("_lock.txt")).toStdU16String()));
+}
+
 /// Takes the lock count times, and every third time leaves it as the death of a holder would. Takes
 /// every lock file for stale, so that it is always at the heels of those who take a fresh one. 3:
-/// somebody else held it, too.
+/// somebody else held it, too. 4: not released.
 int contend(QString const & fileName, int count)
 {
-    using ox::platform::LockFile;
-    auto const name = ox::platform::nativeName(
-        std::u16string_view(QString(fileName + QStringLiteral("_lock.txt")).toStdU16String()));
+    auto const name = lockNameOf(fileName);
     for (int taken = 0; taken < count;) {
         LockFile lock;
         if (lock.take(name) != LockFile::Attempt::Taken) {
@@ -85,10 +91,40 @@ int contend(QString const & fileName, int count)
         }
         if (!isAlone(fileName, 0))
             return 3;
-        if (++taken % 3 != 0)
-            lock.release({});
+        if (++taken % 3 != 0 && !lock.release({}))
+            return 4;
     }
     return 0;
+}
+
+/// Takes and releases the lock count times. 3: somebody else held it, too. 4: not released.
+int takeTurns(QString const & fileName, int count)
+{
+    auto const name = lockNameOf(fileName);
+    for (int taken = 0; taken < count;) {
+        LockFile lock;
+        if (lock.take(name) != LockFile::Attempt::Taken)
+            continue;
+        lock.write("held by one of those who take turns");
+        if (!isAlone(fileName, 0))
+            return 3;
+        if (!lock.release({}))
+            return 4;
+        ++taken;
+    }
+    return 0;
+}
+
+/// Tries to take the lock count times at most, and releases it. 3: not taken. 4: not released.
+int tryTimes(QString const & fileName, int count)
+{
+    LockFile lock;
+    auto const name = lockNameOf(fileName);
+    for (int tried = 0; tried < count; ++tried) {
+        if (lock.take(name) == LockFile::Attempt::Taken)
+            return ox::platform::lockFileExists(name) && lock.release({}) ? 0 : 4;
+    }
+    return 3;
 }
 
 /// Appends lines of different lengths to a log. 3: not written.
@@ -133,9 +169,9 @@ int main(int argc, char ** argv)
     struct {
         char const * name;
         int (*run)(QString const & file, int number);
-    } const commands[] = {
-        {"hold", hold}, {"increment", increment}, {"exclusive", exclusive}, {"contend", contend},
-        {"log", log},   {"write", write}};
+    } const commands[] = {{"hold", hold},       {"increment", increment}, {"exclusive", exclusive},
+                          {"contend", contend}, {"turns", takeTurns},     {"try", tryTimes},
+                          {"log", log},         {"write", write}};
     for (auto const & command : commands) {
         if (argc > 2 && std::strcmp(argv[1], command.name) == 0)
             return command.run(QString::fromUtf8(argv[2]), argc > 3 ? std::atoi(argv[3]) : 0);

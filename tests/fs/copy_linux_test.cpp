@@ -8,7 +8,11 @@
 #include <QFileInfo>
 
 #include <cerrno>
+#include <csignal>
 #include <string>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
 
 namespace
 {
@@ -61,6 +65,83 @@ TEST_F(CopyOnLinux, KeepsPermissionBitsAndReplacesLinksNotTheirTargets)
     ASSERT_TRUE(QFile::link(from, to));
     EXPECT_EQ(oxCopyFile(to, from, true, -1), QString(oxLastOSError(EEXIST)));
     EXPECT_EQ(contentOf(from), "content");
+}
+
+TEST_F(CopyOnLinux, ReplacesALinkThatLeadsNowhere)
+{
+    make(from);
+    bool limitReported = false;
+    for (int const pauseMs : {-1, 0}) {
+        QFile::remove(to);
+        ASSERT_TRUE(QFile::link(path("none"), to));
+        EXPECT_EQ(oxCopyFile(from, to, true, pauseMs), QString());
+        EXPECT_FALSE(QFileInfo(to).isSymLink());
+        EXPECT_EQ(contentOf(to), "content");
+    }
+    QFile::remove(to);
+    ASSERT_TRUE(QFile::link(path("none"), to));
+    EXPECT_EQ(oxResumeFile(from, to, limitReported), QString());
+    EXPECT_FALSE(QFile::exists(path("none")));
+}
+
+TEST_F(CopyOnLinux, NeitherWaitsAtAPipeNorReplacesIt)
+{
+    ASSERT_EQ(::mkfifo(from.toUtf8().constData(), 0600), 0);
+    QString const refusal = oxLastOSError(ENOTSUP);
+    QString const bare = refusal.mid(refusal.indexOf(u':') + 2).chopped(1);
+    bool limitReported = false;
+    EXPECT_EQ(oxCopyFile(from, to, true, -1), refusal);
+    EXPECT_EQ(oxCopyFile(from, to, true, 0), text("Unable to open input file."));
+    EXPECT_EQ(oxResumeFile(from, to, limitReported), refusal);
+    EXPECT_FALSE(QFile::exists(to));
+    make(to, {});
+    EXPECT_EQ(oxResumeFile(from, to, limitReported), text("Cannot open source file;") + bare);
+    EXPECT_EQ(oxCopyFile(to, from, true, -1), refusal);
+    EXPECT_EQ(oxResumeFile(make(to), from, limitReported), text("Cannot open dest. file;") + bare);
+    EXPECT_TRUE(QFile::exists(from));
+}
+
+TEST_F(CopyOnLinux, KeepsTheHolesOfItsSource)
+{
+    constexpr int mebibyte = 1 << 20;
+    for (qint64 const behind : {0, 10}) {
+        QFile file(from);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        for (qint64 const at : {0, 20 * mebibyte, 50 * mebibyte}) {
+            file.seek(at);
+            file.write(QByteArray(5000, 'x'));
+        }
+        file.resize(60 * mebibyte + behind);
+        file.close();
+        QFile::remove(to);
+        EXPECT_EQ(oxCopyFile(from, to, true, -1), QString());
+        EXPECT_EQ(printed("cmp a b && echo same"), "same\n");
+        struct stat source;
+        struct stat copy;
+        ASSERT_EQ(::stat(from.toUtf8().constData(), &source), 0);
+        ASSERT_EQ(::stat(to.toUtf8().constData(), &copy), 0);
+        EXPECT_LE(copy.st_blocks, source.st_blocks + 64);
+    }
+}
+
+TEST_F(CopyOnLinux, AddsToTheBufferWhatReachesTheTarget)
+{
+    make(from, "1234567890");
+    make(to, "123");
+    auto const onFullDisk = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit old;
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &old), 0);
+    rlimit const limit = {5, old.rlim_max};
+    _OX_DataBuffer added;
+    bool limitReported = false;
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+    QString const failure = oxResumeFile(from, to, limitReported, &added);
+    ::setrlimit(RLIMIT_FSIZE, &old);
+    std::signal(SIGXFSZ, onFullDisk);
+    EXPECT_EQ(failure, text("Unable to write data"));
+    EXPECT_EQ(oxResumeFile(from, to, limitReported, &added), QString());
+    EXPECT_EQ(contentOf(to), "1234567890");
+    EXPECT_EQ(QByteArray(added.data, added.size), "4567890");
 }
 
 TEST_F(CopyOnLinux, ReadsFromFileSystemsThatTellNoSizeAndCannotCopy)
@@ -142,10 +223,10 @@ TEST_F(CopyOnLinux, EndsFailingReadsAndWritesAsDocumented)
         with() { fault=$1; shift; fiu-run -x -c "enable name=posix/$fault" "$0" "$@"; }
         with io/rw/write,failinfo=28 copy /proc/version b -1; ls
         with io/rw/read,failinfo=116 copy /proc/version b -1; ls
-        with stdio/rw/fread copy a b 0; wc -c <b
-        with stdio/rw/fwrite copy a b 0; wc -c <b
-        with stdio/rw/fwrite resume a log
-        with stdio/rw/fread resume a log
+        with io/rw/read copy a b 0; wc -c <b
+        with io/rw/write,failinfo=28 copy a b 0; wc -c <b
+        with io/rw/write,failinfo=28 resume a log
+        with io/rw/read resume a log
         cat log; echo)sh");
     EXPECT_EQ(result, lines({QString(oxLastOSError(ENOSPC)), text("a"), text("log"),
                              QString(oxLastOSError(ESTALE)), text("a"), text("log"), QString(),

@@ -1,5 +1,9 @@
 #include "shared/fs/file.h"
 
+#include "shared/data/data_buffer.h"
+#include "shared/data/file_searcher.h"
+#include "shared/fs/dir_listing.h"
+#include "shared/system/environment.h"
 #include "shared/system/os_error.h"
 #include "tests/fs/support.h"
 
@@ -7,6 +11,10 @@
 #include <QStorageInfo>
 
 #include <cerrno>
+#include <thread>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 using FileOnLinux = FolderTest;
 
@@ -50,6 +58,17 @@ TEST_F(FileOnLinux, KeepsTimeAndExecutableRightsOnAnotherFileSystem)
     EXPECT_EQ(QFile::permissions(to) & all, all);
 }
 
+TEST_F(FileOnLinux, DeletesAFolderWhoseNameIsNotUtf8)
+{
+    QByteArray const name = folder.path().toUtf8() + "/d\xff";
+    ASSERT_EQ(::mkdir(name.constData(), 0777), 0);
+    oxDirListing listing;
+    listing.init(folder.path(), true, false, false, false);
+    ASSERT_TRUE(listing.nextFile());
+    EXPECT_TRUE(oxDeleteFolder(listing.dirFileName()));
+    EXPECT_NE(::access(name.constData(), F_OK), 0);
+}
+
 TEST_F(FileOnLinux, SaysHowMuchWasWrittenBeforeAFailure)
 {
     // The limit of 9216 KiB lets two pieces and a part of the third through.
@@ -62,6 +81,51 @@ TEST_F(FileOnLinux, SaysHowMuchWasWrittenBeforeAFailure)
               text("Unable to write 2611392b (8388608/11000000 done): ") +
                   QString(oxLastOSError(EFBIG)));
     EXPECT_GE(QFileInfo(path("a")).size(), 8388608);
+}
+
+TEST_F(FileOnLinux, ReadsFromAPipeThatIsOpenAlready)
+{
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    std::thread writer([end = ends[1]] {
+        oxSleep(50);
+        EXPECT_EQ(::write(end, "abc", 3), 3);
+        ::close(end);
+    });
+    char block[] = "---";
+    _oxString8_evenSize<500> name("/dev/fd/");
+    EXPECT_EQ(_OX_DataBuffer::loadFromFile(name.addNr(ends[0]), false, block, 3, nullptr, 0), 0);
+    writer.join();
+    ::close(ends[0]);
+    EXPECT_STREQ(block, "abc");
+}
+
+TEST_F(FileOnLinux, NeverOverwritesAFileByItsOwnLink)
+{
+    QString const a = make(path("a"));
+    ASSERT_TRUE(QFile::link(a, path("link")));
+    EXPECT_FALSE(oxRenameFile(path("link"), a, true));
+    EXPECT_EQ(contentOf(a), "content");
+    EXPECT_TRUE(oxRenameFile(a, path("link"), true)) << "the link goes";
+    EXPECT_FALSE(QFile::exists(a));
+    EXPECT_EQ(contentOf(path("link")), "content");
+
+    ASSERT_EQ(::link(path("link").toUtf8().constData(), a.toUtf8().constData()), 0);
+    EXPECT_TRUE(oxRenameFile(path("link"), folder.path() + text("/./link"), true));
+    EXPECT_TRUE(oxRenameFile(path("link"), a, true)) << "one of two hard links goes";
+    EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files), QStringList(text("a")));
+    EXPECT_EQ(contentOf(a), "content");
+}
+
+TEST_F(FileOnLinux, DoesNotWaitForANamedPipe)
+{
+    QString const pipe = path("pipe");
+    ASSERT_EQ(::mkfifo(pipe.toUtf8().constData(), 0666), 0);
+    unsigned char bytes[10] = {};
+    EXPECT_EQ(oxWriteBufferToFile(pipe, bytes, 10),
+              text("Unable to write/open file: ") + QString(oxLastOSError(ENXIO)));
+    EXPECT_FALSE(writeToLogFile(pipe, "no", false, false));
+    EXPECT_FALSE(_oxFileSearcher().load(pipe));
 }
 
 TEST_F(FileOnLinux, TellsThatTheDiskIsFull)

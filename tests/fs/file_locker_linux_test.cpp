@@ -1,5 +1,8 @@
 #include "tests/fs/file_locker_fixture.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 TEST_F(FileLocker, ShowsTheHolderInTheLockFileWhileHeld)
 {
     _oxFileLocker locker(file);
@@ -34,6 +37,55 @@ TEST_F(FileLocker, UnlockLeavesALockThatSomebodyElseHasTakenSince)
     ASSERT_TRUE(next.lock(0, who, nullptr, false));
     robbed.unlock();
     EXPECT_EQ(_oxFileLocker(file).status().holder, _oxFileLockStatus::Process);
+}
+
+TEST_F(FileLocker, IsReleasedWhereOpenFilesCannotBeRemoved)
+{
+    qputenv("OX_TEST_FAULT", "refuses to remove open files");
+    expectAllSucceed(6, {text("turns"), file, text("50")});
+    EXPECT_FALSE(QFile::exists(lockName));
+
+    make(lockName);
+    EXPECT_EQ(Child({text("contend"), file, text("7")}).finish(), 0) << "and removed when left";
+    EXPECT_FALSE(QFile::exists(lockName));
+    qunsetenv("OX_TEST_FAULT");
+}
+
+TEST_F(FileLocker, NeitherWaitsForAnotherFlockNorLosesToIt)
+{
+    struct Case {
+        char const * fault;
+        int result;
+        bool leavesTheFile;
+    };
+    for (Case const & each : {Case{"looks", 0, false}, Case{"examines and leaves", 0, false},
+                              Case{"examines", 3, false}, Case{"refuses to remove", 4, true}}) {
+        qputenv("OX_TEST_FAULT", each.fault);
+        EXPECT_EQ(Child({text("try"), file, text("3")}).finish(), each.result) << each.fault;
+        EXPECT_EQ(QFile::exists(lockName), each.leavesTheFile) << each.fault;
+    }
+    qunsetenv("OX_TEST_FAULT");
+}
+
+TEST_F(FileLocker, LetsOtherUsersRemoveItsStaleFile)
+{
+    mode_t const mask = ::umask(077);
+    _oxFileLocker locker(file);
+    EXPECT_TRUE(locker.lock(0, who, nullptr, false));
+    ::umask(mask);
+    struct stat status;
+    ASSERT_EQ(::stat(QFile::encodeName(lockName), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0666u);
+}
+
+TEST_F(FileLocker, RemovesAStalePipe)
+{
+    timespec const old[2] = {{1, 0}, {1, 0}};
+    ASSERT_EQ(::mkfifo(QFile::encodeName(lockName), 0666), 0);
+    ASSERT_EQ(::utimensat(AT_FDCWD, QFile::encodeName(lockName), old, 0), 0);
+    _oxFileLocker locker(file);
+    EXPECT_TRUE(locker.status().isStale);
+    EXPECT_TRUE(locker.lock(0, who, nullptr, false));
 }
 
 TEST_F(FileLocker, IsNotInheritedByOtherPrograms)

@@ -20,7 +20,7 @@ TEST_F(FileLocker, ShowsThatItIsHeld)
                     static_cast<double>(_oxTime(true).value), 5);
         EXPECT_FALSE(status.isStale);
 
-        locker.unlock();
+        EXPECT_TRUE(locker.unlock());
         EXPECT_FALSE(QFile::exists(lockName));
         ASSERT_TRUE(locker.lock(0, who, nullptr, false));
     }
@@ -55,6 +55,8 @@ TEST_F(FileLocker, TellsALockThatCannotBeCreatedFromOneThatIsTaken)
     _oxFileLocker inMissingFolder(folder.filePath(QStringLiteral("missing/a.ini")));
     EXPECT_FALSE(inMissingFolder.lock(1000, who, &waited, false));
     EXPECT_EQ(waited, 0) << "the negated waiting time of the first try";
+    EXPECT_NE(inMissingFolder.status().systemError, 0);
+    EXPECT_EQ(_oxFileLocker(file).status().systemError, 0);
 
     // A name must neither be cut nor changed into another file's.
     QString const longest = folder.filePath(QString(240 - folder.path().size(), u'n'));

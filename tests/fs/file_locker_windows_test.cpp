@@ -19,11 +19,23 @@ TEST_F(FileLocker, LeavesTheLockUnderAnotherNameWhenItCannotBeDeleted)
         _oxFileLocker locker(file);
         ASSERT_TRUE(locker.lock(0, who, nullptr, false)) << "the name is free";
         ::SetFileAttributesW(lockName.toStdWString().c_str(), FILE_ATTRIBUTE_READONLY);
-        locker.unlock();
+        EXPECT_TRUE(locker.unlock());
         EXPECT_FALSE(QFile::exists(lockName));
         EXPECT_TRUE(contentOf(lockName + QStringLiteral(".none")).contains("farm01"));
     }
     QFile::setPermissions(lockName + QStringLiteral(".none"), QFile::WriteOwner);
+}
+
+TEST_F(FileLocker, ReportsThatTheLockFileCouldNotBeRemoved)
+{
+    _oxFileLocker locker(file);
+    ASSERT_TRUE(locker.lock(0, who, nullptr, false));
+    ::SetFileAttributesW(lockName.toStdWString().c_str(), FILE_ATTRIBUTE_READONLY);
+    ASSERT_TRUE(QDir().mkdir(lockName + QStringLiteral(".none")));
+    EXPECT_FALSE(locker.unlock());
+    EXPECT_TRUE(QFile::exists(lockName));
+    EXPECT_EQ(_oxFileLocker(file).status().holder, _oxFileLockStatus::Nobody);
+    QFile::setPermissions(lockName, QFile::WriteOwner);
 }
 
 TEST_F(FileLocker, RemovesAStaleLockThatIsReadOnly)

@@ -4,6 +4,9 @@
 #include "shared/fs/file_sync_steps.h"
 #include "tests/fs/support.h"
 
+#include <thread>
+#include <vector>
+
 namespace
 {
 
@@ -139,6 +142,45 @@ TEST_F(FileSync, SaysWhyTheCopyFailed)
     EXPECT_FALSE(sync(0));
     EXPECT_EQ(errors, message("Unable to open output file.$ => @"));
     EXPECT_EQ(info, "");
+}
+
+TEST_F(FileSync, NeverFollowsALinkAtTheTarget)
+{
+    if (QDir::separator() == u'\\')
+        GTEST_SKIP() << "making a link takes a privilege on this system";
+    QString const elsewhere = path("local/elsewhere");
+    ASSERT_TRUE(QFile::link(elsewhere, target));
+    EXPECT_TRUE(sync());
+    EXPECT_FALSE(QFile::exists(elsewhere));
+    EXPECT_EQ(contentOf(target), "new");
+
+    QFile::remove(target);
+    ASSERT_TRUE(QFile::link(make(elsewhere, "kept"), target));
+    auto const before = QFile::permissions(elsewhere);
+    EXPECT_TRUE(sync());
+    EXPECT_EQ(contentOf(elsewhere), "kept");
+    EXPECT_EQ(QFile::permissions(elsewhere), before);
+    EXPECT_EQ(contentOf(target + text("_old")), "kept"); // the link itself
+    EXPECT_EQ(contentOf(target), "new");
+}
+
+TEST_F(FileSync, KeepsThePreviousFileWhenSeveralRunAtOnce)
+{
+    for (int round = 0; round < 20; ++round) {
+        make(target, "previous");
+        QFile::remove(target + text("_old"));
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 4; ++i)
+            threads.emplace_back([this, pause = i % 2 - 1] {
+                EXPECT_TRUE(syncCopy(record(source), record(target), false, nullptr, nullptr, pause,
+                                     false));
+            });
+        for (std::thread & thread : threads)
+            thread.join();
+        EXPECT_EQ(contentOf(target), "new");
+        ASSERT_EQ(contentOf(target + text("_old")), "previous");
+    }
+    EXPECT_EQ(QDir(path("local")).entryList(QDir::Files | QDir::Hidden).size(), 2);
 }
 
 TEST_F(FileSync, CutsItsTextsWhereTheStringIsFull)

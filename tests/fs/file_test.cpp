@@ -140,6 +140,7 @@ TEST_F(File, CreatesAndRemovesFolders)
     EXPECT_TRUE(oxDeleteFolder(deep));
     EXPECT_FALSE(QFile::exists(deep));
     EXPECT_FALSE(oxDeleteFolder(path("file")));
+    EXPECT_FALSE(oxDeleteFolder(QString()));
 }
 
 TEST_F(File, RenamesAndOverwritesOnlyWhenTold)
@@ -154,6 +155,7 @@ TEST_F(File, RenamesAndOverwritesOnlyWhenTold)
     EXPECT_EQ(contentOf(b), "from a");
     EXPECT_TRUE(oxRenameFile(b, a, false));
     EXPECT_TRUE(oxRenameFile(a, a, true));
+    EXPECT_TRUE(oxRenameFile(a, QDir::toNativeSeparators(folder.path() + text("/./a")), true));
     EXPECT_EQ(contentOf(a), "from a");
     EXPECT_FALSE(oxRenameFile(a, folder.path(), true)) << "a folder has the name";
     EXPECT_FALSE(oxRenameFile(folder.path(), path("c"), true)) << "a folder is not a file";

@@ -1,5 +1,6 @@
 #include "shared/fs/file.h"
 
+#include "shared/data/file_searcher.h"
 #include "shared/system/os_error.h"
 #include "tests/fs/holder_windows.h"
 #include "tests/fs/support.h"
@@ -8,6 +9,16 @@
 #include <QFileInfo>
 
 using FileOnWindows = FolderTest;
+
+namespace
+{
+
+bool isWine()
+{
+    return ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
+} // namespace
 
 TEST_F(FileOnWindows, SaysWhyItCannotDeleteOrReplaceAFileInUse)
 {
@@ -23,6 +34,16 @@ TEST_F(FileOnWindows, SaysWhyItCannotDeleteOrReplaceAFileInUse)
     EXPECT_EQ(oxWriteBufferToFile(name, bytes, 1),
               text("Unable to write/open file: ") +
                   QString(oxLastOSError(ERROR_SHARING_VIOLATION)));
+}
+
+TEST_F(FileOnWindows, ChangesTheLetterCaseOfAName)
+{
+    QString const a = make(path("a"));
+    EXPECT_TRUE(oxRenameFile(a, path("A"), true));
+    EXPECT_EQ(contentOf(a), "content");
+    if (isWine())
+        GTEST_SKIP() << "Wine succeeds and keeps the letter case";
+    EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files), QStringList(text("A")));
 }
 
 TEST_F(FileOnWindows, SeesAFileThatOthersKeepToThemselves)
@@ -65,6 +86,17 @@ TEST_F(FileOnWindows, TakesNamesLongerThanTheSystemsOldLimit)
     EXPECT_GT(oxGetFreeDriveSpaceMB(deep), 0u);
 }
 
+TEST_F(FileOnWindows, DoesNotWaitForANamedPipe)
+{
+    QString const name = text("\\\\.\\pipe\\ox_%1").arg(::GetCurrentProcessId());
+    HANDLE const server =
+        ::CreateNamedPipeW(reinterpret_cast<wchar_t const *>(name.utf16()), PIPE_ACCESS_DUPLEX,
+                           PIPE_TYPE_BYTE, PIPE_UNLIMITED_INSTANCES, 100, 100, 0, nullptr);
+    ASSERT_NE(server, INVALID_HANDLE_VALUE);
+    EXPECT_FALSE(_oxFileSearcher().load(name));
+    ::CloseHandle(server);
+}
+
 TEST_F(FileOnWindows, SetsAllThreeTimes)
 {
     QString const name = make(path("a"));
@@ -86,7 +118,7 @@ TEST_F(FileOnWindows, NeedsNoExecutableRights)
 
 TEST_F(FileOnWindows, LogLinesOfSeveralProcessesDoNotMix)
 {
-    if (::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version"))
+    if (isWine())
         GTEST_SKIP() << "Wine appends in two steps, of which another process may come in between";
     expectLogLinesDoNotMix(path("log"));
 }

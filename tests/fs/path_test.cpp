@@ -140,6 +140,13 @@ TEST(Path, ResolvesTheFirstRunOfSteps)
                                {"ab/cd../x", "ab/cd../x"},
                                {"ab/../", ""},
                                {"", ""}});
+    // Quadratic time does not see the end of these.
+    int const many = 1000000;
+    QString const steps = latin1("../").repeated(many);
+    QString const share = latin1("//srv/") + QString(many, u's') + u'/';
+    EXPECT_EQ(oxPathResolve(latin1("/ab") + latin1("/a").repeated(many) + u'/' + steps + u'x'),
+              latin1("/ab/x"));
+    EXPECT_EQ(oxPathResolve(share + steps + u'x'), share + u'x');
 }
 
 TEST(Path, CleansFileNames)

@@ -1,9 +1,12 @@
 #include "shared/system/cpu_value.h"
 
+#include <QDebug>
+
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
+#include <sstream>
 
 namespace
 {
@@ -128,6 +131,13 @@ TEST(CPUValue, PrintsRoundedHalfAwayFromZero)
                                                     {1099511627776.f, "109951162777600%"}};
     for (auto const & [value, text] : texts)
         EXPECT_EQ(_oxCPUValue(value, 1).strSystemPerc(), QLatin1String(text)) << value;
+
+    QString debug;
+    QDebug(&debug).nospace() << _oxCPUValue(0.25f, 8);
+    std::ostringstream stream;
+    stream << _oxCPUValue(0.25f, 8);
+    EXPECT_EQ(debug, QLatin1String("25% of 8 cores"));
+    EXPECT_EQ(stream.str(), debug.toStdString());
 }
 
 } // namespace

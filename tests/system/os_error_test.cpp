@@ -2,6 +2,8 @@
 #include "shared/system/identity.h"
 #include "shared/system/os_error.h"
 
+#include <QDebug>
+
 #include <gtest/gtest.h>
 
 namespace
@@ -39,6 +41,10 @@ TEST(Identity, NamesApplicationsAndSystems)
     EXPECT_EQ(ox_AppType_asString(ox_AppType::None), _oxString<25>("None"));
     EXPECT_EQ(ox_AppType_asString(ox_AppType(8)), _oxString<25>("ClientWatch"));
     EXPECT_EQ(ox_AppType_asString(ox_AppType(13)), _oxString<25>("Script"));
+    QString printed;
+    QDebug(&printed).nospace() << ox_AppType::Script << ' ' << ox_AppType(14) << ' ' << _oxOS::Linux
+                               << ' ' << _oxOS(9);
+    EXPECT_EQ(printed, QLatin1String("Script 14 Linux 9"));
     EXPECT_EQ(ox_AppType_asString(ox_AppType(14)), _oxString<25>("unknown"));
     EXPECT_EQ(ox_AppType_asString(ox_AppType(-1)), _oxString<25>("unknown"));
 

@@ -1,7 +1,8 @@
-#include "shared/platform/performance_data.h"
+#include "shared/platform/windows/performance_data.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -9,6 +10,7 @@
 namespace
 {
 
+using ox::platform::IndexedInstance;
 using ox::platform::PerformanceObject;
 using ox::platform::performanceTime;
 using ox::platform::Title;
@@ -92,9 +94,11 @@ std::vector<char> cannedBlock()
     out.put<std::int64_t>(72, 132000000000000000);
     addObject(out, 238, {{6, 8}}, {{u"0", {111}}, {u"_Total", {333}}});
     addObject(out, 230, {{6, 8}, {180, 4}, {784, 4}},
-              {{u"Idle", {77, 4096, 0}},
-               {u"client", {0x123456789ABC, 0xFFFFFFFF, 4242}},
-               {u"client", {5, 1, 4243}}});
+              {{u"client", {0x123456789ABC, 0xFFFFFFFF, 4242}},
+               {u"Idle", {77, 4096, 0}},
+               {u"client", {5, 1, 4243}},
+               {u"_Total", {88, 4097, 0}},
+               {u"uncounted", {6, 7, 4244}}});
     addObject(out, 4, {{818, 8}, {56, 4}, {58, 3}}, {{u"", {1000, 2000, 3000}}}, false);
     out.word(20, out.bytes.size());
     return out.bytes;
@@ -115,19 +119,23 @@ std::string answers(std::vector<char> const & bytes)
             add(instance ? object->value(*instance, Title(counter)) : std::nullopt);
     };
     addCounters(Title::Processor, [](auto const & o) { return o.instanceNamed(u"_Total"); }, {6});
-    for (unsigned const id : {4242u, 4243u, 4244u})
-        addCounters(Title::Process,
-                    [id](auto const & o) { return o.instanceWith(Title::ProcessId, id); },
-                    {6, 180});
+    auto const withId = [](unsigned id) {
+        return [id](PerformanceObject const & object) {
+            std::array<IndexedInstance, 4> buffer;
+            return object.instanceWith(object.index(Title::ProcessId, buffer), id);
+        };
+    };
+    for (unsigned const id : {4242u, 0u, 4243u, 4244u})
+        addCounters(Title::Process, withId(id), {6, 180});
     addCounters(Title::Memory, [](auto const & o) { return o.onlyInstance(); }, {818, 56, 58, 6});
     return text;
 }
 
 TEST(PerformanceData, FindsProcessesByIdProcessorsByNameAndTheMemory)
 {
-    // Counters of other sizes than 4 and 8 bytes are not numbers.
-    EXPECT_EQ(answers(cannedBlock()), "132000000000000000 333 20015998343868 4294967295 5 1 - - "
-                                      "1000 2000 - - ");
+    // Counters of other sizes than 4 and 8 bytes are not numbers; the index has space for four.
+    EXPECT_EQ(answers(cannedBlock()), "132000000000000000 333 20015998343868 4294967295 77 4096 "
+                                      "5 1 - - 1000 2000 - - ");
     std::vector<char> const block = cannedBlock();
     auto const processes = PerformanceObject::find(block, Title::Process);
     ASSERT_TRUE(processes);
@@ -142,7 +150,7 @@ TEST(PerformanceData, TakesABlockWithoutObjectsForOne)
     block.resize(88);
     block[20] = 88, block[21] = 0;
     block[28] = 0;
-    EXPECT_EQ(answers(block), "132000000000000000 - - - - - - - - - - - ");
+    EXPECT_EQ(answers(block), "132000000000000000 - - - - - - - - - - - - - ");
 }
 
 /// The copies lie in memory of exactly their size, so that a reader beyond it is caught where
@@ -153,7 +161,7 @@ TEST(PerformanceData, NeverReadsOutsideADamagedBlock)
     std::string const right = answers(whole);
     for (std::size_t size = 0; size < whole.size(); ++size)
         EXPECT_EQ(answers({whole.begin(), whole.begin() + std::ptrdiff_t(size)}),
-                  "- - - - - - - - - - - - ");
+                  "- - - - - - - - - - - - - - ");
     int changed = 0;
     for (std::size_t offset = 0; offset + 4 <= whole.size(); offset += 4) {
         for (std::uint32_t const word :

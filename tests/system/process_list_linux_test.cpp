@@ -8,7 +8,10 @@
 #include <ctime>
 #include <malloc.h>
 #include <memory>
+#include <pthread.h>
 #include <pwd.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -122,6 +125,57 @@ TEST(ProcessListOnLinux, NamesAProcessByItsExecutableAndItsUser)
     list->killProcess("RENDER-node_0123456789abcdefgh.bin");
     EXPECT_TRUE(process.waitForFinished());
     EXPECT_EQ(process.exitStatus(), QProcess::CrashExit);
+    list->getProcessInfo(index);
+    EXPECT_EQ(list->entries[index].user.view(), "noDebugPriv");
+}
+
+/// Ends the main thread and leaves another one, under a name that is not the executable's.
+void endMainThread()
+{
+    ::prctl(PR_SET_NAME, "renamed");
+    pthread_t thread{};
+    auto const work = [](void *) -> void * {
+        ::prctl(PR_SET_NAME, "worker");
+        wait();
+        return nullptr;
+    };
+    ::pthread_create(&thread, nullptr, work, nullptr);
+    ::syscall(SYS_exit, 0); // of this thread alone
+}
+
+TEST(ProcessListOnLinux, CountsWhatRunsWithItsFigures)
+{
+    Forked const zombie([] {}), partlyEnded(endMainThread);
+    ::siginfo_t ended{};
+    ASSERT_EQ(::waitid(P_PID, zombie.id(), &ended, WEXITED | WNOWAIT), 0);
+    auto const list = std::make_unique<_oxProcessList>();
+    EXPECT_FALSE(list->processExistsPID(zombie.id(), true));
+    std::string const status = "/proc/" + std::to_string(partlyEnded.id()) + "/stat";
+    QFile stat(QString::fromStdString(status));
+    for (bool hasEnded = false; !hasEnded && stat.open(QIODevice::ReadOnly); stat.close()) {
+        hasEnded = stat.readAll().contains(" Z ");
+        ::usleep(1000);
+    }
+    list->collectAllProcesses();
+    auto const & first = list->entries[0];
+    EXPECT_EQ(first.pid, 0u);
+    EXPECT_EQ(first.name.view(), "IDLE");
+    int kernelThreads = 0;
+    for (int i = 1; i < list->count; ++i)
+        kernelThreads += list->entries[i].parentPid == 2 || list->entries[i].name == "KTHREADD";
+    EXPECT_EQ(kernelThreads, 0);
+
+    // Nobody calls initGetProcessInfo after the start of this one.
+    int const index = list->getListIDByPID(partlyEnded.id(), false);
+    ASSERT_GE(index, 1);
+    list->getProcessInfo(index);
+    EXPECT_EQ(list->entries[index].name.view(), "SYSTEM_TESTS");
+    EXPECT_GE(list->entries[index].memMB, 1);
+    // The system's first process, which in a container may be an application.
+    int const one = list->getListIDByPID(1, false);
+    ASSERT_GE(one, 1);
+    list->getProcessInfo(one);
+    EXPECT_FALSE(list->entries[one].user.isEmpty());
 }
 
 TEST(ProcessListOnLinux, SignalsNoGroupByTheIdOfAProcess)
@@ -142,7 +196,7 @@ TEST(ProcessListOnLinux, SignalsNoGroupByTheIdOfAProcess)
         testing::ExitedWithCode(7), "");
 }
 
-TEST(ProcessListOnLinux, StopsAtAThousandProcesses)
+TEST(ProcessListOnLinux, HoldsAThousandProcessesOfMore)
 {
     Forked const crowd([] {
         ::execl("/bin/sh", "sh", "-c",
@@ -158,6 +212,13 @@ TEST(ProcessListOnLinux, StopsAtAThousandProcesses)
     list->getProcessInfo(999);
     list->getProcessInfo(1000);
     EXPECT_GT(list->entries[999].pid, 0u);
+    EXPECT_GT(list->total(), _oxProcessList::capacity);
+    // A process that came after those is found by its name.
+    Forked const last(wait);
+    list->collectProcesses("system_TESTS");
+    EXPECT_TRUE(list->processExistsPID(last.id(), false));
+    EXPECT_EQ(list->total(), list->count);
+    EXPECT_EQ(list->entries[0].name.view(), "IDLE");
 }
 
 TEST(ProcessListOnLinux, TakesNoMoreMemoryForFurtherSnapshots)

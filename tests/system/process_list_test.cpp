@@ -92,16 +92,22 @@ TEST(ProcessList, SeesASecondInstanceUntilItIsKilled)
     ASSERT_GE(index, 1);
     EXPECT_EQ(list->entries[index].parentPid, ownId());
 
-    list->killProcess(second.id());
-    EXPECT_TRUE(second.process.waitForFinished());
-    EXPECT_FALSE(list->processExistsPID(second.id(), true));
-    // An entry whose process has ended meanwhile is none of an error.
-    list->entries[index].pid = second.id();
-    list->entries[index].cpuTime = list->entries[index].memMB = 0;
-    list->initGetProcessInfo();
+    // The figures that the constructor has read do not hold this process, which lives.
     list->getProcessInfo(index);
-    EXPECT_EQ(list->entries[index].user.view(), "noDebugPriv");
-    EXPECT_EQ(list->entries[index].cpuTime, 0);
+    EXPECT_GE(list->entries[index].memMB, 1);
+
+    unsigned const secondId = second.id();
+    list->killProcess(secondId);
+    EXPECT_TRUE(second.process.waitForFinished());
+    EXPECT_FALSE(list->processExistsPID(secondId, true));
+    // A process that has ended has no figures, also while somebody holds a handle to it.
+    _oxProcessEntry & behind = list->entries[list->count];
+    behind.pid = secondId;
+    behind.cpuTime = behind.memMB = 0;
+    list->initGetProcessInfo();
+    list->getProcessInfo(list->count);
+    EXPECT_EQ(behind.cpuTime, 0);
+    EXPECT_EQ(behind.memMB, 0);
 }
 
 TEST(ProcessList, ServesTheIndicesFromOneToTheCount)

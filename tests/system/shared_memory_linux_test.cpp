@@ -221,7 +221,7 @@ TEST_F(SharedMemoryAsRoot, FallsBackToTheLocalOneWhenNotAllowedTheGlobalOne)
 
     // The local name of another user leads nowhere either.
     fill(localObject);
-    ::chown(localObject.toStdString().c_str(), nobody, nobody);
+    ASSERT_EQ(::chown(localObject.toStdString().c_str(), nobody, nobody), 0);
     EXPECT_FALSE(memory.create(10, false, false));
     EXPECT_EQ(memory.error(), EACCES);
     QFile::remove(localObject);

@@ -1,7 +1,8 @@
-#include "shared/platform/disk_health_linux.h"
-#include "shared/platform/machine_linux.h"
-#include "shared/platform/memory_linux.h"
-#include "shared/platform/processor_time_linux.h"
+#include "shared/platform/linux/disk_health.h"
+#include "shared/platform/linux/machine.h"
+#include "shared/platform/linux/memory.h"
+#include "shared/platform/linux/processor_time.h"
+#include "shared/platform/linux/user.h"
 #include "shared/system/environment.h"
 #include "shared/system/identity.h"
 #include "shared/system/sys_info.h"
@@ -72,7 +73,9 @@ TEST(IdleTimeOnLinux, IsAveragedOverTheProcessors)
     EXPECT_EQ(sample->idle, 230 * 100000);
     EXPECT_EQ(sample->time, 300 * 100000);
     for (char const * damaged : {"", "cpu", "cpu  1 2 3 4 5 6 7\ncpu0 1", "cpu 1 2 3 4 5 6 7 8\n",
-                                 "intr 1 2 3 4 5 6 7 8\ncpu0 1", "cpu 1 2 x 4 5 6 7 8\ncpu0 1"})
+                                 "intr 1 2 3 4 5 6 7 8\ncpu0 1", "cpu 1 2 x 4 5 6 7 8\ncpu0 1",
+                                 "cpu 9223372036854775807 1 3 4 5 6 7 8\ncpu0 1",
+                                 "cpu 90000000000000 90000000000000 3 4 5 6 7 8\ncpu0 1"})
         EXPECT_FALSE(idleSampleOf(damaged, 100).has_value()) << damaged;
 }
 
@@ -225,18 +228,39 @@ TEST(SysInfoOnLinux, SaysRawCounters)
     EXPECT_GT(number(6), 0);
 }
 
+TEST(UsersOnLinux, BeginAtTheIdOfTheSystemsDefinitions)
+{
+    EXPECT_EQ(firstUserId("# UID_MIN 1\nSYS_UID_MIN 101\nUID_MIN\t\t  500\nUID_MAX 60000\n"), 500u);
+    EXPECT_EQ(firstUserId("UID_MIN many"), 1000u);
+    EXPECT_EQ(firstUserId(""), 1000u);
+}
+
 TEST(SysInfoOnLinux, FindsTheOwnerOfTheDesktop)
 {
     QTemporaryDir dir;
     QString const shell = dir.path() + u"/sway"_q;
     ASSERT_TRUE(QFile::copy(QStandardPaths::findExecutable(u"sleep"_q), shell));
+    auto const info = std::make_unique<_oxSysInfo>();
+    QString const before = info->guiUser();
     QProcess desktop, id;
     desktop.start(shell, {u"60"_q});
     ASSERT_TRUE(desktop.waitForStarted());
     id.start(u"id"_q, {u"-un"_q});
     ASSERT_TRUE(id.waitForFinished());
-    auto const info = std::make_unique<_oxSysInfo>();
-    EXPECT_EQ(info->guiUser(), QString::fromUtf8(id.readAll()).trimmed());
+    bool const isSystemAccount = ::geteuid() < 1000;
+    EXPECT_EQ(info->guiUser(),
+              isSystemAccount ? before : QString::fromUtf8(id.readAll()).trimmed());
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::chmod(dir.path().toStdString().c_str(), 0755), 0);
+        QProcess users;
+        users.start(u"setpriv"_q, {u"--reuid=65534"_q, u"--clear-groups"_q, shell, u"60"_q});
+        ASSERT_TRUE(users.waitForStarted());
+        for (int i = 0; i < 200 && info->guiUser() == before; ++i)
+            oxSleep(10);
+        EXPECT_EQ(info->guiUser(), u"nobody"_q);
+        users.kill();
+        users.waitForFinished();
+    }
     desktop.kill();
     desktop.waitForFinished();
 }

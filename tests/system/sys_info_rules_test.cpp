@@ -1,4 +1,4 @@
-#include "shared/platform/storage_descriptor.h"
+#include "shared/platform/windows/storage_descriptor.h"
 #include "shared/system/os_error.h"
 #include "shared/system/smart_table.h"
 #include "shared/system/sys_info_rules.h"
@@ -39,7 +39,8 @@ TEST(SystemName, FollowsTheFarmsTable)
         {version(6, 1, 1, true), "Win7_sp1", 71, 4},
         {version(6, 1, 0), "Server2008R2_sp0", 70, 4},
         {version(6, 2, 0), "Win8_sp0", 70, 5},
-        {version(10, 0, 0, true), "10.0_sp0", 0, 0},
+        {version(6, 3, 0), "6.3_sp0", 70, 5},
+        {version(10, 0, 12, true), "10.0_sp12", 79, 5},
         {version(4, 0, 6), "4.0_sp6", 6, 0},
         {version(5, 3, std::numeric_limits<unsigned>::max()), "5.3_sp4294967295", 9, 0},
         {{u"Debian GNU/Linux 12", 6, 1, 0, true, 0}, "Debian GNU/Linux 12", 0, 0},
@@ -150,8 +151,9 @@ TEST(DesktopUser, IsTheLastOneWhoMayBeLookedUp)
     };
     for (auto const & [processes, user] : cases) {
         QString const found = desktopUser(
-            static_cast<int>(processes.size()), [&](int i) { return processes[i] != u"-"_q; },
-            [&](int i) { return processes[i]; });
+            static_cast<int>(processes.size()),
+            [&list = processes](int i) { return list[i] != u"-"_q; },
+            [&list = processes](int i) { return list[i]; });
         EXPECT_EQ(found, QLatin1String(user)) << processes.join(u' ').toStdString();
     }
 }

@@ -1,4 +1,4 @@
-#include "shared/platform/registry_windows.h"
+#include "shared/platform/windows/registry.h"
 #include "shared/system/identity.h"
 #include "shared/system/sys_info.h"
 

@@ -120,6 +120,13 @@ TEST_P(TransportEncoding, DecodesFloodsOfMarkersToAnEnd)
     EXPECT_EQ(GetParam().decode(marker), QString());
     for (QString const & piece : {marker, marker + u">"_q, marker + u" \u00E9>"_q})
         EXPECT_LT(GetParam().decode(piece.repeated(2000) + u">>"_q).size(), 20000);
+    // A decoder that takes quadratic time does not see the end of these.
+    int const many = 200000;
+    QString const nested = marker.repeated(many);
+    for (QString const & text :
+         {nested, nested + u">"_q.repeated(many), nested + u"\u00C3\u00A9ab>"_q.repeated(many),
+          marker.chopped(1).repeated(many) + marker + u"\0006Z>"_q.repeated(many)})
+        EXPECT_LT(GetParam().decode(text).size(), text.size());
     EXPECT_EQ(GetParam().decode(marker.left(3) + marker + u">"_q + marker.mid(3) + u">x"_q),
               u"x"_q);
 }
@@ -150,11 +157,35 @@ TEST(Uni16Runs, HaveTheFormatTheFarmReads)
               u"<UNI16\0a\0\n\u0004\u0010> <UNI16\u0020\u00AC>"_q);
     EXPECT_EQ(oxFromOXUni16(u"<uni16 \u0004\u0010>"_q), u"\u0410"_q);
     EXPECT_EQ(oxFromOXUni16(u"<UNI16 \u0004>\u0004\u0010\u0004>>"_q), u"\u043E\u0410\u043E"_q);
+    EXPECT_EQ(oxFromOXUni16(u"<UNI16 \u0004>>"_q), u"\u043E"_q)
+        << "padded, and low byte at its end";
     EXPECT_EQ(oxFromOXUni16(u"<UNI16\u0004\u0010\u0004>"_q), u"\u0410"_q);
     EXPECT_EQ(oxFromOXUni16(u"<UNI16\u0004\u0010></b> x"_q), u"\u0410</b> x"_q);
     EXPECT_EQ(oxFromOXUni16(u"<UNI16 \u0004\u0010> <UNI16 \u0004\u0011>"_q), u"\u0410 \u0411"_q);
     EXPECT_EQ(oxFromOXUni16(u"<UNI16\u0004>>/<UNI16\u0004\u0010>x"_q), u"\u043E/\u0410x"_q);
     EXPECT_EQ(oxFromOXUni16(u"<UNI16\u0004\u0010\u0004\u0011x"_q), u"\u0410\u0411x"_q);
+}
+
+/// Every letter that a 16-bit run can carry, alone and behind a letter whose low byte is ">".
+TEST(Uni16Runs, RoundTripInMarkupAndPaths)
+{
+    std::pair<QString, QString> const places[] = {
+        {u"<shot name=\""_q, u"\" camera=\"main\"/>"_q},
+        {u"<shot>"_q, u"</shot>\n<shot/>"_q},
+        {u"D:\\jobs\\"_q, u"\\<FN>.exr"_q},
+        {u"/jobs/"_q, u"/a>b c"_q},
+        {u""_q, u"\tx>\r\n>"_q},
+    };
+    for (unsigned letter = 0x100; letter <= 0xFFFF; ++letter) {
+        if (letter >> 8 == '>')
+            continue;
+        for (QString const & word : {QString(QChar(static_cast<ushort>(letter))),
+                                     QChar(static_cast<ushort>(letter)) + u"\u043E"_q}) {
+            QString const run = oxToOXUni16(word, false);
+            for (auto const & [before, behind] : places)
+                ASSERT_EQ(oxFromOXUni16(before + run + behind), before + word + behind) << letter;
+        }
+    }
 }
 
 TEST(XmlText, EscapesAndUnescapes)

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <compare>
 #include <cstring>
 #include <iterator>
 #include <map>
@@ -278,6 +279,27 @@ TYPED_TEST(FixedStringCommon, KeepsItsMemoryImage)
     EXPECT_EQ(text(s), "xx");
 }
 
+/// The place is a volatile pointer, so that the compiler does not know what is constructed there:
+/// to it, what an object's memory held before means nothing.
+TYPED_TEST(FixedStringCommon, NeverWritesTheSpareByte)
+{
+    using S = TypeParam;
+    alignas(S) unsigned char memory[sizeof(S)];
+    unsigned char * volatile place = memory;
+    auto const expectUntouched = [&place](auto const & construct) {
+        std::memset(place, 0x5A, sizeof(S));
+        construct(place);
+        for (std::size_t i = sizeof(S::value); i < offsetof(S, length); ++i)
+            EXPECT_EQ(place[i], 0x5A) << i;
+    };
+    S const other("abc");
+    expectUntouched([](void * at) { new (at) S; });
+    expectUntouched([](void * at) { new (at) S(); });
+    expectUntouched([](void * at) { new (at) S{}; });
+    expectUntouched([](void * at) { new (at) S("abc"); });
+    expectUntouched([&other](void * at) { new (at) S(other); });
+}
+
 /// A length from a foreign packet may claim anything; the address sanitizer watches the edges.
 TYPED_TEST(FixedStringCommon, StaysInsideTheObjectWhenTheLengthLies)
 {
@@ -374,6 +396,48 @@ TYPED_TEST(FixedStringCommon, AgreesWithAPlainReference)
         if (this->HasFailure())
             return;
     }
+}
+
+template <typename A, typename B>
+void expectComparesAs(A const & a, B const & b, std::strong_ordering expected)
+{
+    SCOPED_TRACE(testing::Message() << a << " / " << b);
+    EXPECT_TRUE((a <=> b) == expected && (b <=> a) == 0 <=> expected);
+    EXPECT_TRUE((a == b) == (expected == 0) && (b == a) == (expected == 0));
+    EXPECT_TRUE((a != b) == (expected != 0) && (b != a) == (expected != 0));
+}
+
+TYPED_TEST(FixedStringCommon, ComparesWithOtherCapacitiesInEitherOrder)
+{
+    using S = TypeParam;
+    auto const compare = []<typename Other>(Other) {
+        using std::strong_ordering;
+        S const full = fill<S>('x');
+        expectComparesAs(full, Other(full.c_str()), strong_ordering::equal);
+        expectComparesAs(full, Other(full.c_str()) += 'y', strong_ordering::less);
+        expectComparesAs(S("b"), Other("abc"), strong_ordering::greater);
+        expectComparesAs(S(), Other(), strong_ordering::equal);
+        S latin1;
+        Other sameLatin1;
+        expectComparesAs(latin1 = "\xE9", sameLatin1 = "\xE9", strong_ordering::equal);
+        expectComparesAs(latin1, sameLatin1 = "\xEA", strong_ordering::less);
+        if constexpr (sizeof(typename Other::Unit) == 2) {
+            expectComparesAs(S("b"), Other(QStringLiteral("\u0161")), strong_ordering::greater);
+            expectComparesAs(S("a"), Other(QStringLiteral("\u0161")), strong_ordering::less);
+        }
+    };
+    compare(_oxString8_evenSize<3000>());
+    compare(_oxString8_UnevenSize<2501>());
+    compare(_oxString<2501>());
+    struct Derived : S {
+        using S::S;
+    };
+    expectComparesAs(Derived("a"), S("a"), std::strong_ordering::equal);
+
+    std::string const longer(static_cast<std::size_t>(S::capacity()) + 1, 'x');
+    EXPECT_TRUE(fill<S>('x') != longer.c_str() && fill<S>('x') < longer.c_str());
+    char const * const null = nullptr;
+    EXPECT_TRUE(S("a") > null && S() != null);
 }
 
 TYPED_TEST(FixedStringCommon, WorksInContainersAndStreams)

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <initializer_list>
 #include <sstream>
 #include <string>
@@ -29,6 +30,10 @@ TEST(FixedString, WidensBytesInTwoWays)
     EXPECT_EQ(Wide().add(text).view(), latin1);
     EXPECT_TRUE(s == text);
     EXPECT_FALSE(Wide(text) == text);
+    EXPECT_EQ((s = std::string(text)).view(), latin1);
+    EXPECT_EQ(Wide().add(std::string_view(text)).view(), latin1);
+    EXPECT_EQ(Wide("x").add(_oxString8_evenSize<8>("af\xE9")).view(), u"xaf\u00E9");
+    EXPECT_EQ(Wide("12345678").add(_oxString8_UnevenSize<7>("abc")).size(), 10);
     EXPECT_TRUE(s.contains("F\xE9") && s.endsWith("F\xE9") && s.startsWithCaseSen(text));
 }
 
@@ -52,6 +57,13 @@ TEST(FixedString, TakesUnitsInEveryForm)
     EXPECT_EQ((s = null).size(), 0);
     EXPECT_EQ(Wide(null).size() + Wide(null, 3).size(), 0);
     EXPECT_FALSE(s.startsWith(null) || s.endsWith(null) || s.startsWithCaseSen(null));
+    EXPECT_EQ(Wide("x").combined(units).combined(null).view(), u"xa\u0141C");
+    EXPECT_FALSE(Wide() == null);
+    EXPECT_TRUE(Wide() != null && Wide("a") > null);
+    unsigned short longer[12] = {};
+    std::fill_n(longer, 11, 'x');
+    Wide const cut(longer);
+    EXPECT_TRUE(cut.size() == 10 && cut != longer && cut < longer && cut == longer + 1);
 }
 
 TEST(FixedString, OrdersByTheBytesOfItsImage)

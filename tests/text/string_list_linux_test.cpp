@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <cstring>
 #include <fstream>
+#include <new>
+#include <utility>
 
 #include <sys/resource.h>
 
@@ -54,6 +58,62 @@ TEST(StringList, IsEmptyAndUsableAfterMemoryRanOut)
         EXPECT_EQ(list.count(), 5000) << "the block was given back";
     }
     EXPECT_EQ(large.count(), 40000);
+}
+
+/// Takes all memory that the process may have, down to small pieces.
+class Hoarder
+{
+  public:
+    Hoarder()
+    {
+        for (std::size_t size = 1 << 20; size >= sizeof(Piece); size /= 2) {
+            while (void * const memory = std::malloc(size))
+                last_ = new (memory) Piece{last_};
+        }
+    }
+    ~Hoarder()
+    {
+        while (last_)
+            std::free(std::exchange(last_, last_->before));
+    }
+    Hoarder(Hoarder const &) = delete;
+
+  private:
+    struct Piece {
+        Piece * before;
+    };
+    Piece * last_ = nullptr;
+};
+
+TEST(StringList, SortsWithoutMemory)
+{
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the address sanitizer does not run under a limit of memory";
+#endif
+    int const count = 3000;
+    _oxStringList list;
+    for (int i = 0; i < count; ++i) {
+        list.append(QString::number(i * 7919 % count / 2), false, false);
+        const_cast<_oxStringList::Entry &>(list[i]).value[400] = static_cast<unsigned short>(i);
+    }
+    for (bool const descending : {false, true}) {
+        _oxStringList expected = list;
+        expected.sort(descending);
+        _oxStringList sorted = list;
+        bool hadMemory = true;
+        {
+            MemoryLimit const limit(0);
+            Hoarder const hoarder;
+            void * const memory = std::malloc(16 * count);
+            hadMemory = memory;
+            std::free(memory);
+            sorted.sort(descending);
+        }
+        EXPECT_FALSE(hadMemory);
+        ASSERT_EQ(sorted.count(), count);
+        for (int i = 0; i < count; ++i)
+            ASSERT_TRUE(std::memcmp(&sorted[i], &expected[i], sizeof sorted[i]) == 0) << i;
+    }
 }
 
 } // namespace

@@ -1,10 +1,13 @@
 #include "shared/text/string_list.h"
 
+#include <QDebug>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -116,6 +119,16 @@ TEST(StringList, CopiesByteForByte)
     EXPECT_EQ(joined(moved), "a b c d e ");
     list = _oxStringList(_oxStringList());
     EXPECT_TRUE(list.isEmpty());
+}
+
+TEST(StringList, Prints)
+{
+    QString debug;
+    QDebug(&debug).nospace() << listOf({"a", QStringLiteral("\u20AC")}) << _oxStringList();
+    std::ostringstream stream;
+    stream << listOf({"a", QStringLiteral("\u20AC")}) << _oxStringList();
+    EXPECT_EQ(stream.str(), "(\"a\", \"\xE2\x82\xAC\")()");
+    EXPECT_EQ(debug.toStdString(), stream.str());
 }
 
 TEST(StringList, Sorts)

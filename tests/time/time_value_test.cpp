@@ -2,7 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <QDebug>
+#include <QSet>
+
 #include <limits>
+#include <sstream>
+#include <unordered_set>
 
 namespace
 {
@@ -119,6 +124,38 @@ TEST(TimeValue, SettlesTheHoursAroundDaylightSaving)
     }
 }
 
+TEST(TimeValue, StaysInTheDayWhoseHourIsSkipped)
+{
+    SKIP_WITHOUT_DAYLIGHT_SAVING();
+    struct {
+        char const * zone;
+        QDate day;                                                         ///< begins at 01:00
+    } const cases[] = {{"EET-2EEST,M3.5.0/0,M10.5.0/0", {2026, 3, 29}},    // Beirut
+                       {"CST5CDT,M3.2.0/0,M11.1.0/1", {2026, 3, 8}},       // Havana
+                       {"<-04>4<-03>,M9.1.6/24,M4.1.6/24", {2026, 9, 6}}}; // Santiago
+    for (auto const & c : cases) {
+        TimeZone const zone(c.zone);
+        _oxTime date, qtDate, minutes, before, after;
+        date.fromDate(c.day.day(), c.day.month(), c.day.year());
+        qtDate = c.day;
+        minutes = QDateTime(c.day, QTime(0, 30));
+        before = c.day.addDays(-1);
+        after = c.day.addDays(1);
+        EXPECT_EQ(QDate(date), c.day) << c.zone;
+        EXPECT_EQ(date.asStringHourMin(), QLatin1String("01:00"));
+        EXPECT_EQ(qtDate, date);
+        EXPECT_EQ(minutes.value, date.value + 30 * 60);
+        EXPECT_EQ(date.value - before.value, 24 * 3600);
+        EXPECT_EQ(after.value - date.value, 23 * 3600);
+    }
+    TimeZone const zone(berlin);
+    _oxTime skipped;
+    skipped.fromDateTime(0, 30, 2, 29, 3, 2026);
+    EXPECT_EQ(skipped.asString(), QLatin1String("03.29 03:30.00"));
+    skipped.fromDateTime(0, 30, 26, 28, 3, 2026);
+    EXPECT_EQ(skipped.asString(), QLatin1String("03.29 03:30.00"));
+}
+
 TEST(TimeValue, MovesDatesIntoRange)
 {
     TimeZone const zone(berlin);
@@ -225,6 +262,38 @@ TEST(TimeValue, WaitsForDeadlines)
     EXPECT_TRUE(start.waitTimeIsOver(10, true, nullptr));
     EXPECT_NEAR(start.waitTimeDifference(50, nullptr), 50, 2);
     EXPECT_FALSE(start.waitTimeIsOver(highest, true, nullptr));
+}
+
+TEST(TimeValue, PrintsIsoTimesAndHashesEverySecond)
+{
+    std::pair<__int64, char const *> const cases[] = {
+        {winter + 7, "2026-01-15T12:00:07Z"},   {-1, "1969-12-31T23:59:59Z"},
+        {-62167219200, "0000-01-01T00:00:00Z"}, {-62167219201, "@-62167219201"},
+        {253402300799, "9999-12-31T23:59:59Z"}, {253402300800, "@253402300800"},
+        {lowest, "@-9223372036854775808"},      {highest, "@9223372036854775807"},
+    };
+    TimeZone const zone(kolkata);
+    for (auto const & [seconds, expected] : cases) {
+        std::ostringstream stream;
+        stream << utc(seconds);
+        EXPECT_EQ(stream.str(), expected);
+        QString debug;
+        QDebug(&debug).nospace() << utc(seconds);
+        EXPECT_EQ(debug, QLatin1String(expected));
+    }
+    _oxTime32 const narrow{static_cast<unsigned>(summer)};
+    QString debug;
+    QDebug(&debug).nospace() << narrow << '/' << utc(summer);
+    std::ostringstream stream;
+    stream << narrow << '/' << utc(summer);
+    EXPECT_EQ(debug, QLatin1String("2026-07-15T12:00:00Z/2026-07-15T12:00:00Z"));
+    EXPECT_EQ(debug.toStdString(), stream.str());
+
+    EXPECT_NE(qHash(utc(summer)), qHash(utc(summer + 1)));
+    EXPECT_EQ((QSet<_oxTime>{utc(1), utc(2), utc(1)}.size()), 2);
+    EXPECT_EQ((QSet<_oxTime32>{{1}, {2}, {1}}.size()), 2);
+    EXPECT_EQ((std::unordered_set<_oxTime>{utc(1), utc(2), utc(1)}.size()), 2u);
+    EXPECT_EQ((std::unordered_set<_oxTime32>{{1}, {2}, {1}}.size()), 2u);
 }
 
 TEST(TimeValue, SurvivesEveryNumber)

@@ -114,7 +114,7 @@ TEST_F(Copying, NoFaultLeavesAHalfFile)
                              "$0" cp a disk/b; "$0" cp a disk/b --pause 0; "$0" resume a disk/b
                              ls -A disk' "$0")sh"),
                   (QStringList{start + QString(oxLastOSError(ENOSPC)),
-                               start + text("The copy had 1048576 of 2097155 bytes."),
+                               start + QString(oxLastOSError(ENOSPC)),
                                start + QString(oxLastOSError(ENOSPC))}));
     } else {
         std::puts("A full disk is not tested: mounting one in a name space is not allowed.");
@@ -122,10 +122,61 @@ TEST_F(Copying, NoFaultLeavesAHalfFile)
     if (sizeof(void *) == 4 || !works("fiu-run -x \"$0\" layout"))
         GTEST_SKIP() << "fiu-run is needed, which makes calls of 64-bit programs fail (package "
                         "fiu-utils); it does not go together with sanitizers";
-    EXPECT_EQ(shell(R"(mkdir -p disk; ! fiu-run -x -c "enable name=posix/stdio/rw/fread" \
-                           "$0" cp a disk/b --pause 0
+    // The second piece, and the closing at which a share reports a full disk.
+    EXPECT_EQ(
+        shell(R"(mkdir -p disk
+                       for fault in io/rw/write,failinfo=28 io/rw/read,failinfo=5 io/oc/close,failinfo=28; do
+                           ! fiu-run -x -c "enable name=posix/$fault" "$0" cp a disk/b --pause 0
+                       done
                        ls -A disk)"),
-              QStringList(start + text("The copy had 0 of 2097155 bytes.")));
+        (QStringList{start + QString(oxLastOSError(ENOSPC)), start + QString(oxLastOSError(EIO)),
+                     start + QString(oxLastOSError(ENOSPC))}));
+}
+
+TEST_F(Copying, KeepsTheModeOfTheFileThatItReplaces)
+{
+    EXPECT_EQ(shell(R"sh(echo content >in; "$0" pack in packed >/dev/null
+                         set -- cp.in.b "cp.--pause.0.in.b" pack.in.b unpack.packed.--out.b \
+                                refresh.packed.--out.b
+                         for command; do
+                             echo old >b; chmod 640 b
+                             (IFS=.; "$0" $command >/dev/null); stat -c %a b
+                         done)sh"),
+              (QStringList{text("640"), text("640"), text("640"), text("640"), text("640")}));
+}
+
+TEST_F(Copying, RemovesWhatAKilledOneLeftAndNothingThatIsInUse)
+{
+    QStringList const slowly = {text("cp"), from, to, text("--pause"), text("100000")};
+    ToolRun killed(slowly);
+    EXPECT_TRUE(killed.waitUntil([this] { return isHalfDone(); }));
+    killed.send("KILL");
+    EXPECT_EQ(killed.status(), 128 + 9);
+    EXPECT_EQ(share.names().size(), 2);
+    ToolRun running(slowly);
+    EXPECT_TRUE(running.waitUntil([this, first = share.names()] {
+        QStringList const names = share.names();
+        return names.size() == 2 && names != first && isHalfDone();
+    }));
+    ToolRun other({text("cp"), from, share.path(text("c"))});
+    EXPECT_EQ(other.status(), 0);
+    EXPECT_EQ(share.names().size(), 3); // the source, the other copy, and the half one
+    running.send("INT");
+    EXPECT_EQ(running.status(), 130);
+    EXPECT_EQ(share.names(), (QStringList{text("a"), text("c")}));
+}
+
+TEST_F(Copying, RefusesAsRootTheLinkOfAnotherUser)
+{
+    if (!works("test $(id -u) = 0 && ln -s b link && chown -h 65534 link"))
+        GTEST_SKIP() << "it takes root to make such a link";
+    QString const refusal = QString(oxLastOSError(EACCES));
+    EXPECT_EQ(shell(R"sh(echo 1 >b; echo 12 >log; ! "$0" cp a link; ! "$0" resume log link; cat b
+                         chown -h 0 link; "$0" resume log link; cat b)sh"),
+              (QStringList{
+                  text("oxtool: link cannot be written. ") + refusal,
+                  text("oxtool: link has 2 of 3 bytes. Cannot open dest. file;Permission denied"),
+                  text("1"), text("added            1 bytes to link, now 3 bytes"), text("1")}));
 }
 
 TEST_F(Copying, ResumesWhereTheTargetEnds)

@@ -5,6 +5,7 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QProcess>
 
 namespace
 {
@@ -12,6 +13,12 @@ namespace
 QStringList inspect(QString const & file)
 {
     return {QStringLiteral("inspect"), file, QStringLiteral("--json")};
+}
+
+QString crc64Of(ToolRun && run)
+{
+    QJsonValue const file = run.json().value(QStringLiteral("files")).toArray().at(0);
+    return file.toObject().value(QStringLiteral("crc64")).toString();
 }
 
 QString hex(quint64 value, int digits)
@@ -61,6 +68,33 @@ TEST(Inspect, ShowsBothChecksumsOfADamagedFileAndFails)
     }
 }
 
+TEST(Inspect, CallsNothingDamagedThatItCannotRead)
+{
+    Share const share;
+    ToolRun run(inspect(share.writeSparse(QStringLiteral("large"), qint64{800} << 20)));
+    EXPECT_EQ(run.status(), 1);
+    EXPECT_TRUE(run.json().value(QStringLiteral("intact")).isNull());
+    EXPECT_TRUE(run.errors().contains(QLatin1String("Unable to allocate memory")));
+}
+
+TEST(Pack, GivesTheSystemsReasonWhenTheDiskIsFull)
+{
+    Share const share;
+    for (char const * format : {"db", "zp", "ns", "gz"}) {
+        QProcess process;
+        process.start(QStringLiteral("sh"),
+                      {QStringLiteral("-c"),
+                       QStringLiteral("trap '' XFSZ; ulimit -f 1; exec \"$0\" pack \"$@\""),
+                       QStringLiteral(OX_TOOL), goldenPath("binary.raw"),
+                       share.path(QStringLiteral("out")), QStringLiteral("--format"),
+                       QString::fromLatin1(format)});
+        ASSERT_TRUE(process.waitForFinished());
+        EXPECT_EQ(process.exitCode(), 1) << format;
+        EXPECT_TRUE(process.readAllStandardError().contains("File too large")) << format;
+        EXPECT_EQ(share.names(), QStringList()) << format;
+    }
+}
+
 TEST(Pack, WritesWhatUnpackAndOtherProgramsRead)
 {
     QByteArray const payload = golden("binary.raw");
@@ -87,6 +121,31 @@ TEST(Pack, WritesWhatUnpackAndOtherProgramsRead)
                        QStringLiteral(OX_TOOL), file, goldenPath("binary.raw")});
         through.waitForFinished();
         EXPECT_EQ(through.exitCode(), 0) << format;
+    }
+}
+
+TEST(Pack, ReadsTheStandardInput)
+{
+    QByteArray const payload = QByteArray("\x1A\r\nline\n\0", 9).repeated(400000);
+    for (char const * input : {"-", "/dev/stdin"}) {
+        Share const share;
+        QString const packed = share.path(QStringLiteral("packed"));
+        ToolRun pack({QStringLiteral("pack"), QString::fromLatin1(input), packed});
+        pack.sendInput(payload);
+        EXPECT_EQ(pack.status(), 0) << pack.errors().toStdString();
+        EXPECT_EQ(contentOf(packed).mid(36), payload) << input;
+
+        ToolRun empty({QStringLiteral("pack"), QString::fromLatin1(input), packed});
+        empty.sendInput({});
+        EXPECT_EQ(empty.status(), 1);
+        EXPECT_TRUE(empty.errors().contains(QLatin1String("is empty"))) << input;
+
+        ToolRun sums({QStringLiteral("crc"), QString::fromLatin1(input), QStringLiteral("--json")});
+        sums.sendInput(golden("binary.raw"));
+        EXPECT_EQ(crc64Of(std::move(sums)),
+                  crc64Of(ToolRun(
+                      {QStringLiteral("crc"), goldenPath("binary.raw"), QStringLiteral("--json")})))
+            << input;
     }
 }
 

@@ -81,6 +81,44 @@ TEST(Lock, PassesStopRequestsToTheCommandAndWaitsForItsEnd)
     }
 }
 
+TEST(Lock, DoesNotCallALockFreeThatItCannotLookAt)
+{
+    Share const share;
+    for (QString const & file :
+         {share.path(QStringLiteral("missing/farm.ini")), QStringLiteral("P:\\jobs\\farm.ini"),
+          QStringLiteral("\\\\farm\\share\\farm.ini")}) {
+        ToolRun run({QStringLiteral("lock"), QStringLiteral("--status"), file});
+        EXPECT_EQ(run.status(), 1);
+        EXPECT_EQ(run.output(), QString());
+        EXPECT_TRUE(run.errors().contains(QLatin1String("No such file or directory")))
+            << run.errors().toStdString();
+    }
+}
+
+TEST(Lock, ReportsWhatItCouldNotRemove)
+{
+    Share const share;
+    auto const runs = [&](char const * script) {
+        return QProcess::execute(QStringLiteral("sh"),
+                                 {QStringLiteral("-c"), QString::fromLatin1(script),
+                                  QStringLiteral(OX_TOOL),
+                                  share.write(QStringLiteral("job"), golden("small.oxdb"))}) == 0;
+    };
+    if (sizeof(void *) == 4 || !runs("fiu-run -x \"$0\" layout >/dev/null"))
+        GTEST_SKIP() << "fiu-run is needed, which makes calls of 64-bit programs fail (package "
+                        "fiu-utils); it does not go together with sanitizers";
+    for (char const * command : {"refresh \"$1\"", "lock \"$1\" -- true"}) {
+        std::string const script =
+            std::string(R"(busy() { fiu-run -x -c "enable name=posix/io/dir/unlink,failinfo=16" \
+                                            -c "enable name=posix/io/dir/rename,failinfo=16" "$@"; }
+                           errors=$(busy "$0" )") +
+            command + R"( 2>&1 >/dev/null)
+                      [ $? = 1 ] && rm "$1"_lock.txt && case $errors in
+                      *"cannot remove the lock file '$1_lock.txt': Error 16: "*) ;; *) false;; esac)";
+        EXPECT_TRUE(runs(script.c_str())) << command;
+    }
+}
+
 TEST(Lock, TellsWhoHoldsItAndWhetherTheHolderLives)
 {
     Share const share;

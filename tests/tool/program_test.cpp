@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QFile>
 #include <QJsonArray>
 #include <QRegularExpression>
 
@@ -76,10 +77,75 @@ TEST(Program, BearsAReaderThatGoesAwayAndTellsOfAFullDisk)
     EXPECT_TRUE(full.endsWith(QLatin1String("status 1\n")));
 }
 
-TEST(Program, ShowsProgressOnATerminalOnly)
+TEST(Program, WorksWithoutStandardStreams)
 {
     Share const share;
-    QString const file = share.path(QStringLiteral("farm.ini"));
+    QString const file = share.write(QStringLiteral("file"), "content");
+    EXPECT_EQ(shell("\"$0\" lock \"$1\" -- true >&-; echo status $?;"
+                    "\"$0\" cp \"$1\" \"$1.copy\" >&- 2>&- <&-; echo status $?; cat \"$1.copy\";"
+                    "\"$0\" pack \"$1\" \"$1.db\" >&- && \"$0\" unpack \"$1.db\" 2>&1 >&-; echo $?",
+                    {file}),
+              QStringLiteral("status 0\nstatus 0\ncontentoxtool: The output cannot be written. "
+                             "Error 9: Bad file descriptor.\n1\n"));
+}
+
+TEST(Program, WritesNoControlCharacterOfATextFromOutside)
+{
+    QString const hostile = QStringLiteral("a\u001B[2J\n\u009B2J\u202Eb\u2028\U000E0001");
+    QString const shown =
+        QStringLiteral("a\\u001B[2J\\u000A\\u009B2J\\u202Eb\\u2028\\uDB40\\uDC01");
+    Share const share;
+    QString const file = share.write(hostile, "content");
+    QFile lockFile(file + QStringLiteral("_lock.txt"));
+    ASSERT_TRUE(lockFile.open(QIODevice::WriteOnly));
+    lockFile.write(hostile.toUtf8());
+    lockFile.close();
+    for (QStringList const & command :
+         {QStringList{QStringLiteral("ls"), share.path()},
+          QStringList{QStringLiteral("crc"), file, file + QStringLiteral("none")},
+          QStringList{QStringLiteral("cp"), file, file + QStringLiteral("copy")},
+          QStringList{QStringLiteral("inspect"), file},
+          QStringList{QStringLiteral("replace"), file, QStringLiteral("x"), QStringLiteral("y")},
+          QStringList{QStringLiteral("refresh"), file, QStringLiteral("--timeout"),
+                      QStringLiteral("0")},
+          QStringList{QStringLiteral("lock"), QStringLiteral("--status"), file},
+          QStringList{QStringLiteral("sync"), file, file + QStringLiteral("master")}}) {
+        ToolRun run(command);
+        run.status();
+        QString text = run.output() + run.errors();
+        EXPECT_TRUE(text.contains(shown)) << command[0].toStdString() << text.toStdString();
+        EXPECT_FALSE(text.remove(u'\n').contains(
+            QRegularExpression(QStringLiteral("[\\p{C}\\p{Zl}\\p{Zp}]"))))
+            << command[0].toStdString() << text.toStdString();
+    }
+    EXPECT_TRUE(ToolRun({hostile}).errors().contains(QStringLiteral("a\\u001B[2J")));
+    ToolRun list({QStringLiteral("ls"), file, QStringLiteral("--json")});
+    EXPECT_EQ(list.json().value(QStringLiteral("path")), file);
+    EXPECT_FALSE(list.output().contains(QChar(0x9B))) << list.output().toStdString();
+}
+
+TEST(Program, DoesWithoutThreadsOrFailsBeforeItBegins)
+{
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the address sanitizer needs more memory than the test allows";
+#endif
+    // A thread's stack is larger than the memory that the process may have.
+    Share const share;
+    QString const file = share.write(QStringLiteral("file"), "content");
+    EXPECT_EQ(shell("ulimit -Ss 4000000; ulimit -v 2000000; \"$0\" crc \"$1\" >/dev/null; "
+                    "echo status $?; \"$0\" cp \"$1\" \"$1.copy\"; echo status $?",
+                    {file}),
+              QStringLiteral("status 0\noxtool: cannot start a thread for stop requests: Error 11: "
+                             "Resource temporarily unavailable.\nstatus 1\n"));
+    EXPECT_EQ(share.names(), QStringList(QStringLiteral("file")));
+}
+
+TEST(Program, ShowsProgressOnATerminalOnlyAndInOneLineOfIt)
+{
+    // Each of these letters takes two columns, the marks none.
+    QString const wideName = QStringLiteral("\u65E5\u672C\U0001F600\u0301").repeated(10);
+    Share const share;
+    QString const file = share.path(wideName);
     ToolRun holder({QStringLiteral("lock"), file, QStringLiteral("--"), QStringLiteral("sh"),
                     QStringLiteral("-c"), QStringLiteral("echo ready; exec sleep 60")});
     ASSERT_TRUE(holder.waitForOutput("ready"));
@@ -87,6 +153,13 @@ TEST(Program, ShowsProgressOnATerminalOnly)
                      .contains(QLatin1String("Waiting")));
     if (shell("script -qec true /dev/null >/dev/null 2>&1; echo $?") != QLatin1String("0\n"))
         GTEST_SKIP() << "there is no pseudo-terminal to be had here";
-    EXPECT_TRUE(shell("script -qec \"'$0' lock '$1' --timeout 1000 -- true\" /dev/null", {file})
-                    .contains(QLatin1String("Waiting for the lock of")));
+    QString const shown = shell(
+        "script -qec \"stty columns 60; '$0' lock '$1' --timeout 1000 -- true\" /dev/null", {file});
+    QRegularExpression const frame(QStringLiteral("\\033\\[K(Waiting for[^\\033]* \\d\\.\\d s)"));
+    QString const line = frame.match(shown).captured(1);
+    EXPECT_TRUE(line.contains(QStringLiteral("..."))) << shown.toStdString();
+    int columns = 0;
+    for (char32_t const letter : line.toStdU32String())
+        columns += letter == 0x301 ? 0 : letter < 0x80 ? 1 : 2;
+    EXPECT_TRUE(columns > 50 && columns < 60) << shown.toStdString();
 }

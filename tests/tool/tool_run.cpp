@@ -11,8 +11,9 @@ constexpr int longestRunMs = 120000;
 
 } // namespace
 
-ToolRun::ToolRun(QStringList const & arguments)
+ToolRun::ToolRun(QStringList const & arguments, QString const & folder)
 {
+    process_.setWorkingDirectory(folder);
     process_.start(QStringLiteral(OX_TOOL), arguments);
     process_.waitForStarted();
 }
@@ -21,6 +22,12 @@ ToolRun::~ToolRun()
 {
     process_.kill();
     process_.waitForFinished();
+}
+
+void ToolRun::sendInput(QByteArray const & input)
+{
+    process_.write(input);
+    process_.closeWriteChannel();
 }
 
 bool ToolRun::waitForOutput(char const * text)

@@ -12,10 +12,12 @@
 class ToolRun
 {
   public:
-    explicit ToolRun(QStringList const & arguments);
+    explicit ToolRun(QStringList const & arguments, QString const & folder = {});
     /// Kills what is still running.
     ~ToolRun();
 
+    /// Writes the whole standard input and closes it.
+    void sendInput(QByteArray const & input);
     /// Waits until the standard output holds a text. False when the program ended before.
     bool waitForOutput(char const * text);
     /// Sends a signal by its name ("TERM").

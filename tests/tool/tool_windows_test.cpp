@@ -108,3 +108,14 @@ TEST(ToolOnWindows, ReplacesInAFileAndNotInAReadOnlyOne)
     EXPECT_EQ(share.names(), QStringList{text("farm.ini")});
     QFile::setPermissions(file, QFile::ReadOwner | QFile::WriteOwner);
 }
+
+TEST(ToolOnWindows, ReadsTheStandardInputAsItIs)
+{
+    QByteArray const payload = QByteArray("\x1A\r\nline\n\0", 9).repeated(400000);
+    Share const share;
+    QString const packed = share.path(text("packed"));
+    ToolRun pack({text("pack"), text("-"), packed});
+    pack.sendInput(payload);
+    EXPECT_EQ(pack.status(), 0) << pack.errors().toStdString();
+    EXPECT_EQ(contentOf(packed).mid(36), payload);
+}

@@ -1,0 +1,230 @@
+#include "oxtool/command_line/command_line.h"
+
+#include "oxtool/support/failure.h"
+#include "oxtool/support/names.h"
+#include "oxtool/support/report.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <limits>
+#include <map>
+#include <sstream>
+
+namespace ox::tool
+{
+
+Range atLeast(int least)
+{
+    return {static_cast<double>(least), std::numeric_limits<int>::max()};
+}
+
+namespace
+{
+
+char const * titleOf(Group group)
+{
+    switch (group) {
+    case Group::BufferFiles:
+        return "Buffer files";
+    case Group::Locks:
+        return "Locks";
+    case Group::Files:
+        return "Files and folders";
+    case Group::Machine:
+        return "The machine";
+    case Group::Diagnosis:
+        return "Diagnosis";
+    }
+    return "";
+}
+
+template <typename... Functions>
+struct Overloaded : Functions... {
+    using Functions::operator()...;
+};
+
+bool isByPosition(Option const & option)
+{
+    return !option.name.starts_with("--");
+}
+
+std::string namesOf(Option const & option)
+{
+    if (option.letter == 0)
+        return option.name;
+    return std::string("-") + option.letter + "," + option.name;
+}
+
+std::string defaultOf(Option const & option)
+{
+    return std::visit(Overloaded{[](int * number) { return std::to_string(*number); },
+                                 [](double * number) {
+                                     std::ostringstream text;
+                                     text << *number;
+                                     return text.str();
+                                 },
+                                 [](std::string * text) { return *text; },
+                                 [](auto const &) { return std::string(); }},
+                      option.target);
+}
+
+/// "Longest wait for the lock (ms, default 10000)"
+std::string helpOf(Option const & option)
+{
+    std::string remark = option.unit;
+    if (option.showsDefault)
+        remark += (remark.empty() ? "default " : ", default ") + defaultOf(option);
+    return remark.empty() ? option.help : option.help + " (" + remark + ")";
+}
+
+std::string footerOf(Command const & command)
+{
+    std::string text = command.details;
+    if (command.examples.empty())
+        return text;
+    text += text.empty() ? "Examples:" : "\n\nExamples:";
+    for (std::string const & example : command.examples)
+        text += "\n  " + example;
+    return text + "\n";
+}
+
+class Parser
+{
+  public:
+    explicit Parser(Program const & program) : app_(program.summary, program.name)
+    {
+        app_.require_subcommand(1);
+        // On Windows, too, an argument such as //farm/share is a path.
+        app_.allow_windows_style_options(false);
+        app_.set_help_all_flag("--help-all", "Print the help of all commands");
+        app_.set_version_flag("--version", program.version);
+        for (Command const & command : program.commands)
+            add(app_, command).group(titleOf(command.group));
+    }
+
+    /// The command to run, or null if there is none; `status` is then the exit status.
+    Command const * parse(std::vector<std::string> arguments, int & status)
+    {
+        std::reverse(arguments.begin(), arguments.end());
+        try {
+            app_.parse(arguments);
+            return chosen_;
+        } catch (CLI::ParseError const & error) {
+            status = answer(error);
+            return nullptr;
+        }
+    }
+
+  private:
+    CLI::App & add(CLI::App & parent, Command const & command)
+    {
+        CLI::App & app = *parent.add_subcommand(command.name, command.summary);
+        app.footer(footerOf(command));
+        std::map<std::string, CLI::Option *> added;
+        for (Option const & option : command.options)
+            added[option.name] = &add(app, option);
+        for (Option const & option : command.options) {
+            if (!option.needs.empty())
+                added[option.name]->needs(added.at(option.needs));
+            if (!option.excludes.empty())
+                added[option.name]->excludes(added.at(option.excludes));
+        }
+        for (Command const & subcommand : command.subcommands)
+            add(app, subcommand);
+        if (!command.subcommands.empty())
+            app.require_subcommand(1);
+        else
+            app.callback([this, &command] { chosen_ = &command; });
+        return app;
+    }
+
+    static CLI::Option & add(CLI::App & app, Option const & option)
+    {
+        CLI::Option & added = declare(app, option);
+        added.description(helpOf(option))->required(option.isRequired);
+        if (!std::holds_alternative<bool *>(option.target))
+            added.type_name(option.valueName);
+        if (option.isHidden)
+            added.group("");
+        if (option.range)
+            added.check(CLI::Range(option.range->least, option.range->most).description(""));
+        if (!option.choices.empty())
+            added.check(CLI::IsMember(option.choices).description(""));
+        return added;
+    }
+
+    static CLI::Option & declare(CLI::App & app, Option const & option)
+    {
+        std::string const names = namesOf(option);
+        auto const once = [](CLI::Option * repeated) {
+            return repeated->type_size(1)->allow_extra_args(false);
+        };
+        return *std::visit(
+            Overloaded{[&](bool * flag) { return app.add_flag(names, *flag); },
+                       [&](std::vector<std::string> * list) {
+                           CLI::Option * const added = app.add_option(names, *list);
+                           return isByPosition(option) ? added : once(added);
+                       },
+                       [&](std::span<int> numbers) {
+                           return app
+                               .add_option_function<std::vector<int>>(
+                                   names,
+                                   [numbers](std::vector<int> const & given) {
+                                       std::copy(given.begin(), given.end(), numbers.begin());
+                                   })
+                               ->expected(static_cast<int>(numbers.size()));
+                       },
+                       [&](ReadValue const & read) {
+                           return once(app.add_option_function<std::vector<std::string>>(
+                               names, [&option, &read](std::vector<std::string> const & texts) {
+                                   for (std::string const & text : texts) {
+                                       if (!read(text))
+                                           throw CLI::ValidationError(option.name,
+                                                                      "'" + text + "' is not " +
+                                                                          option.valueName);
+                                   }
+                               }));
+                       },
+                       [&](auto * value) { return app.add_option(names, *value); }},
+            option.target);
+    }
+
+    std::string textOf(CLI::ParseError const & error) const
+    {
+        // CLI11 reports an unknown command as a missing one.
+        std::vector<std::string> const unknown = app_.remaining();
+        if (!unknown.empty() && app_.get_subcommands().empty())
+            return "unknown command '" + unknown.front() + "'";
+        return error.what();
+    }
+
+    /// Writes the help that was asked for, or what is wrong with the arguments.
+    int answer(CLI::ParseError const & error)
+    {
+        if (error.get_exit_code() != 0) {
+            writeError(fromArgument(textOf(error)));
+            writeError(QStringLiteral("run with --help for more information"));
+            return WrongUse;
+        }
+        std::ostringstream text;
+        app_.exit(error, text, text);
+        std::string const bytes = text.str();
+        writeOutput(bytes.data(), static_cast<qint64>(bytes.size()));
+        return Done;
+    }
+
+    CLI::App app_;
+    Command const * chosen_ = nullptr;
+};
+
+} // namespace
+
+int runCommandLine(Program const & program, std::vector<std::string> arguments)
+{
+    int status = Done;
+    Command const * const command = Parser(program).parse(std::move(arguments), status);
+    return command ? command->run() : status;
+}
+
+} // namespace ox::tool

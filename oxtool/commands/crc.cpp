@@ -1,0 +1,96 @@
+#include "oxtool/commands/commands.h"
+#include "oxtool/support/failure.h"
+#include "oxtool/support/input.h"
+#include "oxtool/support/names.h"
+#include "oxtool/support/progress.h"
+#include "oxtool/support/report.h"
+#include "oxtool/support/running_checksums.h"
+#include "shared/platform/files.h"
+
+#include <QJsonArray>
+
+#include <atomic>
+
+namespace ox::tool
+{
+namespace
+{
+
+struct Options {
+    std::vector<std::string> files;
+    bool json = false;
+};
+
+RunningChecksums checksumsOf(QString const & path)
+{
+    auto const status = platform::fileStatus(nativeName(path));
+    std::atomic<qint64> done = 0;
+    Progress const progress(QStringLiteral("Reading %1").arg(path), status ? status->size : 0,
+                            [&done] { return done.load(); });
+    RunningChecksums sums;
+    readPieces(path, [&](std::span<unsigned char> piece) {
+        sums.add(piece);
+        done = sums.size();
+    });
+    return sums;
+}
+
+QString lineOf(RunningChecksums const & sums, QString const & path)
+{
+    return QStringLiteral("%1  %2  %3  %4  %5  %6")
+        .arg(hexText(sums.crc8(), 2), hexText(sums.crc16(), 4), hexText(sums.crc32()),
+             hexText(sums.crc64(), 16))
+        .arg(sums.size(), 10)
+        .arg(path);
+}
+
+QJsonObject jsonOf(RunningChecksums const & sums, QString const & path)
+{
+    return {{QStringLiteral("file"), path},
+            {QStringLiteral("size"), sums.size()},
+            {QStringLiteral("crc8"), hexText(sums.crc8(), 2)},
+            {QStringLiteral("crc16"), hexText(sums.crc16(), 4)},
+            {QStringLiteral("crc32"), hexText(sums.crc32())},
+            {QStringLiteral("crc64"), hexText(sums.crc64(), 16)}};
+}
+
+/// Shows the other files when one cannot be read, and fails then.
+void crc(Options const & options, Report & report)
+{
+    report.text(QStringLiteral("8   16    32        64                      bytes  file"));
+    QJsonArray files;
+    QStringList failures;
+    for (std::string const & file : options.files) {
+        QString const path = fromArgument(file);
+        try {
+            RunningChecksums const sums = checksumsOf(path);
+            files.append(jsonOf(sums, path));
+            report.text(lineOf(sums, path));
+        } catch (Failure const & failure) {
+            writeError(failure.text());
+            failures += failure.text();
+        }
+    }
+    report.set(QStringLiteral("files"), files);
+    if (!failures.isEmpty())
+        throw Failure::reported(failures);
+}
+
+} // namespace
+
+Command crcCommand()
+{
+    auto const options = std::make_shared<Options>();
+    return {.name = "crc",
+            .group = Group::BufferFiles,
+            .summary = "Compute the 8, 16, 32 and 64 bit checksums of files",
+            .options = {{.name = "FILE",
+                         .help = "Files to read; - for the standard input",
+                         .target = &options->files,
+                         .isRequired = true},
+                        jsonOption(options->json)},
+            .examples = {"oxtool crc /mnt/share/jobs/job17.oxdb"},
+            .run = reporting(options, crc)};
+}
+
+} // namespace ox::tool

@@ -1,0 +1,143 @@
+#include "oxtool/commands/commands.h"
+#include "oxtool/support/buffer_file.h"
+#include "oxtool/support/input.h"
+#include "oxtool/support/names.h"
+#include "oxtool/support/output_file.h"
+#include "oxtool/support/progress.h"
+#include "oxtool/support/report.h"
+#include "shared/platform/files.h"
+
+#include <algorithm>
+#include <array>
+
+namespace ox::tool
+{
+namespace
+{
+
+struct Options {
+    std::string in;
+    std::string out;
+    std::string format = "db";
+    std::array<int, 3> headerValues{};
+    bool json = false;
+};
+
+constexpr int outOfMemory = -100;
+
+/// Loads what has no length beforehand.
+void loadStream(QString const & path, _OX_DataBuffer & buffer)
+{
+    constexpr int limitMB = 768;
+    constexpr qint64 limit = qint64{limitMB} << 20;
+    readPieces(path, [&](std::span<unsigned char> piece) {
+        auto const length = static_cast<int>(piece.size());
+        qint64 const needed = qint64{buffer.size} + length;
+        // Doubled, so that the content moves a few times only.
+        qint64 const capacity =
+            std::max(needed, std::min<qint64>(limit, qint64{buffer.sizeAllocated} * 2));
+        bool const fits = needed <= buffer.sizeAllocated ||
+                          (needed <= limit && buffer.resize(static_cast<int>(capacity), limitMB));
+        if (!fits || !buffer.append(reinterpret_cast<char *>(piece.data()), length))
+            throw fileFailure(path, outOfMemory);
+    });
+}
+
+/// Whether a path names something like a pipe, which can be read and has no length.
+bool isStream(QString const & path)
+{
+    auto const status = platform::fileStatus(nativeName(path));
+    return isStandardInput(path) || (status && !status->isFolder && status->size == 0);
+}
+
+void loadPayload(QString const & path, _OX_DataBuffer & buffer)
+{
+    Progress const progress(QStringLiteral("Loading %1").arg(path));
+    if (isStream(path))
+        loadStream(path, buffer);
+    else if (!buffer.loadFromFile(path, false) && buffer.error != wrongCrc)
+        throw fileFailure(path, buffer.error);
+    if (buffer.size == 0)
+        throw Failure(
+            QStringLiteral("%1 is empty, and a buffer file holds at least one byte.").arg(path));
+}
+
+/// Returns 0 or the buffer's error code.
+int save(_OX_DataBuffer & buffer, Format format, QString const & path)
+{
+    if (format == Format::Gzip)
+        return _OX_DataBuffer::saveGzipFile(path, buffer.data, buffer.size);
+    if (format != Format::Compressed) {
+        buffer.saveToFile(path, true);
+        return buffer.error;
+    }
+    buffer.calcCRC();
+    buffer.sizeUncompressed = buffer.size;
+    buffer.saveToFileCompressed(path);
+    return buffer.error;
+}
+
+/// Writes to `path` what is to become `out`.
+void compressAndSave(_OX_DataBuffer & payload, Options const & options, QString const & path,
+                     QString const & out)
+{
+    Progress const progress(QStringLiteral("Writing"));
+    Format const format = formatNames().at(options.format);
+    _OX_DataBuffer compressed;
+    if (format == Format::CompressAndSave && !compressed.compressFrom(payload, 0))
+        throw fileFailure(out, compressed.error);
+    _OX_DataBuffer & buffer = format == Format::CompressAndSave ? compressed : payload;
+    buffer.headerValue0 = options.headerValues[0];
+    buffer.headerValue1 = options.headerValues[1];
+    buffer.headerValue2 = options.headerValues[2];
+    int const code = save(buffer, format, path);
+    if (code != 0)
+        throw fileFailure(out, code);
+}
+
+void pack(Options const & options, Report & report)
+{
+    _OX_DataBuffer payload;
+    loadPayload(fromArgument(options.in), payload);
+    QString const out = fromArgument(options.out);
+    OutputFile file(out);
+    file.writeByName([&](QString const & name) { compressAndSave(payload, options, name, out); });
+    file.commit();
+    report.set(QStringLiteral("file"), out);
+    report.set(QStringLiteral("format"), QString::fromStdString(options.format));
+    report.set(QStringLiteral("payload"), payload.size);
+    report.line(QStringLiteral("packed"),
+                QStringLiteral("%1 into %2 (%3)")
+                    .arg(sizeText(payload.size), out, QString::fromStdString(options.format)));
+}
+
+} // namespace
+
+Command packCommand()
+{
+    auto const options = std::make_shared<Options>();
+    Option format = formatOption(options->format);
+    format.showsDefault = true;
+    return {.name = "pack",
+            .group = Group::BufferFiles,
+            .summary = "Write the bytes of a file as a buffer file",
+            .details = "The formats: db plain, zp compressed, ns compress-and-save, gz bare gzip.",
+            .options = {{.name = "FILE",
+                         .help = "File with the bytes to pack; - for the standard input",
+                         .target = &options->in,
+                         .isRequired = true},
+                        {.name = "BUFFER_FILE",
+                         .help = "Buffer file to write",
+                         .target = &options->out,
+                         .isRequired = true},
+                        format,
+                        {.name = "--header",
+                         .valueName = "N",
+                         .help = "Values of the three header words for the application",
+                         .target = std::span<int>(options->headerValues)},
+                        jsonOption(options->json)},
+            .examples = {"oxtool pack scene.txt /mnt/share/jobs/job17.oxdb --format db"},
+            .run = reporting(options, pack)};
+}
+
+} // namespace ox::tool

@@ -1,0 +1,153 @@
+#include "oxtool/commands/commands.h"
+#include "oxtool/support/buffer_file.h"
+#include "oxtool/support/failure.h"
+#include "oxtool/support/held_lock.h"
+#include "oxtool/support/names.h"
+#include "oxtool/support/output_file.h"
+#include "oxtool/support/report.h"
+#include "oxtool/support/stored_path.h"
+#include "shared/fs/file.h"
+#include "shared/time/time_value.h"
+
+namespace ox::tool
+{
+namespace
+{
+
+struct Options {
+    std::string storedPath;
+    std::vector<RootMapping> mappings;
+    int timeoutMs = 10000;
+    std::string out;
+    bool json = false;
+};
+
+/// What a render client does when it refreshes a file of the farm from the share.
+class Refresh
+{
+  public:
+    Refresh(Options const & options, Report & report) : options_(options), report_(report) {}
+
+    void run()
+    {
+        convertPath();
+        HeldLock lock(path_, options_.timeoutMs);
+        tell("lock",
+             QStringLiteral("taken after %1 ms, %2").arg(lock.waitedMs()).arg(lockFileName(path_)));
+        report_.set(QStringLiteral("waitedMs"), lock.waitedMs());
+        testFile();
+        load();
+        QString const unlockFailure = lock.release();
+        report_.set(QStringLiteral("released"), unlockFailure.isEmpty());
+        tell("release", unlockFailure.isEmpty() ? QStringLiteral("the lock is free again")
+                                                : QStringLiteral("failed"));
+        // What was loaded is whole, so it is written all the same.
+        if (!options_.out.empty())
+            writePayload(fromArgument(options_.out));
+        if (!unlockFailure.isEmpty())
+            throw Failure(unlockFailure);
+    }
+
+  private:
+    void tell(char const * step, QString const & result) const
+    {
+        report_.line(QString::fromLatin1(step), result);
+    }
+
+    void convertPath()
+    {
+        QString const stored = fromArgument(options_.storedPath);
+        LocalPath const local = localPath(stored, options_.mappings);
+        path_ = local.path;
+        report_.set(QStringLiteral("storedPath"), stored);
+        report_.set(QStringLiteral("localPath"), path_);
+        tell("stored", stored);
+        tell("path",
+             local.storedRoot.isEmpty()
+                 ? QStringLiteral("%1 (no mapping applies)").arg(path_)
+                 : QStringLiteral("%1 (by the mapping of %2)").arg(path_, local.storedRoot));
+    }
+
+    void testFile()
+    {
+        _oxTime modified;
+        __int64 size = 0;
+        if (!oxFileExists(recordName(path_), &modified, &size))
+            throw fileFailure(path_, missingFile);
+        report_.set(QStringLiteral("size"), static_cast<qint64>(size));
+        report_.set(QStringLiteral("modified"), jsonTime(modified.value));
+        tell("file",
+             QStringLiteral("%1, written %2").arg(sizeText(size), timeText(modified.value)));
+    }
+
+    void load()
+    {
+        loadBufferFile(path_, Format::Plain, loaded_);
+        report_.set(QStringLiteral("loaded"), loaded_.size);
+        report_.set(QStringLiteral("crc"), hexText(loaded_.crc));
+        report_.set(QStringLiteral("compressed"), loaded_.isCompressed == 1);
+        tell("load", QStringLiteral("%1, CRC %2 as stored")
+                         .arg(sizeText(loaded_.size), hexText(loaded_.crc)));
+    }
+
+    void writePayload(QString const & out)
+    {
+        _OX_DataBuffer decompressed;
+        bool const isCompressed = loaded_.isCompressed == 1;
+        if (isCompressed)
+            decompressPayload(path_, loaded_, decompressed);
+        _OX_DataBuffer const & payload = isCompressed ? decompressed : loaded_;
+
+        OutputFile file(out);
+        file.write(bytesOf(payload), payload.size);
+        file.commit();
+        report_.set(QStringLiteral("out"), out);
+        report_.set(QStringLiteral("written"), payload.size);
+        tell("out", QStringLiteral("%1 to %2").arg(sizeText(payload.size), out));
+    }
+
+    Options const & options_;
+    Report & report_;
+    QString path_;
+    _OX_DataBuffer loaded_;
+};
+
+} // namespace
+
+Command refreshCommand()
+{
+    auto const options = std::make_shared<Options>();
+    return {.name = "refresh",
+            .group = Group::BufferFiles,
+            .summary = "Load a buffer file from the share, as a render client does",
+            .details =
+                "The steps: convert the path, take the file's lock, test the file, load it and "
+                "check its\n"
+                "CRC, release the lock. A compressed payload is written decompressed.",
+            .options = {{.name = "STORED_PATH",
+                         .help = "Path as any system of the farm wrote it",
+                         .target = &options->storedPath,
+                         .isRequired = true},
+                        {.name = "--map",
+                         .valueName = "STORED_ROOT=LOCAL_ROOT",
+                         .help = "Map a stored root to a local folder; the longest match wins",
+                         .target =
+                             [options](std::string const & text) {
+                                 return parseRootMapping(fromArgument(text),
+                                                         options->mappings.emplace_back());
+                             }},
+                        timeoutOption(options->timeoutMs),
+                        {.name = "--out",
+                         .letter = 'o',
+                         .valueName = "FILE",
+                         .help = "Write the payload to FILE",
+                         .target = &options->out},
+                        jsonOption(options->json)},
+            .examples = {"oxtool refresh '\\\\farm\\share\\jobs\\job17.oxdb' --map "
+                         "'\\\\farm\\share=/mnt/share' --out job17"},
+            .run = reporting(options, [](Options const & given, Report & report) {
+                Refresh(given, report).run();
+            })};
+}
+
+} // namespace ox::tool

@@ -1,0 +1,284 @@
+#include "oxtool/commands/commands.h"
+#include "oxtool/support/failure.h"
+#include "oxtool/support/names.h"
+#include "oxtool/support/progress.h"
+#include "oxtool/support/report.h"
+#include "oxtool/support/stop.h"
+#include "shared/fs/dir_listing.h"
+#include "shared/fs/file_sync.h"
+#include "shared/platform/access_rights.h"
+#include "shared/platform/files.h"
+#include "shared/platform/new_file.h"
+#include "shared/system/os_error.h"
+
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QStringList>
+
+namespace ox::tool
+{
+namespace
+{
+
+struct Options {
+    std::string source;
+    std::string target;
+    std::vector<std::string> endings;
+    int pauseMs = -1;
+    bool retry = false;
+    bool verbose = false;
+    bool json = false;
+};
+
+/// Removes the unfinished copy when the process is stopped. The target is whole at every moment.
+class UnfinishedCopy
+{
+  public:
+    explicit UnfinishedCopy(QString const & target) : target_(target)
+    {
+        holding_.take([] { return true; },
+                      [this] { platform::removeNewFilesOfThisProcess(nativeName(target_)); },
+                      [this] { return QStringLiteral("stopped. ") + whatIsThere(); });
+    }
+
+    void finish()
+    {
+        holding_.finish([] { return true; });
+    }
+
+  private:
+    QString whatIsThere() const
+    {
+        bool const exists = platform::kindOf(nativeName(target_)) != platform::NameKind::None;
+        return (exists ? QStringLiteral("%1 is whole.") : QStringLiteral("There is no %1."))
+            .arg(target_);
+    }
+
+    QString const target_;
+    Holding holding_;
+};
+
+class Sync
+{
+  public:
+    Sync(Options const & options, Report & report) : options_(options), report_(report) {}
+
+    void run()
+    {
+        QString const source = fromArgument(options_.source);
+        QString const target = fromArgument(options_.target);
+        if (target.isEmpty())
+            throw Failure(QStringLiteral("the name of the target is empty"));
+        switch (platform::kindOf(nativeName(source))) {
+        case platform::NameKind::Folder:
+            runFolder(asFolder(source), asFolder(target));
+            break;
+        case platform::NameKind::File:
+            if (hasFolder(folderOf(fullPath(target))))
+                runFile(source, target);
+            break;
+        case platform::NameKind::None:
+            fail(QStringLiteral("cannot read '%1': %2").arg(source, lastSystemMessage()));
+        }
+        report_.set(QStringLiteral("copied"), copied_);
+        report_.set(QStringLiteral("upToDate"), upToDate_);
+        report_.set(QStringLiteral("failed"), failures_.size());
+        report_.set(QStringLiteral("folders"), folders_);
+        report_.set(QStringLiteral("warnings"), warnings_);
+        report_.line(QStringLiteral("done"), QStringLiteral("%1 copied, %2 up to date, %3 failed%4")
+                                                 .arg(copied_)
+                                                 .arg(upToDate_)
+                                                 .arg(failures_.size())
+                                                 .arg(foldersText()));
+        if (!failures_.isEmpty())
+            throw Failure::reported(failures_);
+    }
+
+  private:
+    using Text = _oxString8_evenSize<500>;
+
+    static QString asFolder(QString const & path)
+    {
+        QChar const separator = QLatin1Char(platform::ownSeparator);
+        return path.endsWith(separator) ? path : path + separator;
+    }
+
+    QString foldersText() const
+    {
+        return folders_ > 0 ? QStringLiteral(", folders not followed: %1").arg(folders_)
+                            : QString();
+    }
+
+    static QString folderOf(QString const & path)
+    {
+        return path.left(path.lastIndexOf(QLatin1Char(platform::ownSeparator)) + 1);
+    }
+
+    void runFolder(QString const & source, QString const & target)
+    {
+        oxDirListing files;
+        for (std::string const & ending : options_.endings)
+            files.addEndsWithFilter(fromArgument(ending));
+        files.init(source, true, true, true, false);
+        bool isReady = false;
+        while (files.nextFile()) {
+            if (files.isDir()) {
+                ++folders_;
+                continue;
+            }
+            isReady = isReady || hasFolder(fullPath(target));
+            if (!isReady)
+                return;
+            runFile(files.dirFileName(), target + files.fileName());
+        }
+        if (files.error() != 0)
+            fail(QStringLiteral("cannot read '%1': %2")
+                     .arg(source, QString(oxLastOSError(files.error()))));
+    }
+
+    /// Whether the target's folder exists, or could be created in a folder that exists.
+    bool hasFolder(QString const & folder)
+    {
+        auto const name = nativeName(folder);
+        auto const exists = [&name] {
+            return platform::kindOf(name) == platform::NameKind::Folder;
+        };
+        if (exists())
+            return true;
+        if (platform::createFolderForEverybody(name))
+            return true;
+        QString const reason = lastSystemMessage();
+        if (exists()) // another process has created it meanwhile
+            return true;
+        fail(QStringLiteral("cannot create folder '%1': %2").arg(folder, reason));
+        return false;
+    }
+
+    void runFile(QString const & source, QString const & target)
+    try {
+        Text errors;
+        Text info;
+        if (!update(source, target, errors, info)) {
+            failToUpdate(target, fromRecord(errors));
+            return;
+        }
+        if (!errors.isEmpty())
+            warn(fromRecord(errors));
+        ++(info.isEmpty() ? upToDate_ : copied_);
+        if (!info.isEmpty() || options_.verbose)
+            report_.line(info.isEmpty() ? QStringLiteral("up to date") : QStringLiteral("copied"),
+                         target);
+    } catch (Failure const & failure) {
+        failToUpdate(target, failure.text());
+    }
+
+    bool update(QString const & source, QString const & target, Text & errors, Text & info)
+    {
+        UnfinishedCopy copy(target);
+        Progress const progress(QStringLiteral("Synchronising %1").arg(target));
+        // The library takes relative paths and names of one or two letters for drives and roots.
+        bool const succeeded = updateFullPath(fullPath(source), fullPath(target), errors, info);
+        copy.finish();
+        return succeeded;
+    }
+
+    bool updateFullPath(QString const & source, QString const & target, Text & errors, Text & info)
+    {
+        auto const status = platform::fileStatus(nativeName(source));
+        bool const isEmpty = status && status->size == 0 && QFileInfo(source).isFile();
+        if (isEmpty)
+            return updateEmpty(source, status->modified, target, info);
+        return syncCopy(recordName(source), recordName(target), options_.retry, &errors, &info,
+                        options_.pauseMs, false);
+    }
+
+    /// Does for an empty file what the library does for others; it refuses empty ones.
+    bool updateEmpty(QString const & source, qint64 modified, QString const & target, Text & info)
+    {
+        auto const present = platform::fileStatus(nativeName(target));
+        if (present && !present->isFolder && present->size == 0 && present->modified == modified)
+            return true;
+        using platform::NewFile;
+        NewFile copy;
+        bool const isMade =
+            copy.open(nativeName(target), NewFile::Links::Replaced) == NewFile::Opening::Done &&
+            copy.create(NewFile::Access::Owner) && copy.copyFrom(nativeName(source)) &&
+            copy.allowEverybodyToExecute();
+        if (!isMade)
+            throw Failure(lastSystemMessage());
+        NewFile::Keeping const keeping = copy.keepPrevious("_old", 0, modified);
+        if (keeping == NewFile::Keeping::Failed)
+            throw Failure(QStringLiteral("cannot keep the previous file: ") + lastSystemMessage());
+        if (keeping == NewFile::Keeping::IsUpToDate)
+            return true;
+        if (!copy.putInPlace())
+            throw Failure(lastSystemMessage());
+        info = "Copied";
+        return true;
+    }
+
+    void failToUpdate(QString const & target, QString const & reason)
+    {
+        fail(QStringLiteral("cannot update '%1': %2").arg(target, reason));
+    }
+
+    void fail(QString const & text)
+    {
+        writeError(text);
+        failures_.append(text);
+    }
+
+    void warn(QString const & text)
+    {
+        report_.line(QStringLiteral("warning"), text);
+        warnings_.append(text);
+    }
+
+    Options const & options_;
+    Report & report_;
+    int copied_ = 0;
+    int upToDate_ = 0;
+    int folders_ = 0;
+    QStringList failures_;
+    QJsonArray warnings_;
+};
+
+} // namespace
+
+Command syncCommand()
+{
+    auto const options = std::make_shared<Options>();
+    return {.name = "sync",
+            .group = Group::Files,
+            .summary = "Copy new and changed files to TARGET",
+            .details = "A file is copied if it is missing or differs in size or time; the previous "
+                       "file stays\n"
+                       "beside it as FILE_old. One missing folder level is created.",
+            .options = {{.name = "SOURCE",
+                         .help = "Master copy, or the folder of the master copies",
+                         .target = &options->source,
+                         .isRequired = true},
+                        {.name = "TARGET",
+                         .help = "File or folder to bring up to date",
+                         .target = &options->target,
+                         .isRequired = true},
+                        {.name = "--ends",
+                         .valueName = "ENDING",
+                         .help = "Copy only files of the folder with this ending",
+                         .target = &options->endings},
+                        pauseOption(options->pauseMs),
+                        {.name = "--retry-exe",
+                         .help = "Copy an .exe that is still being written again after 5 seconds",
+                         .target = &options->retry},
+                        {.name = "--verbose",
+                         .letter = 'v',
+                         .help = "List the files that are up to date as well",
+                         .target = &options->verbose},
+                        jsonOption(options->json)},
+            .examples = {"oxtool sync /mnt/share/bin /opt/farm/bin --retry-exe"},
+            .run = reporting(options, [](Options const & given, Report & report) {
+                Sync(given, report).run();
+            })};
+}
+
+} // namespace ox::tool

@@ -1,0 +1,62 @@
+#include "oxtool/support/names.h"
+
+#include "oxtool/support/failure.h"
+#include "shared/fs/native_path.h"
+#include "shared/platform/environment.h"
+#include "shared/platform/program/console.h"
+#include "shared/system/os_error.h"
+
+#include <system_error>
+
+namespace ox::tool
+{
+
+platform::NativeName nativeName(QString const & path)
+{
+    return detail::nativePath(path);
+}
+
+QString fullPath(QString const & path)
+{
+    auto const full = platform::absolutePath(detail::viewOf(path));
+    if (!full)
+        throw Failure(
+            QStringLiteral("cannot find the current folder: %1").arg(lastSystemMessage()));
+    return detail::toQString(*full);
+}
+
+_oxString8_evenSize<500> recordName(QString const & path)
+{
+    auto const bytes = platform::recordName(detail::viewOf(path));
+    if (!bytes || bytes->size() > 500)
+        throw Failure(QStringLiteral("path is longer than 500 bytes: %1").arg(path));
+    return _oxString8_evenSize<500>(bytes->c_str());
+}
+
+QString fromRecord(_oxString8_evenSize<500> const & record)
+{
+    return detail::toQString(platform::recordText(record.view()));
+}
+
+detail::Stream openInput(QString const & path)
+{
+    return detail::Stream(platform::openStream(nativeName(path), platform::StreamMode::Read));
+}
+
+bool isNotFound(int systemError)
+{
+    // The one number that the systems have in common.
+    return systemError == static_cast<int>(std::errc::no_such_file_or_directory);
+}
+
+QString fromArgument(std::string const & argument)
+{
+    return detail::toQString(platform::argumentText(argument));
+}
+
+QString lastSystemMessage()
+{
+    return QString(oxLastOSError(-1));
+}
+
+} // namespace ox::tool

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "shared/platform/stream.h"
+#include "shared/text/fixed_string8.h"
+
+#include <QString>
+
+#include <string>
+
+namespace ox::tool
+{
+
+/// A file name for the operating system.
+platform::NativeName nativeName(QString const & path);
+
+/// The full path of a file. Fails when the path is relative and the current folder no longer
+/// exists.
+QString fullPath(QString const & path);
+
+/// A file name for the library's records. Fails when the record cannot hold it, where a cut name
+/// would be another file's.
+_oxString8_evenSize<500> recordName(QString const & path);
+
+/// The text of a library's record, which may hold such names.
+QString fromRecord(_oxString8_evenSize<500> const & record);
+
+/// Opens a file for reading. Null on failure, with the system's last error set.
+detail::Stream openInput(QString const & path);
+
+/// The message of the system call that has just failed: "Error 13: Permission denied."
+QString lastSystemMessage();
+
+/// Whether a system error says that there is no such file.
+bool isNotFound(int systemError);
+
+/// A text of the command line. As a file name it opens the file that the user named, also where its
+/// bytes are no UTF-8.
+QString fromArgument(std::string const & argument);
+
+} // namespace ox::tool

@@ -1,0 +1,45 @@
+#include "oxtool/support/running_checksums.h"
+
+#include "shared/data/checksum.h"
+
+#include <algorithm>
+#include <array>
+
+namespace ox::tool
+{
+
+RunningChecksums::RunningChecksums()
+{
+    oxCRCInitialize();
+}
+
+// The 16 and 64 bit functions always begin with an empty register. Going on from a full one is the
+// same as beginning with an empty one over bytes that the register was XORed into, as far as there
+// are bytes; the part of the register that met none is still in it at the end.
+void RunningChecksums::add(std::span<unsigned char> bytes)
+{
+    auto const length = static_cast<unsigned int>(bytes.size());
+    size_ += length;
+    crc8_ ^= oxCRCCalc8(bytes.data(), length, false);
+    oxCRCPartial(&crc32_, bytes.data(), length);
+
+    auto const first = bytes.first(std::min<std::size_t>(length, sizeof crc64_));
+    std::array<unsigned char, sizeof crc64_> kept;
+    std::copy(first.begin(), first.end(), kept.begin());
+
+    for (unsigned char & byte : first) {
+        byte ^= static_cast<unsigned char>(crc64_);
+        crc64_ >>= 8;
+    }
+    crc64_ ^= oxCRCCalc64(bytes.data(), length);
+    std::copy_n(kept.begin(), first.size(), first.begin());
+
+    for (unsigned char & byte : first) {
+        byte ^= static_cast<unsigned char>(crc16_ >> 8);
+        crc16_ = static_cast<std::uint16_t>(crc16_ << 8);
+    }
+    crc16_ = static_cast<std::uint16_t>(crc16_ ^ oxCRCCalc16(bytes.data(), length));
+    std::copy_n(kept.begin(), first.size(), first.begin());
+}
+
+} // namespace ox::tool

@@ -1,0 +1,70 @@
+#include "oxtool/support/stored_path.h"
+
+#include "shared/fs/path.h"
+
+namespace ox::tool
+{
+namespace
+{
+
+QString withSlashes(QString path)
+{
+    return path.replace(QLatin1Char('\\'), QLatin1Char('/'));
+}
+
+QString withoutTrailingSlashes(QString path)
+{
+    while (path.endsWith(QLatin1Char('/')))
+        path.chop(1);
+    return path;
+}
+
+bool isShare(QString const & path)
+{
+    return path.startsWith(QLatin1String("//"));
+}
+
+bool isDrive(QString const & path)
+{
+    return path.size() >= 2 && path.at(1) == QLatin1Char(':') && path.at(0).isLetter();
+}
+
+/// Both texts have slashes only, the root none at its end.
+bool fits(QString const & root, QString const & path)
+{
+    // The root "/" is empty here, and a share is nothing in it.
+    if (isShare(root) != isShare(path))
+        return false;
+    bool const ignoreCase = isShare(root) || isDrive(root);
+    return path.startsWith(root, ignoreCase ? Qt::CaseInsensitive : Qt::CaseSensitive) &&
+           (path.size() == root.size() || path.at(root.size()) == QLatin1Char('/'));
+}
+
+} // namespace
+
+bool parseRootMapping(QString const & text, RootMapping & mapping)
+{
+    auto const equals = text.indexOf(QLatin1Char('='));
+    mapping = {text.left(equals), text.mid(equals + 1)};
+    return equals > 0 && !mapping.localRoot.isEmpty();
+}
+
+LocalPath localPath(QString const & storedPath, std::vector<RootMapping> const & mappings)
+{
+    QString const path = withSlashes(storedPath);
+    RootMapping const * best = nullptr;
+    QString bestRoot;
+    for (RootMapping const & mapping : mappings) {
+        QString const root = withoutTrailingSlashes(withSlashes(mapping.storedRoot));
+        if (fits(root, path) && (!best || root.size() > bestRoot.size())) {
+            best = &mapping;
+            bestRoot = root;
+        }
+    }
+    if (!best)
+        return {oxConvertPDToOS(storedPath), QString()};
+    QString const local = withoutTrailingSlashes(withSlashes(best->localRoot));
+    return {oxConvertPDToOS(local + path.mid(bestRoot.size())), best->storedRoot};
+}
+
+} // namespace ox::tool

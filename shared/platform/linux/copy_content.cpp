@@ -1,0 +1,94 @@
+#include "shared/platform/linux/copy_content.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <limits>
+#include <memory>
+#include <new>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace ox::platform
+{
+namespace
+{
+
+/// Bytes of one system call: few enough for a slow share to react to a signal in time.
+constexpr off_t copyAtOnce = off_t{64} << 20;
+constexpr off_t readAtOnce = off_t{1} << 20;
+constexpr off_t toTheEnd = std::numeric_limits<off_t>::max();
+
+bool copyByReading(OpenFile & from, OpenFile & to, off_t size)
+{
+    std::unique_ptr<char[]> const piece(new (std::nothrow) char[readAtOnce]);
+    if (!piece) {
+        errno = ENOMEM;
+        return false;
+    }
+    while (size > 0) {
+        std::int64_t const count =
+            from.read(piece.get(), static_cast<std::size_t>(std::min(size, readAtOnce)));
+        if (count <= 0)
+            return count == 0;
+        auto const length = static_cast<std::size_t>(count);
+        if (to.write(piece.get(), length) != length)
+            return false;
+        size -= count;
+    }
+    return true;
+}
+
+/// Copies from the position of one file to that of another.
+bool copyBytes(OpenFile & from, OpenFile & to, off_t size)
+{
+    ssize_t copied = 1;
+    for (; size > 0 && copied > 0; size -= std::max<ssize_t>(copied, 0))
+        copied = ::copy_file_range(static_cast<int>(from.handle()), nullptr,
+                                   static_cast<int>(to.handle()), nullptr,
+                                   static_cast<std::size_t>(std::min(size, copyAtOnce)), 0);
+    // Some file systems cannot copy by themselves, others report that there is nothing to copy:
+    // reading goes on where copying stopped, and finds the true end or the true error.
+    return copyByReading(from, to, size);
+}
+
+/// Copies the parts of a file that are no holes, and leaves both positions behind the last of them.
+bool copyAroundHoles(OpenFile & from, OpenFile & to)
+{
+    int const source = static_cast<int>(from.handle());
+    off_t hole = 0;
+    for (;;) {
+        off_t const data = ::lseek(source, hole, SEEK_DATA);
+        if (data < 0 && errno == ENXIO) { // the rest is a hole
+            off_t const size = std::max<off_t>(hole, from.size());
+            return ::ftruncate(static_cast<int>(to.handle()), size) == 0 && from.seek(size) &&
+                   to.seek(size);
+        }
+        off_t const end = data < 0 ? data : ::lseek(source, data, SEEK_HOLE);
+        if (end < 0) // the file system does not report holes
+            return from.seek(hole) && to.seek(hole);
+        if (!from.seek(data) || !to.seek(data) || !copyBytes(from, to, end - data))
+            return false;
+        hole = end;
+    }
+}
+
+} // namespace
+
+bool copyContent(OpenFile & from, struct stat const & source, OpenFile & to)
+{
+    constexpr off_t blockUnit = 512;
+    bool const hasHoles = S_ISREG(source.st_mode) && source.st_blocks * blockUnit < source.st_size;
+    return (!hasHoles || copyAroundHoles(from, to)) && copyBytes(from, to, toTheEnd);
+}
+
+void copyAttributes(OpenFile & file, struct stat const & source, bool mode)
+{
+    int const target = static_cast<int>(file.handle());
+    timespec const times[] = {source.st_atim, source.st_mtim};
+    // Without the bits that lend the owner's identity, since the copy may have another owner.
+    [[maybe_unused]] bool const hasMode = !mode || ::fchmod(target, source.st_mode & 0777) == 0;
+    [[maybe_unused]] bool const hasTimes = ::futimens(target, times) == 0;
+}
+
+} // namespace ox::platform

@@ -1,0 +1,93 @@
+#include "shared/platform/environment.h"
+
+#include "shared/platform/native_name.h"
+#include "shared/platform/utf8.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <system_error>
+
+#include <unistd.h>
+
+namespace ox::platform
+{
+namespace
+{
+
+std::optional<std::string> currentFolder()
+{
+    std::string folder(256, '\0');
+    while (!::getcwd(folder.data(), folder.size())) {
+        if (errno != ERANGE)
+            return std::nullopt;
+        folder.resize(folder.size() * 2);
+    }
+    return folder.c_str();
+}
+
+} // namespace
+
+std::vector<std::u16string> environmentBlock()
+{
+    std::vector<std::u16string> entries;
+    for (char ** entry = ::environ; entry && *entry; ++entry)
+        entries.push_back(systemText(*entry));
+    return entries;
+}
+
+std::optional<std::u16string> environmentVariable(std::u16string_view name)
+{
+    char const * const value = std::getenv(nativeName(name).c_str());
+    return value ? std::optional(systemText(value)) : std::nullopt;
+}
+
+void sleepMilliseconds(int milliseconds)
+{
+    std::timespec rest{milliseconds / 1000, milliseconds % 1000 * 1'000'000};
+    while (::nanosleep(&rest, &rest) != 0 && errno == EINTR)
+        ;
+}
+
+std::optional<std::u16string> executablePath()
+{
+    // The link's size is not known beforehand; a result that fills the buffer may be cut.
+    for (std::string path(256, '\0');; path.resize(path.size() * 2)) {
+        ssize_t const length = ::readlink("/proc/self/exe", path.data(), path.size());
+        if (length < 0)
+            return std::nullopt;
+        if (static_cast<std::size_t>(length) < path.size())
+            return systemText(path.substr(0, static_cast<std::size_t>(length)));
+    }
+}
+
+std::optional<std::u16string> absolutePath(char const * file)
+{
+    if (*file == '/')
+        return systemText(file);
+    auto const folder = currentFolder();
+    return folder ? std::optional(systemText(*folder + '/' + file)) : std::nullopt;
+}
+
+std::optional<std::u16string> absolutePath(std::u16string_view name)
+{
+    if (name.starts_with(u'/'))
+        return std::u16string(name);
+    auto const folder = currentFolder();
+    return folder ? std::optional(nameText(*folder + '/').append(name)) : std::nullopt;
+}
+
+std::u16string temporaryFolder()
+{
+    std::error_code error;
+    auto const folder = std::filesystem::temp_directory_path(error);
+    return error ? std::u16string(u"/tmp") : nameText(folder.native());
+}
+
+std::u16string_view folderOf(std::u16string_view path)
+{
+    return path.substr(0, path.rfind(u'/') + 1);
+}
+
+} // namespace ox::platform

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "shared/platform/linux/descriptor.h"
+
+#include <charconv>
+#include <cstdint>
+#include <fcntl.h>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace ox::platform
+{
+
+/// The beginning of a file, as much of it as there is room for. Empty when it cannot be read.
+inline std::string_view readStart(char const * path, std::span<char> room)
+{
+    Descriptor const file(::open(path, O_RDONLY | O_CLOEXEC));
+    std::size_t length = 0;
+    while (file.isOpen() && length < room.size()) {
+        ssize_t const read = ::read(file.get(), room.data() + length, room.size() - length);
+        if (read == 0 || (read < 0 && errno != EINTR))
+            break;
+        if (read > 0)
+            length += static_cast<std::size_t>(read);
+    }
+    return {room.data(), length};
+}
+
+/// All of a file of the kernel's or the system's, whose size nobody tells beforehand.
+inline std::string wholeFile(char const * path)
+{
+    for (std::string text(4096, '\0');; text.resize(text.size() * 2)) {
+        std::size_t const length = readStart(path, text).size();
+        if (length < text.size()) {
+            text.resize(length);
+            return text;
+        }
+    }
+}
+
+/// The text before the next separator; the separator and it are taken from `text`.
+inline std::string_view takeUntil(std::string_view & text, char separator)
+{
+    std::size_t const end = text.find(separator);
+    std::string_view const taken = text.substr(0, end);
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    return taken;
+}
+
+inline std::string_view trimmed(std::string_view text)
+{
+    constexpr std::string_view blanks = " \t\n";
+    std::size_t const first = text.find_first_not_of(blanks);
+    if (first == std::string_view::npos)
+        return {};
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+/// The number that a text begins with.
+template <typename Number>
+std::optional<Number> numberOf(std::string_view text)
+{
+    text = trimmed(text);
+    Number number{};
+    auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() ? std::optional(number) : std::nullopt;
+}
+
+} // namespace ox::platform

@@ -1,0 +1,38 @@
+#include "shared/platform/os_error.h"
+
+#include "shared/platform/utf8.h"
+
+#include <cerrno>
+#include <cstring>
+
+namespace ox::platform
+{
+
+int lastError()
+{
+    return errno;
+}
+
+KeptError::~KeptError()
+{
+    errno = error_;
+}
+
+std::optional<std::u16string> errorMessage(int code)
+{
+    int const saved = errno;
+    char buffer[500];
+    std::string_view const message = ::strerror_r(code, buffer, sizeof buffer);
+    errno = saved;
+    // In whatever language, the text for an unknown error is the only kind that ends with the code.
+    if (message.ends_with(std::to_string(code)))
+        return std::nullopt;
+    return systemText(message);
+}
+
+std::optional<std::u16string> exceptionMessage(unsigned)
+{
+    return std::nullopt; // exceptions are signals here, which have no message table
+}
+
+} // namespace ox::platform

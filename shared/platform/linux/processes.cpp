@@ -1,0 +1,406 @@
+#include "shared/platform/processes.h"
+
+#include "shared/platform/linux/descriptor.h"
+
+#include <algorithm>
+#include <charconv>
+#include <climits>
+#include <csignal>
+#include <cstring>
+#include <ctime>
+#include <dirent.h>
+#include <fcntl.h>
+#include <limits>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace ox::platform
+{
+
+char const counterSource[] = "/proc";
+
+namespace
+{
+
+int openProc()
+{
+    return ::open(counterSource, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+}
+
+/// "ID/FILE", a path below /proc. The id may also be that of a thread, which /proc does not list.
+class ProcessPath
+{
+  public:
+    ProcessPath(std::uint32_t id, std::string_view file)
+    {
+        char * end = std::to_chars(text_, text_ + 11, id).ptr;
+        *end++ = '/';
+        end[file.copy(end, 8)] = 0;
+    }
+    char const * c_str() const { return text_; }
+
+  private:
+    char text_[24];
+};
+
+/// Calls `visit` for each entry of an open folder whose name is a number, until it returns false.
+template <typename Visit>
+void forEachNumber(int folder, Visit const & visit)
+{
+    alignas(dirent64) char entries[32768];
+    for (;;) {
+        ssize_t const size = ::getdents64(folder, entries, sizeof entries);
+        if (size <= 0)
+            return;
+        for (ssize_t at = 0; at < size;) {
+            auto const & entry = *reinterpret_cast<dirent64 const *>(entries + at);
+            at += entry.d_reclen;
+            std::uint32_t id = 0;
+            std::string_view const name = entry.d_name;
+            auto const [end, error] = std::from_chars(name.data(), name.data() + name.size(), id);
+            if (error == std::errc() && *end == 0 && !visit(id))
+                return;
+        }
+    }
+}
+
+/// The beginning of a process's file; empty when the process has ended or does not show it.
+std::string_view readFile(int proc, std::uint32_t id, std::string_view name, std::span<char> room)
+{
+    Descriptor const file(::openat(proc, ProcessPath(id, name).c_str(), O_RDONLY | O_CLOEXEC));
+    ssize_t const size = file.isOpen() ? ::read(file.get(), room.data(), room.size()) : -1;
+    return size > 0 ? std::string_view(room.data(), static_cast<std::size_t>(size))
+                    : std::string_view();
+}
+
+/// The product, or the largest number where the product does not fit.
+std::int64_t limitedProduct(std::uint64_t count, std::int64_t unit)
+{
+    std::int64_t product = 0;
+    return __builtin_mul_overflow(count, unit, &product) ? std::numeric_limits<std::int64_t>::max()
+                                                         : product;
+}
+
+/// The line in a process's file "stat": "ID (COMMAND) STATE PARENT …".
+class StatLine
+{
+  public:
+    StatLine(int proc, std::uint32_t id)
+    {
+        std::string_view const line = readFile(proc, id, "stat", room_);
+        std::size_t const open = line.find('(');
+        std::size_t const close = line.rfind(')');
+        if (close == std::string_view::npos || open > close || close + 2 > line.size())
+            return;
+        command_ = line.substr(open + 1, close - open - 1);
+        std::string_view rest = line.substr(close + 2);
+        for (std::string_view & field : fields_) {
+            field = rest.substr(0, rest.find(' '));
+            rest.remove_prefix(std::min(field.size() + 1, rest.size()));
+        }
+    }
+
+    StatLine(StatLine const &) = delete;
+    StatLine & operator=(StatLine const &) = delete;
+
+    /// Whether it is a process that runs programs, not one of the kernel's threads, and has a
+    /// living thread.
+    bool isRunning() const
+    {
+        return !fields_[State].empty() && !isKernelThread() &&
+               (isThreadAlive() || number(Threads) > 1);
+    }
+    bool isThreadAlive() const { return fields_[State] != "Z" && fields_[State] != "X"; }
+
+    /// At most 15 characters, any of them.
+    std::string_view command() const { return command_; }
+    std::uint32_t parentId() const { return static_cast<std::uint32_t>(number(Parent)); }
+
+    /// The processor time is that of the whole process, the memory what this thread shows.
+    ProcessCounters counters() const
+    {
+        static std::int64_t const tickIn100ns = 10'000'000 / ::sysconf(_SC_CLK_TCK);
+        static std::int64_t const pageSize = ::sysconf(_SC_PAGESIZE);
+        std::uint64_t ticks = 0;
+        if (__builtin_add_overflow(number(UserTicks), number(SystemTicks), &ticks))
+            ticks = std::numeric_limits<std::uint64_t>::max();
+        return {limitedProduct(ticks, tickIn100ns),
+                static_cast<std::uint64_t>(limitedProduct(number(ResidentPages), pageSize))};
+    }
+
+  private:
+    /// Counted from what follows the command.
+    enum Field {
+        State = 0,
+        Parent = 1,
+        Flags = 6,
+        UserTicks = 11,
+        SystemTicks = 12,
+        Threads = 17,
+        ResidentPages = 21,
+        FieldCount
+    };
+
+    bool isKernelThread() const { return (number(Flags) & 0x00200000) != 0; }
+    std::uint64_t number(Field field) const
+    {
+        std::string_view const text = fields_[field];
+        std::uint64_t value = 0;
+        std::from_chars(text.data(), text.data() + text.size(), value);
+        return value;
+    }
+
+    char room_[1024];
+    std::string_view command_;
+    std::string_view fields_[FieldCount];
+};
+
+/// The thread through which a process shows its executable, arguments and memory: the main thread,
+/// or a living one when the main thread has ended.
+std::uint32_t shownThread(int proc, std::uint32_t id, StatLine const & stat)
+{
+    if (stat.isThreadAlive())
+        return id;
+    std::uint32_t living = id;
+    Descriptor const threads(
+        ::openat(proc, ProcessPath(id, "task").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    forEachNumber(threads.get(), [proc, id, &living](std::uint32_t thread) {
+        StatLine const line(proc, thread);
+        if (line.isRunning() && line.isThreadAlive())
+            living = thread;
+        return living == id;
+    });
+    return living;
+}
+
+ProcessCounters countersOf(int proc, std::uint32_t id, StatLine const & stat)
+{
+    std::uint32_t const thread = shownThread(proc, id, stat);
+    return thread == id ? stat.counters() : StatLine(proc, thread).counters();
+}
+
+/// The counters of a process that is running.
+std::optional<ProcessCounters> countersNow(int proc, std::uint32_t id)
+{
+    StatLine const stat(proc, id);
+    return stat.isRunning() ? std::optional(countersOf(proc, id, stat)) : std::nullopt;
+}
+
+std::string_view fileNameOf(std::string_view path)
+{
+    return path.substr(path.rfind('/') + 1);
+}
+
+/// The file name of a process's executable. Where that does not show itself it is the command,
+/// completed from the arguments when it may have been cut.
+std::string_view nameOf(int proc, std::uint32_t id, StatLine const & stat, std::span<char> room)
+{
+    constexpr std::size_t cutCommand = 15;
+    constexpr std::string_view deleted = " (deleted)";
+    std::uint32_t const thread = shownThread(proc, id, stat);
+    ssize_t const size =
+        ::readlinkat(proc, ProcessPath(thread, "exe").c_str(), room.data(), room.size());
+    if (size > 0) {
+        std::string_view path(room.data(), static_cast<std::size_t>(size));
+        if (path.ends_with(deleted))
+            path.remove_suffix(deleted.size());
+        return fileNameOf(path);
+    }
+    std::string_view const command = stat.command();
+    if (command.size() < cutCommand)
+        return command;
+    std::string_view const arguments = readFile(proc, thread, "cmdline", room);
+    std::string_view const first = fileNameOf(arguments.substr(0, arguments.find('\0')));
+    return first.starts_with(command) ? first : command;
+}
+
+/// Now, in 100 ns.
+std::int64_t now()
+{
+    timespec time{};
+    ::clock_gettime(CLOCK_MONOTONIC, &time);
+    return std::int64_t{time.tv_sec} * 10'000'000 + time.tv_nsec / 100;
+}
+
+/// The counters of many processes, read one after the other.
+class Counters
+{
+  public:
+    void begin()
+    {
+        count_ = 0;
+        end_ = 0;
+        begin_ = now();
+    }
+    void add(std::uint32_t id, ProcessCounters const & counters)
+    {
+        if (count_ < std::size(samples_))
+            samples_[count_++] = {id, counters};
+    }
+    /// Reads a process's counters and adds them, if it is running.
+    void addNow(int proc, std::uint32_t id)
+    {
+        if (auto const counters = countersNow(proc, id))
+            add(id, *counters);
+    }
+    void end()
+    {
+        std::ranges::sort(samples_, samples_ + count_, {}, &Sample::id);
+        end_ = now();
+    }
+
+    std::int64_t time() const { return begin_; }
+    /// Whether all were read, the last of them in the past hundredth of a second.
+    bool areFresh() const { return end_ != 0 && now() - end_ < 100'000; }
+
+    std::optional<ProcessCounters> of(std::uint32_t id) const
+    {
+        Sample const * const end = samples_ + count_;
+        Sample const * const found = std::ranges::lower_bound(samples_, end, id, {}, &Sample::id);
+        return found != end && found->id == id ? std::optional(found->counters) : std::nullopt;
+    }
+
+  private:
+    struct Sample {
+        std::uint32_t id;
+        ProcessCounters counters;
+    };
+
+    std::int64_t begin_;
+    std::int64_t end_;
+    std::size_t count_;
+    Sample samples_[6000];
+};
+
+/// What lies in a buffer: the counters that are found, and others aside.
+struct Buffered {
+    std::size_t found;
+    Counters counters[2];
+
+    static Buffered & in(CounterBuffer buffer)
+    {
+        return *reinterpret_cast<Buffered *>(buffer.data());
+    }
+    Counters & aside() { return counters[1 - found]; }
+    /// Makes those aside the ones that are found, and forgets the others.
+    Counters & exchange()
+    {
+        found = 1 - found;
+        aside().begin();
+        return counters[found];
+    }
+};
+static_assert(sizeof(Buffered) <= counterBufferSize);
+
+} // namespace
+
+void visitProcesses(CounterBuffer buffer, std::function<bool(ListedProcess const &)> const & keep)
+{
+    Counters & counters = Buffered::in(buffer).aside();
+    counters.begin();
+    Descriptor const proc(openProc());
+    if (!proc.isOpen())
+        return;
+    char room[PATH_MAX];
+    forEachNumber(proc.get(), [&](std::uint32_t id) {
+        StatLine const stat(proc.get(), id);
+        if (stat.isRunning() && keep({id, stat.parentId(), nameOf(proc.get(), id, stat, room)}))
+            counters.add(id, countersOf(proc.get(), id, stat));
+        return true;
+    });
+    counters.end();
+}
+
+std::optional<std::int64_t> readProcessCounters(std::span<std::uint32_t const> ids,
+                                                CounterBuffer buffer)
+{
+    Buffered & buffered = Buffered::in(buffer);
+    bool const areFresh = buffered.aside().areFresh();
+    Counters & counters = buffered.exchange();
+    if (areFresh)
+        return counters.time();
+    counters.begin();
+    Descriptor const proc(openProc());
+    if (!proc.isOpen())
+        return std::nullopt;
+    for (std::uint32_t const id : ids)
+        counters.addNow(proc.get(), id);
+    counters.end();
+    return counters.time();
+}
+
+std::optional<std::int64_t> readAllProcessCounters(CounterBuffer buffer)
+{
+    Counters & counters = Buffered::in(buffer).exchange();
+    counters.begin();
+    Descriptor const proc(openProc());
+    if (!proc.isOpen())
+        return std::nullopt;
+    forEachNumber(proc.get(), [&](std::uint32_t id) {
+        counters.addNow(proc.get(), id);
+        return true;
+    });
+    counters.end();
+    return counters.time();
+}
+
+std::optional<ProcessCounters> processCounters(CounterBuffer buffer, std::uint32_t id)
+{
+    Buffered & buffered = Buffered::in(buffer);
+    if (auto const found = buffered.counters[buffered.found].of(id))
+        return found;
+    Descriptor const proc(openProc());
+    return countersNow(proc.get(), id);
+}
+
+/// The folder of a process belongs to the user it acts as, whatever it hides inside.
+ProcessOwners::AccountId ProcessOwners::accountOf(std::uint32_t id,
+                                                  std::optional<ProcessOwner> & failure)
+{
+    AccountId account{};
+    char path[24] = "/proc/";
+    *std::to_chars(path + 6, path + sizeof path - 1, id).ptr = 0;
+    struct stat status {
+    };
+    if (::stat(path, &status) != 0)
+        failure = ProcessOwner();
+    else
+        std::memcpy(account.data(), &status.st_uid, sizeof status.st_uid);
+    return account;
+}
+
+ProcessOwner ProcessOwners::nameOf(AccountId const & account)
+{
+    uid_t number = 0;
+    std::memcpy(&number, account.data(), sizeof number);
+    passwd entry{};
+    passwd * found = nullptr;
+    std::array<char, 16384> texts;
+    int const error = ::getpwuid_r(number, &entry, texts.data(), texts.size(), &found);
+    ProcessOwner owner;
+    owner.error = error;
+    if (found)
+        owner.setName(found->pw_name);
+    else if (error == EACCES || error == EPERM)
+        owner.kind = ProcessOwner::AccessDenied;
+    else
+        // A missing database is no reason for an account to have no name, but has its own code.
+        owner.kind = error == 0 || error == ENOENT || error == ESRCH ? ProcessOwner::NoAccount
+                                                                     : ProcessOwner::Unknown;
+    return owner;
+}
+
+void killProcess(std::uint32_t id)
+{
+    // 0 and, as a signed number, everything from 2^31 on would mean groups of processes.
+    if (id > 1 && id <= INT_MAX)
+        ::kill(static_cast<pid_t>(id), SIGKILL);
+}
+
+bool setPrivilege(char const *, bool)
+{
+    return false;
+}
+
+} // namespace ox::platform

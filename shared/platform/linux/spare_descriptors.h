@@ -1,0 +1,62 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
+namespace ox::platform
+{
+
+/// Open descriptors that stand for the ones that a dump needs, so that a dump can also be written
+/// when the process has no others left.
+class SpareDescriptors
+{
+  public:
+    SpareDescriptors() { reserve(); }
+    ~SpareDescriptors() { release(); }
+    SpareDescriptors(SpareDescriptors const &) = delete;
+    SpareDescriptors & operator=(SpareDescriptors const &) = delete;
+
+    /// Opens those that are not open. The numbers of the standard streams stay free.
+    void reserve()
+    {
+        for (std::atomic<int> & spare : descriptors_) {
+            if (spare >= 0)
+                continue;
+            int const opened = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+            spare = ::fcntl(opened, F_DUPFD_CLOEXEC, firstOwnNumber);
+            ::close(opened);
+        }
+    }
+
+    /// Closes them. The application may have closed one by its number and have another file there
+    /// now, which stays open.
+    void release()
+    {
+        for (std::atomic<int> & spare : descriptors_) {
+            int const descriptor = spare.exchange(-1);
+            if (isNullDevice(descriptor))
+                ::close(descriptor);
+        }
+    }
+
+  private:
+    static constexpr int firstOwnNumber = 3;
+
+    static bool isNullDevice(int descriptor)
+    {
+        struct stat file {
+        };
+        return ::fstat(descriptor, &file) == 0 && S_ISCHR(file.st_mode) &&
+               file.st_rdev == makedev(1, 3);
+    }
+
+    /// A pipe to the process that writes the dump, the dump, and a file of /proc.
+    std::array<std::atomic<int>, 4> descriptors_ = {-1, -1, -1, -1};
+};
+
+} // namespace ox::platform

@@ -1,0 +1,151 @@
+#include "shared/platform/linux/user.h"
+
+#include "shared/platform/linux/kernel_file.h"
+#include "shared/platform/utf8.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <pwd.h>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace ox::platform
+{
+namespace
+{
+
+constexpr std::int64_t nanoseconds = 1'000'000'000;
+
+/// A folder that the environment names; a relative one does not count.
+std::optional<std::string> folderVariable(char const * name)
+{
+    char const * const value = std::getenv(name);
+    return value && *value == '/' ? std::optional<std::string>(value) : std::nullopt;
+}
+
+uid_t numberOf(UserOf which)
+{
+    return which == UserOf::Settings ? ::getuid() : ::geteuid();
+}
+
+std::int64_t countOf(timespec time)
+{
+    return time.tv_sec * nanoseconds + time.tv_nsec;
+}
+
+std::int64_t clockCount(clockid_t clock)
+{
+    timespec time{};
+    ::clock_gettime(clock, &time);
+    return countOf(time);
+}
+
+/// When somebody typed into a terminal last; 0 for one that nobody has typed into since it was made
+/// or handed to its user.
+std::int64_t lastTyped(char const * terminal)
+{
+    struct stat status;
+    if (::stat(terminal, &status) != 0 || !S_ISCHR(status.st_mode))
+        return 0;
+    std::int64_t const typed = countOf(status.st_atim);
+    return typed > countOf(status.st_ctim) ? typed : 0;
+}
+
+} // namespace
+
+bool isAdministrator()
+{
+    return ::geteuid() == 0;
+}
+
+std::optional<std::u16string> userFolder(UserFolder folder)
+{
+    auto home = folderVariable("HOME");
+    if (!home) {
+        UserAnswer const known = userHome(UserOf::Settings);
+        if (known.failedAt == UserStep::None)
+            home = toUtf8(known.text);
+    }
+    auto const below = [&home](char const * variable, char const * usual) {
+        auto const named = folderVariable(variable);
+        return named || !home ? named : *home + usual;
+    };
+    auto const found = folder == UserFolder::LocalData     ? below("XDG_DATA_HOME", "/.local/share")
+                       : folder == UserFolder::RoamingData ? below("XDG_CONFIG_HOME", "/.config")
+                                                           : home;
+    return found ? std::optional(systemText(*found)) : std::nullopt;
+}
+
+UserAnswer userId(UserOf which)
+{
+    std::string const number = std::to_string(numberOf(which));
+    return {{number.begin(), number.end()}};
+}
+
+UserAnswer userHome(UserOf which)
+{
+    std::vector<char> texts(1024);
+    passwd entry{};
+    passwd * found = nullptr;
+    int error = 0;
+    while ((error = ::getpwuid_r(numberOf(which), &entry, texts.data(), texts.size(), &found)) ==
+           ERANGE)
+        texts.resize(texts.size() * 2);
+    if (found)
+        return {systemText(found->pw_dir)};
+    return {{}, error == 0 ? UserStep::ReadValue : UserStep::OpenRegistry, error};
+}
+
+std::span<std::string_view const> desktopShells()
+{
+    static constexpr std::string_view names[] = {
+        "GNOME-SHELL", "PLASMASHELL", "XFCE4-SESSION", "CINNAMON", "MATE-SESSION", "LXQT-SESSION",
+        "LXSESSION",   "UNITY",       "BUDGIE-PANEL",  "SWAY",     "I3",           "OPENBOX"};
+    return names;
+}
+
+std::uint32_t firstUserId(std::string_view loginDefs)
+{
+    std::uint32_t first = 1000;
+    while (!loginDefs.empty()) {
+        std::string_view line = trimmed(takeUntil(loginDefs, '\n'));
+        std::size_t const end = std::min(line.find_first_of(" \t"), line.size());
+        if (line.substr(0, end) == "UID_MIN")
+            first = numberOf<std::uint32_t>(line.substr(end)).value_or(first);
+    }
+    return first;
+}
+
+bool mayBeDesktopUsers(std::uint32_t processId)
+{
+    struct stat status;
+    return ::stat(("/proc/" + std::to_string(processId)).c_str(), &status) == 0 &&
+           status.st_uid >= firstUserId(wholeFile("/etc/login.defs"));
+}
+
+std::optional<InputTicks> inputTicks()
+{
+    std::int64_t typed = 0;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry("/dev/pts", error), end; entry != end;
+         entry.increment(error))
+        typed = std::max(typed, lastTyped(entry->path().c_str()));
+    for (int console = 1; console < 64; ++console)
+        typed = std::max(typed, lastTyped(("/dev/tty" + std::to_string(console)).c_str()));
+
+    // A clock that nobody sets tells how long ago that was.
+    std::int64_t const running = clockCount(CLOCK_BOOTTIME);
+    std::int64_t const ago = clockCount(CLOCK_REALTIME) - typed;
+    if (typed == 0 || ago < 0 || ago >= running)
+        return std::nullopt;
+    constexpr std::int64_t millisecond = 1'000'000;
+    return InputTicks{static_cast<std::uint64_t>(running / millisecond),
+                      static_cast<std::uint64_t>((running - ago) / millisecond)};
+}
+
+} // namespace ox::platform

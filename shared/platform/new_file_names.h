@@ -1,0 +1,56 @@
+#pragma once
+
+#include "shared/platform/native_name.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <string_view>
+
+namespace ox::platform
+{
+
+// The names of temporary files: ".oxshared-SYSTEM-PROCESS-NUMBER.tmp", each part eight hexadecimal
+// digits. A running system is trusted only about the locks of its own files.
+
+/// Stands for every Windows machine: the file server keeps their locks.
+inline constexpr std::uint32_t windowsSystem = 0;
+
+/// The age in seconds at which a temporary file of another system counts as left behind, as a lock
+/// file does.
+inline constexpr std::int64_t leftBehindAfter = 3 * 60 * 60;
+
+inline NativeName temporaryPrefix(std::uint32_t system, std::uint32_t process)
+{
+    char text[40];
+    int const length = std::snprintf(text, sizeof text, ".oxshared-%08x-%08x-", system, process);
+    return NativeName(text, text + length);
+}
+
+inline NativeName temporaryName(std::uint32_t system, std::uint32_t process, std::uint32_t number)
+{
+    char text[20];
+    int const length = std::snprintf(text, sizeof text, "%08x.tmp", number);
+    return temporaryPrefix(system, process).append(text, text + length);
+}
+
+enum class Temporary { No, OfThisSystem, OfAnother };
+
+inline Temporary temporaryKind(std::basic_string_view<NativeName::value_type> name,
+                               std::uint32_t system)
+{
+    NativeName const form = temporaryName(0, 0, 0);
+    auto const fits = [](auto letter, auto model) {
+        bool const isDigit = (letter >= '0' && letter <= '9') || (letter >= 'a' && letter <= 'f');
+        return model == '0' ? isDigit : letter == model;
+    };
+    if (name.size() != form.size() ||
+        !std::equal(name.begin(), name.end(), form.begin(), form.end(), fits))
+        return Temporary::No;
+    constexpr std::size_t throughSystem = 19; // ".oxshared-" and eight digits
+    bool const isOwn =
+        temporaryPrefix(system, 0).compare(0, throughSystem, name, 0, throughSystem) == 0;
+    return isOwn ? Temporary::OfThisSystem : Temporary::OfAnother;
+}
+
+} // namespace ox::platform

@@ -1,0 +1,62 @@
+#include "shared/platform/program/console.h"
+
+#include "shared/platform/utf8.h"
+
+#include <array>
+#include <csignal>
+#include <fcntl.h>
+#include <pwd.h>
+#include <unistd.h>
+
+namespace ox::platform
+{
+namespace
+{
+
+/// Opens the null device under the numbers of closed standard streams. The next file opened would
+/// have such a number otherwise, and texts for the stream would be written into that file. Child
+/// processes find the stream closed.
+void occupyClosedStreams()
+{
+    for (int const number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        // The opposite direction, so that reading and writing fail as on a closed stream.
+        int const mode = number == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+        if (::fcntl(number, F_GETFD) < 0)
+            ::open("/dev/null", mode | O_CLOEXEC); // has the lowest number that is free
+    }
+}
+
+} // namespace
+
+bool isTerminal(std::FILE * stream)
+{
+    return ::isatty(::fileno(stream)) != 0;
+}
+
+void prepareStandardStreams()
+{
+    occupyClosedStreams();
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+std::vector<std::string> utf8Arguments(int argc, char ** argv)
+{
+    return argc > 1 ? std::vector<std::string>(argv + 1, argv + argc) : std::vector<std::string>();
+}
+
+std::u16string argumentText(std::string_view argument)
+{
+    return fromFileName(argument);
+}
+
+std::string userName()
+{
+    passwd entry{};
+    passwd * found = nullptr;
+    std::array<char, 4096> texts{};
+    ::getpwuid_r(::getuid(), &entry, texts.data(), texts.size(), &found);
+    return found ? found->pw_name : std::string();
+}
+
+} // namespace ox::platform

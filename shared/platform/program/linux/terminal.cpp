@@ -1,0 +1,81 @@
+#include "shared/platform/program/terminal.h"
+
+#include "shared/platform/program/console.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace ox::platform
+{
+namespace
+{
+
+termios asItWas;
+
+void show(char const * sequence)
+{
+    std::fputs(sequence, stdout);
+    std::fflush(stdout);
+}
+
+} // namespace
+
+TerminalSize terminalSize(std::FILE * stream)
+{
+    TerminalSize known;
+    winsize size{};
+    if (::ioctl(::fileno(stream), TIOCGWINSZ, &size) != 0)
+        return known;
+    // A terminal may know one of them only.
+    if (size.ws_col > 0)
+        known.columns = size.ws_col;
+    if (size.ws_row > 0)
+        known.rows = size.ws_row;
+    return known;
+}
+
+bool takeTerminal()
+{
+    if (!isTerminal(stdout) || ::tcgetattr(STDIN_FILENO, &asItWas) != 0)
+        return false;
+    termios settings = asItWas;
+    settings.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    settings.c_cc[VMIN] = 1;
+    settings.c_cc[VTIME] = 0;
+    // A process suspended or ended by these keys would leave the terminal as it is now.
+    settings.c_cc[VSUSP] = _POSIX_VDISABLE;
+    settings.c_cc[VQUIT] = _POSIX_VDISABLE;
+    if (::tcsetattr(STDIN_FILENO, TCSAFLUSH, &settings) != 0)
+        return false;
+    show("\033[?1049h\033[?25l");
+    return true;
+}
+
+void giveTerminalBack()
+{
+    show("\033[?25h\033[?1049l");
+    ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &asItWas);
+}
+
+std::optional<char> waitForKey(std::chrono::steady_clock::time_point end)
+{
+    for (;;) {
+        auto const left =
+            std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+        pollfd keyboard{STDIN_FILENO, POLLIN, 0};
+        int const ready = ::poll(&keyboard, 1, std::max(0, static_cast<int>(left.count())));
+        if (ready == 0)
+            return std::nullopt;
+        char key = endOfKeys;
+        if (ready > 0 && ::read(STDIN_FILENO, &key, 1) >= 0)
+            return key;
+        if (errno != EINTR)
+            return endOfKeys;
+    }
+}
+
+} // namespace ox::platform

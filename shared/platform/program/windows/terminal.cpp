@@ -1,0 +1,79 @@
+#include "shared/platform/program/terminal.h"
+
+#include <algorithm>
+#include <io.h>
+
+#include <windows.h>
+
+namespace ox::platform
+{
+namespace
+{
+
+HANDLE handleOf(std::FILE * stream)
+{
+    return reinterpret_cast<HANDLE>(::_get_osfhandle(::_fileno(stream)));
+}
+
+DWORD asItWas;
+
+void show(char const * sequence)
+{
+    std::fputs(sequence, stdout);
+    std::fflush(stdout);
+}
+
+} // namespace
+
+TerminalSize terminalSize(std::FILE * stream)
+{
+    CONSOLE_SCREEN_BUFFER_INFO info;
+    if (!::GetConsoleScreenBufferInfo(handleOf(stream), &info))
+        return {};
+    return {info.srWindow.Right - info.srWindow.Left + 1,
+            info.srWindow.Bottom - info.srWindow.Top + 1};
+}
+
+bool takeTerminal()
+{
+    DWORD output;
+    // Ctrl-C stays what it is.
+    if (!::GetConsoleMode(handleOf(stdout), &output) ||
+        (output & ENABLE_VIRTUAL_TERMINAL_PROCESSING) == 0 ||
+        !::GetConsoleMode(handleOf(stdin), &asItWas) ||
+        !::SetConsoleMode(handleOf(stdin), ENABLE_PROCESSED_INPUT))
+        return false;
+    show("\033[?1049h\033[?25l");
+    return true;
+}
+
+void giveTerminalBack()
+{
+    show("\033[?25h\033[?1049l");
+    ::SetConsoleMode(handleOf(stdin), asItWas);
+}
+
+std::optional<char> waitForKey(std::chrono::steady_clock::time_point end)
+{
+    HANDLE const input = handleOf(stdin);
+    for (;;) {
+        auto const left =
+            std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+        DWORD const wait = static_cast<DWORD>(std::max<long long>(0, left.count()));
+        DWORD const waited = ::WaitForSingleObject(input, wait);
+        if (waited == WAIT_TIMEOUT)
+            return std::nullopt;
+        INPUT_RECORD event;
+        DWORD count = 0;
+        if (waited != WAIT_OBJECT_0 || !::ReadConsoleInputW(input, &event, 1, &count))
+            return endOfKeys;
+        // The mouse, the window and released keys are events, too.
+        bool const isKey =
+            count == 1 && event.EventType == KEY_EVENT && event.Event.KeyEvent.bKeyDown;
+        wchar_t const key = isKey ? event.Event.KeyEvent.uChar.UnicodeChar : L'\0';
+        if (key > 0 && key < 0x80)
+            return static_cast<char>(key);
+    }
+}
+
+} // namespace ox::platform

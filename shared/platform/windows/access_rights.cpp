@@ -1,0 +1,104 @@
+#include "shared/platform/access_rights.h"
+
+#include "shared/platform/files.h"
+#include "shared/platform/windows/access_rights.h"
+
+#include <memory>
+
+#include <aclapi.h>
+
+namespace ox::platform
+{
+namespace
+{
+
+struct FreeLocal {
+    void operator()(void * memory) const { ::LocalFree(memory); }
+};
+template <typename T>
+using Local = std::unique_ptr<T, FreeLocal>;
+
+bool succeeded(DWORD error)
+{
+    ::SetLastError(error);
+    return error == ERROR_SUCCESS;
+}
+
+/// Adds an entry for everybody to the access list of an object. `get` reads the list, `set` writes
+/// it; both return the system's error code.
+template <typename Get, typename Set>
+bool allowEverybody(Get const & get, Set const & set, DWORD rights, DWORD inheritance)
+{
+    SID_IDENTIFIER_AUTHORITY world = SECURITY_WORLD_SID_AUTHORITY;
+    SID everybody;
+    ::InitializeSid(&everybody, &world, 1);
+    *::GetSidSubAuthority(&everybody, 0) = SECURITY_WORLD_RID;
+
+    PACL present = nullptr;
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    if (!succeeded(get(&present, &descriptor)))
+        return false;
+    Local<void> const descriptorOwner(descriptor);
+    if (!present) // without a list everybody may do everything
+        return true;
+
+    EXPLICIT_ACCESS_W entry = {};
+    entry.grfAccessPermissions =
+        FILE_GENERIC_READ | FILE_GENERIC_WRITE | FILE_GENERIC_EXECUTE | rights;
+    entry.grfAccessMode = GRANT_ACCESS;
+    entry.grfInheritance = inheritance;
+    ::BuildTrusteeWithSidW(&entry.Trustee, &everybody);
+    PACL merged = nullptr;
+    if (!succeeded(::SetEntriesInAclW(1, &entry, present, &merged)))
+        return false;
+    Local<ACL> const mergedOwner(merged);
+    return succeeded(set(merged));
+}
+
+constexpr SECURITY_INFORMATION accessList = DACL_SECURITY_INFORMATION;
+
+} // namespace
+
+bool allowEverybodyToExecute(HANDLE file)
+{
+    return allowEverybody(
+        [file](PACL * list, PSECURITY_DESCRIPTOR * descriptor) {
+            return ::GetSecurityInfo(file, SE_FILE_OBJECT, accessList, nullptr, nullptr, list,
+                                     nullptr, descriptor);
+        },
+        [file](PACL list) {
+            return ::SetSecurityInfo(file, SE_FILE_OBJECT, accessList, nullptr, nullptr, list,
+                                     nullptr);
+        },
+        DELETE, NO_INHERITANCE);
+}
+
+bool allowEverybodyToExecute(NativeName const & name)
+{
+    Handle const file(openFile(name, READ_CONTROL | WRITE_DAC, shareAll, OPEN_EXISTING,
+                               FILE_FLAG_BACKUP_SEMANTICS));
+    return file.isOpen() && allowEverybodyToExecute(file.get());
+}
+
+bool allowEverybodyToFill(NativeName const & folder, bool inherit)
+{
+    // By its name, since the system passes inherited entries on to what is in the folder then.
+    std::wstring object = folder;
+    return allowEverybody(
+        [&](PACL * list, PSECURITY_DESCRIPTOR * descriptor) {
+            return ::GetNamedSecurityInfoW(object.data(), SE_FILE_OBJECT, accessList, nullptr,
+                                           nullptr, list, nullptr, descriptor);
+        },
+        [&](PACL list) {
+            return ::SetNamedSecurityInfoW(object.data(), SE_FILE_OBJECT, accessList, nullptr,
+                                           nullptr, list, nullptr);
+        },
+        FILE_DELETE_CHILD, inherit ? SUB_CONTAINERS_AND_OBJECTS_INHERIT : NO_INHERITANCE);
+}
+
+bool createFolderForEverybody(NativeName const & folder)
+{
+    return createFolder(folder) && allowEverybodyToFill(folder, false);
+}
+
+} // namespace ox::platform

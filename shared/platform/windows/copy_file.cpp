@@ -1,0 +1,51 @@
+#include "shared/platform/copy_file.h"
+
+#include "shared/platform/windows/open_file.h"
+
+#include <optional>
+
+namespace ox::platform
+{
+namespace
+{
+
+std::optional<BY_HANDLE_FILE_INFORMATION> identityOf(NativeName const & name)
+{
+    Handle const file(openFile(name, 0, shareAll, OPEN_EXISTING));
+    BY_HANDLE_FILE_INFORMATION information;
+    if (!file.isOpen() || !::GetFileInformationByHandle(file.get(), &information))
+        return std::nullopt;
+    return information;
+}
+
+} // namespace
+
+bool copyFile(NativeName const & from, NativeName const & to, bool failIfExists,
+              std::optional<std::int64_t> modified)
+{
+    if (!::CopyFileW(from.c_str(), to.c_str(), failIfExists))
+        return false;
+    if (modified) {
+        OpenFile copy = toOpenFile(openFile(to, FILE_WRITE_ATTRIBUTES, shareWriting, OPEN_EXISTING,
+                                            FILE_FLAG_OPEN_REPARSE_POINT));
+        copy.setTimes(*modified);
+    }
+    return true;
+}
+
+bool mayReplace(NativeName const & target, NativeName const & source)
+{
+    auto const first = identityOf(target);
+    auto const second = identityOf(source);
+    // Some servers give every file the index 0.
+    bool const areKnown = first && second && (first->nFileIndexHigh | first->nFileIndexLow) != 0;
+    if (areKnown && first->dwVolumeSerialNumber == second->dwVolumeSerialNumber &&
+        first->nFileIndexHigh == second->nFileIndexHigh &&
+        first->nFileIndexLow == second->nFileIndexLow) {
+        ::SetLastError(ERROR_SHARING_VIOLATION);
+        return false;
+    }
+    return true;
+}
+
+} // namespace ox::platform

@@ -1,0 +1,110 @@
+#include "shared/platform/environment.h"
+
+#include "shared/platform/windows/utf16.h"
+
+#include <memory>
+
+#include <windows.h>
+
+namespace ox::platform
+{
+namespace
+{
+
+/// Calls `ask(buffer, room)` with ever more room until the answer fits. The system's calls return
+/// the length of the answer, the room that they need, or the whole room when they have cut the
+/// answer.
+template <typename Ask>
+std::wstring askWithRoom(Ask ask)
+{
+    for (std::wstring text(MAX_PATH, L'\0');; text.resize(text.size() * 2)) {
+        auto const length = ask(text.data(), static_cast<DWORD>(text.size()));
+        if (length < text.size()) {
+            text.resize(length);
+            return text;
+        }
+    }
+}
+
+/// 8-bit text from the system, such as the arguments of a program.
+std::wstring fromCodePage(std::string_view text)
+{
+    std::wstring wide(text.size(), L'\0');
+    int const length = ::MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()),
+                                             wide.data(), static_cast<int>(wide.size()));
+    wide.resize(static_cast<std::size_t>(length));
+    return wide;
+}
+
+} // namespace
+
+std::vector<std::u16string> environmentBlock()
+{
+    std::vector<std::u16string> entries;
+    std::unique_ptr<wchar_t, decltype(&::FreeEnvironmentStringsW)> const block(
+        ::GetEnvironmentStringsW(), ::FreeEnvironmentStringsW);
+    for (wchar_t const * entry = block.get(); entry && *entry;
+         entry += std::wstring_view(entry).size() + 1)
+        entries.push_back(toUtf16(entry));
+    return entries;
+}
+
+std::optional<std::u16string> environmentVariable(std::u16string_view name)
+{
+    std::wstring const wideName = toWide(name);
+    ::SetLastError(ERROR_SUCCESS);
+    auto const value = askWithRoom([&wideName](wchar_t * text, DWORD room) {
+        return ::GetEnvironmentVariableW(wideName.c_str(), text, room);
+    });
+    if (value.empty() && ::GetLastError() != ERROR_SUCCESS)
+        return std::nullopt;
+    return toUtf16(value);
+}
+
+void sleepMilliseconds(int milliseconds)
+{
+    ::Sleep(static_cast<DWORD>(milliseconds));
+}
+
+std::optional<std::u16string> executablePath()
+{
+    auto const path = askWithRoom(
+        [](wchar_t * text, DWORD room) { return ::GetModuleFileNameW(nullptr, text, room); });
+    return path.empty() ? std::nullopt : std::optional(toUtf16(path));
+}
+
+std::optional<std::u16string> absolutePath(char const * file)
+{
+    std::wstring const path = fromCodePage(file);
+    bool const isAbsolute = path.starts_with(L'\\') || (path.size() > 1 && path[1] == L':');
+    if (isAbsolute)
+        return toUtf16(path);
+    auto const folder =
+        askWithRoom([](wchar_t * text, DWORD room) { return ::GetCurrentDirectoryW(room, text); });
+    if (folder.empty())
+        return std::nullopt;
+    return toUtf16(folder.ends_with(L'\\') ? folder + path : folder + L'\\' + path);
+}
+
+std::optional<std::u16string> absolutePath(std::u16string_view name)
+{
+    std::wstring const relative = toWide(name);
+    auto const path = askWithRoom([&relative](wchar_t * text, DWORD room) {
+        return ::GetFullPathNameW(relative.c_str(), room, text, nullptr);
+    });
+    return path.empty() ? std::nullopt : std::optional(toUtf16(path));
+}
+
+std::u16string temporaryFolder()
+{
+    auto const folder =
+        askWithRoom([](wchar_t * text, DWORD room) { return ::GetTempPathW(room, text); });
+    return folder.empty() ? std::u16string(u"\\tmp") : toUtf16(folder);
+}
+
+std::u16string_view folderOf(std::u16string_view path)
+{
+    return path.substr(0, path.rfind(u'\\') + 1);
+}
+
+} // namespace ox::platform

@@ -1,0 +1,197 @@
+#include "shared/platform/files.h"
+
+#include "shared/platform/windows/stream.h"
+
+#include <fcntl.h>
+#include <io.h>
+
+namespace ox::platform
+{
+namespace
+{
+
+struct ModeTraits {
+    DWORD access;
+    DWORD sharing;
+    DWORD disposition;
+    int descriptorFlags;
+    char const * letters;
+};
+
+/// The run-time library's safe opening shares a file with readers while it reads, with nobody while
+/// it writes. Logs are shared with everybody.
+ModeTraits const & traitsOf(StreamMode mode)
+{
+    constexpr DWORD appending = FILE_APPEND_DATA | SYNCHRONIZE;
+    static constexpr ModeTraits traits[] = {
+        {GENERIC_READ, shareReading, OPEN_EXISTING, _O_RDONLY | _O_BINARY, "rb"},
+        {GENERIC_WRITE, shareNothing, CREATE_ALWAYS, _O_WRONLY | _O_BINARY, "wb"},
+        {appending, shareWriting, OPEN_ALWAYS, _O_WRONLY | _O_APPEND | _O_BINARY, "ab"},
+        {GENERIC_WRITE, shareWriting, CREATE_ALWAYS, _O_WRONLY | _O_TEXT, "wt"},
+        {appending, shareWriting, OPEN_ALWAYS, _O_WRONLY | _O_APPEND | _O_TEXT, "at"},
+        {GENERIC_READ, shareWriting, OPEN_EXISTING, _O_RDONLY | _O_BINARY, "rb"},
+        {GENERIC_WRITE, shareWriting, CREATE_ALWAYS, _O_WRONLY | _O_BINARY, "wb"}};
+    return traits[static_cast<int>(mode)];
+}
+
+/// The drive or share that a path begins with, up to and including the separator behind it. Empty
+/// when there is none.
+NativeName rootOf(NativeName path)
+{
+    bool const isUnlimitedShare = path.starts_with(LR"(\\?\UNC\)");
+    if (isUnlimitedShare)
+        path.replace(0, 8, LR"(\\)");
+    else if (path.starts_with(LR"(\\?\)"))
+        path.erase(0, 4);
+    if (path.size() > 1 && path[1] == L':')
+        return path.substr(0, 3);
+    std::size_t const share = path.find(L'\\', 3);
+    std::size_t const end = share == path.npos ? path.npos : path.find(L'\\', share + 1);
+    return end == path.npos ? NativeName() : path.substr(0, end + 1);
+}
+
+/// Whether two names stand for one file that has no second name of its own, so that deleting it
+/// under the one deletes it under the other.
+bool isOneFile(NativeName const & one, NativeName const & other)
+{
+    BY_HANDLE_FILE_INFORMATION files[2];
+    NativeName const * const names[] = {&one, &other};
+    for (int i : {0, 1}) {
+        Handle const file(openFile(*names[i], 0, shareAll, OPEN_EXISTING));
+        if (!file.isOpen() || !::GetFileInformationByHandle(file.get(), &files[i]))
+            return false;
+    }
+    // Some servers give every file the index 0.
+    return (files[0].nFileIndexHigh | files[0].nFileIndexLow) != 0 &&
+           files[0].dwVolumeSerialNumber == files[1].dwVolumeSerialNumber &&
+           files[0].nFileIndexHigh == files[1].nFileIndexHigh &&
+           files[0].nFileIndexLow == files[1].nFileIndexLow && files[0].nNumberOfLinks == 1;
+}
+
+} // namespace
+
+int openDescriptor(NativeName const & name, StreamMode mode, DWORD sharing)
+{
+    ModeTraits const & traits = traitsOf(mode);
+    Handle file(openFile(name, traits.access, sharing, traits.disposition));
+    if (!file.isOpen())
+        return -1;
+    if (::GetFileType(file.get()) == FILE_TYPE_PIPE) { // whose other end need not ever answer
+        ::SetLastError(ERROR_NOT_SUPPORTED);
+        return -1;
+    }
+    int const descriptor = ::_open_osfhandle(reinterpret_cast<std::intptr_t>(file.get()),
+                                             traits.descriptorFlags | _O_NOINHERIT);
+    if (descriptor >= 0)
+        file.release();
+    return descriptor;
+}
+
+char const * modeLetters(StreamMode mode)
+{
+    return traitsOf(mode).letters;
+}
+
+std::optional<FileStatus> fileStatus(NativeName const & name)
+{
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    if (!::GetFileAttributesExW(name.c_str(), GetFileExInfoStandard, &data))
+        return std::nullopt;
+    if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
+        return FileStatus{true, 0, secondsOf(data.ftLastWriteTime)};
+    // Opened without any access, which is refused where the file cannot be used.
+    Handle const file(openFile(name, 0, shareNothing, OPEN_EXISTING));
+    LARGE_INTEGER size;
+    if (!file.isOpen() || !::GetFileSizeEx(file.get(), &size))
+        return std::nullopt;
+    FILETIME modified;
+    bool const hasTime = ::GetFileTime(file.get(), nullptr, nullptr, &modified);
+    return FileStatus{false, size.QuadPart, hasTime ? secondsOf(modified) : 0};
+}
+
+NameKind kindOf(NativeName const & name)
+{
+    DWORD const attributes = ::GetFileAttributesW(name.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES)
+        return NameKind::None;
+    return attributes & FILE_ATTRIBUTE_DIRECTORY ? NameKind::Folder : NameKind::File;
+}
+
+std::FILE * openStream(NativeName const & name, StreamMode mode)
+{
+    int const descriptor = openDescriptor(name, mode, traitsOf(mode).sharing);
+    if (descriptor < 0)
+        return nullptr;
+    std::FILE * const stream = ::_fdopen(descriptor, modeLetters(mode));
+    if (!stream)
+        ::_close(descriptor);
+    return stream;
+}
+
+bool deleteFile(NativeName const & name)
+{
+    ::SetFileAttributesW(name.c_str(), FILE_ATTRIBUTE_NORMAL);
+    if (::DeleteFileW(name.c_str()))
+        return true;
+    DWORD const error = ::GetLastError();
+    return !name.empty() && (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND);
+}
+
+bool moveFile(NativeName const & from, NativeName const & to)
+{
+    return ::MoveFileW(from.c_str(), to.c_str());
+}
+
+bool moveOver(NativeName const & from, NativeName const & to)
+{
+    // Succeeds for two spellings of one name, which may differ in their letter case.
+    if (::MoveFileW(from.c_str(), to.c_str()))
+        return true;
+    if (::GetLastError() != ERROR_ALREADY_EXISTS && ::GetLastError() != ERROR_FILE_EXISTS)
+        return false;
+    if (isOneFile(from, to)) {
+        ::SetLastError(ERROR_ALREADY_EXISTS);
+        return false;
+    }
+    return deleteFile(to) && ::MoveFileW(from.c_str(), to.c_str());
+}
+
+bool createFolder(NativeName const & name)
+{
+    return ::CreateDirectoryW(name.c_str(), nullptr);
+}
+
+bool deleteFolder(NativeName const & name)
+{
+    return ::RemoveDirectoryW(name.c_str());
+}
+
+bool setFileTimes(NativeName const & name, std::optional<std::int64_t> seconds)
+{
+    Handle const file(
+        openFile(name, FILE_WRITE_ATTRIBUTES, shareWriting, OPEN_EXISTING, FILE_FLAG_NO_BUFFERING));
+    FILETIME time;
+    if (seconds)
+        time = fileTimeOf(*seconds);
+    else
+        ::GetSystemTimeAsFileTime(&time);
+    return file.isOpen() && ::SetFileTime(file.get(), &time, &time, &time);
+}
+
+bool const hasExecutableBits = false;
+
+bool makeExecutable(NativeName const &)
+{
+    return true;
+}
+
+std::optional<std::uint64_t> freeBytes(NativeName const & path)
+{
+    NativeName const root = rootOf(path);
+    ULARGE_INTEGER available;
+    if (root.empty() || !::GetDiskFreeSpaceExW(root.c_str(), &available, nullptr, nullptr))
+        return std::nullopt;
+    return available.QuadPart;
+}
+
+} // namespace ox::platform

@@ -1,0 +1,138 @@
+#include "shared/platform/folder_tree.h"
+
+#include "shared/platform/windows/found_files.h"
+#include "shared/platform/windows/handle.h"
+
+#include <algorithm>
+
+namespace ox::platform
+{
+namespace
+{
+
+bool isLink(DWORD attributes)
+{
+    return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+/// Opens a real folder so that, while it is open, nobody can rename it, delete it or make a link of
+/// it.
+HANDLE openFolder(NativeName const & name)
+{
+    Handle folder(openFile(name, FILE_LIST_DIRECTORY | FILE_READ_ATTRIBUTES, shareReading,
+                           OPEN_EXISTING,
+                           FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT));
+    BY_HANDLE_FILE_INFORMATION information;
+    if (!folder.isOpen() || !::GetFileInformationByHandle(folder.get(), &information))
+        return INVALID_HANDLE_VALUE;
+    // The name alone may be a link although what is open here is a folder.
+    DWORD const attributes = information.dwFileAttributes | ::GetFileAttributesW(name.c_str());
+    if ((information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 && !isLink(attributes))
+        return folder.release();
+    ::SetLastError(ERROR_DIRECTORY);
+    return INVALID_HANDLE_VALUE;
+}
+
+/// The full name of an open folder, in the form that has no limit of length. Empty on failure.
+NativeName fullName(HANDLE folder)
+{
+    NativeName name(32768, L'\0');
+    name.resize(::GetFinalPathNameByHandleW(folder, name.data(), static_cast<DWORD>(name.size()),
+                                            FILE_NAME_NORMALIZED | VOLUME_NAME_DOS));
+    return name;
+}
+
+} // namespace
+
+struct FolderTree::System {
+    std::vector<std::unique_ptr<Handle>> open;
+    NativeName path; ///< of the current folder, without a separator at its end
+
+    NativeName nameOf(Entry const & entry) const { return path + ownSeparator_ + entry.name; }
+
+    static constexpr wchar_t ownSeparator_ = L'\\';
+};
+
+FolderTree::FolderTree() : system_(std::make_unique<System>()) {}
+
+FolderTree::~FolderTree()
+{
+    // From the inside out.
+    while (!system_->open.empty())
+        system_->open.pop_back();
+}
+
+bool FolderTree::open(NativeName const & folder)
+{
+    NativeName name = folder;
+    while (name.size() > 3 && (name.ends_with(L'\\') || name.ends_with(L'/')))
+        name.pop_back();
+    // A drive alone would mean whatever folder is the current one there.
+    if (name.ends_with(L':'))
+        name += L'\\';
+    auto opened = std::make_unique<Handle>(openFolder(name));
+    if (!opened->isOpen())
+        return false;
+    system_->path = fullName(opened->get());
+    if (system_->path.empty())
+        return false;
+    if (system_->path.ends_with(L'\\'))
+        system_->path.pop_back();
+    system_->open.push_back(std::move(opened));
+    return true;
+}
+
+bool FolderTree::isRoot() const
+{
+    // \\?\C:, or \\?\UNC\server\share
+    NativeName const & path = system_->path;
+    auto const separators = std::count(path.begin(), path.end(), L'\\');
+    return separators <= (path.starts_with(LR"(\\?\UNC\)") ? 5 : 3);
+}
+
+std::optional<std::vector<FolderTree::Entry>> FolderTree::entries() const
+{
+    FoundFiles found(system_->path + L"\\*");
+    std::vector<Entry> entries;
+    while (found.next()) {
+        WIN32_FIND_DATAW const & record = found.record();
+        bool const isRealFolder = isFolder(record) && !isLink(record.dwFileAttributes);
+        entries.push_back(
+            {record.cFileName, isRealFolder, sizeOf(record), secondsOf(record.ftLastWriteTime)});
+    }
+    ::SetLastError(found.error());
+    return found.error() == ERROR_SUCCESS ? std::optional(std::move(entries)) : std::nullopt;
+}
+
+bool FolderTree::enter(Entry const & folder)
+{
+    NativeName const name = system_->nameOf(folder);
+    auto opened = std::make_unique<Handle>(openFolder(name));
+    if (!opened->isOpen())
+        return false;
+    system_->open.push_back(std::move(opened));
+    system_->path = name;
+    return true;
+}
+
+bool FolderTree::leave()
+{
+    system_->open.pop_back();
+    system_->path.resize(system_->path.rfind(L'\\'));
+    return true;
+}
+
+bool FolderTree::remove(Entry const & entry)
+{
+    NativeName const name = system_->nameOf(entry);
+    DWORD const attributes = ::GetFileAttributesW(name.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0)
+        ::SetFileAttributesW(name.c_str(), FILE_ATTRIBUTE_NORMAL);
+    bool const isFolderOrLinkToOne =
+        attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    if (isFolderOrLinkToOne ? ::RemoveDirectoryW(name.c_str()) : ::DeleteFileW(name.c_str()))
+        return true;
+    return ::GetLastError() == ERROR_FILE_NOT_FOUND;
+}
+
+} // namespace ox::platform

@@ -1,0 +1,58 @@
+#include "shared/platform/native_name.h"
+
+#include "shared/platform/windows/utf16.h"
+
+#include <windows.h>
+
+namespace ox::platform
+{
+namespace
+{
+
+/// The system takes longer names only in full and behind a prefix that switches its limit off. The
+/// limit is that of a folder, which must leave room for a file with a short name.
+constexpr std::size_t longestPlainName = 247;
+
+std::wstring fullName(std::wstring const & name)
+{
+    std::wstring full(32768, L'\0');
+    full.resize(
+        ::GetFullPathNameW(name.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+    return full;
+}
+
+std::wstring withoutLimit(std::wstring name)
+{
+    if (name.size() <= longestPlainName || name.starts_with(LR"(\\?\)") ||
+        name.starts_with(LR"(\\.\)"))
+        return name;
+    std::wstring const full = fullName(name);
+    if (full.size() <= longestPlainName)
+        return full;
+    return full.starts_with(LR"(\\)") ? LR"(\\?\UNC)" + full.substr(1) : LR"(\\?\)" + full;
+}
+
+} // namespace
+
+NativeName nativeName(std::u16string_view name)
+{
+    if (name.find(u'\0') != name.npos)
+        return {};
+    return withoutLimit(std::wstring(name.begin(), name.end()));
+}
+
+std::u16string recordText(std::string_view name)
+{
+    std::u16string wide;
+    wide.reserve(name.size());
+    for (char const c : name)
+        wide.push_back(static_cast<unsigned char>(c));
+    return wide;
+}
+
+std::u16string nameText(std::basic_string_view<NativeName::value_type> name)
+{
+    return toUtf16(name);
+}
+
+} // namespace ox::platform

@@ -1,0 +1,368 @@
+#include "shared/platform/new_file.h"
+
+#include "shared/platform/files.h"
+#include "shared/platform/new_file_names.h"
+#include "shared/platform/windows/access_rights.h"
+#include "shared/platform/windows/open_file.h"
+
+#include <atomic>
+#include <cstring>
+#include <functional>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace ox::platform
+{
+namespace
+{
+
+constexpr int mostTries = 100;
+constexpr DWORD retryAfterMs = 10;
+constexpr DWORD allRights = GENERIC_READ | GENERIC_WRITE | DELETE | READ_CONTROL | WRITE_DAC;
+
+/// While a program writes a file by its name, the file is closed for a moment on both sides.
+constexpr std::int64_t openedAgainWithin = 10;
+
+NativeName freshName()
+{
+    return temporaryName(windowsSystem, ::GetCurrentProcessId(), std::random_device()());
+}
+
+/// The path of an open file or folder that stays right when a link on the way to it changes, and
+/// that has no limit of length.
+NativeName finalPath(HANDLE file, NativeName const & otherwise)
+{
+    NativeName path(32768, L'\0');
+    DWORD const length =
+        ::GetFinalPathNameByHandleW(file, path.data(), static_cast<DWORD>(path.size()), 0);
+    path.resize(length < path.size() ? length : 0);
+    return path.empty() ? otherwise : path;
+}
+
+NativeName fullPath(NativeName const & path)
+{
+    DWORD const size = ::GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
+    NativeName full(size, L'\0');
+    full.resize(::GetFullPathNameW(path.c_str(), size, full.data(), nullptr));
+    return full;
+}
+
+/// Gives an open file another name in place of what has that name. Waits a moment for a process
+/// that has the replaced file open, as one does that replaces it, too.
+bool renameTo(HANDLE file, NativeName const & path)
+{
+    std::size_t const bytes = path.size() * sizeof(wchar_t);
+    std::vector<char> memory(sizeof(FILE_RENAME_INFO) + bytes);
+    auto * const information = reinterpret_cast<FILE_RENAME_INFO *>(memory.data());
+    information->ReplaceIfExists = TRUE;
+    information->FileNameLength = static_cast<DWORD>(bytes);
+    std::memcpy(information->FileName, path.data(), bytes);
+    for (int i = 0; i < mostTries; ++i) {
+        if (::SetFileInformationByHandle(file, FileRenameInfo, information,
+                                         static_cast<DWORD>(memory.size())))
+            return true;
+        DWORD const error = ::GetLastError();
+        if (error != ERROR_ACCESS_DENIED && error != ERROR_SHARING_VIOLATION)
+            return false;
+        ::Sleep(retryAfterMs);
+        ::SetLastError(error);
+    }
+    return false;
+}
+
+void setAttributes(HANDLE file, DWORD attributes)
+{
+    FILE_BASIC_INFO basic{};
+    basic.FileAttributes = attributes;
+    ::SetFileInformationByHandle(file, FileBasicInfo, &basic, sizeof basic);
+}
+
+/// The time of the latest change, in seconds, by the file server's clock.
+std::int64_t lastChange(HANDLE file)
+{
+    FILE_BASIC_INFO basic{};
+    ::GetFileInformationByHandleEx(file, FileBasicInfo, &basic, sizeof basic);
+    // Not every file system has all of them.
+    std::int64_t const latest = std::max(
+        {basic.ChangeTime.QuadPart, basic.LastWriteTime.QuadPart, basic.CreationTime.QuadPart});
+    return secondsOf({static_cast<DWORD>(latest), static_cast<DWORD>(latest >> 32)});
+}
+
+/// Removes a temporary file that no process has open.
+void removeLeftFile(NativeName const & path, std::int64_t changedBefore)
+{
+    DWORD const access = DELETE | FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
+    Handle const file(
+        openFile(path, access, shareNothing, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT));
+    if (!file.isOpen() || lastChange(file.get()) >= changedBefore)
+        return;
+    setAttributes(file.get(), FILE_ATTRIBUTE_NORMAL);
+    FILE_DISPOSITION_INFO disposition{TRUE};
+    ::SetFileInformationByHandle(file.get(), FileDispositionInfo, &disposition, sizeof disposition);
+}
+
+template <typename Visit>
+void forEachTemporary(NativeName const & folder, Visit const & visit)
+{
+    WIN32_FIND_DATAW found;
+    HANDLE const search = ::FindFirstFileW((folder + L".oxshared-*.tmp").c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE)
+        return;
+    do {
+        visit(NativeName(found.cFileName));
+    } while (::FindNextFileW(search, &found));
+    ::FindClose(search);
+}
+
+/// Whether a folder is to be looked through now: once a minute, as a process that writes many files
+/// into one folder would list it for each of them.
+bool isDue(NativeName const & folder, std::int64_t now)
+{
+    static std::atomic<std::size_t> last = 0;
+    std::size_t const seed = std::hash<NativeName>()(folder + std::to_wstring(now / 60));
+    return last.exchange(seed) != seed;
+}
+
+} // namespace
+
+struct NewFile::System {
+    OpenFile openFolder; ///< cannot be renamed or deleted as long as it is open
+    NativeName folder;   ///< ends with a separator
+    NativeName target;
+    bool hasPrevious = false;
+    bool keepsRights = false;
+    NativeName temporary; ///< empty when there is no file under it
+    OpenFile file;
+    BY_HANDLE_FILE_INFORMATION identity = {};
+
+    bool openFolderOf(NativeName const & path);
+    bool takePreviousRights();
+    bool openAgain();
+    void removeLeftFiles() const;
+};
+
+bool NewFile::System::openFolderOf(NativeName const & path)
+{
+    NativeName const full = fullPath(path);
+    std::size_t const end = full.rfind(L'\\') + 1;
+    folder = full.substr(0, end);
+    Handle opened(openFile(folder, FILE_LIST_DIRECTORY | FILE_READ_ATTRIBUTES, shareWriting,
+                           OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS));
+    if (!opened.isOpen())
+        return false;
+    folder = finalPath(opened.get(), folder);
+    if (!folder.ends_with(L'\\'))
+        folder += L'\\';
+    openFolder = toOpenFile(opened.release());
+    target = folder + full.substr(end);
+    return true;
+}
+
+bool NewFile::System::takePreviousRights()
+{
+    constexpr SECURITY_INFORMATION rights = DACL_SECURITY_INFORMATION;
+    DWORD size = 0;
+    ::GetFileSecurityW(target.c_str(), rights, nullptr, 0, &size);
+    std::vector<char> descriptor(size);
+    return ::GetFileSecurityW(target.c_str(), rights, descriptor.data(), size, &size) &&
+           ::SetKernelObjectSecurity(toHandle(file), rights, descriptor.data());
+}
+
+/// Opens the file that was written by its name, which is still the created one.
+bool NewFile::System::openAgain()
+{
+    DWORD const flags = FILE_FLAG_OPEN_REPARSE_POINT;
+    Handle attributes(openFile(temporary, FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES, shareAll,
+                               OPEN_EXISTING, flags));
+    BY_HANDLE_FILE_INFORMATION now;
+    if (!attributes.isOpen() || !::GetFileInformationByHandle(attributes.get(), &now))
+        return false;
+    constexpr DWORD noFile = FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY;
+    if (now.nFileIndexLow != identity.nFileIndexLow ||
+        now.nFileIndexHigh != identity.nFileIndexHigh || (now.dwFileAttributes & noFile) != 0) {
+        ::SetLastError(ERROR_FILE_INVALID);
+        return false;
+    }
+    if (now.dwFileAttributes & FILE_ATTRIBUTE_READONLY)
+        setAttributes(attributes.get(), FILE_ATTRIBUTE_NORMAL);
+    Handle opened(openFile(temporary, allRights, shareAll, OPEN_EXISTING, flags));
+    if (!opened.isOpen())
+        return false;
+    if (now.dwFileAttributes & FILE_ATTRIBUTE_READONLY)
+        setAttributes(opened.get(), now.dwFileAttributes);
+    file = toOpenFile(opened.release());
+    return true;
+}
+
+void NewFile::System::removeLeftFiles() const
+{
+    DWORD const error = ::GetLastError();
+    std::int64_t const now = lastChange(toHandle(file));
+    if (isDue(folder, now)) {
+        forEachTemporary(folder, [&](NativeName const & name) {
+            Temporary const kind = temporaryKind(name, windowsSystem);
+            if (kind != Temporary::No)
+                removeLeftFile(
+                    folder + name,
+                    now - (kind == Temporary::OfAnother ? leftBehindAfter : openedAgainWithin));
+        });
+    }
+    ::SetLastError(error);
+}
+
+NewFile::NewFile() : system_(std::make_unique<System>()) {}
+
+NewFile::~NewFile()
+{
+    DWORD const error = ::GetLastError();
+    remove();
+    ::SetLastError(error);
+}
+
+NewFile::Opening NewFile::open(NativeName const & target, Links links)
+{
+    NativeName path = target;
+    DWORD attributes = ::GetFileAttributesW(path.c_str());
+    bool const isLink =
+        attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    if (isLink && links == Links::Followed) {
+        Handle const file(openFile(path, 0, shareAll, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS));
+        if (!file.isOpen())
+            return Opening::Failed;
+        path = finalPath(file.get(), path);
+    }
+    if (!system_->openFolderOf(path))
+        return Opening::Failed;
+    attributes = ::GetFileAttributesW(system_->target.c_str());
+    system_->hasPrevious = attributes != INVALID_FILE_ATTRIBUTES;
+    system_->keepsRights = system_->hasPrevious && links == Links::Followed;
+    if (system_->hasPrevious && (attributes & FILE_ATTRIBUTE_DIRECTORY)) {
+        ::SetLastError(ERROR_ACCESS_DENIED);
+        return Opening::NotAFile;
+    }
+    return Opening::Done;
+}
+
+NativeName NewFile::previousName() const
+{
+    return system_->hasPrevious ? system_->target : NativeName();
+}
+
+bool NewFile::create(Access)
+{
+    DWORD error = ERROR_FILE_EXISTS;
+    for (int i = 0; i < mostTries && error == ERROR_FILE_EXISTS; ++i) {
+        NativeName const path = system_->folder + freshName();
+        Handle created(openFile(path, allRights, shareAll, CREATE_NEW));
+        error = created.isOpen() ? ERROR_SUCCESS : ::GetLastError();
+        if (!created.isOpen())
+            continue;
+        ::GetFileInformationByHandle(created.get(), &system_->identity);
+        system_->temporary = path;
+        system_->file = toOpenFile(created.release());
+        system_->removeLeftFiles();
+        return !system_->keepsRights || system_->takePreviousRights();
+    }
+    ::SetLastError(error);
+    return false;
+}
+
+OpenFile & NewFile::file()
+{
+    return system_->file;
+}
+
+bool NewFile::copyFrom(NativeName const & source)
+{
+    BOOL copied = FALSE;
+    DWORD error = ERROR_SUCCESS;
+    bool const isSame = writeByName([&](NativeName const & name) {
+        copied = ::CopyFileW(source.c_str(), name.c_str(), FALSE);
+        error = ::GetLastError();
+    });
+    if (!copied)
+        ::SetLastError(error);
+    return copied && isSame;
+}
+
+NativeName NewFile::beginWritingByName()
+{
+    system_->file.close();
+    return system_->temporary;
+}
+
+bool NewFile::endWritingByName()
+{
+    return system_->openAgain();
+}
+
+std::int64_t NewFile::size() const
+{
+    auto const status = fileStatus(system_->temporary);
+    return status ? status->size : -1;
+}
+
+bool NewFile::allowEverybodyToExecute()
+{
+    return platform::allowEverybodyToExecute(toHandle(system_->file));
+}
+
+NewFile::Keeping NewFile::keepPrevious(char const * suffix, std::int64_t size,
+                                       std::int64_t modified)
+{
+    NativeName const kept = system_->target + NativeName(suffix, suffix + std::strlen(suffix));
+    // Of several processes one has the file open with this right, and the others wait for it.
+    DWORD const access = DELETE | FILE_READ_ATTRIBUTES;
+    OpenFile previous;
+    for (int i = 0; i < mostTries && !previous.isOpen(); ++i) {
+        previous = toOpenFile(openFile(system_->target, access, shareWriting, OPEN_EXISTING,
+                                       FILE_FLAG_OPEN_REPARSE_POINT));
+        DWORD const error = previous.isOpen() ? ERROR_SUCCESS : ::GetLastError();
+        if (error == ERROR_FILE_NOT_FOUND)
+            return Keeping::NoPrevious;
+        if (error == ERROR_SHARING_VIOLATION)
+            ::Sleep(retryAfterMs);
+        else if (error != ERROR_SUCCESS)
+            return Keeping::Failed;
+    }
+    if (!previous.isOpen())
+        return Keeping::Failed;
+    FILETIME time;
+    if (previous.size() == size && ::GetFileTime(toHandle(previous), nullptr, nullptr, &time) &&
+        secondsOf(time) == modified)
+        return Keeping::IsUpToDate;
+    DWORD const attributes = ::GetFileAttributesW(kept.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY))
+        ::SetFileAttributesW(kept.c_str(), FILE_ATTRIBUTE_NORMAL);
+    return renameTo(toHandle(previous), kept) ? Keeping::Done : Keeping::Failed;
+}
+
+bool NewFile::putInPlace()
+{
+    if (!renameTo(toHandle(system_->file), system_->target))
+        return false;
+    system_->temporary.clear();
+    return true;
+}
+
+void NewFile::remove()
+{
+    if (!system_->temporary.empty())
+        deleteFile(system_->temporary);
+    system_->temporary.clear();
+}
+
+void removeNewFilesOfThisProcess(NativeName const & target)
+{
+    NativeName const full = fullPath(target);
+    NativeName const folder = full.substr(0, full.rfind(L'\\') + 1);
+    NativeName const prefix = temporaryPrefix(windowsSystem, ::GetCurrentProcessId());
+    forEachTemporary(folder, [&](NativeName const & name) {
+        if (name.starts_with(prefix))
+            deleteFile(folder + name);
+    });
+}
+
+} // namespace ox::platform

@@ -1,0 +1,56 @@
+#include "shared/platform/os_error.h"
+
+#include "shared/platform/windows/utf16.h"
+
+#include <windows.h>
+
+namespace ox::platform
+{
+namespace
+{
+
+constexpr std::size_t longestMessage = 500;
+
+/// A message in the default language from the system's table or that of a module. Empty when the
+/// table has none.
+std::optional<std::u16string> message(DWORD source, HMODULE module, DWORD code)
+{
+    DWORD const saved = ::GetLastError();
+    wchar_t * text = nullptr;
+    ::SetLastError(ERROR_SUCCESS);
+    DWORD const length =
+        ::FormatMessageW(source | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_ALLOCATE_BUFFER,
+                         module, code, 0, reinterpret_cast<wchar_t *>(&text), 0, nullptr);
+    bool const found = length > 0 || ::GetLastError() == ERROR_SUCCESS;
+    std::wstring_view view(text, length);
+    while (view.ends_with(L'\n') || view.ends_with(L'\r'))
+        view.remove_suffix(1);
+    auto result = found ? std::optional(toUtf16(view.substr(0, longestMessage))) : std::nullopt;
+    ::LocalFree(text);
+    ::SetLastError(saved);
+    return result;
+}
+
+} // namespace
+
+int lastError()
+{
+    return static_cast<int>(::GetLastError());
+}
+
+KeptError::~KeptError()
+{
+    ::SetLastError(static_cast<DWORD>(error_));
+}
+
+std::optional<std::u16string> errorMessage(int code)
+{
+    return message(FORMAT_MESSAGE_FROM_SYSTEM, nullptr, static_cast<DWORD>(code));
+}
+
+std::optional<std::u16string> exceptionMessage(unsigned code)
+{
+    return message(FORMAT_MESSAGE_FROM_HMODULE, ::GetModuleHandleW(L"ntdll.dll"), code);
+}
+
+} // namespace ox::platform

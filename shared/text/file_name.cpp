@@ -1,0 +1,14 @@
+#include "shared/text/file_name.h"
+
+#include "shared/platform/native_name.h"
+#include "shared/text/utf16_view.h"
+
+namespace ox::detail
+{
+
+QString fileNameText(std::string_view bytes)
+{
+    return toQString(platform::recordText(bytes));
+}
+
+} // namespace ox::detail
