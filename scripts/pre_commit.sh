@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# Checks what is about to be committed, in a few seconds: the format of the changed sources, white space,
+# and that only shared/platform reaches the operating system. Install it once in a checkout:
+#   ln -s ../../scripts/pre_commit.sh .git/hooks/pre-commit
+set -euo pipefail
+cd "$(git rev-parse --show-toplevel)"
+
+git diff --cached --check -- ':!tests/data/golden'
+git diff --cached --name-only --diff-filter=ACMR -z -- '*.h' '*.cpp' |
+  xargs -0 -r clang-format --dry-run --Werror
+.ci/run doors
