@@ -4,9 +4,9 @@
 #include "oxtool/support/names.h"
 #include "oxtool/support/report.h"
 #include "shared/crash/crash_handler.h"
-#include "shared/platform/environment.h"
+#include "shared/platform/open_file.h"
 #include "shared/platform/program/child_process.h"
-#include "shared/platform/stream.h"
+#include "shared/platform/this_process.h"
 #include "shared/text/utf16_view.h"
 
 #include <QDir>
@@ -42,7 +42,7 @@ class FileLogger : public oxLogger
 {
   public:
     explicit FileLogger(QString const & name)
-        : stream_(detail::openUnbuffered(nativeName(name), platform::StreamMode::Write))
+        : stream_(platform::openUnbuffered(nativeName(name), platform::StreamMode::Write))
     {
     }
 
@@ -55,7 +55,7 @@ class FileLogger : public oxLogger
     }
 
   private:
-    detail::Stream stream_;
+    platform::Stream stream_;
 };
 
 /// What the process that is to crash does. It returns only when nothing crashed.

@@ -5,8 +5,8 @@
 #include "oxtool/support/report.h"
 #include "shared/fs/path.h"
 #include "shared/platform/files.h"
-#include "shared/platform/os_error.h"
 #include "shared/platform/program/child_process.h"
+#include "shared/platform/result.h"
 #include "shared/system/os_error.h"
 
 namespace ox::tool

@@ -6,7 +6,6 @@
 #include "oxtool/support/stop.h"
 #include "shared/fs/dir_listing.h"
 #include "shared/fs/file_sync.h"
-#include "shared/platform/access_rights.h"
 #include "shared/platform/files.h"
 #include "shared/platform/new_file.h"
 #include "shared/system/os_error.h"

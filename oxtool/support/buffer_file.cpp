@@ -3,7 +3,7 @@
 #include "oxtool/support/names.h"
 #include "oxtool/support/progress.h"
 #include "shared/platform/files.h"
-#include "shared/platform/os_error.h"
+#include "shared/platform/result.h"
 
 #include <QByteArray>
 
@@ -101,7 +101,7 @@ Format formatOf(QString const & path)
 
 std::optional<QByteArray> bytesAt(QString const & path, long position, int count)
 {
-    detail::Stream const stream = openInput(path);
+    platform::Stream const stream = openInput(path);
     if (!stream || std::fseek(stream.get(), position, position < 0 ? SEEK_END : SEEK_SET) != 0)
         return std::nullopt;
     QByteArray bytes(count, '\0');

@@ -16,7 +16,7 @@ bool isStandardInput(QString const & path)
 
 void readPieces(QString const & path, std::function<void(std::span<unsigned char>)> const & take)
 {
-    detail::Stream const opened = isStandardInput(path) ? nullptr : openInput(path);
+    platform::Stream const opened = isStandardInput(path) ? nullptr : openInput(path);
     std::FILE * const stream = isStandardInput(path) ? stdin : opened.get();
     std::vector<unsigned char> piece(1024 * 1024);
     std::size_t read = piece.size();

@@ -2,8 +2,8 @@
 
 #include "oxtool/support/failure.h"
 #include "shared/fs/native_path.h"
-#include "shared/platform/environment.h"
 #include "shared/platform/program/console.h"
+#include "shared/platform/this_process.h"
 #include "shared/system/os_error.h"
 
 #include <system_error>
@@ -38,9 +38,9 @@ QString fromRecord(_oxString8_evenSize<500> const & record)
     return detail::toQString(platform::recordText(record.view()));
 }
 
-detail::Stream openInput(QString const & path)
+platform::Stream openInput(QString const & path)
 {
-    return detail::Stream(platform::openStream(nativeName(path), platform::StreamMode::Read));
+    return platform::Stream(platform::openStream(nativeName(path), platform::StreamMode::Read));
 }
 
 bool isNotFound(int systemError)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shared/platform/stream.h"
+#include "shared/platform/open_file.h"
 #include "shared/text/fixed_string8.h"
 
 #include <QString>
@@ -25,7 +25,7 @@ _oxString8_evenSize<500> recordName(QString const & path);
 QString fromRecord(_oxString8_evenSize<500> const & record);
 
 /// Opens a file for reading. Null on failure, with the system's last error set.
-detail::Stream openInput(QString const & path);
+platform::Stream openInput(QString const & path);
 
 /// The message of the system call that has just failed: "Error 13: Permission denied."
 QString lastSystemMessage();

@@ -2,7 +2,7 @@
 
 #include "oxtool/support/failure.h"
 #include "oxtool/support/shown_text.h"
-#include "shared/platform/os_error.h"
+#include "shared/platform/result.h"
 #include "shared/system/os_error.h"
 
 #include <QDateTime>

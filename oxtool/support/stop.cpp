@@ -3,7 +3,7 @@
 #include "oxtool/support/failure.h"
 #include "oxtool/support/progress.h"
 #include "oxtool/support/report.h"
-#include "shared/platform/os_error.h"
+#include "shared/platform/result.h"
 #include "shared/system/os_error.h"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 
 #include "shared/crash/app_context.h"
 #include "shared/export.h"
-#include "shared/platform/exception_types.h"
+#include "shared/platform/types.h"
 #include "shared/text/fixed_string.h"
 
 #include <QString>

@@ -3,9 +3,8 @@
 #include "shared/data/buffer_codes.h"
 #include "shared/data/checksum.h"
 #include "shared/platform/files.h"
-#include "shared/platform/gzip_files.h"
-#include "shared/platform/os_error.h"
-#include "shared/platform/stream.h"
+#include "shared/platform/open_file.h"
+#include "shared/platform/result.h"
 #include "shared/text/utf16_view.h"
 
 #include <algorithm>
@@ -90,7 +89,7 @@ class PlainFile
     int close() { return closeStream(stream_) ? 0 : notWritten; }
 
   private:
-    Stream stream_;
+    ox::platform::Stream stream_;
 };
 
 /// A plain file that takes the CRC-32 of the block last read, piece by piece while the piece is in

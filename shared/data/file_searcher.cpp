@@ -1,7 +1,8 @@
 #include "shared/data/file_searcher.h"
 
 #include "shared/data/byte_search.h"
-#include "shared/platform/stream.h"
+#include "shared/platform/files.h"
+#include "shared/platform/open_file.h"
 #include "shared/text/utf16_view.h"
 
 #include <array>
@@ -12,8 +13,8 @@
 #include <utility>
 
 using ox::detail::ByteSearch;
-using ox::detail::openUnbuffered;
-using ox::detail::Stream;
+using ox::platform::openUnbuffered;
+using ox::platform::Stream;
 using ox::platform::StreamMode;
 
 namespace

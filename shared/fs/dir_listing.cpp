@@ -3,7 +3,7 @@
 #include "shared/fs/native_path.h"
 #include "shared/fs/path.h"
 #include "shared/platform/files.h"
-#include "shared/platform/folder_walk.h"
+#include "shared/platform/folders.h"
 
 #include <algorithm>
 #include <iterator>

@@ -2,7 +2,7 @@
 
 #include "shared/fs/native_path.h"
 #include "shared/platform/clock.h"
-#include "shared/platform/folder_tree.h"
+#include "shared/platform/folders.h"
 #include "shared/system/os_error.h"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 
 #include "shared/fs/native_path.h"
 #include "shared/platform/files.h"
-#include "shared/platform/stream.h"
+#include "shared/platform/open_file.h"
 #include "shared/system/os_error.h"
 
 #include <algorithm>
@@ -14,13 +14,13 @@
 #include <string_view>
 
 using ox::detail::nativePath;
-using ox::detail::openUnbuffered;
 using ox::detail::ownSeparator;
-using ox::detail::Stream;
 using ox::platform::fileStatus;
 using ox::platform::kindOf;
 using ox::platform::NameKind;
 using ox::platform::NativeName;
+using ox::platform::openUnbuffered;
+using ox::platform::Stream;
 using ox::platform::StreamMode;
 
 namespace

@@ -1,7 +1,7 @@
 #include "shared/fs/file_sync.h"
 
 #include "shared/fs/file_sync_steps.h"
-#include "shared/platform/native_name.h"
+#include "shared/platform/file_names.h"
 #include "shared/system/environment.h"
 #include "shared/text/utf16_view.h"
 

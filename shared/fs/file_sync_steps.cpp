@@ -4,7 +4,7 @@
 #include "shared/fs/file.h"
 #include "shared/fs/native_path.h"
 #include "shared/fs/path.h"
-#include "shared/platform/access_rights.h"
+#include "shared/platform/files.h"
 #include "shared/system/os_error.h"
 
 namespace ox::detail

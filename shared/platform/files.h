@@ -1,9 +1,8 @@
 #pragma once
 
-#include "shared/platform/native_name.h"
+#include "shared/platform/file_names.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <optional>
 
 namespace ox::platform
@@ -23,18 +22,6 @@ enum class NameKind { None, File, Folder };
 
 /// What a name stands for, in one question. A file counts also when it cannot be opened.
 NameKind kindOf(NativeName const & name);
-
-enum class StreamMode { Read, Write, Append, WriteText, AppendText, ReadShared, WriteShared };
-
-/// Opens a file; the text modes write "\n" as the system ends its lines, the others write bytes.
-/// Write truncates or creates, Append creates. The shared modes and those of logs (Append and the
-/// text modes) let others write the file meanwhile, where Read and Write refuse that on a system
-/// that can. Null on failure, with the system's last error set. The stream is not inherited by
-/// child processes.
-///
-/// Opening never waits for another process: a named pipe fails, as do a folder and a socket. A
-/// device can be opened, and so can the pipe behind /dev/stdin; only disks are not written.
-std::FILE * openStream(NativeName const & name, StreamMode mode);
 
 /// The calls below return false on failure, with the system's last error set.
 
@@ -72,5 +59,43 @@ bool makeExecutable(NativeName const & name);
 /// Bytes that the caller may still write to the drive or share on which a path lies. The path need
 /// not exist, but must be absolute. Empty when the system cannot tell.
 std::optional<std::uint64_t> freeBytes(NativeName const & path);
+
+/// Copies a file with its permission bits and times, as far as the target's file system keeps them,
+/// in the fastest way that the system has: on a share by the server itself. With `modified` the
+/// copy's times are that number of seconds since 1970-01-01 UTC.
+///
+/// A file or link under the target's name is replaced and never followed; with failIfExists it
+/// makes the call fail, without a moment for another process to come in between. Refuses what
+/// openForReading refuses. False on failure, with the system's last error set and no target left.
+bool copyFile(NativeName const & from, NativeName const & to, bool failIfExists,
+              std::optional<std::int64_t> modified = std::nullopt);
+
+/// Whether a copy of one file may take the place of another. False, with the system's last error
+/// set, when both names mean the same file, also through a link, and when the target is a pipe or a
+/// device.
+bool mayReplace(NativeName const & target, NativeName const & source);
+
+using NativeChar = NativeName::value_type;
+
+enum class Renaming { Done, NameIsTaken, NoSuchFile, Failed };
+
+/// Gives a file, by its absolute path, another name in its folder or on its drive, which may be a
+/// long one. Allocates nothing and takes no lock of the process. After a failure the system's last
+/// error is set.
+Renaming renameToNewName(NativeChar const * from, NativeChar const * to);
+
+/// Rights for every user of the system, beside what is allowed already. Links are followed, but as
+/// root not those of another user. False on failure, with the system's last error set.
+
+/// Adds the rights to read, write, execute and delete a file.
+bool allowEverybodyToExecute(NativeName const & file);
+
+/// Adds the rights to read and enter a folder, to put something into it and to delete that. With
+/// `inherit`, what is put into it later gets the same rights; Linux has no such inheritance and
+/// ignores `inherit`.
+bool allowEverybodyToFill(NativeName const & folder, bool inherit);
+
+/// Creates a folder whose parent exists, with these rights. Fails when the name is taken.
+bool createFolderForEverybody(NativeName const & folder);
 
 } // namespace ox::platform

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -43,5 +44,51 @@ std::optional<bool> hasAccountControlSwitch();
 /// Turns the counters for processors and processes on where somebody has turned them off, as far as
 /// the caller may. Nothing on a system that always counts.
 void enablePerformanceCounters();
+
+/// The machine's memory, in bytes.
+struct PhysicalMemory {
+    std::uint64_t total;
+    std::uint64_t available; ///< what programs can get without swapping
+};
+
+/// Empty when the system does not tell.
+std::optional<PhysicalMemory> physicalMemory();
+
+/// What the kernel keeps in memory for itself, in bytes.
+struct KernelMemory {
+    std::uint64_t pagedPool;    ///< what it could give up
+    std::uint64_t nonPagedPool; ///< what it cannot
+    std::uint64_t cache;        ///< contents of files
+};
+
+/// Empty when the system does not tell. The raw counters are read into the buffer.
+std::optional<KernelMemory> kernelMemory(std::span<char> buffer);
+
+/// All that the system says about the memory, as a text for people. Empty where it has none such.
+std::optional<std::u16string> memoryReport();
+
+/// How long the machine's processors have been idle, averaged over them, and the moment of that
+/// reading; both in 100 ns, from any beginning.
+struct IdleSample {
+    std::int64_t idle;
+    std::int64_t time;
+};
+
+/// Empty when the system does not tell. The raw counters are read into the buffer.
+std::optional<IdleSample> idleSample(std::span<char> buffer);
+
+enum class DiskBus { Ata, Sas, Scsi, Raid, Other };
+
+/// What the first physical disk tells of itself.
+struct Disk {
+    std::u16string model;                  ///< empty when it does not say
+    std::optional<DiskBus> bus;            ///< empty when it could be opened, but not asked
+    std::vector<unsigned char> smartTable; ///< as the disk gave it, empty when it did not
+    std::optional<int> temperature;        ///< in °C, where the system itself watches it
+};
+
+/// Empty when there is no such disk or it cannot be opened. The SMART table of an ATA disk and the
+/// temperature are read only with `withHealth`.
+std::optional<Disk> firstDisk(bool withHealth);
 
 } // namespace ox::platform

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "shared/platform/exception_types.h"
-#include "shared/platform/rename_file.h"
+#include "shared/platform/files.h"
+#include "shared/platform/types.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,10 +1,15 @@
 #pragma once
 
-#include "shared/platform/native_name.h"
+#include "shared/platform/file_names.h"
+#include "shared/platform/result.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <memory>
 #include <utility>
+
+#include <zlib.h>
 
 namespace ox::platform
 {
@@ -69,5 +74,47 @@ enum class Content { Kept, Emptied };
 /// Opens a file in place for writing at its end, and creates it when it is missing. Refuses what is
 /// no regular file, and as root a link that another user made.
 OpenFile openInPlace(NativeName const & name, Content content);
+
+enum class StreamMode { Read, Write, Append, WriteText, AppendText, ReadShared, WriteShared };
+
+/// Opens a file; the text modes write "\n" as the system ends its lines, the others write bytes.
+/// Write truncates or creates, Append creates. The shared modes and those of logs (Append and the
+/// text modes) let others write the file meanwhile, where Read and Write refuse that on a system
+/// that can. Null on failure, with the system's last error set. The stream is not inherited by
+/// child processes.
+///
+/// Opening never waits for another process: a named pipe fails, as do a folder and a socket. A
+/// device can be opened, and so can the pipe behind /dev/stdin; only disks are not written.
+std::FILE * openStream(NativeName const & name, StreamMode mode);
+
+/// Leaves the last error as it is, since a stream is also closed after a read or write failed.
+struct CloseStream {
+    void operator()(std::FILE * stream) const
+    {
+        KeptError const kept;
+        std::fclose(stream);
+    }
+};
+using Stream = std::unique_ptr<std::FILE, CloseStream>;
+
+/// Opens a file whose every read and write goes straight to the system, so that a full disk shows
+/// at the write that it cuts short. Null on failure, with the system's last error set.
+inline Stream openUnbuffered(NativeName const & name, StreamMode mode)
+{
+    Stream stream(openStream(name, mode));
+    if (stream)
+        std::setvbuf(stream.get(), nullptr, _IONBF, 0);
+    return stream;
+}
+
+/// Closes a stream. False when the system reports only now that something could not be written.
+inline bool closeStream(Stream & stream)
+{
+    return std::fclose(stream.release()) == 0;
+}
+
+/// Opens a gzip file for reading or writing (mode "rb" or "wb" of zlib, its default level), as
+/// openStream opens a file. Null on failure, with the system's last error set.
+gzFile openGzip(NativeName const & name, StreamMode mode);
 
 } // namespace ox::platform

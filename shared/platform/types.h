@@ -8,6 +8,9 @@
 #ifdef _WIN32
 struct _FILETIME;
 using FILETIME = _FILETIME;
+
+struct _EXCEPTION_POINTERS;
+using EXCEPTION_POINTERS = _EXCEPTION_POINTERS;
 #else
 using __int64 = std::int64_t;
 
@@ -15,5 +18,18 @@ using __int64 = std::int64_t;
 struct FILETIME {
     std::uint32_t dwLowDateTime;
     std::uint32_t dwHighDateTime;
+};
+
+/// What went wrong: a signal's number, or any other code.
+struct EXCEPTION_RECORD {
+    std::uint32_t ExceptionCode;
+    std::uint32_t ExceptionFlags;
+    void * ExceptionAddress;
+};
+
+/// An exception and the state of the thread at it.
+struct EXCEPTION_POINTERS {
+    EXCEPTION_RECORD * ExceptionRecord;
+    void * ContextRecord; ///< the system's `ucontext_t`, as signal handlers get it
 };
 #endif

@@ -1,7 +1,7 @@
 #include "shared/system/environment.h"
 
-#include "shared/platform/environment.h"
-#include "shared/platform/native_name.h"
+#include "shared/platform/file_names.h"
+#include "shared/platform/this_process.h"
 #include "shared/text/utf16_view.h"
 
 #include <optional>

@@ -1,6 +1,6 @@
 #include "shared/system/identity.h"
 
-#include "shared/platform/environment.h"
+#include "shared/platform/this_process.h"
 #include "shared/system/sys_info_rules.h"
 #include "shared/text/utf16_view.h"
 

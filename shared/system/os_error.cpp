@@ -1,6 +1,6 @@
 #include "shared/system/os_error.h"
 
-#include "shared/platform/os_error.h"
+#include "shared/platform/result.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,6 +1,6 @@
 #include "shared/system/process_list.h"
 
-#include "shared/platform/memory.h"
+#include "shared/platform/machine.h"
 #include "shared/platform/processes.h"
 #include "shared/system/environment.h"
 #include "shared/system/os_error.h"

@@ -1,6 +1,6 @@
 #include "shared/system/shared_memory.h"
 
-#include "shared/platform/os_error.h"
+#include "shared/platform/result.h"
 #include "shared/platform/shared_segment.h"
 #include "shared/system/environment.h"
 #include "shared/system/os_error.h"

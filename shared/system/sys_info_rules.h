@@ -1,10 +1,7 @@
 #pragma once
 
 #include "shared/platform/clock.h"
-#include "shared/platform/disk_health.h"
 #include "shared/platform/machine.h"
-#include "shared/platform/memory.h"
-#include "shared/platform/processor_time.h"
 #include "shared/platform/user.h"
 #include "shared/time/time_value.h"
 

@@ -1,6 +1,6 @@
 #include "shared/text/encoding.h"
 
-#include "shared/platform/utf8.h"
+#include "shared/platform/file_names.h"
 #include "shared/text/utf16_view.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "shared/text/file_name.h"
 
-#include "shared/platform/native_name.h"
+#include "shared/platform/file_names.h"
 #include "shared/text/utf16_view.h"
 
 namespace ox::detail

@@ -1,6 +1,6 @@
 #include "shared/text/fixed_string_algorithms.h"
 
-#include "shared/platform/text_codec.h"
+#include "shared/platform/file_names.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "shared/platform/environment.h"
+#include "shared/platform/this_process.h"
 #include "shared/system/identity.h"
 #include "shared/system/os_error.h"
 

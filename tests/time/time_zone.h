@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shared/platform/environment.h"
+#include "shared/platform/this_process.h"
 #include "shared/time/time_value.h"
 
 #include <gtest/gtest.h>

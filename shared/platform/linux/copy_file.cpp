@@ -1,4 +1,4 @@
-#include "shared/platform/copy_file.h"
+#include "shared/platform/files.h"
 
 #include "shared/platform/linux/copy_content.h"
 #include "shared/platform/linux/place.h"

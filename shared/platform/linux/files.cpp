@@ -1,12 +1,10 @@
 #include "shared/platform/files.h"
 
-#include "shared/platform/copy_file.h"
 #include "shared/platform/linux/descriptor.h"
-#include "shared/platform/linux/stream.h"
-#include "shared/platform/rename_file.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <string>
 
 #include <fcntl.h>
@@ -86,67 +84,7 @@ bool renameToOwnName(NativeName const & from, NativeName const & to, bool hasHar
     return false;
 }
 
-struct ModeTraits {
-    int flags;
-    char const * letters;
-};
-
-ModeTraits const & traitsOf(StreamMode mode)
-{
-    static constexpr int writing = O_WRONLY | O_CREAT | O_TRUNC;
-    static constexpr int appending = O_WRONLY | O_CREAT | O_APPEND;
-    static constexpr ModeTraits traits[] = {{O_RDONLY, "rb"}, {writing, "wb"},  {appending, "ab"},
-                                            {writing, "w"},   {appending, "a"}, {O_RDONLY, "rb"},
-                                            {writing, "wb"}};
-    return traits[static_cast<int>(mode)];
-}
-
-/// Whether a pipe was made without a name, as the one behind /dev/stdin.
-bool isNameless(int pipe)
-{
-    struct statfs status;
-    return ::fstatfs(pipe, &status) == 0 && status.f_type == PIPEFS_MAGIC;
-}
-
-/// The error of reading or writing what is open; 0 for what a stream can be made of.
-int streamError(int file, bool isRead)
-{
-    struct stat status;
-    if (::fstat(file, &status) != 0)
-        return errno;
-    switch (status.st_mode & S_IFMT) {
-    case S_IFDIR:
-        return EISDIR;
-    case S_IFIFO:
-        // The error of a named pipe that is opened for writing while nobody reads it.
-        return isNameless(file) ? 0 : ENXIO;
-    case S_IFBLK:
-        return isRead ? 0 : ENXIO;
-    default:
-        return 0;
-    }
-}
-
 } // namespace
-
-int openDescriptor(NativeName const & name, StreamMode mode)
-{
-    int const flags = traitsOf(mode).flags | O_CLOEXEC | O_NOCTTY;
-    constexpr mode_t everybody = 0666;
-    int descriptor = ::open(name.c_str(), flags | O_NONBLOCK, everybody);
-    // A file server has lent the file to a client and asks for it back, for which it needs a
-    // moment.
-    if (descriptor < 0 && errno == EWOULDBLOCK)
-        descriptor = ::open(name.c_str(), flags, everybody);
-    Descriptor file(descriptor);
-    if (!file.isOpen())
-        return -1;
-    int const error = streamError(file.get(), traitsOf(mode).flags == O_RDONLY);
-    if (error == 0 && ::fcntl(file.get(), F_SETFL, flags) == 0)
-        return file.release();
-    errno = error ? error : errno;
-    return -1;
-}
 
 std::optional<FileStatus> fileStatus(NativeName const & name)
 {
@@ -162,16 +100,6 @@ NameKind kindOf(NativeName const & name)
     if (!status)
         return NameKind::None;
     return status->isFolder ? NameKind::Folder : NameKind::File;
-}
-
-std::FILE * openStream(NativeName const & name, StreamMode mode)
-{
-    Descriptor file(openDescriptor(name, mode));
-    std::FILE * const stream =
-        file.isOpen() ? ::fdopen(file.get(), traitsOf(mode).letters) : nullptr;
-    if (stream)
-        file.release();
-    return stream;
 }
 
 bool deleteFile(NativeName const & name)
@@ -243,6 +171,23 @@ std::optional<std::uint64_t> freeBytes(NativeName const & path)
         existing.resize(std::max<std::size_t>(existing.rfind(ownSeparator), 1));
     }
     return std::uint64_t{status.f_bavail} * status.f_frsize;
+}
+
+Renaming renameToNewName(NativeChar const * from, NativeChar const * to)
+{
+    if (::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0)
+        return Renaming::Done;
+    // Not every file system can do it in one step.
+    if (errno == EINVAL || errno == ENOSYS) {
+        struct stat status;
+        if (::lstat(to, &status) == 0)
+            errno = EEXIST;
+        else if (::rename(from, to) == 0)
+            return Renaming::Done;
+    }
+    if (errno == EEXIST)
+        return Renaming::NameIsTaken;
+    return errno == ENOENT ? Renaming::NoSuchFile : Renaming::Failed;
 }
 
 } // namespace ox::platform

@@ -1,11 +1,16 @@
-#include "shared/platform/linux/machine.h"
+#include "shared/platform/machine.h"
 
+#include "shared/platform/file_names.h"
 #include "shared/platform/linux/kernel_file.h"
-#include "shared/platform/utf8.h"
+#include "shared/platform/linux/system_texts.h"
 
+#include <algorithm>
+#include <array>
 #include <map>
+#include <scsi/sg.h>
 #include <utility>
 
+#include <sys/ioctl.h>
 #include <sys/utsname.h>
 
 namespace ox::platform
@@ -39,6 +44,70 @@ unsigned nominalMegahertz()
         if (auto const kilohertz = numberOf<unsigned>(wholeFile(path)))
             return *kilohertz / 1000;
     return 0;
+}
+
+constexpr char memoryInfoFile[] = "/proc/meminfo";
+
+namespace fs = std::filesystem;
+
+DiskBus busOf(fs::path const & folder)
+{
+    std::error_code error;
+    std::string const path = fs::canonical(folder, error).string();
+    auto const has = [&path](char const * component) {
+        return path.find(component) != std::string::npos;
+    };
+    if (has("/usb"))
+        return DiskBus::Other;
+    if (has("/ata"))
+        return DiskBus::Ata;
+    if (has("/end_device-"))
+        return DiskBus::Sas;
+    return folder.filename().string().starts_with("sd") ? DiskBus::Scsi : DiskBus::Other;
+}
+
+/// The first sensor below one of the places where disks have them.
+std::optional<int> temperatureOf(fs::path const & folder)
+{
+    for (char const * place : {"device/hwmon", "device", "device/device/hwmon"}) {
+        std::error_code error;
+        for (fs::directory_iterator entry(folder / place, error), end; entry != end;
+             entry.increment(error)) {
+            if (!entry->path().filename().string().starts_with("hwmon"))
+                continue;
+            if (auto const thousandths =
+                    numberOf<int>(wholeFile((entry->path() / "temp1_input").c_str())))
+                return *thousandths / 1000;
+        }
+    }
+    return std::nullopt;
+}
+
+/// Asks an ATA disk for its table through the SCSI layer, which only root may.
+std::vector<unsigned char> smartTableOf(fs::path const & device)
+{
+    Descriptor const disk(::open(device.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!disk.isOpen())
+        return {};
+    // ATA pass-through of 16 bytes: a read of one sector by the processor. Feature D0h of command
+    // B0h, with the signature C24Fh, reads the table.
+    unsigned char command[16] = {0x85, 4 << 1, 0x0e, 0, 0xd0, 0, 1,    0,
+                                 0,    0,      0x4f, 0, 0xc2, 0, 0xb0, 0};
+    unsigned char sense[32] = {};
+    std::vector<unsigned char> table(512);
+    sg_io_hdr_t request{};
+    request.interface_id = 'S';
+    request.dxfer_direction = SG_DXFER_FROM_DEV;
+    request.cmd_len = sizeof command;
+    request.cmdp = command;
+    request.mx_sb_len = sizeof sense;
+    request.sbp = sense;
+    request.dxfer_len = static_cast<unsigned>(table.size());
+    request.dxferp = table.data();
+    request.timeout = 5000;
+    bool const isRead = ::ioctl(disk.get(), SG_IO, &request) == 0 &&
+                        (request.info & SG_INFO_OK_MASK) == SG_INFO_OK && request.resid == 0;
+    return isRead ? table : std::vector<unsigned char>();
 }
 
 } // namespace
@@ -113,5 +182,116 @@ std::optional<bool> hasAccountControlSwitch()
 }
 
 void enablePerformanceCounters() {}
+
+std::optional<std::uint64_t> memoryField(std::string_view memoryInfo, std::string_view name)
+{
+    while (!memoryInfo.empty()) {
+        std::string_view line = takeUntil(memoryInfo, '\n');
+        if (takeUntil(line, ':') != name)
+            continue;
+        auto const kibibytes = numberOf<std::uint64_t>(line);
+        return kibibytes ? std::optional(*kibibytes * 1024) : std::nullopt;
+    }
+    return std::nullopt;
+}
+
+std::optional<PhysicalMemory> physicalMemory()
+{
+    std::array<char, 4096> room;
+    std::string_view const text = readStart(memoryInfoFile, room);
+    auto const total = memoryField(text, "MemTotal");
+    auto const available = memoryField(text, "MemAvailable");
+    return total && available ? std::optional(PhysicalMemory{*total, *available}) : std::nullopt;
+}
+
+std::optional<KernelMemory> kernelMemory(std::span<char> buffer)
+{
+    std::string_view const text = readStart(memoryInfoFile, buffer);
+    auto const reclaimable = memoryField(text, "SReclaimable");
+    auto const unreclaimable = memoryField(text, "SUnreclaim");
+    auto const stacks = memoryField(text, "KernelStack");
+    auto const tables = memoryField(text, "PageTables");
+    auto const cache = memoryField(text, "Cached");
+    if (!reclaimable || !unreclaimable || !stacks || !tables || !cache)
+        return std::nullopt;
+    return KernelMemory{*reclaimable, *unreclaimable + *stacks + *tables, *cache};
+}
+
+std::optional<std::u16string> memoryReport()
+{
+    std::string const text = wholeFile(memoryInfoFile);
+    return text.empty() ? std::nullopt : std::optional(systemText(text));
+}
+
+std::optional<IdleSample> idleSampleOf(std::string_view stat, long ticksPerSecond)
+{
+    std::string_view total = takeUntil(stat, '\n');
+    if (takeUntil(total, ' ') != "cpu" || ticksPerSecond <= 0)
+        return std::nullopt;
+    std::int64_t processors = 0;
+    while (takeUntil(stat, '\n').starts_with("cpu"))
+        ++processors;
+
+    // User, nice, system, idle, waiting for a disk (idle as well), interrupts, soft interrupts,
+    // stolen. What follows is part of these.
+    total = trimmed(total);
+    std::int64_t const unit = 10'000'000 / ticksPerSecond;
+    std::int64_t idle = 0;
+    std::int64_t sum = 0;
+    for (int state = 0; state < 8; ++state) {
+        auto const ticks = numberOf<std::int64_t>(takeUntil(total, ' '));
+        std::int64_t time = 0;
+        if (!ticks || __builtin_mul_overflow(*ticks, unit, &time) ||
+            __builtin_add_overflow(sum, time, &sum))
+            return std::nullopt;
+        if (state == 3 || state == 4)
+            idle += time;
+    }
+    if (processors == 0)
+        return std::nullopt;
+    return IdleSample{idle / processors, sum / processors};
+}
+
+std::optional<IdleSample> idleSample(std::span<char> buffer)
+{
+    return idleSampleOf(readStart("/proc/stat", buffer), ::sysconf(_SC_CLK_TCK));
+}
+
+fs::path firstDiskIn(fs::path const & blockDevices)
+{
+    fs::path first;
+    std::error_code error;
+    for (fs::directory_iterator entry(blockDevices, error), end; entry != end;
+         entry.increment(error)) {
+        fs::path const & folder = entry->path();
+        std::error_code ignored;
+        bool const isDisk = fs::exists(folder / "device", ignored) &&
+                            numberOf<int>(wholeFile((folder / "removable").c_str())) != 1;
+        if (isDisk && (first.empty() || folder < first))
+            first = folder;
+    }
+    return first;
+}
+
+Disk describedDisk(fs::path const & folder, bool withTemperature)
+{
+    Disk disk;
+    disk.model = systemText(trimmed(wholeFile((folder / "device/model").c_str())));
+    disk.bus = busOf(folder);
+    if (withTemperature)
+        disk.temperature = temperatureOf(folder);
+    return disk;
+}
+
+std::optional<Disk> firstDisk(bool withHealth)
+{
+    fs::path const folder = firstDiskIn("/sys/block");
+    if (folder.empty())
+        return std::nullopt;
+    Disk disk = describedDisk(folder, withHealth);
+    if (withHealth && disk.bus == DiskBus::Ata)
+        disk.smartTable = smartTableOf("/dev" / folder.filename());
+    return disk;
+}
 
 } // namespace ox::platform

@@ -1,10 +1,10 @@
 #include "shared/platform/new_file.h"
 
+#include "shared/platform/common/temporary_names.h"
 #include "shared/platform/linux/copy_content.h"
 #include "shared/platform/linux/descriptor.h"
 #include "shared/platform/linux/kernel_file.h"
 #include "shared/platform/linux/place.h"
-#include "shared/platform/new_file_names.h"
 
 #include <atomic>
 #include <cerrno>

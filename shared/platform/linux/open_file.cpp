@@ -1,5 +1,6 @@
 #include "shared/platform/open_file.h"
 
+#include "shared/platform/linux/descriptor.h"
 #include "shared/platform/linux/place.h"
 
 #include <algorithm>
@@ -34,6 +35,60 @@ bool isUnnamedPipe(int descriptor)
 {
     struct statfs fileSystem;
     return ::fstatfs(descriptor, &fileSystem) == 0 && fileSystem.f_type == PIPEFS_MAGIC;
+}
+
+struct ModeTraits {
+    int flags;
+    char const * letters;
+};
+
+ModeTraits const & traitsOf(StreamMode mode)
+{
+    static constexpr int writing = O_WRONLY | O_CREAT | O_TRUNC;
+    static constexpr int appending = O_WRONLY | O_CREAT | O_APPEND;
+    static constexpr ModeTraits traits[] = {{O_RDONLY, "rb"}, {writing, "wb"},  {appending, "ab"},
+                                            {writing, "w"},   {appending, "a"}, {O_RDONLY, "rb"},
+                                            {writing, "wb"}};
+    return traits[static_cast<int>(mode)];
+}
+
+/// The error of reading or writing what is open; 0 for what a stream can be made of.
+int streamError(int file, bool isRead)
+{
+    struct stat status;
+    if (::fstat(file, &status) != 0)
+        return errno;
+    switch (status.st_mode & S_IFMT) {
+    case S_IFDIR:
+        return EISDIR;
+    case S_IFIFO:
+        // The error of a named pipe that is opened for writing while nobody reads it.
+        return isUnnamedPipe(file) ? 0 : ENXIO;
+    case S_IFBLK:
+        return isRead ? 0 : ENXIO;
+    default:
+        return 0;
+    }
+}
+
+/// Opens a file for a stream of the run-time library: its descriptor, -1 on failure.
+int openDescriptor(NativeName const & name, StreamMode mode)
+{
+    int const flags = traitsOf(mode).flags | O_CLOEXEC | O_NOCTTY;
+    constexpr mode_t everybody = 0666;
+    int descriptor = ::open(name.c_str(), flags | O_NONBLOCK, everybody);
+    // A file server has lent the file to a client and asks for it back, for which it needs a
+    // moment.
+    if (descriptor < 0 && errno == EWOULDBLOCK)
+        descriptor = ::open(name.c_str(), flags, everybody);
+    Descriptor file(descriptor);
+    if (!file.isOpen())
+        return -1;
+    int const error = streamError(file.get(), traitsOf(mode).flags == O_RDONLY);
+    if (error == 0 && ::fcntl(file.get(), F_SETFL, flags) == 0)
+        return file.release();
+    errno = error ? error : errno;
+    return -1;
 }
 
 } // namespace
@@ -138,6 +193,27 @@ OpenFile openInPlace(NativeName const & name, Content content)
         return refused(ENOTSUP);
     if (content == Content::Emptied && ::ftruncate(descriptorOf(file), 0) != 0)
         return {};
+    return file;
+}
+
+std::FILE * openStream(NativeName const & name, StreamMode mode)
+{
+    Descriptor file(openDescriptor(name, mode));
+    std::FILE * const stream =
+        file.isOpen() ? ::fdopen(file.get(), traitsOf(mode).letters) : nullptr;
+    if (stream)
+        file.release();
+    return stream;
+}
+
+gzFile openGzip(NativeName const & name, StreamMode mode)
+{
+    int const descriptor = openDescriptor(name, mode);
+    if (descriptor < 0)
+        return nullptr;
+    gzFile const file = ::gzdopen(descriptor, mode == StreamMode::Read ? "rb" : "wb");
+    if (!file)
+        ::close(descriptor);
     return file;
 }
 

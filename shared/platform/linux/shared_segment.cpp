@@ -1,6 +1,6 @@
 #include "shared/platform/shared_segment.h"
 
-#include "shared/platform/environment.h"
+#include "shared/platform/this_process.h"
 
 #include <algorithm>
 #include <cerrno>

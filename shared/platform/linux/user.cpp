@@ -1,7 +1,7 @@
-#include "shared/platform/linux/user.h"
+#include "shared/platform/linux/system_texts.h"
 
+#include "shared/platform/file_names.h"
 #include "shared/platform/linux/kernel_file.h"
-#include "shared/platform/utf8.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,6 @@
-#include "shared/platform/copy_file.h"
+#include "shared/platform/files.h"
 
-#include "shared/platform/windows/open_file.h"
+#include "shared/platform/windows/handle.h"
 
 #include <optional>
 

@@ -1,38 +1,17 @@
 #include "shared/platform/files.h"
 
-#include "shared/platform/windows/stream.h"
+#include "shared/platform/windows/handle.h"
+
+#include <cstddef>
 
 #include <fcntl.h>
 #include <io.h>
+#include <windows.h>
 
 namespace ox::platform
 {
 namespace
 {
-
-struct ModeTraits {
-    DWORD access;
-    DWORD sharing;
-    DWORD disposition;
-    int descriptorFlags;
-    char const * letters;
-};
-
-/// The run-time library's safe opening shares a file with readers while it reads, with nobody while
-/// it writes. Logs are shared with everybody.
-ModeTraits const & traitsOf(StreamMode mode)
-{
-    constexpr DWORD appending = FILE_APPEND_DATA | SYNCHRONIZE;
-    static constexpr ModeTraits traits[] = {
-        {GENERIC_READ, shareReading, OPEN_EXISTING, _O_RDONLY | _O_BINARY, "rb"},
-        {GENERIC_WRITE, shareNothing, CREATE_ALWAYS, _O_WRONLY | _O_BINARY, "wb"},
-        {appending, shareWriting, OPEN_ALWAYS, _O_WRONLY | _O_APPEND | _O_BINARY, "ab"},
-        {GENERIC_WRITE, shareWriting, CREATE_ALWAYS, _O_WRONLY | _O_TEXT, "wt"},
-        {appending, shareWriting, OPEN_ALWAYS, _O_WRONLY | _O_APPEND | _O_TEXT, "at"},
-        {GENERIC_READ, shareWriting, OPEN_EXISTING, _O_RDONLY | _O_BINARY, "rb"},
-        {GENERIC_WRITE, shareWriting, CREATE_ALWAYS, _O_WRONLY | _O_BINARY, "wb"}};
-    return traits[static_cast<int>(mode)];
-}
 
 /// The drive or share that a path begins with, up to and including the separator behind it. Empty
 /// when there is none.
@@ -68,29 +47,35 @@ bool isOneFile(NativeName const & one, NativeName const & other)
            files[0].nFileIndexLow == files[1].nFileIndexLow && files[0].nNumberOfLinks == 1;
 }
 
-} // namespace
-
-int openDescriptor(NativeName const & name, StreamMode mode, DWORD sharing)
+/// An absolute path in the form that the system takes at any length. It allocates nothing.
+class UnlimitedName
 {
-    ModeTraits const & traits = traitsOf(mode);
-    Handle file(openFile(name, traits.access, sharing, traits.disposition));
-    if (!file.isOpen())
-        return -1;
-    if (::GetFileType(file.get()) == FILE_TYPE_PIPE) { // whose other end need not ever answer
-        ::SetLastError(ERROR_NOT_SUPPORTED);
-        return -1;
+  public:
+    explicit UnlimitedName(wchar_t const * path)
+    {
+        bool const isShare = path[0] == L'\\' && path[1] == L'\\' && path[2] != L'?';
+        bool const isDrive = path[0] != L'\0' && path[1] == L':';
+        add(isShare ? LR"(\\?\UNC)" : isDrive ? LR"(\\?\)" : L"");
+        add(isShare ? path + 1 : path);
+        text_[length_] = L'\0';
     }
-    int const descriptor = ::_open_osfhandle(reinterpret_cast<std::intptr_t>(file.get()),
-                                             traits.descriptorFlags | _O_NOINHERIT);
-    if (descriptor >= 0)
-        file.release();
-    return descriptor;
-}
 
-char const * modeLetters(StreamMode mode)
-{
-    return traitsOf(mode).letters;
-}
+    wchar_t const * c_str() const { return text_; }
+
+  private:
+    void add(wchar_t const * text)
+    {
+        while (*text && length_ < longest)
+            text_[length_++] = *text++;
+    }
+
+    static constexpr std::size_t longest = 1000;
+
+    wchar_t text_[longest + 1];
+    std::size_t length_ = 0;
+};
+
+} // namespace
 
 std::optional<FileStatus> fileStatus(NativeName const & name)
 {
@@ -115,17 +100,6 @@ NameKind kindOf(NativeName const & name)
     if (attributes == INVALID_FILE_ATTRIBUTES)
         return NameKind::None;
     return attributes & FILE_ATTRIBUTE_DIRECTORY ? NameKind::Folder : NameKind::File;
-}
-
-std::FILE * openStream(NativeName const & name, StreamMode mode)
-{
-    int const descriptor = openDescriptor(name, mode, traitsOf(mode).sharing);
-    if (descriptor < 0)
-        return nullptr;
-    std::FILE * const stream = ::_fdopen(descriptor, modeLetters(mode));
-    if (!stream)
-        ::_close(descriptor);
-    return stream;
 }
 
 bool deleteFile(NativeName const & name)
@@ -192,6 +166,23 @@ std::optional<std::uint64_t> freeBytes(NativeName const & path)
     if (root.empty() || !::GetDiskFreeSpaceExW(root.c_str(), &available, nullptr, nullptr))
         return std::nullopt;
     return available.QuadPart;
+}
+
+Renaming renameToNewName(NativeChar const * from, NativeChar const * to)
+{
+    UnlimitedName const name(to);
+    if (::MoveFileW(from, name.c_str()))
+        return Renaming::Done;
+    switch (::GetLastError()) {
+    case ERROR_ALREADY_EXISTS:
+    case ERROR_FILE_EXISTS:
+        return Renaming::NameIsTaken;
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+        return Renaming::NoSuchFile;
+    default:
+        return Renaming::Failed;
+    }
 }
 
 } // namespace ox::platform

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shared/platform/native_name.h"
+#include "shared/platform/file_names.h"
 
 #include <string_view>
 #include <utility>

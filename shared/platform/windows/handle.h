@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shared/platform/native_name.h"
+#include "shared/platform/open_file.h"
 
 #include <utility>
 
@@ -44,6 +44,16 @@ inline HANDLE openFile(NativeName const & name, DWORD access, DWORD sharing, DWO
                        DWORD flags = FILE_ATTRIBUTE_NORMAL)
 {
     return ::CreateFileW(name.c_str(), access, sharing, nullptr, disposition, flags, nullptr);
+}
+
+inline HANDLE toHandle(OpenFile const & file)
+{
+    return reinterpret_cast<HANDLE>(file.handle());
+}
+
+inline OpenFile toOpenFile(HANDLE handle)
+{
+    return OpenFile(reinterpret_cast<std::intptr_t>(handle));
 }
 
 /// Seconds since 1970-01-01 UTC of a file time, which counts 100-nanosecond ticks since 1601.

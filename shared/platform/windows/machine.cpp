@@ -1,12 +1,17 @@
 #include "shared/platform/machine.h"
 
+#include "shared/platform/windows/handle.h"
+#include "shared/platform/windows/performance_query.h"
 #include "shared/platform/windows/registry.h"
+#include "shared/platform/windows/storage_descriptor.h"
 
+#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstring>
 
 #include <windows.h>
+#include <winioctl.h>
 
 extern "C" LONG NTAPI RtlGetVersion(OSVERSIONINFOEXW * version);
 
@@ -41,6 +46,34 @@ std::string fromWide(std::wstring const & text)
     for (wchar_t const unit : text)
         bytes += static_cast<char>(unit);
     return bytes;
+}
+
+template <typename Question, typename Answer>
+DWORD ask(Handle const & disk, DWORD code, Question & question, Answer & answer)
+{
+    DWORD length = 0;
+    return ::DeviceIoControl(disk.get(), code, &question, sizeof question, answer.data(),
+                             static_cast<DWORD>(answer.size()), &length, nullptr)
+               ? length
+               : 0;
+}
+
+std::vector<unsigned char> smartTableOf(Handle const & disk)
+{
+    SENDCMDINPARAMS question{};
+    question.cBufferSize = READ_ATTRIBUTE_BUFFER_SIZE;
+    question.irDriveRegs.bFeaturesReg = READ_ATTRIBUTES;
+    question.irDriveRegs.bSectorCountReg = 1;
+    question.irDriveRegs.bSectorNumberReg = 1;
+    question.irDriveRegs.bCylLowReg = SMART_CYL_LOW;
+    question.irDriveRegs.bCylHighReg = SMART_CYL_HI;
+    question.irDriveRegs.bDriveHeadReg = 0xa0;
+    question.irDriveRegs.bCommandReg = SMART_CMD;
+    constexpr std::size_t headSize = offsetof(SENDCMDOUTPARAMS, bBuffer);
+    std::array<unsigned char, headSize + READ_ATTRIBUTE_BUFFER_SIZE> answer{};
+    if (ask(disk, SMART_RCV_DRIVE_DATA, question, answer) != answer.size())
+        return {};
+    return {answer.begin() + headSize, answer.end()};
 }
 
 } // namespace
@@ -98,6 +131,68 @@ void enablePerformanceCounters()
     for (wchar_t const * path : {L"SYSTEM\\CurrentControlSet\\Services\\PerfOS\\Performance",
                                  L"SYSTEM\\CurrentControlSet\\Services\\PerfProc\\Performance"})
         turnOff(HKEY_LOCAL_MACHINE, path, L"Disable Performance Counters");
+}
+
+std::optional<PhysicalMemory> physicalMemory()
+{
+    MEMORYSTATUSEX status{};
+    status.dwLength = sizeof status;
+    if (!::GlobalMemoryStatusEx(&status))
+        return std::nullopt;
+    return PhysicalMemory{status.ullTotalPhys, status.ullAvailPhys};
+}
+
+std::optional<KernelMemory> kernelMemory(std::span<char> buffer)
+{
+    auto const block = queryPerformanceData(Title::Memory, buffer);
+    auto const memory = block ? PerformanceObject::find(*block, Title::Memory) : std::nullopt;
+    auto const counters = memory ? memory->onlyInstance() : std::nullopt;
+    if (!counters)
+        return std::nullopt;
+    auto const bytes = [&](Title title) { return memory->value(*counters, title).value_or(0); };
+    return KernelMemory{bytes(Title::PoolPaged), bytes(Title::PoolNonPaged),
+                        bytes(Title::CacheBytes)};
+}
+
+std::optional<std::u16string> memoryReport()
+{
+    return std::nullopt;
+}
+
+std::optional<IdleSample> idleSample(std::span<char> buffer)
+{
+    auto const block = queryPerformanceData(Title::Processor, buffer);
+    if (!block)
+        return std::nullopt;
+    auto const time = performanceTime(*block);
+    auto const processors = PerformanceObject::find(*block, Title::Processor);
+    auto const all = processors ? processors->instanceNamed(u"_Total") : std::nullopt;
+    // The counter of the processors' time counts the time in which they had nothing to do.
+    auto const idle = all ? processors->value(*all, Title::ProcessorTime) : std::nullopt;
+    if (!time || !idle)
+        return std::nullopt;
+    return IdleSample{static_cast<std::int64_t>(*idle), *time};
+}
+
+std::optional<Disk> firstDisk(bool withHealth)
+{
+    constexpr wchar_t name[] = L"\\\\.\\PhysicalDrive0";
+    // Only an administrator may send requests; anybody may ask for the name.
+    HANDLE opened = openFile(name, GENERIC_READ | GENERIC_WRITE, shareWriting, OPEN_EXISTING);
+    if (opened == INVALID_HANDLE_VALUE)
+        opened = openFile(name, 0, shareWriting, OPEN_EXISTING);
+    Handle const handle(opened);
+    if (!handle.isOpen())
+        return std::nullopt;
+    STORAGE_PROPERTY_QUERY question{};
+    question.PropertyId = StorageDeviceProperty;
+    question.QueryType = PropertyStandardQuery;
+    std::array<unsigned char, 1024> answer{};
+    DWORD const length = ask(handle, IOCTL_STORAGE_QUERY_PROPERTY, question, answer);
+    Disk disk = parseStorageDescriptor(std::span(answer).first(length)).value_or(Disk{});
+    if (withHealth && disk.bus == DiskBus::Ata)
+        disk.smartTable = smartTableOf(handle);
+    return disk;
 }
 
 } // namespace ox::platform

@@ -1,9 +1,9 @@
 #include "shared/platform/new_file.h"
 
+#include "shared/platform/common/temporary_names.h"
 #include "shared/platform/files.h"
-#include "shared/platform/new_file_names.h"
-#include "shared/platform/windows/access_rights.h"
-#include "shared/platform/windows/open_file.h"
+#include "shared/platform/windows/file_rights.h"
+#include "shared/platform/windows/handle.h"
 
 #include <atomic>
 #include <cstring>

@@ -1,9 +1,11 @@
 #include "shared/platform/open_file.h"
 
 #include "shared/platform/files.h"
-#include "shared/platform/windows/open_file.h"
+#include "shared/platform/windows/handle.h"
 
 #include <algorithm>
+
+#include <io.h>
 
 namespace ox::platform
 {
@@ -21,6 +23,48 @@ OpenFile opened(Handle & file, DWORD refusedType)
         return {};
     }
     return toOpenFile(file.release());
+}
+
+struct ModeTraits {
+    DWORD access;
+    DWORD sharing;
+    DWORD disposition;
+    int descriptorFlags;
+    char const * letters;
+};
+
+/// The run-time library's safe opening shares a file with readers while it reads, with nobody while
+/// it writes. Logs are shared with everybody.
+ModeTraits const & traitsOf(StreamMode mode)
+{
+    constexpr DWORD appending = FILE_APPEND_DATA | SYNCHRONIZE;
+    static constexpr ModeTraits traits[] = {
+        {GENERIC_READ, shareReading, OPEN_EXISTING, _O_RDONLY | _O_BINARY, "rb"},
+        {GENERIC_WRITE, shareNothing, CREATE_ALWAYS, _O_WRONLY | _O_BINARY, "wb"},
+        {appending, shareWriting, OPEN_ALWAYS, _O_WRONLY | _O_APPEND | _O_BINARY, "ab"},
+        {GENERIC_WRITE, shareWriting, CREATE_ALWAYS, _O_WRONLY | _O_TEXT, "wt"},
+        {appending, shareWriting, OPEN_ALWAYS, _O_WRONLY | _O_APPEND | _O_TEXT, "at"},
+        {GENERIC_READ, shareWriting, OPEN_EXISTING, _O_RDONLY | _O_BINARY, "rb"},
+        {GENERIC_WRITE, shareWriting, CREATE_ALWAYS, _O_WRONLY | _O_BINARY, "wb"}};
+    return traits[static_cast<int>(mode)];
+}
+
+/// Opens a file for a stream of the run-time library: its descriptor, -1 on failure.
+int openDescriptor(NativeName const & name, StreamMode mode, DWORD sharing)
+{
+    ModeTraits const & traits = traitsOf(mode);
+    Handle file(openFile(name, traits.access, sharing, traits.disposition));
+    if (!file.isOpen())
+        return -1;
+    if (::GetFileType(file.get()) == FILE_TYPE_PIPE) { // whose other end need not ever answer
+        ::SetLastError(ERROR_NOT_SUPPORTED);
+        return -1;
+    }
+    int const descriptor = ::_open_osfhandle(reinterpret_cast<std::intptr_t>(file.get()),
+                                             traits.descriptorFlags | _O_NOINHERIT);
+    if (descriptor >= 0)
+        file.release();
+    return descriptor;
 }
 
 } // namespace
@@ -110,6 +154,28 @@ OpenFile openInPlace(NativeName const & name, Content content)
         return {};
     }
     return opened(file, FILE_TYPE_PIPE);
+}
+
+std::FILE * openStream(NativeName const & name, StreamMode mode)
+{
+    int const descriptor = openDescriptor(name, mode, traitsOf(mode).sharing);
+    if (descriptor < 0)
+        return nullptr;
+    std::FILE * const stream = ::_fdopen(descriptor, traitsOf(mode).letters);
+    if (!stream)
+        ::_close(descriptor);
+    return stream;
+}
+
+gzFile openGzip(NativeName const & name, StreamMode mode)
+{
+    int const descriptor = openDescriptor(name, mode, shareWriting);
+    if (descriptor < 0)
+        return nullptr;
+    gzFile const file = ::gzdopen(descriptor, traitsOf(mode).letters);
+    if (!file)
+        ::_close(descriptor);
+    return file;
 }
 
 } // namespace ox::platform

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shared/platform/disk_health.h"
+#include "shared/platform/machine.h"
 
 #include <algorithm>
 #include <cstdint>

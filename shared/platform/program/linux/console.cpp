@@ -1,6 +1,6 @@
 #include "shared/platform/program/console.h"
 
-#include "shared/platform/utf8.h"
+#include "shared/platform/file_names.h"
 
 #include <array>
 #include <csignal>

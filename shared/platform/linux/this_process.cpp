@@ -1,7 +1,6 @@
-#include "shared/platform/environment.h"
+#include "shared/platform/this_process.h"
 
-#include "shared/platform/native_name.h"
-#include "shared/platform/utf8.h"
+#include "shared/platform/file_names.h"
 
 #include <cerrno>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "shared/platform/access_rights.h"
+#include "shared/platform/files.h"
 
 #include "shared/platform/linux/descriptor.h"
 #include "shared/platform/linux/place.h"

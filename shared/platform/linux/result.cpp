@@ -1,6 +1,6 @@
-#include "shared/platform/os_error.h"
+#include "shared/platform/result.h"
 
-#include "shared/platform/utf8.h"
+#include "shared/platform/file_names.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "shared/platform/environment.h"
+#include "shared/platform/this_process.h"
 
 #include "shared/platform/windows/utf16.h"
 

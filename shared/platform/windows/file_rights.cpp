@@ -1,7 +1,6 @@
-#include "shared/platform/access_rights.h"
-
 #include "shared/platform/files.h"
-#include "shared/platform/windows/access_rights.h"
+
+#include "shared/platform/windows/file_rights.h"
 
 #include <memory>
 

@@ -1,6 +1,6 @@
-#include "shared/platform/native_name.h"
+#include "shared/platform/file_names.h"
 
-#include "shared/platform/utf8.h"
+#include <algorithm>
 
 namespace ox::platform
 {
@@ -19,6 +19,14 @@ std::u16string recordText(std::string_view name)
 std::u16string nameText(std::basic_string_view<NativeName::value_type> name)
 {
     return fromFileName(name);
+}
+
+int widenSystemText(std::string_view text, unsigned short * units, int room)
+{
+    auto const widened = text.substr(0, static_cast<std::size_t>(std::max(room, 0)));
+    std::transform(widened.begin(), widened.end(), units,
+                   [](char c) { return static_cast<unsigned char>(c); });
+    return static_cast<int>(widened.size());
 }
 
 } // namespace ox::platform

@@ -1,4 +1,4 @@
-#include "shared/platform/os_error.h"
+#include "shared/platform/result.h"
 
 #include "shared/platform/windows/utf16.h"
 
