@@ -60,7 +60,7 @@ int systemErrorOfFolder(QString const & file)
         return 0;
     QString const local = oxConvertPDToOS(file);
     auto const end = local.lastIndexOf(QLatin1Char(platform::ownSeparator));
-    return platform::fileStatus(nativeName(local.left(end + 1))) ? 0 : platform::lastError();
+    return platform::fileStatus(nativeName(local.left(end + 1))) ? 0 : platform::lastError().code;
 }
 
 void showStatus(QString const & file, Report & report)
@@ -104,7 +104,7 @@ int runToItsEnd(std::vector<std::string> const & command)
     StopRequestsGoTo const requests([&]() -> StopRequestsGoTo::Answer {
         child = platform::ChildProcess::start(command);
         if (!child) {
-            int const systemError = platform::lastError();
+            int const systemError = platform::lastError().code;
             throw Failure(QStringLiteral("%1 cannot be run. %2")
                               .arg(fromArgument(command[0]), lastSystemMessage()),
                           statusOfFailedStart(systemError));

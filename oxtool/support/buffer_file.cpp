@@ -37,7 +37,7 @@ QString missingText()
 /// Why a file could not be opened or read. To be called right after that.
 QString whyUnreadable()
 {
-    bool const notFound = isNotFound(platform::lastError());
+    bool const notFound = isNotFound(platform::lastError().code);
     QString const message = lastSystemMessage();
     return notFound ? missingText() + QLatin1Char(' ') + message : message;
 }

@@ -27,7 +27,7 @@ void write(char const * bytes, qint64 size)
 {
     auto const wanted = static_cast<std::size_t>(size);
     if (outputError == 0 && std::fwrite(bytes, 1, wanted, stdout) != wanted)
-        outputError = platform::lastError();
+        outputError = platform::lastError().code;
 }
 
 void writeText(QString const & text)
@@ -54,7 +54,7 @@ void writeLine(QString const & line)
 {
     writeText(shownText(line) + u'\n');
     if (outputError == 0 && std::fflush(stdout) != 0)
-        outputError = platform::lastError();
+        outputError = platform::lastError().code;
 }
 
 bool isOutputLost()
@@ -70,7 +70,7 @@ void writeError(QString const & text)
 bool finishOutput()
 {
     if (std::fclose(stdout) != 0 && outputError == 0)
-        outputError = platform::lastError();
+        outputError = platform::lastError().code;
     // Whoever starts the tool without standard output wants no report.
     if (outputError == noStream && isReportOnly)
         return true;

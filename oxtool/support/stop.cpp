@@ -116,7 +116,7 @@ void prepareForStopRequests()
             endByStopRequest(request);
     });
     if (!isAnswering)
-        shared().noAnswerBecause = platform::lastError();
+        shared().noAnswerBecause = platform::lastError().code;
 }
 
 StopRequestsGoTo::StopRequestsGoTo(std::function<Answer()> const & start)

@@ -67,7 +67,7 @@ QString copyByPieces(NativeName const & from, NativeName const & to, bool overwr
 QString bareSystemMessage()
 {
     return ox::detail::toQString(
-        ox::platform::errorMessage(ox::platform::lastError()).value_or(u""));
+        ox::platform::errorMessage(ox::platform::lastError().code).value_or(u""));
 }
 
 QString notAppended(_OX_DataBuffer const & added, std::int64_t size)

@@ -59,7 +59,7 @@ QString errorText(int code)
 {
     // The first thing done here, before anything can replace the last error.
     if (code == -1)
-        code = ox::platform::lastError();
+        code = ox::platform::lastError().code;
     if (code == 0)
         return QStringLiteral("No Error.");
     if (code == 126)

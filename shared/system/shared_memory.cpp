@@ -195,7 +195,7 @@ bool oxSharedMemory::fail(char const * text)
 
 bool oxSharedMemory::failInSystem(char const * step)
 {
-    int const error = ox::platform::lastError();
+    int const error = ox::platform::lastError().code;
     fail(step);
     errorText_.add(": ").add(oxLastOSError8(error));
     errorCode_ = error;

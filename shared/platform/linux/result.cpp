@@ -8,14 +8,36 @@
 namespace ox::platform
 {
 
-int lastError()
+ErrorKind Error::kind() const
 {
-    return errno;
+    switch (code) {
+    case ENOENT:
+    case ENOTDIR:
+        return ErrorKind::NotFound;
+    case EEXIST:
+        return ErrorKind::AlreadyExists;
+    case EBUSY:
+    case EWOULDBLOCK:
+        return ErrorKind::InUse;
+    case EACCES:
+    case EPERM:
+        return ErrorKind::AccessDenied;
+    case EISDIR:
+    case ENOTSUP:
+        return ErrorKind::NotAFile;
+    default:
+        return ErrorKind::Other;
+    }
 }
 
-KeptError::~KeptError()
+Error lastError(char const * step)
 {
-    errno = error_;
+    return {errno, step};
+}
+
+void setLastError(Error error)
+{
+    errno = error.code;
 }
 
 std::optional<std::u16string> errorMessage(int code)

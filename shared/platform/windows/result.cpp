@@ -33,14 +33,35 @@ std::optional<std::u16string> message(DWORD source, HMODULE module, DWORD code)
 
 } // namespace
 
-int lastError()
+ErrorKind Error::kind() const
 {
-    return static_cast<int>(::GetLastError());
+    switch (code) {
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+        return ErrorKind::NotFound;
+    case ERROR_ALREADY_EXISTS:
+    case ERROR_FILE_EXISTS:
+        return ErrorKind::AlreadyExists;
+    case ERROR_SHARING_VIOLATION:
+        return ErrorKind::InUse;
+    case ERROR_ACCESS_DENIED:
+        return ErrorKind::AccessDenied;
+    case ERROR_DIRECTORY:
+    case ERROR_NOT_SUPPORTED:
+        return ErrorKind::NotAFile;
+    default:
+        return ErrorKind::Other;
+    }
 }
 
-KeptError::~KeptError()
+Error lastError(char const * step)
 {
-    ::SetLastError(static_cast<DWORD>(error_));
+    return {static_cast<int>(::GetLastError()), step};
+}
+
+void setLastError(Error error)
+{
+    ::SetLastError(static_cast<DWORD>(error.code));
 }
 
 std::optional<std::u16string> errorMessage(int code)
