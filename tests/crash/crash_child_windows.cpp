@@ -1,7 +1,7 @@
 #include "oxtool/support/crash_kinds.h"
 #include "shared/crash/crash_handler.h"
 #include "shared/system/os_error.h"
-#include "tests/crash/child_system.h"
+#include "tests/crash/crash_child_system.h"
 
 #include <cstring>
 

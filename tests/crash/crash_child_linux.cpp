@@ -1,6 +1,6 @@
 #include "shared/crash/crash_handler.h"
 #include "shared/system/os_error.h"
-#include "tests/crash/child_system.h"
+#include "tests/crash/crash_child_system.h"
 
 #include <csignal>
 #include <cstdlib>
