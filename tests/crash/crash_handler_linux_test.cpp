@@ -1,8 +1,9 @@
 #include "oxtool/support/crash_kinds.h"
 #include "shared/system/environment.h"
+#include "tests/crash/crash_fixture.h"
 #include "tests/crash/expected_ends.h"
-#include "tests/crash/support.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 
 #include <algorithm>
@@ -10,6 +11,8 @@
 
 #include <sys/stat.h>
 #include <unistd.h>
+
+using namespace ox::tests;
 
 std::span<ExpectedEnd const> expectedEnds()
 {
@@ -27,7 +30,6 @@ void letFindLibraries(QString const &) {}
 
 TEST_F(CrashTest, AForkedChildThatCrashesLeavesItsParentsDumpAlone)
 {
-    SKIP_UNDER_SANITIZERS();
     // Both crash at the same time.
     run({text("fork"), text("abort")});
     QElapsedTimer clock;
@@ -43,14 +45,13 @@ TEST_F(CrashTest, AForkedChildThatCrashesLeavesItsParentsDumpAlone)
 
 TEST_F(CrashTest, WhereNoDumpCanBeWrittenTheProcessEndsAllTheSame)
 {
-    SKIP_UNDER_SANITIZERS();
     // The superuser may write to every folder but those of the kernel.
     QString const readOnly = ::geteuid() == 0 ? text("/proc") : folder.path();
     ::chmod(folder.path().toUtf8().constData(), 0700);
     for (auto const & [words, dumpFolder] :
          {std::pair{QStringList{text("null")}, readOnly},
           std::pair{QStringList{text("full"), text("null")}, folder.path()}}) {
-        make(log());
+        writeFile(log());
         if (dumpFolder == readOnly)
             ::chmod(folder.path().toUtf8().constData(), 0500);
         run(words, dumpFolder);
@@ -63,7 +64,6 @@ TEST_F(CrashTest, WhereNoDumpCanBeWrittenTheProcessEndsAllTheSame)
 
 TEST_F(CrashTest, WithAllDescriptorsInUseDumpsAreWritten)
 {
-    SKIP_UNDER_SANITIZERS();
     run({text("open-all"), text("dump"), text("dump"), text("null")});
     EXPECT_EQ(output, "true\ntrue\n");
     EXPECT_EQ(exitCode, SIGSEGV);
@@ -74,7 +74,6 @@ TEST_F(CrashTest, WithAllDescriptorsInUseDumpsAreWritten)
 
 TEST_F(CrashTest, ADumpLeavesTheProcessAsProtectedAsItWas)
 {
-    SKIP_UNDER_SANITIZERS();
     run({text("protect"), text("dump"), text("still-protected")});
     EXPECT_EQ(output, "true\n");
     EXPECT_EQ(exitCode, 0);
@@ -82,23 +81,21 @@ TEST_F(CrashTest, ADumpLeavesTheProcessAsProtectedAsItWas)
 
 TEST_F(CrashTest, TheDumpsReaderNamesTheFunctionThatCrashed)
 {
-    SKIP_UNDER_SANITIZERS();
     QString const readers = QStringLiteral(OX_DUMP_READERS);
-    QProcess reader;
     auto const runReader = [&](char const * name, QStringList const & arguments) {
-        reader.start(readers + QLatin1Char('/') + QLatin1String(name), arguments);
-        return reader.waitForFinished() && reader.exitStatus() == QProcess::NormalExit;
+        return runProgram(readers + u'/' + text(name), arguments);
     };
-    if (!runReader("dump_syms", {program}))
+    ProgramRun const symbolReader = runReader("dump_syms", {program});
+    if (!symbolReader.hasEnded || symbolReader.hasCrashed)
         GTEST_SKIP() << "the dumps' readers do not run here";
     // "MODULE Linux x86_64 1F0B… crash_child"
-    QByteArray const symbols = reader.readAllStandardOutput();
+    QByteArray const & symbols = symbolReader.output;
     QList<QByteArray> const module = symbols.left(symbols.indexOf('\n')).split(' ');
     ASSERT_EQ(module.size(), 5);
     QString const symbolFolder =
         path("symbols/") + QString::fromLatin1(module[4] + '/' + module[3] + '/');
     ASSERT_TRUE(QDir().mkpath(symbolFolder));
-    make(symbolFolder + QString::fromLatin1(module[4] + ".sym"), symbols);
+    writeFile(symbolFolder + QString::fromLatin1(module[4] + ".sym"), symbols);
 
     for (ox::tool::CrashKind const & kind : ox::tool::crashKinds()) {
         SCOPED_TRACE(kind.name);
@@ -107,13 +104,13 @@ TEST_F(CrashTest, TheDumpsReaderNamesTheFunctionThatCrashed)
             text(kind.name) == text("abort") || text(kind.name) == text("throw");
         if (sizeof(void *) == 4 && endsInLibrary)
             continue;
-        for (QString const & dump : dumps())
-            QFile::remove(folder.filePath(dump));
+        removeDumps();
         run({text(kind.name)});
         ASSERT_EQ(dumps().size(), 1);
-        ASSERT_TRUE(runReader("minidump_stackwalk",
-                              {text("-m"), folder.filePath(dumps()[0]), path("symbols")}));
-        QByteArray const report = reader.readAllStandardOutput();
+        ProgramRun const stackReader = runReader(
+            "minidump_stackwalk", {text("-m"), folder.filePath(dumps()[0]), path("symbols")});
+        ASSERT_TRUE(stackReader.hasEnded && !stackReader.hasCrashed);
+        QByteArray const & report = stackReader.output;
         // "Crash|SIGSEGV /SEGV_MAPERR|0x0|0", then "0|1|crash_child|ox::tool::…|file|line|0x…"
         auto const crash = report.mid(report.indexOf("\nCrash|") + 1);
         auto const thread = crash.left(crash.indexOf('\n')).split('|').last();

@@ -1,8 +1,13 @@
 #include "shared/crash/crash_handler.h"
+#include "tests/crash/crash_fixture.h"
 #include "tests/crash/expected_ends.h"
-#include "tests/crash/support.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -20,11 +25,9 @@ QRegularExpression finalName()
 
 TEST_F(CrashTest, EveryKindOfCrashLeavesItsDumpAndEndsAsItWouldHave)
 {
-    SKIP_UNDER_SANITIZERS();
     for (ExpectedEnd const & kind : expectedEnds()) {
         SCOPED_TRACE(kind.word);
-        for (QString const & dump : dumps())
-            QFile::remove(folder.filePath(dump));
+        removeDumps();
         run({text(kind.word)});
         EXPECT_EQ(crashed, kind.crashed);
         EXPECT_EQ(exitCode, static_cast<int>(kind.exitCode));
@@ -43,10 +46,8 @@ TEST_F(CrashTest, EveryKindOfCrashLeavesItsDumpAndEndsAsItWouldHave)
 
 TEST_F(CrashTest, ThreadsThatCrashTogetherLeaveOneWholeDump)
 {
-    SKIP_UNDER_SANITIZERS();
     for (char const * const word : {"crowd", "mixed-crowd", "crowd", "mixed-crowd"}) {
-        for (QString const & dump : dumps())
-            QFile::remove(folder.filePath(dump));
+        removeDumps();
         run({text(word)});
         EXPECT_NE(exitCode, 0);
         ASSERT_EQ(dumps().size(), 1);
@@ -58,7 +59,6 @@ TEST_F(CrashTest, ThreadsThatCrashTogetherLeaveOneWholeDump)
 
 TEST_F(CrashTest, ADumpIsWrittenOnDemandAndTheCrashAfterItHasItsOwn)
 {
-    SKIP_UNDER_SANITIZERS();
     run({text("dump"), text("init"), text("dump-for-exception"), text("null")});
     EXPECT_EQ(output, "true\ntrue\n");
     // Within one second each takes the name of the next free one.
@@ -75,7 +75,6 @@ TEST_F(CrashTest, ADumpIsWrittenOnDemandAndTheCrashAfterItHasItsOwn)
 
 TEST_F(CrashTest, ALoggerThatFailsOrIsSlowCostsALineAtMost)
 {
-    SKIP_UNDER_SANITIZERS();
     run({text("dump"), text("slow-logger"), text("dump"), text("no-logger"), text("dump"),
          text("logger"), text("failing-logger"), text("abort")});
     EXPECT_EQ(output, "true\ntrue\ntrue\n");
@@ -86,15 +85,13 @@ TEST_F(CrashTest, ALoggerThatFailsOrIsSlowCostsALineAtMost)
 
 TEST_F(CrashTest, NothingThatTheLoggerDoesAfterACrashCostsTheDump)
 {
-    SKIP_UNDER_SANITIZERS();
     ExpectedEnd const & nullPointer = expectedEnds()[0];
     ExpectedEnd const & abort = expectedEnds()[3];
     for (auto const & [fault, kind] :
          {std::pair("aborting-logger", nullPointer), std::pair("aborting-logger", abort),
           std::pair("crashing-logger", nullPointer), std::pair("hanging-logger", abort)}) {
         SCOPED_TRACE(fault);
-        for (QString const & dump : dumps())
-            QFile::remove(folder.filePath(dump));
+        removeDumps();
         run({text(fault), text(kind.word)});
         EXPECT_EQ(crashed, kind.crashed);
         EXPECT_EQ(exitCode, static_cast<int>(kind.exitCode));
@@ -107,7 +104,6 @@ TEST_F(CrashTest, NothingThatTheLoggerDoesAfterACrashCostsTheDump)
 
 TEST_F(CrashTest, ALoggerThatCrashesDuringADumpOnDemandIsACrashOfTheApplication)
 {
-    SKIP_UNDER_SANITIZERS();
     run({text("crashing-logger"), text("dump")});
     EXPECT_EQ(exitCode, static_cast<int>(expectedEnds()[0].exitCode));
     ASSERT_EQ(dumps().size(), 1);
@@ -117,7 +113,6 @@ TEST_F(CrashTest, ALoggerThatCrashesDuringADumpOnDemandIsACrashOfTheApplication)
 
 TEST_F(CrashTest, WithoutItsFolderADumpFailsAndTheProcessEndsAllTheSame)
 {
-    SKIP_UNDER_SANITIZERS();
     run({text("dump"), text("null")}, path("missing"));
     EXPECT_TRUE(output.startsWith("false\n")) << output.toStdString(); // the system may add its own
     EXPECT_EQ(exitCode, static_cast<int>(expectedEnds()[0].exitCode));
@@ -127,7 +122,6 @@ TEST_F(CrashTest, WithoutItsFolderADumpFailsAndTheProcessEndsAllTheSame)
 
 TEST_F(CrashTest, ACrashGoesOnToEarlierHandlersWhenToldTo)
 {
-    SKIP_UNDER_SANITIZERS();
     run({text("earlier-handler"), text("null")});
     EXPECT_EQ(exitCode, static_cast<int>(expectedEnds()[0].exitCode));
     run({text("earlier-handler"), text("to-system"), text("null")});
@@ -137,7 +131,6 @@ TEST_F(CrashTest, ACrashGoesOnToEarlierHandlersWhenToldTo)
 
 TEST_F(CrashTest, AnInstallationsDumpsAreInItsReleaseLogFolder)
 {
-    SKIP_UNDER_SANITIZERS();
     QString const bin = path("app_debug/bin/platform");
     QString const logs = path("app_release/sub/log");
     ASSERT_TRUE(QDir().mkpath(bin) && QDir().mkpath(logs));

@@ -1,5 +1,9 @@
+#include "tests/crash/crash_fixture.h"
 #include "tests/crash/expected_ends.h"
-#include "tests/crash/support.h"
+
+#include <QDir>
+
+using namespace ox::tests;
 
 std::span<ExpectedEnd const> expectedEnds()
 {

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <QString>
 
 #include <cstdint>
@@ -21,9 +19,3 @@ std::span<ExpectedEnd const> expectedEnds();
 
 /// Lets a copied program find the libraries of a folder.
 void letFindLibraries(QString const & folder);
-
-#ifdef __SANITIZE_ADDRESS__
-#define SKIP_UNDER_SANITIZERS() GTEST_SKIP() << "the sanitizers take the signals of crashes"
-#else
-#define SKIP_UNDER_SANITIZERS() static_assert(true)
-#endif

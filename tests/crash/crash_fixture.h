@@ -1,0 +1,62 @@
+#pragma once
+
+#include "tests/support/dump.h"
+#include "tests/support/file_content.h"
+#include "tests/support/program_run.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
+#include "tests/support/this_build.h"
+
+#include <QDir>
+#include <QFile>
+#include <QStringList>
+
+namespace ox::tests
+{
+
+/// A run of the program that crashes, with a folder of its own for dumps and log.
+class CrashTest : public FolderTest
+{
+  protected:
+    void SetUp() override
+    {
+        if (hasAddressSanitizer)
+            GTEST_SKIP() << "the sanitizers take the signals of crashes";
+    }
+
+    /// Runs it to its end, which must come soon.
+    void run(QStringList const & words, QString const & dumpFolder)
+    {
+        ProgramRun const ended =
+            runProgram(program, QStringList{log(), dumpFolder} + words, folder.path());
+        EXPECT_TRUE(ended.hasEnded);
+        exitCode = ended.exitCode;
+        crashed = ended.hasCrashed;
+        output = QByteArray(ended.output).replace("\r\n", "\n");
+    }
+    void run(QStringList const & words) { run(words, folder.path()); }
+
+    QString log() const { return path("client.txt"); }
+    QList<QByteArray> lines() const { return contentOf(log()).split('\n'); }
+    /// The dumps with a final name and those without, by name.
+    QStringList dumps() const { return filesOf("*.oxdmp"); }
+    QStringList unnamedDumps() const { return filesOf("*.dmp"); }
+    void removeDumps() const
+    {
+        for (QString const & dump : dumps())
+            QFile::remove(folder.filePath(dump));
+    }
+
+    QString program = QStringLiteral(OX_TEST_CHILD);
+    bool crashed = false;
+    int exitCode = 0;
+    QByteArray output;
+
+  private:
+    QStringList filesOf(char const * pattern) const
+    {
+        return QDir(folder.path()).entryList({text(pattern)}, QDir::Files, QDir::Name);
+    }
+};
+
+} // namespace ox::tests
