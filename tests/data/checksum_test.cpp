@@ -10,9 +10,11 @@
 #include <vector>
 
 #include "shared/data/crc_kernels.h"
-#include "tests/data/golden.h"
+#include "tests/support/golden.h"
+#include "tests/support/text.h"
 
 using namespace ox::detail;
+using namespace ox::tests;
 
 namespace
 {
@@ -70,7 +72,7 @@ TEST(Checksum, AgreesWithAnIndependentProgram)
     for (QString const & name : checksums.keys()) {
         SCOPED_TRACE(name.toStdString());
         QJsonObject const expected = checksums[name].toObject();
-        QByteArray const raw = goldenFile(name + QStringLiteral(".raw"));
+        QByteArray const raw = goldenFile((name + u".raw"_q).toUtf8());
         ASSERT_FALSE(raw.isEmpty());
         auto const data = bytes(raw.constData());
         auto const size = static_cast<unsigned int>(raw.size());

@@ -1,15 +1,22 @@
 #include "shared/data/data_buffer.h"
 
+#include "tests/support/child.h"
+#include "tests/support/file_content.h"
+#include "tests/support/golden.h"
+#include "tests/support/program_run.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
+
 #include <gtest/gtest.h>
 
 #include <QFile>
-#include <QProcess>
 #include <QStandardPaths>
-#include <QTemporaryDir>
 
 #include <climits>
 #include <cstring>
 #include <string>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -23,19 +30,14 @@ FileName fileName(QString const & path)
 
 FileName golden(char const * name)
 {
-    return fileName(QStringLiteral(OX_TEST_DATA "/golden/") + QString::fromLatin1(name));
+    return fileName(goldenPath(name));
 }
 
 QByteArray bytesOf(FileName const & name)
 {
-    QFile file(QString::fromUtf8(name.c_str()));
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name.c_str();
-    return file.readAll();
-}
-
-QByteArray contentOf(_OX_DataBuffer const & buffer)
-{
-    return {buffer.data, buffer.size};
+    QString const file = QString::fromUtf8(name.c_str());
+    EXPECT_TRUE(QFile::exists(file)) << name.c_str();
+    return contentOf(file);
 }
 
 /// The bytes of the eight header words, as they stand in a file.
@@ -47,16 +49,11 @@ QByteArray headerOf(std::initializer_list<std::int32_t> words)
 class DataBufferFile : public testing::Test
 {
   protected:
-    FileName path(char const * name) const
-    {
-        return fileName(folder_.filePath(QString::fromLatin1(name)));
-    }
+    FileName path(char const * name) const { return fileName(folder_.filePath(text(name))); }
 
     FileName write(char const * name, QByteArray const & bytes) const
     {
-        QFile file(folder_.filePath(QString::fromLatin1(name)));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
-        return path(name);
+        return fileName(writeFile(folder_.filePath(text(name)), bytes));
     }
 
     FileName writeGzip(char const * name, QByteArray const & bytes) const
@@ -66,17 +63,15 @@ class DataBufferFile : public testing::Test
         return file;
     }
 
-    QTemporaryDir folder_;
+    TemporaryFolder folder_;
 };
 
 /// Runs another program on a file and returns what it writes; empty when it fails.
 QByteArray outputOf(char const * program, QStringList const & arguments)
 {
-    QProcess process;
-    process.start(QString::fromLatin1(program), arguments);
-    bool const finished = process.waitForFinished() && process.exitCode() == 0;
-    EXPECT_TRUE(finished) << process.readAllStandardError().constData();
-    return process.readAllStandardOutput();
+    ProgramRun const run = runProgram(text(program), arguments);
+    EXPECT_TRUE(run.hasSucceeded()) << run.errors.constData();
+    return run.output;
 }
 
 } // namespace
@@ -357,8 +352,8 @@ TEST_F(DataBufferFile, TellsMissingUnreadableAndUnwritableFilesApart)
 
 TEST_F(DataBufferFile, DoesNotWaitForAPipe)
 {
-    if (QProcess::execute(QStringLiteral("mkfifo"), {folder_.filePath(QStringLiteral("pipe"))}) !=
-        0)
+    QString const pipe = folder_.filePath(text("pipe"));
+    if (!runProgram(text("mkfifo"), {pipe}).hasSucceeded())
         GTEST_SKIP() << "mkfifo is needed";
     _OX_DataBuffer buffer;
     EXPECT_FALSE(buffer.loadFromFile(path("pipe"), true));
@@ -370,14 +365,10 @@ TEST_F(DataBufferFile, DoesNotWaitForAPipe)
     char block[] = "abc";
     EXPECT_EQ(_OX_DataBuffer::loadFromFile(path("pipe"), false, block, 3, nullptr, 0), -101);
     // Also with somebody at the other end.
-    QProcess reader;
-    reader.start(QStringLiteral("cat"), {folder_.filePath(QStringLiteral("pipe"))});
-    ASSERT_TRUE(reader.waitForStarted());
+    Child const reader(text("cat"), {pipe});
     EXPECT_EQ(_OX_DataBuffer::saveToFile(path("pipe"), false, block, 3, nullptr, 0), -101);
     EXPECT_EQ(_OX_DataBuffer::saveToFileCompressed(path("pipe"), false, block, 3, nullptr, 0),
               -101);
-    reader.kill();
-    reader.waitForFinished();
 }
 
 TEST_F(DataBufferFile, WantsTheExactLengthWhenAsked)
@@ -409,9 +400,8 @@ TEST_F(DataBufferFile, WantsTheExactLengthWhenAsked)
 TEST_F(DataBufferFile, StopsAtTheMemoryLimit)
 {
     // A file of zeros without a gzip header is read as it stands.
-    QString const name = folder_.filePath(QStringLiteral("large"));
+    QString const name = writeFile(folder_.filePath(text("large")), {});
     qint64 const limit = 768 << 20;
-    QFile(name).open(QIODevice::WriteOnly);
     _OX_DataBuffer buffer;
     ASSERT_TRUE(QFile::resize(name, limit + 1));
     EXPECT_FALSE(buffer.loadGzipFile(fileName(name), 500u << 20));

@@ -1,6 +1,7 @@
 #include "shared/data/data_buffer.h"
 
 #include "shared/system/os_error.h"
+#include "tests/support/file_content.h"
 
 #include <gtest/gtest.h>
 
@@ -11,15 +12,12 @@
 #include <string>
 #include <vector>
 
+using namespace ox::tests;
+
 namespace
 {
 
 constexpr int limit = 768 << 20;
-
-std::string contentOf(_OX_DataBuffer const & buffer)
-{
-    return std::string(buffer.data, std::size_t(buffer.size));
-}
 
 void fill(_OX_DataBuffer & buffer, std::string text)
 {
@@ -196,7 +194,7 @@ TEST(DataBuffer, CompressesAndDecompressesBehindAnOffset)
         _OX_DataBuffer unpacked;
         unpacked.isCompressed = 1;
         ASSERT_TRUE(packed.decompressTo(unpacked, &offset));
-        EXPECT_EQ(contentOf(unpacked), text);
+        EXPECT_EQ(contentOf(unpacked).toStdString(), text);
         EXPECT_EQ(unpacked.isCompressed, 0);
     }
 }

@@ -1,16 +1,20 @@
 #include "shared/data/file_searcher.h"
 
+#include "tests/support/file_content.h"
+#include "tests/support/temporary_folder.h"
+
 #include <gtest/gtest.h>
 
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
-#include <QTemporaryDir>
 
 #include <climits>
 #include <cstring>
 #include <random>
 #include <string>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -48,29 +52,7 @@ int replaceStepByStep(_oxFileSearcher & file, Text const & search, Text const & 
     return count;
 }
 
-class SearcherFiles : public testing::Test
-{
-  protected:
-    QString path(char const * name) const { return folder_.filePath(QString::fromUtf8(name)); }
-
-    QString write(char const * name, QByteArray const & content) const
-    {
-        QFile file(path(name));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(content);
-        return file.fileName();
-    }
-
-    static QByteArray read(QString const & name)
-    {
-        QFile file(name);
-        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
-        return file.readAll();
-    }
-
-  private:
-    QTemporaryDir folder_;
-};
+using SearcherFiles = FolderTest;
 
 } // namespace
 
@@ -303,26 +285,26 @@ TEST_F(SearcherFiles, LoadsAndSavesUnderTheNameItKeeps)
     _oxFileSearcher file;
     EXPECT_FALSE(file.save(path("none")));
     EXPECT_FALSE(QFile::exists(path("none")));
-    QString const name = write("Łódź.ini", content);
+    QString const name = writeFile(path("Łódź.ini"), content);
     ASSERT_TRUE(file.load(name));
     EXPECT_EQ(file.fileName, name);
     EXPECT_EQ(file.capacity, 7 + headroom);
     EXPECT_TRUE(file.insert(0, Text("#")));
     EXPECT_TRUE(file.save(path("copy")));
-    EXPECT_EQ(read(path("copy")), '#' + content);
-    EXPECT_EQ(read(name), content);
+    EXPECT_EQ(contentOf(path("copy")), '#' + content);
+    EXPECT_EQ(contentOf(name), content);
     EXPECT_EQ(file.replaceAll(Text("B"), Text("")), 1);
     EXPECT_TRUE(file.save(QString()));
-    EXPECT_EQ(read(path("copy")), QByteArray("#a\0\r\n\x1A"
-                                             "c",
-                                             7));
+    EXPECT_EQ(contentOf(path("copy")), QByteArray("#a\0\r\n\x1A"
+                                                  "c",
+                                                  7));
 
     // A block that is large enough is kept.
     char const * const block = file.data;
     ASSERT_TRUE(file.load(name));
     EXPECT_EQ(file.data, block);
     EXPECT_EQ(contentOf(file), content.toStdString());
-    ASSERT_TRUE(file.load(write("empty", {})));
+    ASSERT_TRUE(file.load(writeFile(path("empty"), {})));
     EXPECT_EQ(file.size, 0);
     EXPECT_FALSE(file.save(QString()));
 }
@@ -330,8 +312,8 @@ TEST_F(SearcherFiles, LoadsAndSavesUnderTheNameItKeeps)
 TEST_F(SearcherFiles, AFailedLoadOrSaveLosesNothing)
 {
     _oxFileSearcher file;
-    ASSERT_TRUE(file.load(write("good", "good")));
-    QFile large(write("large", {}));
+    ASSERT_TRUE(file.load(writeFile(path("good"), "good")));
+    QFile large(writeFile(path("large"), {}));
     ASSERT_TRUE(large.resize(qint64{_oxFileSearcher::largestFile} + 1));
     for (QString const & name : {path("missing"), path("."), QString(), large.fileName()}) {
         EXPECT_FALSE(file.load(name)) << name.toStdString();
@@ -346,12 +328,12 @@ TEST_F(SearcherFiles, AFailedLoadOrSaveLosesNothing)
 
 TEST_F(SearcherFiles, ReplacesInAFileAndWritesOnlyWhenThereIsAMatch)
 {
-    QString const name = write("farm.ini", "Server=old\nserver=OLD\n");
+    QString const name = writeFile(path("farm.ini"), "Server=old\nserver=OLD\n");
     _oxFileSearcher file;
     EXPECT_EQ(file.replaceAll(name, Text("old"), Text("newer")), 2);
-    EXPECT_EQ(read(name), "Server=newer\nserver=newer\n");
+    EXPECT_EQ(contentOf(name), "Server=newer\nserver=newer\n");
     EXPECT_EQ(file.replaceAll(name, ShortText("SERVER="), ShortText("s=")), 2);
-    EXPECT_EQ(read(name), "s=newer\ns=newer\n");
+    EXPECT_EQ(contentOf(name), "s=newer\ns=newer\n");
 
     QDateTime const before(QDate(2020, 2, 2), QTime(2, 2));
     QFile stamp(name);

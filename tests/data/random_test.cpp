@@ -6,8 +6,10 @@
 #include <string>
 #include <string_view>
 
-#include "tests/data/golden.h"
+#include "tests/support/golden.h"
+#include "tests/support/text.h"
 
+using namespace ox::tests;
 using namespace std::string_view_literals;
 
 namespace
@@ -42,7 +44,7 @@ TEST(Random, SeedsOfBlocksAgreeWithAnIndependentProgram)
     QJsonObject const checksums = goldenIndex()[u"checksums"].toObject();
     ASSERT_EQ(checksums.size(), 3);
     for (QString const & name : checksums.keys()) {
-        QByteArray const raw = goldenFile(name + QStringLiteral(".raw"));
+        QByteArray const raw = goldenFile((name + u".raw"_q).toUtf8());
         auto const data = reinterpret_cast<unsigned char const *>(raw.constData());
         EXPECT_EQ(oxRandCalc(data, static_cast<unsigned int>(raw.size())),
                   checksums[name].toObject()[u"oxRandCalc"].toDouble());
