@@ -1,10 +1,16 @@
 #include "shared/fs/access_rights.h"
 
-#include "tests/fs/support.h"
+#include "tests/support/file_content.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
+
+#include <QDir>
 
 #include <windows.h>
 
 #include <aclapi.h>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -40,7 +46,7 @@ TEST_F(AccessRightsOnWindows, AreAnEntryForEverybody)
 {
     constexpr DWORD readWriteExecute =
         FILE_GENERIC_READ | FILE_GENERIC_WRITE | FILE_GENERIC_EXECUTE;
-    QString const file = make(path("tool.exe"));
+    QString const file = writeFile(path("tool.exe"));
     EXPECT_TRUE(oxSetFileRights_ReadWriteExecuteAll(file.toLatin1().constData()));
     EXPECT_EQ(allowedToEverybody(file) & readWriteExecute, readWriteExecute);
     ASSERT_TRUE(QDir(folder.path()).mkdir(text("sub")));

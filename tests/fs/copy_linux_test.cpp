@@ -3,16 +3,24 @@
 #include "shared/fs/copy.h"
 
 #include "shared/system/os_error.h"
-#include "tests/fs/support.h"
+#include "tests/support/fault_injection.h"
+#include "tests/support/file_content.h"
+#include "tests/support/shell.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
 
+#include <QFile>
 #include <QFileInfo>
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <string>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -20,23 +28,15 @@ namespace
 class CopyOnLinux : public FolderTest
 {
   protected:
-    /// What a shell prints that runs in the test's folder; "$0" is the other process.
+    /// What a script prints that runs in the test's folder; "$0" is the other process.
     std::string printed(char const * script) const
     {
-        QProcess process;
-        process.setWorkingDirectory(folder.path());
-        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        process.start(text("sh"), {text("-ec"), text(script), text(OX_TEST_CHILD)});
-        process.waitForFinished(-1);
-        return process.readAllStandardOutput().toStdString();
+        ProgramRun const run = shell.run(QByteArray("set -e\n") + script);
+        std::fputs(run.errors.constData(), stderr);
+        return run.output.toStdString();
     }
 
-    bool works(char const * command) const
-    {
-        return printed((command + std::string(" >works 2>&1 && echo yes; rm works")).c_str()) ==
-               "yes\n";
-    }
-
+    Shell const shell{QStringLiteral(OX_TEST_CHILD), folder.path()};
     QString const from = path("a");
     QString const to = path("b");
 };
@@ -50,9 +50,9 @@ std::string lines(QStringList const & list)
 
 TEST_F(CopyOnLinux, KeepsPermissionBitsAndReplacesLinksNotTheirTargets)
 {
-    make(from);
+    writeFile(from);
     ASSERT_TRUE(QFile::setPermissions(from, QFile::ReadOwner | QFile::ExeOwner | QFile::ExeOther));
-    ASSERT_TRUE(QFile::link(make(path("c"), "untouched"), to));
+    ASSERT_TRUE(QFile::link(writeFile(path("c"), "untouched"), to));
     EXPECT_EQ(oxCopyFile(from, to, true, -1), QString());
     EXPECT_EQ(QFile::permissions(to), QFile::permissions(from));
     EXPECT_EQ(contentOf(path("c")), "untouched");
@@ -69,7 +69,7 @@ TEST_F(CopyOnLinux, KeepsPermissionBitsAndReplacesLinksNotTheirTargets)
 
 TEST_F(CopyOnLinux, ReplacesALinkThatLeadsNowhere)
 {
-    make(from);
+    writeFile(from);
     bool limitReported = false;
     for (int const pauseMs : {-1, 0}) {
         QFile::remove(to);
@@ -94,10 +94,11 @@ TEST_F(CopyOnLinux, NeitherWaitsAtAPipeNorReplacesIt)
     EXPECT_EQ(oxCopyFile(from, to, true, 0), text("Unable to open input file."));
     EXPECT_EQ(oxResumeFile(from, to, limitReported), refusal);
     EXPECT_FALSE(QFile::exists(to));
-    make(to, {});
+    writeFile(to, {});
     EXPECT_EQ(oxResumeFile(from, to, limitReported), text("Cannot open source file;") + bare);
     EXPECT_EQ(oxCopyFile(to, from, true, -1), refusal);
-    EXPECT_EQ(oxResumeFile(make(to), from, limitReported), text("Cannot open dest. file;") + bare);
+    EXPECT_EQ(oxResumeFile(writeFile(to), from, limitReported),
+              text("Cannot open dest. file;") + bare);
     EXPECT_TRUE(QFile::exists(from));
 }
 
@@ -126,8 +127,8 @@ TEST_F(CopyOnLinux, KeepsTheHolesOfItsSource)
 
 TEST_F(CopyOnLinux, AddsToTheBufferWhatReachesTheTarget)
 {
-    make(from, "1234567890");
-    make(to, "123");
+    writeFile(from, "1234567890");
+    writeFile(to, "123");
     auto const onFullDisk = std::signal(SIGXFSZ, SIG_IGN);
     rlimit old;
     ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &old), 0);
@@ -158,14 +159,14 @@ TEST_F(CopyOnLinux, SaysThatASourceIsShorterThanItsSize)
     if (QFileInfo(lying).size() != 4096)
         GTEST_SKIP() << "there is no system file that is shorter than it says";
     bool limitReported = false;
-    make(to, {});
+    writeFile(to, {});
     EXPECT_EQ(oxResumeFile(lying, to, limitReported),
               text("Unable to read all data  %1 != 4096-0").arg(contentOf(lying).size()));
 }
 
 TEST_F(CopyOnLinux, RefusesABufferOfAWholeSourceThatIsTooLarge)
 {
-    make(from);
+    writeFile(from);
     ASSERT_TRUE(QFile::resize(from, (768ll << 20) + 1));
     _OX_DataBuffer added;
     bool limitReported = false;
@@ -176,10 +177,10 @@ TEST_F(CopyOnLinux, RefusesABufferOfAWholeSourceThatIsTooLarge)
 
 TEST_F(CopyOnLinux, ShowsAFullDisk)
 {
-    if (!works("unshare -rm mount -t tmpfs tmpfs ."))
+    if (!shell.succeeds("unshare -rm mount -t tmpfs tmpfs ."))
         GTEST_SKIP() << "mounting a small disk in a name space of its own is not allowed";
-    make(from, QByteArray(3 << 20, 'x'));
-    make(path("log"), "a log that");
+    writeFile(from, QByteArray(3 << 20, 'x'));
+    writeFile(path("log"), "a log that");
     std::string const result = printed(R"sh(
         mkdir disk && exec unshare -rm sh -ec '
             mount -t tmpfs -o size=1m tmpfs disk
@@ -194,9 +195,9 @@ TEST_F(CopyOnLinux, ShowsAFullDisk)
 
 TEST_F(CopyOnLinux, NeedsTheRightToWriteIntoTheFolder)
 {
-    if (!works("setpriv --version"))
+    if (!shell.succeeds("setpriv --version"))
         GTEST_SKIP() << "setpriv is needed (package util-linux)";
-    make(from);
+    writeFile(from);
     std::string const result = printed(R"sh(
         unprivileged=
         if [ "$(id -u)" = 0 ]; then
@@ -214,11 +215,10 @@ TEST_F(CopyOnLinux, NeedsTheRightToWriteIntoTheFolder)
 
 TEST_F(CopyOnLinux, EndsFailingReadsAndWritesAsDocumented)
 {
-    make(from, "1234567");
-    make(path("log"), "123");
-    if (sizeof(void *) == 4 || !works("fiu-run -x \"$0\" copy a a 0"))
-        GTEST_SKIP() << "fiu-run is needed, which makes calls of 64-bit programs fail (package "
-                        "fiu-utils); it does not go together with sanitizers";
+    writeFile(from, "1234567");
+    writeFile(path("log"), "123");
+    if (!canInjectFaults(shell, "copy a a 0"))
+        GTEST_SKIP() << noFaultInjection;
     std::string const result = printed(R"sh(
         with() { fault=$1; shift; fiu-run -x -c "enable name=posix/$fault" "$0" "$@"; }
         with io/rw/write,failinfo=28 copy /proc/version b -1; ls

@@ -2,9 +2,13 @@
 
 #include "shared/fs/file.h"
 #include "shared/system/os_error.h"
-#include "tests/fs/support.h"
+#include "tests/support/file_content.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
+#include "tests/support/this_build.h"
 
 #include <QDateTime>
+#include <QFile>
 #include <QFileInfo>
 
 #include <atomic>
@@ -12,13 +16,14 @@
 #include <filesystem>
 #include <thread>
 
+using namespace ox::tests;
+
 namespace
 {
 
 constexpr int mebibyte = 1024 * 1024;
 constexpr int bySystem = -1;
 constexpr int byPieces = 0;
-bool const isWindows = QDir::separator() == u'\\';
 
 QByteArray bytes(int size)
 {
@@ -33,11 +38,6 @@ void extend(QString const & name, QByteArray const & more)
     QFile file(name);
     ASSERT_TRUE(file.open(QIODevice::Append));
     file.write(more);
-}
-
-QByteArray contentOf(_OX_DataBuffer const & buffer)
-{
-    return QByteArray(buffer.data, buffer.size);
 }
 
 /// A folder with a source and the name of a target, and what one resume after another leaves.
@@ -63,8 +63,8 @@ TEST_F(Copy, HasTheContentAndTheTimeOfItsSource)
     for (int const size : {0, 1, mebibyte, 2 * mebibyte + 3}) {
         for (int const pauseMs : {bySystem, byPieces, 1}) {
             QByteArray const content = bytes(size);
-            make(from, content);
-            make(to, bytes(size + 9));
+            writeFile(from, content);
+            writeFile(to, bytes(size + 9));
             _oxTime stamp(std::int64_t{1500000000} + size, true);
             ASSERT_TRUE(oxSetFileTime(from, &stamp));
             EXPECT_EQ(oxCopyFile(from, to, true, pauseMs), QString());
@@ -77,9 +77,9 @@ TEST_F(Copy, HasTheContentAndTheTimeOfItsSource)
 
 TEST_F(Copy, TakesAnExistingTargetForDone)
 {
-    make(to, "old");
+    writeFile(to, "old");
     EXPECT_EQ(oxCopyFile(from, to, false, byPieces), QString());
-    make(from);
+    writeFile(from);
     EXPECT_EQ(oxCopyFile(from, to, false, bySystem), QString());
     EXPECT_EQ(contentOf(to), "old");
 }
@@ -93,7 +93,7 @@ TEST_F(Copy, SaysWhatIsMissing)
         EXPECT_EQ(oxCopyFile(folder.path(), to, true, pauseMs),
                   text("Source file does not exist."));
     }
-    make(from);
+    writeFile(from);
     EXPECT_EQ(oxCopyFile(from, nowhere, true, bySystem), QString(oxLastOSError(missingFolder)));
     EXPECT_EQ(oxCopyFile(from, nowhere, true, byPieces), text("Unable to open output file."));
     EXPECT_EQ(oxCopyFile(from, folder.path(), true, byPieces), text("Unable to open output file."));
@@ -103,7 +103,7 @@ TEST_F(Copy, SaysWhatIsMissing)
 
 TEST_F(Copy, NeverGoesOntoItsOwnSource)
 {
-    make(from, "precious");
+    writeFile(from, "precious");
     std::filesystem::create_hard_link(from.toStdU16String(), to.toStdU16String());
     QString const refusal = oxLastOSError(isWindows ? 32 : EEXIST);
     for (int const pauseMs : {bySystem, byPieces}) {
@@ -131,19 +131,20 @@ TEST_F(Copy, TellsWhetherTheLastPieceEndsInZeros)
         QByteArray const piece = QByteArray(each.piece).replace('0', '\0');
         for (QByteArray const & content : {piece, QByteArray(mebibyte, '\0') + piece}) {
             bool endsEmpty = !each.endsEmpty;
-            EXPECT_EQ(oxCopyFile(make(from, content), to, true, byPieces, &endsEmpty), QString());
+            EXPECT_EQ(oxCopyFile(writeFile(from, content), to, true, byPieces, &endsEmpty),
+                      QString());
             EXPECT_EQ(endsEmpty, each.endsEmpty) << each.piece;
         }
     }
     bool endsEmpty = false;
-    oxCopyFile(make(from, QByteArray(20, '\0')), to, true, bySystem, &endsEmpty);
+    oxCopyFile(writeFile(from, QByteArray(20, '\0')), to, true, bySystem, &endsEmpty);
     EXPECT_FALSE(endsEmpty);
 }
 
 TEST_F(Resume, AppendsWhatTheSourceGained)
 {
     QByteArray const content = bytes(mebibyte + 5);
-    make(from, content.left(1000));
+    writeFile(from, content.left(1000));
     EXPECT_EQ(resume(), QString()); // all of it, as there is no target
     extend(from, content.mid(1000));
     _OX_DataBuffer added;
@@ -158,14 +159,14 @@ TEST_F(Resume, AppendsWhatTheSourceGained)
 
 TEST_F(Resume, CopiesAllOfASourceThatWasStartedAgain)
 {
-    make(from, "again");
+    writeFile(from, "again");
     for (bool const existed : {true, false}) {
         _OX_DataBuffer added;
         ASSERT_TRUE(added.append(const_cast<char *>("of the run before"), 17));
         for (_OX_DataBuffer * const buffer : {static_cast<_OX_DataBuffer *>(nullptr), &added}) {
             QFile::remove(to);
             if (existed)
-                make(to, "longer than before");
+                writeFile(to, "longer than before");
             EXPECT_EQ(resume(buffer), QString());
             EXPECT_EQ(contentOf(to), "again");
         }
@@ -175,8 +176,8 @@ TEST_F(Resume, CopiesAllOfASourceThatWasStartedAgain)
 
 TEST_F(Resume, LeavesLargeLogsAloneAndSaysSoOnce)
 {
-    make(from, bytes(100));
-    make(to, bytes(100));
+    writeFile(from, bytes(100));
+    writeFile(to, bytes(100));
     ASSERT_TRUE(QFile::resize(from, 25 * mebibyte));
     EXPECT_EQ(resume(), QString());
     EXPECT_EQ(QFileInfo(to).size(), 25 * mebibyte);
@@ -194,10 +195,10 @@ TEST_F(Resume, LeavesLargeLogsAloneAndSaysSoOnce)
 TEST_F(Resume, SaysWhatItCannotDo)
 {
     EXPECT_EQ(resume(), text("Source file does not exist"));
-    make(from, "12345");
+    writeFile(from, "12345");
     _OX_DataBuffer added;
     EXPECT_NE(oxResumeFile(from, folder.path(), limitReported, &added), QString());
-    make(to, {});
+    writeFile(to, {});
     added.size = 768 * mebibyte;
     EXPECT_EQ(resume(&added),
               text("Unable to append data.  Buffer data: 805306368 memsize: %1 addsize: 5")
@@ -207,8 +208,8 @@ TEST_F(Resume, SaysWhatItCannotDo)
 
 TEST_F(Resume, TakesEveryByteOfAGrowingSourceOnce)
 {
-    make(from, {});
-    make(to, {});
+    writeFile(from, {});
+    writeFile(to, {});
     QByteArray const content = bytes(3 * mebibyte);
     std::atomic<bool> written = false;
     std::thread writer([&] {

@@ -2,11 +2,18 @@
 
 #include "shared/fs/empty_folder.h"
 #include "shared/fs/file.h"
-#include "tests/fs/support.h"
+#include "tests/support/file_content.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
+
+#include <QDir>
+#include <QFile>
 
 #include <filesystem>
 #include <fstream>
 #include <set>
+
+using namespace ox::tests;
 
 using DirListingOnLinux = FolderTest;
 
@@ -39,7 +46,7 @@ TEST_F(DirListingOnLinux, FindsFilesUnderNamesThatAreNotUtf8)
 TEST_F(DirListingOnLinux, TakesALinkForWhatItLeadsTo)
 {
     QDir().mkpath(path("dir"));
-    make(path("a"));
+    writeFile(path("a"));
     QFile::link(path("dir"), path("toDir"));
     QFile::link(path("a"), path("toFile"));
     QFile::link(path("none"), path("toNothing"));
@@ -55,15 +62,15 @@ TEST_F(DirListingOnLinux, TakesALinkForWhatItLeadsTo)
 
 TEST_F(DirListingOnLinux, TakesPatternsByTheirLetterCase)
 {
-    make(path("shot_1"));
-    make(path("Shot_2"));
+    writeFile(path("shot_1"));
+    writeFile(path("Shot_2"));
     oxDirListing listing;
     listing.init(path("shot_*"), false, false, false, false);
     ASSERT_TRUE(listing.nextFile());
     EXPECT_EQ(listing.fileName(), text("shot_1"));
     EXPECT_FALSE(listing.nextFile());
     // Before a dot "?" also stands for nothing.
-    make(path("shot.exr"));
+    writeFile(path("shot.exr"));
     listing.init(path("sho?t?.*r*"), false, false, false, false);
     EXPECT_FALSE(listing.nextFile());
     listing.init(path("shot?.*r*"), false, false, false, false);

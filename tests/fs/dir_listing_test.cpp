@@ -2,9 +2,16 @@
 
 #include "shared/fs/file.h"
 #include "shared/system/os_error.h"
-#include "tests/fs/support.h"
+#include "tests/support/file_content.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
+
+#include <QDir>
+#include <QFile>
 
 #include <algorithm>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -36,7 +43,7 @@ class DirListing : public FolderTest
             if (text(name).endsWith(u'/'))
                 QDir().mkpath(path(name));
             else
-                make(path(name));
+                writeFile(path(name));
         }
     }
 };
@@ -61,7 +68,7 @@ TEST_F(DirListing, GivesFilesAndOnRequestFoldersButNeverDots)
 
 TEST_F(DirListing, TellsOfEachEntryWhatTheFileTellsItself)
 {
-    make(path("a.bin"), QByteArray(1234, 'x'));
+    writeFile(path("a.bin"), QByteArray(1234, 'x'));
     fill({"dir/"});
     _oxTime stamp(std::int64_t{1600000000}, true);
     ASSERT_TRUE(oxSetFileTime(path("a.bin"), &stamp));
@@ -150,7 +157,7 @@ TEST_F(DirListing, SortsByCodeUnitsAndStaysOnTheLastEntry)
         QFile::rename(path("b"), path("c")); // a file system that takes "b" and "B" for one
     oxDirListing listing;
     listing.init(folder.path(), false, true, true, false);
-    make(path("later"));
+    writeFile(path("later"));
     EXPECT_EQ(listing.fileName(), QString());
     QStringList names;
     while (listing.nextFile())
@@ -197,7 +204,7 @@ TEST_F(DirListing, OfNothingIsEmptyAndSafe)
         EXPECT_NE(listing.error(), 0);
         EXPECT_TRUE(QString(oxLastOSError(listing.error())).startsWith(text("Error ")));
     }
-    make(path("a"));
+    writeFile(path("a"));
     listing.init(folder.path(), false, false, false, false);
     listing.close();
     expectEmpty();

@@ -1,13 +1,20 @@
 #include "shared/fs/empty_folder.h"
 
 #include "shared/system/os_error.h"
-#include "tests/fs/support.h"
+#include "tests/support/file_content.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
+
+#include <QDir>
+#include <QFile>
 
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
 
 #include <unistd.h>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -19,7 +26,7 @@ class EmptyFolderOnLinux : public FolderTest
     {
         QDir().mkpath(path("f/sub"));
         QDir().mkpath(path("outside/dir"));
-        make(path("outside/file"));
+        writeFile(path("outside/file"));
     }
 
     bool isOutsideUntouched() const
@@ -66,8 +73,8 @@ TEST_F(EmptyFolderOnLinux, DeletesLinksAndNotWhatTheyLeadTo)
 // entered, and once when the pass is inside of it.
 TEST_F(EmptyFolderOnLinux, FollowsNoLinkThatTakesTheFoldersPlaceMeanwhile)
 {
-    make(path("f/first"));
-    make(path("f/sub/second"));
+    writeFile(path("f/first"));
+    writeFile(path("f/sub/second"));
     auto const exchange = [this] {
         QDir().rename(path("f/sub"), path("moved"));
         QFile::link(path("outside"), path("f/sub"));
@@ -97,8 +104,8 @@ TEST_F(EmptyFolderOnLinux, ReportsWhatItCannotDeleteAndGoesOn)
 {
     if (::geteuid() == 0)
         GTEST_SKIP() << "the administrator may delete everything";
-    make(path("f/a"));
-    make(path("f/sub/b"));
+    writeFile(path("f/a"));
+    writeFile(path("f/sub/b"));
     QDir().mkpath(path("f/closed"));
     QDir().mkpath(path("f/unsearchable"));
     using std::filesystem::perms;
@@ -107,7 +114,7 @@ TEST_F(EmptyFolderOnLinux, ReportsWhatItCannotDeleteAndGoesOn)
     };
     setMode("f/sub", perms::owner_read | perms::owner_exec);
     setMode("f/closed", perms::none);
-    make(path("f/unsearchable/c"));
+    writeFile(path("f/unsearchable/c"));
     setMode("f/unsearchable", perms::owner_read);
     int count = 0;
     QString messages;

@@ -1,10 +1,16 @@
 #include "shared/fs/empty_folder.h"
 
 #include "shared/fs/file.h"
-#include "tests/fs/support.h"
+#include "tests/support/file_content.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QDirIterator>
+#include <QFile>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -17,7 +23,7 @@ class EmptyFolder : public FolderTest
         QDir().mkpath(path("f/sub/deep"));
         QDir().mkpath(path("f/none"));
         for (char const * name : {"f/a", "f/b", "f/sub/c", "f/sub/deep/d", "beside"})
-            make(path(name));
+            writeFile(path(name));
     }
 
     /// What is left in the folder and below it, by the path from there.

@@ -1,9 +1,16 @@
 #include "shared/fs/empty_folder.h"
 
 #include "tests/fs/holder_windows.h"
-#include "tests/fs/support.h"
+#include "tests/support/file_content.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
 
+#include <QDir>
+#include <QFile>
 #include <QFileInfo>
+#include <QProcess>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -47,7 +54,7 @@ class EmptyFolderOnWindows : public FolderTest
 
 TEST_F(EmptyFolderOnWindows, DeletesReadOnlyFilesAndFolders)
 {
-    QString const name = make(path("f\\sub\\a"));
+    QString const name = writeFile(path("f\\sub\\a"));
     for (QString const & readOnly : {name, path("f\\sub")})
         ::SetFileAttributesW(readOnly.toStdWString().c_str(), FILE_ATTRIBUTE_READONLY);
     auto const result = empty();
@@ -58,8 +65,8 @@ TEST_F(EmptyFolderOnWindows, DeletesReadOnlyFilesAndFolders)
 
 TEST_F(EmptyFolderOnWindows, ReportsAFileInUseAndGoesOn)
 {
-    QString const name = make(path("f\\sub\\a"));
-    make(path("f\\sub\\b"));
+    QString const name = writeFile(path("f\\sub\\a"));
+    writeFile(path("f\\sub\\b"));
     Holder const holder(name);
     auto const result = empty();
     EXPECT_EQ(result.count, 1);
@@ -82,7 +89,7 @@ TEST_F(EmptyFolderOnWindows, RefusesDrivesAndShares)
 TEST_F(EmptyFolderOnWindows, DeletesAJunctionAndNotWhatItLeadsTo)
 {
     QDir().mkpath(path("outside"));
-    make(path("outside\\file"));
+    writeFile(path("outside\\file"));
     if (!link(path("outside"), path("f\\sub\\link")) || !link(path("outside"), path("top")))
         GTEST_SKIP() << "there are no links to be had here";
     EXPECT_FALSE(oxEmptyFolder(path("top"), {}).done);

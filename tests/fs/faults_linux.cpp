@@ -1,6 +1,8 @@
 // What a share or a neighbour does to a lock file, for the other process: the linker puts these
 // functions in place of the system's. The environment variable OX_TEST_FAULT names the fault.
 
+#include "tests/support/descriptor_linux.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -8,7 +10,6 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 extern "C" {
@@ -29,25 +30,11 @@ bool isFault(char const * name)
     return fault && std::strcmp(fault, name) == 0;
 }
 
-bool isOpenHere(char const * name)
-{
-    struct stat named;
-    struct stat opened;
-    if (::lstat(name, &named) != 0)
-        return false;
-    for (int descriptor = 0; descriptor < 256; ++descriptor) {
-        if (::fstat(descriptor, &opened) == 0 && opened.st_dev == named.st_dev &&
-            opened.st_ino == named.st_ino)
-            return true;
-    }
-    return false;
-}
-
 bool isRefused(char const * name)
 {
     errno = EBUSY;
     return isFault("refuses to remove") ||
-           (isFault("refuses to remove open files") && isOpenHere(name));
+           (isFault("refuses to remove open files") && ox::tests::descriptorOf(name) >= 0);
 }
 
 } // namespace

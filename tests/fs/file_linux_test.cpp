@@ -5,10 +5,17 @@
 #include "shared/fs/dir_listing.h"
 #include "shared/system/environment.h"
 #include "shared/system/os_error.h"
-#include "tests/fs/support.h"
+#include "tests/fs/log_lines.h"
+#include "tests/support/file_content.h"
+#include "tests/support/shell.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
 
+#include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QStorageInfo>
+#include <QTemporaryDir>
 
 #include <cerrno>
 #include <thread>
@@ -16,11 +23,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace ox::tests;
+
 using FileOnLinux = FolderTest;
 
 TEST_F(FileOnLinux, IsFoundUnderTheUtf8OfItsName)
 {
-    QString const name = make(path("f\xc3\xa9\xd0\xb6.bin")); // "fé" and a Cyrillic letter
+    QString const name = writeFile(path("f\xc3\xa9\xd0\xb6.bin")); // "fé" and a Cyrillic letter
     EXPECT_TRUE(
         oxFileExists(_oxString8_evenSize<500>(name.toUtf8().constData()), nullptr, nullptr));
 }
@@ -41,7 +50,7 @@ TEST_F(FileOnLinux, KeepsTimeAndExecutableRightsOnAnotherFileSystem)
         QStorageInfo(other.path()).device() == QStorageInfo(folder.path()).device())
         GTEST_SKIP() << "there is only one file system";
     QByteArray const content(3000000, 'm');
-    QString const from = make(path("a"), content);
+    QString const from = writeFile(path("a"), content);
     QString const to = other.filePath(text("a"));
     _oxTime stamp(std::int64_t{1600000000}, true);
     ASSERT_TRUE(oxSetFileTime(from, &stamp));
@@ -72,12 +81,11 @@ TEST_F(FileOnLinux, DeletesAFolderWhoseNameIsNotUtf8)
 TEST_F(FileOnLinux, SaysHowMuchWasWrittenBeforeAFailure)
 {
     // The limit of 9216 KiB lets two pieces and a part of the third through.
-    QProcess process;
-    process.start(text("sh"),
-                  {text("-c"), text("trap '' XFSZ; ulimit -f 18432; exec \"$0\" \"$@\""),
-                   text(OX_TEST_CHILD), text("write"), path("a"), text("11000000")});
-    ASSERT_TRUE(process.waitForFinished());
-    EXPECT_EQ(QString::fromLatin1(process.readAllStandardOutput()).trimmed(),
+    Shell const shell(QStringLiteral(OX_TEST_CHILD));
+    ProgramRun const run = shell.run("trap '' XFSZ; ulimit -f 18432; exec \"$0\" \"$@\"",
+                                     {text("write"), path("a"), text("11000000")});
+    ASSERT_TRUE(run.hasEnded);
+    EXPECT_EQ(QString::fromLatin1(run.output).trimmed(),
               text("Unable to write 2611392b (8388608/11000000 done): ") +
                   QString(oxLastOSError(EFBIG)));
     EXPECT_GE(QFileInfo(path("a")).size(), 8388608);
@@ -102,7 +110,7 @@ TEST_F(FileOnLinux, ReadsFromAPipeThatIsOpenAlready)
 
 TEST_F(FileOnLinux, NeverOverwritesAFileByItsOwnLink)
 {
-    QString const a = make(path("a"));
+    QString const a = writeFile(path("a"));
     ASSERT_TRUE(QFile::link(a, path("link")));
     EXPECT_FALSE(oxRenameFile(path("link"), a, true));
     EXPECT_EQ(contentOf(a), "content");

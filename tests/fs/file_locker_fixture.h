@@ -2,7 +2,13 @@
 
 #include "shared/fs/file.h"
 #include "shared/fs/file_locker.h"
-#include "tests/fs/support.h"
+#include "tests/support/child.h"
+#include "tests/support/file_content.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
+
+namespace ox::tests
+{
 
 class FileLocker : public testing::Test
 {
@@ -17,6 +23,9 @@ class FileLocker : public testing::Test
     TemporaryFolder folder;
     QString const file = folder.filePath(QStringLiteral("a.ini"));
     QString const lockName = file + QStringLiteral("_lock.txt");
+    QString const childProgram = QStringLiteral(OX_TEST_CHILD);
     QString const who = QStringLiteral("Server on farm01");
     int waited = 77;
 };
+
+} // namespace ox::tests

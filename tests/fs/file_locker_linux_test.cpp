@@ -1,7 +1,11 @@
 #include "tests/fs/file_locker_fixture.h"
 
+#include <QFile>
+
 #include <fcntl.h>
 #include <sys/stat.h>
+
+using namespace ox::tests;
 
 TEST_F(FileLocker, ShowsTheHolderInTheLockFileWhileHeld)
 {
@@ -42,11 +46,12 @@ TEST_F(FileLocker, UnlockLeavesALockThatSomebodyElseHasTakenSince)
 TEST_F(FileLocker, IsReleasedWhereOpenFilesCannotBeRemoved)
 {
     qputenv("OX_TEST_FAULT", "refuses to remove open files");
-    expectAllSucceed(6, {text("turns"), file, text("50")});
+    expectAllSucceed(6, childProgram, {text("turns"), file, text("50")});
     EXPECT_FALSE(QFile::exists(lockName));
 
-    make(lockName);
-    EXPECT_EQ(Child({text("contend"), file, text("7")}).finish(), 0) << "and removed when left";
+    writeFile(lockName);
+    EXPECT_EQ(Child(childProgram, {text("contend"), file, text("7")}).finish(), 0)
+        << "and removed when left";
     EXPECT_FALSE(QFile::exists(lockName));
     qunsetenv("OX_TEST_FAULT");
 }
@@ -61,7 +66,8 @@ TEST_F(FileLocker, NeitherWaitsForAnotherFlockNorLosesToIt)
     for (Case const & each : {Case{"looks", 0, false}, Case{"examines and leaves", 0, false},
                               Case{"examines", 3, false}, Case{"refuses to remove", 4, true}}) {
         qputenv("OX_TEST_FAULT", each.fault);
-        EXPECT_EQ(Child({text("try"), file, text("3")}).finish(), each.result) << each.fault;
+        EXPECT_EQ(Child(childProgram, {text("try"), file, text("3")}).finish(), each.result)
+            << each.fault;
         EXPECT_EQ(QFile::exists(lockName), each.leavesTheFile) << each.fault;
     }
     qunsetenv("OX_TEST_FAULT");
@@ -92,7 +98,7 @@ TEST_F(FileLocker, IsNotInheritedByOtherPrograms)
 {
     _oxFileLocker locker(file);
     ASSERT_TRUE(locker.lock(0, who, nullptr, false));
-    Child child({QStringLiteral("hold"), folder.filePath(QStringLiteral("other"))});
+    Child child(childProgram, {QStringLiteral("hold"), folder.filePath(QStringLiteral("other"))});
     ASSERT_TRUE(child.hasPrinted());
     ASSERT_TRUE(QFile::rename(lockName, lockName + u'2')); // so that unlocking leaves the file
     locker.unlock();

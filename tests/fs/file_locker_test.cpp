@@ -5,6 +5,8 @@
 #include <QFile>
 #include <QRegularExpression>
 
+using namespace ox::tests;
+
 TEST_F(FileLocker, ShowsThatItIsHeld)
 {
     {
@@ -76,7 +78,7 @@ TEST_F(FileLocker, TellsALockThatCannotBeCreatedFromOneThatIsTaken)
 
 TEST_F(FileLocker, GetsPastAKilledHolderByTheThreeHourRuleOnly)
 {
-    Child child({QStringLiteral("hold"), file});
+    Child child(childProgram, {QStringLiteral("hold"), file});
     ASSERT_TRUE(child.hasPrinted());
     child.kill();
 
@@ -106,7 +108,7 @@ TEST_F(FileLocker, GetsPastAKilledHolderByTheThreeHourRuleOnly)
 
 TEST_F(FileLocker, LeavesALiveHolderItsOldLookingLock)
 {
-    Child child({QStringLiteral("hold"), file});
+    Child child(childProgram, {QStringLiteral("hold"), file});
     ASSERT_TRUE(child.hasPrinted());
     ageLockFile(20000);
     _oxFileLocker locker(file);
@@ -130,18 +132,16 @@ TEST_F(FileLocker, WaitsForWhateverBearsTheName)
 
 TEST_F(FileLocker, LosesNoUpdateOfEightProcesses)
 {
-    expectAllSucceed(8, {QStringLiteral("increment"), file, QStringLiteral("100")});
+    expectAllSucceed(8, childProgram, {QStringLiteral("increment"), file, QStringLiteral("100")});
     EXPECT_EQ(contentOf(file).toInt(), 800);
 }
 
 TEST_F(FileLocker, WaitersOfOneStaleLockNeverRemoveEachOthersFreshOne)
 {
-    QFile stale(lockName);
-    ASSERT_TRUE(stale.open(QIODevice::WriteOnly));
-    stale.close();
+    writeFile(lockName, {});
     ageLockFile(20000);
-    expectAllSucceed(10, {QStringLiteral("exclusive"), file});
+    expectAllSucceed(10, childProgram, {QStringLiteral("exclusive"), file});
     EXPECT_FALSE(QFile::exists(lockName));
     // The same moment again and again, with holders that die among them.
-    expectAllSucceed(8, {QStringLiteral("contend"), file, QStringLiteral("600")});
+    expectAllSucceed(8, childProgram, {QStringLiteral("contend"), file, QStringLiteral("600")});
 }

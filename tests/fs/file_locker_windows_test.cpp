@@ -1,6 +1,11 @@
 #include "tests/fs/file_locker_fixture.h"
 
+#include <QDir>
+#include <QFile>
+
 #include <windows.h>
+
+using namespace ox::tests;
 
 TEST_F(FileLocker, KeepsOthersFromOpeningTheLockFile)
 {
@@ -40,7 +45,7 @@ TEST_F(FileLocker, ReportsThatTheLockFileCouldNotBeRemoved)
 
 TEST_F(FileLocker, RemovesAStaleLockThatIsReadOnly)
 {
-    make(lockName);
+    writeFile(lockName);
     ageLockFile(20000);
     ::SetFileAttributesW(lockName.toStdWString().c_str(), FILE_ATTRIBUTE_READONLY);
     _oxFileLocker locker(file);
@@ -59,7 +64,7 @@ TEST_F(FileLocker, IsNotInheritedByOtherPrograms)
 {
     _oxFileLocker locker(file);
     ASSERT_TRUE(locker.lock(0, who, nullptr, false));
-    Child child({QStringLiteral("hold"), folder.filePath(QStringLiteral("other"))});
+    Child child(childProgram, {QStringLiteral("hold"), folder.filePath(QStringLiteral("other"))});
     ASSERT_TRUE(child.hasPrinted());
     locker.unlock();
     EXPECT_FALSE(QFile::exists(lockName));

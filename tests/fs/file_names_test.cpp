@@ -7,7 +7,13 @@
 #include "shared/fs/access_rights.h"
 #include "shared/fs/file.h"
 #include "shared/fs/file_sync.h"
-#include "tests/fs/support.h"
+#include "tests/support/file_content.h"
+#include "tests/support/temporary_folder.h"
+
+#include <QDir>
+#include <QFile>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -91,7 +97,7 @@ TEST_F(FileNames, KeepLettersThatLatin1Lacks)
         QString const name = QString::fromUtf8(utf8);
         expectNames(name, name);
         expectNames(_oxString<250>(name), name);
-        make(name, "a b");
+        writeFile(name, "a b");
         _oxFileSearcher searcher;
         EXPECT_TRUE(searcher.load(name) && searcher.save(QString()));
         expectOnly(name);
@@ -115,7 +121,7 @@ TEST_F(FileNames, AreSynchronisedWhereARecordCanHoldThem)
     };
     QString const folderName = folder.path() + QDir::separator();
     _oxString8_evenSize<500> const record(folderName + "a");
-    make(record);
+    writeFile(record);
     EXPECT_EQ(sync(record, _oxString8_evenSize<500>(folderName + "b")), "done");
     EXPECT_EQ(sync(record, folderName + "c"), "done");
     EXPECT_EQ(sync(QByteArray("a"), _oxString8_evenSize<250>(folderName + "d")), "done");
@@ -123,7 +129,7 @@ TEST_F(FileNames, AreSynchronisedWhereARecordCanHoldThem)
 
     bool const canHold = QDir::separator() == u'/';
     QString const name = QString::fromUtf8("日本");
-    QString const source = make(folderName + name);
+    QString const source = writeFile(folderName + name);
     EXPECT_EQ(sync(source, source + "x"), canHold ? "done" : "Source file does not exists! ");
     EXPECT_EQ(sync(record, source + "y"), canHold ? "done" : "Destination folder does not exist! ");
     EXPECT_EQ(QDir(folderName).entryList(QDir::Files).size(), canHold ? 7 : 5);

@@ -2,10 +2,17 @@
 
 #include "shared/fs/file.h"
 #include "shared/fs/file_sync_steps.h"
-#include "tests/fs/support.h"
+#include "tests/support/file_content.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
+
+#include <QDir>
+#include <QFile>
 
 #include <thread>
 #include <vector>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -20,7 +27,7 @@ class FileSync : public FolderTest
     {
         QDir(folder.path()).mkdir(text("share"));
         QDir(folder.path()).mkdir(text("local"));
-        source = make(path("share/tool.exe"), "new");
+        source = writeFile(path("share/tool.exe"), "new");
         target = path("local/tool.exe");
         setTime(source, 1600000000);
     }
@@ -73,7 +80,7 @@ TEST_F(FileSync, CopiesAMissingTargetWithItsTimeAndRights)
 
 TEST_F(FileSync, LeavesATargetOfTheSameSizeAndTimeAlone)
 {
-    make(target, "old");
+    writeFile(target, "old");
     setTime(target, 1600000000);
     EXPECT_TRUE(sync());
     EXPECT_EQ(info, "");
@@ -86,7 +93,7 @@ TEST_F(FileSync, LeavesATargetOfTheSameSizeAndTimeAlone)
 TEST_F(FileSync, KeepsTheReplacedTargetUnderASecondName)
 {
     for (auto const & [content, time] : {std::pair("old", 1600000001), {"older", 1600000000}}) {
-        make(target, content);
+        writeFile(target, content);
         setTime(target, time);
         EXPECT_TRUE(sync(0));
         EXPECT_EQ(info, message("Renaming dest file@;\nCopied $ => @. "));
@@ -97,7 +104,7 @@ TEST_F(FileSync, KeepsTheReplacedTargetUnderASecondName)
 
 TEST_F(FileSync, TellsAFailedRenameAndCopiesAllTheSame)
 {
-    make(target, "older");
+    writeFile(target, "older");
     ASSERT_TRUE(QDir(folder.path()).mkpath(target + text("_old/full")));
     EXPECT_TRUE(sync());
     EXPECT_TRUE(errors.startsWith(message("Unable to rename file! @ Error ")));
@@ -121,11 +128,11 @@ TEST_F(FileSync, CreatesOneMissingFolderAndNoMore)
 
 TEST_F(FileSync, RefusesASourceThatIsMissingEmptyOrWithoutATime)
 {
-    make(target, "kept");
+    writeFile(target, "kept");
     setTime(source, 0);
     EXPECT_FALSE(sync());
     EXPECT_EQ(errors, message("Source has no file time! $"));
-    make(source, "");
+    writeFile(source, "");
     EXPECT_FALSE(sync());
     EXPECT_EQ(errors, message("Source has no file size! $"));
     QFile::remove(source);
@@ -155,7 +162,7 @@ TEST_F(FileSync, NeverFollowsALinkAtTheTarget)
     EXPECT_EQ(contentOf(target), "new");
 
     QFile::remove(target);
-    ASSERT_TRUE(QFile::link(make(elsewhere, "kept"), target));
+    ASSERT_TRUE(QFile::link(writeFile(elsewhere, "kept"), target));
     auto const before = QFile::permissions(elsewhere);
     EXPECT_TRUE(sync());
     EXPECT_EQ(contentOf(elsewhere), "kept");
@@ -167,7 +174,7 @@ TEST_F(FileSync, NeverFollowsALinkAtTheTarget)
 TEST_F(FileSync, KeepsThePreviousFileWhenSeveralRunAtOnce)
 {
     for (int round = 0; round < 20; ++round) {
-        make(target, "previous");
+        writeFile(target, "previous");
         QFile::remove(target + text("_old"));
         std::vector<std::thread> threads;
         for (int i = 0; i < 4; ++i)
@@ -195,7 +202,7 @@ TEST_F(FileSync, FindsFilesWhoseNamesAreNotLatin1)
 {
     if (QDir::separator() == u'\\')
         GTEST_SKIP() << "an 8-bit path is Latin-1 on this system";
-    source = make(path("share/\xd0\xb6.exe"), "new");
+    source = writeFile(path("share/\xd0\xb6.exe"), "new");
     target = path("local/\xd0\xb6.exe");
     EXPECT_TRUE(sync());
     EXPECT_TRUE(sync());
@@ -208,17 +215,17 @@ TEST_F(FileSync, CopiesAnExecutableThatWasStillBeingWrittenAgain)
     int waits = 0;
     auto const run = [&](bool retry, Text * to, int pause) {
         waits = 0;
-        make(source, unfinished);
+        writeFile(source, unfinished);
         setTime(source, 1600000000);
         QFile::remove(target);
         if (to)
             to->clear();
-        return ox::detail::syncCopy(record(source), record(target), retry, to, &info, pause, false,
-                                    [&](int ms) {
-                                        EXPECT_EQ(ms, 5000);
-                                        make(source, ++waits < 3 ? unfinished + '\0' : "MZ done");
-                                        setTime(source, 1600000000 + waits);
-                                    });
+        return ox::detail::syncCopy(
+            record(source), record(target), retry, to, &info, pause, false, [&](int ms) {
+                EXPECT_EQ(ms, 5000);
+                writeFile(source, ++waits < 3 ? unfinished + '\0' : "MZ done");
+                setTime(source, 1600000000 + waits);
+            });
     };
     EXPECT_TRUE(run(true, &errors, 0));
     EXPECT_EQ(waits, 3);

@@ -1,7 +1,10 @@
 #include "shared/fs/file.h"
 
 #include "shared/system/os_error.h"
-#include "tests/fs/support.h"
+#include "tests/support/file_content.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
+#include "tests/support/this_build.h"
 
 #include <gtest/gtest.h>
 
@@ -16,19 +19,15 @@
 
 #include <filesystem>
 
+using namespace ox::tests;
+
 namespace
 {
 
 /// The system's code for a path whose folder does not exist.
-int const missingFolderCode = QDir::separator() == u'\\' ? 3 : ENOENT;
+int const missingFolderCode = isWindows ? 3 : ENOENT;
 
 using File = FolderTest;
-
-/// The content of a text file, its lines ended by line feeds on every system.
-QByteArray linesOf(QString const & name)
-{
-    return contentOf(name).replace("\r\n", "\n");
-}
 
 template <typename... Records>
 void expectFolder(QString const & name)
@@ -40,7 +39,7 @@ void expectFolder(QString const & name)
 
 TEST_F(File, ExistsWithTheTimeAndSizeThatItWasGiven)
 {
-    QString const name = make(path("a.bin"), QByteArray(1234, 'x'));
+    QString const name = writeFile(path("a.bin"), QByteArray(1234, 'x'));
     _oxTime const stamp(std::int64_t{1700000000}, true);
     _oxTime given = stamp;
     ASSERT_TRUE(oxSetFileTime(name, &given));
@@ -77,11 +76,11 @@ TEST_F(File, ExistsWithTheTimeAndSizeThatItWasGiven)
 
 TEST_F(File, IsFoundUnderNamesBeyondAscii)
 {
-    QString const name = make(path("f\xc3\xa9\xd0\xb6.bin")); // "fé" and a Cyrillic letter
+    QString const name = writeFile(path("f\xc3\xa9\xd0\xb6.bin")); // "fé" and a Cyrillic letter
     EXPECT_TRUE(oxFileExists(name));
     EXPECT_TRUE(oxFileExists(_oxString<500>(name)));
     EXPECT_FALSE(oxFileExists(_oxString8_evenSize<500>(name))) << "Latin-1 cannot hold it";
-    QString const latin1 = make(path("f\xc3\xa9.bin"));
+    QString const latin1 = writeFile(path("f\xc3\xa9.bin"));
     EXPECT_TRUE(oxFileExists(_oxString8_evenSize<500>(latin1)));
     EXPECT_EQ(oxDeleteFile(latin1), QString());
     EXPECT_FALSE(QFile::exists(latin1));
@@ -89,7 +88,7 @@ TEST_F(File, IsFoundUnderNamesBeyondAscii)
 
 TEST_F(File, TellsFoldersFromFiles)
 {
-    QString const file = make(path("a"));
+    QString const file = writeFile(path("a"));
     for (QString const & name : {folder.path(), folder.path() + QDir::separator()}) {
         EXPECT_TRUE(oxDirectoryExists(name));
         expectFolder<_oxString<500>, _oxString8_evenSize<500>, _oxString8_evenSize<250>,
@@ -109,7 +108,7 @@ TEST_F(File, DeletesAndSaysWhyNot)
     EXPECT_EQ(oxDeleteFile(path("none")), QString());
     EXPECT_EQ(oxDeleteFile(folder.path()), QString()) << "a folder is not a file";
     EXPECT_TRUE(QFile::exists(folder.path()));
-    QString const file = make(path("a"));
+    QString const file = writeFile(path("a"));
     ASSERT_TRUE(QFile::setPermissions(file, QFile::ReadOwner));
     EXPECT_TRUE(oxDeleteFile(_oxString<500>(file)).isEmpty());
     EXPECT_FALSE(QFile::exists(file));
@@ -123,7 +122,7 @@ TEST_F(File, CreatesAndRemovesFolders)
     EXPECT_TRUE(QFileInfo(deep).isDir());
     EXPECT_TRUE(oxCreateFolder(deep, false)) << "it exists";
     EXPECT_TRUE(oxCreateFolder(text("C:\\"), true)) << "a drive";
-    EXPECT_FALSE(oxCreateFolder(make(path("file")), true));
+    EXPECT_FALSE(oxCreateFolder(writeFile(path("file")), true));
     EXPECT_FALSE(oxCreateFolder(path("file/below"), true));
     EXPECT_FALSE(oxCreateFolder(QDir::toNativeSeparators(text("//no-such-server/share/")), true))
         << "its own parent";
@@ -145,8 +144,8 @@ TEST_F(File, CreatesAndRemovesFolders)
 
 TEST_F(File, RenamesAndOverwritesOnlyWhenTold)
 {
-    QString const a = make(path("a"), "from a");
-    QString const b = make(path("b"), "from b");
+    QString const a = writeFile(path("a"), "from a");
+    QString const b = writeFile(path("b"), "from b");
     EXPECT_FALSE(oxRenameFile(a, b, false));
     EXPECT_EQ(contentOf(a), "from a");
     EXPECT_EQ(contentOf(b), "from b");
@@ -169,7 +168,7 @@ TEST_F(File, WritesBlocksInPieces)
     for (int i = 0; i < data.size(); ++i)
         data[i] = static_cast<char>(i * 7 / 5);
     auto * const bytes = reinterpret_cast<unsigned char *>(data.data());
-    QString const name = make(path("a"), "old");
+    QString const name = writeFile(path("a"), "old");
     EXPECT_EQ(oxWriteBufferToFile(name, bytes, data.size()), QString());
     EXPECT_EQ(contentOf(name), data);
     EXPECT_EQ(oxWriteBufferToFile(name, bytes, -1), QString());
@@ -199,7 +198,8 @@ TEST_F(File, FreeSpaceIsThatOfTheNearestFolder)
         EXPECT_EQ(oxGetFreeDriveSpaceMB(text(unknown)), 1000u) << unknown;
     auto const expected =
         static_cast<double>(std::filesystem::space(folder.path().toStdString()).available >> 20);
-    for (QString const & name : {folder.path(), make(path("a")), path("none/at/all"), path("a/b")})
+    for (QString const & name :
+         {folder.path(), writeFile(path("a")), path("none/at/all"), path("a/b")})
         EXPECT_NEAR(oxGetFreeDriveSpaceMB(name), expected, 1024) << name.toStdString();
 }
 

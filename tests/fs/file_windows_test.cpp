@@ -3,10 +3,15 @@
 #include "shared/data/file_searcher.h"
 #include "shared/system/os_error.h"
 #include "tests/fs/holder_windows.h"
-#include "tests/fs/support.h"
+#include "tests/fs/log_lines.h"
+#include "tests/support/file_content.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
 
 #include <QDir>
 #include <QFileInfo>
+
+using namespace ox::tests;
 
 using FileOnWindows = FolderTest;
 
@@ -22,13 +27,13 @@ bool isWine()
 
 TEST_F(FileOnWindows, SaysWhyItCannotDeleteOrReplaceAFileInUse)
 {
-    QString const name = make(path("a"));
+    QString const name = writeFile(path("a"));
     Holder const holder(name);
     QString const expected =
         text("Unable to delete file, ") + QString(oxLastOSError(ERROR_SHARING_VIOLATION));
     EXPECT_EQ(QString(oxDeleteFile(_oxString<500>(name))), expected);
     EXPECT_EQ(oxDeleteFile(name), expected + u'.');
-    EXPECT_FALSE(oxRenameFile(make(path("b")), name, true));
+    EXPECT_FALSE(oxRenameFile(writeFile(path("b")), name, true));
     EXPECT_EQ(contentOf(path("b")), "content");
     unsigned char bytes[1] = {};
     EXPECT_EQ(oxWriteBufferToFile(name, bytes, 1),
@@ -38,7 +43,7 @@ TEST_F(FileOnWindows, SaysWhyItCannotDeleteOrReplaceAFileInUse)
 
 TEST_F(FileOnWindows, ChangesTheLetterCaseOfAName)
 {
-    QString const a = make(path("a"));
+    QString const a = writeFile(path("a"));
     EXPECT_TRUE(oxRenameFile(a, path("A"), true));
     EXPECT_EQ(contentOf(a), "content");
     if (isWine())
@@ -48,7 +53,7 @@ TEST_F(FileOnWindows, ChangesTheLetterCaseOfAName)
 
 TEST_F(FileOnWindows, SeesAFileThatOthersKeepToThemselves)
 {
-    QString const name = make(path("a"));
+    QString const name = writeFile(path("a"));
     Holder const holder(name);
     EXPECT_TRUE(oxFileExists(_oxString<500>(name)));
 }
@@ -99,7 +104,7 @@ TEST_F(FileOnWindows, DoesNotWaitForANamedPipe)
 
 TEST_F(FileOnWindows, SetsAllThreeTimes)
 {
-    QString const name = make(path("a"));
+    QString const name = writeFile(path("a"));
     _oxTime stamp(std::int64_t{1600000000}, true);
     ASSERT_TRUE(oxSetFileTime(name, &stamp));
     QFileInfo const info(name);

@@ -6,6 +6,7 @@
 #include "shared/fs/file_locker.h"
 #include "shared/platform/lock_file.h"
 #include "shared/system/environment.h"
+#include "tests/support/child_side.h"
 
 #include <QFile>
 
@@ -27,9 +28,7 @@ int hold(QString const & file, int)
     _oxFileLocker locker(file);
     if (!locker.lock(0, who, nullptr, false))
         return 3;
-    std::puts("held");
-    std::fflush(stdout);
-    std::getchar();
+    ox::tests::printAndWait("held");
     return 0;
 }
 

@@ -1,16 +1,16 @@
 #include "shared/fs/path.h"
 
+#include "tests/support/text.h"
+#include "tests/support/this_build.h"
+
 #include <gtest/gtest.h>
 
 #include <QDir>
 
+using namespace ox::tests;
+
 namespace
 {
-
-QString latin1(char const * text)
-{
-    return QString::fromLatin1(text);
-}
 
 struct Row {
     char const * path;
@@ -21,18 +21,18 @@ template <typename Function, std::size_t N>
 void expectRows(Function function, Row const (&rows)[N])
 {
     for (Row const & row : rows)
-        EXPECT_EQ(function(latin1(row.path)), latin1(row.expected)) << row.path;
+        EXPECT_EQ(function(text(row.path)), text(row.expected)) << row.path;
 }
 
 } // namespace
 
 TEST(Path, ConvertsSeparatorsOnly)
 {
-    QString const mixed = latin1("C:/a\\b//..\\c");
+    QString const mixed = text("C:/a\\b//..\\c");
     for (auto const os : {_oxOS::All, _oxOS::Windows, static_cast<_oxOS>(9)})
-        EXPECT_EQ(oxConvertPDToOS(mixed, os), latin1("C:\\a\\b\\\\..\\c"));
+        EXPECT_EQ(oxConvertPDToOS(mixed, os), text("C:\\a\\b\\\\..\\c"));
     for (auto const os : {_oxOS::Linux, _oxOS::Mac})
-        EXPECT_EQ(oxConvertPDToOS(mixed, os), latin1("C:/a/b//../c"));
+        EXPECT_EQ(oxConvertPDToOS(mixed, os), text("C:/a/b//../c"));
 
     QString own = oxConvertPDToOS(mixed, _oxOS::Linux).replace(u'/', QDir::separator());
     EXPECT_EQ(oxConvertPDToOS(mixed), own);
@@ -80,7 +80,7 @@ TEST(Path, FindsTheFolder)
                                     {"/u/x", "/u/"},
                                     {"ab\\c/d", "ab\\c/"}});
     QString const full(200, u'x');
-    auto const shareRoot = _oxString8_evenSize<200>(latin1("\\\\srv\\") + full);
+    auto const shareRoot = _oxString8_evenSize<200>(text("\\\\srv\\") + full);
     EXPECT_EQ(oxGetDirName(shareRoot).size(), 200) << "no room for the closing separator";
 }
 
@@ -94,18 +94,17 @@ TEST(Path, FixedStringsSplitAtTheLastSeparatorWhereverItStands)
         EXPECT_TRUE(oxGetFileName(_oxString<250>(row.path)) == row.expected);
         EXPECT_TRUE(oxGetFileName(_oxString<500>(row.path)) == row.expected);
     }
-    _oxString8_evenSize<200> const longName(latin1("a\\") + QString(150, u'n'));
+    _oxString8_evenSize<200> const longName(text("a\\") + QString(150, u'n'));
     EXPECT_EQ(oxGetFileName(longName).size(), 100);
 
     _oxString8_evenSize<200> const slashes("/a/b.exr");
-    bool const isWindows = QDir::separator() == u'\\';
     EXPECT_TRUE(oxGetFileName(slashes) == (isWindows ? "/a/b.exr" : "b.exr"));
     EXPECT_TRUE(oxGetDirName(slashes) == (isWindows ? "" : "/a/"));
 }
 
 TEST(Path, AddsTextInFrontOfTheExtension)
 {
-    expectRows([](QString const & name) { return oxAddStringToFileName(name, latin1("_x")); },
+    expectRows([](QString const & name) { return oxAddStringToFileName(name, text("_x")); },
                {{"a.exr", "a_x.exr"},
                 {"C:\\d.1\\a", "C:\\d.1\\a_x"},
                 {"C:\\d.1\\a.b", "C:\\d.1\\a_x.b"},
@@ -116,16 +115,16 @@ TEST(Path, AddsTextInFrontOfTheExtension)
 TEST(Path, TellsRelativePathsAndRoots)
 {
     for (char const * path : {"", "C:", "\\\\", "/usr/x", "abc", "C:x\\y", "<Data>"})
-        EXPECT_TRUE(isRelativePath(latin1(path))) << path;
+        EXPECT_TRUE(isRelativePath(text(path))) << path;
     for (char const * path : {"\\\\srv", "\\ab", "C:\\", "<Database>", "<database>x"})
-        EXPECT_FALSE(isRelativePath(latin1(path))) << path;
+        EXPECT_FALSE(isRelativePath(text(path))) << path;
 
     for (char const * path :
          {"", "C:", "C:\\", "\\\\x", "\\\\srv", "\\\\srv\\share", "\\\\srv\\share\\",
           "\\\\srv\\share\\dir\\", "//srv/share/dir/", "/usr/share"})
-        EXPECT_TRUE(oxIsRootpath(latin1(path))) << path;
+        EXPECT_TRUE(oxIsRootpath(text(path))) << path;
     for (char const * path : {"C:\\x", "\\\\srv\\share\\dir\\x", "//srv/share/dir/x", "/aa/b/c/d"})
-        EXPECT_FALSE(oxIsRootpath(latin1(path))) << path;
+        EXPECT_FALSE(oxIsRootpath(text(path))) << path;
 }
 
 TEST(Path, ResolvesTheFirstRunOfSteps)
@@ -142,10 +141,10 @@ TEST(Path, ResolvesTheFirstRunOfSteps)
                                {"", ""}});
     // Quadratic time does not see the end of these.
     int const many = 1000000;
-    QString const steps = latin1("../").repeated(many);
-    QString const share = latin1("//srv/") + QString(many, u's') + u'/';
-    EXPECT_EQ(oxPathResolve(latin1("/ab") + latin1("/a").repeated(many) + u'/' + steps + u'x'),
-              latin1("/ab/x"));
+    QString const steps = text("../").repeated(many);
+    QString const share = text("//srv/") + QString(many, u's') + u'/';
+    EXPECT_EQ(oxPathResolve(text("/ab") + text("/a").repeated(many) + u'/' + steps + u'x'),
+              text("/ab/x"));
     EXPECT_EQ(oxPathResolve(share + steps + u'x'), share + u'x');
 }
 
@@ -176,8 +175,8 @@ TEST(Path, CleansFoldersAndLinks)
                               {"C:\\a. ", "C:\\a. "}});
     expectRows(clean(true),
                {{"C:\\a. .", "C:\\a"}, {"C:\\a.\\", "C:\\a\\"}, {"a\\..", "a\\.."}, {"", ""}});
-    EXPECT_EQ(oxRemoveIllegalCharFromDir(latin1("C:\\a b"), false, true, false), latin1("C:\\ab"));
+    EXPECT_EQ(oxRemoveIllegalCharFromDir(text("C:\\a b"), false, true, false), text("C:\\ab"));
 
-    EXPECT_EQ(oxRemoveIllegalCharFromHtmlFile(latin1("a&b c/d%'+<FN>:.e")), latin1("abcdFN_.e"));
-    EXPECT_EQ(oxRemoveIllegalCharFromHtmlDir(latin1("C:\\a&b\\c d/")), latin1("C_/ab/cd/"));
+    EXPECT_EQ(oxRemoveIllegalCharFromHtmlFile(text("a&b c/d%'+<FN>:.e")), text("abcdFN_.e"));
+    EXPECT_EQ(oxRemoveIllegalCharFromHtmlDir(text("C:\\a&b\\c d/")), text("C_/ab/cd/"));
 }
