@@ -1,14 +1,20 @@
 #include "shared/system/environment.h"
 
-#include "tests/system/support.h"
+#include "tests/support/own_program.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
+
+#include <gtest/gtest.h>
 
 #include <QDir>
 #include <QElapsedTimer>
-#include <QTemporaryDir>
+#include <QFile>
 
 #include <csignal>
 #include <pthread.h>
 #include <thread>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -41,7 +47,8 @@ TEST(Child, DISABLED_ListsOddEntries)
 
 TEST(Environment, SplitsHiddenEntriesAtTheirSecondEquals)
 {
-    EXPECT_TRUE(runChild(executable(), u"ListsOddEntries"_q).contains("[=C:|EMPTY][C:\\jobs|]"));
+    EXPECT_TRUE(
+        runDisabledTest(ownProgram(), u"ListsOddEntries"_q).contains("[=C:|EMPTY][C:\\jobs|]"));
 }
 
 TEST(Sleep, LastsItsTimeAcrossSignals)
@@ -75,24 +82,24 @@ TEST(Child, DISABLED_PrintsApplicationPaths)
 
 TEST(ApplicationPath, TakesTheArgumentsWhereTheExecutableDoesNotFit)
 {
-    QTemporaryDir folder;
+    TemporaryFolder folder;
     QString const deep = folder.path() + (u"/"_q + QString(80, u'd')).repeated(3);
     ASSERT_TRUE(QDir().mkpath(deep));
-    ASSERT_TRUE(QFile::copy(executable(), deep + u"/client"_q));
+    ASSERT_TRUE(QFile::copy(ownProgram(), deep + u"/client"_q));
     QByteArray const current = QDir::currentPath().toUtf8();
-    EXPECT_TRUE(runChild(deep + u"/client"_q, u"PrintsApplicationPaths"_q)
+    EXPECT_TRUE(runDisabledTest(deep + u"/client"_q, u"PrintsApplicationPaths"_q)
                     .contains("[1 /opt/farm/][1 " + current + "/bin/][0 ][0 ]"));
 }
 
 TEST(ApplicationPath, KeepsEveryLetterOfTheFolder)
 {
-    QTemporaryDir folder;
+    TemporaryFolder folder;
     for (QString const & name : {u"\u00E4"_q, u"\u041F"_q, u"\u00C3\u00A4"_q}) {
         QString const path = folder.path() + u"/"_q + name;
         ASSERT_TRUE(QDir().mkpath(path));
-        ASSERT_TRUE(QFile::copy(executable(), path + u"/client"_q));
+        ASSERT_TRUE(QFile::copy(ownProgram(), path + u"/client"_q));
         QByteArray const bytes = name == u"\u00E4"_q ? path.toLatin1() : path.toUtf8();
-        EXPECT_TRUE(runChild(path + u"/client"_q, u"PrintsApplicationPaths"_q)
+        EXPECT_TRUE(runDisabledTest(path + u"/client"_q, u"PrintsApplicationPaths"_q)
                         .contains("[1 " + bytes + "/]"))
             << name.toStdString();
     }

@@ -1,10 +1,15 @@
 #include "shared/system/environment.h"
 
-#include "tests/system/support.h"
+#include "tests/support/own_program.h"
+#include "tests/support/text.h"
+
+#include <gtest/gtest.h>
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -54,7 +59,7 @@ TEST(Sleep, LastsItsTime)
 
 TEST(ApplicationPath, IsTheFolderOfTheExecutable)
 {
-    QString const folder = QDir::toNativeSeparators(QFileInfo(executable()).path() + u"/"_q);
+    QString const folder = QDir::toNativeSeparators(QFileInfo(ownProgram()).path() + u"/"_q);
     _oxString8_evenSize<250> path;
     EXPECT_TRUE(oxApplicationPath(path, nullptr));
     EXPECT_EQ(QString(path), folder);

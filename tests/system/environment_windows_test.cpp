@@ -1,12 +1,18 @@
 #include "shared/system/environment.h"
 
-#include "tests/system/support.h"
+#include "tests/support/own_program.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
+
+#include <gtest/gtest.h>
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
-#include <QTemporaryDir>
 
 #include <windows.h>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -42,19 +48,19 @@ TEST(Child, DISABLED_PrintsApplicationPaths)
 
 TEST(ApplicationPath, TakesTheArgumentsWhereTheRecordCannotHoldTheExecutable)
 {
-    QTemporaryDir folder;
+    TemporaryFolder folder;
     QString const program = folder.path() + u"/\u041F.exe"_q;
     QString const inFolder = folder.path() + u"/\u041F/client.exe"_q;
     ASSERT_TRUE(QDir().mkpath(folder.path() + u"/\u041F"_q));
-    ASSERT_TRUE(QFile::copy(executable(), program));
-    ASSERT_TRUE(QFile::copy(executable(), inFolder));
+    ASSERT_TRUE(QFile::copy(ownProgram(), program));
+    ASSERT_TRUE(QFile::copy(ownProgram(), inFolder));
     // The library's DLL is found by the path.
     qputenv("PATH", qgetenv("PATH") + ';' +
-                        QDir::toNativeSeparators(QFileInfo(executable()).path()).toLocal8Bit());
+                        QDir::toNativeSeparators(QFileInfo(ownProgram()).path()).toLocal8Bit());
     QByteArray const own = QDir::toNativeSeparators(folder.path()).toLatin1() + '\\';
     QByteArray const current = QDir::toNativeSeparators(QDir::currentPath()).toLatin1() + '\\';
-    EXPECT_TRUE(runChild(program, u"PrintsApplicationPaths"_q).contains("[1 " + own + "]"));
-    QByteArray const printed = runChild(inFolder, u"PrintsApplicationPaths"_q);
+    EXPECT_TRUE(runDisabledTest(program, u"PrintsApplicationPaths"_q).contains("[1 " + own + "]"));
+    QByteArray const printed = runDisabledTest(inFolder, u"PrintsApplicationPaths"_q);
     EXPECT_TRUE(printed.contains("[1 \\farm\\][1 C:client\\][1 " + current + "bin\\][0 ][0 ]"))
         << printed.constData();
 }

@@ -1,8 +1,11 @@
 #include "shared/system/process_list.h"
-#include "tests/system/support.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
+
+#include <gtest/gtest.h>
 
 #include <QFile>
-#include <QTemporaryDir>
+#include <QProcess>
 
 #include <csignal>
 #include <ctime>
@@ -14,6 +17,8 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -100,7 +105,7 @@ TEST(ProcessListOnLinux, MeasuresTheProcessorTimeThatTheProcessItselfCounts)
 
 TEST(ProcessListOnLinux, NamesAProcessByItsExecutableAndItsUser)
 {
-    QTemporaryDir const folder;
+    TemporaryFolder const folder;
     QString const program = folder.path() + u"/Render-Node_0123456789abcdefgh.bin"_q;
     ASSERT_TRUE(QFile::copy(u"/bin/cat"_q, program));
     QProcess process;

@@ -1,11 +1,19 @@
 #include "shared/system/process_figures.h"
 #include "shared/system/process_list.h"
-#include "tests/system/support.h"
+#include "tests/support/child.h"
+#include "tests/support/child_side.h"
+#include "tests/support/own_program.h"
+#include "tests/support/text.h"
 
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
 #include <QFileInfo>
 #include <QRegularExpression>
 
 #include <memory>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -19,32 +27,24 @@ unsigned ownId()
 
 QString ownFileName()
 {
-    return QFileInfo(executable()).fileName();
+    return QFileInfo(ownProgram()).fileName();
 }
 
 /// Runs as long as its standard input is open.
-struct SecondInstance {
-    explicit SecondInstance(QString const & program = executable())
+class SecondInstance : public Child
+{
+  public:
+    explicit SecondInstance(QString const & program = ownProgram())
+        : Child(program,
+                {u"--gtest_also_run_disabled_tests"_q, u"--gtest_filter=Child.DISABLED_waits"_q})
     {
-        process.start(program, {u"--gtest_also_run_disabled_tests"_q,
-                                u"--gtest_filter=Child.DISABLED_waits"_q});
-        EXPECT_TRUE(process.waitForReadyRead(30000)) << process.errorString().toStdString();
+        EXPECT_TRUE(hasPrinted());
     }
-    ~SecondInstance()
-    {
-        process.kill();
-        process.waitForFinished();
-    }
-    unsigned id() const { return static_cast<unsigned>(process.processId()); }
-
-    QProcess process;
 };
 
 TEST(Child, DISABLED_waits)
 {
-    std::puts("ready");
-    std::fflush(stdout);
-    std::getchar();
+    printAndWait("ready");
 }
 
 TEST(ProcessList, FindsProcessesByIdAndByNameInAnyCase)
@@ -75,7 +75,7 @@ TEST(ProcessList, FindsProcessesByIdAndByNameInAnyCase)
 TEST(ProcessList, SeesASecondInstanceUntilItIsKilled)
 {
     // The executable's name without the suffix is what our applications are known by.
-    Name const base(QFileInfo(executable()).completeBaseName());
+    Name const base(QFileInfo(ownProgram()).completeBaseName());
     Name const prefix = base.left(base.size() - 1);
     long long id = 0;
     EXPECT_FALSE(ourProcessAlreadyExists(base, false, true, &id));
@@ -98,7 +98,7 @@ TEST(ProcessList, SeesASecondInstanceUntilItIsKilled)
 
     unsigned const secondId = second.id();
     list->killProcess(secondId);
-    EXPECT_TRUE(second.process.waitForFinished());
+    EXPECT_TRUE(second.hasEnded());
     EXPECT_FALSE(list->processExistsPID(secondId, true));
     // A process that has ended has no figures, also while somebody holds a handle to it.
     _oxProcessEntry & behind = list->entries[list->count];

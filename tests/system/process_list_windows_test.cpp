@@ -1,5 +1,8 @@
 #include "shared/system/process_list.h"
-#include "tests/system/support.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
 
 #include <memory>
 

@@ -3,6 +3,7 @@
 
 #include "shared/system/environment.h"
 #include "shared/system/shared_memory.h"
+#include "tests/support/child_side.h"
 
 #include <QDir>
 #include <QFile>
@@ -17,9 +18,7 @@ namespace
 /// Tells the test that the segment is there, and keeps it until standard input ends.
 int hold()
 {
-    std::puts("held");
-    std::fflush(stdout);
-    std::getchar();
+    ox::tests::printAndWait("held");
     return 0;
 }
 

@@ -1,11 +1,17 @@
 #pragma once
 
 #include "shared/system/shared_memory.h"
-#include "tests/child.h"
-#include "tests/system/support.h"
+#include "tests/support/child.h"
+#include "tests/support/text.h"
 
-#include <ostream>
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+
 #include <string>
+
+namespace ox::tests
+{
 
 /// A test with a key that no other run of the tests uses.
 class SharedMemory : public testing::Test
@@ -17,8 +23,11 @@ class SharedMemory : public testing::Test
         return std::to_string(memory.error()) + ' ' + memory.errorString().c_str();
     }
 
+    QString const childProgram = QStringLiteral(OX_TEST_CHILD);
     std::string const key = "test" + std::to_string(QCoreApplication::applicationPid());
     QString const keyText = QString::fromStdString(key);
     oxSharedMemory memory{key.c_str()};
     oxSharedMemory other{key.c_str()};
 };
+
+} // namespace ox::tests

@@ -1,10 +1,12 @@
 #include "tests/system/shared_memory_fixture.h"
 
 #include "shared/system/os_error.h"
+#include "tests/support/descriptor_linux.h"
+#include "tests/support/file_content.h"
+#include "tests/support/temporary_folder.h"
 
 #include <QDir>
 #include <QFile>
-#include <QTemporaryDir>
 
 #include <cerrno>
 #include <cstdio>
@@ -16,6 +18,8 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -47,29 +51,7 @@ class SharedMemoryOnLinux : public SharedMemory
         return text;
     }
 
-    static void fill(QString const & path)
-    {
-        QFile file(path);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(QByteArray(5000, 'x'));
-    }
-
-    /// The number under which this process has an object open; -1 when it has not.
-    static int descriptorOf(QString const & path)
-    {
-        struct stat named {
-        };
-        struct stat opened {
-        };
-        ::stat(path.toStdString().c_str(), &named);
-        for (int descriptor = 0; descriptor < 1000; ++descriptor) {
-            if (::fstat(descriptor, &opened) == 0 && opened.st_dev == named.st_dev &&
-                opened.st_ino == named.st_ino)
-                return descriptor;
-        }
-        return -1;
-    }
-
+    QByteArray const garbage = QByteArray(5000, 'x');
     QString const globalObject = u"/dev/shm/GlobalOX_"_q + keyText + u"_1234567"_q;
     QString const localObject =
         u"/dev/shm/OX_"_q + keyText + u"_1234567."_q + QString::number(::geteuid());
@@ -112,18 +94,18 @@ TEST_F(SharedMemoryOnLinux, IsAnObjectOfTheRightModeForAsLongAsItIsUsed)
     ::umask(mask);
     EXPECT_EQ(statusOf(globalObject), "666 4096");
     EXPECT_EQ(statusOf(localObject), "600 8192");
-    EXPECT_EQ(::fcntl(descriptorOf(globalObject), F_GETFD), FD_CLOEXEC);
+    EXPECT_EQ(::fcntl(descriptorOf(globalObject.toStdString().c_str()), F_GETFD), FD_CLOEXEC);
     memory.detach();
     EXPECT_EQ(statusOf(globalObject), "none");
 }
 
 TEST_F(SharedMemoryOnLinux, TakesAnObjectThatNobodyUsesForNone)
 {
-    fill(globalObject);
+    writeFile(globalObject, garbage);
     EXPECT_FALSE(memory.attach());
     EXPECT_EQ(memory.error(), oxSharedMemory::DoesNotExist);
     EXPECT_EQ(statusOf(globalObject), "none");
-    fill(globalObject);
+    writeFile(globalObject, garbage);
     ASSERT_TRUE(memory.create(100, true, false)) << failure(memory);
     EXPECT_EQ(memory.bytes()[0], std::byte{0});
     EXPECT_EQ(statusOf(globalObject).substr(4), "4096");
@@ -131,9 +113,9 @@ TEST_F(SharedMemoryOnLinux, TakesAnObjectThatNobodyUsesForNone)
 
 TEST_F(SharedMemoryOnLinux, LeavesWhatSomebodyElsePutUnderTheName)
 {
-    QTemporaryDir folder;
+    TemporaryFolder folder;
     QString const target = folder.filePath(u"target"_q);
-    fill(target);
+    writeFile(target, garbage);
     ASSERT_TRUE(QFile::link(target, globalObject));
     for (int const error : {ELOOP, EISDIR}) {
         std::string const text = oxLastOSError8(error).c_str();
@@ -150,7 +132,7 @@ TEST_F(SharedMemoryOnLinux, LeavesWhatSomebodyElsePutUnderTheName)
 
 TEST_F(SharedMemoryOnLinux, GivesUpOnAnObjectThatIsNeverReady)
 {
-    fill(globalObject);
+    writeFile(globalObject, garbage);
     QFile blocker(globalObject);
     ASSERT_TRUE(blocker.open(QIODevice::ReadWrite | QIODevice::Truncate));
     ASSERT_EQ(::flock(blocker.handle(), LOCK_EX), 0);
@@ -163,7 +145,7 @@ TEST_F(SharedMemoryOnLinux, GivesUpOnAnObjectThatIsNeverReady)
 TEST_F(SharedMemoryOnLinux, TellsWhenTheSystemCannotCloseIt)
 {
     ASSERT_TRUE(memory.create(10, true, false));
-    ::close(descriptorOf(globalObject));
+    ::close(descriptorOf(globalObject.toStdString().c_str()));
     EXPECT_FALSE(memory.detach());
     EXPECT_EQ(failure(memory),
               std::to_string(EBADF) + " CloseHandle: " + oxLastOSError8(EBADF).c_str());
@@ -191,7 +173,7 @@ TEST_F(SharedMemoryAsRoot, IsReachedByOtherUsersWhenGlobal)
 
 TEST_F(SharedMemoryAsRoot, IsCreatedAnewByAnyUserAfterTheLastOneLeft)
 {
-    fill(globalObject); // root's, which died
+    writeFile(globalObject, garbage); // root's, which died
     QFile::setPermissions(globalObject, QFile::Permissions(0x6666));
     EXPECT_TRUE(isTrueForNobody([&] {
         bool const created = !memory.attach() && memory.create(5000, true, false) &&
@@ -205,7 +187,7 @@ TEST_F(SharedMemoryAsRoot, IsCreatedAnewByAnyUserAfterTheLastOneLeft)
 
 TEST_F(SharedMemoryAsRoot, FallsBackToTheLocalOneWhenNotAllowedTheGlobalOne)
 {
-    fill(globalObject);
+    writeFile(globalObject, garbage);
     QFile::setPermissions(globalObject, QFile::ReadOwner | QFile::WriteOwner);
     EXPECT_TRUE(isTrueForNobody([&] {
         bool const refused =
@@ -220,7 +202,7 @@ TEST_F(SharedMemoryAsRoot, FallsBackToTheLocalOneWhenNotAllowedTheGlobalOne)
     QFile::remove(globalObject);
 
     // The local name of another user leads nowhere either.
-    fill(localObject);
+    writeFile(localObject, garbage);
     ASSERT_EQ(::chown(localObject.toStdString().c_str(), nobody, nobody), 0);
     EXPECT_FALSE(memory.create(10, false, false));
     EXPECT_EQ(memory.error(), EACCES);

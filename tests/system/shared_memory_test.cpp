@@ -8,6 +8,8 @@
 #include <limits>
 #include <vector>
 
+using namespace ox::tests;
+
 namespace
 {
 
@@ -63,7 +65,7 @@ TEST_F(SharedMemory, IsSharedByAllWhoAttach)
 
 TEST_F(SharedMemory, HasOneCreator)
 {
-    Child child({u"create"_q, keyText, u"100"_q});
+    Child child(childProgram, {u"create"_q, keyText, u"100"_q});
     ASSERT_TRUE(child.hasPrinted());
     EXPECT_FALSE(memory.create(100, true, true));
     EXPECT_EQ(failure(memory), "4 CreateFileMapping: already exists");
@@ -78,7 +80,7 @@ TEST_F(SharedMemory, HasOneCreator)
 
 TEST_F(SharedMemory, HasOneCreatorAlsoAtTheSameMoment)
 {
-    expectAllSucceed(4, {u"contend"_q, keyText, u"300"_q});
+    expectAllSucceed(4, childProgram, {u"contend"_q, keyText, u"300"_q});
     EXPECT_FALSE(memory.attach());
     EXPECT_EQ(memory.error(), oxSharedMemory::DoesNotExist);
 }
@@ -111,7 +113,7 @@ TEST_F(SharedMemory, PrefersTheGlobalOneUntilItHasUsedAnother)
 TEST_F(SharedMemory, LivesAsLongAsSomebodyIsAttached)
 {
     for (bool const attachInTime : {true, false}) {
-        Child creator({u"create"_q, keyText, u"100"_q});
+        Child creator(childProgram, {u"create"_q, keyText, u"100"_q});
         ASSERT_TRUE(creator.hasPrinted());
         if (attachInTime) {
             ASSERT_TRUE(memory.attach());
@@ -121,7 +123,7 @@ TEST_F(SharedMemory, LivesAsLongAsSomebodyIsAttached)
         EXPECT_EQ(other.attach(), attachInTime) << failure(other);
         if (attachInTime) {
             EXPECT_EQ(other.bytes()[0], std::byte{9});
-            EXPECT_EQ(Child({u"create"_q, keyText, u"100"_q}).finish(),
+            EXPECT_EQ(Child(childProgram, {u"create"_q, keyText, u"100"_q}).finish(),
                       oxSharedMemory::AlreadyExists);
         }
         other.detach();
@@ -156,7 +158,7 @@ TEST_F(SharedMemory, RefusesToLockAndUnlockOutOfTurn)
 TEST_F(SharedMemory, WaitsTwoSecondsForALockWhoseHolderDied)
 {
     ASSERT_TRUE(memory.create(10, true, true));
-    Child holder({u"lock"_q, keyText});
+    Child holder(childProgram, {u"lock"_q, keyText});
     ASSERT_TRUE(holder.hasPrinted());
     holder.kill();
     QElapsedTimer timer;
@@ -170,7 +172,7 @@ TEST_F(SharedMemory, WaitsTwoSecondsForALockWhoseHolderDied)
 TEST_F(SharedMemory, LosesNoUpdateUnderTheLock)
 {
     ASSERT_TRUE(memory.create(1, true, true));
-    expectAllSucceed(2, {u"increment"_q, keyText, u"25"_q});
+    expectAllSucceed(2, childProgram, {u"increment"_q, keyText, u"25"_q});
     EXPECT_EQ(memory.bytes()[0], std::byte{50});
 }
 

@@ -7,6 +7,8 @@
 
 #include <windows.h>
 
+using namespace ox::tests;
+
 namespace
 {
 

@@ -3,17 +3,25 @@
 #include "shared/system/identity.h"
 #include "shared/system/sys_info.h"
 
-#include "tests/system/support.h"
+#include "tests/support/child.h"
+#include "tests/support/program_run.h"
+#include "tests/support/shell.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
+
+#include <gtest/gtest.h>
 
 #include <QDir>
+#include <QFile>
 #include <QRegularExpression>
 #include <QStandardPaths>
-#include <QTemporaryDir>
 
 #include <atomic>
 #include <fstream>
 #include <thread>
 #include <unistd.h>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -87,7 +95,7 @@ TEST(MemoryOnLinux, IsReadByItsNames)
 
 TEST(DiskOnLinux, IsTheFirstThatStays)
 {
-    QTemporaryDir dir;
+    TemporaryFolder dir;
     std::filesystem::path const root = dir.path().toStdString();
     auto const add = [&root](std::string const & device, char const * removable) {
         auto const folder = root / "devices" / device;
@@ -123,10 +131,9 @@ TEST(UsersOnLinux, AreThoseOfTheProcess)
     EXPECT_EQ(oxIsSystemAdmin(), ::geteuid() == 0);
     EXPECT_EQ(getHKEY_CURRENT_USER_SID(), QString::number(::getuid()));
     EXPECT_EQ(QString(GetProcessUserSID()), QString::number(::geteuid()));
-    QProcess database;
-    database.start(u"sh"_q, {u"-c"_q, u"getent passwd $(id -ur) | cut -d: -f6"_q});
-    ASSERT_TRUE(database.waitForFinished());
-    QString const home = QString::fromUtf8(database.readAll()).trimmed();
+    ProgramRun const database = Shell().run("getent passwd $(id -ur) | cut -d: -f6");
+    ASSERT_TRUE(database.hasEnded);
+    QString const home = QString::fromUtf8(database.output).trimmed();
     QString const expected = home.isEmpty() ? u"ERROR: Unable to read value;"_q : home;
     EXPECT_EQ(getCurrentUserHomePath(), expected);
     EXPECT_EQ(GetProcessUserSIDProfilePath(), expected);
@@ -192,11 +199,11 @@ TEST(SysInfoOnLinux, AgreesWithTheKernel)
     EXPECT_NEAR(info->cpuUsage.value, expected, 0.05);
     EXPECT_GT(info->cpuUsage.value, 0);
 
-    QProcess tools;
-    tools.start(u"sh"_q, {u"-c"_q, u"grep -c ^processor /proc/cpuinfo; . /etc/os-release && "
-                                   u"echo $NAME $VERSION_ID; free -m | awk '/^Mem/{print $2}'"_q});
-    ASSERT_TRUE(tools.waitForFinished());
-    QStringList const lines = QString::fromUtf8(tools.readAll()).split(u'\n');
+    ProgramRun const tools =
+        Shell().run("grep -c ^processor /proc/cpuinfo; . /etc/os-release && "
+                    "echo $NAME $VERSION_ID; free -m | awk '/^Mem/{print $2}'");
+    ASSERT_TRUE(tools.hasEnded);
+    QStringList const lines = QString::fromUtf8(tools.output).split(u'\n');
     EXPECT_EQ(QString::number(info->coreCount), lines.value(0));
     EXPECT_EQ(info->osString, lines.value(1));
     EXPECT_EQ(info->osCode, 0);
@@ -233,32 +240,23 @@ TEST(UsersOnLinux, BeginAtTheIdOfTheSystemsDefinitions)
 
 TEST(SysInfoOnLinux, FindsTheOwnerOfTheDesktop)
 {
-    QTemporaryDir dir;
+    TemporaryFolder dir;
     QString const shell = dir.path() + u"/sway"_q;
     ASSERT_TRUE(QFile::copy(QStandardPaths::findExecutable(u"sleep"_q), shell));
     auto const info = std::make_unique<_oxSysInfo>();
     QString const before = info->guiUser();
-    QProcess desktop, id;
-    desktop.start(shell, {u"60"_q});
-    ASSERT_TRUE(desktop.waitForStarted());
-    id.start(u"id"_q, {u"-un"_q});
-    ASSERT_TRUE(id.waitForFinished());
+    Child const desktop(shell, {u"60"_q});
+    ProgramRun const id = runProgram(u"id"_q, {u"-un"_q});
+    ASSERT_TRUE(id.hasEnded);
     bool const isSystemAccount = ::geteuid() < 1000;
-    EXPECT_EQ(info->guiUser(),
-              isSystemAccount ? before : QString::fromUtf8(id.readAll()).trimmed());
+    EXPECT_EQ(info->guiUser(), isSystemAccount ? before : QString::fromUtf8(id.output).trimmed());
     if (::geteuid() == 0) {
         ASSERT_EQ(::chmod(dir.path().toStdString().c_str(), 0755), 0);
-        QProcess users;
-        users.start(u"setpriv"_q, {u"--reuid=65534"_q, u"--clear-groups"_q, shell, u"60"_q});
-        ASSERT_TRUE(users.waitForStarted());
+        Child const users(u"setpriv"_q, {u"--reuid=65534"_q, u"--clear-groups"_q, shell, u"60"_q});
         for (int i = 0; i < 200 && info->guiUser() == before; ++i)
             oxSleep(10);
         EXPECT_EQ(info->guiUser(), u"nobody"_q);
-        users.kill();
-        users.waitForFinished();
     }
-    desktop.kill();
-    desktop.waitForFinished();
 }
 
 } // namespace

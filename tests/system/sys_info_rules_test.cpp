@@ -3,10 +3,14 @@
 #include "shared/system/smart_table.h"
 #include "shared/system/sys_info_rules.h"
 
-#include "tests/system/support.h"
+#include "tests/support/text.h"
+
+#include <gtest/gtest.h>
 
 #include <limits>
 #include <numeric>
+
+using namespace ox::tests;
 
 namespace
 {

@@ -1,10 +1,14 @@
 #include "shared/system/sys_info.h"
 
-#include "tests/system/support.h"
+#include "tests/support/text.h"
+
+#include <gtest/gtest.h>
 
 #include <QRegularExpression>
 
 #include <limits>
+
+using namespace ox::tests;
 
 namespace
 {

@@ -2,13 +2,17 @@
 #include "shared/system/identity.h"
 #include "shared/system/sys_info.h"
 
-#include "tests/system/support.h"
+#include "tests/support/text.h"
+
+#include <gtest/gtest.h>
 
 #include <QDir>
 
 #include <windows.h>
 
 #include <sddl.h>
+
+using namespace ox::tests;
 
 namespace
 {
