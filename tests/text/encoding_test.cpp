@@ -1,5 +1,7 @@
 #include "shared/text/encoding.h"
 
+#include "tests/support/text.h"
+
 #include <gtest/gtest.h>
 
 #include <QStringList>
@@ -7,13 +9,10 @@
 #include <algorithm>
 #include <random>
 
+using namespace ox::tests;
+
 namespace
 {
-
-QString operator""_q(char16_t const * text, std::size_t length)
-{
-    return QString(reinterpret_cast<QChar const *>(text), static_cast<int>(length));
-}
 
 /// UTF-8 as the runs carry it: one Latin-1 character a byte.
 QString bytesOf(QString const & text)

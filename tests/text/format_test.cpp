@@ -1,23 +1,22 @@
 #include "shared/text/format.h"
 
+#include "tests/support/text.h"
+
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <cmath>
 #include <limits>
 
+using namespace ox::tests;
+
 namespace
 {
-
-QString operator""_q(char const * text, std::size_t n)
-{
-    return QString::fromLatin1(text, static_cast<int>(n));
-}
 
 /// The number as `QString::arg` fills it.
 QString filled(long long n, int width, char fill = '0')
 {
-    return "%1"_q.arg(n, width, 10, QLatin1Char(fill));
+    return u"%1"_q.arg(n, width, 10, QLatin1Char(fill));
 }
 
 constexpr int seconds[] = {0,       1,           -1,      9,          45,      -45,    59,
@@ -31,52 +30,52 @@ TEST(Durations, AgreeWithAPlainReference)
 {
     auto const expectLong = [](long long s) {
         SCOPED_TRACE(s);
-        EXPECT_EQ(oxSec2ms(s), "%1.%2"_q.arg(filled(s / 60, 2), filled(s % 60, 2)));
+        EXPECT_EQ(oxSec2ms(s), u"%1.%2"_q.arg(filled(s / 60, 2), filled(s % 60, 2)));
         EXPECT_EQ(
             oxSec2dhm(s),
-            "%1d %2:%3"_q.arg(s / 3600 / 24).arg(filled(s / 3600, 2), filled((s / 60) % 60, 2)));
+            u"%1d %2:%3"_q.arg(s / 3600 / 24).arg(filled(s / 3600, 2), filled((s / 60) % 60, 2)));
         EXPECT_EQ(oxSec2dhms(s),
-                  s > 129600 ? "%1d %2h"_q.arg(s / 3600 / 24).arg((s / 3600) % 24)
-                             : "%1:%2.%3"_q.arg(filled(s / 3600, 2), filled((s / 60) % 60, 2),
-                                                filled(s % 60, 2)));
+                  s > 129600 ? u"%1d %2h"_q.arg(s / 3600 / 24).arg((s / 3600) % 24)
+                             : u"%1:%2.%3"_q.arg(filled(s / 3600, 2), filled((s / 60) % 60, 2),
+                                                 filled(s % 60, 2)));
     };
     for (long long const s : longSeconds)
         expectLong(s);
     for (int const s : seconds) {
         expectLong(s);
-        EXPECT_EQ(oxSec2hm(s), "%1:%2"_q.arg(filled(s / 3600, 2), filled((s / 60) % 60, 2)));
+        EXPECT_EQ(oxSec2hm(s), u"%1:%2"_q.arg(filled(s / 3600, 2), filled((s / 60) % 60, 2)));
         long long const size = std::abs(static_cast<long long>(s));
-        EXPECT_EQ(
-            oxSec2hms(s, false),
-            "%1:%2.%3"_q.arg(filled(s / 3600, 2), filled(size / 60 % 60, 2), filled(size % 60, 2)));
-        EXPECT_EQ(oxMill2s(s, true), "%1.%2"_q.arg(s / 1000).arg(filled(s % 1000, 3)));
+        EXPECT_EQ(oxSec2hms(s, false),
+                  u"%1:%2.%3"_q.arg(filled(s / 3600, 2), filled(size / 60 % 60, 2),
+                                    filled(size % 60, 2)));
+        EXPECT_EQ(oxMill2s(s, true), u"%1.%2"_q.arg(s / 1000).arg(filled(s % 1000, 3)));
         EXPECT_EQ(oxMill2s(s, false),
-                  s < 1001 ? ".%1"_q.arg(filled(s % 1000, 3)) : oxMill2s(s, true));
+                  s < 1001 ? u".%1"_q.arg(filled(s % 1000, 3)) : oxMill2s(s, true));
         if (size > 3600)
             EXPECT_EQ(oxSec2hms(s, true), oxSec2hms(s, false));
         else if (size > 60)
             EXPECT_EQ(oxSec2hms(s, true),
-                      "%1.%2"_q.arg(filled((s / 60) % 60, 2, ' '), filled(size % 60, 2)));
+                      u"%1.%2"_q.arg(filled((s / 60) % 60, 2, ' '), filled(size % 60, 2)));
         else
-            EXPECT_EQ(oxSec2hms(s, true), (s < 0 ? "-0."_q : " 0."_q) + filled(size % 60, 2));
+            EXPECT_EQ(oxSec2hms(s, true), (s < 0 ? u"-0."_q : u" 0."_q) + filled(size % 60, 2));
     }
 }
 
 TEST(Durations, HaveTheirForms)
 {
-    EXPECT_EQ(oxSec2ms(-65), "-1.-5"_q);
-    EXPECT_EQ(oxSec2hm(3725), "01:02"_q);
-    EXPECT_EQ(oxSec2hms(-3725, false), "-1:02.05"_q);
-    EXPECT_EQ(oxSec2hms(-5, false), "00:00.05"_q);
-    EXPECT_EQ(oxSec2hms(-605, true), "-10.05"_q);
-    EXPECT_EQ(oxSec2hms(60, true), " 0.00"_q) << "a full minute shows as 0";
-    EXPECT_EQ(oxSec2hms(3600, true), " 0.00"_q) << "a full hour shows as 0";
-    EXPECT_EQ(oxSec2dhm(90000), "1d 25:00"_q);
-    EXPECT_EQ(oxSec2dhms(129600), "36:00.00"_q);
-    EXPECT_EQ(oxSec2dhms(129601), "1d 12h"_q);
-    EXPECT_EQ(oxMill2s(1000, false), ".000"_q);
-    EXPECT_EQ(oxMill2s(500, true), "0.500"_q);
-    EXPECT_EQ(oxMill2s(-5, false), ".-05"_q);
+    EXPECT_EQ(oxSec2ms(-65), u"-1.-5"_q);
+    EXPECT_EQ(oxSec2hm(3725), u"01:02"_q);
+    EXPECT_EQ(oxSec2hms(-3725, false), u"-1:02.05"_q);
+    EXPECT_EQ(oxSec2hms(-5, false), u"00:00.05"_q);
+    EXPECT_EQ(oxSec2hms(-605, true), u"-10.05"_q);
+    EXPECT_EQ(oxSec2hms(60, true), u" 0.00"_q) << "a full minute shows as 0";
+    EXPECT_EQ(oxSec2hms(3600, true), u" 0.00"_q) << "a full hour shows as 0";
+    EXPECT_EQ(oxSec2dhm(90000), u"1d 25:00"_q);
+    EXPECT_EQ(oxSec2dhms(129600), u"36:00.00"_q);
+    EXPECT_EQ(oxSec2dhms(129601), u"1d 12h"_q);
+    EXPECT_EQ(oxMill2s(1000, false), u".000"_q);
+    EXPECT_EQ(oxMill2s(500, true), u"0.500"_q);
+    EXPECT_EQ(oxMill2s(-5, false), u".-05"_q);
 }
 
 TEST(Numbers, HaveTheirThousands)
@@ -143,24 +142,24 @@ TEST(Numbers, AreFixedStrings)
 
 TEST(Numbers, HaveOtherBases)
 {
-    EXPECT_EQ(numberToStr(0, 3), "0"_q);
-    EXPECT_EQ(numberToStr(35, 1), "Z"_q);
-    EXPECT_EQ(numberToStr(36 * 36 + 10, 9), "10A"_q);
-    EXPECT_EQ(numberToStr(36 * 36 + 10, 2), "0A"_q) << "the last digits";
-    EXPECT_EQ(numberToStr(ULLONG_MAX, INT_MAX), "3W5E11264SGSF"_q);
+    EXPECT_EQ(numberToStr(0, 3), u"0"_q);
+    EXPECT_EQ(numberToStr(35, 1), u"Z"_q);
+    EXPECT_EQ(numberToStr(36 * 36 + 10, 9), u"10A"_q);
+    EXPECT_EQ(numberToStr(36 * 36 + 10, 2), u"0A"_q) << "the last digits";
+    EXPECT_EQ(numberToStr(ULLONG_MAX, INT_MAX), u"3W5E11264SGSF"_q);
     EXPECT_EQ(numberToStr(5, 0), QString());
     EXPECT_EQ(numberToStr(5, INT_MIN), QString());
 
     unsigned char const bytes[] = {0x00, 0x0A, 0xF0, 0xFF};
-    EXPECT_EQ(byte2Hex(bytes, 4), "000af0ff"_q);
+    EXPECT_EQ(byte2Hex(bytes, 4), u"000af0ff"_q);
     EXPECT_EQ(byte2Hex(bytes, 0) + byte2Hex(bytes, -1) + byte2Hex(nullptr, 4), QString());
 }
 
 TEST(Flags, AreWordsOrDigits)
 {
-    EXPECT_EQ(bool2str(true, true) + bool2str(false, true), "truefalse"_q);
-    EXPECT_EQ(bool2str(true, false) + bool2str(false, false), "10"_q);
-    EXPECT_EQ(bool2String(true) + bool2String(false), "10"_q);
+    EXPECT_EQ(bool2str(true, true) + bool2str(false, true), u"truefalse"_q);
+    EXPECT_EQ(bool2str(true, false) + bool2str(false, false), u"10"_q);
+    EXPECT_EQ(bool2String(true) + bool2String(false), u"10"_q);
 }
 
 TEST(Splitting, CutsAtTheOutermostSeparator)
@@ -187,10 +186,10 @@ TEST(Splitting, CutsAtTheOutermostSeparator)
         auto const expect = [&](auto split, auto cut, char const * start) {
             QString const expected = QString::fromLatin1(start);
             QString text = whole;
-            QString rest = "kept"_q;
+            QString rest = u"kept"_q;
             split(text, rest, s1, s2, s3);
             EXPECT_EQ(text, expected);
-            EXPECT_EQ(rest, whole == expected ? "kept"_q : whole.mid(expected.size()));
+            EXPECT_EQ(rest, whole == expected ? u"kept"_q : whole.mid(expected.size()));
             text = whole;
             cut(text, s1, s2, s3);
             EXPECT_EQ(text, expected);
@@ -202,15 +201,15 @@ TEST(Splitting, CutsAtTheOutermostSeparator)
 
 TEST(ShortNames, MeanTheSameSetting)
 {
-    EXPECT_TRUE(_oxStringCompareShort("coImageWidth"_q, "CoImageWidth"_q));
-    EXPECT_TRUE(_oxStringCompareShort("co Image Width"_q, " coImageWidth "_q));
-    EXPECT_TRUE(_oxStringCompareShort("coImageWidth"_q, "coIW"_q));
-    EXPECT_FALSE(_oxStringCompareShort("ImageFormat"_q, "Image_format"_q));
-    EXPECT_TRUE(_oxStringCompareShort(""_q, "  "_q));
-    EXPECT_FALSE(_oxStringCompareShort("coImageWidth"_q, "IW"_q));
-    EXPECT_FALSE(_oxStringCompareShort("width"_q, "height"_q)) << "neither has a short form";
-    EXPECT_FALSE(_oxStringCompareShort("cowidth"_q, "coheight"_q)) << "only the prefix is left";
-    EXPECT_FALSE(_oxStringCompareShort("width"_q, ""_q));
+    EXPECT_TRUE(_oxStringCompareShort(u"coImageWidth"_q, u"CoImageWidth"_q));
+    EXPECT_TRUE(_oxStringCompareShort(u"co Image Width"_q, u" coImageWidth "_q));
+    EXPECT_TRUE(_oxStringCompareShort(u"coImageWidth"_q, u"coIW"_q));
+    EXPECT_FALSE(_oxStringCompareShort(u"ImageFormat"_q, u"Image_format"_q));
+    EXPECT_TRUE(_oxStringCompareShort(u""_q, u"  "_q));
+    EXPECT_FALSE(_oxStringCompareShort(u"coImageWidth"_q, u"IW"_q));
+    EXPECT_FALSE(_oxStringCompareShort(u"width"_q, u"height"_q)) << "neither has a short form";
+    EXPECT_FALSE(_oxStringCompareShort(u"cowidth"_q, u"coheight"_q)) << "only the prefix is left";
+    EXPECT_FALSE(_oxStringCompareShort(u"width"_q, u""_q));
 }
 
 TEST(LayoutReport, StatesTheLayoutsOfTheRecords)
@@ -239,7 +238,7 @@ TEST(LayoutReport, StatesTheLayoutsOfTheRecords)
               "sizeof _oxString8_AllSize<75>            78\n"
               "pos length                                0 \n"
               "pos value                                 2 \n"
-              "sizeof _oxStringList      %1\n"_q.arg(sizeof(void *) == 8 ? 520 : 512, 10));
+              u"sizeof _oxStringList      %1\n"_q.arg(sizeof(void *) == 8 ? 520 : 512, 10));
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "shared/text/string_list.h"
 
+#include "tests/support/this_build.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -9,6 +11,8 @@
 #include <utility>
 
 #include <sys/resource.h>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -34,9 +38,8 @@ class MemoryLimit
 
 TEST(StringList, IsEmptyAndUsableAfterMemoryRanOut)
 {
-#ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "the address sanitizer does not run under a limit of memory";
-#endif
+    if (hasAddressSanitizer)
+        GTEST_SKIP() << "the address sanitizer does not run under a limit of memory";
     _oxStringList large;
     for (int i = 0; i < 40000; ++i)
         large.append("frame", false, false);
@@ -87,9 +90,8 @@ class Hoarder
 
 TEST(StringList, SortsWithoutMemory)
 {
-#ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "the address sanitizer does not run under a limit of memory";
-#endif
+    if (hasAddressSanitizer)
+        GTEST_SKIP() << "the address sanitizer does not run under a limit of memory";
     int const count = 3000;
     _oxStringList list;
     for (int i = 0; i < count; ++i) {

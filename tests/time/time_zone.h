@@ -1,7 +1,7 @@
 #pragma once
 
-#include "shared/platform/this_process.h"
 #include "shared/time/time_value.h"
+#include "tests/support/this_build.h"
 
 #include <gtest/gtest.h>
 
@@ -33,7 +33,7 @@ class TimeZone
 /// Leaves a test out where the run-time library takes a zone's offset from its rule and not the
 /// dates of its daylight saving, as on Windows.
 #define SKIP_WITHOUT_DAYLIGHT_SAVING()                                                             \
-    if (ox::platform::ownSystem == 1)                                                              \
+    if (ox::tests::isWindows)                                                                      \
     GTEST_SKIP() << "daylight saving cannot be set for one process here"
 
 inline constexpr char berlin[] = "CET-1CEST,M3.5.0,M10.5.0/3";
