@@ -1,20 +1,21 @@
 #include "shared/system/os_error.h"
+#include "tests/support/fault_injection.h"
+#include "tests/support/file_content.h"
+#include "tests/tool/share.h"
 #include "tests/tool/tool_run.h"
 
 #include <gtest/gtest.h>
 
 #include <QDateTime>
+#include <QFile>
 #include <QFileInfo>
 
 #include <cerrno>
 
+using namespace ox::tests;
+
 namespace
 {
-
-QString text(char const * latin1)
-{
-    return QString::fromLatin1(latin1);
-}
 
 /// The folder of a copy: a is the source, and b, where there is one, the old target.
 class Copying : public testing::Test
@@ -23,21 +24,11 @@ class Copying : public testing::Test
     /// Runs a shell script in the folder, with $0 for the program. The lines of both streams.
     QStringList shell(char const * script) const
     {
-        QProcess process;
-        process.setWorkingDirectory(share.path());
-        process.setProcessChannelMode(QProcess::MergedChannels);
-        process.start(text("sh"), {text("-ec"), text(script), text(OX_TOOL)});
-        process.waitForFinished(-1);
-        return QString::fromUtf8(process.readAll()).split(u'\n', Qt::SkipEmptyParts);
+        QString const printed = toolShell(share.path()).printed(QByteArray("set -e\n") + script);
+        return printed.split(u'\n', Qt::SkipEmptyParts);
     }
 
-    bool works(char const * command) const
-    {
-        QProcess process;
-        process.setWorkingDirectory(share.path());
-        process.start(text("sh"), {text("-c"), text(command), text(OX_TOOL)});
-        return process.waitForFinished(-1) && process.exitCode() == 0;
-    }
+    bool works(char const * command) const { return toolShell(share.path()).succeeds(command); }
 
     /// Whether the half of a copy is there under its temporary name, one piece of it at least.
     bool isHalfDone() const
@@ -75,7 +66,7 @@ TEST_F(Copying, GivesTheCopyTheContentAndTheTimeAlsoInAFolder)
 
 TEST_F(Copying, ShowsOnATerminalHowFarItIs)
 {
-    if (!works("script -qec true /dev/null"))
+    if (!hasTerminals())
         GTEST_SKIP() << "there is no script with a pseudo-terminal";
     QString const shown = shell("script -qec \"'$0' cp a b --pause 600\" /dev/null").join(u'\n');
     EXPECT_TRUE(shown.contains(text(" %, 1.0 of 2.0 MiB, "))) << shown.toStdString();
@@ -119,9 +110,8 @@ TEST_F(Copying, NoFaultLeavesAHalfFile)
     } else {
         std::puts("A full disk is not tested: mounting one in a name space is not allowed.");
     }
-    if (sizeof(void *) == 4 || !works("fiu-run -x \"$0\" layout"))
-        GTEST_SKIP() << "fiu-run is needed, which makes calls of 64-bit programs fail (package "
-                        "fiu-utils); it does not go together with sanitizers";
+    if (!canInjectFaults(toolShell(share.path()), "layout"))
+        GTEST_SKIP() << noFaultInjection;
     // The second piece, and the closing at which a share reports a full disk.
     EXPECT_EQ(
         shell(R"(mkdir -p disk

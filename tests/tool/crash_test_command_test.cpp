@@ -1,15 +1,19 @@
+#include "tests/support/dump.h"
+#include "tests/support/file_content.h"
+#include "tests/support/this_build.h"
+#include "tests/tool/share.h"
 #include "tests/tool/tool_run.h"
 
 #include <gtest/gtest.h>
 
-#include <QFile>
 #include <QJsonArray>
+
+using namespace ox::tests;
 
 TEST(CrashTestCommand, ShowsTheDumpAndTheLogOfACrash)
 {
-#ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "the sanitizers take the signals of crashes";
-#endif
+    if (hasAddressSanitizer)
+        GTEST_SKIP() << "the sanitizers take the signals of crashes";
     Share const share;
     ToolRun run({QStringLiteral("crash-test"), QStringLiteral("thread"), QStringLiteral("--dir"),
                  share.path(), QStringLiteral("--json")});
@@ -18,7 +22,7 @@ TEST(CrashTestCommand, ShowsTheDumpAndTheLogOfACrash)
     EXPECT_EQ(result.value(QStringLiteral("status")).toInt(), 128 + 11);
     EXPECT_EQ(result.value(QStringLiteral("log")).toArray().size(), 2);
     QString const dump = result.value(QStringLiteral("dump")).toString();
-    EXPECT_TRUE(contentOf(dump).startsWith("MDMP"));
+    EXPECT_TRUE(readDump(dump).isDump);
     // Nothing but the dump is left.
     EXPECT_EQ(share.names().size(), 1);
 }

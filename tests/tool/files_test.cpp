@@ -1,11 +1,14 @@
 #include "shared/data/checksum.h"
+#include "tests/support/file_content.h"
+#include "tests/support/golden.h"
+#include "tests/tool/share.h"
 #include "tests/tool/tool_run.h"
 
 #include <gtest/gtest.h>
 
 #include <QJsonArray>
-#include <QJsonDocument>
-#include <QProcess>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -54,7 +57,7 @@ TEST(Inspect, ShowsBothChecksumsOfADamagedFileAndFails)
 {
     Share const share;
     for (char const * name : {"text.oxdb", "text.oxns", "text.oxzp", "text.gz"}) {
-        QByteArray const good = golden(name);
+        QByteArray const good = goldenFile(name);
         QByteArray flipped = good;
         flipped[good.size() - 20] = static_cast<char>(flipped[good.size() - 20] ^ 8);
         for (QByteArray const & bad : {flipped, good.left(good.size() - 10), good.left(20)}) {
@@ -81,23 +84,19 @@ TEST(Pack, GivesTheSystemsReasonWhenTheDiskIsFull)
 {
     Share const share;
     for (char const * format : {"db", "zp", "ns", "gz"}) {
-        QProcess process;
-        process.start(QStringLiteral("sh"),
-                      {QStringLiteral("-c"),
-                       QStringLiteral("trap '' XFSZ; ulimit -f 1; exec \"$0\" pack \"$@\""),
-                       QStringLiteral(OX_TOOL), goldenPath("binary.raw"),
-                       share.path(QStringLiteral("out")), QStringLiteral("--format"),
-                       QString::fromLatin1(format)});
-        ASSERT_TRUE(process.waitForFinished());
-        EXPECT_EQ(process.exitCode(), 1) << format;
-        EXPECT_TRUE(process.readAllStandardError().contains("File too large")) << format;
+        ProgramRun const run =
+            toolShell().run("trap '' XFSZ; ulimit -f 1; exec \"$0\" pack \"$@\"",
+                            {goldenPath("binary.raw"), share.path(QStringLiteral("out")),
+                             QStringLiteral("--format"), text(format)});
+        EXPECT_EQ(run.exitCode, 1) << format;
+        EXPECT_TRUE(run.errors.contains("File too large")) << format;
         EXPECT_EQ(share.names(), QStringList()) << format;
     }
 }
 
 TEST(Pack, WritesWhatUnpackAndOtherProgramsRead)
 {
-    QByteArray const payload = golden("binary.raw");
+    QByteArray const payload = goldenFile("binary.raw");
     for (char const * format : {"db", "zp", "ns", "gz"}) {
         Share const share;
         QString const file = share.path(QString::fromLatin1(format));
@@ -115,12 +114,9 @@ TEST(Pack, WritesWhatUnpackAndOtherProgramsRead)
         EXPECT_EQ(unpack.status(), 0) << unpack.errors().toStdString();
         EXPECT_EQ(contentOf(share.path(QStringLiteral("out"))), payload) << format;
 
-        QProcess through;
-        through.start(QStringLiteral("sh"),
-                      {QStringLiteral("-c"), QStringLiteral("\"$0\" unpack \"$1\" | cmp - \"$2\""),
-                       QStringLiteral(OX_TOOL), file, goldenPath("binary.raw")});
-        through.waitForFinished();
-        EXPECT_EQ(through.exitCode(), 0) << format;
+        EXPECT_TRUE(toolShell().succeeds("\"$0\" unpack \"$1\" | cmp - \"$2\"",
+                                         {file, goldenPath("binary.raw")}))
+            << format;
     }
 }
 
@@ -141,7 +137,7 @@ TEST(Pack, ReadsTheStandardInput)
         EXPECT_TRUE(empty.errors().contains(QLatin1String("is empty"))) << input;
 
         ToolRun sums({QStringLiteral("crc"), QString::fromLatin1(input), QStringLiteral("--json")});
-        sums.sendInput(golden("binary.raw"));
+        sums.sendInput(goldenFile("binary.raw"));
         EXPECT_EQ(crc64Of(std::move(sums)),
                   crc64Of(ToolRun(
                       {QStringLiteral("crc"), goldenPath("binary.raw"), QStringLiteral("--json")})))

@@ -1,6 +1,9 @@
+#include "tests/support/golden.h"
 #include "tests/tool/tool_run.h"
 
 #include <gtest/gtest.h>
+
+using namespace ox::tests;
 
 TEST(Layout, IsTheSameInEveryBuild)
 {
@@ -14,5 +17,5 @@ TEST(Layout, IsTheSameInEveryBuild)
         if (!hasPointer && !line.isEmpty())
             records += line + QLatin1Char('\n');
     }
-    EXPECT_EQ(records, QString::fromLatin1(golden("layout.txt")));
+    EXPECT_EQ(records, QString::fromLatin1(goldenFile("layout.txt")));
 }

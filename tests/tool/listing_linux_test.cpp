@@ -1,38 +1,23 @@
+#include "tests/tool/share.h"
 #include "tests/tool/tool_run.h"
 
 #include <gtest/gtest.h>
 
-#include <QDir>
-
-namespace
-{
-
-/// Runs a shell script in the folder, with $0 for the program. Both streams, as they are.
-QByteArray shell(Share const & share, char const * script)
-{
-    QProcess process;
-    process.setWorkingDirectory(share.path());
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start(QStringLiteral("sh"),
-                  {QStringLiteral("-c"), QString::fromLatin1(script), QStringLiteral(OX_TOOL)});
-    process.waitForFinished(-1);
-    return process.readAll();
-}
-
-} // namespace
+using namespace ox::tests;
 
 TEST(ListingOnLinux, ShowsNoNameThatCouldDisturbATerminal)
 {
     Share const share;
-    EXPECT_EQ(shell(share, R"sh(d=$(printf 'd\351'); mkdir $d; : >$d/"$(printf 'a\nb\033[2J\351')"
+    EXPECT_EQ(toolShell(share.path())
+                  .printed(R"sh(d=$(printf 'd\351'); mkdir $d; : >$d/"$(printf 'a\nb\033[2J\351')"
                           "$0" ls $d | cut -c39-; "$0" ls $d --json | grep name
                           "$0" ls $d/none; "$0" empty $d; rm -r $d)sh"),
-              R"(a\u000Ab\u001B[2J\uDCE9
+              text(R"(a\u000Ab\u001B[2J\uDCE9
             "name": "a\nb\u001b[2J\udce9",
 oxtool: d\uDCE9/none cannot be read. Error 2: No such file or directory.
 deleted          d\uDCE9/a\u000Ab\u001B[2J\uDCE9
 d\uDCE9: deleted 1, 0 bytes
-)");
+)"));
 }
 
 TEST(ListingOnLinux, StopsBetweenTwoFilesAndTellsHowManyAreGone)

@@ -1,3 +1,4 @@
+#include "tests/tool/share.h"
 #include "tests/tool/tool_run.h"
 
 #include <gtest/gtest.h>
@@ -5,13 +6,10 @@
 #include <QDir>
 #include <QJsonArray>
 
+using namespace ox::tests;
+
 namespace
 {
-
-QString text(char const * latin1)
-{
-    return QString::fromLatin1(latin1);
-}
 
 class Listing : public testing::Test
 {

@@ -1,9 +1,14 @@
+#include "tests/support/fault_injection.h"
+#include "tests/support/golden.h"
+#include "tests/tool/share.h"
 #include "tests/tool/tool_run.h"
 
 #include <gtest/gtest.h>
 
 #include <QDateTime>
 #include <QFile>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -98,24 +103,18 @@ TEST(Lock, DoesNotCallALockFreeThatItCannotLookAt)
 TEST(Lock, ReportsWhatItCouldNotRemove)
 {
     Share const share;
-    auto const runs = [&](char const * script) {
-        return QProcess::execute(QStringLiteral("sh"),
-                                 {QStringLiteral("-c"), QString::fromLatin1(script),
-                                  QStringLiteral(OX_TOOL),
-                                  share.write(QStringLiteral("job"), golden("small.oxdb"))}) == 0;
-    };
-    if (sizeof(void *) == 4 || !runs("fiu-run -x \"$0\" layout >/dev/null"))
-        GTEST_SKIP() << "fiu-run is needed, which makes calls of 64-bit programs fail (package "
-                        "fiu-utils); it does not go together with sanitizers";
+    QString const job = share.write(QStringLiteral("job"), goldenFile("small.oxdb"));
+    if (!canInjectFaults(toolShell(), "layout >/dev/null"))
+        GTEST_SKIP() << noFaultInjection;
     for (char const * command : {"refresh \"$1\"", "lock \"$1\" -- true"}) {
-        std::string const script =
-            std::string(R"(busy() { fiu-run -x -c "enable name=posix/io/dir/unlink,failinfo=16" \
+        QByteArray const script =
+            QByteArray(R"(busy() { fiu-run -x -c "enable name=posix/io/dir/unlink,failinfo=16" \
                                             -c "enable name=posix/io/dir/rename,failinfo=16" "$@"; }
                            errors=$(busy "$0" )") +
             command + R"( 2>&1 >/dev/null)
                       [ $? = 1 ] && rm "$1"_lock.txt && case $errors in
                       *"cannot remove the lock file '$1_lock.txt': Error 16: "*) ;; *) false;; esac)";
-        EXPECT_TRUE(runs(script.c_str())) << command;
+        EXPECT_TRUE(toolShell().succeeds(script, {job})) << command;
     }
 }
 

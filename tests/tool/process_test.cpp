@@ -8,13 +8,10 @@
 
 #include <algorithm>
 
+using namespace ox::tests;
+
 namespace
 {
-
-QString text(char const * latin1)
-{
-    return QString::fromLatin1(latin1);
-}
 
 /// The usage of a core in each line about a process, report by report.
 std::vector<std::vector<double>> usagesIn(QString const & output)

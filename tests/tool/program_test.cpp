@@ -1,10 +1,14 @@
+#include "tests/support/file_content.h"
+#include "tests/support/this_build.h"
+#include "tests/tool/share.h"
 #include "tests/tool/tool_run.h"
 
 #include <gtest/gtest.h>
 
-#include <QFile>
 #include <QJsonArray>
 #include <QRegularExpression>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -12,19 +16,6 @@ namespace
 QStringList words(char const * line)
 {
     return QString::fromLatin1(line).split(QLatin1Char(' '));
-}
-
-/// Runs a shell script in which $0 is the program. Returns both streams.
-QString shell(char const * script, QStringList const & arguments = {})
-{
-    QProcess process;
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start(
-        QStringLiteral("sh"),
-        QStringList{QStringLiteral("-c"), QString::fromLatin1(script), QStringLiteral(OX_TOOL)} +
-            arguments);
-    process.waitForFinished();
-    return QString::fromUtf8(process.readAll());
 }
 
 } // namespace
@@ -70,9 +61,9 @@ TEST(Program, TellsTheLayoutOfTheRecords)
 
 TEST(Program, BearsAReaderThatGoesAwayAndTellsOfAFullDisk)
 {
-    EXPECT_EQ(shell("{ sleep 0.2; \"$0\" layout; echo status $? >&2; } | true"),
+    EXPECT_EQ(toolShell().printed("{ sleep 0.2; \"$0\" layout; echo status $? >&2; } | true"),
               QStringLiteral("status 1\n"));
-    QString const full = shell("\"$0\" layout >/dev/full; echo status $?");
+    QString const full = toolShell().printed("\"$0\" layout >/dev/full; echo status $?");
     EXPECT_TRUE(full.contains(QLatin1String("No space left on device"))) << full.toStdString();
     EXPECT_TRUE(full.endsWith(QLatin1String("status 1\n")));
 }
@@ -81,10 +72,11 @@ TEST(Program, WorksWithoutStandardStreams)
 {
     Share const share;
     QString const file = share.write(QStringLiteral("file"), "content");
-    EXPECT_EQ(shell("\"$0\" lock \"$1\" -- true >&-; echo status $?;"
-                    "\"$0\" cp \"$1\" \"$1.copy\" >&- 2>&- <&-; echo status $?; cat \"$1.copy\";"
-                    "\"$0\" pack \"$1\" \"$1.db\" >&- && \"$0\" unpack \"$1.db\" 2>&1 >&-; echo $?",
-                    {file}),
+    EXPECT_EQ(toolShell().printed(
+                  "\"$0\" lock \"$1\" -- true >&-; echo status $?;"
+                  "\"$0\" cp \"$1\" \"$1.copy\" >&- 2>&- <&-; echo status $?; cat \"$1.copy\";"
+                  "\"$0\" pack \"$1\" \"$1.db\" >&- && \"$0\" unpack \"$1.db\" 2>&1 >&-; echo $?",
+                  {file}),
               QStringLiteral("status 0\nstatus 0\ncontentoxtool: The output cannot be written. "
                              "Error 9: Bad file descriptor.\n1\n"));
 }
@@ -96,10 +88,7 @@ TEST(Program, WritesNoControlCharacterOfATextFromOutside)
         QStringLiteral("a\\u001B[2J\\u000A\\u009B2J\\u202Eb\\u2028\\uDB40\\uDC01");
     Share const share;
     QString const file = share.write(hostile, "content");
-    QFile lockFile(file + QStringLiteral("_lock.txt"));
-    ASSERT_TRUE(lockFile.open(QIODevice::WriteOnly));
-    lockFile.write(hostile.toUtf8());
-    lockFile.close();
+    writeFile(file + QStringLiteral("_lock.txt"), hostile.toUtf8());
     for (QStringList const & command :
          {QStringList{QStringLiteral("ls"), share.path()},
           QStringList{QStringLiteral("crc"), file, file + QStringLiteral("none")},
@@ -126,17 +115,17 @@ TEST(Program, WritesNoControlCharacterOfATextFromOutside)
 
 TEST(Program, DoesWithoutThreadsOrFailsBeforeItBegins)
 {
-#ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "the address sanitizer needs more memory than the test allows";
-#endif
+    if (hasAddressSanitizer)
+        GTEST_SKIP() << "the address sanitizer needs more memory than the test allows";
     // A thread's stack is larger than the memory that the process may have.
     Share const share;
     QString const file = share.write(QStringLiteral("file"), "content");
-    EXPECT_EQ(shell("ulimit -Ss 4000000; ulimit -v 2000000; \"$0\" crc \"$1\" >/dev/null; "
-                    "echo status $?; \"$0\" cp \"$1\" \"$1.copy\"; echo status $?",
-                    {file}),
-              QStringLiteral("status 0\noxtool: cannot start a thread for stop requests: Error 11: "
-                             "Resource temporarily unavailable.\nstatus 1\n"));
+    EXPECT_EQ(
+        toolShell().printed("ulimit -Ss 4000000; ulimit -v 2000000; \"$0\" crc \"$1\" >/dev/null; "
+                            "echo status $?; \"$0\" cp \"$1\" \"$1.copy\"; echo status $?",
+                            {file}),
+        QStringLiteral("status 0\noxtool: cannot start a thread for stop requests: Error 11: "
+                       "Resource temporarily unavailable.\nstatus 1\n"));
     EXPECT_EQ(share.names(), QStringList(QStringLiteral("file")));
 }
 
@@ -149,11 +138,12 @@ TEST(Program, ShowsProgressOnATerminalOnlyAndInOneLineOfIt)
     ToolRun holder({QStringLiteral("lock"), file, QStringLiteral("--"), QStringLiteral("sh"),
                     QStringLiteral("-c"), QStringLiteral("echo ready; exec sleep 60")});
     ASSERT_TRUE(holder.waitForOutput("ready"));
-    EXPECT_FALSE(shell("\"$0\" lock \"$1\" --timeout 1000 -- true", {file})
+    EXPECT_FALSE(toolShell()
+                     .printed("\"$0\" lock \"$1\" --timeout 1000 -- true", {file})
                      .contains(QLatin1String("Waiting")));
-    if (shell("script -qec true /dev/null >/dev/null 2>&1; echo $?") != QLatin1String("0\n"))
+    if (!hasTerminals())
         GTEST_SKIP() << "there is no pseudo-terminal to be had here";
-    QString const shown = shell(
+    QString const shown = toolShell().printed(
         "script -qec \"stty columns 60; '$0' lock '$1' --timeout 1000 -- true\" /dev/null", {file});
     QRegularExpression const frame(QStringLiteral("\\033\\[K(Waiting for[^\\033]* \\d\\.\\d s)"));
     QString const line = frame.match(shown).captured(1);

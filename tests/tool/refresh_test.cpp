@@ -1,3 +1,6 @@
+#include "tests/support/file_content.h"
+#include "tests/support/golden.h"
+#include "tests/tool/share.h"
 #include "tests/tool/tool_run.h"
 
 #include <gtest/gtest.h>
@@ -7,6 +10,8 @@
 #include <QJsonArray>
 
 #include <unistd.h>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -31,7 +36,7 @@ QStringList heldFor(QString const & file, char const * seconds)
 TEST(Refresh, LoadsThroughTheStoredPathAndTellsEveryStep)
 {
     Share const share;
-    share.write(job, golden("text.oxdb"));
+    share.write(job, goldenFile("text.oxdb"));
     ToolRun run(refresh(QStringLiteral("\\\\farm\\share\\job17.oxdb"),
                         {QStringLiteral("--map"), QStringLiteral("\\\\farm\\share=") + share.path(),
                          QStringLiteral("--out"), share.path(QStringLiteral("payload"))}));
@@ -42,20 +47,20 @@ TEST(Refresh, LoadsThroughTheStoredPathAndTellsEveryStep)
         EXPECT_GE(found, position) << step;
         position = static_cast<int>(found);
     }
-    EXPECT_EQ(contentOf(share.path(QStringLiteral("payload"))), golden("text.raw"));
+    EXPECT_EQ(contentOf(share.path(QStringLiteral("payload"))), goldenFile("text.raw"));
     EXPECT_EQ(share.names(), (QStringList{job, QStringLiteral("payload")}));
 }
 
 TEST(Refresh, WritesWhatWasCompressedDecompressedInPlaceOfTheOldFileAndWithItsMode)
 {
     Share const share;
-    QString const file = share.write(job, golden("binary.oxns"));
+    QString const file = share.write(job, goldenFile("binary.oxns"));
     QString const out = share.write(QStringLiteral("payload"), "old");
     QFile::setPermissions(out, QFile::ReadOwner);
     auto const before = QFile::permissions(out);
     ToolRun run(refresh(file, {QStringLiteral("--out"), out, QStringLiteral("--json")}));
     EXPECT_EQ(run.json().value(QStringLiteral("written")).toInt(), 70001);
-    EXPECT_EQ(contentOf(out), golden("binary.raw"));
+    EXPECT_EQ(contentOf(out), goldenFile("binary.raw"));
     EXPECT_EQ(QFile::permissions(out), before);
     EXPECT_EQ(share.names().size(), 2);
 }
@@ -99,10 +104,10 @@ TEST(Refresh, FindsStoredPathsByTheLongestRootThatFits)
 
 TEST(Refresh, FailsWithTheTextOfWhatIsWrongAndLeavesAllAsItWas)
 {
-    QByteArray const good = golden("text.oxdb");
+    QByteArray const good = goldenFile("text.oxdb");
     QByteArray flipped = good;
     flipped[100] = static_cast<char>(flipped[100] ^ 1);
-    QByteArray lying = golden("text.oxns");
+    QByteArray lying = goldenFile("text.oxns");
     lying[12] = static_cast<char>(lying[12] + 1); // sizeUncompressed
     struct Case {
         char const * name;
@@ -133,7 +138,7 @@ TEST(Refresh, EndsWithTheSystemsMessageWhereTheFileCannotBeHad)
     Share const share;
     QDir().mkdir(share.path(QStringLiteral("folder")));
     QFile::link(QStringLiteral("loop"), share.path(QStringLiteral("loop")));
-    QFile::setPermissions(share.write(QStringLiteral("secret"), golden("small.oxdb")), {});
+    QFile::setPermissions(share.write(QStringLiteral("secret"), goldenFile("small.oxdb")), {});
     share.writeSparse(QStringLiteral("large"), (qint64(768) << 20) + 1);
     QStringList const before = share.names();
     struct Case {
@@ -161,7 +166,7 @@ TEST(Refresh, EndsWithTheSystemsMessageWhereTheFileCannotBeHad)
 TEST(Refresh, TellsWhoHoldsTheLockAndLeavesItAlone)
 {
     Share const share;
-    QString const file = share.write(job, golden("small.oxdb"));
+    QString const file = share.write(job, goldenFile("small.oxdb"));
     ToolRun holder(heldFor(file, "60"));
     ASSERT_TRUE(holder.waitForOutput("ready"));
     QByteArray const lock = contentOf(file + QLatin1String("_lock.txt"));
@@ -179,7 +184,7 @@ TEST(Refresh, TellsWhoHoldsTheLockAndLeavesItAlone)
 TEST(Refresh, LeavesNothingBehindWhenTheOutputCannotBeWritten)
 {
     Share const share;
-    QString const file = share.write(job, golden("small.oxdb"));
+    QString const file = share.write(job, goldenFile("small.oxdb"));
     QDir().mkdir(share.path(QStringLiteral("folder")));
     QStringList const before = share.names();
     struct Case {
@@ -232,7 +237,7 @@ TEST(Refresh, LeavesNothingBehindWhenStoppedWhileLoadingOrWriting)
 TEST(Refresh, LeavesTheHoldersLockAloneWhenStoppedWhileWaiting)
 {
     Share const share;
-    QString const file = share.write(job, golden("small.oxdb"));
+    QString const file = share.write(job, goldenFile("small.oxdb"));
     ToolRun holder(heldFor(file, "60"));
     ASSERT_TRUE(holder.waitForOutput("ready"));
     QStringList const before = share.names();

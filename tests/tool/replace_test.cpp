@@ -1,9 +1,13 @@
+#include "tests/support/file_content.h"
+#include "tests/tool/share.h"
 #include "tests/tool/tool_run.h"
 
 #include <gtest/gtest.h>
 
 #include <QFile>
 #include <QFileInfo>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -16,15 +20,6 @@ QStringList replace(QString const & file, char const * search, char const * repl
     return QStringList{QStringLiteral("replace"), file, QString::fromUtf8(search),
                        QString::fromUtf8(replacement)} +
            more;
-}
-
-QString shell(QString const & script, QString const & file)
-{
-    QProcess process;
-    process.start(QStringLiteral("sh"),
-                  {QStringLiteral("-c"), script, QStringLiteral(OX_TOOL), file});
-    process.waitForFinished();
-    return QString::fromUtf8(process.readAll());
 }
 
 } // namespace
@@ -84,11 +79,11 @@ TEST(Replace, LeavesAFileWithoutAMatchAlone)
 {
     Share const share;
     QString const file = share.write(ini, "server=a\n");
-    QString const before = shell(QStringLiteral("stat -c %i-%y \"$1\""), file);
+    QByteArray const before = toolShell().run("stat -c %i-%y \"$1\"", {file}).output;
     ToolRun run(replace(file, "client", "x"));
     EXPECT_EQ(run.status(), 0);
     EXPECT_EQ(run.output(), QStringLiteral("found            0 times in %1\n").arg(file));
-    EXPECT_EQ(shell(QStringLiteral("stat -c %i-%y \"$1\""), file), before);
+    EXPECT_EQ(toolShell().run("stat -c %i-%y \"$1\"", {file}).output, before);
 }
 
 TEST(Replace, KeepsThePermissionsAndTheLinksOnTheWayToTheFile)
@@ -99,11 +94,11 @@ TEST(Replace, KeepsThePermissionsAndTheLinksOnTheWayToTheFile)
     QString const link = share.path(QStringLiteral("link"));
     QString const second = share.path(QStringLiteral("second"));
     ASSERT_TRUE(QFile::link(ini, link) && QFile::link(link, second));
-    QString const before = shell(QStringLiteral("stat -c %a-%u-%g \"$1\""), file);
+    QByteArray const before = toolShell().run("stat -c %a-%u-%g \"$1\"", {file}).output;
     ToolRun run(replace(second, "server", "srv"));
     EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
     EXPECT_EQ(contentOf(file), "srv=a\n");
-    EXPECT_EQ(shell(QStringLiteral("stat -c %a-%u-%g \"$1\""), file), before);
+    EXPECT_EQ(toolShell().run("stat -c %a-%u-%g \"$1\"", {file}).output, before);
     EXPECT_TRUE(QFileInfo(link).isSymLink());
     EXPECT_EQ(share.names().size(), 3);
 }
@@ -149,7 +144,7 @@ TEST(Replace, AFileThatCannotBeWrittenToItsEndStaysTheOldOne)
     QByteArray const content = QByteArray(300000, 'x') + '\n';
     QString const file = share.write(ini, content);
     QString const said =
-        shell(QStringLiteral("ulimit -f 8; \"$0\" replace \"$1\" x y 2>&1; echo status $?"), file);
+        toolShell().printed("ulimit -f 8; \"$0\" replace \"$1\" x y; echo status $?", {file});
     EXPECT_TRUE(said.contains(QLatin1String("File too large"))) << said.toStdString();
     EXPECT_TRUE(said.endsWith(QLatin1String("status 1\n"))) << said.toStdString();
     EXPECT_EQ(contentOf(file), content);

@@ -6,6 +6,8 @@
 #include <QCoreApplication>
 #include <QDir>
 
+using namespace ox::tests;
+
 TEST(ShmOnLinux, GivesBackSegmentAndLockWhenStopped)
 {
     QString const key = QStringLiteral("stop%1").arg(QCoreApplication::applicationPid());

@@ -7,6 +7,8 @@
 
 #include <cstring>
 
+using namespace ox::tests;
+
 namespace
 {
 

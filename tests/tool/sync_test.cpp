@@ -1,3 +1,6 @@
+#include "tests/support/file_content.h"
+#include "tests/support/this_build.h"
+#include "tests/tool/share.h"
 #include "tests/tool/tool_run.h"
 
 #include <gtest/gtest.h>
@@ -6,13 +9,10 @@
 #include <QFile>
 #include <QJsonArray>
 
+using namespace ox::tests;
+
 namespace
 {
-
-QString text(char const * latin1)
-{
-    return QString::fromLatin1(latin1);
-}
 
 /// The folder of the master copies, a, and a folder to bring up to date, b.
 class Syncing : public testing::Test
@@ -108,7 +108,7 @@ TEST_F(Syncing, TakesRelativePathsAndCreatesOneFolder)
 
 TEST_F(Syncing, LeavesTheTargetWholeWhenStoppedOrKilled)
 {
-    if (QDir::separator() == u'\\')
+    if (isWindows)
         GTEST_SKIP() << "signals cannot be sent here";
     share.write(text("a/big"), QByteArray(3 << 20, 'x'));
     share.write(text("b/big"), "old");

@@ -1,8 +1,9 @@
 #include "tests/tool/tool_run.h"
 
-#include <QDir>
-#include <QFile>
 #include <QJsonDocument>
+
+namespace ox::tests
+{
 
 namespace
 {
@@ -75,39 +76,14 @@ QJsonObject ToolRun::json()
     return QJsonDocument::fromJson(output_).object();
 }
 
-QString Share::write(QString const & name, QByteArray const & content) const
+Shell toolShell(QString const & folder)
 {
-    QFile file(path(name));
-    file.open(QIODevice::WriteOnly);
-    file.write(content);
-    return file.fileName();
+    return Shell(QStringLiteral(OX_TOOL), folder);
 }
 
-QString Share::writeSparse(QString const & name, qint64 payload) const
+bool hasTerminals()
 {
-    QFile file(write(name, golden("small.oxdb").left(36)));
-    file.resize(36 + payload);
-    return file.fileName();
+    return Shell().succeeds("script -qec true /dev/null >/dev/null 2>&1");
 }
 
-QStringList Share::names() const
-{
-    return QDir(dir_.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
-}
-
-QByteArray contentOf(QString const & path)
-{
-    QFile file(path);
-    file.open(QIODevice::ReadOnly);
-    return file.readAll();
-}
-
-QString goldenPath(char const * name)
-{
-    return QStringLiteral(OX_TEST_DATA "/golden/") + QLatin1String(name);
-}
-
-QByteArray golden(char const * name)
-{
-    return contentOf(goldenPath(name));
-}
+} // namespace ox::tests

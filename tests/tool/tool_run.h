@@ -1,12 +1,16 @@
 #pragma once
 
+#include "tests/support/shell.h"
+#include "tests/support/text.h"
+
 #include <QJsonObject>
 #include <QProcess>
 #include <QStringList>
-#include <QTemporaryDir>
 
 #include <functional>
-#include <ostream>
+
+namespace ox::tests
+{
 
 /// The built program, started with real arguments and streams.
 class ToolRun
@@ -37,30 +41,10 @@ class ToolRun
     QByteArray errors_;
 };
 
-/// A folder that stands for the farm's share, and is gone afterwards.
-class Share
-{
-  public:
-    QString path(QString const & name = {}) const { return dir_.path() + QLatin1Char('/') + name; }
+/// A shell whose scripts have the program as $0, and run in a folder or else in the current one.
+Shell toolShell(QString const & folder = {});
 
-    /// Writes a file and returns its path.
-    QString write(QString const & name, QByteArray const & content) const;
-    /// A buffer file of the given payload length that is nearly all hole. Returns its path.
-    QString writeSparse(QString const & name, qint64 payload) const;
+/// Whether a script can run on a terminal of its own.
+bool hasTerminals();
 
-    /// All that is in the folder, hidden files too.
-    QStringList names() const;
-
-  private:
-    QTemporaryDir dir_;
-};
-
-/// How a failed test shows a text.
-inline void PrintTo(QString const & text, std::ostream * out)
-{
-    *out << text.toStdString();
-}
-
-QByteArray contentOf(QString const & path);
-QByteArray golden(char const * name);
-QString goldenPath(char const * name);
+} // namespace ox::tests

@@ -1,3 +1,6 @@
+#include "tests/support/file_content.h"
+#include "tests/support/golden.h"
+#include "tests/tool/share.h"
 #include "tests/tool/tool_run.h"
 
 #include <gtest/gtest.h>
@@ -5,21 +8,13 @@
 #include <QDir>
 #include <QFile>
 
-namespace
-{
-
-QString text(char const * latin1)
-{
-    return QString::fromLatin1(latin1);
-}
-
-} // namespace
+using namespace ox::tests;
 
 TEST(ToolOnWindows, RefreshesADrivePathAndAStoredSharePath)
 {
     Share const share;
     QString const file =
-        QDir::toNativeSeparators(share.write(text("job17.oxdb"), golden("text.oxdb")));
+        QDir::toNativeSeparators(share.write(text("job17.oxdb"), goldenFile("text.oxdb")));
     QString const out = share.path(text("payload"));
     QString const mapping = text("\\\\farm\\share=") + QDir::toNativeSeparators(share.path());
     ASSERT_EQ(file[1], QLatin1Char(':'));
@@ -30,14 +25,14 @@ TEST(ToolOnWindows, RefreshesADrivePathAndAStoredSharePath)
         EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
         EXPECT_EQ(QDir::cleanPath(run.json().value(text("localPath")).toString()),
                   QDir::cleanPath(file));
-        EXPECT_EQ(contentOf(out), golden("text.raw"));
+        EXPECT_EQ(contentOf(out), goldenFile("text.raw"));
         EXPECT_EQ(share.names(), (QStringList{text("job17.oxdb"), text("payload")}));
     }
 }
 
 TEST(ToolOnWindows, FailsWithTheTextOfWhatIsWrongAndLeavesAllAsItWas)
 {
-    QByteArray flipped = golden("text.oxdb");
+    QByteArray flipped = goldenFile("text.oxdb");
     flipped[100] = static_cast<char>(flipped[100] ^ 1);
     Share const share;
     share.write(text("flipped"), flipped);

@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <QElapsedTimer>
+#include <QProcess>
+
+using namespace ox::tests;
 
 namespace
 {
@@ -45,13 +48,6 @@ class OnTerminal
     QProcess process_;
     QByteArray shown_;
 };
-
-bool hasTerminals()
-{
-    return QProcess::execute(QStringLiteral("sh"),
-                             {QStringLiteral("-c"),
-                              QStringLiteral("script -qec true /dev/null >/dev/null 2>&1")}) == 0;
-}
 
 } // namespace
 
