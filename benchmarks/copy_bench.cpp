@@ -51,7 +51,7 @@ void runProgram(std::vector<std::string> command, QString const & from, QString 
     command.push_back(from.toStdString());
     command.push_back(to.toStdString());
     auto const child = ox::platform::ChildProcess::start(command);
-    require(child && child->wait() == 0);
+    require(child && (*child)->wait() == 0);
 }
 
 /// Copies in pieces from a position on.

@@ -62,11 +62,11 @@ void copyWhole(QString const & from, QString const & to, int pauseMs, bool * end
     using Access = OutputFile::Access;
     OutputFile file(to);
     QString failure = QStringLiteral("Source file does not exist.");
-    if (auto const status = platform::fileStatus(nativeName(from)); status && !status->isFolder) {
+    if (platform::statusOfFile(nativeName(from))) {
         bool const bySystem = pauseMs == withoutPieces;
         platform::NewFile & copy = file.create(bySystem ? Access::Owner : Access::ByMask);
         failure = showProgress(
-            from, 0, [&] { return copy.size(); },
+            from, 0, [&] { return copy.size().value_or(0); },
             [&] { return detail::copyWhole(nativeName(from), copy, pauseMs, endsEmpty); });
     }
     if (!failure.isEmpty())
@@ -120,7 +120,7 @@ void resume(Options const & options, Report & report)
 {
     QString const from = fromArgument(options.from);
     QString const to = targetOf(options);
-    auto const old = platform::fileStatus(nativeName(to));
+    auto const old = platform::statusOfFile(nativeName(to));
     bool const startsAgain = !old || old->size > sizeOf(from);
     if (startsAgain)
         copyWhole(from, to, withoutPieces, nullptr);

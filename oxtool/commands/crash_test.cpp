@@ -42,20 +42,21 @@ class FileLogger : public oxLogger
 {
   public:
     explicit FileLogger(QString const & name)
-        : stream_(platform::openUnbuffered(nativeName(name), platform::StreamMode::Write))
+        : file_(platform::openForWriting(nativeName(name), platform::Content::Emptied,
+                                         platform::Writers::Refused))
     {
     }
 
     void log(int, _oxString8_evenSize<500> const & text, bool) override
     {
-        if (stream_) {
-            std::fwrite(text.value, 1, text.length, stream_.get());
-            std::fputc('\n', stream_.get());
-        }
+        if (!file_)
+            return;
+        static_cast<void>(file_->write(text.value, static_cast<std::size_t>(text.length)));
+        static_cast<void>(file_->write("\n", 1));
     }
 
   private:
-    platform::Stream stream_;
+    platform::Result<platform::OpenFile> file_;
 };
 
 /// What the process that is to crash does. It returns only when nothing crashed.
@@ -171,8 +172,8 @@ void crashTest(Options const & options, Report & report)
     auto const child = platform::ChildProcess::start(
         {program, "crash-test", options.kind, "--dir", options.folder, "--child"});
     if (!child)
-        throw Failure(lastSystemMessage());
-    int const status = child->wait();
+        throw Failure(systemMessage(child.error()));
+    int const status = (*child)->wait();
 
     QString const lead = QStringLiteral("wrote dumpfile to ");
     QStringList const lines = takeLog(log);

@@ -60,7 +60,8 @@ int systemErrorOfFolder(QString const & file)
         return 0;
     QString const local = oxConvertPDToOS(file);
     auto const end = local.lastIndexOf(QLatin1Char(platform::ownSeparator));
-    return platform::fileStatus(nativeName(local.left(end + 1))) ? 0 : platform::lastError().code;
+    auto const status = platform::fileStatus(nativeName(local.left(end + 1)));
+    return status ? 0 : status.error().code;
 }
 
 void showStatus(QString const & file, Report & report)
@@ -89,11 +90,11 @@ void showStatus(QString const & file, Report & report)
 }
 
 /// The exit statuses of a command that cannot be run, as shells have them.
-int statusOfFailedStart(int systemError)
+int statusOfFailedStart(platform::Error error)
 {
     constexpr int cannotRun = 126;
     constexpr int notFound = 127;
-    return isNotFound(systemError) ? notFound : cannotRun;
+    return error.kind() == platform::ErrorKind::NotFound ? notFound : cannotRun;
 }
 
 /// A stop request of the terminal reaches the command by itself; any other is passed on to it. The
@@ -102,13 +103,12 @@ int runToItsEnd(std::vector<std::string> const & command)
 {
     std::unique_ptr<platform::ChildProcess> child;
     StopRequestsGoTo const requests([&]() -> StopRequestsGoTo::Answer {
-        child = platform::ChildProcess::start(command);
-        if (!child) {
-            int const systemError = platform::lastError().code;
+        auto started = platform::ChildProcess::start(command);
+        if (!started)
             throw Failure(QStringLiteral("%1 cannot be run. %2")
-                              .arg(fromArgument(command[0]), lastSystemMessage()),
-                          statusOfFailedStart(systemError));
-        }
+                              .arg(fromArgument(command[0]), systemMessage(started.error())),
+                          statusOfFailedStart(started.error()));
+        child = *std::move(started);
         return [&child](platform::StopRequest request) {
             if (!request.fromTerminal)
                 child->send(request.signal);

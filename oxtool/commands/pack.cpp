@@ -46,8 +46,8 @@ void loadStream(QString const & path, _OX_DataBuffer & buffer)
 /// Whether a path names something like a pipe, which can be read and has no length.
 bool isStream(QString const & path)
 {
-    auto const status = platform::fileStatus(nativeName(path));
-    return isStandardInput(path) || (status && !status->isFolder && status->size == 0);
+    auto const status = platform::statusOfFile(nativeName(path));
+    return isStandardInput(path) || (status && status->size == 0);
 }
 
 void loadPayload(QString const & path, _OX_DataBuffer & buffer)

@@ -144,12 +144,11 @@ class Sync
         };
         if (exists())
             return true;
-        if (platform::createFolderForEverybody(name))
+        auto const created = platform::createFolderForEverybody(name);
+        if (created || exists()) // another process may have created it meanwhile
             return true;
-        QString const reason = lastSystemMessage();
-        if (exists()) // another process has created it meanwhile
-            return true;
-        fail(QStringLiteral("cannot create folder '%1': %2").arg(folder, reason));
+        fail(QStringLiteral("cannot create folder '%1': %2")
+                 .arg(folder, systemMessage(created.error())));
         return false;
     }
 
@@ -199,19 +198,19 @@ class Sync
             return true;
         using platform::NewFile;
         NewFile copy;
-        bool const isMade =
-            copy.open(nativeName(target), NewFile::Links::Replaced) == NewFile::Opening::Done &&
-            copy.create(NewFile::Access::Owner) && copy.copyFrom(nativeName(source)) &&
-            copy.allowEverybodyToExecute();
-        if (!isMade)
-            throw Failure(lastSystemMessage());
-        NewFile::Keeping const keeping = copy.keepPrevious("_old", 0, modified);
-        if (keeping == NewFile::Keeping::Failed)
-            throw Failure(QStringLiteral("cannot keep the previous file: ") + lastSystemMessage());
-        if (keeping == NewFile::Keeping::IsUpToDate)
+        auto const require = [](auto const & result, QString const & lead = {}) {
+            if (!result)
+                throw Failure(lead + systemMessage(result.error()));
+        };
+        require(copy.open(nativeName(target), NewFile::Links::Replaced));
+        require(copy.create(NewFile::Access::Owner));
+        require(copy.copyFrom(nativeName(source)));
+        require(copy.allowEverybodyToExecute());
+        auto const previous = copy.keepPrevious("_old", 0, modified);
+        require(previous, QStringLiteral("cannot keep the previous file: "));
+        if (*previous == NewFile::Previous::IsUpToDate)
             return true;
-        if (!copy.putInPlace())
-            throw Failure(lastSystemMessage());
+        require(copy.putInPlace());
         info = "Copied";
         return true;
     }

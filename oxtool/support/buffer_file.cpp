@@ -3,6 +3,7 @@
 #include "oxtool/support/names.h"
 #include "oxtool/support/progress.h"
 #include "shared/platform/files.h"
+#include "shared/platform/open_file.h"
 #include "shared/platform/result.h"
 
 #include <QByteArray>
@@ -34,18 +35,20 @@ QString missingText()
     return QString(_OX_DataBuffer::errorString(missingFile));
 }
 
-/// Why a file could not be opened or read. To be called right after that.
-QString whyUnreadable()
+/// Why a file could not be opened or read.
+QString whyUnreadable(platform::Error error)
 {
-    bool const notFound = isNotFound(platform::lastError().code);
-    QString const message = lastSystemMessage();
-    return notFound ? missingText() + QLatin1Char(' ') + message : message;
+    QString const message = systemMessage(error);
+    return error.kind() == platform::ErrorKind::NotFound
+               ? missingText() + QLatin1Char(' ') + message
+               : message;
 }
 
 /// Why a file is missing for the buffer, which takes everything for missing that it cannot open.
 QString whyMissing(QString const & path)
 {
-    return bytesAt(path, 0, 1) ? missingText() : whyUnreadable();
+    auto const bytes = bytesAt(path, 0, 1);
+    return bytes ? missingText() : whyUnreadable(bytes.error());
 }
 
 Format formatInGzip(QString const & path)
@@ -85,10 +88,8 @@ bool isInGzip(Format format)
 Format formatOf(QString const & path)
 {
     auto const bytes = bytesAt(path, 0, 4 + headerSize);
-    if (!bytes) {
-        QString const reason = whyUnreadable();
-        throw Failure(QStringLiteral("%1: %2").arg(path, reason));
-    }
+    if (!bytes)
+        throw Failure(QStringLiteral("%1: %2").arg(path, whyUnreadable(bytes.error())));
     if (bytes->startsWith("\x1F\x8B"))
         return formatInGzip(path);
     if (!bytes->startsWith("oxDB"))
@@ -99,17 +100,24 @@ Format formatOf(QString const & path)
     return start.isCompressed == 1 ? Format::CompressAndSave : Format::Plain;
 }
 
-std::optional<QByteArray> bytesAt(QString const & path, long position, int count)
+platform::Result<QByteArray> bytesAt(QString const & path, std::int64_t position, int count)
 {
-    platform::Stream const stream = openInput(path);
-    if (!stream || std::fseek(stream.get(), position, position < 0 ? SEEK_END : SEEK_SET) != 0)
-        return std::nullopt;
+    platform::Result<platform::OpenFile> file =
+        platform::openForReading(nativeName(path), platform::Writers::Refused);
+    if (!file)
+        return file.error();
+    platform::Result<std::int64_t> const size = file->size();
+    if (!size)
+        return size.error();
+    auto const sought =
+        file->seek(position < 0 ? std::max<std::int64_t>(*size + position, 0) : position);
+    if (!sought)
+        return sought.error();
     QByteArray bytes(count, '\0');
-    std::size_t const read =
-        std::fread(bytes.data(), 1, static_cast<std::size_t>(count), stream.get());
-    if (std::ferror(stream.get()) != 0)
-        return std::nullopt;
-    bytes.truncate(static_cast<int>(read));
+    auto const read = file->read(bytes.data(), static_cast<std::size_t>(count));
+    if (!read)
+        return read.error();
+    bytes.truncate(static_cast<int>(*read));
     return bytes;
 }
 

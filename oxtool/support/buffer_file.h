@@ -2,10 +2,12 @@
 
 #include "oxtool/support/failure.h"
 #include "shared/data/data_buffer.h"
+#include "shared/platform/result.h"
 
 #include <QByteArray>
 #include <QString>
 
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -33,7 +35,7 @@ Format formatOf(QString const & path);
 
 /// Some bytes of a file, fewer when it ends before; a negative position counts from the end.
 /// Nothing when they cannot be read, with the system's last error set.
-std::optional<QByteArray> bytesAt(QString const & path, long position, int count);
+platform::Result<QByteArray> bytesAt(QString const & path, std::int64_t position, int count);
 
 /// The header of a buffer file as 32 bytes to read into or write from.
 constexpr int headerSize = 32;

@@ -2,8 +2,8 @@
 
 #include "oxtool/support/failure.h"
 #include "oxtool/support/names.h"
+#include "shared/platform/program/console.h"
 
-#include <cstdio>
 #include <vector>
 
 namespace ox::tool
@@ -16,17 +16,24 @@ bool isStandardInput(QString const & path)
 
 void readPieces(QString const & path, std::function<void(std::span<unsigned char>)> const & take)
 {
-    platform::Stream const opened = isStandardInput(path) ? nullptr : openInput(path);
-    std::FILE * const stream = isStandardInput(path) ? stdin : opened.get();
-    std::vector<unsigned char> piece(1024 * 1024);
-    std::size_t read = piece.size();
-    while (stream && read == piece.size()) {
-        read = std::fread(piece.data(), 1, piece.size(), stream);
-        if (std::ferror(stream) == 0)
-            take({piece.data(), read});
+    auto const fail = [&path](platform::Error error) {
+        throw Failure(QStringLiteral("%1 cannot be read. %2").arg(path, systemMessage(error)));
+    };
+    platform::Result<platform::OpenFile> file =
+        isStandardInput(path)
+            ? platform::openStandardInput()
+            : platform::openForReading(nativeName(path), platform::Writers::Refused);
+    if (!file)
+        fail(file.error());
+    std::vector<char> piece(1024 * 1024);
+    std::size_t length = piece.size();
+    while (length == piece.size()) {
+        platform::Result<std::size_t> const read = file->read(piece.data(), piece.size());
+        if (!read)
+            fail(read.error());
+        length = *read;
+        take({reinterpret_cast<unsigned char *>(piece.data()), length});
     }
-    if (!stream || std::ferror(stream) != 0)
-        throw Failure(QStringLiteral("%1 cannot be read. %2").arg(path, lastSystemMessage()));
 }
 
 } // namespace ox::tool

@@ -6,8 +6,6 @@
 #include "shared/platform/this_process.h"
 #include "shared/system/os_error.h"
 
-#include <system_error>
-
 namespace ox::tool
 {
 
@@ -38,20 +36,14 @@ QString fromRecord(_oxString8_evenSize<500> const & record)
     return detail::toQString(platform::recordText(record.view()));
 }
 
-platform::Stream openInput(QString const & path)
-{
-    return platform::Stream(platform::openStream(nativeName(path), platform::StreamMode::Read));
-}
-
-bool isNotFound(int systemError)
-{
-    // The one number that the systems have in common.
-    return systemError == static_cast<int>(std::errc::no_such_file_or_directory);
-}
-
 QString fromArgument(std::string const & argument)
 {
     return detail::toQString(platform::argumentText(argument));
+}
+
+QString systemMessage(platform::Error error)
+{
+    return QString(oxLastOSError(error.code));
 }
 
 QString lastSystemMessage()

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "shared/platform/open_file.h"
+#include "shared/platform/file_names.h"
+#include "shared/platform/result.h"
 #include "shared/text/fixed_string8.h"
 
 #include <QString>
@@ -24,14 +25,11 @@ _oxString8_evenSize<500> recordName(QString const & path);
 /// The text of a library's record, which may hold such names.
 QString fromRecord(_oxString8_evenSize<500> const & record);
 
-/// Opens a file for reading. Null on failure, with the system's last error set.
-platform::Stream openInput(QString const & path);
+/// The system's message for an error: "Error 13: Permission denied."
+QString systemMessage(platform::Error error);
 
-/// The message of the system call that has just failed: "Error 13: Permission denied."
+/// The system's message for the error of the library call that has just failed.
 QString lastSystemMessage();
-
-/// Whether a system error says that there is no such file.
-bool isNotFound(int systemError);
 
 /// A text of the command line. As a file name it opens the file that the user named, also where its
 /// bytes are no UTF-8.

@@ -15,14 +15,10 @@ using platform::NewFile;
 
 OutputFile::OutputFile(QString const & path) : path_(QDir::toNativeSeparators(path))
 {
-    switch (file_.open(nativeName(path_), NewFile::Links::Followed)) {
-    case NewFile::Opening::Done:
-        return;
-    case NewFile::Opening::NotAFile:
+    auto const opened = file_.open(nativeName(path_), NewFile::Links::Followed);
+    if (!opened && opened.error().kind() == platform::ErrorKind::NotAFile)
         throw Failure(QStringLiteral("%1 is there already and is no file.").arg(path));
-    case NewFile::Opening::Failed:
-        failToWrite();
-    }
+    requireWritten(opened);
 }
 
 void OutputFile::refuseWriteProtected() const
@@ -39,31 +35,39 @@ QString OutputFile::nameToRead() const
 
 NewFile & OutputFile::create(Access access)
 {
-    bool const created =
-        holding_.take([&] { return file_.create(access); }, [this] { file_.remove(); },
-                      [this] { return QStringLiteral("stopped. ") + whatIsLeft(); });
-    if (!created)
-        failToWrite();
+    platform::Result<> created;
+    auto const create = [&] {
+        created = file_.create(access);
+        return static_cast<bool>(created);
+    };
+    holding_.take(
+        create, [this] { file_.remove(); },
+        [this] { return QStringLiteral("stopped. ") + whatIsLeft(); });
+    requireWritten(created);
     return file_;
 }
 
 void OutputFile::write(unsigned char const * bytes, qint64 size)
 {
-    auto const length = static_cast<std::size_t>(size);
-    if (create().file().write(reinterpret_cast<char const *>(bytes), length) != length)
-        failToWrite();
+    requireWritten(create().file().write(reinterpret_cast<char const *>(bytes),
+                                         static_cast<std::size_t>(size)));
 }
 
 void OutputFile::commit()
 {
     // Flushed without the stop requests' mutex, which a slow share would hold for long.
-    if (!file_.file().flush() || !holding_.finish([this] { return file_.putInPlace(); }))
-        failToWrite();
+    requireWritten(file_.file().flush());
+    platform::Result<> placed;
+    holding_.finish([&] {
+        placed = file_.putInPlace();
+        return static_cast<bool>(placed);
+    });
+    requireWritten(placed);
 }
 
 QString OutputFile::whatIsLeft() const
 {
-    bool const exists = platform::fileStatus(nativeName(path_)).has_value();
+    bool const exists = platform::kindOf(nativeName(path_)) != platform::NameKind::None;
     return (exists ? QStringLiteral("%1 is as it was.") : QStringLiteral("There is no %1."))
         .arg(path_);
 }
@@ -73,10 +77,11 @@ QString OutputFile::pathText(platform::NativeName const & name)
     return detail::toQString(platform::nameText(name));
 }
 
-/// To be called right after the call that failed.
-void OutputFile::failToWrite() const
+void OutputFile::requireWritten(platform::Result<> const & result) const
 {
-    throw Failure(QStringLiteral("%1 cannot be written. %2").arg(path_, lastSystemMessage()));
+    if (!result)
+        throw Failure(
+            QStringLiteral("%1 cannot be written. %2").arg(path_, systemMessage(result.error())));
 }
 
 } // namespace ox::tool

@@ -36,10 +36,8 @@ class OutputFile
     template <typename Write>
     void writeByName(Write const & write)
     {
-        bool const isSame =
-            create().writeByName([&](platform::NativeName const & name) { write(pathText(name)); });
-        if (!isSame)
-            failToWrite();
+        requireWritten(create().writeByName(
+            [&](platform::NativeName const & name) { write(pathText(name)); }));
     }
 
     /// Gives the file its own name, in place of what had it.
@@ -50,7 +48,8 @@ class OutputFile
 
   private:
     static QString pathText(platform::NativeName const & name);
-    [[noreturn]] void failToWrite() const;
+    /// Fails with the system's message when a result is a failure.
+    void requireWritten(platform::Result<> const & result) const;
 
     QString path_;
     platform::NewFile file_;

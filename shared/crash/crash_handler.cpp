@@ -22,11 +22,11 @@ namespace
 {
 
 using ox::platform::DumpReason;
+using ox::platform::ErrorKind;
 using ox::platform::MinidumpWriter;
 using ox::platform::NameKind;
 using ox::platform::NativeChar;
 using ox::platform::NativeName;
-using ox::platform::Renaming;
 using ox::platform::WrittenDump;
 using LogText = _oxString8_evenSize<500>;
 using Path8 = _oxString8_evenSize<500>;
@@ -118,12 +118,13 @@ void finish(WrittenDump const & dump)
     __int64 const now = ox::platform::currentTime();
     for (int i = 0; i < secondsToTry; ++i) {
         FullName const name(dump.file, nameOfDump(now + i).view());
-        Renaming const result = ox::platform::renameToNewName(dump.file, name.c_str());
-        if (result == Renaming::NameIsTaken)
+        auto const renamed = ox::platform::renameToNewName(dump.file, name.c_str());
+        ErrorKind const failure = renamed.error().kind();
+        if (!renamed && failure == ErrorKind::AlreadyExists)
             continue;
-        if (result == Renaming::NoSuchFile)
+        if (!renamed && failure == ErrorKind::NotFound)
             return;
-        add(text, result == Renaming::Done ? name.c_str() : dump.file);
+        add(text, renamed ? name.c_str() : dump.file);
         return log(text, dump.reason);
     }
     add(text, dump.file);

@@ -3,8 +3,7 @@
 namespace ox::detail
 {
 
-/// What `_OX_DataBuffer::error` holds beside zlib's codes. Below endOfFile is the number of the
-/// run-time library's stream error.
+/// What `_OX_DataBuffer::error` holds beside zlib's codes.
 enum BufferCode {
     outOfMemory = -100,
     notOpened = -101,
@@ -15,6 +14,7 @@ enum BufferCode {
     wrongLength = -106,
     missing = -107,
     endOfFile = -1000,
+    fileError = endOfFile - 1,
 };
 
 inline constexpr int memoryLimitMB = 768;

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -21,6 +20,8 @@ namespace
 {
 
 using namespace ox::detail;
+using ox::platform::OpenFile;
+using ox::platform::Result;
 constexpr int magicSize = 4;
 constexpr int headerSize = 32;
 static_assert(headerSize == offsetof(_OX_DataBuffer, sizeAllocated));
@@ -28,11 +29,6 @@ static_assert(headerSize == offsetof(_OX_DataBuffer, sizeAllocated));
 ox::platform::NativeName native(QString const & file)
 {
     return ox::platform::nativeName(viewOf(file));
-}
-
-bool isThere(std::optional<ox::platform::FileStatus> const & status)
-{
-    return status && !status->isFolder;
 }
 
 /// Memory of the caller. A length that cannot be one is neither read nor written.
@@ -48,7 +44,16 @@ Block headerOf(_OX_DataBuffer & buffer)
     return {reinterpret_cast<char *>(&buffer), headerSize};
 }
 
-/// A file of the run-time library: the plain format and its codes.
+enum class Mode { Read, Write };
+
+Result<OpenFile> open(QString const & name, Mode mode)
+{
+    using namespace ox::platform;
+    return mode == Mode::Read ? openForReading(native(name), Writers::Refused)
+                              : openForWriting(native(name), Content::Emptied, Writers::Refused);
+}
+
+/// The plain format and its codes.
 class PlainFile
 {
   public:
@@ -56,40 +61,31 @@ class PlainFile
     static constexpr int notOpenedForReading = notOpened;
     static constexpr int impossibleBlock = endOfFile;
 
-    PlainFile(QString const & name, ox::platform::StreamMode mode)
-        : stream_(ox::platform::openStream(native(name), mode))
-    {
-        bool const reading = mode == ox::platform::StreamMode::Read;
-        if (stream_ && reading) // straight into the block, which may be large
-            std::setvbuf(stream_.get(), nullptr, _IONBF, 0);
-    }
+    PlainFile(QString const & name, Mode mode) : file_(open(name, mode)) { reportToThread(file_); }
 
-    explicit operator bool() const { return stream_ != nullptr; }
+    explicit operator bool() const { return static_cast<bool>(file_); }
 
     bool write(Block block)
     {
-        auto const length = std::size_t(block.length);
-        return length == 0 || std::fwrite(block.bytes, 1, length, stream_.get()) == length;
+        return reportToThread(file_->write(block.bytes, std::size_t(block.length)));
     }
 
     bool read(Block block)
     {
-        auto const length = std::size_t(block.length);
-        return length == 0 || std::fread(block.bytes, 1, length, stream_.get()) == length;
+        Result<std::size_t> const length = file_->read(block.bytes, std::size_t(block.length));
+        readError_ = reportToThread(length) ? endOfFile : fileError;
+        return length && *length == std::size_t(block.length);
     }
 
     int writeError() const { return notWritten; }
-
-    int readError() const
-    {
-        return std::feof(stream_.get()) ? endOfFile : endOfFile - std::ferror(stream_.get());
-    }
+    int readError() const { return readError_; }
 
     /// Closes a written file; what the system could not store shows only now.
-    int close() { return closeStream(stream_) ? 0 : notWritten; }
+    int close() { return reportToThread(file_->close()) ? 0 : notWritten; }
 
   private:
-    ox::platform::Stream stream_;
+    Result<OpenFile> file_;
+    int readError_ = 0;
 };
 
 /// A plain file that takes the CRC-32 of the block last read, piece by piece while the piece is in
@@ -97,10 +93,7 @@ class PlainFile
 class CheckedFile : public PlainFile
 {
   public:
-    explicit CheckedFile(QString const & name) : PlainFile(name, ox::platform::StreamMode::Read)
-    {
-        oxCRCInitialize();
-    }
+    explicit CheckedFile(QString const & name) : PlainFile(name, Mode::Read) { oxCRCInitialize(); }
 
     bool read(Block block)
     {
@@ -132,12 +125,17 @@ class GzipFile
     static constexpr int notOpenedForReading = notReadable;
     static constexpr int impossibleBlock = Z_STREAM_ERROR;
 
-    GzipFile(QString const & name, ox::platform::StreamMode mode)
-        : file_(ox::platform::openGzip(native(name), mode))
+    GzipFile(QString const & name, Mode mode)
     {
+        Result<OpenFile> opened = open(name, mode);
+        if (!reportToThread(opened))
+            return;
+        auto const gzip = openGzip(*std::move(opened), mode == Mode::Read ? "rb" : "wb");
+        if (!reportToThread(gzip))
+            return;
         unsigned const fewLargeTransfers = 128 * 1024;
-        if (file_)
-            gzbuffer(file_.get(), fewLargeTransfers);
+        gzbuffer(*gzip, fewLargeTransfers);
+        file_.reset(*gzip);
     }
 
     explicit operator bool() const { return file_ != nullptr; }
@@ -187,7 +185,7 @@ int save(QString const & name, bool withMagic, Block block1, Block block2)
 {
     if (!block1.isPossible() || !block2.isPossible())
         return notWritten;
-    File file(name, ox::platform::StreamMode::Write);
+    File file(name, Mode::Write);
     if (!file)
         return notOpened;
     Block const magic{const_cast<char *>(File::magic), withMagic ? magicSize : 0};
@@ -220,7 +218,7 @@ bool load(File & file, bool withMagic, Block block1, Block block2, std::int32_t 
 template <class File>
 int load(QString const & name, bool withMagic, Block block1, Block block2)
 {
-    File file(name, ox::platform::StreamMode::Read);
+    File file(name, Mode::Read);
     std::int32_t error = 0;
     load(file, withMagic, block1, block2, error);
     return error;
@@ -306,7 +304,7 @@ int _OX_DataBuffer::saveGzipFile(QString const & file, char const * data, int co
 int _OX_DataBuffer::loadGzipFile(QString const & file, char * dest, unsigned int const & len,
                                  bool const & exact)
 {
-    GzipFile gzip(file, ox::platform::StreamMode::Read);
+    GzipFile gzip(file, Mode::Read);
     if (!gzip)
         return notReadable;
     if (!dest && len > 0)
@@ -369,8 +367,8 @@ bool _OX_DataBuffer::saveToFile(QString const & file, bool const & withHeader)
 bool _OX_DataBuffer::loadFromFile(QString const & file, bool withHeader)
 {
     error = 0;
-    auto const status = ox::platform::fileStatus(native(file));
-    if (!isThere(status))
+    auto const status = ox::platform::statusOfFile(native(file));
+    if (!status)
         return fail(missing);
     std::int64_t const length = status->size - (withHeader ? magicSize + headerSize : 0);
     // Deliberate: a file too short for its header is reported as corrupt, like any damaged file.
@@ -402,9 +400,9 @@ bool _OX_DataBuffer::loadFromFileCompressed(QString const & file, bool growToFit
 {
     error = 0;
     // Deliberate: settings and caches are kept in these files, and none yet is as good as empty.
-    if (!isThere(ox::platform::fileStatus(native(file))))
+    if (!ox::platform::statusOfFile(native(file)))
         return true;
-    GzipFile gzip(file, ox::platform::StreamMode::Read);
+    GzipFile gzip(file, Mode::Read);
     if (!load(gzip, true, headerOf(*this), {nullptr, 0}, error))
         return false;
     size = sizeUncompressed = 0;
@@ -424,7 +422,7 @@ bool _OX_DataBuffer::loadFromFileCompressed(QString const & file, bool growToFit
 
 bool _OX_DataBuffer::loadGzipFile(QString const & file, unsigned int const & chunk)
 {
-    GzipFile gzip(file, ox::platform::StreamMode::Read);
+    GzipFile gzip(file, Mode::Read);
     if (!gzip)
         return fail(notReadable);
     return readGrowing(gzip, *this, chunk);

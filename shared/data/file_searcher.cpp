@@ -6,16 +6,16 @@
 #include "shared/text/utf16_view.h"
 
 #include <array>
-#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <new>
 #include <utility>
 
 using ox::detail::ByteSearch;
-using ox::platform::openUnbuffered;
-using ox::platform::Stream;
-using ox::platform::StreamMode;
+using ox::platform::OpenFile;
+using ox::platform::reportToThread;
+using ox::platform::Result;
+using ox::platform::Writers;
 
 namespace
 {
@@ -138,11 +138,12 @@ void _oxFileSearcher::freeBuffer()
 
 bool _oxFileSearcher::load(QString const & file)
 {
-    auto const status = ox::platform::fileStatus(native(file));
-    if (!status || status->isFolder || status->size > largestFile)
+    auto const name = native(file);
+    auto const status = ox::platform::fileStatus(name);
+    if (!reportToThread(status) || status->isFolder || status->size > largestFile)
         return false;
-    Stream const stream = openUnbuffered(native(file), StreamMode::ReadShared);
-    if (!stream)
+    Result<OpenFile> opened = openForReading(name, Writers::Allowed);
+    if (!reportToThread(opened))
         return false;
     auto const length = std::int32_t(status->size);
     size = 0;
@@ -150,7 +151,8 @@ bool _oxFileSearcher::load(QString const & file)
         freeBuffer();
         return false;
     }
-    if (std::fread(data, 1, std::size_t(length), stream.get()) != std::size_t(length))
+    Result<std::size_t> const read = opened->read(data, std::size_t(length));
+    if (!reportToThread(read) || *read != std::size_t(length))
         return false;
     size = length;
     fileName = file;
@@ -163,9 +165,13 @@ bool _oxFileSearcher::save(QString const & file)
         fileName = file;
     if (fileName.isEmpty() || size < 1 || !data)
         return false;
-    auto const length = std::size_t(size);
-    Stream stream = openUnbuffered(native(fileName), StreamMode::WriteShared);
-    return stream && std::fwrite(data, 1, length, stream.get()) == length && closeStream(stream);
+    Result<OpenFile> opened =
+        openForWriting(native(fileName), ox::platform::Content::Emptied, Writers::Allowed);
+    if (!opened)
+        return reportToThread(opened);
+    Result<> const written = opened->write(data, std::size_t(size));
+    Result<> const closed = opened->close();
+    return reportToThread(written ? closed : written);
 }
 
 bool _oxFileSearcher::changeDataSize(int pos, int delta)

@@ -22,20 +22,21 @@ NativeName recordPath(char const * path)
 
 bool oxSetFolderRights_ReadWriteAll(char const * path, bool inherit)
 {
-    return ox::platform::allowEverybodyToFill(recordPath(path), inherit);
+    return reportToThread(ox::platform::allowEverybodyToFill(recordPath(path), inherit));
 }
 
 bool oxSetFolderRights_ReadWriteAll(QString const & path, bool inherit)
 {
-    return ox::platform::allowEverybodyToFill(ox::detail::nativePath(path), inherit);
+    return reportToThread(
+        ox::platform::allowEverybodyToFill(ox::detail::nativePath(path), inherit));
 }
 
 bool oxSetFileRights_ReadWriteExecuteAll(char const * path)
 {
-    return ox::platform::allowEverybodyToExecute(recordPath(path));
+    return reportToThread(ox::platform::allowEverybodyToExecute(recordPath(path)));
 }
 
 bool oxSetFileRights_ReadWriteExecuteAll(QString const & path)
 {
-    return ox::platform::allowEverybodyToExecute(ox::detail::nativePath(path));
+    return reportToThread(ox::platform::allowEverybodyToExecute(ox::detail::nativePath(path)));
 }

@@ -15,10 +15,13 @@
 #include <optional>
 
 using ox::detail::nativePath;
+using ox::detail::systemText;
 using ox::platform::Content;
-using ox::platform::FileStatus;
 using ox::platform::NativeName;
 using ox::platform::OpenFile;
+using ox::platform::reportToThread;
+using ox::platform::Result;
+using ox::platform::statusOfFile;
 using ox::platform::Taken;
 using ox::platform::Writers;
 
@@ -29,20 +32,10 @@ constexpr std::int64_t resumePiece = 0x40000;
 constexpr std::int64_t resumeLimit = 0x1900000;
 constexpr int bufferLimitMB = 768;
 
-std::optional<FileStatus> statusOfFile(NativeName const & name)
-{
-    auto status = ox::platform::fileStatus(name);
-    if (status && status->isFolder)
-        status.reset();
-    return status;
-}
-
 QString copyBySystem(NativeName const & from, NativeName const & to, bool overwrite,
                      std::int64_t modified)
 {
-    if (ox::platform::copyFile(from, to, !overwrite, modified))
-        return {};
-    return oxLastOSError();
+    return systemText(ox::platform::copyFile(from, to, !overwrite, modified));
 }
 
 QString copyByPieces(NativeName const & from, NativeName const & to, bool overwrite,
@@ -51,23 +44,26 @@ QString copyByPieces(NativeName const & from, NativeName const & to, bool overwr
     auto const piece = ox::detail::allocatePiece(ox::detail::copyPiece);
     if (!piece)
         return ox::detail::noMemory();
-    OpenFile source = openForReading(from, Writers::Refused);
-    if (!source.isOpen())
+    Result<OpenFile> source = openForReading(from, Writers::Refused);
+    if (!reportToThread(source))
         return ox::detail::sourceNotOpened();
-    OpenFile target = ox::platform::createFile(to, overwrite ? Taken::IsReplaced : Taken::Fails);
-    if (!target.isOpen())
+    Result<OpenFile> target =
+        ox::platform::createFile(to, overwrite ? Taken::IsReplaced : Taken::Fails);
+    if (!reportToThread(target))
         return ox::detail::targetNotOpened();
     // Compatibility: a short write is no failure; the farm finds it by comparing the sizes.
-    copyPieces(source, target, piece.get(), pauseMs, endsEmpty, ox::detail::Faults::Ignored);
-    target.setTimes(modified);
+    static_cast<void>(
+        copyPieces(*source, *target, piece.get(), pauseMs, endsEmpty, ox::detail::Faults::Ignored));
+    static_cast<void>(target->setTimes(modified));
     return {};
 }
 
-/// The system's message for its last error, as Qt's files give it: without the number.
-QString bareSystemMessage()
+/// The system's message for an error, as Qt's files give it: without the number.
+template <typename Value>
+QString bareMessage(Result<Value> const & failed)
 {
-    return ox::detail::toQString(
-        ox::platform::errorMessage(ox::platform::lastError().code).value_or(u""));
+    reportToThread(failed);
+    return ox::detail::toQString(ox::platform::errorMessage(failed.error().code).value_or(u""));
 }
 
 QString notAppended(_OX_DataBuffer const & added, std::int64_t size)
@@ -93,23 +89,23 @@ QString transfer(OpenFile & source, OpenFile & target, std::int64_t begin, std::
     if (!piece)
         return ox::detail::noMemory();
     std::int64_t at = begin;
-    bool reading = source.seek(begin);
+    bool reading = reportToThread(source.seek(begin));
     while (reading && at < end) {
         auto const wanted = static_cast<std::size_t>(std::min(resumePiece, end - at));
-        auto const size =
-            static_cast<std::size_t>(std::max<std::int64_t>(source.read(piece.get(), wanted), 0));
-        reading = size > 0;
+        Result<std::size_t> const read = source.read(piece.get(), wanted);
+        reading = reportToThread(read) && *read > 0;
+        std::size_t const size = reading ? *read : 0;
         at += static_cast<std::int64_t>(size);
         if (added && !added->append(piece.get(), static_cast<int>(size)))
             return notAppended(*added, static_cast<std::int64_t>(size));
-        std::size_t const written = target.write(piece.get(), size);
-        if (written == size)
+        std::size_t written = 0;
+        if (reportToThread(target.write(piece.get(), size, &written)))
             continue;
         if (added)
             added->size -= static_cast<int>(size - written);
         return notWritten();
     }
-    if (!target.close())
+    if (!reportToThread(target.close()))
         return notWritten();
     if (at != end)
         return QStringLiteral("Unable to read all data  %1 != %2-%3")
@@ -123,19 +119,19 @@ QString transfer(OpenFile & source, OpenFile & target, std::int64_t begin, std::
 QString copyInto(_OX_DataBuffer & added, NativeName const & from, NativeName const & to,
                  std::int64_t size)
 {
-    if (!ox::platform::mayReplace(to, from))
-        return oxLastOSError();
-    OpenFile source = openForReading(from, Writers::Allowed);
-    if (!source.isOpen())
-        return bareSystemMessage();
+    if (QString const refusal = systemText(ox::platform::mayReplace(to, from)); !refusal.isEmpty())
+        return refusal;
+    Result<OpenFile> source = openForReading(from, Writers::Allowed);
+    if (!source)
+        return bareMessage(source);
     bool const fits = size <= std::numeric_limits<int>::max();
     if (!fits || !added.newsize(static_cast<int>(size), bufferLimitMB))
         return notAppended(added, size);
     added.size = 0;
-    OpenFile target = openInPlace(to, Content::Emptied);
-    if (!target.isOpen())
-        return bareSystemMessage();
-    return transfer(source, target, 0, size, &added);
+    Result<OpenFile> target = openInPlace(to, Content::Emptied);
+    if (!target)
+        return bareMessage(target);
+    return transfer(*source, *target, 0, size, &added);
 }
 
 } // namespace
@@ -148,8 +144,9 @@ QString oxCopyFile(QString const & from, QString const & to, bool overwrite, int
     if (statusOfFile(target)) {
         if (!overwrite)
             return {};
-        if (!ox::platform::mayReplace(target, source))
-            return oxLastOSError();
+        if (QString const refusal = systemText(ox::platform::mayReplace(target, source));
+            !refusal.isEmpty())
+            return refusal;
         if (QString const failure = oxDeleteFile(to); !failure.isEmpty())
             return failure;
     }
@@ -179,11 +176,11 @@ QString oxResumeFile(QString const & from, QString const & to, bool & limitRepor
         limitReported = true;
         return QStringLiteral("Log file larger than 25 MB, stopping copy to oxShare.");
     }
-    OpenFile log = openForReading(source, Writers::Allowed);
-    if (!log.isOpen())
-        return QStringLiteral("Cannot open source file;") + bareSystemMessage();
-    OpenFile copy = openInPlace(target, Content::Kept);
-    if (!copy.isOpen())
-        return QStringLiteral("Cannot open dest. file;") + bareSystemMessage();
-    return transfer(log, copy, old->size, status->size, added);
+    Result<OpenFile> log = openForReading(source, Writers::Allowed);
+    if (!log)
+        return QStringLiteral("Cannot open source file;") + bareMessage(log);
+    Result<OpenFile> copy = openInPlace(target, Content::Kept);
+    if (!copy)
+        return QStringLiteral("Cannot open dest. file;") + bareMessage(copy);
+    return transfer(*log, *copy, old->size, status->size, added);
 }

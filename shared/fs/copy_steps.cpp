@@ -26,16 +26,11 @@ QString copyByPieces(platform::NativeName const & from, platform::NewFile & to, 
     auto const piece = allocatePiece(copyPiece);
     if (!piece)
         return noMemory();
-    platform::OpenFile source = platform::openForReading(from, platform::Writers::Refused);
-    if (!source.isOpen())
+    platform::Result<platform::OpenFile> source =
+        platform::openForReading(from, platform::Writers::Refused);
+    if (!reportToThread(source))
         return sourceNotOpened();
-    bool const copied = copyPieces(source, to.file(), piece.get(), pauseMs, endsEmpty, Faults::End);
-    return copied ? QString() : QString(oxLastOSError());
-}
-
-QString copyBySystem(platform::NativeName const & from, platform::NewFile & to)
-{
-    return to.copyFrom(from) ? QString() : QString(oxLastOSError());
+    return systemText(copyPieces(*source, to.file(), piece.get(), pauseMs, endsEmpty, Faults::End));
 }
 
 } // namespace
@@ -43,6 +38,11 @@ QString copyBySystem(platform::NativeName const & from, platform::NewFile & to)
 std::unique_ptr<char[]> allocatePiece(std::size_t size)
 {
     return std::unique_ptr<char[]>(new (std::nothrow) char[size]);
+}
+
+QString systemText(platform::Result<> const & result)
+{
+    return reportToThread(result) ? QString() : QString(oxLastOSError());
 }
 
 QString noMemory()
@@ -60,19 +60,20 @@ QString targetNotOpened()
     return QStringLiteral("Unable to open output file.");
 }
 
-bool copyPieces(platform::OpenFile & from, platform::OpenFile & to, char * piece, int pauseMs,
-                bool * endsEmpty, Faults faults)
+platform::Result<> copyPieces(platform::OpenFile & from, platform::OpenFile & to, char * piece,
+                              int pauseMs, bool * endsEmpty, Faults faults)
 {
-    bool const goesOn = faults == Faults::Ignored;
     for (;;) {
-        std::int64_t const count = from.read(piece, copyPiece);
-        if (count <= 0)
-            return count == 0 || goesOn;
-        auto const size = static_cast<std::size_t>(count);
+        platform::Result<std::size_t> const size = from.read(piece, copyPiece);
+        if (!size)
+            return size.error();
+        if (*size == 0)
+            return {};
         if (endsEmpty)
-            *endsEmpty = endsInZeros(piece, size);
-        if (to.write(piece, size) != size && !goesOn)
-            return false;
+            *endsEmpty = endsInZeros(piece, *size);
+        platform::Result<> const written = to.write(piece, *size);
+        if (!written && faults == Faults::End)
+            return written;
         oxSleep(pauseMs);
     }
 }
@@ -80,18 +81,18 @@ bool copyPieces(platform::OpenFile & from, platform::OpenFile & to, char * piece
 QString copyWhole(platform::NativeName const & from, platform::NewFile & to, int pauseMs,
                   bool * endsEmpty)
 {
-    auto const status = platform::fileStatus(from);
-    if (!status || status->isFolder)
+    auto const status = platform::statusOfFile(from);
+    if (!status)
         return QStringLiteral("Source file does not exist.");
     QString const failure =
-        pauseMs < 0 ? copyBySystem(from, to) : copyByPieces(from, to, pauseMs, endsEmpty);
+        pauseMs < 0 ? systemText(to.copyFrom(from)) : copyByPieces(from, to, pauseMs, endsEmpty);
     if (!failure.isEmpty())
         return failure;
-    if (!to.file().flush())
-        return oxLastOSError();
-    if (std::int64_t const size = to.file().size(); size < status->size)
+    if (QString const lost = systemText(to.file().flush()); !lost.isEmpty())
+        return lost;
+    if (std::int64_t const size = to.file().size().value_or(-1); size < status->size)
         return QStringLiteral("The copy had %1 of %2 bytes.").arg(size).arg(status->size);
-    to.file().setTimes(status->modified);
+    static_cast<void>(to.file().setTimes(status->modified));
     return {};
 }
 

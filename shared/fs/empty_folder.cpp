@@ -1,5 +1,6 @@
 #include "shared/fs/empty_folder.h"
 
+#include "shared/fs/copy_steps.h"
 #include "shared/fs/native_path.h"
 #include "shared/platform/clock.h"
 #include "shared/platform/folders.h"
@@ -10,7 +11,9 @@
 #include <vector>
 
 using ox::detail::ownSeparator;
+using ox::detail::systemText;
 using ox::platform::FolderTree;
+using ox::platform::Result;
 
 namespace
 {
@@ -32,8 +35,8 @@ class Emptying
     {
         QString const path = folder.endsWith(ownSeparator) ? folder : folder + ownSeparator;
         levels_.push_back({path, {}, {}, false});
-        if (!tree_.open(ox::detail::nativePath(folder)))
-            failed(true, folder);
+        if (Result<> const opened = tree_.open(ox::detail::nativePath(folder)); !opened)
+            failed(true, folder, systemText(opened));
         else if (tree_.isRoot())
             failed(true, folder, QStringLiteral("it is the root of a drive or share."));
         else
@@ -72,8 +75,8 @@ class Emptying
         Entry folder = std::move(level.subfolders.back());
         level.subfolders.pop_back();
         QString const path = level.path + nameOf(folder);
-        if (!tree_.enter(folder)) {
-            failed(true, path);
+        if (Result<> const entered = tree_.enter(folder); !entered) {
+            failed(true, path, systemText(entered));
             return;
         }
         levels_.push_back({path + ownSeparator, std::move(folder), {}, false});
@@ -85,8 +88,8 @@ class Emptying
         Level const left = std::move(levels_.back());
         levels_.pop_back();
         QString const path = left.path.left(left.path.size() - 1);
-        if (!tree_.leave()) {
-            failed(true, path);
+        if (Result<> const gone = tree_.leave(); !gone) {
+            failed(true, path, systemText(gone));
             result_.done = false;
         } else if (left.keepsSomething || isTooYoung(left.folder)) {
             levels_.back().keepsSomething = true;
@@ -102,7 +105,7 @@ class Emptying
         Level & level = levels_.back();
         auto entries = tree_.entries();
         if (!entries) {
-            failed(true, level.path.left(level.path.size() - 1));
+            failed(true, level.path.left(level.path.size() - 1), systemText(entries.error()));
             return false;
         }
         result_.done = true;
@@ -126,8 +129,9 @@ class Emptying
         result_.done = mayGoOn();
         if (!result_.done)
             return false;
-        if (!options_.rehearse && !tree_.remove(entry)) {
-            failed(entry.isFolder, path);
+        Result<> const removed = options_.rehearse ? Result<>() : tree_.remove(entry);
+        if (!removed) {
+            failed(entry.isFolder, path, systemText(removed));
             return true;
         }
         ++result_.count;
@@ -136,9 +140,8 @@ class Emptying
         return true;
     }
 
-    /// What failed stays in the current folder. The reason is the system's last error by default.
-    void failed(bool isFolder, QString const & path,
-                QString const & reason = QString(oxLastOSError()))
+    /// What failed stays in the current folder.
+    void failed(bool isFolder, QString const & path, QString const & reason)
     {
         levels_.back().keepsSomething = true;
         ++result_.failures;

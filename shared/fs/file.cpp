@@ -11,25 +11,27 @@
 #include <cstring>
 #include <limits>
 #include <optional>
-#include <string_view>
+#include <string>
 
 using ox::detail::nativePath;
 using ox::detail::ownSeparator;
-using ox::platform::fileStatus;
+using ox::platform::Content;
 using ox::platform::kindOf;
 using ox::platform::NameKind;
 using ox::platform::NativeName;
-using ox::platform::openUnbuffered;
-using ox::platform::Stream;
-using ox::platform::StreamMode;
+using ox::platform::OpenFile;
+using ox::platform::reportToThread;
+using ox::platform::Result;
+using ox::platform::statusOfFile;
+using ox::platform::Writers;
 
 namespace
 {
 
 bool isFile(NativeName const & name, _oxTime * time = nullptr, __int64 * size = nullptr)
 {
-    auto const status = fileStatus(name);
-    if (!status || status->isFolder)
+    auto const status = statusOfFile(name);
+    if (!status)
         return false;
     if (time)
         *time = _oxTime(static_cast<__int64>(status->modified), true);
@@ -56,7 +58,7 @@ bool isFolderPath(View path)
 /// Deletes a file if it exists. The failure's text, without a closing dot.
 QString deleteExisting(NativeName const & name)
 {
-    if (!isFile(name) || ox::platform::deleteFile(name))
+    if (!isFile(name) || reportToThread(ox::platform::deleteFile(name)))
         return {};
     return QStringLiteral("Unable to delete file, ") + QString(oxLastOSError());
 }
@@ -65,7 +67,10 @@ QString deleteExisting(NativeName const & name)
 bool makeFolder(QString const & path)
 {
     NativeName const name = nativePath(path);
-    return isFolder(name) || ox::platform::createFolder(name) || isFolder(name);
+    if (isFolder(name))
+        return true;
+    Result<> const created = ox::platform::createFolder(name);
+    return created || isFolder(name) || reportToThread(created);
 }
 
 } // namespace
@@ -139,7 +144,7 @@ QString oxDeleteFile(QString const & name)
 
 bool oxDeleteFolder(QString const & path)
 {
-    return ox::platform::deleteFolder(nativePath(path));
+    return reportToThread(ox::platform::deleteFolder(nativePath(path)));
 }
 
 bool oxCreateFolder(QString const & path, bool withParents)
@@ -169,44 +174,43 @@ bool oxRenameFile(QString const & from, QString const & to, bool overwrite)
         if (source == target)
             return true;
         if (isFile(source))
-            return ox::platform::moveOver(source, target);
-        ox::platform::deleteFile(target);
+            return reportToThread(ox::platform::moveOver(source, target));
+        static_cast<void>(ox::platform::deleteFile(target));
         return false;
     }
-    return isFile(source) && ox::platform::moveFile(source, target);
+    return isFile(source) && reportToThread(ox::platform::moveFile(source, target));
 }
 
 bool oxSetFileTime(QString const & name, _oxTime * time)
 {
-    return ox::platform::setFileTimes(nativePath(name),
-                                      time ? std::optional(time->value) : std::nullopt);
+    return reportToThread(ox::platform::setFileTimes(
+        nativePath(name), time ? std::optional(time->value) : std::nullopt));
 }
 
 QString oxWriteBufferToFile(QString name, unsigned char * data, __int64 size)
 {
     constexpr __int64 largestPiece = 0x400000;
-    Stream file = openUnbuffered(nativePath(name), StreamMode::Write);
-    if (!file)
+    Result<OpenFile> file = openForWriting(nativePath(name), Content::Emptied, Writers::Refused);
+    if (!reportToThread(file))
         return QStringLiteral("Unable to write/open file: ") + QString(oxLastOSError());
 
     __int64 done = 0;
     __int64 piece = 0;
-    bool good = true;
-    for (; good && done < size; done += piece) {
+    Result<> result;
+    for (; result && done < size; done += piece) {
         piece = std::min(largestPiece, size - done);
-        good = std::fwrite(data + done, static_cast<std::size_t>(piece), 1, file.get()) == 1;
+        result = file->write(reinterpret_cast<char const *>(data + done),
+                             static_cast<std::size_t>(piece));
     }
-    QString reason = good ? QString() : QString(oxLastOSError());
     // A share may report only now that it has no room for the last piece.
-    if (!closeStream(file) && good)
-        reason = oxLastOSError();
-    if (reason.isEmpty())
+    Result<> const closed = file->close();
+    if (reportToThread(result ? closed : result))
         return {};
     return QStringLiteral("Unable to write %1b (%2/%3 done): ")
                .arg(piece)
                .arg(done - piece)
                .arg(std::max<__int64>(size, 0)) +
-           reason;
+           QString(oxLastOSError());
 }
 
 bool writeToLogFile(_oxString8_evenSize<250> const & name, _oxString8_evenSize<3000> line,
@@ -225,19 +229,22 @@ bool writeToLogFile(QString const & name, _oxString8_evenSize<3000> line, bool o
     text = text.left(text.capacity() - 1); // room for the line break
     text += '\n';
 
-    auto const mode = overwrite ? StreamMode::WriteText : StreamMode::AppendText;
-    Stream file = openUnbuffered(nativePath(name), mode);
+    Result<OpenFile> file = openForWriting(
+        nativePath(name), overwrite ? Content::Emptied : Content::Kept, Writers::Allowed);
     if (!file)
-        return false;
-    bool const good =
-        std::fwrite(text.c_str(), static_cast<std::size_t>(text.size()), 1, file.get()) == 1;
-    return closeStream(file) && good;
+        return reportToThread(file);
+    std::string const lines = ox::platform::textForFile(text.view());
+    Result<> const written = file->write(lines.data(), lines.size());
+    Result<> const closed = file->close();
+    return reportToThread(written ? closed : written);
 }
 
 unsigned int oxGetFreeDriveSpaceMB(QString path)
 {
     constexpr unsigned int unknown = 1000;
-    auto const bytes = path.size() < 3 ? std::nullopt : ox::platform::freeBytes(nativePath(path));
+    if (path.size() < 3)
+        return unknown;
+    Result<std::uint64_t> const bytes = ox::platform::freeBytes(nativePath(path));
     if (!bytes)
         return unknown;
     return static_cast<unsigned int>(
@@ -251,7 +258,7 @@ QString setExecutable_Rights(QString name, bool verbose)
             std::fputs("Not required on windows\n", stdout);
         return {};
     }
-    if (ox::platform::makeExecutable(nativePath(name)))
+    if (reportToThread(ox::platform::makeExecutable(nativePath(name))))
         return {};
     return QStringLiteral("Unable to set executable rights, ") + QString(oxLastOSError());
 }

@@ -73,7 +73,7 @@ class FileSync
         if (oxDirectoryExists(folder))
             return true;
         if (oxDirectoryExists(oxGetDirName(folder)))
-            platform::createFolderForEverybody(nativePath(folder));
+            static_cast<void>(platform::createFolderForEverybody(nativePath(folder)));
         if (oxDirectoryExists(folder))
             return true;
         append(errors_, "Destination folder does not exist! ", folder);
@@ -88,37 +88,39 @@ class FileSync
         QString const failure = copyTo(copy, pause, &endsEmpty);
         if (!failure.isEmpty())
             return failed(Path(failure), source_, " => ", target_);
-        bool const isForEverybody = copy.allowEverybodyToExecute();
-        auto const reason = oxLastOSError8();
-        if ((isReplaced && keepOld(copy, size, time)) || copy.putInPlace())
-            return finished(isForEverybody, reason, endsEmpty);
-        return failed(Path(QString(oxLastOSError())), source_, " => ", target_);
+        QString const refusal = systemText(copy.allowEverybodyToExecute());
+        bool const isDone = isReplaced && keepOld(copy, size, time);
+        QString const misplaced = isDone ? QString() : systemText(copy.putInPlace());
+        if (misplaced.isEmpty())
+            return finished(refusal, endsEmpty);
+        return failed(Path(misplaced), source_, " => ", target_);
     }
 
     QString copyTo(platform::NewFile & copy, int pause, bool * endsEmpty) const
     {
-        if (copy.open(nativePath(target_), platform::NewFile::Links::Replaced) !=
-                platform::NewFile::Opening::Done ||
-            !copy.create(platform::NewFile::Access::Owner))
-            return pause < 0 ? QString(oxLastOSError()) : targetNotOpened();
+        platform::Result<> result =
+            copy.open(nativePath(target_), platform::NewFile::Links::Replaced);
+        if (result)
+            result = copy.create(platform::NewFile::Access::Owner);
+        if (!result)
+            return pause < 0 ? systemText(result) : targetNotOpened();
         return copyWhole(nativePath(source_), copy, pause, endsEmpty);
     }
 
     /// Returns whether another process has just put the same file in place.
     bool keepOld(platform::NewFile & copy, __int64 size, _oxTime time) const
     {
-        using Keeping = platform::NewFile::Keeping;
-        Keeping const keeping = copy.keepPrevious("_old", size, time.value);
-        if (keeping == Keeping::Failed)
+        using Previous = platform::NewFile::Previous;
+        auto const previous = copy.keepPrevious("_old", size, time.value);
+        if (!reportToThread(previous))
             append(errors_, "Unable to rename file! ", target_, " ", oxLastOSError8().c_str());
-        return keeping == Keeping::IsUpToDate;
+        return previous && *previous == Previous::IsUpToDate;
     }
 
-    template <typename Text>
-    Result finished(bool isForEverybody, Text const & reason, bool endsEmpty) const
+    Result finished(QString const & refusal, bool endsEmpty) const
     {
-        if (!isForEverybody)
-            return failed("Unable to set execute rights on file! ", target_, " ", reason.c_str());
+        if (!refusal.isEmpty())
+            return failed("Unable to set execute rights on file! ", target_, " ", Path(refusal));
         append(info_, "Copied ", source_, " => ", target_, ". ");
         return endsEmpty ? Result::LastByteEmpty : Result::UpToDate;
     }

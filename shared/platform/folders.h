@@ -1,10 +1,10 @@
 #pragma once
 
 #include "shared/platform/file_names.h"
+#include "shared/platform/result.h"
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <vector>
 
 namespace ox::platform
@@ -66,28 +66,26 @@ class FolderTree
     FolderTree(FolderTree const &) = delete;
     FolderTree & operator=(FolderTree const &) = delete;
 
-    // The calls below fail with the system's last error set.
-
     /// Begins in a folder; a link to one fails.
-    bool open(NativeName const & folder);
+    Result<> open(NativeName const & folder);
 
     /// Whether the current folder is the root of a drive, a share or a mounted file system. Also
     /// true when that cannot be told.
     bool isRoot() const;
 
     /// What is in the current folder.
-    std::optional<std::vector<Entry>> entries() const;
+    Result<std::vector<Entry>> entries() const;
 
     /// Goes into a real folder of the current one.
-    bool enter(Entry const & folder);
+    Result<> enter(Entry const & folder);
 
     /// Goes back to where the current folder was entered from. Fails when it was moved elsewhere
     /// meanwhile; the tree can then no longer be used.
-    bool leave();
+    Result<> leave();
 
     /// Deletes an entry of the current folder: a file, also a read-only one, a link and not what
-    /// it points to, or an empty folder. True as well when it is gone already.
-    bool remove(Entry const & entry);
+    /// it points to, or an empty folder. Succeeds as well when it is gone already.
+    Result<> remove(Entry const & entry);
 
   private:
     struct System;

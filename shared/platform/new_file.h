@@ -16,15 +16,13 @@ namespace ox::platform
 /// target's folder, which stays open, and everything is done through its descriptor or handle.
 ///
 /// A temporary file that outlives its process is removed by the next NewFile in the folder
-/// (docs/platforms.md describes how it is told from one in use). A failure sets the system's last
-/// error.
+/// (docs/platforms.md describes how it is told from one in use).
 class NewFile
 {
   public:
     /// Whether the file takes the place of a link or of what the link leads to. With Followed, an
     /// existing file's mode, and as root its owner, pass to the new one.
     enum class Links { Replaced, Followed };
-    enum class Opening { Done, NotAFile, Failed };
 
     NewFile();
     /// Removes the file unless it is in its place.
@@ -32,10 +30,10 @@ class NewFile
     NewFile(NewFile const &) = delete;
     NewFile & operator=(NewFile const &) = delete;
 
-    /// Opens the folder of a target, which need not exist. Creates nothing. NotAFile for a folder,
-    /// and with Links::Followed for everything that is no regular file. As root, fails for a link
-    /// of another user that is to be followed.
-    Opening open(NativeName const & target, Links links);
+    /// Opens the folder of a target, which need not exist. Creates nothing. Fails (NotAFile) for a
+    /// folder, and with Links::Followed for everything that is no regular file. As root, fails for
+    /// a link of another user that is to be followed.
+    Result<> open(NativeName const & target, Links links);
 
     /// The name under which the previous file can be read, whatever happens to the target's name.
     /// Empty when there is none.
@@ -45,7 +43,7 @@ class NewFile
     enum class Access { Owner, ByMask };
 
     /// Creates the empty file. Only after `open`.
-    bool create(Access access);
+    Result<> create(Access access);
 
     /// The file, open for writing. Only after `create`.
     OpenFile & file();
@@ -53,12 +51,12 @@ class NewFile
     /// Makes the file a copy of another in the fastest way that the system has, with its times and,
     /// unless the mode is the previous file's, its permission bits. A source that has holes keeps
     /// them where the system can.
-    bool copyFrom(NativeName const & source);
+    Result<> copyFrom(NativeName const & source);
 
     /// Runs a function that writes the file under a name that it is given, and that no other user
-    /// can redirect. False with the last error set when the file is another one afterwards.
+    /// can redirect. Fails when the file is another one afterwards.
     template <typename Write>
-    bool writeByName(Write const & write)
+    Result<> writeByName(Write const & write)
     {
         NativeName const name = beginWritingByName();
         write(name);
@@ -66,27 +64,27 @@ class NewFile
     }
 
     /// Size in bytes so far. May be called on another thread while the file is written.
-    std::int64_t size() const;
+    Result<std::int64_t> size() const;
 
     /// Adds the rights to read, write and execute the file for every user.
-    bool allowEverybodyToExecute();
+    Result<> allowEverybodyToExecute();
 
-    enum class Keeping { Done, NoPrevious, IsUpToDate, Failed };
+    enum class Previous { Kept, None, IsUpToDate };
 
     /// Gives the previous file a second name, the target's with a suffix, in place of what has it.
     /// IsUpToDate, without a change, when the target has the given size and time, since another
     /// process has just replaced it.
-    Keeping keepPrevious(char const * suffix, std::int64_t size, std::int64_t modified);
+    Result<Previous> keepPrevious(char const * suffix, std::int64_t size, std::int64_t modified);
 
     /// Gives the file the target's name. The content should be flushed before.
-    bool putInPlace();
+    Result<> putInPlace();
 
     /// Removes the file unless it is in its place.
     void remove();
 
   private:
     NativeName beginWritingByName();
-    bool endWritingByName();
+    Result<> endWritingByName();
 
     struct System;
     std::unique_ptr<System> system_;

@@ -5,22 +5,23 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <memory>
+#include <string>
+#include <string_view>
 #include <utility>
 
-#include <zlib.h>
+struct gzFile_s;
 
 namespace ox::platform
 {
 
 /// An open file. Every operation goes through its descriptor or handle and never through its name,
-/// so that all of them mean the same file. A failure sets the system's last error.
+/// so that all of them mean the same file. Child processes do not inherit it.
 class OpenFile
 {
   public:
     OpenFile() = default;
     explicit OpenFile(std::intptr_t handle) : handle_(handle) {}
+    /// Closes the file and leaves the thread's last error unchanged.
     ~OpenFile();
     OpenFile(OpenFile && other) noexcept : handle_(other.release()) {}
     OpenFile & operator=(OpenFile && other) noexcept
@@ -34,20 +35,20 @@ class OpenFile
     /// Hands the open file over to the caller.
     std::intptr_t release() { return std::exchange(handle_, none); }
 
-    /// Reads up to `size` bytes. Returns their number, 0 at the end of the file, -1 on failure.
-    std::int64_t read(char * data, std::size_t size);
-    /// Writes `size` bytes. Returns how many were written: fewer on failure.
-    std::size_t write(char const * data, std::size_t size);
+    /// Reads `size` bytes, fewer only at the end of the file. Returns their number.
+    Result<std::size_t> read(char * data, std::size_t size);
+    /// Writes `size` bytes. `written`, if given, is how many of them were written, also on failure.
+    Result<> write(char const * data, std::size_t size, std::size_t * written = nullptr);
     /// Moves the position of the next read to a byte of the file.
-    bool seek(std::int64_t position);
-    /// Size in bytes, -1 on failure.
-    std::int64_t size() const;
+    Result<> seek(std::int64_t position);
+    /// Size in bytes.
+    Result<std::int64_t> size() const;
     /// Sets every time that a file has to a number of seconds since 1970-01-01 UTC.
-    bool setTimes(std::int64_t seconds);
-    /// Waits until the system has stored the content. True as well where it knows no such wait.
-    bool flush();
-    /// Closes the file. False when the system reports only now that something was not written.
-    bool close();
+    Result<> setTimes(std::int64_t seconds);
+    /// Waits until the system has stored the content. Succeeds where it knows no such wait.
+    Result<> flush();
+    /// Closes the file. Fails when the system reports only now that something was not written.
+    Result<> close();
 
   private:
     static constexpr std::intptr_t none = -1;
@@ -55,66 +56,36 @@ class OpenFile
     std::intptr_t handle_ = none;
 };
 
-/// Whether other processes may have a file open for writing while it is read, on a system that can
-/// refuse that.
+// The calls below never wait for another process: a named pipe fails (NotAFile), as do a folder and
+// a socket.
+
+/// Whether other processes may write a file while it is open here, on a system that can refuse
+/// that. Where they may not while it is written here, they may not read it either.
 enum class Writers { Refused, Allowed };
 
-/// Opens a file, a device or an unnamed pipe (/dev/stdin) for reading. Never waits for another
-/// process. Refuses a folder and a named pipe.
-OpenFile openForReading(NativeName const & name, Writers writers);
-
-enum class Taken { Fails, IsReplaced };
-
-/// Creates a file for writing. What the name means already makes it fail or, a file or link, is
-/// removed.
-OpenFile createFile(NativeName const & name, Taken taken);
+/// Opens a file, a device or the unnamed pipe behind /dev/stdin for reading.
+Result<OpenFile> openForReading(NativeName const & name, Writers writers);
 
 enum class Content { Kept, Emptied };
 
-/// Opens a file in place for writing at its end, and creates it when it is missing. Refuses what is
-/// no regular file, and as root a link that another user made.
-OpenFile openInPlace(NativeName const & name, Content content);
+/// Opens a file for writing, at its end or emptied, and creates it when it is missing. Links are
+/// followed. Also opens a device that is no disk, and the unnamed pipe behind /dev/stdout.
+Result<OpenFile> openForWriting(NativeName const & name, Content content, Writers writers);
 
-enum class StreamMode { Read, Write, Append, WriteText, AppendText, ReadShared, WriteShared };
+/// As openForWriting with Writers::Allowed, for regular files only. As root, refuses a link that
+/// another user made.
+Result<OpenFile> openInPlace(NativeName const & name, Content content);
 
-/// Opens a file; the text modes write "\n" as the system ends its lines, the others write bytes.
-/// Write truncates or creates, Append creates. The shared modes and those of logs (Append and the
-/// text modes) let others write the file meanwhile, where Read and Write refuse that on a system
-/// that can. Null on failure, with the system's last error set. The stream is not inherited by
-/// child processes.
-///
-/// Opening never waits for another process: a named pipe fails, as do a folder and a socket. A
-/// device can be opened, and so can the pipe behind /dev/stdin; only disks are not written.
-std::FILE * openStream(NativeName const & name, StreamMode mode);
+enum class Taken { Fails, IsReplaced };
 
-/// Leaves the last error as it is, since a stream is also closed after a read or write failed.
-struct CloseStream {
-    void operator()(std::FILE * stream) const
-    {
-        KeptError const kept;
-        std::fclose(stream);
-    }
-};
-using Stream = std::unique_ptr<std::FILE, CloseStream>;
+/// Creates a file for writing. What has the name already makes it fail or, a file or link, is
+/// removed.
+Result<OpenFile> createFile(NativeName const & name, Taken taken);
 
-/// Opens a file whose every read and write goes straight to the system, so that a full disk shows
-/// at the write that it cuts short. Null on failure, with the system's last error set.
-inline Stream openUnbuffered(NativeName const & name, StreamMode mode)
-{
-    Stream stream(openStream(name, mode));
-    if (stream)
-        std::setvbuf(stream.get(), nullptr, _IONBF, 0);
-    return stream;
-}
+/// Lines that end with "\n", as the text files of the system end them.
+std::string textForFile(std::string_view lines);
 
-/// Closes a stream. False when the system reports only now that something could not be written.
-inline bool closeStream(Stream & stream)
-{
-    return std::fclose(stream.release()) == 0;
-}
-
-/// Opens a gzip file for reading or writing (mode "rb" or "wb" of zlib, its default level), as
-/// openStream opens a file. Null on failure, with the system's last error set.
-gzFile openGzip(NativeName const & name, StreamMode mode);
+/// Opens a gzip file of zlib, at its default level, in place of an open file.
+Result<gzFile_s *> openGzip(OpenFile file, char const * mode);
 
 } // namespace ox::platform

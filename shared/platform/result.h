@@ -14,6 +14,7 @@ enum class ErrorKind { Other, NotFound, AlreadyExists, InUse, AccessDenied, NotA
 struct Error {
     int code = 0;           ///< the system's number
     char const * step = ""; ///< the system call or step that failed, where a facade names it
+    ErrorKind cause = ErrorKind::Other; ///< where the facade knows more than the number tells
 
     ErrorKind kind() const;
 };

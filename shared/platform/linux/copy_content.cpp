@@ -19,28 +19,27 @@ constexpr off_t copyAtOnce = off_t{64} << 20;
 constexpr off_t readAtOnce = off_t{1} << 20;
 constexpr off_t toTheEnd = std::numeric_limits<off_t>::max();
 
-bool copyByReading(OpenFile & from, OpenFile & to, off_t size)
+Result<> copyByReading(OpenFile & from, OpenFile & to, off_t size)
 {
     std::unique_ptr<char[]> const piece(new (std::nothrow) char[readAtOnce]);
-    if (!piece) {
-        errno = ENOMEM;
-        return false;
-    }
+    if (!piece)
+        return Error{ENOMEM};
     while (size > 0) {
-        std::int64_t const count =
+        Result<std::size_t> const length =
             from.read(piece.get(), static_cast<std::size_t>(std::min(size, readAtOnce)));
-        if (count <= 0)
-            return count == 0;
-        auto const length = static_cast<std::size_t>(count);
-        if (to.write(piece.get(), length) != length)
-            return false;
-        size -= count;
+        if (!length)
+            return length.error();
+        if (*length == 0)
+            break;
+        if (Result<> const written = to.write(piece.get(), *length); !written)
+            return written;
+        size -= static_cast<off_t>(*length);
     }
-    return true;
+    return {};
 }
 
 /// Copies from the position of one file to that of another.
-bool copyBytes(OpenFile & from, OpenFile & to, off_t size)
+Result<> copyBytes(OpenFile & from, OpenFile & to, off_t size)
 {
     ssize_t copied = 1;
     for (; size > 0 && copied > 0; size -= std::max<ssize_t>(copied, 0))
@@ -52,34 +51,45 @@ bool copyBytes(OpenFile & from, OpenFile & to, off_t size)
     return copyByReading(from, to, size);
 }
 
+Result<> seekBoth(OpenFile & from, OpenFile & to, off_t position)
+{
+    Result<> const moved = from.seek(position);
+    return moved ? to.seek(position) : moved;
+}
+
 /// Copies the parts of a file that are no holes, and leaves both positions behind the last of them.
-bool copyAroundHoles(OpenFile & from, OpenFile & to)
+Result<> copyAroundHoles(OpenFile & from, OpenFile & to)
 {
     int const source = static_cast<int>(from.handle());
     off_t hole = 0;
     for (;;) {
         off_t const data = ::lseek(source, hole, SEEK_DATA);
         if (data < 0 && errno == ENXIO) { // the rest is a hole
-            off_t const size = std::max<off_t>(hole, from.size());
-            return ::ftruncate(static_cast<int>(to.handle()), size) == 0 && from.seek(size) &&
-                   to.seek(size);
+            off_t const size = std::max<off_t>(hole, from.size().value_or(0));
+            if (::ftruncate(static_cast<int>(to.handle()), size) != 0)
+                return lastError();
+            return seekBoth(from, to, size);
         }
         off_t const end = data < 0 ? data : ::lseek(source, data, SEEK_HOLE);
         if (end < 0) // the file system does not report holes
-            return from.seek(hole) && to.seek(hole);
-        if (!from.seek(data) || !to.seek(data) || !copyBytes(from, to, end - data))
-            return false;
+            return seekBoth(from, to, hole);
+        Result<> result = seekBoth(from, to, data);
+        if (result)
+            result = copyBytes(from, to, end - data);
+        if (!result)
+            return result;
         hole = end;
     }
 }
 
 } // namespace
 
-bool copyContent(OpenFile & from, struct stat const & source, OpenFile & to)
+Result<> copyContent(OpenFile & from, struct stat const & source, OpenFile & to)
 {
     constexpr off_t blockUnit = 512;
     bool const hasHoles = S_ISREG(source.st_mode) && source.st_blocks * blockUnit < source.st_size;
-    return (!hasHoles || copyAroundHoles(from, to)) && copyBytes(from, to, toTheEnd);
+    Result<> const skipped = hasHoles ? copyAroundHoles(from, to) : Result<>();
+    return skipped ? copyBytes(from, to, toTheEnd) : skipped;
 }
 
 void copyAttributes(OpenFile & file, struct stat const & source, bool mode)

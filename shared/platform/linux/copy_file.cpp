@@ -10,51 +10,46 @@
 
 namespace ox::platform
 {
-namespace
-{
 
-bool fail(int error)
+Result<> copyFile(NativeName const & from, NativeName const & to, bool failIfExists,
+                  std::optional<std::int64_t> modified)
 {
-    errno = error;
-    return false;
-}
-
-} // namespace
-
-bool copyFile(NativeName const & from, NativeName const & to, bool failIfExists,
-              std::optional<std::int64_t> modified)
-{
-    OpenFile source = openForReading(from, Writers::Allowed);
+    Result<OpenFile> source = openForReading(from, Writers::Allowed);
     struct stat status;
     Place place;
-    if (!source.isOpen() || ::fstat(static_cast<int>(source.handle()), &status) != 0 ||
-        !place.open(to))
-        return false;
-    OpenFile target = createAt(place, failIfExists ? Taken::Fails : Taken::IsReplaced, 0600);
-    if (!target.isOpen())
-        return false;
-    if (copyContent(source, status, target)) {
-        copyAttributes(target, status, true);
-        [[maybe_unused]] bool const hasTimes = !modified || target.setTimes(*modified);
-        if (target.close())
-            return true;
+    if (!source)
+        return source.error();
+    if (::fstat(static_cast<int>(source->handle()), &status) != 0)
+        return lastError();
+    if (Result<> const opened = place.open(to); !opened)
+        return opened;
+    Result<OpenFile> target =
+        createAt(place, failIfExists ? Taken::Fails : Taken::IsReplaced, 0600);
+    if (!target)
+        return target.error();
+    Result<> result = copyContent(*source, status, *target);
+    if (result) {
+        copyAttributes(*target, status, true);
+        if (modified)
+            static_cast<void>(target->setTimes(*modified));
+        result = target->close();
     }
-    int const error = errno;
-    ::unlinkat(place.folder(), place.name.c_str(), 0);
-    return fail(error);
+    if (!result)
+        ::unlinkat(place.folder(), place.name.c_str(), 0);
+    return result;
 }
 
-bool mayReplace(NativeName const & target, NativeName const & source)
+Result<> mayReplace(NativeName const & target, NativeName const & source)
 {
     struct stat first;
     struct stat second;
     if (::stat(target.c_str(), &first) != 0)
-        return true;
+        return {};
     if (!S_ISREG(first.st_mode))
-        return fail(S_ISDIR(first.st_mode) ? EISDIR : ENOTSUP);
+        return Error{S_ISDIR(first.st_mode) ? EISDIR : ENOTSUP};
     bool const isSame = ::stat(source.c_str(), &second) == 0 && first.st_dev == second.st_dev &&
                         first.st_ino == second.st_ino;
-    return !isSame || fail(EEXIST);
+    return isSame ? Result<>(Error{EEXIST}) : Result<>();
 }
 
 } // namespace ox::platform

@@ -3,6 +3,7 @@
 #include "shared/platform/linux/descriptor.h"
 #include "shared/platform/linux/place.h"
 
+#include <cerrno>
 #include <memory>
 #include <string>
 
@@ -23,26 +24,32 @@ NativeName withoutSeparatorsAtEnd(NativeName name)
 }
 
 /// Opens what a name means for a change of its rights.
-int openToChange(NativeName const & name)
+Result<OpenFile> openToChange(NativeName const & name)
 {
     constexpr int flags = O_PATH | O_CLOEXEC;
     Place place;
-    if (!place.open(name)) // a name such as "." or "/" is no link
-        return errno == EISDIR ? ::open(name.c_str(), flags) : -1;
-    if (!place.followLinks())
-        return -1;
-    return ::openat(place.folder(), place.name.c_str(), flags | O_NOFOLLOW);
+    Result<> found = place.open(name);
+    bool const isNoLink = !found && found.error().code == EISDIR; // a name such as "." or "/"
+    if (found)
+        found = place.followLinks();
+    if (!found && !isNoLink)
+        return found.error();
+    OpenFile file(isNoLink ? ::open(name.c_str(), flags)
+                           : ::openat(place.folder(), place.name.c_str(), flags | O_NOFOLLOW));
+    if (!file.isOpen())
+        return lastError();
+    return file;
 }
 
-bool addAllBits(int descriptor)
+Result<> addAllBits(OpenFile const & file)
 {
     struct stat status;
-    if (::fstat(descriptor, &status) != 0)
-        return false;
+    if (::fstat(static_cast<int>(file.handle()), &status) != 0)
+        return lastError();
     ::mode_t const mode = status.st_mode & 07777;
+    std::string const path = "/proc/self/fd/" + std::to_string(file.handle());
     // Changed only where needed: only the owner may.
-    return (mode & 0777) == 0777 ||
-           ::chmod(("/proc/self/fd/" + std::to_string(descriptor)).c_str(), mode | 0777) == 0;
+    return resultOf((mode & 0777) == 0777 || ::chmod(path.c_str(), mode | 0777) == 0);
 }
 
 struct CloseFolder {
@@ -65,36 +72,35 @@ bool isEmpty(int folder)
 
 } // namespace
 
-bool allowEverybodyToExecute(NativeName const & file)
+Result<> allowEverybodyToExecute(NativeName const & file)
 {
-    Descriptor const opened(openToChange(file));
-    return opened.isOpen() && addAllBits(opened.get());
+    Result<OpenFile> const opened = openToChange(file);
+    return opened ? addAllBits(*opened) : opened.error();
 }
 
-bool allowEverybodyToFill(NativeName const & folder, bool)
+Result<> allowEverybodyToFill(NativeName const & folder, bool)
 {
     return allowEverybodyToExecute(
         withoutSeparatorsAtEnd(folder)); // the same bits let it be entered
 }
 
-bool createFolderForEverybody(NativeName const & folder)
+Result<> createFolderForEverybody(NativeName const & folder)
 {
     Place place;
-    if (!place.open(withoutSeparatorsAtEnd(folder)) ||
-        ::mkdirat(place.folder(), place.name.c_str(), 0777) != 0)
-        return false;
+    if (Result<> const opened = place.open(withoutSeparatorsAtEnd(folder)); !opened)
+        return opened;
+    if (::mkdirat(place.folder(), place.name.c_str(), 0777) != 0)
+        return lastError();
     Descriptor const made(::openat(place.folder(), place.name.c_str(),
                                    O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     // Another user who may write in the parent can put another folder there meanwhile.
     struct stat status;
     if (!made.isOpen() || ::fstat(made.get(), &status) != 0)
-        return false;
-    if (!isEmpty(made.get())) {
-        errno = EEXIST;
-        return false;
-    }
-    return (status.st_mode & 0777) == 0777 ||
-           ::fchmod(made.get(), (status.st_mode & 07777) | 0777) == 0;
+        return lastError();
+    if (!isEmpty(made.get()))
+        return Error{EEXIST};
+    return resultOf((status.st_mode & 0777) == 0777 ||
+                    ::fchmod(made.get(), (status.st_mode & 07777) | 0777) == 0);
 }
 
 } // namespace ox::platform

@@ -8,9 +8,7 @@
 #include <string>
 
 #include <fcntl.h>
-#include <linux/magic.h>
 #include <sys/stat.h>
-#include <sys/statfs.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
@@ -20,16 +18,14 @@ namespace
 {
 
 /// Moves a file with its permission bits and times to a name on another file system.
-bool moveByCopying(NativeName const & from, NativeName const & to)
+Result<> moveByCopying(NativeName const & from, NativeName const & to)
 {
-    if (!copyFile(from, to, true))
-        return false;
-    if (::unlink(from.c_str()) == 0)
-        return true;
-    int const error = errno;
-    ::unlink(to.c_str());
-    errno = error;
-    return false;
+    if (Result<> const copied = copyFile(from, to, true); !copied)
+        return copied;
+    Result<> const unlinked = resultOf(::unlink(from.c_str()) == 0);
+    if (!unlinked)
+        ::unlink(to.c_str());
+    return unlinked;
 }
 
 bool isOneFile(struct stat const & one, struct stat const & other)
@@ -67,30 +63,29 @@ bool isOneEntry(NativeName const & one, NativeName const & other)
 
 /// Renames a file to another of its own names. A rename from one to the other does nothing, which
 /// is why a third name stands between.
-bool renameToOwnName(NativeName const & from, NativeName const & to, bool hasHardLinks)
+Result<> renameToOwnName(NativeName const & from, NativeName const & to, bool hasHardLinks)
 {
     if (isOneEntry(from, to))
-        return true;
+        return {};
     NativeName const between = from + "~ox" + std::to_string(::getpid());
-    if (renameToNewName(from.c_str(), between.c_str()) != Renaming::Done)
-        return false;
+    if (Result<> const renamed = renameToNewName(from.c_str(), between.c_str()); !renamed)
+        return renamed;
     struct stat target;
     bool const isHardLink = hasHardLinks && ::lstat(to.c_str(), &target) == 0;
-    if (isHardLink ? ::unlink(between.c_str()) == 0 : ::rename(between.c_str(), to.c_str()) == 0)
-        return true;
-    int const error = errno;
-    renameToNewName(between.c_str(), from.c_str());
-    errno = error;
-    return false;
+    Result<> const result = resultOf(isHardLink ? ::unlink(between.c_str()) == 0
+                                                : ::rename(between.c_str(), to.c_str()) == 0);
+    if (!result)
+        static_cast<void>(renameToNewName(between.c_str(), from.c_str()));
+    return result;
 }
 
 } // namespace
 
-std::optional<FileStatus> fileStatus(NativeName const & name)
+Result<FileStatus> fileStatus(NativeName const & name)
 {
     struct stat status;
     if (::stat(name.c_str(), &status) != 0)
-        return std::nullopt;
+        return lastError();
     return FileStatus{S_ISDIR(status.st_mode), status.st_size, status.st_mtim.tv_sec};
 }
 
@@ -102,92 +97,87 @@ NameKind kindOf(NativeName const & name)
     return status->isFolder ? NameKind::Folder : NameKind::File;
 }
 
-bool deleteFile(NativeName const & name)
+Result<> deleteFile(NativeName const & name)
 {
-    return ::unlink(name.c_str()) == 0 || (errno == ENOENT && !name.empty());
+    return resultOf(::unlink(name.c_str()) == 0 || (errno == ENOENT && !name.empty()));
 }
 
-bool moveFile(NativeName const & from, NativeName const & to)
+Result<> moveFile(NativeName const & from, NativeName const & to)
 {
-    if (renameToNewName(from.c_str(), to.c_str()) == Renaming::Done)
-        return true;
-    return errno == EXDEV && moveByCopying(from, to);
+    Result<> const renamed = renameToNewName(from.c_str(), to.c_str());
+    return renamed || renamed.error().code != EXDEV ? renamed : moveByCopying(from, to);
 }
 
-bool moveOver(NativeName const & from, NativeName const & to)
+Result<> moveOver(NativeName const & from, NativeName const & to)
 {
     struct stat source;
     struct stat target;
     if (::lstat(from.c_str(), &source) != 0 || ::lstat(to.c_str(), &target) != 0)
-        return false;
+        return lastError();
     if (isOneFile(source, target))
         return renameToOwnName(from, to, source.st_nlink > 1);
     struct stat linked;
-    if (S_ISLNK(source.st_mode) && ::stat(from.c_str(), &linked) == 0 &&
-        isOneFile(linked, target)) {
-        errno = EEXIST;
-        return false;
-    }
+    if (S_ISLNK(source.st_mode) && ::stat(from.c_str(), &linked) == 0 && isOneFile(linked, target))
+        return Error{EEXIST};
     if (::rename(from.c_str(), to.c_str()) == 0)
-        return true;
-    return errno == EXDEV && deleteFile(to) && moveByCopying(from, to);
+        return {};
+    if (errno != EXDEV)
+        return lastError();
+    Result<> const deleted = deleteFile(to);
+    return deleted ? moveByCopying(from, to) : deleted;
 }
 
-bool createFolder(NativeName const & name)
+Result<> createFolder(NativeName const & name)
 {
-    return ::mkdir(name.c_str(), 0777) == 0;
+    return resultOf(::mkdir(name.c_str(), 0777) == 0);
 }
 
-bool deleteFolder(NativeName const & name)
+Result<> deleteFolder(NativeName const & name)
 {
-    return ::rmdir(name.c_str()) == 0;
+    return resultOf(::rmdir(name.c_str()) == 0);
 }
 
-bool setFileTimes(NativeName const & name, std::optional<std::int64_t> seconds)
+Result<> setFileTimes(NativeName const & name, std::optional<std::int64_t> seconds)
 {
     timespec const time = seconds ? timespec{*seconds, 0} : timespec{0, UTIME_NOW};
     timespec const accessAndModification[] = {time, time};
-    return ::utimensat(AT_FDCWD, name.c_str(), accessAndModification, 0) == 0;
+    return resultOf(::utimensat(AT_FDCWD, name.c_str(), accessAndModification, 0) == 0);
 }
 
 bool const hasExecutableBits = true;
 
-bool makeExecutable(NativeName const & name)
+Result<> makeExecutable(NativeName const & name)
 {
     struct stat status;
-    return ::stat(name.c_str(), &status) == 0 &&
-           ::chmod(name.c_str(), (status.st_mode & 07777) | 0111) == 0;
+    return resultOf(::stat(name.c_str(), &status) == 0 &&
+                    ::chmod(name.c_str(), (status.st_mode & 07777) | 0111) == 0);
 }
 
-std::optional<std::uint64_t> freeBytes(NativeName const & path)
+Result<std::uint64_t> freeBytes(NativeName const & path)
 {
     if (!path.starts_with(ownSeparator))
-        return std::nullopt;
+        return Error{EINVAL};
     NativeName existing = path;
     struct statvfs status;
     while (::statvfs(existing.c_str(), &status) != 0) {
         if ((errno != ENOENT && errno != ENOTDIR) || existing.size() <= 1)
-            return std::nullopt;
+            return lastError();
         existing.resize(std::max<std::size_t>(existing.rfind(ownSeparator), 1));
     }
     return std::uint64_t{status.f_bavail} * status.f_frsize;
 }
 
-Renaming renameToNewName(NativeChar const * from, NativeChar const * to)
+Result<> renameToNewName(NativeChar const * from, NativeChar const * to)
 {
     if (::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0)
-        return Renaming::Done;
+        return {};
+    if (errno != EINVAL && errno != ENOSYS)
+        return lastError();
     // Not every file system can do it in one step.
-    if (errno == EINVAL || errno == ENOSYS) {
-        struct stat status;
-        if (::lstat(to, &status) == 0)
-            errno = EEXIST;
-        else if (::rename(from, to) == 0)
-            return Renaming::Done;
-    }
-    if (errno == EEXIST)
-        return Renaming::NameIsTaken;
-    return errno == ENOENT ? Renaming::NoSuchFile : Renaming::Failed;
+    struct stat status;
+    if (::lstat(to, &status) == 0)
+        return Error{EEXIST};
+    return resultOf(::rename(from, to) == 0);
 }
 
 } // namespace ox::platform

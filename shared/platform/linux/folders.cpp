@@ -220,25 +220,23 @@ struct FolderTree::System {
     std::vector<Identity> above;
 
     int folder() const { return current->get(); }
-    bool moveTo(std::unique_ptr<Descriptor> & other)
-    {
-        current = std::move(other);
-        return true;
-    }
 };
 
 FolderTree::FolderTree() : system_(std::make_unique<System>()) {}
 
 FolderTree::~FolderTree() = default;
 
-bool FolderTree::open(NativeName const & folder)
+Result<> FolderTree::open(NativeName const & folder)
 {
     // With a separator at its end a link would be followed.
     NativeName name = folder;
     while (name.size() > 1 && name.ends_with(ownSeparator))
         name.pop_back();
     auto opened = std::make_unique<Descriptor>(openFolder(AT_FDCWD, name.c_str()));
-    return opened->isOpen() && system_->moveTo(opened);
+    if (!opened->isOpen())
+        return lastError();
+    system_->current = std::move(opened);
+    return {};
 }
 
 bool FolderTree::isRoot() const
@@ -250,13 +248,13 @@ bool FolderTree::isRoot() const
            isMountPoint(folder);
 }
 
-std::optional<std::vector<FolderTree::Entry>> FolderTree::entries() const
+Result<std::vector<FolderTree::Entry>> FolderTree::entries() const
 {
     Descriptor again(openFolder(system_->folder(), "."));
     std::unique_ptr<DIR, CloseFolder> const folder(again.isOpen() ? ::fdopendir(again.get())
                                                                   : nullptr);
     if (!folder)
-        return std::nullopt;
+        return lastError();
     again.release();
     std::vector<Entry> entries;
     errno = 0;
@@ -272,46 +270,47 @@ std::optional<std::vector<FolderTree::Entry>> FolderTree::entries() const
         entries.push_back({name, isFolder, isFolder ? 0 : status.st_size, status.st_mtim.tv_sec});
         errno = 0;
     }
-    return errno == 0 ? std::optional(std::move(entries)) : std::nullopt;
+    if (errno != 0)
+        return lastError();
+    return entries;
 }
 
-bool FolderTree::enter(Entry const & folder)
+Result<> FolderTree::enter(Entry const & folder)
 {
     auto const here = identityOf(system_->folder(), ".");
     auto opened = std::make_unique<Descriptor>(openFolder(system_->folder(), folder.name.c_str()));
     if (!here || !opened->isOpen())
-        return false;
+        return lastError();
     // Where this cannot be asked there would be no way back.
     auto const above = identityOf(opened->get(), "..");
     auto const there = identityOf(opened->get(), ".");
     if (!above || !there)
-        return false;
-    if (above != here || there->device != here->device || isMountPoint(opened->get())) {
-        errno = EBUSY;
-        return false;
-    }
+        return lastError();
+    if (above != here || there->device != here->device || isMountPoint(opened->get()))
+        return Error{EBUSY};
     system_->above.push_back(*here);
-    return system_->moveTo(opened);
+    system_->current = std::move(opened);
+    return {};
 }
 
-bool FolderTree::leave()
+Result<> FolderTree::leave()
 {
     auto opened = std::make_unique<Descriptor>(openFolder(system_->folder(), ".."));
     auto const there = opened->isOpen() ? identityOf(opened->get(), ".") : std::nullopt;
     if (!there)
-        return false;
-    if (there != system_->above.back()) {
-        errno = ESTALE;
-        return false;
-    }
+        return lastError();
+    if (there != system_->above.back())
+        return Error{ESTALE};
     system_->above.pop_back();
-    return system_->moveTo(opened);
+    system_->current = std::move(opened);
+    return {};
 }
 
-bool FolderTree::remove(Entry const & entry)
+Result<> FolderTree::remove(Entry const & entry)
 {
     int const kind = entry.isFolder ? AT_REMOVEDIR : 0;
-    return ::unlinkat(system_->folder(), entry.name.c_str(), kind) == 0 || errno == ENOENT;
+    return resultOf(::unlinkat(system_->folder(), entry.name.c_str(), kind) == 0 ||
+                    errno == ENOENT);
 }
 
 } // namespace ox::platform

@@ -158,20 +158,17 @@ struct NewFile::System {
     NativeName temporary; ///< empty when there is no file under it
     OpenFile file;
 
-    bool createAs(NativeName const & name, mode_t mode);
-    bool takePreviousRights();
+    Result<> createAs(NativeName const & name, mode_t mode);
+    Result<> takePreviousRights();
 };
 
-/// False with errno 0 when the name is taken and another should be tried.
-bool NewFile::System::createAs(NativeName const & name, mode_t mode)
+/// Fails with AlreadyExists when the name is taken and another should be tried.
+Result<> NewFile::System::createAs(NativeName const & name, mode_t mode)
 {
     int const flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
     OpenFile created(::openat(place.folder(), name.c_str(), flags, mode));
-    if (!created.isOpen()) {
-        if (errno == EEXIST)
-            errno = 0;
-        return false;
-    }
+    if (!created.isOpen())
+        return lastError();
     // A process that removes left files may have been faster; then the name is gone. Not every
     // share has inode numbers to compare. Where there are no flocks, nobody removes any file.
     struct stat opened;
@@ -179,64 +176,67 @@ bool NewFile::System::createAs(NativeName const & name, mode_t mode)
     bool const isLocked = takeFlock(descriptorOf(created)) || errno != EWOULDBLOCK;
     bool const isNamed =
         isLocked && ::fstat(descriptorOf(created), &opened) == 0 && place.status(named, name);
-    if (!isNamed) {
-        errno = 0;
-        return false;
-    }
+    if (!isNamed)
+        return Error{EEXIST};
     temporary = name;
     file = std::move(created);
     removeLeftFiles(place.folder(), opened.st_ctim);
-    return true;
+    return {};
 }
 
 /// Gives the new file the previous one's permission bits and, where the system lets the process do
 /// that, its owner and group. Nobody gains rights by it.
-bool NewFile::System::takePreviousRights()
+Result<> NewFile::System::takePreviousRights()
 {
     int const target = descriptorOf(file);
     auto const sameUser = static_cast<uid_t>(-1);
     bool const hasGroup = ::fchown(target, previousStatus.st_uid, previousStatus.st_gid) == 0 ||
                           ::fchown(target, sameUser, previousStatus.st_gid) == 0;
-    return ::fchmod(target, previousStatus.st_mode & (hasGroup ? 0777 : 0707)) == 0;
+    return resultOf(::fchmod(target, previousStatus.st_mode & (hasGroup ? 0777 : 0707)) == 0);
 }
 
 NewFile::NewFile() : system_(std::make_unique<System>()) {}
 
 NewFile::~NewFile()
 {
-    int const error = errno;
+    KeptError const kept;
     remove();
-    errno = error;
 }
 
-NewFile::Opening NewFile::open(NativeName const & target, Links links)
+Result<> NewFile::open(NativeName const & target, Links links)
 {
     Place & place = system_->place;
     struct stat status;
-    if (!place.open(target)) {
-        bool const isFolder = errno == EISDIR && ::stat(target.c_str(), &status) == 0;
-        return isFolder ? Opening::NotAFile : Opening::Failed;
+    if (Result<> const opened = place.open(target); !opened) {
+        // A path such as "a/" names a folder even if there is none.
+        bool const isMissing =
+            opened.error().code == EISDIR && ::stat(target.c_str(), &status) != 0;
+        return isMissing ? lastError() : opened.error();
     }
     bool const isFollowed = links == Links::Followed;
-    auto const isRefused = [&] {
-        errno = S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP;
-        return S_ISDIR(status.st_mode) || (isFollowed && !S_ISREG(status.st_mode));
+    auto const check = [&]() -> Result<> {
+        if (S_ISDIR(status.st_mode))
+            return Error{EISDIR};
+        return isFollowed && !S_ISREG(status.st_mode) ? Result<>(Error{ENOTSUP}) : Result<>();
     };
-    // Some links of the system lead to what has no name, such as a pipe.
-    if (isFollowed && ::fstatat(place.folder(), place.name.c_str(), &status, 0) == 0 && isRefused())
-        return Opening::NotAFile;
-    if (isFollowed && !place.followLinks())
-        return Opening::Failed;
+    if (isFollowed) {
+        // Some links of the system lead to what has no name, such as a pipe.
+        if (::fstatat(place.folder(), place.name.c_str(), &status, 0) == 0)
+            if (Result<> const checked = check(); !checked)
+                return checked;
+        if (Result<> const followed = place.followLinks(); !followed)
+            return followed;
+    }
     int const previous =
         ::openat(place.folder(), place.name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC);
     if (previous < 0)
-        return errno == ENOENT ? Opening::Done : Opening::Failed;
+        return resultOf(errno == ENOENT);
     system_->previous = OpenFile(previous);
     if (::fstat(previous, &status) != 0)
-        return Opening::Failed;
+        return lastError();
     system_->previousStatus = status;
     system_->keepsMode = isFollowed;
-    return isRefused() ? Opening::NotAFile : Opening::Done;
+    return check();
 }
 
 NativeName NewFile::previousName() const
@@ -244,17 +244,13 @@ NativeName NewFile::previousName() const
     return system_->previous.isOpen() ? pathOf(descriptorOf(system_->previous)) : NativeName();
 }
 
-bool NewFile::create(Access access)
+Result<> NewFile::create(Access access)
 {
     mode_t const mode = system_->keepsMode || access == Access::Owner ? 0600 : 0666;
-    errno = 0;
-    for (int i = 0; i < mostTries && errno == 0; ++i) {
-        if (system_->createAs(freshName(), mode))
-            return !system_->keepsMode || system_->takePreviousRights();
-    }
-    if (errno == 0)
-        errno = EEXIST;
-    return false;
+    Result<> created = Error{EEXIST};
+    for (int i = 0; i < mostTries && !created && created.error().code == EEXIST; ++i)
+        created = system_->createAs(freshName(), mode);
+    return created && system_->keepsMode ? system_->takePreviousRights() : created;
 }
 
 OpenFile & NewFile::file()
@@ -262,15 +258,18 @@ OpenFile & NewFile::file()
     return system_->file;
 }
 
-bool NewFile::copyFrom(NativeName const & source)
+Result<> NewFile::copyFrom(NativeName const & source)
 {
-    OpenFile from = openForReading(source, Writers::Allowed);
+    Result<OpenFile> from = openForReading(source, Writers::Allowed);
     struct stat status;
-    if (!from.isOpen() || ::fstat(descriptorOf(from), &status) != 0 ||
-        !copyContent(from, status, system_->file))
-        return false;
-    copyAttributes(system_->file, status, !system_->keepsMode);
-    return true;
+    if (!from)
+        return from.error();
+    if (::fstat(descriptorOf(*from), &status) != 0)
+        return lastError();
+    Result<> const copied = copyContent(*from, status, system_->file);
+    if (copied)
+        copyAttributes(system_->file, status, !system_->keepsMode);
+    return copied;
 }
 
 NativeName NewFile::beginWritingByName()
@@ -278,28 +277,29 @@ NativeName NewFile::beginWritingByName()
     return pathOf(descriptorOf(system_->file));
 }
 
-bool NewFile::endWritingByName()
+Result<> NewFile::endWritingByName()
 {
-    return true;
+    return {};
 }
 
-std::int64_t NewFile::size() const
+Result<std::int64_t> NewFile::size() const
 {
     return system_->file.size();
 }
 
-bool NewFile::allowEverybodyToExecute()
+Result<> NewFile::allowEverybodyToExecute()
 {
     struct stat status;
     int const file = descriptorOf(system_->file);
     if (::fstat(file, &status) != 0)
-        return false;
+        return lastError();
     // Changed only where needed: some file systems refuse every change.
-    return (status.st_mode & 0777) == 0777 || ::fchmod(file, (status.st_mode & 07777) | 0777) == 0;
+    return resultOf((status.st_mode & 0777) == 0777 ||
+                    ::fchmod(file, (status.st_mode & 07777) | 0777) == 0);
 }
 
-NewFile::Keeping NewFile::keepPrevious(char const * suffix, std::int64_t size,
-                                       std::int64_t modified)
+Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_t size,
+                                                std::int64_t modified)
 {
     Place const & place = system_->place;
     int const folder = place.folder();
@@ -320,35 +320,35 @@ NewFile::Keeping NewFile::keepPrevious(char const * suffix, std::int64_t size,
         bool const isFresh = isKnown && isUpToDate(status);
         if (isKnown && !isFresh && ::renameat(folder, link.c_str(), folder, kept.c_str()) == 0) {
             ::unlinkat(folder, link.c_str(), 0); // renaming to a second link of the file keeps it
-            return Keeping::Done;
+            return Previous::Kept;
         }
-        int const error = errno;
+        Error const error = lastError();
         ::unlinkat(folder, link.c_str(), 0);
-        errno = error;
         if (isFresh)
-            return Keeping::IsUpToDate;
-        if (error != ENOENT) // another process may have removed the link as one left behind
-            return Keeping::Failed;
+            return Previous::IsUpToDate;
+        if (error.code != ENOENT) // another process may have removed the link as one left behind
+            return error;
     }
     // There are no links here, or not of this file.
     if (!place.status(status, place.name))
-        return errno == ENOENT ? Keeping::NoPrevious : Keeping::Failed;
+        return errno == ENOENT ? Result(Previous::None) : lastError();
     if (isUpToDate(status))
-        return Keeping::IsUpToDate;
-    return ::renameat(folder, place.name.c_str(), folder, kept.c_str()) == 0 ? Keeping::Done
-                                                                             : Keeping::Failed;
+        return Previous::IsUpToDate;
+    if (::renameat(folder, place.name.c_str(), folder, kept.c_str()) != 0)
+        return lastError();
+    return Previous::Kept;
 }
 
-bool NewFile::putInPlace()
+Result<> NewFile::putInPlace()
 {
     Place const & place = system_->place;
     if (::renameat(place.folder(), system_->temporary.c_str(), place.folder(),
                    place.name.c_str()) != 0)
-        return false;
+        return lastError();
     system_->temporary.clear();
     // The new file is in place whatever the result: not every share lets a folder be flushed.
-    system_->place.openFolder.flush();
-    return true;
+    static_cast<void>(system_->place.openFolder.flush());
+    return {};
 }
 
 void NewFile::remove()

@@ -1,6 +1,5 @@
 #include "shared/platform/open_file.h"
 
-#include "shared/platform/linux/descriptor.h"
 #include "shared/platform/linux/place.h"
 
 #include <algorithm>
@@ -11,6 +10,7 @@
 #include <sys/stat.h>
 #include <sys/vfs.h>
 #include <unistd.h>
+#include <zlib.h>
 
 namespace ox::platform
 {
@@ -19,16 +19,11 @@ namespace
 
 /// Nothing hangs on a pipe or becomes the process's terminal.
 constexpr int withoutWaiting = O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+constexpr mode_t everybody = 0666;
 
 int descriptorOf(OpenFile const & file)
 {
     return static_cast<int>(file.handle());
-}
-
-OpenFile refused(int error)
-{
-    errno = error;
-    return {};
 }
 
 bool isUnnamedPipe(int descriptor)
@@ -37,184 +32,152 @@ bool isUnnamedPipe(int descriptor)
     return ::fstatfs(descriptor, &fileSystem) == 0 && fileSystem.f_type == PIPEFS_MAGIC;
 }
 
-struct ModeTraits {
-    int flags;
-    char const * letters;
-};
-
-ModeTraits const & traitsOf(StreamMode mode)
+/// Opens what is no folder and no named pipe, without waiting for another process.
+Result<OpenFile> openWithoutWaiting(NativeName const & name, int flags)
 {
-    static constexpr int writing = O_WRONLY | O_CREAT | O_TRUNC;
-    static constexpr int appending = O_WRONLY | O_CREAT | O_APPEND;
-    static constexpr ModeTraits traits[] = {{O_RDONLY, "rb"}, {writing, "wb"},  {appending, "ab"},
-                                            {writing, "w"},   {appending, "a"}, {O_RDONLY, "rb"},
-                                            {writing, "wb"}};
-    return traits[static_cast<int>(mode)];
-}
-
-/// The error of reading or writing what is open; 0 for what a stream can be made of.
-int streamError(int file, bool isRead)
-{
+    OpenFile file(::open(name.c_str(), flags | withoutWaiting, everybody));
+    // A file server has lent the file to a client and asks for it back, which takes a moment.
+    if (!file.isOpen() && errno == EWOULDBLOCK)
+        file = OpenFile(::open(name.c_str(), flags | O_NOCTTY | O_CLOEXEC, everybody));
     struct stat status;
-    if (::fstat(file, &status) != 0)
-        return errno;
-    switch (status.st_mode & S_IFMT) {
-    case S_IFDIR:
-        return EISDIR;
-    case S_IFIFO:
-        // The error of a named pipe that is opened for writing while nobody reads it.
-        return isUnnamedPipe(file) ? 0 : ENXIO;
-    case S_IFBLK:
-        return isRead ? 0 : ENXIO;
-    default:
-        return 0;
-    }
-}
-
-/// Opens a file for a stream of the run-time library: its descriptor, -1 on failure.
-int openDescriptor(NativeName const & name, StreamMode mode)
-{
-    int const flags = traitsOf(mode).flags | O_CLOEXEC | O_NOCTTY;
-    constexpr mode_t everybody = 0666;
-    int descriptor = ::open(name.c_str(), flags | O_NONBLOCK, everybody);
-    // A file server has lent the file to a client and asks for it back, for which it needs a
-    // moment.
-    if (descriptor < 0 && errno == EWOULDBLOCK)
-        descriptor = ::open(name.c_str(), flags, everybody);
-    Descriptor file(descriptor);
-    if (!file.isOpen())
-        return -1;
-    int const error = streamError(file.get(), traitsOf(mode).flags == O_RDONLY);
-    if (error == 0 && ::fcntl(file.get(), F_SETFL, flags) == 0)
-        return file.release();
-    errno = error ? error : errno;
-    return -1;
+    if (!file.isOpen() || ::fstat(descriptorOf(file), &status) != 0)
+        return lastError();
+    if (S_ISDIR(status.st_mode))
+        return Error{EISDIR};
+    // ENXIO is how the system itself refuses to write a pipe that nobody reads.
+    bool const isRead = flags == O_RDONLY;
+    bool const isNamedPipe = S_ISFIFO(status.st_mode) && !isUnnamedPipe(descriptorOf(file));
+    if (isNamedPipe || (S_ISBLK(status.st_mode) && !isRead))
+        return Error{isRead ? ENOTSUP : ENXIO};
+    if (!S_ISREG(status.st_mode) && ::fcntl(descriptorOf(file), F_SETFL, flags & O_APPEND) != 0)
+        return lastError();
+    return file;
 }
 
 } // namespace
 
 OpenFile::~OpenFile()
 {
-    int const error = errno;
-    close();
-    errno = error;
+    KeptError const kept;
+    if (isOpen())
+        ::close(static_cast<int>(release()));
 }
 
-std::int64_t OpenFile::read(char * data, std::size_t size)
+Result<std::size_t> OpenFile::read(char * data, std::size_t size)
 {
-    ssize_t count;
-    do {
-        count = ::read(descriptorOf(*this), data, size);
-    } while (count < 0 && errno == EINTR);
-    return count;
-}
-
-std::size_t OpenFile::write(char const * data, std::size_t size)
-{
-    std::size_t written = 0;
-    while (written < size) {
-        ssize_t const count = ::write(descriptorOf(*this), data + written, size - written);
-        if (count < 0 && errno != EINTR)
+    std::size_t length = 0;
+    while (length < size) {
+        ssize_t const count = ::read(descriptorOf(*this), data + length, size - length);
+        if (count == 0)
             break;
-        written += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+        if (count < 0 && errno != EINTR)
+            return lastError();
+        length += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
     }
-    return written;
+    return length;
 }
 
-bool OpenFile::seek(std::int64_t position)
+Result<> OpenFile::write(char const * data, std::size_t size, std::size_t * written)
 {
-    return ::lseek(descriptorOf(*this), position, SEEK_SET) >= 0;
+    std::size_t length = 0;
+    Result<> result;
+    while (length < size && result) {
+        ssize_t const count = ::write(descriptorOf(*this), data + length, size - length);
+        if (count < 0 && errno != EINTR)
+            result = lastError();
+        length += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+    }
+    if (written)
+        *written = length;
+    return result;
 }
 
-std::int64_t OpenFile::size() const
+Result<> OpenFile::seek(std::int64_t position)
+{
+    return resultOf(::lseek(descriptorOf(*this), position, SEEK_SET) >= 0);
+}
+
+Result<std::int64_t> OpenFile::size() const
 {
     struct stat status;
-    return ::fstat(descriptorOf(*this), &status) == 0 ? status.st_size : -1;
+    if (::fstat(descriptorOf(*this), &status) != 0)
+        return lastError();
+    return std::int64_t{status.st_size};
 }
 
-bool OpenFile::setTimes(std::int64_t seconds)
+Result<> OpenFile::setTimes(std::int64_t seconds)
 {
     timespec const time = {seconds, 0};
     timespec const accessAndModification[] = {time, time};
-    return ::futimens(descriptorOf(*this), accessAndModification) == 0;
+    return resultOf(::futimens(descriptorOf(*this), accessAndModification) == 0);
 }
 
-bool OpenFile::flush()
+Result<> OpenFile::flush()
 {
     if (::fsync(descriptorOf(*this)) != 0 && errno != EINVAL && errno != ENOSYS)
-        return false;
+        return lastError();
     // A share reports a full disk when a descriptor is closed, and any descriptor of the file does.
     int const second = ::fcntl(descriptorOf(*this), F_DUPFD_CLOEXEC, 0);
-    return second >= 0 && ::close(second) == 0;
+    return resultOf(second >= 0 && ::close(second) == 0);
 }
 
-bool OpenFile::close()
+Result<> OpenFile::close()
 {
-    return !isOpen() || ::close(static_cast<int>(release())) == 0;
+    return resultOf(!isOpen() || ::close(static_cast<int>(release())) == 0);
 }
 
-OpenFile openForReading(NativeName const & name, Writers)
+Result<OpenFile> openForReading(NativeName const & name, Writers)
 {
-    OpenFile file(::open(name.c_str(), O_RDONLY | withoutWaiting));
-    // Another program, such as a file server, gives up its lease of the file first.
-    if (!file.isOpen() && errno == EWOULDBLOCK)
-        file = OpenFile(::open(name.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC));
-    struct stat status;
-    if (!file.isOpen() || ::fstat(descriptorOf(file), &status) != 0)
-        return {};
-    if (S_ISDIR(status.st_mode))
-        return refused(EISDIR);
-    if (S_ISFIFO(status.st_mode) && !isUnnamedPipe(descriptorOf(file)))
-        return refused(ENOTSUP);
-    if (!S_ISREG(status.st_mode) && ::fcntl(descriptorOf(file), F_SETFL, 0) != 0)
-        return {};
-    return file;
+    return openWithoutWaiting(name, O_RDONLY);
 }
 
-OpenFile createFile(NativeName const & name, Taken taken)
+Result<OpenFile> openForWriting(NativeName const & name, Content content, Writers)
+{
+    return openWithoutWaiting(name,
+                              O_WRONLY | O_CREAT | (content == Content::Kept ? O_APPEND : O_TRUNC));
+}
+
+Result<OpenFile> openInPlace(NativeName const & name, Content content)
 {
     Place place;
-    return place.open(name) ? createAt(place, taken, 0666) : OpenFile();
-}
-
-OpenFile openInPlace(NativeName const & name, Content content)
-{
-    Place place;
-    if (!place.open(name) || !place.followLinks())
-        return {};
+    if (Result<> const opened = place.open(name); !opened)
+        return opened.error();
+    if (Result<> const followed = place.followLinks(); !followed)
+        return followed.error();
     int const flags = O_WRONLY | O_APPEND | O_NOFOLLOW | withoutWaiting;
-    OpenFile file(::openat(place.folder(), place.name.c_str(), flags | O_CREAT, 0666));
+    OpenFile file(::openat(place.folder(), place.name.c_str(), flags | O_CREAT, everybody));
     struct stat status;
     if (!file.isOpen() && errno == ENXIO) // a pipe that nobody reads
-        return refused(ENOTSUP);
+        return Error{ENOTSUP};
     if (!file.isOpen() || ::fstat(descriptorOf(file), &status) != 0)
-        return {};
+        return lastError();
     if (!S_ISREG(status.st_mode))
-        return refused(ENOTSUP);
+        return Error{ENOTSUP};
     if (content == Content::Emptied && ::ftruncate(descriptorOf(file), 0) != 0)
-        return {};
+        return lastError();
     return file;
 }
 
-std::FILE * openStream(NativeName const & name, StreamMode mode)
+Result<OpenFile> createFile(NativeName const & name, Taken taken)
 {
-    Descriptor file(openDescriptor(name, mode));
-    std::FILE * const stream =
-        file.isOpen() ? ::fdopen(file.get(), traitsOf(mode).letters) : nullptr;
-    if (stream)
-        file.release();
-    return stream;
+    Place place;
+    if (Result<> const opened = place.open(name); !opened)
+        return opened.error();
+    return createAt(place, taken, everybody);
 }
 
-gzFile openGzip(NativeName const & name, StreamMode mode)
+std::string textForFile(std::string_view lines)
 {
-    int const descriptor = openDescriptor(name, mode);
-    if (descriptor < 0)
-        return nullptr;
-    gzFile const file = ::gzdopen(descriptor, mode == StreamMode::Read ? "rb" : "wb");
-    if (!file)
-        ::close(descriptor);
-    return file;
+    return std::string(lines);
+}
+
+Result<gzFile_s *> openGzip(OpenFile file, char const * mode)
+{
+    gzFile const gzip = ::gzdopen(descriptorOf(file), mode);
+    if (!gzip)
+        return Error{ENOMEM};
+    file.release();
+    return gzip;
 }
 
 } // namespace ox::platform

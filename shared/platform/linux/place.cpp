@@ -35,76 +35,69 @@ bool isOfAnotherUser(struct stat const & link)
     return ::geteuid() == 0 && link.st_uid != 0;
 }
 
-bool fail(int error)
-{
-    errno = error;
-    return false;
-}
-
 } // namespace
 
-bool Place::open(NativeName const & path)
+Result<> Place::open(NativeName const & path)
 {
-    OpenFile opened = openFolderOf(AT_FDCWD, path);
-    NativeName const last = nameIn(path);
-    if (!opened.isOpen())
-        return false;
-    if (last.empty() || last == "." || last == "..")
-        return fail(path.empty() ? ENOENT : EISDIR);
-    openFolder = std::move(opened);
-    name = last;
-    return true;
+    return moveTo(AT_FDCWD, path);
 }
 
-bool Place::followLinks()
+Result<> Place::moveTo(int at, NativeName const & path)
+{
+    OpenFile opened = openFolderOf(at, path);
+    NativeName const last = nameIn(path);
+    if (!opened.isOpen())
+        return lastError();
+    if (last.empty() || last == "." || last == "..")
+        return Error{path.empty() ? ENOENT : EISDIR};
+    openFolder = std::move(opened);
+    name = last;
+    return {};
+}
+
+Result<> Place::followLinks()
 {
     for (int i = 0; i < mostLinks; ++i) {
         Descriptor const link(::openat(folder(), name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
         struct stat status;
         if (!link.isOpen())
-            return errno == ENOENT;
+            return resultOf(errno == ENOENT);
         if (::fstat(link.get(), &status) != 0)
-            return false;
+            return lastError();
         if (!S_ISLNK(status.st_mode))
-            return true;
+            return {};
         if (isOfAnotherUser(status))
-            return fail(EACCES);
+            return Error{EACCES};
         char text[PATH_MAX];
         ssize_t const length = ::readlinkat(link.get(), "", text, sizeof text);
         if (length <= 0 || length == sizeof text)
-            return fail(length < 0 ? errno : ENAMETOOLONG);
+            return Error{length < 0 ? errno : ENAMETOOLONG};
         NativeName const path(text, static_cast<std::size_t>(length));
-        OpenFile next = openFolderOf(folder(), path);
-        NativeName const last = nameIn(path);
-        if (!next.isOpen())
-            return false;
-        if (last.empty() || last == "." || last == "..")
-            return fail(EISDIR);
-        openFolder = std::move(next);
-        name = last;
+        if (Result<> const moved = moveTo(folder(), path); !moved)
+            return moved;
     }
-    return fail(ELOOP);
+    return Error{ELOOP};
 }
 
-OpenFile createAt(Place const & place, Taken taken, mode_t mode)
+Result<OpenFile> createAt(Place const & place, Taken taken, mode_t mode)
 {
     int const flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
     // Again as long as other processes take the name.
     for (int i = 0; i < mostTries; ++i) {
         int const file = ::openat(place.folder(), place.name.c_str(), flags, mode);
-        if (file >= 0 || errno != EEXIST || taken == Taken::Fails)
+        if (file >= 0)
             return OpenFile(file);
+        if (errno != EEXIST || taken == Taken::Fails)
+            return lastError();
         struct stat status;
         if (!place.status(status, place.name))
             continue;
-        if (!S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode)) {
-            errno = S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP;
-            return {};
-        }
+        if (!S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode))
+            return Error{S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP};
         if (::unlinkat(place.folder(), place.name.c_str(), 0) != 0 && errno != ENOENT)
-            return {};
+            return lastError();
     }
-    return {};
+    return Error{EEXIST};
 }
 
 } // namespace ox::platform

@@ -15,21 +15,25 @@ struct Place {
 
     int folder() const { return static_cast<int>(openFolder.handle()); }
 
-    /// Opens the folder of a path. False with errno set, also when the path names no file ("a/").
-    bool open(NativeName const & path);
+    /// Opens the folder of a path. Fails also when the path names no file ("a/").
+    Result<> open(NativeName const & path);
 
     /// Goes on to where the name leads while it is a link. A missing file is no failure. As root,
     /// refuses a link that another user made.
-    bool followLinks();
+    Result<> followLinks();
 
     /// The status of a name in the folder. False with errno set. Links are not followed.
     bool status(struct stat & status, NativeName const & ofName) const
     {
         return ::fstatat(folder(), ofName.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
     }
+
+  private:
+    /// Opens the folder of a path that begins at an open folder or is absolute.
+    Result<> moveTo(int at, NativeName const & path);
 };
 
 /// Creates a file for writing; `taken` is what a file or link under the name makes of it.
-OpenFile createAt(Place const & place, Taken taken, mode_t mode);
+Result<OpenFile> createAt(Place const & place, Taken taken, mode_t mode);
 
 } // namespace ox::platform

@@ -10,6 +10,8 @@ namespace ox::platform
 
 ErrorKind Error::kind() const
 {
+    if (cause != ErrorKind::Other)
+        return cause;
     switch (code) {
     case ENOENT:
     case ENOTDIR:
@@ -24,6 +26,7 @@ ErrorKind Error::kind() const
         return ErrorKind::AccessDenied;
     case EISDIR:
     case ENOTSUP:
+    case ENXIO:
         return ErrorKind::NotAFile;
     default:
         return ErrorKind::Other;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "shared/platform/result.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -13,8 +15,8 @@ class ChildProcess
 {
   public:
     /// Starts `command[0]`, looked for as the shell does, with the rest as its arguments, all in
-    /// UTF-8. Null when it cannot be started, with the system's last error set.
-    static std::unique_ptr<ChildProcess> start(std::vector<std::string> const & command);
+    /// UTF-8.
+    static Result<std::unique_ptr<ChildProcess>> start(std::vector<std::string> const & command);
 
     ChildProcess(ChildProcess const &) = delete;
     ChildProcess & operator=(ChildProcess const &) = delete;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "shared/platform/open_file.h"
+
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -16,6 +18,9 @@ bool isTerminal(std::FILE * stream);
 /// the system would end the process without a word. A stream that the process was started without
 /// stays unusable, and no file that is opened later takes its place.
 void prepareStandardStreams();
+
+/// The standard input as an open file, which begins where it was read to.
+Result<OpenFile> openStandardInput();
 
 /// The program's arguments without its name, in UTF-8. Bytes that the system did not give as UTF-8
 /// are passed on as they are.

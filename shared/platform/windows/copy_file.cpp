@@ -20,20 +20,20 @@ std::optional<BY_HANDLE_FILE_INFORMATION> identityOf(NativeName const & name)
 
 } // namespace
 
-bool copyFile(NativeName const & from, NativeName const & to, bool failIfExists,
-              std::optional<std::int64_t> modified)
+Result<> copyFile(NativeName const & from, NativeName const & to, bool failIfExists,
+                  std::optional<std::int64_t> modified)
 {
     if (!::CopyFileW(from.c_str(), to.c_str(), failIfExists))
-        return false;
+        return lastError();
     if (modified) {
         OpenFile copy = toOpenFile(openFile(to, FILE_WRITE_ATTRIBUTES, shareWriting, OPEN_EXISTING,
                                             FILE_FLAG_OPEN_REPARSE_POINT));
-        copy.setTimes(*modified);
+        static_cast<void>(copy.setTimes(*modified));
     }
-    return true;
+    return {};
 }
 
-bool mayReplace(NativeName const & target, NativeName const & source)
+Result<> mayReplace(NativeName const & target, NativeName const & source)
 {
     auto const first = identityOf(target);
     auto const second = identityOf(source);
@@ -41,11 +41,9 @@ bool mayReplace(NativeName const & target, NativeName const & source)
     bool const areKnown = first && second && (first->nFileIndexHigh | first->nFileIndexLow) != 0;
     if (areKnown && first->dwVolumeSerialNumber == second->dwVolumeSerialNumber &&
         first->nFileIndexHigh == second->nFileIndexHigh &&
-        first->nFileIndexLow == second->nFileIndexLow) {
-        ::SetLastError(ERROR_SHARING_VIOLATION);
-        return false;
-    }
-    return true;
+        first->nFileIndexLow == second->nFileIndexLow)
+        return Error{ERROR_SHARING_VIOLATION};
+    return {};
 }
 
 } // namespace ox::platform

@@ -17,16 +17,15 @@ struct FreeLocal {
 template <typename T>
 using Local = std::unique_ptr<T, FreeLocal>;
 
-bool succeeded(DWORD error)
+Result<> resultOfCode(DWORD error)
 {
-    ::SetLastError(error);
-    return error == ERROR_SUCCESS;
+    return error == ERROR_SUCCESS ? Result<>() : Result<>(Error{static_cast<int>(error)});
 }
 
 /// Adds an entry for everybody to the access list of an object. `get` reads the list, `set` writes
 /// it; both return the system's error code.
 template <typename Get, typename Set>
-bool allowEverybody(Get const & get, Set const & set, DWORD rights, DWORD inheritance)
+Result<> allowEverybody(Get const & get, Set const & set, DWORD rights, DWORD inheritance)
 {
     SID_IDENTIFIER_AUTHORITY world = SECURITY_WORLD_SID_AUTHORITY;
     SID everybody;
@@ -35,11 +34,11 @@ bool allowEverybody(Get const & get, Set const & set, DWORD rights, DWORD inheri
 
     PACL present = nullptr;
     PSECURITY_DESCRIPTOR descriptor = nullptr;
-    if (!succeeded(get(&present, &descriptor)))
-        return false;
+    if (Result<> const read = resultOfCode(get(&present, &descriptor)); !read)
+        return read;
     Local<void> const descriptorOwner(descriptor);
     if (!present) // without a list everybody may do everything
-        return true;
+        return {};
 
     EXPLICIT_ACCESS_W entry = {};
     entry.grfAccessPermissions =
@@ -48,17 +47,18 @@ bool allowEverybody(Get const & get, Set const & set, DWORD rights, DWORD inheri
     entry.grfInheritance = inheritance;
     ::BuildTrusteeWithSidW(&entry.Trustee, &everybody);
     PACL merged = nullptr;
-    if (!succeeded(::SetEntriesInAclW(1, &entry, present, &merged)))
-        return false;
+    DWORD const merging = ::SetEntriesInAclW(1, &entry, present, &merged);
+    if (merging != ERROR_SUCCESS)
+        return resultOfCode(merging);
     Local<ACL> const mergedOwner(merged);
-    return succeeded(set(merged));
+    return resultOfCode(set(merged));
 }
 
 constexpr SECURITY_INFORMATION accessList = DACL_SECURITY_INFORMATION;
 
 } // namespace
 
-bool allowEverybodyToExecute(HANDLE file)
+Result<> allowEverybodyToExecute(HANDLE file)
 {
     return allowEverybody(
         [file](PACL * list, PSECURITY_DESCRIPTOR * descriptor) {
@@ -72,14 +72,14 @@ bool allowEverybodyToExecute(HANDLE file)
         DELETE, NO_INHERITANCE);
 }
 
-bool allowEverybodyToExecute(NativeName const & name)
+Result<> allowEverybodyToExecute(NativeName const & name)
 {
     Handle const file(openFile(name, READ_CONTROL | WRITE_DAC, shareAll, OPEN_EXISTING,
                                FILE_FLAG_BACKUP_SEMANTICS));
-    return file.isOpen() && allowEverybodyToExecute(file.get());
+    return file.isOpen() ? allowEverybodyToExecute(file.get()) : lastError();
 }
 
-bool allowEverybodyToFill(NativeName const & folder, bool inherit)
+Result<> allowEverybodyToFill(NativeName const & folder, bool inherit)
 {
     // By its name, since the system passes inherited entries on to what is in the folder then.
     std::wstring object = folder;
@@ -95,9 +95,10 @@ bool allowEverybodyToFill(NativeName const & folder, bool inherit)
         FILE_DELETE_CHILD, inherit ? SUB_CONTAINERS_AND_OBJECTS_INHERIT : NO_INHERITANCE);
 }
 
-bool createFolderForEverybody(NativeName const & folder)
+Result<> createFolderForEverybody(NativeName const & folder)
 {
-    return createFolder(folder) && allowEverybodyToFill(folder, false);
+    Result<> const created = createFolder(folder);
+    return created ? allowEverybodyToFill(folder, false) : created;
 }
 
 } // namespace ox::platform

@@ -6,6 +6,6 @@ namespace ox::platform
 {
 
 /// The same as for a name, for a file that is open with READ_CONTROL and WRITE_DAC.
-bool allowEverybodyToExecute(HANDLE file);
+Result<> allowEverybodyToExecute(HANDLE file);
 
 } // namespace ox::platform

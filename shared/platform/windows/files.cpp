@@ -4,8 +4,6 @@
 
 #include <cstddef>
 
-#include <fcntl.h>
-#include <io.h>
 #include <windows.h>
 
 namespace ox::platform
@@ -77,18 +75,18 @@ class UnlimitedName
 
 } // namespace
 
-std::optional<FileStatus> fileStatus(NativeName const & name)
+Result<FileStatus> fileStatus(NativeName const & name)
 {
     WIN32_FILE_ATTRIBUTE_DATA data;
     if (!::GetFileAttributesExW(name.c_str(), GetFileExInfoStandard, &data))
-        return std::nullopt;
+        return lastError();
     if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
         return FileStatus{true, 0, secondsOf(data.ftLastWriteTime)};
     // Opened without any access, which is refused where the file cannot be used.
     Handle const file(openFile(name, 0, shareNothing, OPEN_EXISTING));
     LARGE_INTEGER size;
     if (!file.isOpen() || !::GetFileSizeEx(file.get(), &size))
-        return std::nullopt;
+        return lastError();
     FILETIME modified;
     bool const hasTime = ::GetFileTime(file.get(), nullptr, nullptr, &modified);
     return FileStatus{false, size.QuadPart, hasTime ? secondsOf(modified) : 0};
@@ -102,45 +100,42 @@ NameKind kindOf(NativeName const & name)
     return attributes & FILE_ATTRIBUTE_DIRECTORY ? NameKind::Folder : NameKind::File;
 }
 
-bool deleteFile(NativeName const & name)
+Result<> deleteFile(NativeName const & name)
 {
     ::SetFileAttributesW(name.c_str(), FILE_ATTRIBUTE_NORMAL);
-    if (::DeleteFileW(name.c_str()))
-        return true;
-    DWORD const error = ::GetLastError();
-    return !name.empty() && (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND);
+    Result<> const deleted = resultOf(::DeleteFileW(name.c_str()));
+    bool const isGone = deleted || deleted.error().kind() == ErrorKind::NotFound;
+    return isGone && !name.empty() ? Result<>() : deleted;
 }
 
-bool moveFile(NativeName const & from, NativeName const & to)
+Result<> moveFile(NativeName const & from, NativeName const & to)
 {
-    return ::MoveFileW(from.c_str(), to.c_str());
+    return resultOf(::MoveFileW(from.c_str(), to.c_str()));
 }
 
-bool moveOver(NativeName const & from, NativeName const & to)
+Result<> moveOver(NativeName const & from, NativeName const & to)
 {
     // Succeeds for two spellings of one name, which may differ in their letter case.
-    if (::MoveFileW(from.c_str(), to.c_str()))
-        return true;
-    if (::GetLastError() != ERROR_ALREADY_EXISTS && ::GetLastError() != ERROR_FILE_EXISTS)
-        return false;
-    if (isOneFile(from, to)) {
-        ::SetLastError(ERROR_ALREADY_EXISTS);
-        return false;
-    }
-    return deleteFile(to) && ::MoveFileW(from.c_str(), to.c_str());
+    Result<> const moved = moveFile(from, to);
+    if (moved || moved.error().kind() != ErrorKind::AlreadyExists)
+        return moved;
+    if (isOneFile(from, to))
+        return Error{ERROR_ALREADY_EXISTS};
+    Result<> const deleted = deleteFile(to);
+    return deleted ? moveFile(from, to) : deleted;
 }
 
-bool createFolder(NativeName const & name)
+Result<> createFolder(NativeName const & name)
 {
-    return ::CreateDirectoryW(name.c_str(), nullptr);
+    return resultOf(::CreateDirectoryW(name.c_str(), nullptr));
 }
 
-bool deleteFolder(NativeName const & name)
+Result<> deleteFolder(NativeName const & name)
 {
-    return ::RemoveDirectoryW(name.c_str());
+    return resultOf(::RemoveDirectoryW(name.c_str()));
 }
 
-bool setFileTimes(NativeName const & name, std::optional<std::int64_t> seconds)
+Result<> setFileTimes(NativeName const & name, std::optional<std::int64_t> seconds)
 {
     Handle const file(
         openFile(name, FILE_WRITE_ATTRIBUTES, shareWriting, OPEN_EXISTING, FILE_FLAG_NO_BUFFERING));
@@ -149,40 +144,31 @@ bool setFileTimes(NativeName const & name, std::optional<std::int64_t> seconds)
         time = fileTimeOf(*seconds);
     else
         ::GetSystemTimeAsFileTime(&time);
-    return file.isOpen() && ::SetFileTime(file.get(), &time, &time, &time);
+    return resultOf(file.isOpen() && ::SetFileTime(file.get(), &time, &time, &time));
 }
 
 bool const hasExecutableBits = false;
 
-bool makeExecutable(NativeName const &)
+Result<> makeExecutable(NativeName const &)
 {
-    return true;
+    return {};
 }
 
-std::optional<std::uint64_t> freeBytes(NativeName const & path)
+Result<std::uint64_t> freeBytes(NativeName const & path)
 {
     NativeName const root = rootOf(path);
     ULARGE_INTEGER available;
-    if (root.empty() || !::GetDiskFreeSpaceExW(root.c_str(), &available, nullptr, nullptr))
-        return std::nullopt;
-    return available.QuadPart;
+    if (root.empty())
+        return Error{ERROR_BAD_PATHNAME};
+    if (!::GetDiskFreeSpaceExW(root.c_str(), &available, nullptr, nullptr))
+        return lastError();
+    return std::uint64_t{available.QuadPart};
 }
 
-Renaming renameToNewName(NativeChar const * from, NativeChar const * to)
+Result<> renameToNewName(NativeChar const * from, NativeChar const * to)
 {
     UnlimitedName const name(to);
-    if (::MoveFileW(from, name.c_str()))
-        return Renaming::Done;
-    switch (::GetLastError()) {
-    case ERROR_ALREADY_EXISTS:
-    case ERROR_FILE_EXISTS:
-        return Renaming::NameIsTaken;
-    case ERROR_FILE_NOT_FOUND:
-    case ERROR_PATH_NOT_FOUND:
-        return Renaming::NoSuchFile;
-    default:
-        return Renaming::Failed;
-    }
+    return resultOf(::MoveFileW(from, name.c_str()));
 }
 
 } // namespace ox::platform

@@ -100,7 +100,7 @@ FolderTree::~FolderTree()
         system_->open.pop_back();
 }
 
-bool FolderTree::open(NativeName const & folder)
+Result<> FolderTree::open(NativeName const & folder)
 {
     NativeName name = folder;
     while (name.size() > 3 && (name.ends_with(L'\\') || name.ends_with(L'/')))
@@ -110,14 +110,14 @@ bool FolderTree::open(NativeName const & folder)
         name += L'\\';
     auto opened = std::make_unique<Handle>(openFolder(name));
     if (!opened->isOpen())
-        return false;
+        return lastError();
     system_->path = fullName(opened->get());
     if (system_->path.empty())
-        return false;
+        return lastError();
     if (system_->path.ends_with(L'\\'))
         system_->path.pop_back();
     system_->open.push_back(std::move(opened));
-    return true;
+    return {};
 }
 
 bool FolderTree::isRoot() const
@@ -128,7 +128,7 @@ bool FolderTree::isRoot() const
     return separators <= (path.starts_with(LR"(\\?\UNC\)") ? 5 : 3);
 }
 
-std::optional<std::vector<FolderTree::Entry>> FolderTree::entries() const
+Result<std::vector<FolderTree::Entry>> FolderTree::entries() const
 {
     FoundFiles found(system_->path + L"\\*");
     std::vector<Entry> entries;
@@ -138,29 +138,30 @@ std::optional<std::vector<FolderTree::Entry>> FolderTree::entries() const
         entries.push_back(
             {record.cFileName, isRealFolder, sizeOf(record), secondsOf(record.ftLastWriteTime)});
     }
-    ::SetLastError(found.error());
-    return found.error() == ERROR_SUCCESS ? std::optional(std::move(entries)) : std::nullopt;
+    if (found.error() != ERROR_SUCCESS)
+        return Error{static_cast<int>(found.error())};
+    return entries;
 }
 
-bool FolderTree::enter(Entry const & folder)
+Result<> FolderTree::enter(Entry const & folder)
 {
     NativeName const name = system_->nameOf(folder);
     auto opened = std::make_unique<Handle>(openFolder(name));
     if (!opened->isOpen())
-        return false;
+        return lastError();
     system_->open.push_back(std::move(opened));
     system_->path = name;
-    return true;
+    return {};
 }
 
-bool FolderTree::leave()
+Result<> FolderTree::leave()
 {
     system_->open.pop_back();
     system_->path.resize(system_->path.rfind(L'\\'));
-    return true;
+    return {};
 }
 
-bool FolderTree::remove(Entry const & entry)
+Result<> FolderTree::remove(Entry const & entry)
 {
     NativeName const name = system_->nameOf(entry);
     DWORD const attributes = ::GetFileAttributesW(name.c_str());
@@ -168,9 +169,9 @@ bool FolderTree::remove(Entry const & entry)
         ::SetFileAttributesW(name.c_str(), FILE_ATTRIBUTE_NORMAL);
     bool const isFolderOrLinkToOne =
         attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    if (isFolderOrLinkToOne ? ::RemoveDirectoryW(name.c_str()) : ::DeleteFileW(name.c_str()))
-        return true;
-    return ::GetLastError() == ERROR_FILE_NOT_FOUND;
+    bool const isRemoved = isFolderOrLinkToOne ? ::RemoveDirectoryW(name.c_str()) != FALSE
+                                               : ::DeleteFileW(name.c_str()) != FALSE;
+    return resultOf(isRemoved || ::GetLastError() == ERROR_FILE_NOT_FOUND);
 }
 
 } // namespace ox::platform

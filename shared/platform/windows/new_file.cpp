@@ -51,7 +51,7 @@ NativeName fullPath(NativeName const & path)
 
 /// Gives an open file another name in place of what has that name. Waits a moment for a process
 /// that has the replaced file open, as one does that replaces it, too.
-bool renameTo(HANDLE file, NativeName const & path)
+Result<> renameTo(HANDLE file, NativeName const & path)
 {
     std::size_t const bytes = path.size() * sizeof(wchar_t);
     std::vector<char> memory(sizeof(FILE_RENAME_INFO) + bytes);
@@ -59,17 +59,16 @@ bool renameTo(HANDLE file, NativeName const & path)
     information->ReplaceIfExists = TRUE;
     information->FileNameLength = static_cast<DWORD>(bytes);
     std::memcpy(information->FileName, path.data(), bytes);
+    Result<> renamed;
     for (int i = 0; i < mostTries; ++i) {
-        if (::SetFileInformationByHandle(file, FileRenameInfo, information,
-                                         static_cast<DWORD>(memory.size())))
-            return true;
-        DWORD const error = ::GetLastError();
-        if (error != ERROR_ACCESS_DENIED && error != ERROR_SHARING_VIOLATION)
-            return false;
+        renamed = resultOf(::SetFileInformationByHandle(file, FileRenameInfo, information,
+                                                        static_cast<DWORD>(memory.size())));
+        if (renamed || (renamed.error().code != ERROR_ACCESS_DENIED &&
+                        renamed.error().code != ERROR_SHARING_VIOLATION))
+            break;
         ::Sleep(retryAfterMs);
-        ::SetLastError(error);
     }
-    return false;
+    return renamed;
 }
 
 void setAttributes(HANDLE file, DWORD attributes)
@@ -137,13 +136,13 @@ struct NewFile::System {
     OpenFile file;
     BY_HANDLE_FILE_INFORMATION identity = {};
 
-    bool openFolderOf(NativeName const & path);
-    bool takePreviousRights();
-    bool openAgain();
+    Result<> openFolderOf(NativeName const & path);
+    Result<> takePreviousRights();
+    Result<> openAgain();
     void removeLeftFiles() const;
 };
 
-bool NewFile::System::openFolderOf(NativeName const & path)
+Result<> NewFile::System::openFolderOf(NativeName const & path)
 {
     NativeName const full = fullPath(path);
     std::size_t const end = full.rfind(L'\\') + 1;
@@ -151,54 +150,51 @@ bool NewFile::System::openFolderOf(NativeName const & path)
     Handle opened(openFile(folder, FILE_LIST_DIRECTORY | FILE_READ_ATTRIBUTES, shareWriting,
                            OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS));
     if (!opened.isOpen())
-        return false;
+        return lastError();
     folder = finalPath(opened.get(), folder);
     if (!folder.ends_with(L'\\'))
         folder += L'\\';
     openFolder = toOpenFile(opened.release());
     target = folder + full.substr(end);
-    return true;
+    return {};
 }
 
-bool NewFile::System::takePreviousRights()
+Result<> NewFile::System::takePreviousRights()
 {
     constexpr SECURITY_INFORMATION rights = DACL_SECURITY_INFORMATION;
     DWORD size = 0;
     ::GetFileSecurityW(target.c_str(), rights, nullptr, 0, &size);
     std::vector<char> descriptor(size);
-    return ::GetFileSecurityW(target.c_str(), rights, descriptor.data(), size, &size) &&
-           ::SetKernelObjectSecurity(toHandle(file), rights, descriptor.data());
+    return resultOf(::GetFileSecurityW(target.c_str(), rights, descriptor.data(), size, &size) &&
+                    ::SetKernelObjectSecurity(toHandle(file), rights, descriptor.data()));
 }
 
 /// Opens the file that was written by its name, which is still the created one.
-bool NewFile::System::openAgain()
+Result<> NewFile::System::openAgain()
 {
     DWORD const flags = FILE_FLAG_OPEN_REPARSE_POINT;
     Handle attributes(openFile(temporary, FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES, shareAll,
                                OPEN_EXISTING, flags));
     BY_HANDLE_FILE_INFORMATION now;
     if (!attributes.isOpen() || !::GetFileInformationByHandle(attributes.get(), &now))
-        return false;
+        return lastError();
     constexpr DWORD noFile = FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY;
     if (now.nFileIndexLow != identity.nFileIndexLow ||
-        now.nFileIndexHigh != identity.nFileIndexHigh || (now.dwFileAttributes & noFile) != 0) {
-        ::SetLastError(ERROR_FILE_INVALID);
-        return false;
-    }
+        now.nFileIndexHigh != identity.nFileIndexHigh || (now.dwFileAttributes & noFile) != 0)
+        return Error{ERROR_FILE_INVALID};
     if (now.dwFileAttributes & FILE_ATTRIBUTE_READONLY)
         setAttributes(attributes.get(), FILE_ATTRIBUTE_NORMAL);
     Handle opened(openFile(temporary, allRights, shareAll, OPEN_EXISTING, flags));
     if (!opened.isOpen())
-        return false;
+        return lastError();
     if (now.dwFileAttributes & FILE_ATTRIBUTE_READONLY)
         setAttributes(opened.get(), now.dwFileAttributes);
     file = toOpenFile(opened.release());
-    return true;
+    return {};
 }
 
 void NewFile::System::removeLeftFiles() const
 {
-    DWORD const error = ::GetLastError();
     std::int64_t const now = lastChange(toHandle(file));
     if (isDue(folder, now)) {
         forEachTemporary(folder, [&](NativeName const & name) {
@@ -209,19 +205,17 @@ void NewFile::System::removeLeftFiles() const
                     now - (kind == Temporary::OfAnother ? leftBehindAfter : openedAgainWithin));
         });
     }
-    ::SetLastError(error);
 }
 
 NewFile::NewFile() : system_(std::make_unique<System>()) {}
 
 NewFile::~NewFile()
 {
-    DWORD const error = ::GetLastError();
+    KeptError const kept;
     remove();
-    ::SetLastError(error);
 }
 
-NewFile::Opening NewFile::open(NativeName const & target, Links links)
+Result<> NewFile::open(NativeName const & target, Links links)
 {
     NativeName path = target;
     DWORD attributes = ::GetFileAttributesW(path.c_str());
@@ -230,19 +224,18 @@ NewFile::Opening NewFile::open(NativeName const & target, Links links)
     if (isLink && links == Links::Followed) {
         Handle const file(openFile(path, 0, shareAll, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS));
         if (!file.isOpen())
-            return Opening::Failed;
+            return lastError();
         path = finalPath(file.get(), path);
     }
-    if (!system_->openFolderOf(path))
-        return Opening::Failed;
+    if (Result<> const opened = system_->openFolderOf(path); !opened)
+        return opened;
     attributes = ::GetFileAttributesW(system_->target.c_str());
     system_->hasPrevious = attributes != INVALID_FILE_ATTRIBUTES;
     system_->keepsRights = system_->hasPrevious && links == Links::Followed;
-    if (system_->hasPrevious && (attributes & FILE_ATTRIBUTE_DIRECTORY)) {
-        ::SetLastError(ERROR_ACCESS_DENIED);
-        return Opening::NotAFile;
-    }
-    return Opening::Done;
+    // The number by which the system itself refuses to write a folder.
+    if (system_->hasPrevious && (attributes & FILE_ATTRIBUTE_DIRECTORY))
+        return Error{ERROR_ACCESS_DENIED, "", ErrorKind::NotAFile};
+    return {};
 }
 
 NativeName NewFile::previousName() const
@@ -250,7 +243,7 @@ NativeName NewFile::previousName() const
     return system_->hasPrevious ? system_->target : NativeName();
 }
 
-bool NewFile::create(Access)
+Result<> NewFile::create(Access)
 {
     DWORD error = ERROR_FILE_EXISTS;
     for (int i = 0; i < mostTries && error == ERROR_FILE_EXISTS; ++i) {
@@ -263,10 +256,9 @@ bool NewFile::create(Access)
         system_->temporary = path;
         system_->file = toOpenFile(created.release());
         system_->removeLeftFiles();
-        return !system_->keepsRights || system_->takePreviousRights();
+        return system_->keepsRights ? system_->takePreviousRights() : Result<>();
     }
-    ::SetLastError(error);
-    return false;
+    return Error{static_cast<int>(error)};
 }
 
 OpenFile & NewFile::file()
@@ -274,43 +266,39 @@ OpenFile & NewFile::file()
     return system_->file;
 }
 
-bool NewFile::copyFrom(NativeName const & source)
+Result<> NewFile::copyFrom(NativeName const & source)
 {
-    BOOL copied = FALSE;
-    DWORD error = ERROR_SUCCESS;
-    bool const isSame = writeByName([&](NativeName const & name) {
-        copied = ::CopyFileW(source.c_str(), name.c_str(), FALSE);
-        error = ::GetLastError();
+    Result<> copied;
+    Result<> const isSame = writeByName([&](NativeName const & name) {
+        copied = resultOf(::CopyFileW(source.c_str(), name.c_str(), FALSE));
     });
-    if (!copied)
-        ::SetLastError(error);
-    return copied && isSame;
+    return copied ? isSame : copied;
 }
 
 NativeName NewFile::beginWritingByName()
 {
-    system_->file.close();
+    static_cast<void>(system_->file.close());
     return system_->temporary;
 }
 
-bool NewFile::endWritingByName()
+Result<> NewFile::endWritingByName()
 {
     return system_->openAgain();
 }
 
-std::int64_t NewFile::size() const
+Result<std::int64_t> NewFile::size() const
 {
-    auto const status = fileStatus(system_->temporary);
-    return status ? status->size : -1;
+    Result<FileStatus> const status = fileStatus(system_->temporary);
+    return status ? Result(status->size) : status.error();
 }
 
-bool NewFile::allowEverybodyToExecute()
+Result<> NewFile::allowEverybodyToExecute()
 {
     return platform::allowEverybodyToExecute(toHandle(system_->file));
 }
 
-NewFile::Keeping NewFile::keepPrevious(char const * suffix, std::int64_t size,
-                                       std::int64_t modified)
+Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_t size,
+                                                std::int64_t modified)
 {
     NativeName const kept = system_->target + NativeName(suffix, suffix + std::strlen(suffix));
     // Of several processes one has the file open with this right, and the others wait for it.
@@ -321,36 +309,37 @@ NewFile::Keeping NewFile::keepPrevious(char const * suffix, std::int64_t size,
                                        FILE_FLAG_OPEN_REPARSE_POINT));
         DWORD const error = previous.isOpen() ? ERROR_SUCCESS : ::GetLastError();
         if (error == ERROR_FILE_NOT_FOUND)
-            return Keeping::NoPrevious;
+            return Previous::None;
         if (error == ERROR_SHARING_VIOLATION)
             ::Sleep(retryAfterMs);
         else if (error != ERROR_SUCCESS)
-            return Keeping::Failed;
+            return Error{static_cast<int>(error)};
     }
     if (!previous.isOpen())
-        return Keeping::Failed;
+        return Error{ERROR_SHARING_VIOLATION};
     FILETIME time;
-    if (previous.size() == size && ::GetFileTime(toHandle(previous), nullptr, nullptr, &time) &&
-        secondsOf(time) == modified)
-        return Keeping::IsUpToDate;
+    if (previous.size().value_or(-1) == size &&
+        ::GetFileTime(toHandle(previous), nullptr, nullptr, &time) && secondsOf(time) == modified)
+        return Previous::IsUpToDate;
     DWORD const attributes = ::GetFileAttributesW(kept.c_str());
     if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY))
         ::SetFileAttributesW(kept.c_str(), FILE_ATTRIBUTE_NORMAL);
-    return renameTo(toHandle(previous), kept) ? Keeping::Done : Keeping::Failed;
+    Result<> const renamed = renameTo(toHandle(previous), kept);
+    return renamed ? Result(Previous::Kept) : renamed.error();
 }
 
-bool NewFile::putInPlace()
+Result<> NewFile::putInPlace()
 {
-    if (!renameTo(toHandle(system_->file), system_->target))
-        return false;
-    system_->temporary.clear();
-    return true;
+    Result<> const renamed = renameTo(toHandle(system_->file), system_->target);
+    if (renamed)
+        system_->temporary.clear();
+    return renamed;
 }
 
 void NewFile::remove()
 {
     if (!system_->temporary.empty())
-        deleteFile(system_->temporary);
+        static_cast<void>(deleteFile(system_->temporary));
     system_->temporary.clear();
 }
 
@@ -361,7 +350,7 @@ void removeNewFilesOfThisProcess(NativeName const & target)
     NativeName const prefix = temporaryPrefix(windowsSystem, ::GetCurrentProcessId());
     forEachTemporary(folder, [&](NativeName const & name) {
         if (name.starts_with(prefix))
-            deleteFile(folder + name);
+            static_cast<void>(deleteFile(folder + name));
     });
 }
 

@@ -35,6 +35,8 @@ std::optional<std::u16string> message(DWORD source, HMODULE module, DWORD code)
 
 ErrorKind Error::kind() const
 {
+    if (cause != ErrorKind::Other)
+        return cause;
     switch (code) {
     case ERROR_FILE_NOT_FOUND:
     case ERROR_PATH_NOT_FOUND:

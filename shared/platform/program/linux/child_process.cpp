@@ -45,7 +45,7 @@ pid_t toPid(std::intptr_t number)
 
 } // namespace
 
-std::unique_ptr<ChildProcess> ChildProcess::start(std::vector<std::string> const & command)
+Result<std::unique_ptr<ChildProcess>> ChildProcess::start(std::vector<std::string> const & command)
 {
     std::vector<char *> arguments;
     for (std::string const & argument : command)
@@ -56,10 +56,8 @@ std::unique_ptr<ChildProcess> ChildProcess::start(std::vector<std::string> const
     pid_t pid = 0;
     int const failure =
         ::posix_spawnp(&pid, arguments[0], nullptr, signals.get(), arguments.data(), environ);
-    if (failure != 0) {
-        errno = failure;
-        return nullptr;
-    }
+    if (failure != 0)
+        return Error{failure};
     return std::unique_ptr<ChildProcess>(new ChildProcess(pid));
 }
 

@@ -40,6 +40,14 @@ void prepareStandardStreams()
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
+Result<OpenFile> openStandardInput()
+{
+    OpenFile file(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0));
+    if (!file.isOpen())
+        return lastError();
+    return file;
+}
+
 std::vector<std::string> utf8Arguments(int argc, char ** argv)
 {
     return argc > 1 ? std::vector<std::string>(argv + 1, argv + argc) : std::vector<std::string>();

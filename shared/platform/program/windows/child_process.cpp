@@ -100,7 +100,7 @@ HANDLE toHandle(std::intptr_t number)
 
 } // namespace
 
-std::unique_ptr<ChildProcess> ChildProcess::start(std::vector<std::string> const & command)
+Result<std::unique_ptr<ChildProcess>> ChildProcess::start(std::vector<std::string> const & command)
 {
     std::wstring line = commandLine(command);
     InheritedStreams streams;
@@ -108,7 +108,7 @@ std::unique_ptr<ChildProcess> ChildProcess::start(std::vector<std::string> const
     if (!::CreateProcessW(nullptr, line.data(), nullptr, nullptr, streams.areThere(),
                           EXTENDED_STARTUPINFO_PRESENT, nullptr, nullptr, streams.startup(),
                           &process))
-        return nullptr;
+        return lastError();
     ::CloseHandle(process.hThread);
     return std::unique_ptr<ChildProcess>(
         new ChildProcess(reinterpret_cast<std::intptr_t>(process.hProcess)));

@@ -1,6 +1,7 @@
 #include "shared/platform/program/console.h"
 
 #include "shared/platform/file_names.h"
+#include "shared/platform/windows/handle.h"
 #include "shared/platform/windows/utf16.h"
 
 #include <cstdlib>
@@ -60,6 +61,16 @@ void prepareStandardStreams()
     if (::GetConsoleMode(console, &mode) &&
         ::SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING))
         std::atexit([] { ::SetConsoleMode(console, mode); });
+}
+
+Result<OpenFile> openStandardInput()
+{
+    HANDLE const process = ::GetCurrentProcess();
+    HANDLE duplicate = INVALID_HANDLE_VALUE;
+    if (!::DuplicateHandle(process, handleOf(stdin), process, &duplicate, 0, FALSE,
+                           DUPLICATE_SAME_ACCESS))
+        return lastError();
+    return toOpenFile(duplicate);
 }
 
 std::vector<std::string> utf8Arguments(int, char **)
