@@ -1,10 +1,10 @@
 #include "oxtool/support/names.h"
 
 #include "oxtool/support/failure.h"
-#include "shared/fs/native_path.h"
 #include "shared/platform/program/console.h"
 #include "shared/platform/this_process.h"
 #include "shared/system/os_error.h"
+#include "shared/text/native_path.h"
 
 namespace ox::tool
 {

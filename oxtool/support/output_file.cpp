@@ -2,8 +2,8 @@
 
 #include "oxtool/support/failure.h"
 #include "oxtool/support/names.h"
-#include "shared/fs/native_path.h"
 #include "shared/platform/files.h"
+#include "shared/text/native_path.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,6 +1,5 @@
 #include "shared/crash/crash_handler.h"
 
-#include "shared/fs/native_path.h"
 #include "shared/fs/path.h"
 #include "shared/platform/clock.h"
 #include "shared/platform/file_names.h"
@@ -9,6 +8,7 @@
 #include "shared/platform/this_process.h"
 #include "shared/system/environment.h"
 #include "shared/system/os_error.h"
+#include "shared/text/native_path.h"
 #include "shared/time/file_name_text.h"
 #include "shared/time/local_zone.h"
 

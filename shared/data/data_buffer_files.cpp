@@ -5,7 +5,7 @@
 #include "shared/platform/files.h"
 #include "shared/platform/open_file.h"
 #include "shared/platform/result.h"
-#include "shared/text/utf16_view.h"
+#include "shared/text/native_path.h"
 
 #include <algorithm>
 #include <bit>
@@ -26,11 +26,6 @@ constexpr int magicSize = 4;
 constexpr int headerSize = 32;
 static_assert(headerSize == offsetof(_OX_DataBuffer, sizeAllocated));
 
-ox::platform::NativeName native(QString const & file)
-{
-    return ox::platform::nativeName(viewOf(file));
-}
-
 /// Memory of the caller. A length that cannot be one is neither read nor written.
 struct Block {
     char * bytes;
@@ -49,8 +44,9 @@ enum class Mode { Read, Write };
 Result<OpenFile> open(QString const & name, Mode mode)
 {
     using namespace ox::platform;
-    return mode == Mode::Read ? openForReading(native(name), Writers::Refused)
-                              : openForWriting(native(name), Content::Emptied, Writers::Refused);
+    return mode == Mode::Read
+               ? openForReading(nativePath(name), Writers::Refused)
+               : openForWriting(nativePath(name), Content::Emptied, Writers::Refused);
 }
 
 /// The plain format and its codes.
@@ -367,7 +363,7 @@ bool _OX_DataBuffer::saveToFile(QString const & file, bool const & withHeader)
 bool _OX_DataBuffer::loadFromFile(QString const & file, bool withHeader)
 {
     error = 0;
-    auto const status = ox::platform::statusOfFile(native(file));
+    auto const status = ox::platform::statusOfFile(nativePath(file));
     if (!status)
         return fail(missing);
     std::int64_t const length = status->size - (withHeader ? magicSize + headerSize : 0);
@@ -400,7 +396,7 @@ bool _OX_DataBuffer::loadFromFileCompressed(QString const & file, bool growToFit
 {
     error = 0;
     // Deliberate: settings and caches are kept in these files, and none yet is as good as empty.
-    if (!ox::platform::statusOfFile(native(file)))
+    if (!ox::platform::statusOfFile(nativePath(file)))
         return true;
     GzipFile gzip(file, Mode::Read);
     if (!load(gzip, true, headerOf(*this), {nullptr, 0}, error))

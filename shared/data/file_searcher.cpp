@@ -3,7 +3,7 @@
 #include "shared/data/byte_search.h"
 #include "shared/platform/files.h"
 #include "shared/platform/open_file.h"
-#include "shared/text/utf16_view.h"
+#include "shared/text/native_path.h"
 
 #include <array>
 #include <cstring>
@@ -12,6 +12,7 @@
 #include <utility>
 
 using ox::detail::ByteSearch;
+using ox::detail::nativePath;
 using ox::platform::OpenFile;
 using ox::platform::reportToThread;
 using ox::platform::Result;
@@ -23,11 +24,6 @@ namespace
 constexpr int extraBytes = 10;
 constexpr std::int64_t largestContent =
     std::numeric_limits<std::int32_t>::max() - _oxFileSearcher::headroom - extraBytes;
-
-ox::platform::NativeName native(QString const & file)
-{
-    return ox::platform::nativeName(ox::detail::viewOf(file));
-}
 
 /// A block with headroom for a content of so many bytes. Null without memory.
 char * newBlock(std::int64_t contentSize)
@@ -138,7 +134,7 @@ void _oxFileSearcher::freeBuffer()
 
 bool _oxFileSearcher::load(QString const & file)
 {
-    auto const name = native(file);
+    auto const name = nativePath(file);
     auto const status = ox::platform::fileStatus(name);
     if (!reportToThread(status) || status->isFolder || status->size > largestFile)
         return false;
@@ -166,7 +162,7 @@ bool _oxFileSearcher::save(QString const & file)
     if (fileName.isEmpty() || size < 1 || !data)
         return false;
     Result<OpenFile> opened =
-        openForWriting(native(fileName), ox::platform::Content::Emptied, Writers::Allowed);
+        openForWriting(nativePath(fileName), ox::platform::Content::Emptied, Writers::Allowed);
     if (!opened)
         return reportToThread(opened);
     Result<> const written = opened->write(data, std::size_t(size));

@@ -1,7 +1,7 @@
 #include "shared/fs/access_rights.h"
 
-#include "shared/fs/native_path.h"
 #include "shared/platform/files.h"
+#include "shared/text/native_path.h"
 
 #include <cstring>
 

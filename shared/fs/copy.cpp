@@ -2,11 +2,11 @@
 
 #include "shared/fs/copy_steps.h"
 #include "shared/fs/file.h"
-#include "shared/fs/native_path.h"
 #include "shared/platform/files.h"
 #include "shared/platform/open_file.h"
 #include "shared/platform/result.h"
 #include "shared/system/os_error.h"
+#include "shared/text/native_path.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,9 +1,9 @@
 #include "shared/fs/dir_listing.h"
 
-#include "shared/fs/native_path.h"
 #include "shared/fs/path.h"
 #include "shared/platform/files.h"
 #include "shared/platform/folders.h"
+#include "shared/text/native_path.h"
 
 #include <algorithm>
 #include <iterator>

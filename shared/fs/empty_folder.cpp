@@ -1,10 +1,10 @@
 #include "shared/fs/empty_folder.h"
 
 #include "shared/fs/copy_steps.h"
-#include "shared/fs/native_path.h"
 #include "shared/platform/clock.h"
 #include "shared/platform/folders.h"
 #include "shared/system/os_error.h"
+#include "shared/text/native_path.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,9 +1,10 @@
 #include "shared/fs/file.h"
 
-#include "shared/fs/native_path.h"
+#include "shared/platform/clock.h"
 #include "shared/platform/files.h"
 #include "shared/platform/open_file.h"
 #include "shared/system/os_error.h"
+#include "shared/text/native_path.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -22,7 +23,9 @@ using ox::platform::NativeName;
 using ox::platform::OpenFile;
 using ox::platform::reportToThread;
 using ox::platform::Result;
+using ox::platform::secondsFrom1601To1970;
 using ox::platform::statusOfFile;
+using ox::platform::ticksPerSecond;
 using ox::platform::Writers;
 
 namespace
@@ -267,7 +270,8 @@ QString setExecutable_Rights(QString name, bool verbose)
 
 void timeToFileTime(__int64 seconds, FILETIME * fileTime)
 {
-    auto const ticks = (static_cast<std::uint64_t>(seconds) + 11644473600u) * 10000000u;
+    auto const ticks =
+        (static_cast<std::uint64_t>(seconds) + secondsFrom1601To1970) * ticksPerSecond;
     std::uint32_t const halves[] = {static_cast<std::uint32_t>(ticks),
                                     static_cast<std::uint32_t>(ticks >> 32)};
     std::memcpy(static_cast<void *>(fileTime), halves, sizeof halves);
@@ -278,5 +282,5 @@ void fileTimeToTime(_oxTime & time, FILETIME * fileTime)
     std::uint32_t halves[2];
     std::memcpy(halves, static_cast<void *>(fileTime), sizeof halves);
     std::uint64_t const ticks = std::uint64_t{halves[1]} << 32 | halves[0];
-    time.value = static_cast<__int64>(ticks / 10000000u);
+    time.value = static_cast<__int64>(ticks / ticksPerSecond);
 }

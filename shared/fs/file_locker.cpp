@@ -1,8 +1,8 @@
 #include "shared/fs/file_locker.h"
 
-#include "shared/fs/native_path.h"
 #include "shared/platform/lock_file.h"
 #include "shared/system/environment.h"
+#include "shared/text/native_path.h"
 
 #include <algorithm>
 #include <string>

@@ -2,10 +2,10 @@
 
 #include "shared/fs/copy_steps.h"
 #include "shared/fs/file.h"
-#include "shared/fs/native_path.h"
 #include "shared/fs/path.h"
 #include "shared/platform/files.h"
 #include "shared/system/os_error.h"
+#include "shared/text/native_path.h"
 
 namespace ox::detail
 {

@@ -1,6 +1,6 @@
 #include "shared/fs/path.h"
 
-#include "shared/fs/native_path.h"
+#include "shared/text/native_path.h"
 
 #include <algorithm>
 #include <cstddef>

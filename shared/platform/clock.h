@@ -7,6 +7,10 @@
 namespace ox::platform
 {
 
+// The times of files on Windows count ticks since 1601-01-01 UTC.
+inline constexpr std::int64_t ticksPerSecond = 10'000'000;
+inline constexpr std::int64_t secondsFrom1601To1970 = 11'644'473'600;
+
 /// Seconds since 1970-01-01 UTC. The conversions below count the same.
 std::int64_t currentTime();
 

@@ -1,6 +1,7 @@
 #include "shared/text/encoding.h"
 
 #include "shared/platform/file_names.h"
+#include "shared/text/fixed_string_algorithms.h"
 #include "shared/text/utf16_view.h"
 
 #include <algorithm>
@@ -15,6 +16,7 @@ namespace
 using Text = std::u16string;
 using View = std::u16string_view;
 constexpr std::size_t none = View::npos;
+using ox::detail::toLower;
 using ox::detail::toQString;
 using ox::detail::viewOf;
 
@@ -28,20 +30,10 @@ bool holdsWide(View text)
     return std::any_of(text.begin(), text.end(), isWide);
 }
 
-char16_t asciiLower(char16_t c)
-{
-    return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c;
-}
-
-char16_t asciiUpper(char16_t c)
-{
-    return c >= u'a' && c <= u'z' ? static_cast<char16_t>(c - 32) : c;
-}
-
 bool equalsIgnoringCase(View text, View lower)
 {
     return std::equal(text.begin(), text.end(), lower.begin(), lower.end(),
-                      [](char16_t a, char16_t b) { return asciiLower(a) == b; });
+                      [](char16_t a, char16_t b) { return toLower(a) == b; });
 }
 
 bool startsWithIgnoringCase(View text, View lower)
@@ -244,7 +236,7 @@ std::size_t findMarker(View text)
 {
     auto const found =
         std::search(text.begin(), text.end(), Form::marker.begin(), Form::marker.end(),
-                    [](char16_t a, char16_t b) { return asciiLower(a) == b; });
+                    [](char16_t a, char16_t b) { return toLower(a) == b; });
     return found == text.end() ? none : static_cast<std::size_t>(found - text.begin());
 }
 
@@ -262,7 +254,7 @@ QString encodeRuns(QString const & source, bool keepOriginal)
         bool const wide = holdsWide(word);
         if (wide) {
             std::transform(Form::marker.begin(), Form::marker.end(), std::back_inserter(out),
-                           asciiUpper);
+                           ox::detail::toUpper<char16_t>);
             Form::encode(word, out);
             out += u'>';
         }

@@ -122,8 +122,8 @@ void _oxTime::setCurrentTime(__int64 add)
 
 void _oxTime::from_FILETIME(unsigned long low, unsigned long high)
 {
-    constexpr __int64 ticksUntil1970 = 116444736000000000;
-    constexpr __int64 ticksPerSecond = 10000000;
+    using ox::platform::ticksPerSecond;
+    constexpr __int64 ticksUntil1970 = ox::platform::secondsFrom1601To1970 * ticksPerSecond;
     std::uint64_t const ticks = std::uint64_t{high & 0xFFFFFFFFu} << 32 | (low & 0xFFFFFFFFu);
     value = wrappingDifference(static_cast<__int64>(ticks), ticksUntil1970) / ticksPerSecond;
 }

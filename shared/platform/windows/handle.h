@@ -1,5 +1,6 @@
 #pragma once
 
+#include "shared/platform/clock.h"
 #include "shared/platform/open_file.h"
 
 #include <utility>
@@ -59,15 +60,14 @@ inline OpenFile toOpenFile(HANDLE handle)
 /// Seconds since 1970-01-01 UTC of a file time, which counts 100-nanosecond ticks since 1601.
 inline std::int64_t secondsOf(FILETIME time)
 {
-    constexpr std::int64_t ticksUntil1970 = 116444736000000000;
     auto const ticks =
         static_cast<std::int64_t>(std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime);
-    return (ticks - ticksUntil1970) / 10000000;
+    return (ticks - secondsFrom1601To1970 * ticksPerSecond) / ticksPerSecond;
 }
 
 inline FILETIME fileTimeOf(std::int64_t seconds)
 {
-    auto const ticks = (static_cast<std::uint64_t>(seconds) + 11644473600u) * 10000000u;
+    auto const ticks = static_cast<std::uint64_t>(seconds + secondsFrom1601To1970) * ticksPerSecond;
     return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
 }
 
