@@ -29,4 +29,4 @@ end_store
 build_preset linux-i686
 say "testing for 32-bit Linux"
 cd "$root"
-exec ctest --preset linux-i686 "$@"
+exec ctest --preset linux-i686 -j "$(nproc)" "$@"
