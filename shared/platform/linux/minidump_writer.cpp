@@ -1,5 +1,6 @@
 #include "shared/platform/minidump_writer.h"
 
+#include "shared/platform/linux/dump_guards.h"
 #include "shared/platform/linux/spare_descriptors.h"
 
 #include <array>
@@ -13,7 +14,6 @@
 #include <string>
 
 #include <pthread.h>
-#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <ucontext.h>
@@ -104,62 +104,6 @@ class Demand
     bool isCrashing() const { return crashingThread == ::gettid(); }
 };
 
-/// Kills the process when it has not come to its end in time: when the folder of the dumps does not
-/// answer, neither the process nor its stopped threads may be able to do it themselves.
-class KillTimer
-{
-  public:
-    KillTimer() { create(); }
-    ~KillTimer()
-    {
-        if (isThere_)
-            ::timer_delete(timer_);
-    }
-    KillTimer(KillTimer const &) = delete;
-    KillTimer & operator=(KillTimer const &) = delete;
-
-    /// A forked child has none of its parent's.
-    void create()
-    {
-        sigevent event{};
-        event.sigev_notify = SIGEV_SIGNAL;
-        event.sigev_signo = SIGKILL;
-        isThere_ = ::timer_create(CLOCK_MONOTONIC, &event, &timer_) == 0;
-    }
-    void start() { set(30); }
-    void stop() { set(0); }
-
-  private:
-    void set(std::time_t seconds)
-    {
-        itimerspec const time{{}, {seconds, 0}};
-        if (isThere_)
-            ::timer_settime(timer_, 0, &time, nullptr);
-    }
-
-    timer_t timer_{};
-    bool isThere_ = false;
-};
-
-/// Breakpad lets the process be read (PR_SET_DUMPABLE) for a dump. Afterwards a process that
-/// protects its memory from being read does so again.
-class DumpableState
-{
-  public:
-    DumpableState() = default;
-    ~DumpableState()
-    {
-        // The third state, in which only root may read, cannot be set.
-        if (before_ != 1)
-            ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
-    }
-    DumpableState(DumpableState const &) = delete;
-    DumpableState & operator=(DumpableState const &) = delete;
-
-  private:
-    int const before_ = ::prctl(PR_GET_DUMPABLE, 0, 0, 0, 0);
-};
-
 void restoreEarlierHandlers()
 {
     for (std::size_t i = 0; i < crashSignals.size(); ++i)
@@ -192,43 +136,6 @@ void * instructionOf(ucontext_t const & context)
     return nullptr;
 #endif
 }
-
-/// Memory for the signal handlers of a thread, with some below it that nobody may touch.
-class SignalStack
-{
-  public:
-    SignalStack()
-    {
-        stack_t present{};
-        ::sigaltstack(nullptr, &present);
-        if (!(present.ss_flags & SS_DISABLE) && present.ss_size >= size)
-            return;
-        memory_ = ::mmap(nullptr, guard + size, PROT_READ | PROT_WRITE,
-                         MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
-        if (memory_ == MAP_FAILED)
-            return;
-        ::mprotect(memory_, guard, PROT_NONE);
-        stack_t own{};
-        own.ss_sp = static_cast<char *>(memory_) + guard;
-        own.ss_size = size;
-        ::sigaltstack(&own, &previous_);
-    }
-    ~SignalStack()
-    {
-        // The system refuses while a signal handler runs on it, and then the memory must stay.
-        if (memory_ != MAP_FAILED && ::sigaltstack(&previous_, nullptr) == 0)
-            ::munmap(memory_, guard + size);
-    }
-    SignalStack(SignalStack const &) = delete;
-    SignalStack & operator=(SignalStack const &) = delete;
-
-  private:
-    static constexpr std::size_t size = 65536;
-    static constexpr std::size_t guard = 65536;
-
-    void * memory_ = MAP_FAILED;
-    stack_t previous_{};
-};
 
 /// Where the guarded work is left, and by which thread.
 sigjmp_buf wayOut;
@@ -459,12 +366,6 @@ bool MinidumpWriter::write(EXCEPTION_POINTERS & exception)
 std::uint32_t exceptionCode(EXCEPTION_POINTERS const & exception)
 {
     return exception.ExceptionRecord ? exception.ExceptionRecord->ExceptionCode : 0;
-}
-
-void prepareThreadForCrash()
-{
-    thread_local SignalStack const stack;
-    static_cast<void>(stack);
 }
 
 } // namespace ox::platform
