@@ -1,6 +1,7 @@
 #include "shared/fs/file_locker.h"
 
 #include "shared/platform/lock_file.h"
+#include "shared/platform/result.h"
 #include "shared/system/environment.h"
 #include "shared/text/native_path.h"
 
@@ -13,6 +14,7 @@ using ox::detail::nativePath;
 using ox::platform::LockFile;
 using ox::platform::LockFileView;
 using ox::platform::NativeName;
+using ox::platform::Result;
 
 namespace
 {
@@ -44,6 +46,19 @@ QString whoIn(std::string_view text)
     text.remove_prefix(whoLabel.size());
     text = text.substr(0, text.rfind(timeLabel));
     return QString::fromLatin1(text.data(), static_cast<int>(text.size()));
+}
+
+_oxFileLockStatus::Holder holderOf(LockFileView const & view)
+{
+    switch (view.holder) {
+    case LockFileView::Holder::None:
+        return _oxFileLockStatus::Nobody;
+    case LockFileView::Holder::Process:
+        return _oxFileLockStatus::Process;
+    case LockFileView::Holder::Unknown:
+        break;
+    }
+    return _oxFileLockStatus::Unknown;
 }
 
 void removeIfStale(NativeName const & name)
@@ -79,33 +94,33 @@ bool _oxFileLocker::lock(int const & timeoutMs, QString const & who, int * waite
         return false;
     }
 
-    using Attempt = LockFile::Attempt;
     NativeName const name = nativePath(lockFileName_);
     auto file = std::make_unique<LockFile>();
+    Result<> taken;
     // One step tells whether the lock is free and takes it: a test before it would be another round
     // trip to the share, and out of date when it arrives.
-    auto const attempt = [&] {
+    auto const isHeldByOther = [&] {
         if (checkOnly)
-            return ox::platform::lockFileExists(name) ? Attempt::InUse : Attempt::Taken;
-        return file->take(name);
+            return ox::platform::lockFileExists(name);
+        taken = file->take(name);
+        return !taken && ox::platform::isTaken(taken.error());
     };
 
     int const polls = std::max(timeoutMs / pollMs, 1);
     int polled = 0;
-    Attempt result = attempt();
-    for (; result == Attempt::InUse && polled < polls; ++polled) {
+    bool isHeld = isHeldByOther();
+    for (; isHeld && polled < polls; ++polled) {
         oxSleep(pollMs);
-        result = attempt();
+        isHeld = isHeldByOther();
     }
-    if (result == Attempt::InUse) {
+    if (isHeld) {
         removeIfStale(name);
-        result = attempt();
+        isHeld = isHeldByOther();
     }
 
-    waited = polled * pollMs;
-    if (result == Attempt::Failed)
-        waited = -waited;
-    if (result != Attempt::Taken)
+    bool const hasFailed = !taken && !isHeld;
+    waited = hasFailed ? -polled * pollMs : polled * pollMs;
+    if (!ox::platform::reportToThread(taken) || isHeld)
         return false;
     if (!checkOnly) {
         file->write(lockFileText(who));
@@ -122,8 +137,10 @@ bool _oxFileLocker::isFree(int const & timeoutMs, int * waitedMs)
 bool _oxFileLocker::unlock()
 {
     auto const held = std::exchange(held_, nullptr);
-    return !held ||
-           held->release(ox::platform::nativeName(std::string(lockFileName_.view()) + ".none"));
+    if (!held)
+        return true;
+    auto const leftover = ox::platform::nativeName(std::string(lockFileName_.view()) + ".none");
+    return ox::platform::reportToThread(held->release(leftover));
 }
 
 _oxFileLockStatus _oxFileLocker::status() const
@@ -134,9 +151,7 @@ _oxFileLockStatus _oxFileLocker::status() const
     if (!view.exists)
         return status;
     status.exists = true;
-    status.holder = view.holder == LockFileView::Holder::Process ? _oxFileLockStatus::Process
-                    : view.holder == LockFileView::Holder::None  ? _oxFileLockStatus::Nobody
-                                                                 : _oxFileLockStatus::Unknown;
+    status.holder = holderOf(view);
     status.who = whoIn(view.content);
     status.since = _oxTime(static_cast<__int64>(view.modified), true);
     status.isStale = status.since.waitTimeIsOver(staleAfterSeconds, false, nullptr);

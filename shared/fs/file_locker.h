@@ -64,7 +64,8 @@ class OX_EXPORT _oxFileLocker
     /// The lock is tried at once and then every 250 ms, timeoutMs / 250 times but at least once.
     /// When it is still taken after that, a stale lock file is removed and the lock tried again.
     ///
-    /// False when the time ran out, or when the lock file could not be created. waitedMs, when
+    /// False when the time ran out, or when the lock file could not be created (`oxLastOSError`
+    /// has the reason). waitedMs, when
     /// given, receives the time waited in steps of 250, negated when the file could not be created.
     /// A false with 0 is such a failure at the first try, since who runs out of time has waited 250
     /// at least. A name that cannot be locked fails at once with -1.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "shared/platform/file_names.h"
+#include "shared/platform/result.h"
 
 #include <cstdint>
 #include <string>
@@ -17,12 +18,6 @@ namespace ox::platform
 class LockFile
 {
   public:
-    enum class Attempt {
-        Taken,
-        InUse, ///< the name exists, or another process was faster
-        Failed ///< for any other reason; the system's last error tells why
-    };
-
     LockFile() = default;
     /// Closes a held file without removing it, as the death of the process does. Removes a file
     /// that a try has created but not yet taken.
@@ -31,10 +26,12 @@ class LockFile
     LockFile & operator=(LockFile const &) = delete;
 
     /// Tries to create the lock file and to hold it. Waits for nobody for longer than some
-    /// milliseconds, and changes no file that exists. A try that has created the file while another
-    /// process examines it returns InUse; the next try with the same name continues it. Only while
-    /// not held.
-    Attempt take(NativeName const & name);
+    /// milliseconds, and changes no file that exists. Only while not held.
+    ///
+    /// Fails: with an error of which isTaken() is true when the name exists or another process was
+    /// faster; with another one for any other reason. A try that has created the file while another
+    /// process examines it fails as taken, and the next try with the same name continues it.
+    Result<> take(NativeName const & name);
 
     bool isHeld() const { return handle_ != none && !isPending_; }
 
@@ -46,9 +43,8 @@ class LockFile
     /// while the file is open; then it is closed first, and the removal is tried for about a
     /// second. A file that somebody else has put under the name in the meantime stays.
     ///
-    /// False, with the system's last error set, when the lock file is still there. True when not
-    /// held.
-    [[nodiscard]] bool release(NativeName const & leftover);
+    /// Fails: with the reason for which the lock file is still there. Succeeds when not held.
+    Result<> release(NativeName const & leftover);
 
   private:
     static constexpr std::intptr_t none = -1;
@@ -57,6 +53,12 @@ class LockFile
     std::intptr_t handle_ = none;
     bool isPending_ = false; ///< created, but not yet taken
 };
+
+/// Whether an error of LockFile::take means that somebody else has the name.
+inline bool isTaken(Error const & error)
+{
+    return error.kind() == ErrorKind::AlreadyExists || error.kind() == ErrorKind::InUse;
+}
 
 /// Whether the name of a lock file is taken, by whatever it may be.
 bool lockFileExists(NativeName const & name);

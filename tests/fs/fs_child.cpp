@@ -84,7 +84,7 @@ int contend(QString const & fileName, int count)
     auto const name = lockNameOf(fileName);
     for (int taken = 0; taken < count;) {
         LockFile lock;
-        if (lock.take(name) != LockFile::Attempt::Taken) {
+        if (!lock.take(name)) {
             ox::platform::removeLeftLockFile(name, std::numeric_limits<std::int64_t>::max());
             continue;
         }
@@ -102,7 +102,7 @@ int takeTurns(QString const & fileName, int count)
     auto const name = lockNameOf(fileName);
     for (int taken = 0; taken < count;) {
         LockFile lock;
-        if (lock.take(name) != LockFile::Attempt::Taken)
+        if (!lock.take(name))
             continue;
         lock.write("held by one of those who take turns");
         if (!isAlone(fileName, 0))
@@ -120,7 +120,7 @@ int tryTimes(QString const & fileName, int count)
     LockFile lock;
     auto const name = lockNameOf(fileName);
     for (int tried = 0; tried < count; ++tried) {
-        if (lock.take(name) == LockFile::Attempt::Taken)
+        if (lock.take(name))
             return ox::platform::lockFileExists(name) && lock.release({}) ? 0 : 4;
     }
     return 3;

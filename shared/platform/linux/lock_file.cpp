@@ -119,38 +119,39 @@ bool isOpenFileRefusal(int error)
 }
 
 /// Deletes a name, or renames it when the system refuses that and there is a name for the leftover.
-/// On failure errno tells why it was not deleted. A name that is gone counts as deleted.
-bool removeName(NativeName const & name, NativeName const & leftover)
+/// Fails with the reason for which it was not deleted. A name that is gone counts as deleted.
+Result<> removeName(NativeName const & name, NativeName const & leftover)
 {
     if (::unlink(name.c_str()) == 0 || errno == ENOENT)
-        return true;
-    int const error = errno;
+        return {};
+    Error const error = lastError("unlink");
     if (!leftover.empty() && std::rename(name.c_str(), leftover.c_str()) == 0)
-        return true;
-    errno = error;
-    return false;
+        return {};
+    return error;
 }
 
 /// Removes a lock file that this process has closed, because the share refuses to remove an open
 /// one. The name is opened before each try, and the removal follows only when `isStillIt` accepts
 /// the file. A fresh lock that takes the name in between is open, and so refused by the same share.
 /// The first try that succeeds is the last one: after it the name belongs to others.
-bool removeClosed(NativeName const & name, NativeName const & leftover, int tries,
-                  std::function<bool(int)> const & isStillIt)
+Result<> removeClosed(NativeName const & name, NativeName const & leftover, int tries,
+                      std::function<bool(int)> const & isStillIt)
 {
     for (int tried = 0;; ++tried) {
         Descriptor file(::open(name.c_str(), O_RDONLY | existing));
-        if (!file.isOpen() && errno == ENOENT)
-            return true;
-        if (file.isOpen()) {
+        Result<> removed = resultOf(file.isOpen(), "open");
+        if (!removed && removed.error().code == ENOENT)
+            return {};
+        if (removed) {
             if (!isStillIt(file.get()))
-                return true;
+                return {};
             file.close();
-            if (removeName(name, leftover))
-                return true;
+            removed = removeName(name, leftover);
+            if (removed)
+                return {};
         }
         if (tried + 1 == tries)
-            return false;
+            return removed;
         pauseAfter(tried); // somebody may be looking at it, or the closing is under way
     }
 }
@@ -170,23 +171,22 @@ int folderErrorOf(NativeName const & name)
 
 LockFile::~LockFile()
 {
-    int const error = errno;
+    KeptError const kept;
     if (isHeld())
         ::close(static_cast<int>(handle_));
     else
         static_cast<void>(release({}));
-    errno = error;
 }
 
-LockFile::Attempt LockFile::take(NativeName const & name)
+Result<> LockFile::take(NativeName const & name)
 {
     if (!isPending_) {
         int const created =
             ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
         if (created < 0) {
+            Error const error = lastError("open");
             // EBUSY, ETXTBSY: a Windows machine has the file open without sharing.
-            bool const isInUse = errno == EEXIST || errno == EBUSY || errno == ETXTBSY;
-            return isInUse ? Attempt::InUse : Attempt::Failed;
+            return error.code == ETXTBSY ? Error{EBUSY, error.step} : error;
         }
         // Whatever the umask: other users must be able to open it, or it stays once it is stale.
         ::fchmod(created, 0666);
@@ -199,19 +199,19 @@ LockFile::Attempt LockFile::take(NativeName const & name)
     // there is no flock, the name alone is the lock, and nobody removes it (see
     // removeLeftLockFile).
     if (takeFlock(file, LOCK_EX) == Flock::Busy && takeFlock(file, LOCK_SH) == Flock::Busy)
-        return Attempt::InUse;
+        return Error{EWOULDBLOCK, "flock"};
     switch (meaningOf(name_, file)) {
     case Meaning::ThisFile:
         isPending_ = false;
-        return Attempt::Taken;
+        return {};
     case Meaning::OtherOrNone:
         isPending_ = false;
         ::close(static_cast<int>(std::exchange(handle_, none)));
-        return Attempt::InUse;
+        return Error{EEXIST, "open"};
     case Meaning::Unknown:
         break;
     }
-    return Attempt::Failed;
+    return lastError("stat");
 }
 
 void LockFile::write(std::string_view content)
@@ -221,20 +221,20 @@ void LockFile::write(std::string_view content)
         ::write(static_cast<int>(handle_), content.data(), content.size());
 }
 
-bool LockFile::release(NativeName const & leftover)
+Result<> LockFile::release(NativeName const & leftover)
 {
     if (handle_ == none)
-        return true;
+        return {};
     Descriptor file(static_cast<int>(std::exchange(handle_, none)));
     isPending_ = false;
     Meaning const meaning = meaningOf(name_, file.get());
     if (meaning == Meaning::OtherOrNone)
-        return true;
+        return {};
     // Removed before it is closed: without the flock the name could mean another's lock already.
     // The second look finds a share that agrees and leaves the file.
     if (meaning == Meaning::ThisFile && removeName(name_, leftover) &&
         meaningOf(name_, file.get()) != Meaning::ThisFile)
-        return true;
+        return {};
 
     ::futimens(file.get(), nullptr); // fresh for three hours, so that no waiter removes it now
     Identity const own = identityOf(file.get());
@@ -262,9 +262,9 @@ void removeLeftLockFile(NativeName const & name, std::int64_t writtenBefore)
     Identity const left = identityOf(file.get());
     file.close();
     constexpr int tries = 6; // 31 ms of pauses; a live holder keeps the file open for longer
-    removeClosed(name, {}, tries, [&](int found) {
+    static_cast<void>(removeClosed(name, {}, tries, [&](int found) {
         return identityOf(found) == left && wasWrittenBefore(found, writtenBefore);
-    });
+    }));
 }
 
 LockFileView viewLockFile(NativeName const & name)

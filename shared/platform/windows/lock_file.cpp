@@ -13,22 +13,24 @@ namespace ox::platform
 namespace
 {
 
-/// Whether the last error says that somebody else has the name. It can be on its way out, deleted
+/// The last error of a call that opens a name. It is InUse also for a name on its way out, deleted
 /// while some process still looks at it.
-bool isTaken(DWORD error)
+Error openError(char const * step)
 {
     constexpr LONG deletePending = static_cast<LONG>(0xC0000056);
-    return error == ERROR_FILE_EXISTS || error == ERROR_ALREADY_EXISTS ||
-           error == ERROR_SHARING_VIOLATION ||
-           (error == ERROR_ACCESS_DENIED && ::RtlGetLastNtStatus() == deletePending);
+    Error const error = lastError(step);
+    bool const isGoing =
+        error.code == ERROR_ACCESS_DENIED && ::RtlGetLastNtStatus() == deletePending;
+    return isGoing ? Error{ERROR_SHARING_VIOLATION, step} : error;
 }
 
 /// Marks an open file for deletion at its closing.
-bool deleteOnClose(HANDLE file)
+Result<> deleteOnClose(HANDLE file)
 {
     FILE_DISPOSITION_INFO disposition{TRUE};
-    return ::SetFileInformationByHandle(file, FileDispositionInfo, &disposition,
-                                        sizeof disposition) != FALSE;
+    return resultOf(::SetFileInformationByHandle(file, FileDispositionInfo, &disposition,
+                                                 sizeof disposition) != FALSE,
+                    "SetFileInformationByHandle");
 }
 
 /// What tells a file from another one that has its name later.
@@ -40,30 +42,41 @@ bool isSameFile(BY_HANDLE_FILE_INFORMATION const & a, BY_HANDLE_FILE_INFORMATION
 }
 
 /// Renames a file, and replaces what has the new name, also a read-only file.
-bool rename(NativeName const & name, NativeName const & newName)
+Result<> rename(NativeName const & name, NativeName const & newName)
 {
     ::SetFileAttributesW(newName.c_str(), FILE_ATTRIBUTE_NORMAL);
-    return ::MoveFileExW(name.c_str(), newName.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE;
+    return resultOf(::MoveFileExW(name.c_str(), newName.c_str(), MOVEFILE_REPLACE_EXISTING) !=
+                        FALSE,
+                    "MoveFileExW");
+}
+
+/// One try to remove a closed lock file, see removeClosed.
+Result<> tryToRemove(NativeName const & name, NativeName const & leftover,
+                     BY_HANDLE_FILE_INFORMATION const & own)
+{
+    Handle const file(
+        openFile(name, DELETE | FILE_READ_ATTRIBUTES, FILE_SHARE_DELETE, OPEN_EXISTING));
+    if (!file.isOpen())
+        return resultOf(::GetLastError() == ERROR_FILE_NOT_FOUND, "CreateFileW");
+    BY_HANDLE_FILE_INFORMATION found;
+    if (!::GetFileInformationByHandle(file.get(), &found))
+        return lastError("GetFileInformationByHandle");
+    if (!isSameFile(own, found) || deleteOnClose(file.get()))
+        return {};
+    return rename(name, leftover);
 }
 
 /// Removes a lock file that this process has closed, because the system refuses to delete it
 /// through the handle that created it. Opening it again fails while anybody holds a lock under the
 /// name, and while it is open the name cannot pass to another file.
-bool removeClosed(NativeName const & name, NativeName const & leftover,
-                  BY_HANDLE_FILE_INFORMATION const & own)
+Result<> removeClosed(NativeName const & name, NativeName const & leftover,
+                      BY_HANDLE_FILE_INFORMATION const & own)
 {
     constexpr int tries = 11; // 1023 ms of pauses
     for (int tried = 0;; ++tried) {
-        Handle const file(
-            openFile(name, DELETE | FILE_READ_ATTRIBUTES, FILE_SHARE_DELETE, OPEN_EXISTING));
-        if (!file.isOpen() && ::GetLastError() == ERROR_FILE_NOT_FOUND)
-            return true;
-        BY_HANDLE_FILE_INFORMATION found;
-        if (file.isOpen() && ::GetFileInformationByHandle(file.get(), &found) &&
-            (!isSameFile(own, found) || deleteOnClose(file.get()) || rename(name, leftover)))
-            return true;
-        if (tried + 1 == tries)
-            return false;
+        Result<> const removed = tryToRemove(name, leftover, own);
+        if (removed || tried + 1 == tries)
+            return removed;
         ::Sleep(1u << tried);
     }
 }
@@ -81,14 +94,14 @@ LockFile::~LockFile()
         ::CloseHandle(toHandle(handle_));
 }
 
-LockFile::Attempt LockFile::take(NativeName const & name)
+Result<> LockFile::take(NativeName const & name)
 {
     Handle file(openFile(name, GENERIC_READ | GENERIC_WRITE | DELETE, shareNothing, CREATE_NEW));
     if (!file.isOpen())
-        return isTaken(::GetLastError()) ? Attempt::InUse : Attempt::Failed;
+        return openError("CreateFileW");
     handle_ = reinterpret_cast<std::intptr_t>(file.release());
     name_ = name;
-    return Attempt::Taken;
+    return {};
 }
 
 void LockFile::write(std::string_view content)
@@ -99,17 +112,17 @@ void LockFile::write(std::string_view content)
                 nullptr);
 }
 
-bool LockFile::release(NativeName const & leftover)
+Result<> LockFile::release(NativeName const & leftover)
 {
     if (!isHeld())
-        return true;
+        return {};
     Handle file(toHandle(std::exchange(handle_, none)));
     // By handle: the name can mean another's lock as soon as the file is closed.
     if (deleteOnClose(file.get()))
-        return true;
+        return {};
     BY_HANDLE_FILE_INFORMATION own;
     if (!::GetFileInformationByHandle(file.get(), &own))
-        return false;
+        return lastError("GetFileInformationByHandle");
     file.close();
     return removeClosed(name_, leftover, own);
 }
@@ -131,19 +144,19 @@ void removeLeftLockFile(NativeName const & name, std::int64_t writtenBefore)
     FILE_BASIC_INFO basic{};
     basic.FileAttributes = FILE_ATTRIBUTE_NORMAL; // a read-only file cannot be deleted
     ::SetFileInformationByHandle(file.get(), FileBasicInfo, &basic, sizeof basic);
-    deleteOnClose(file.get());
+    static_cast<void>(deleteOnClose(file.get()));
 }
 
 LockFileView viewLockFile(NativeName const & name)
 {
     LockFileView view;
     WIN32_FILE_ATTRIBUTE_DATA data{};
-    if (!::GetFileAttributesExW(name.c_str(), GetFileExInfoStandard, &data) &&
-        !isTaken(::GetLastError())) {
-        // A missing folder has an error of its own.
-        if (::GetLastError() != ERROR_FILE_NOT_FOUND)
-            view.error = static_cast<int>(::GetLastError());
-        return view;
+    if (!::GetFileAttributesExW(name.c_str(), GetFileExInfoStandard, &data)) {
+        if (Error const error = openError("GetFileAttributesExW"); !isTaken(error)) {
+            // A missing folder has an error of its own.
+            view.error = error.code == ERROR_FILE_NOT_FOUND ? 0 : error.code;
+            return view;
+        }
     }
     view.exists = true;
     view.modified = secondsOf(data.ftLastWriteTime);
