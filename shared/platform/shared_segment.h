@@ -1,5 +1,7 @@
 #pragma once
 
+#include "shared/platform/result.h"
+
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -14,8 +16,7 @@ namespace ox::platform
 /// access to the view fails for want of memory. Programs that this process starts do not inherit
 /// it.
 ///
-/// Opening and mapping are two steps, since each can fail for reasons of its own. Where a step
-/// fails, the system's last error tells why.
+/// Opening and mapping are two steps, since each can fail for reasons of its own.
 class SharedSegment
 {
   public:
@@ -25,8 +26,6 @@ class SharedSegment
         Local   ///< Windows: the session; elsewhere: the user
     };
 
-    enum class Attempt { Done, Exists, NotFound, AccessDenied, Failed };
-
     SharedSegment();
     /// Closes the segment.
     ~SharedSegment();
@@ -34,28 +33,37 @@ class SharedSegment
     SharedSegment & operator=(SharedSegment const &) = delete;
 
     /// Prepares, once, what lets everybody in to a global segment; to be called before one is
-    /// created. Null, or the name of the step that failed.
-    char const * prepareGlobalAccess();
+    /// created. The error names the step that failed.
+    Result<> prepareGlobalAccess();
 
     /// Creates a segment that has room for `size` bytes. Only while not open.
-    Attempt create(std::string const & name, Reach reach, std::size_t size);
+    /// Fails: with AlreadyExists when somebody has one of that name, with AccessDenied when the
+    /// user may not create one, and for other reasons of the system.
+    Result<> create(std::string const & name, Reach reach, std::size_t size);
 
     /// Opens a segment that somebody has open. Only while not open.
-    Attempt open(std::string const & name, Reach reach);
+    /// Fails: with an error of which isMissing() is true when nobody has, and for other reasons of
+    /// the system.
+    Result<> open(std::string const & name, Reach reach);
+
+    /// Whether an error of open() means that nobody has the segment open.
+    /// Compatibility: narrower than NotFound, since a name with a path of its own that does not
+    /// exist keeps the system's number.
+    static bool isMissing(Error const & error);
 
     bool isOpen() const;
 
     /// Maps the whole segment for reading and writing. Only while open and not mapped.
-    bool map();
+    Result<> map();
 
     /// The first byte; null while not mapped.
     void * view() const { return view_; }
-    /// The size of the mapped region in whole pages; 0 when the system does not tell.
-    std::size_t viewSize() const;
+    /// The size of the mapped region in whole pages.
+    Result<std::size_t> viewSize() const;
 
-    /// Unmaps and closes the segment. False when the system refused that; isOpen() tells whether
-    /// there is still something to close.
-    bool close();
+    /// Unmaps and closes the segment. After a failure isOpen() returns whether there is still
+    /// something to close.
+    Result<> close();
 
   private:
     struct System;

@@ -9,8 +9,9 @@
 #include <atomic>
 #include <limits>
 
+using ox::platform::ErrorKind;
+using ox::platform::Result;
 using ox::platform::SharedSegment;
-using Attempt = SharedSegment::Attempt;
 using Reach = SharedSegment::Reach;
 
 namespace
@@ -56,8 +57,8 @@ bool oxSharedMemory::create(int size, bool global, bool fallBackToLocal)
     if (segment_->isOpen())
         return fail("We have already created memory.");
     if (global) {
-        if (char const * const failedStep = segment_->prepareGlobalAccess())
-            return failInSystem(failedStep);
+        if (auto const prepared = segment_->prepareGlobalAccess(); !prepared)
+            return failInSystem(prepared.error().step, prepared.error());
     }
 
     mappedSize_ = size + headerSize;
@@ -65,23 +66,25 @@ bool oxSharedMemory::create(int size, bool global, bool fallBackToLocal)
         return segment_->create(choose(globally), reachOf(globally),
                                 static_cast<std::size_t>(mappedSize_));
     };
-    Attempt result = attempt(global);
-    if (global && result == Attempt::AccessDenied && fallBackToLocal)
-        result = attempt(false);
+    Result<> created = attempt(global);
+    auto const isDenied = [&created] {
+        return !created && created.error().kind() == ErrorKind::AccessDenied;
+    };
+    if (global && isDenied() && fallBackToLocal)
+        created = attempt(false);
     // Settled by a refusal as well: who is told that the segment exists attaches to that one.
     nameKindKnown_ = true;
 
-    if (result == Attempt::Exists) {
-        fail("CreateFileMapping: already exists");
-        errorCode_ = AlreadyExists;
-        return false;
-    }
-    if (result != Attempt::Done) {
-        failInSystem("Create");
-        if (result == Attempt::AccessDenied)
+    if (!created) {
+        failInSystem("Create", created.error());
+        if (created.error().kind() == ErrorKind::AlreadyExists) {
+            errorText_ = "CreateFileMapping: already exists";
+            errorCode_ = AlreadyExists;
+        } else if (isDenied()) {
             errorText_ = "Unable to create Watch connection. This user does not have the "
                          "SeCreateGlobalPrivilege privilege. (Probably this app was not started "
                          "with admin rights.)";
+        }
         return false;
     }
     // The lock byte is 0 already; to set it would undo the lock of who attached in the meantime.
@@ -95,12 +98,12 @@ bool oxSharedMemory::attach()
     auto const attempt = [this](bool globally) {
         return segment_->open(choose(globally), reachOf(globally));
     };
-    Attempt result = attempt(useGlobalName_ || !nameKindKnown_);
-    if (result != Attempt::Done && !nameKindKnown_)
-        result = attempt(false);
-    if (result != Attempt::Done) {
-        failInSystem("OpenFileMappingA");
-        if (result == Attempt::NotFound)
+    Result<> opened = attempt(useGlobalName_ || !nameKindKnown_);
+    if (!opened && !nameKindKnown_)
+        opened = attempt(false);
+    if (!opened) {
+        failInSystem("OpenFileMappingA", opened.error());
+        if (SharedSegment::isMissing(opened.error()))
             errorCode_ = DoesNotExist;
         return false;
     }
@@ -108,20 +111,22 @@ bool oxSharedMemory::attach()
     if (!map())
         return false;
 
-    std::size_t const viewSize = segment_->viewSize();
-    if (viewSize == 0) {
-        release();
+    auto const viewSize = segment_->viewSize();
+    if (!viewSize) {
+        static_cast<void>(release());
+        ox::platform::setLastError(viewSize.error());
         return fail("VirtualQuery: size query failed");
     }
     constexpr std::size_t largest = std::numeric_limits<int>::max();
-    mappedSize_ = static_cast<int>(std::min(viewSize, largest));
+    mappedSize_ = static_cast<int>(std::min(*viewSize, largest));
     return true;
 }
 
 bool oxSharedMemory::detach()
 {
     clearError();
-    return release() || failInSystem("CloseHandle");
+    auto const released = release();
+    return released || failInSystem("CloseHandle", released.error());
 }
 
 bool oxSharedMemory::isAttached() const
@@ -193,12 +198,12 @@ bool oxSharedMemory::fail(char const * text)
     return false;
 }
 
-bool oxSharedMemory::failInSystem(char const * step)
+bool oxSharedMemory::failInSystem(char const * step, ox::platform::Error const & error)
 {
-    int const error = ox::platform::lastError().code;
     fail(step);
-    errorText_.add(": ").add(oxLastOSError8(error));
-    errorCode_ = error;
+    errorText_.add(": ").add(oxLastOSError8(error.code));
+    errorCode_ = error.code;
+    ox::platform::setLastError(error);
     return false;
 }
 
@@ -210,14 +215,14 @@ std::string oxSharedMemory::choose(bool global)
 
 bool oxSharedMemory::map()
 {
-    if (segment_->map())
+    auto const mapped = segment_->map();
+    if (mapped)
         return true;
-    failInSystem("MapViewOfFile");
-    release();
-    return false;
+    static_cast<void>(release());
+    return failInSystem("MapViewOfFile", mapped.error());
 }
 
-bool oxSharedMemory::release()
+ox::platform::Result<> oxSharedMemory::release()
 {
     if (isAttached() && lockedByUs_)
         lockByte(*segment_).store(0, std::memory_order_release);

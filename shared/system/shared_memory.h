@@ -11,7 +11,10 @@
 namespace ox::platform
 {
 class SharedSegment;
-}
+struct Error;
+template <typename Value>
+class Result;
+} // namespace ox::platform
 
 /// A named block of memory in which the farm's processes on one machine exchange state.
 ///
@@ -100,10 +103,10 @@ class OX_EXPORT oxSharedMemory
 
     void clearError();
     bool fail(char const * text);
-    bool failInSystem(char const * step);
+    bool failInSystem(char const * step, ox::platform::Error const & error);
     bool map();
     /// Unlocks and detaches; leaves the error as it is.
-    bool release();
+    ox::platform::Result<void> release();
 
     /// The name of that kind, which becomes the one in use.
     std::string choose(bool global);

@@ -58,26 +58,11 @@ std::size_t wholePages(std::size_t size)
     return (size + page - 1) / page * page;
 }
 
-SharedSegment::Attempt attemptOf(int error)
-{
-    switch (error) {
-    case EEXIST:
-        return SharedSegment::Attempt::Exists;
-    case ENOENT:
-        return SharedSegment::Attempt::NotFound;
-    case EACCES:
-    case EPERM:
-        return SharedSegment::Attempt::AccessDenied;
-    default:
-        return SharedSegment::Attempt::Failed;
-    }
-}
-
 } // namespace
 
 /// The open object of a segment.
 struct SharedSegment::System {
-    enum class State { Failed, Live, Orphan, Unsettled };
+    enum class State { Live, Orphan, Unsettled };
 
     bool isOpen() const { return descriptor >= 0; }
     bool takeFlock(int operation) const { return ::flock(descriptor, operation | LOCK_NB) == 0; }
@@ -100,12 +85,12 @@ struct SharedSegment::System {
     /// Opens the object that has the name and tells who else has it open. Live: others, and now
     /// this process, too. Orphan: nobody, and this process keeps everybody out. Unsettled: somebody
     /// is just filling it or removing it.
-    State find()
+    Result<State> find()
     {
         // All can put something under a name; nothing of that is followed or waited for.
         descriptor = ::open(path.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
         if (!isOpen())
-            return State::Failed;
+            return lastError("open");
         bool const isAlone = takeFlock(LOCK_EX);
         if (!isAlone && !takeFlock(LOCK_SH))
             return State::Unsettled;
@@ -115,8 +100,7 @@ struct SharedSegment::System {
             return State::Unsettled;
         if (!mayBeSegment(status)) {
             ::close(std::exchange(descriptor, -1));
-            errno = EACCES;
-            return State::Failed;
+            return Error{EACCES, "open"};
         }
         if (isAlone)
             return State::Orphan;
@@ -133,20 +117,19 @@ struct SharedSegment::System {
 
     /// Gives the object its memory; a hole in it would turn a full system into a SIGBUS. The memory
     /// is reserved in pieces, between which signals are delivered.
-    bool reserve(std::size_t wanted)
+    Result<> reserve(std::size_t wanted)
     {
         constexpr std::size_t piece = 16 << 20;
-        int error = 0;
-        for (std::size_t done = 0; done < wanted && error == 0; done += piece)
-            error = reservePiece(done, std::min(piece, wanted - done));
+        Result<> reserved;
+        for (std::size_t done = 0; done < wanted && reserved; done += piece)
+            reserved = reservePiece(done, std::min(piece, wanted - done));
         size = wanted;
-        errno = error;
-        return error == 0;
+        return reserved;
     }
 
-    /// Returns the system's error. Some kernels release the whole piece again when a signal
-    /// arrives, so a periodic timer would never let the piece end.
-    int reservePiece(std::size_t offset, std::size_t length) const
+    /// Some kernels release the whole piece again when a signal arrives, so a periodic timer would
+    /// never let the piece end.
+    Result<> reservePiece(std::size_t offset, std::size_t length) const
     {
         sigset_t all;
         sigset_t before;
@@ -158,58 +141,63 @@ struct SharedSegment::System {
                                       static_cast<off_t>(length));
         } while (error == EINTR);
         ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
-        return error;
+        return error == 0 ? Result<>() : Error{error, "posix_fallocate"};
     }
 
     /// Makes an object without a name, and names it when it is ready.
-    bool makeNew(std::size_t wanted)
+    Result<> makeNew(std::size_t wanted)
     {
         mode_t const mode = reach == Reach::Global ? 0666 : 0600;
         descriptor = ::open(objectFolder.data(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode);
         std::string const self = "/proc/self/fd/" + std::to_string(descriptor);
         // The mode again, for the process's mask does not apply to segments.
-        return isOpen() && ::fchmod(descriptor, mode) == 0 && takeFlock(LOCK_SH) &&
-               reserve(wanted) &&
-               ::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
+        if (!isOpen() || ::fchmod(descriptor, mode) != 0 || !takeFlock(LOCK_SH))
+            return lastError("open");
+        if (auto const reserved = reserve(wanted); !reserved)
+            return reserved;
+        return resultOf(
+            ::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0,
+            "linkat");
     }
 
     /// Fills an orphan anew, whoever made it: the folder lets only its owner remove it. The flock
     /// turns into a shared one in one step.
-    bool renew(std::size_t wanted)
+    Result<> renew(std::size_t wanted)
     {
-        return ::ftruncate(descriptor, 0) == 0 && reserve(wanted) && takeFlock(LOCK_SH);
+        if (::ftruncate(descriptor, 0) != 0)
+            return lastError("ftruncate");
+        if (auto const reserved = reserve(wanted); !reserved)
+            return reserved;
+        return resultOf(takeFlock(LOCK_SH), "flock");
     }
 
     /// Closes the object. The last one out removes it, or empties it where that is not allowed.
-    bool leave()
+    Result<> leave()
     {
         if (!isOpen())
-            return true;
+            return {};
         if (takeFlock(LOCK_EX) && nameMeansObject() && ::unlink(path.c_str()) != 0) {
             [[maybe_unused]] int const emptied = ::ftruncate(descriptor, 0);
         }
-        return ::close(std::exchange(descriptor, -1)) == 0;
+        return resultOf(::close(std::exchange(descriptor, -1)) == 0, "close");
     }
 
-    /// Repeats a step for as long as the object is between two states, at most for two seconds: the
-    /// others may be stopped, or mean no good.
+    /// Repeats a step for as long as it returns that the object is between two states, at most for
+    /// two seconds: the others may be stopped, or mean no good. Leaves the object after a failure.
     template <typename Step>
-    Attempt settle(Step step)
+    Result<> settle(Step step)
     {
         constexpr int patienceMs = 2000;
         for (int waited = 0; waited < patienceMs; ++waited) {
-            std::optional<Attempt> const result = step();
-            if (result == Attempt::Done)
+            std::optional<Result<>> const result = step();
+            if (result && *result)
                 return *result;
-            int const error = errno;
-            leave();
-            errno = error;
+            static_cast<void>(leave());
             if (result)
                 return *result;
             sleepMilliseconds(1);
         }
-        errno = EAGAIN;
-        return Attempt::Failed;
+        return Error{EAGAIN, "flock"};
     }
 
     Reach reach = Reach::Global;
@@ -222,51 +210,60 @@ SharedSegment::SharedSegment() : system_(std::make_unique<System>()) {}
 
 SharedSegment::~SharedSegment()
 {
-    close();
+    static_cast<void>(close());
 }
 
-char const * SharedSegment::prepareGlobalAccess()
+Result<> SharedSegment::prepareGlobalAccess()
 {
-    return nullptr; // the mode of the object says it all
+    return {}; // the mode of the object says it all
 }
 
-SharedSegment::Attempt SharedSegment::create(std::string const & name, Reach reach,
-                                             std::size_t size)
+Result<> SharedSegment::create(std::string const & name, Reach reach, std::size_t size)
 {
     system_->aim(name, reach);
-    return system_->settle([this, wanted = wholePages(size)]() -> std::optional<Attempt> {
-        using State = System::State;
-        State const state = system_->find();
-        if (state == State::Unsettled)
-            return std::nullopt;
-        if (state == State::Live)
-            errno = EEXIST;
-        else if (state == State::Orphan && system_->renew(wanted))
-            return Attempt::Done;
-        else if (state == State::Failed && errno == ENOENT) {
-            if (system_->makeNew(wanted))
-                return Attempt::Done;
-            if (errno == EEXIST) // another was faster
-                return std::nullopt;
+    return system_->settle([this, wanted = wholePages(size)]() -> std::optional<Result<>> {
+        auto const state = system_->find();
+        if (!state && state.error().code != ENOENT)
+            return state.error();
+        if (!state) {
+            auto const made = system_->makeNew(wanted);
+            bool const wasAnotherFaster = !made && made.error().code == EEXIST;
+            return wasAnotherFaster ? std::nullopt : std::optional(made);
         }
-        return attemptOf(errno);
+        switch (*state) {
+        case System::State::Live:
+            return Error{EEXIST, "open"};
+        case System::State::Orphan:
+            return system_->renew(wanted);
+        case System::State::Unsettled:
+            break;
+        }
+        return std::nullopt;
     });
 }
 
-SharedSegment::Attempt SharedSegment::open(std::string const & name, Reach reach)
+Result<> SharedSegment::open(std::string const & name, Reach reach)
 {
     system_->aim(name, reach);
-    return system_->settle([this]() -> std::optional<Attempt> {
-        using State = System::State;
-        State const state = system_->find();
-        if (state == State::Unsettled)
-            return std::nullopt;
-        if (state == State::Live)
-            return Attempt::Done;
-        if (state == State::Orphan)
-            errno = ENOENT;
-        return attemptOf(errno);
+    return system_->settle([this]() -> std::optional<Result<>> {
+        auto const state = system_->find();
+        if (!state)
+            return state.error();
+        switch (*state) {
+        case System::State::Live:
+            return Result<>();
+        case System::State::Orphan:
+            return Error{ENOENT, "open"};
+        case System::State::Unsettled:
+            break;
+        }
+        return std::nullopt;
     });
+}
+
+bool SharedSegment::isMissing(Error const & error)
+{
+    return error.code == ENOENT;
 }
 
 bool SharedSegment::isOpen() const
@@ -274,22 +271,22 @@ bool SharedSegment::isOpen() const
     return system_->isOpen();
 }
 
-bool SharedSegment::map()
+Result<> SharedSegment::map()
 {
     void * const view =
         ::mmap(nullptr, system_->size, PROT_READ | PROT_WRITE, MAP_SHARED, system_->descriptor, 0);
     if (view == MAP_FAILED)
-        return false;
+        return lastError("mmap");
     view_ = view;
-    return true;
+    return {};
 }
 
-std::size_t SharedSegment::viewSize() const
+Result<std::size_t> SharedSegment::viewSize() const
 {
     return wholePages(system_->size);
 }
 
-bool SharedSegment::close()
+Result<> SharedSegment::close()
 {
     if (view_)
         ::munmap(std::exchange(view_, nullptr), system_->size);

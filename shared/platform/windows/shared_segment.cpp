@@ -20,18 +20,15 @@ class GlobalAccess
 
     SECURITY_ATTRIBUTES * attributes() { return &attributes_; }
 
-    /// Null, or the step that failed; then the next call begins anew.
-    char const * build()
+    /// After a failure the next call begins anew.
+    Result<> build()
     {
         if (attributes_.lpSecurityDescriptor)
-            return nullptr;
-        char const * const failed = tryBuild();
-        if (failed) {
-            DWORD const error = ::GetLastError();
+            return {};
+        Result<> const built = tryBuild();
+        if (!built)
             clear();
-            ::SetLastError(error);
-        }
-        return failed;
+        return built;
     }
 
   private:
@@ -42,36 +39,34 @@ class GlobalAccess
         PSID sid = nullptr;
     };
 
-    char const * tryBuild()
+    Result<> tryBuild()
     {
         SID_IDENTIFIER_AUTHORITY authority = SECURITY_NT_AUTHORITY;
         DWORD aclSize = sizeof(ACL);
         for (Member & member : members_) {
             if (!::AllocateAndInitializeSid(&authority, 1, member.id, 0, 0, 0, 0, 0, 0, 0,
                                             &member.sid))
-                return member.makeId;
+                return lastError(member.makeId);
             aclSize += static_cast<DWORD>(sizeof(ACCESS_ALLOWED_ACE)) + ::GetLengthSid(member.sid);
         }
         block_ = ::HeapAlloc(::GetProcessHeap(), 0, sizeof(SECURITY_DESCRIPTOR) + aclSize);
-        if (!block_) {
-            ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-            return "HeapAlloc";
-        }
+        if (!block_)
+            return Error{ERROR_NOT_ENOUGH_MEMORY, "HeapAlloc"};
         auto * const descriptor = static_cast<SECURITY_DESCRIPTOR *>(block_);
         auto * const acl = reinterpret_cast<ACL *>(descriptor + 1);
         if (!::InitializeAcl(acl, aclSize, ACL_REVISION))
-            return "InitializeAcl";
+            return lastError("InitializeAcl");
         for (Member const & member : members_) {
             constexpr DWORD fullAccess = STANDARD_RIGHTS_ALL | SPECIFIC_RIGHTS_ALL;
             if (!::AddAccessAllowedAce(acl, ACL_REVISION, fullAccess, member.sid))
-                return member.grant;
+                return lastError(member.grant);
         }
         if (!::InitializeSecurityDescriptor(descriptor, SECURITY_DESCRIPTOR_REVISION))
-            return "InitializeSecurityDescriptor";
+            return lastError("InitializeSecurityDescriptor");
         if (!::SetSecurityDescriptorDacl(descriptor, TRUE, acl, FALSE))
-            return "SetSecurityDescriptorDacl";
+            return lastError("SetSecurityDescriptorDacl");
         attributes_.lpSecurityDescriptor = descriptor;
-        return nullptr;
+        return {};
     }
 
     void clear()
@@ -93,27 +88,10 @@ class GlobalAccess
     SECURITY_ATTRIBUTES attributes_{sizeof attributes_, nullptr, FALSE};
 };
 
-SharedSegment::Attempt attemptOf(DWORD error)
-{
-    switch (error) {
-    case ERROR_ALREADY_EXISTS:
-        return SharedSegment::Attempt::Exists;
-    case ERROR_FILE_NOT_FOUND:
-        return SharedSegment::Attempt::NotFound;
-    case ERROR_ACCESS_DENIED:
-        return SharedSegment::Attempt::AccessDenied;
-    default:
-        return SharedSegment::Attempt::Failed;
-    }
-}
-
 /// The system would end a name at its first 0, and so take it for another's.
 bool isName(std::string const & name)
 {
-    bool const isWhole = name.find('\0') == name.npos;
-    if (!isWhole)
-        ::SetLastError(ERROR_INVALID_NAME);
-    return isWhole;
+    return name.find('\0') == name.npos;
 }
 
 } // namespace
@@ -127,40 +105,43 @@ SharedSegment::SharedSegment() : system_(std::make_unique<System>()) {}
 
 SharedSegment::~SharedSegment()
 {
-    close();
+    static_cast<void>(close());
 }
 
-char const * SharedSegment::prepareGlobalAccess()
+Result<> SharedSegment::prepareGlobalAccess()
 {
     return system_->access.build();
 }
 
-SharedSegment::Attempt SharedSegment::create(std::string const & name, Reach reach,
-                                             std::size_t size)
+Result<> SharedSegment::create(std::string const & name, Reach reach, std::size_t size)
 {
     if (!isName(name))
-        return Attempt::Failed;
+        return Error{ERROR_INVALID_NAME, "CreateFileMappingA"};
     auto * const access = reach == Reach::Global ? system_->access.attributes() : nullptr;
     ::SetLastError(ERROR_SUCCESS);
     HANDLE const mapping = ::CreateFileMappingA(INVALID_HANDLE_VALUE, access, PAGE_READWRITE, 0,
                                                 static_cast<DWORD>(size), name.c_str());
-    DWORD const error = ::GetLastError();
-    if (mapping && error != ERROR_ALREADY_EXISTS) {
+    Error const error = lastError("CreateFileMappingA");
+    if (mapping && error.code != ERROR_ALREADY_EXISTS) {
         system_->mapping = mapping;
-        return Attempt::Done;
+        return {};
     }
     if (mapping)
         ::CloseHandle(mapping);
-    ::SetLastError(error);
-    return attemptOf(error);
+    return error;
 }
 
-SharedSegment::Attempt SharedSegment::open(std::string const & name, Reach)
+Result<> SharedSegment::open(std::string const & name, Reach)
 {
     if (!isName(name))
-        return Attempt::Failed;
+        return Error{ERROR_INVALID_NAME, "OpenFileMappingA"};
     system_->mapping = ::OpenFileMappingA(FILE_MAP_WRITE, FALSE, name.c_str());
-    return isOpen() ? Attempt::Done : attemptOf(::GetLastError());
+    return resultOf(isOpen(), "OpenFileMappingA");
+}
+
+bool SharedSegment::isMissing(Error const & error)
+{
+    return error.code == ERROR_FILE_NOT_FOUND;
 }
 
 bool SharedSegment::isOpen() const
@@ -168,26 +149,28 @@ bool SharedSegment::isOpen() const
     return system_->mapping != nullptr;
 }
 
-bool SharedSegment::map()
+Result<> SharedSegment::map()
 {
     view_ = ::MapViewOfFile(system_->mapping, FILE_MAP_WRITE, 0, 0, 0);
-    return view_ != nullptr;
+    return resultOf(view_ != nullptr, "MapViewOfFile");
 }
 
-std::size_t SharedSegment::viewSize() const
+Result<std::size_t> SharedSegment::viewSize() const
 {
     MEMORY_BASIC_INFORMATION region{};
-    return ::VirtualQuery(view_, &region, sizeof region) != 0 ? region.RegionSize : 0;
+    if (::VirtualQuery(view_, &region, sizeof region) == 0)
+        return lastError("VirtualQuery");
+    return std::size_t{region.RegionSize};
 }
 
-bool SharedSegment::close()
+Result<> SharedSegment::close()
 {
     if (view_)
         ::UnmapViewOfFile(std::exchange(view_, nullptr));
     if (isOpen() && !::CloseHandle(system_->mapping))
-        return false;
+        return lastError("CloseHandle");
     system_->mapping = nullptr;
-    return true;
+    return {};
 }
 
 } // namespace ox::platform
