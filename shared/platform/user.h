@@ -1,5 +1,7 @@
 #pragma once
 
+#include "shared/platform/result.h"
+
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -17,30 +19,32 @@ bool isAdministrator();
 /// machines that the user logs on to.
 enum class UserFolder { Home, LocalData, RoamingData };
 
-/// Without a separator at its end. Empty when the system does not tell.
-std::optional<std::u16string> userFolder(UserFolder folder);
+/// Without a separator at its end.
+Result<std::u16string> userFolder(UserFolder folder);
 
 /// The user whose settings the process has (on Linux the real user), and the one whose rights it
 /// has (the effective user).
 enum class UserOf { Settings, Process };
 
-/// Where a question about a user failed.
-enum class UserStep { None, OpenProcess, OpenToken, ReadToken, OpenRegistry, ReadValue };
+/// The steps at which userId and userHome fail, beside the calls of the system: both read the
+/// system's list of users, which is in the registry on Windows.
+inline constexpr char openUserList[] = "open registry";
+inline constexpr char readUserList[] = "read value";
+/// The call that reads the token of a process, of which TokenSize has the sizes.
+inline constexpr char readToken[] = "GetTokenInformation";
 
-/// The answer to a question about a user or, when it failed, the step and the system's error.
-struct UserAnswer {
-    std::u16string text;
-    UserStep failedAt = UserStep::None;
-    int error = 0;
-    unsigned long needed = 0; ///< bytes that the token would have taken
-    unsigned long room = 0;   ///< bytes that there were for it
+/// The sizes of the read of a token, in bytes; 0 where none was read.
+struct TokenSize {
+    unsigned long needed = 0;
+    unsigned long capacity = 0; ///< of the buffer
 };
 
-/// What the system knows the user by: the SID, the user's number on Linux.
-UserAnswer userId(UserOf which);
+/// What the system knows the user by: the SID, the user's number on Linux. Sets `token` when the
+/// step readToken fails.
+Result<std::u16string> userId(UserOf which, TokenSize & token);
 
-/// The home folder by the system's list of users.
-UserAnswer userHome(UserOf which);
+/// The home folder by the system's list of users. Sets `token` as userId does.
+Result<std::u16string> userHome(UserOf which, TokenSize & token);
 
 /// The programs that show a desktop to the user who owns them, in capitals.
 std::span<std::string_view const> desktopShells();

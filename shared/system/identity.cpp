@@ -1,12 +1,10 @@
 #include "shared/system/identity.h"
 
 #include "shared/platform/this_process.h"
-#include "shared/system/sys_info_rules.h"
+#include "shared/platform/user.h"
+#include "shared/system/user_text.h"
 #include "shared/text/utf16_view.h"
 
-#include <iterator>
-
-using ox::detail::userText;
 using ox::platform::UserFolder;
 using ox::platform::userHome;
 using ox::platform::userId;
@@ -15,40 +13,98 @@ using ox::platform::UserOf;
 namespace
 {
 
-/// The text of an enumerator, or null when the value is none of them.
-template <typename Enum, std::size_t count>
-char const * nameOf(Enum value, char const * const (&names)[count])
+/// Empty for a value that is no enumerator.
+char const * nameOf(ox_AppType type)
 {
-    auto const index = static_cast<unsigned>(value);
-    return index < count ? names[index] : nullptr;
+    switch (type) {
+    case ox_AppType::None:
+        return "None";
+    case ox_AppType::Server:
+        return "Server";
+    case ox_AppType::Client:
+        return "Client";
+    case ox_AppType::Submitter:
+        return "Submitter";
+    case ox_AppType::Control:
+        return "Control";
+    case ox_AppType::PostScript:
+        return "PostScript";
+    case ox_AppType::Test:
+        return "Test";
+    case ox_AppType::LogFile:
+        return "LogFile";
+    case ox_AppType::ClientWatch:
+        return "ClientWatch";
+    case ox_AppType::Config:
+        return "Config";
+    case ox_AppType::Viewer:
+        return "Viewer";
+    case ox_AppType::Installer:
+        return "Installer";
+    case ox_AppType::HistoryDB:
+        return "HistoryDB";
+    case ox_AppType::Script:
+        return "Script";
+    }
+    return "";
+}
+
+/// Both names are empty for a value that is no enumerator.
+struct SystemNames {
+    QString name;
+    QString shortName;
+};
+
+SystemNames namesOf(_oxOS os)
+{
+    switch (os) {
+    case _oxOS::All:
+        return {QStringLiteral("All/Unknown"), QStringLiteral("all")};
+    case _oxOS::Windows:
+        return {QStringLiteral("Windows"), QStringLiteral("win")};
+    case _oxOS::Linux:
+        return {QStringLiteral("Linux"), QStringLiteral("lx")};
+    case _oxOS::Mac:
+        return {QStringLiteral("Mac"), QStringLiteral("mac")};
+    }
+    return {};
 }
 
 QString folderText(UserFolder folder)
 {
-    return ox::detail::toQString(ox::platform::userFolder(folder).value_or(u""));
+    auto const path = ox::platform::userFolder(folder);
+    ox::platform::reportToThread(path);
+    return ox::detail::toQString(path.value_or(u""));
+}
+
+using UserQuery = decltype(userId);
+
+QString userText(UserQuery * query, UserOf which)
+{
+    ox::platform::TokenSize token;
+    auto const answer = query(which, token);
+    QString const text = ox::detail::userText(answer, token);
+    ox::platform::reportToThread(answer);
+    return text;
 }
 
 } // namespace
 
 _oxString<25> ox_AppType_asString(ox_AppType const & t)
 {
-    static constexpr char const * names[] = {
-        "None",    "Server",      "Client", "Submitter", "Control",   "PostScript", "Test",
-        "LogFile", "ClientWatch", "Config", "Viewer",    "Installer", "HistoryDB",  "Script"};
-    char const * const name = nameOf(t, names);
-    return name ? name : "unknown";
+    char const * const name = nameOf(t);
+    return *name ? name : "unknown";
 }
 
 QString OS2String(_oxOS const & os)
 {
-    static constexpr char const * names[] = {"All/Unknown", "Windows", "Linux", "Mac"};
-    return QString::fromLatin1(nameOf(os, names));
+    return namesOf(os).name;
 }
 
 QString oxPrintedText(ox_AppType const & type)
 {
-    bool const isKnown = type >= ox_AppType::None && type <= ox_AppType::Script;
-    return isKnown ? QString(ox_AppType_asString(type)) : QString::number(static_cast<int>(type));
+    QString const name = QString::fromLatin1(nameOf(type));
+    return name.isEmpty() ? QString::number(static_cast<int>(type)) : name;
 }
 
 QString oxPrintedText(_oxOS const & os)
@@ -59,8 +115,7 @@ QString oxPrintedText(_oxOS const & os)
 
 QString OS2String_short(_oxOS const & os, bool const & withBits)
 {
-    static constexpr char const * names[] = {"all", "win", "lx", "mac"};
-    QString name = QString::fromLatin1(nameOf(os, names));
+    QString name = namesOf(os).shortName;
     if (withBits && !name.isEmpty())
         name += QString::number(sizeof(void *) * 8);
     return name;
@@ -98,20 +153,20 @@ QString getWinFolderAppData()
 
 QString getHKEY_CURRENT_USER_SID()
 {
-    return userText(userId(UserOf::Settings));
+    return userText(userId, UserOf::Settings);
 }
 
 QString getCurrentUserHomePath()
 {
-    return userText(userHome(UserOf::Settings));
+    return userText(userHome, UserOf::Settings);
 }
 
 _oxString8_evenSize<250> GetProcessUserSID()
 {
-    return userText(userId(UserOf::Process));
+    return userText(userId, UserOf::Process);
 }
 
 QString GetProcessUserSIDProfilePath()
 {
-    return userText(userHome(UserOf::Process));
+    return userText(userHome, UserOf::Process);
 }

@@ -1,6 +1,5 @@
 #include "shared/system/sys_info_rules.h"
 
-#include "shared/system/os_error.h"
 #include "shared/system/smart_table.h"
 #include "shared/text/utf16_view.h"
 
@@ -178,30 +177,6 @@ std::optional<platform::LocalClock> localClockAt(_oxTime const & time)
                                 field(fields.tm_hour), field(fields.tm_min),
                                 field(fields.tm_sec),  0,
                                 fields.tm_isdst > 0};
-}
-
-QString userText(platform::UserAnswer const & answer)
-{
-    auto const failedCall = [&answer](char const * call) {
-        return QStringLiteral("Error %1: %2")
-            .arg(QString::fromLatin1(call), QString(oxLastOSError8(answer.error)));
-    };
-    switch (answer.failedAt) {
-    case platform::UserStep::OpenProcess:
-        return failedCall("OpenProcess");
-    case platform::UserStep::OpenToken:
-        return failedCall("OpenProcessToken");
-    case platform::UserStep::ReadToken:
-        return failedCall("GetTokenInformation") +
-               QStringLiteral(" %1 %2").arg(answer.needed).arg(answer.room);
-    case platform::UserStep::OpenRegistry:
-        return QStringLiteral("ERROR: Unable to open registry;");
-    case platform::UserStep::ReadValue:
-        return QStringLiteral("ERROR: Unable to read value;");
-    case platform::UserStep::None:
-        break;
-    }
-    return toQString(answer.text);
 }
 
 DiskHealth diskHealthOf(std::optional<platform::Disk> const & disk, bool withHealth)

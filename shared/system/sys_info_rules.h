@@ -51,9 +51,6 @@ _oxTime lastInputTime(std::optional<platform::InputTicks> const & ticks, _oxTime
 /// which the clock has no fields for.
 std::optional<platform::LocalClock> localClockAt(_oxTime const & time);
 
-/// The answer or, when there is none, the text of the error.
-QString userText(platform::UserAnswer const & answer);
-
 struct DiskHealth {
     QString name; ///< empty when unknown
     std::optional<int> temperature;

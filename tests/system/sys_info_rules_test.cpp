@@ -2,6 +2,7 @@
 #include "shared/system/os_error.h"
 #include "shared/system/smart_table.h"
 #include "shared/system/sys_info_rules.h"
+#include "shared/system/user_text.h"
 
 #include "tests/support/text.h"
 
@@ -130,13 +131,12 @@ TEST(LocalClock, BearsTheCalendarsNumbers)
 TEST(UserText, IsTheAnswerOrTheFailedStep)
 {
     QString const message = oxLastOSError8(5);
-    EXPECT_EQ(userText({u"S-1-5-18"}), u"S-1-5-18"_q);
-    EXPECT_EQ(userText({{}, UserStep::OpenProcess, 5}), u"Error OpenProcess: "_q + message);
-    EXPECT_EQ(userText({{}, UserStep::OpenToken, 5}), u"Error OpenProcessToken: "_q + message);
-    EXPECT_EQ(userText({{}, UserStep::ReadToken, 5, 300, 84}),
+    EXPECT_EQ(userText(std::u16string(u"S-1-5-18")), u"S-1-5-18"_q);
+    EXPECT_EQ(userText(Error{5, "OpenProcess"}), u"Error OpenProcess: "_q + message);
+    EXPECT_EQ(userText(Error{5, readToken}, {300, 84}),
               u"Error GetTokenInformation: "_q + message + u" 300 84"_q);
-    EXPECT_EQ(userText({{}, UserStep::OpenRegistry, 5}), u"ERROR: Unable to open registry;"_q);
-    EXPECT_EQ(userText({{}, UserStep::ReadValue, 5}), u"ERROR: Unable to read value;"_q);
+    EXPECT_EQ(userText(Error{5, openUserList}), u"ERROR: Unable to open registry;"_q);
+    EXPECT_EQ(userText(Error{5, readUserList}), u"ERROR: Unable to read value;"_q);
 }
 
 TEST(DesktopUser, IsTheLastOneWhoMayBeLookedUp)

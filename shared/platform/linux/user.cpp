@@ -33,6 +33,18 @@ uid_t numberOf(UserOf which)
     return which == UserOf::Settings ? ::getuid() : ::geteuid();
 }
 
+/// The folder that a variable names, else the usual one in the home.
+Result<std::u16string> folderInHome(char const * variable, char const * usual)
+{
+    if (auto const named = folderVariable(variable))
+        return systemText(*named);
+    if (auto const home = folderVariable("HOME"))
+        return systemText(*home + usual);
+    TokenSize token;
+    auto const known = userHome(UserOf::Settings, token);
+    return known ? systemText(toUtf8(*known) + usual) : known;
+}
+
 std::int64_t countOf(timespec time)
 {
     return time.tv_sec * nanoseconds + time.tv_nsec;
@@ -63,31 +75,25 @@ bool isAdministrator()
     return ::geteuid() == 0;
 }
 
-std::optional<std::u16string> userFolder(UserFolder folder)
+Result<std::u16string> userFolder(UserFolder folder)
 {
-    auto home = folderVariable("HOME");
-    if (!home) {
-        UserAnswer const known = userHome(UserOf::Settings);
-        if (known.failedAt == UserStep::None)
-            home = toUtf8(known.text);
+    switch (folder) {
+    case UserFolder::LocalData:
+        return folderInHome("XDG_DATA_HOME", "/.local/share");
+    case UserFolder::RoamingData:
+        return folderInHome("XDG_CONFIG_HOME", "/.config");
+    case UserFolder::Home:
+        break;
     }
-    auto const below = [&home](char const * variable, char const * usual) {
-        auto const named = folderVariable(variable);
-        return named || !home ? named : *home + usual;
-    };
-    auto const found = folder == UserFolder::LocalData     ? below("XDG_DATA_HOME", "/.local/share")
-                       : folder == UserFolder::RoamingData ? below("XDG_CONFIG_HOME", "/.config")
-                                                           : home;
-    return found ? std::optional(systemText(*found)) : std::nullopt;
+    return folderInHome("HOME", "");
 }
 
-UserAnswer userId(UserOf which)
+Result<std::u16string> userId(UserOf which, TokenSize &)
 {
-    std::string const number = std::to_string(numberOf(which));
-    return {{number.begin(), number.end()}};
+    return systemText(std::to_string(numberOf(which)));
 }
 
-UserAnswer userHome(UserOf which)
+Result<std::u16string> userHome(UserOf which, TokenSize &)
 {
     std::vector<char> texts(1024);
     passwd entry{};
@@ -97,8 +103,8 @@ UserAnswer userHome(UserOf which)
            ERANGE)
         texts.resize(texts.size() * 2);
     if (found)
-        return {systemText(found->pw_dir)};
-    return {{}, error == 0 ? UserStep::ReadValue : UserStep::OpenRegistry, error};
+        return systemText(found->pw_dir);
+    return error == 0 ? Error{ENOENT, readUserList} : Error{error, openUserList};
 }
 
 std::span<std::string_view const> desktopShells()

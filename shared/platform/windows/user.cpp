@@ -18,22 +18,14 @@ namespace ox::platform
 namespace
 {
 
-UserAnswer failure(UserStep step, DWORD error)
-{
-    UserAnswer answer;
-    answer.failedAt = step;
-    answer.error = static_cast<int>(error);
-    return answer;
-}
-
 /// The key of the registry that holds the settings bears the SID of their user.
-UserAnswer settingsId()
+Result<std::u16string> settingsId()
 {
     HKEY opened = nullptr;
     LONG const error = ::RegOpenCurrentUser(KEY_QUERY_VALUE, &opened);
     RegistryKey const key(opened);
     if (error != ERROR_SUCCESS)
-        return failure(UserStep::OpenRegistry, static_cast<DWORD>(error));
+        return Error{static_cast<int>(error), openUserList};
     constexpr int keyNameInformation = 3;
     struct {
         ULONG bytes;
@@ -42,20 +34,20 @@ UserAnswer settingsId()
     ULONG needed = 0;
     if (::NtQueryKey(key.get(), keyNameInformation, &info, sizeof info, &needed) != 0 ||
         info.bytes > sizeof info.name)
-        return failure(UserStep::ReadValue, ERROR_INVALID_DATA);
+        return Error{ERROR_INVALID_DATA, readUserList};
     std::wstring_view const path(info.name, info.bytes / sizeof(wchar_t));
-    return {toUtf16(path.substr(path.rfind(L'\\') + 1))};
+    return toUtf16(path.substr(path.rfind(L'\\') + 1));
 }
 
-UserAnswer processId()
+Result<std::u16string> processId(TokenSize & size)
 {
     HANDLE const process = ::OpenProcess(PROCESS_QUERY_INFORMATION, FALSE, ::GetCurrentProcessId());
     if (!process)
-        return failure(UserStep::OpenProcess, ::GetLastError());
+        return lastError("OpenProcess");
     Handle const openProcess(process);
     HANDLE token = nullptr;
     if (!::OpenProcessToken(process, TOKEN_QUERY, &token))
-        return failure(UserStep::OpenToken, ::GetLastError());
+        return lastError("OpenProcessToken");
     Handle const openToken(token);
 
     alignas(TOKEN_USER) BYTE user[sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE];
@@ -63,14 +55,25 @@ UserAnswer processId()
     wchar_t * text = nullptr;
     if (!::GetTokenInformation(token, TokenUser, user, sizeof user, &needed) ||
         !::ConvertSidToStringSidW(reinterpret_cast<TOKEN_USER const *>(user)->User.Sid, &text)) {
-        UserAnswer answer = failure(UserStep::ReadToken, ::GetLastError());
-        answer.needed = needed;
-        answer.room = sizeof user;
-        return answer;
+        size = {needed, sizeof user};
+        return lastError(readToken);
     }
-    UserAnswer answer{toUtf16(text)};
+    std::u16string id = toUtf16(text);
     ::LocalFree(text);
-    return answer;
+    return id;
+}
+
+int folderNumber(UserFolder folder)
+{
+    switch (folder) {
+    case UserFolder::LocalData:
+        return CSIDL_LOCAL_APPDATA;
+    case UserFolder::RoamingData:
+        return CSIDL_APPDATA;
+    case UserFolder::Home:
+        break;
+    }
+    return CSIDL_PROFILE;
 }
 
 } // namespace
@@ -88,34 +91,35 @@ bool isAdministrator()
     return isKnown && isMember;
 }
 
-std::optional<std::u16string> userFolder(UserFolder folder)
+Result<std::u16string> userFolder(UserFolder folder)
 {
-    int const number = folder == UserFolder::LocalData     ? CSIDL_LOCAL_APPDATA
-                       : folder == UserFolder::RoamingData ? CSIDL_APPDATA
-                                                           : CSIDL_PROFILE;
     wchar_t path[MAX_PATH];
-    if (::SHGetFolderPathW(nullptr, number, nullptr, SHGFP_TYPE_CURRENT, path) != S_OK)
-        return std::nullopt;
+    HRESULT const error =
+        ::SHGetFolderPathW(nullptr, folderNumber(folder), nullptr, SHGFP_TYPE_CURRENT, path);
+    if (error != S_OK)
+        return Error{static_cast<int>(error), "SHGetFolderPathW"};
     return toUtf16(path);
 }
 
-UserAnswer userId(UserOf which)
+Result<std::u16string> userId(UserOf which, TokenSize & token)
 {
-    return which == UserOf::Settings ? settingsId() : processId();
+    return which == UserOf::Settings ? settingsId() : processId(token);
 }
 
-UserAnswer userHome(UserOf which)
+Result<std::u16string> userHome(UserOf which, TokenSize & token)
 {
-    UserAnswer const id = userId(which);
-    if (id.failedAt != UserStep::None)
+    auto const id = userId(which, token);
+    if (!id)
         return id;
     std::wstring const path =
-        L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\ProfileList\\" + toWide(id.text);
+        L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\ProfileList\\" + toWide(*id);
     RegistryKey const profile(HKEY_LOCAL_MACHINE, path.c_str(), KEY_QUERY_VALUE);
     if (!profile.isOpen())
-        return failure(UserStep::OpenRegistry, ERROR_FILE_NOT_FOUND);
+        return Error{ERROR_FILE_NOT_FOUND, openUserList};
     auto const home = profile.text(L"ProfileImagePath");
-    return home ? UserAnswer{toUtf16(*home)} : failure(UserStep::ReadValue, ERROR_FILE_NOT_FOUND);
+    if (!home)
+        return Error{ERROR_FILE_NOT_FOUND, readUserList};
+    return toUtf16(*home);
 }
 
 std::span<std::string_view const> desktopShells()
