@@ -18,8 +18,8 @@ QString fullPath(QString const & path)
 {
     auto const full = platform::absolutePath(detail::viewOf(path));
     if (!full)
-        throw Failure(
-            QStringLiteral("cannot find the current folder: %1").arg(lastSystemMessage()));
+        throw Failure(QStringLiteral("cannot find the current folder: %1")
+                          .arg(QString(oxLastOSError(full.error().code))));
     return detail::toQString(*full);
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "shared/platform/result.h"
+
 #include <cstdint>
 #include <ctime>
 #include <optional>
@@ -44,7 +46,7 @@ struct LocalClock {
     bool isDaylightSaving; ///< tells the two halves of a repeated hour apart, where the system asks
 };
 
-/// Sets the machine's clock. False when the caller may not, or there is no such time.
-bool setLocalClock(LocalClock const & clock);
+/// Sets the machine's clock. Fails when the caller may not, or there is no such time.
+Result<> setLocalClock(LocalClock const & clock);
 
 } // namespace ox::platform

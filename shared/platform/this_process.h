@@ -1,5 +1,7 @@
 #pragma once
 
+#include "shared/platform/result.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -24,16 +26,16 @@ std::optional<std::u16string> environmentVariable(std::u16string_view name);
 /// Sleeps this many milliseconds, at least; a signal does not cut it short.
 void sleepMilliseconds(int milliseconds);
 
-/// The full path of the running executable; empty when the system does not tell.
-std::optional<std::u16string> executablePath();
+/// The full path of the running executable.
+Result<std::u16string> executablePath();
 
 /// The full path of a file named by the arguments of a program: a relative one is taken from the
-/// current folder. Empty when that no longer exists.
-std::optional<std::u16string> absolutePath(char const * file);
+/// current folder. Fails when that no longer exists.
+Result<std::u16string> absolutePath(char const * file);
 
-/// The full path of a name in UTF-16, from which nativeName makes the name of the same file. Empty
+/// The full path of a name in UTF-16, from which nativeName makes the name of the same file. Fails
 /// when the current folder no longer exists.
-std::optional<std::u16string> absolutePath(std::u16string_view name);
+Result<std::u16string> absolutePath(std::u16string_view name);
 
 /// The system's folder for temporary files. On Linux that of TMPDIR, TMP, TEMP or TEMPDIR if it is
 /// a folder, otherwise "/tmp".

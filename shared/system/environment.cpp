@@ -64,14 +64,20 @@ _oxString8_evenSize<250> oxApplicationPath(char * argv0)
 
 bool oxApplicationPath(_oxString8_evenSize<250> & path, char * argv0)
 {
-    auto const takeFolderOf = [&path](std::optional<std::u16string> const & file) {
-        auto const bytes = recordName(ox::platform::folderOf(file.value_or(u"")));
+    auto const takeFolderOf = [&path](std::u16string_view file) {
+        auto const bytes = recordName(ox::platform::folderOf(file));
         bool const fits = bytes && std::cmp_less_equal(bytes->size(), Path8::capacity());
         path = fits ? Path8(*bytes) : Path8();
         return fits;
     };
     auto const module = ox::platform::executablePath();
-    if (module && module->size() > 3 && takeFolderOf(module))
+    if (module && module->size() > 3 && takeFolderOf(*module))
         return true;
-    return takeFolderOf(argv0 && *argv0 ? ox::platform::absolutePath(argv0) : std::nullopt);
+    if (!argv0 || !*argv0) {
+        ox::platform::reportToThread(module);
+        return takeFolderOf(u"");
+    }
+    auto const program = ox::platform::absolutePath(argv0);
+    ox::platform::reportToThread(program);
+    return takeFolderOf(program.value_or(u""));
 }

@@ -160,7 +160,7 @@ _oxTime _oxSysInfo::getLastUserInput()
 bool _oxSysInfo::setSystemTime(_oxTime t)
 {
     auto const clock = ox::detail::localClockAt(t);
-    return clock && ox::platform::setLocalClock(*clock);
+    return clock && ox::platform::reportToThread(ox::platform::setLocalClock(*clock));
 }
 
 void _oxSysInfo::readDisk(bool withHealth)

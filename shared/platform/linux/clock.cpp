@@ -35,7 +35,7 @@ std::uint32_t tickCount()
                                       static_cast<std::uint64_t>(now.tv_nsec) / 1000000);
 }
 
-bool setLocalClock(LocalClock const & clock)
+Result<> setLocalClock(LocalClock const & clock)
 {
     std::tm fields{};
     fields.tm_year = clock.year - 1900;
@@ -46,7 +46,7 @@ bool setLocalClock(LocalClock const & clock)
     fields.tm_sec = clock.second;
     fields.tm_isdst = clock.isDaylightSaving;
     std::timespec const time{std::mktime(&fields), clock.milliseconds * 1'000'000};
-    return ::clock_settime(CLOCK_REALTIME, &time) == 0;
+    return resultOf(::clock_settime(CLOCK_REALTIME, &time) == 0, "clock_settime");
 }
 
 } // namespace ox::platform

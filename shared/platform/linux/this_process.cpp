@@ -15,15 +15,15 @@ namespace ox::platform
 namespace
 {
 
-std::optional<std::string> currentFolder()
+Result<std::string> currentFolder()
 {
     std::string folder(256, '\0');
     while (!::getcwd(folder.data(), folder.size())) {
         if (errno != ERANGE)
-            return std::nullopt;
+            return lastError("getcwd");
         folder.resize(folder.size() * 2);
     }
-    return folder.c_str();
+    return std::string(folder.c_str());
 }
 
 } // namespace
@@ -49,32 +49,36 @@ void sleepMilliseconds(int milliseconds)
         ;
 }
 
-std::optional<std::u16string> executablePath()
+Result<std::u16string> executablePath()
 {
     // The link's size is not known beforehand; a result that fills the buffer may be cut.
     for (std::string path(256, '\0');; path.resize(path.size() * 2)) {
         ssize_t const length = ::readlink("/proc/self/exe", path.data(), path.size());
         if (length < 0)
-            return std::nullopt;
+            return lastError("readlink");
         if (static_cast<std::size_t>(length) < path.size())
             return systemText(path.substr(0, static_cast<std::size_t>(length)));
     }
 }
 
-std::optional<std::u16string> absolutePath(char const * file)
+Result<std::u16string> absolutePath(char const * file)
 {
     if (*file == '/')
         return systemText(file);
     auto const folder = currentFolder();
-    return folder ? std::optional(systemText(*folder + '/' + file)) : std::nullopt;
+    if (!folder)
+        return folder.error();
+    return systemText(*folder + '/' + file);
 }
 
-std::optional<std::u16string> absolutePath(std::u16string_view name)
+Result<std::u16string> absolutePath(std::u16string_view name)
 {
     if (name.starts_with(u'/'))
         return std::u16string(name);
     auto const folder = currentFolder();
-    return folder ? std::optional(nameText(*folder + '/').append(name)) : std::nullopt;
+    if (!folder)
+        return folder.error();
+    return nameText(*folder + '/').append(name);
 }
 
 std::u16string temporaryFolder()

@@ -33,11 +33,11 @@ std::uint32_t tickCount()
     return ::GetTickCount();
 }
 
-bool setLocalClock(LocalClock const & clock)
+Result<> setLocalClock(LocalClock const & clock)
 {
     SYSTEMTIME const time{clock.year, clock.month,  clock.weekDay, clock.day,
                           clock.hour, clock.minute, clock.second,  clock.milliseconds};
-    return ::SetLocalTime(&time) != FALSE;
+    return resultOf(::SetLocalTime(&time) != FALSE, "SetLocalTime");
 }
 
 } // namespace ox::platform

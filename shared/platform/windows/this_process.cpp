@@ -66,14 +66,16 @@ void sleepMilliseconds(int milliseconds)
     ::Sleep(static_cast<DWORD>(milliseconds));
 }
 
-std::optional<std::u16string> executablePath()
+Result<std::u16string> executablePath()
 {
     auto const path = askWithRoom(
         [](wchar_t * text, DWORD room) { return ::GetModuleFileNameW(nullptr, text, room); });
-    return path.empty() ? std::nullopt : std::optional(toUtf16(path));
+    if (path.empty())
+        return lastError("GetModuleFileNameW");
+    return toUtf16(path);
 }
 
-std::optional<std::u16string> absolutePath(char const * file)
+Result<std::u16string> absolutePath(char const * file)
 {
     std::wstring const path = fromCodePage(file);
     bool const isAbsolute = path.starts_with(L'\\') || (path.size() > 1 && path[1] == L':');
@@ -82,17 +84,19 @@ std::optional<std::u16string> absolutePath(char const * file)
     auto const folder =
         askWithRoom([](wchar_t * text, DWORD room) { return ::GetCurrentDirectoryW(room, text); });
     if (folder.empty())
-        return std::nullopt;
+        return lastError("GetCurrentDirectoryW");
     return toUtf16(folder.ends_with(L'\\') ? folder + path : folder + L'\\' + path);
 }
 
-std::optional<std::u16string> absolutePath(std::u16string_view name)
+Result<std::u16string> absolutePath(std::u16string_view name)
 {
     std::wstring const relative = toWide(name);
     auto const path = askWithRoom([&relative](wchar_t * text, DWORD room) {
         return ::GetFullPathNameW(relative.c_str(), room, text, nullptr);
     });
-    return path.empty() ? std::nullopt : std::optional(toUtf16(path));
+    if (path.empty())
+        return lastError("GetFullPathNameW");
+    return toUtf16(path);
 }
 
 std::u16string temporaryFolder()
