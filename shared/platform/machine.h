@@ -1,5 +1,7 @@
 #pragma once
 
+#include "shared/platform/result.h"
+
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -51,8 +53,7 @@ struct PhysicalMemory {
     std::uint64_t available; ///< what programs can get without swapping
 };
 
-/// Empty when the system does not tell.
-std::optional<PhysicalMemory> physicalMemory();
+Result<PhysicalMemory> physicalMemory();
 
 /// What the kernel keeps in memory for itself, in bytes.
 struct KernelMemory {
@@ -61,8 +62,8 @@ struct KernelMemory {
     std::uint64_t cache;        ///< contents of files
 };
 
-/// Empty when the system does not tell. The raw counters are read into the buffer.
-std::optional<KernelMemory> kernelMemory(std::span<char> buffer);
+/// Reads the raw counters into the buffer. The step of an error is the source of the counters.
+Result<KernelMemory> kernelMemory(std::span<char> buffer);
 
 /// All that the system says about the memory, as a text for people. Empty where it has none such.
 std::optional<std::u16string> memoryReport();
@@ -74,8 +75,8 @@ struct IdleSample {
     std::int64_t time;
 };
 
-/// Empty when the system does not tell. The raw counters are read into the buffer.
-std::optional<IdleSample> idleSample(std::span<char> buffer);
+/// Reads the raw counters into the buffer. The step of an error is the source of the counters.
+Result<IdleSample> idleSample(std::span<char> buffer);
 
 enum class DiskBus { Ata, Sas, Scsi, Raid, Other };
 
@@ -87,8 +88,8 @@ struct Disk {
     std::optional<int> temperature;        ///< in °C, where the system itself watches it
 };
 
-/// Empty when there is no such disk or it cannot be opened. The SMART table of an ATA disk and the
+/// Fails when there is no such disk or it cannot be opened. The SMART table of an ATA disk and the
 /// temperature are read only with `withHealth`.
-std::optional<Disk> firstDisk(bool withHealth);
+Result<Disk> firstDisk(bool withHealth);
 
 } // namespace ox::platform

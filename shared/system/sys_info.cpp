@@ -82,7 +82,7 @@ _oxCPUValue _oxSysInfo::getCpuUsage(bool init)
 QString _oxSysInfo::getCpuUsageDebug(bool init)
 {
     auto const sample = ox::platform::idleSample(roomOf(*this));
-    if (!sample)
+    if (!ox::platform::reportToThread(sample))
         return QStringLiteral("GetCounterValue failed");
     if (!init && sample->time == lastPerfTime_)
         return QStringLiteral("DeltaPerfTime100nSec is 0");
@@ -134,7 +134,7 @@ int _oxSysInfo::getKernelMemory()
 {
     auto const memory = ox::platform::kernelMemory(roomOf(*this));
     // The second pool counts only where the first has something.
-    if (!memory || memory->pagedPool < 2)
+    if (!ox::platform::reportToThread(memory) || memory->pagedPool < 2)
         return -1;
     return mebibytes(memory->pagedPool + memory->nonPagedPool);
 }
@@ -142,7 +142,7 @@ int _oxSysInfo::getKernelMemory()
 int _oxSysInfo::getSystemCacheSize()
 {
     auto const memory = ox::platform::kernelMemory(roomOf(*this));
-    return memory ? mebibytes(memory->cache) : 0;
+    return ox::platform::reportToThread(memory) ? mebibytes(memory->cache) : 0;
 }
 
 QString _oxSysInfo::getFullMemoryInfo()

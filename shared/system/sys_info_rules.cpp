@@ -130,12 +130,12 @@ CpuDescription cpuDescriptionOf(platform::Processors const & processors, int cor
     return {hyperThreading, all, effective, text};
 }
 
-int totalMegabytes(std::optional<platform::PhysicalMemory> const & memory)
+int totalMegabytes(platform::Result<platform::PhysicalMemory> const & memory)
 {
     return memory ? megabytes(memory->total) + 1 : 32000;
 }
 
-int freeMegabytes(std::optional<platform::PhysicalMemory> const & memory, int total)
+int freeMegabytes(platform::Result<platform::PhysicalMemory> const & memory, int total)
 {
     return memory ? megabytes(memory->available) : total / 4;
 }
@@ -179,7 +179,7 @@ std::optional<platform::LocalClock> localClockAt(_oxTime const & time)
                                 fields.tm_isdst > 0};
 }
 
-DiskHealth diskHealthOf(std::optional<platform::Disk> const & disk, bool withHealth)
+DiskHealth diskHealthOf(platform::Result<platform::Disk> const & disk, bool withHealth)
 {
     if (!disk)
         return {{}, {}, {QStringLiteral("Cannot access PhysicalDrive0")}};

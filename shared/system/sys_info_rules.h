@@ -33,8 +33,8 @@ struct CpuDescription {
 /// The processors of a machine with this many logical ones.
 CpuDescription cpuDescriptionOf(platform::Processors const & processors, int coreCount);
 
-int totalMegabytes(std::optional<platform::PhysicalMemory> const & memory);
-int freeMegabytes(std::optional<platform::PhysicalMemory> const & memory, int total);
+int totalMegabytes(platform::Result<platform::PhysicalMemory> const & memory);
+int freeMegabytes(platform::Result<platform::PhysicalMemory> const & memory, int total);
 
 /// How far a counter has moved. Counters may have any value, so that they may have wrapped around.
 std::int64_t difference(std::int64_t later, std::int64_t earlier);
@@ -57,7 +57,7 @@ struct DiskHealth {
     QStringList lines; ///< for people who look for a fault
 };
 
-DiskHealth diskHealthOf(std::optional<platform::Disk> const & disk, bool withHealth);
+DiskHealth diskHealthOf(platform::Result<platform::Disk> const & disk, bool withHealth);
 
 /// The user of the desktop: `ownerOf(index)` of the last of `count` processes that `isShell(index)`
 /// says runs a desktop, or of the one before where an owner may not be looked up, and so on. Empty

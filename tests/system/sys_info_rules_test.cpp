@@ -85,8 +85,8 @@ TEST(Memory, IsCountedInMegabytesAndAssumedWhereUnknown)
     constexpr std::uint64_t megabyte = 1 << 20;
     EXPECT_EQ(totalMegabytes(PhysicalMemory{8191 * megabyte + 7, 0}), 8192);
     EXPECT_EQ(freeMegabytes(PhysicalMemory{0, 3 * megabyte - 1}, 8192), 2);
-    EXPECT_EQ(totalMegabytes(std::nullopt), 32000);
-    EXPECT_EQ(freeMegabytes(std::nullopt, 32000), 8000);
+    EXPECT_EQ(totalMegabytes(Error{}), 32000);
+    EXPECT_EQ(freeMegabytes(Error{}, 32000), 8000);
     EXPECT_EQ(totalMegabytes(PhysicalMemory{~std::uint64_t(0), 0}), 2147483647);
 }
 
@@ -236,8 +236,7 @@ TEST(DiskHealth, SaysWhichDisksAreNotRead)
         EXPECT_EQ(health.temperature, std::nullopt);
         EXPECT_EQ(health.name, u"Disk"_q);
     }
-    EXPECT_EQ(diskHealthOf(std::nullopt, true).lines,
-              QStringList{u"Cannot access PhysicalDrive0"_q});
+    EXPECT_EQ(diskHealthOf(Error{}, true).lines, QStringList{u"Cannot access PhysicalDrive0"_q});
     EXPECT_EQ(diskHealthOf(Disk{}, true).lines, QStringList{u"Cannot read"_q});
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "shared/platform/linux/descriptor.h"
+#include "shared/platform/result.h"
 
 #include <charconv>
 #include <cstdint>
@@ -13,19 +14,30 @@
 namespace ox::platform
 {
 
-/// The beginning of a file, as much of it as there is room for. Empty when it cannot be read.
-inline std::string_view readStart(char const * path, std::span<char> room)
+/// The beginning of a file, as much of it as there is room for. The step of an error is the path.
+inline Result<std::string_view> tryReadStart(char const * path, std::span<char> room)
 {
     Descriptor const file(::open(path, O_RDONLY | O_CLOEXEC));
+    if (!file.isOpen())
+        return lastError(path);
     std::size_t length = 0;
-    while (file.isOpen() && length < room.size()) {
+    while (length < room.size()) {
         ssize_t const read = ::read(file.get(), room.data() + length, room.size() - length);
-        if (read == 0 || (read < 0 && errno != EINTR))
+        if (read < 0 && errno == EINTR)
+            continue;
+        if (read < 0 && length == 0)
+            return lastError(path);
+        if (read <= 0)
             break;
-        if (read > 0)
-            length += static_cast<std::size_t>(read);
+        length += static_cast<std::size_t>(read);
     }
-    return {room.data(), length};
+    return std::string_view(room.data(), length);
+}
+
+/// As tryReadStart; empty when the file cannot be read.
+inline std::string_view readStart(char const * path, std::span<char> room)
+{
+    return tryReadStart(path, room).value_or({});
 }
 
 /// All of a file of the kernel's or the system's, whose size nobody tells beforehand.

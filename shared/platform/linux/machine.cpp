@@ -47,6 +47,13 @@ unsigned nominalMegahertz()
 }
 
 constexpr char memoryInfoFile[] = "/proc/meminfo";
+constexpr char statFile[] = "/proc/stat";
+
+/// The error of a file that does not hold what is expected.
+constexpr Error missingIn(char const * source)
+{
+    return {ENODATA, source};
+}
 
 namespace fs = std::filesystem;
 
@@ -195,25 +202,33 @@ std::optional<std::uint64_t> memoryField(std::string_view memoryInfo, std::strin
     return std::nullopt;
 }
 
-std::optional<PhysicalMemory> physicalMemory()
+Result<PhysicalMemory> physicalMemory()
 {
     std::array<char, 4096> room;
-    std::string_view const text = readStart(memoryInfoFile, room);
-    auto const total = memoryField(text, "MemTotal");
-    auto const available = memoryField(text, "MemAvailable");
-    return total && available ? std::optional(PhysicalMemory{*total, *available}) : std::nullopt;
+    auto const text = tryReadStart(memoryInfoFile, room);
+    if (!text)
+        return text.error();
+    auto const total = memoryField(*text, "MemTotal");
+    auto const available = memoryField(*text, "MemAvailable");
+    if (!total || !available)
+        return missingIn(memoryInfoFile);
+    return PhysicalMemory{*total, *available};
 }
 
-std::optional<KernelMemory> kernelMemory(std::span<char> buffer)
+Result<KernelMemory> kernelMemory(std::span<char> buffer)
 {
-    std::string_view const text = readStart(memoryInfoFile, buffer);
-    auto const reclaimable = memoryField(text, "SReclaimable");
-    auto const unreclaimable = memoryField(text, "SUnreclaim");
-    auto const stacks = memoryField(text, "KernelStack");
-    auto const tables = memoryField(text, "PageTables");
-    auto const cache = memoryField(text, "Cached");
+    // Compatibility: the texts of errors name the folder alone.
+    static constexpr char source[] = "/proc";
+    auto const text = tryReadStart(memoryInfoFile, buffer);
+    if (!text)
+        return Error{text.error().code, source};
+    auto const reclaimable = memoryField(*text, "SReclaimable");
+    auto const unreclaimable = memoryField(*text, "SUnreclaim");
+    auto const stacks = memoryField(*text, "KernelStack");
+    auto const tables = memoryField(*text, "PageTables");
+    auto const cache = memoryField(*text, "Cached");
     if (!reclaimable || !unreclaimable || !stacks || !tables || !cache)
-        return std::nullopt;
+        return missingIn(source);
     return KernelMemory{*reclaimable, *unreclaimable + *stacks + *tables, *cache};
 }
 
@@ -252,9 +267,13 @@ std::optional<IdleSample> idleSampleOf(std::string_view stat, long ticksPerSecon
     return IdleSample{idle / processors, sum / processors};
 }
 
-std::optional<IdleSample> idleSample(std::span<char> buffer)
+Result<IdleSample> idleSample(std::span<char> buffer)
 {
-    return idleSampleOf(readStart("/proc/stat", buffer), ::sysconf(_SC_CLK_TCK));
+    auto const text = tryReadStart(statFile, buffer);
+    if (!text)
+        return text.error();
+    auto const sample = idleSampleOf(*text, ::sysconf(_SC_CLK_TCK));
+    return sample ? Result(*sample) : missingIn(statFile);
 }
 
 fs::path firstDiskIn(fs::path const & blockDevices)
@@ -283,11 +302,12 @@ Disk describedDisk(fs::path const & folder, bool withTemperature)
     return disk;
 }
 
-std::optional<Disk> firstDisk(bool withHealth)
+Result<Disk> firstDisk(bool withHealth)
 {
-    fs::path const folder = firstDiskIn("/sys/block");
+    static constexpr char blockDevices[] = "/sys/block";
+    fs::path const folder = firstDiskIn(blockDevices);
     if (folder.empty())
-        return std::nullopt;
+        return Error{ENODEV, blockDevices};
     Disk disk = describedDisk(folder, withHealth);
     if (withHealth && disk.bus == DiskBus::Ata)
         disk.smartTable = smartTableOf("/dev" / folder.filename());

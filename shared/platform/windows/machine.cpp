@@ -133,22 +133,24 @@ void enablePerformanceCounters()
         turnOff(HKEY_LOCAL_MACHINE, path, L"Disable Performance Counters");
 }
 
-std::optional<PhysicalMemory> physicalMemory()
+Result<PhysicalMemory> physicalMemory()
 {
     MEMORYSTATUSEX status{};
     status.dwLength = sizeof status;
     if (!::GlobalMemoryStatusEx(&status))
-        return std::nullopt;
+        return lastError("GlobalMemoryStatusEx");
     return PhysicalMemory{status.ullTotalPhys, status.ullAvailPhys};
 }
 
-std::optional<KernelMemory> kernelMemory(std::span<char> buffer)
+Result<KernelMemory> kernelMemory(std::span<char> buffer)
 {
     auto const block = queryPerformanceData(Title::Memory, buffer);
-    auto const memory = block ? PerformanceObject::find(*block, Title::Memory) : std::nullopt;
+    if (!block)
+        return block.error();
+    auto const memory = PerformanceObject::find(*block, Title::Memory);
     auto const counters = memory ? memory->onlyInstance() : std::nullopt;
     if (!counters)
-        return std::nullopt;
+        return missingPerformanceData();
     auto const bytes = [&](Title title) { return memory->value(*counters, title).value_or(0); };
     return KernelMemory{bytes(Title::PoolPaged), bytes(Title::PoolNonPaged),
                         bytes(Title::CacheBytes)};
@@ -159,22 +161,22 @@ std::optional<std::u16string> memoryReport()
     return std::nullopt;
 }
 
-std::optional<IdleSample> idleSample(std::span<char> buffer)
+Result<IdleSample> idleSample(std::span<char> buffer)
 {
     auto const block = queryPerformanceData(Title::Processor, buffer);
     if (!block)
-        return std::nullopt;
+        return block.error();
     auto const time = performanceTime(*block);
     auto const processors = PerformanceObject::find(*block, Title::Processor);
     auto const all = processors ? processors->instanceNamed(u"_Total") : std::nullopt;
     // The counter of the processors' time counts the time in which they had nothing to do.
     auto const idle = all ? processors->value(*all, Title::ProcessorTime) : std::nullopt;
     if (!time || !idle)
-        return std::nullopt;
+        return missingPerformanceData();
     return IdleSample{static_cast<std::int64_t>(*idle), *time};
 }
 
-std::optional<Disk> firstDisk(bool withHealth)
+Result<Disk> firstDisk(bool withHealth)
 {
     constexpr wchar_t name[] = L"\\\\.\\PhysicalDrive0";
     // Only an administrator may send requests; anybody may ask for the name.
@@ -183,7 +185,7 @@ std::optional<Disk> firstDisk(bool withHealth)
         opened = openFile(name, 0, shareWriting, OPEN_EXISTING);
     Handle const handle(opened);
     if (!handle.isOpen())
-        return std::nullopt;
+        return lastError("CreateFileW");
     STORAGE_PROPERTY_QUERY question{};
     question.PropertyId = StorageDeviceProperty;
     question.QueryType = PropertyStandardQuery;

@@ -6,19 +6,28 @@
 
 namespace ox::platform
 {
+namespace
+{
 
-std::optional<std::span<char const>> queryPerformanceData(Title object, std::span<char> buffer)
+constexpr char step[] = "RegQueryValueExA";
+
+} // namespace
+
+Result<std::span<char const>> queryPerformanceData(Title object, std::span<char> buffer)
 {
     char title[12]{};
     std::to_chars(title, title + sizeof title - 1, static_cast<std::uint32_t>(object));
     auto size = static_cast<DWORD>(buffer.size());
     LSTATUS const status = ::RegQueryValueExA(HKEY_PERFORMANCE_DATA, title, nullptr, nullptr,
                                               reinterpret_cast<BYTE *>(buffer.data()), &size);
-    if (status != ERROR_SUCCESS) {
-        ::SetLastError(static_cast<DWORD>(status));
-        return std::nullopt;
-    }
-    return buffer.first(size <= buffer.size() ? size : 0);
+    if (status != ERROR_SUCCESS)
+        return Error{static_cast<int>(status), step};
+    return std::span<char const>(buffer.first(size <= buffer.size() ? size : 0));
+}
+
+Error missingPerformanceData()
+{
+    return {ERROR_INVALID_DATA, step};
 }
 
 } // namespace ox::platform

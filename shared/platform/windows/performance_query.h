@@ -1,12 +1,17 @@
 #pragma once
 
+#include "shared/platform/result.h"
 #include "shared/platform/windows/performance_data.h"
 
 namespace ox::platform
 {
 
-/// Asks the system for the performance data of one object. Returns the part of the buffer that it
-/// filled; empty on failure, with the last error set.
-std::optional<std::span<char const>> queryPerformanceData(Title object, std::span<char> buffer);
+/// Queries the performance data of one object. Returns the part of the buffer that the system
+/// filled.
+Result<std::span<char const>> queryPerformanceData(Title object, std::span<char> buffer);
+
+/// The error of performance data that does not hold the expected object. Its step is that of the
+/// query.
+Error missingPerformanceData();
 
 } // namespace ox::platform
