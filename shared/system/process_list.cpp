@@ -14,19 +14,19 @@
 using ox::platform::ProcessOwner;
 
 /// What a list keeps on the heap, in one block.
-struct ox::detail::ProcessReadings {
-    alignas(8) char buffer[platform::counterBufferSize];
+struct ox::detail::ProcessListBlock {
+    alignas(8) std::array<char, platform::ProcessTable::rawSize> raw{}; // perfBuffer
+    platform::ProcessTable table{raw};
     platform::ProcessOwners owners;
 };
 
 namespace
 {
 
-constexpr char debugPrivilege[] = "SeDebugPrivilege";
-
-ox::platform::CounterBuffer bufferOf(ox::detail::ProcessReadings & readings)
+/// The processes of others stay closed where this process does not have the privilege.
+void requestDebugPrivilege()
 {
-    return readings.buffer;
+    static_cast<void>(ox::platform::setPrivilege("SeDebugPrivilege", true));
 }
 
 std::int64_t mebibytes(std::uint64_t bytes)
@@ -47,10 +47,12 @@ void forEachNamed(_oxProcessList const & list, _oxString8_UnevenSize<25> const &
 
 } // namespace
 
+// Not zeroed but where a member says so: the tables are large and seldom filled.
 _oxProcessList::_oxProcessList()
-    : readings_(std::make_unique<ox::detail::ProcessReadings>()), perfBuffer(readings_->buffer)
+    : block_(std::make_unique_for_overwrite<ox::detail::ProcessListBlock>()),
+      perfBuffer(block_->raw.data())
 {
-    setPrivilege(debugPrivilege, true);
+    requestDebugPrivilege();
     initGetProcessInfo();
 }
 
@@ -66,7 +68,7 @@ void _oxProcessList::collectProcesses(_oxString8_UnevenSize<25> const & prefix)
     collected = true;
     count = 0;
     total_ = 0;
-    readings_->owners.forget();
+    block_->owners.forget();
     auto const add = [this](std::uint32_t id, std::uint32_t parentId, auto const & name) {
         ++total_;
         if (count == capacity)
@@ -83,7 +85,7 @@ void _oxProcessList::collectProcesses(_oxString8_UnevenSize<25> const & prefix)
         bool const isWanted = prefix.isEmpty() || name.startsWith(prefix);
         return process.id != 0 && isWanted && add(process.id, process.parentId, name);
     };
-    ox::platform::visitProcesses(bufferOf(*readings_), keep);
+    ox::platform::reportToThread(block_->table.list(keep));
 }
 
 void _oxProcessList::initGetProcessInfo()
@@ -95,18 +97,18 @@ void _oxProcessList::initGetProcessInfo()
         ids[static_cast<std::size_t>(i)] = entries[i].pid;
     }
     auto const listed = std::span(ids).first(static_cast<std::size_t>(count));
-    auto const time = collected ? ox::platform::readProcessCounters(listed, bufferOf(*readings_))
-                                : ox::platform::readAllProcessCounters(bufferOf(*readings_));
+    auto const time = collected ? block_->table.readCounters(listed) //
+                                : block_->table.readAllCounters();
     if (!time)
-        noteFailedReading();
+        noteFailedReading(time.error());
     perfTimeDelta = static_cast<double>(time.value_or(0) - perfTime);
     perfTime = time.value_or(0);
 }
 
-void _oxProcessList::noteFailedReading()
+void _oxProcessList::noteFailedReading(ox::platform::Error const & error)
 {
-    auto const error = oxLastOSError8();
-    errorText.add(ox::platform::counterSource).add(" ").add(error.view()).add(";  ");
+    errorText.add(error.step).add(" ").add(oxLastOSError8(error.code).view()).add(";  ");
+    ox::platform::setLastError(error);
 }
 
 /// The slot behind the filled ones is served, but there is none behind the last of all.
@@ -119,7 +121,7 @@ bool _oxProcessList::readMemoryAndTime(_oxProcessEntry & entry)
 {
     if (entry.cpuTime != 0 || entry.memMB != 0)
         return false;
-    auto const counters = ox::platform::processCounters(bufferOf(*readings_), entry.pid);
+    auto const counters = block_->table.counters(entry.pid);
     if (!counters)
         return false;
     entry.cpuTime = counters->cpuTime;
@@ -129,7 +131,7 @@ bool _oxProcessList::readMemoryAndTime(_oxProcessEntry & entry)
 
 void _oxProcessList::readUser(_oxProcessEntry & entry)
 {
-    ProcessOwner const owner = readings_->owners.of(entry.pid);
+    ProcessOwner const owner = block_->owners.of(entry.pid);
     switch (owner.kind) {
     case ProcessOwner::Account:
         entry.user = owner.name.data();
@@ -193,7 +195,7 @@ void _oxProcessList::fix32bit_4GBmemory()
         usedMB -= mebibytes(kernel->cache + kernel->cache / 10);
         usedMB -= mebibytes(kernel->pagedPool) + mebibytes(kernel->nonPagedPool);
     } else {
-        noteFailedReading();
+        noteFailedReading(kernel.error());
     }
     for (int i = 0; i < count; ++i)
         getProcessInfoMemCPUOnly(i);
@@ -244,7 +246,7 @@ bool _oxProcessList::doesProcessExistTwice(_oxString8_UnevenSize<25> name, long 
 
 void _oxProcessList::killProcess(unsigned int const & pid)
 {
-    setPrivilege(debugPrivilege, true);
+    requestDebugPrivilege();
     ox::platform::killProcess(pid);
 }
 
@@ -269,7 +271,8 @@ void _ProcessWatch::calcCPUUsage(_oxProcessList const * list, int const & index,
 
 bool setPrivilege(char const * privilegeName, bool enable)
 {
-    return privilegeName && ox::platform::setPrivilege(privilegeName, enable);
+    return privilegeName &&
+           ox::platform::reportToThread(ox::platform::setPrivilege(privilegeName, enable));
 }
 
 bool ourProcessAlreadyExists(_oxString8_UnevenSize<25> baseName, bool isConsole, bool checkConsole,

@@ -15,9 +15,14 @@
 ///
 /// A process may end at any time. What is asked of one that has ended gives the "failed" result.
 
+namespace ox::platform
+{
+struct Error;
+}
+
 namespace ox::detail
 {
-struct ProcessReadings;
+struct ProcessListBlock;
 }
 
 /// One process of a list.
@@ -60,7 +65,7 @@ class OX_EXPORT _oxProcessList
 
     /// Takes a new snapshot of ids and names: the idle process (id 0) first, then the first 999 of
     /// the others. Threads of the kernel and zombies are not processes. The snapshot is empty when
-    /// the system has no list.
+    /// the system has no list, and `oxLastOSError` has the reason.
     void collectAllProcesses();
     /// The same of the idle process and those whose names start with a text, in any case of
     /// letters. All processes of the machine are searched; the empty text takes all.
@@ -68,7 +73,8 @@ class OX_EXPORT _oxProcessList
     /// How many processes the last snapshot found; `count` of them have entries.
     int total() const { return total_; }
 
-    /// Reads the figures of all processes and forgets those in the entries.
+    /// Reads the figures of all processes and forgets those in the entries. On Linux a snapshot
+    /// reads the figures along with the names: they serve a call within 10 ms after it.
     void initGetProcessInfo();
     /// Fills in `memMB` and `cpuTime` of an entry, if it has neither yet, and `user`.
     ///
@@ -104,7 +110,7 @@ class OX_EXPORT _oxProcessList
 
   private:
     void collectIfNeeded(bool refresh);
-    void noteFailedReading();
+    void noteFailedReading(ox::platform::Error const & error);
     bool isServed(int index) const;
     /// Reads memory and time of an entry that has neither. Returns whether the working set is more
     /// than 32 bits can tell.
@@ -112,10 +118,11 @@ class OX_EXPORT _oxProcessList
     void readUser(_oxProcessEntry & entry);
 
     int total_ = 0;
-    std::unique_ptr<ox::detail::ProcessReadings> readings_;
+    std::unique_ptr<ox::detail::ProcessListBlock> block_;
 
   public:
-    /// The raw figures, 308000 bytes; the list's own.
+    /// 308000 bytes of the list's own. On Windows they hold the raw performance data from which the
+    /// figures were read last; on Linux they are zeros, as the system has no such data.
     char * const perfBuffer;
 };
 

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -10,7 +9,6 @@
 namespace
 {
 
-using ox::platform::IndexedInstance;
 using ox::platform::PerformanceObject;
 using ox::platform::performanceTime;
 using ox::platform::Title;
@@ -98,7 +96,7 @@ std::vector<char> cannedBlock()
                {u"Idle", {77, 4096, 0}},
                {u"client", {5, 1, 4243}},
                {u"_Total", {88, 4097, 0}},
-               {u"uncounted", {6, 7, 4244}}});
+               {u"server", {6, 7, 4244}}});
     addObject(out, 4, {{818, 8}, {56, 4}, {58, 3}}, {{u"", {1000, 2000, 3000}}}, false);
     out.word(20, out.bytes.size());
     return out.bytes;
@@ -121,8 +119,12 @@ std::string answers(std::vector<char> const & bytes)
     addCounters(Title::Processor, [](auto const & o) { return o.instanceNamed(u"_Total"); }, {6});
     auto const withId = [](unsigned id) {
         return [id](PerformanceObject const & object) {
-            std::array<IndexedInstance, 4> buffer;
-            return object.instanceWith(object.index(Title::ProcessId, buffer), id);
+            std::optional<PerformanceObject::Bytes> found;
+            object.forEachInstance([&](PerformanceObject::Bytes instance) {
+                if (!found && object.value(instance, Title::ProcessId) == id)
+                    found = instance;
+            });
+            return found;
         };
     };
     for (unsigned const id : {4242u, 0u, 4243u, 4244u})
@@ -133,9 +135,9 @@ std::string answers(std::vector<char> const & bytes)
 
 TEST(PerformanceData, FindsProcessesByIdProcessorsByNameAndTheMemory)
 {
-    // Counters of other sizes than 4 and 8 bytes are not numbers; the index has space for four.
+    // Counters of other sizes than 4 and 8 bytes are not numbers.
     EXPECT_EQ(answers(cannedBlock()), "132000000000000000 333 20015998343868 4294967295 77 4096 "
-                                      "5 1 - - 1000 2000 - - ");
+                                      "5 1 6 7 1000 2000 - - ");
     std::vector<char> const block = cannedBlock();
     auto const processes = PerformanceObject::find(block, Title::Process);
     ASSERT_TRUE(processes);

@@ -1,3 +1,4 @@
+#include "shared/platform/processes.h"
 #include "shared/system/process_figures.h"
 #include "shared/system/process_list.h"
 #include "tests/support/child.h"
@@ -156,6 +157,40 @@ TEST(ProcessList, RoundsMemoryAndSharesOutWhatNoProcessAccountsFor)
     EXPECT_EQ(entries[1].memMB, 4000);
     EXPECT_EQ(entries[2].memMB, 4596);
     ox::detail::shareOutMemory({}, 1000);
+}
+
+TEST(ProcessReading, FindsTheFirstOfEachIdOnceItHasEnded)
+{
+    using ox::platform::ProcessReading;
+    auto const workingSet = [](ProcessReading const & reading, std::uint32_t id) {
+        auto const found = reading.of(id);
+        return found ? static_cast<int>(found->workingSet) : -1;
+    };
+    auto const first = std::make_unique<ProcessReading>(),
+               second = std::make_unique<ProcessReading>();
+    first->begin(10);
+    first->add(7, {0, 70});
+    first->add(0, {0, 1});
+    first->add(0, {0, 2});
+    EXPECT_EQ(workingSet(*first, 7), -1);
+    first->end(11);
+    EXPECT_EQ(workingSet(*first, 0), 1);
+    EXPECT_EQ(workingSet(*first, 7), 70);
+    EXPECT_EQ(workingSet(*first, 8), -1);
+
+    second->takeFrom(*first);
+    EXPECT_EQ(workingSet(*second, 7), 70);
+    EXPECT_EQ(second->beginTime(), 10);
+    EXPECT_EQ(second->endTime(), 11);
+    EXPECT_EQ(workingSet(*first, 7), -1);
+    EXPECT_FALSE(first->hasEnded());
+
+    first->begin(12);
+    for (std::uint32_t id = 0; id <= ProcessReading::capacity; ++id)
+        first->add(id, {0, id});
+    first->end(13);
+    EXPECT_EQ(workingSet(*first, ProcessReading::capacity - 1), int(ProcessReading::capacity) - 1);
+    EXPECT_EQ(workingSet(*first, ProcessReading::capacity), -1);
 }
 
 TEST(ProcessWatch, GivesTheUsageOfTheIntervalFromTheSecondReadingOn)

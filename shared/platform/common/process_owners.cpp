@@ -14,10 +14,10 @@ void ProcessOwner::setName(std::string_view text)
 
 ProcessOwner ProcessOwners::of(std::uint32_t id)
 {
-    std::optional<ProcessOwner> failure;
-    AccountId const account = accountOf(id, failure);
-    if (failure)
-        return *failure;
+    auto const found = accountOf(id);
+    if (auto const * const unavailable = std::get_if<ProcessOwner>(&found))
+        return *unavailable;
+    AccountId const & account = std::get<AccountId>(found);
     auto const end = known_.begin() + static_cast<std::ptrdiff_t>(count_);
     auto const known = std::find_if(known_.begin(), end,
                                     [&account](Known const & k) { return k.account == account; });

@@ -18,14 +18,14 @@
 namespace ox::platform
 {
 
-char const counterSource[] = "/proc";
-
 namespace
 {
 
+constexpr char procFolder[] = "/proc";
+
 int openProc()
 {
-    return ::open(counterSource, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    return ::open(procFolder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
 }
 
 /// "ID/FILE", a path below /proc. The id may also be that of a thread, which /proc does not list.
@@ -223,172 +223,75 @@ std::int64_t now()
     return std::int64_t{time.tv_sec} * 10'000'000 + time.tv_nsec / 100;
 }
 
-/// The counters of many processes, read one after the other.
-class Counters
+/// Reads a process's counters and adds them, if it is running.
+void addNow(ProcessReading & reading, int proc, std::uint32_t id)
 {
-  public:
-    void begin()
-    {
-        count_ = 0;
-        end_ = 0;
-        begin_ = now();
-    }
-    void add(std::uint32_t id, ProcessCounters const & counters)
-    {
-        if (count_ < std::size(samples_))
-            samples_[count_++] = {id, counters};
-    }
-    /// Reads a process's counters and adds them, if it is running.
-    void addNow(int proc, std::uint32_t id)
-    {
-        if (auto const counters = countersNow(proc, id))
-            add(id, *counters);
-    }
-    void end()
-    {
-        std::ranges::sort(samples_, samples_ + count_, {}, &Sample::id);
-        end_ = now();
-    }
-
-    std::int64_t time() const { return begin_; }
-    /// Whether all were read, the last of them in the past hundredth of a second.
-    bool areFresh() const { return end_ != 0 && now() - end_ < 100'000; }
-
-    std::optional<ProcessCounters> of(std::uint32_t id) const
-    {
-        Sample const * const end = samples_ + count_;
-        Sample const * const found = std::ranges::lower_bound(samples_, end, id, {}, &Sample::id);
-        return found != end && found->id == id ? std::optional(found->counters) : std::nullopt;
-    }
-
-  private:
-    struct Sample {
-        std::uint32_t id;
-        ProcessCounters counters;
-    };
-
-    std::int64_t begin_;
-    std::int64_t end_;
-    std::size_t count_;
-    Sample samples_[6000];
-};
-
-/// What lies in a buffer: the counters that are found, and others aside.
-struct Buffered {
-    std::size_t found;
-    Counters counters[2];
-
-    static Buffered & in(CounterBuffer buffer)
-    {
-        return *reinterpret_cast<Buffered *>(buffer.data());
-    }
-    Counters & aside() { return counters[1 - found]; }
-    /// Makes those aside the ones that are found, and forgets the others.
-    Counters & exchange()
-    {
-        found = 1 - found;
-        aside().begin();
-        return counters[found];
-    }
-};
-static_assert(sizeof(Buffered) <= counterBufferSize);
+    if (auto const counters = countersNow(proc, id))
+        reading.add(id, *counters);
+}
 
 } // namespace
 
-void visitProcesses(CounterBuffer buffer, std::function<bool(ListedProcess const &)> const & keep)
+Result<> ProcessTable::list(std::function<bool(ListedProcess const &)> const & keep)
 {
-    Counters & counters = Buffered::in(buffer).aside();
-    counters.begin();
+    listed_.begin(now());
     Descriptor const proc(openProc());
     if (!proc.isOpen())
-        return;
+        return lastError(procFolder);
     char room[PATH_MAX];
     forEachNumber(proc.get(), [&](std::uint32_t id) {
         StatLine const stat(proc.get(), id);
         if (stat.isRunning() && keep({id, stat.parentId(), nameOf(proc.get(), id, stat, room)}))
-            counters.add(id, countersOf(proc.get(), id, stat));
+            listed_.add(id, countersOf(proc.get(), id, stat));
         return true;
     });
-    counters.end();
+    listed_.end(now());
+    return {};
 }
 
-std::optional<std::int64_t> readProcessCounters(std::span<std::uint32_t const> ids,
-                                                CounterBuffer buffer)
+bool ProcessTable::hasFreshListCounters() const
 {
-    Buffered & buffered = Buffered::in(buffer);
-    bool const areFresh = buffered.aside().areFresh();
-    Counters & counters = buffered.exchange();
-    if (areFresh)
-        return counters.time();
-    counters.begin();
+    return listed_.hasEnded() && now() - listed_.endTime() < freshTime;
+}
+
+Result<std::int64_t> ProcessTable::readCounters(std::span<std::uint32_t const> ids)
+{
+    if (hasFreshListCounters()) {
+        current_.takeFrom(listed_);
+        return current_.beginTime();
+    }
+    listed_.begin(0);
+    current_.begin(now());
     Descriptor const proc(openProc());
     if (!proc.isOpen())
-        return std::nullopt;
+        return lastError(procFolder);
     for (std::uint32_t const id : ids)
-        counters.addNow(proc.get(), id);
-    counters.end();
-    return counters.time();
+        addNow(current_, proc.get(), id);
+    current_.end(now());
+    return current_.beginTime();
 }
 
-std::optional<std::int64_t> readAllProcessCounters(CounterBuffer buffer)
+Result<std::int64_t> ProcessTable::readAllCounters()
 {
-    Counters & counters = Buffered::in(buffer).exchange();
-    counters.begin();
+    listed_.begin(0);
+    current_.begin(now());
     Descriptor const proc(openProc());
     if (!proc.isOpen())
-        return std::nullopt;
+        return lastError(procFolder);
     forEachNumber(proc.get(), [&](std::uint32_t id) {
-        counters.addNow(proc.get(), id);
+        addNow(current_, proc.get(), id);
         return true;
     });
-    counters.end();
-    return counters.time();
+    current_.end(now());
+    return current_.beginTime();
 }
 
-std::optional<ProcessCounters> processCounters(CounterBuffer buffer, std::uint32_t id)
+std::optional<ProcessCounters> ProcessTable::counters(std::uint32_t id) const
 {
-    Buffered & buffered = Buffered::in(buffer);
-    if (auto const found = buffered.counters[buffered.found].of(id))
+    if (auto const found = current_.of(id))
         return found;
     Descriptor const proc(openProc());
     return countersNow(proc.get(), id);
-}
-
-/// The folder of a process belongs to the user it acts as, whatever it hides inside.
-ProcessOwners::AccountId ProcessOwners::accountOf(std::uint32_t id,
-                                                  std::optional<ProcessOwner> & failure)
-{
-    AccountId account{};
-    char path[24] = "/proc/";
-    *std::to_chars(path + 6, path + sizeof path - 1, id).ptr = 0;
-    struct stat status {
-    };
-    if (::stat(path, &status) != 0)
-        failure = ProcessOwner();
-    else
-        std::memcpy(account.data(), &status.st_uid, sizeof status.st_uid);
-    return account;
-}
-
-ProcessOwner ProcessOwners::nameOf(AccountId const & account)
-{
-    uid_t number = 0;
-    std::memcpy(&number, account.data(), sizeof number);
-    passwd entry{};
-    passwd * found = nullptr;
-    std::array<char, 16384> texts;
-    int const error = ::getpwuid_r(number, &entry, texts.data(), texts.size(), &found);
-    ProcessOwner owner;
-    owner.error = error;
-    if (found)
-        owner.setName(found->pw_name);
-    else if (error == EACCES || error == EPERM)
-        owner.kind = ProcessOwner::AccessDenied;
-    else
-        // A missing database is no reason for an account to have no name, but has its own code.
-        owner.kind = error == 0 || error == ENOENT || error == ESRCH ? ProcessOwner::NoAccount
-                                                                     : ProcessOwner::Unknown;
-    return owner;
 }
 
 void killProcess(std::uint32_t id)
@@ -398,9 +301,9 @@ void killProcess(std::uint32_t id)
         ::kill(static_cast<pid_t>(id), SIGKILL);
 }
 
-bool setPrivilege(char const *, bool)
+Result<> setPrivilege(char const *, bool)
 {
-    return false;
+    return Error{ENOTSUP, "setPrivilege"};
 }
 
 } // namespace ox::platform

@@ -1,10 +1,7 @@
 #include "shared/platform/windows/performance_data.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <limits>
-#include <tuple>
 
 namespace ox::platform
 {
@@ -151,30 +148,12 @@ std::optional<Bytes> PerformanceObject::findInstance(Accept const & accept) cons
     return std::nullopt;
 }
 
-InstanceIndex PerformanceObject::index(Title counter, std::span<IndexedInstance> buffer) const
+void PerformanceObject::forEachInstance(std::function<void(Bytes)> const & visit) const
 {
-    std::size_t count = 0;
-    findInstance([&](Bytes, Bytes counters) {
-        auto const found = value(counters, counter);
-        if (found && *found <= std::numeric_limits<std::uint32_t>::max() && count < buffer.size())
-            buffer[count++] = {static_cast<std::uint32_t>(*found),
-                               static_cast<std::uint32_t>(counters.data() - object_.data())};
+    findInstance([&visit](Bytes, Bytes counters) {
+        visit(counters);
         return false;
     });
-    auto const indexed = buffer.first(count);
-    std::ranges::sort(indexed, {}, [](IndexedInstance const & instance) {
-        return std::tuple(instance.value, instance.offset);
-    });
-    return indexed;
-}
-
-std::optional<Bytes> PerformanceObject::instanceWith(InstanceIndex index,
-                                                     std::uint32_t wanted) const
-{
-    auto const found = std::ranges::lower_bound(index, wanted, {}, &IndexedInstance::value);
-    if (found == index.end() || found->value != wanted || found->offset > object_.size())
-        return std::nullopt;
-    return structure(object_.subspan(found->offset), 0, sizeof(Word));
 }
 
 std::optional<Bytes> PerformanceObject::instanceNamed(std::u16string_view name) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -21,13 +22,6 @@ enum class Title : std::uint32_t {
     CacheBytes = 818
 };
 
-/// Where an object has the instance in which a counter has a value.
-struct IndexedInstance {
-    std::uint32_t value;
-    std::uint32_t offset;
-};
-using InstanceIndex = std::span<IndexedInstance const>;
-
 /// One object of a block of raw performance data: processes, processors, memory.
 ///
 /// The block comes from counter providers of anybody's making. Every offset and length in it is
@@ -41,12 +35,8 @@ class PerformanceObject
     /// The object of this title; empty when the block has none or is damaged before it.
     static std::optional<PerformanceObject> find(Bytes block, Title title);
 
-    /// Lists the instances by the value of a counter, for many look-ups in one block. Those with a
-    /// value of more than 32 bits, and those beyond the buffer's capacity, are left out.
-    InstanceIndex index(Title counter, std::span<IndexedInstance> buffer) const;
-    /// The counters of the first instance that an index of this object has for a value; empty when
-    /// there is none.
-    std::optional<Bytes> instanceWith(InstanceIndex index, std::uint32_t value) const;
+    /// Shows the counters of each instance, in the order of the block.
+    void forEachInstance(std::function<void(Bytes)> const & visit) const;
     /// The counters of the first instance of a name; empty when there is none.
     std::optional<Bytes> instanceNamed(std::u16string_view name) const;
     /// The counters of an object that has no instances, such as the memory.
