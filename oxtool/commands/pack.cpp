@@ -6,6 +6,7 @@
 #include "oxtool/support/progress.h"
 #include "oxtool/support/report.h"
 #include "shared/platform/files.h"
+#include "shared/text/mebibytes.h"
 
 #include <algorithm>
 #include <array>
@@ -29,7 +30,7 @@ constexpr int outOfMemory = -100;
 void loadStream(QString const & path, _OX_DataBuffer & buffer)
 {
     constexpr int limitMB = 768;
-    constexpr qint64 limit = qint64{limitMB} << 20;
+    constexpr qint64 limit = detail::bytesOfMebibytes(limitMB);
     readPieces(path, [&](std::span<unsigned char> piece) {
         auto const length = static_cast<int>(piece.size());
         qint64 const needed = qint64{buffer.size} + length;

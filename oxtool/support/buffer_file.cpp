@@ -5,6 +5,7 @@
 #include "shared/platform/files.h"
 #include "shared/platform/open_file.h"
 #include "shared/platform/result.h"
+#include "shared/text/mebibytes.h"
 
 #include <QByteArray>
 
@@ -137,7 +138,7 @@ void loadBufferFile(QString const & path, Format format, _OX_DataBuffer & buffer
         buffer.loadFromFileCompressed(path, true);
         break;
     case Format::Gzip:
-        buffer.loadGzipFile(path, 1024 * 1024);
+        buffer.loadGzipFile(path, detail::mebibyte);
         break;
     default:
         buffer.loadFromFile(path, true);

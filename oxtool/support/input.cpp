@@ -3,6 +3,7 @@
 #include "oxtool/support/failure.h"
 #include "oxtool/support/names.h"
 #include "shared/platform/program/console.h"
+#include "shared/text/mebibytes.h"
 
 #include <vector>
 
@@ -25,7 +26,7 @@ void readPieces(QString const & path, std::function<void(std::span<unsigned char
             : platform::openForReading(nativeName(path), platform::Writers::Refused);
     if (!file)
         fail(file.error());
-    std::vector<char> piece(1024 * 1024);
+    std::vector<char> piece(detail::mebibyte);
     std::size_t length = piece.size();
     while (length == piece.size()) {
         platform::Result<std::size_t> const read = file->read(piece.data(), piece.size());

@@ -3,6 +3,7 @@
 #include "oxtool/support/shown_text.h"
 #include "shared/platform/program/console.h"
 #include "shared/platform/program/terminal.h"
+#include "shared/text/mebibytes.h"
 
 #include <cstdio>
 #include <system_error>
@@ -20,7 +21,7 @@ QString amountText(qint64 done, qint64 all, double seconds)
 {
     if (done <= 0 || done >= all)
         return {};
-    constexpr double mebibyte = 1024 * 1024;
+    constexpr double mebibyte = detail::mebibyte;
     double const rate = static_cast<double>(done) / seconds;
     return QStringLiteral(", %1 %, %2 of %3 MiB, %4 MiB/s, %5 s left")
         .arg(done * 100 / all)

@@ -4,6 +4,7 @@
 #include "oxtool/support/shown_text.h"
 #include "shared/platform/result.h"
 #include "shared/system/os_error.h"
+#include "shared/text/mebibytes.h"
 
 #include <QDateTime>
 #include <QJsonDocument>
@@ -156,8 +157,8 @@ int runReported(bool asJson, std::function<void(Report &)> const & work)
 QString sizeText(qint64 bytes)
 {
     QString text = QStringLiteral("%1 bytes").arg(bytes);
-    if (bytes >= 1024 * 1024)
-        text += QStringLiteral(" (%1 MiB)").arg(double(bytes) / (1024 * 1024), 0, 'f', 1);
+    if (bytes >= detail::mebibyte)
+        text += QStringLiteral(" (%1 MiB)").arg(double(bytes) / detail::mebibyte, 0, 'f', 1);
     return text;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "shared/system/process_list.h"
+#include "shared/text/mebibytes.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -12,15 +13,15 @@ namespace ox::detail
 /// What a reader of 32 bits sees of a working set that is larger.
 constexpr std::uint64_t cutWorkingSet = 4294967295;
 
-/// Rounded to the nearest MiB, but at least 1 for a process that has memory at all.
-inline int mebibytesOf(std::uint64_t workingSet)
+/// The `memMB` of an entry: rounded to the nearest MiB, but at least 1 for a process that has
+/// memory at all.
+inline int shownMemory(std::uint64_t workingSet)
 {
-    constexpr std::uint64_t mebibyte = 1024 * 1024;
     if (workingSet == cutWorkingSet)
         return 4096;
     if (workingSet < mebibyte)
         return workingSet > 0 ? 1 : 0;
-    return static_cast<int>((workingSet + mebibyte / 2) / mebibyte & 0x0FFFFFFF);
+    return static_cast<int>(wholeMebibytes(workingSet + mebibyte / 2) & 0x0FFFFFFF);
 }
 
 /// Shares out what is left of the used memory, in MiB, among the entries that look cut off.

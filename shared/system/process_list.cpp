@@ -29,11 +29,6 @@ void requestDebugPrivilege()
     static_cast<void>(ox::platform::setPrivilege("SeDebugPrivilege", true));
 }
 
-std::int64_t mebibytes(std::uint64_t bytes)
-{
-    return static_cast<std::int64_t>(bytes >> 20);
-}
-
 /// Calls `visit` for each entry of a name in upper case; nothing has the empty name.
 template <typename Visit>
 void forEachNamed(_oxProcessList const & list, _oxString8_UnevenSize<25> const & name,
@@ -125,7 +120,7 @@ bool _oxProcessList::readMemoryAndTime(_oxProcessEntry & entry)
     if (!counters)
         return false;
     entry.cpuTime = counters->cpuTime;
-    entry.memMB = ox::detail::mebibytesOf(counters->workingSet);
+    entry.memMB = ox::detail::shownMemory(counters->workingSet);
     return counters->workingSet == ox::detail::cutWorkingSet;
 }
 
@@ -187,6 +182,9 @@ void _oxProcessList::fix32bit_4GBmemory()
     auto const memory = ox::platform::physicalMemory();
     if (!memory)
         return;
+    auto const mebibytes = [](std::uint64_t bytes) {
+        return static_cast<std::int64_t>(ox::detail::wholeMebibytes(bytes));
+    };
     std::int64_t usedMB = mebibytes(memory->total - memory->available);
     // Not into `perfBuffer`, from which the entries are still to be read.
     std::vector<char> buffer(65536);

@@ -1,27 +1,27 @@
 #include "shared/system/sys_info.h"
 
 #include "shared/system/sys_info_rules.h"
+#include "shared/text/mebibytes.h"
 #include "shared/text/utf16_view.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <limits>
 #include <span>
 
 using ox::detail::busyShare;
 using ox::detail::difference;
+using ox::detail::wholeMebibytes;
 using ox::platform::IdleSample;
 
 namespace
 {
 
+constexpr int largest = std::numeric_limits<int>::max();
+
 std::span<char> roomOf(_oxSysInfo & info)
 {
     return {info.perfBuffer.get(), static_cast<std::size_t>(_oxSysInfo::perfBufferSize)};
-}
-
-int mebibytes(std::uint64_t bytes)
-{
-    return static_cast<int>(std::min<std::uint64_t>(bytes >> 20, 2147483647));
 }
 
 } // namespace
@@ -136,13 +136,13 @@ int _oxSysInfo::getKernelMemory()
     // The second pool counts only where the first has something.
     if (!ox::platform::reportToThread(memory) || memory->pagedPool < 2)
         return -1;
-    return mebibytes(memory->pagedPool + memory->nonPagedPool);
+    return wholeMebibytes(memory->pagedPool + memory->nonPagedPool, largest);
 }
 
 int _oxSysInfo::getSystemCacheSize()
 {
     auto const memory = ox::platform::kernelMemory(roomOf(*this));
-    return ox::platform::reportToThread(memory) ? mebibytes(memory->cache) : 0;
+    return ox::platform::reportToThread(memory) ? wholeMebibytes(memory->cache, largest) : 0;
 }
 
 QString _oxSysInfo::getFullMemoryInfo()

@@ -1,6 +1,7 @@
 #include "shared/system/sys_info_rules.h"
 
 #include "shared/system/smart_table.h"
+#include "shared/text/mebibytes.h"
 #include "shared/text/utf16_view.h"
 
 #include <algorithm>
@@ -55,12 +56,8 @@ QString shortVendor(std::string const & vendor)
     return QString::fromLatin1(vendor.data(), static_cast<int>(vendor.size()));
 }
 
-int megabytes(std::uint64_t bytes)
-{
-    // One may be added to it.
-    constexpr std::uint64_t most = std::numeric_limits<int>::max() - 1;
-    return static_cast<int>(std::min(bytes >> 20, most));
-}
+/// One may be added to a number of MiB.
+constexpr int mostMebibytes = std::numeric_limits<int>::max() - 1;
 
 QString busText(platform::DiskBus bus)
 {
@@ -132,12 +129,12 @@ CpuDescription cpuDescriptionOf(platform::Processors const & processors, int cor
 
 int totalMegabytes(platform::Result<platform::PhysicalMemory> const & memory)
 {
-    return memory ? megabytes(memory->total) + 1 : 32000;
+    return memory ? wholeMebibytes(memory->total, mostMebibytes) + 1 : 32000;
 }
 
 int freeMegabytes(platform::Result<platform::PhysicalMemory> const & memory, int total)
 {
-    return memory ? megabytes(memory->available) : total / 4;
+    return memory ? wholeMebibytes(memory->available, mostMebibytes) : total / 4;
 }
 
 std::int64_t difference(std::int64_t later, std::int64_t earlier)

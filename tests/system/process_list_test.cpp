@@ -133,7 +133,7 @@ TEST(ProcessList, ServesTheIndicesFromOneToTheCount)
 
 TEST(ProcessList, RoundsMemoryAndSharesOutWhatNoProcessAccountsFor)
 {
-    std::uint64_t const mebibyte = 1048576;
+    std::uint64_t const mebibyte = ox::detail::mebibyte;
     std::pair<std::uint64_t, int> const cases[] = {{0, 0},
                                                    {1, 1},
                                                    {mebibyte - 1, 1},
@@ -144,7 +144,7 @@ TEST(ProcessList, RoundsMemoryAndSharesOutWhatNoProcessAccountsFor)
                                                    {mebibyte * 5000, 5000},
                                                    {(mebibyte << 28) + 7 * mebibyte, 7}};
     for (auto const & [bytes, expected] : cases)
-        EXPECT_EQ(ox::detail::mebibytesOf(bytes), expected) << bytes;
+        EXPECT_EQ(ox::detail::shownMemory(bytes), expected) << bytes;
 
     std::vector<_oxProcessEntry> entries(3);
     entries[0].memMB = 4096;
