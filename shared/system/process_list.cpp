@@ -180,7 +180,7 @@ long long _oxProcessList::getProcessInfoMemBytes_CPUOnly(int index)
 void _oxProcessList::fix32bit_4GBmemory()
 {
     auto const memory = ox::platform::physicalMemory();
-    if (!memory)
+    if (!ox::platform::reportToThread(memory))
         return;
     auto const mebibytes = [](std::uint64_t bytes) {
         return static_cast<std::int64_t>(ox::detail::wholeMebibytes(bytes));

@@ -122,6 +122,7 @@ TEST_F(SharedMemoryOnLinux, LeavesWhatSomebodyElsePutUnderTheName)
         EXPECT_FALSE(memory.create(10, true, false));
         EXPECT_EQ(failure(memory), std::to_string(error) + " Create: " + text);
         EXPECT_FALSE(memory.attach());
+        EXPECT_EQ(oxLastOSError8().view(), text);
         EXPECT_EQ(failure(memory), std::to_string(error) + " OpenFileMappingA: " + text);
         QFile::remove(globalObject);
         QDir().mkdir(globalObject);

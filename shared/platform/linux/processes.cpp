@@ -6,18 +6,14 @@
 #include <charconv>
 #include <climits>
 #include <csignal>
-#include <cstring>
 #include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
 #include <limits>
-#include <pwd.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace ox::platform
 {
-
 namespace
 {
 
