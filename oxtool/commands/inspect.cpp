@@ -140,7 +140,7 @@ class Inspection
     {
         if (isInGzip(format_))
             return loaded_.error == 0 ? std::optional(contentCrc()) : std::nullopt;
-        bool const isRead = loaded_.error == 0 || loaded_.error == wrongCrc;
+        bool const isRead = loaded_.error == 0 || loaded_.error == _OX_DataBuffer::Corrupt;
         return hasHeader_ && isRead ? std::optional(loaded_.crc) : std::nullopt;
     }
 

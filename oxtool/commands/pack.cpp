@@ -24,12 +24,10 @@ struct Options {
     bool json = false;
 };
 
-constexpr int outOfMemory = -100;
-
 /// Loads what has no length beforehand.
 void loadStream(QString const & path, _OX_DataBuffer & buffer)
 {
-    constexpr int limitMB = 768;
+    constexpr int limitMB = _OX_DataBuffer::memoryLimitMB;
     constexpr qint64 limit = detail::bytesOfMebibytes(limitMB);
     readPieces(path, [&](std::span<unsigned char> piece) {
         auto const length = static_cast<int>(piece.size());
@@ -40,7 +38,7 @@ void loadStream(QString const & path, _OX_DataBuffer & buffer)
         bool const fits = needed <= buffer.sizeAllocated ||
                           (needed <= limit && buffer.resize(static_cast<int>(capacity), limitMB));
         if (!fits || !buffer.append(reinterpret_cast<char *>(piece.data()), length))
-            throw fileFailure(path, outOfMemory);
+            throw fileFailure(path, _OX_DataBuffer::OutOfMemory);
     });
 }
 
@@ -56,7 +54,7 @@ void loadPayload(QString const & path, _OX_DataBuffer & buffer)
     Progress const progress(QStringLiteral("Loading %1").arg(path));
     if (isStream(path))
         loadStream(path, buffer);
-    else if (!buffer.loadFromFile(path, false) && buffer.error != wrongCrc)
+    else if (!buffer.loadFromFile(path, false) && buffer.error != _OX_DataBuffer::Corrupt)
         throw fileFailure(path, buffer.error);
     if (buffer.size == 0)
         throw Failure(

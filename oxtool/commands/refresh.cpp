@@ -73,7 +73,7 @@ class Refresh
         _oxTime modified;
         __int64 size = 0;
         if (!oxFileExists(recordName(path_), &modified, &size))
-            throw fileFailure(path_, missingFile);
+            throw fileFailure(path_, _OX_DataBuffer::Missing);
         report_.set(QStringLiteral("size"), static_cast<qint64>(size));
         report_.set(QStringLiteral("modified"), jsonTime(modified.value));
         tell("file",

@@ -19,21 +19,17 @@ namespace ox::tool
 namespace
 {
 
-constexpr int noMemory = -100;
-constexpr int notOpened = -101;
-constexpr int notReadable = -104;
-constexpr int notWritten = -105;
-constexpr int endOfFile = -1000;
+using enum _OX_DataBuffer::ErrorCode;
 
 /// Whether a code without a text of its own for the reason stands for a failed system call.
 bool isSystemFailure(int code)
 {
-    return code == notReadable || code == notWritten || code == Z_ERRNO || code < endOfFile;
+    return code == NotReadable || code == NotWritten || code == Z_ERRNO || code < EndOfFile;
 }
 
 QString missingText()
 {
-    return QString(_OX_DataBuffer::errorString(missingFile));
+    return QString(_OX_DataBuffer::errorString(Missing));
 }
 
 /// Why a file could not be opened or read.
@@ -94,7 +90,7 @@ Format formatOf(QString const & path)
     if (bytes->startsWith("\x1F\x8B"))
         return formatInGzip(path);
     if (!bytes->startsWith("oxDB"))
-        throw fileFailure(path, wrongMagic);
+        throw fileFailure(path, WrongMagic);
     _OX_DataBuffer start;
     std::memcpy(headerOf(start), bytes->constData() + 4,
                 static_cast<std::size_t>(bytes->size() - 4));
@@ -134,7 +130,7 @@ void loadBufferFile(QString const & path, Format format, _OX_DataBuffer & buffer
     case Format::Compressed:
         // The buffer loads a missing file as an empty one.
         if (platform::kindOf(nativeName(path)) != platform::NameKind::File)
-            throw fileFailure(path, missingFile);
+            throw fileFailure(path, Missing);
         buffer.loadFromFileCompressed(path, true);
         break;
     case Format::Gzip:
@@ -157,7 +153,7 @@ void decompressPayload(QString const & path, _OX_DataBuffer & loaded, _OX_DataBu
 
 Failure fileFailure(QString const & path, int code)
 {
-    if (code == missingFile)
+    if (code == Missing)
         return Failure(QStringLiteral("%1: %2").arg(path, whyMissing(path)));
     QString const message = lastSystemMessage();
     QString const text = QString(_OX_DataBuffer::errorString(code));
@@ -167,7 +163,7 @@ Failure fileFailure(QString const & path, int code)
 
 bool isDamage(int code)
 {
-    return code != noMemory && code != Z_MEM_ERROR && code != notOpened && code != missingFile &&
+    return code != OutOfMemory && code != Z_MEM_ERROR && code != NotOpened && code != Missing &&
            !isSystemFailure(code);
 }
 

@@ -49,11 +49,6 @@ void loadBufferFile(QString const & path, Format format, _OX_DataBuffer & buffer
 /// Fails with the buffer's error text.
 void decompressPayload(QString const & path, _OX_DataBuffer & loaded, _OX_DataBuffer & payload);
 
-/// The codes that the tool itself gives and asks for; the buffer documents them all.
-constexpr int wrongMagic = -102;
-constexpr int wrongCrc = -103;
-constexpr int missingFile = -107;
-
 /// The failure of loading or saving a file with one of the buffer's error codes: the path, the
 /// buffer's text, and the system's message where a system call failed. To be made right after it.
 Failure fileFailure(QString const & path, int code);

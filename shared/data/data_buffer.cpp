@@ -1,6 +1,5 @@
 #include "shared/data/data_buffer.h"
 
-#include "shared/data/buffer_codes.h"
 #include "shared/data/checksum.h"
 #include "shared/system/os_error.h"
 
@@ -13,6 +12,7 @@ namespace
 {
 
 using namespace ox::detail;
+using enum _OX_DataBuffer::ErrorCode;
 
 std::int64_t mebibytes(int count)
 {
@@ -72,7 +72,7 @@ bool _OX_DataBuffer::newsize(int newSize, int maxMB)
     std::free(data);
     data = static_cast<char *>(std::calloc(std::size_t(newSize) + 1, 1));
     sizeAllocated = data ? newSize : 0;
-    return data || fail(outOfMemory);
+    return data || fail(OutOfMemory);
 }
 
 bool _OX_DataBuffer::resize(int newSize, int maxMB)
@@ -89,7 +89,7 @@ bool _OX_DataBuffer::resize(int newSize, int maxMB)
         std::free(data);
     data = block;
     sizeAllocated = data ? newSize : 0;
-    return data || fail(outOfMemory);
+    return data || fail(OutOfMemory);
 }
 
 bool _OX_DataBuffer::makeRoom(std::int64_t bytes)
@@ -126,7 +126,7 @@ bool _OX_DataBuffer::append(char * src, int const & len)
     if (len < 1)
         return true;
     if (!src || !hasTrueSize())
-        return fail(corrupt);
+        return fail(Corrupt);
     if (!makeRoom(std::int64_t{size} + len))
         return false;
     std::memcpy(data + size, src, std::size_t(len));
@@ -139,7 +139,7 @@ bool _OX_DataBuffer::copyFromBuffer(char const * src, int const & len)
     if (len < 1)
         return true;
     if (!src)
-        return fail(corrupt);
+        return fail(Corrupt);
     if (!makeRoom(len))
         return false;
     std::memmove(data, src, std::size_t(len));
@@ -167,33 +167,33 @@ _oxString8_evenSize<150> _OX_DataBuffer::errorString() const
 _oxString8_evenSize<150> _OX_DataBuffer::errorString(int const & code)
 {
     switch (code) {
-    case outOfMemory:
+    case OutOfMemory:
         return "Unable to allocate memory";
-    case notOpened: {
+    case NotOpened: {
         _oxString8_evenSize<150> text("System error: ");
         text.add(oxLastOSError8().c_str());
         return text;
     }
-    case wrongMagic:
+    case WrongMagic:
         return "Wrong File Header";
-    case corrupt:
+    case Corrupt:
         return "CRC Error, data corrupt!";
-    case notReadable:
+    case NotReadable:
         return "Unable to read data from file!";
-    case notWritten:
+    case NotWritten:
         return "Unable to write data into file!";
-    case wrongLength:
+    case WrongLength:
         return "Decompression error, wrong result size";
-    case missing:
+    case Missing:
         return "File does not exists!";
-    case endOfFile:
+    case EndOfFile:
         return "File error: End of file reached!";
     case Z_ERRNO:
         // Deliberate: the farm's logs show zlib's system errors under the text of stream errors.
         return zlibText(Z_STREAM_ERROR);
     default:
-        if (code < endOfFile)
-            return numberedText("File error %d", endOfFile - code);
+        if (code < EndOfFile)
+            return numberedText("File error %d", EndOfFile - code);
         if (char const * const text = zlibText(code))
             return text;
         return numberedText("unknown error %d", code);
@@ -224,7 +224,7 @@ bool _OX_DataBuffer::compressFrom(_OX_DataBuffer & src, int const & offset)
     if (&src == this)
         return fail(Z_STREAM_ERROR);
     if (!src.hasTrueSize())
-        return fail(corrupt);
+        return fail(Corrupt);
     return compressFromB(src.data, src.size, offset);
 }
 
@@ -241,7 +241,7 @@ int _OX_DataBuffer::decompressToB(char * dest, int const & destLen, int const * 
     if (error != Z_OK)
         return error;
     bool const asExpected = int(produced) == sizeUncompressed && int(produced) == destLen;
-    error = asExpected ? 0 : wrongLength;
+    error = asExpected ? 0 : WrongLength;
     return asExpected ? destLen : error;
 }
 
@@ -251,8 +251,9 @@ bool _OX_DataBuffer::decompressTo(_OX_DataBuffer & dest, int const * offset)
     if (&dest == this)
         return fail(Z_STREAM_ERROR);
     if (!dest.newsize(sizeUncompressed, memoryLimitMB))
-        return fail(outOfMemory);
-    // Deliberate: a block of dest that was larger before is offered whole, and so gives -106.
+        return fail(OutOfMemory);
+    // Deliberate: a block of dest that was larger before is offered whole, and so gives
+    // WrongLength.
     dest.size = decompressToB(dest.data, dest.sizeAllocated, offset);
     dest.isCompressed = 0;
     return dest.size > 0;

@@ -17,7 +17,7 @@
 ///
 /// An operation that can fail returns false (or a negative code) and leaves its reason in `error`;
 /// nothing throws. Content and capacity survive a failure, except when the system has no more
-/// memory: then there is no block left. Requests above 768 MiB are refused.
+/// memory: then there is no block left. Requests above `memoryLimitMB` are refused.
 ///
 /// The header words may come from a file and are believed nowhere: whatever `size`, `dataOffset`
 /// and `sizeUncompressed` say, no operation reads or writes outside the block.
@@ -38,7 +38,24 @@ class OX_EXPORT _OX_DataBuffer
 
     std::int32_t sizeAllocated = 0; ///< capacity; the block has one spare byte more
     char * data = nullptr;          ///< the block (malloc, realloc, free), owned
-    std::int32_t error = 0;         ///< why the last operation failed, 0 for no reason
+    std::int32_t error = 0;         ///< code of the last operation's failure, 0 if it succeeded
+
+    /// The codes that `error` holds and the file functions return, beside zlib's.
+    enum ErrorCode {
+        OutOfMemory = -100, ///< also for more than `memoryLimitMB`
+        NotOpened = -101,
+        WrongMagic = -102,
+        Corrupt = -103, ///< wrong CRC, no content, or a `size` that is none of the block
+        NotReadable = -104,
+        NotWritten = -105,
+        WrongLength = -106,
+        Missing = -107,
+        EndOfFile = -1000,
+        FileError = EndOfFile - 1, ///< the system reports a failed read
+    };
+
+    /// The largest block that an operation allocates by itself, in MiB.
+    static constexpr int memoryLimitMB = 768;
 
     _OX_DataBuffer() = default;
     ~_OX_DataBuffer();
@@ -49,26 +66,26 @@ class OX_EXPORT _OX_DataBuffer
 
     /// Gives room for newSize bytes whose old content need not survive. A block that is large
     /// enough stays as it is; a new one is zero-filled. `size` does not change. Fails with `error`
-    /// as it was when newSize is negative or above maxMB MiB, and with -100 and no block without
-    /// memory.
+    /// as it was when newSize is negative or above maxMB MiB, and with OutOfMemory, and no block,
+    /// without memory.
     bool newsize(int newSize, int maxMB);
 
     /// Gives room for newSize bytes and keeps the content. A block that is large enough stays as it
     /// is; growth is to exactly newSize, and the bytes gained are zero only if there was no block.
     /// `size` does not change. A size above maxMB MiB changes nothing, not even `error`; without
-    /// memory it fails with -100 and no block.
+    /// memory it fails with OutOfMemory, and no block.
     bool resize(int newSize, int maxMB);
 
     /// Zeroes the whole block.
     void fillZero();
 
     /// Adds len bytes behind the valid ones; fewer than 1 is nothing to do. `src` lies outside the
-    /// block. Fails as resize() does, and with -103 when `src` is null or `size` is no size of this
-    /// block.
+    /// block. Fails as resize() does, and with Corrupt when `src` is null or `size` is no size of
+    /// this block.
     bool append(char * src, int const & len);
 
     /// Copies len bytes to the start of the block, which grows if need be. `size` is the caller's
-    /// to set. Fails as resize() does, and with -103 when `src` is null.
+    /// to set. Fails as resize() does, and with Corrupt when `src` is null.
     bool copyFromBuffer(char const * src, int const & len);
 
     /// Copies len bytes from the start of the block, valid or not, as far as the block goes.
@@ -77,7 +94,7 @@ class OX_EXPORT _OX_DataBuffer
     /// Sets `crc` to the CRC-32 of the first `size` bytes.
     void calcCRC();
 
-    /// The text of `error`, or of any code. That of -101 ends with the system's last error.
+    /// The text of `error`, or of any code. That of NotOpened ends with the system's last error.
     _oxString8_evenSize<150> errorString() const;
     static _oxString8_evenSize<150> errorString(int const & code);
 
@@ -97,19 +114,20 @@ class OX_EXPORT _OX_DataBuffer
     /// and `isCompressed`. Fails as resize() does, or with zlib's code in `error`.
     bool compressFromB(char const * src, int const & srcLen, int const & offset);
 
-    /// Compresses the valid bytes of another buffer. Fails as well with -103 when its `size` is no
-    /// size of its block.
+    /// Compresses the valid bytes of another buffer. Fails as well with Corrupt when its `size` is
+    /// no size of its block.
     bool compressFrom(_OX_DataBuffer & src, int const & offset);
 
     /// Decompresses the `size` bytes at `dataOffset` (set to *offset first, if given) into exactly
     /// destLen bytes and returns their number. Returns the error's code, also in `error`,
-    /// otherwise: zlib's, or -106 when the result is not both destLen and `sizeUncompressed` long.
+    /// otherwise: zlib's, or WrongLength when the result is not both destLen and
+    /// `sizeUncompressed` long.
     int decompressToB(char * dest, int const & destLen, int const * offset);
 
     /// Decompresses into another buffer and sets its `size` to the length or the error's code; true
     /// when the length is above 0. `error` here (not in dest) tells why not: as for
-    /// decompressToB(), -100 without memory. The block of dest must not be larger than
-    /// `sizeUncompressed`, or the result is -106.
+    /// decompressToB(), OutOfMemory without memory. The block of dest must not be larger than
+    /// `sizeUncompressed`, or the result is WrongLength.
     bool decompressTo(_OX_DataBuffer & dest, int const * offset);
 
     // Compression piece by piece, through the caller's z_stream
@@ -142,29 +160,30 @@ class OX_EXPORT _OX_DataBuffer
     // other type of text that names a file: a literal, a fixed string of another capacity,
     // std::string. Opening never waits: a folder and a named pipe are not opened.
     //
-    // After -101, -104, -105, zlib's -1 and a code below -1000 the thread's last error is the
-    // system's reason (oxLastOSError). The other codes speak of the content, -100 of memory.
+    // After NotOpened, NotReadable, NotWritten, zlib's -1 and a code below EndOfFile the thread's
+    // last error is the system's reason (oxLastOSError). The other codes describe the content,
+    // OutOfMemory the memory.
     //
     // The forms with two blocks write or read a magic if asked, then block1, then block2 unless it
-    // is null. Saving a length that is negative, or a null block that is not empty, gives -105 and
-    // leaves the file alone.
+    // is null. Saving a length that is negative, or a null block that is not empty, gives
+    // NotWritten and leaves the file alone.
 
-    /// Plain file: -101 not opened, -105 not written whole.
+    /// Plain file. Fails: NotOpened; NotWritten, also when a part of it was written.
     static int saveToFile(_oxString8_evenSize<500> file, bool const & withMagic,
                           char * const block1, int const & len1, char * const block2,
                           int const & len2);
     static int saveToFile(QString const & file, bool const & withMagic, char * const block1,
                           int const & len1, char * const block2, int const & len2);
 
-    /// Plain file: -101 not opened, -102 wrong magic, -1000 ended early, below -1000 not readable.
-    /// What follows the blocks is ignored.
+    /// Plain file. What follows the blocks is ignored. Fails: NotOpened, WrongMagic; EndOfFile when
+    /// it ends early; a code below EndOfFile when it cannot be read.
     static int loadFromFile(_oxString8_evenSize<500> file, bool const & withMagic,
                             char * const block1, int const & len1, char * const block2,
                             int const & len2);
     static int loadFromFile(QString const & file, bool const & withMagic, char * const block1,
                             int const & len1, char * const block2, int const & len2);
 
-    /// Gzip file: -101 not opened, zlib's code when not written whole.
+    /// Gzip file. Fails: NotOpened; zlib's code when not written whole.
     static int saveToFileCompressed(_oxString8_evenSize<500> file, bool const & withMagic,
                                     char * const block1, int const & len1, char * const block2,
                                     int const & len2);
@@ -172,9 +191,9 @@ class OX_EXPORT _OX_DataBuffer
                                     char * const block1, int const & len1, char * const block2,
                                     int const & len2);
 
-    /// Gzip file: -104 not opened, -102 wrong magic, zlib's code when it is damaged or cut short. A
-    /// whole stream that merely holds too few bytes gives 0: the farm's readers rely on it to read
-    /// records that older applications wrote shorter.
+    /// Gzip file. Fails: NotReadable when it cannot be opened; WrongMagic; zlib's code when it is
+    /// damaged or cut short. A whole stream that merely holds too few bytes gives 0: the farm's
+    /// readers rely on it to read records that older applications wrote shorter.
     static int loadFromFileCompressed(_oxString8_evenSize<500> file, bool const & withMagic,
                                       char * const block1, int const & len1, char * const block2,
                                       int const & len2);
@@ -182,13 +201,14 @@ class OX_EXPORT _OX_DataBuffer
                                       char * const block1, int const & len1, char * const block2,
                                       int const & len2);
 
-    /// Gzip file of the bytes alone: -104 (sic) not opened, zlib's code when not written whole.
+    /// Gzip file of the bytes alone. Fails: NotReadable when it cannot be opened for writing;
+    /// zlib's code when not written whole.
     static int saveGzipFile(_oxString8_evenSize<500> const & file, char const * data,
                             int const & len);
     static int saveGzipFile(QString const & file, char const * data, int const & len);
 
-    /// Up to len bytes of a gzip file, with exact neither more nor fewer (-106). -104 not opened,
-    /// zlib's code when it is damaged or cut short.
+    /// Up to len bytes of a gzip file, with exact neither more nor fewer. Fails: NotReadable when
+    /// it cannot be opened; WrongLength; zlib's code when it is damaged or cut short.
     static int loadGzipFile(_oxString8_evenSize<500> const & file, char * dest,
                             unsigned int const & len, bool const & exact);
     static int loadGzipFile(QString const & file, char * dest, unsigned int const & len,
@@ -210,7 +230,8 @@ class OX_EXPORT _OX_DataBuffer
                                    int const & len);
     static int compressNSaveToFile(QString const & file, char * data, int const & len);
 
-    /// Reads what compressNSaveToFile() wrote; it must have been len bytes (-106).
+    /// Reads what compressNSaveToFile() wrote; it must have been len bytes, or the result is
+    /// WrongLength.
     static int compressNLoadFromFile(_oxString8_evenSize<500> const & file, char * dest,
                                      int const & len, bool const & exact);
     static int compressNLoadFromFile(QString const & file, char * dest, int const & len,
@@ -219,12 +240,12 @@ class OX_EXPORT _OX_DataBuffer
     // Files from and to this buffer. A failed load leaves what it read so far, in the header too.
 
     /// Plain file of the `size` bytes, with magic, header and fresh CRC in front if asked. Codes of
-    /// the static form; -105, with the file left alone, if `size` is no size of this block.
+    /// the static form; NotWritten, with the file left alone, if `size` is no size of this block.
     bool saveToFile(_oxString8_evenSize<500> const & file, bool const & withHeader);
     bool saveToFile(QString const & file, bool const & withHeader);
 
-    /// Plain file, whole. -107 missing, -103 wrong CRC or nothing behind the header, -100 too
-    /// large; other codes of the static form.
+    /// Plain file, whole. Fails: Missing; Corrupt when the CRC is wrong or nothing is behind the
+    /// header; OutOfMemory when it is too large; otherwise as the static form.
     bool loadFromFile(_oxString8_evenSize<500> const & file, bool withHeader);
     bool loadFromFile(QString const & file, bool withHeader);
 
@@ -233,14 +254,15 @@ class OX_EXPORT _OX_DataBuffer
     bool saveToFileCompressed(_oxString8_evenSize<500> const & file);
     bool saveToFileCompressed(QString const & file);
 
-    /// Compressed buffer file. With growToFit the block grows as the data comes (-100 when it is
-    /// too large). Without, it must hold at least `sizeAllocated` bytes, and when it holds more
-    /// `size` stays 0 and the result is true. A missing file is true with nothing loaded.
+    /// Compressed buffer file. With growToFit the block grows as the data comes, and data that is
+    /// too large fails with OutOfMemory. Without, it must hold at least `sizeAllocated` bytes, and
+    /// when it holds more `size` stays 0 and the result is true. A missing file is true with
+    /// nothing loaded.
     bool loadFromFileCompressed(_oxString8_evenSize<500> const & file, bool growToFit);
     bool loadFromFileCompressed(QString const & file, bool growToFit);
 
-    /// Gzip file, whole, in steps of chunk bytes. -104 not opened, -100 too large, zlib's code when
-    /// it is damaged or cut short.
+    /// Gzip file, whole, in steps of chunk bytes. Fails: NotReadable when it cannot be opened;
+    /// OutOfMemory when it is too large; zlib's code when it is damaged or cut short.
     bool loadGzipFile(_oxString8_evenSize<500> const & file, unsigned int const & chunk);
     bool loadGzipFile(QString const & file, unsigned int const & chunk);
 

@@ -1,6 +1,5 @@
 #include "shared/data/data_buffer.h"
 
-#include "shared/data/buffer_codes.h"
 #include "shared/data/checksum.h"
 #include "shared/platform/files.h"
 #include "shared/platform/open_file.h"
@@ -22,6 +21,7 @@ namespace
 using namespace ox::detail;
 using ox::platform::OpenFile;
 using ox::platform::Result;
+using enum _OX_DataBuffer::ErrorCode;
 constexpr int magicSize = 4;
 constexpr int headerSize = 32;
 static_assert(headerSize == offsetof(_OX_DataBuffer, sizeAllocated));
@@ -54,8 +54,8 @@ class PlainFile
 {
   public:
     static constexpr char const * magic = "oxDB";
-    static constexpr int notOpenedForReading = notOpened;
-    static constexpr int impossibleBlock = endOfFile;
+    static constexpr int notOpenedForReading = NotOpened;
+    static constexpr int impossibleBlock = EndOfFile;
 
     PlainFile(QString const & name, Mode mode) : file_(open(name, mode)) { reportToThread(file_); }
 
@@ -69,15 +69,15 @@ class PlainFile
     bool read(Block block)
     {
         Result<std::size_t> const length = file_->read(block.bytes, std::size_t(block.length));
-        readError_ = reportToThread(length) ? endOfFile : fileError;
+        readError_ = reportToThread(length) ? EndOfFile : FileError;
         return length && *length == std::size_t(block.length);
     }
 
-    int writeError() const { return notWritten; }
+    int writeError() const { return NotWritten; }
     int readError() const { return readError_; }
 
     /// Closes a written file; what the system could not store shows only now.
-    int close() { return reportToThread(file_->close()) ? 0 : notWritten; }
+    int close() { return reportToThread(file_->close()) ? 0 : NotWritten; }
 
   private:
     Result<OpenFile> file_;
@@ -118,7 +118,7 @@ class GzipFile
 {
   public:
     static constexpr char const * magic = "oxZP";
-    static constexpr int notOpenedForReading = notReadable;
+    static constexpr int notOpenedForReading = NotReadable;
     static constexpr int impossibleBlock = Z_STREAM_ERROR;
 
     GzipFile(QString const & name, Mode mode)
@@ -180,10 +180,10 @@ template <class File>
 int save(QString const & name, bool withMagic, Block block1, Block block2)
 {
     if (!block1.isPossible() || !block2.isPossible())
-        return notWritten;
+        return NotWritten;
     File file(name, Mode::Write);
     if (!file)
-        return notOpened;
+        return NotOpened;
     Block const magic{const_cast<char *>(File::magic), withMagic ? magicSize : 0};
     if (!file.write(magic) || !file.write(block1) || !file.write(block2))
         return file.writeError();
@@ -205,7 +205,7 @@ bool load(File & file, bool withMagic, Block block1, Block block2, std::int32_t 
     if (withMagic && !file.read({magic, magicSize}))
         return fail(file.readError());
     if (withMagic && std::memcmp(magic, File::magic, magicSize) != 0)
-        return fail(wrongMagic);
+        return fail(WrongMagic);
     if (!block1.isPossible() || !block2.isPossible())
         return fail(File::impossibleBlock);
     return (file.read(block1) && file.read(block2)) || fail(file.readError());
@@ -228,14 +228,14 @@ bool readGrowing(GzipFile & file, _OX_DataBuffer & buffer, unsigned step)
         buffer.size = buffer.sizeUncompressed = length;
         return code == 0;
     };
-    std::int64_t const limit = std::int64_t{memoryLimitMB} << 20;
+    std::int64_t const limit = std::int64_t{_OX_DataBuffer::memoryLimitMB} << 20;
     std::int64_t target = 0;
     int total = 0;
     int count = 0;
     do {
         target = std::min(target + step, limit);
-        if (!buffer.resize(int(target), memoryLimitMB))
-            return finish(outOfMemory, 0);
+        if (!buffer.resize(int(target), _OX_DataBuffer::memoryLimitMB))
+            return finish(OutOfMemory, 0);
         unsigned const room = std::min(step, unsigned(buffer.sizeAllocated - total));
         bool const isFull = room == 0 && step > 0;
         char beyond;
@@ -243,7 +243,7 @@ bool readGrowing(GzipFile & file, _OX_DataBuffer & buffer, unsigned step)
         if (count < 0)
             return finish(file.readError(), 0);
         if (isFull && count > 0)
-            return finish(outOfMemory, 0);
+            return finish(OutOfMemory, 0);
         total += count;
     } while (count > 0);
     return finish(0, total);
@@ -294,7 +294,7 @@ int _OX_DataBuffer::saveGzipFile(QString const & file, char const * data, int co
     int const result = save<GzipFile>(file, false, {const_cast<char *>(data), len}, {nullptr, 0});
     // Deliberate: the applications know a bare gzip file that cannot be opened by this one code,
     // whether it was to be read or written.
-    return result == notOpened ? notReadable : result;
+    return result == NotOpened ? NotReadable : result;
 }
 
 int _OX_DataBuffer::loadGzipFile(QString const & file, char * dest, unsigned int const & len,
@@ -302,7 +302,7 @@ int _OX_DataBuffer::loadGzipFile(QString const & file, char * dest, unsigned int
 {
     GzipFile gzip(file, Mode::Read);
     if (!gzip)
-        return notReadable;
+        return NotReadable;
     if (!dest && len > 0)
         return Z_STREAM_ERROR;
     int const count = gzip.readSome(dest, len);
@@ -310,7 +310,7 @@ int _OX_DataBuffer::loadGzipFile(QString const & file, char * dest, unsigned int
         return gzip.readError();
     char beyond;
     bool const isExact = unsigned(count) == len && gzip.readSome(&beyond, 1) == 0;
-    return exact && !isExact ? wrongLength : 0;
+    return exact && !isExact ? WrongLength : 0;
 }
 
 int _OX_DataBuffer::saveToFileCompressedHeader(QString const & file, char * data, int const & len)
@@ -345,7 +345,7 @@ int _OX_DataBuffer::compressNLoadFromFile(QString const & file, char * dest, int
     if (!buffer.loadFromFile(file, true))
         return buffer.error;
     if (exact && buffer.sizeUncompressed != len)
-        return wrongLength;
+        return WrongLength;
     buffer.decompressToB(dest, len, nullptr);
     return buffer.error;
 }
@@ -353,7 +353,7 @@ int _OX_DataBuffer::compressNLoadFromFile(QString const & file, char * dest, int
 bool _OX_DataBuffer::saveToFile(QString const & file, bool const & withHeader)
 {
     if (!hasTrueSize())
-        return fail(notWritten);
+        return fail(NotWritten);
     calcCRC();
     Block const header = withHeader ? headerOf(*this) : Block{nullptr, 0};
     error = save<PlainFile>(file, withHeader, header, {data, size});
@@ -365,13 +365,13 @@ bool _OX_DataBuffer::loadFromFile(QString const & file, bool withHeader)
     error = 0;
     auto const status = ox::platform::statusOfFile(nativePath(file));
     if (!status)
-        return fail(missing);
+        return fail(Missing);
     std::int64_t const length = status->size - (withHeader ? magicSize + headerSize : 0);
     // Deliberate: a file too short for its header is reported as corrupt, like any damaged file.
     if (length <= 0)
-        return fail(corrupt);
+        return fail(Corrupt);
     if (!makeRoom(length))
-        return fail(outOfMemory);
+        return fail(OutOfMemory);
     CheckedFile checked(file);
     Block const header = withHeader ? headerOf(*this) : Block{nullptr, 0};
     if (!load(checked, withHeader, header, {data, int(length)}, error))
@@ -381,13 +381,13 @@ bool _OX_DataBuffer::loadFromFile(QString const & file, bool withHeader)
         return true;
     std::uint32_t const stored = crc;
     crc = checked.crc();
-    return crc == stored || fail(corrupt);
+    return crc == stored || fail(Corrupt);
 }
 
 bool _OX_DataBuffer::saveToFileCompressed(QString const & file)
 {
     if (!hasTrueSize())
-        return fail(notWritten);
+        return fail(NotWritten);
     error = save<GzipFile>(file, true, headerOf(*this), {data, size});
     return error == 0;
 }
@@ -420,7 +420,7 @@ bool _OX_DataBuffer::loadGzipFile(QString const & file, unsigned int const & chu
 {
     GzipFile gzip(file, Mode::Read);
     if (!gzip)
-        return fail(notReadable);
+        return fail(NotReadable);
     return readGrowing(gzip, *this, chunk);
 }
 

@@ -30,7 +30,6 @@ namespace
 
 constexpr std::int64_t resumePiece = 0x40000;
 constexpr std::int64_t resumeLimit = 0x1900000;
-constexpr int bufferLimitMB = 768;
 
 QString copyBySystem(NativeName const & from, NativeName const & to, bool overwrite,
                      std::int64_t modified)
@@ -125,7 +124,7 @@ QString copyInto(_OX_DataBuffer & added, NativeName const & from, NativeName con
     if (!source)
         return bareMessage(source);
     bool const fits = size <= std::numeric_limits<int>::max();
-    if (!fits || !added.newsize(static_cast<int>(size), bufferLimitMB))
+    if (!fits || !added.newsize(static_cast<int>(size), _OX_DataBuffer::memoryLimitMB))
         return notAppended(added, size);
     added.size = 0;
     Result<OpenFile> target = openInPlace(to, Content::Emptied);

@@ -22,6 +22,7 @@ namespace
 {
 
 using FileName = _oxString8_evenSize<500>;
+using enum _OX_DataBuffer::ErrorCode;
 
 FileName fileName(QString const & path)
 {
@@ -170,14 +171,14 @@ TEST_F(DataBufferFile, RefusesADamagedPlainFile)
         QByteArray bytes;
         int error;
     } const cases[] = {
-        {"empty", "", -103},
-        {"no more than a header", good.left(36), -103},
-        {"shorter than a header", good.left(20), -103},
-        {"one byte cut", good.left(int(good.size()) - 1), -103},
-        {"one byte more", good + "x", -103},
-        {"a data byte", with(40, "\x7F"), -103},
-        {"the stored CRC", with(4 + 16, headerOf({1})), -103},
-        {"the magic", with(3, "X"), -102},
+        {"empty", "", Corrupt},
+        {"no more than a header", good.left(36), Corrupt},
+        {"shorter than a header", good.left(20), Corrupt},
+        {"one byte cut", good.left(int(good.size()) - 1), Corrupt},
+        {"one byte more", good + "x", Corrupt},
+        {"a data byte", with(40, "\x7F"), Corrupt},
+        {"the stored CRC", with(4 + 16, headerOf({1})), Corrupt},
+        {"the magic", with(3, "X"), WrongMagic},
     };
     for (auto const & [what, bytes, error] : cases) {
         _OX_DataBuffer buffer;
@@ -208,7 +209,7 @@ TEST_F(DataBufferFile, RefusesADamagedCompressedFile)
         FileName file;
         int error;
     } const cases[] = {
-        {"other magic", writeGzip("a", "oxDB" + QByteArray(100, 'x')), -102},
+        {"other magic", writeGzip("a", "oxDB" + QByteArray(100, 'x')), WrongMagic},
         {"flipped byte", write("b", flipped), Z_DATA_ERROR},
         {"wrong checksum", write("c", wrongSum), Z_DATA_ERROR},
         {"cut in the data", write("d", gzip.left(50000)), Z_BUF_ERROR},
@@ -256,7 +257,7 @@ TEST_F(DataBufferFile, LoadsCompressedDataIntoABlockOfTheCallersSize)
               Z_STREAM_ERROR);
     EXPECT_EQ(
         _OX_DataBuffer::loadFromFileCompressed(golden("small.gz"), true, header, 4, nullptr, 0),
-        -102);
+        WrongMagic);
 }
 
 TEST_F(DataBufferFile, ReadsAndWritesTwoBlocks)
@@ -283,16 +284,17 @@ TEST_F(DataBufferFile, ReadsAndWritesTwoBlocks)
         EXPECT_STREQ(b, one);
         EXPECT_EQ(load(file, false, b, 3, two, -1), 0) << "what follows is ignored";
 
-        EXPECT_EQ(save(file, true, one, -1, nullptr, 0), -105);
-        EXPECT_EQ(save(file, true, one, 5, two, -1), -105);
-        EXPECT_EQ(save(file, true, nullptr, 5, nullptr, 0), -105);
+        EXPECT_EQ(save(file, true, one, -1, nullptr, 0), NotWritten);
+        EXPECT_EQ(save(file, true, one, 5, two, -1), NotWritten);
+        EXPECT_EQ(save(file, true, nullptr, 5, nullptr, 0), NotWritten);
         EXPECT_EQ(load(file, false, a, 5, nullptr, 0), 0) << "a refused save leaves the file alone";
     }
     FileName const file = write("plain", "oxDBx");
-    EXPECT_EQ(_OX_DataBuffer::loadFromFile(file, true, one, 2, nullptr, 0), -1000);
-    EXPECT_EQ(_OX_DataBuffer::loadFromFile(file, true, one, 1, two, 1), -1000);
-    EXPECT_EQ(_OX_DataBuffer::loadFromFile(file, true, one, -1, nullptr, 0), -1000);
-    EXPECT_EQ(_OX_DataBuffer::loadFromFile(write("short", "ox"), true, one, 1, nullptr, 0), -1000);
+    EXPECT_EQ(_OX_DataBuffer::loadFromFile(file, true, one, 2, nullptr, 0), EndOfFile);
+    EXPECT_EQ(_OX_DataBuffer::loadFromFile(file, true, one, 1, two, 1), EndOfFile);
+    EXPECT_EQ(_OX_DataBuffer::loadFromFile(file, true, one, -1, nullptr, 0), EndOfFile);
+    EXPECT_EQ(_OX_DataBuffer::loadFromFile(write("short", "ox"), true, one, 1, nullptr, 0),
+              EndOfFile);
 }
 
 TEST_F(DataBufferFile, NeverTrustsTheLengthItReadsOverItself)
@@ -307,9 +309,9 @@ TEST_F(DataBufferFile, NeverTrustsTheLengthItReadsOverItself)
     EXPECT_EQ(_OX_DataBuffer::loadFromFile(file, true, header, 32, buffer.data, buffer.size), 0);
     EXPECT_EQ(buffer.size, 1000);
     EXPECT_FALSE(buffer.saveToFile(file, true));
-    EXPECT_EQ(buffer.error, -105);
+    EXPECT_EQ(buffer.error, NotWritten);
     EXPECT_FALSE(buffer.saveToFileCompressed(file));
-    EXPECT_EQ(buffer.error, -105);
+    EXPECT_EQ(buffer.error, NotWritten);
     EXPECT_EQ(bytesOf(file).size(), 2036) << "a refused save leaves the file alone";
 }
 
@@ -319,34 +321,34 @@ TEST_F(DataBufferFile, TellsMissingUnreadableAndUnwritableFilesApart)
     for (FileName const & absent : {path("absent"), path("")}) {
         _OX_DataBuffer buffer;
         EXPECT_FALSE(buffer.loadFromFile(absent, true));
-        EXPECT_EQ(buffer.error, -107);
+        EXPECT_EQ(buffer.error, Missing);
         EXPECT_TRUE(buffer.loadFromFileCompressed(absent, true));
         EXPECT_EQ(buffer.size, 0);
         EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressedHeader(absent, block, 9), 0);
-        EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(absent, block, 9, false), -107);
+        EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(absent, block, 9, false), Missing);
     }
     _OX_DataBuffer buffer;
     EXPECT_FALSE(buffer.loadGzipFile(path("absent"), 100));
-    EXPECT_EQ(buffer.error, -104);
-    EXPECT_EQ(_OX_DataBuffer::loadGzipFile(path("absent"), block, 9, false), -104);
-    EXPECT_EQ(_OX_DataBuffer::loadFromFile(path("absent"), false, block, 9, nullptr, 0), -101);
+    EXPECT_EQ(buffer.error, NotReadable);
+    EXPECT_EQ(_OX_DataBuffer::loadGzipFile(path("absent"), block, 9, false), NotReadable);
+    EXPECT_EQ(_OX_DataBuffer::loadFromFile(path("absent"), false, block, 9, nullptr, 0), NotOpened);
     EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressed(path("absent"), false, block, 9, nullptr, 0),
-              -104);
-    EXPECT_EQ(_OX_DataBuffer::loadFromFile(path(""), false, block, 9, nullptr, 0), -101);
-    EXPECT_EQ(_OX_DataBuffer::loadGzipFile(path(""), block, 9, false), -104);
+              NotReadable);
+    EXPECT_EQ(_OX_DataBuffer::loadFromFile(path(""), false, block, 9, nullptr, 0), NotOpened);
+    EXPECT_EQ(_OX_DataBuffer::loadGzipFile(path(""), block, 9, false), NotReadable);
 
     FileName const nowhere = path("no/such/folder");
     EXPECT_FALSE(buffer.saveToFile(nowhere, true));
-    EXPECT_EQ(buffer.error, -101);
+    EXPECT_EQ(buffer.error, NotOpened);
     EXPECT_FALSE(buffer.saveToFileCompressed(nowhere));
-    EXPECT_EQ(buffer.error, -101);
-    EXPECT_EQ(_OX_DataBuffer::saveGzipFile(nowhere, block, 9), -104);
+    EXPECT_EQ(buffer.error, NotOpened);
+    EXPECT_EQ(_OX_DataBuffer::saveGzipFile(nowhere, block, 9), NotReadable);
     EXPECT_EQ(_OX_DataBuffer::compressNSaveToFile(nowhere, block, 9), 0);
 
     if (!QFile::exists(QStringLiteral("/dev/full")))
         GTEST_SKIP() << "a device that is always full is needed";
     EXPECT_FALSE(buffer.saveToFile("/dev/full", true));
-    EXPECT_EQ(buffer.error, -105);
+    EXPECT_EQ(buffer.error, NotWritten);
     EXPECT_EQ(_OX_DataBuffer::saveGzipFile("/dev/full", block, 9), Z_ERRNO);
 }
 
@@ -357,18 +359,18 @@ TEST_F(DataBufferFile, DoesNotWaitForAPipe)
         GTEST_SKIP() << "mkfifo is needed";
     _OX_DataBuffer buffer;
     EXPECT_FALSE(buffer.loadFromFile(path("pipe"), true));
-    EXPECT_EQ(buffer.error, -103);
+    EXPECT_EQ(buffer.error, Corrupt);
     EXPECT_FALSE(buffer.loadFromFileCompressed(path("pipe"), true));
-    EXPECT_EQ(buffer.error, -104);
+    EXPECT_EQ(buffer.error, NotReadable);
     EXPECT_FALSE(buffer.loadGzipFile(path("pipe"), 100));
-    EXPECT_EQ(buffer.error, -104);
+    EXPECT_EQ(buffer.error, NotReadable);
     char block[] = "abc";
-    EXPECT_EQ(_OX_DataBuffer::loadFromFile(path("pipe"), false, block, 3, nullptr, 0), -101);
+    EXPECT_EQ(_OX_DataBuffer::loadFromFile(path("pipe"), false, block, 3, nullptr, 0), NotOpened);
     // Also with somebody at the other end.
     Child const reader(text("cat"), {pipe});
-    EXPECT_EQ(_OX_DataBuffer::saveToFile(path("pipe"), false, block, 3, nullptr, 0), -101);
+    EXPECT_EQ(_OX_DataBuffer::saveToFile(path("pipe"), false, block, 3, nullptr, 0), NotOpened);
     EXPECT_EQ(_OX_DataBuffer::saveToFileCompressed(path("pipe"), false, block, 3, nullptr, 0),
-              -101);
+              NotOpened);
 }
 
 TEST_F(DataBufferFile, WantsTheExactLengthWhenAsked)
@@ -378,20 +380,20 @@ TEST_F(DataBufferFile, WantsTheExactLengthWhenAsked)
     FileName const file = path("exact");
     ASSERT_EQ(_OX_DataBuffer::compressNSaveToFile(file, raw.data(), 27), 0);
     for (int const length : {26, 28})
-        EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, length, true), -106);
+        EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, length, true), WrongLength);
     EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 26, false), Z_BUF_ERROR);
-    EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 28, false), -106);
+    EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 28, false), WrongLength);
     EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 27, true), 0);
     // A stored length that looks like an error code is not taken for success.
     _OX_DataBuffer lying;
     ASSERT_TRUE(lying.loadFromFile(file, true));
-    lying.sizeUncompressed = -106;
+    lying.sizeUncompressed = WrongLength;
     ASSERT_TRUE(lying.saveToFile(file, true));
-    EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 27, false), -106);
+    EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 27, false), WrongLength);
 
     FileName const gz = golden("small.gz");
-    EXPECT_EQ(_OX_DataBuffer::loadGzipFile(gz, block, 26, true), -106);
-    EXPECT_EQ(_OX_DataBuffer::loadGzipFile(gz, block, 28, true), -106);
+    EXPECT_EQ(_OX_DataBuffer::loadGzipFile(gz, block, 26, true), WrongLength);
+    EXPECT_EQ(_OX_DataBuffer::loadGzipFile(gz, block, 28, true), WrongLength);
     for (unsigned const length : {26u, 28u})
         EXPECT_EQ(_OX_DataBuffer::loadGzipFile(gz, block, length, false), 0);
     EXPECT_EQ(_OX_DataBuffer::loadGzipFile(gz, nullptr, 28, false), Z_STREAM_ERROR);
@@ -405,10 +407,10 @@ TEST_F(DataBufferFile, StopsAtTheMemoryLimit)
     _OX_DataBuffer buffer;
     ASSERT_TRUE(QFile::resize(name, limit + 1));
     EXPECT_FALSE(buffer.loadGzipFile(fileName(name), 500u << 20));
-    EXPECT_EQ(buffer.error, -100);
+    EXPECT_EQ(buffer.error, OutOfMemory);
     EXPECT_EQ(buffer.size, 0);
     EXPECT_FALSE(buffer.loadFromFile(fileName(name), false));
-    EXPECT_EQ(buffer.error, -100);
+    EXPECT_EQ(buffer.error, OutOfMemory);
     ASSERT_TRUE(QFile::resize(name, limit));
     EXPECT_TRUE(buffer.loadGzipFile(fileName(name), 500u << 20));
     EXPECT_EQ(buffer.size, limit);

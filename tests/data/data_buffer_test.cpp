@@ -17,6 +17,8 @@ using namespace ox::tests;
 namespace
 {
 
+using enum _OX_DataBuffer::ErrorCode;
+
 constexpr int limit = 768 << 20;
 
 void fill(_OX_DataBuffer & buffer, std::string text)
@@ -51,7 +53,7 @@ std::string inflated(_OX_DataBuffer & buffer)
 TEST(DataBuffer, TellsItsErrorsInTheFarmsWords)
 {
     struct {
-        int code;
+        int code; // the bare numbers, which applications store
         char const * text;
     } const cases[] = {{-100, "Unable to allocate memory"},
                        {-102, "Wrong File Header"},
@@ -216,15 +218,15 @@ TEST(DataBuffer, ReportsWhyItDidNotCompressOrDecompress)
     char out[100];
     EXPECT_EQ(packed.decompressToB(out, 5, nullptr), Z_BUF_ERROR);
     EXPECT_LT(packed.decompressToB(out, -5, nullptr), 0);
-    EXPECT_EQ(packed.decompressToB(out, 15, nullptr), -106);
-    EXPECT_EQ(packed.error, -106);
+    EXPECT_EQ(packed.decompressToB(out, 15, nullptr), WrongLength);
+    EXPECT_EQ(packed.error, WrongLength);
 
     _OX_DataBuffer larger;
     larger.newsize(15, 768);
     EXPECT_FALSE(packed.decompressTo(larger, nullptr));
-    EXPECT_EQ(packed.error, -106);
+    EXPECT_EQ(packed.error, WrongLength);
     EXPECT_EQ(larger.error, 0);
-    EXPECT_EQ(larger.size, -106);
+    EXPECT_EQ(larger.size, WrongLength);
     EXPECT_EQ(larger.indexOf("job", 0), -1);
     EXPECT_FALSE(larger.append(out, 1));
 
@@ -279,7 +281,7 @@ TEST(DataBuffer, BelievesNoHeaderWord)
             buffer.calcCRC();
             _OX_DataBuffer packed;
             EXPECT_EQ(packed.compressFrom(buffer, 0), isTrue);
-            EXPECT_EQ(packed.error, isTrue ? 0 : -103);
+            EXPECT_EQ(packed.error, isTrue ? 0 : Corrupt);
             char tail = 't';
             EXPECT_EQ(buffer.append(&tail, 1), isTrue);
             lie(-1, -1);

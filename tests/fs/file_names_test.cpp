@@ -108,7 +108,8 @@ TEST_F(FileNames, KeepLettersThatLatin1Lacks)
         expectNames(_oxString8_evenSize<250>("日本"), QString::fromUtf8("日本"));
     QString const tooLong(501, u'x');
     char byte = 0;
-    EXPECT_EQ(_OX_DataBuffer::saveToFile(tooLong, false, &byte, 1, nullptr, 0), -101);
+    EXPECT_EQ(_OX_DataBuffer::saveToFile(tooLong, false, &byte, 1, nullptr, 0),
+              _OX_DataBuffer::NotOpened);
 }
 
 TEST_F(FileNames, AreSynchronisedWhereARecordCanHoldThem)
