@@ -55,7 +55,7 @@ void oxDirListing::readRows(bool sortByName)
 
 void oxDirListing::addEndsWithFilter(QString const & ending)
 {
-    endings_ << ending;
+    endings_.push_back(ending);
 }
 
 bool oxDirListing::nextFile()
@@ -88,7 +88,7 @@ bool oxDirListing::isAccepted() const
 {
     if (isDir())
         return includeDirs_;
-    if (endings_.isEmpty())
+    if (endings_.empty())
         return true;
     QString const name = fileName();
     return std::any_of(endings_.begin(), endings_.end(), [&name](QString const & ending) {

@@ -5,7 +5,6 @@
 #include "shared/time/time_value.h"
 
 #include <QString>
-#include <QStringList>
 
 #include <cstddef>
 #include <memory>
@@ -110,7 +109,7 @@ class OX_EXPORT oxDirListing
     bool includeDirs_ = false;
     bool hasEntry_ = false; ///< the walk stands on one
     QString folder_;
-    QStringList endings_;
+    std::vector<QString> endings_;
     std::vector<Row> rows_;
     std::ptrdiff_t row_ = -1;
     std::unique_ptr<ox::platform::FolderWalk> walk_;

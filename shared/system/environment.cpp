@@ -4,6 +4,8 @@
 #include "shared/platform/this_process.h"
 #include "shared/text/utf16_view.h"
 
+#include <QStringList>
+
 #include <optional>
 #include <string>
 #include <utility>

@@ -3,8 +3,7 @@
 #include "shared/export.h"
 #include "shared/text/fixed_string8.h"
 
-#include <QString>
-#include <QStringList>
+#include <QString> // declares QStringList as well
 
 /// Sleeps this many milliseconds, also across signals. Does nothing for 0 and less.
 OX_EXPORT void oxSleep(int ms);

@@ -4,6 +4,8 @@
 
 #include <QByteArray>
 
+#include <ostream>
+
 namespace ox::detail
 {
 
@@ -21,6 +23,11 @@ QString toTransportForm(QString const & text)
 QString fromTransportForm(char const * text)
 {
     return oxFromOXUTF8(QString::fromLatin1(text));
+}
+
+void printBytes(std::ostream & stream, std::string_view bytes)
+{
+    stream << bytes;
 }
 
 void printUtf8(std::ostream & stream, QString const & text)

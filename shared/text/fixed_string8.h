@@ -1,12 +1,11 @@
 #pragma once
 
 #include "shared/text/fixed_string_base.h"
+#include "shared/text/printing.h"
 
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
-#include <ostream>
 #include <string_view>
 #include <type_traits>
 
@@ -178,7 +177,8 @@ class String8 : public FixedText<S, Record>
 
     friend std::ostream & operator<<(std::ostream & stream, S const & text)
     {
-        return stream << text.view();
+        printBytes(stream, text.view());
+        return stream;
     }
 
   private:

@@ -6,6 +6,7 @@
 
 #include <concepts>
 #include <iosfwd>
+#include <string_view>
 #include <utility>
 
 class QDebug;
@@ -13,6 +14,8 @@ class QDebug;
 namespace ox::detail
 {
 
+/// Prints bytes unchanged, as a std::string_view is printed.
+OX_EXPORT void printBytes(std::ostream & stream, std::string_view bytes);
 /// Prints a text as UTF-8.
 OX_EXPORT void printUtf8(std::ostream & stream, QString const & text);
 

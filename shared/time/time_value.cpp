@@ -2,6 +2,10 @@
 
 #include "shared/platform/clock.h"
 
+#include <QDate>
+#include <QDateTime>
+#include <QHash>
+
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
@@ -284,4 +288,14 @@ void _oxTime32::setCurrentTime(__int64 add)
     _oxTime now;
     now.setCurrentTime(add);
     value = static_cast<unsigned int>(now.value);
+}
+
+ox::detail::QtHash qHash(_oxTime const & time, ox::detail::QtHash seed)
+{
+    return ::qHash(static_cast<quint64>(time.value), seed);
+}
+
+ox::detail::QtHash qHash(_oxTime32 const & time, ox::detail::QtHash seed)
+{
+    return ::qHash(time.value, seed);
 }

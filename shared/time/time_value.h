@@ -5,22 +5,24 @@
 #include "shared/text/fixed_string8.h"
 #include "shared/text/printing.h"
 
-#include <QDate>
-#include <QDateTime>
-#include <QHash>
 #include <QString>
 
 #include <compare>
 #include <concepts>
+#include <cstddef>
 #include <ctime>
-#include <functional>
+#include <string_view>
 #include <type_traits>
+
+class QDate;
+class QDateTime;
 
 namespace ox::detail
 {
 
-/// What qHash returns: `size_t`, in Qt 5 `uint`.
-using QtHash = decltype(::qHash(quint64{}));
+/// What qHash returns.
+using QtHash =
+    std::conditional_t<(QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)), std::size_t, unsigned int>;
 
 } // namespace ox::detail
 
@@ -155,10 +157,6 @@ class OX_EXPORT _oxTime
     /// Prints ISO 8601 in UTC: 2026-11-14T08:05:07Z. A time outside the years 0 to 9999 is "@" and
     /// its seconds.
     friend OX_EXPORT QString oxPrintedText(_oxTime const & time);
-    friend ox::detail::QtHash qHash(_oxTime const & time, ox::detail::QtHash seed = 0)
-    {
-        return ::qHash(static_cast<quint64>(time.value), seed);
-    }
 };
 
 /// The same in 32 bits without sign, for records that hold no more.
@@ -182,11 +180,11 @@ struct OX_EXPORT _oxTime32 {
     _oxString8_evenSize<250> asOX8String() const { return _oxTime(*this).asOX8String(); }
 
     friend QString oxPrintedText(_oxTime32 const & time) { return oxPrintedText(_oxTime(time)); }
-    friend ox::detail::QtHash qHash(_oxTime32 const & time, ox::detail::QtHash seed = 0)
-    {
-        return ::qHash(time.value, seed);
-    }
 };
+
+/// Hash of the seconds, for Qt's containers.
+OX_EXPORT ox::detail::QtHash qHash(_oxTime const & time, ox::detail::QtHash seed = 0);
+OX_EXPORT ox::detail::QtHash qHash(_oxTime32 const & time, ox::detail::QtHash seed = 0);
 
 template <>
 struct std::hash<_oxTime> {

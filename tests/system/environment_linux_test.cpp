@@ -9,7 +9,9 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QStringList>
 
+#include <chrono>
 #include <csignal>
 #include <pthread.h>
 #include <thread>

@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# Measures what it costs to include a public header by itself:
+#   scripts/include_cost.sh [-r RUNS] [HEADER…]     without a header: the umbrella and all that it names
+# Each run compiles <QString> and then the header. Prints the medians of the user seconds and of the
+# ratio of the two, which other work on the machine disturbs less.
+set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+cd "$root"
+
+runs=5
+if [ "${1:-}" = -r ]; then
+  runs=$2
+  shift 2
+fi
+headers=("$@")
+if [ $# -eq 0 ]; then
+  mapfile -t headers < <(echo shared/oxshared.h && sed -n 's/^#include "\(.*\)"$/\1/p' shared/oxshared.h)
+fi
+read -ra qt < <(pkg-config --cflags Qt6Core)
+
+# The user seconds of compiling a file that is nothing but the include.
+seconds_of() {
+  local TIMEFORMAT=%U
+  { time echo "#include $1" | "${CXX:-c++}" -std=c++20 -O2 -fPIC -I. "${qt[@]}" -x c++ - -c -o /dev/null; } 2>&1
+}
+median() { sort -g | awk '{ value[NR] = $1 } END { printf "%.2f", (value[int((NR + 1) / 2)] + value[int(NR / 2) + 1]) / 2 }'; }
+
+echo "| header | user seconds | / \`<QString>\` |"
+echo "|---|---:|---:|"
+for header in "${headers[@]}"; do
+  times=() ratios=()
+  for ((run = 0; run < runs; run++)); do
+    base=$(seconds_of '<QString>')
+    times+=("$(seconds_of "\"$header\"")")
+    ratios+=("$(awk "BEGIN { print ${times[-1]} / $base }")")
+  done
+  echo "| \`$header\` | $(printf '%s\n' "${times[@]}" | median) | $(printf '%s\n' "${ratios[@]}" | median) |"
+done
