@@ -36,18 +36,4 @@ void printUtf8(std::ostream & stream, QString const & text)
     stream.write(bytes.constData(), bytes.size());
 }
 
-#define OX_EVEN_STRING8(N)                                                                         \
-    template class FixedText<_oxString8_evenSize<N>, EvenRecord8<N>>;                              \
-    template class String8<_oxString8_evenSize<N>, EvenRecord8<N>>;
-#define OX_UNEVEN_STRING8(N)                                                                       \
-    template class FixedText<_oxString8_UnevenSize<N>, UnevenRecord8<N>>;                          \
-    template class String8<_oxString8_UnevenSize<N>, UnevenRecord8<N>>;
-#define OX_WIDE_STRING(N) template class FixedText<_oxString<N>, WideRecord<N>>;
-
-OX_STRING8_CAPACITIES(OX_EVEN_STRING8, OX_UNEVEN_STRING8)
-OX_WIDE_STRING_CAPACITIES(OX_WIDE_STRING)
-
 } // namespace ox::detail
-
-#define OX_WIDE_STRING_CLASS(N) template class _oxString<N>;
-OX_WIDE_STRING_CAPACITIES(OX_WIDE_STRING_CLASS)

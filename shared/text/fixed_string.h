@@ -273,21 +273,30 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
     }
 };
 
-/// Calls wide(N) for each capacity that the library provides.
-#define OX_WIDE_STRING_CAPACITIES(wide)                                                            \
-    wide(10) wide(25) wide(30) wide(48) wide(50) wide(75) wide(100) wide(125) wide(150) wide(200)  \
-        wide(225) wide(250) wide(500) wide(1000) wide(2500)
+// The memory image of the capacities that the records use.
 
 #define OX_WIDE_STRING(N)                                                                          \
-    OX_EXTERN_TEMPLATE(ox::detail::FixedText<_oxString<N>, ox::detail::WideRecord<N>>);            \
-    OX_EXTERN_TEMPLATE(_oxString<N>);                                                              \
     static_assert(std::is_standard_layout_v<_oxString<N>>);                                        \
     static_assert(sizeof(_oxString<N>) == 2 * N + 6);                                              \
     static_assert(offsetof(_oxString<N>, value) == 0);                                             \
     static_assert(offsetof(_oxString<N>, length) == 2 * N + 2);                                    \
     static_assert(offsetof(_oxString<N>, reserved) == 2 * N + 4);
 
-OX_WIDE_STRING_CAPACITIES(OX_WIDE_STRING)
+OX_WIDE_STRING(10)
+OX_WIDE_STRING(25)
+OX_WIDE_STRING(30)
+OX_WIDE_STRING(48)
+OX_WIDE_STRING(50)
+OX_WIDE_STRING(75)
+OX_WIDE_STRING(100)
+OX_WIDE_STRING(125)
+OX_WIDE_STRING(150)
+OX_WIDE_STRING(200)
+OX_WIDE_STRING(225)
+OX_WIDE_STRING(250)
+OX_WIDE_STRING(500)
+OX_WIDE_STRING(1000)
+OX_WIDE_STRING(2500)
 #undef OX_WIDE_STRING
 
 template <int N>

@@ -235,31 +235,40 @@ struct _oxString8_AllSize {
     char value[N + 1];
 };
 
-/// Calls even(N) and uneven(N) for each capacity that the library provides.
-#define OX_STRING8_CAPACITIES(even, uneven)                                                        \
-    even(6) even(8) even(10) even(12) even(14) even(30) even(40) even(50) even(100) even(150)      \
-        even(200) even(250) even(500) even(1000) even(3000) uneven(7) uneven(15) uneven(25)        \
-            uneven(75) uneven(125)
+// The memory image of the capacities that the records use.
 
 #define OX_EVEN_STRING8(N)                                                                         \
-    OX_EXTERN_TEMPLATE(ox::detail::FixedText<_oxString8_evenSize<N>, ox::detail::EvenRecord8<N>>); \
-    OX_EXTERN_TEMPLATE(ox::detail::String8<_oxString8_evenSize<N>, ox::detail::EvenRecord8<N>>);   \
     static_assert(std::is_standard_layout_v<_oxString8_evenSize<N>>);                              \
     static_assert(sizeof(_oxString8_evenSize<N>) == N + 4);                                        \
     static_assert(offsetof(_oxString8_evenSize<N>, value) == 0);                                   \
     static_assert(offsetof(_oxString8_evenSize<N>, length) == N + 2);
 
 #define OX_UNEVEN_STRING8(N)                                                                       \
-    OX_EXTERN_TEMPLATE(                                                                            \
-        ox::detail::FixedText<_oxString8_UnevenSize<N>, ox::detail::UnevenRecord8<N>>);            \
-    OX_EXTERN_TEMPLATE(                                                                            \
-        ox::detail::String8<_oxString8_UnevenSize<N>, ox::detail::UnevenRecord8<N>>);              \
     static_assert(std::is_standard_layout_v<_oxString8_UnevenSize<N>>);                            \
     static_assert(sizeof(_oxString8_UnevenSize<N>) == N + 3);                                      \
     static_assert(offsetof(_oxString8_UnevenSize<N>, value) == 0);                                 \
     static_assert(offsetof(_oxString8_UnevenSize<N>, length) == N + 1);
 
-OX_STRING8_CAPACITIES(OX_EVEN_STRING8, OX_UNEVEN_STRING8)
+OX_EVEN_STRING8(6)
+OX_EVEN_STRING8(8)
+OX_EVEN_STRING8(10)
+OX_EVEN_STRING8(12)
+OX_EVEN_STRING8(14)
+OX_EVEN_STRING8(30)
+OX_EVEN_STRING8(40)
+OX_EVEN_STRING8(50)
+OX_EVEN_STRING8(100)
+OX_EVEN_STRING8(150)
+OX_EVEN_STRING8(200)
+OX_EVEN_STRING8(250)
+OX_EVEN_STRING8(500)
+OX_EVEN_STRING8(1000)
+OX_EVEN_STRING8(3000)
+OX_UNEVEN_STRING8(7)
+OX_UNEVEN_STRING8(15)
+OX_UNEVEN_STRING8(25)
+OX_UNEVEN_STRING8(75)
+OX_UNEVEN_STRING8(125)
 #undef OX_EVEN_STRING8
 #undef OX_UNEVEN_STRING8
 

@@ -25,7 +25,7 @@ class FixedStringCommon : public testing::Test
 {
 };
 
-// 22 is a capacity that the library does not provide.
+// 22 is a capacity that no record uses.
 using Strings = testing::Types<_oxString8_evenSize<12>, _oxString8_evenSize<22>,
                                _oxString8_UnevenSize<15>, _oxString<10>, _oxString<2500>>;
 TYPED_TEST_SUITE(FixedStringCommon, Strings);
