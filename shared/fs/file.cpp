@@ -4,6 +4,7 @@
 #include "shared/platform/files.h"
 #include "shared/platform/open_file.h"
 #include "shared/system/os_error.h"
+#include "shared/text/mebibytes.h"
 #include "shared/text/native_path.h"
 
 #include <algorithm>
@@ -250,8 +251,8 @@ unsigned int oxGetFreeDriveSpaceMB(QString path)
     Result<std::uint64_t> const bytes = ox::platform::freeBytes(nativePath(path));
     if (!bytes)
         return unknown;
-    return static_cast<unsigned int>(
-        std::min<std::uint64_t>(*bytes >> 20, std::numeric_limits<unsigned int>::max()));
+    return static_cast<unsigned int>(std::min<std::uint64_t>(
+        ox::detail::wholeMebibytes(*bytes), std::numeric_limits<unsigned int>::max()));
 }
 
 QString setExecutable_Rights(QString name, bool verbose)
