@@ -83,6 +83,6 @@ for target in "${targets[@]}"; do
   # program starts it and what belongs to it, which keep that program's output open as long.
   WINEPREFIX=$cross/prefix "$cross/wine/usr/lib/wine/wineserver64" -p20 >/dev/null 2>&1 || true
   "$root/scripts/wine.sh" "$target" cmd /c rem >/dev/null 2>&1
-  say "testing for Windows $target under Wine (a minute or two)"
+  say "testing for Windows $target under Wine (up to ten minutes)"
   (cd "$root" && ctest --preset "windows-$target" "$@")
 done
