@@ -11,6 +11,7 @@
 #include "tests/support/temporary_folder.h"
 #include "tests/support/text.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
