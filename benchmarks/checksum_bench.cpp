@@ -29,7 +29,7 @@ struct Rival {
 template <class Crc>
 std::uint64_t byPlainTable(unsigned char const * data, std::size_t size)
 {
-    constexpr auto & table = ox::detail::crcTables<Crc>[0];
+    constexpr auto & table = ox::data::crcTables<Crc>[0];
     constexpr int topByte = 8 * (sizeof(typename Crc::Word) - 1);
     typename Crc::Word crc = 0;
     for (std::size_t i = 0; i < size; ++i)
@@ -61,7 +61,7 @@ constexpr Rival rivals[] = {
      }},
     {"crc16", "oxShared",
      [](auto data, auto size) -> std::uint64_t { return oxCRCCalc16(data, size); }},
-    {"crc16", "plain table", byPlainTable<ox::detail::Crc16>},
+    {"crc16", "plain table", byPlainTable<ox::data::Crc16>},
     {"xor8", "oxShared",
      [](auto data, auto size) -> std::uint64_t { return oxCRCCalc8(data, size, false); }},
     {"xor8", "byte loop", xorOfBytes},

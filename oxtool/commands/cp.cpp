@@ -67,7 +67,7 @@ void copyWhole(QString const & from, QString const & to, int pauseMs, bool * end
         platform::NewFile & copy = file.create(bySystem ? Access::Owner : Access::ByMask);
         failure = showProgress(
             from, 0, [&] { return copy.size().value_or(0); },
-            [&] { return detail::copyWhole(nativeName(from), copy, pauseMs, endsEmpty); });
+            [&] { return fs::copyWhole(nativeName(from), copy, pauseMs, endsEmpty); });
     }
     if (!failure.isEmpty())
         throw Failure(

@@ -77,7 +77,7 @@ QStringList takeLog(QString const & name)
     QFile file(name);
     file.open(QIODevice::ReadOnly);
     QString const text =
-        detail::toQString(platform::recordText(file.readAll().toStdString())).trimmed();
+        text::toQString(platform::recordText(file.readAll().toStdString())).trimmed();
     file.remove();
     return text.isEmpty() ? QStringList() : text.split(QLatin1Char('\n'));
 }
@@ -168,7 +168,7 @@ void crashTest(Options const & options, Report & report)
         throw Failure(QStringLiteral("%1 is in the way.").arg(log));
 
     std::string const program =
-        detail::toQString(platform::executablePath().value_or(u"")).toStdString();
+        text::toQString(platform::executablePath().value_or(u"")).toStdString();
     auto const child = platform::ChildProcess::start(
         {program, "crash-test", options.kind, "--dir", options.folder, "--child"});
     if (!child)

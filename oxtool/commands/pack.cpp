@@ -28,7 +28,7 @@ struct Options {
 void loadStream(QString const & path, _OX_DataBuffer & buffer)
 {
     constexpr int limitMB = _OX_DataBuffer::memoryLimitMB;
-    constexpr qint64 limit = detail::bytesOfMebibytes(limitMB);
+    constexpr qint64 limit = text::bytesOfMebibytes(limitMB);
     readPieces(path, [&](std::span<unsigned char> piece) {
         auto const length = static_cast<int>(piece.size());
         qint64 const needed = qint64{buffer.size} + length;

@@ -134,7 +134,7 @@ void loadBufferFile(QString const & path, Format format, _OX_DataBuffer & buffer
         buffer.loadFromFileCompressed(path, true);
         break;
     case Format::Gzip:
-        buffer.loadGzipFile(path, detail::mebibyte);
+        buffer.loadGzipFile(path, text::mebibyte);
         break;
     default:
         buffer.loadFromFile(path, true);

@@ -26,7 +26,7 @@ void readPieces(QString const & path, std::function<void(std::span<unsigned char
             : platform::openForReading(nativeName(path), platform::Writers::Refused);
     if (!file)
         fail(file.error());
-    std::vector<char> piece(detail::mebibyte);
+    std::vector<char> piece(text::mebibyte);
     std::size_t length = piece.size();
     while (length == piece.size()) {
         platform::Result<std::size_t> const read = file->read(piece.data(), piece.size());

@@ -11,21 +11,21 @@ namespace ox::tool
 
 platform::NativeName nativeName(QString const & path)
 {
-    return detail::nativePath(path);
+    return text::nativePath(path);
 }
 
 QString fullPath(QString const & path)
 {
-    auto const full = platform::absolutePath(detail::viewOf(path));
+    auto const full = platform::absolutePath(text::viewOf(path));
     if (!full)
         throw Failure(QStringLiteral("cannot find the current folder: %1")
                           .arg(QString(oxLastOSError(full.error().code))));
-    return detail::toQString(*full);
+    return text::toQString(*full);
 }
 
 _oxString8_evenSize<500> recordName(QString const & path)
 {
-    auto const bytes = platform::recordName(detail::viewOf(path));
+    auto const bytes = platform::recordName(text::viewOf(path));
     if (!bytes || bytes->size() > 500)
         throw Failure(QStringLiteral("path is longer than 500 bytes: %1").arg(path));
     return _oxString8_evenSize<500>(bytes->c_str());
@@ -33,12 +33,12 @@ _oxString8_evenSize<500> recordName(QString const & path)
 
 QString fromRecord(_oxString8_evenSize<500> const & record)
 {
-    return detail::toQString(platform::recordText(record.view()));
+    return text::toQString(platform::recordText(record.view()));
 }
 
 QString fromArgument(std::string const & argument)
 {
-    return detail::toQString(platform::argumentText(argument));
+    return text::toQString(platform::argumentText(argument));
 }
 
 QString systemMessage(platform::Error error)

@@ -74,7 +74,7 @@ QString OutputFile::whatIsLeft() const
 
 QString OutputFile::pathText(platform::NativeName const & name)
 {
-    return detail::toQString(platform::nameText(name));
+    return text::toQString(platform::nameText(name));
 }
 
 void OutputFile::requireWritten(platform::Result<> const & result) const

@@ -21,7 +21,7 @@ QString amountText(qint64 done, qint64 all, double seconds)
 {
     if (done <= 0 || done >= all)
         return {};
-    constexpr double mebibyte = detail::mebibyte;
+    constexpr double mebibyte = text::mebibyte;
     double const rate = static_cast<double>(done) / seconds;
     return QStringLiteral(", %1 %, %2 of %3 MiB, %4 MiB/s, %5 s left")
         .arg(done * 100 / all)

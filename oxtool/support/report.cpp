@@ -157,8 +157,8 @@ int runReported(bool asJson, std::function<void(Report &)> const & work)
 QString sizeText(qint64 bytes)
 {
     QString text = QStringLiteral("%1 bytes").arg(bytes);
-    if (bytes >= detail::mebibyte)
-        text += QStringLiteral(" (%1 MiB)").arg(double(bytes) / detail::mebibyte, 0, 'f', 1);
+    if (bytes >= text::mebibyte)
+        text += QStringLiteral(" (%1 MiB)").arg(double(bytes) / text::mebibyte, 0, 'f', 1);
     return text;
 }
 

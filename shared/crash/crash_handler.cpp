@@ -33,7 +33,7 @@ using Path8 = _oxString8_evenSize<500>;
 
 std::mutex initMutex; ///< not taken after a crash
 std::atomic<__OX *> application = nullptr;
-ox::detail::LocalZone zone;
+ox::time::LocalZone zone;
 std::atomic<MinidumpWriter *> writer = nullptr;
 std::atomic<bool> reportCrashesToSystem = false;
 
@@ -104,9 +104,9 @@ LogText nameOfDump(__int64 time)
     LogText name(oxGetFileName(context.logFile).view());
     if (name.endsWith(".txt"))
         name = name.left(name.size() - 4);
-    name.add("_").add("_dump_").add(ox::detail::fileNameText(zone.fields(time)).c_str());
+    name.add("_").add("_dump_").add(ox::time::fileNameText(zone.fields(time)).c_str());
     name.add("_" OX_VERSION "_");
-    name.add(ox::detail::fileNameTextYearMinute(zone.fields(context.startTime.value)).c_str());
+    name.add(ox::time::fileNameTextYearMinute(zone.fields(context.startTime.value)).c_str());
     return name.add("_").addNr(sizeof(void *) * 8, 2).add(".oxdmp");
 }
 
@@ -179,7 +179,7 @@ NativeName logFolderOfInstallation(char * argv0)
         return {};
     path = path.left(found + 1).add("sub").add(separator).add("log");
     path.replace("_debug", "_release");
-    NativeName const folder = ox::detail::nativePath(path);
+    NativeName const folder = ox::text::nativePath(path);
     return ox::platform::kindOf(folder) == NameKind::Folder ? folder : NativeName();
 }
 
@@ -225,13 +225,13 @@ void oxCrashHandler::prepareThread()
 
 void oxCrashHandler::setDumpPath(QString const & path)
 {
-    setFolder(ox::detail::nativePath(path));
+    setFolder(ox::text::nativePath(path));
 }
 
 void oxCrashHandler::setDumpPathDefault()
 {
     if (__OX const * const context = application)
-        setFolder(ox::detail::nativePath(context->logFolder));
+        setFolder(ox::text::nativePath(context->logFolder));
 }
 
 void oxCrashHandler::setReportCrashesToSystem(bool on)

@@ -19,7 +19,7 @@
 // almost all the same is searched with a failure table, in linear time whatever the text, once the
 // comparisons have cost more than the way made.
 
-namespace ox::detail
+namespace ox::data
 {
 
 using Byte = unsigned char;
@@ -27,7 +27,7 @@ using Byte = unsigned char;
 template <bool ignoreCase>
 constexpr Byte folded(Byte byte)
 {
-    return ignoreCase ? toLower(byte) : byte;
+    return ignoreCase ? text::toLower(byte) : byte;
 }
 
 /// How common each byte is in texts and records; 0 for the rare ones.
@@ -241,4 +241,4 @@ class ByteSearch
     std::array<std::uint16_t, longestPattern> borders_; ///< set once there is linear time
 };
 
-} // namespace ox::detail
+} // namespace ox::data

@@ -8,7 +8,7 @@
 #include "shared/data/crc.h"
 #include "shared/data/crc_kernels.h"
 
-using namespace ox::detail;
+using namespace ox::data;
 
 namespace
 {

@@ -10,7 +10,7 @@
 // What follows from a CRC's definition alone: its tables, and the computation by table that every
 // machine can do.
 
-namespace ox::detail
+namespace ox::data
 {
 
 static_assert(std::endian::native == std::endian::little);
@@ -109,4 +109,4 @@ typename Crc::Word advanceCrcByTables(typename Crc::Word crc, unsigned char cons
     return crc;
 }
 
-} // namespace ox::detail
+} // namespace ox::data

@@ -17,7 +17,7 @@
 // One kernel serves every width: a CRC of W bits with the polynomial P is a CRC of 64 bits with the
 // polynomial P * x^(64-W), whose register is the narrow one at the place of the highest powers.
 
-namespace ox::detail
+namespace ox::data
 {
 
 /// The factors for the two halves of a block; `low` is for the half in the low 64 bits.
@@ -107,4 +107,4 @@ constexpr FoldConstants makeFoldConstants()
 template <class Crc>
 inline constexpr FoldConstants foldConstants = makeFoldConstants<Crc>();
 
-} // namespace ox::detail
+} // namespace ox::data

@@ -14,7 +14,7 @@
 #endif
 #endif
 
-namespace ox::detail
+namespace ox::data
 {
 
 #ifdef OX_HAS_FOLDING_KERNELS
@@ -260,4 +260,4 @@ OX_INSTANTIATE(Crc16);
 OX_INSTANTIATE(Crc32);
 OX_INSTANTIATE(Crc64);
 
-} // namespace ox::detail
+} // namespace ox::data

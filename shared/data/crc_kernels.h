@@ -5,7 +5,7 @@
 
 #include "shared/data/crc.h"
 
-namespace ox::detail
+namespace ox::data
 {
 
 /// One way to advance a CRC register over `length` bytes. All ways give the same result.
@@ -27,4 +27,4 @@ template <class Crc>
 typename Crc::Word advanceCrc(typename Crc::Word crc, unsigned char const * data,
                               std::size_t length);
 
-} // namespace ox::detail
+} // namespace ox::data

@@ -11,7 +11,6 @@
 namespace
 {
 
-using namespace ox::detail;
 using enum _OX_DataBuffer::ErrorCode;
 
 std::int64_t mebibytes(int count)

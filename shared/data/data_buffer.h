@@ -268,89 +268,89 @@ class OX_EXPORT _OX_DataBuffer
 
     // The forms for the other types.
 
-    template <ox::detail::FileName Name>
+    template <ox::text::FileName Name>
     static int saveToFile(Name const & file, bool const & withMagic, char * const block1,
                           int const & len1, char * const block2, int const & len2)
     {
-        return saveToFile(ox::detail::fileNameText(file), withMagic, block1, len1, block2, len2);
+        return saveToFile(ox::text::fileNameText(file), withMagic, block1, len1, block2, len2);
     }
-    template <ox::detail::FileName Name>
+    template <ox::text::FileName Name>
     static int loadFromFile(Name const & file, bool const & withMagic, char * const block1,
                             int const & len1, char * const block2, int const & len2)
     {
-        return loadFromFile(ox::detail::fileNameText(file), withMagic, block1, len1, block2, len2);
+        return loadFromFile(ox::text::fileNameText(file), withMagic, block1, len1, block2, len2);
     }
-    template <ox::detail::FileName Name>
+    template <ox::text::FileName Name>
     static int saveToFileCompressed(Name const & file, bool const & withMagic, char * const block1,
                                     int const & len1, char * const block2, int const & len2)
     {
-        return saveToFileCompressed(ox::detail::fileNameText(file), withMagic, block1, len1, block2,
+        return saveToFileCompressed(ox::text::fileNameText(file), withMagic, block1, len1, block2,
                                     len2);
     }
-    template <ox::detail::FileName Name>
+    template <ox::text::FileName Name>
     static int loadFromFileCompressed(Name const & file, bool const & withMagic,
                                       char * const block1, int const & len1, char * const block2,
                                       int const & len2)
     {
-        return loadFromFileCompressed(ox::detail::fileNameText(file), withMagic, block1, len1,
-                                      block2, len2);
+        return loadFromFileCompressed(ox::text::fileNameText(file), withMagic, block1, len1, block2,
+                                      len2);
     }
-    template <ox::detail::FileName Name>
+    template <ox::text::FileName Name>
     static int saveGzipFile(Name const & file, char const * data, int const & len)
     {
-        return saveGzipFile(ox::detail::fileNameText(file), data, len);
+        return saveGzipFile(ox::text::fileNameText(file), data, len);
     }
-    template <ox::detail::FileName Name>
+    template <ox::text::FileName Name>
     static int loadGzipFile(Name const & file, char * dest, unsigned int const & len,
                             bool const & exact)
     {
-        return loadGzipFile(ox::detail::fileNameText(file), dest, len, exact);
+        return loadGzipFile(ox::text::fileNameText(file), dest, len, exact);
     }
-    template <ox::detail::FileName Name>
+    template <ox::text::FileName Name>
     static int saveToFileCompressedHeader(Name const & file, char * data, int const & len)
     {
-        return saveToFileCompressedHeader(ox::detail::fileNameText(file), data, len);
+        return saveToFileCompressedHeader(ox::text::fileNameText(file), data, len);
     }
-    template <ox::detail::FileName Name>
+    template <ox::text::FileName Name>
     static int loadFromFileCompressedHeader(Name const & file, char * dest, int const & len)
     {
-        return loadFromFileCompressedHeader(ox::detail::fileNameText(file), dest, len);
+        return loadFromFileCompressedHeader(ox::text::fileNameText(file), dest, len);
     }
-    template <ox::detail::FileName Name>
+    template <ox::text::FileName Name>
     static int compressNSaveToFile(Name const & file, char * data, int const & len)
     {
-        return compressNSaveToFile(ox::detail::fileNameText(file), data, len);
+        return compressNSaveToFile(ox::text::fileNameText(file), data, len);
     }
-    template <ox::detail::FileName Name>
+    template <ox::text::FileName Name>
     static int compressNLoadFromFile(Name const & file, char * dest, int const & len,
                                      bool const & exact)
     {
-        return compressNLoadFromFile(ox::detail::fileNameText(file), dest, len, exact);
+        return compressNLoadFromFile(ox::text::fileNameText(file), dest, len, exact);
     }
-    template <ox::detail::FileName Name>
+    template <ox::text::FileName Name>
     bool saveToFile(Name const & file, bool const & withHeader)
     {
-        return saveToFile(ox::detail::fileNameText(file), withHeader);
+        return saveToFile(ox::text::fileNameText(file), withHeader);
     }
-    template <ox::detail::FileName Name>
+    template <ox::text::FileName Name>
     bool loadFromFile(Name const & file, bool withHeader)
     {
-        return loadFromFile(ox::detail::fileNameText(file), withHeader);
+        return loadFromFile(ox::text::fileNameText(file), withHeader);
     }
-    template <ox::detail::FileName Name>
+    template <ox::text::FileName Name>
     bool saveToFileCompressed(Name const & file)
     {
-        return saveToFileCompressed(ox::detail::fileNameText(file));
+        return saveToFileCompressed(ox::text::fileNameText(file));
     }
-    template <ox::detail::FileName Name>
+    template <ox::text::FileName Name>
     bool loadFromFileCompressed(Name const & file, bool growToFit)
     {
-        return loadFromFileCompressed(ox::detail::fileNameText(file), growToFit);
+        return loadFromFileCompressed(ox::text::fileNameText(file), growToFit);
     }
-    template <ox::detail::FileName Name>
+    template <ox::text::FileName Name>
     bool loadGzipFile(Name const & file, unsigned int const & chunk)
     {
-        return loadGzipFile(ox::detail::fileNameText(file), chunk);
+        return loadGzipFile(ox::text::fileNameText(file), chunk);
     }
 
   private:

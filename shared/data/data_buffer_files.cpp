@@ -18,7 +18,7 @@ static_assert(std::endian::native == std::endian::little);
 namespace
 {
 
-using namespace ox::detail;
+using namespace ox::text;
 using ox::platform::OpenFile;
 using ox::platform::Result;
 using enum _OX_DataBuffer::ErrorCode;

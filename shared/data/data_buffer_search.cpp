@@ -1,7 +1,7 @@
 #include "shared/data/byte_search.h"
 #include "shared/data/data_buffer.h"
 
-using ox::detail::ByteSearch;
+using ox::data::ByteSearch;
 
 int _OX_DataBuffer::indexOf(_oxString8_evenSize<250> const & pattern, int from) const
 {

@@ -11,12 +11,12 @@
 #include <new>
 #include <utility>
 
-using ox::detail::ByteSearch;
-using ox::detail::nativePath;
+using ox::data::ByteSearch;
 using ox::platform::OpenFile;
 using ox::platform::reportToThread;
 using ox::platform::Result;
 using ox::platform::Writers;
+using ox::text::nativePath;
 
 namespace
 {

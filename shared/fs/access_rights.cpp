@@ -27,8 +27,7 @@ bool oxSetFolderRights_ReadWriteAll(char const * path, bool inherit)
 
 bool oxSetFolderRights_ReadWriteAll(QString const & path, bool inherit)
 {
-    return reportToThread(
-        ox::platform::allowEverybodyToFill(ox::detail::nativePath(path), inherit));
+    return reportToThread(ox::platform::allowEverybodyToFill(ox::text::nativePath(path), inherit));
 }
 
 bool oxSetFileRights_ReadWriteExecuteAll(char const * path)
@@ -38,5 +37,5 @@ bool oxSetFileRights_ReadWriteExecuteAll(char const * path)
 
 bool oxSetFileRights_ReadWriteExecuteAll(QString const & path)
 {
-    return reportToThread(ox::platform::allowEverybodyToExecute(ox::detail::nativePath(path)));
+    return reportToThread(ox::platform::allowEverybodyToExecute(ox::text::nativePath(path)));
 }

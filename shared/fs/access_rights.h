@@ -16,17 +16,17 @@
 /// inherits from it.
 OX_EXPORT bool oxSetFolderRights_ReadWriteAll(char const * path, bool inherit);
 OX_EXPORT bool oxSetFolderRights_ReadWriteAll(QString const & path, bool inherit);
-template <ox::detail::FileNameObject Path>
+template <ox::text::FileNameObject Path>
 bool oxSetFolderRights_ReadWriteAll(Path const & path, bool inherit)
 {
-    return oxSetFolderRights_ReadWriteAll(ox::detail::fileNameText(path), inherit);
+    return oxSetFolderRights_ReadWriteAll(ox::text::fileNameText(path), inherit);
 }
 
 /// Lets everybody read, write and execute a file.
 OX_EXPORT bool oxSetFileRights_ReadWriteExecuteAll(char const * path);
 OX_EXPORT bool oxSetFileRights_ReadWriteExecuteAll(QString const & path);
-template <ox::detail::FileNameObject Path>
+template <ox::text::FileNameObject Path>
 bool oxSetFileRights_ReadWriteExecuteAll(Path const & path)
 {
-    return oxSetFileRights_ReadWriteExecuteAll(ox::detail::fileNameText(path));
+    return oxSetFileRights_ReadWriteExecuteAll(ox::text::fileNameText(path));
 }

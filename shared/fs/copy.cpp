@@ -14,8 +14,7 @@
 #include <limits>
 #include <optional>
 
-using ox::detail::nativePath;
-using ox::detail::systemText;
+using ox::fs::systemText;
 using ox::platform::Content;
 using ox::platform::NativeName;
 using ox::platform::OpenFile;
@@ -24,6 +23,7 @@ using ox::platform::Result;
 using ox::platform::statusOfFile;
 using ox::platform::Taken;
 using ox::platform::Writers;
+using ox::text::nativePath;
 
 namespace
 {
@@ -40,19 +40,19 @@ QString copyBySystem(NativeName const & from, NativeName const & to, bool overwr
 QString copyByPieces(NativeName const & from, NativeName const & to, bool overwrite,
                      std::int64_t modified, int pauseMs, bool * endsEmpty)
 {
-    auto const piece = ox::detail::allocatePiece(ox::detail::copyPiece);
+    auto const piece = ox::fs::allocatePiece(ox::fs::copyPiece);
     if (!piece)
-        return ox::detail::noMemory();
+        return ox::fs::noMemory();
     Result<OpenFile> source = openForReading(from, Writers::Refused);
     if (!reportToThread(source))
-        return ox::detail::sourceNotOpened();
+        return ox::fs::sourceNotOpened();
     Result<OpenFile> target =
         ox::platform::createFile(to, overwrite ? Taken::IsReplaced : Taken::Fails);
     if (!reportToThread(target))
-        return ox::detail::targetNotOpened();
+        return ox::fs::targetNotOpened();
     // Compatibility: a short write is no failure; the farm finds it by comparing the sizes.
     static_cast<void>(
-        copyPieces(*source, *target, piece.get(), pauseMs, endsEmpty, ox::detail::Faults::Ignored));
+        copyPieces(*source, *target, piece.get(), pauseMs, endsEmpty, ox::fs::Faults::Ignored));
     static_cast<void>(target->setTimes(modified));
     return {};
 }
@@ -62,7 +62,7 @@ template <typename Value>
 QString bareMessage(Result<Value> const & failed)
 {
     reportToThread(failed);
-    return ox::detail::toQString(ox::platform::errorMessage(failed.error().code).value_or(u""));
+    return ox::text::toQString(ox::platform::errorMessage(failed.error().code).value_or(u""));
 }
 
 QString notAppended(_OX_DataBuffer const & added, std::int64_t size)
@@ -84,9 +84,9 @@ QString notWritten()
 QString transfer(OpenFile & source, OpenFile & target, std::int64_t begin, std::int64_t end,
                  _OX_DataBuffer * added)
 {
-    auto const piece = ox::detail::allocatePiece(resumePiece);
+    auto const piece = ox::fs::allocatePiece(resumePiece);
     if (!piece)
-        return ox::detail::noMemory();
+        return ox::fs::noMemory();
     std::int64_t at = begin;
     bool reading = reportToThread(source.seek(begin));
     while (reading && at < end) {

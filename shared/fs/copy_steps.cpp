@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <new>
 
-namespace ox::detail
+namespace ox::fs
 {
 namespace
 {
@@ -96,4 +96,4 @@ QString copyWhole(platform::NativeName const & from, platform::NewFile & to, int
     return {};
 }
 
-} // namespace ox::detail
+} // namespace ox::fs

@@ -7,7 +7,7 @@
 
 #include <memory>
 
-namespace ox::detail
+namespace ox::fs
 {
 
 /// Bytes of a piece of a copy by pieces.
@@ -38,4 +38,4 @@ platform::Result<> copyPieces(platform::OpenFile & from, platform::OpenFile & to
 QString copyWhole(platform::NativeName const & from, platform::NewFile & to, int pauseMs,
                   bool * endsEmpty);
 
-} // namespace ox::detail
+} // namespace ox::fs

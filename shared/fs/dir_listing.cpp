@@ -8,10 +8,10 @@
 #include <algorithm>
 #include <iterator>
 
-using ox::detail::nativePath;
-using ox::detail::ownSeparator;
 using ox::platform::FolderWalk;
 using ox::platform::NameKind;
+using ox::text::nativePath;
+using ox::text::ownSeparator;
 
 oxDirListing::oxDirListing() = default;
 
@@ -106,7 +106,7 @@ T oxDirListing::value(T Row::*column, FromWalk fromWalk) const
 
 QString oxDirListing::fileName() const
 {
-    return value(&Row::name, [](FolderWalk & walk) { return ox::detail::toQString(walk.name()); });
+    return value(&Row::name, [](FolderWalk & walk) { return ox::text::toQString(walk.name()); });
 }
 
 void oxDirListing::fileName(QString & name) const

@@ -10,10 +10,10 @@
 #include <utility>
 #include <vector>
 
-using ox::detail::ownSeparator;
-using ox::detail::systemText;
+using ox::fs::systemText;
 using ox::platform::FolderTree;
 using ox::platform::Result;
+using ox::text::ownSeparator;
 
 namespace
 {
@@ -22,7 +22,7 @@ using Entry = FolderTree::Entry;
 
 QString nameOf(Entry const & entry)
 {
-    return ox::detail::toQString(ox::platform::nameText(entry.name));
+    return ox::text::toQString(ox::platform::nameText(entry.name));
 }
 
 /// One pass over the tree, from the outside in and back. The way is kept in a list and not on the
@@ -35,7 +35,7 @@ class Emptying
     {
         QString const path = folder.endsWith(ownSeparator) ? folder : folder + ownSeparator;
         levels_.push_back({path, {}, {}, false});
-        if (Result<> const opened = tree_.open(ox::detail::nativePath(folder)); !opened)
+        if (Result<> const opened = tree_.open(ox::text::nativePath(folder)); !opened)
             failed(true, folder, systemText(opened));
         else if (tree_.isRoot())
             failed(true, folder, QStringLiteral("it is the root of a drive or share."));

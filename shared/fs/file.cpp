@@ -15,8 +15,6 @@
 #include <optional>
 #include <string>
 
-using ox::detail::nativePath;
-using ox::detail::ownSeparator;
 using ox::platform::Content;
 using ox::platform::kindOf;
 using ox::platform::NameKind;
@@ -28,6 +26,8 @@ using ox::platform::secondsFrom1601To1970;
 using ox::platform::statusOfFile;
 using ox::platform::ticksPerSecond;
 using ox::platform::Writers;
+using ox::text::nativePath;
+using ox::text::ownSeparator;
 
 namespace
 {
@@ -126,7 +126,7 @@ bool oxDirectoryExists(_oxString<500> const & path)
 
 bool oxDirectoryExists(QString const & path)
 {
-    return isFolderPath(ox::detail::viewOf(path));
+    return isFolderPath(ox::text::viewOf(path));
 }
 
 bool oxDirectoryExists(char const * path)
@@ -220,7 +220,7 @@ QString oxWriteBufferToFile(QString name, unsigned char * data, __int64 size)
 bool writeToLogFile(_oxString8_evenSize<250> const & name, _oxString8_evenSize<3000> line,
                     bool overwrite, bool addTime)
 {
-    return writeToLogFile(ox::detail::fileNameText(name), line, overwrite, addTime);
+    return writeToLogFile(ox::text::fileNameText(name), line, overwrite, addTime);
 }
 
 bool writeToLogFile(QString const & name, _oxString8_evenSize<3000> line, bool overwrite,
@@ -252,7 +252,7 @@ unsigned int oxGetFreeDriveSpaceMB(QString path)
     if (!bytes)
         return unknown;
     return static_cast<unsigned int>(std::min<std::uint64_t>(
-        ox::detail::wholeMebibytes(*bytes), std::numeric_limits<unsigned int>::max()));
+        ox::text::wholeMebibytes(*bytes), std::numeric_limits<unsigned int>::max()));
 }
 
 QString setExecutable_Rights(QString name, bool verbose)

@@ -83,10 +83,10 @@ OX_EXPORT bool writeToLogFile(_oxString8_evenSize<250> const & name, _oxString8_
                               bool overwrite, bool addTime);
 OX_EXPORT bool writeToLogFile(QString const & name, _oxString8_evenSize<3000> line, bool overwrite,
                               bool addTime);
-template <ox::detail::FileName Name>
+template <ox::text::FileName Name>
 bool writeToLogFile(Name const & name, _oxString8_evenSize<3000> line, bool overwrite, bool addTime)
 {
-    return writeToLogFile(ox::detail::fileNameText(name), line, overwrite, addTime);
+    return writeToLogFile(ox::text::fileNameText(name), line, overwrite, addTime);
 }
 
 /// Free space, in MiB, of the drive or share that holds a path, which need not exist itself. 1000

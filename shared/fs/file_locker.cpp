@@ -10,11 +10,11 @@
 #include <string_view>
 #include <utility>
 
-using ox::detail::nativePath;
 using ox::platform::LockFile;
 using ox::platform::LockFileView;
 using ox::platform::NativeName;
 using ox::platform::Result;
+using ox::text::nativePath;
 
 namespace
 {
@@ -70,7 +70,7 @@ void removeIfStale(NativeName const & name)
 
 _oxFileLocker::_oxFileLocker(QString const & fileToLock)
 {
-    auto const file = ox::platform::recordName(ox::detail::viewOf(fileToLock));
+    auto const file = ox::platform::recordName(ox::text::viewOf(fileToLock));
     if (!file)
         return;
     std::string const name = *file + "_lock.txt";

@@ -11,7 +11,7 @@ namespace
 /// The name as a record; empty, which names no file, when a record cannot hold it.
 _oxString8_evenSize<500> recordOf(QString const & name)
 {
-    auto const bytes = ox::platform::recordName(ox::detail::viewOf(name));
+    auto const bytes = ox::platform::recordName(ox::text::viewOf(name));
     return _oxString8_evenSize<500>(bytes && bytes->size() <= 500 ? *bytes : std::string());
 }
 
@@ -21,7 +21,7 @@ bool syncCopy(_oxString8_evenSize<500> source, _oxString8_evenSize<500> target,
               bool const & retryExe, _oxString8_evenSize<500> * errors,
               _oxString8_evenSize<500> * info, int pause, bool const & verbose)
 {
-    return ox::detail::syncCopy(source, target, retryExe, errors, info, pause, verbose, oxSleep);
+    return ox::fs::syncCopy(source, target, retryExe, errors, info, pause, verbose, oxSleep);
 }
 
 bool syncCopy(QString const & source, QString const & target, bool const & retryExe,

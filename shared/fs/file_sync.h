@@ -44,11 +44,11 @@ OX_EXPORT bool syncCopy(QString const & source, QString const & target, bool con
                         int pause, bool const & verbose);
 
 /// The same with names of other types, also two different ones.
-template <ox::detail::FileName Source, ox::detail::FileName Target>
+template <ox::text::FileName Source, ox::text::FileName Target>
 bool syncCopy(Source const & source, Target const & target, bool const & retryExe,
               _oxString8_evenSize<500> * errors, _oxString8_evenSize<500> * info, int pause,
               bool const & verbose)
 {
-    return syncCopy(ox::detail::fileNameText(source), ox::detail::fileNameText(target), retryExe,
+    return syncCopy(ox::text::fileNameText(source), ox::text::fileNameText(target), retryExe,
                     errors, info, pause, verbose);
 }

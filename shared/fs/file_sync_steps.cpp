@@ -7,7 +7,7 @@
 #include "shared/system/os_error.h"
 #include "shared/text/native_path.h"
 
-namespace ox::detail
+namespace ox::fs
 {
 namespace
 {
@@ -149,4 +149,4 @@ bool syncCopy(Path const & source, Path const & target, bool retryExe, Path * er
     }
 }
 
-} // namespace ox::detail
+} // namespace ox::fs

@@ -4,7 +4,7 @@
 
 #include <functional>
 
-namespace ox::detail
+namespace ox::fs
 {
 
 /// syncCopy with the sleep before another try of its caller's, in milliseconds.
@@ -12,4 +12,4 @@ bool syncCopy(_oxString8_evenSize<500> const & source, _oxString8_evenSize<500> 
               bool retryExe, _oxString8_evenSize<500> * errors, _oxString8_evenSize<500> * info,
               int pause, bool verbose, std::function<void(int)> const & sleep);
 
-} // namespace ox::detail
+} // namespace ox::fs

@@ -6,9 +6,9 @@
 #include <cstddef>
 #include <string_view>
 
-using ox::detail::ownSeparator;
-using ox::detail::toQString;
-using ox::detail::viewOf;
+using ox::text::ownSeparator;
+using ox::text::toQString;
+using ox::text::viewOf;
 
 namespace
 {

@@ -14,9 +14,9 @@ namespace
 {
 
 using Path8 = _oxString8_evenSize<250>;
-using ox::detail::toQString;
-using ox::detail::viewOf;
 using ox::platform::recordName;
+using ox::text::toQString;
+using ox::text::viewOf;
 
 } // namespace
 

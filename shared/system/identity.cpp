@@ -74,7 +74,7 @@ QString folderText(UserFolder folder)
 {
     auto const path = ox::platform::userFolder(folder);
     ox::platform::reportToThread(path);
-    return ox::detail::toQString(path.value_or(u""));
+    return ox::text::toQString(path.value_or(u""));
 }
 
 using UserQuery = decltype(userId);
@@ -83,7 +83,7 @@ QString userText(UserQuery * query, UserOf which)
 {
     ox::platform::TokenSize token;
     auto const answer = query(which, token);
-    QString const text = ox::detail::userText(answer, token);
+    QString const text = ox::system::userText(answer, token);
     ox::platform::reportToThread(answer);
     return text;
 }

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <span>
 
-namespace ox::detail
+namespace ox::system
 {
 
 /// What a reader of 32 bits sees of a working set that is larger.
@@ -19,9 +19,9 @@ inline int shownMemory(std::uint64_t workingSet)
 {
     if (workingSet == cutWorkingSet)
         return 4096;
-    if (workingSet < mebibyte)
+    if (workingSet < text::mebibyte)
         return workingSet > 0 ? 1 : 0;
-    return static_cast<int>(wholeMebibytes(workingSet + mebibyte / 2) & 0x0FFFFFFF);
+    return static_cast<int>(text::wholeMebibytes(workingSet + text::mebibyte / 2) & 0x0FFFFFFF);
 }
 
 /// Shares out what is left of the used memory, in MiB, among the entries that look cut off.
@@ -40,4 +40,4 @@ inline void shareOutMemory(std::span<_oxProcessEntry> entries, std::int64_t used
     }
 }
 
-} // namespace ox::detail
+} // namespace ox::system

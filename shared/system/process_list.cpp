@@ -14,7 +14,7 @@
 using ox::platform::ProcessOwner;
 
 /// What a list keeps on the heap, in one block.
-struct ox::detail::ProcessListBlock {
+struct ox::system::ProcessListBlock {
     alignas(8) std::array<char, platform::ProcessTable::rawSize> raw{}; // perfBuffer
     platform::ProcessTable table{raw};
     platform::ProcessOwners owners;
@@ -44,7 +44,7 @@ void forEachNamed(_oxProcessList const & list, _oxString8_UnevenSize<25> const &
 
 // Not zeroed but where a member says so: the tables are large and seldom filled.
 _oxProcessList::_oxProcessList()
-    : block_(std::make_unique_for_overwrite<ox::detail::ProcessListBlock>()),
+    : block_(std::make_unique_for_overwrite<ox::system::ProcessListBlock>()),
       perfBuffer(block_->raw.data())
 {
     requestDebugPrivilege();
@@ -120,8 +120,8 @@ bool _oxProcessList::readMemoryAndTime(_oxProcessEntry & entry)
     if (!counters)
         return false;
     entry.cpuTime = counters->cpuTime;
-    entry.memMB = ox::detail::shownMemory(counters->workingSet);
-    return counters->workingSet == ox::detail::cutWorkingSet;
+    entry.memMB = ox::system::shownMemory(counters->workingSet);
+    return counters->workingSet == ox::system::cutWorkingSet;
 }
 
 void _oxProcessList::readUser(_oxProcessEntry & entry)
@@ -183,7 +183,7 @@ void _oxProcessList::fix32bit_4GBmemory()
     if (!ox::platform::reportToThread(memory))
         return;
     auto const mebibytes = [](std::uint64_t bytes) {
-        return static_cast<std::int64_t>(ox::detail::wholeMebibytes(bytes));
+        return static_cast<std::int64_t>(ox::text::wholeMebibytes(bytes));
     };
     std::int64_t usedMB = mebibytes(memory->total - memory->available);
     // Not into `perfBuffer`, from which the entries are still to be read.
@@ -197,7 +197,7 @@ void _oxProcessList::fix32bit_4GBmemory()
     }
     for (int i = 0; i < count; ++i)
         getProcessInfoMemCPUOnly(i);
-    ox::detail::shareOutMemory({entries, static_cast<std::size_t>(count)}, usedMB);
+    ox::system::shareOutMemory({entries, static_cast<std::size_t>(count)}, usedMB);
 }
 
 void _oxProcessList::collectIfNeeded(bool refresh)

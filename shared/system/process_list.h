@@ -20,7 +20,7 @@ namespace ox::platform
 struct Error;
 }
 
-namespace ox::detail
+namespace ox::system
 {
 struct ProcessListBlock;
 }
@@ -118,7 +118,7 @@ class OX_EXPORT _oxProcessList
     void readUser(_oxProcessEntry & entry);
 
     int total_ = 0;
-    std::unique_ptr<ox::detail::ProcessListBlock> block_;
+    std::unique_ptr<ox::system::ProcessListBlock> block_;
 
   public:
     /// 308000 bytes of the list's own. On Windows they hold the raw performance data from which the

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <numeric>
 
-namespace ox::detail
+namespace ox::system
 {
 namespace
 {
@@ -55,4 +55,4 @@ QString lineOf(SmartAttribute const & attribute)
     return line.arg(attribute.reserved);
 }
 
-} // namespace ox::detail
+} // namespace ox::system

@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-namespace ox::detail
+namespace ox::system
 {
 
 /// One attribute of a disk's health, as the disk counts it.
@@ -30,4 +30,4 @@ std::optional<int> temperatureOf(std::span<SmartAttribute const> attributes);
 /// "194: status: 34 value: 67  worst: 40  Raw:33 0 0 0 0 0   Res: 0"
 QString lineOf(SmartAttribute const & attribute);
 
-} // namespace ox::detail
+} // namespace ox::system

@@ -9,10 +9,10 @@
 #include <limits>
 #include <span>
 
-using ox::detail::busyShare;
-using ox::detail::difference;
-using ox::detail::wholeMebibytes;
 using ox::platform::IdleSample;
+using ox::system::busyShare;
+using ox::system::difference;
+using ox::text::wholeMebibytes;
 
 namespace
 {
@@ -32,12 +32,12 @@ _oxSysInfo::_oxSysInfo() : perfBuffer(std::make_unique<char[]>(perfBufferSize))
     ox::platform::enablePerformanceCounters();
     getCpuInfo();
     if (auto const version = ox::platform::systemVersion()) {
-        auto const name = ox::detail::systemNameOf(*version);
+        auto const name = ox::system::systemNameOf(*version);
         osString = name.text;
         osVersionNumber = name.version;
         osCode = name.code;
     }
-    totalMemoryMB = ox::detail::totalMegabytes(ox::platform::physicalMemory());
+    totalMemoryMB = ox::system::totalMegabytes(ox::platform::physicalMemory());
     cpuUsage = getCpuUsage(true);
     update(true);
 }
@@ -45,7 +45,7 @@ _oxSysInfo::_oxSysInfo() : perfBuffer(std::make_unique<char[]>(perfBufferSize))
 void _oxSysInfo::update(bool const & withDisk)
 {
     cpuUsage = getCpuUsage(false);
-    freeMemoryMB = ox::detail::freeMegabytes(ox::platform::physicalMemory(), totalMemoryMB);
+    freeMemoryMB = ox::system::freeMegabytes(ox::platform::physicalMemory(), totalMemoryMB);
     if (withDisk)
         readDisk(true);
 }
@@ -55,7 +55,7 @@ void _oxSysInfo::getCpuInfo()
     auto const processors = ox::platform::processors();
     if (processors.count > 0)
         coreCount = processors.count;
-    auto const description = ox::detail::cpuDescriptionOf(processors, coreCount);
+    auto const description = ox::system::cpuDescriptionOf(processors, coreCount);
     hyperThreading = description.hyperThreading;
     cpuGHzTotal = description.gigahertz;
     cpuGHzEffective = description.effectiveGigahertz;
@@ -112,7 +112,7 @@ QString _oxSysInfo::guiUser()
         processList.getProcessInfo(i);
         return QString(processList.entries[i].user);
     };
-    QString const user = ox::detail::desktopUser(processList.count, isShell, ownerOf);
+    QString const user = ox::system::desktopUser(processList.count, isShell, ownerOf);
     if (user != guiUserLast) {
         guiUserLast = user;
         guiUserChanged.setCurrentTime(0);
@@ -148,24 +148,24 @@ int _oxSysInfo::getSystemCacheSize()
 QString _oxSysInfo::getFullMemoryInfo()
 {
     auto const report = ox::platform::memoryReport();
-    return report ? ox::detail::toQString(*report)
+    return report ? ox::text::toQString(*report)
                   : QStringLiteral("-full mem output not available on windows-");
 }
 
 _oxTime _oxSysInfo::getLastUserInput()
 {
-    return ox::detail::lastInputTime(ox::platform::inputTicks(), _oxTime(true));
+    return ox::system::lastInputTime(ox::platform::inputTicks(), _oxTime(true));
 }
 
 bool _oxSysInfo::setSystemTime(_oxTime t)
 {
-    auto const clock = ox::detail::localClockAt(t);
+    auto const clock = ox::system::localClockAt(t);
     return clock && ox::platform::reportToThread(ox::platform::setLocalClock(*clock));
 }
 
 void _oxSysInfo::readDisk(bool withHealth)
 {
-    auto const health = ox::detail::diskHealthOf(ox::platform::firstDisk(withHealth), withHealth);
+    auto const health = ox::system::diskHealthOf(ox::platform::firstDisk(withHealth), withHealth);
     if (!health.name.isEmpty())
         diskName = health.name;
     if (withHealth)

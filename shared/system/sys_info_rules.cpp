@@ -9,7 +9,7 @@
 #include <numeric>
 #include <utility>
 
-namespace ox::detail
+namespace ox::system
 {
 namespace
 {
@@ -94,7 +94,7 @@ void addSmartTable(std::vector<unsigned char> const & table, DiskHealth & health
 SystemName systemNameOf(platform::SystemVersion const & version)
 {
     if (!version.name.empty())
-        return {toQString(version.name), 0, 0};
+        return {text::toQString(version.name), 0, 0};
     NameRule const & newest = std::end(nameRules)[-1];
     auto const rule = std::ranges::find_if(
         nameRules, [&version](NameRule const & candidate) { return applies(candidate, version); });
@@ -129,12 +129,12 @@ CpuDescription cpuDescriptionOf(platform::Processors const & processors, int cor
 
 int totalMegabytes(platform::Result<platform::PhysicalMemory> const & memory)
 {
-    return memory ? wholeMebibytes(memory->total, mostMebibytes) + 1 : 32000;
+    return memory ? text::wholeMebibytes(memory->total, mostMebibytes) + 1 : 32000;
 }
 
 int freeMegabytes(platform::Result<platform::PhysicalMemory> const & memory, int total)
 {
-    return memory ? wholeMebibytes(memory->available, mostMebibytes) : total / 4;
+    return memory ? text::wholeMebibytes(memory->available, mostMebibytes) : total / 4;
 }
 
 std::int64_t difference(std::int64_t later, std::int64_t earlier)
@@ -182,7 +182,7 @@ DiskHealth diskHealthOf(platform::Result<platform::Disk> const & disk, bool with
         return {{}, {}, {QStringLiteral("Cannot access PhysicalDrive0")}};
     if (!disk->bus)
         return {{}, {}, {QStringLiteral("Cannot read")}};
-    DiskHealth health{toQString(disk->model), disk->temperature, {busText(*disk->bus)}};
+    DiskHealth health{text::toQString(disk->model), disk->temperature, {busText(*disk->bus)}};
     if (withHealth && disk->bus == platform::DiskBus::Ata)
         addSmartTable(disk->smartTable, health);
     if (health.temperature)
@@ -190,4 +190,4 @@ DiskHealth diskHealthOf(platform::Result<platform::Disk> const & disk, bool with
     return health;
 }
 
-} // namespace ox::detail
+} // namespace ox::system

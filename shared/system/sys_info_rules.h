@@ -12,7 +12,7 @@
 
 /// How the farm reads what a system tells of its machine. Plain functions, the same on every
 /// system.
-namespace ox::detail
+namespace ox::system
 {
 
 struct SystemName {
@@ -78,4 +78,4 @@ QString desktopUser(int count, IsShell isShell, OwnerOf ownerOf)
     return isFound && user.isEmpty() ? QStringLiteral("????") : user;
 }
 
-} // namespace ox::detail
+} // namespace ox::system

@@ -3,13 +3,13 @@
 #include "shared/system/os_error.h"
 #include "shared/text/utf16_view.h"
 
-namespace ox::detail
+namespace ox::system
 {
 
 QString userText(platform::Result<std::u16string> const & answer, platform::TokenSize const & token)
 {
     if (answer)
-        return toQString(*answer);
+        return text::toQString(*answer);
     platform::Error const error = answer.error();
     std::string_view const step = error.step;
     QString const stepName = QString::fromLatin1(error.step);
@@ -22,4 +22,4 @@ QString userText(platform::Result<std::u16string> const & answer, platform::Toke
                : text;
 }
 
-} // namespace ox::detail
+} // namespace ox::system

@@ -4,11 +4,11 @@
 
 #include <QString>
 
-namespace ox::detail
+namespace ox::system
 {
 
 /// The answer to a query of a user or, after a failure, the text of the error.
 QString userText(platform::Result<std::u16string> const & answer,
                  platform::TokenSize const & token = {});
 
-} // namespace ox::detail
+} // namespace ox::system

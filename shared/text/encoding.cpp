@@ -16,9 +16,9 @@ namespace
 using Text = std::u16string;
 using View = std::u16string_view;
 constexpr std::size_t none = View::npos;
-using ox::detail::toLower;
-using ox::detail::toQString;
-using ox::detail::viewOf;
+using ox::text::toLower;
+using ox::text::toQString;
+using ox::text::viewOf;
 
 bool isWide(char16_t c)
 {
@@ -254,7 +254,7 @@ QString encodeRuns(QString const & source, bool keepOriginal)
         bool const wide = holdsWide(word);
         if (wide) {
             std::transform(Form::marker.begin(), Form::marker.end(), std::back_inserter(out),
-                           ox::detail::toUpper<char16_t>);
+                           ox::text::toUpper<char16_t>);
             Form::encode(word, out);
             out += u'>';
         }

@@ -3,7 +3,7 @@
 #include "shared/platform/file_names.h"
 #include "shared/text/utf16_view.h"
 
-namespace ox::detail
+namespace ox::text
 {
 
 QString fileNameText(std::string_view bytes)
@@ -11,4 +11,4 @@ QString fileNameText(std::string_view bytes)
     return toQString(platform::recordText(bytes));
 }
 
-} // namespace ox::detail
+} // namespace ox::text

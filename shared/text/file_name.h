@@ -14,7 +14,7 @@
 /// Names of files, in whatever type a caller has them, as the QString that names the same file.
 /// Functions that take a name in a record have a form for each of these types, so that no name is
 /// converted to Latin-1, or cut, on its way.
-namespace ox::detail
+namespace ox::text
 {
 
 /// The name in an 8-bit record. On Linux its bytes are UTF-8 when they are valid as that and
@@ -71,4 +71,4 @@ concept FileName = requires(T const & name)
 template <typename T>
 concept FileNameObject = FileName<T> && std::is_class_v<T>;
 
-} // namespace ox::detail
+} // namespace ox::text

@@ -6,7 +6,7 @@
 
 #include <ostream>
 
-namespace ox::detail
+namespace ox::text
 {
 
 QString toQString(unsigned short const * units, int length)
@@ -36,4 +36,4 @@ void printUtf8(std::ostream & stream, QString const & text)
     stream.write(bytes.constData(), bytes.size());
 }
 
-} // namespace ox::detail
+} // namespace ox::text

@@ -13,7 +13,7 @@
 ///     if (path.endsWith(".oxdb"))
 ///         path.remove(path.size() - 5, 5);
 
-namespace ox::detail
+namespace ox::text
 {
 
 #ifdef __GNUC__
@@ -40,7 +40,7 @@ OX_EXPORT QString toQString(unsigned short const * units, int length);
 OX_EXPORT QString toTransportForm(QString const & text);
 OX_EXPORT QString fromTransportForm(char const * text);
 
-} // namespace ox::detail
+} // namespace ox::text
 
 /// UTF-16 string: N + 1 units, the length, a reserved word.
 ///
@@ -54,9 +54,9 @@ OX_EXPORT QString fromTransportForm(char const * text);
 ///
 /// Compatibility: stored records hold units of both kinds and are compared unit by unit.
 template <int N>
-class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRecord<N>>
+class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<N>>
 {
-    using Base = ox::detail::FixedText<_oxString, ox::detail::WideRecord<N>>;
+    using Base = ox::text::FixedText<_oxString, ox::text::WideRecord<N>>;
 
   public:
     using Base::add;
@@ -82,7 +82,7 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
     _oxString(char const * text, int len) : _oxString()
     {
         if (text)
-            assign(text, static_cast<std::uint16_t>(len), ox::detail::copySignExtended);
+            assign(text, static_cast<std::uint16_t>(len), ox::text::copySignExtended);
     }
     /// Units up to the terminating 0.
     _oxString(unsigned short const * text) : _oxString() { *this = text; }
@@ -105,7 +105,7 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
     /// Null as for bytes.
     _oxString & operator=(unsigned short const * text)
     {
-        return text ? assign(text, ox::detail::textLength(text)) : setSize(0);
+        return text ? assign(text, ox::text::textLength(text)) : setSize(0);
     }
     _oxString & operator=(unsigned short const & c) { return assign(&c, 1); }
     /// Bytes are Latin-1.
@@ -117,11 +117,11 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
     _oxString & add(char const * text) { return text ? append(text, std::strlen(text)) : *this; }
     _oxString & add(unsigned short const * text)
     {
-        return text ? append(text, ox::detail::textLength(text)) : *this;
+        return text ? append(text, ox::text::textLength(text)) : *this;
     }
     _oxString & add(std::string_view text) { return append(text.data(), text.size()); }
     _oxString & add(std::u16string_view text) { return append(units(text), text.size()); }
-    template <ox::detail::FixedString8 S8>
+    template <ox::text::FixedString8 S8>
     _oxString & add(S8 const & text)
     {
         return append(text.value, text.size());
@@ -129,9 +129,9 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
     /// As `add`, but the bytes are sign-extended.
     _oxString & operator+=(char const * text)
     {
-        return text ? append(text, std::strlen(text), ox::detail::copySignExtended) : *this;
+        return text ? append(text, std::strlen(text), ox::text::copySignExtended) : *this;
     }
-    _oxString & operator+=(char const & c) { return append(&c, 1, ox::detail::copySignExtended); }
+    _oxString & operator+=(char const & c) { return append(&c, 1, ox::text::copySignExtended); }
     _oxString & operator+=(char16_t const & c) { return *this += static_cast<unsigned short>(c); }
     _oxString & operator+=(unsigned short const * text) { return add(text); }
     _oxString & operator+=(QString const & text) { return append(text.utf16(), text.size()); }
@@ -145,15 +145,15 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
     /// The text followed by the argument, as a QString of unlimited length.
     QString operator+(unsigned short const * text) const
     {
-        std::size_t const n = text ? ox::detail::textLength(text) : 0;
-        return QString(*this) + ox::detail::toQString(text, static_cast<int>(n));
+        std::size_t const n = text ? ox::text::textLength(text) : 0;
+        return QString(*this) + ox::text::toQString(text, static_cast<int>(n));
     }
 
     /// Appends the decimal text of a number. It passes through a room of 14 bytes, as the farm's
     /// records do: a number of more than 13 characters leaves the string as it is.
     _oxString & addNr(long long number)
     {
-        ox::detail::NumberText const digits(number);
+        ox::text::NumberText const digits(number);
         return digits.length < 14 ? add(digits.text) : *this;
     }
 
@@ -193,7 +193,7 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
         if (!dst || dstSize == 0)
             return;
         int const n = std::min(size(), dstSize - 1);
-        ox::detail::copyUnits(dst, value, n);
+        ox::text::copyUnits(dst, value, n);
         dst[n] = 0;
     }
 
@@ -209,12 +209,9 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
 
     /// The text in the transport form of encoding.h, the original word not kept before its run; cut
     /// at 500 characters.
-    _oxString8_evenSize<500> toOXUTF8() const { return ox::detail::toTransportForm(*this); }
+    _oxString8_evenSize<500> toOXUTF8() const { return ox::text::toTransportForm(*this); }
     /// Takes a text in the transport form; null gives the empty string.
-    _oxString & fromOXUTF8(char const * text)
-    {
-        return *this = ox::detail::fromTransportForm(text);
-    }
+    _oxString & fromOXUTF8(char const * text) { return *this = ox::text::fromTransportForm(text); }
     /// Takes UTF-8 text; null gives the empty string.
     _oxString & fromUTF8(char const * text) { return *this = QString::fromUtf8(text); }
 
@@ -222,17 +219,17 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
     {
         return {reinterpret_cast<char16_t const *>(value), static_cast<std::size_t>(size())};
     }
-    operator QString() const { return ox::detail::toQString(value, size()); }
+    operator QString() const { return ox::text::toQString(value, size()); }
 
     /// Exact, units and lengths. Nothing equals a null pointer.
     friend bool operator==(_oxString const & a, QString const & b)
     {
-        return a.size() == b.size() && ox::detail::equal(a.value, b.utf16(), a.size());
+        return a.size() == b.size() && ox::text::equal(a.value, b.utf16(), a.size());
     }
     friend bool operator==(_oxString const & a, unsigned short const * b)
     {
-        return b && ox::detail::textLength(b) == static_cast<std::size_t>(a.size()) &&
-               ox::detail::equal(a.value, b, a.size());
+        return b && ox::text::textLength(b) == static_cast<std::size_t>(a.size()) &&
+               ox::text::equal(a.value, b, a.size());
     }
     /// Order of the memory, as between two wide strings.
     friend std::strong_ordering operator<=>(_oxString const & a, QString const & b)
@@ -243,13 +240,13 @@ class _oxString : public ox::detail::FixedText<_oxString<N>, ox::detail::WideRec
     {
         static constexpr unsigned short empty = 0;
         unsigned short const * const text = b ? b : &empty;
-        return a.orderTo(text, static_cast<std::ptrdiff_t>(ox::detail::textLength(text)));
+        return a.orderTo(text, static_cast<std::ptrdiff_t>(ox::text::textLength(text)));
     }
 
     /// Prints UTF-8.
     friend std::ostream & operator<<(std::ostream & stream, _oxString const & text)
     {
-        ox::detail::printUtf8(stream, text);
+        ox::text::printUtf8(stream, text);
         return stream;
     }
 

@@ -19,7 +19,7 @@
 ///
 /// Bytes are Latin-1 where they meet a QString, and the system's code page in toWchar_t.
 
-namespace ox::detail
+namespace ox::text
 {
 
 template <int Capacity>
@@ -139,7 +139,7 @@ class String8 : public FixedText<S, Record>
     /// The number that the text begins with, as `atoi` reads it, at most that of an int. With `ok`
     /// the text must hold only digits behind an optional '-', or the result is 0 and *ok false; the
     /// empty text and "-" pass as 0.
-    int toInt(bool * ok = nullptr) const { return detail::toInt(value, size(), ok); }
+    int toInt(bool * ok = nullptr) const { return text::toInt(value, size(), ok); }
 
     /// Whether this text, mapped to upper case, equals the argument, which is not mapped: it is
     /// upper case already.
@@ -188,14 +188,14 @@ class String8 : public FixedText<S, Record>
     using Base::setSize;
 };
 
-} // namespace ox::detail
+} // namespace ox::text
 
 /// 8-bit string of an even capacity: N + 1 characters, a spare byte, the length.
 template <int N>
 class _oxString8_evenSize
-    : public ox::detail::String8<_oxString8_evenSize<N>, ox::detail::EvenRecord8<N>>
+    : public ox::text::String8<_oxString8_evenSize<N>, ox::text::EvenRecord8<N>>
 {
-    using Base = ox::detail::String8<_oxString8_evenSize, ox::detail::EvenRecord8<N>>;
+    using Base = ox::text::String8<_oxString8_evenSize, ox::text::EvenRecord8<N>>;
 
   public:
     /// The empty string, all of its characters 0. Not defaulted: `S()` and `S{}` would then set the
@@ -208,9 +208,9 @@ class _oxString8_evenSize
 /// 8-bit string of an uneven capacity: N + 1 characters, the length.
 template <int N>
 class _oxString8_UnevenSize
-    : public ox::detail::String8<_oxString8_UnevenSize<N>, ox::detail::UnevenRecord8<N>>
+    : public ox::text::String8<_oxString8_UnevenSize<N>, ox::text::UnevenRecord8<N>>
 {
-    using Base = ox::detail::String8<_oxString8_UnevenSize, ox::detail::UnevenRecord8<N>>;
+    using Base = ox::text::String8<_oxString8_UnevenSize, ox::text::UnevenRecord8<N>>;
 
   public:
     /// The empty string, all of its characters 0.

@@ -9,7 +9,7 @@
 #include <climits>
 #include <string_view>
 
-namespace ox::detail
+namespace ox::text
 {
 namespace
 {
@@ -436,4 +436,4 @@ OX_INSTANTIATE(char)
 OX_INSTANTIATE(unsigned short)
 #undef OX_INSTANTIATE
 
-} // namespace ox::detail
+} // namespace ox::text

@@ -12,7 +12,7 @@
 /// Functions that edit take the text (`value`, `length`) in memory of capacity + 1 units, return
 /// the new length and leave a 0 unit at it. Arguments are in range: the strings clamp before they
 /// call.
-namespace ox::detail
+namespace ox::text
 {
 
 /// Whether the two cases of an ASCII letter are told apart. No other character has two cases here.
@@ -141,4 +141,4 @@ OX_EXPORT int toInt(char const * text, int length, bool * ok);
 /// The rules of `toWchar_t` of the 8-bit strings, for a text that ends at its first 0 or at length.
 OX_EXPORT void widenSystemText(char const * text, int length, unsigned short * to, int room);
 
-} // namespace ox::detail
+} // namespace ox::text

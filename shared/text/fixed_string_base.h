@@ -12,7 +12,7 @@
 
 class QDebug;
 
-namespace ox::detail
+namespace ox::text
 {
 
 /// What the 8-bit and the wide fixed-capacity strings have in common.
@@ -193,7 +193,7 @@ class FixedText : public Record
     bool endsWith(Unit const & c) const { return hasData() && end()[-1] == c; }
 
     /// Removes the units 0, 9, 10, 13 and 32 from both ends.
-    S & trim() { return setSize(detail::trim<Unit>(value, size())); }
+    S & trim() { return setSize(text::trim<Unit>(value, size())); }
 
     /// Replaces every occurrence of a text, ignoring case, from left to right; what was inserted is
     /// never searched, and the text is cut at the capacity after each replacement. In the wide
@@ -251,12 +251,12 @@ class FixedText : public Record
     /// Maps the ASCII letters.
     S & makeUpper()
     {
-        detail::makeUpper<Unit>(value, size());
+        text::makeUpper<Unit>(value, size());
         return self();
     }
     S & makeLower()
     {
-        detail::makeLower<Unit>(value, size());
+        text::makeLower<Unit>(value, size());
         return self();
     }
 
@@ -443,4 +443,4 @@ requires DifferentFixedStrings<A, B> std::strong_ordering operator<=>(A const & 
     return prefixes != 0 ? prefixes : a.size() <=> b.size();
 }
 
-} // namespace ox::detail
+} // namespace ox::text

@@ -65,7 +65,7 @@ class Line
 
     QString toQString() const
     {
-        return ox::detail::toQString({units_, static_cast<std::size_t>(end_ - units_)});
+        return ox::text::toQString({units_, static_cast<std::size_t>(end_ - units_)});
     }
 
   private:
@@ -91,7 +91,7 @@ class LeftGrowing
     auto size() const { return std::end(units_) - begin_; }
     QString toQString() const
     {
-        return ox::detail::toQString({begin_, static_cast<std::size_t>(size())});
+        return ox::text::toQString({begin_, static_cast<std::size_t>(size())});
     }
 
   private:

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
-namespace ox::detail
+namespace ox::text
 {
 
 inline constexpr std::int64_t mebibyte = 1024 * 1024; ///< in bytes
@@ -25,4 +25,4 @@ constexpr int wholeMebibytes(std::uint64_t bytes, int most)
     return static_cast<int>(std::min(wholeMebibytes(bytes), static_cast<std::uint64_t>(most)));
 }
 
-} // namespace ox::detail
+} // namespace ox::text

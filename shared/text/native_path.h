@@ -5,7 +5,7 @@
 
 #include <QString>
 
-namespace ox::detail
+namespace ox::text
 {
 
 inline constexpr QChar ownSeparator = QChar(char16_t{platform::ownSeparator});
@@ -22,4 +22,4 @@ platform::NativeName nativePath(S const & name)
     return platform::nativeName(name.view());
 }
 
-} // namespace ox::detail
+} // namespace ox::text

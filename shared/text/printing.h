@@ -11,7 +11,7 @@
 
 class QDebug;
 
-namespace ox::detail
+namespace ox::text
 {
 
 /// Prints bytes unchanged, as a std::string_view is printed.
@@ -24,16 +24,16 @@ OX_EXPORT void printUtf8(std::ostream & stream, QString const & text);
 template <typename T>
 concept Printable = std::same_as<decltype(oxPrintedText(std::declval<T const &>())), QString>;
 
-} // namespace ox::detail
+} // namespace ox::text
 
-template <ox::detail::Printable T>
+template <ox::text::Printable T>
 std::ostream & operator<<(std::ostream & stream, T const & value)
 {
-    ox::detail::printUtf8(stream, oxPrintedText(value));
+    ox::text::printUtf8(stream, oxPrintedText(value));
     return stream;
 }
 
-template <std::same_as<QDebug> Debug, ox::detail::Printable T>
+template <std::same_as<QDebug> Debug, ox::text::Printable T>
 Debug operator<<(Debug debug, T const & value)
 {
     return debug << oxPrintedText(value).toUtf8().constData();

@@ -48,7 +48,7 @@ struct SortKey {
         int const n = std::clamp(entry.size() - position, 0, width);
         units = 0;
         for (int i = 0; i < width; ++i)
-            units = units << 16 | (i < n ? ox::detail::toUpper(entry.value[position + i]) : 0U);
+            units = units << 16 | (i < n ? ox::text::toUpper(entry.value[position + i]) : 0U);
         taken = static_cast<std::uint32_t>(n);
         if (descending) {
             units = ~units;

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <string_view>
 
-namespace ox::detail
+namespace ox::text
 {
 
 inline std::u16string_view viewOf(QString const & text)
@@ -19,4 +19,4 @@ inline QString toQString(std::u16string_view text)
     return QString(reinterpret_cast<QChar const *>(text.data()), static_cast<int>(text.size()));
 }
 
-} // namespace ox::detail
+} // namespace ox::text

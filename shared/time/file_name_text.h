@@ -5,7 +5,7 @@
 #include <ctime>
 
 /// The texts of calendar fields in file names. They allocate nothing, so a crash can be named.
-namespace ox::detail
+namespace ox::time
 {
 
 using FileNameText = _oxString8_evenSize<50>;
@@ -15,4 +15,4 @@ FileNameText fileNameText(std::tm const & fields);
 /// 261114_0905
 FileNameText fileNameTextYearMinute(std::tm const & fields);
 
-} // namespace ox::detail
+} // namespace ox::time

@@ -4,7 +4,7 @@
 
 #include <chrono>
 
-namespace ox::detail
+namespace ox::time
 {
 namespace
 {
@@ -64,4 +64,4 @@ std::tm LocalZone::fields(std::int64_t time) const
     return fields;
 }
 
-} // namespace ox::detail
+} // namespace ox::time

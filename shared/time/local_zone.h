@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <ctime>
 
-namespace ox::detail
+namespace ox::time
 {
 
 /// The time zone, read beforehand: local times of a process in which the system cannot be asked any
@@ -31,4 +31,4 @@ class LocalZone
     std::size_t count_ = 1;
 };
 
-} // namespace ox::detail
+} // namespace ox::time

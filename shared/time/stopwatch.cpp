@@ -21,14 +21,14 @@ void oxTimer::start()
 
 int oxTimer::elapsed() const
 {
-    return ox::detail::ticksBetween(startTicks, ox::platform::tickCount());
+    return ox::time::ticksBetween(startTicks, ox::platform::tickCount());
 }
 
 int oxTimer::restart()
 {
     std::uint32_t const earlier = startTicks;
     start();
-    return ox::detail::ticksBetween(earlier, startTicks);
+    return ox::time::ticksBetween(earlier, startTicks);
 }
 
 QString oxTimer::elapsedString() const

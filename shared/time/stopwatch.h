@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-namespace ox::detail
+namespace ox::time
 {
 
 /// Milliseconds from one reading of the tick counter to another, also when the counter began again
@@ -17,7 +17,7 @@ constexpr int ticksBetween(std::uint32_t start, std::uint32_t now)
     return static_cast<int>((now - start) & 0x7FFFFFFF);
 }
 
-} // namespace ox::detail
+} // namespace ox::time
 
 /// A stopwatch that counts milliseconds by the system's tick counter and runs from its
 /// construction. Setting the system's clock does not change it. The resolution is that of the

@@ -72,14 +72,14 @@ _oxString8_evenSize<250> print(char const * format, Values... values)
 
 } // namespace
 
-ox::detail::FileNameText ox::detail::fileNameText(std::tm const & fields)
+ox::time::FileNameText ox::time::fileNameText(std::tm const & fields)
 {
     FileNameText text;
     text.addNr(fields.tm_mon + 1, 2).addNr(fields.tm_mday, 2).add("_");
     return text.addNr(fields.tm_hour, 2).addNr(fields.tm_min, 2).addNr(fields.tm_sec, 2);
 }
 
-ox::detail::FileNameText ox::detail::fileNameTextYearMinute(std::tm const & fields)
+ox::time::FileNameText ox::time::fileNameTextYearMinute(std::tm const & fields)
 {
     FileNameText text;
     text.addNr(fields.tm_year - 100, 2).addNr(fields.tm_mon + 1, 2).addNr(fields.tm_mday, 2);
@@ -206,7 +206,7 @@ QString _oxTime::asStringFileNameHour() const
 
 QString _oxTime::asStringFileNameYearMinute() const
 {
-    return ox::detail::fileNameTextYearMinute(*this);
+    return ox::time::fileNameTextYearMinute(*this);
 }
 
 QString _oxTime::asStringFileNameYear10Minute() const
@@ -218,7 +218,7 @@ QString _oxTime::asStringFileNameYear10Minute() const
 
 QString _oxTime::asStringFileName() const
 {
-    return ox::detail::fileNameText(*this);
+    return ox::time::fileNameText(*this);
 }
 
 QString _oxTime::asStringFileName_TruncSec() const

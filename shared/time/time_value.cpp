@@ -290,12 +290,12 @@ void _oxTime32::setCurrentTime(__int64 add)
     value = static_cast<unsigned int>(now.value);
 }
 
-ox::detail::QtHash qHash(_oxTime const & time, ox::detail::QtHash seed)
+ox::time::QtHash qHash(_oxTime const & time, ox::time::QtHash seed)
 {
     return ::qHash(static_cast<quint64>(time.value), seed);
 }
 
-ox::detail::QtHash qHash(_oxTime32 const & time, ox::detail::QtHash seed)
+ox::time::QtHash qHash(_oxTime32 const & time, ox::time::QtHash seed)
 {
     return ::qHash(time.value, seed);
 }

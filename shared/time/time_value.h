@@ -17,14 +17,14 @@
 class QDate;
 class QDateTime;
 
-namespace ox::detail
+namespace ox::time
 {
 
 /// What qHash returns.
 using QtHash =
     std::conditional_t<(QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)), std::size_t, unsigned int>;
 
-} // namespace ox::detail
+} // namespace ox::time
 
 /// A point in time: seconds since 1970-01-01 00:00:00 UTC.
 ///
@@ -183,8 +183,8 @@ struct OX_EXPORT _oxTime32 {
 };
 
 /// Hash of the seconds, for Qt's containers.
-OX_EXPORT ox::detail::QtHash qHash(_oxTime const & time, ox::detail::QtHash seed = 0);
-OX_EXPORT ox::detail::QtHash qHash(_oxTime32 const & time, ox::detail::QtHash seed = 0);
+OX_EXPORT ox::time::QtHash qHash(_oxTime const & time, ox::time::QtHash seed = 0);
+OX_EXPORT ox::time::QtHash qHash(_oxTime32 const & time, ox::time::QtHash seed = 0);
 
 template <>
 struct std::hash<_oxTime> {

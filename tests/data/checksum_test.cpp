@@ -13,7 +13,7 @@
 #include "tests/support/golden.h"
 #include "tests/support/text.h"
 
-using namespace ox::detail;
+using namespace ox::data;
 using namespace ox::tests;
 
 namespace

@@ -220,12 +220,12 @@ TEST_F(FileSync, CopiesAnExecutableThatWasStillBeingWrittenAgain)
         QFile::remove(target);
         if (to)
             to->clear();
-        return ox::detail::syncCopy(
-            record(source), record(target), retry, to, &info, pause, false, [&](int ms) {
-                EXPECT_EQ(ms, 5000);
-                writeFile(source, ++waits < 3 ? unfinished + '\0' : "MZ done");
-                setTime(source, 1600000000 + waits);
-            });
+        return ox::fs::syncCopy(record(source), record(target), retry, to, &info, pause, false,
+                                [&](int ms) {
+                                    EXPECT_EQ(ms, 5000);
+                                    writeFile(source, ++waits < 3 ? unfinished + '\0' : "MZ done");
+                                    setTime(source, 1600000000 + waits);
+                                });
     };
     EXPECT_TRUE(run(true, &errors, 0));
     EXPECT_EQ(waits, 3);

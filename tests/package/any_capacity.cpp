@@ -5,7 +5,7 @@
 
 #include <sstream>
 
-namespace ox::detail
+namespace ox::text
 {
 
 template class FixedText<_oxString8_evenSize<42>, EvenRecord8<42>>;
@@ -14,7 +14,7 @@ template class FixedText<_oxString8_UnevenSize<43>, UnevenRecord8<43>>;
 template class String8<_oxString8_UnevenSize<43>, UnevenRecord8<43>>;
 template class FixedText<_oxString<44>, WideRecord<44>>;
 
-} // namespace ox::detail
+} // namespace ox::text
 
 template class _oxString<44>;
 

@@ -133,7 +133,7 @@ TEST(ProcessList, ServesTheIndicesFromOneToTheCount)
 
 TEST(ProcessList, RoundsMemoryAndSharesOutWhatNoProcessAccountsFor)
 {
-    std::uint64_t const mebibyte = ox::detail::mebibyte;
+    std::uint64_t const mebibyte = ox::text::mebibyte;
     std::pair<std::uint64_t, int> const cases[] = {{0, 0},
                                                    {1, 1},
                                                    {mebibyte - 1, 1},
@@ -144,19 +144,19 @@ TEST(ProcessList, RoundsMemoryAndSharesOutWhatNoProcessAccountsFor)
                                                    {mebibyte * 5000, 5000},
                                                    {(mebibyte << 28) + 7 * mebibyte, 7}};
     for (auto const & [bytes, expected] : cases)
-        EXPECT_EQ(ox::detail::shownMemory(bytes), expected) << bytes;
+        EXPECT_EQ(ox::system::shownMemory(bytes), expected) << bytes;
 
     std::vector<_oxProcessEntry> entries(3);
     entries[0].memMB = 4096;
     entries[1].memMB = 4000;
     entries[2].memMB = 4096;
-    ox::detail::shareOutMemory(entries, 12192);
+    ox::system::shareOutMemory(entries, 12192);
     EXPECT_EQ(entries[0].memMB, 4096);
-    ox::detail::shareOutMemory(entries, 12192 + 1001);
+    ox::system::shareOutMemory(entries, 12192 + 1001);
     EXPECT_EQ(entries[0].memMB, 4596);
     EXPECT_EQ(entries[1].memMB, 4000);
     EXPECT_EQ(entries[2].memMB, 4596);
-    ox::detail::shareOutMemory({}, 1000);
+    ox::system::shareOutMemory({}, 1000);
 }
 
 TEST(ProcessReading, FindsTheFirstOfEachIdOnceItHasEnded)

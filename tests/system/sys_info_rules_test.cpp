@@ -16,7 +16,7 @@ using namespace ox::tests;
 namespace
 {
 
-using namespace ox::detail;
+using namespace ox::system;
 using namespace ox::platform;
 
 SystemVersion version(unsigned major, unsigned minor, unsigned servicePack,

@@ -9,7 +9,7 @@ TEST_P(LocalZone, GivesTheCalendarFieldsOfTheSystem)
 {
     TimeZone const systemZone(GetParam());
     std::int64_t const now = 1'794'000'000;
-    ox::detail::LocalZone zone;
+    ox::time::LocalZone zone;
     zone.read(now);
     // An odd step meets all hours of the day and both sides of each change.
     for (std::int64_t time = now - 360 * 86400; time < now + 4 * 365 * 86400; time += 7919) {

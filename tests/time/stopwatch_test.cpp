@@ -13,7 +13,7 @@ namespace
 
 TEST(Stopwatch, CountsAcrossTheWrapOfTheTicks)
 {
-    using ox::detail::ticksBetween;
+    using ox::time::ticksBetween;
     EXPECT_EQ(ticksBetween(0xFFFFFF00, 0x00000100), 512);
     EXPECT_EQ(ticksBetween(0x7FFFFFFF, 0x80000001), 2);
     EXPECT_EQ(ticksBetween(5, 5), 0);
