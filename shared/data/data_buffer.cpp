@@ -2,6 +2,7 @@
 
 #include "shared/data/checksum.h"
 #include "shared/system/os_error.h"
+#include "shared/text/mebibytes.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -11,12 +12,8 @@
 namespace
 {
 
+using ox::text::bytesOfMebibytes;
 using enum _OX_DataBuffer::ErrorCode;
-
-std::int64_t mebibytes(int count)
-{
-    return std::int64_t{count} << 20;
-}
 
 Bytef const * zlibBytes(char const * bytes)
 {
@@ -63,7 +60,7 @@ _OX_DataBuffer::~_OX_DataBuffer()
 
 bool _OX_DataBuffer::newsize(int newSize, int maxMB)
 {
-    if (newSize < 0 || newSize > mebibytes(maxMB))
+    if (newSize < 0 || newSize > bytesOfMebibytes(maxMB))
         return false;
     error = 0;
     if (data && newSize <= sizeAllocated)
@@ -78,7 +75,7 @@ bool _OX_DataBuffer::resize(int newSize, int maxMB)
 {
     if (newSize <= sizeAllocated)
         return true;
-    if (newSize > mebibytes(maxMB))
+    if (newSize > bytesOfMebibytes(maxMB))
         return false;
     if (!data)
         return newsize(newSize, maxMB);
@@ -93,7 +90,7 @@ bool _OX_DataBuffer::resize(int newSize, int maxMB)
 
 bool _OX_DataBuffer::makeRoom(std::int64_t bytes)
 {
-    return bytes <= mebibytes(memoryLimitMB) && resize(int(bytes), memoryLimitMB);
+    return bytes <= bytesOfMebibytes(memoryLimitMB) && resize(int(bytes), memoryLimitMB);
 }
 
 std::span<char const> _OX_DataBuffer::bytesAt(int offset, int length) const

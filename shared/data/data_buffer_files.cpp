@@ -4,6 +4,7 @@
 #include "shared/platform/files.h"
 #include "shared/platform/open_file.h"
 #include "shared/platform/result.h"
+#include "shared/text/mebibytes.h"
 #include "shared/text/native_path.h"
 
 #include <algorithm>
@@ -18,9 +19,12 @@ static_assert(std::endian::native == std::endian::little);
 namespace
 {
 
-using namespace ox::text;
+using ox::platform::NativeName;
 using ox::platform::OpenFile;
 using ox::platform::Result;
+using ox::text::bytesOfMebibytes;
+using ox::text::fileNameText;
+using ox::text::nativePath;
 using enum _OX_DataBuffer::ErrorCode;
 constexpr int magicSize = 4;
 constexpr int headerSize = 32;
@@ -41,12 +45,11 @@ Block headerOf(_OX_DataBuffer & buffer)
 
 enum class Mode { Read, Write };
 
-Result<OpenFile> open(QString const & name, Mode mode)
+Result<OpenFile> open(NativeName const & name, Mode mode)
 {
     using namespace ox::platform;
-    return mode == Mode::Read
-               ? openForReading(nativePath(name), Writers::Refused)
-               : openForWriting(nativePath(name), Content::Emptied, Writers::Refused);
+    return mode == Mode::Read ? openForReading(name, Writers::Refused)
+                              : openForWriting(name, Content::Emptied, Writers::Refused);
 }
 
 /// The plain format and its codes.
@@ -57,7 +60,10 @@ class PlainFile
     static constexpr int notOpenedForReading = NotOpened;
     static constexpr int impossibleBlock = EndOfFile;
 
-    PlainFile(QString const & name, Mode mode) : file_(open(name, mode)) { reportToThread(file_); }
+    PlainFile(NativeName const & name, Mode mode) : file_(open(name, mode))
+    {
+        reportToThread(file_);
+    }
 
     explicit operator bool() const { return static_cast<bool>(file_); }
 
@@ -89,7 +95,10 @@ class PlainFile
 class CheckedFile : public PlainFile
 {
   public:
-    explicit CheckedFile(QString const & name) : PlainFile(name, Mode::Read) { oxCRCInitialize(); }
+    explicit CheckedFile(NativeName const & name) : PlainFile(name, Mode::Read)
+    {
+        oxCRCInitialize();
+    }
 
     bool read(Block block)
     {
@@ -121,7 +130,7 @@ class GzipFile
     static constexpr int notOpenedForReading = NotReadable;
     static constexpr int impossibleBlock = Z_STREAM_ERROR;
 
-    GzipFile(QString const & name, Mode mode)
+    GzipFile(NativeName const & name, Mode mode)
     {
         Result<OpenFile> opened = open(name, mode);
         if (!reportToThread(opened))
@@ -181,7 +190,7 @@ int save(QString const & name, bool withMagic, Block block1, Block block2)
 {
     if (!block1.isPossible() || !block2.isPossible())
         return NotWritten;
-    File file(name, Mode::Write);
+    File file(nativePath(name), Mode::Write);
     if (!file)
         return NotOpened;
     Block const magic{const_cast<char *>(File::magic), withMagic ? magicSize : 0};
@@ -214,7 +223,7 @@ bool load(File & file, bool withMagic, Block block1, Block block2, std::int32_t 
 template <class File>
 int load(QString const & name, bool withMagic, Block block1, Block block2)
 {
-    File file(name, Mode::Read);
+    File file(nativePath(name), Mode::Read);
     std::int32_t error = 0;
     load(file, withMagic, block1, block2, error);
     return error;
@@ -228,7 +237,7 @@ bool readGrowing(GzipFile & file, _OX_DataBuffer & buffer, unsigned step)
         buffer.size = buffer.sizeUncompressed = length;
         return code == 0;
     };
-    std::int64_t const limit = std::int64_t{_OX_DataBuffer::memoryLimitMB} << 20;
+    std::int64_t const limit = bytesOfMebibytes(_OX_DataBuffer::memoryLimitMB);
     std::int64_t target = 0;
     int total = 0;
     int count = 0;
@@ -292,15 +301,15 @@ int _OX_DataBuffer::loadFromFileCompressed(QString const & file, bool const & wi
 int _OX_DataBuffer::saveGzipFile(QString const & file, char const * data, int const & len)
 {
     int const result = save<GzipFile>(file, false, {const_cast<char *>(data), len}, {nullptr, 0});
-    // Deliberate: the applications know a bare gzip file that cannot be opened by this one code,
-    // whether it was to be read or written.
+    // Compatibility: applications know one code for a bare gzip file that cannot be opened, for
+    // reading or for writing.
     return result == NotOpened ? NotReadable : result;
 }
 
 int _OX_DataBuffer::loadGzipFile(QString const & file, char * dest, unsigned int const & len,
                                  bool const & exact)
 {
-    GzipFile gzip(file, Mode::Read);
+    GzipFile gzip(nativePath(file), Mode::Read);
     if (!gzip)
         return NotReadable;
     if (!dest && len > 0)
@@ -332,8 +341,8 @@ int _OX_DataBuffer::compressNSaveToFile(QString const & file, char * data, int c
     _OX_DataBuffer buffer;
     if (!buffer.compressFromB(data, len, 0))
         return buffer.error;
-    // Deliberate: what the applications keep this way can be made again, and a share that cannot be
-    // written at the moment must not stop them.
+    // Compatibility: applications can recompute what they save this way. A share that is not
+    // writable at the moment must not stop them.
     buffer.saveToFile(file, true);
     return 0;
 }
@@ -363,16 +372,17 @@ bool _OX_DataBuffer::saveToFile(QString const & file, bool const & withHeader)
 bool _OX_DataBuffer::loadFromFile(QString const & file, bool withHeader)
 {
     error = 0;
-    auto const status = ox::platform::statusOfFile(nativePath(file));
+    NativeName const name = nativePath(file);
+    auto const status = ox::platform::statusOfFile(name);
     if (!status)
         return fail(Missing);
     std::int64_t const length = status->size - (withHeader ? magicSize + headerSize : 0);
-    // Deliberate: a file too short for its header is reported as corrupt, like any damaged file.
+    // Compatibility: a file too short for its header is reported as corrupt, like any damaged file.
     if (length <= 0)
         return fail(Corrupt);
     if (!makeRoom(length))
         return fail(OutOfMemory);
-    CheckedFile checked(file);
+    CheckedFile checked(name);
     Block const header = withHeader ? headerOf(*this) : Block{nullptr, 0};
     if (!load(checked, withHeader, header, {data, int(length)}, error))
         return false;
@@ -395,10 +405,11 @@ bool _OX_DataBuffer::saveToFileCompressed(QString const & file)
 bool _OX_DataBuffer::loadFromFileCompressed(QString const & file, bool growToFit)
 {
     error = 0;
-    // Deliberate: settings and caches are kept in these files, and none yet is as good as empty.
-    if (!ox::platform::statusOfFile(nativePath(file)))
+    NativeName const name = nativePath(file);
+    // Compatibility: these files hold settings and caches. A missing one counts as empty.
+    if (!ox::platform::statusOfFile(name))
         return true;
-    GzipFile gzip(file, Mode::Read);
+    GzipFile gzip(name, Mode::Read);
     if (!load(gzip, true, headerOf(*this), {nullptr, 0}, error))
         return false;
     size = sizeUncompressed = 0;
@@ -410,7 +421,7 @@ bool _OX_DataBuffer::loadFromFileCompressed(QString const & file, bool growToFit
     int const more = gzip.readSome(&beyond, 1);
     if (more < 0)
         return fail(gzip.readError());
-    // Deliberate: data that is larger than the caller expected is not offered in part.
+    // Compatibility: data larger than the caller expected is not returned in part.
     if (more == 0)
         size = sizeUncompressed = sizeAllocated;
     return true;
@@ -418,7 +429,7 @@ bool _OX_DataBuffer::loadFromFileCompressed(QString const & file, bool growToFit
 
 bool _OX_DataBuffer::loadGzipFile(QString const & file, unsigned int const & chunk)
 {
-    GzipFile gzip(file, Mode::Read);
+    GzipFile gzip(nativePath(file), Mode::Read);
     if (!gzip)
         return fail(NotReadable);
     return readGrowing(gzip, *this, chunk);
