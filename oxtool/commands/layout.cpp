@@ -9,6 +9,7 @@
 #include <QJsonArray>
 
 #include <cstddef>
+#include <utility>
 
 namespace ox::tool
 {
@@ -29,7 +30,7 @@ struct Record {
 using Records = std::vector<Record>;
 
 template <template <int> typename String, int... N>
-void addStrings(Records & records, char const * name)
+void addStrings(Records & records, char const * name, std::integer_sequence<int, N...>)
 {
     (records.push_back(
          {QStringLiteral("%1<%2>").arg(QString::fromLatin1(name)).arg(N),
@@ -41,12 +42,10 @@ void addStrings(Records & records, char const * name)
 Records allRecords()
 {
     Records records;
-    addStrings<_oxString8_evenSize, 6, 8, 10, 12, 14, 30, 40, 50, 100, 150, 200, 250, 500, 1000,
-               3000>(records, "_oxString8_evenSize");
-    addStrings<_oxString8_UnevenSize, 7, 15, 25, 75, 125>(records, "_oxString8_UnevenSize");
-    addStrings<_oxString8_AllSize, 10>(records, "_oxString8_AllSize");
-    addStrings<_oxString, 10, 25, 30, 48, 50, 75, 100, 125, 150, 200, 225, 250, 500, 1000, 2500>(
-        records, "_oxString");
+    addStrings<_oxString8_evenSize>(records, "_oxString8_evenSize", text::EvenCapacities8());
+    addStrings<_oxString8_UnevenSize>(records, "_oxString8_UnevenSize", text::UnevenCapacities8());
+    addStrings<_oxString8_AllSize>(records, "_oxString8_AllSize", text::AllSizeCapacities8());
+    addStrings<_oxString>(records, "_oxString", text::WideCapacities());
     records.push_back({QStringLiteral("_oxStringList"), sizeof(_oxStringList), {}});
     records.push_back(
         {QStringLiteral("_oxTime"), sizeof(_oxTime), {{"value", offsetof(_oxTime, value)}}});

@@ -270,31 +270,24 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     }
 };
 
-// The memory image of the capacities that the records use.
+namespace ox::text
+{
 
-#define OX_WIDE_STRING(N)                                                                          \
-    static_assert(std::is_standard_layout_v<_oxString<N>>);                                        \
-    static_assert(sizeof(_oxString<N>) == 2 * N + 6);                                              \
-    static_assert(offsetof(_oxString<N>, value) == 0);                                             \
-    static_assert(offsetof(_oxString<N>, length) == 2 * N + 2);                                    \
-    static_assert(offsetof(_oxString<N>, reserved) == 2 * N + 4);
+/// The capacities that the farm's records use.
+using WideCapacities = std::integer_sequence<int, 10, 25, 30, 48, 50, 75, 100, 125, 150, 200, 225,
+                                             250, 500, 1000, 2500>;
 
-OX_WIDE_STRING(10)
-OX_WIDE_STRING(25)
-OX_WIDE_STRING(30)
-OX_WIDE_STRING(48)
-OX_WIDE_STRING(50)
-OX_WIDE_STRING(75)
-OX_WIDE_STRING(100)
-OX_WIDE_STRING(125)
-OX_WIDE_STRING(150)
-OX_WIDE_STRING(200)
-OX_WIDE_STRING(225)
-OX_WIDE_STRING(250)
-OX_WIDE_STRING(500)
-OX_WIDE_STRING(1000)
-OX_WIDE_STRING(2500)
-#undef OX_WIDE_STRING
+template <int... N>
+constexpr bool areWideRecords(std::integer_sequence<int, N...>)
+{
+    return ((hasLayout<_oxString<N>>(2 * N + 6, 0, 2 * N + 2) &&
+             offsetof(_oxString<N>, reserved) == 2 * N + 4) &&
+            ...);
+}
+
+static_assert(areWideRecords(WideCapacities()));
+
+} // namespace ox::text
 
 template <int N>
 struct std::hash<_oxString<N>> {

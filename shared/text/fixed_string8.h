@@ -235,47 +235,40 @@ struct _oxString8_AllSize {
     char value[N + 1];
 };
 
-// The memory image of the capacities that the records use.
+namespace ox::text
+{
 
-#define OX_EVEN_STRING8(N)                                                                         \
-    static_assert(std::is_standard_layout_v<_oxString8_evenSize<N>>);                              \
-    static_assert(sizeof(_oxString8_evenSize<N>) == N + 4);                                        \
-    static_assert(offsetof(_oxString8_evenSize<N>, value) == 0);                                   \
-    static_assert(offsetof(_oxString8_evenSize<N>, length) == N + 2);
+/// The capacities that the farm's records use.
+using EvenCapacities8 =
+    std::integer_sequence<int, 6, 8, 10, 12, 14, 30, 40, 50, 100, 150, 200, 250, 500, 1000, 3000>;
+using UnevenCapacities8 = std::integer_sequence<int, 7, 15, 25, 75, 125>;
+using AllSizeCapacities8 = std::integer_sequence<int, 10>;
 
-#define OX_UNEVEN_STRING8(N)                                                                       \
-    static_assert(std::is_standard_layout_v<_oxString8_UnevenSize<N>>);                            \
-    static_assert(sizeof(_oxString8_UnevenSize<N>) == N + 3);                                      \
-    static_assert(offsetof(_oxString8_UnevenSize<N>, value) == 0);                                 \
-    static_assert(offsetof(_oxString8_UnevenSize<N>, length) == N + 1);
+/// Returns whether `S` is a record of `size` bytes with its members at these offsets.
+template <typename S>
+constexpr bool hasLayout(std::size_t size, std::size_t value, std::size_t length)
+{
+    return std::is_standard_layout_v<S> && sizeof(S) == size && offsetof(S, value) == value &&
+           offsetof(S, length) == length;
+}
 
-OX_EVEN_STRING8(6)
-OX_EVEN_STRING8(8)
-OX_EVEN_STRING8(10)
-OX_EVEN_STRING8(12)
-OX_EVEN_STRING8(14)
-OX_EVEN_STRING8(30)
-OX_EVEN_STRING8(40)
-OX_EVEN_STRING8(50)
-OX_EVEN_STRING8(100)
-OX_EVEN_STRING8(150)
-OX_EVEN_STRING8(200)
-OX_EVEN_STRING8(250)
-OX_EVEN_STRING8(500)
-OX_EVEN_STRING8(1000)
-OX_EVEN_STRING8(3000)
-OX_UNEVEN_STRING8(7)
-OX_UNEVEN_STRING8(15)
-OX_UNEVEN_STRING8(25)
-OX_UNEVEN_STRING8(75)
-OX_UNEVEN_STRING8(125)
-#undef OX_EVEN_STRING8
-#undef OX_UNEVEN_STRING8
+template <int... N>
+constexpr bool areEvenRecords(std::integer_sequence<int, N...>)
+{
+    return (hasLayout<_oxString8_evenSize<N>>(N + 4, 0, N + 2) && ...);
+}
 
-static_assert(std::is_standard_layout_v<_oxString8_AllSize<10>>);
-static_assert(sizeof(_oxString8_AllSize<10>) == 14);
-static_assert(offsetof(_oxString8_AllSize<10>, length) == 0);
-static_assert(offsetof(_oxString8_AllSize<10>, value) == 2);
+template <int... N>
+constexpr bool areUnevenRecords(std::integer_sequence<int, N...>)
+{
+    return (hasLayout<_oxString8_UnevenSize<N>>(N + 3, 0, N + 1) && ...);
+}
+
+static_assert(areEvenRecords(EvenCapacities8()));
+static_assert(areUnevenRecords(UnevenCapacities8()));
+static_assert(hasLayout<_oxString8_AllSize<10>>(14, 2, 0));
+
+} // namespace ox::text
 
 template <int N>
 struct std::hash<_oxString8_evenSize<N>> {
