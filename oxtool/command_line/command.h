@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QString>
+
 #include <functional>
 #include <optional>
 #include <span>
@@ -12,13 +14,14 @@ namespace ox::tool
 
 /// Reads one value of an option that has a form of its own. Returns false if the text does not have
 /// that form, which the option's `valueName` shows.
-using ReadValue = std::function<bool(std::string const & text)>;
+using ReadValue = std::function<bool(QString const & text)>;
 
 /// Where an option's values land. The type decides how many values the option takes: none for a
 /// `bool`, one for a number or a text, as many as the span has elements, and any number for a list
-/// or a reader, whose option is repeated for each.
-using Target = std::variant<bool *, int *, double *, std::string *, std::vector<std::string> *,
-                            std::span<int>, ReadValue>;
+/// or a reader, whose option is repeated for each. A QString receives a text or a file name, a
+/// std::string the bytes as they were given.
+using Target = std::variant<bool *, int *, double *, QString *, std::vector<QString> *,
+                            std::string *, std::vector<std::string> *, std::span<int>, ReadValue>;
 
 struct Range {
     double least;

@@ -65,6 +65,7 @@ std::string defaultOf(Option const & option)
                                      return text.str();
                                  },
                                  [](std::string * text) { return *text; },
+                                 [](QString * text) { return text->toStdString(); },
                                  [](auto const &) { return std::string(); }},
                       option.target);
 }
@@ -161,32 +162,44 @@ class Parser
             return repeated->type_size(1)->allow_extra_args(false);
         };
         return *std::visit(
-            Overloaded{[&](bool * flag) { return app.add_flag(names, *flag); },
-                       [&](std::vector<std::string> * list) {
-                           CLI::Option * const added = app.add_option(names, *list);
-                           return isByPosition(option) ? added : once(added);
-                       },
-                       [&](std::span<int> numbers) {
-                           return app
-                               .add_option_function<std::vector<int>>(
-                                   names,
-                                   [numbers](std::vector<int> const & given) {
-                                       std::copy(given.begin(), given.end(), numbers.begin());
-                                   })
-                               ->expected(static_cast<int>(numbers.size()));
-                       },
-                       [&](ReadValue const & read) {
-                           return once(app.add_option_function<std::vector<std::string>>(
-                               names, [&option, &read](std::vector<std::string> const & texts) {
-                                   for (std::string const & text : texts) {
-                                       if (!read(text))
-                                           throw CLI::ValidationError(option.name,
-                                                                      "'" + text + "' is not " +
-                                                                          option.valueName);
-                                   }
-                               }));
-                       },
-                       [&](auto * value) { return app.add_option(names, *value); }},
+            Overloaded{
+                [&](bool * flag) { return app.add_flag(names, *flag); },
+                [&](std::vector<std::string> * list) {
+                    CLI::Option * const added = app.add_option(names, *list);
+                    return isByPosition(option) ? added : once(added);
+                },
+                [&](QString * value) {
+                    return app.add_option_function<std::string>(
+                        names, [value](std::string const & text) { *value = fromArgument(text); });
+                },
+                [&](std::vector<QString> * list) {
+                    CLI::Option * const added = app.add_option_function<std::vector<std::string>>(
+                        names, [list](std::vector<std::string> const & texts) {
+                            for (std::string const & text : texts)
+                                list->push_back(fromArgument(text));
+                        });
+                    return isByPosition(option) ? added : once(added);
+                },
+                [&](std::span<int> numbers) {
+                    return app
+                        .add_option_function<std::vector<int>>(
+                            names,
+                            [numbers](std::vector<int> const & given) {
+                                std::copy(given.begin(), given.end(), numbers.begin());
+                            })
+                        ->expected(static_cast<int>(numbers.size()));
+                },
+                [&](ReadValue const & read) {
+                    return once(app.add_option_function<std::vector<std::string>>(
+                        names, [&option, &read](std::vector<std::string> const & texts) {
+                            for (std::string const & text : texts) {
+                                if (!read(fromArgument(text)))
+                                    throw CLI::ValidationError(
+                                        option.name, "'" + text + "' is not " + option.valueName);
+                            }
+                        }));
+                },
+                [&](auto * value) { return app.add_option(names, *value); }},
             option.target);
     }
 

@@ -22,8 +22,8 @@ namespace
 constexpr int withoutPieces = -1;
 
 struct Options {
-    std::string from;
-    std::string to;
+    QString from;
+    QString to;
     int pauseMs = withoutPieces;
     bool keep = false;
     bool json = false;
@@ -39,11 +39,11 @@ qint64 sizeOf(QString const & path)
 /// The file to write: in a folder, that of the source's name.
 QString targetOf(Options const & options)
 {
-    QString const to = fromArgument(options.to);
+    QString const to = options.to;
     auto const status = platform::fileStatus(nativeName(to));
     if (!status || !status->isFolder)
         return to;
-    return QDir(to).filePath(QFileInfo(fromArgument(options.from)).fileName());
+    return QDir(to).filePath(QFileInfo(options.from).fileName());
 }
 
 /// Runs a copy and shows its progress, by the number of bytes that the target has. Returns the
@@ -77,7 +77,7 @@ void copyWhole(QString const & from, QString const & to, int pauseMs, bool * end
 
 void copy(Options const & options, Report & report)
 {
-    QString const from = fromArgument(options.from);
+    QString const from = options.from;
     QString const to = targetOf(options);
     bool const isKept = options.keep && platform::fileStatus(nativeName(to));
     bool endsEmpty = false;
@@ -118,7 +118,7 @@ void append(QString const & from, QString const & to, qint64 begin)
 
 void resume(Options const & options, Report & report)
 {
-    QString const from = fromArgument(options.from);
+    QString const from = options.from;
     QString const to = targetOf(options);
     auto const old = platform::statusOfFile(nativeName(to));
     bool const startsAgain = !old || old->size > sizeOf(from);

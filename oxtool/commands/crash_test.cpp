@@ -24,8 +24,8 @@ namespace
 
 struct Options {
     std::string kind;
-    std::string folder = ".";
-    std::string readers;
+    std::string folder = "."; ///< as given, since a child process gets it, too
+    QString readers;
     bool isChild = false;
     bool json = false;
 };
@@ -188,7 +188,7 @@ void crashTest(Options const & options, Report & report)
     QString const dump = lines.last().mid(lead.size());
     report.line(QStringLiteral("dump"), sizeText(QFile(dump).size()));
     report.set(QStringLiteral("dump"), dump);
-    Readers const readers(fromArgument(options.readers));
+    Readers const readers(options.readers);
     if (readers.areThere())
         showCrash(readers.read(dump, fromArgument(program)), report);
     else

@@ -17,7 +17,7 @@ namespace
 {
 
 struct Options {
-    std::vector<std::string> files;
+    std::vector<QString> files;
     bool json = false;
 };
 
@@ -60,8 +60,7 @@ void crc(Options const & options, Report & report)
     report.text(QStringLiteral("8   16    32        64                      bytes  file"));
     QJsonArray files;
     QStringList failures;
-    for (std::string const & file : options.files) {
-        QString const path = fromArgument(file);
+    for (QString const & path : options.files) {
         try {
             RunningChecksums const sums = checksumsOf(path);
             files.append(jsonOf(sums, path));

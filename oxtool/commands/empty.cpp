@@ -18,7 +18,7 @@ namespace
 {
 
 struct Options {
-    std::string folder;
+    QString folder;
     bool recursive = false;
     bool dryRun = false;
     bool json = false;
@@ -29,7 +29,7 @@ class Emptying
 {
   public:
     Emptying(Options const & options, Report & report)
-        : options_(options), report_(report), folder_(fromArgument(options.folder))
+        : options_(options), report_(report), folder_(options.folder)
     {
     }
 

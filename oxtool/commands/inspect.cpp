@@ -15,7 +15,7 @@ namespace
 {
 
 struct Options {
-    std::string file;
+    QString file;
     bool json = false;
 };
 
@@ -226,7 +226,7 @@ Command inspectCommand()
                         jsonOption(options->json)},
             .examples = {"oxtool inspect /mnt/share/jobs/job17.oxdb"},
             .run = reporting(options, [](Options const & given, Report & report) {
-                Inspection(fromArgument(given.file), report).run();
+                Inspection(given.file, report).run();
             })};
 }
 

@@ -15,7 +15,7 @@ namespace
 {
 
 struct Options {
-    std::string file;
+    QString file;
     std::vector<std::string> command;
     int timeoutMs = 10000;
     bool status = false;
@@ -119,7 +119,7 @@ int runToItsEnd(std::vector<std::string> const & command)
 
 int runUnderLock(Options const & options)
 {
-    HeldLock lock(fromArgument(options.file), options.timeoutMs);
+    HeldLock lock(options.file, options.timeoutMs);
     int const status = runToItsEnd(options.command);
     QString const failure = lock.release();
     if (failure.isEmpty())
@@ -138,9 +138,8 @@ Option jsonOptionOfStatus(bool & json)
 int run(Options const & options)
 {
     if (options.status)
-        return runReported(options.json, [&options](Report & report) {
-            showStatus(fromArgument(options.file), report);
-        });
+        return runReported(options.json,
+                           [&options](Report & report) { showStatus(options.file, report); });
     if (options.command.empty())
         throw Failure(QStringLiteral("COMMAND or --status is required"), WrongUse);
     return runUnderLock(options);

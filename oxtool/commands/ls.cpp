@@ -12,8 +12,8 @@ namespace
 {
 
 struct Options {
-    std::string folder;
-    std::vector<std::string> endings;
+    QString folder;
+    std::vector<QString> endings;
     bool sort = false;
     bool folders = false;
     bool json = false;
@@ -38,12 +38,12 @@ QJsonObject jsonOf(oxDirListing const & listing)
 
 void list(Options const & options, Report & report)
 {
-    QString const folder = fromArgument(options.folder);
+    QString const folder = options.folder;
     if (folder.isEmpty())
         throw Failure(QStringLiteral("The name of the folder is empty."));
     oxDirListing listing;
-    for (std::string const & ending : options.endings)
-        listing.addEndsWithFilter(fromArgument(ending));
+    for (QString const & ending : options.endings)
+        listing.addEndsWithFilter(ending);
     listing.init(folder, options.folders, options.sort, options.sort, false);
     report.set(QStringLiteral("path"), folder);
     report.beginArray(QStringLiteral("entries"));

@@ -17,8 +17,8 @@ namespace
 {
 
 struct Options {
-    std::string in;
-    std::string out;
+    QString in;
+    QString out;
     std::string format = "db";
     std::array<int, 3> headerValues{};
     bool json = false;
@@ -97,8 +97,8 @@ void compressAndSave(_OX_DataBuffer & payload, Options const & options, QString 
 void pack(Options const & options, Report & report)
 {
     _OX_DataBuffer payload;
-    loadPayload(fromArgument(options.in), payload);
-    QString const out = fromArgument(options.out);
+    loadPayload(options.in, payload);
+    QString const out = options.out;
     OutputFile file(out);
     file.writeByName([&](QString const & name) { compressAndSave(payload, options, name, out); });
     file.commit();

@@ -12,7 +12,7 @@ namespace
 {
 
 struct Options {
-    std::string name;
+    QString name;
     bool json = false;
 };
 
@@ -33,7 +33,7 @@ QJsonObject jsonOf(_oxProcessEntry const & entry)
 
 void list(Options const & options, Report & report)
 {
-    _oxString8_UnevenSize<25> prefix(fromArgument(options.name));
+    _oxString8_UnevenSize<25> prefix(options.name);
     prefix.makeUpper();
     auto const processes = std::make_unique<_oxProcessList>();
     processes->collectProcesses(prefix);
@@ -60,10 +60,10 @@ void list(Options const & options, Report & report)
     report.set(QStringLiteral("processes"), entries);
     report.set(QStringLiteral("total"), total);
     if (entries.isEmpty())
-        throw Failure(options.name.empty()
+        throw Failure(options.name.isEmpty()
                           ? QStringLiteral("The system gives no list of its processes.")
                           : QStringLiteral("There is no process whose name begins with %1.")
-                                .arg(fromArgument(options.name)));
+                                .arg(options.name));
 }
 
 } // namespace

@@ -6,8 +6,7 @@
 #include "oxtool/support/output_file.h"
 #include "oxtool/support/report.h"
 #include "oxtool/support/stored_path.h"
-#include "shared/fs/file.h"
-#include "shared/time/time_value.h"
+#include "shared/platform/files.h"
 
 namespace ox::tool
 {
@@ -15,10 +14,10 @@ namespace
 {
 
 struct Options {
-    std::string storedPath;
+    QString storedPath;
     std::vector<RootMapping> mappings;
     int timeoutMs = 10000;
-    std::string out;
+    QString out;
     bool json = false;
 };
 
@@ -42,8 +41,8 @@ class Refresh
         tell("release", unlockFailure.isEmpty() ? QStringLiteral("the lock is free again")
                                                 : QStringLiteral("failed"));
         // What was loaded is whole, so it is written all the same.
-        if (!options_.out.empty())
-            writePayload(fromArgument(options_.out));
+        if (!options_.out.isEmpty())
+            writePayload(options_.out);
         if (!unlockFailure.isEmpty())
             throw Failure(unlockFailure);
     }
@@ -56,7 +55,7 @@ class Refresh
 
     void convertPath()
     {
-        QString const stored = fromArgument(options_.storedPath);
+        QString const & stored = options_.storedPath;
         LocalPath const local = localPath(stored, options_.mappings);
         path_ = local.path;
         report_.set(QStringLiteral("storedPath"), stored);
@@ -70,14 +69,13 @@ class Refresh
 
     void testFile()
     {
-        _oxTime modified;
-        __int64 size = 0;
-        if (!oxFileExists(recordName(path_), &modified, &size))
+        auto const status = platform::statusOfFile(nativeName(path_));
+        if (!status)
             throw fileFailure(path_, _OX_DataBuffer::Missing);
-        report_.set(QStringLiteral("size"), static_cast<qint64>(size));
-        report_.set(QStringLiteral("modified"), jsonTime(modified.value));
-        tell("file",
-             QStringLiteral("%1, written %2").arg(sizeText(size), timeText(modified.value)));
+        report_.set(QStringLiteral("size"), static_cast<qint64>(status->size));
+        report_.set(QStringLiteral("modified"), jsonTime(status->modified));
+        tell("file", QStringLiteral("%1, written %2")
+                         .arg(sizeText(status->size), timeText(status->modified)));
     }
 
     void load()
@@ -132,9 +130,8 @@ Command refreshCommand()
                          .valueName = "STORED_ROOT=LOCAL_ROOT",
                          .help = "Map a stored root to a local folder; the longest match wins",
                          .target =
-                             [options](std::string const & text) {
-                                 return parseRootMapping(fromArgument(text),
-                                                         options->mappings.emplace_back());
+                             [options](QString const & text) {
+                                 return parseRootMapping(text, options->mappings.emplace_back());
                              }},
                         timeoutOption(options->timeoutMs),
                         {.name = "--out",

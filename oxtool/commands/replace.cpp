@@ -15,7 +15,7 @@ namespace
 using Text = _oxString8_evenSize<500>;
 
 struct Options {
-    std::string file;
+    QString file;
     std::string search;
     std::string replacement;
     bool utf16 = false;
@@ -77,7 +77,7 @@ bool isLastMatchLeft(_oxFileSearcher const & file, Text const & search)
 
 void replace(Options const & options, Report & report)
 {
-    QString const path = fromArgument(options.file);
+    QString const path = options.file;
     Text const search = bytesOf(options.search, options.utf16);
     Text const replacement = bytesOf(options.replacement, options.utf16);
     if (search.isEmpty())

@@ -17,7 +17,7 @@ namespace
 {
 
 struct Options {
-    std::string key;
+    QString key;
     int size = 0;
     int dumped = 64;
     bool local = false;
@@ -25,10 +25,9 @@ struct Options {
 };
 
 /// Fails where the record would cut the key, and so mean another's segment.
-_oxString8_evenSize<250> recordKey(std::string const & argument)
+_oxString8_evenSize<250> recordKey(QString const & key)
 {
     constexpr int longestKey = 232;
-    QString const key = fromArgument(argument);
     _oxString8_evenSize<250> const record(key);
     if (QString(record) != key || record.size() > longestKey)
         throw Failure(QStringLiteral("The key %1 is longer than %2 characters, or not in Latin-1.")
@@ -39,8 +38,7 @@ _oxString8_evenSize<250> recordKey(std::string const & argument)
 
 Failure failureOf(Options const & options, oxSharedMemory const & memory)
 {
-    return Failure(
-        QStringLiteral("%1: %2").arg(fromArgument(options.key), QString(memory.errorString())));
+    return Failure(QStringLiteral("%1: %2").arg(options.key, QString(memory.errorString())));
 }
 
 QString nameInUse(oxSharedMemory const & memory)
@@ -79,8 +77,7 @@ int lock(Options const & options)
     Holding segment;
     bool const isTaken = segment.take(
         [&] {
-            Progress const progress(
-                QStringLiteral("Waiting for the lock of %1").arg(fromArgument(options.key)));
+            Progress const progress(QStringLiteral("Waiting for the lock of %1").arg(options.key));
             return memory.attach() && memory.lock();
         },
         [&] { memory.detach(); });

@@ -20,9 +20,9 @@ namespace
 {
 
 struct Options {
-    std::string source;
-    std::string target;
-    std::vector<std::string> endings;
+    QString source;
+    QString target;
+    std::vector<QString> endings;
     int pauseMs = -1;
     bool retry = false;
     bool verbose = false;
@@ -64,8 +64,8 @@ class Sync
 
     void run()
     {
-        QString const source = fromArgument(options_.source);
-        QString const target = fromArgument(options_.target);
+        QString const source = options_.source;
+        QString const target = options_.target;
         if (target.isEmpty())
             throw Failure(QStringLiteral("the name of the target is empty"));
         switch (platform::kindOf(nativeName(source))) {
@@ -116,8 +116,8 @@ class Sync
     void runFolder(QString const & source, QString const & target)
     {
         oxDirListing files;
-        for (std::string const & ending : options_.endings)
-            files.addEndsWithFilter(fromArgument(ending));
+        for (QString const & ending : options_.endings)
+            files.addEndsWithFilter(ending);
         files.init(source, true, true, true, false);
         bool isReady = false;
         while (files.nextFile()) {

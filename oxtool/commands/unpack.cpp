@@ -10,8 +10,8 @@ namespace
 {
 
 struct Options {
-    std::string in;
-    std::string out;
+    QString in;
+    QString out;
     std::string format; ///< empty: told by the file's content
 };
 
@@ -28,7 +28,7 @@ void writePayload(_OX_DataBuffer const & payload, QString const & out)
 
 int unpack(Options const & options)
 {
-    QString const path = fromArgument(options.in);
+    QString const path = options.in;
     Format const format =
         options.format.empty() ? formatOf(path) : formatNames().at(options.format);
     _OX_DataBuffer loaded;
@@ -37,7 +37,7 @@ int unpack(Options const & options)
     bool const isCompressed = format == Format::CompressAndSave;
     if (isCompressed)
         decompressPayload(path, loaded, decompressed);
-    writePayload(isCompressed ? decompressed : loaded, fromArgument(options.out));
+    writePayload(isCompressed ? decompressed : loaded, options.out);
     return Done;
 }
 
