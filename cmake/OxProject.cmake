@@ -17,7 +17,9 @@ endif()
 
 find_program(OX_CCACHE ccache)
 if(OX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  set(CMAKE_CXX_COMPILER_LAUNCHER "${OX_CCACHE}")
+  # ccache stores the users of a precompiled header only with this setting.
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+      "${CMAKE_COMMAND}" -E env CCACHE_SLOPPINESS=pch_defines,time_macros "${OX_CCACHE}")
 endif()
 
 # The folder of shared/platform that holds the system's sources.
@@ -97,6 +99,25 @@ function(ox_make_reproducible target)
   endif()
 endfunction()
 
+option(OX_PRECOMPILED_HEADERS "Compile the headers of Qt and of the standard library once per group of targets" ON)
+
+# Precompiles system headers for a target, or takes over the ones of another target with the same
+# options: ox_precompile(TARGET HEADER… | REUSE_FROM OTHER)
+# Headers of the project are not among them, since each change would compile everything again.
+function(ox_precompile target)
+  if(OX_PRECOMPILED_HEADERS)
+    if(ARGV1 STREQUAL REUSE_FROM)
+      target_precompile_headers(${target} ${ARGN})
+    else()
+      target_precompile_headers(${target} PRIVATE ${ARGN})
+    endif()
+    if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+      # ccache asks for it.
+      target_compile_options(${target} PRIVATE -fpch-preprocess)
+    endif()
+  endif()
+endfunction()
+
 # What all code has in common that the library and the tool are made of, Breakpad's, too.
 function(ox_configure_code target)
   ox_harden(${target})
@@ -109,7 +130,7 @@ endfunction()
 # Compile options of the project's own targets; nothing of it reaches a consumer.
 function(ox_configure_target target)
   ox_configure_code(${target})
-  target_compile_definitions(${target} PRIVATE QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII)
+  target_compile_definitions(${target} PRIVATE QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
   if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
     # GCC's -Wconversion leaves these out in C++.
