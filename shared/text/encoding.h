@@ -4,61 +4,77 @@
 
 #include <QString>
 
-/// The transport encodings of the farm. Records, configuration and XML files hold Latin-1, so a
-/// word with a character above 255 travels as a run: a marker, the word's bytes as one Latin-1
-/// character each, and ">". The UTF-8 form opens with "<UTF8", the 16-bit form with "<UNI16";
-/// markers are recognised in any letter case. None of these functions fails.
+/// Encodings of texts in the farm's records, configuration and XML files. None of these functions
+/// fails.
+///
+/// Such files hold Latin-1. A word with a character above 255 is therefore stored as a run: a
+/// marker, the bytes of the word as one Latin-1 character each, and ">". The marker of a UTF-8 run
+/// is "<UTF8", that of a 16-bit run is "<UNI16". Markers are recognised in any letter case.
 
-/// Writes every word that holds a character above 255 as a UTF-8 run. Words end at blanks, line
-/// feeds, carriage returns and tabs. With `keepOriginal` the readable word follows its run. A text
-/// that already holds the marker is returned unchanged, so nothing is encoded twice.
+/// Encodes every word that holds a character above 255 as a UTF-8 run. Words end at blanks, line
+/// feeds, carriage returns and tabs. With `keepOriginal` the readable word follows its run. Returns
+/// a text that already holds the marker unchanged, so that no text is encoded twice.
 OX_EXPORT QString oxToOXUTF8(QString text, bool keepOriginal);
 
-/// Decodes every UTF-8 run, also one that only appears when another is decoded. The first ">"
-/// closes a run, so of all words only one that holds a ">" itself does not come back. Separators
-/// around the content are cut, bytes that are no UTF-8 become U+FFFD, and characters above 255
-/// become "?". A run that is never closed ends before the last character of the text.
+/// Decodes every UTF-8 run. A run that appears only when another run is decoded is decoded, too.
+/// Separators at both ends of the content of a run are removed. A byte that is not UTF-8 becomes
+/// U+FFFD, a character above 255 inside a run becomes "?". An unclosed run ends before the last
+/// character of the text.
+///
+/// The first ">" closes a run. A word that itself holds ">" therefore does not round-trip; every
+/// other word does.
 OX_EXPORT QString oxFromOXUTF8(QString text);
 
-/// As oxToOXUTF8 with 16-bit runs: each UTF-16 unit as its high and its low byte. Words end at
-/// blanks only.
+/// Encodes every word that holds a character above 255 as a 16-bit run: each UTF-16 unit as its
+/// high byte and its low byte. Words end at blanks only. `keepOriginal` and the marker have the
+/// same effect as in oxToOXUTF8.
 OX_EXPORT QString oxToOXUni16(QString text, bool keepOriginal);
 
-/// Decodes every 16-bit run as oxFromOXUTF8 does UTF-8 runs; an odd last character is dropped. The
-/// first ">" in first place of a pair closes the run. One in second place is a low byte and closes
-/// the run only when no other ">" does.
+/// Decodes every 16-bit run. A run that appears only when another run is decoded is decoded, too.
+/// An odd last character of a run is dropped. An unclosed run ends before the last character of the
+/// text.
 ///
-/// A blank behind the marker is padding, which is skipped, or the high byte of a letter from U+2000
-/// to U+20FF. It counts as the high byte when the pairs that begin with it are closed by a ">" with
-/// one of these behind it: the end of the text, a separator, a printable ASCII character other than
-/// ">", or the readable word. Encoded values in markup and paths therefore round-trip. A run that
-/// another program padded can be decoded wrongly when it holds a letter whose low byte is ">".
+/// The first ">" that is the first character of a pair closes the run. A ">" that is the second
+/// character of a pair is a low byte, and closes the run only when no other ">" does.
 ///
-/// Only a word with a letter from U+3E00 to U+3EFF, whose high byte closes the run, does not
-/// round-trip.
+/// A blank behind the marker is either padding, which is skipped, or the high byte of a letter from
+/// U+2000 to U+20FF. It counts as the high byte when the pairs that begin with it are closed by a
+/// ">", and one of these follows: the end of the text, a separator, a printable ASCII character
+/// other than ">", or the readable word. Encoded values in markup and paths therefore round-trip. A
+/// run that another program padded can be decoded wrongly when it holds a letter whose low byte is
+/// ">".
+///
+/// A word with a letter from U+3E00 to U+3EFF does not round-trip, since the high byte of the
+/// letter closes the run.
 OX_EXPORT QString oxFromOXUni16(QString text);
 
-/// The text with XML's five special characters as named entities and the German letters ÄÖÜäöüß as
-/// numeric ones. Any other character above 255 becomes "?".
+/// Escapes a text for XML: the five special characters as named entities, the German letters
+/// ÄÖÜäöüß as numeric ones. Any other character above 255 becomes "?".
 OX_EXPORT QString toXmlString(QString text);
 
-/// Undoes toXmlString. No other entity is understood; a character above 255 becomes "?".
+/// Decodes the entities that toXmlString writes. Other entities stay unchanged; a character above
+/// 255 becomes "?".
 OX_EXPORT QString fromXmlString(QString text);
 
-/// The short form under which setting names are compared: the prefix "co", "pp" or "os" in lower
-/// case, where the name has one in any case, then its capitals, the digits 1 to 9, "_" and "-".
-/// "coImageWidth" becomes "coIW". "Color_ID" and "CompanyProjectName" have no prefix.
+/// Returns the short form by which setting names are compared: the prefix "co", "pp" or "os" in
+/// lower case if the name has one in any letter case, then the capitals, the digits 1 to 9, "_" and
+/// "-" of the rest. "coImageWidth" becomes "coIW". "Color_ID" and "CompanyProjectName" count as
+/// names without a prefix.
 OX_EXPORT QString oxCalcShortName(QString const & name);
 
-/// True for "0" to "9" and for "-", so that a sign is accepted wherever digits are scanned.
+/// Returns whether c is a digit 0 to 9 or "-". The sign counts as a digit because scans for numbers
+/// accept it.
 OX_EXPORT bool oxIsDigit(unsigned short const & c);
 
-/// A dotted address as a number, 0 when it cannot be read. The fields are three digits wide, as the
-/// farm writes them ("192.168.001.010"), and are read by position: only the first "." is searched,
-/// the character behind each further field is skipped whatever it is, and so is everything behind
-/// the fourth field. Only the last field may be shorter; "10.168.001.010" gives 0.
+/// Parses a dotted IPv4 address; returns it as a number with the first field in the highest byte,
+/// or 0 if it is not readable. The fields have three digits, as in "192.168.001.010". Only the last
+/// field may be shorter: "10.168.001.010" gives 0.
 ///
 /// An address has three fields when at most one character follows the third one ("192.168.001",
-/// "192.168.001."). Its low byte is 255 with `lastByteFull` (the broadcast end of a subnet), else
-/// 0.
+/// "192.168.001."). Its low byte is 255 with `lastByteFull` (the broadcast address of a subnet),
+/// else 0.
+///
+/// Compatibility: the farm writes fields of three digits, so only the first "." is searched.
+/// Further fields are read by position: the character in front of each is skipped, whatever it is,
+/// and characters behind the fourth field are ignored.
 OX_EXPORT unsigned int IPString2IP(QString ip, bool const & lastByteFull);

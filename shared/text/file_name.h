@@ -11,63 +11,70 @@
 #include <string_view>
 #include <type_traits>
 
-/// Names of files, in whatever type a caller has them, as the QString that names the same file.
-/// Functions that take a name in a record have a form for each of these types, so that no name is
-/// converted to Latin-1, or cut, on its way.
+/// Converts a file name of any text type to the QString that names the same file. A function that
+/// takes a file name as a fixed string has an overload for each of these types, so that no name is
+/// cut or converted to Latin-1 on its way.
 namespace ox::text
 {
 
-/// The name in an 8-bit record. On Linux its bytes are UTF-8 when they are valid as that and
-/// Latin-1 otherwise; on Windows they are Latin-1.
+/// Converts a name from an 8-bit record. On Linux bytes that are valid UTF-8 are UTF-8, all others
+/// Latin-1. On Windows they are Latin-1.
 OX_EXPORT QString fileNameText(std::string_view bytes);
 
-/// A null pointer is the empty name.
+/// As above, with a zero-terminated name. Null gives the empty name.
 inline QString fileNameText(char const * bytes)
 {
     return bytes ? fileNameText(std::string_view(bytes)) : QString();
 }
 
+/// As above, with the bytes of a QByteArray.
 inline QString fileNameText(QByteArray const & bytes)
 {
     return fileNameText(
         std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
 }
 
+/// As above, with an 8-bit string of even capacity.
 template <int N>
 QString fileNameText(_oxString8_evenSize<N> const & name)
 {
     return fileNameText(name.view());
 }
 
+/// As above, with an 8-bit string of uneven capacity.
 template <int N>
 QString fileNameText(_oxString8_UnevenSize<N> const & name)
 {
     return fileNameText(name.view());
 }
 
+/// As above, with a wide string.
 template <int N>
 QString fileNameText(_oxString<N> const & name)
 {
     return name;
 }
 
+/// As above, with zero-terminated UTF-16. Null gives the empty name.
 inline QString fileNameText(unsigned short const * units)
 {
     return QString(reinterpret_cast<QChar const *>(units));
 }
 
+/// Returns the name unchanged.
 inline QString fileNameText(QString const & name)
 {
     return name;
 }
 
+/// A type that fileNameText converts.
 template <typename T>
 concept FileName = requires(T const & name)
 {
     fileNameText(name);
 };
 
-/// A name that is no bare `char const *`.
+/// A class type that fileNameText converts: not a pointer.
 template <typename T>
 concept FileNameObject = FileName<T> && std::is_class_v<T>;
 

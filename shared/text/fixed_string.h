@@ -5,9 +5,8 @@
 
 #include <string_view>
 
-/// Fixed-capacity wide strings: the UTF-16 counterpart of the 8-bit strings, for texts that may
-/// hold any character. A surrogate pair counts as two characters and may be cut in two at the
-/// capacity.
+/// Fixed-capacity UTF-16 strings without heap memory, for texts of any characters. A surrogate pair
+/// counts as two characters, and the capacity can cut it in two.
 ///
 ///     _oxString<500> path = QStringLiteral("D:\\jobs\\Łódź.oxdb");
 ///     if (path.endsWith(".oxdb"))
@@ -17,7 +16,7 @@ namespace ox::text
 {
 
 #ifdef __GNUC__
-/// The units are also reached as `char16_t`, through view().
+/// A unit that view() also accesses as `char16_t`.
 using WideUnit [[gnu::may_alias]] = unsigned short;
 #else
 using WideUnit = unsigned short;
@@ -33,7 +32,7 @@ struct WideRecord {
 
     WideUnit value[N + 1];
     std::uint16_t length;
-    std::uint16_t reserved = 0; ///< set by every constructor and by nothing else; never read
+    std::uint16_t reserved = 0; ///< set by the constructors only; never read
 };
 
 OX_EXPORT QString toQString(unsigned short const * units, int length);
@@ -42,17 +41,17 @@ OX_EXPORT QString fromTransportForm(char const * text);
 
 } // namespace ox::text
 
-/// UTF-16 string: N + 1 units, the length, a reserved word.
+/// UTF-16 string of capacity N. Memory: N + 1 units, the length, a reserved word.
 ///
-/// Bytes become units in two ways:
-/// - The constructors from bytes and `+=` extend the sign: byte 0xE9 becomes unit 0xFFE9. So do the
+/// Bytes become units in one of two ways:
+/// - Sign extension (byte 0xE9 becomes unit 0xFFE9): the constructors from bytes, `+=`, and all
 ///   operations that take an _oxString and get bytes, which its constructor converts: `indexOf`,
 ///   `indexOfCaseSen`, `replace`, `replaceCaseSen`, `remove`, `removeCaseSens`, `insert`, `compare`
-///   and `isEqual`. For other than ASCII letters pass them a QString.
-/// - Assignment, `add`, `combined`, `contains`, `startsWith`, `endsWith` and the comparison
-///   operators take bytes as Latin-1: 0xE9 becomes 0x00E9.
+///   and `isEqual`. Pass them a QString for other than ASCII letters.
+/// - Latin-1 (byte 0xE9 becomes unit 0x00E9): assignment, `add`, `combined`, `contains`,
+///   `startsWith`, `endsWith` and the comparison operators.
 ///
-/// Compatibility: stored records hold units of both kinds and are compared unit by unit.
+/// Compatibility: stored records contain units of both kinds and are compared unit by unit.
 template <int N>
 class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<N>>
 {
@@ -72,122 +71,151 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     using Base::operator+;
     using Base::operator+=;
 
-    /// The empty string, all of its units 0.
+    /// Creates the empty string; sets all units to 0.
     _oxString() { this->clear(); }
-    /// One character, sign-extended.
+    /// Creates a string of one character, sign-extended.
     _oxString(char const & c) : _oxString() { *this += c; }
-    /// Bytes, sign-extended.
+    /// Creates a string of zero-terminated bytes, sign-extended. Null gives the empty string.
     _oxString(char const * text) : _oxString() { *this += text; }
-    /// Takes len bytes, sign-extended, zeros included. len is taken as a 16-bit count.
+    /// As above, with len bytes, zeros included. Only the low 16 bits of len count.
     _oxString(char const * text, int len) : _oxString()
     {
         if (text)
             assign(text, static_cast<std::uint16_t>(len), ox::text::copySignExtended);
     }
-    /// Units up to the terminating 0.
+    /// Copies zero-terminated UTF-16 units. Null gives the empty string.
     _oxString(unsigned short const * text) : _oxString() { *this = text; }
-    /// Takes len units, zeros included. len is taken as a 16-bit count.
+    /// As above, with len units, zeros included. Only the low 16 bits of len count.
     _oxString(unsigned short const * text, int len) : _oxString()
     {
         if (text)
             assign(text, static_cast<std::uint16_t>(len));
     }
+    /// As above, with the units of a view.
     explicit _oxString(std::u16string_view text) : _oxString() { *this = text; }
-    /// What lies behind the text is not cleared.
+    /// Copies a QString. Memory behind the text is not cleared.
     _oxString(QString const & text) { *this = text; }
 
-    /// Bytes are Latin-1. Null empties the string and deliberately keeps its units, also the first:
-    /// records that are compared as memory must not change by it.
+    /// Assigns zero-terminated Latin-1 bytes.
+    /// Compatibility: null sets the length to 0 and keeps all units, also the first, since records
+    /// that are compared as memory must not change.
     _oxString & operator=(char const * text)
     {
         return text ? assign(text, std::strlen(text)) : setSize(0);
     }
-    /// Null as for bytes.
+    /// As above, with zero-terminated UTF-16 units; null sets the length to 0 and keeps all units.
     _oxString & operator=(unsigned short const * text)
     {
         return text ? assign(text, ox::text::textLength(text)) : setSize(0);
     }
+    /// As above, with one unit.
     _oxString & operator=(unsigned short const & c) { return assign(&c, 1); }
-    /// Bytes are Latin-1.
+    /// As above, with the Latin-1 bytes of a view.
     _oxString & operator=(std::string_view text) { return assign(text.data(), text.size()); }
+    /// As above, with the UTF-16 units of a view.
     _oxString & operator=(std::u16string_view text) { return assign(units(text), text.size()); }
+    /// As above, with a QString.
     _oxString & operator=(QString const & text) { return assign(text.utf16(), text.size()); }
 
-    /// Appends as many characters as fit; bytes are Latin-1, null is ignored.
+    /// Appends as many of the zero-terminated Latin-1 bytes as fit. Null is ignored.
     _oxString & add(char const * text) { return text ? append(text, std::strlen(text)) : *this; }
+    /// As above, with zero-terminated UTF-16 units.
     _oxString & add(unsigned short const * text)
     {
         return text ? append(text, ox::text::textLength(text)) : *this;
     }
+    /// As above, with the Latin-1 bytes of a view.
     _oxString & add(std::string_view text) { return append(text.data(), text.size()); }
+    /// As above, with the UTF-16 units of a view.
     _oxString & add(std::u16string_view text) { return append(units(text), text.size()); }
+    /// As above, with a fixed 8-bit string in Latin-1.
     template <ox::text::FixedString8 S8>
     _oxString & add(S8 const & text)
     {
         return append(text.value, text.size());
     }
-    /// As `add`, but the bytes are sign-extended.
+    /// Appends as many of the zero-terminated bytes as fit, sign-extended. Null is ignored.
     _oxString & operator+=(char const * text)
     {
         return text ? append(text, std::strlen(text), ox::text::copySignExtended) : *this;
     }
+    /// As above, with one byte, sign-extended.
     _oxString & operator+=(char const & c) { return append(&c, 1, ox::text::copySignExtended); }
+    /// As above, with one UTF-16 unit.
     _oxString & operator+=(char16_t const & c) { return *this += static_cast<unsigned short>(c); }
+    /// As above, with zero-terminated UTF-16 units.
     _oxString & operator+=(unsigned short const * text) { return add(text); }
+    /// As above, with a QString.
     _oxString & operator+=(QString const & text) { return append(text.utf16(), text.size()); }
 
-    /// A copy with the units appended as `add` does.
+    /// Returns a copy with zero-terminated UTF-16 units appended, cut at the capacity. Null is
+    /// ignored.
     _oxString combined(unsigned short const * text) const { return _oxString(*this).add(text); }
 
-    /// A copy with the character appended, sign-extended.
+    /// Returns a copy with one byte appended, sign-extended, if it fits.
     _oxString operator+(char const & c) const { return _oxString(*this) += c; }
+    /// As above, with one UTF-16 unit.
     _oxString operator+(char16_t const & c) const { return _oxString(*this) += c; }
-    /// The text followed by the argument, as a QString of unlimited length.
+    /// Returns the text followed by zero-terminated UTF-16 units, as a QString of unlimited length.
+    /// Null adds nothing.
     QString operator+(unsigned short const * text) const
     {
         std::size_t const n = text ? ox::text::textLength(text) : 0;
         return QString(*this) + ox::text::toQString(text, static_cast<int>(n));
     }
 
-    /// Appends the decimal text of a number. It passes through a room of 14 bytes, as the farm's
-    /// records do: a number of more than 13 characters leaves the string as it is.
+    /// Appends the decimal text of a number. A number of more than 13 characters leaves the string
+    /// unchanged.
+    /// Compatibility: the farm's records are written with a buffer of 14 bytes for the number and
+    /// its terminator.
     _oxString & addNr(long long number)
     {
         ox::text::NumberText const digits(number);
         return digits.length < 14 ? add(digits.text) : *this;
     }
 
-    /// Ignoring case by Qt's Unicode rules, other than the forms that compare units.
+    /// Returns whether the text begins with the prefix, ignoring case by Qt's Unicode rules. Every
+    /// text begins with the empty prefix.
     bool startsWith(QString const & prefix) const
     {
         return QString(*this).startsWith(prefix, Qt::CaseInsensitive);
     }
+    /// Returns whether the text ends with the suffix, ignoring case by Qt's Unicode rules. Every
+    /// text ends with the empty suffix.
     bool endsWith(QString const & suffix) const
     {
         return QString(*this).endsWith(suffix, Qt::CaseInsensitive);
     }
+    /// Returns whether the text contains the needle, ignoring case by Qt's Unicode rules.
     bool contains(QString const & needle) const
     {
         return QString(*this).contains(needle, Qt::CaseInsensitive);
     }
 
-    /// The forms for zero-terminated units; see those for bytes.
+    /// Returns whether the text contains a needle of zero-terminated UTF-16 units, ignoring the
+    /// case of ASCII letters.
     bool contains(unsigned short const * needle) const { return contains(_oxString(needle)); }
+    /// Returns whether the text begins with a prefix of zero-terminated UTF-16 units, ignoring the
+    /// case of ASCII letters. False for the empty prefix.
     bool startsWith(unsigned short const * prefix) const
     {
         return prefix && this->hasAt(prefix, Base::Start);
     }
+    /// Returns whether the text begins with a prefix of zero-terminated UTF-16 units, exactly.
+    /// Every text except the empty one begins with the empty prefix.
     bool startsWithCaseSen(unsigned short const * prefix) const
     {
         return this->hasAtStartExactly(prefix);
     }
+    /// Returns whether the text ends with a suffix of zero-terminated UTF-16 units, ignoring the
+    /// case of ASCII letters. False for the empty suffix.
     bool endsWith(unsigned short const * suffix) const
     {
         return suffix && this->hasAt(suffix, Base::End);
     }
 
-    /// Writes the low byte of each unit, min(length, size - 1) of them, and a terminator. Nothing
-    /// is written to null or when size is 0.
+    /// Writes the low bytes of min(length, dstSize - 1) units and a terminator to `dst`. Writes
+    /// nothing when `dst` is null or `dstSize` is 0.
     void toChar(char * dst, unsigned short dstSize) const
     {
         if (!dst || dstSize == 0)
@@ -197,45 +225,50 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
         dst[n] = 0;
     }
 
-    /// The low bytes of the first 249 (499) characters. 8-bit strings of every other capacity take
-    /// a wide string through QString: the Latin-1 form, '?' for other characters, cut at their
-    /// capacity.
+    /// Converts the low bytes of the first 249 characters. An 8-bit string of a capacity other than
+    /// 250 and 500 is converted through QString: the Latin-1 form, '?' for other characters, cut at
+    /// its capacity.
     ///
-    /// Compatibility: the length is this string's, also where fewer characters arrive, since the
-    /// farm's applications detect a cut text by it. Convert only texts of at most 249 (499)
+    /// Compatibility: the length is that of this string, also when fewer characters are copied,
+    /// since the farm's applications detect a cut text by it. Convert only texts of at most 249
     /// characters.
     operator _oxString8_evenSize<250>() const { return narrowed<250>(); }
+    /// As above, with the first 499 characters.
     operator _oxString8_evenSize<500>() const { return narrowed<500>(); }
 
-    /// The text in the transport form of encoding.h, the original word not kept before its run; cut
-    /// at 500 characters.
+    /// Returns the transport form of the text, without the readable word behind each run, as
+    /// oxToOXUTF8 encodes it; cut at 500 characters.
     _oxString8_evenSize<500> toOXUTF8() const { return ox::text::toTransportForm(*this); }
-    /// Takes a text in the transport form; null gives the empty string.
+    /// Assigns the decoded text of a transport form (oxFromOXUTF8). Null gives the empty string.
     _oxString & fromOXUTF8(char const * text) { return *this = ox::text::fromTransportForm(text); }
-    /// Takes UTF-8 text; null gives the empty string.
+    /// Assigns UTF-8 text. Null gives the empty string.
     _oxString & fromUTF8(char const * text) { return *this = QString::fromUtf8(text); }
 
+    /// A view of the text. It is valid until the string changes.
     std::u16string_view view() const
     {
         return {reinterpret_cast<char16_t const *>(value), static_cast<std::size_t>(size())};
     }
+    /// Converts the text to a QString. A byte order mark is kept.
     operator QString() const { return ox::text::toQString(value, size()); }
 
-    /// Exact, units and lengths. Nothing equals a null pointer.
+    /// Exact equality with a QString.
     friend bool operator==(_oxString const & a, QString const & b)
     {
         return a.size() == b.size() && ox::text::equal(a.value, b.utf16(), a.size());
     }
+    /// As above, with zero-terminated UTF-16 units. No text equals null.
     friend bool operator==(_oxString const & a, unsigned short const * b)
     {
         return b && ox::text::textLength(b) == static_cast<std::size_t>(a.size()) &&
                ox::text::equal(a.value, b, a.size());
     }
-    /// Order of the memory, as between two wide strings.
+    /// Order of the memory of this text and a QString, by the rules for two wide strings.
     friend std::strong_ordering operator<=>(_oxString const & a, QString const & b)
     {
         return a.orderTo(b.utf16(), b.size());
     }
+    /// As above, with zero-terminated UTF-16 units. Null is the empty text.
     friend std::strong_ordering operator<=>(_oxString const & a, unsigned short const * b)
     {
         static constexpr unsigned short empty = 0;
@@ -243,7 +276,7 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
         return a.orderTo(text, static_cast<std::ptrdiff_t>(ox::text::textLength(text)));
     }
 
-    /// Prints UTF-8.
+    /// Prints the text as UTF-8.
     friend std::ostream & operator<<(std::ostream & stream, _oxString const & text)
     {
         ox::text::printUtf8(stream, text);
@@ -289,6 +322,7 @@ static_assert(areWideRecords(WideCapacities()));
 
 } // namespace ox::text
 
+/// Hash of the text, for the unordered containers of the standard library.
 template <int N>
 struct std::hash<_oxString<N>> {
     std::size_t operator()(_oxString<N> const & text) const

@@ -9,15 +9,15 @@
 #include <string_view>
 #include <type_traits>
 
-/// Fixed-capacity 8-bit strings: values without heap memory from which the farm's binary records
-/// are built. The memory image is the same in every build; docs/record_layouts.md draws it.
+/// Fixed-capacity 8-bit strings without heap memory, which the farm's binary records contain. The
+/// memory image is the same in every build; docs/record_layouts.md shows it.
 ///
 ///     _oxString8_evenSize<250> name = "job17";
 ///     name.add("_left").addNr(7);
 ///     if (name.indexOf("LEFT") > 0)
 ///         log(QString(name));
 ///
-/// Bytes are Latin-1 where they meet a QString, and the system's code page in toWchar_t.
+/// Conversions between bytes and QString use Latin-1. toWchar_t uses the system's code page.
 
 namespace ox::text
 {
@@ -48,14 +48,14 @@ struct UnevenRecord8 {
     std::uint16_t length;
 };
 
-/// A wide string that has a conversion operator to S.
+/// A wide string with a conversion operator to S.
 template <typename Wide, typename S>
 concept ConvertsTo = requires(Wide const & wide)
 {
     wide.operator S();
 };
 
-/// The operations that only the 8-bit strings have, beside those of FixedText.
+/// Operations of the 8-bit strings, in addition to those of FixedText.
 template <typename S, typename Record>
 class String8 : public FixedText<S, Record>
 {
@@ -72,60 +72,70 @@ class String8 : public FixedText<S, Record>
     using Base::value;
     using Base::operator+=;
 
-    /// The empty string, all of its characters 0.
+    /// Creates the empty string; sets all characters to 0.
     String8() { this->clear(); }
-    /// Everything behind the text is 0.
+    /// Copies zero-terminated bytes and sets all characters behind them to 0. Null gives the empty
+    /// string.
     String8(char const * text) : String8() { *this = text; }
-    /// Takes len bytes, zeros included. len is taken as a 16-bit count.
+    /// As above, with len bytes, zeros included. Only the low 16 bits of len count.
     String8(char const * text, int len) : String8()
     {
         fromChar(text, static_cast<std::uint16_t>(len));
     }
-    /// Takes the low byte of each unit up to the terminating 0.
+    /// As above, with the low bytes of zero-terminated UTF-16 units.
     String8(unsigned short const * text) : String8() { *this = text; }
+    /// As above, with the bytes of a view.
     explicit String8(std::string_view text) : String8() { *this = text; }
-    /// Takes the Latin-1 form, '?' for other characters. What lies behind the text is not cleared.
+    /// Copies the Latin-1 form of a QString, with '?' for other characters. Memory behind the text
+    /// is not cleared.
     String8(QString const & text) { *this = text; }
-    /// From a wide string that converts to this type.
+    /// Converts a wide string by its conversion operator.
     template <ConvertsTo<S> Wide>
     explicit String8(Wide const & wide) : String8(wide.operator S())
     {
     }
 
-    /// Null empties the string and deliberately keeps all of its bytes, also the first: records
-    /// that are compared as memory must not change by it.
+    /// Assigns zero-terminated bytes.
+    /// Compatibility: null sets the length to 0 and keeps all bytes, also the first, since records
+    /// that are compared as memory must not change.
     S & operator=(char const * text) { return text ? assign(text, std::strlen(text)) : setSize(0); }
+    /// As above, with the bytes of a view.
     S & operator=(std::string_view text) { return assign(text.data(), text.size()); }
+    /// As above, with one character.
     S & operator=(char const & c) { return assign(&c, 1); }
-    /// Takes the low byte of each unit up to the terminating 0; null as for bytes.
+    /// As above, with the low bytes of zero-terminated UTF-16 units; null sets the length to 0 and
+    /// keeps all bytes.
     S & operator=(unsigned short const * text)
     {
         return text ? assign(text, textLength(text)) : setSize(0);
     }
-    /// Takes the Latin-1 form, '?' for other characters.
+    /// As above, with the Latin-1 form of a QString; '?' for other characters.
     S & operator=(QString const & text) { return assign(text.utf16(), text.size(), copyAsLatin1); }
+    /// As above, with a wide string, by its conversion operator.
     template <ConvertsTo<S> Wide>
     S & operator=(Wide const & wide)
     {
         return self() = wide.operator S();
     }
-    /// Takes len bytes, zeros included. Null empties the string and keeps its bytes.
+    /// Assigns len bytes, zeros included. Null sets the length to 0 and keeps all bytes.
     S & fromChar(char const * text, int len)
     {
         return text ? assign(text, std::max(len, 0)) : setSize(0);
     }
 
-    /// Appends as many characters as fit; null is ignored.
+    /// Appends as many of the zero-terminated bytes as fit. Null is ignored.
     S & add(char const * text) { return text ? append(text, std::strlen(text)) : self(); }
+    /// As above, with the bytes of a view.
     S & add(std::string_view text) { return append(text.data(), text.size()); }
+    /// Appends as many of the zero-terminated bytes as fit. Null is ignored.
     S & operator+=(char const * text) { return add(text); }
-    /// Appends the low byte of the unit when there is room.
+    /// As above, with the low byte of one UTF-16 unit.
     S & operator+=(unsigned short const & c) { return *this += static_cast<char>(c); }
 
-    /// Appends the decimal text of a number and takes the length anew with `calcLength`. The digits
-    /// and a terminator must fit into capacity - 1 - length bytes, or the string stays as it is.
-    /// One byte of the free space is deliberately left out, as in every release of the farm: no
-    /// text grows beyond capacity - 2 characters by it.
+    /// Appends the decimal text of a number and sets the length with `calcLength`. The string stays
+    /// unchanged unless the digits and a terminator fit into capacity - 1 - length bytes.
+    /// Compatibility: one byte of the free space stays unused, as in every release of the farm, so
+    /// the text grows to at most capacity - 2 characters.
     S & addNr(long long number)
     {
         NumberText const digits(number);
@@ -136,13 +146,13 @@ class String8 : public FixedText<S, Record>
         return self();
     }
 
-    /// The number that the text begins with, as `atoi` reads it, at most that of an int. With `ok`
-    /// the text must hold only digits behind an optional '-', or the result is 0 and *ok false; the
-    /// empty text and "-" pass as 0.
+    /// Parses the number at the start of the text as `atoi` does; a number beyond the range of int
+    /// gives the end of the range. With `ok` the text must consist of digits behind an optional
+    /// '-'; otherwise the result is 0 and *ok false. The empty text and "-" give 0 and *ok true.
     int toInt(bool * ok = nullptr) const { return text::toInt(value, size(), ok); }
 
-    /// Whether this text, mapped to upper case, equals the argument, which is not mapped: it is
-    /// upper case already.
+    /// Returns whether this text, mapped to upper case, equals `upper`, which must be in upper case
+    /// already.
     bool isEqualUpperInput(S const & upper) const
     {
         return size() == upper.size() &&
@@ -150,31 +160,38 @@ class String8 : public FixedText<S, Record>
                           [](char c, char expected) { return toUpper(c) == expected; });
     }
 
-    /// As for a character, with the low byte of the unit.
+    /// Returns the first position >= from of the low byte of a UTF-16 unit, exactly, or -1. A from
+    /// outside the text counts as 0.
     int indexOf(unsigned short const & c, int from = 0) const
     {
         return indexOf(static_cast<char>(c), from);
     }
+    /// Returns the last position <= from of the low byte of a UTF-16 unit, exactly, or -1. A from
+    /// outside the text counts as its last position.
     int lastIndexOf(unsigned short const & c, int from = -1) const
     {
         return lastIndexOf(static_cast<char>(c), from);
     }
 
+    /// A view of the text. It is valid until the string changes.
     std::string_view view() const { return {value, static_cast<std::size_t>(size())}; }
+    /// Converts the text from Latin-1.
     operator QString() const { return QString::fromLatin1(value, size()); }
 
-    /// Writes the text up to its first 0 byte as UTF-16 units, from the system's code page (Latin-1
-    /// on Linux), with a terminator. At most min(dstSize - 1, length) + 1 units are written; what
-    /// does not fit is cut. Nothing is written to null or when dstSize is below 1.
+    /// Converts the text up to its first 0 byte from the system's code page (Latin-1 on Linux) to
+    /// zero-terminated UTF-16 at `dst`. Writes at most min(dstSize - 1, length) + 1 units and cuts
+    /// what does not fit. Writes nothing when `dst` is null or `dstSize` is below 1.
     void toWchar_t(unsigned short * dst, int const & dstSize) const
     {
         if (dst && dstSize > 0)
             widenSystemText(value, size(), dst, std::min(dstSize - 1, size()) + 1);
     }
 
-    /// The text is turned into an S first, so that all beyond the capacity is not compared.
+    /// Exact equality with a QString, which is first converted to an S. Characters beyond the
+    /// capacity are therefore not compared.
     friend bool operator==(S const & a, QString const & b) { return a == S(b); }
 
+    /// Prints the bytes of the text.
     friend std::ostream & operator<<(std::ostream & stream, S const & text)
     {
         printBytes(stream, text.view());
@@ -190,7 +207,7 @@ class String8 : public FixedText<S, Record>
 
 } // namespace ox::text
 
-/// 8-bit string of an even capacity: N + 1 characters, a spare byte, the length.
+/// 8-bit string of an even capacity. Memory: N + 1 characters, a spare byte, the length.
 template <int N>
 class _oxString8_evenSize
     : public ox::text::String8<_oxString8_evenSize<N>, ox::text::EvenRecord8<N>>
@@ -198,14 +215,14 @@ class _oxString8_evenSize
     using Base = ox::text::String8<_oxString8_evenSize, ox::text::EvenRecord8<N>>;
 
   public:
-    /// The empty string, all of its characters 0. Not defaulted: `S()` and `S{}` would then set the
-    /// spare byte to 0.
+    /// Creates the empty string; sets all characters to 0. The constructor is not defaulted, since
+    /// `S()` and `S{}` would then write the spare byte.
     _oxString8_evenSize() {}
     using Base::Base;
     using Base::operator=;
 };
 
-/// 8-bit string of an uneven capacity: N + 1 characters, the length.
+/// 8-bit string of an uneven capacity. Memory: N + 1 characters, the length.
 template <int N>
 class _oxString8_UnevenSize
     : public ox::text::String8<_oxString8_UnevenSize<N>, ox::text::UnevenRecord8<N>>
@@ -213,15 +230,16 @@ class _oxString8_UnevenSize
     using Base = ox::text::String8<_oxString8_UnevenSize, ox::text::UnevenRecord8<N>>;
 
   public:
-    /// The empty string, all of its characters 0.
+    /// Creates the empty string; sets all characters to 0.
     _oxString8_UnevenSize() {}
     using Base::Base;
     using Base::operator=;
 };
 
-/// Storage of an 8-bit string with the length in front, for records that old applications wrote.
+/// Storage of an 8-bit string with the length in front, for records of old applications.
 template <int N>
 struct _oxString8_AllSize {
+    /// Creates the empty string.
     _oxString8_AllSize() { clear(); }
 
     /// Sets the length and all N + 1 characters to 0.
@@ -270,6 +288,7 @@ static_assert(hasLayout<_oxString8_AllSize<10>>(14, 2, 0));
 
 } // namespace ox::text
 
+/// Hash of the text, for the unordered containers of the standard library.
 template <int N>
 struct std::hash<_oxString8_evenSize<N>> {
     std::size_t operator()(_oxString8_evenSize<N> const & text) const
@@ -277,6 +296,7 @@ struct std::hash<_oxString8_evenSize<N>> {
         return std::hash<std::string_view>()(text.view());
     }
 };
+/// Hash of the text, for the unordered containers of the standard library.
 template <int N>
 struct std::hash<_oxString8_UnevenSize<N>> {
     std::size_t operator()(_oxString8_UnevenSize<N> const & text) const

@@ -6,38 +6,41 @@
 #include <cstdint>
 #include <cstring>
 
-/// The loops of the fixed-capacity strings, over plain memory: written once for bytes (`char`) and
-/// for UTF-16 units (`unsigned short`), whatever the capacity. Lengths and positions count units.
+/// Algorithms of the fixed-capacity strings over plain memory: one version for bytes (`char`), one
+/// for UTF-16 units (`unsigned short`), for all capacities. Lengths and positions count units.
 ///
-/// Functions that edit take the text (`value`, `length`) in memory of capacity + 1 units, return
-/// the new length and leave a 0 unit at it. Arguments are in range: the strings clamp before they
-/// call.
+/// A function that edits a text takes it as `value` and `length`, in memory of capacity + 1 units.
+/// It returns the new length and writes a 0 unit behind the text. Arguments must be in range: the
+/// strings clamp them before the call.
 namespace ox::text
 {
 
-/// Whether the two cases of an ASCII letter are told apart. No other character has two cases here.
+/// Whether a search distinguishes the two cases of ASCII letters. All other characters are compared
+/// exactly in either mode.
 enum class Case : bool { Exact, Ignored };
 
+/// Maps a to z to upper case; any other unit stays unchanged.
 template <typename Unit>
 constexpr Unit toUpper(Unit c)
 {
     return c >= 'a' && c <= 'z' ? static_cast<Unit>(c - 'a' + 'A') : c;
 }
 
+/// Maps A to Z to lower case; any other unit stays unchanged.
 template <typename Unit>
 constexpr Unit toLower(Unit c)
 {
     return c >= 'A' && c <= 'Z' ? static_cast<Unit>(c - 'A' + 'a') : c;
 }
 
-/// Number of units before the 0 unit.
+/// Returns the number of units before the 0 unit.
 inline std::size_t textLength(char const * text)
 {
     return std::strlen(text);
 }
 OX_EXPORT std::size_t textLength(unsigned short const * text);
 
-/// Exact equality of n units; bytes stand for the units of the same value (Latin-1).
+/// Returns whether n units are equal. A byte equals the unit of the same value (Latin-1).
 inline bool equal(char const * a, char const * b, int n)
 {
     return std::memcmp(a, b, static_cast<std::size_t>(n)) == 0;
@@ -48,8 +51,8 @@ inline bool equal(unsigned short const * a, unsigned short const * b, int n)
 }
 OX_EXPORT bool equal(unsigned short const * a, char const * b, int n);
 
-/// Order of the memory of n units: in wide texts the low byte of each unit comes first. Bytes stand
-/// for the units of the same value. Below, at or above 0.
+/// Compares the memory of n units; returns a value below, at or above 0. In wide texts the low byte
+/// of each unit is compared first. A byte counts as the unit of the same value.
 inline int order(char const * a, char const * b, std::ptrdiff_t n)
 {
     return std::memcmp(a, b, static_cast<std::size_t>(n));
@@ -60,43 +63,48 @@ inline int order(unsigned short const * a, unsigned short const * b, std::ptrdif
 }
 OX_EXPORT int order(unsigned short const * a, char const * b, std::ptrdiff_t n);
 
-/// Equality of n units, the case of ASCII letters ignored; bytes are Latin-1.
+/// Returns whether n units are equal, ignoring the case of ASCII letters. A byte equals the unit of
+/// the same value (Latin-1).
 OX_EXPORT bool equalIgnoringCase(char const * a, char const * b, int n);
 OX_EXPORT bool equalIgnoringCase(unsigned short const * a, unsigned short const * b, int n);
 OX_EXPORT bool equalIgnoringCase(unsigned short const * a, char const * b, int n);
 
-/// Order of the upper-cased texts by unsigned unit values, the shorter first on an equal prefix:
-/// -1, 0 or 1.
+/// Compares the upper-cased texts by unsigned unit values; on an equal prefix the shorter text
+/// comes first. Returns -1, 0 or 1.
 template <typename Unit>
 OX_EXPORT int compareIgnoringCase(Unit const * a, int lengthA, Unit const * b, int lengthB);
 
-/// First position >= from at which the needle stands, or -1. A needle as long as the text is
-/// compared ignoring case even in the exact search.
+/// Returns the first position >= from of the needle, or -1. A needle as long as the text is
+/// compared ignoring case, even with Case::Exact.
 template <typename Unit>
 OX_EXPORT int indexOfText(Unit const * text, int length, Unit const * needle, int needleLength,
                           int from, Case letters);
 
-/// First or last position of a unit in the text, or -1. The search starts at from, or where it
-/// would start without one when from lies outside the text.
+/// Returns the first position >= from of a unit, or -1. A from outside the text counts as 0.
 template <typename Unit>
 OX_EXPORT int findUnit(Unit const * text, int length, Unit c, int from);
+/// Returns the last position <= from of a unit, or -1. A from outside the text counts as its last
+/// position.
 template <typename Unit>
 OX_EXPORT int findLastUnit(Unit const * text, int length, Unit c, int from);
 
-/// Puts n units of text, which must not lie in value, in place of the removed units at pos.
+/// Replaces `removed` units at pos by n units of `text`, which must not lie in `value`. The result
+/// is cut at the capacity.
 template <typename Unit>
 OX_EXPORT int splice(Unit * value, int length, int capacity, int pos, int removed,
                      Unit const * text, int n);
 
-/// Replaces every occurrence of a text, found as indexOfText finds it, from left to right; never
-/// searches what it inserted. Neither text may lie in value. An empty `before` occurs nowhere.
+/// Replaces every occurrence of `before`, which indexOfText finds, from left to right; inserted
+/// text is not searched. The result is cut at the capacity. Neither text may lie in `value`. An
+/// empty `before` has no occurrence.
 template <typename Unit>
 OX_EXPORT int replaceAll(Unit * value, int length, int capacity, Unit const * before,
                          int beforeLength, Unit const * after, int afterLength, Case letters);
 
-/// Replaces or removes every unit that is equal to c in either case.
+/// Replaces every unit that equals c, ignoring case, by `by`.
 template <typename Unit>
 OX_EXPORT void replaceUnit(Unit * value, int length, Unit c, Unit by);
+/// Removes every unit that equals c, ignoring case.
 template <typename Unit>
 OX_EXPORT int removeUnit(Unit * value, int length, Unit c);
 
@@ -104,12 +112,14 @@ OX_EXPORT int removeUnit(Unit * value, int length, Unit c);
 template <typename Unit>
 OX_EXPORT int trim(Unit * value, int length);
 
+/// Maps the ASCII letters to upper case.
 template <typename Unit>
 OX_EXPORT void makeUpper(Unit * value, int length);
+/// Maps the ASCII letters to lower case.
 template <typename Unit>
 OX_EXPORT void makeLower(Unit * value, int length);
 
-/// Copies n units that may overlap their destination.
+/// Copies n units. Source and destination may overlap.
 inline void copyUnits(char * to, char const * from, int n)
 {
     std::memmove(to, from, static_cast<std::size_t>(n));
@@ -135,10 +145,11 @@ struct NumberText {
     int length;
 };
 
-/// The rules of `toInt` of the 8-bit strings.
+/// Implements String8::toInt for a text of `length` bytes.
 OX_EXPORT int toInt(char const * text, int length, bool * ok);
 
-/// The rules of `toWchar_t` of the 8-bit strings, for a text that ends at its first 0 or at length.
+/// Implements String8::toWchar_t for a text that ends at its first 0 byte or at `length`. `room` is
+/// the size of `to` in units, at least 1, terminator included.
 OX_EXPORT void widenSystemText(char const * text, int length, unsigned short * to, int room);
 
 } // namespace ox::text

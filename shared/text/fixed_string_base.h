@@ -15,17 +15,18 @@ class QDebug;
 namespace ox::text
 {
 
-/// What the 8-bit and the wide fixed-capacity strings have in common.
+/// Common operations of the 8-bit and the wide fixed-capacity strings.
 ///
-/// `S` is the string class itself, `Record` its memory: `value`, capacity + 1 units, and `length`.
-/// A unit is a `char` in the 8-bit strings and an `unsigned short` in the wide ones. The text is
-/// the first `length` units; it may hold 0 units. Every operation keeps a 0 unit behind the text
-/// and the length within the capacity; what does not fit is dropped without a word. Units behind
-/// the terminator keep what they held, unless an operation says that it clears them.
+/// `S` is the string class. `Record` is its memory: `value` (capacity + 1 units) and `length`. A
+/// unit is a `char` in the 8-bit strings and an `unsigned short` in the wide ones. The text is the
+/// first `length` units and may contain 0 units. Every operation keeps a 0 unit behind the text and
+/// the length within the capacity, and silently drops what does not fit. Units behind the
+/// terminator stay unchanged, unless an operation says that it clears them.
 ///
-/// Records also come from files and packets. A `length` above the capacity counts as the capacity
-/// in every operation, so that no operation reads or writes outside the object. Positions and
-/// counts outside the text are moved to its ends. Null pointers stand for no text.
+/// Records also come from files and packets, so the contents are untrusted. Every operation treats
+/// a `length` above the capacity as the capacity, so that no operation accesses memory outside the
+/// object. Positions and counts outside the text are clamped to it. A null pointer is an empty
+/// text.
 ///
 /// "Ignoring case" concerns the ASCII letters only. Any argument may be the string itself or lie in
 /// it.
@@ -33,22 +34,27 @@ template <typename S, typename Record>
 class FixedText : public Record
 {
   public:
+    /// Type of a unit: `char` or `unsigned short`.
     using Unit = typename Record::Unit;
     using Record::length;
     using Record::value;
 
-    /// The largest number of units the string can hold.
+    /// The maximum number of units of the text.
     static constexpr int capacity() { return Record::N; }
 
-    /// Number of units in the text.
+    /// Number of units of the text.
     int size() const { return std::min<int>(length, capacity()); }
 
+    /// Returns whether the text has no units.
     bool isEmpty() const { return length == 0; }
+    /// Returns whether the text has units.
     bool hasData() const { return length != 0; }
 
-    /// The text with its terminator.
+    /// The zero-terminated text.
     Unit const * c_str() const { return value; }
+    /// The first unit.
     Unit const * begin() const { return value; }
+    /// The end of the text, where the terminator is.
     Unit const * end() const { return value + size(); }
 
     /// Empties the string and sets all capacity + 1 units to 0.
@@ -58,47 +64,53 @@ class FixedText : public Record
         length = 0;
     }
 
-    /// Sets every unit behind the text to 0, so that a stored record carries no left-overs.
+    /// Sets every unit behind the text to 0, so that a stored record contains no old characters.
     void clearUnused()
     {
         auto const used = static_cast<std::size_t>(size());
         std::memset(value + used, 0, sizeof value - used * sizeof(Unit));
     }
 
-    /// Cuts or extends the text to n units (0 for less, the capacity for more) and writes the
-    /// terminator; the units between the old and the new end are not touched.
+    /// Sets the length to n, clamped to 0 and the capacity, and writes the terminator. An extended
+    /// text gets the units that the memory already holds.
     void setLength(short n) { terminateAt(std::clamp<int>(n, 0, capacity())); }
 
-    /// Takes the text up to the first 0 unit, or all of the capacity when there is none.
+    /// Sets the length to the number of units before the first 0 unit, or to the capacity when it
+    /// has no 0 unit.
     void calcLength()
     {
         int const zero = findUnit<Unit>(value, capacity(), 0, 0);
         terminateAt(zero < 0 ? capacity() : zero);
     }
 
-    /// Appends as much of the text as fits.
+    /// Appends as much of a text as fits.
     S & add(S const & other) { return append(other.value, other.size()); }
-    /// Appends n units, zeros included, as many as fit.
+    /// As above, with n units at a pointer, zeros included. Null is ignored.
     S & add(Unit const * text, unsigned int n) { return text ? append(text, n) : self(); }
+    /// Appends as much of a text as fits.
     S & operator+=(S const & other) { return add(other); }
-    /// Appends one unit when there is room for it.
+    /// As above, with one unit.
     S & operator+=(Unit const & c) { return append(&c, 1); }
 
-    /// A copy with the argument appended as `add` does.
+    /// Returns a copy with the argument appended, cut at the capacity.
     S operator+(S const & other) const { return S(self()).add(other); }
+    /// As above, with one unit.
     S operator+(Unit const & c) const { return S(self()) += c; }
+    /// As above, with zero-terminated bytes. Null is ignored.
     S combined(char const * text) const { return S(self()).add(text); }
 
-    /// The text followed by the argument, as a QString of unlimited length; bytes are Latin-1.
+    /// Returns the text followed by the argument, as a QString of unlimited length.
     QString operator+(QString const & text) const { return QString(self()) + text; }
+    /// As above, with zero-terminated Latin-1 bytes.
     QString operator+(char const * text) const
     {
         return QString(self()) + QString::fromLatin1(text);
     }
 
-    /// Appends the decimal text of a number with at least minDigits characters, as far as they fit.
-    /// The minus sign counts, and missing zeros go in front of it, deliberately: -5 with three
-    /// digits is "0-5", as the farm's older names have it.
+    /// Appends the decimal text of a number, padded with zeros to minDigits characters, as far as
+    /// they fit. The minus sign counts as a character.
+    /// Compatibility: the zeros precede the minus sign, as in the farm's stored names: -5 with
+    /// three digits is "0-5".
     S & addNr(long long number, unsigned char minDigits)
     {
         NumberText const digits(number);
@@ -107,121 +119,131 @@ class FixedText : public Record
         return self().add(digits.text);
     }
 
-    /// Order of the upper-cased texts by unsigned unit values; on an equal prefix the shorter comes
-    /// first. -1, 0 or 1.
+    /// Compares the upper-cased texts by unsigned unit values; on an equal prefix the shorter text
+    /// comes first. Returns -1, 0 or 1.
     int compare(S const & other) const
     {
         return compareIgnoringCase<Unit>(value, size(), other.value, other.size());
     }
 
-    /// Equality, ignoring case.
+    /// Returns whether both texts are equal, ignoring case.
     bool isEqual(S const & other) const { return isEqual(other.value, other.size()); }
+    /// As above, with n units at a pointer.
     bool isEqual(Unit const * text, int n) const
     {
         return n == size() && (n == 0 || (text && equalIgnoringCase(value, text, n)));
     }
-    /// Exact equality.
+    /// Returns whether the text equals n units at a pointer, exactly.
     bool isEqualSameCase(Unit const * text, int n) const
     {
         return n == size() && (n == 0 || (text && equal(value, text, n)));
     }
 
-    /// First position >= from of the needle, ignoring case, or -1. In the wide strings bytes are
-    /// sign-extended.
+    /// Returns the first position >= from of the needle, ignoring case, or -1. A wide string
+    /// sign-extends a needle of bytes.
     int indexOf(S const & needle, int from = 0) const
     {
         return search(needle, from, Case::Ignored);
     }
-    /// As `indexOf`, but exact; only a needle as long as the text is still compared ignoring case.
-    /// Compatibility: the farm's applications look up whole names this way.
+    /// Returns the first position >= from of the needle, exactly, or -1. A wide string sign-extends
+    /// a needle of bytes.
+    /// Compatibility: a needle as long as the text is compared ignoring case, since the farm's
+    /// applications look up whole names this way.
     int indexOfCaseSen(S const & needle, int from = 0) const
     {
         return search(needle, from, Case::Exact);
     }
-    /// First position >= from of a unit, exactly, or -1. A from outside the text searches all of
-    /// it.
+    /// Returns the first position >= from of a unit, exactly, or -1. A from outside the text counts
+    /// as 0.
     int indexOf(Unit const & c, int from = 0) const
     {
         return findUnit<Unit>(value, size(), c, from);
     }
-    /// Last position <= from of a unit, exactly, or -1. A from outside the text searches all of it.
+    /// Returns the last position <= from of a unit, exactly, or -1. A from outside the text counts
+    /// as its last position.
     int lastIndexOf(Unit const & c, int from = -1) const
     {
         return findLastUnit<Unit>(value, size(), c, from);
     }
 
-    /// Whether the text holds the needle, ignoring case. Every text holds the empty one. Bytes are
-    /// Latin-1.
+    /// Returns whether the text contains the needle, ignoring case. Every text contains the empty
+    /// needle.
     bool contains(S const & needle) const { return indexOf(needle) >= 0; }
+    /// As above, with zero-terminated Latin-1 bytes.
     bool contains(char const * needle) const
     {
         S text;
         return contains(text = needle);
     }
-    /// Whether the text holds the unit, exactly.
+    /// Returns whether the text contains the unit, exactly.
     bool contains(Unit const & c) const { return indexOf(c) >= 0; }
 
-    /// Whether the text begins with the prefix, ignoring case. No text begins with the empty
-    /// prefix.
+    /// Returns whether the text begins with the prefix, ignoring case. No text begins with the
+    /// empty prefix.
     bool startsWith(S const & prefix) const { return startsWith(prefix.value, prefix.size()); }
+    /// As above, with zero-terminated Latin-1 bytes.
     bool startsWith(char const * prefix) const { return prefix && hasAt(prefix, Start); }
-    /// The prefix is the first n units at the pointer.
+    /// As above, with n units at a pointer.
     bool startsWith(Unit const * prefix, int n) const
     {
         return prefix && n > 0 && n <= size() && equalIgnoringCase(value, prefix, n);
     }
-    /// Whether the text begins with the unit, exactly.
+    /// Returns whether the text begins with the unit, exactly.
     bool startsWith(Unit const & c) const { return hasData() && value[0] == c; }
-    /// Whether the text begins with the prefix, exactly. Every text but the empty one begins with
-    /// the empty prefix.
+    /// Returns whether the text begins with the prefix, exactly. Every text except the empty one
+    /// begins with the empty prefix.
     bool startsWithCaseSen(char const * prefix) const { return hasAtStartExactly(prefix); }
 
-    /// Whether the text ends with the suffix, ignoring case. No text ends with the empty suffix.
+    /// Returns whether the text ends with the suffix, ignoring case. No text ends with the empty
+    /// suffix.
     bool endsWith(S const & suffix) const
     {
         int const n = suffix.size();
         return n > 0 && n <= size() && equalIgnoringCase(end() - n, suffix.value, n);
     }
+    /// As above, with zero-terminated Latin-1 bytes.
     bool endsWith(char const * suffix) const { return suffix && hasAt(suffix, End); }
-    /// n is only a guard: false when it is 0 or above the length. The whole zero-terminated suffix
-    /// is compared, deliberately, as the callers pass counts that are not its length.
+    /// As above, with a zero-terminated suffix and a check of n: false when n is 0 or above the
+    /// length.
+    /// Compatibility: the whole suffix is compared and not its first n units, since callers pass
+    /// counts that are not its length.
     bool endsWith(Unit const * suffix, int n) const
     {
         return suffix && n != 0 && n <= size() && hasAt(suffix, End);
     }
-    /// Whether the text ends with the unit, exactly.
+    /// Returns whether the text ends with the unit, exactly.
     bool endsWith(Unit const & c) const { return hasData() && end()[-1] == c; }
 
     /// Removes the units 0, 9, 10, 13 and 32 from both ends.
     S & trim() { return setSize(text::trim<Unit>(value, size())); }
 
-    /// Replaces every occurrence of a text, ignoring case, from left to right; what was inserted is
-    /// never searched, and the text is cut at the capacity after each replacement. In the wide
-    /// strings bytes are sign-extended.
+    /// Replaces every occurrence of `before` by `after`, ignoring case, from left to right.
+    /// Inserted text is not searched. The text is cut at the capacity after each replacement. A
+    /// wide string sign-extends arguments of bytes.
     S & replace(S const & before, S const & after)
     {
         return replaceText(before, after, Case::Ignored);
     }
-    /// As `replace`, with the search of `indexOfCaseSen`.
+    /// As `replace`, but finds the occurrences as `indexOfCaseSen` does.
     S & replaceCaseSen(S const & before, S const & after)
     {
         return replaceText(before, after, Case::Exact);
     }
-    /// Replaces every unit that is equal to c in either case by the same unit.
+    /// Replaces every unit that equals c, ignoring case, by `by`.
     S & replace(Unit const & c, Unit const & by)
     {
         replaceUnit<Unit>(value, size(), c, by);
         return self();
     }
 
-    /// Removes every occurrence of a text, ignoring case. What grows together is not searched
-    /// again. In the wide strings bytes are sign-extended.
+    /// Removes every occurrence of a text, ignoring case. An occurrence that only a removal creates
+    /// stays. A wide string sign-extends an argument of bytes.
     S & remove(S const & text) { return replaceText(text, S(), Case::Ignored); }
-    /// As `remove`, with the search of `indexOfCaseSen`.
+    /// As `remove`, but finds the occurrences as `indexOfCaseSen` does.
     S & removeCaseSens(S const & text) { return replaceText(text, S(), Case::Exact); }
-    /// Removes every unit that is equal to c in either case, and returns a copy of the result.
+    /// Removes every unit that equals c, ignoring case, and returns a copy of the result.
     S remove(Unit const & c) { return setSize(removeUnit<Unit>(value, size(), c)); }
-    /// Removes n units at pos.
+    /// Removes n units at position pos.
     S & remove(int pos, int n)
     {
         pos = clampPosition(pos);
@@ -229,7 +251,8 @@ class FixedText : public Record
         return setSize(splice<Unit>(value, size(), capacity(), pos, n, nullptr, 0));
     }
 
-    /// Puts a text in front of the unit at pos. In the wide strings bytes are sign-extended.
+    /// Inserts a text at position pos; the result is cut at the capacity. A wide string
+    /// sign-extends an argument of bytes.
     S & insert(int pos, S const & text)
     {
         if (&text == this)
@@ -238,57 +261,61 @@ class FixedText : public Record
                                     text.size()));
     }
 
-    /// The n units from pos.
+    /// Returns a copy of the n units from position pos.
     S mid(int pos, int n) const
     {
         pos = clampPosition(pos);
         S result;
         return result.add(value + pos, static_cast<unsigned>(std::clamp(n, 0, size() - pos)));
     }
-    /// The first n units.
+    /// Returns a copy of the first n units.
     S left(int n) const { return mid(0, n); }
 
-    /// Maps the ASCII letters.
+    /// Maps the ASCII letters to upper case.
     S & makeUpper()
     {
         text::makeUpper<Unit>(value, size());
         return self();
     }
+    /// Maps the ASCII letters to lower case.
     S & makeLower()
     {
         text::makeLower<Unit>(value, size());
         return self();
     }
 
-    /// Exact equality; bytes are Latin-1. Nothing equals a null pointer.
+    /// Exact equality.
     friend bool operator==(S const & a, S const & b)
     {
         if (a.length == b.length && a.length <= capacity()) [[likely]]
             return equal(a.value, b.value, a.length);
         return a.isEqualSameCase(b.value, b.size());
     }
+    /// As above, with zero-terminated Latin-1 bytes. No text equals null.
     friend bool operator==(S const & a, char const * b)
     {
         return b && std::strlen(b) == static_cast<std::size_t>(a.size()) &&
                equal(a.value, b, a.size());
     }
 
-    /// Order of the memory: the bytes over the shorter length, then the lengths. In the wide
-    /// strings the low byte of each unit comes first, so that 0x0100 is smaller than 0x00FF. This
-    /// is deliberate: sorted records are searched by memory comparison.
+    /// Order of the memory over the shorter length, then of the lengths.
+    /// Compatibility: in the wide strings the low byte of each unit is compared first, so 0x0100 is
+    /// smaller than 0x00FF. Sorted records are searched by comparison of their memory.
     friend std::strong_ordering operator<=>(S const & a, S const & b)
     {
         auto const shorter = std::min<std::ptrdiff_t>({a.length, b.length, capacity()});
         std::strong_ordering const prefixes = order(a.value, b.value, shorter) <=> 0;
         return prefixes != 0 ? prefixes : a.size() <=> b.size();
     }
-    /// A pointer compares with its whole text, also beyond the capacity; null is the empty text.
+    /// As above, with all zero-terminated bytes at a pointer, also beyond the capacity. Null is the
+    /// empty text.
     friend std::strong_ordering operator<=>(S const & a, char const * b)
     {
         char const * const text = b ? b : "";
         return a.orderTo(text, static_cast<std::ptrdiff_t>(std::strlen(text)));
     }
 
+    /// Prints the text to a QDebug.
     template <std::same_as<QDebug> Debug>
     friend Debug operator<<(Debug debug, S const & text)
     {
@@ -296,11 +323,11 @@ class FixedText : public Record
     }
 
   protected:
-    /// Leaves the memory as it is: the strings' constructors fill it in.
+    /// Leaves the memory uninitialised; the constructors of the strings initialise it.
     FixedText() {}
 
-    /// Copies the length and all capacity + 1 units, the left-overs behind the terminator included;
-    /// memory between the two is not touched.
+    /// Copies the length and all capacity + 1 units, also those behind the terminator. A spare byte
+    /// between units and length stays unchanged.
     FixedText(FixedText const & other) : Record() { *this = other; }
     FixedText & operator=(FixedText const & other)
     {
@@ -324,7 +351,7 @@ class FixedText : public Record
         return setSize(n);
     }
 
-    /// How much of a text of n units fits behind the first `used` ones.
+    /// Returns how many of n units fit behind the first `used` ones.
     template <std::integral Count>
     static int fitting(Count n, int used = 0)
     {
@@ -332,7 +359,8 @@ class FixedText : public Record
         return static_cast<int>(std::cmp_less(n, room) ? static_cast<unsigned>(n) : room);
     }
 
-    /// Takes the text to which `copy(to, from, n)` brings n units or bytes.
+    /// Assigns n units or bytes, cut at the capacity, which `copy(to, from, n)` copies to the
+    /// string.
     template <typename From, std::integral Count, typename Copy>
     S & assign(From const * from, Count n, Copy copy)
     {
@@ -360,7 +388,7 @@ class FixedText : public Record
         return append(from, n, [](Unit * to, From const * text, int k) { copyUnits(to, text, k); });
     }
 
-    /// Order of the memory of this text and of n units, which may exceed the capacity.
+    /// Compares the memory of this text with n units, which may exceed the capacity.
     template <typename From>
     std::strong_ordering orderTo(From const * text, std::ptrdiff_t n) const
     {
@@ -371,8 +399,8 @@ class FixedText : public Record
 
     enum Side : bool { Start, End };
 
-    /// Whether a zero-terminated text, which is not empty, stands at an end of this one, ignoring
-    /// case.
+    /// Returns whether this text begins or ends with a zero-terminated text, ignoring case. False
+    /// for the empty one.
     template <typename From>
     bool hasAt(From const * text, Side side) const
     {
@@ -383,6 +411,8 @@ class FixedText : public Record
         return equalIgnoringCase(side == Start ? begin() : end() - count, text, count);
     }
 
+    /// Returns whether this text begins with a zero-terminated text, exactly. False when this text
+    /// is empty.
     template <typename From>
     bool hasAtStartExactly(From const * text) const
     {
@@ -419,22 +449,26 @@ concept FixedString = requires(S const & text)
     isFixedText(text);
 };
 
+/// A fixed-capacity 8-bit string.
 template <typename S>
 concept FixedString8 = FixedString<S> && sizeof(typename S::Unit) == 1;
 
-/// Two fixed strings of different types, the wider one first. C++ tries the other order by itself.
+/// Two fixed strings of different types, the wider unit first. The compiler derives the operators
+/// of the other order.
 template <typename A, typename B>
 concept DifferentFixedStrings = FixedString<A> && FixedString<B> && !std::same_as<A, B> &&
                                 sizeof(typename A::Unit) >= sizeof(typename B::Unit);
 
-/// Equality and order of strings of any two capacities, by the same rules as within one type: whole
-/// texts are compared, and bytes are Latin-1 beside units.
+/// Equality of strings of different types, by the rules within one type: both whole texts are
+/// compared, and a byte equals the unit of the same value (Latin-1).
 template <typename A, typename B>
 requires DifferentFixedStrings<A, B>
 bool operator==(A const & a, B const & b)
 {
     return a.size() == b.size() && equal(a.value, b.value, a.size());
 }
+/// Order of strings of different types, by the rules within one type: the memory over the shorter
+/// length, then the lengths.
 template <typename A, typename B>
 requires DifferentFixedStrings<A, B> std::strong_ordering operator<=>(A const & a, B const & b)
 {

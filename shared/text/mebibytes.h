@@ -3,23 +3,25 @@
 #include <algorithm>
 #include <cstdint>
 
+/// Conversions between bytes and MiB (2^20 bytes).
 namespace ox::text
 {
 
 inline constexpr std::int64_t mebibyte = 1024 * 1024; ///< in bytes
 
+/// Converts MiB to bytes.
 constexpr std::int64_t bytesOfMebibytes(std::int64_t count)
 {
     return count * mebibyte;
 }
 
-/// The MiB that are wholly filled.
+/// Converts bytes to MiB, rounded down.
 constexpr std::uint64_t wholeMebibytes(std::uint64_t bytes)
 {
     return bytes / mebibyte;
 }
 
-/// The same, but at most `most`.
+/// As above, limited to `most` MiB.
 constexpr int wholeMebibytes(std::uint64_t bytes, int most)
 {
     return static_cast<int>(std::min(wholeMebibytes(bytes), static_cast<std::uint64_t>(most)));

@@ -8,14 +8,16 @@
 namespace ox::text
 {
 
+/// The separator between the parts of a path on this system: "/" on Linux, "\" on Windows.
 inline constexpr QChar ownSeparator = QChar(char16_t{platform::ownSeparator});
 
-/// The name that a QString or a fixed string gives to the operating system.
+/// Converts a file name to the form that the operating system takes.
 inline platform::NativeName nativePath(QString const & name)
 {
     return platform::nativeName(viewOf(name));
 }
 
+/// As above, with a fixed string.
 template <typename S>
 platform::NativeName nativePath(S const & name)
 {

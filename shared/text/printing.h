@@ -14,18 +14,19 @@ class QDebug;
 namespace ox::text
 {
 
-/// Prints bytes unchanged, as a std::string_view is printed.
+/// Prints bytes unchanged, as operator<< prints a std::string_view.
 OX_EXPORT void printBytes(std::ostream & stream, std::string_view bytes);
 /// Prints a text as UTF-8.
 OX_EXPORT void printUtf8(std::ostream & stream, QString const & text);
 
-/// A type with a function `oxPrintedText` beside it, which returns its text for logs and messages.
-/// Such a type can be printed to a std::ostream and to a QDebug.
+/// A type that can be printed to a std::ostream and to a QDebug: one with a function
+/// `oxPrintedText` in its namespace, which returns its text for logs and messages.
 template <typename T>
 concept Printable = std::same_as<decltype(oxPrintedText(std::declval<T const &>())), QString>;
 
 } // namespace ox::text
 
+/// Prints a value as UTF-8.
 template <ox::text::Printable T>
 std::ostream & operator<<(std::ostream & stream, T const & value)
 {
@@ -33,6 +34,7 @@ std::ostream & operator<<(std::ostream & stream, T const & value)
     return stream;
 }
 
+/// As above, to a QDebug.
 template <std::same_as<QDebug> Debug, ox::text::Printable T>
 Debug operator<<(Debug debug, T const & value)
 {

@@ -8,28 +8,34 @@
 #include <type_traits>
 #include <utility>
 
-/// A growable list of wide strings in one block of memory: the fixed-layout alternative to
-/// QStringList. Lookups may ignore the case of ASCII letters.
+/// Growable list of wide strings in one block of memory, with a fixed layout. Searches can ignore
+/// the case of ASCII letters.
 ///
 ///     _oxStringList frames;
 ///     frames.append(name, true, false); // unless it is there, in any case
 ///     frames.sort(false);
 ///
-/// References to entries are valid until the list is changed. When memory is short, `append` and
-/// copying leave the list empty.
+/// References to entries are valid until the list changes.
+/// Fails: without memory `append` and copying leave the list empty.
 class OX_EXPORT _oxStringList
 {
   public:
+    /// Type of the entries.
     using Entry = _oxString<500>;
 
+    /// Creates an empty list, which has no memory.
     _oxStringList() = default;
+    /// Copies the other list, as copyFrom does.
     _oxStringList(_oxStringList const & other) { copyFrom(other); }
+    /// Takes the entries of the other list, which is empty afterwards.
     _oxStringList(_oxStringList && other) noexcept { swap(other); }
+    /// Copies the other list, as copyFrom does.
     _oxStringList & operator=(_oxStringList const & other)
     {
         copyFrom(other);
         return *this;
     }
+    /// Swaps the entries of both lists.
     _oxStringList & operator=(_oxStringList && other) noexcept
     {
         swap(other);
@@ -37,8 +43,9 @@ class OX_EXPORT _oxStringList
     }
     ~_oxStringList() { clear(); }
 
-    /// Takes a copy of the other's entries, byte for byte.
+    /// Replaces the entries by copies of the other list's entries, byte for byte.
     void copyFrom(_oxStringList const & other);
+    /// Swaps the entries of both lists without copying them.
     void swap(_oxStringList & other) noexcept
     {
         std::swap(count_, other.count_);
@@ -48,39 +55,47 @@ class OX_EXPORT _oxStringList
     /// Removes all entries and frees their memory.
     void clear();
 
+    /// Number of entries.
     int count() const { return count_; }
+    /// As count().
     int size() const { return count_; }
+    /// Returns whether the list has no entries.
     bool isEmpty() const { return count_ == 0; }
 
+    /// The first entry.
     Entry const * begin() const { return items_; }
+    /// The end of the entries.
     Entry const * end() const { return items_ + count_; }
 
-    /// The entry at i, which must be one of the list; any i gives the empty string in an empty
-    /// list.
+    /// Returns entry i, unchecked: i must be 0 to count() - 1. In an empty list any i gives the
+    /// empty string.
     Entry const & operator[](int i) const { return items_ ? items_[i] : emptyEntry(); }
-    /// The entry at i. Any other i is deliberately answered with the first entry: the farm's
-    /// applications show that one where a stored selection is out of date.
+    /// Returns entry i, or the first entry when i is out of range. An empty list gives the empty
+    /// string.
+    /// Compatibility: the farm's applications show the first entry when a stored selection is out
+    /// of date.
     Entry const & at(int const & i) const { return (*this)[i >= 0 && i < count_ ? i : 0]; }
-    /// The low bytes of the first 499 units of `at(i)`, zero-terminated, in a buffer of the list.
-    /// The next call overwrites them.
+    /// Returns the low bytes of the first 499 units of `at(i)`, zero-terminated, in a buffer of the
+    /// list. The next call overwrites the buffer.
     char const * atAsChar(int const & i) const;
 
-    /// Index of the first entry that equals s, or -1.
+    /// Returns the index of the first entry that equals s, or -1.
     int find(Entry const & s, bool const & caseSensitive) const;
 
-    /// Adds a copy of s at the end, with `unique` only when `find` does not find it. s may be an
-    /// entry of the list.
+    /// Appends a copy of s. With `unique` it appends nothing when `find` finds s. s may be an entry
+    /// of the list.
+    /// Fails: without memory the list is empty afterwards.
     void append(Entry const & s, bool const & unique, bool const & caseSensitive);
 
-    /// Sorts by `compare` of the entries, which ignores case; equal entries stay in their order,
-    /// also when `descending`. Needs 16 bytes an entry for a while; without them it sorts in place,
-    /// which takes longer.
+    /// Sorts the entries by _oxString::compare, which ignores case. Equal entries keep their order,
+    /// also when `descending`. The sort temporarily needs 16 bytes an entry. Without this memory it
+    /// sorts in place, which takes longer.
     ///
-    /// Compatibility: only the reserved words of the entries stay where they are, since they belong
-    /// to the place and not to the text.
+    /// Compatibility: the reserved words of the entries do not move, since they belong to the place
+    /// and not to the text.
     void sort(bool const & descending);
 
-    /// ("first", "second")
+    /// Returns the entries in the form ("first", "second"), for logs and messages.
     friend OX_EXPORT QString oxPrintedText(_oxStringList const & list);
 
   private:
@@ -90,11 +105,11 @@ class OX_EXPORT _oxStringList
     bool grow();
 
     std::int32_t count_ = 0;
-    Entry * items_ = nullptr; ///< null exactly when there are no entries
+    Entry * items_ = nullptr; ///< null if and only if the list is empty
     mutable char scratch_[501] = {};
 };
 
-/// The pointer is all that differs between the builds.
+/// Checks the memory layout. Only the size of the pointer differs between the builds.
 struct _oxStringList::Layout {
     static_assert(std::is_standard_layout_v<_oxStringList>);
     static_assert(offsetof(_oxStringList, count_) == 0);

@@ -8,12 +8,14 @@
 namespace ox::text
 {
 
+/// Returns a view of a QString. It is valid until the QString changes.
 inline std::u16string_view viewOf(QString const & text)
 {
     return {reinterpret_cast<char16_t const *>(text.utf16()),
             static_cast<std::size_t>(text.size())};
 }
 
+/// Copies UTF-16 into a QString. A byte order mark is kept.
 inline QString toQString(std::u16string_view text)
 {
     return QString(reinterpret_cast<QChar const *>(text.data()), static_cast<int>(text.size()));
