@@ -4,15 +4,16 @@
 
 #include <ctime>
 
-/// The texts of calendar fields in file names. They allocate nothing, so a crash can be named.
+/// Texts of local times for file names. These functions allocate no memory, so the crash handler
+/// can use them.
 namespace ox::time
 {
 
 using FileNameText = _oxString8_evenSize<50>;
 
-/// 1114_090507
+/// Returns month, day, hour, minute and second as 1114_090507.
 FileNameText fileNameText(std::tm const & fields);
-/// 261114_0905
+/// Returns the year of two digits, month, day, hour and minute as 261114_0905.
 FileNameText fileNameTextYearMinute(std::tm const & fields);
 
 } // namespace ox::time

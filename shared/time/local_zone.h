@@ -8,26 +8,28 @@
 namespace ox::time
 {
 
-/// The time zone, read beforehand: local times of a process in which the system cannot be asked any
-/// more, for its locks and its heap may be gone.
+/// Offsets of the local time zone, read in advance, so that a crashed process can compute local
+/// times without the operating system, whose locks and heap may be unusable.
 class LocalZone
 {
   public:
-    /// Reads the changes of the zone's offset from a year before a time to five years after it.
-    /// Beyond these the nearest known offset holds.
+    /// Reads the changes of the zone's offset from a year before `now` to five years after it.
+    /// `now` is in seconds since 1970 UTC. Before and after this period the nearest known offset
+    /// holds.
     void read(std::int64_t now);
 
-    /// The local date and time of day of a time; the other fields are 0. Takes no locks and
-    /// allocates nothing.
+    /// Returns the local date and time of day of a time in seconds since 1970 UTC; the other fields
+    /// are 0. Takes no locks and allocates no memory.
     std::tm fields(std::int64_t time) const;
 
   private:
     struct Change {
-        std::int64_t time;
-        std::int64_t offset; ///< local time minus UTC in seconds, from then on
+        std::int64_t time;   ///< first second with the offset, since 1970 UTC
+        std::int64_t offset; ///< local time minus UTC in seconds
     };
 
-    std::array<Change, 32> changes_{}; ///< in order; the first has no beginning
+    /// In ascending order. The offset of the first also holds before its time.
+    std::array<Change, 32> changes_{};
     std::size_t count_ = 1;
 };
 

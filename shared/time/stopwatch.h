@@ -9,9 +9,9 @@
 namespace ox::time
 {
 
-/// Milliseconds from one reading of the tick counter to another, also when the counter began again
-/// at 0 between them. Intervals of 2^31 ms (24.8 days) and more deliberately wrap to small values:
-/// the result is never negative.
+/// Returns the milliseconds from one reading of the tick counter to another, also when the counter
+/// restarted at 0 between them. Intervals of 2^31 ms (24.8 days) and more wrap to small values.
+/// Compatibility: callers rely on results that are never negative.
 constexpr int ticksBetween(std::uint32_t start, std::uint32_t now)
 {
     return static_cast<int>((now - start) & 0x7FFFFFFF);
@@ -19,9 +19,8 @@ constexpr int ticksBetween(std::uint32_t start, std::uint32_t now)
 
 } // namespace ox::time
 
-/// A stopwatch that counts milliseconds by the system's tick counter and runs from its
-/// construction. Setting the system's clock does not change it. The resolution is that of the
-/// counter: 1 ms on Linux, 10 to 16 ms on Windows.
+/// Stopwatch in milliseconds by the system's tick counter. Changes of the system's clock do not
+/// affect it. The resolution is 1 ms on Linux, 10 to 16 ms on Windows.
 ///
 ///     oxTimer timer;
 ///     copyFrames();
@@ -29,23 +28,26 @@ constexpr int ticksBetween(std::uint32_t start, std::uint32_t now)
 class OX_EXPORT oxTimer
 {
   public:
+    /// Starts from 0.
     oxTimer() { start(); }
 
-    /// Starts from 0.
+    /// Restarts from 0.
     void start();
 
-    /// Milliseconds since the start, as far as 31 bits hold them.
+    /// Returns the milliseconds since the last start, 0 to 2^31 - 1; longer times wrap around.
     int elapsed() const;
-    /// Returns the milliseconds since the start and starts from 0, with nothing lost between the
-    /// two.
+    /// Returns the milliseconds since the last start, and restarts from 0. No time between the two
+    /// steps is lost.
     int restart();
 
-    /// The same as texts: ".250s", "1.500s". Up to one second the seconds are left out.
+    /// Returns the time since the last start as ".250s" or "1.500s". A time of up to one second has
+    /// no seconds in front of the point.
     QString elapsedString() const;
+    /// As above, and restarts from 0.
     QString restartAndString();
 
-    std::uint32_t startTicks; ///< the tick counter at the last start
-    std::int32_t reserved;    ///< 0 from every start; never read
+    std::uint32_t startTicks; ///< the tick counter in ms at the last start
+    std::int32_t reserved;    ///< set to 0 by every start; never read
 };
 
 static_assert(sizeof(oxTimer) == 8);
