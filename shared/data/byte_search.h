@@ -13,24 +13,27 @@
 #include <emmintrin.h>
 #endif
 
-// A search looks at two bytes of the pattern only, the rarest by the look of them, at 64 positions
-// of the text at once, and compares the whole pattern where both stand. Where that happens often, a
-// byte that was found to differ takes the place of one of the two. A text that keeps matching
-// almost all the same is searched with a failure table, in linear time whatever the text, once the
-// comparisons have cost more than the way made.
+// Search for a byte pattern in a text.
+//
+// The search first looks for two bytes of the pattern, the rarest ones by a fixed table, at 64
+// positions of the text at a time. It compares the whole pattern where both occur. When this
+// happens often, a byte that differed replaces one of the two. When the comparisons cost more than
+// the distance covered, the search changes to the algorithm of Knuth, Morris and Pratt, whose time
+// is linear in every case.
 
 namespace ox::data
 {
 
 using Byte = unsigned char;
 
+/// Maps A to Z to lower case if the search ignores case.
 template <bool ignoreCase>
 constexpr Byte folded(Byte byte)
 {
     return ignoreCase ? text::toLower(byte) : byte;
 }
 
-/// How common each byte is in texts and records; 0 for the rare ones.
+/// Estimated frequency of each byte in texts and records: a rank, 0 for rare bytes.
 inline constexpr auto commonness = [] {
     using namespace std::string_view_literals;
     constexpr auto mostCommonFirst =
@@ -41,8 +44,8 @@ inline constexpr auto commonness = [] {
     return result;
 }();
 
-/// A byte of the pattern and its place there, looked for at sixteen positions of the text at once:
-/// bit i is set when it stands where the pattern at position text + i would have it.
+/// Looks for one byte of the pattern at sixteen positions of the text at once. Bit i of the result
+/// is set when the byte is where a match at position text + i needs it.
 template <bool ignoreCase>
 class Probe
 {
@@ -97,7 +100,7 @@ class Probe
 #endif
 };
 
-/// Bit i is set when both probes' bytes stand where they should at text + i, i below 64.
+/// Returns 64 bits. Bit i is set when both probes match at position text + i.
 template <class Probe>
 inline std::uint64_t candidates(Byte const * text, Probe const & first, Probe const & second)
 {
@@ -108,8 +111,8 @@ inline std::uint64_t candidates(Byte const * text, Probe const & first, Probe co
     return Probe::bits(a) | Probe::bits(b) << 16 | Probe::bits(c) << 32 | Probe::bits(d) << 48;
 }
 
-/// A pattern of at most `longestPattern` bytes that is looked for again and again, from left to
-/// right in one text: what a search learns about the two serves the next.
+/// Searches a text repeatedly from left to right for a pattern of at most `longestPattern` bytes.
+/// Each search uses what the previous ones measured.
 template <bool ignoreCase>
 class ByteSearch
 {
@@ -124,8 +127,8 @@ class ByteSearch
         secondProbe_ = length_ > 1 ? rarest(firstProbe_) : firstProbe_;
     }
 
-    /// The first position at or after from at which the text holds the pattern, or -1. A negative
-    /// from counts as 0; the empty pattern stands nowhere.
+    /// Returns the first position >= from of the pattern, or -1. A negative from counts as 0. The
+    /// empty pattern has no position.
     int find(std::span<char const> text, int from)
     {
         from = std::max(from, 0);
@@ -165,7 +168,8 @@ class ByteSearch
         return length;
     }
 
-    /// The first of the positions 0 to positions-1 at which the text holds the pattern, or -1.
+    /// Returns the first of the positions 0 to positions - 1 that match, or -1. Uses the two
+    /// probes.
     int findByProbes(Byte const * text, int positions)
     {
         Probe<ignoreCase> first = probe(firstProbe_);
@@ -203,7 +207,7 @@ class ByteSearch
         return -1;
     }
 
-    /// Of each prefix of the pattern: how long a shorter prefix it ends with.
+    /// Computes the failure function (KMP) of the pattern.
     void prepareLinearTime()
     {
         hasLinearTime_ = true;
@@ -216,7 +220,8 @@ class ByteSearch
         }
     }
 
-    /// The same of the positions from on, by Knuth, Morris and Pratt.
+    /// Returns the first of the positions from to positions - 1 that match, or -1. Uses the failure
+    /// function (KMP).
     int findInLinearTime(Byte const * text, int from, int positions) const
     {
         int const end = positions + length_ - 1;
@@ -231,14 +236,14 @@ class ByteSearch
     }
 
     int length_;
-    int firstProbe_; ///< places in the pattern of the bytes that are looked for first
-    int secondProbe_;
-    std::int64_t way_ = 0; ///< positions passed, and what was compared in vain on the way
-    std::int64_t compared_ = 0;
-    std::int64_t allowance_ = smallLoss;
+    int firstProbe_;            ///< index in the pattern of the byte that is looked for first
+    int secondProbe_;           ///< index in the pattern of the second byte that is looked for
+    std::int64_t way_ = 0;      ///< positions passed by all searches
+    std::int64_t compared_ = 0; ///< cost of comparisons that failed, in bytes
+    std::int64_t allowance_ = smallLoss; ///< cost at which the second probe changes, in bytes
     bool hasLinearTime_ = false;
     std::array<Byte, longestPattern> bytes_;
-    std::array<std::uint16_t, longestPattern> borders_; ///< set once there is linear time
+    std::array<std::uint16_t, longestPattern> borders_; ///< failure function, if hasLinearTime_
 };
 
 } // namespace ox::data

@@ -7,17 +7,16 @@
 #include <cstring>
 #include <limits>
 
-// What follows from a CRC's definition alone: its tables, and the computation by table that every
-// machine can do.
+// CRC definitions, their tables, and the table-driven computation that every machine supports.
 
 namespace ox::data
 {
 
 static_assert(std::endian::native == std::endian::little);
 
-/// The definition of a CRC. `polynomial` is in the usual notation (highest power left, the leading
-/// one left out) also for a reflected CRC, whose register holds the highest power in its lowest
-/// bit.
+/// Definition of a CRC. `polynomial` is in the usual notation: highest power left, without the
+/// leading one. A reflected CRC has the same notation, but its register holds the highest power in
+/// its lowest bit.
 template <class W, W polynomialBits, bool reflected>
 struct CrcDefinition {
     using Word = W;
@@ -29,6 +28,7 @@ using Crc16 = CrcDefinition<std::uint16_t, 0x1021, false>;
 using Crc32 = CrcDefinition<std::uint32_t, 0x04C11DB7, true>;
 using Crc64 = CrcDefinition<std::uint64_t, 0xAD93D23594C935A9, true>;
 
+/// Reverses the order of the bits.
 template <class Word>
 constexpr Word reflectBits(Word value)
 {
@@ -40,10 +40,11 @@ constexpr Word reflectBits(Word value)
     return reflected;
 }
 
-/// Entry [n][b] is the register that a zero register has after the byte b and n zero bytes.
+/// Tables of a CRC. Entry [n][b] is the value of a zero register after the byte b and n zero bytes.
 template <class Crc>
 using CrcTables = std::array<std::array<typename Crc::Word, 256>, 16>;
 
+/// Computes the tables of a CRC.
 template <class Crc>
 constexpr CrcTables<Crc> makeCrcTables()
 {
@@ -67,10 +68,12 @@ constexpr CrcTables<Crc> makeCrcTables()
     return tables;
 }
 
+/// The tables of a CRC, computed at compile time.
 template <class Crc>
 inline constexpr CrcTables<Crc> crcTables = makeCrcTables<Crc>();
 
-/// The register as it adds to the next bytes of the data, read as a little-endian word.
+/// Returns the register in the form in which it is XORed to the next bytes of the data, read as a
+/// little-endian word.
 template <class Crc>
 constexpr std::uint64_t asNextBytes(typename Crc::Word crc)
 {
@@ -84,7 +87,7 @@ constexpr std::uint64_t asNextBytes(typename Crc::Word crc)
     return bytes;
 }
 
-/// Advances the register over `length` bytes with nothing but tables, sixteen bytes at a time.
+/// Advances the register over `length` bytes with tables only, sixteen bytes at a time.
 template <class Crc>
 typename Crc::Word advanceCrcByTables(typename Crc::Word crc, unsigned char const * data,
                                       std::size_t length)

@@ -1,12 +1,11 @@
-// The folding kernel; one text for vectors of every width. crc_kernels.cpp includes it once for
-// each instruction set, within a namespace that has Vector and with the macro OX_TARGET. (A
-// function may use an instruction set only if it is itself compiled for it, and no template can
-// vary that.)
+// The folding kernel for vectors of any width. crc_kernels.cpp includes this file once for each
+// instruction set, in a namespace that has Vector and with the macro OX_TARGET. A template cannot
+// replace the repeated inclusion, since each function must be compiled for its instruction set.
 
-/// Shrinks whole vectors, at least one, to 128 bits with the same remainder as the data has with a
-/// register's worth of zero bits behind it. `nextBytes` is the register that the data continues, as
-/// asNextBytes() gives it. `isReversed` says that the first byte of a block holds its highest
-/// powers: the CRC is not a reflected one.
+/// Folds whole vectors, at least one, to 128 bits. The result has the same remainder as the data
+/// followed by as many zero bits as the register has. `nextBytes` is the register in the form of
+/// asNextBytes(). `isReversed` is true for a CRC that is not reflected: the first byte of a block
+/// then holds its highest powers.
 template <bool isReversed>
 __attribute__((always_inline)) OX_TARGET inline Block
 fold(FoldConstants const & constants, std::uint64_t nextBytes, unsigned char const * data,
@@ -59,6 +58,7 @@ fold(FoldConstants const & constants, std::uint64_t nextBytes, unsigned char con
     return Vector::sumOfBlocks(Vector::fold(x, behindEnd, Vector::withLowBits(0)));
 }
 
+/// Advances a CRC register over `length` bytes: by tables up to whole vectors, then by folding.
 template <class Crc>
 OX_TARGET typename Crc::Word advance(typename Crc::Word crc, unsigned char const * data,
                                      std::size_t length)

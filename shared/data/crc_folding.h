@@ -6,51 +6,52 @@
 
 #include "shared/data/crc.h"
 
-// What the folding kernels need to know of a CRC.
+// Constants of the folding kernels for a CRC.
 //
-// A kernel treats 16 bytes of the data as a polynomial of degree below 128, a block. Multiplying a
-// block by x^n modulo the CRC's polynomial makes it congruent to itself at a place n bits further
-// on, where it is added to the block that stands there; so any amount of data shrinks to one block
-// with the same CRC. The product takes two carry-less multiplications, one for each half of the
-// block.
+// A kernel treats 16 bytes of the data as a block: a polynomial of degree below 128. Multiplying a
+// block by x^n modulo the CRC's polynomial moves it n bits further on, where it is added to the
+// block at that place. Any amount of data therefore shrinks to one block with the same CRC. The
+// product takes two carry-less multiplications, one for each half of the block.
 //
-// One kernel serves every width: a CRC of W bits with the polynomial P is a CRC of 64 bits with the
-// polynomial P * x^(64-W), whose register is the narrow one at the place of the highest powers.
+// One kernel serves every width. A CRC of W bits with the polynomial P is a CRC of 64 bits with the
+// polynomial P * x^(64-W), whose register holds the narrow one at the highest powers.
 
 namespace ox::data
 {
 
-/// The factors for the two halves of a block; `low` is for the half in the low 64 bits.
+/// Factors for the two halves of a block. `low` multiplies the low 64 bits, `high` the high ones.
 struct FoldFactors {
     std::uint64_t low;
     std::uint64_t high;
 };
 
+/// Constants of the folding kernels for one CRC.
 struct FoldConstants {
     static constexpr std::size_t blocksInWidestVector = 4;
-    /// So many vectors are folded side by side: enough to keep the multiplier busy, and no more
-    /// than fit in sixteen registers.
+    /// Number of vectors that are folded in parallel. Six keep the multiplier busy and fit into
+    /// sixteen registers.
     static constexpr std::size_t chains = 6;
     static constexpr std::size_t longest = chains * blocksInWidestVector;
 
-    /// Entry [n] moves a block by n blocks.
+    /// Entry [n] moves a block by n blocks; entry [0] is unused.
     std::array<FoldFactors, longest + 1> byBlocks;
 
-    /// Move the blocks of the widest vector to half a block behind its end, where they are added.
+    /// Factors that move the blocks of the widest vector to half a block behind its end, where they
+    /// are added.
     std::array<FoldFactors, blocksInWidestVector> behindEnd;
 
-    /// Divide what stands there by the widened polynomial Q = x^64 + ...: a quotient x^128 / Q and
-    /// Q, each without one of its 65 coefficients: x^0 if reflected, else x^64.
+    /// Factors that divide the folded block by the widened polynomial Q = x^64 + ...: the quotient
+    /// x^128 / Q, and Q. Each omits one of its 65 coefficients: x^0 if reflected, else x^64.
     FoldFactors divisors;
 };
 
-/// The CRC's polynomial widened to 64 bits; bit i is the coefficient of x^i, that of x^64 is left
-/// out.
+/// The polynomial of a CRC widened to 64 bits. Bit i is the coefficient of x^i; that of x^64 is
+/// omitted.
 template <class Crc>
 inline constexpr std::uint64_t widePolynomial =
     std::uint64_t{Crc::polynomial} << (64 - 8 * sizeof(Crc::polynomial));
 
-/// x^n modulo the widened polynomial.
+/// Returns x^n modulo the widened polynomial.
 template <class Crc>
 constexpr std::uint64_t powerOfX(std::size_t n)
 {
@@ -60,7 +61,7 @@ constexpr std::uint64_t powerOfX(std::size_t n)
     return power;
 }
 
-/// The factors that move a block by n bits.
+/// Returns the factors that move a block by n bits.
 template <class Crc>
 constexpr FoldFactors factorsForBits(std::size_t n)
 {
@@ -72,6 +73,7 @@ constexpr FoldFactors factorsForBits(std::size_t n)
         return {powerOfX<Crc>(n), powerOfX<Crc>(n + 64)};
 }
 
+/// Computes FoldConstants::divisors of a CRC.
 template <class Crc>
 constexpr FoldFactors makeDivisors()
 {
@@ -89,6 +91,7 @@ constexpr FoldFactors makeDivisors()
         return {quotient, widePolynomial<Crc>};
 }
 
+/// Computes the folding constants of a CRC.
 template <class Crc>
 constexpr FoldConstants makeFoldConstants()
 {
@@ -104,6 +107,7 @@ constexpr FoldConstants makeFoldConstants()
     return constants;
 }
 
+/// The folding constants of a CRC, computed at compile time.
 template <class Crc>
 inline constexpr FoldConstants foldConstants = makeFoldConstants<Crc>();
 

@@ -8,21 +8,24 @@
 namespace ox::data
 {
 
-/// One way to advance a CRC register over `length` bytes. All ways give the same result.
+/// One implementation that advances a CRC register over `length` bytes. All implementations give
+/// the same result.
 template <class Crc>
 struct CrcKernel {
     using Word = typename Crc::Word;
 
     char const * name;
-    bool (*isSupported)(); ///< whether this processor and its operating system can do it
+    bool (*isSupported)(); ///< whether processor and operating system support it
     Word (*advance)(Word crc, unsigned char const * data, std::size_t length);
 };
 
-/// All ways that this build has, the fastest first. The last one is supported everywhere.
+/// Returns all implementations of this build, the fastest first. The last one is supported on every
+/// machine.
 template <class Crc>
 std::span<CrcKernel<Crc> const> crcKernels();
 
-/// Advances the register over `length` bytes in the fastest way that this machine can do.
+/// Advances a CRC register over `length` bytes with the fastest implementation that this machine
+/// supports.
 template <class Crc>
 typename Crc::Word advanceCrc(typename Crc::Word crc, unsigned char const * data,
                               std::size_t length);

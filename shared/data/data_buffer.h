@@ -13,273 +13,340 @@
 #include <span>
 #include <type_traits>
 
-/// A growable block of bytes with a small header, a CRC-32, compression, searches and files.
+/// Growable block of bytes with a small header, a CRC-32, compression, searches and files.
+/// docs/file_formats.md describes the files.
 ///
-/// An operation that can fail returns false (or a negative code) and leaves its reason in `error`;
-/// nothing throws. Content and capacity survive a failure, except when the system has no more
-/// memory: then there is no block left. Requests above `memoryLimitMB` are refused.
+/// Fails: a function returns false or a negative code and sets `error` to the code; nothing throws.
+/// A failure keeps content and capacity, except when memory is lacking: the buffer then has no
+/// block. A request above `memoryLimitMB` fails with an unchanged `error`, unless a function says
+/// otherwise.
 ///
-/// The header words may come from a file and are believed nowhere: whatever `size`, `dataOffset`
-/// and `sizeUncompressed` say, no operation reads or writes outside the block.
-///
-/// A buffer belongs to one thread at a time. Files are described in docs/file_formats.md.
+/// The header words may come from a file and are untrusted. No operation accesses memory outside
+/// the block, whatever `size`, `dataOffset` and `sizeUncompressed` contain.
+/// Threads: one thread at a time.
 class OX_EXPORT _OX_DataBuffer
 {
   public:
-    /// The eight 32-bit words from here to `isCompressed` are the header that stands in files.
-    std::int32_t headerValue0 = 0; ///< the caller's
-    std::int32_t size = 0;         ///< valid bytes; of compressed data, counted from `dataOffset`
-    std::int32_t sizeUncompressed = 0; ///< length before compression
-    std::int32_t dataOffset = 0;       ///< where the compressed data starts, or inflating goes on
-    std::uint32_t crc = 0;             ///< CRC-32 of the valid bytes, as of the last calcCRC()
-    std::int32_t headerValue1 = 0;     ///< the caller's
-    std::int32_t headerValue2 = 0;     ///< the caller's
+    /// The eight 32-bit words from `headerValue0` to `isCompressed` are the header of the files.
+    std::int32_t headerValue0 = 0; ///< free for the caller
+    std::int32_t size = 0;         ///< valid bytes; for compressed data counted from `dataOffset`
+    std::int32_t sizeUncompressed = 0; ///< length before compression, in bytes
+    std::int32_t dataOffset = 0; ///< offset of the compressed data, or of the next input to inflate
+    std::uint32_t crc = 0;       ///< CRC-32 of the valid bytes at the last calcCRC()
+    std::int32_t headerValue1 = 0; ///< free for the caller
+    std::int32_t headerValue2 = 0; ///< free for the caller
     std::int32_t isCompressed = 0; ///< 1 after compressing into this buffer, 0 after decompressing
 
-    std::int32_t sizeAllocated = 0; ///< capacity; the block has one spare byte more
+    std::int32_t sizeAllocated = 0; ///< capacity in bytes; the block has one byte more
     char * data = nullptr;          ///< the block (malloc, realloc, free), owned
-    std::int32_t error = 0;         ///< code of the last operation's failure, 0 if it succeeded
+    std::int32_t error = 0;         ///< error code of the last operation, 0 if it succeeded
 
-    /// The codes that `error` holds and the file functions return, beside zlib's.
+    /// Error codes in `error` and of the file functions, in addition to those of zlib.
     enum ErrorCode {
-        OutOfMemory = -100, ///< also for more than `memoryLimitMB`
-        NotOpened = -101,
-        WrongMagic = -102,
-        Corrupt = -103, ///< wrong CRC, no content, or a `size` that is none of the block
-        NotReadable = -104,
-        NotWritten = -105,
-        WrongLength = -106,
-        Missing = -107,
-        EndOfFile = -1000,
-        FileError = EndOfFile - 1, ///< the system reports a failed read
+        OutOfMemory = -100,        ///< no memory, or a file larger than `memoryLimitMB`
+        NotOpened = -101,          ///< the file cannot be opened
+        WrongMagic = -102,         ///< the file does not begin with its magic
+        Corrupt = -103,            ///< wrong CRC, no content, or a `size` beyond the block
+        NotReadable = -104,        ///< a gzip file cannot be opened
+        NotWritten = -105,         ///< the file cannot be written completely
+        WrongLength = -106,        ///< the content does not have the expected length
+        Missing = -107,            ///< the file does not exist
+        EndOfFile = -1000,         ///< the file ends too early
+        FileError = EndOfFile - 1, ///< the system failed to read
     };
 
-    /// The largest block that an operation allocates by itself, in MiB.
+    /// Largest block that an operation allocates on its own, in MiB.
     static constexpr int memoryLimitMB = 768;
 
+    /// Creates an empty buffer without a block.
     _OX_DataBuffer() = default;
+    /// Frees the block.
     ~_OX_DataBuffer();
     _OX_DataBuffer(_OX_DataBuffer const &) = delete;
     _OX_DataBuffer & operator=(_OX_DataBuffer const &) = delete;
 
     // Memory
 
-    /// Gives room for newSize bytes whose old content need not survive. A block that is large
-    /// enough stays as it is; a new one is zero-filled. `size` does not change. Fails with `error`
-    /// as it was when newSize is negative or above maxMB MiB, and with OutOfMemory, and no block,
-    /// without memory.
+    /// Ensures a capacity of newSize bytes without keeping the content. A block that is large
+    /// enough stays unchanged; a new block is zero-filled. `size` does not change.
+    /// Fails: with unchanged `error` when newSize is negative or above maxMB MiB; with OutOfMemory,
+    /// and without a block, when memory is lacking.
     bool newsize(int newSize, int maxMB);
 
-    /// Gives room for newSize bytes and keeps the content. A block that is large enough stays as it
-    /// is; growth is to exactly newSize, and the bytes gained are zero only if there was no block.
-    /// `size` does not change. A size above maxMB MiB changes nothing, not even `error`; without
-    /// memory it fails with OutOfMemory, and no block.
+    /// Ensures a capacity of newSize bytes and keeps the content. A block that is large enough
+    /// stays unchanged. Growth is to exactly newSize; the new bytes are zero only if there was no
+    /// block. `size` does not change.
+    /// Fails: with unchanged `error` above maxMB MiB; with OutOfMemory, and without a block, when
+    /// memory is lacking.
     bool resize(int newSize, int maxMB);
 
-    /// Zeroes the whole block.
+    /// Sets all bytes of the block to 0.
     void fillZero();
 
-    /// Adds len bytes behind the valid ones; fewer than 1 is nothing to do. `src` lies outside the
-    /// block. Fails as resize() does, and with Corrupt when `src` is null or `size` is no size of
-    /// this block.
+    /// Appends len bytes to the valid ones; a len below 1 has no effect. `src` must not lie in the
+    /// block.
+    /// Fails: with Corrupt when `src` is null or `size` is negative or beyond the block; otherwise
+    /// as resize() with `memoryLimitMB`.
     bool append(char * src, int const & len);
 
-    /// Copies len bytes to the start of the block, which grows if need be. `size` is the caller's
-    /// to set. Fails as resize() does, and with Corrupt when `src` is null.
+    /// Copies len bytes to the start of the block, which grows if necessary; a len below 1 has no
+    /// effect. `size` does not change: the caller sets it.
+    /// Fails: with Corrupt when `src` is null; otherwise as resize() with `memoryLimitMB`.
     bool copyFromBuffer(char const * src, int const & len);
 
-    /// Copies len bytes from the start of the block, valid or not, as far as the block goes.
+    /// Copies len bytes, at most `sizeAllocated`, from the start of the block to `dest`, whether
+    /// they are valid or not.
     void copyToBuffer(char * dest, int const & len) const;
 
     /// Sets `crc` to the CRC-32 of the first `size` bytes.
     void calcCRC();
 
-    /// The text of `error`, or of any code. That of NotOpened ends with the system's last error.
+    /// Returns the text of `error`. For NotOpened it ends with the text of the system's last error.
     _oxString8_evenSize<150> errorString() const;
+    /// As above, for any error code.
     static _oxString8_evenSize<150> errorString(int const & code);
 
     // Search
 
-    /// The first position at or after from where the pattern stands in the first `size` bytes, or
-    /// -1. An empty pattern is found nowhere; a negative from counts as 0.
+    /// Returns the first position >= from of the pattern in the first `size` bytes, exactly, or -1.
+    /// The empty pattern has no position. A negative from counts as 0.
     int indexOf(_oxString8_evenSize<250> const & pattern, int from) const;
 
-    /// The same, with ASCII letters matching in either case.
+    /// Returns the first position >= from of the pattern in the first `size` bytes, ignoring the
+    /// case of ASCII letters, or -1. The empty pattern has no position. A negative from counts as
+    /// 0.
     int indexOfIgnCase(_oxString8_evenSize<250> const & pattern, int from) const;
 
-    // Compression of a whole block, as a zlib stream
+    // Compression of a whole block to a zlib stream
 
-    /// Compresses srcLen bytes into this buffer behind offset bytes that are left for the caller.
-    /// Sets `size` to the compressed length (without the offset), `sizeUncompressed`, `dataOffset`
-    /// and `isCompressed`. Fails as resize() does, or with zlib's code in `error`.
+    /// Compresses srcLen bytes into this buffer. The compressed data begins behind `offset` bytes,
+    /// which are free for the caller. Sets `size` to the compressed length without `offset`, and
+    /// `sizeUncompressed`, `dataOffset` and `isCompressed`.
+    /// Fails: with zlib's code; as resize() with `memoryLimitMB`, but with `error` 0 above the
+    /// limit.
     bool compressFromB(char const * src, int const & srcLen, int const & offset);
 
-    /// Compresses the valid bytes of another buffer. Fails as well with Corrupt when its `size` is
-    /// no size of its block.
+    /// As above, with the valid bytes of another buffer.
+    /// Fails: also with Corrupt when the `size` of `src` is negative or beyond its block.
     bool compressFrom(_OX_DataBuffer & src, int const & offset);
 
-    /// Decompresses the `size` bytes at `dataOffset` (set to *offset first, if given) into exactly
-    /// destLen bytes and returns their number. Returns the error's code, also in `error`,
-    /// otherwise: zlib's, or WrongLength when the result is not both destLen and
-    /// `sizeUncompressed` long.
+    /// Decompresses the `size` bytes at `dataOffset` into exactly destLen bytes. Sets `dataOffset`
+    /// to *offset first, if given. Returns destLen.
+    /// Fails: returns the code, also in `error`: zlib's code, or WrongLength when the result does
+    /// not have both destLen and `sizeUncompressed` bytes.
     int decompressToB(char * dest, int const & destLen, int const * offset);
 
-    /// Decompresses into another buffer and sets its `size` to the length or the error's code; true
-    /// when the length is above 0. `error` here (not in dest) tells why not: as for
-    /// decompressToB(), OutOfMemory without memory. The block of dest must not be larger than
-    /// `sizeUncompressed`, or the result is WrongLength.
+    /// Decompresses into another buffer and sets its `size` to the length, or to the code of the
+    /// error. Returns whether the length is above 0. `offset` as in decompressToB().
+    /// Fails: with the code in `error` of this buffer, not of `dest`: OutOfMemory when memory is
+    /// lacking, otherwise as decompressToB().
+    /// Compatibility: an existing block of `dest` that is larger than `sizeUncompressed` gives
+    /// WrongLength, as the applications expect.
     bool decompressTo(_OX_DataBuffer & dest, int const * offset);
 
-    // Compression piece by piece, through the caller's z_stream
+    // Compression in pieces, with the caller's z_stream
 
     /// Begins a compressed stream in a block of initialSize bytes.
+    /// Fails: as newsize() with `memoryLimitMB`; with zlib's code.
     bool chunkzipStart(z_stream & zs, int initialSize);
 
-    /// Compresses len bytes more, and closes the stream when they are the last. The block grows by
-    /// one half, once in a call, if it has not room for twice the input or gets full. False when it
-    /// cannot grow, when that is not enough (-5), or when zlib refuses (its code in `error`).
+    /// Compresses len more bytes, and ends the stream if they are the last.
+    /// Fails: with Z_BUF_ERROR (-5) when the block is full and has already grown; otherwise with
+    /// zlib's code, or as resize() with `memoryLimitMB`.
+    /// Compatibility: the block grows by one half, at most once per call, when twice the input does
+    /// not fit or the block is full. The applications rely on this growth.
     bool chunkzipAdd(z_stream & zs, unsigned char * in, int len, bool last);
 
-    /// Releases what zlib holds; always true.
+    /// Releases zlib's memory of the compression. Always returns true.
     bool chunkzipFinish(z_stream & zs);
 
-    /// Begins inflating at the start of the block.
+    /// Begins decompression at the start of the block.
+    /// Fails: with zlib's code.
     bool chunkUnzipStart(z_stream & zs);
 
-    /// Inflates up to outLen bytes; zs.avail_out is what was left of them. `dataOffset` moves on to
-    /// the input that is still to come. False when there is none, or with zlib's code in `error`
-    /// when it is damaged; then the stream is already released, except for code -2.
+    /// Decompresses up to outLen bytes. zs.avail_out is the number of bytes still free.
+    /// `dataOffset` becomes the offset of the next input. Returns false when there is no more
+    /// input, with unchanged `error`.
+    /// Fails: with zlib's code when the data is damaged. The stream is then already released,
+    /// except with Z_STREAM_ERROR (-2).
     bool chunkUnzipGet(z_stream & zs, unsigned char * out, int outLen);
 
-    /// Releases what zlib holds; always true.
+    /// Releases zlib's memory of the decompression. Always returns true.
     bool chunkUnzipFinish(z_stream & zs);
 
-    // Files from and to the caller's memory. They return 0 or an error code.
+    // Files from and to the caller's memory. The functions return 0 or an error code.
     //
-    // A name is given as a QString, whose letters all reach the system, as a record, or as any
-    // other type of text that names a file: a literal, a fixed string of another capacity,
-    // std::string. Opening never waits: a folder and a named pipe are not opened.
+    // A file name is a QString, a record, or any other type of text that names a file: a literal, a
+    // fixed string of another capacity, std::string. Opening never waits: a folder and a named pipe
+    // are not opened.
     //
     // After NotOpened, NotReadable, NotWritten, zlib's -1 and a code below EndOfFile the thread's
-    // last error is the system's reason (oxLastOSError). The other codes describe the content,
-    // OutOfMemory the memory.
+    // last error is the system's reason (oxLastOSError). The other codes describe the content or,
+    // with OutOfMemory, the memory.
     //
-    // The forms with two blocks write or read a magic if asked, then block1, then block2 unless it
-    // is null. Saving a length that is negative, or a null block that is not empty, gives
-    // NotWritten and leaves the file alone.
+    // Functions with two blocks write or read a magic of 4 bytes if `withMagic`, then block1, then
+    // block2 unless it is null. Saving with a negative length, or with a null block whose length is
+    // not 0, gives NotWritten and leaves the file unchanged.
 
-    /// Plain file. Fails: NotOpened; NotWritten, also when a part of it was written.
+    /// Saves two blocks as a plain file.
+    /// Fails: NotOpened; NotWritten, also when a part of the file was written.
     static int saveToFile(_oxString8_evenSize<500> file, bool const & withMagic,
                           char * const block1, int const & len1, char * const block2,
                           int const & len2);
+    /// As above, with the name as a QString.
     static int saveToFile(QString const & file, bool const & withMagic, char * const block1,
                           int const & len1, char * const block2, int const & len2);
 
-    /// Plain file. What follows the blocks is ignored. Fails: NotOpened, WrongMagic; EndOfFile when
-    /// it ends early; a code below EndOfFile when it cannot be read.
+    /// Loads two blocks from a plain file. Bytes behind the blocks are ignored.
+    /// Fails: NotOpened; WrongMagic; EndOfFile when the file ends early; a code below EndOfFile
+    /// when reading fails.
     static int loadFromFile(_oxString8_evenSize<500> file, bool const & withMagic,
                             char * const block1, int const & len1, char * const block2,
                             int const & len2);
+    /// As above, with the name as a QString.
     static int loadFromFile(QString const & file, bool const & withMagic, char * const block1,
                             int const & len1, char * const block2, int const & len2);
 
-    /// Gzip file. Fails: NotOpened; zlib's code when not written whole.
+    /// Saves two blocks as a gzip file.
+    /// Fails: NotOpened; zlib's code when the file is not written completely.
     static int saveToFileCompressed(_oxString8_evenSize<500> file, bool const & withMagic,
                                     char * const block1, int const & len1, char * const block2,
                                     int const & len2);
+    /// As above, with the name as a QString.
     static int saveToFileCompressed(QString const & file, bool const & withMagic,
                                     char * const block1, int const & len1, char * const block2,
                                     int const & len2);
 
-    /// Gzip file. Fails: NotReadable when it cannot be opened; WrongMagic; zlib's code when it is
-    /// damaged or cut short. A whole stream that merely holds too few bytes gives 0: the farm's
-    /// readers rely on it to read records that older applications wrote shorter.
+    /// Loads two blocks from a gzip file.
+    /// Fails: NotReadable when the file cannot be opened; WrongMagic; zlib's code when the file is
+    /// damaged or cut short.
+    /// Compatibility: a complete stream with too few bytes gives 0, since the farm reads records
+    /// that older applications wrote shorter.
     static int loadFromFileCompressed(_oxString8_evenSize<500> file, bool const & withMagic,
                                       char * const block1, int const & len1, char * const block2,
                                       int const & len2);
+    /// As above, with the name as a QString.
     static int loadFromFileCompressed(QString const & file, bool const & withMagic,
                                       char * const block1, int const & len1, char * const block2,
                                       int const & len2);
 
-    /// Gzip file of the bytes alone. Fails: NotReadable when it cannot be opened for writing;
-    /// zlib's code when not written whole.
+    /// Saves len bytes as a gzip file without magic and header.
+    /// Fails: NotReadable when the file cannot be opened; zlib's code when it is not written
+    /// completely.
+    /// Compatibility: the applications expect NotReadable, and not NotOpened, for a gzip file
+    /// without magic.
     static int saveGzipFile(_oxString8_evenSize<500> const & file, char const * data,
                             int const & len);
+    /// As above, with the name as a QString.
     static int saveGzipFile(QString const & file, char const * data, int const & len);
 
-    /// Up to len bytes of a gzip file, with exact neither more nor fewer. Fails: NotReadable when
-    /// it cannot be opened; WrongLength; zlib's code when it is damaged or cut short.
+    /// Loads up to len bytes from a gzip file. With `exact` the file must contain exactly len
+    /// bytes.
+    /// Fails: NotReadable when the file cannot be opened; WrongLength; zlib's code when it is
+    /// damaged or cut short.
     static int loadGzipFile(_oxString8_evenSize<500> const & file, char * dest,
                             unsigned int const & len, bool const & exact);
+    /// As above, with the name as a QString.
     static int loadGzipFile(QString const & file, char * dest, unsigned int const & len,
                             bool const & exact);
 
-    /// Compressed buffer file of len bytes, with a header that tells their length and nothing else.
+    /// Saves len bytes as a compressed buffer file. Its header contains only their length.
+    /// Fails: as saveToFileCompressed().
     static int saveToFileCompressedHeader(_oxString8_evenSize<500> const & file, char * data,
                                           int const & len);
+    /// As above, with the name as a QString.
     static int saveToFileCompressedHeader(QString const & file, char * data, int const & len);
 
-    /// The first len bytes of a compressed buffer file, which must hold as many. A missing file is
-    /// 0.
+    /// Loads len bytes from a compressed buffer file, which must contain at least as many. A
+    /// missing file gives 0 and loads nothing.
+    /// Fails: as loadFromFileCompressed().
     static int loadFromFileCompressedHeader(_oxString8_evenSize<500> const & file, char * dest,
                                             int const & len);
+    /// As above, with the name as a QString.
     static int loadFromFileCompressedHeader(QString const & file, char * dest, int const & len);
 
-    /// Buffer file of the compressed bytes. A failure to write the file is not reported.
+    /// Compresses len bytes and saves them as a buffer file.
+    /// Fails: as compressFromB().
+    /// Compatibility: a failure to write the file is not reported. Its content can be made again,
+    /// and a share that is not writable must not stop the applications.
     static int compressNSaveToFile(_oxString8_evenSize<500> const & file, char * data,
                                    int const & len);
+    /// As above, with the name as a QString.
     static int compressNSaveToFile(QString const & file, char * data, int const & len);
 
-    /// Reads what compressNSaveToFile() wrote; it must have been len bytes, or the result is
-    /// WrongLength.
+    /// Loads and decompresses len bytes from a file of compressNSaveToFile().
+    /// Fails: as loadFromFile() with a header; WrongLength when the file contains a different
+    /// number of bytes; zlib's code when the data is damaged.
     static int compressNLoadFromFile(_oxString8_evenSize<500> const & file, char * dest,
                                      int const & len, bool const & exact);
+    /// As above, with the name as a QString.
     static int compressNLoadFromFile(QString const & file, char * dest, int const & len,
                                      bool const & exact);
 
-    // Files from and to this buffer. A failed load leaves what it read so far, in the header too.
+    // Files from and to this buffer. A failed load keeps what it has read so far, also in the
+    // header.
 
-    /// Plain file of the `size` bytes, with magic, header and fresh CRC in front if asked. Codes of
-    /// the static form; NotWritten, with the file left alone, if `size` is no size of this block.
+    /// Saves the `size` bytes as a plain file. Computes `crc`; with `withHeader` writes magic and
+    /// header before the bytes.
+    /// Fails: with the codes of the static function; with NotWritten, and an unchanged file, when
+    /// `size` is negative or beyond the block.
     bool saveToFile(_oxString8_evenSize<500> const & file, bool const & withHeader);
+    /// As above, with the name as a QString.
     bool saveToFile(QString const & file, bool const & withHeader);
 
-    /// Plain file, whole. Fails: Missing; Corrupt when the CRC is wrong or nothing is behind the
-    /// header; OutOfMemory when it is too large; otherwise as the static form.
+    /// Loads a whole plain file and sets `size`. With `withHeader` the file begins with magic and
+    /// header, and its CRC is checked.
+    /// Fails: Missing; Corrupt when the CRC is wrong or the file has no content; OutOfMemory when
+    /// it is too large; otherwise with the codes of the static function.
     bool loadFromFile(_oxString8_evenSize<500> const & file, bool withHeader);
+    /// As above, with the name as a QString.
     bool loadFromFile(QString const & file, bool withHeader);
 
-    /// Compressed buffer file with the header as it stands (`crc` is not computed). Codes as for
-    /// saveToFile().
+    /// Saves the `size` bytes as a compressed buffer file with the current header; does not compute
+    /// `crc`.
+    /// Fails: NotOpened; zlib's code when the file is not written completely; NotWritten, with an
+    /// unchanged file, when `size` is negative or beyond the block.
     bool saveToFileCompressed(_oxString8_evenSize<500> const & file);
+    /// As above, with the name as a QString.
     bool saveToFileCompressed(QString const & file);
 
-    /// Compressed buffer file. With growToFit the block grows as the data comes, and data that is
-    /// too large fails with OutOfMemory. Without, it must hold at least `sizeAllocated` bytes, and
-    /// when it holds more `size` stays 0 and the result is true. A missing file is true with
-    /// nothing loaded.
+    /// Loads a compressed buffer file and sets `size`. With `growToFit` the block grows with the
+    /// data. Without it the file must contain at least `sizeAllocated` bytes; with more than that
+    /// `size` becomes 0 and the result is true. A missing file gives true and loads nothing.
+    /// Fails: NotReadable when the file cannot be opened; WrongMagic; OutOfMemory when the data is
+    /// too large; zlib's code when the file is damaged or cut short; false with `error` 0 when a
+    /// complete stream has too few bytes.
+    /// Compatibility: settings and caches are kept in these files, so a missing file counts as an
+    /// empty one.
     bool loadFromFileCompressed(_oxString8_evenSize<500> const & file, bool growToFit);
+    /// As above, with the name as a QString.
     bool loadFromFileCompressed(QString const & file, bool growToFit);
 
-    /// Gzip file, whole, in steps of chunk bytes. Fails: NotReadable when it cannot be opened;
-    /// OutOfMemory when it is too large; zlib's code when it is damaged or cut short.
+    /// Loads a whole gzip file without header; the block grows in steps of `chunk` bytes. Sets
+    /// `size`.
+    /// Fails: NotReadable when the file cannot be opened; OutOfMemory when it is too large; zlib's
+    /// code when it is damaged or cut short.
     bool loadGzipFile(_oxString8_evenSize<500> const & file, unsigned int const & chunk);
+    /// As above, with the name as a QString.
     bool loadGzipFile(QString const & file, unsigned int const & chunk);
 
-    // The forms for the other types.
+    // As the functions above, with a file name of any other type of text.
 
+    /// Saves two blocks as a plain file; a name of any type of text.
     template <ox::text::FileName Name>
     static int saveToFile(Name const & file, bool const & withMagic, char * const block1,
                           int const & len1, char * const block2, int const & len2)
     {
         return saveToFile(ox::text::fileNameText(file), withMagic, block1, len1, block2, len2);
     }
+    /// Loads two blocks from a plain file; a name of any type of text.
     template <ox::text::FileName Name>
     static int loadFromFile(Name const & file, bool const & withMagic, char * const block1,
                             int const & len1, char * const block2, int const & len2)
     {
         return loadFromFile(ox::text::fileNameText(file), withMagic, block1, len1, block2, len2);
     }
+    /// Saves two blocks as a gzip file; a name of any type of text.
     template <ox::text::FileName Name>
     static int saveToFileCompressed(Name const & file, bool const & withMagic, char * const block1,
                                     int const & len1, char * const block2, int const & len2)
@@ -287,6 +354,7 @@ class OX_EXPORT _OX_DataBuffer
         return saveToFileCompressed(ox::text::fileNameText(file), withMagic, block1, len1, block2,
                                     len2);
     }
+    /// Loads two blocks from a gzip file; a name of any type of text.
     template <ox::text::FileName Name>
     static int loadFromFileCompressed(Name const & file, bool const & withMagic,
                                       char * const block1, int const & len1, char * const block2,
@@ -295,58 +363,70 @@ class OX_EXPORT _OX_DataBuffer
         return loadFromFileCompressed(ox::text::fileNameText(file), withMagic, block1, len1, block2,
                                       len2);
     }
+    /// Saves len bytes as a gzip file; a name of any type of text.
     template <ox::text::FileName Name>
     static int saveGzipFile(Name const & file, char const * data, int const & len)
     {
         return saveGzipFile(ox::text::fileNameText(file), data, len);
     }
+    /// Loads up to len bytes from a gzip file; a name of any type of text.
     template <ox::text::FileName Name>
     static int loadGzipFile(Name const & file, char * dest, unsigned int const & len,
                             bool const & exact)
     {
         return loadGzipFile(ox::text::fileNameText(file), dest, len, exact);
     }
+    /// Saves len bytes as a compressed buffer file; a name of any type of text.
     template <ox::text::FileName Name>
     static int saveToFileCompressedHeader(Name const & file, char * data, int const & len)
     {
         return saveToFileCompressedHeader(ox::text::fileNameText(file), data, len);
     }
+    /// Loads len bytes from a compressed buffer file; a name of any type of text.
     template <ox::text::FileName Name>
     static int loadFromFileCompressedHeader(Name const & file, char * dest, int const & len)
     {
         return loadFromFileCompressedHeader(ox::text::fileNameText(file), dest, len);
     }
+    /// Compresses len bytes and saves them as a buffer file; a name of any type of text.
     template <ox::text::FileName Name>
     static int compressNSaveToFile(Name const & file, char * data, int const & len)
     {
         return compressNSaveToFile(ox::text::fileNameText(file), data, len);
     }
+    /// Loads and decompresses len bytes from a file of compressNSaveToFile(); a name of any type of
+    /// text.
     template <ox::text::FileName Name>
     static int compressNLoadFromFile(Name const & file, char * dest, int const & len,
                                      bool const & exact)
     {
         return compressNLoadFromFile(ox::text::fileNameText(file), dest, len, exact);
     }
+    /// Saves the `size` bytes as a plain file; a name of any type of text.
     template <ox::text::FileName Name>
     bool saveToFile(Name const & file, bool const & withHeader)
     {
         return saveToFile(ox::text::fileNameText(file), withHeader);
     }
+    /// Loads a whole plain file; a name of any type of text.
     template <ox::text::FileName Name>
     bool loadFromFile(Name const & file, bool withHeader)
     {
         return loadFromFile(ox::text::fileNameText(file), withHeader);
     }
+    /// Saves the `size` bytes as a compressed buffer file; a name of any type of text.
     template <ox::text::FileName Name>
     bool saveToFileCompressed(Name const & file)
     {
         return saveToFileCompressed(ox::text::fileNameText(file));
     }
+    /// Loads a compressed buffer file; a name of any type of text.
     template <ox::text::FileName Name>
     bool loadFromFileCompressed(Name const & file, bool growToFit)
     {
         return loadFromFileCompressed(ox::text::fileNameText(file), growToFit);
     }
+    /// Loads a whole gzip file; a name of any type of text.
     template <ox::text::FileName Name>
     bool loadGzipFile(Name const & file, unsigned int const & chunk)
     {
@@ -354,12 +434,14 @@ class OX_EXPORT _OX_DataBuffer
     }
 
   private:
-    /// resize() to a size that may be more than an int holds.
+    /// As resize(), with a size that may exceed the range of int; false above `memoryLimitMB`.
     bool makeRoom(std::int64_t bytes);
-    /// The part of the block from offset on, of at most length bytes, that there really is.
+    /// Returns the part of the block that begins at `offset` and has up to `length` bytes, limited
+    /// to the block.
     std::span<char const> bytesAt(int offset, int length) const;
-    /// Whether `size` counts bytes that there really are.
+    /// Returns whether `size` is between 0 and the capacity of the block.
     bool hasTrueSize() const;
+    /// Sets `error`; returns false.
     bool fail(int code);
 };
 
@@ -376,5 +458,5 @@ static_assert(offsetof(_OX_DataBuffer, sizeAllocated) == 32);
 static_assert(offsetof(_OX_DataBuffer, data) == (sizeof(void *) == 8 ? 40 : 36));
 static_assert(offsetof(_OX_DataBuffer, error) == offsetof(_OX_DataBuffer, data) + sizeof(void *));
 
-/// The text of a zlib code; that of -1 ends with the system's last error.
+/// Returns the text of a zlib error code. For -1 it ends with the text of the system's last error.
 OX_EXPORT QString oxConvertZLibError(int & code);

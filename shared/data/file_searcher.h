@@ -8,87 +8,98 @@
 #include <cstdint>
 #include <string_view>
 
-/// Finds and replaces text in a file that is loaded whole.
+/// Finds and replaces text in a file that is loaded into memory.
 ///
 ///     _oxFileSearcher file;
 ///     if (file.load(name) && file.replaceAll(oldServer, newServer) > 0)
 ///         file.save(QString());
 ///
-/// Texts are bytes. What fails returns false, -1 or 0 and leaves the content as it was, a failed
-/// load() aside. The fields are there to be read. A searcher belongs to one thread at a time.
+/// Texts are bytes. The data members are read-only for callers.
+/// Fails: a function returns false, -1 or 0 and leaves the content unchanged. Only load() can leave
+/// the searcher empty.
+/// Threads: one thread at a time.
 class OX_EXPORT _oxFileSearcher
 {
   public:
+    /// Largest file that load() accepts, in bytes: 512 MiB.
     static constexpr std::int32_t largestFile = 512 << 20;
-    /// What a new block holds more than there is to keep, so that edits need no other.
+    /// Spare capacity of a new block in bytes (512 KiB), so that small edits need no reallocation.
     static constexpr std::int32_t headroom = 512 << 10;
 
     char * data = nullptr;          ///< the file's bytes (new[]), owned
     QString fileName;               ///< the file last loaded, or saved under a new name
-    std::int32_t capacity = 0;      ///< bytes usable in data; the block has 10 more
-    std::int32_t spareCapacity = 0; ///< the same of spare
-    std::int32_t size = 0;          ///< valid bytes in data
-    char * spare = nullptr;         ///< the block that a change of size moves to (new[]), owned
+    std::int32_t capacity = 0;      ///< usable bytes of `data`; the block has 10 more
+    std::int32_t spareCapacity = 0; ///< usable bytes of `spare`
+    std::int32_t size = 0;          ///< valid bytes of `data`
+    char * spare = nullptr;         ///< block for the content after a change of size (new[]), owned
 
+    /// Creates an empty searcher without memory.
     _oxFileSearcher() = default;
     ~_oxFileSearcher();
     _oxFileSearcher(_oxFileSearcher const &) = delete;
     _oxFileSearcher & operator=(_oxFileSearcher const &) = delete;
 
-    /// Frees both blocks and empties the searcher; only the name stays.
+    /// Frees both blocks and sets the sizes to 0. `fileName` stays unchanged.
     void freeBuffer();
 
-    /// Loads a file of at most 512 MiB. When it cannot be opened all stays as it was. When it
-    /// cannot be read whole, or there is no memory for it, the searcher is empty and nothing can be
-    /// saved under the name of before.
+    /// Loads a file of at most `largestFile` bytes.
+    /// Fails: when the file is too large, a folder or cannot be opened, the searcher stays
+    /// unchanged. When the file cannot be read completely or memory is lacking, the searcher is
+    /// empty, and save() then fails.
     bool load(QString const & file);
 
-    /// Writes the content over a file, or the one last loaded when the name is empty; the name is
-    /// kept also when that fails. Nothing is written when there is no content. A failure on the
-    /// way, as on a full disk, leaves the file cut short.
+    /// Writes the content to a file, or to `fileName` when `file` is empty. A given name replaces
+    /// `fileName`, even if the call fails.
+    /// Fails: without content nothing is written. An error during the write, such as a full disk,
+    /// leaves the file cut short.
     bool save(QString const & file);
 
-    /// The first position at or after from where the pattern stands, or -1. An empty pattern is
-    /// found nowhere; a negative from counts as 0.
+    /// Returns the first position >= from of the pattern, exactly, or -1. The empty pattern has no
+    /// position. A negative from counts as 0.
     template <int N>
     int indexOf(_oxString8_evenSize<N> const & pattern, int from) const
     {
         return find(textOf(pattern), from);
     }
 
-    /// The same, with ASCII letters matching in either case.
+    /// Returns the first position >= from of the pattern, ignoring the case of ASCII letters, or
+    /// -1. The empty pattern has no position. A negative from counts as 0.
     template <int N>
     int indexOfIgnCase(_oxString8_evenSize<N> const & pattern, int from) const
     {
         return findIgnoringCase(textOf(pattern), from);
     }
 
-    /// Opens a gap of delta bytes at pos, to be filled by the caller, or removes -delta bytes from
-    /// there. Fails when the bytes to remove reach the last one, when pos is no position, when the
-    /// gap is larger than both the headroom and the spare block, and without memory.
+    /// Inserts delta uninitialised bytes at pos, 0 to `size`, or removes -delta bytes there.
+    /// Fails: when pos is out of range, the removed bytes include the last one, memory is lacking,
+    /// or delta exceeds both `headroom` and the spare block.
     bool changeDataSize(int pos, int delta);
 
-    /// Inserts a text at a position of the content, which its end deliberately is not: a file keeps
-    /// its last byte, which usually ends its last line.
+    /// Inserts a text at pos, 0 to `size` - 1.
+    /// Fails: as changeDataSize().
+    /// Compatibility: nothing can be inserted at the end, so that a file keeps its last byte, which
+    /// usually ends its last line.
     template <int N>
     bool insert(int pos, _oxString8_evenSize<N> const & text)
     {
         return insertText(pos, textOf(text));
     }
 
-    /// Puts a text in the place of oldLen bytes. The bytes must not reach the last one, as for
-    /// insert(). A negative oldLen overwrites what is there, and what would lie behind the end is
-    /// cut off.
+    /// Replaces oldLen bytes at pos by a text. A negative oldLen overwrites the existing bytes and
+    /// cuts what exceeds the end.
+    /// Fails: when pos is out of range or the replaced bytes include the last one; otherwise as
+    /// changeDataSize().
     template <int N>
     bool replace(int pos, _oxString8_evenSize<N> const & text, int oldLen)
     {
         return replaceText(pos, textOf(text), oldLen);
     }
 
-    /// Replaces all occurrences, ASCII letters matching in either case, from left to right and not
-    /// within what it inserted. Returns their number: deliberately with one that touches the last
-    /// byte, which stays as replace() leaves it. Takes one pass over the content. 0 as well, and
-    /// nothing replaced, when the result has no place in memory or 2 GiB.
+    /// Replaces all occurrences of `search`, ignoring the case of ASCII letters, and returns their
+    /// number. Works from left to right in one pass; inserted text is not searched.
+    /// Fails: returns 0 and replaces nothing when memory is lacking or the result exceeds 2 GiB.
+    /// Compatibility: an occurrence that includes the last byte is counted but not replaced, since
+    /// replace() never changes the last byte.
     template <int N>
     int replaceAll(_oxString8_evenSize<N> const & search,
                    _oxString8_evenSize<N> const & replacement)
@@ -96,13 +107,14 @@ class OX_EXPORT _oxFileSearcher
         return replaceEach(textOf(search), textOf(replacement));
     }
 
-    /// replaceAll() for content in UTF-16LE, whose texts are given in Latin-1: the first 250
-    /// characters of each. The bytes are searched, whatever the place at which a character begins.
+    /// Replaces all occurrences in UTF-16LE content, as replaceAll() does. `search` and
+    /// `replacement` are Latin-1; only their first 250 characters count. The search compares bytes,
+    /// so an occurrence can begin inside a character.
     int replaceAll_unicode(_oxString8_evenSize<500> const & search,
                            _oxString8_evenSize<500> const & replacement);
 
-    /// Loads a file, replaces all and saves it if there was something to replace; returns the
-    /// number. 0 when it cannot be loaded; whether it could be saved is not told.
+    /// Loads a file, replaces all occurrences and saves the file if one was found. Returns the
+    /// number of occurrences, or 0 when the file cannot be loaded. A failed save is not reported.
     template <int N>
     int replaceAll(QString const & file, _oxString8_evenSize<N> const & search,
                    _oxString8_evenSize<N> const & replacement)
@@ -110,7 +122,7 @@ class OX_EXPORT _oxFileSearcher
         return replaceInFile(file, textOf(search), textOf(replacement));
     }
 
-    /// The same with what converts to such texts.
+    /// As above, with texts that convert to strings of capacity 250.
     int replaceAll(QString const & file, _oxString8_evenSize<250> const & search,
                    _oxString8_evenSize<250> const & replacement)
     {
