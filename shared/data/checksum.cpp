@@ -13,9 +13,10 @@ using namespace ox::data;
 namespace
 {
 
-// The process-wide table of the 32-bit checksum. That it is zero until it is built is deliberate:
-// the wrong result of oxCRCPartial() before that is a definite one. Once it is built the faster
-// kernels do the work, with constants of their own.
+// The process-wide table of the 32-bit checksum. Once it is built, the faster kernels compute the
+// checksum with constants of their own.
+// Compatibility: the table is zero until it is built, so that oxCRCPartial() always gives the same
+// wrong result before.
 std::atomic<std::uint32_t> crc32Table[256];
 std::atomic<unsigned char> crc32TableIsBuilt;
 

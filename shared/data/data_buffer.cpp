@@ -185,7 +185,7 @@ _oxString8_evenSize<150> _OX_DataBuffer::errorString(int const & code)
     case EndOfFile:
         return "File error: End of file reached!";
     case Z_ERRNO:
-        // Deliberate: the farm's logs show zlib's system errors under the text of stream errors.
+        // Compatibility: the farm's logs show zlib's system errors under the text of stream errors.
         return zlibText(Z_STREAM_ERROR);
     default:
         if (code < EndOfFile)
@@ -248,7 +248,7 @@ bool _OX_DataBuffer::decompressTo(_OX_DataBuffer & dest, int const * offset)
         return fail(Z_STREAM_ERROR);
     if (!dest.newsize(sizeUncompressed, memoryLimitMB))
         return fail(OutOfMemory);
-    // Deliberate: a block of dest that was larger before is offered whole, and so gives
+    // Compatibility: a block of dest that is larger than necessary is used as a whole, which gives
     // WrongLength.
     dest.size = decompressToB(dest.data, dest.sizeAllocated, offset);
     dest.isCompressed = 0;

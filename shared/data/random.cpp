@@ -14,8 +14,8 @@ constexpr std::string_view digits = "1234567890";
 
 float oxRand(unsigned int & seed)
 {
-    // Schrage's way to compute 16807 * seed modulo 2^31 - 1 in 32 bits. That 0 counts as negative
-    // is deliberate: the farm's seed 0 is followed by 0x7FFFFFFF.
+    // Schrage's way to compute 16807 * seed modulo 2^31 - 1 in 32 bits.
+    // Compatibility: 0 counts as negative, since 0x7FFFFFFF follows the farm's seed 0.
     unsigned int next = 16807u * (seed % 127773u) - 2836u * (seed / 127773u);
     if (static_cast<std::int32_t>(next) <= 0)
         next += 0x7FFFFFFFu;
@@ -25,7 +25,7 @@ float oxRand(unsigned int & seed)
 
 unsigned int oxRandCalc(unsigned char const * data, unsigned int const & len)
 {
-    // That the first byte weighs nothing is deliberate: stored seeds were derived so.
+    // Compatibility: the first byte has the weight 0, since stored seeds were derived this way.
     unsigned int seed = 0;
     for (unsigned int i = 0; i < len; ++i)
         seed += data[i] * i;
