@@ -174,7 +174,7 @@ class Sync
     {
         UnfinishedCopy copy(target);
         Progress const progress(QStringLiteral("Synchronising %1").arg(target));
-        // The library takes relative paths and names of one or two letters for drives and roots.
+        // The library treats relative paths and names of one or two letters as drives and roots.
         bool const succeeded = updateFullPath(fullPath(source), fullPath(target), errors, info);
         copy.finish();
         return succeeded;

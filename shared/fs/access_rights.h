@@ -5,26 +5,31 @@
 
 #include <QString>
 
-/// Rights for everybody, on files and folders that all users of the farm's machines share. They are
-/// added to those there are: owner, group and others where the system has such modes, an entry for
-/// everybody in the access list on Windows. A null pointer, an empty path and one of more than 500
-/// characters give false; so does a failure, with the system's last error set. A QString may be
-/// longer.
+/// Grants everybody rights on files and folders that all users of the farm share.
+///
+/// The functions add rights to the existing ones: for owner, group and others on Linux, by an entry
+/// for everybody in the access list on Windows. The result is whether this succeeded.
+/// Fails: a `char const *` path that is null, empty or longer than 500 bytes; otherwise with the
+/// system's last error set.
 
-/// Lets everybody read and fill a folder. With `inherit`, what is put into it later gets the same
-/// rights, where the system knows such a thing; so does, on Windows, what is in it already and
-/// inherits from it.
+/// Grants everybody the rights to read a folder and to create files in it. With `inherit` files and
+/// folders that are created in it later get the same rights, where the system supports this. On
+/// Windows this includes existing entries that inherit their rights.
 OX_EXPORT bool oxSetFolderRights_ReadWriteAll(char const * path, bool inherit);
+/// As above, with a QString of any length.
 OX_EXPORT bool oxSetFolderRights_ReadWriteAll(QString const & path, bool inherit);
+/// As above, with a path of any other type of text.
 template <ox::text::FileNameObject Path>
 bool oxSetFolderRights_ReadWriteAll(Path const & path, bool inherit)
 {
     return oxSetFolderRights_ReadWriteAll(ox::text::fileNameText(path), inherit);
 }
 
-/// Lets everybody read, write and execute a file.
+/// Grants everybody the rights to read, write and execute a file.
 OX_EXPORT bool oxSetFileRights_ReadWriteExecuteAll(char const * path);
+/// As above, with a QString of any length.
 OX_EXPORT bool oxSetFileRights_ReadWriteExecuteAll(QString const & path);
+/// As above, with a path of any other type of text.
 template <ox::text::FileNameObject Path>
 bool oxSetFileRights_ReadWriteExecuteAll(Path const & path)
 {

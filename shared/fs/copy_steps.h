@@ -10,31 +10,35 @@
 namespace ox::fs
 {
 
-/// Bytes of a piece of a copy by pieces.
+/// Size of a piece in bytes: 1 MiB.
 inline constexpr std::size_t copyPiece = 0x100000;
 
-/// Null when there is not enough memory.
+/// Allocates `size` bytes; null without memory.
 std::unique_ptr<char[]> allocatePiece(std::size_t size);
 
-/// Empty, or the sentence of oxLastOSError for the error, which becomes the thread's last one.
+/// Returns the empty text for success. For an error it returns the text of oxLastOSError and makes
+/// it the thread's last error.
 QString systemText(platform::Result<> const & result);
 
-/// The texts of shared/fs/copy.h.
+/// Returns "No memory left."
 QString noMemory();
+/// Returns "Unable to open input file."
 QString sourceNotOpened();
+/// Returns "Unable to open output file."
 QString targetNotOpened();
 
-/// What a read or write that fails does to a copy by pieces: nothing, or it ends the copy.
+/// How a copy by pieces handles a failed write: it continues, or it ends.
 enum class Faults { Ignored, End };
 
-/// Copies in pieces, through memory of copyPiece bytes, with a pause after each. Sets endsEmpty, if
-/// given, by the last piece. Fails when a fault ended the copy.
+/// Copies in pieces through `piece`, which has copyPiece bytes, and sleeps pauseMs milliseconds
+/// after each. Sets endsEmpty, if given, for the last piece.
+/// Fails: when a read fails, or a write with Faults::End.
 platform::Result<> copyPieces(platform::OpenFile & from, platform::OpenFile & to, char * piece,
                               int pauseMs, bool * endsEmpty, Faults faults);
 
-/// Makes a created file a whole copy of another, with its last-write time, ready to be put in its
-/// place: by the system, or by pieces when pauseMs is not negative. Every fault is a failure, and
-/// so is a copy that is shorter than its source. Returns the failure's text.
+/// Copies a whole file with its last-write time into a new file, which is then ready for
+/// NewFile::putInPlace: by the system, or in pieces when pauseMs is not negative. Returns the text
+/// of the failure. A copy that is shorter than its source is a failure, too.
 QString copyWhole(platform::NativeName const & from, platform::NewFile & to, int pauseMs,
                   bool * endsEmpty);
 

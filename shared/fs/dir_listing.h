@@ -15,7 +15,7 @@ namespace ox::platform
 class FolderWalk;
 }
 
-/// The entries of one folder, without those of its subfolders:
+/// Lists the entries of one folder, without those of its subfolders:
 ///
 ///     oxDirListing listing;
 ///     listing.addEndsWithFilter(QStringLiteral(".exr"));
@@ -23,70 +23,76 @@ class FolderWalk;
 ///     while (listing.nextFile())
 ///         use(listing.dirFileName(), listing.fileTime());
 ///
-/// A listing walks the folder as it is asked, or reads all of it into memory first, so that a
-/// folder on a slow share is walked once and its entries can be looked at for as long as one likes.
-/// The names cost the share no question an entry; size and time are asked for at most once an
-/// entry, and only when they are wanted.
+/// A listing reads the folder entry by entry, or all of it into memory first, so that a folder on a
+/// slow share is read once. Names need no round trip per entry. Size and time need at most one per
+/// entry, made when they are first used.
 ///
-/// Links are followed, as everywhere in the library: a link to a folder is a folder, and a link
-/// that leads nowhere is a file with the time of the link. On Linux a name that is not UTF-8 has
-/// the lone surrogate U+DC00 + byte for each byte that is none; the library's functions find the
-/// file under that name.
+/// Links are followed, as everywhere in the library. A link to a folder is a folder. A link without
+/// a target is a file with the time of the link. On Linux each byte of a name that is not UTF-8
+/// becomes the lone surrogate U+DC00 + byte; the library's functions find the file under that name.
 class OX_EXPORT oxDirListing
 {
   public:
+    /// Creates a listing without entries.
     oxDirListing();
+    /// Closes the listing.
     ~oxDirListing();
     oxDirListing(oxDirListing const &) = delete;
     oxDirListing & operator=(oxDirListing const &) = delete;
 
-    /// Begins a listing, in place of the one before; the filters stay. `path`, with the separators
-    /// of any system, is
+    /// Starts a listing, which replaces the previous one; the filters stay. `path` may have the
+    /// separators of any system. It is
     /// - a folder, with or without a separator at its end;
     /// - a file, which is then the only entry;
-    /// - a pattern that ends with `*`: `C:\out\shot_*`. `*` stands for any characters, `?` for one,
-    ///   or for none before a dot or the end; `.*` also fits names without a dot. Letters fit in
-    ///   any case on Windows and in their own case on Linux, where files differ in it.
-    /// An empty path, and a folder that cannot be read, has no entries.
+    /// - a pattern that ends with `*`: `C:\out\shot_*`. `*` matches any characters. `?` matches one
+    ///   character, or none before a dot or the end. `.*` also matches names without a dot. Case is
+    ///   ignored on Windows and matters on Linux.
     ///
-    /// With includeDirs folders are entries as well, but never "." and "..". With readIntoMemory
-    /// all entries that the filters accept are read at once, and with sortByName sorted by the
-    /// UTF-16 units of their names, so that "B" comes before "a". `reserved` has no effect; the
-    /// farm's applications pass it.
+    /// With includeDirs folders are entries, too, except "." and "..". With readIntoMemory all
+    /// entries that pass the filters are read at once. With sortByName entries in memory are sorted
+    /// by the UTF-16 units of their names, so "B" precedes "a". `reserved` has no effect.
+    /// Fails: an empty path and an unreadable folder have no entries; error() returns the reason
+    /// for the latter.
     void init(QString path, bool const & includeDirs, bool const & readIntoMemory,
               bool const & sortByName, bool const & reserved);
 
-    /// Accepts only files with one of the endings added, in any case of their letters. Folders are
-    /// not filtered. Takes effect from the next entry on; a listing in memory was filtered by init.
+    /// Adds an ending that file names must have, ignoring case. A name needs one of the added
+    /// endings. Folders are not filtered. The filter applies to the entries after the current one;
+    /// for a listing in memory add it before init().
     void addEndsWithFilter(QString const & ending);
 
-    /// Moves to the next entry, which is the first one after init. False at the end.
+    /// Moves to the next entry, the first one after init(). Returns false at the end.
     bool nextFile();
 
-    // The current entry. Where there is none, before the first and after the last, the name is
-    // empty, size and time are 0, and it is no folder. A listing in memory stays on its last entry
-    // at the end, deliberately: its callers ask for the last name after the loop.
+    // The current entry. Before the first entry and after the last one the name is empty, size and
+    // time are 0, and isDir() is false.
+    // Compatibility: at its end a listing in memory stays on its last entry, since callers read the
+    // last name after the loop.
 
-    /// Without the folder.
+    /// Name without the folder.
     QString fileName() const;
+    /// As above, into `name`.
     void fileName(QString & name) const;
-    /// The folder, with its separator, and the name.
+    /// Name with its folder.
     QString dirFileName() const;
-    /// In bytes; 0 for a folder.
+    /// Size in bytes; 0 for a folder.
     __int64 fileSize() const;
+    /// As above, into `size`.
     void fileSize(__int64 & size) const;
-    /// The last write, as oxFileExists gives it.
+    /// Time of the last write, equal to that of oxFileExists.
     _oxTime fileTime() const;
+    /// As above, into `time`.
     void fileTime(_oxTime & time) const;
+    /// Whether the entry is a folder.
     bool isDir() const;
-    /// "d" for a folder, " " for a file.
+    /// Type of the entry in the form of access rights: "d" for a folder, " " for a file.
     QString lxAccessrights() const;
 
-    /// The system's error that ended the listing early, for oxLastOSError; 0 when there was none.
-    /// Without it an unreadable folder looks like an empty one.
+    /// Returns the system's error code that ended the listing early, or 0. It distinguishes an
+    /// unreadable folder from an empty one.
     int error() const { return error_; }
 
-    /// Ends the listing. The current entry of a listing in memory stays.
+    /// Ends the listing. A listing in memory keeps its current entry.
     void close();
 
   private:
@@ -107,7 +113,7 @@ class OX_EXPORT oxDirListing
     bool active_ = false;
     bool fromMemory_ = false;
     bool includeDirs_ = false;
-    bool hasEntry_ = false; ///< the walk stands on one
+    bool hasEntry_ = false; ///< whether walk_ has a current entry
     QString folder_;
     std::vector<QString> endings_;
     std::vector<Row> rows_;

@@ -8,47 +8,57 @@
 
 #include <functional>
 
-/// Deleting what is in a folder. The folder itself stays, as does everything outside of it: a link
-/// or junction is deleted and never followed, also when it takes the place of a folder while the
-/// deleting is on its way, and what is mounted inside is left alone and reported. Refused are an
-/// empty path, the root of a drive, of a share or of a mounted file system, and a link in place of
-/// the folder. What cannot be deleted is reported, and the rest deleted.
+/// Deletes the content of a folder. The folder itself stays, and nothing outside of it changes.
+///
+/// Links and junctions are deleted and never followed, even if one replaces a folder during the
+/// call. A file system that is mounted inside stays and is reported on Linux. On Windows the mount
+/// point is deleted like a link; the content of the mounted volume stays. What cannot be deleted is
+/// reported, and the rest is deleted.
+///
+/// Fails: an empty path, a link, and the root of a drive, of a share or of a mounted file system
+/// are refused.
 
 /// How a folder is emptied.
 struct _oxEmptyFolderOptions {
-    /// Also empties the subfolders and deletes those that end up empty. Otherwise they stay.
+    /// Also empties subfolders and deletes those that become empty. Without it subfolders stay.
     bool recursive = false;
-    /// Seconds. What was written later than this long ago stays; 0 or less means that nothing does.
+    /// Minimum age in seconds since the last write: younger entries stay. 0 or less deletes entries
+    /// of any age.
     int minAge = 0;
-    /// Names, without folders, in any case of their letters. Files and folders of such a name stay,
-    /// wherever they are, with all that is in them.
+    /// Names without folders, ignoring case. Files and folders with one of these names stay at
+    /// every level, with all their content.
     QStringList skip;
-    /// Deletes nothing, but reports everything as if it had.
+    /// Dry run: deletes nothing, and reports as if everything had been deleted.
     bool rehearse = false;
-    /// Asked before each entry: true ends it all.
+    /// Called before each entry; true ends the call. May be empty.
     std::function<bool()> stop;
-    /// Told of each entry by its path and, when it could not be deleted, why: "Unable to delete
-    /// file ..., " or "Error deleting folder ..., " and the system's message.
+    /// Called after each entry with its path and an empty `failure`, or the reason why it was not
+    /// deleted: "Unable to delete file ..., " or "Error deleting folder ..., " and the system's
+    /// message. May be empty.
     std::function<void(QString const & path, QString const & failure)> tell;
 };
 
+/// What oxEmptyFolder has done.
 struct _oxEmptyFolderResult {
-    int count = 0;     ///< of the files, links and folders deleted
-    __int64 bytes = 0; ///< the size of the files deleted
-    int failures = 0;  ///< how much could not be deleted
-    bool done = false; ///< the folder could be read, and `stop` was never true
-    QString lastError; ///< the text of the last failure
+    int count = 0;     ///< number of deleted files, links and folders
+    __int64 bytes = 0; ///< size of the deleted files in bytes
+    int failures = 0;  ///< number of entries that could not be deleted
+    bool done = false; ///< true if the folder was readable and `stop` never returned true
+    QString lastError; ///< text of the last failure
 };
 
+/// Deletes the content of a folder as the options say, and returns what was done.
 OX_EXPORT _oxEmptyFolderResult oxEmptyFolder(QString const & folder,
                                              _oxEmptyFolderOptions const & options);
 
-/// The same for the farm's applications. True when all is deleted that was to be; with ignoreErrors
-/// also when some of it could not be, but never when the folder could not be emptied at all.
+/// As above, with the parameters of the farm's applications. Returns whether everything was
+/// deleted. With ignoreErrors it also returns true when some entries could not be deleted, but not
+/// when the folder could not be read.
 ///
-/// Any pointer may be null; the others are always set. `messages` gets lines: first the folder with
-/// those of the options "-rec", "-ign" and "-del" and the age that are in force ("C:\tmp -rec -del
-/// 3600"), then each failure. The rest is as in _oxEmptyFolderOptions and _oxEmptyFolderResult.
+/// `recursive`, `minAge` (seconds) and `skip` are those of _oxEmptyFolderOptions; `count`, `bytes`
+/// and `lastError` receive the values of _oxEmptyFolderResult. Any pointer may be null. `messages`
+/// receives lines: the folder with the options in force ("C:\tmp -rec -ign -del 3600"), then each
+/// failure.
 OX_EXPORT bool oxEmptyFolder(QString const & folder, bool const & recursive,
                              bool const & ignoreErrors, int const & minAge,
                              QStringList const * const skip, QString * messages, int * count,

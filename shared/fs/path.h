@@ -7,97 +7,117 @@
 
 #include <QString>
 
-/// Paths as text. The farm's machines run different systems and hand each other paths inside job
-/// and configuration data; these functions convert, split, test and clean them. None touches the
-/// disk, none fails, each returns a new text.
+/// Converts, splits, tests and cleans paths as text. The farm's machines run different systems and
+/// exchange paths in job and configuration data. The functions do not access the disk and do not
+/// fail; each returns a new text.
 ///
-/// A "PD path" is a path with the separators of whatever system wrote it. A folder name returned
-/// here ends with its separator; an empty one means that the path has no folder part.
+/// A "PD path" is a path with the separators of any system. A folder name that a function returns
+/// ends with a separator; the empty text means that the path has no folder part.
 ///
-/// Two rules hold where nothing else is said:
-/// - A separator or a dot splits a path only at a position greater than 1. This is deliberate: a
-///   leading "/", the "\\" of a share and the dot of a hidden file never split.
-/// - "AutoPD" functions take "/" as the separator when the path holds one, else "\". Functions of
-///   fixed strings take "\" when the text holds one, else the running system's separator.
+/// Two rules hold unless a function says otherwise:
+/// - "AutoPD" functions use "/" as the separator when the path contains one, else "\". Functions of
+///   fixed strings use "\" when the text contains one, else this system's separator.
+/// - A separator or a dot splits a path only at a position greater than 1.
+/// Compatibility: a leading "/", the "\\" of a share and the dot of a hidden file therefore never
+/// split.
 
-/// The path with the separators of a system: "/" for Linux and Mac, "\" for every other value.
+/// Returns the path with the separators of a system: "/" for Linux and Mac, "\" for every other
+/// value.
 OX_EXPORT QString oxConvertPDToOS(QString const & path, _oxOS os);
-/// The path with the separators of the running system.
+/// Returns the path with this system's separators.
 OX_EXPORT QString oxConvertPDToOS(QString const & path);
+/// As above, with a wide path of capacity 500.
 OX_EXPORT _oxString<500> oxConvertPDToOS(_oxString<500> const & path);
+/// As above, with a wide path of capacity 250.
 OX_EXPORT _oxString<250> oxConvertPDToOS(_oxString<250> const & path);
 
-/// The extension with its dot: ".exr" of "a\shot.exr". A path whose last dot does not split is
-/// returned whole, deliberately: callers compare the result with the extensions they know.
+/// Returns the extension with its dot: ".exr" for "a\shot.exr".
+/// Compatibility: a path without a dot behind its first two characters is returned whole, since
+/// callers compare the result with the extensions they know.
 OX_EXPORT QString oxGetFileNameExtention(QString path);
 
-/// The text behind the last separator, or the whole path when no separator splits it.
+/// Returns the text behind the last separator, or the whole path when it has none behind its
+/// first two characters.
 OX_EXPORT QString oxGetFileName(QString path, unsigned short separator);
+/// As above, with the separator "/" when the path contains one, else "\".
 OX_EXPORT QString oxGetFileNameAutoPD(QString path);
-/// The text behind the last separator wherever that stands (the first two positions split here,
-/// unlike above), cut at 100 characters.
+/// Returns the text behind the last separator, at any position, cut at 100 characters. The
+/// separator is "\" when the path contains one, else this system's.
 OX_EXPORT _oxString8_evenSize<100> oxGetFileName(_oxString8_evenSize<500> const & path);
+/// As above, with an 8-bit path of capacity 250.
 OX_EXPORT _oxString8_evenSize<100> oxGetFileName(_oxString8_evenSize<250> const & path);
+/// As above, with an 8-bit path of capacity 200.
 OX_EXPORT _oxString8_evenSize<100> oxGetFileName(_oxString8_evenSize<200> const & path);
+/// As above, with a wide path of capacity 250.
 OX_EXPORT _oxString<100> oxGetFileName(_oxString<250> const & path);
+/// As above, with a wide path of capacity 500.
 OX_EXPORT _oxString<100> oxGetFileName(_oxString<500> const & path);
 
-/// The file name without its extension: "shot" of "a\shot.exr".
+/// Returns the file name without its extension: "shot" for "a\shot.exr".
 OX_EXPORT QString oxGetFileNameBase(QString path, unsigned short separator);
 
-/// The folder that holds what the path names: `C:\a\` of `C:\a\b.exr` and of `C:\a\b\`.
-/// A share is its own folder: `\\srv\share\` of `\\srv\share\x`, `\\srv\share\` and `\\srv\share`.
-/// A path of one or two characters is returned unchanged, one without a splitting separator gives
-/// the empty text.
+/// Returns the folder that contains the path's last part: `C:\a\` for `C:\a\b.exr` and for
+/// `C:\a\b\`. A share contains itself: `\\srv\share\` for `\\srv\share\x`, `\\srv\share\` and
+/// `\\srv\share`. A path of one or two characters is returned unchanged. A path without a
+/// separator between its second and its last character gives the empty text.
 OX_EXPORT QString oxGetDirName(QString path, unsigned short separator);
+/// As above, with the separator "/" when the path contains one, else "\".
 OX_EXPORT QString oxGetDirNameAutoPD(QString path);
+/// As above, with an 8-bit path of capacity 200. The separator is "\" when the path contains one,
+/// else this system's.
 OX_EXPORT _oxString8_evenSize<200> oxGetDirName(_oxString8_evenSize<200> const & path);
+/// As above, with an 8-bit path of capacity 250.
 OX_EXPORT _oxString8_evenSize<250> oxGetDirName(_oxString8_evenSize<250> const & path);
+/// As above, with an 8-bit path of capacity 500.
 OX_EXPORT _oxString8_evenSize<500> oxGetDirName(_oxString8_evenSize<500> const & path);
+/// As above, with a wide path of capacity 250.
 OX_EXPORT _oxString<250> oxGetDirName(_oxString<250> const & path);
+/// As above, with a wide path of capacity 500.
 OX_EXPORT _oxString<500> oxGetDirName(_oxString<500> const & path);
 
-/// The name with a text put in front of its extension: "a_x.exr" of "a.exr" and "_x". A name
-/// without an extension gets the text at its end. Folders are told apart as fixed strings do it.
+/// Returns the name with a text inserted before its extension: "a_x.exr" for "a.exr" and "_x". The
+/// text is appended to a name without an extension. The separator of folders is "\" when the name
+/// contains one, else this system's.
 OX_EXPORT QString oxAddStringToFileName(QString name, QString const & add);
 
-/// Whether a path is relative in the farm's sense. Absolute are only paths that begin with "\",
-/// with a drive ("C:\") or with "<Database>" in any case. Everything else is relative, deliberately
-/// also
-/// "/usr/x", and so is every path of one or two characters.
+/// Returns whether a path is relative by the farm's rules. Absolute paths begin with "\", with a
+/// drive ("C:\") or with "<Database>", ignoring case. Every other path is relative, and every path
+/// of one or two characters.
+/// Compatibility: "/usr/x" is relative, since these rules are those of the farm's Windows paths.
 OX_EXPORT bool isRelativePath(QString path);
 
-/// Whether a path names the root of a drive or share. Paths of up to three characters are roots. Of
-/// the others those are that have at most two parts behind the first two characters, so that
-/// `\\srv\share\dir\` counts as a root as well and `\\srv\share\dir\x` does not; a longer drive
-/// path never is one.
+/// Returns whether a path is the root of a drive or share. A path of up to three characters is a
+/// root; a longer one with a drive is not. Any other path is a root if it has at most three parts
+/// behind its first two characters: `\\srv\share\dir\` is a root, `\\srv\share\dir\x` is not.
+/// Compatibility: the farm's applications count the parts this way.
 OX_EXPORT bool oxIsRootpath(QString const & path);
 
-/// The path with its first run of ".." steps resolved: `C:\a\x` of `C:\a\b\..\x`. Later steps stay,
-/// deliberately. Each step climbs as `oxGetDirName` does, so a path that climbs out of its drive
-/// or out of a leading "/" loses it, a share stays where it is, and steps without a folder in front
-/// of them are dropped.
+/// Returns the path with its first sequence of ".." steps resolved: `C:\a\x` for `C:\a\b\..\x`.
+/// Each step goes up as `oxGetDirName` does. A path that climbs out of its drive or out of a
+/// leading "/" loses it; a share stays the same. Steps without a folder in front of them are
+/// dropped.
+/// Compatibility: later ".." steps stay unresolved, as in the farm's applications.
 OX_EXPORT QString oxPathResolve(QString path);
 
-/// A name without the characters that file systems and the farm's own texts cannot take:
-/// - removed are \ / | ; # { } " = ? ` ~ * < > ^ and all characters below 32, and blanks unless
+/// Returns a file name without the characters that file systems and the farm's texts do not allow:
+/// - \ / | ; # { } " = ? ` ~ * < > ^ and all characters below 32 are removed, blanks unless
 ///   allowSpaces; ":" becomes "_";
 /// - with keepFramePlaceholders "<FN>" and "<FN1>" to "<FN7>" keep their brackets.
 OX_EXPORT QString oxRemoveIllegalCharFromFile(QString name, bool allowSpaces,
                                               bool const & keepFramePlaceholders);
 
-/// A folder path cleaned as a file name is, except that separators and the colon of a leading drive
-/// letter stay. With `last` the text is the whole path, not the front of a longer one; then the
-/// blanks and dots at its end go too, as Windows drops them and would name another folder. The
-/// steps
-/// "." and ".." stay.
+/// Returns a folder path without the characters that oxRemoveIllegalCharFromFile removes, but with
+/// its separators and the colon of a leading drive letter. With `last` the text is a whole path and
+/// not the front of a longer one. Blanks and dots at its end are then removed, too, since Windows
+/// drops them and would name another folder. The steps "." and ".." stay.
 OX_EXPORT QString oxRemoveIllegalCharFromDir(QString path, bool allowSpaces,
                                              bool const & keepFramePlaceholders, bool last);
 
-/// A file name that can stand in the link of a web page as it is: cleaned as a file name without
-/// blanks and placeholders, and without & % + ' as well, which mean something in a link.
+/// Returns a file name for the link of a web page: cleaned as by oxRemoveIllegalCharFromFile,
+/// without blanks, placeholders and the characters & % + ' that have a meaning in links.
 OX_EXPORT QString oxRemoveIllegalCharFromHtmlFile(QString name);
 
-/// A folder path that can stand in the link of a web page: each part cleaned as a file name there,
-/// the separators turned into "/". A drive's colon becomes "_", since "C:" would name a protocol.
+/// Returns a folder path for the link of a web page: each part cleaned as by
+/// oxRemoveIllegalCharFromHtmlFile, with "/" as separator. The colon of a drive becomes "_", since
+/// "C:" would be a protocol.
 OX_EXPORT QString oxRemoveIllegalCharFromHtmlDir(QString path);
