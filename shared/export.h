@@ -1,6 +1,6 @@
 #pragma once
 
-/// Marks what the library exports; every other symbol of the shared library is hidden.
+/// Marks an exported symbol. Every other symbol of the shared library is hidden.
 #if defined(OX_STATIC)
 #define OX_EXPORT
 #elif defined(_WIN32) && defined(OX_SHARED_BUILD)

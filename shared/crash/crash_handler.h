@@ -15,65 +15,70 @@
 ///         static __OX context{_oxTime(true), &logger, logFolder, "client.txt"};
 ///         oxCrashHandler::instance()->init(context, argc, argv);
 ///
-/// Each dump is written into the dump folder under a name of the dump library (ending in ".dmp"),
-/// and then gets its final name:
+/// A dump is first written to the dump folder under a temporary name (ending in ".dmp"). It then
+/// gets its final name:
 ///
 ///     client__dump_1114_090507_7.0.26_261114_0905_64.oxdmp
 ///
-/// that is the log file's name without ".txt", the local time of the dump (month, day, hour,
+/// The parts are the log file's name without ".txt", the local time of the dump (month, day, hour,
 /// minute, second), the library's version, the local time of the application's start (year to
-/// minute), and the width of the build. A name that is taken is never overwritten: the dump gets
-/// that of the next free second, and keeps its first name when there is none within a minute.
+/// minute), and the word size of the build. Existing files are never overwritten: the dump gets the
+/// name of the next free second, and keeps its first name when no second within a minute is free.
 ///
-/// Two lines go to the log: "crash detected true" (or "false", when no dump could be written, which
-/// ends it) and 200 ms later, when the dump has its final name, "wrote dumpfile to " with its path.
-/// The process then ends as it would without the handler. When several threads crash, the first one
-/// has its dump and the others wait for the end. The process ends half a minute after the crash at
-/// the latest, also when the dump folder does not answer.
+/// Two lines are logged. The first is "crash detected true", or "crash detected false" if no dump
+/// could be written. The second follows 200 ms later, after the rename: "wrote dumpfile to " with
+/// the path. The process then ends as it does without the handler. If several threads crash, the
+/// first one is dumped and the others wait for the end. The process ends half a minute after the
+/// crash at the latest, even when the dump folder does not respond.
 ///
 /// Threads: every function may be called from any thread.
 class OX_EXPORT oxCrashHandler
 {
   public:
-    /// The one object, made by the first call. At the process's end it takes the handler away.
+    /// Returns the only object, which the first call creates. The end of the process removes its
+    /// handler.
     static oxCrashHandler * instance();
 
     oxCrashHandler(oxCrashHandler const &) = delete;
     oxCrashHandler & operator=(oxCrashHandler const &) = delete;
 
-    /// Remembers the context and, the first time, installs the handler. The dump folder is "sub"
-    /// and in it "log" beside the folder "bin" that the executable is in or below ("_debug" in that
-    /// path becomes "_release", so debug builds use the release's folder), if it exists, or else
-    /// the system's folder for temporary files. The context must live until the process ends.
-    /// `argv` is the program's, or null. When several threads call it at once, the first one
-    /// installs the handler, and the context of the last one holds.
+    /// Sets the context and, at the first call, installs the handler. The context must exist until
+    /// the process ends. `argv` is that of the program, or null.
     ///
-    /// The time zone is read here: dumps are named by its rules for the next five years.
+    /// The dump folder is "sub/log" beside the last folder "bin" in the path of the executable, if
+    /// it exists; otherwise the system's temporary folder. "_debug" in this path is replaced by
+    /// "_release", so that debug builds use the release's folder.
+    ///
+    /// The time zone is read here; dumps are named by its rules for the next five years.
+    /// Threads: if several threads call it at once, the first one installs the handler, and the
+    /// context of the last one holds.
     void init(__OX & context, int argc, char ** const argv);
 
-    /// Prepares the calling thread for its stack being used up, which on Linux no dump can be
-    /// written of otherwise. `init` does it for its own thread; call it at the start of every other
-    /// one that may recurse deeply.
+    /// Prepares the calling thread for a stack overflow. On Linux no dump of a stack overflow can
+    /// be written without it. `init` calls it for its own thread; call it at the start of every
+    /// other thread that may recurse deeply.
     static void prepareThread();
 
-    /// Sets the dump folder once the handler is installed. It must exist when a dump is written. An
-    /// empty path is the system's folder for temporary files. A path that the dump library cannot
-    /// take (more than 218 characters on Windows, 1000 bytes on Linux) leaves the folder unchanged.
+    /// Sets the dump folder of an installed handler. The folder must exist when a dump is written.
+    /// An empty path sets the system's temporary folder. A path that is too long (more than 218
+    /// characters on Windows, 1000 bytes on Linux) leaves the folder unchanged.
     void setDumpPath(QString const & path);
-    /// Sets the dump folder to the log folder of the context, in the same way.
+    /// Sets the dump folder to `logFolder` of the context, by the rules of setDumpPath.
     void setDumpPathDefault();
 
-    /// Whether a crash goes on to the handlers that were there before, and on Windows to the
-    /// system's error reporting, after its dump. It does not by default. It always does when the
-    /// dump failed. On Linux the process ends by the crash's signal in any case, and the system
-    /// writes its core dump as it is configured to (`ulimit -c`, `kernel.core_pattern`).
+    /// Sets whether a crash is passed on, after its dump, to the previous handlers and on Windows
+    /// to the system's error reporting. Off by default. A crash whose dump failed is always passed
+    /// on. On Linux the process ends by the signal of the crash in any case, and the system writes
+    /// a core dump if it is configured to (`ulimit -c`, `kernel.core_pattern`).
     void setReportCrashesToSystem(bool on);
 
-    /// Writes a dump of the process as it is, and returns whether that could be done. The log line
-    /// then is "crash detected truedump called", without a blank between the two, deliberately: the
-    /// farm compares these texts across versions. The dump's exception is 0xC0000025.
+    /// Writes a dump of the running process, with the exception code 0xC0000025. Returns whether
+    /// this succeeded.
+    /// Compatibility: the log line is "crash detected truedump called", without a blank between the
+    /// two parts, since the farm compares these texts across versions.
     bool writeMinidump();
-    /// Writes a dump for an exception; null stands for none, as in `writeMinidump`.
+    /// Writes a dump for an exception; null writes one as writeMinidump() does. Returns whether
+    /// this succeeded.
     bool WriteMinidumpForException(EXCEPTION_POINTERS * exinfo);
 
   private:
@@ -81,9 +86,9 @@ class OX_EXPORT oxCrashHandler
     ~oxCrashHandler();
 };
 
-/// For the filter of a structured exception handling block: writes a dump, gives the sentence for
-/// the exception's code, and returns 1, which makes the block's handler run.
+/// Filter for a structured exception handling block: writes a dump, sets `message` to the text of
+/// the exception code, and returns 1, which executes the block's handler.
 OX_EXPORT unsigned long filter(EXCEPTION_POINTERS * exinfo, _oxString<250> & message);
 
-/// Always the empty text: stack traces are read from the dumps.
+/// Returns the empty text: stack traces are read from the dumps.
 OX_EXPORT QString oxOutputStackTrace(int depth);
