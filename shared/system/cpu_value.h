@@ -8,106 +8,130 @@
 #include <compare>
 #include <type_traits>
 
-/// CPU loads as the farm's records and messages carry them.
+/// CPU loads in the farm's records and messages.
 ///
 ///     _oxCPUValue load(0.25f, 8); // a quarter of a machine with 8 cores
-///     load.strSystemPerc();       // 25%, all cores busy being 100%
-///     load.strCorePerc();         // 200%, one core busy being 100%
+///     load.strSystemPerc();       // 25%: 100% means that all cores are busy
+///     load.strCorePerc();         // 200%: 100% means that one core is busy
 
-/// A fraction from 0 to 1 in one byte: 0 is 0.0, 255 is 1.0.
+/// A fraction from 0 to 1 in one byte: value 0 is 0.0, value 255 is 1.0.
 struct OX_EXPORT _oxBytePerc {
+    /// The fraction times 255.
     unsigned char value = 0;
 
-    /// 0.0 to 1.0.
+    /// The fraction, 0.0 to 1.0.
     float toF() const { return static_cast<float>(value / 255.0); }
-    /// 0.0 to 100.0.
+    /// The percentage, 0.0 to 100.0.
     float toFperc() const { return static_cast<float>(value / 2.55); }
-    /// The percentage with a bias, cut to an integer: 1 when empty, 101 when full. The bias is
-    /// deliberate; the applications that compare these numbers have it.
+    /// The percentage as an integer, 1 to 101.
+    /// Compatibility: 1.275 is added before truncation, since the applications that compare these
+    /// numbers do so.
     unsigned char toIperc() const { return static_cast<unsigned char>(value / 2.55 + 1.275); }
 
-    /// Takes a fraction, rounded. One outside 0 to 1 wraps around modulo 256, deliberately, as the
-    /// records have it (1.5 gives 127): clamp with _oxCPUValue first. Any fraction above 0 gives at
-    /// least 1, so that a load never looks idle. Infinity gives 255, minus infinity and NaN 0.
+    /// Sets a fraction, rounded to 1/255. A fraction above 0 gives at least 1, so that a load never
+    /// looks idle. Infinity gives 255, minus infinity and NaN give 0.
+    /// Compatibility: a fraction outside 0 to 1 wraps around modulo 256, as in the records (1.5
+    /// gives 127). Use _oxCPUValue::clamp before.
     void fromF(float const & f);
-    /// As fromF, from a percentage.
+    /// Sets a percentage by the rules of fromF.
     void fromFPerc(float p) { fromF(static_cast<float>(p / 100.0)); }
 
-    /// Neither empty nor full nor the next to full.
+    /// Whether the value is above 0 and below 254.
     bool noMaxima() const { return value > 0 && value < 254; }
 
+    /// Order by the value.
     auto operator<=>(_oxBytePerc const &) const = default;
 
-    /// Stops at 255.
+    /// Adds a fraction; the sum is limited to 255.
     void operator+=(_oxBytePerc const & other);
-    /// Stops at 0.
+    /// Subtracts a fraction; the difference is limited to 0.
     void operator-=(_oxBytePerc const & other);
 
-    /// "50%", rounded.
+    /// The percentage as text, rounded: "50%".
     QString str() const;
 };
 
-/// A load as a fraction of the whole machine, and the number of cores of that machine, so that it
-/// can also be read in cores. A negative load is one that was not measured. Nothing but `clamp`
-/// keeps it between 0 and 1.
+/// CPU load as a fraction of the whole machine, with the machine's number of cores for conversions.
+/// A negative load means "not measured". Only `clamp` limits the load to 0 to 1.
 ///
-/// Names with "System" count the whole machine as 1 (100 %), those with "Core" one core; names with
-/// "Perc" or "Proc" take or give percent, the others fractions.
+/// Functions with "System" in the name count the whole machine as 1 (100 %), those with "Core" one
+/// core. Functions with "Perc" or "Proc" use percent, the others fractions.
 class OX_EXPORT _oxCPUValue
 {
   public:
+    /// Load as a fraction of the machine: 1 if all cores are busy; negative if not measured.
     float value;
+    /// Number of cores of the machine.
     float coreCount;
 
+    /// Creates a load from a fraction of the machine and its number of cores.
     _oxCPUValue(float const & v, int const & cores) : value(v), coreCount(static_cast<float>(cores))
     {
     }
 
-    /// A load of 0; the number of cores stays.
+    /// Sets the load to 0 and keeps the number of cores.
     void clear() { value = 0; }
+    /// As clear().
     void clearValue() { clear(); }
 
+    /// Sets the load to a fraction of the machine.
     void setbySystem(float const & f) { value = f; }
+    /// Sets the load to a percentage of the machine.
     void setbySystemPerc(int const & p) { value = static_cast<float>(p / 100.0); }
+    /// Sets the load to a number of busy cores.
     void setbyCore(float const & f) { value = f / coreCount; }
 
+    /// Adds a fraction of the machine.
     void addbySystem(float const & f) { value += f; }
+    /// Adds a number of busy cores.
     void addbyCore(float const & f) { value += f / coreCount; }
+    /// Adds a percentage of the machine.
     void addbySystemProc(float const & p) { value = static_cast<float>(value + p / 100.0); }
+    /// Adds a percentage of one core.
     void addbyCoreProc(float const & p)
     {
         value = static_cast<float>(value + p / 100.0 / coreCount);
     }
 
-    // The other's load counts as a fraction of this machine, whatever its number of cores.
+    // Sums and differences add the fractions of the machine, whatever the numbers of cores.
+    /// Adds a load as a fraction of the machine.
     _oxCPUValue & operator+=(_oxCPUValue const & o) { return value += o.value, *this; }
+    /// Subtracts a load as a fraction of the machine.
     _oxCPUValue & operator-=(_oxCPUValue const & o) { return value -= o.value, *this; }
+    /// Multiplies the load.
     _oxCPUValue & operator*=(float const & f) { return value *= f, *this; }
+    /// Divides the load.
     _oxCPUValue & operator/=(float const & f) { return value /= f, *this; }
+    /// Returns the sum, with the number of cores of the left load.
     _oxCPUValue operator+(_oxCPUValue const & o) const { return _oxCPUValue(*this) += o; }
+    /// Returns the difference, with the number of cores of the left load.
     _oxCPUValue operator-(_oxCPUValue const & o) const { return _oxCPUValue(*this) -= o; }
 
-    /// Order of the fractions; the numbers of cores do not count.
+    /// Order of the fractions, without the numbers of cores.
     std::partial_ordering operator<=>(_oxCPUValue const & o) const { return value <=> o.value; }
 
+    /// The load as a fraction of the machine.
     float asSystemFloat() const { return value; }
+    /// The load in percent of the machine.
     float asSystemPerc() const { return value * 100; }
+    /// The number of busy cores.
     float asCoreFloat() const { return value * coreCount; }
+    /// The load in percent of one core.
     float asCorePerc() const { return value * coreCount * 100; }
 
-    /// Brings the load into 0 to 1.
+    /// Limits the load to 0 to 1.
     void clamp();
-    /// Whether the load was measured.
+    /// Whether the load was measured: not negative.
     bool isValid() const { return value >= 0; }
 
-    QString strSystemPerc() const; ///< "25%", rounded
-    QString strCorePerc() const;   ///< "200%", rounded
-    QString strCoreF() const;      ///< cores with one decimal: "2.0"
+    QString strSystemPerc() const; ///< percent of the machine, rounded: "25%"
+    QString strCorePerc() const;   ///< percent of one core, rounded: "200%"
+    QString strCoreF() const;      ///< busy cores with one decimal: "2.0"
 
-    /// By _oxBytePerc::fromF.
+    /// Converts the load to one byte by _oxBytePerc::fromF.
     operator _oxBytePerc() const;
 
-    /// 25% of 8 cores
+    /// Returns "25% of 8 cores", for logs and messages.
     friend OX_EXPORT QString oxPrintedText(_oxCPUValue const & load);
 };
 

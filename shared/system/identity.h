@@ -6,7 +6,7 @@
 
 #include <QString>
 
-/// The kinds of the farm's applications. The values are stored in the farm's records.
+/// The applications of the farm. The farm's records contain the values.
 enum class ox_AppType : int {
     None,
     Server,
@@ -24,51 +24,62 @@ enum class ox_AppType : int {
     Script
 };
 
-/// The farm's operating systems. The values are stored in the farm's records.
+/// The operating systems of the farm. The farm's records contain the values.
 enum class _oxOS : int { All, Windows, Linux, Mac };
 
-/// The enumerator's name; "unknown" for any other value.
+/// Returns the enumerator's name, or "unknown" for any other value.
 OX_EXPORT _oxString<25> ox_AppType_asString(ox_AppType const & t);
 
-/// "All/Unknown", "Windows", "Linux" or "Mac"; empty for any other value.
+/// Returns "All/Unknown", "Windows", "Linux" or "Mac"; empty for any other value.
 OX_EXPORT QString OS2String(_oxOS const & os);
 
-/// What streams print: the name as above, or the number of any other value.
+/// Returns the enumerator's name, or the number of any other value, for logs and messages.
 OX_EXPORT QString oxPrintedText(ox_AppType const & type);
+/// Returns the text of OS2String, or the number of any other value, for logs and messages.
 OX_EXPORT QString oxPrintedText(_oxOS const & os);
 
-/// "all", "win", "lx" or "mac"; empty for any other value. With `withBits` the width of this build,
-/// "32" or "64", follows, whatever the system.
+/// Returns "all", "win", "lx" or "mac"; empty for any other value. With `withBits` the word size of
+/// this build follows, "32" or "64", for every system.
 OX_EXPORT QString OS2String_short(_oxOS const & os, bool const & withBits);
 
-/// The short name of the system that the library runs on: "lx64".
+/// Returns the short name of the running system: "lx". With `withBits` the word size of this build
+/// follows: "lx64".
 OX_EXPORT QString thisOS2String_short(bool const & withBits);
 
-/// The short name of the running system with the width of this build: "win32", "lx64".
+/// Returns the short name of the running system with the word size of this build: "win32", "lx64".
 OX_EXPORT QString osBitStr();
 
-/// Whether the process has all rights on this machine: it belongs to the administrators (Windows),
-/// or its effective user is root (Linux).
+/// Returns whether the process has all rights on this machine: it belongs to the administrators
+/// (Windows), or its effective user is root (Linux).
 OX_EXPORT bool oxIsSystemAdmin();
 
-/// The user's home folder, and those in which programs keep what belongs to this machine and what
-/// goes with the user from machine to machine. On Linux these are $HOME, $XDG_DATA_HOME and
-/// $XDG_CONFIG_HOME or what stands for them when they are not set. Without a separator at the end.
-/// Empty when the system does not tell.
+/// Returns the user's home folder ($HOME on Linux), without a separator at its end.
+/// Fails: empty, with the system's last error set.
 OX_EXPORT QString getWinFolderProfile();
+/// Returns the user's folder for program data that stays on this machine ($XDG_DATA_HOME on Linux,
+/// by default .local/share in the home folder), without a separator at its end.
+/// Fails: empty, with the system's last error set.
 OX_EXPORT QString getWinFolderLocalAppData();
+/// Returns the user's folder for program data that follows the user to other machines
+/// ($XDG_CONFIG_HOME on Linux, by default .config in the home folder), without a separator at its
+/// end.
+/// Fails: empty, with the system's last error set.
 OX_EXPORT QString getWinFolderAppData();
 
-// What the system's list of users has, whatever the environment says. A failure gives a text that
-// begins with "Error " or "ERROR: " in place of the answer.
+// Entries of the system's list of users; the environment has no influence. A failure returns a text
+// that begins with "Error " or "ERROR: ", with the system's last error set.
 
-/// The user whose settings the process has: the SID under which HKEY_CURRENT_USER is loaded
-/// (Windows), the number of the real user (Linux).
+/// Returns the user whose settings the process uses: the SID under which HKEY_CURRENT_USER is
+/// loaded (Windows), the id of the real user (Linux).
+/// Fails: a text that begins with "Error " or "ERROR: ".
 OX_EXPORT QString getHKEY_CURRENT_USER_SID();
-/// The home folder of that user.
+/// Returns the home folder of the user whose settings the process uses (Linux: the real user).
+/// Fails: a text that begins with "Error " or "ERROR: ".
 OX_EXPORT QString getCurrentUserHomePath();
-/// The user whose rights the process has: the SID of its token (Windows), the number of the
+/// Returns the user whose rights the process has: the SID of its token (Windows), the id of the
 /// effective user (Linux).
+/// Fails: a text that begins with "Error " or "ERROR: ".
 OX_EXPORT _oxString8_evenSize<250> GetProcessUserSID();
-/// The home folder of that user.
+/// Returns the home folder of the user whose rights the process has (Linux: the effective user).
+/// Fails: a text that begins with "Error " or "ERROR: ".
 OX_EXPORT QString GetProcessUserSIDProfilePath();

@@ -10,11 +10,11 @@
 namespace ox::system
 {
 
-/// What a reader of 32 bits sees of a working set that is larger.
+/// Working set in bytes that a 32-bit process reads for any larger one: 2^32 - 1.
 constexpr std::uint64_t cutWorkingSet = 4294967295;
 
-/// The `memMB` of an entry: rounded to the nearest MiB, but at least 1 for a process that has
-/// memory at all.
+/// Returns the `memMB` of an entry for a working set in bytes: rounded to the nearest MiB, at least
+/// 1 for a working set above 0, 4096 for `cutWorkingSet`.
 inline int shownMemory(std::uint64_t workingSet)
 {
     if (workingSet == cutWorkingSet)
@@ -24,7 +24,8 @@ inline int shownMemory(std::uint64_t workingSet)
     return static_cast<int>(text::wholeMebibytes(workingSet + text::mebibyte / 2) & 0x0FFFFFFF);
 }
 
-/// Shares out what is left of the used memory, in MiB, among the entries that look cut off.
+/// Distributes the part of the used memory (MiB) that no entry accounts for, in equal shares, to
+/// the entries above 4000 MiB, whose working set looks cut.
 inline void shareOutMemory(std::span<_oxProcessEntry> entries, std::int64_t usedMB)
 {
     auto const isCut = [](_oxProcessEntry const & entry) { return entry.memMB > 4000; };

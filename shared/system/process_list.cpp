@@ -189,7 +189,7 @@ void _oxProcessList::fix32bit_4GBmemory()
     // Not into `perfBuffer`, from which the entries are still to be read.
     std::vector<char> buffer(65536);
     if (auto const kernel = ox::platform::kernelMemory(buffer)) {
-        // The cache counts a tenth more, deliberately.
+        // Compatibility: the cache counts 10 % more, as in the farm's applications.
         usedMB -= mebibytes(kernel->cache + kernel->cache / 10);
         usedMB -= mebibytes(kernel->pagedPool) + mebibytes(kernel->nonPagedPool);
     } else {

@@ -7,13 +7,14 @@
 
 #include <memory>
 
-/// The processes of this machine: which run, what they use, whose they are.
+/// Lists the processes of this machine with their memory, processor time and owners.
 ///
 ///     auto const list = std::make_unique<_oxProcessList>();
 ///     if (list->processExists("render.exe", true))
 ///         ...
 ///
-/// A process may end at any time. What is asked of one that has ended gives the "failed" result.
+/// A process may end at any time. For an ended process each function gives its result for a
+/// failure.
 
 namespace ox::platform
 {
@@ -27,93 +28,98 @@ struct ProcessListBlock;
 
 /// One process of a list.
 struct _oxProcessEntry {
-    /// The file name of the executable in upper case; "IDLE" for the process 0.
+    /// File name of the executable in upper case, cut at 25 characters; "IDLE" for process 0.
     _oxString8_UnevenSize<25> name;
-    /// Who owns it, as getProcessInfo read it: the account's name; "System" for a group that is
-    /// built into the system; "AccDenied", "noSID" or "Err" and the system's number when the name
-    /// could not be read; "noDebugPriv" when the process could not be looked at.
+    /// Owner that getProcessInfo has read: the account's name, or "System" for a group that is
+    /// built into the system. "AccDenied", "noSID" or "Err" and the system's error code if the name
+    /// could not be read; "noDebugPriv" if the process could not be opened.
     _oxString8_UnevenSize<25> user;
+    /// Process id.
     unsigned int pid = 0;
+    /// Process id of the parent.
     unsigned int parentPid = 0;
     int memMB = 0;         ///< working set in MiB; 0 when not read
     long long cpuTime = 0; ///< processor time in 100 ns; 0 when not read
 };
 
-/// A snapshot of up to 1000 processes. About 80 KiB in size: create it on the heap. Snapshots are
-/// taken in place, without further memory.
+/// Snapshot of up to 1000 processes. An object has about 80 KiB: create it on the heap. Snapshots
+/// reuse its memory.
 ///
-/// The figures of the processes are read in two steps: initGetProcessInfo reads those of all at one
-/// moment, as the constructor does, and getProcessInfo takes out those of one entry. A process that
-/// has started since has the figures of the moment at which it is asked for. Names are compared
-/// ignoring case, and only their first 25 characters are known.
+/// Memory and processor time are read in two steps. initGetProcessInfo and the constructor read
+/// them for all processes at one moment. getProcessInfo copies those of one process to its entry;
+/// for a process that started later it reads them immediately. Names are compared ignoring case, by
+/// their first 25 characters.
 class OX_EXPORT _oxProcessList
 {
   public:
+    /// Maximum number of entries.
     static constexpr int capacity = 1000;
 
-    int count = 0; ///< how many of the entries are filled
+    int count = 0; ///< number of filled entries
+    /// The processes of the snapshot; the first `count` entries are filled.
     _oxProcessEntry entries[capacity];
-    _oxString8_evenSize<500> errorText; ///< the failed readings, one after another
-    long long perfTime = 0;   ///< when the figures were read, in 100 ns; 0 when that failed
-    double perfTimeDelta = 0; ///< from the reading before to that one
-    bool collected = false;   ///< whether there is a snapshot
+    _oxString8_evenSize<500> errorText; ///< texts of all failed readings
+    long long perfTime = 0;             ///< time of the last reading in 100 ns; 0 if it failed
+    double perfTimeDelta = 0;           ///< time between the last two readings in 100 ns
+    bool collected = false;             ///< whether there is a snapshot
 
-    /// An empty list. Requests the right to look at the processes of others (SeDebugPrivilege) and
-    /// reads the figures of all processes.
+    /// Creates an empty list. Requests the right to open the processes of other users
+    /// (SeDebugPrivilege), and reads memory and processor time of all processes.
     _oxProcessList();
     ~_oxProcessList();
 
-    /// Takes a new snapshot of ids and names: the idle process (id 0) first, then the first 999 of
-    /// the others. Threads of the kernel and zombies are not processes. The snapshot is empty when
-    /// the system has no list, and `oxLastOSError` has the reason.
+    /// Takes a new snapshot of ids and names: the idle process (id 0), then the first 999 other
+    /// processes. Kernel threads and zombies are omitted.
+    /// Fails: the snapshot is empty, and `oxLastOSError` has the reason.
     void collectAllProcesses();
-    /// The same of the idle process and those whose names start with a text, in any case of
-    /// letters. All processes of the machine are searched; the empty text takes all.
+    /// As above, with the idle process and the processes whose names begin with `prefix`, ignoring
+    /// case. All processes of the machine are searched. The empty prefix matches all.
     void collectProcesses(_oxString8_UnevenSize<25> const & prefix);
-    /// How many processes the last snapshot found; `count` of them have entries.
+    /// Number of processes that the last snapshot found; only `count` of them have entries.
     int total() const { return total_; }
 
-    /// Reads the figures of all processes and forgets those in the entries. On Linux a snapshot
-    /// reads the figures along with the names: they serve a call within 10 ms after it.
+    /// Reads memory and processor time of all processes, and clears them in the entries. On Linux a
+    /// snapshot has read them along with the names, and a call within 10 ms uses these.
     void initGetProcessInfo();
-    /// Fills in `memMB` and `cpuTime` of an entry, if it has neither yet, and `user`.
-    ///
-    /// Indices from 1 to `count` are served: `count` serves the entry behind the filled ones. Other
-    /// indices do nothing.
-    /// Compatibility: the first entry, the idle process, is never served; the farm's applications
-    /// rely on this range.
+    /// Sets `memMB` and `cpuTime` of an entry, if both are 0, and `user`. `index` is 1 to `count`;
+    /// `count` is the entry behind the filled ones. Other indices have no effect.
+    /// Compatibility: entry 0, the idle process, is never set; the farm's applications rely on this
+    /// range.
     void getProcessInfo(int index);
-    /// As getProcessInfo, without the user and without fix32bit_4GBmemory.
+    /// As getProcessInfo, without `user` and without fix32bit_4GBmemory.
     void getProcessInfoMemCPUOnly(int index);
-    /// As getProcessInfo for `cpuTime` alone. Returns 0.
+    /// As getProcessInfo, for `cpuTime` only. Returns 0.
     long long getProcessInfoMemBytes_CPUOnly(int index);
-    /// Shares out the memory that no process accounts for among those of more than 4000 MiB, whose
-    /// size a reader of 32 bits sees cut off at 4 GiB.
+    /// Distributes the used memory that no process accounts for to the entries above 4000 MiB,
+    /// since a 32-bit process reads larger working sets as 4 GiB.
     void fix32bit_4GBmemory();
 
-    // The following take a snapshot first when there is none, or with `refresh`.
+    // The functions below first take a snapshot when none exists, or with `refresh`.
 
-    /// The index of the first entry with an id; -1 when there is none.
+    /// Returns the index of the first entry with a process id, or -1.
     int getListIDByPID(unsigned int pid, bool refresh);
+    /// Returns whether an entry has a process id.
     bool processExistsPID(unsigned int pid, bool refresh);
-    /// Whether a process has this name. False for the empty name, without a snapshot. `pidOut` is
-    /// not written, deliberately: the applications keep their own number in it.
+    /// Returns whether a process has a name. False for the empty name.
+    /// Compatibility: `pidOut` is not written, since the applications keep a number of their own in
+    /// it.
     bool processExists(_oxString8_UnevenSize<25> name, bool refresh, long long * pidOut = nullptr);
-    /// Whether at least two processes have this name. The id of the last one goes to `pidOut`, also
-    /// when there is only one; it is not written when there is none.
+    /// Returns whether at least two processes have a name. `pidOut` receives the id of the last
+    /// one, even of a single one; it is not written when no process has the name.
     bool doesProcessExistTwice(_oxString8_UnevenSize<25> name, long long * pidOut = nullptr);
 
-    /// Ends a process at once. Failures are silent.
+    /// Ends a process immediately. Failures are not reported.
     void killProcess(unsigned int const & pid);
-    /// Ends all processes of this name; none for the empty name.
+    /// Ends all processes with a name immediately; none for the empty name. Failures are not
+    /// reported.
     void killProcess(_oxString8_UnevenSize<25> name);
 
   private:
     void collectIfNeeded(bool refresh);
     void noteFailedReading(ox::platform::Error const & error);
     bool isServed(int index) const;
-    /// Reads memory and time of an entry that has neither. Returns whether the working set is more
-    /// than 32 bits can tell.
+    /// Reads memory and processor time of an entry if both are 0. Returns whether its working set
+    /// is cut at 32 bits.
     bool readMemoryAndTime(_oxProcessEntry & entry);
     void readUser(_oxProcessEntry & entry);
 
@@ -121,45 +127,49 @@ class OX_EXPORT _oxProcessList
     std::unique_ptr<ox::system::ProcessListBlock> block_;
 
   public:
-    /// 308000 bytes of the list's own. On Windows they hold the raw performance data from which the
-    /// figures were read last; on Linux they are zeros, as the system has no such data.
+    /// Buffer of 308000 bytes. On Windows it contains the raw performance data of the last reading;
+    /// on Linux it contains zeros.
     char * const perfBuffer;
 };
 
-/// Follows the CPU usage of one process from reading to reading.
+/// Measures the CPU usage of one process between readings.
 class OX_EXPORT _ProcessWatch
 {
   public:
+    /// Process id.
     unsigned int pid = 0;
+    /// File name of the executable in upper case.
     _oxString8_UnevenSize<25> name;
     float cpuUsage = 0;        ///< percent of one core over the last interval
-    long long lastCpuTime = 0; ///< the entry's `cpuTime` at the last reading
+    long long lastCpuTime = 0; ///< `cpuTime` of the entry at the last reading, in 100 ns
 
+    /// Resets all members.
     void clear() { *this = _ProcessWatch(); }
 
-    /// Takes the usage since the last reading from an entry whose figures have been read; 0 the
-    /// first time. An index outside the list changes nothing. The number of cores is not used: one
-    /// busy core is 100, whatever the machine has.
+    /// Sets `cpuUsage` to the usage since the last call, from entry `index`, which getProcessInfo
+    /// has filled; 0 at the first call. An index outside the list has no effect. `coreCount` is not
+    /// used: one busy core is 100 on every machine.
     void calcCPUUsage(_oxProcessList const * list, int const & index, int const & coreCount);
 };
 
-/// Enables or disables a privilege of this process, such as "SeDebugPrivilege". False when it does
-/// not have that privilege, and on systems that know none.
+/// Enables or disables a privilege of this process, such as "SeDebugPrivilege". Returns whether
+/// this succeeded; false when the process does not have the privilege, and always on Linux.
 OX_EXPORT bool setPrivilege(char const * privilegeName, bool enable);
 
-/// Whether one of the farm's applications, of which this process is one, runs already. Its program
-/// is `baseName`, or `baseName` and "console" for its console variant, with the system's suffix.
-/// With `checkConsole` both variants count, and `isConsole` tells which one asks. `pidOut` is
-/// written as doesProcessExistTwice writes it for the variant without console, and not at all for a
-/// console that checks both.
+/// Returns whether another instance of the calling application is running. Its executable is
+/// `baseName`, or `baseName` + "console" for the console variant, with the system's suffix. With
+/// `checkConsole` both variants count, and `isConsole` states which variant calls. `pidOut` is
+/// written as by doesProcessExistTwice for the variant without console, and not at all with both
+/// `checkConsole` and `isConsole`.
 OX_EXPORT bool ourProcessAlreadyExists(_oxString8_UnevenSize<25> baseName, bool isConsole,
                                        bool checkConsole, long long * pidOut = nullptr);
 
-/// A report of the processes whose names start with a text, over an interval: a line each with the
-/// name, the usage of one core, with `coreCount` >= 1 the usage of the machine in parentheses, MiB,
-/// user and, with `withPid`, the id. Empty for the empty prefix.
+/// Reports the processes whose names begin with a prefix, measured over waitMs milliseconds. Each
+/// line contains the name, the usage in percent of one core, with `coreCount` >= 1 the usage in
+/// percent of the machine in parentheses, MiB, user and, with `withPid`, the id. Empty for the
+/// empty prefix.
 OX_EXPORT QString listProcess(_oxString8_UnevenSize<25> namePrefix, int waitMs, int coreCount,
                               bool withPid);
-/// The same of all processes that use at least so many percent of a core, rounded, or more than 500
-/// MiB, below a line that tells the limits.
+/// As above, for all processes that use at least minCorePerc percent of one core (rounded) or more
+/// than 500 MiB. The first line contains the limits.
 OX_EXPORT QString listAllProcesses(int minCorePerc, int waitMs, int coreCount, bool withPid);

@@ -16,14 +16,14 @@ template <typename Value>
 class Result;
 } // namespace ox::platform
 
-/// A named block of memory in which the farm's processes on one machine exchange state.
+/// Named block of memory in which the farm's processes on one machine exchange state.
 ///
-/// One process creates the segment of a key, the others attach to it. It lives as long as a process
-/// has it. A global segment is seen by services and desktop users alike, a local one by the session
-/// (on Linux by the user) only. A byte in front of the data is an advisory lock, which all who use
-/// the segment respect. docs/shared_memory.md describes both, and what they do not promise.
-/// A global segment trusts all who may open it; on Linux they may also cut it, which ends attached
-/// processes.
+/// One process creates the segment of a key, the others attach to it. The segment exists as long as
+/// a process is attached. Services and desktop users can attach to a global segment. Only the
+/// session, on Linux the user, can attach to a local one. A byte before the data is an advisory
+/// lock, which all users of the segment respect. docs/shared_memory.md describes the protocol and
+/// its limits. A global segment trusts all who may open it; on Linux they can also truncate it,
+/// which ends attached processes.
 ///
 ///     oxSharedMemory memory("ClientState");
 ///     if (!memory.attach() && !memory.create(sizeof(State), true, true))
@@ -33,69 +33,85 @@ class Result;
 ///         memory.unlock();
 ///     }
 ///
-/// `create`, `attach`, `detach`, `lock` and `unlock` return whether they succeeded; `error` and
-/// `errorString` tell of the last of these calls only. An object is used by one thread at a time.
-/// Programs that the process starts do not inherit the segment; a process forked without a new
-/// program must leave the object to its parent.
+/// Child processes do not inherit the segment. A process forked without a new program must leave
+/// the object to its parent.
+/// Fails: `create`, `attach`, `detach`, `lock` and `unlock` return false; `error` and `errorString`
+/// describe the last of these calls.
+/// Threads: one thread at a time.
 class OX_EXPORT oxSharedMemory
 {
   public:
+    /// Codes of `error` in addition to those of the system.
     enum Error {
-        NoError = 0,
-        OwnError = -1, ///< refused here, not by the system
-        AlreadyExists = 4,
-        DoesNotExist = 5, ///< of `attach`; from `create` 5 is the system's number, as any other
+        NoError = 0,       ///< the last call succeeded
+        OwnError = -1,     ///< refused by this class, not by the system
+        AlreadyExists = 4, ///< of `create`
+        DoesNotExist = 5,  ///< of `attach`; after `create` 5 is the system's code
     };
 
-    /// Builds the names; creates nothing. Keys that agree in their first 232 characters have the
-    /// same global name.
+    /// Sets the names of the segment; creates nothing. Keys of up to 232 characters have distinct
+    /// names. Keys with equal first 240 characters have the same global name, those with equal
+    /// first 247 characters also the same local name.
     explicit oxSharedMemory(_oxString8_evenSize<250> const & key);
-    /// Unlocks if locked by this object, and detaches.
+    /// Releases the lock, if this object holds it, and detaches.
     ~oxSharedMemory();
     oxSharedMemory(oxSharedMemory const &) = delete;
     oxSharedMemory & operator=(oxSharedMemory const &) = delete;
 
-    /// Creates the segment with `size` bytes of zeros, 1 at least, and attaches to it. Refuses a
-    /// segment that exists already, with the error AlreadyExists: who wants that one attaches.
-    ///
-    /// With `global` the segment is the machine-wide one; when the user may not create that and
-    /// `fallBackToLocal` is set, the local one is created instead. On Windows only services and
-    /// elevated programs may create global segments.
+    /// Creates the segment with `size` zero bytes, at least 1, and attaches to it. With `global`
+    /// the segment is machine-wide. With `fallBackToLocal` a local segment is created instead if
+    /// the user may not create a global one. On Windows only services and elevated programs may
+    /// create global segments.
+    /// Fails: with AlreadyExists when the segment exists; with OwnError for a `size` out of range
+    /// or an object that is already attached; otherwise with the system's code.
     bool create(int size, bool global, bool fallBackToLocal);
 
-    /// Attaches to the segment that another has created: the one which this object has used before,
-    /// else the global one, else the local one. Detaches first.
+    /// Attaches to an existing segment: the one that this object has used before, otherwise the
+    /// global one, otherwise the local one. Detaches first.
+    /// Fails: with DoesNotExist when the segment does not exist; otherwise with the system's code.
     bool attach();
 
-    /// Unlocks if locked by this object, and gives the segment back. The last process to do so ends
-    /// it. Nothing to detach is a success.
+    /// Releases the lock, if this object holds it, and detaches. The last process that detaches
+    /// removes the segment. Succeeds when not attached.
     bool detach();
 
+    /// Returns whether the object is attached to a segment.
     bool isAttached() const;
 
-    /// The data behind the header. Null when not attached, which is an error.
+    /// Returns the first data byte.
+    /// Fails: null with OwnError when not attached.
     void const * data();
-    /// The same for writing. Empty when not attached.
+    /// Returns the data for reading and writing; empty when not attached.
     std::span<std::byte> bytes();
 
-    /// Number of data bytes: what `create` was asked for; to who attached, all there is up to the
-    /// end of the last memory page. -9 before the first of these calls; detaching keeps it.
+    /// Number of data bytes: after `create` the requested size; after `attach` the size up to the
+    /// end of the last memory page. -9 before the first of these calls; detaching does not change
+    /// it.
     int size() const { return mappedSize_ - headerSize; }
 
-    /// Takes the lock. Waits about two seconds while another has it. The lock is advisory, and two
-    /// who ask at the same instant may both get it; a holder that dies leaves it taken.
+    /// Takes the lock. Waits up to two seconds while another process holds it. The lock is
+    /// advisory. Two processes that take it at the same moment may both succeed, and a holder that
+    /// dies leaves it taken.
+    /// Fails: with OwnError when the time runs out, when not attached, or when this object already
+    /// holds the lock.
     bool lock();
-    /// Gives up the lock that this object took.
+    /// Releases the lock.
+    /// Fails: with OwnError when not attached, or when this object does not hold the lock.
     bool unlock();
-    /// Whether somebody has the lock, be it this object or another.
+    /// Returns whether any process holds the lock, this one included.
     bool isLocked() const;
 
+    /// Error code of the last call: one of Error, or the system's code.
     int error() const { return errorCode_; }
+    /// Error text of the last call; empty if it succeeded.
     _oxString8_evenSize<250> errorString() const { return errorText_; }
 
+    /// Name of the local segment.
     _oxString8_evenSize<250> const & localName() const { return localName_; }
+    /// Name of the global segment.
     _oxString8_evenSize<250> const & globalName() const { return globalName_; }
-    /// Which of the two names the last `create` or `attach` used; true before.
+    /// Returns whether the last `create` or `attach` used the global name; true before the first
+    /// one.
     bool usesGlobalName() const { return useGlobalName_; }
 
   private:
@@ -105,10 +121,10 @@ class OX_EXPORT oxSharedMemory
     bool fail(char const * text);
     bool failInSystem(char const * step, ox::platform::Error const & error);
     bool map();
-    /// Unlocks and detaches; leaves the error as it is.
+    /// Releases the lock and detaches; does not change the error.
     ox::platform::Result<void> release();
 
-    /// The name of that kind, which becomes the one in use.
+    /// Selects the global or the local name and returns it.
     std::string choose(bool global);
 
     _oxString8_evenSize<250> localName_;

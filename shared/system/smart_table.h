@@ -10,24 +10,24 @@
 namespace ox::system
 {
 
-/// One attribute of a disk's health, as the disk counts it.
+/// One attribute of the SMART table of a disk.
 struct SmartAttribute {
-    int id;
-    int status; ///< flags
-    int value;  ///< normalised; the higher the better
-    int worst;
-    std::array<unsigned char, 6> raw;
-    int reserved;
+    int id;                           ///< number of the attribute
+    int status;                       ///< flags
+    int value;                        ///< normalised; higher is better
+    int worst;                        ///< lowest `value` so far
+    std::array<unsigned char, 6> raw; ///< in the unit of the attribute, lowest byte first
+    int reserved;                     ///< last byte of the attribute
 };
 
-/// The attributes in the SMART table of a disk, unused places left out. Empty when the bytes are no
-/// such table: of another size than 512 bytes, or not adding up to 0.
+/// Parses the SMART table of a disk; unused entries are omitted. Empty when the bytes are not a
+/// SMART table: their number is not 512, or their sum is not 0 modulo 256.
 std::optional<std::vector<SmartAttribute>> parseSmartTable(std::span<unsigned char const> table);
 
-/// The temperature in °C: attribute 194 or, for disks that only have that, 190.
+/// Returns the temperature in °C: attribute 194, or 190 if the disk does not have it.
 std::optional<int> temperatureOf(std::span<SmartAttribute const> attributes);
 
-/// "194: status: 34 value: 67  worst: 40  Raw:33 0 0 0 0 0   Res: 0"
+/// Returns "194: status: 34 value: 67  worst: 40  Raw:33 0 0 0 0 0   Res: 0".
 QString lineOf(SmartAttribute const & attribute);
 
 } // namespace ox::system

@@ -16,47 +16,52 @@ namespace ox::platform
 struct IdleSample;
 }
 
-/// What an application knows of its machine. Made once, then refreshed:
+/// Information about the machine: system, processors, memory, load, desktop user and disk. Create
+/// it once and refresh it:
 ///
 ///     auto const info = std::make_unique<_oxSysInfo>();
 ///     info->update(false);
-///     info->cpuUsage.strSystemPerc(); // how busy the machine was since the last update
+///     info->cpuUsage.strSystemPerc(); // load since the last update
 ///
-/// What the system does not tell leaves its field as it was; nothing throws. Not safe for use by
-/// several threads at once.
+/// Fails: a value that is not available leaves its field unchanged; nothing throws.
+/// Threads: one thread at a time.
 class OX_EXPORT _oxSysInfo
 {
   public:
-    /// Whether each reading of the disk's health is told on standard output, in lines of " %s\n".
+    /// Whether each reading of the disk's health prints lines of " %s\n" to standard output.
     bool verbose = false;
-    /// "Win7_sp1"; the system's own name and version on Linux ("Debian GNU/Linux 12").
+    /// Name and version of the system: "Win7_sp1", "Debian GNU/Linux 12".
     QString osString;
-    /// Compact code: 40 Windows 2000, 50 XP, 60 Vista, 70 Windows 7 and all newer ones, with the
-    /// service pack added, at most 9. The base is 0 for any other Windows; 0 on Linux.
+    /// Code of the system: 40 Windows 2000, 50 XP, 60 Vista, 70 Windows 7 and newer, plus the
+    /// service pack (at most 9). Any other Windows has the base 0; Linux is 0.
     unsigned short osVersionNumber = 0;
+    /// Physical memory in MiB.
     int totalMemoryMB = 512;
-    /// Logical processors.
+    /// Number of logical processors.
     int coreCount = 1;
-    /// "8(HT)x3.4 Intel 17.7Ghz": processors, hyper-threading, clock of one, maker, clock of all.
+    /// Description of the processors, "8(HT)x3.4 Intel 17.7Ghz": number, hyper-threading, clock of
+    /// one, vendor, effective clock of all (GHz).
     QString cpuString;
-    /// The clock of all cores together; 0 when it is not known.
+    /// Sum of the clocks of all logical processors in GHz; 0 if not known.
     float cpuGHzTotal = 0;
-    /// The same, with hyper-threads counting as parts of a core.
+    /// As cpuGHzTotal, but two hyper-threads of a core count as 1.3 cores.
     float cpuGHzEffective = 0;
+    /// Whether the processors use hyper-threading.
     bool hyperThreading = false;
-    /// 1 Windows 2000, 2 XP and Server 2003, 3 Vista and Server 2008, 4 Windows 7 and Server 2008
-    /// R2, 5 Windows 8 and all newer ones; 0 for any other system.
+    /// Code of the system: 1 Windows 2000, 2 XP and Server 2003, 3 Vista and Server 2008, 4 Windows
+    /// 7 and Server 2008 R2, 5 Windows 8 and newer; 0 for any other system.
     int osCode = 0;
+    /// Free physical memory in MiB at the last update.
     int freeMemoryMB = 256;
-    /// How busy the whole machine was between the last two updates.
+    /// Load of the machine between the last two updates.
     _oxCPUValue cpuUsage{0, 1};
-    /// When `guiUser` last gave another user.
+    /// Time of the last change of the result of `guiUser`.
     _oxTime guiUserChanged;
-    /// The processes as `guiUser` saw them last.
+    /// Processes at the last call of `guiUser`.
     _oxProcessList processList;
-    /// What `guiUser` last gave.
+    /// Last result of `guiUser`; "init" before.
     QString guiUserLast = QStringLiteral("init");
-    /// The model of the first physical disk.
+    /// Model of the first physical disk.
     QString diskName = QStringLiteral("none");
 
   private:
@@ -64,50 +69,55 @@ class OX_EXPORT _oxSysInfo
     __int64 lastPerfTime_ = 0;
 
   public:
+    /// Size of perfBuffer in bytes.
     static constexpr int perfBufferSize = 308000;
+    /// Buffer for raw performance data.
     std::unique_ptr<char[]> perfBuffer;
 
-    /// Fills everything once. On Windows the counters for processors and processes are turned on
-    /// where they are off, as far as the caller may.
+    /// Sets all fields. On Windows it turns the performance counters of processors and processes
+    /// on, if the user may do this.
     _oxSysInfo();
 
-    /// Refreshes `cpuUsage` and `freeMemoryMB`, and with `withDisk` the disk's health.
+    /// Updates `cpuUsage` and `freeMemoryMB`, and with `withDisk` the disk's health.
     void update(bool const & withDisk);
 
-    /// Reads the fields of the processors.
+    /// Sets the fields that describe the processors.
     void getCpuInfo();
 
-    /// Takes a sample as `update` does, and gives its raw values as a text. With `init` the usage
-    /// counts from here.
+    /// Takes a sample of the load as `update` does, and returns its raw values as text. With `init`
+    /// the next load is measured from this sample.
     QString getCpuUsageDebug(bool init);
 
-    /// The user of the desktop: the owner of the last process that runs one. "noDebugPriv" when the
-    /// owner may not be looked up, "????" when he has no name, empty when there is no desktop. On
-    /// Linux the desktop of a system account, such as that of the login screen, does not count.
+    /// Returns the user of the desktop: the owner of the last desktop shell in the process list.
+    /// "noDebugPriv" if the owner cannot be read, "????" if the owner has no name, empty without a
+    /// desktop. On Linux the desktop of a system account, such as a login screen, does not count.
     QString guiUser();
 
-    /// Whether the policy for user-account control can be opened and does not have its switch. What
-    /// the switch says is not read, deliberately: the farm's records hold this answer. False on
-    /// Linux.
+    /// Returns whether the policy of user-account control is readable and has no value "EnableLUA".
+    /// False on Linux.
+    /// Compatibility: the content of the value is not read, since the farm's records contain this
+    /// answer.
     bool isUACenabled();
-    /// Whether the system has 64 bits: on Windows whether it answers the question for a 32-bit
-    /// program on a 64-bit system at all, whatever the answer, deliberately.
+    /// Returns whether the system has 64 bits.
+    /// Compatibility: on Windows it returns whether the system can answer this for a 32-bit
+    /// process, whatever the answer, as in the farm's records.
     bool isX64();
 
-    /// The kernel's memory pools in MiB, -1 when the system does not tell.
+    /// Returns the size of the kernel's memory pools in MiB, or -1 if it is not known.
     int getKernelMemory();
-    /// The files that the system keeps in memory, in MiB; 0 when it does not tell.
+    /// Returns the size of the system's file cache in MiB, or 0 if it is not known.
     int getSystemCacheSize();
-    /// All that the system says about the memory, for people.
+    /// Returns a report on the memory for people: all values that the system provides.
     QString getFullMemoryInfo();
 
-    /// The temperature of the disk in °C, when its health could be read.
+    /// Returns the temperature of the disk in °C at the last reading of its health, if available.
     std::optional<int> diskTemperature() const { return diskTemperature_; }
 
-    /// When somebody last used keyboard or mouse (on Linux, typed into a terminal); an empty time
-    /// when the system does not tell.
+    /// Returns the time of the last input with keyboard or mouse (on Linux, into a terminal); time
+    /// 0 if it is not known.
     static _oxTime getLastUserInput();
-    /// Sets the machine's clock. False when the caller may not, or the clock cannot show the time.
+    /// Sets the machine's clock. Returns false if the user may not do this or the clock cannot
+    /// represent the time.
     static bool setSystemTime(_oxTime t);
 
   private:

@@ -10,58 +10,64 @@
 
 #include <optional>
 
-/// How the farm reads what a system tells of its machine. Plain functions, the same on every
-/// system.
+/// Rules by which the farm derives its values from those of the system; the same on every system.
 namespace ox::system
 {
 
+/// Name and codes of a system in the farm's records.
 struct SystemName {
     QString text;
-    unsigned short version; ///< the farm's compact code
-    int code;
+    unsigned short version; ///< _oxSysInfo::osVersionNumber
+    int code;               ///< _oxSysInfo::osCode
 };
 
+/// Returns name and codes of a system version.
 SystemName systemNameOf(platform::SystemVersion const & version);
 
+/// Description of the processors in the farm's records.
 struct CpuDescription {
     bool hyperThreading;
-    float gigahertz; ///< of all cores together
-    float effectiveGigahertz;
+    float gigahertz;          ///< _oxSysInfo::cpuGHzTotal
+    float effectiveGigahertz; ///< _oxSysInfo::cpuGHzEffective
     QString text;
 };
 
-/// The processors of a machine with this many logical ones.
+/// Returns the description of the processors of a machine with coreCount logical processors.
 CpuDescription cpuDescriptionOf(platform::Processors const & processors, int coreCount);
 
+/// Returns the physical memory in whole MiB plus 1; 32000 after a failure.
 int totalMegabytes(platform::Result<platform::PhysicalMemory> const & memory);
+/// Returns the available memory in MiB; a quarter of `total` after a failure.
 int freeMegabytes(platform::Result<platform::PhysicalMemory> const & memory, int total);
 
-/// How far a counter has moved. Counters may have any value, so that they may have wrapped around.
+/// Returns the difference of two readings of a counter. A counter that has wrapped around is
+/// allowed.
 std::int64_t difference(std::int64_t later, std::int64_t earlier);
 
-/// The share of a time in which the processors were busy, 0 to 1. Empty when no time has passed.
+/// Returns the load between two samples, 0 to 1. Empty when no time has passed.
 std::optional<float> busyShare(platform::IdleSample const & before,
                                platform::IdleSample const & after);
 
-/// The time of the last input; an empty one when the system does not tell or its clock cannot be
-/// right.
+/// Returns the time of the last input; time 0 if it is not known or not plausible.
 _oxTime lastInputTime(std::optional<platform::InputTicks> const & ticks, _oxTime const & now);
 
-/// What the machine's clock shows at a time. Empty for a time outside of the years 1601 to 30827,
-/// which the clock has no fields for.
+/// Returns the local clock at a time. Empty outside the years 1601 to 30827, which the clock cannot
+/// represent.
 std::optional<platform::LocalClock> localClockAt(_oxTime const & time);
 
+/// Health of a disk.
 struct DiskHealth {
-    QString name; ///< empty when unknown
-    std::optional<int> temperature;
-    QStringList lines; ///< for people who look for a fault
+    QString name;                   ///< model; empty if not known
+    std::optional<int> temperature; ///< in °C
+    QStringList lines;              ///< report for diagnosis
 };
 
+/// Returns the health of a disk, or of a disk that could not be read.
 DiskHealth diskHealthOf(platform::Result<platform::Disk> const & disk, bool withHealth);
 
-/// The user of the desktop: `ownerOf(index)` of the last of `count` processes that `isShell(index)`
-/// says runs a desktop, or of the one before where an owner may not be looked up, and so on. Empty
-/// when no desktop runs.
+/// Returns the user of the desktop: `ownerOf(index)` of the last of `count` processes for which
+/// `isShell(index)` is true. Skips an owner "noDebugPriv" if an earlier shell has another one.
+/// "????" if the owner has no name, empty without a shell.
 template <typename IsShell, typename OwnerOf>
 QString desktopUser(int count, IsShell isShell, OwnerOf ownerOf)
 {

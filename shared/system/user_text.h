@@ -7,7 +7,8 @@
 namespace ox::system
 {
 
-/// The answer to a query of a user or, after a failure, the text of the error.
+/// Returns the result of a user query or, after a failure, the text of its error. `token` has the
+/// sizes for the error text of the step readToken.
 QString userText(platform::Result<std::u16string> const & answer,
                  platform::TokenSize const & token = {});
 
