@@ -9,44 +9,44 @@
 namespace ox::platform
 {
 
-// The times of files on Windows count ticks since 1601-01-01 UTC.
+// Constants of file times on Windows, which count ticks of 100 ns since 1601-01-01 UTC.
 inline constexpr std::int64_t ticksPerSecond = 10'000'000;
 inline constexpr std::int64_t secondsFrom1601To1970 = 11'644'473'600;
 
-/// Seconds since 1970-01-01 UTC. The conversions below count the same.
+/// Returns the current time in seconds since 1970-01-01 UTC. All times below have this unit.
 std::int64_t currentTime();
 
-/// The local calendar fields of a time, by the time zone's rules for that date. Empty when the
-/// system cannot express the year.
+/// Returns the local calendar fields of a time, by the time zone's rules for that date. Empty when
+/// the calendar cannot express the year.
 std::optional<std::tm> localFields(std::int64_t time);
 
-/// The time of local calendar fields, which need not be in their ranges; `tm_isdst` says whether
-/// they are daylight-saving time. The fields are brought into their ranges and `tm_isdst` is set to
-/// what holds at that time. -1 when the system cannot express the time.
+/// Converts local calendar fields to a time. `tm_isdst` states whether they are in daylight-saving
+/// time. Fields out of range are normalised, and `tm_isdst` is corrected. Returns -1 when the time
+/// is not representable.
 std::int64_t timeOfLocalFields(std::tm & fields);
 
-/// The time of calendar fields in UTC.
+/// Converts UTC calendar fields to a time.
 std::int64_t timeOfUtcFields(std::tm fields);
 
-/// Milliseconds since the system's start, the time it slept included, without the bits above 32:
-/// the count begins again at 0 after 49.7 days.
+/// Returns the milliseconds since the start of the system, sleep included, in 32 bits: it restarts
+/// at 0 every 49.7 days.
 std::uint32_t tickCount();
 
-/// A local time as the machine's clock takes it. The numbers are the calendar's own: January is 1,
-/// Sunday 0.
+/// A local time for the machine's clock.
 struct LocalClock {
     std::uint16_t year;
-    std::uint16_t month;
-    std::uint16_t weekDay;
+    std::uint16_t month;   ///< January 1 to December 12
+    std::uint16_t weekDay; ///< Sunday 0 to Saturday 6
     std::uint16_t day;
     std::uint16_t hour;
     std::uint16_t minute;
     std::uint16_t second;
     std::uint16_t milliseconds;
-    bool isDaylightSaving; ///< tells the two halves of a repeated hour apart, where the system asks
+    bool isDaylightSaving; ///< selects one of two equal local times in autumn; Linux only
 };
 
-/// Sets the machine's clock. Fails when the caller may not, or there is no such time.
+/// Sets the machine's clock.
+/// Fails: when the user may not do this, or the system rejects the time.
 Result<> setLocalClock(LocalClock const & clock);
 
 } // namespace ox::platform

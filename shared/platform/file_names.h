@@ -7,62 +7,65 @@
 namespace ox::platform
 {
 
-/// A file name in the form the operating system takes: UTF-8 bytes on Linux, UTF-16 on Windows.
-/// The empty name names no file, and every call refuses it.
+/// A file name in the form that the operating system takes: UTF-8 on Linux, UTF-16 on Windows. The
+/// empty name refers to no file, and every system call refuses it.
 #ifdef _WIN32
 using NativeName = std::wstring;
 #else
 using NativeName = std::string;
 #endif
 
-/// The separator between the parts of a path on the running system.
+/// The separator between the parts of a path on this system.
 #ifdef _WIN32
 inline constexpr char ownSeparator = '\\';
 #else
 inline constexpr char ownSeparator = '/';
 #endif
 
-/// The native form of a name in UTF-16 (a QString or a wide fixed string). On Linux the lone
-/// surrogates U+DC80 to U+DCFF stand for bytes that are no UTF-8 (see nameText); any other lone
-/// surrogate, which no UTF-8 can carry, becomes its three-byte form.
-/// A name with a 0 unit, which the system would cut there, becomes the empty name.
+/// Converts a UTF-16 name (a QString or a wide fixed string) to the native form. On Linux the lone
+/// surrogates U+DC80 to U+DCFF become the bytes that nameText has encoded by them; any other lone
+/// surrogate becomes its three-byte form. A name with a 0 unit becomes the empty name, since the
+/// system cuts names there.
 NativeName nativeName(std::u16string_view name);
 
-/// The native form of a name in an 8-bit record: that of its recordText.
+/// Converts a name from an 8-bit record to the native form, by the rules of recordText.
 NativeName nativeName(std::string_view name);
 
-/// The UTF-16 of a name in an 8-bit record. On Linux its bytes are UTF-8 when they are valid as
-/// that and Latin-1 otherwise; on Windows they are Latin-1.
+/// Converts a name from an 8-bit record to UTF-16. On Linux bytes that are valid UTF-8 are UTF-8,
+/// all others Latin-1. On Windows they are Latin-1.
 std::u16string recordText(std::string_view name);
 
-/// The UTF-16 of a name that the system gave; nativeName makes the same name of it. On Linux a byte
-/// that is no UTF-8 becomes the lone surrogate U+DC00 + byte.
+/// Converts a native name to UTF-16; nativeName restores the same name. On Linux a byte that is not
+/// UTF-8 becomes the lone surrogate U+DC00 + byte.
 std::u16string nameText(std::basic_string_view<NativeName::value_type> name);
 
-/// The bytes under which an 8-bit record keeps a name in UTF-16, so that nativeName gives the same
-/// file for both: Latin-1, or UTF-8 where the system takes that and Latin-1 would name another
-/// file. Empty when neither names the file.
+/// Converts a UTF-16 name to the bytes of an 8-bit record, from which nativeName restores the same
+/// file name. The bytes are Latin-1, or UTF-8 on Linux if Latin-1 would be another file name. Empty
+/// when neither is possible.
 std::optional<std::string> recordName(std::u16string_view name);
 
-/// The UTF-8 of a UTF-16 text. A lone surrogate, which no UTF-8 can carry, gets its three-byte
-/// form, so that it comes back.
+/// Converts UTF-16 to UTF-8. A lone surrogate is not representable in UTF-8 and becomes its
+/// three-byte form.
 std::string toUtf8(std::u16string_view text);
 
-/// The UTF-16 of UTF-8 bytes, never more units than there are bytes. A byte that is no UTF-8
-/// becomes U+FFFD. A byte order mark is a character like any other.
+/// Converts UTF-8 to UTF-16; the text has at most as many units as there are bytes. A byte that is
+/// not UTF-8 becomes U+FFFD. A byte order mark is kept.
 std::u16string fromUtf8(std::string_view bytes);
 
-/// A file name of a system that knows bytes only. A byte that is no UTF-8 becomes the lone
-/// surrogate U+DC00 + byte (U+DC80 to U+DCFF), as do those of a surrogate's three-byte form, so
-/// that every name comes back as it was.
+/// Converts a UTF-16 file name to bytes, for a system whose names are bytes. The lone surrogates
+/// U+DC80 to U+DCFF become the bytes that fromFileName has encoded by them.
 std::string toFileName(std::u16string_view name);
+/// Converts a file name of bytes to UTF-16, so that every name round-trips through toFileName. A
+/// byte that is not UTF-8 becomes the lone surrogate U+DC00 + byte, as does each byte of a
+/// surrogate's three-byte form.
 std::u16string fromFileName(std::string_view bytes);
 
-/// What a system that knows bytes only means by them: UTF-8 when they are that, else Latin-1.
+/// Converts bytes of such a system to UTF-16: from UTF-8 if they are valid UTF-8, otherwise from
+/// Latin-1.
 std::u16string systemText(std::string_view bytes);
 
-/// Turns 8-bit text in the system's code page (the ANSI one on Windows, Latin-1 on Linux) into
-/// UTF-16 units. Writes at most room units, without a terminator, and returns their number.
+/// Converts text in the system's code page (ANSI on Windows, Latin-1 on Linux) to UTF-16. Writes at
+/// most `room` units without a terminator and returns their number.
 int widenSystemText(std::string_view text, unsigned short * units, int room);
 
 } // namespace ox::platform

@@ -9,97 +9,103 @@
 namespace ox::platform
 {
 
+/// Status of a file or folder.
 struct FileStatus {
     bool isFolder;
     std::int64_t size;     ///< in bytes
     std::int64_t modified; ///< last write, seconds since 1970-01-01 UTC
 };
 
-/// Everything about a name in one round trip to the share. Fails when the name does not exist or
-/// cannot be opened.
+/// Returns the status of a name with one status query to the share.
+/// Fails: when the name does not exist or cannot be opened.
 Result<FileStatus> fileStatus(NativeName const & name);
 
-/// The same of a file. Empty when there is no file of that name that can be opened.
+/// Returns the status of a file. Empty for a folder, and for a name that does not exist or cannot
+/// be opened.
 inline std::optional<FileStatus> statusOfFile(NativeName const & name)
 {
     Result<FileStatus> const status = fileStatus(name);
     return status && !status->isFolder ? std::optional(*status) : std::nullopt;
 }
 
+/// What a name refers to.
 enum class NameKind { None, File, Folder };
 
-/// What a name stands for, in one round trip. A file counts also when it cannot be opened.
+/// Looks up whether a name is a file, a folder or does not exist, with one status query. A file
+/// that cannot be opened is a file, too.
 NameKind kindOf(NativeName const & name);
 
-/// Removes a file, also a read-only one. A link is removed and not what it points to. Succeeds
-/// as well when the name is gone already, since others delete the same files.
+/// Deletes a file, also a read-only one. Of a link it deletes the link and not its target. Succeeds
+/// if the name does not exist, since other processes delete the same files.
 Result<> deleteFile(NativeName const & name);
 
-/// Gives a file another name, also on another drive or share. Fails when the new name exists. After
-/// a failure the old name still has all of the file.
+/// Renames or moves a file, also to another drive or share.
+/// Fails: when the new name exists. The file then stays complete under its old name.
 Result<> moveFile(NativeName const & from, NativeName const & to);
 
-/// Moves a file to the name of another file, which is deleted. When both names stand for one file,
-/// nothing is deleted but one of two hard links: two spellings of a name succeed, and change its
-/// letter case where the system ignores that. Fails when a link would replace the file that it
-/// points to.
+/// Moves a file to the name of another file, which is deleted. If both names refer to the same
+/// file, at most one of two hard links is deleted. Two spellings of one name succeed and apply the
+/// letter case of `to`.
+/// Fails: also when a link would replace its own target.
 Result<> moveOver(NativeName const & from, NativeName const & to);
 
-/// Creates a folder whose parent exists, open to everybody whom the process's mask allows.
+/// Creates a folder in an existing folder. On Linux the mode is 0777 without the bits of the
+/// process's umask.
 Result<> createFolder(NativeName const & name);
 
-/// Removes an empty folder. A link to a folder is no folder on Linux; on Windows the link goes.
+/// Deletes an empty folder. A link to a folder fails on Linux and is deleted on Windows.
 Result<> deleteFolder(NativeName const & name);
 
-/// Sets every time that a file has (creation, where the system can, access, modification) to a
-/// number of seconds since 1970-01-01 UTC, or without one to the present. The present needs the
-/// right to write the file; any other time can be set by its owner only.
+/// Sets the access and modification times of a file, and its creation time where the system
+/// supports this, in seconds since 1970-01-01 UTC. Without `seconds` it sets the current time,
+/// which requires the right to write the file; any other time requires its owner.
 Result<> setFileTimes(NativeName const & name, std::optional<std::int64_t> seconds);
 
-/// Whether a file must be marked as executable before the system runs it.
+/// Whether the system runs only files with an executable bit.
 extern bool const hasExecutableBits;
 
-/// Marks a file as executable for owner, group and others. Does nothing on a system without such
-/// marks.
+/// Makes a file executable for owner, group and others. No effect on Windows.
 Result<> makeExecutable(NativeName const & name);
 
-/// Bytes that the caller may still write to the drive or share on which a path lies. The path need
-/// not exist, but must be absolute.
+/// Returns the free space in bytes, for this user, of the drive or share that contains a path. The
+/// path must be absolute, but need not exist.
 Result<std::uint64_t> freeBytes(NativeName const & path);
 
-/// Copies a file with its permission bits and times, as far as the target's file system keeps them,
-/// in the fastest way that the system has: on a share by the server itself. With `modified` the
-/// copy's times are that number of seconds since 1970-01-01 UTC.
+/// Copies a file with its permission bits and times, as far as the target's file system stores
+/// them, in the system's fastest way: on a share the server copies. With `modified` (seconds since
+/// 1970-01-01 UTC) the copy gets this time.
 ///
-/// A file or link under the target's name is replaced and never followed; with failIfExists it
-/// makes the call fail, without a moment for another process to come in between. Refuses what
-/// openForReading refuses. Leaves no target on failure.
+/// A file or link under the target's name is replaced and not followed. With failIfExists it makes
+/// the call fail; the check and the creation are one atomic step.
+/// Fails: also for what openForReading refuses. A failure leaves no target.
 Result<> copyFile(NativeName const & from, NativeName const & to, bool failIfExists,
                   std::optional<std::int64_t> modified = std::nullopt);
 
-/// Fails when a copy of one file may not take the place of another: both names mean the same file,
-/// also through a link, or the target is a pipe or a device.
+/// Checks whether a copy of `source` may replace `target`.
+/// Fails: when both names refer to the same file, also through a link, or when the target is a pipe
+/// or a device.
 Result<> mayReplace(NativeName const & target, NativeName const & source);
 
+/// Unit of a native name.
 using NativeChar = NativeName::value_type;
 
-/// Gives a file, by its absolute path, another name in its folder or on its drive, which may be a
-/// long one. Fails (AlreadyExists) when the name is taken. Allocates nothing and takes no lock of
-/// the process.
+/// Renames a file on its drive; both paths are absolute and may be long. Allocates no memory and
+/// takes no lock of the process.
+/// Fails: with AlreadyExists when the new name exists.
 Result<> renameToNewName(NativeChar const * from, NativeChar const * to);
 
-// Rights for every user of the system, beside what is allowed already. Links are followed, but as
-// root not those of another user.
+// Rights for all users of the system, in addition to the existing ones. Links are followed; for
+// root, links of other users are refused.
 
-/// Adds the rights to read, write, execute and delete a file.
+/// Grants all users the rights to read, write, execute and delete a file.
 Result<> allowEverybodyToExecute(NativeName const & file);
 
-/// Adds the rights to read and enter a folder, to put something into it and to delete that. With
-/// `inherit`, what is put into it later gets the same rights; Linux has no such inheritance and
-/// ignores `inherit`.
+/// Grants all users the rights to read and enter a folder, to create entries and to delete them.
+/// With `inherit` later entries get the same rights; Linux ignores it.
 Result<> allowEverybodyToFill(NativeName const & folder, bool inherit);
 
-/// Creates a folder whose parent exists, with these rights. Fails when the name is taken.
+/// Creates a folder in an existing folder, with the rights of allowEverybodyToFill.
+/// Fails: when the name exists.
 Result<> createFolderForEverybody(NativeName const & folder);
 
 } // namespace ox::platform

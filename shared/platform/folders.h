@@ -10,36 +10,38 @@
 namespace ox::platform
 {
 
-/// Steps through the entries of one folder. Names, and which of them are folders, come as the
-/// system hands them out; size and time come with them on Windows and cost one question an entry on
-/// Linux, asked when they are first wanted. Links are followed.
+/// Iterates over the entries of one folder. Links are followed. Name and type of an entry need no
+/// system call of their own. Size and time come with them on Windows; on Linux they need one status
+/// query per entry, made when they are first used.
 class FolderWalk
 {
   public:
-    /// Behind its last separator the path says which entries of the folder are wanted: a pattern
-    /// when it ends with '*', the name of one entry otherwise. In a pattern '*' stands for any run
-    /// of characters and '?' for one, or for none before a dot and at the end; a dot before either
-    /// also fits the end of a name, so that "*.*" is every name. Letters fit in any case on
-    /// Windows, in their own case on Linux. Asks the system nothing yet.
+    /// Sets the folder and the wanted entries; makes no system call. The part of `path` behind its
+    /// last separator is the name of one entry or, if it ends with '*', a pattern. In a pattern '*'
+    /// matches any characters. '?' matches one character, or none before a dot and at the end. A
+    /// dot before '*' or '?' also matches the end of a name, so that "*.*" matches every name. Case
+    /// is ignored on Windows and matters on Linux.
     explicit FolderWalk(NativeName const & path);
     ~FolderWalk();
     FolderWalk(FolderWalk const &) = delete;
     FolderWalk & operator=(FolderWalk const &) = delete;
 
-    /// Moves to the next entry that is wanted, never "." or "..". False at the end and when the
+    /// Moves to the next wanted entry, never "." or "..". Returns false at the end, and when the
     /// folder cannot be read (further).
     bool next();
 
-    /// The system's error that ended the walk; 0 when all that is wanted was seen.
+    /// Returns the system's error code that ended the iteration; 0 after all entries.
     int error() const;
 
-    // Of the current entry; to be called only after next() has returned true.
+    // Properties of the current entry. Call them only after next() has returned true.
 
+    /// Name without the folder.
     std::u16string name() const;
+    /// Whether the entry is a folder.
     bool isFolder();
-    /// In bytes. 0 for a folder, and for an entry that is gone again.
+    /// Size in bytes; 0 for a folder and for an entry that no longer exists.
     std::int64_t size();
-    /// Last write, seconds since 1970-01-01 UTC. 0 for an entry that is gone again.
+    /// Last write in seconds since 1970-01-01 UTC; 0 for an entry that no longer exists.
     std::int64_t modified();
 
   private:
@@ -48,15 +50,16 @@ class FolderWalk
     std::unique_ptr<System> system_;
 };
 
-/// Stands in one folder of a tree and deletes what is in it, while others may change the tree. It
-/// never leaves the tree: it goes through no link and on to no other file system, also when a
-/// folder is exchanged for one meanwhile. The depth costs no stack, and no descriptors on Linux.
+/// Walks through a folder tree and deletes its entries, while other processes may change it. It
+/// never leaves the tree: it follows no link and enters no other file system, even if one replaces
+/// a folder during the walk. The depth of the tree needs no stack, and no descriptors on Linux.
 class FolderTree
 {
   public:
+    /// Entry of a folder.
     struct Entry {
         NativeName name;
-        bool isFolder;         ///< a real one: a link to a folder is none
+        bool isFolder;         ///< false for a link to a folder
         std::int64_t size;     ///< in bytes; 0 for a folder
         std::int64_t modified; ///< last write, seconds since 1970-01-01 UTC
     };
@@ -66,25 +69,27 @@ class FolderTree
     FolderTree(FolderTree const &) = delete;
     FolderTree & operator=(FolderTree const &) = delete;
 
-    /// Begins in a folder; a link to one fails.
+    /// Opens the folder at the top of the tree, which becomes the current one.
+    /// Fails: also for a link to a folder.
     Result<> open(NativeName const & folder);
 
-    /// Whether the current folder is the root of a drive, a share or a mounted file system. Also
-    /// true when that cannot be told.
+    /// Returns whether the current folder is the root of a drive, a share or a mounted file system.
+    /// Also true when this cannot be determined.
     bool isRoot() const;
 
-    /// What is in the current folder.
+    /// Returns the entries of the current folder.
     Result<std::vector<Entry>> entries() const;
 
-    /// Goes into a real folder of the current one.
+    /// Enters a subfolder of the current folder.
+    /// Fails: also for a link and, on Linux, for a mounted file system.
     Result<> enter(Entry const & folder);
 
-    /// Goes back to where the current folder was entered from. Fails when it was moved elsewhere
-    /// meanwhile; the tree can then no longer be used.
+    /// Returns to the parent of the current folder.
+    /// Fails: when the current folder has been moved elsewhere; the tree is then no longer usable.
     Result<> leave();
 
-    /// Deletes an entry of the current folder: a file, also a read-only one, a link and not what
-    /// it points to, or an empty folder. Succeeds as well when it is gone already.
+    /// Deletes an entry of the current folder: a file, also a read-only one, a link without its
+    /// target, or an empty folder. Succeeds if the entry no longer exists.
     Result<> remove(Entry const & entry);
 
   private:

@@ -11,85 +11,91 @@
 namespace ox::platform
 {
 
-/// What the running system says of its version.
+/// Version of the running system.
 struct SystemVersion {
-    std::u16string name; ///< the system's own name with its version; empty where numbers make it
+    std::u16string name; ///< name with version; empty on Windows
     unsigned major = 0;
     unsigned minor = 0;
     unsigned servicePack = 0;
     bool isWorkstation = false;
-    unsigned suites = 0; ///< suite mask
+    unsigned suites = 0; ///< suite mask of Windows
 };
 
-/// Empty when the system does not tell.
+/// Returns the version of the running system; empty if it is not known.
 std::optional<SystemVersion> systemVersion();
 
-/// What the system says of its processors; 0 and empty stand for what it does not tell.
+/// Processors of the machine. 0 and empty mean "not known".
 struct Processors {
-    int count = 0;                ///< logical ones
-    std::vector<int> coreThreads; ///< for each core, its logical processors
-    unsigned megahertz = 0;       ///< the clock of one, at its nominal speed where that is known
-    std::string vendor;           ///< as the processor gives it: "GenuineIntel"
+    int count = 0;                ///< logical processors
+    std::vector<int> coreThreads; ///< number of logical processors of each core
+    unsigned megahertz = 0;       ///< nominal clock of one, if known
+    std::string vendor;           ///< such as "GenuineIntel"
 };
 
+/// Returns the processors of the machine.
 Processors processors();
 
-/// Whether the system answers a program that asks if it is a 32-bit one on a 64-bit system,
-/// whatever the answer is. Empty when there is no such question; on Linux whether the kernel has 64
-/// bits.
+/// On Windows returns whether the system can report that a process is a 32-bit one on a 64-bit
+/// system, whatever it reports. On Linux returns whether the kernel has 64 bits. Empty if the
+/// system lacks the function.
 std::optional<bool> answersWordSize();
 
-/// Whether the system's policy has a switch for user-account control, whatever it is set to. Empty
-/// when the policy cannot be opened, and on a system without one.
+/// Returns whether the system's policy has a switch for user-account control, whatever its value.
+/// Empty when the policy cannot be opened, and on Linux.
 std::optional<bool> hasAccountControlSwitch();
 
-/// Turns the counters for processors and processes on where somebody has turned them off, as far as
-/// the caller may. Nothing on a system that always counts.
+/// Turns on the performance counters of processors and processes that are off, if the user may do
+/// this. No effect on Linux, where the kernel always counts.
 void enablePerformanceCounters();
 
-/// The machine's memory, in bytes.
+/// Physical memory of the machine in bytes.
 struct PhysicalMemory {
     std::uint64_t total;
-    std::uint64_t available; ///< what programs can get without swapping
+    std::uint64_t available; ///< available to programs without swapping
 };
 
+/// Returns the physical memory of the machine.
 Result<PhysicalMemory> physicalMemory();
 
-/// What the kernel keeps in memory for itself, in bytes.
+/// Memory that the kernel uses, in bytes.
 struct KernelMemory {
-    std::uint64_t pagedPool;    ///< what it could give up
-    std::uint64_t nonPagedPool; ///< what it cannot
-    std::uint64_t cache;        ///< contents of files
+    std::uint64_t pagedPool;    ///< reclaimable memory
+    std::uint64_t nonPagedPool; ///< memory that is not reclaimable
+    std::uint64_t cache;        ///< file cache
 };
 
-/// Reads the raw counters into the buffer. The step of an error is the source of the counters.
+/// Returns the memory that the kernel uses. `buffer` receives the raw counters.
+/// Fails: the step of the error is the source of the counters.
 Result<KernelMemory> kernelMemory(std::span<char> buffer);
 
-/// All that the system says about the memory, as a text for people. Empty where it has none such.
+/// Returns the system's own report on the memory; empty on Windows.
 std::optional<std::u16string> memoryReport();
 
-/// How long the machine's processors have been idle, averaged over them, and the moment of that
-/// reading; both in 100 ns, from any beginning.
+/// Idle time of the machine's processors, averaged over them, and the moment of its reading. Both
+/// are in 100 ns with an arbitrary origin.
 struct IdleSample {
     std::int64_t idle;
     std::int64_t time;
 };
 
-/// Reads the raw counters into the buffer. The step of an error is the source of the counters.
+/// Returns the idle time of the processors. `buffer` receives the raw counters.
+/// Fails: the step of the error is the source of the counters.
 Result<IdleSample> idleSample(std::span<char> buffer);
 
+/// Bus of a disk.
 enum class DiskBus { Ata, Sas, Scsi, Raid, Other };
 
-/// What the first physical disk tells of itself.
+/// Description of a disk.
 struct Disk {
-    std::u16string model;                  ///< empty when it does not say
-    std::optional<DiskBus> bus;            ///< empty when it could be opened, but not asked
-    std::vector<unsigned char> smartTable; ///< as the disk gave it, empty when it did not
-    std::optional<int> temperature;        ///< in °C, where the system itself watches it
+    std::u16string model;                  ///< empty if not known
+    std::optional<DiskBus> bus;            ///< empty if the query failed
+    std::vector<unsigned char> smartTable; ///< raw table; empty if not available
+    std::optional<int> temperature;        ///< in °C, if the system measures it
 };
 
-/// Fails when there is no such disk or it cannot be opened. The SMART table of an ATA disk and the
-/// temperature are read only with `withHealth`.
+/// Returns the description of the first physical disk. With `withHealth` it includes the
+/// temperature and, for an ATA disk, the SMART table.
+/// Fails: when the machine has no disk or it cannot be opened.
 Result<Disk> firstDisk(bool withHealth);
 
 } // namespace ox::platform

@@ -10,57 +10,61 @@
 namespace ox::platform
 {
 
-/// The longest dump folder, in units. The dump library of Windows would cut the name of a file in a
-/// longer one without a word.
+/// Maximum length of the dump folder's path in units. The dump library of Windows silently cuts the
+/// names of files in longer ones.
 #ifdef _WIN32
 inline constexpr std::size_t longestDumpFolder = 218;
 #else
 inline constexpr std::size_t longestDumpFolder = 1000;
 #endif
 
+/// Why a dump is written.
 enum class DumpReason {
     Crash,     ///< the process ends after it
-    Exception, ///< asked for, for the exception that was given
-    Request,   ///< asked for, without an exception
+    Exception, ///< on demand, for a given exception
+    Request,   ///< on demand, without an exception
 };
 
-/// A dump that was written, or could not be.
+/// Result of an attempt to write a dump.
 struct WrittenDump {
-    NativeChar const * file; ///< the full path that it was written to
+    NativeChar const * file; ///< full path of the dump
     DumpReason reason;
     bool succeeded;
 };
 
-/// Writes the process's minidumps: of every crash by itself, and on demand. Only one may exist.
+/// Writes the process's minidumps: of every crash automatically, and on demand. Only one object may
+/// exist.
 ///
-/// A crash is what the system or the run-time library ends the process for: an invalid access, an
-/// illegal instruction, a division by zero, abort(), an exception that nobody catches. The process
-/// then ends as it would without the dump. When several threads crash, the first one is written and
-/// the others wait for the end of the process. The end comes after half a minute at the latest: by
+/// A crash is anything for which the system or the run-time library ends the process: an invalid
+/// access, an illegal instruction, a division by zero, abort(), an uncaught exception. The process
+/// then ends as it does without the writer. If several threads crash, the first one is dumped, and
+/// the others wait for the end of the process. It ends after half a minute at the latest: by
 /// SIGKILL on Linux, with the exit code of the crash on Windows.
 class MinidumpWriter
 {
   public:
-    /// Called after each attempt to write a dump. The result is that of the calls that ask for a
-    /// dump; after a crash false passes the crash on to whoever handled it before, and to the
-    /// system. After a crash the heap and any lock may be unusable, and on Linux the call runs
-    /// inside a signal handler.
+    /// Called after each attempt to write a dump. On demand its result is that of write(). After a
+    /// crash false passes the crash on to the previous handlers and to the system. The heap and any
+    /// lock may then be unusable, and on Linux the call runs inside a signal handler.
     using Callback = bool (*)(WrittenDump const & dump);
 
-    /// The folder is an absolute path without a separator at its end and not longer than
-    /// longestDumpFolder. Without it there are no dumps, but the callback is called all the same.
+    /// Installs the handlers. `folder` is an absolute path without a separator at its end, of at
+    /// most longestDumpFolder units. If it does not exist no dump is written, but the callback is
+    /// called.
     MinidumpWriter(NativeName const & folder, Callback callback);
     ~MinidumpWriter();
     MinidumpWriter(MinidumpWriter const &) = delete;
     MinidumpWriter & operator=(MinidumpWriter const &) = delete;
 
-    /// Takes another folder, under the same conditions.
+    /// Sets another dump folder: an absolute path without a separator at its end, of at most
+    /// longestDumpFolder units.
     void setFolder(NativeName const & folder);
 
-    /// Writes a dump of the process as it is: of the calling thread, as if it had an exception of
-    /// this code.
+    /// Writes a dump of the running process, as if the calling thread had an exception of this
+    /// code. Returns the result of the callback.
     bool write(std::uint32_t code);
-    /// Writes a dump for an exception of the calling thread. Fails without its record or context.
+    /// As above, for an exception of the calling thread. False if the exception has no record or no
+    /// context.
     bool write(EXCEPTION_POINTERS & exception);
 
   private:
@@ -68,15 +72,15 @@ class MinidumpWriter
     std::unique_ptr<Implementation> implementation_;
 };
 
-/// Runs `work` for the callback after a crash, and gives it up when it crashes in turn, calls
-/// abort() or has not ended after three seconds, as when it waits for a lock that the crash left
-/// taken. Whether it came to its end.
+/// Calls `work` after a crash and returns whether it has ended normally. Abandons it when it
+/// crashes, calls abort() or takes longer than three seconds, for example because it waits for a
+/// lock of a crashed thread.
 bool runGuarded(void (*work)(void *), void * data);
 
-/// 0 without a record.
+/// Returns the code of an exception; 0 if it has no record.
 std::uint32_t exceptionCode(EXCEPTION_POINTERS const & exception);
 
-/// Gives the calling thread, once, the room that it needs to report that its stack is used up.
+/// Reserves memory for the calling thread, once, so that its stack overflow can be handled.
 void prepareThreadForCrash();
 
 } // namespace ox::platform

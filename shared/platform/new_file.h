@@ -8,53 +8,55 @@
 namespace ox::platform
 {
 
-/// A file that takes the place of another only when it is complete.
+/// A new file that replaces another one only when it is complete.
 ///
-/// The promise: under the target's name stands the previous file or the whole new one, also after
-/// a kill or a power failure, and no other user who can write in the folder can turn a change of
-/// the new file into a change of another. The file is created under a temporary name in the
-/// target's folder, which stays open, and everything is done through its descriptor or handle.
+/// At every moment the target's name refers to the previous file or to the complete new one, also
+/// after a kill or a power failure. Other users who can write in the folder cannot redirect a
+/// change of the new file to another file. The file is created under a temporary name in the
+/// target's folder. This folder stays open, and all operations use the file's descriptor or handle.
 ///
-/// A temporary file that outlives its process is removed by the next NewFile in the folder
-/// (docs/platforms.md describes how it is told from one in use).
+/// The next NewFile in the folder removes temporary files of ended processes. docs/platforms.md
+/// describes how they are recognised.
 class NewFile
 {
   public:
-    /// Whether the file takes the place of a link or of what the link leads to. With Followed, an
-    /// existing file's mode, and as root its owner, pass to the new one.
+    /// Whether the file replaces a link or the link's target. With Followed the new file gets the
+    /// mode of an existing file and, for root, its owner.
     enum class Links { Replaced, Followed };
 
     NewFile();
-    /// Removes the file unless it is in its place.
+    /// Deletes the temporary file unless it is in its place.
     ~NewFile();
     NewFile(NewFile const &) = delete;
     NewFile & operator=(NewFile const &) = delete;
 
-    /// Opens the folder of a target, which need not exist. Creates nothing. Fails (NotAFile) for a
-    /// folder, and with Links::Followed for everything that is no regular file. As root, fails for
-    /// a link of another user that is to be followed.
+    /// Opens the folder of a target; creates nothing. The target need not exist.
+    /// Fails: with NotAFile for a folder, and with Links::Followed for anything that is not a
+    /// regular file; for root, also for a link of another user with Links::Followed.
     Result<> open(NativeName const & target, Links links);
 
-    /// The name under which the previous file can be read, whatever happens to the target's name.
-    /// Empty when there is none.
+    /// Returns a name for reading the previous file, which stays valid when the target's name
+    /// changes. Empty without a previous file.
     NativeName previousName() const;
 
-    /// Who may open a file that has no previous one whose mode it gets.
+    /// Rights of a file that does not get the mode of a previous one: only its owner, or all users
+    /// by the process's umask.
     enum class Access { Owner, ByMask };
 
-    /// Creates the empty file. Only after `open`.
+    /// Creates the empty file. Call it only after `open`.
     Result<> create(Access access);
 
-    /// The file, open for writing. Only after `create`.
+    /// The file, open for writing. Call it only after `create`.
     OpenFile & file();
 
-    /// Makes the file a copy of another in the fastest way that the system has, with its times and,
-    /// unless the mode is the previous file's, its permission bits. A source that has holes keeps
-    /// them where the system can.
+    /// Copies another file into this one in the system's fastest way, with its times and, unless
+    /// the mode is that of the previous file, its permission bits. Holes are kept where the system
+    /// supports this.
     Result<> copyFrom(NativeName const & source);
 
-    /// Runs a function that writes the file under a name that it is given, and that no other user
-    /// can redirect. Fails when the file is another one afterwards.
+    /// Calls `write` with a name of the file, for code that needs a name. No other user can
+    /// redirect the name.
+    /// Fails: when the name refers to another file afterwards.
     template <typename Write>
     Result<> writeByName(Write const & write)
     {
@@ -63,23 +65,25 @@ class NewFile
         return endWritingByName();
     }
 
-    /// Size in bytes so far. May be called on another thread while the file is written.
+    /// Returns the current size in bytes.
+    /// Threads: may be called while another thread writes the file.
     Result<std::int64_t> size() const;
 
-    /// Adds the rights to read, write and execute the file for every user.
+    /// Grants all users the rights to read, write and execute the file.
     Result<> allowEverybodyToExecute();
 
+    /// Result of keepPrevious.
     enum class Previous { Kept, None, IsUpToDate };
 
-    /// Gives the previous file a second name, the target's with a suffix, in place of what has it.
-    /// IsUpToDate, without a change, when the target has the given size and time, since another
-    /// process has just replaced it.
+    /// Keeps the previous file under the target's name with a suffix, and replaces an older file of
+    /// that name. Returns IsUpToDate without a change if the target has the given size in bytes and
+    /// time in seconds since 1970 UTC: another process has just replaced it.
     Result<Previous> keepPrevious(char const * suffix, std::int64_t size, std::int64_t modified);
 
-    /// Gives the file the target's name. The content should be flushed before.
+    /// Renames the file to the target's name. Flush the content before.
     Result<> putInPlace();
 
-    /// Removes the file unless it is in its place.
+    /// Deletes the temporary file unless it is in its place.
     void remove();
 
   private:
@@ -90,7 +94,8 @@ class NewFile
     std::unique_ptr<System> system_;
 };
 
-/// Removes the temporary files of this process beside a target, for a process that ends at once.
+/// Removes the temporary files of this process in the folder of a target, before the process ends
+/// without destructors.
 void removeNewFilesOfThisProcess(NativeName const & target);
 
 } // namespace ox::platform

@@ -14,8 +14,8 @@ struct gzFile_s;
 namespace ox::platform
 {
 
-/// An open file. Every operation goes through its descriptor or handle and never through its name,
-/// so that all of them mean the same file. Child processes do not inherit it.
+/// An open file. Every operation uses its descriptor or handle and never its name, so that all
+/// operations affect the same file. Child processes do not inherit it.
 class OpenFile
 {
   public:
@@ -30,24 +30,29 @@ class OpenFile
         return *this;
     }
 
+    /// Returns whether a file is open.
     bool isOpen() const { return handle_ != none; }
+    /// The descriptor (Linux) or handle (Windows).
     std::intptr_t handle() const { return handle_; }
-    /// Hands the open file over to the caller.
+    /// Returns the descriptor or handle; the caller must close it.
     std::intptr_t release() { return std::exchange(handle_, none); }
 
     /// Reads `size` bytes, fewer only at the end of the file. Returns their number.
     Result<std::size_t> read(char * data, std::size_t size);
-    /// Writes `size` bytes. `written`, if given, is how many of them were written, also on failure.
+    /// Writes `size` bytes. `written`, if given, receives the number of written bytes, also after a
+    /// failure.
     Result<> write(char const * data, std::size_t size, std::size_t * written = nullptr);
-    /// Moves the position of the next read to a byte of the file.
+    /// Sets the position of the next read, in bytes from the start.
     Result<> seek(std::int64_t position);
-    /// Size in bytes.
+    /// Returns the size in bytes.
     Result<std::int64_t> size() const;
-    /// Sets every time that a file has to a number of seconds since 1970-01-01 UTC.
+    /// Sets all times of the file, in seconds since 1970-01-01 UTC.
     Result<> setTimes(std::int64_t seconds);
-    /// Waits until the system has stored the content. Succeeds where it knows no such wait.
+    /// Waits until the system has stored the content. Succeeds on a file system without this
+    /// operation.
     Result<> flush();
-    /// Closes the file. Fails when the system reports only now that something was not written.
+    /// Closes the file.
+    /// Fails: when the system reports at this point that data was not written.
     Result<> close();
 
   private:
@@ -56,36 +61,39 @@ class OpenFile
     std::intptr_t handle_ = none;
 };
 
-// The calls below never wait for another process: a named pipe fails (NotAFile), as do a folder and
-// a socket.
+// The functions below never wait for another process: a named pipe, a folder and a socket fail with
+// NotAFile.
 
-/// Whether other processes may write a file while it is open here, on a system that can refuse
-/// that. Where they may not while it is written here, they may not read it either.
+/// Whether other processes may write to an open file, on a system that can refuse this. With
+/// Refused, a file that is open for writing cannot be read by others either.
 enum class Writers { Refused, Allowed };
 
-/// Opens a file, a device or the unnamed pipe behind /dev/stdin for reading.
+/// Opens a file, a device or the unnamed pipe of /dev/stdin for reading.
 Result<OpenFile> openForReading(NativeName const & name, Writers writers);
 
+/// Whether an opened file keeps its content or is emptied.
 enum class Content { Kept, Emptied };
 
-/// Opens a file for writing, at its end or emptied, and creates it when it is missing. Links are
-/// followed. Also opens a device that is no disk, and the unnamed pipe behind /dev/stdout.
+/// Opens a file for writing, at its end or emptied, and creates it if it does not exist. Links are
+/// followed. Also opens the unnamed pipe of /dev/stdout, and devices other than disks.
 Result<OpenFile> openForWriting(NativeName const & name, Content content, Writers writers);
 
-/// As openForWriting with Writers::Allowed, for regular files only. As root, refuses a link that
-/// another user made.
+/// Opens a regular file for writing, as openForWriting with Writers::Allowed does. For root, links
+/// of other users are refused.
 Result<OpenFile> openInPlace(NativeName const & name, Content content);
 
+/// How the creation of a file treats an existing name.
 enum class Taken { Fails, IsReplaced };
 
-/// Creates a file for writing. What has the name already makes it fail or, a file or link, is
-/// removed.
+/// Creates a file for writing. An existing name makes it fail; with Taken::IsReplaced a file or
+/// link of that name is deleted first.
 Result<OpenFile> createFile(NativeName const & name, Taken taken);
 
-/// Lines that end with "\n", as the text files of the system end them.
+/// Converts the line ends "\n" to those of the system's text files.
 std::string textForFile(std::string_view lines);
 
-/// Opens a gzip file of zlib, at its default level, in place of an open file.
+/// Converts an open file to a gzip file of zlib, at the default compression level. `mode` is that
+/// of gzdopen ("rb", "wb").
 Result<gzFile_s *> openGzip(OpenFile file, char const * mode);
 
 } // namespace ox::platform

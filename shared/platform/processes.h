@@ -14,48 +14,52 @@
 namespace ox::platform
 {
 
-/// What the file name of a program ends with.
+/// Suffix of the file names of executables.
 #ifdef _WIN32
 inline constexpr std::string_view executableSuffix = ".exe";
 #else
 inline constexpr std::string_view executableSuffix = "";
 #endif
 
-/// A process as the system lists it.
+/// A process in the system's list.
 struct ListedProcess {
     std::uint32_t id;
     std::uint32_t parentId;
-    /// The file name of its executable: as bytes on Linux, where a process that does not show it
-    /// has its command name, in Latin-1 with '?' for other characters on Windows.
+    /// File name of the executable. On Linux these are bytes; a process that hides its executable
+    /// has its command name. On Windows the name is Latin-1, with '?' for other characters.
     std::string_view name;
 };
 
-/// What a process has used.
+/// Resources that a process has used.
 struct ProcessCounters {
-    std::int64_t cpuTime;     ///< of all its threads, in 100 ns
-    std::uint64_t workingSet; ///< bytes; 2^32 - 1 also stands for more to a reader of 32 bits
+    std::int64_t cpuTime;     ///< processor time of all threads in 100 ns
+    std::uint64_t workingSet; ///< in bytes; a 32-bit process reads 2^32 - 1 for larger ones
 };
 
-/// The counters of many processes, as one pass over the machine's processes reads them.
+/// Counters of many processes from one pass over the machine's processes.
 class ProcessReading
 {
   public:
+    /// Maximum number of processes.
     static constexpr std::size_t capacity = 6000;
 
-    /// Forgets all processes. The moments are in 100 ns, from any beginning.
+    /// Starts a reading: removes all processes. `time` is in 100 ns, with an arbitrary origin.
     void begin(std::int64_t time);
-    /// Leaves out what is beyond the capacity.
+    /// Adds the counters of a process; ignores processes above the capacity.
     void add(std::uint32_t id, ProcessCounters const & counters);
-    /// From now on counters are found.
+    /// Ends the reading; after it of() finds counters. `time` is in 100 ns.
     void end(std::int64_t time);
 
-    /// Takes over the processes of another reading, which forgets them.
+    /// Moves the processes of another reading to this one.
     void takeFrom(ProcessReading & other);
 
+    /// Returns whether end() was called.
     bool hasEnded() const { return hasEnded_; }
+    /// Time of begin() in 100 ns.
     std::int64_t beginTime() const { return beginTime_; }
+    /// Time of end() in 100 ns.
     std::int64_t endTime() const { return endTime_; }
-    /// Of the first one that was added with this id; empty when there is none.
+    /// Returns the counters of the first added process with an id; empty without one.
     std::optional<ProcessCounters> of(std::uint32_t id) const;
 
   private:
@@ -72,100 +76,108 @@ class ProcessReading
     std::array<Sample, capacity> samples_;
 };
 
-/// The processes of this machine, with the counters of one moment.
+/// Processes of this machine, with their counters at one moment.
 ///
-/// On Linux the list and the counters come out of one pass over /proc, so list() reads counters as
-/// well and puts them aside. On Windows the counters come in a block of raw performance data.
-/// About 300 kB in size: create it on the heap. It needs no further memory.
+/// On Linux one pass over /proc gives the list and the counters, so list() also reads counters and
+/// stores them. On Windows the counters come in a block of raw performance data. An object has
+/// about 300 kB: create it on the heap. It needs no further memory.
 class ProcessTable
 {
   public:
+    /// Size of the buffer for raw performance data in bytes.
     static constexpr std::size_t rawSize = 308000;
-    /// For how long counters that list() has read count as those of now, in 100 ns.
+    /// How long counters of list() are usable for readCounters(), in 100 ns (10 ms).
     static constexpr std::int64_t freshTime = 100'000;
 
-    /// Puts raw performance data into a buffer of the caller's, aligned to 8 bytes, which must live
-    /// as long as the table.
+    /// Creates a table that reads raw performance data into `raw`. The buffer is aligned to 8 bytes
+    /// and must live as long as the table.
     explicit ProcessTable(std::span<char, rawSize> raw) : raw_(raw) {}
     ProcessTable(ProcessTable const &) = delete;
     ProcessTable & operator=(ProcessTable const &) = delete;
 
-    /// Shows every process of the machine to `keep`. Threads of the kernel and processes that have
-    /// ended are left out. The idle process (id 0), where the system lists it, is the first.
-    /// `keep` returns whether the caller keeps the process: only for those the counters are read
-    /// along with the list. Fails when the system has no list.
+    /// Calls `keep` for each process of the machine. Kernel threads and ended processes are
+    /// omitted. The idle process (id 0) is the first, if the system lists it. `keep` returns
+    /// whether the caller keeps the process; on Linux the counters of these processes are read as
+    /// well.
+    /// Fails: when the system has no list.
     Result<> list(std::function<bool(ListedProcess const &)> const & keep);
 
-    /// Whether list() has read counters within the last 10 ms that readCounters has not taken yet.
+    /// Returns whether list() has read counters within `freshTime` that readCounters() has not used
+    /// yet.
     bool hasFreshListCounters() const;
 
-    /// Makes the counters of at least these processes the table's, for counters(): those that
-    /// list() has read while they are fresh, otherwise new ones. Returns their moment in 100 ns,
-    /// from any beginning. After a failure, whose step is the source of the counters, the table has
-    /// none.
+    /// Reads the counters of at least these processes for counters(). Uses those that list() has
+    /// read while they are fresh, otherwise reads new ones. Returns their time in 100 ns, with an
+    /// arbitrary origin.
+    /// Fails: the table then has no counters; the step of the error is the source of the counters.
     Result<std::int64_t> readCounters(std::span<std::uint32_t const> ids);
-    /// The same for all processes of the machine, always with new counters.
+    /// As above, for all processes of the machine and always with new counters.
     Result<std::int64_t> readAllCounters();
 
-    /// A process's counters of the moment of the reading. If the reading succeeded without this
-    /// process, they are read now. Empty if the process does not run or its counters cannot be
-    /// read.
+    /// Returns the counters of a process from the last reading. Reads them now if the reading
+    /// succeeded without this process. Empty if the process does not run or its counters are not
+    /// readable.
     std::optional<ProcessCounters> counters(std::uint32_t id) const;
 
   private:
     std::span<char, rawSize> raw_;
-    ProcessReading current_; ///< what counters() finds
-    ProcessReading listed_;  ///< what list() has read along
+    ProcessReading current_; ///< counters for counters()
+    ProcessReading listed_;  ///< counters that list() has read
 };
 
-/// The account that a process belongs to.
+/// Owner of a process.
 struct ProcessOwner {
     enum Kind {
-        Account,      ///< `name` tells it
-        BuiltInGroup, ///< a group of the system's own, such as the administrators
+        Account,      ///< an account; `name` is set
+        BuiltInGroup, ///< a group of the system, such as the administrators
         AccessDenied,
-        NoAccount, ///< the owner has no name
-        Unknown,   ///< `error` is the system's reason
-        NotOpened  ///< the process does not exist or does not show itself
+        NoAccount, ///< the owner has no account name
+        Unknown,   ///< `error` is the system's error code
+        NotOpened  ///< the process does not exist or cannot be opened
     };
     Kind kind = NotOpened;
     int error = 0;
-    std::array<char, 32> name{}; ///< cut, with a terminator
+    std::array<char, 32> name{}; ///< zero-terminated, cut at 31 bytes
 
+    /// Sets `name` and the kind Account.
     void setName(std::string_view text);
 };
 
-/// Asks for the owners of processes and remembers the accounts it has met, since a directory
-/// service may be slow.
+/// Looks up the owners of processes and caches their accounts, since a directory service may be
+/// slow.
 class ProcessOwners
 {
   public:
+    /// Returns the owner of a process.
     ProcessOwner of(std::uint32_t id);
-    /// Forgets the accounts, so that they are asked for anew.
+    /// Clears the cache of accounts.
     void forget() { count_ = 0; }
 
   private:
-    /// A user id, or the longest security identifier; zeros behind it.
+    /// User id or security identifier, padded with zeros.
     using AccountId = std::array<char, 68>;
     struct Known {
         AccountId account;
         ProcessOwner owner;
     };
 
-    /// The account that owns a process, or the owner to report when it is not available.
+    /// Returns the account that owns a process, or the result to report if the account is not
+    /// available.
     static std::variant<AccountId, ProcessOwner> accountOf(std::uint32_t id);
+    /// Looks up the name of an account.
     static ProcessOwner nameOf(AccountId const & account);
 
     std::array<Known, 16> known_;
     std::size_t count_ = 0;
 };
 
-/// Ends a process at once, with exit code 1 where the system has one to give. Failures are silent.
-/// Never ends the system's first process, nor any by an id that the system would take for a group.
+/// Ends a process immediately, on Windows with exit code 1. Failures are not reported. On Linux the
+/// ids 0, 1 and those above 2^31 - 1 are ignored, since they are process groups or the first
+/// process of the system.
 void killProcess(std::uint32_t id);
 
-/// Enables or disables a privilege of this process. Fails when it has none such, as always where
-/// the system has no privileges of that kind.
+/// Enables or disables a privilege of this process.
+/// Fails: when the process does not have the privilege; always on Linux.
 Result<> setPrivilege(char const * name, bool enable);
 
 } // namespace ox::platform

@@ -7,25 +7,26 @@
 namespace ox::platform
 {
 
-/// What an error means on every system.
+/// Meaning of an error, the same on every system.
 enum class ErrorKind { Other, NotFound, AlreadyExists, InUse, AccessDenied, NotAFile };
 
-/// A failed call of the operating system.
+/// Error of a system call.
 struct Error {
-    int code = 0;           ///< the system's number
-    char const * step = ""; ///< the system call or step that failed, where a facade names it
-    ErrorKind cause = ErrorKind::Other; ///< where the facade knows more than the number tells
+    int code = 0;                       ///< the system's error code
+    char const * step = "";             ///< failed system call or step, if the facade names it
+    ErrorKind cause = ErrorKind::Other; ///< set if the code alone does not determine the kind
 
+    /// Meaning of the error: `cause`, otherwise derived from `code`.
     ErrorKind kind() const;
 };
 
-/// The error that the calling thread's last system call left.
+/// Returns the error of the calling thread's last system call.
 Error lastError(char const * step = "");
 
-/// Makes an error the calling thread's last one, which oxLastOSError reports.
+/// Sets the calling thread's last error, which oxLastOSError reports.
 void setLastError(Error error);
 
-/// Keeps the calling thread's last error, at the end of its scope, over the calls in between.
+/// Restores the calling thread's last error at the end of the scope.
 class KeptError
 {
   public:
@@ -38,7 +39,7 @@ class KeptError
     Error error_;
 };
 
-/// The value of a call that can fail, or its error.
+/// Value of a call that can fail, or its error.
 template <typename Value = void>
 class [[nodiscard]] Result
 {
@@ -46,15 +47,17 @@ class [[nodiscard]] Result
     Result(Value value) : value_(std::move(value)) {}
     Result(Error error) : error_(error) {}
 
+    /// Whether the call succeeded.
     explicit operator bool() const { return value_.has_value(); }
     Value & operator*() & { return *value_; }
     Value const & operator*() const & { return *value_; }
     Value && operator*() && { return *std::move(value_); }
     Value * operator->() { return &*value_; }
     Value const * operator->() const { return &*value_; }
+    /// The value, or `other` after a failure.
     Value value_or(Value other) const { return value_.value_or(std::move(other)); }
 
-    /// Only after a failure.
+    /// The error; call it only after a failure.
     Error error() const { return error_; }
 
   private:
@@ -62,7 +65,7 @@ class [[nodiscard]] Result
     Error error_;
 };
 
-/// Success, or the error of a call without a value.
+/// Success of a call without a value, or its error.
 template <>
 class [[nodiscard]] Result<void>
 {
@@ -70,9 +73,10 @@ class [[nodiscard]] Result<void>
     Result() = default;
     Result(Error error) : error_(error), hasFailed_(true) {}
 
+    /// Whether the call succeeded.
     explicit operator bool() const { return !hasFailed_; }
 
-    /// Only after a failure.
+    /// The error; call it only after a failure.
     Error error() const { return error_; }
 
   private:
@@ -80,14 +84,14 @@ class [[nodiscard]] Result<void>
     bool hasFailed_ = false;
 };
 
-/// Success, or the error that the calling thread's last system call left.
+/// Returns success, or the error of the calling thread's last system call.
 inline Result<> resultOf(bool succeeded, char const * step = "")
 {
     return succeeded ? Result<>() : Result<>(lastError(step));
 }
 
-/// The end of a public function: whether the call succeeded; its error becomes the calling thread's
-/// last one.
+/// Returns whether a call succeeded; sets its error as the calling thread's last one. Public
+/// functions call it at their end.
 template <typename Value>
 bool reportToThread(Result<Value> const & result)
 {
@@ -96,11 +100,11 @@ bool reportToThread(Result<Value> const & result)
     return static_cast<bool>(result);
 }
 
-/// The system's message for an error code, at most 500 characters, without line breaks at its end.
-/// Empty when the system has no such error. Leaves the last error unchanged.
+/// Returns the system's message for an error code, at most 500 characters, without line breaks at
+/// its end. Empty if the system does not know the code. Does not change the last error.
 std::optional<std::u16string> errorMessage(int code);
 
-/// As errorMessage, from the messages of the system's native layer for exceptions.
+/// Returns the system's message for an exception code; always empty on Linux.
 std::optional<std::u16string> exceptionMessage(unsigned code);
 
 } // namespace ox::platform

@@ -9,14 +9,14 @@
 namespace ox::platform
 {
 
-/// A named block of memory that processes on one machine share, mapped into this one.
+/// Named block of memory that processes on one machine share, mapped into this process.
 ///
-/// The promise: a segment lives exactly as long as somebody has it open, also when a process dies;
-/// of all who create one under the same name at the same time, one does; it begins as zeros; and no
-/// access to the view fails for want of memory. Programs that this process starts do not inherit
-/// it.
+/// A segment exists exactly as long as a process has it open, also when a process dies. If several
+/// processes create a segment of one name at the same time, one of them succeeds. A new segment
+/// contains zeros. No access to the mapped memory fails for lack of memory. Child processes do not
+/// inherit it.
 ///
-/// Opening and mapping are two steps, since each can fail for reasons of its own.
+/// Opening and mapping are two steps, since each has its own errors.
 class SharedSegment
 {
   public:
@@ -32,37 +32,39 @@ class SharedSegment
     SharedSegment(SharedSegment const &) = delete;
     SharedSegment & operator=(SharedSegment const &) = delete;
 
-    /// Prepares, once, what lets everybody in to a global segment; to be called before one is
-    /// created. The error names the step that failed.
+    /// Prepares the access rights of global segments, once. Call it before creating one.
+    /// Fails: the error contains the failed step.
     Result<> prepareGlobalAccess();
 
-    /// Creates a segment that has room for `size` bytes. Only while not open.
-    /// Fails: with AlreadyExists when somebody has one of that name, with AccessDenied when the
-    /// user may not create one, and for other reasons of the system.
+    /// Creates a segment of `size` bytes. Call it only while no segment is open.
+    /// Fails: with AlreadyExists when another process has a segment of that name, with AccessDenied
+    /// when the user may not create it, or with another error of the system.
     Result<> create(std::string const & name, Reach reach, std::size_t size);
 
-    /// Opens a segment that somebody has open. Only while not open.
-    /// Fails: with an error of which isMissing() is true when nobody has, and for other reasons of
-    /// the system.
+    /// Opens a segment that another process has open. Call it only while no segment is open.
+    /// Fails: isMissing() is true for the error if no process has the segment open; otherwise with
+    /// another error of the system.
     Result<> open(std::string const & name, Reach reach);
 
-    /// Whether an error of open() means that nobody has the segment open.
-    /// Compatibility: narrower than NotFound, since a name with a path of its own that does not
-    /// exist keeps the system's number.
+    /// Returns whether an error of open() means that no process has the segment open.
+    /// Compatibility: not every NotFound counts, since a name with a missing path keeps the
+    /// system's error code.
     static bool isMissing(Error const & error);
 
+    /// Returns whether a segment is open.
     bool isOpen() const;
 
-    /// Maps the whole segment for reading and writing. Only while open and not mapped.
+    /// Maps the whole segment for reading and writing. Call it only while a segment is open and not
+    /// mapped.
     Result<> map();
 
-    /// The first byte; null while not mapped.
+    /// The first mapped byte; null while not mapped.
     void * view() const { return view_; }
-    /// The size of the mapped region in whole pages.
+    /// Returns the size of the mapped region in bytes, in whole pages.
     Result<std::size_t> viewSize() const;
 
-    /// Unmaps and closes the segment. After a failure isOpen() returns whether there is still
-    /// something to close.
+    /// Unmaps and closes the segment.
+    /// Fails: isOpen() then returns whether the segment is still open.
     Result<> close();
 
   private:

@@ -1,7 +1,7 @@
 #pragma once
 
-/// The system's own types that the interface names. On Windows they are the system's, declared
-/// without its headers; elsewhere they are plain types of the same name and size.
+/// System types that public functions use. On Windows they are the system's own types, declared
+/// without its headers. On Linux they are plain types with the same names and sizes.
 
 #include <cstdint>
 
@@ -12,24 +12,25 @@ using FILETIME = _FILETIME;
 struct _EXCEPTION_POINTERS;
 using EXCEPTION_POINTERS = _EXCEPTION_POINTERS;
 #else
+/// Signed 64-bit integer.
 using __int64 = std::int64_t;
 
-/// A point in time: 100-nanosecond ticks since 1601-01-01 UTC, in two halves.
+/// A point in time: 100-ns ticks since 1601-01-01 UTC, in two halves.
 struct FILETIME {
-    std::uint32_t dwLowDateTime;
-    std::uint32_t dwHighDateTime;
+    std::uint32_t dwLowDateTime;  ///< low 32 bits
+    std::uint32_t dwHighDateTime; ///< high 32 bits
 };
 
-/// What went wrong: a signal's number, or any other code.
+/// Record of an exception.
 struct EXCEPTION_RECORD {
-    std::uint32_t ExceptionCode;
-    std::uint32_t ExceptionFlags;
-    void * ExceptionAddress;
+    std::uint32_t ExceptionCode;  ///< number of the signal, or any other code
+    std::uint32_t ExceptionFlags; ///< flags of the exception
+    void * ExceptionAddress;      ///< address of the instruction
 };
 
-/// An exception and the state of the thread at it.
+/// An exception and the state of its thread.
 struct EXCEPTION_POINTERS {
-    EXCEPTION_RECORD * ExceptionRecord;
-    void * ContextRecord; ///< the system's `ucontext_t`, as signal handlers get it
+    EXCEPTION_RECORD * ExceptionRecord; ///< the exception
+    void * ContextRecord;               ///< `ucontext_t` of a signal handler
 };
 #endif

@@ -11,55 +11,58 @@
 namespace ox::platform
 {
 
-/// Whether the process has all rights on this machine: it belongs to the administrators, or its
-/// effective user is root.
+/// Returns whether the process has all rights on this machine: it belongs to the administrators, or
+/// its effective user is root.
 bool isAdministrator();
 
-/// The folders of the user: the home, and what programs keep there for this machine and for all
-/// machines that the user logs on to.
+/// Folders of the user: home, program data for this machine, and program data that follows the user
+/// to other machines.
 enum class UserFolder { Home, LocalData, RoamingData };
 
-/// Without a separator at its end.
+/// Returns a folder of the user, without a separator at its end.
 Result<std::u16string> userFolder(UserFolder folder);
 
-/// The user whose settings the process has (on Linux the real user), and the one whose rights it
-/// has (the effective user).
+/// Which user of the process: the one whose settings it uses (on Linux the real user), or the one
+/// whose rights it has (on Linux the effective user).
 enum class UserOf { Settings, Process };
 
-/// The steps at which userId and userHome fail, beside the calls of the system: both read the
-/// system's list of users, which is in the registry on Windows.
+/// Steps at which userId and userHome fail, in addition to system calls: they read the system's
+/// list of users, on Windows from the registry.
 inline constexpr char openUserList[] = "open registry";
 inline constexpr char readUserList[] = "read value";
-/// The call that reads the token of a process, of which TokenSize has the sizes.
+/// System call that reads the token of a process; TokenSize has its sizes.
 inline constexpr char readToken[] = "GetTokenInformation";
 
-/// The sizes of the read of a token, in bytes; 0 where none was read.
+/// Sizes in bytes of a failed read of a token; otherwise 0.
 struct TokenSize {
-    unsigned long needed = 0;
-    unsigned long capacity = 0; ///< of the buffer
+    unsigned long needed = 0;   ///< required size
+    unsigned long capacity = 0; ///< size of the buffer
 };
 
-/// What the system knows the user by: the SID, the user's number on Linux. Sets `token` when the
-/// step readToken fails.
+/// Returns the SID of a user (Windows) or the user id (Linux). Sets `token` when the step readToken
+/// fails.
 Result<std::u16string> userId(UserOf which, TokenSize & token);
 
-/// The home folder by the system's list of users. Sets `token` as userId does.
+/// Returns the home folder of a user from the system's list of users. Sets `token` when the step
+/// readToken fails.
 Result<std::u16string> userHome(UserOf which, TokenSize & token);
 
-/// The programs that show a desktop to the user who owns them, in capitals.
+/// Returns the executables of desktop shells, in upper case. The owner of such a process is the
+/// user of the desktop.
 std::span<std::string_view const> desktopShells();
 
-/// Whether a process may belong to the user of the desktop. False on Linux for a system account, as
-/// a login screen has one (an id below UID_MIN), and for a process that has ended.
+/// Returns whether a process may belong to the user of the desktop. On Linux it returns false for a
+/// system account, such as that of a login screen (a user id below UID_MIN), and for a process that
+/// has ended.
 bool mayBeDesktopUsers(std::uint32_t processId);
 
-/// A clock in milliseconds, and what it showed at the last input of a user.
+/// Time of the last user input, in milliseconds of a clock.
 struct InputTicks {
-    std::uint64_t now;
-    std::uint64_t lastInput;
+    std::uint64_t now;       ///< current time of the clock
+    std::uint64_t lastInput; ///< time of the clock at the last input
 };
 
-/// Empty when the system does not tell.
+/// Returns the time of the last user input; empty if it is not known.
 std::optional<InputTicks> inputTicks();
 
 } // namespace ox::platform

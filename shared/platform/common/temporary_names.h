@@ -10,16 +10,17 @@
 namespace ox::platform
 {
 
-// The names of temporary files: ".oxshared-SYSTEM-PROCESS-NUMBER.tmp", each part eight hexadecimal
-// digits. A running system is trusted only about the locks of its own files.
+// Names of temporary files: ".oxshared-SYSTEM-PROCESS-NUMBER.tmp", each part eight hexadecimal
+// digits. A process trusts only the locks of files of its own system.
 
-/// Stands for every Windows machine: the file server keeps their locks.
+/// SYSTEM of every Windows machine, since the file server keeps their locks.
 inline constexpr std::uint32_t windowsSystem = 0;
 
-/// The age in seconds at which a temporary file of another system counts as left behind, as a lock
-/// file does.
+/// Age in seconds at which a temporary file of another system counts as abandoned: that of a stale
+/// lock file.
 inline constexpr std::int64_t leftBehindAfter = 3 * 60 * 60;
 
+/// Returns the start of the names of a process's temporary files.
 inline NativeName temporaryPrefix(std::uint32_t system, std::uint32_t process)
 {
     char text[40];
@@ -27,6 +28,7 @@ inline NativeName temporaryPrefix(std::uint32_t system, std::uint32_t process)
     return NativeName(text, text + length);
 }
 
+/// Returns the name of a temporary file.
 inline NativeName temporaryName(std::uint32_t system, std::uint32_t process, std::uint32_t number)
 {
     char text[20];
@@ -34,8 +36,10 @@ inline NativeName temporaryName(std::uint32_t system, std::uint32_t process, std
     return temporaryPrefix(system, process).append(text, text + length);
 }
 
+/// Whether a name is that of a temporary file, and of which system.
 enum class Temporary { No, OfThisSystem, OfAnother };
 
+/// Returns whether a name is that of a temporary file, and whether it is of this system.
 inline Temporary temporaryKind(std::basic_string_view<NativeName::value_type> name,
                                std::uint32_t system)
 {

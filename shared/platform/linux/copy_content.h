@@ -7,12 +7,12 @@
 namespace ox::platform
 {
 
-/// Copies the content of one open file, whose status is given, to another that is empty. Holes stay
-/// holes where the source's file system reports them.
+/// Copies the content of an open file to another, empty one. `source` is the status of `from`.
+/// Holes are kept if the source's file system reports them.
 Result<> copyContent(OpenFile & from, struct stat const & source, OpenFile & to);
 
-/// Gives a file the times of another and, with `mode`, its permission bits, as far as the file
-/// system keeps them.
+/// Sets the times of a file to those of `source` and, with `mode`, its permission bits, as far as
+/// the file system stores them.
 void copyAttributes(OpenFile & file, struct stat const & source, bool mode);
 
 } // namespace ox::platform

@@ -8,7 +8,8 @@
 namespace ox::platform
 {
 
-/// An open file, closed at the end of the scope; errno survives that.
+/// An open descriptor, which is closed at the end of the scope. The destructor does not change
+/// errno.
 class Descriptor
 {
   public:
@@ -25,9 +26,10 @@ class Descriptor
     int get() const { return descriptor_; }
     bool isOpen() const { return descriptor_ >= 0; }
 
-    /// Hands the open file over to the caller.
+    /// Returns the descriptor; the caller must close it.
     int release() { return std::exchange(descriptor_, -1); }
-    /// False when the system reports only now that something could not be written.
+    /// Closes the descriptor. Returns false when the system reports at this point that data was not
+    /// written.
     bool close() { return !isOpen() || ::close(release()) == 0; }
 
   private:

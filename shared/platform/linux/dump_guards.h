@@ -10,8 +10,8 @@
 namespace ox::platform
 {
 
-/// Kills the process when it has not come to its end in time: when the folder of the dumps does not
-/// answer, neither the process nor its stopped threads may be able to do it themselves.
+/// Kills the process 30 seconds after start(), unless stop() is called. If the dump folder does not
+/// respond, the process and its stopped threads may be unable to end themselves.
 class KillTimer
 {
   public:
@@ -24,7 +24,7 @@ class KillTimer
     KillTimer(KillTimer const &) = delete;
     KillTimer & operator=(KillTimer const &) = delete;
 
-    /// A forked child has none of its parent's.
+    /// Creates the timer. A forked child calls it again, since timers are not inherited.
     void create()
     {
         sigevent event{};
@@ -32,7 +32,9 @@ class KillTimer
         event.sigev_signo = SIGKILL;
         isThere_ = ::timer_create(CLOCK_MONOTONIC, &event, &timer_) == 0;
     }
+    /// Starts the timer.
     void start() { set(30); }
+    /// Stops the timer.
     void stop() { set(0); }
 
   private:
@@ -47,8 +49,8 @@ class KillTimer
     bool isThere_ = false;
 };
 
-/// Breakpad lets the process be read (PR_SET_DUMPABLE) for a dump. Afterwards a process that
-/// protects its memory from being read does so again.
+/// Restores the protection of the process's memory (PR_SET_DUMPABLE) at the end of the scope, since
+/// Breakpad removes it for a dump.
 class DumpableState
 {
   public:

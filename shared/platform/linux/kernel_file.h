@@ -14,7 +14,8 @@
 namespace ox::platform
 {
 
-/// The beginning of a file, as much of it as there is room for. The step of an error is the path.
+/// Reads the start of a file, up to the size of `room`.
+/// Fails: the step of the error is the path.
 inline Result<std::string_view> tryReadStart(char const * path, std::span<char> room)
 {
     Descriptor const file(::open(path, O_RDONLY | O_CLOEXEC));
@@ -34,13 +35,14 @@ inline Result<std::string_view> tryReadStart(char const * path, std::span<char> 
     return std::string_view(room.data(), length);
 }
 
-/// As tryReadStart; empty when the file cannot be read.
+/// Reads the start of a file, up to the size of `room`; empty if the file is not readable.
 inline std::string_view readStart(char const * path, std::span<char> room)
 {
     return tryReadStart(path, room).value_or({});
 }
 
-/// All of a file of the kernel's or the system's, whose size nobody tells beforehand.
+/// Reads a whole file, also one of the kernel that does not report its size; empty if it is not
+/// readable.
 inline std::string wholeFile(char const * path)
 {
     for (std::string text(4096, '\0');; text.resize(text.size() * 2)) {
@@ -52,7 +54,7 @@ inline std::string wholeFile(char const * path)
     }
 }
 
-/// The text before the next separator; the separator and it are taken from `text`.
+/// Returns the text before the next separator, and removes it with the separator from `text`.
 inline std::string_view takeUntil(std::string_view & text, char separator)
 {
     std::size_t const end = text.find(separator);
@@ -61,6 +63,7 @@ inline std::string_view takeUntil(std::string_view & text, char separator)
     return taken;
 }
 
+/// Returns the text without blanks, tabs and line feeds at both ends.
 inline std::string_view trimmed(std::string_view text)
 {
     constexpr std::string_view blanks = " \t\n";
@@ -70,7 +73,7 @@ inline std::string_view trimmed(std::string_view text)
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-/// The number that a text begins with.
+/// Parses the number at the start of a text, behind any blanks; empty without one.
 template <typename Number>
 std::optional<Number> numberOf(std::string_view text)
 {

@@ -8,32 +8,36 @@
 namespace ox::platform
 {
 
-/// A name in an open folder, which stays the same folder when its path is renamed or relinked.
+/// A file name in an open folder. It refers to the same folder even if the folder's path is renamed
+/// or relinked.
 struct Place {
     OpenFile openFolder;
     NativeName name;
 
     int folder() const { return static_cast<int>(openFolder.handle()); }
 
-    /// Opens the folder of a path. Fails also when the path names no file ("a/").
+    /// Opens the folder of a path.
+    /// Fails: also when the path has no file name ("a/").
     Result<> open(NativeName const & path);
 
-    /// Goes on to where the name leads while it is a link. A missing file is no failure. As root,
-    /// refuses a link that another user made.
+    /// Follows the name while it is a link. Succeeds if the target does not exist.
+    /// Fails: for root, also for a link of another user.
     Result<> followLinks();
 
-    /// The status of a name in the folder. False with errno set. Links are not followed.
+    /// Gets the status of a name in the folder, without following links. Returns false with errno
+    /// set after a failure.
     bool status(struct stat & status, NativeName const & ofName) const
     {
         return ::fstatat(folder(), ofName.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
     }
 
   private:
-    /// Opens the folder of a path that begins at an open folder or is absolute.
+    /// Opens the folder of a path, which is absolute or relative to the open folder `at`.
     Result<> moveTo(int at, NativeName const & path);
 };
 
-/// Creates a file for writing; `taken` is what a file or link under the name makes of it.
+/// Creates a file for writing. `taken` states whether an existing file or link makes it fail or is
+/// replaced.
 Result<OpenFile> createAt(Place const & place, Taken taken, mode_t mode);
 
 } // namespace ox::platform

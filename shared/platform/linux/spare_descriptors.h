@@ -11,8 +11,8 @@
 namespace ox::platform
 {
 
-/// Open descriptors that stand for the ones that a dump needs, so that a dump can also be written
-/// when the process has no others left.
+/// Reserves the descriptors that a dump needs, so that a dump can also be written when the process
+/// has no free ones.
 class SpareDescriptors
 {
   public:
@@ -21,7 +21,8 @@ class SpareDescriptors
     SpareDescriptors(SpareDescriptors const &) = delete;
     SpareDescriptors & operator=(SpareDescriptors const &) = delete;
 
-    /// Opens those that are not open. The numbers of the standard streams stay free.
+    /// Opens the reserved descriptors that are not open. They do not use the numbers of the
+    /// standard streams.
     void reserve()
     {
         for (std::atomic<int> & spare : descriptors_) {
@@ -33,8 +34,8 @@ class SpareDescriptors
         }
     }
 
-    /// Closes them. The application may have closed one by its number and have another file there
-    /// now, which stays open.
+    /// Closes the reserved descriptors. A descriptor that the application has closed and reused for
+    /// another file stays open.
     void release()
     {
         for (std::atomic<int> & spare : descriptors_) {
@@ -55,7 +56,8 @@ class SpareDescriptors
                file.st_rdev == makedev(1, 3);
     }
 
-    /// A pipe to the process that writes the dump, the dump, and a file of /proc.
+    /// The descriptors that a dump needs: two for the pipe to the process that writes the dump, one
+    /// for the dump, one for a file of /proc.
     std::array<std::atomic<int>, 4> descriptors_ = {-1, -1, -1, -1};
 };
 

@@ -9,28 +9,30 @@
 namespace ox::platform
 {
 
-/// "Debian GNU/Linux 12", from the text of an os-release file. Empty when that has no name.
+/// Returns name and version from the text of an os-release file: "Debian GNU/Linux 12". Empty
+/// without a name.
 std::u16string systemNameOf(std::string_view osRelease);
 
-/// What the text of /proc/cpuinfo tells: all but the count.
+/// Parses the text of /proc/cpuinfo. Sets all members except `count`.
 Processors processorsOf(std::string_view cpuInfo);
 
-/// The bytes of one line of /proc/meminfo, such as "MemTotal". Empty when there is no such line.
+/// Returns the bytes in the line of /proc/meminfo with this name, such as "MemTotal". Empty if the
+/// text does not contain the line.
 std::optional<std::uint64_t> memoryField(std::string_view memoryInfo, std::string_view name);
 
-/// The sample in the text of /proc/stat. The moment is the time that the kernel has accounted for,
-/// so that no time passes between two readings of the same accounts.
+/// Returns the sample in the text of /proc/stat; empty if the text is not valid. Its time is the
+/// sum of the kernel's accounts, so two readings of the same accounts have the same time.
 std::optional<IdleSample> idleSampleOf(std::string_view stat, long ticksPerSecond);
 
-/// The first disk, by its name, that is a device of its own and stays in the machine. Empty when
-/// the folder of the kernel's block devices has none.
+/// Returns the folder of the first disk, by name, that is a physical device and not removable.
+/// `blockDevices` is the kernel's folder of block devices. Empty without such a disk.
 std::filesystem::path firstDiskIn(std::filesystem::path const & blockDevices);
 
-/// What the kernel's folder of a disk tells: all but the SMART table.
+/// Returns the description in the kernel's folder of a disk. Sets all members except `smartTable`.
 Disk describedDisk(std::filesystem::path const & folder, bool withTemperature);
 
-/// The lowest id of an account that a person logs on with: UID_MIN in the text of /etc/login.defs,
-/// 1000 where it has none.
+/// Returns the lowest user id of an account for people: UID_MIN in the text of /etc/login.defs, or
+/// 1000 if the text does not contain it.
 std::uint32_t firstUserId(std::string_view loginDefs);
 
 } // namespace ox::platform

@@ -10,24 +10,25 @@
 namespace ox::platform
 {
 
-/// A program started by this process, with this process's standard streams and nothing else open.
+/// A program started by this process. It inherits the standard streams and no other open file.
 class ChildProcess
 {
   public:
-    /// Starts `command[0]`, looked for as the shell does, with the rest as its arguments, all in
-    /// UTF-8.
+    /// Starts a program. `command[0]` is its name, which is searched for as by the shell; the rest
+    /// are its arguments. All are UTF-8.
     static Result<std::unique_ptr<ChildProcess>> start(std::vector<std::string> const & command);
 
     ChildProcess(ChildProcess const &) = delete;
     ChildProcess & operator=(ChildProcess const &) = delete;
 
-    /// Forgets the process; until then its number belongs to no other.
+    /// Releases the process id, which no other process has until then.
     ~ChildProcess();
 
-    /// Waits for the end. Returns the exit status, 128 + signal when a signal ended it.
+    /// Waits for the end of the process. Returns its exit status, or 128 + signal if a signal ended
+    /// it.
     int wait() const;
 
-    /// Passes a stop request's signal on. Does nothing when the process has ended already.
+    /// Sends the signal of a stop request to the process. No effect if the process has ended.
     void send(int signal) const;
 
   private:

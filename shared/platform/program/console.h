@@ -10,26 +10,28 @@
 namespace ox::platform
 {
 
-/// Whether somebody reads this stream as it is written; false for a file and a pipe.
+/// Returns whether a stream is a terminal.
 bool isTerminal(std::FILE * stream);
 
-/// Makes the standard output carry bytes as they are written, the terminal obey escape sequences,
-/// and a write to a pipe that nobody reads any more or beyond the largest file allowed fail, where
-/// the system would end the process without a word. A stream that the process was started without
-/// stays unusable, and no file that is opened later takes its place.
+/// Prepares the standard streams of a program. Standard input and output transfer bytes unchanged.
+/// The terminal interprets UTF-8 and escape sequences. A write to a closed pipe, or beyond the
+/// maximum file size, returns an error and does not end the process. A standard stream that is
+/// closed at the start of the process stays unusable, and no file that is opened later gets its
+/// number.
 void prepareStandardStreams();
 
-/// The standard input as an open file, which begins where it was read to.
+/// Returns the standard input as an open file, at its current position.
 Result<OpenFile> openStandardInput();
 
-/// The program's arguments without its name, in UTF-8. Bytes that the system did not give as UTF-8
-/// are passed on as they are.
+/// Returns the arguments of the program without its name, in UTF-8. On Linux bytes that are not
+/// UTF-8 stay unchanged.
 std::vector<std::string> utf8Arguments(int argc, char ** argv);
 
-/// The UTF-16 of such an argument, of which nativeName makes the file name that the user gave.
+/// Converts an argument of utf8Arguments to UTF-16; nativeName converts the result to the file name
+/// that the user has given.
 std::u16string argumentText(std::string_view argument);
 
-/// The name the current user logged on with, in UTF-8. Empty when the system knows none.
+/// Returns the login name of the current user in UTF-8; empty if it is not known.
 std::string userName();
 
 } // namespace ox::platform

@@ -3,20 +3,21 @@
 namespace ox::platform
 {
 
-/// Somebody wants the process to end: Ctrl-C, a request to terminate, the terminal closed.
+/// A request to end the process: Ctrl-C, a termination request, or the terminal was closed.
 struct StopRequest {
-    int signal;        ///< the system's number of the request
-    bool fromTerminal; ///< given at the keyboard, so the child processes have it too
+    int signal;        ///< the system's number of the signal or event
+    bool fromTerminal; ///< from the keyboard: child processes receive it, too
 };
 
-/// From now on a stop request does not end the process: `answer` is called with it, one call at a
-/// time, on a thread that only does this, so it may do whatever a thread may do. Requests that the
-/// process was started to ignore stay ignored. To be called once, before any other thread runs.
-/// False when the system has no thread left, with its last error set: requests end the process.
+/// Installs a function that is called for stop requests, which then no longer end the process. The
+/// calls come one at a time on a separate thread, which may do anything a thread may do. Requests
+/// that the process ignores from its start stay ignored. Call it once, before other threads run.
+/// Fails: false, with the system's last error set, when no thread can be created; stop requests
+/// then end the process.
 bool answerStopRequests(void (*answer)(StopRequest));
 
-/// Ends the process the way the request would have, so that the parent process sees it was
-/// stopped (a shell shows 128 + signal). Runs no destructor and writes out no stream.
+/// Ends the process as the stop request does by default, so that the parent process detects it (a
+/// shell reports 128 + signal). Calls no destructors and flushes no streams.
 [[noreturn]] void endAsRequested(StopRequest request);
 
 } // namespace ox::platform

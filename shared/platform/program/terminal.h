@@ -7,27 +7,28 @@
 namespace ox::platform
 {
 
+/// Size of a terminal in characters.
 struct TerminalSize {
     int columns = 80;
     int rows = 24;
 };
 
-/// The size of the terminal behind the stream; 80 by 24 when the system does not tell.
+/// Returns the size of the terminal of a stream; 80 by 24 if it is not known.
 TerminalSize terminalSize(std::FILE * stream);
 
-/// Takes the terminal of the standard input and output to draw on: puts aside what it shows, hides
-/// the cursor, and gives out keys as they are pressed without showing them. False, with nothing
-/// changed, when one of the two streams is no terminal.
+/// Prepares the terminal of standard input and output for drawing: saves its content, hides the
+/// cursor, and delivers keys immediately and without echo. Returns false, with nothing changed, if
+/// one of the streams is not a terminal.
 bool takeTerminal();
 
-/// Gives the terminal back, which then is and shows what it did before it was taken.
+/// Restores the settings and the content that the terminal had before takeTerminal().
 void giveTerminalBack();
 
-/// The byte that waitForKey gives when no more keys can come.
+/// Byte that waitForKey() returns at the end of the input.
 inline constexpr char endOfKeys = '\x04';
 
-/// The next byte of the keys pressed on a terminal that was taken; empty when there was none until
-/// `end`. A key without a letter gives several bytes, or none.
+/// Waits until `end` for the next byte of keyboard input, after takeTerminal(); empty if none
+/// arrives. A key that is not a character gives several bytes or none.
 std::optional<char> waitForKey(std::chrono::steady_clock::time_point end);
 
 } // namespace ox::platform

@@ -5,7 +5,8 @@
 namespace ox::platform
 {
 
-/// The same as for a name, for a file that is open with READ_CONTROL and WRITE_DAC.
+/// Grants all users the rights to read, write, execute and delete a file that is open with
+/// READ_CONTROL and WRITE_DAC.
 Result<> allowEverybodyToExecute(HANDLE file);
 
 } // namespace ox::platform

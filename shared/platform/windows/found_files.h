@@ -10,7 +10,7 @@
 namespace ox::platform
 {
 
-/// The system's answers to one file name or pattern, without "." and "..".
+/// Iterates over the files that match a name or pattern, without "." and "..".
 class FoundFiles
 {
   public:
@@ -19,7 +19,7 @@ class FoundFiles
     FoundFiles(FoundFiles const &) = delete;
     FoundFiles & operator=(FoundFiles const &) = delete;
 
-    /// False at the end, where error() is 0, and on failure.
+    /// Moves to the next file. Returns false at the end, where error() is 0, and after a failure.
     bool next()
     {
         while (step()) {
@@ -69,12 +69,13 @@ class FoundFiles
     bool hasEnded_ = false;
 };
 
+/// Returns whether a found file is a folder.
 inline bool isFolder(WIN32_FIND_DATAW const & record)
 {
     return (record.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-/// In bytes; 0 for a folder.
+/// Returns the size of a found file in bytes; 0 for a folder.
 inline std::int64_t sizeOf(WIN32_FIND_DATAW const & record)
 {
     if (isFolder(record))

@@ -10,7 +10,8 @@
 namespace ox::platform
 {
 
-/// An open file, closed at the end of the scope; the last error survives that.
+/// An open handle, which is closed at the end of the scope. The destructor does not change the last
+/// error.
 class Handle
 {
   public:
@@ -27,8 +28,9 @@ class Handle
     HANDLE get() const { return handle_; }
     bool isOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
 
-    /// Hands the open file over to the caller.
+    /// Returns the handle; the caller must close it.
     HANDLE release() { return std::exchange(handle_, INVALID_HANDLE_VALUE); }
+    /// Closes the handle. Returns whether this succeeded.
     bool close() { return !isOpen() || ::CloseHandle(release()) != FALSE; }
 
   private:
@@ -40,24 +42,26 @@ constexpr DWORD shareReading = FILE_SHARE_READ;
 constexpr DWORD shareWriting = FILE_SHARE_READ | FILE_SHARE_WRITE;
 constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
-/// Opens a file or device; child processes do not inherit it.
+/// Opens a file or device. Child processes do not inherit the handle.
 inline HANDLE openFile(NativeName const & name, DWORD access, DWORD sharing, DWORD disposition,
                        DWORD flags = FILE_ATTRIBUTE_NORMAL)
 {
     return ::CreateFileW(name.c_str(), access, sharing, nullptr, disposition, flags, nullptr);
 }
 
+/// Returns the handle of an open file.
 inline HANDLE toHandle(OpenFile const & file)
 {
     return reinterpret_cast<HANDLE>(file.handle());
 }
 
+/// Converts a handle to an open file, which owns it.
 inline OpenFile toOpenFile(HANDLE handle)
 {
     return OpenFile(reinterpret_cast<std::intptr_t>(handle));
 }
 
-/// Seconds since 1970-01-01 UTC of a file time, which counts 100-nanosecond ticks since 1601.
+/// Converts a file time (100-ns ticks since 1601-01-01 UTC) to seconds since 1970-01-01 UTC.
 inline std::int64_t secondsOf(FILETIME time)
 {
     auto const ticks =
@@ -65,6 +69,7 @@ inline std::int64_t secondsOf(FILETIME time)
     return (ticks - secondsFrom1601To1970 * ticksPerSecond) / ticksPerSecond;
 }
 
+/// Converts seconds since 1970-01-01 UTC to a file time.
 inline FILETIME fileTimeOf(std::int64_t seconds)
 {
     auto const ticks = static_cast<std::uint64_t>(seconds + secondsFrom1601To1970) * ticksPerSecond;

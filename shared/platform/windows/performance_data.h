@@ -9,7 +9,7 @@
 namespace ox::platform
 {
 
-/// The titles by which performance data names objects and counters.
+/// Numbers of the objects and counters in performance data.
 enum class Title : std::uint32_t {
     Memory = 4,
     ProcessorTime = 6,
@@ -22,27 +22,29 @@ enum class Title : std::uint32_t {
     CacheBytes = 818
 };
 
-/// One object of a block of raw performance data: processes, processors, memory.
+/// One object of a block of raw performance data: processes, processors or memory.
 ///
-/// The block comes from counter providers of anybody's making. Every offset and length in it is
-/// checked against what surrounds it, and what does not fit is not there. The bytes stay the
-/// caller's.
+/// Counter providers of any origin write the block. Every offset and length in it is checked, and
+/// what exceeds its surroundings is treated as missing. The object does not own the bytes.
 class PerformanceObject
 {
   public:
     using Bytes = std::span<char const>;
 
-    /// The object of this title; empty when the block has none or is damaged before it.
+    /// Returns the object with a title; empty if the block does not contain it or is damaged before
+    /// it.
     static std::optional<PerformanceObject> find(Bytes block, Title title);
 
-    /// Shows the counters of each instance, in the order of the block.
+    /// Calls `visit` for each instance with the bytes of its counters, in the order of the block.
     void forEachInstance(std::function<void(Bytes)> const & visit) const;
-    /// The counters of the first instance of a name; empty when there is none.
+    /// Returns the counters of the first instance with a name; empty if the object does not contain
+    /// it.
     std::optional<Bytes> instanceNamed(std::u16string_view name) const;
-    /// The counters of an object that has no instances, such as the memory.
+    /// Returns the counters of an object without instances, such as the memory; empty if the object
+    /// has instances.
     std::optional<Bytes> onlyInstance() const;
 
-    /// A counter of 4 or 8 bytes; empty when the object has none of that title.
+    /// Returns the value of a counter of 4 or 8 bytes; empty if the object does not contain it.
     std::optional<std::uint64_t> value(Bytes instance, Title counter) const;
 
   private:
@@ -50,13 +52,14 @@ class PerformanceObject
 
     template <typename Accept>
     std::optional<Bytes> findInstance(Accept const & accept) const;
-    /// Everything behind the definitions of the counters.
+    /// Returns the bytes behind the definitions of the counters.
     Bytes instances() const;
 
     Bytes object_;
 };
 
-/// When the block was made: 100-nanosecond ticks since 1601-01-01 UTC. Empty when it is none.
+/// Returns the time of a block in 100-ns ticks since 1601-01-01 UTC. Empty if the bytes are not a
+/// block.
 std::optional<std::int64_t> performanceTime(std::span<char const> block);
 
 } // namespace ox::platform

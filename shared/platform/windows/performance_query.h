@@ -10,8 +10,8 @@ namespace ox::platform
 /// filled.
 Result<std::span<char const>> queryPerformanceData(Title object, std::span<char> buffer);
 
-/// The error of performance data that does not hold the expected object. Its step is that of the
-/// query.
+/// Returns the error for performance data that does not contain the expected object. Its step is
+/// that of the query.
 Error missingPerformanceData();
 
 } // namespace ox::platform

@@ -9,7 +9,7 @@
 namespace ox::platform
 {
 
-/// Latin-1, with '?' for other characters.
+/// Converts a text to Latin-1 in `room`, with '?' for other characters; cut at its size.
 template <std::size_t size>
 std::string_view narrowed(wchar_t const * text, std::array<char, size> & room)
 {
@@ -19,7 +19,7 @@ std::string_view narrowed(wchar_t const * text, std::array<char, size> & room)
     return {room.data(), n};
 }
 
-/// The system gives a null handle for a process that it does not open.
+/// Opens a process; INVALID_HANDLE_VALUE after a failure, where the system returns null.
 inline HANDLE openProcess(DWORD access, std::uint32_t id)
 {
     HANDLE const process = ::OpenProcess(access, FALSE, id);

@@ -9,17 +9,17 @@
 namespace ox::platform
 {
 
-/// An open key of the registry, closed at the end of the scope.
+/// An open registry key, which is closed at the end of the scope.
 class RegistryKey
 {
   public:
-    /// Opens an existing key. 32-bit programs see what 64-bit ones see.
+    /// Opens an existing key. 32-bit programs use the registry of 64-bit programs.
     RegistryKey(HKEY root, wchar_t const * path, REGSAM rights)
     {
         if (::RegOpenKeyExW(root, path, 0, rights | KEY_WOW64_64KEY, &key_) != ERROR_SUCCESS)
             key_ = nullptr;
     }
-    /// Takes over what a call of the system has opened, which may be null.
+    /// Takes ownership of an open key, which may be null.
     explicit RegistryKey(HKEY key) : key_(key) {}
     ~RegistryKey()
     {
@@ -32,12 +32,13 @@ class RegistryKey
     bool isOpen() const { return key_ != nullptr; }
     HKEY get() const { return key_; }
 
+    /// Returns whether the key has a value of this name.
     bool hasValue(wchar_t const * name) const
     {
         return ::RegQueryValueExW(key_, name, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
     }
 
-    /// A 4-byte value; empty when there is none, or one of another type.
+    /// Returns a 4-byte value; empty if it does not exist or has another type.
     std::optional<DWORD> number(wchar_t const * name) const
     {
         DWORD value = 0;
@@ -47,14 +48,15 @@ class RegistryKey
         return error == ERROR_SUCCESS && size == sizeof value ? std::optional(value) : std::nullopt;
     }
 
+    /// Sets a 4-byte value. Failures are not reported.
     void setNumber(wchar_t const * name, DWORD value) const
     {
         ::RegSetValueExW(key_, name, 0, REG_DWORD, reinterpret_cast<BYTE const *>(&value),
                          sizeof value);
     }
 
-    /// A text, with the variables in it replaced; empty when there is none or it is too long to be
-    /// a path.
+    /// Returns a text value with its environment variables expanded; empty if it does not exist or
+    /// is too long for a path.
     std::optional<std::wstring> text(wchar_t const * name) const
     {
         wchar_t value[1024];
@@ -69,7 +71,7 @@ class RegistryKey
     HKEY key_ = nullptr;
 };
 
-/// Sets a 4-byte value that is 1 to 0, and leaves any other as it is.
+/// Sets a 4-byte value to 0 if it is 1; any other value stays unchanged.
 inline void turnOff(HKEY root, wchar_t const * path, wchar_t const * name)
 {
     RegistryKey const key(root, path, KEY_QUERY_VALUE | KEY_SET_VALUE);

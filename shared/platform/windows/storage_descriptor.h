@@ -10,9 +10,9 @@
 namespace ox::platform
 {
 
-/// What a disk's driver answers to the question for its properties on Windows: a head of 32-bit
-/// words in little-endian order, and texts at the offsets that it names. Empty when the answer does
-/// not even hold the head; a text outside the answer is none.
+/// Parses the storage descriptor that a disk's driver returns on Windows: a header of 32-bit words
+/// in little-endian order, and texts at the offsets in it. Empty if the bytes do not contain the
+/// whole header. A text outside the bytes is ignored.
 inline std::optional<Disk> parseStorageDescriptor(std::span<unsigned char const> answer)
 {
     constexpr std::size_t headSize = 36, modelWord = 16, busWord = 28;

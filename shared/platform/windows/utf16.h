@@ -6,12 +6,13 @@
 namespace ox::platform
 {
 
-/// Windows gives and takes UTF-16 in wchar_t; the library keeps it in char16_t.
+/// Converts UTF-16 in wchar_t, which Windows uses, to char16_t, which the library uses.
 inline std::u16string toUtf16(std::wstring_view text)
 {
     return {text.begin(), text.end()};
 }
 
+/// Converts UTF-16 in char16_t to wchar_t.
 inline std::wstring toWide(std::u16string_view text)
 {
     return {text.begin(), text.end()};
