@@ -119,6 +119,7 @@ class ByteSearch
   public:
     static constexpr int longestPattern = 500;
 
+    /// Prepares the search for a pattern.
     explicit ByteSearch(std::string_view pattern) : length_(int(pattern.size()))
     {
         for (int i = 0; i < length_; ++i)

@@ -14,7 +14,7 @@ template <class Crc>
 struct CrcKernel {
     using Word = typename Crc::Word;
 
-    char const * name;
+    char const * name;     ///< for reports, such as a benchmark's
     bool (*isSupported)(); ///< whether processor and operating system support it
     Word (*advance)(Word crc, unsigned char const * data, std::size_t length);
 };

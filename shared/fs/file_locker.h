@@ -25,10 +25,10 @@ struct _oxFileLockStatus {
     /// System's error code if the lock file's existence is not known (the folder is missing or not
     /// readable, the share is not mounted); otherwise 0. `oxLastOSError` returns its text.
     int systemError = 0;
-    bool exists = false; ///< whether the lock file exists and others wait
-    Holder holder = Nobody;
-    QString who;   ///< the holder's description; empty if not readable
-    _oxTime since; ///< last write of the lock file: when the lock was taken
+    bool exists = false;    ///< whether the lock file exists and others wait
+    Holder holder = Nobody; ///< who holds the lock
+    QString who;            ///< the holder's description; empty if not readable
+    _oxTime since;          ///< last write of the lock file: when the lock was taken
     /// Whether the lock file is older than three hours. The next waiter whose time runs out removes
     /// it, unless a process holds it.
     bool isStale = false;

@@ -34,15 +34,15 @@ std::uint32_t tickCount();
 
 /// A local time for the machine's clock.
 struct LocalClock {
-    std::uint16_t year;
-    std::uint16_t month;   ///< January 1 to December 12
-    std::uint16_t weekDay; ///< Sunday 0 to Saturday 6
-    std::uint16_t day;
-    std::uint16_t hour;
-    std::uint16_t minute;
-    std::uint16_t second;
-    std::uint16_t milliseconds;
-    bool isDaylightSaving; ///< selects one of two equal local times in autumn; Linux only
+    std::uint16_t year;         ///< 1601 to 30827
+    std::uint16_t month;        ///< January 1 to December 12
+    std::uint16_t weekDay;      ///< Sunday 0 to Saturday 6
+    std::uint16_t day;          ///< 1 to 31
+    std::uint16_t hour;         ///< 0 to 23
+    std::uint16_t minute;       ///< 0 to 59
+    std::uint16_t second;       ///< 0 to 59
+    std::uint16_t milliseconds; ///< 0 to 999
+    bool isDaylightSaving;      ///< selects one of two equal local times in autumn; Linux only
 };
 
 /// Sets the machine's clock.

@@ -11,7 +11,7 @@ namespace ox::platform
 
 /// Status of a file or folder.
 struct FileStatus {
-    bool isFolder;
+    bool isFolder;         ///< true for a folder, false for anything else
     std::int64_t size;     ///< in bytes
     std::int64_t modified; ///< last write, seconds since 1970-01-01 UTC
 };

@@ -58,12 +58,13 @@ class FolderTree
   public:
     /// Entry of a folder.
     struct Entry {
-        NativeName name;
+        NativeName name;       ///< without the folder
         bool isFolder;         ///< false for a link to a folder
         std::int64_t size;     ///< in bytes; 0 for a folder
         std::int64_t modified; ///< last write, seconds since 1970-01-01 UTC
     };
 
+    /// Creates an object without a current folder; call open() first.
     FolderTree();
     ~FolderTree();
     FolderTree(FolderTree const &) = delete;

@@ -13,12 +13,12 @@ namespace ox::platform
 
 /// Version of the running system.
 struct SystemVersion {
-    std::u16string name; ///< name with version; empty on Windows
-    unsigned major = 0;
-    unsigned minor = 0;
-    unsigned servicePack = 0;
-    bool isWorkstation = false;
-    unsigned suites = 0; ///< suite mask of Windows
+    std::u16string name;        ///< name with version; empty on Windows
+    unsigned major = 0;         ///< major version of Windows
+    unsigned minor = 0;         ///< minor version of Windows
+    unsigned servicePack = 0;   ///< service pack of Windows
+    bool isWorkstation = false; ///< not a server
+    unsigned suites = 0;        ///< suite mask of Windows
 };
 
 /// Returns the version of the running system; empty if it is not known.
@@ -50,7 +50,7 @@ void enablePerformanceCounters();
 
 /// Physical memory of the machine in bytes.
 struct PhysicalMemory {
-    std::uint64_t total;
+    std::uint64_t total;     ///< installed memory
     std::uint64_t available; ///< available to programs without swapping
 };
 
@@ -74,8 +74,8 @@ std::optional<std::u16string> memoryReport();
 /// Idle time of the machine's processors, averaged over them, and the moment of its reading. Both
 /// are in 100 ns with an arbitrary origin.
 struct IdleSample {
-    std::int64_t idle;
-    std::int64_t time;
+    std::int64_t idle; ///< idle time since the origin
+    std::int64_t time; ///< moment of the reading
 };
 
 /// Returns the idle time of the processors. `buffer` receives the raw counters.

@@ -28,8 +28,8 @@ enum class DumpReason {
 /// Result of an attempt to write a dump.
 struct WrittenDump {
     NativeChar const * file; ///< full path of the dump
-    DumpReason reason;
-    bool succeeded;
+    DumpReason reason;       ///< why it was written
+    bool succeeded;          ///< whether it was written
 };
 
 /// Writes the process's minidumps: of every crash automatically, and on demand. Only one object may

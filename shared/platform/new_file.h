@@ -24,6 +24,7 @@ class NewFile
     /// mode of an existing file and, for root, its owner.
     enum class Links { Replaced, Followed };
 
+    /// Creates an object without a file; call open() first.
     NewFile();
     /// Deletes the temporary file unless it is in its place.
     ~NewFile();

@@ -19,11 +19,15 @@ namespace ox::platform
 class OpenFile
 {
   public:
+    /// Creates an object without an open file.
     OpenFile() = default;
+    /// Takes ownership of an open descriptor or handle; -1 is none.
     explicit OpenFile(std::intptr_t handle) : handle_(handle) {}
     /// Closes the file and leaves the thread's last error unchanged.
     ~OpenFile();
+    /// Takes the open file of another object.
     OpenFile(OpenFile && other) noexcept : handle_(other.release()) {}
+    /// Swaps the open files of both objects.
     OpenFile & operator=(OpenFile && other) noexcept
     {
         std::swap(handle_, other.handle_);

@@ -23,8 +23,8 @@ inline constexpr std::string_view executableSuffix = "";
 
 /// A process in the system's list.
 struct ListedProcess {
-    std::uint32_t id;
-    std::uint32_t parentId;
+    std::uint32_t id;       ///< process id
+    std::uint32_t parentId; ///< process id of the parent
     /// File name of the executable. On Linux these are bytes; a process that hides its executable
     /// has its command name. On Windows the name is Latin-1, with '?' for other characters.
     std::string_view name;
@@ -135,8 +135,8 @@ struct ProcessOwner {
         Unknown,   ///< `error` is the system's error code
         NotOpened  ///< the process does not exist or cannot be opened
     };
-    Kind kind = NotOpened;
-    int error = 0;
+    Kind kind = NotOpened;       ///< what is known
+    int error = 0;               ///< system's error code, 0 for none
     std::array<char, 32> name{}; ///< zero-terminated, cut at 31 bytes
 
     /// Sets `name` and the kind Account.

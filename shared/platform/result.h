@@ -44,14 +44,18 @@ template <typename Value = void>
 class [[nodiscard]] Result
 {
   public:
+    /// Creates the result of a successful call.
     Result(Value value) : value_(std::move(value)) {}
+    /// Creates the result of a failed call.
     Result(Error error) : error_(error) {}
 
     /// Whether the call succeeded.
     explicit operator bool() const { return value_.has_value(); }
+    /// The value; use it only after success.
     Value & operator*() & { return *value_; }
     Value const & operator*() const & { return *value_; }
     Value && operator*() && { return *std::move(value_); }
+    /// Members of the value; use it only after success.
     Value * operator->() { return &*value_; }
     Value const * operator->() const { return &*value_; }
     /// The value, or `other` after a failure.
@@ -70,7 +74,9 @@ template <>
 class [[nodiscard]] Result<void>
 {
   public:
+    /// Creates the result of a successful call.
     Result() = default;
+    /// Creates the result of a failed call.
     Result(Error error) : error_(error), hasFailed_(true) {}
 
     /// Whether the call succeeded.

@@ -26,6 +26,7 @@ class SharedSegment
         Local   ///< Windows: the session; elsewhere: the user
     };
 
+    /// Creates an object without a segment.
     SharedSegment();
     /// Closes the segment.
     ~SharedSegment();

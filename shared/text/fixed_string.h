@@ -30,13 +30,16 @@ struct WideRecord {
 
     WideRecord() {}
 
-    WideUnit value[N + 1];
-    std::uint16_t length;
+    WideUnit value[N + 1];      ///< the text and its terminator
+    std::uint16_t length;       ///< units of the text, without the terminator
     std::uint16_t reserved = 0; ///< set by the constructors only; never read
 };
 
+/// Copies units to a QString. A byte order mark is kept.
 OX_EXPORT QString toQString(unsigned short const * units, int length);
+/// Implements _oxString::toOXUTF8.
 OX_EXPORT QString toTransportForm(QString const & text);
+/// Implements _oxString::fromOXUTF8. Null gives the empty text.
 OX_EXPORT QString fromTransportForm(char const * text);
 
 } // namespace ox::text

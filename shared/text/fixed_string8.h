@@ -28,12 +28,12 @@ struct EvenRecord8 {
     static constexpr int N = Capacity;
     using Unit = char;
 
-    // Memory that the strings fill in; the spare byte never is.
+    // Leaves the memory uninitialised: the strings initialise it, except the spare byte.
     EvenRecord8() {}
 
-    char value[N + 1];
-    char spare; ///< brings the length to an even offset; never read nor written
-    std::uint16_t length;
+    char value[N + 1];    ///< the text and its terminator
+    char spare;           ///< aligns the length to an even offset; never read nor written
+    std::uint16_t length; ///< characters of the text, without the terminator
 };
 
 template <int Capacity>
@@ -44,8 +44,8 @@ struct UnevenRecord8 {
 
     UnevenRecord8() {}
 
-    char value[N + 1];
-    std::uint16_t length;
+    char value[N + 1];    ///< the text and its terminator
+    std::uint16_t length; ///< characters of the text, without the terminator
 };
 
 /// A wide string with a conversion operator to S.
@@ -249,8 +249,8 @@ struct _oxString8_AllSize {
         std::memset(value, 0, sizeof value);
     }
 
-    std::uint16_t length;
-    char value[N + 1];
+    std::uint16_t length; ///< characters of the text, without the terminator
+    char value[N + 1];    ///< the text and its terminator
 };
 
 namespace ox::text

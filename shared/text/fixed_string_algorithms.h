@@ -38,6 +38,7 @@ inline std::size_t textLength(char const * text)
 {
     return std::strlen(text);
 }
+/// As above, for UTF-16 units.
 OX_EXPORT std::size_t textLength(unsigned short const * text);
 
 /// Returns whether n units are equal. A byte equals the unit of the same value (Latin-1).
@@ -45,10 +46,12 @@ inline bool equal(char const * a, char const * b, int n)
 {
     return std::memcmp(a, b, static_cast<std::size_t>(n)) == 0;
 }
+/// As above, for UTF-16 units.
 inline bool equal(unsigned short const * a, unsigned short const * b, int n)
 {
     return std::memcmp(a, b, static_cast<std::size_t>(n) * sizeof *a) == 0;
 }
+/// As above, for UTF-16 units and bytes.
 OX_EXPORT bool equal(unsigned short const * a, char const * b, int n);
 
 /// Compares the memory of n units; returns a value below, at or above 0. In wide texts the low byte
@@ -57,16 +60,20 @@ inline int order(char const * a, char const * b, std::ptrdiff_t n)
 {
     return std::memcmp(a, b, static_cast<std::size_t>(n));
 }
+/// As above, for UTF-16 units.
 inline int order(unsigned short const * a, unsigned short const * b, std::ptrdiff_t n)
 {
     return std::memcmp(a, b, static_cast<std::size_t>(n) * sizeof *a);
 }
+/// As above, for UTF-16 units and bytes.
 OX_EXPORT int order(unsigned short const * a, char const * b, std::ptrdiff_t n);
 
 /// Returns whether n units are equal, ignoring the case of ASCII letters. A byte equals the unit of
 /// the same value (Latin-1).
 OX_EXPORT bool equalIgnoringCase(char const * a, char const * b, int n);
+/// As above, for UTF-16 units.
 OX_EXPORT bool equalIgnoringCase(unsigned short const * a, unsigned short const * b, int n);
+/// As above, for UTF-16 units and bytes.
 OX_EXPORT bool equalIgnoringCase(unsigned short const * a, char const * b, int n);
 
 /// Compares the upper-cased texts by unsigned unit values; on an equal prefix the shorter text
@@ -124,6 +131,7 @@ inline void copyUnits(char * to, char const * from, int n)
 {
     std::memmove(to, from, static_cast<std::size_t>(n));
 }
+/// As above, for UTF-16 units.
 inline void copyUnits(unsigned short * to, unsigned short const * from, int n)
 {
     std::memmove(to, from, static_cast<std::size_t>(n) * sizeof *from);
@@ -139,9 +147,10 @@ OX_EXPORT void copyAsLatin1(char * to, unsigned short const * from, int n);
 
 /// The decimal text of a number, zero-terminated.
 struct NumberText {
+    /// Converts a number.
     OX_EXPORT explicit NumberText(long long number);
 
-    char text[24];
+    char text[24]; ///< the zero-terminated digits
     int length;
 };
 

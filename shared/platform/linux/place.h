@@ -11,8 +11,8 @@ namespace ox::platform
 /// A file name in an open folder. It refers to the same folder even if the folder's path is renamed
 /// or relinked.
 struct Place {
-    OpenFile openFolder;
-    NativeName name;
+    OpenFile openFolder; ///< the folder
+    NativeName name;     ///< the name in the folder
 
     int folder() const { return static_cast<int>(openFolder.handle()); }
 

@@ -9,8 +9,8 @@ namespace ox::platform
 
 /// Size of a terminal in characters.
 struct TerminalSize {
-    int columns = 80;
-    int rows = 24;
+    int columns = 80; ///< width
+    int rows = 24;    ///< height
 };
 
 /// Returns the size of the terminal of a stream; 80 by 24 if it is not known.
