@@ -103,7 +103,8 @@ class OX_EXPORT _OX_DataBuffer
 
     /// Returns the text of `error`. For NotOpened it ends with the text of the system's last error.
     _oxString8_evenSize<150> errorString() const;
-    /// As above, for any error code.
+    /// Returns the text of any error code. For NotOpened it ends with the text of the system's last
+    /// error.
     static _oxString8_evenSize<150> errorString(int const & code);
 
     // Search
@@ -126,7 +127,7 @@ class OX_EXPORT _OX_DataBuffer
     /// limit.
     bool compressFromB(char const * src, int const & srcLen, int const & offset);
 
-    /// As above, with the valid bytes of another buffer.
+    /// Compresses the valid bytes of another buffer into this one, by the rules of compressFromB().
     /// Fails: also with Corrupt when the `size` of `src` is negative or beyond its block.
     bool compressFrom(_OX_DataBuffer & src, int const & offset);
 
@@ -193,7 +194,7 @@ class OX_EXPORT _OX_DataBuffer
     static int saveToFile(_oxString8_evenSize<500> file, bool const & withMagic,
                           char * const block1, int const & len1, char * const block2,
                           int const & len2);
-    /// As above, with the name as a QString.
+    /// Saves two blocks as a plain file; the name is a QString.
     static int saveToFile(QString const & file, bool const & withMagic, char * const block1,
                           int const & len1, char * const block2, int const & len2);
 
@@ -203,7 +204,7 @@ class OX_EXPORT _OX_DataBuffer
     static int loadFromFile(_oxString8_evenSize<500> file, bool const & withMagic,
                             char * const block1, int const & len1, char * const block2,
                             int const & len2);
-    /// As above, with the name as a QString.
+    /// Loads two blocks from a plain file; the name is a QString.
     static int loadFromFile(QString const & file, bool const & withMagic, char * const block1,
                             int const & len1, char * const block2, int const & len2);
 
@@ -212,7 +213,7 @@ class OX_EXPORT _OX_DataBuffer
     static int saveToFileCompressed(_oxString8_evenSize<500> file, bool const & withMagic,
                                     char * const block1, int const & len1, char * const block2,
                                     int const & len2);
-    /// As above, with the name as a QString.
+    /// Saves two blocks as a gzip file; the name is a QString.
     static int saveToFileCompressed(QString const & file, bool const & withMagic,
                                     char * const block1, int const & len1, char * const block2,
                                     int const & len2);
@@ -225,7 +226,7 @@ class OX_EXPORT _OX_DataBuffer
     static int loadFromFileCompressed(_oxString8_evenSize<500> file, bool const & withMagic,
                                       char * const block1, int const & len1, char * const block2,
                                       int const & len2);
-    /// As above, with the name as a QString.
+    /// Loads two blocks from a gzip file; the name is a QString.
     static int loadFromFileCompressed(QString const & file, bool const & withMagic,
                                       char * const block1, int const & len1, char * const block2,
                                       int const & len2);
@@ -237,7 +238,7 @@ class OX_EXPORT _OX_DataBuffer
     /// without magic.
     static int saveGzipFile(_oxString8_evenSize<500> const & file, char const * data,
                             int const & len);
-    /// As above, with the name as a QString.
+    /// Saves len bytes as a gzip file without magic and header; the name is a QString.
     static int saveGzipFile(QString const & file, char const * data, int const & len);
 
     /// Loads up to len bytes from a gzip file. With `exact` the file must contain exactly len
@@ -246,7 +247,7 @@ class OX_EXPORT _OX_DataBuffer
     /// damaged or cut short.
     static int loadGzipFile(_oxString8_evenSize<500> const & file, char * dest,
                             unsigned int const & len, bool const & exact);
-    /// As above, with the name as a QString.
+    /// Loads up to len bytes from a gzip file; the name is a QString.
     static int loadGzipFile(QString const & file, char * dest, unsigned int const & len,
                             bool const & exact);
 
@@ -254,7 +255,7 @@ class OX_EXPORT _OX_DataBuffer
     /// Fails: as saveToFileCompressed().
     static int saveToFileCompressedHeader(_oxString8_evenSize<500> const & file, char * data,
                                           int const & len);
-    /// As above, with the name as a QString.
+    /// Saves len bytes as a compressed buffer file; the name is a QString.
     static int saveToFileCompressedHeader(QString const & file, char * data, int const & len);
 
     /// Loads len bytes from a compressed buffer file, which must contain at least as many. A
@@ -262,7 +263,7 @@ class OX_EXPORT _OX_DataBuffer
     /// Fails: as loadFromFileCompressed().
     static int loadFromFileCompressedHeader(_oxString8_evenSize<500> const & file, char * dest,
                                             int const & len);
-    /// As above, with the name as a QString.
+    /// Loads len bytes from a compressed buffer file; the name is a QString.
     static int loadFromFileCompressedHeader(QString const & file, char * dest, int const & len);
 
     /// Compresses len bytes and saves them as a buffer file.
@@ -271,7 +272,7 @@ class OX_EXPORT _OX_DataBuffer
     /// and a share that is not writable must not stop the applications.
     static int compressNSaveToFile(_oxString8_evenSize<500> const & file, char * data,
                                    int const & len);
-    /// As above, with the name as a QString.
+    /// Compresses len bytes and saves them as a buffer file; the name is a QString.
     static int compressNSaveToFile(QString const & file, char * data, int const & len);
 
     /// Loads and decompresses len bytes from a file of compressNSaveToFile().
@@ -279,7 +280,8 @@ class OX_EXPORT _OX_DataBuffer
     /// number of bytes; zlib's code when the data is damaged.
     static int compressNLoadFromFile(_oxString8_evenSize<500> const & file, char * dest,
                                      int const & len, bool const & exact);
-    /// As above, with the name as a QString.
+    /// Loads and decompresses len bytes from a file of compressNSaveToFile(); the name is a
+    /// QString.
     static int compressNLoadFromFile(QString const & file, char * dest, int const & len,
                                      bool const & exact);
 
@@ -291,7 +293,7 @@ class OX_EXPORT _OX_DataBuffer
     /// Fails: with the codes of the static function; with NotWritten, and an unchanged file, when
     /// `size` is negative or beyond the block.
     bool saveToFile(_oxString8_evenSize<500> const & file, bool const & withHeader);
-    /// As above, with the name as a QString.
+    /// Saves the `size` bytes as a plain file; the name is a QString.
     bool saveToFile(QString const & file, bool const & withHeader);
 
     /// Loads a whole plain file and sets `size`. With `withHeader` the file begins with magic and
@@ -299,7 +301,7 @@ class OX_EXPORT _OX_DataBuffer
     /// Fails: Missing; Corrupt when the CRC is wrong or the file has no content; OutOfMemory when
     /// it is too large; otherwise with the codes of the static function.
     bool loadFromFile(_oxString8_evenSize<500> const & file, bool withHeader);
-    /// As above, with the name as a QString.
+    /// Loads a whole plain file and sets `size`; the name is a QString.
     bool loadFromFile(QString const & file, bool withHeader);
 
     /// Saves the `size` bytes as a compressed buffer file with the current header; does not compute
@@ -307,7 +309,7 @@ class OX_EXPORT _OX_DataBuffer
     /// Fails: NotOpened; zlib's code when the file is not written completely; NotWritten, with an
     /// unchanged file, when `size` is negative or beyond the block.
     bool saveToFileCompressed(_oxString8_evenSize<500> const & file);
-    /// As above, with the name as a QString.
+    /// Saves the `size` bytes as a compressed buffer file; the name is a QString.
     bool saveToFileCompressed(QString const & file);
 
     /// Loads a compressed buffer file and sets `size`. With `growToFit` the block grows with the
@@ -319,7 +321,7 @@ class OX_EXPORT _OX_DataBuffer
     /// Compatibility: settings and caches are kept in these files, so a missing file counts as an
     /// empty one.
     bool loadFromFileCompressed(_oxString8_evenSize<500> const & file, bool growToFit);
-    /// As above, with the name as a QString.
+    /// Loads a compressed buffer file and sets `size`; the name is a QString.
     bool loadFromFileCompressed(QString const & file, bool growToFit);
 
     /// Loads a whole gzip file without header; the block grows in steps of `chunk` bytes. Sets
@@ -327,26 +329,26 @@ class OX_EXPORT _OX_DataBuffer
     /// Fails: NotReadable when the file cannot be opened; OutOfMemory when it is too large; zlib's
     /// code when it is damaged or cut short.
     bool loadGzipFile(_oxString8_evenSize<500> const & file, unsigned int const & chunk);
-    /// As above, with the name as a QString.
+    /// Loads a whole gzip file without header and sets `size`; the name is a QString.
     bool loadGzipFile(QString const & file, unsigned int const & chunk);
 
     // As the functions above, with a file name of any other type of text.
 
-    /// Saves two blocks as a plain file; a name of any type of text.
+    /// Saves two blocks as a plain file; the name has any other type of text.
     template <ox::text::FileName Name>
     static int saveToFile(Name const & file, bool const & withMagic, char * const block1,
                           int const & len1, char * const block2, int const & len2)
     {
         return saveToFile(ox::text::fileNameText(file), withMagic, block1, len1, block2, len2);
     }
-    /// Loads two blocks from a plain file; a name of any type of text.
+    /// Loads two blocks from a plain file; the name has any other type of text.
     template <ox::text::FileName Name>
     static int loadFromFile(Name const & file, bool const & withMagic, char * const block1,
                             int const & len1, char * const block2, int const & len2)
     {
         return loadFromFile(ox::text::fileNameText(file), withMagic, block1, len1, block2, len2);
     }
-    /// Saves two blocks as a gzip file; a name of any type of text.
+    /// Saves two blocks as a gzip file; the name has any other type of text.
     template <ox::text::FileName Name>
     static int saveToFileCompressed(Name const & file, bool const & withMagic, char * const block1,
                                     int const & len1, char * const block2, int const & len2)
@@ -354,7 +356,7 @@ class OX_EXPORT _OX_DataBuffer
         return saveToFileCompressed(ox::text::fileNameText(file), withMagic, block1, len1, block2,
                                     len2);
     }
-    /// Loads two blocks from a gzip file; a name of any type of text.
+    /// Loads two blocks from a gzip file; the name has any other type of text.
     template <ox::text::FileName Name>
     static int loadFromFileCompressed(Name const & file, bool const & withMagic,
                                       char * const block1, int const & len1, char * const block2,
@@ -363,70 +365,70 @@ class OX_EXPORT _OX_DataBuffer
         return loadFromFileCompressed(ox::text::fileNameText(file), withMagic, block1, len1, block2,
                                       len2);
     }
-    /// Saves len bytes as a gzip file; a name of any type of text.
+    /// Saves len bytes as a gzip file; the name has any other type of text.
     template <ox::text::FileName Name>
     static int saveGzipFile(Name const & file, char const * data, int const & len)
     {
         return saveGzipFile(ox::text::fileNameText(file), data, len);
     }
-    /// Loads up to len bytes from a gzip file; a name of any type of text.
+    /// Loads up to len bytes from a gzip file; the name has any other type of text.
     template <ox::text::FileName Name>
     static int loadGzipFile(Name const & file, char * dest, unsigned int const & len,
                             bool const & exact)
     {
         return loadGzipFile(ox::text::fileNameText(file), dest, len, exact);
     }
-    /// Saves len bytes as a compressed buffer file; a name of any type of text.
+    /// Saves len bytes as a compressed buffer file; the name has any other type of text.
     template <ox::text::FileName Name>
     static int saveToFileCompressedHeader(Name const & file, char * data, int const & len)
     {
         return saveToFileCompressedHeader(ox::text::fileNameText(file), data, len);
     }
-    /// Loads len bytes from a compressed buffer file; a name of any type of text.
+    /// Loads len bytes from a compressed buffer file; the name has any other type of text.
     template <ox::text::FileName Name>
     static int loadFromFileCompressedHeader(Name const & file, char * dest, int const & len)
     {
         return loadFromFileCompressedHeader(ox::text::fileNameText(file), dest, len);
     }
-    /// Compresses len bytes and saves them as a buffer file; a name of any type of text.
+    /// Compresses len bytes and saves them as a buffer file; the name has any other type of text.
     template <ox::text::FileName Name>
     static int compressNSaveToFile(Name const & file, char * data, int const & len)
     {
         return compressNSaveToFile(ox::text::fileNameText(file), data, len);
     }
-    /// Loads and decompresses len bytes from a file of compressNSaveToFile(); a name of any type of
-    /// text.
+    /// Loads and decompresses len bytes from a file of compressNSaveToFile(); the name has any
+    /// other type of text.
     template <ox::text::FileName Name>
     static int compressNLoadFromFile(Name const & file, char * dest, int const & len,
                                      bool const & exact)
     {
         return compressNLoadFromFile(ox::text::fileNameText(file), dest, len, exact);
     }
-    /// Saves the `size` bytes as a plain file; a name of any type of text.
+    /// Saves the `size` bytes as a plain file; the name has any other type of text.
     template <ox::text::FileName Name>
     bool saveToFile(Name const & file, bool const & withHeader)
     {
         return saveToFile(ox::text::fileNameText(file), withHeader);
     }
-    /// Loads a whole plain file; a name of any type of text.
+    /// Loads a whole plain file; the name has any other type of text.
     template <ox::text::FileName Name>
     bool loadFromFile(Name const & file, bool withHeader)
     {
         return loadFromFile(ox::text::fileNameText(file), withHeader);
     }
-    /// Saves the `size` bytes as a compressed buffer file; a name of any type of text.
+    /// Saves the `size` bytes as a compressed buffer file; the name has any other type of text.
     template <ox::text::FileName Name>
     bool saveToFileCompressed(Name const & file)
     {
         return saveToFileCompressed(ox::text::fileNameText(file));
     }
-    /// Loads a compressed buffer file; a name of any type of text.
+    /// Loads a compressed buffer file; the name has any other type of text.
     template <ox::text::FileName Name>
     bool loadFromFileCompressed(Name const & file, bool growToFit)
     {
         return loadFromFileCompressed(ox::text::fileNameText(file), growToFit);
     }
-    /// Loads a whole gzip file; a name of any type of text.
+    /// Loads a whole gzip file; the name has any other type of text.
     template <ox::text::FileName Name>
     bool loadGzipFile(Name const & file, unsigned int const & chunk)
     {

@@ -122,7 +122,9 @@ class OX_EXPORT _oxFileSearcher
         return replaceInFile(file, textOf(search), textOf(replacement));
     }
 
-    /// As above, with texts that convert to strings of capacity 250.
+    /// Replaces all occurrences in a file, with texts that convert to strings of capacity 250.
+    /// Returns the number of occurrences, or 0 when the file cannot be loaded. A failed save is not
+    /// reported.
     int replaceAll(QString const & file, _oxString8_evenSize<250> const & search,
                    _oxString8_evenSize<250> const & replacement)
     {

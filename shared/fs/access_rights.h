@@ -16,9 +16,11 @@
 /// folders that are created in it later get the same rights, where the system supports this. On
 /// Windows this includes existing entries that inherit their rights.
 OX_EXPORT bool oxSetFolderRights_ReadWriteAll(char const * path, bool inherit);
-/// As above, with a QString of any length.
+/// Grants everybody the rights to read a folder and to create files in it; the path is a QString of
+/// any length.
 OX_EXPORT bool oxSetFolderRights_ReadWriteAll(QString const & path, bool inherit);
-/// As above, with a path of any other type of text.
+/// Grants everybody the rights to read a folder and to create files in it; the path has any other
+/// type of text.
 template <ox::text::FileNameObject Path>
 bool oxSetFolderRights_ReadWriteAll(Path const & path, bool inherit)
 {
@@ -27,9 +29,11 @@ bool oxSetFolderRights_ReadWriteAll(Path const & path, bool inherit)
 
 /// Grants everybody the rights to read, write and execute a file.
 OX_EXPORT bool oxSetFileRights_ReadWriteExecuteAll(char const * path);
-/// As above, with a QString of any length.
+/// Grants everybody the rights to read, write and execute a file; the path is a QString of any
+/// length.
 OX_EXPORT bool oxSetFileRights_ReadWriteExecuteAll(QString const & path);
-/// As above, with a path of any other type of text.
+/// Grants everybody the rights to read, write and execute a file; the path has any other type of
+/// text.
 template <ox::text::FileNameObject Path>
 bool oxSetFileRights_ReadWriteExecuteAll(Path const & path)
 {

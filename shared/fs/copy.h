@@ -35,9 +35,9 @@ OX_EXPORT QString oxCopyFile(QString const & from, QString const & to, bool over
 /// Every byte is copied once, even while the source grows. With `added` the same bytes are also
 /// appended to that buffer.
 ///
-/// A target that is missing, or longer than a source that was restarted, becomes a copy of the
-/// whole source. Without `added` oxCopyFile makes it. With `added` the buffer receives the whole
-/// source and loses its previous content.
+/// A target that is missing or longer than the source becomes a copy of the whole source; a shorter
+/// source has been restarted. Without `added` oxCopyFile makes the copy. With `added` the buffer
+/// receives the whole source and loses its previous content.
 ///
 /// A source of more than 25 MiB is not appended. The call fails with "Log file larger than 25 MB,
 /// stopping copy to oxShare." and sets limitReported. While limitReported is true, such calls
@@ -50,8 +50,8 @@ OX_EXPORT QString oxCopyFile(QString const & from, QString const & to, bool over
 /// next call continues behind them. The texts are those of oxCopyFile when it makes the copy;
 /// otherwise, with the system's message in its short form ("No such file or directory"):
 /// - "Source file does not exist", without a dot;
-/// - "Cannot open source file;" or "Cannot open dest. file;" and the system's message, which stands
-///   alone when the whole source is copied to `added`;
+/// - "Cannot open source file;" or "Cannot open dest. file;" and the system's message, or the
+///   message alone when the whole source is copied to `added`;
 /// - "Unable to append data.  Buffer data: ... memsize: ... addsize: ..." when `added` has no
 ///   memory for more;
 /// - "Unable to write data", or "No memory left.";

@@ -71,17 +71,17 @@ class OX_EXPORT oxDirListing
 
     /// Name without the folder.
     QString fileName() const;
-    /// As above, into `name`.
+    /// Sets `name` to the name without the folder.
     void fileName(QString & name) const;
     /// Name with its folder.
     QString dirFileName() const;
     /// Size in bytes; 0 for a folder.
     __int64 fileSize() const;
-    /// As above, into `size`.
+    /// Sets `size` to the size in bytes; 0 for a folder.
     void fileSize(__int64 & size) const;
     /// Time of the last write, equal to that of oxFileExists.
     _oxTime fileTime() const;
-    /// As above, into `time`.
+    /// Sets `time` to the time of the last write.
     void fileTime(_oxTime & time) const;
     /// Whether the entry is a folder.
     bool isDir() const;

@@ -51,9 +51,9 @@ struct _oxEmptyFolderResult {
 OX_EXPORT _oxEmptyFolderResult oxEmptyFolder(QString const & folder,
                                              _oxEmptyFolderOptions const & options);
 
-/// As above, with the parameters of the farm's applications. Returns whether everything was
-/// deleted. With ignoreErrors it also returns true when some entries could not be deleted, but not
-/// when the folder could not be read.
+/// Deletes the content of a folder, with the parameters of the farm's applications. Returns whether
+/// everything was deleted. With ignoreErrors it also returns true when some entries could not be
+/// deleted, but not when the folder could not be read.
 ///
 /// `recursive`, `minAge` (seconds) and `skip` are those of _oxEmptyFolderOptions; `count`, `bytes`
 /// and `lastError` receive the values of _oxEmptyFolderResult. Any pointer may be null. `messages`

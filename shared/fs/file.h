@@ -25,12 +25,14 @@ OX_EXPORT bool oxFileExists(_oxString<500> const & name);
 /// not exist.
 OX_EXPORT bool oxFileExists(_oxString8_evenSize<500> const & name, _oxTime * time = nullptr,
                             __int64 * size = nullptr);
-/// As above, with an 8-bit name of capacity 250.
+/// Returns whether a file exists, and its last-write time and size in bytes; the name is an 8-bit
+/// string of capacity 250.
 OX_EXPORT bool oxFileExists(_oxString8_evenSize<250> const & name, _oxTime * time = nullptr,
                             __int64 * size = nullptr);
-/// As above, with a wide name.
+/// Returns whether a file exists, and its last-write time and size in bytes; the name is a wide
+/// string.
 OX_EXPORT bool oxFileExists(_oxString<500> const & name, _oxTime * time, __int64 * size);
-/// As above, with a QString.
+/// Returns whether a file exists, and its last-write time and size in bytes; the name is a QString.
 /// Compatibility: only the first 500 characters of the name count, since records hold no longer
 /// path.
 OX_EXPORT bool oxFileExists(QString name, _oxTime * time = nullptr, __int64 * size = nullptr);
@@ -38,23 +40,26 @@ OX_EXPORT bool oxFileExists(QString name, _oxTime * time = nullptr, __int64 * si
 /// Returns whether a folder exists. A path shorter than 3 characters gives false, also "/". One
 /// separator of this system at the end is ignored.
 OX_EXPORT bool oxDirectoryExists(_oxString8_evenSize<500> const & path);
-/// As above, with an 8-bit path of capacity 250.
+/// Returns whether a folder exists; the path is an 8-bit string of capacity 250.
 OX_EXPORT bool oxDirectoryExists(_oxString8_evenSize<250> const & path);
-/// As above, with an 8-bit path of capacity 200.
+/// Returns whether a folder exists; the path is an 8-bit string of capacity 200.
 OX_EXPORT bool oxDirectoryExists(_oxString8_evenSize<200> const & path);
-/// As above, with a wide path.
+/// Returns whether a folder exists; the path is a wide string.
 OX_EXPORT bool oxDirectoryExists(_oxString<500> const & path);
-/// As above, with a QString of any length.
+/// Returns whether a folder exists; the path is a QString of any length.
 OX_EXPORT bool oxDirectoryExists(QString const & path);
-/// As above, with a zero-terminated path. Null and a path of more than 500 bytes give false.
+/// Returns whether a folder exists; the path is zero-terminated. Null and a path of more than 500
+/// bytes give false.
 OX_EXPORT bool oxDirectoryExists(char const * path);
 
 /// Deletes a file, also a read-only one. Succeeds when the file does not exist.
 /// Fails: "Unable to delete file, " and the system's message.
 OX_EXPORT _oxString<500> oxDeleteFile(_oxString<500> const & name);
-/// As above, with a QString.
-/// Compatibility: only this overload ends the text of a failure with a dot of its own, since the
-/// farm compares these texts across versions.
+/// Deletes a file, also a read-only one; the name is a QString. Succeeds when the file does not
+/// exist.
+/// Fails: "Unable to delete file, ", the system's message, and a dot.
+/// Compatibility: only this overload adds the dot, since the farm compares these texts across
+/// versions.
 OX_EXPORT QString oxDeleteFile(QString const & name);
 
 /// Deletes an empty folder. Returns whether this succeeded.
@@ -90,10 +95,11 @@ OX_EXPORT QString oxWriteBufferToFile(QString name, unsigned char * data, __int6
 /// Returns whether the line was written.
 OX_EXPORT bool writeToLogFile(_oxString8_evenSize<250> const & name, _oxString8_evenSize<3000> line,
                               bool overwrite, bool addTime);
-/// As above, with a QString, whose letters all reach the system.
+/// Appends one line to a text file; the name is a QString, whose letters all reach the system.
 OX_EXPORT bool writeToLogFile(QString const & name, _oxString8_evenSize<3000> line, bool overwrite,
                               bool addTime);
-/// As above, with a name of any other type of text. A literal names a file as an 8-bit record does.
+/// Appends one line to a text file; the name has any other type of text. A literal names a file as
+/// an 8-bit record does.
 template <ox::text::FileName Name>
 bool writeToLogFile(Name const & name, _oxString8_evenSize<3000> line, bool overwrite, bool addTime)
 {

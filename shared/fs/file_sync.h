@@ -36,13 +36,14 @@ OX_EXPORT bool syncCopy(_oxString8_evenSize<500> source, _oxString8_evenSize<500
                         bool const & retryExe, _oxString8_evenSize<500> * errors,
                         _oxString8_evenSize<500> * info, int pause, bool const & verbose);
 
-/// As above, with QStrings. A name that does not fit a record (longer than 500 bytes, or on Windows
-/// not Latin-1) counts as missing.
+/// Updates a file from its master copy, with QStrings as names. A name that does not fit a record
+/// (longer than 500 bytes, or on Windows not Latin-1) counts as missing.
 OX_EXPORT bool syncCopy(QString const & source, QString const & target, bool const & retryExe,
                         _oxString8_evenSize<500> * errors, _oxString8_evenSize<500> * info,
                         int pause, bool const & verbose);
 
-/// As above, with names of any other types of text, also two different ones.
+/// Updates a file from its master copy, with names of any other types of text, also two different
+/// ones.
 template <ox::text::FileName Source, ox::text::FileName Target>
 bool syncCopy(Source const & source, Target const & target, bool const & retryExe,
               _oxString8_evenSize<500> * errors, _oxString8_evenSize<500> * info, int pause,

@@ -26,9 +26,9 @@
 OX_EXPORT QString oxConvertPDToOS(QString const & path, _oxOS os);
 /// Returns the path with this system's separators.
 OX_EXPORT QString oxConvertPDToOS(QString const & path);
-/// As above, with a wide path of capacity 500.
+/// Returns a wide path of capacity 500 with this system's separators.
 OX_EXPORT _oxString<500> oxConvertPDToOS(_oxString<500> const & path);
-/// As above, with a wide path of capacity 250.
+/// Returns a wide path of capacity 250 with this system's separators.
 OX_EXPORT _oxString<250> oxConvertPDToOS(_oxString<250> const & path);
 
 /// Returns the extension with its dot: ".exr" for "a\shot.exr".
@@ -39,18 +39,23 @@ OX_EXPORT QString oxGetFileNameExtention(QString path);
 /// Returns the text behind the last separator, or the whole path when it has none behind its
 /// first two characters.
 OX_EXPORT QString oxGetFileName(QString path, unsigned short separator);
-/// As above, with the separator "/" when the path contains one, else "\".
+/// Returns the text behind the last separator, or the whole path when it has none behind its first
+/// two characters. The separator is "/" when the path contains one, else "\".
 OX_EXPORT QString oxGetFileNameAutoPD(QString path);
 /// Returns the text behind the last separator, at any position, cut at 100 characters. The
 /// separator is "\" when the path contains one, else this system's.
 OX_EXPORT _oxString8_evenSize<100> oxGetFileName(_oxString8_evenSize<500> const & path);
-/// As above, with an 8-bit path of capacity 250.
+/// Returns the text behind the last separator of an 8-bit path of capacity 250, cut at 100
+/// characters.
 OX_EXPORT _oxString8_evenSize<100> oxGetFileName(_oxString8_evenSize<250> const & path);
-/// As above, with an 8-bit path of capacity 200.
+/// Returns the text behind the last separator of an 8-bit path of capacity 200, cut at 100
+/// characters.
 OX_EXPORT _oxString8_evenSize<100> oxGetFileName(_oxString8_evenSize<200> const & path);
-/// As above, with a wide path of capacity 250.
+/// Returns the text behind the last separator of a wide path of capacity 250, cut at 100
+/// characters.
 OX_EXPORT _oxString<100> oxGetFileName(_oxString<250> const & path);
-/// As above, with a wide path of capacity 500.
+/// Returns the text behind the last separator of a wide path of capacity 500, cut at 100
+/// characters.
 OX_EXPORT _oxString<100> oxGetFileName(_oxString<500> const & path);
 
 /// Returns the file name without its extension: "shot" for "a\shot.exr".
@@ -61,18 +66,19 @@ OX_EXPORT QString oxGetFileNameBase(QString path, unsigned short separator);
 /// `\\srv\share`. A path of one or two characters is returned unchanged. A path without a
 /// separator between its second and its last character gives the empty text.
 OX_EXPORT QString oxGetDirName(QString path, unsigned short separator);
-/// As above, with the separator "/" when the path contains one, else "\".
+/// Returns the folder that contains the path's last part, by the rules of oxGetDirName. The
+/// separator is "/" when the path contains one, else "\".
 OX_EXPORT QString oxGetDirNameAutoPD(QString path);
-/// As above, with an 8-bit path of capacity 200. The separator is "\" when the path contains one,
-/// else this system's.
+/// Returns the folder that contains the last part of an 8-bit path of capacity 200. The separator
+/// is "\" when the path contains one, else this system's.
 OX_EXPORT _oxString8_evenSize<200> oxGetDirName(_oxString8_evenSize<200> const & path);
-/// As above, with an 8-bit path of capacity 250.
+/// Returns the folder that contains the last part of an 8-bit path of capacity 250.
 OX_EXPORT _oxString8_evenSize<250> oxGetDirName(_oxString8_evenSize<250> const & path);
-/// As above, with an 8-bit path of capacity 500.
+/// Returns the folder that contains the last part of an 8-bit path of capacity 500.
 OX_EXPORT _oxString8_evenSize<500> oxGetDirName(_oxString8_evenSize<500> const & path);
-/// As above, with a wide path of capacity 250.
+/// Returns the folder that contains the last part of a wide path of capacity 250.
 OX_EXPORT _oxString<250> oxGetDirName(_oxString<250> const & path);
-/// As above, with a wide path of capacity 500.
+/// Returns the folder that contains the last part of a wide path of capacity 500.
 OX_EXPORT _oxString<500> oxGetDirName(_oxString<500> const & path);
 
 /// Returns the name with a text inserted before its extension: "a_x.exr" for "a.exr" and "_x". The

@@ -63,8 +63,8 @@ class MinidumpWriter
     /// Writes a dump of the running process, as if the calling thread had an exception of this
     /// code. Returns the result of the callback.
     bool write(std::uint32_t code);
-    /// As above, for an exception of the calling thread. False if the exception has no record or no
-    /// context.
+    /// Writes a dump for an exception of the calling thread. Returns the result of the callback;
+    /// false if the exception has no record or no context.
     bool write(EXCEPTION_POINTERS & exception);
 
   private:

@@ -32,8 +32,8 @@ class NewFile
     NewFile & operator=(NewFile const &) = delete;
 
     /// Opens the folder of a target; creates nothing. The target need not exist.
-    /// Fails: with NotAFile for a folder, and with Links::Followed for anything that is not a
-    /// regular file; for root, also for a link of another user with Links::Followed.
+    /// Fails: with NotAFile for a folder. Links::Followed also fails with NotAFile for anything
+    /// that is not a regular file and, for root, for a link of another user.
     Result<> open(NativeName const & target, Links links);
 
     /// Returns a name for reading the previous file, which stays valid when the target's name

@@ -111,7 +111,9 @@ class ProcessTable
     /// arbitrary origin.
     /// Fails: the table then has no counters; the step of the error is the source of the counters.
     Result<std::int64_t> readCounters(std::span<std::uint32_t const> ids);
-    /// As above, for all processes of the machine and always with new counters.
+    /// Reads new counters of all processes of the machine for counters(). Returns their time in 100
+    /// ns, with an arbitrary origin.
+    /// Fails: the table then has no counters; the step of the error is the source of the counters.
     Result<std::int64_t> readAllCounters();
 
     /// Returns the counters of a process from the last reading. Reads them now if the reading

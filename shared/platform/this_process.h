@@ -34,7 +34,9 @@ Result<std::u16string> executablePath();
 /// Fails: when the current folder no longer exists.
 Result<std::u16string> absolutePath(char const * file);
 
-/// As above, with a UTF-16 name; nativeName converts the result to the name of the same file.
+/// Returns the full path of a UTF-16 name; nativeName converts the result to the name of the same
+/// file.
+/// Fails: when the current folder no longer exists.
 Result<std::u16string> absolutePath(std::u16string_view name);
 
 /// Returns the system's folder for temporary files. On Linux this is the folder in the first of

@@ -28,5 +28,7 @@ OX_EXPORT void oxGetEnvironmentVariableList(QStringList & names, QStringList & v
 /// the folder does not fit: a cut path would name another folder. On Linux a path beyond Latin-1 is
 /// in UTF-8.
 OX_EXPORT _oxString8_evenSize<250> oxApplicationPath(char * argv0);
-/// As above, into `path`. Returns whether a folder was found.
+/// Sets `path` to the folder of the running executable, with a separator at its end. Returns
+/// whether a folder was found; `path` is empty otherwise. `argv0`, which may be null, is used if
+/// the system does not report the executable.
 OX_EXPORT bool oxApplicationPath(_oxString8_evenSize<250> & path, char * argv0);

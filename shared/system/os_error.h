@@ -9,7 +9,7 @@
 /// can change it. 0 gives "No Error.". A code without a system message is treated as an exception
 /// code.
 OX_EXPORT _oxString8_evenSize<250> oxLastOSError8(int code = -1);
-/// As above, as a wide string.
+/// Returns the text of a system error as a wide string, by the rules of oxLastOSError8.
 OX_EXPORT _oxString<500> oxLastOSError(int code = -1);
 
 /// Returns the text of an exception code, such as 0xC0000005. An unknown code gives "EXCEPTION code

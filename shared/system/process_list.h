@@ -72,8 +72,9 @@ class OX_EXPORT _oxProcessList
     /// processes. Kernel threads and zombies are omitted.
     /// Fails: the snapshot is empty, and `oxLastOSError` has the reason.
     void collectAllProcesses();
-    /// As above, with the idle process and the processes whose names begin with `prefix`, ignoring
-    /// case. All processes of the machine are searched. The empty prefix matches all.
+    /// Takes a new snapshot of the idle process and the processes whose names begin with `prefix`,
+    /// ignoring case. All processes of the machine are searched. The empty prefix matches all.
+    /// Fails: the snapshot is empty, and `oxLastOSError` has the reason.
     void collectProcesses(_oxString8_UnevenSize<25> const & prefix);
     /// Number of processes that the last snapshot found; only `count` of them have entries.
     int total() const { return total_; }
@@ -170,6 +171,7 @@ OX_EXPORT bool ourProcessAlreadyExists(_oxString8_UnevenSize<25> baseName, bool 
 /// empty prefix.
 OX_EXPORT QString listProcess(_oxString8_UnevenSize<25> namePrefix, int waitMs, int coreCount,
                               bool withPid);
-/// As above, for all processes that use at least minCorePerc percent of one core (rounded) or more
-/// than 500 MiB. The first line contains the limits.
+/// Reports all processes that use at least minCorePerc percent of one core (rounded) or more than
+/// 500 MiB, measured over waitMs milliseconds. The first line contains the limits; the others are
+/// those of listProcess.
 OX_EXPORT QString listAllProcesses(int minCorePerc, int waitMs, int coreCount, bool withPid);

@@ -21,41 +21,41 @@ namespace ox::text
 /// Latin-1. On Windows they are Latin-1.
 OX_EXPORT QString fileNameText(std::string_view bytes);
 
-/// As above, with a zero-terminated name. Null gives the empty name.
+/// Converts a zero-terminated name from an 8-bit record. Null gives the empty name.
 inline QString fileNameText(char const * bytes)
 {
     return bytes ? fileNameText(std::string_view(bytes)) : QString();
 }
 
-/// As above, with the bytes of a QByteArray.
+/// Converts a name from an 8-bit record, given as a QByteArray.
 inline QString fileNameText(QByteArray const & bytes)
 {
     return fileNameText(
         std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
 }
 
-/// As above, with an 8-bit string of even capacity.
+/// Converts a name in an 8-bit string of even capacity.
 template <int N>
 QString fileNameText(_oxString8_evenSize<N> const & name)
 {
     return fileNameText(name.view());
 }
 
-/// As above, with an 8-bit string of uneven capacity.
+/// Converts a name in an 8-bit string of uneven capacity.
 template <int N>
 QString fileNameText(_oxString8_UnevenSize<N> const & name)
 {
     return fileNameText(name.view());
 }
 
-/// As above, with a wide string.
+/// Converts a name in a wide string.
 template <int N>
 QString fileNameText(_oxString<N> const & name)
 {
     return name;
 }
 
-/// As above, with zero-terminated UTF-16. Null gives the empty name.
+/// Converts a name in zero-terminated UTF-16. Null gives the empty name.
 inline QString fileNameText(unsigned short const * units)
 {
     return QString(reinterpret_cast<QChar const *>(units));

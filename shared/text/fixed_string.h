@@ -80,7 +80,8 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     _oxString(char const & c) : _oxString() { *this += c; }
     /// Creates a string of zero-terminated bytes, sign-extended. Null gives the empty string.
     _oxString(char const * text) : _oxString() { *this += text; }
-    /// As above, with len bytes, zeros included. Only the low 16 bits of len count.
+    /// Creates a string of len bytes, sign-extended, zeros included. Only the low 16 bits of len
+    /// count. Null gives the empty string.
     _oxString(char const * text, int len) : _oxString()
     {
         if (text)
@@ -88,13 +89,14 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     }
     /// Copies zero-terminated UTF-16 units. Null gives the empty string.
     _oxString(unsigned short const * text) : _oxString() { *this = text; }
-    /// As above, with len units, zeros included. Only the low 16 bits of len count.
+    /// Copies len UTF-16 units, zeros included. Only the low 16 bits of len count. Null gives the
+    /// empty string.
     _oxString(unsigned short const * text, int len) : _oxString()
     {
         if (text)
             assign(text, static_cast<std::uint16_t>(len));
     }
-    /// As above, with the units of a view.
+    /// Copies the UTF-16 units of a view.
     explicit _oxString(std::u16string_view text) : _oxString() { *this = text; }
     /// Copies a QString. Memory behind the text is not cleared.
     _oxString(QString const & text) { *this = text; }
@@ -106,32 +108,32 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     {
         return text ? assign(text, std::strlen(text)) : setSize(0);
     }
-    /// As above, with zero-terminated UTF-16 units; null sets the length to 0 and keeps all units.
+    /// Assigns zero-terminated UTF-16 units. Null sets the length to 0 and keeps all units.
     _oxString & operator=(unsigned short const * text)
     {
         return text ? assign(text, ox::text::textLength(text)) : setSize(0);
     }
-    /// As above, with one unit.
+    /// Assigns one UTF-16 unit.
     _oxString & operator=(unsigned short const & c) { return assign(&c, 1); }
-    /// As above, with the Latin-1 bytes of a view.
+    /// Assigns the Latin-1 bytes of a view.
     _oxString & operator=(std::string_view text) { return assign(text.data(), text.size()); }
-    /// As above, with the UTF-16 units of a view.
+    /// Assigns the UTF-16 units of a view.
     _oxString & operator=(std::u16string_view text) { return assign(units(text), text.size()); }
-    /// As above, with a QString.
+    /// Assigns a QString.
     _oxString & operator=(QString const & text) { return assign(text.utf16(), text.size()); }
 
     /// Appends as many of the zero-terminated Latin-1 bytes as fit. Null is ignored.
     _oxString & add(char const * text) { return text ? append(text, std::strlen(text)) : *this; }
-    /// As above, with zero-terminated UTF-16 units.
+    /// Appends as many of the zero-terminated UTF-16 units as fit. Null is ignored.
     _oxString & add(unsigned short const * text)
     {
         return text ? append(text, ox::text::textLength(text)) : *this;
     }
-    /// As above, with the Latin-1 bytes of a view.
+    /// Appends as many of the Latin-1 bytes of a view as fit.
     _oxString & add(std::string_view text) { return append(text.data(), text.size()); }
-    /// As above, with the UTF-16 units of a view.
+    /// Appends as many of the UTF-16 units of a view as fit.
     _oxString & add(std::u16string_view text) { return append(units(text), text.size()); }
-    /// As above, with a fixed 8-bit string in Latin-1.
+    /// Appends as many characters of an 8-bit string as fit, from Latin-1.
     template <ox::text::FixedString8 S8>
     _oxString & add(S8 const & text)
     {
@@ -142,13 +144,13 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     {
         return text ? append(text, std::strlen(text), ox::text::copySignExtended) : *this;
     }
-    /// As above, with one byte, sign-extended.
+    /// Appends one byte, sign-extended, if it fits.
     _oxString & operator+=(char const & c) { return append(&c, 1, ox::text::copySignExtended); }
-    /// As above, with one UTF-16 unit.
+    /// Appends one UTF-16 unit, if it fits.
     _oxString & operator+=(char16_t const & c) { return *this += static_cast<unsigned short>(c); }
-    /// As above, with zero-terminated UTF-16 units.
+    /// Appends as many of the zero-terminated UTF-16 units as fit. Null is ignored.
     _oxString & operator+=(unsigned short const * text) { return add(text); }
-    /// As above, with a QString.
+    /// Appends as many characters of a QString as fit.
     _oxString & operator+=(QString const & text) { return append(text.utf16(), text.size()); }
 
     /// Returns a copy with zero-terminated UTF-16 units appended, cut at the capacity. Null is
@@ -157,7 +159,7 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
 
     /// Returns a copy with one byte appended, sign-extended, if it fits.
     _oxString operator+(char const & c) const { return _oxString(*this) += c; }
-    /// As above, with one UTF-16 unit.
+    /// Returns a copy with one UTF-16 unit appended, if it fits.
     _oxString operator+(char16_t const & c) const { return _oxString(*this) += c; }
     /// Returns the text followed by zero-terminated UTF-16 units, as a QString of unlimited length.
     /// Null adds nothing.
@@ -236,7 +238,8 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     /// since the farm's applications detect a cut text by it. Convert only texts of at most 249
     /// characters.
     operator _oxString8_evenSize<250>() const { return narrowed<250>(); }
-    /// As above, with the first 499 characters.
+    /// Converts the low bytes of the first 499 characters. The length is that of this string, also
+    /// when fewer characters are copied: convert only texts of at most 499 characters.
     operator _oxString8_evenSize<500>() const { return narrowed<500>(); }
 
     /// Returns the transport form of the text, without the readable word behind each run, as
@@ -260,7 +263,7 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     {
         return a.size() == b.size() && ox::text::equal(a.value, b.utf16(), a.size());
     }
-    /// As above, with zero-terminated UTF-16 units. No text equals null.
+    /// Exact equality with zero-terminated UTF-16 units. No text equals null.
     friend bool operator==(_oxString const & a, unsigned short const * b)
     {
         return b && ox::text::textLength(b) == static_cast<std::size_t>(a.size()) &&
@@ -271,7 +274,8 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     {
         return a.orderTo(b.utf16(), b.size());
     }
-    /// As above, with zero-terminated UTF-16 units. Null is the empty text.
+    /// Order of the memory of this text and zero-terminated UTF-16 units, by the rules for two wide
+    /// strings. Null is the empty text.
     friend std::strong_ordering operator<=>(_oxString const & a, unsigned short const * b)
     {
         static constexpr unsigned short empty = 0;

@@ -77,14 +77,15 @@ class String8 : public FixedText<S, Record>
     /// Copies zero-terminated bytes and sets all characters behind them to 0. Null gives the empty
     /// string.
     String8(char const * text) : String8() { *this = text; }
-    /// As above, with len bytes, zeros included. Only the low 16 bits of len count.
+    /// Copies len bytes, zeros included, and sets all characters behind them to 0. Only the low 16
+    /// bits of len count. Null gives the empty string.
     String8(char const * text, int len) : String8()
     {
         fromChar(text, static_cast<std::uint16_t>(len));
     }
-    /// As above, with the low bytes of zero-terminated UTF-16 units.
+    /// Copies the low bytes of zero-terminated UTF-16 units. Null gives the empty string.
     String8(unsigned short const * text) : String8() { *this = text; }
-    /// As above, with the bytes of a view.
+    /// Copies the bytes of a view.
     explicit String8(std::string_view text) : String8() { *this = text; }
     /// Copies the Latin-1 form of a QString, with '?' for other characters. Memory behind the text
     /// is not cleared.
@@ -99,19 +100,19 @@ class String8 : public FixedText<S, Record>
     /// Compatibility: null sets the length to 0 and keeps all bytes, also the first, since records
     /// that are compared as memory must not change.
     S & operator=(char const * text) { return text ? assign(text, std::strlen(text)) : setSize(0); }
-    /// As above, with the bytes of a view.
+    /// Assigns the bytes of a view.
     S & operator=(std::string_view text) { return assign(text.data(), text.size()); }
-    /// As above, with one character.
+    /// Assigns one character.
     S & operator=(char const & c) { return assign(&c, 1); }
-    /// As above, with the low bytes of zero-terminated UTF-16 units; null sets the length to 0 and
-    /// keeps all bytes.
+    /// Assigns the low bytes of zero-terminated UTF-16 units. Null sets the length to 0 and keeps
+    /// all bytes.
     S & operator=(unsigned short const * text)
     {
         return text ? assign(text, textLength(text)) : setSize(0);
     }
-    /// As above, with the Latin-1 form of a QString; '?' for other characters.
+    /// Assigns the Latin-1 form of a QString, with '?' for other characters.
     S & operator=(QString const & text) { return assign(text.utf16(), text.size(), copyAsLatin1); }
-    /// As above, with a wide string, by its conversion operator.
+    /// Assigns a wide string by its conversion operator.
     template <ConvertsTo<S> Wide>
     S & operator=(Wide const & wide)
     {
@@ -125,11 +126,11 @@ class String8 : public FixedText<S, Record>
 
     /// Appends as many of the zero-terminated bytes as fit. Null is ignored.
     S & add(char const * text) { return text ? append(text, std::strlen(text)) : self(); }
-    /// As above, with the bytes of a view.
+    /// Appends as many bytes of a view as fit.
     S & add(std::string_view text) { return append(text.data(), text.size()); }
     /// Appends as many of the zero-terminated bytes as fit. Null is ignored.
     S & operator+=(char const * text) { return add(text); }
-    /// As above, with the low byte of one UTF-16 unit.
+    /// Appends the low byte of a UTF-16 unit, if it fits.
     S & operator+=(unsigned short const & c) { return *this += static_cast<char>(c); }
 
     /// Appends the decimal text of a number and sets the length with `calcLength`. The string stays

@@ -38,7 +38,7 @@ inline std::size_t textLength(char const * text)
 {
     return std::strlen(text);
 }
-/// As above, for UTF-16 units.
+/// Returns the number of UTF-16 units before the 0 unit.
 OX_EXPORT std::size_t textLength(unsigned short const * text);
 
 /// Returns whether n units are equal. A byte equals the unit of the same value (Latin-1).
@@ -46,12 +46,12 @@ inline bool equal(char const * a, char const * b, int n)
 {
     return std::memcmp(a, b, static_cast<std::size_t>(n)) == 0;
 }
-/// As above, for UTF-16 units.
+/// Returns whether n UTF-16 units are equal.
 inline bool equal(unsigned short const * a, unsigned short const * b, int n)
 {
     return std::memcmp(a, b, static_cast<std::size_t>(n) * sizeof *a) == 0;
 }
-/// As above, for UTF-16 units and bytes.
+/// Returns whether n UTF-16 units equal n Latin-1 bytes.
 OX_EXPORT bool equal(unsigned short const * a, char const * b, int n);
 
 /// Compares the memory of n units; returns a value below, at or above 0. In wide texts the low byte
@@ -60,20 +60,22 @@ inline int order(char const * a, char const * b, std::ptrdiff_t n)
 {
     return std::memcmp(a, b, static_cast<std::size_t>(n));
 }
-/// As above, for UTF-16 units.
+/// Compares the memory of n UTF-16 units, the low byte of each unit first; returns a value below,
+/// at or above 0.
 inline int order(unsigned short const * a, unsigned short const * b, std::ptrdiff_t n)
 {
     return std::memcmp(a, b, static_cast<std::size_t>(n) * sizeof *a);
 }
-/// As above, for UTF-16 units and bytes.
+/// Compares the memory of n UTF-16 units with that of n Latin-1 bytes as units, the low byte first;
+/// returns a value below, at or above 0.
 OX_EXPORT int order(unsigned short const * a, char const * b, std::ptrdiff_t n);
 
 /// Returns whether n units are equal, ignoring the case of ASCII letters. A byte equals the unit of
 /// the same value (Latin-1).
 OX_EXPORT bool equalIgnoringCase(char const * a, char const * b, int n);
-/// As above, for UTF-16 units.
+/// Returns whether n UTF-16 units are equal, ignoring the case of ASCII letters.
 OX_EXPORT bool equalIgnoringCase(unsigned short const * a, unsigned short const * b, int n);
-/// As above, for UTF-16 units and bytes.
+/// Returns whether n UTF-16 units equal n Latin-1 bytes, ignoring the case of ASCII letters.
 OX_EXPORT bool equalIgnoringCase(unsigned short const * a, char const * b, int n);
 
 /// Compares the upper-cased texts by unsigned unit values; on an equal prefix the shorter text
@@ -131,7 +133,7 @@ inline void copyUnits(char * to, char const * from, int n)
 {
     std::memmove(to, from, static_cast<std::size_t>(n));
 }
-/// As above, for UTF-16 units.
+/// Copies n UTF-16 units. Source and destination may overlap.
 inline void copyUnits(unsigned short * to, unsigned short const * from, int n)
 {
     std::memmove(to, from, static_cast<std::size_t>(n) * sizeof *from);

@@ -85,23 +85,24 @@ class FixedText : public Record
 
     /// Appends as much of a text as fits.
     S & add(S const & other) { return append(other.value, other.size()); }
-    /// As above, with n units at a pointer, zeros included. Null is ignored.
+    /// Appends as many of n units as fit, zeros included. Null is ignored.
     S & add(Unit const * text, unsigned int n) { return text ? append(text, n) : self(); }
     /// Appends as much of a text as fits.
     S & operator+=(S const & other) { return add(other); }
-    /// As above, with one unit.
+    /// Appends one unit, if it fits.
     S & operator+=(Unit const & c) { return append(&c, 1); }
 
     /// Returns a copy with the argument appended, cut at the capacity.
     S operator+(S const & other) const { return S(self()).add(other); }
-    /// As above, with one unit.
+    /// Returns a copy with one unit appended, if it fits.
     S operator+(Unit const & c) const { return S(self()) += c; }
-    /// As above, with zero-terminated bytes. Null is ignored.
+    /// Returns a copy with zero-terminated bytes appended, cut at the capacity. Null is ignored.
     S combined(char const * text) const { return S(self()).add(text); }
 
     /// Returns the text followed by the argument, as a QString of unlimited length.
     QString operator+(QString const & text) const { return QString(self()) + text; }
-    /// As above, with zero-terminated Latin-1 bytes.
+    /// Returns the text followed by zero-terminated Latin-1 bytes, as a QString of unlimited
+    /// length.
     QString operator+(char const * text) const
     {
         return QString(self()) + QString::fromLatin1(text);
@@ -128,7 +129,7 @@ class FixedText : public Record
 
     /// Returns whether both texts are equal, ignoring case.
     bool isEqual(S const & other) const { return isEqual(other.value, other.size()); }
-    /// As above, with n units at a pointer.
+    /// Returns whether the text equals n units at a pointer, ignoring case.
     bool isEqual(Unit const * text, int n) const
     {
         return n == size() && (n == 0 || (text && equalIgnoringCase(value, text, n)));
@@ -169,7 +170,8 @@ class FixedText : public Record
     /// Returns whether the text contains the needle, ignoring case. Every text contains the empty
     /// needle.
     bool contains(S const & needle) const { return indexOf(needle) >= 0; }
-    /// As above, with zero-terminated Latin-1 bytes.
+    /// Returns whether the text contains zero-terminated Latin-1 bytes, ignoring case. Every text
+    /// contains the empty needle.
     bool contains(char const * needle) const
     {
         S text;
@@ -181,9 +183,11 @@ class FixedText : public Record
     /// Returns whether the text begins with the prefix, ignoring case. No text begins with the
     /// empty prefix.
     bool startsWith(S const & prefix) const { return startsWith(prefix.value, prefix.size()); }
-    /// As above, with zero-terminated Latin-1 bytes.
+    /// Returns whether the text begins with zero-terminated Latin-1 bytes, ignoring case. No text
+    /// begins with the empty prefix.
     bool startsWith(char const * prefix) const { return prefix && hasAt(prefix, Start); }
-    /// As above, with n units at a pointer.
+    /// Returns whether the text begins with n units at a pointer, ignoring case. No text begins
+    /// with the empty prefix.
     bool startsWith(Unit const * prefix, int n) const
     {
         return prefix && n > 0 && n <= size() && equalIgnoringCase(value, prefix, n);
@@ -201,10 +205,11 @@ class FixedText : public Record
         int const n = suffix.size();
         return n > 0 && n <= size() && equalIgnoringCase(end() - n, suffix.value, n);
     }
-    /// As above, with zero-terminated Latin-1 bytes.
+    /// Returns whether the text ends with zero-terminated Latin-1 bytes, ignoring case. No text
+    /// ends with the empty suffix.
     bool endsWith(char const * suffix) const { return suffix && hasAt(suffix, End); }
-    /// As above, with a zero-terminated suffix and a check of n: false when n is 0 or above the
-    /// length.
+    /// Returns whether the text ends with a zero-terminated suffix, ignoring case. False when n is
+    /// 0 or above the length.
     /// Compatibility: the whole suffix is compared and not its first n units, since callers pass
     /// counts that are not its length.
     bool endsWith(Unit const * suffix, int n) const
@@ -291,7 +296,7 @@ class FixedText : public Record
             return equal(a.value, b.value, a.length);
         return a.isEqualSameCase(b.value, b.size());
     }
-    /// As above, with zero-terminated Latin-1 bytes. No text equals null.
+    /// Exact equality with zero-terminated Latin-1 bytes. No text equals null.
     friend bool operator==(S const & a, char const * b)
     {
         return b && std::strlen(b) == static_cast<std::size_t>(a.size()) &&
@@ -307,8 +312,8 @@ class FixedText : public Record
         std::strong_ordering const prefixes = order(a.value, b.value, shorter) <=> 0;
         return prefixes != 0 ? prefixes : a.size() <=> b.size();
     }
-    /// As above, with all zero-terminated bytes at a pointer, also beyond the capacity. Null is the
-    /// empty text.
+    /// Order of the memory of the text and of zero-terminated Latin-1 bytes, also beyond the
+    /// capacity. Null is the empty text.
     friend std::strong_ordering operator<=>(S const & a, char const * b)
     {
         char const * const text = b ? b : "";

@@ -43,7 +43,7 @@ OX_EXPORT QString byte2Hex(unsigned char const * bytes, int const & count);
 /// Compatibility: as in the farm's columns, a group is only separated while the number in front of
 /// it is above 1000: 1000 is "1000", 1001 is "1.001", and 1000000 is "1000.000".
 OX_EXPORT QString oxPointTsd(long long n, bool spaceForPositive);
-/// As above, with a blank between the groups.
+/// Returns the number with a blank between groups of three digits, by the rules of oxPointTsd.
 OX_EXPORT QString oxSpaceTsd(long long n, bool spaceForPositive);
 
 /// Returns minutes and seconds of two digits each, for a duration in seconds. The minutes are not
@@ -83,7 +83,8 @@ OX_EXPORT QString oxMill2s(int ms, bool const & always);
 /// Without an occurrence both texts stay unchanged.
 OX_EXPORT void splitAtLastOccurence(QString & str, QString & rest, QString const & sep1,
                                     QString const & sep2, QString const & sep3);
-/// As above, at the first occurrence.
+/// Cuts `str` before the first occurrence of any of the separators and assigns the cut part to
+/// `rest`, by the rules of splitAtLastOccurence.
 OX_EXPORT void splitAtFirstOccurence(QString & str, QString & rest, QString const & sep1,
                                      QString const & sep2, QString const & sep3);
 
@@ -91,7 +92,8 @@ OX_EXPORT void splitAtFirstOccurence(QString & str, QString & rest, QString cons
 /// and drops the cut part.
 OX_EXPORT void cutAtLastOccurence(QString & str, QString const & sep1, QString const & sep2,
                                   QString const & sep3);
-/// As above, at the first occurrence.
+/// Cuts `str` before the first occurrence of any of the separators, as splitAtFirstOccurence does,
+/// and drops the cut part.
 OX_EXPORT void cutAtFirstOccurence(QString & str, QString const & sep1, QString const & sep2,
                                    QString const & sep3);
 

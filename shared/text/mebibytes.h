@@ -21,7 +21,7 @@ constexpr std::uint64_t wholeMebibytes(std::uint64_t bytes)
     return bytes / mebibyte;
 }
 
-/// As above, limited to `most` MiB.
+/// Converts bytes to MiB, rounded down and limited to `most` MiB.
 constexpr int wholeMebibytes(std::uint64_t bytes, int most)
 {
     return static_cast<int>(std::min(wholeMebibytes(bytes), static_cast<std::uint64_t>(most)));

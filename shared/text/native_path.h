@@ -17,7 +17,7 @@ inline platform::NativeName nativePath(QString const & name)
     return platform::nativeName(viewOf(name));
 }
 
-/// As above, with a fixed string.
+/// Converts a file name in a fixed string to the form that the operating system takes.
 template <typename S>
 platform::NativeName nativePath(S const & name)
 {

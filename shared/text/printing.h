@@ -34,7 +34,7 @@ std::ostream & operator<<(std::ostream & stream, T const & value)
     return stream;
 }
 
-/// As above, to a QDebug.
+/// Prints a value to a QDebug.
 template <std::same_as<QDebug> Debug, ox::text::Printable T>
 Debug operator<<(Debug debug, T const & value)
 {

@@ -28,7 +28,8 @@ class LocalZone
         std::int64_t offset; ///< local time minus UTC in seconds
     };
 
-    /// In ascending order. The offset of the first also holds before its time.
+    /// The changes of the offset in ascending order. The offset of the first one also holds before
+    /// its time.
     std::array<Change, 32> changes_{};
     std::size_t count_ = 1;
 };

@@ -43,7 +43,7 @@ class OX_EXPORT oxTimer
     /// Returns the time since the last start as ".250s" or "1.500s". A time of up to one second has
     /// no seconds in front of the point.
     QString elapsedString() const;
-    /// As above, and restarts from 0.
+    /// Returns the time since the last start as ".250s" or "1.500s", and restarts from 0.
     QString restartAndString();
 
     std::uint32_t startTicks; ///< the tick counter in ms at the last start

@@ -209,7 +209,7 @@ struct OX_EXPORT _oxTime32 {
 
 /// Hash of the seconds, for Qt's containers.
 OX_EXPORT ox::time::QtHash qHash(_oxTime const & time, ox::time::QtHash seed = 0);
-/// As above, for a 32-bit time.
+/// Hash of the seconds of a 32-bit time, for Qt's containers.
 OX_EXPORT ox::time::QtHash qHash(_oxTime32 const & time, ox::time::QtHash seed = 0);
 
 /// Hash of the seconds, for the unordered containers of the standard library.
@@ -217,7 +217,7 @@ template <>
 struct std::hash<_oxTime> {
     std::size_t operator()(_oxTime const & time) const { return std::hash<__int64>()(time.value); }
 };
-/// As above, for a 32-bit time.
+/// Hash of the seconds of a 32-bit time, for the unordered containers of the standard library.
 template <>
 struct std::hash<_oxTime32> {
     std::size_t operator()(_oxTime32 const & time) const

@@ -57,7 +57,7 @@ class DumpableState
     DumpableState() = default;
     ~DumpableState()
     {
-        // The third state, in which only root may read, cannot be set.
+        // PR_SET_DUMPABLE cannot restore the state in which only root may read the memory.
         if (before_ != 1)
             ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
     }

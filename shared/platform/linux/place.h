@@ -16,7 +16,7 @@ struct Place {
 
     int folder() const { return static_cast<int>(openFolder.handle()); }
 
-    /// Opens the folder of a path.
+    /// Opens the folder that contains the file of a path.
     /// Fails: also when the path has no file name ("a/").
     Result<> open(NativeName const & path);
 
@@ -32,7 +32,8 @@ struct Place {
     }
 
   private:
-    /// Opens the folder of a path, which is absolute or relative to the open folder `at`.
+    /// Opens the folder that contains a file. `path` is absolute or relative to the open folder
+    /// `at`.
     Result<> moveTo(int at, NativeName const & path);
 };
 

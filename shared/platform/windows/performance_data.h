@@ -52,7 +52,7 @@ class PerformanceObject
 
     template <typename Accept>
     std::optional<Bytes> findInstance(Accept const & accept) const;
-    /// Returns the bytes behind the definitions of the counters.
+    /// Returns the part of the object with its instances: the bytes behind the counter definitions.
     Bytes instances() const;
 
     Bytes object_;
