@@ -128,8 +128,8 @@ class ByteSearch
         secondProbe_ = length_ > 1 ? rarest(firstProbe_) : firstProbe_;
     }
 
-    /// Returns the first position >= from of the pattern, or -1. A negative from counts as 0. The
-    /// empty pattern has no position.
+    /// Returns the first position >= `from` of the pattern, or -1. A negative `from` counts as 0.
+    /// The empty pattern has no position.
     int find(std::span<char const> text, int from)
     {
         from = std::max(from, 0);
@@ -221,8 +221,8 @@ class ByteSearch
         }
     }
 
-    /// Returns the first of the positions from to positions - 1 that match, or -1. Uses the failure
-    /// function (KMP).
+    /// Returns the first of the positions `from` to positions - 1 that match, or -1. Uses the
+    /// failure function (KMP).
     int findInLinearTime(Byte const * text, int from, int positions) const
     {
         int const end = positions + length_ - 1;

@@ -67,8 +67,9 @@ class OX_EXPORT _OX_DataBuffer
 
     // Memory
 
-    /// Ensures a capacity of newSize bytes without keeping the content. A block that is large
-    /// enough stays unchanged; a new block is zero-filled. `size` does not change.
+    /// Ensures a capacity of newSize bytes; the old content may be lost. A block that is large
+    /// enough stays unchanged; otherwise a new, zero-filled block replaces it. `size` does not
+    /// change.
     /// Fails: with unchanged `error` when newSize is negative or above maxMB MiB; with OutOfMemory,
     /// and without a block, when memory is lacking.
     bool newsize(int newSize, int maxMB);
@@ -109,12 +110,12 @@ class OX_EXPORT _OX_DataBuffer
 
     // Search
 
-    /// Returns the first position >= from of the pattern in the first `size` bytes, exactly, or -1.
-    /// The empty pattern has no position. A negative from counts as 0.
+    /// Returns the first position >= `from` of the pattern in the first `size` bytes, exactly, or
+    /// -1. The empty pattern has no position. A negative `from` counts as 0.
     int indexOf(_oxString8_evenSize<250> const & pattern, int from) const;
 
-    /// Returns the first position >= from of the pattern in the first `size` bytes, ignoring the
-    /// case of ASCII letters, or -1. The empty pattern has no position. A negative from counts as
+    /// Returns the first position >= `from` of the pattern in the first `size` bytes, ignoring the
+    /// case of ASCII letters, or -1. The empty pattern has no position. A negative `from` counts as
     /// 0.
     int indexOfIgnCase(_oxString8_evenSize<250> const & pattern, int from) const;
 

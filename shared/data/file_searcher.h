@@ -54,16 +54,16 @@ class OX_EXPORT _oxFileSearcher
     /// leaves the file cut short.
     bool save(QString const & file);
 
-    /// Returns the first position >= from of the pattern, exactly, or -1. The empty pattern has no
-    /// position. A negative from counts as 0.
+    /// Returns the first position >= `from` of the pattern, exactly, or -1. The empty pattern has
+    /// no position. A negative `from` counts as 0.
     template <int N>
     int indexOf(_oxString8_evenSize<N> const & pattern, int from) const
     {
         return find(textOf(pattern), from);
     }
 
-    /// Returns the first position >= from of the pattern, ignoring the case of ASCII letters, or
-    /// -1. The empty pattern has no position. A negative from counts as 0.
+    /// Returns the first position >= `from` of the pattern, ignoring the case of ASCII letters, or
+    /// -1. The empty pattern has no position. A negative `from` counts as 0.
     template <int N>
     int indexOfIgnCase(_oxString8_evenSize<N> const & pattern, int from) const
     {

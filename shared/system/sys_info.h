@@ -28,7 +28,8 @@ struct IdleSample;
 class OX_EXPORT _oxSysInfo
 {
   public:
-    /// Whether each reading of the disk's health prints lines of " %s\n" to standard output.
+    /// Whether each reading of the disk's health prints its report to standard output, in lines of
+    /// the form " %s\n".
     bool verbose = false;
     /// Name and version of the system: "Win7_sp1", "Debian GNU/Linux 12".
     QString osString;

@@ -70,11 +70,11 @@ OX_EXPORT bool oxIsDigit(unsigned short const & c);
 /// or 0 if it is not readable. The fields have three digits, as in "192.168.001.010". Only the last
 /// field may be shorter: "10.168.001.010" gives 0.
 ///
-/// An address has three fields when at most one character follows the third one ("192.168.001",
-/// "192.168.001."). Its low byte is 255 with `lastByteFull` (the broadcast address of a subnet),
-/// else 0.
+/// The fourth field may be missing ("192.168.001", "192.168.001."). The lowest byte is then 255
+/// with `lastByteFull` (the broadcast address of a subnet), else 0.
 ///
 /// Compatibility: the farm writes fields of three digits, so only the first "." is searched.
-/// Further fields are read by position: the character in front of each is skipped, whatever it is,
-/// and characters behind the fourth field are ignored.
+/// Further fields are read by position: the character in front of each is skipped, whatever it is.
+/// A single character behind the third field, and all characters behind the fourth one, are
+/// ignored.
 OX_EXPORT unsigned int IPString2IP(QString ip, bool const & lastByteFull);

@@ -161,13 +161,13 @@ class String8 : public FixedText<S, Record>
                           [](char c, char expected) { return toUpper(c) == expected; });
     }
 
-    /// Returns the first position >= from of the low byte of a UTF-16 unit, exactly, or -1. A from
-    /// outside the text counts as 0.
+    /// Returns the first position >= `from` of the low byte of a UTF-16 unit, exactly, or -1. A
+    /// `from` outside the text counts as 0.
     int indexOf(unsigned short const & c, int from = 0) const
     {
         return indexOf(static_cast<char>(c), from);
     }
-    /// Returns the last position <= from of the low byte of a UTF-16 unit, exactly, or -1. A from
+    /// Returns the last position <= `from` of the low byte of a UTF-16 unit, exactly, or -1. A from
     /// outside the text counts as its last position.
     int lastIndexOf(unsigned short const & c, int from = -1) const
     {
@@ -188,8 +188,8 @@ class String8 : public FixedText<S, Record>
             widenSystemText(value, size(), dst, std::min(dstSize - 1, size()) + 1);
     }
 
-    /// Exact equality with a QString, which is first converted to an S. Characters beyond the
-    /// capacity are therefore not compared.
+    /// Exact equality with a QString, which is first converted to a string of this type. Characters
+    /// beyond the capacity are therefore not compared.
     friend bool operator==(S const & a, QString const & b) { return a == S(b); }
 
     /// Prints the bytes of the text.

@@ -83,17 +83,17 @@ OX_EXPORT bool equalIgnoringCase(unsigned short const * a, char const * b, int n
 template <typename Unit>
 OX_EXPORT int compareIgnoringCase(Unit const * a, int lengthA, Unit const * b, int lengthB);
 
-/// Returns the first position >= from of the needle, or -1. A needle as long as the text is
+/// Returns the first position >= `from` of the needle, or -1. A needle as long as the text is
 /// compared ignoring case, even with Case::Exact.
 template <typename Unit>
 OX_EXPORT int indexOfText(Unit const * text, int length, Unit const * needle, int needleLength,
                           int from, Case letters);
 
-/// Returns the first position >= from of a unit, or -1. A from outside the text counts as 0.
+/// Returns the first position >= `from` of a unit, or -1. A `from` outside the text counts as 0.
 template <typename Unit>
 OX_EXPORT int findUnit(Unit const * text, int length, Unit c, int from);
-/// Returns the last position <= from of a unit, or -1. A from outside the text counts as its last
-/// position.
+/// Returns the last position <= `from` of a unit, or -1. A `from` outside the text counts as its
+/// last position.
 template <typename Unit>
 OX_EXPORT int findLastUnit(Unit const * text, int length, Unit c, int from);
 

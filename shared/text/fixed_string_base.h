@@ -140,28 +140,27 @@ class FixedText : public Record
         return n == size() && (n == 0 || (text && equal(value, text, n)));
     }
 
-    /// Returns the first position >= from of the needle, ignoring case, or -1. A wide string
+    /// Returns the first position >= `from` of the needle, ignoring case, or -1. A wide string
     /// sign-extends a needle of bytes.
     int indexOf(S const & needle, int from = 0) const
     {
         return search(needle, from, Case::Ignored);
     }
-    /// Returns the first position >= from of the needle, exactly, or -1. A wide string sign-extends
-    /// a needle of bytes.
-    /// Compatibility: a needle as long as the text is compared ignoring case, since the farm's
-    /// applications look up whole names this way.
+    /// Returns the first position >= `from` of the needle, exactly, or -1. A wide string
+    /// sign-extends a needle of bytes. Compatibility: a needle as long as the text is compared
+    /// ignoring case, since the farm's applications look up whole names this way.
     int indexOfCaseSen(S const & needle, int from = 0) const
     {
         return search(needle, from, Case::Exact);
     }
-    /// Returns the first position >= from of a unit, exactly, or -1. A from outside the text counts
-    /// as 0.
+    /// Returns the first position >= `from` of a unit, exactly, or -1. A `from` outside the text
+    /// counts as 0.
     int indexOf(Unit const & c, int from = 0) const
     {
         return findUnit<Unit>(value, size(), c, from);
     }
-    /// Returns the last position <= from of a unit, exactly, or -1. A from outside the text counts
-    /// as its last position.
+    /// Returns the last position <= `from` of a unit, exactly, or -1. A `from` outside the text
+    /// counts as its last position.
     int lastIndexOf(Unit const & c, int from = -1) const
     {
         return findLastUnit<Unit>(value, size(), c, from);

@@ -40,8 +40,8 @@ OX_EXPORT QString byte2Hex(unsigned char const * bytes, int const & count);
 
 /// Returns the number with "." between groups of three digits. With `spaceForPositive` a blank
 /// takes the place of the minus sign.
-/// Compatibility: as in the farm's columns, a group is only separated while the number in front of
-/// it is above 1000: 1000 is "1000", 1001 is "1.001", and 1000000 is "1000.000".
+/// Compatibility: three digits are separated only while the whole number before the separation is
+/// above 1000, as in the farm's columns: 1000 is "1000", 1001 is "1.001", 1000000 is "1000.000".
 OX_EXPORT QString oxPointTsd(long long n, bool spaceForPositive);
 /// Returns the number with a blank between groups of three digits, by the rules of oxPointTsd.
 OX_EXPORT QString oxSpaceTsd(long long n, bool spaceForPositive);

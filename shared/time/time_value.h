@@ -67,8 +67,8 @@ class OX_EXPORT _oxTime
     /// Sets a time given in 100-ns ticks since 1601-01-01 UTC, as two 32-bit halves. Higher bits of
     /// the arguments are ignored. Fractions of a second are cut towards 1970.
     void from_FILETIME(unsigned long low, unsigned long high);
-    /// Adjusts a file time (seconds since 1970) to the daylight saving of the measured offset, so
-    /// that file times are comparable across a change of daylight saving.
+    /// Converts a file time (seconds since 1970) as if the daylight saving at its date were that of
+    /// the measured offset. File times are then comparable across a change of daylight saving.
     static _oxTime convertStatFileTime(__int64 const & t);
 
     /// Sets local midnight of a date. On a day that begins with a skipped hour it sets the hour

@@ -9,7 +9,7 @@
 namespace ox::platform
 {
 
-/// Converts a text to Latin-1 in `room`, with '?' for other characters; cut at its size.
+/// Converts a text to Latin-1 in `room`, with '?' for other characters; cut at the size of `room`.
 template <std::size_t size>
 std::string_view narrowed(wchar_t const * text, std::array<char, size> & room)
 {
