@@ -11,9 +11,9 @@ class oxLogger
     /// the line must be in the file when the call returns.
     ///
     /// After a crash the heap and any lock may be unusable, so a call may only write to a file that
-    /// is already open. It is abandoned when it crashes or takes three seconds. On Windows it then
-    /// runs on a thread of its own. Keep it the first virtual function: the farm's applications are
-    /// built separately from the library.
+    /// is already open. The call is abandoned when it crashes or takes three seconds. On Windows it
+    /// runs on a separate thread. Keep `log` the first virtual function: the farm's applications
+    /// are built separately from the library.
     virtual void log(int level, _oxString8_evenSize<500> const & text, bool flag) = 0;
 
   protected:

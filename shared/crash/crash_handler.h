@@ -15,8 +15,8 @@
 ///         static __OX context{_oxTime(true), &logger, logFolder, "client.txt"};
 ///         oxCrashHandler::instance()->init(context, argc, argv);
 ///
-/// A dump is first written to the dump folder under a temporary name (ending in ".dmp"). It then
-/// gets its final name:
+/// A dump is first written to the dump folder under a temporary name (ending in ".dmp"). The dump
+/// then gets its final name:
 ///
 ///     client__dump_1114_090507_7.0.26_261114_0905_64.oxdmp
 ///

@@ -84,8 +84,8 @@ class OX_EXPORT _OX_DataBuffer
     /// Sets all bytes of the block to 0.
     void fillZero();
 
-    /// Appends len bytes to the valid ones; a len below 1 has no effect. `src` must not lie in the
-    /// block.
+    /// Appends len bytes behind the valid bytes; a len below 1 has no effect. `src` must not lie in
+    /// the block.
     /// Fails: with Corrupt when `src` is null or `size` is negative or beyond the block; otherwise
     /// as resize() with `memoryLimitMB`.
     bool append(char * src, int const & len);
@@ -252,7 +252,7 @@ class OX_EXPORT _OX_DataBuffer
     static int loadGzipFile(QString const & file, char * dest, unsigned int const & len,
                             bool const & exact);
 
-    /// Saves len bytes as a compressed buffer file. Its header contains only their length.
+    /// Saves len bytes as a compressed buffer file, whose header contains only their length.
     /// Fails: as saveToFileCompressed().
     static int saveToFileCompressedHeader(_oxString8_evenSize<500> const & file, char * data,
                                           int const & len);
@@ -269,8 +269,8 @@ class OX_EXPORT _OX_DataBuffer
 
     /// Compresses len bytes and saves them as a buffer file.
     /// Fails: as compressFromB().
-    /// Compatibility: a failure to write the file is not reported. Its content can be made again,
-    /// and a share that is not writable must not stop the applications.
+    /// Compatibility: a failure to write the file is not reported. The file's content can be made
+    /// again, and a share that is not writable must not stop the applications.
     static int compressNSaveToFile(_oxString8_evenSize<500> const & file, char * data,
                                    int const & len);
     /// Compresses len bytes and saves them as a buffer file; the name is a QString.

@@ -88,8 +88,8 @@ class OX_EXPORT oxDirListing
     /// Type of the entry in the form of access rights: "d" for a folder, " " for a file.
     QString lxAccessrights() const;
 
-    /// Returns the system's error code that ended the listing early, or 0. It distinguishes an
-    /// unreadable folder from an empty one.
+    /// Returns the system's error code that ended the listing early, or 0. The code distinguishes
+    /// an unreadable folder from an empty one.
     int error() const { return error_; }
 
     /// Ends the listing. A listing in memory keeps its current entry.

@@ -38,9 +38,9 @@ struct _oxFileLockStatus {
 ///
 /// A process that rewrites the file first takes the lock: it creates a companion file
 /// ("a.ini_lock.txt" for "a.ini") and keeps it open. Others wait while the companion file exists.
-/// The lock is advisory. It is made for the few seconds in which a configuration file is rewritten.
-/// A lock file that is older than three hours and that no process holds is the remainder of a
-/// crash, and is removed. docs/lock_files.md describes the protocol.
+/// The lock is advisory, and made for the few seconds in which a configuration file is rewritten. A
+/// lock file that is older than three hours and that no process holds is the remainder of a crash,
+/// and is removed. docs/lock_files.md describes the protocol.
 ///
 ///     _oxFileLocker locker(fileName);
 ///     if (locker.lock(5000, QStringLiteral("Server on farm01"), nullptr, false))

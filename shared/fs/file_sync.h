@@ -21,7 +21,7 @@
 ///
 /// `pause` is the pauseMs of oxCopyFile in milliseconds. With retryExe and `errors` the copy of an
 /// ".exe" that looks unfinished (endsEmpty of oxCopyFile) is repeated after 5 seconds, as often as
-/// necessary. This needs a `pause` of 0 or more.
+/// necessary. The repetition needs a `pause` of 0 or more.
 ///
 /// `errors` receives failures and announcements of retries. `info` receives what was done; with
 /// `verbose` also that the target is up to date. Both are appended to and cut at the capacity, and

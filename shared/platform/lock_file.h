@@ -65,8 +65,8 @@ inline bool isTaken(Error const & error)
 bool lockFileExists(NativeName const & name);
 
 /// Deletes a lock file that no process holds and whose last write is older than `writtenBefore`
-/// (seconds since 1970-01-01 UTC). A held file stays, however old it is. So does a file on a share
-/// where it is not known whether it is held.
+/// (seconds since 1970-01-01 UTC). A held file stays, however old it is. A file on a share that
+/// does not report whether it is held stays, too.
 void removeLeftLockFile(NativeName const & name, std::int64_t writtenBefore);
 
 /// State of a lock file.

@@ -13,7 +13,7 @@ namespace ox::platform
 /// At every moment the target's name refers to the previous file or to the complete new one, also
 /// after a kill or a power failure. Other users who can write in the folder cannot redirect a
 /// change of the new file to another file. The file is created under a temporary name in the
-/// target's folder. This folder stays open, and all operations use the file's descriptor or handle.
+/// target's folder. The folder stays open, and all operations use the file's descriptor or handle.
 ///
 /// The next NewFile in the folder removes temporary files of ended processes. docs/platforms.md
 /// describes how they are recognised.

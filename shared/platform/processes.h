@@ -80,7 +80,7 @@ class ProcessReading
 ///
 /// On Linux one pass over /proc gives the list and the counters, so list() also reads counters and
 /// stores them. On Windows the counters come in a block of raw performance data. An object has
-/// about 300 kB: create it on the heap. It needs no further memory.
+/// about 300 kB: create it on the heap. The table needs no further memory.
 class ProcessTable
 {
   public:

@@ -33,9 +33,11 @@ OX_EXPORT _oxString<25> ox_AppType_asString(ox_AppType const & t);
 /// Returns "All/Unknown", "Windows", "Linux" or "Mac"; empty for any other value.
 OX_EXPORT QString OS2String(_oxOS const & os);
 
-/// Returns the enumerator's name, or the number of any other value, for logs and messages.
+/// Returns the enumerator's name, or the value as a number if it is not an enumerator, for logs and
+/// messages.
 OX_EXPORT QString oxPrintedText(ox_AppType const & type);
-/// Returns the text of OS2String, or the number of any other value, for logs and messages.
+/// Returns the name by OS2String, or the value as a number if it is not an enumerator, for logs and
+/// messages.
 OX_EXPORT QString oxPrintedText(_oxOS const & os);
 
 /// Returns "all", "win", "lx" or "mac"; empty for any other value. With `withBits` the word size of

@@ -106,7 +106,7 @@ class OX_EXPORT _oxProcessList
     /// it.
     bool processExists(_oxString8_UnevenSize<25> name, bool refresh, long long * pidOut = nullptr);
     /// Returns whether at least two processes have a name. `pidOut` receives the id of the last
-    /// one, even of a single one; it is not written when no process has the name.
+    /// one, even of a single one, and is not written when no process has the name.
     bool doesProcessExistTwice(_oxString8_UnevenSize<25> name, long long * pidOut = nullptr);
 
     /// Ends a process immediately. Failures are not reported.
@@ -128,8 +128,8 @@ class OX_EXPORT _oxProcessList
     std::unique_ptr<ox::system::ProcessListBlock> block_;
 
   public:
-    /// Buffer of 308000 bytes. On Windows it contains the raw performance data of the last reading;
-    /// on Linux it contains zeros.
+    /// Buffer of 308000 bytes (ProcessTable::rawSize): on Windows the raw performance data of the
+    /// last reading, on Linux zeros.
     char * const perfBuffer;
 };
 
@@ -157,7 +157,7 @@ class OX_EXPORT _ProcessWatch
 /// this succeeded; false when the process does not have the privilege, and always on Linux.
 OX_EXPORT bool setPrivilege(char const * privilegeName, bool enable);
 
-/// Returns whether another instance of the calling application is running. Its executable is
+/// Returns whether another instance of the calling application is running. The executable is
 /// `baseName`, or `baseName` + "console" for the console variant, with the system's suffix. With
 /// `checkConsole` both variants count, and `isConsole` states which variant calls. `pidOut` is
 /// written as by doesProcessExistTwice for the variant without console, and not at all with both

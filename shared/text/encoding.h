@@ -38,11 +38,11 @@ OX_EXPORT QString oxToOXUni16(QString text, bool keepOriginal);
 /// character of a pair is a low byte, and closes the run only when no other ">" does.
 ///
 /// A blank behind the marker is either padding, which is skipped, or the high byte of a letter from
-/// U+2000 to U+20FF. It counts as the high byte when the pairs that begin with it are closed by a
-/// ">", and one of these follows: the end of the text, a separator, a printable ASCII character
-/// other than ">", or the readable word. Encoded values in markup and paths therefore round-trip. A
-/// run that another program padded can be decoded wrongly when it holds a letter whose low byte is
-/// ">".
+/// U+2000 to U+20FF. The blank counts as the high byte when the pairs that begin with it are closed
+/// by a ">", and one of these follows: the end of the text, a separator, a printable ASCII
+/// character other than ">", or the readable word. Encoded values in markup and paths therefore
+/// round-trip. A run that another program padded can be decoded wrongly when it holds a letter
+/// whose low byte is ">".
 ///
 /// A word with a letter from U+3E00 to U+3EFF does not round-trip, since the high byte of the
 /// letter closes the run.

@@ -250,7 +250,7 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     /// Assigns UTF-8 text. Null gives the empty string.
     _oxString & fromUTF8(char const * text) { return *this = QString::fromUtf8(text); }
 
-    /// A view of the text. It is valid until the string changes.
+    /// A view of the text, valid until the string changes.
     std::u16string_view view() const
     {
         return {reinterpret_cast<char16_t const *>(value), static_cast<std::size_t>(size())};

@@ -174,7 +174,7 @@ class String8 : public FixedText<S, Record>
         return lastIndexOf(static_cast<char>(c), from);
     }
 
-    /// A view of the text. It is valid until the string changes.
+    /// A view of the text, valid until the string changes.
     std::string_view view() const { return {value, static_cast<std::size_t>(size())}; }
     /// Converts the text from Latin-1.
     operator QString() const { return QString::fromLatin1(value, size()); }

@@ -138,7 +138,7 @@ inline void copyUnits(unsigned short * to, unsigned short const * from, int n)
 {
     std::memmove(to, from, static_cast<std::size_t>(n) * sizeof *from);
 }
-/// Copies the low byte of each unit.
+/// Copies the low bytes of n UTF-16 units.
 OX_EXPORT void copyUnits(char * to, unsigned short const * from, int n);
 /// Copies bytes as the units of the same value (Latin-1).
 OX_EXPORT void copyUnits(unsigned short * to, char const * from, int n);

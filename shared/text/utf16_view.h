@@ -8,7 +8,7 @@
 namespace ox::text
 {
 
-/// Returns a view of a QString. It is valid until the QString changes.
+/// Returns a view of a QString, valid until the QString changes.
 inline std::u16string_view viewOf(QString const & text)
 {
     return {reinterpret_cast<char16_t const *>(text.utf16()),

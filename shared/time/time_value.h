@@ -75,9 +75,9 @@ class OX_EXPORT _oxTime
     /// behind it. Month and day are clamped to 1 to 12 and 1 to 31. A year below 0 becomes 2014,
     /// one below 100 counts from 2000, one above 3000 becomes 3000.
     void fromDate(int day, int month, int year);
-    /// Sets a local time. Its date is clamped as by fromDate. The year 1900 stands for the current
-    /// one, and 1.1.1900 for today. The years 1901 to 1989 count from 2000. For an hour that occurs
-    /// twice the second one is set. A time in a skipped hour is set one hour later.
+    /// Sets a local time, whose date is clamped as by fromDate. The year 1900 stands for the
+    /// current one, and 1.1.1900 for today. The years 1901 to 1989 count from 2000. For an hour
+    /// that occurs twice the second one is set. A time in a skipped hour is set one hour later.
     void fromDateTime(int second, int minute, int hour, int day, int month, int year);
     /// Sets local midnight of a date, with its year unchanged. An invalid date gives -1.
     _oxTime & operator=(QDate const & date);

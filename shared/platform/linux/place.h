@@ -8,8 +8,8 @@
 namespace ox::platform
 {
 
-/// A file name in an open folder. It refers to the same folder even if the folder's path is renamed
-/// or relinked.
+/// A file name in an open folder, which stays the same folder even if its path is renamed or
+/// relinked.
 struct Place {
     OpenFile openFolder; ///< the folder
     NativeName name;     ///< the name in the folder

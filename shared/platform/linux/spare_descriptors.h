@@ -21,8 +21,8 @@ class SpareDescriptors
     SpareDescriptors(SpareDescriptors const &) = delete;
     SpareDescriptors & operator=(SpareDescriptors const &) = delete;
 
-    /// Opens the reserved descriptors that are not open. They do not use the numbers of the
-    /// standard streams.
+    /// Opens the reserved descriptors that are not open. The numbers of the standard streams stay
+    /// free.
     void reserve()
     {
         for (std::atomic<int> & spare : descriptors_) {

@@ -20,8 +20,9 @@ Processors processorsOf(std::string_view cpuInfo);
 /// text does not contain the line.
 std::optional<std::uint64_t> memoryField(std::string_view memoryInfo, std::string_view name);
 
-/// Returns the sample in the text of /proc/stat; empty if the text is not valid. Its time is the
-/// sum of the kernel's accounts, so two readings of the same accounts have the same time.
+/// Returns the sample in the text of /proc/stat; empty if the text is not valid. The time of the
+/// sample is the sum of the kernel's accounts, so two readings of the same accounts have the same
+/// time.
 std::optional<IdleSample> idleSampleOf(std::string_view stat, long ticksPerSecond);
 
 /// Returns the folder of the first disk, by name, that is a physical device and not removable.

@@ -10,7 +10,8 @@
 namespace ox::platform
 {
 
-/// A program started by this process. It inherits the standard streams and no other open file.
+/// A started program. The program inherits the standard streams of this process and no other open
+/// file.
 class ChildProcess
 {
   public:

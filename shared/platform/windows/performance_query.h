@@ -10,8 +10,8 @@ namespace ox::platform
 /// filled.
 Result<std::span<char const>> queryPerformanceData(Title object, std::span<char> buffer);
 
-/// Returns the error for performance data that does not contain the expected object. Its step is
-/// that of the query.
+/// Returns the error for performance data that does not contain the expected object. The step of
+/// the error is that of the query.
 Error missingPerformanceData();
 
 } // namespace ox::platform
