@@ -76,7 +76,7 @@ struct LockFileView {
 
     int error = 0;                ///< system's error code if the file's existence is not known
     bool exists = false;          ///< whether the file exists
-    Holder holder = Holder::None; ///< who holds it
+    Holder holder = Holder::None; ///< who holds the file
     std::int64_t modified = 0;    ///< last write, seconds since 1970-01-01 UTC
     std::string content;          ///< first 4096 bytes; empty if not readable
 };

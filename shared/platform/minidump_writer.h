@@ -28,8 +28,8 @@ enum class DumpReason {
 /// Result of an attempt to write a dump.
 struct WrittenDump {
     NativeChar const * file; ///< full path of the dump
-    DumpReason reason;       ///< why it was written
-    bool succeeded;          ///< whether it was written
+    DumpReason reason;       ///< why the dump was written
+    bool succeeded;          ///< whether the dump was written
 };
 
 /// Writes the process's minidumps: of every crash automatically, and on demand. Only one object may
@@ -43,9 +43,10 @@ struct WrittenDump {
 class MinidumpWriter
 {
   public:
-    /// Called after each attempt to write a dump. On demand its result is that of write(). After a
-    /// crash false passes the crash on to the previous handlers and to the system. The heap and any
-    /// lock may then be unusable, and on Linux the call runs inside a signal handler.
+    /// Called after each attempt to write a dump. For a dump on demand the result becomes that of
+    /// write(). After a crash a result of false passes the crash on to the previous handlers and to
+    /// the system. After a crash the heap and any lock may be unusable, and on Linux the call runs
+    /// inside a signal handler.
     using Callback = bool (*)(WrittenDump const & dump);
 
     /// Installs the handlers. `folder` is an absolute path without a separator at its end, of at

@@ -132,10 +132,10 @@ struct ProcessOwner {
     enum Kind {
         Account,      ///< an account; `name` is set
         BuiltInGroup, ///< a group of the system, such as the administrators
-        AccessDenied,
-        NoAccount, ///< the owner has no account name
-        Unknown,   ///< `error` is the system's error code
-        NotOpened  ///< the process does not exist or cannot be opened
+        AccessDenied, ///< the system refuses the lookup
+        NoAccount,    ///< the owner has no account name
+        Unknown,      ///< `error` is the system's error code
+        NotOpened     ///< the process does not exist or cannot be opened
     };
     Kind kind = NotOpened;       ///< what is known
     int error = 0;               ///< system's error code, 0 for none

@@ -93,10 +93,9 @@ class OX_EXPORT _oxCPUValue
         value = static_cast<float>(value + p / 100.0 / coreCount);
     }
 
-    // Sums and differences add the fractions of the machine, whatever the numbers of cores.
-    /// Adds a load as a fraction of the machine.
+    /// Adds a load as a fraction of the machine, whatever its number of cores.
     _oxCPUValue & operator+=(_oxCPUValue const & o) { return value += o.value, *this; }
-    /// Subtracts a load as a fraction of the machine.
+    /// Subtracts a load as a fraction of the machine, whatever its number of cores.
     _oxCPUValue & operator-=(_oxCPUValue const & o) { return value -= o.value, *this; }
     /// Multiplies the load.
     _oxCPUValue & operator*=(float const & f) { return value *= f, *this; }

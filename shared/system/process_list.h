@@ -95,24 +95,26 @@ class OX_EXPORT _oxProcessList
     /// since a 32-bit process reads larger working sets as 4 GiB.
     void fix32bit_4GBmemory();
 
-    // The functions below first take a snapshot when none exists, or with `refresh`.
-
-    /// Returns the index of the first entry with a process id, or -1.
+    /// Returns the index of the first entry with a process id, or -1. Takes a snapshot first if
+    /// none exists, or with `refresh`.
     int getListIDByPID(unsigned int pid, bool refresh);
-    /// Returns whether an entry has a process id.
+    /// Returns whether an entry has a process id. Takes a snapshot first if none exists, or with
+    /// `refresh`.
     bool processExistsPID(unsigned int pid, bool refresh);
-    /// Returns whether a process has a name. False for the empty name.
+    /// Returns whether a process has a name; false for the empty name. Takes a snapshot first if
+    /// none exists, or with `refresh`.
     /// Compatibility: `pidOut` is not written, since the applications keep a number of their own in
     /// it.
     bool processExists(_oxString8_UnevenSize<25> name, bool refresh, long long * pidOut = nullptr);
-    /// Returns whether at least two processes have a name. `pidOut` receives the id of the last
-    /// one, even of a single one, and is not written when no process has the name.
+    /// Returns whether at least two processes have a name. Takes a snapshot first if none exists.
+    /// `pidOut` receives the id of the last one, even of a single one, and is not written when no
+    /// process has the name.
     bool doesProcessExistTwice(_oxString8_UnevenSize<25> name, long long * pidOut = nullptr);
 
     /// Ends a process immediately. Failures are not reported.
     void killProcess(unsigned int const & pid);
-    /// Ends all processes with a name immediately; none for the empty name. Failures are not
-    /// reported.
+    /// Ends all processes with a name immediately; none for the empty name. Takes a snapshot first
+    /// if none exists. Failures are not reported.
     void killProcess(_oxString8_UnevenSize<25> name);
 
   private:

@@ -45,8 +45,9 @@ class OX_EXPORT oxSharedMemory
     enum Error {
         NoError = 0,       ///< the last call succeeded
         OwnError = -1,     ///< refused by this class, not by the system
-        AlreadyExists = 4, ///< of `create`
-        DoesNotExist = 5,  ///< of `attach`; after `create` 5 is the system's code
+        AlreadyExists = 4, ///< create(): the segment exists already
+        DoesNotExist =
+            5, ///< attach(): the segment does not exist; after create() a code of the system
     };
 
     /// Sets the names of the segment; creates nothing. Keys of up to 232 characters have distinct

@@ -24,7 +24,7 @@ class LocalZone
 
   private:
     struct Change {
-        std::int64_t time;   ///< first second with the offset, since 1970 UTC
+        std::int64_t time;   ///< first second with this offset, since 1970 UTC
         std::int64_t offset; ///< local time minus UTC in seconds
     };
 

@@ -142,32 +142,56 @@ class OX_EXPORT _oxTime
     // two digits. A year of two digits is the year minus 2000, negative before. A month or weekday
     // that the calendar cannot express is its number.
 
-    /// 11.14 09:05.07
+    /// Local month, day and time: "11.14 09:05.07".
     /// Compatibility: the month comes first, as in the farm's logs.
     QString asString() const;
-    QString asStringOffset(__int64 const & add) const;         ///< as asString, `add` seconds later
-    QString asStringHourMinSec() const;                        ///< 09:05.07, by the measured offset
-    QString asStringHourMin() const;                           ///< 09:05
-    QString asStringDateHourMin() const;                       ///< 14. 09:05
-    QString asStringDate() const;                              ///< 14. Nov
-    QString asStringMonth() const;                             ///< Nov
-    QString asStringweekDay() const;                           ///< 14. Sat
-    QString asStringWeekDateMonth() const;                     ///< Sat 14. Nov
-    QString asStringWeekHourMin() const;                       ///< Sat 14.  09:05, with two blanks
-    QString asStringMonthYear() const;                         ///< 11.26
-    QString asStringYear() const;                              ///< 14.11.26
-    QString asStringYear2() const;                             ///< 14.11.2026
-    QString asStringYearOnly() const;                          ///< 26
-    QString asStringYearOnly2() const;                         ///< 2026
-    QString asStringFileNameDate() const;                      ///< 261114
-    QString asStringFileNameHour() const;                      ///< 261114_09
-    QString asStringFileNameYearMinute() const;                ///< 261114_0905
-    QString asStringFileNameYear10Minute() const;              ///< 261114_090, tens of minutes
-    QString asStringFileName() const;                          ///< 1114_090507
-    QString asStringFileName_TruncSec() const;                 ///< 1114_09050, tens of seconds
-    _oxString8_evenSize<250> asOX8String() const;              ///< 11.14. 09:05.07
-    _oxString8_evenSize<250> asOX8StringDateMonthYear() const; ///< 14.Nov.2026 and a blank
-    _oxString8_evenSize<250> asOX8StringDateMonth() const;     ///< 14.Nov. and a blank
+    /// Local month, day and time `add` seconds later: "11.14 09:05.07".
+    QString asStringOffset(__int64 const & add) const;
+    /// Local time of day by the measured offset: "09:05.07".
+    QString asStringHourMinSec() const;
+    /// Local hour and minute: "09:05".
+    QString asStringHourMin() const;
+    /// Local day, hour and minute: "14. 09:05".
+    QString asStringDateHourMin() const;
+    /// Local day and month: "14. Nov".
+    QString asStringDate() const;
+    /// Name of the local month: "Nov".
+    QString asStringMonth() const;
+    /// Local day and weekday: "14. Sat".
+    QString asStringweekDay() const;
+    /// Local weekday, day and month: "Sat 14. Nov".
+    QString asStringWeekDateMonth() const;
+    /// Local weekday, day, hour and minute: "Sat 14.  09:05".
+    /// Compatibility: the hour follows two blanks, as in the farm's logs.
+    QString asStringWeekHourMin() const;
+    /// Local month and year of two digits: "11.26".
+    QString asStringMonthYear() const;
+    /// Local date with a year of two digits: "14.11.26".
+    QString asStringYear() const;
+    /// Local date with the full year: "14.11.2026".
+    QString asStringYear2() const;
+    /// Local year of two digits: "26".
+    QString asStringYearOnly() const;
+    /// Local year of four digits: "2026".
+    QString asStringYearOnly2() const;
+    /// Local date for file names: "261114".
+    QString asStringFileNameDate() const;
+    /// Local date and hour for file names: "261114_09".
+    QString asStringFileNameHour() const;
+    /// Local date, hour and minute for file names: "261114_0905".
+    QString asStringFileNameYearMinute() const;
+    /// Local date, hour and tens of minutes for file names: "261114_090".
+    QString asStringFileNameYear10Minute() const;
+    /// Local month, day and time for file names: "1114_090507".
+    QString asStringFileName() const;
+    /// Local month, day, hour, minute and tens of seconds for file names: "1114_09050".
+    QString asStringFileName_TruncSec() const;
+    /// Local month, day and time: "11.14. 09:05.07".
+    _oxString8_evenSize<250> asOX8String() const;
+    /// Local day, month and year, and a blank: "14.Nov.2026 ".
+    _oxString8_evenSize<250> asOX8StringDateMonthYear() const;
+    /// Local day and month, and a blank: "14.Nov. ".
+    _oxString8_evenSize<250> asOX8StringDateMonth() const;
 
     /// Returns the time as ISO 8601 in UTC, for logs and messages: 2026-11-14T08:05:07Z. A time
     /// outside the years 0 to 9999 is "@" and its seconds.
@@ -196,11 +220,11 @@ struct OX_EXPORT _oxTime32 {
     /// Converts to the local calendar fields.
     operator std::tm() const { return _oxTime(*this); }
 
-    /// 11.14 09:05.07, as _oxTime::asString.
+    /// Local month, day and time: "11.14 09:05.07".
     QString asString() const { return _oxTime(*this).asString(); }
-    /// 11.14 09:05.07, `add` seconds later.
+    /// Local month, day and time `add` seconds later: "11.14 09:05.07".
     QString asStringOffset(__int64 const & add) const { return _oxTime(*this).asStringOffset(add); }
-    /// 11.14. 09:05.07, as _oxTime::asOX8String.
+    /// Local month, day and time: "11.14. 09:05.07".
     _oxString8_evenSize<250> asOX8String() const { return _oxTime(*this).asOX8String(); }
 
     /// Returns the time as ISO 8601 in UTC, for logs and messages.

@@ -11,7 +11,8 @@ namespace ox::platform
 {
 
 // Names of temporary files: ".oxshared-SYSTEM-PROCESS-NUMBER.tmp", each part eight hexadecimal
-// digits. A process trusts only the locks of files of its own system.
+// digits. A process relies on the lock of such a file only if SYSTEM is the number of its own
+// system.
 
 /// SYSTEM of every Windows machine, since the file server keeps their locks.
 inline constexpr std::uint32_t windowsSystem = 0;
