@@ -169,8 +169,7 @@ class ByteSearch
         return length;
     }
 
-    /// Returns the first of the positions 0 to positions - 1 that match, or -1. Uses the two
-    /// probes.
+    /// Returns the first matching position from 0 to `positions` - 1, or -1. Uses the two probes.
     int findByProbes(Byte const * text, int positions)
     {
         Probe<ignoreCase> first = probe(firstProbe_);
@@ -221,8 +220,8 @@ class ByteSearch
         }
     }
 
-    /// Returns the first of the positions `from` to positions - 1 that match, or -1. Uses the
-    /// failure function (KMP).
+    /// Returns the first matching position from `from` to `positions` - 1, or -1. Uses the failure
+    /// function (KMP).
     int findInLinearTime(Byte const * text, int from, int positions) const
     {
         int const end = positions + length_ - 1;

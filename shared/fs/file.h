@@ -71,16 +71,18 @@ OX_EXPORT bool oxDeleteFolder(QString const & path);
 /// Fails: parents that were created remain.
 OX_EXPORT bool oxCreateFolder(QString const & path, bool withParents);
 
-/// Renames or moves a file, also to another drive. Without overwrite an existing file under the new
-/// name makes the call fail. With overwrite that file is deleted, even when `from` does not exist.
+/// Renames or moves a file, also to another drive. Returns whether this succeeded. Without
+/// overwrite an existing file under the new name makes the call fail. With overwrite that file is
+/// deleted, even when `from` does not exist.
 ///
 /// When both names refer to the same file, overwrite deletes no content. Two spellings of one name
 /// succeed and apply the letter case of `to`. Of two hard links `to` remains. A link does not
 /// replace its own target: the call fails.
 OX_EXPORT bool oxRenameFile(QString const & from, QString const & to, bool overwrite);
 
-/// Sets the access and modification times of a file, and its creation time where the system
-/// supports this. Null sets the current time, which only requires the right to write the file.
+/// Sets the access and modification times of a file to `*time`, and its creation time where the
+/// system supports this. Null sets the current time, which only requires the right to write the
+/// file. Returns whether this succeeded.
 OX_EXPORT bool oxSetFileTime(QString const & name, _oxTime * time);
 
 /// Writes `size` bytes to a new or emptied file; a size of 0 or less gives an empty file.

@@ -36,8 +36,8 @@ class NewFile
     /// that is not a regular file and, for root, for a link of another user.
     Result<> open(NativeName const & target, Links links);
 
-    /// Returns a name for reading the previous file, which stays valid when the target's name
-    /// changes. Empty without a previous file.
+    /// Returns a name under which the previous file can be read. The name stays valid when the
+    /// target's name changes. Empty without a previous file.
     NativeName previousName() const;
 
     /// Rights of a file that does not get the mode of a previous one: only its owner, or all users
