@@ -15,7 +15,7 @@ namespace ox::platform
 {
 
 /// An open file. Every operation uses its descriptor or handle and never its name, so that all
-/// operations affect the same file. Child processes do not inherit it.
+/// operations affect the same file. Child processes do not inherit open files of this class.
 class OpenFile
 {
   public:

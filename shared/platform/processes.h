@@ -43,7 +43,8 @@ class ProcessReading
     /// Maximum number of processes.
     static constexpr std::size_t capacity = 6000;
 
-    /// Starts a reading: removes all processes. `time` is in 100 ns, with an arbitrary origin.
+    /// Starts a reading, which removes the processes of the previous one. `time` is in 100 ns, with
+    /// an arbitrary origin.
     void begin(std::int64_t time);
     /// Adds the counters of a process; ignores processes above the capacity.
     void add(std::uint32_t id, ProcessCounters const & counters);
@@ -59,7 +60,7 @@ class ProcessReading
     std::int64_t beginTime() const { return beginTime_; }
     /// Time of end() in 100 ns.
     std::int64_t endTime() const { return endTime_; }
-    /// Returns the counters of the first added process with an id; empty without one.
+    /// Returns the counters that were added first for an id; empty if none were added.
     std::optional<ProcessCounters> of(std::uint32_t id) const;
 
   private:

@@ -14,7 +14,7 @@ namespace ox::platform
 /// A segment exists exactly as long as a process has it open, also when a process dies. If several
 /// processes create a segment of one name at the same time, one of them succeeds. A new segment
 /// contains zeros. No access to the mapped memory fails for lack of memory. Child processes do not
-/// inherit it.
+/// inherit segments.
 ///
 /// Opening and mapping are two steps, since each has its own errors.
 class SharedSegment

@@ -228,7 +228,8 @@ class FixedText : public Record
     {
         return replaceText(before, after, Case::Ignored);
     }
-    /// As `replace`, but finds the occurrences as `indexOfCaseSen` does.
+    /// Replaces every occurrence of `before` that indexOfCaseSen finds by `after`: exactly, except
+    /// for a `before` as long as the text.
     S & replaceCaseSen(S const & before, S const & after)
     {
         return replaceText(before, after, Case::Exact);
@@ -243,7 +244,8 @@ class FixedText : public Record
     /// Removes every occurrence of a text, ignoring case. An occurrence that only a removal creates
     /// stays. A wide string sign-extends an argument of bytes.
     S & remove(S const & text) { return replaceText(text, S(), Case::Ignored); }
-    /// As `remove`, but finds the occurrences as `indexOfCaseSen` does.
+    /// Removes every occurrence of a text that indexOfCaseSen finds: exactly, except for a text of
+    /// the same length.
     S & removeCaseSens(S const & text) { return replaceText(text, S(), Case::Exact); }
     /// Removes every unit that equals c, ignoring case, and returns a copy of the result.
     S remove(Unit const & c) { return setSize(removeUnit<Unit>(value, size(), c)); }
