@@ -26,7 +26,7 @@ class NewFile
 
     /// Creates an object without a file; call open() first.
     NewFile();
-    /// Deletes the temporary file unless it is in its place.
+    /// Deletes the temporary file unless putInPlace() has renamed it.
     ~NewFile();
     NewFile(NewFile const &) = delete;
     NewFile & operator=(NewFile const &) = delete;
@@ -84,7 +84,7 @@ class NewFile
     /// Renames the file to the target's name. Flush the content before.
     Result<> putInPlace();
 
-    /// Deletes the temporary file unless it is in its place.
+    /// Deletes the temporary file unless putInPlace() has renamed it.
     void remove();
 
   private:
