@@ -14,7 +14,7 @@ struct CrashKind {
 
 std::span<CrashKind const> crashKinds();
 
-/// Crashes. Returns only when there is no such kind.
+/// Crashes. Returns only when `kind` is unknown.
 void crash(char const * kind);
 
 } // namespace ox::tool

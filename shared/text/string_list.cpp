@@ -24,7 +24,7 @@ constexpr std::uint64_t roomFor(std::uint64_t count)
     return (count + step - 1) & ~(step - 1);
 }
 
-/// The memory for a list of `count` entries, or 0 when there is no such memory.
+/// Size in bytes of the memory for `count` entries, or 0 when a list cannot have so many.
 std::size_t bytesFor(std::uint64_t count)
 {
     constexpr auto most = static_cast<std::size_t>(std::numeric_limits<std::ptrdiff_t>::max());
