@@ -10,7 +10,8 @@ using ox::platform::NativeName;
 namespace
 {
 
-/// Empty for what is no path of the farm's records.
+/// Returns the path in the system's form, or an empty name for null and for a path of more than 500
+/// bytes.
 NativeName recordPath(char const * path)
 {
     if (!path || std::strlen(path) > 500)

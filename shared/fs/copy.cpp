@@ -50,16 +50,16 @@ QString copyByPieces(NativeName const & from, NativeName const & to, bool overwr
         ox::platform::createFile(to, overwrite ? Taken::IsReplaced : Taken::Fails);
     if (!reportToThread(target))
         return ox::fs::targetNotOpened();
-    // Compatibility: a short write is no failure; the farm finds it by comparing the sizes.
+    // Compatibility: a failed write is no error. The farm's applications compare the sizes instead.
     static_cast<void>(
         copyPieces(*source, *target, piece.get(), pauseMs, endsEmpty, ox::fs::Faults::Ignored));
     static_cast<void>(target->setTimes(modified));
     return {};
 }
 
-/// The system's message for an error, as Qt's files give it: without the number.
+/// Returns the system's message without the error number, in the form of Qt's file errors.
 template <typename Value>
-QString bareMessage(Result<Value> const & failed)
+QString messageWithoutNumber(Result<Value> const & failed)
 {
     reportToThread(failed);
     return ox::text::toQString(ox::platform::errorMessage(failed.error().code).value_or(u""));
@@ -78,9 +78,9 @@ QString notWritten()
     return QStringLiteral("Unable to write data");
 }
 
-/// Copies the source's bytes from `begin` to `end` to the target, and to the buffer, if any. What
-/// the source gains meanwhile is the next call's. The buffer gains the bytes that reach the target
-/// and no others.
+/// Copies the source's bytes from `begin` to `end` to the target, and appends them to the buffer,
+/// if any. The next call copies what other processes append to the source during this call. After a
+/// failed write the buffer contains the bytes that the target contains.
 QString transfer(OpenFile & source, OpenFile & target, std::int64_t begin, std::int64_t end,
                  _OX_DataBuffer * added)
 {
@@ -114,7 +114,7 @@ QString transfer(OpenFile & source, OpenFile & target, std::int64_t begin, std::
     return {};
 }
 
-/// Copies the whole source, and makes it the buffer's content.
+/// Copies the whole source to the target and to the buffer, which loses its previous content.
 QString copyInto(_OX_DataBuffer & added, NativeName const & from, NativeName const & to,
                  std::int64_t size)
 {
@@ -122,14 +122,14 @@ QString copyInto(_OX_DataBuffer & added, NativeName const & from, NativeName con
         return refusal;
     Result<OpenFile> source = openForReading(from, Writers::Allowed);
     if (!source)
-        return bareMessage(source);
+        return messageWithoutNumber(source);
     bool const fits = size <= std::numeric_limits<int>::max();
     if (!fits || !added.newsize(static_cast<int>(size), _OX_DataBuffer::memoryLimitMB))
         return notAppended(added, size);
     added.size = 0;
     Result<OpenFile> target = openInPlace(to, Content::Emptied);
     if (!target)
-        return bareMessage(target);
+        return messageWithoutNumber(target);
     return transfer(*source, *target, 0, size, &added);
 }
 
@@ -177,9 +177,9 @@ QString oxResumeFile(QString const & from, QString const & to, bool & limitRepor
     }
     Result<OpenFile> log = openForReading(source, Writers::Allowed);
     if (!log)
-        return QStringLiteral("Cannot open source file;") + bareMessage(log);
+        return QStringLiteral("Cannot open source file;") + messageWithoutNumber(log);
     Result<OpenFile> copy = openInPlace(target, Content::Kept);
     if (!copy)
-        return QStringLiteral("Cannot open dest. file;") + bareMessage(copy);
+        return QStringLiteral("Cannot open dest. file;") + messageWithoutNumber(copy);
     return transfer(*log, *copy, old->size, status->size, added);
 }

@@ -25,8 +25,8 @@ QString nameOf(Entry const & entry)
     return ox::text::toQString(ox::platform::nameText(entry.name));
 }
 
-/// One pass over the tree, from the outside in and back. The way is kept in a list and not on the
-/// stack, which a deep tree would overflow.
+/// Empties a folder in one pass: files first, then each subfolder with its content. The open
+/// folders are in a list, since a deep tree would overflow the stack with recursive calls.
 class Emptying
 {
   public:
@@ -58,11 +58,11 @@ class Emptying
     struct Level {
         QString path; ///< with a separator at its end
         Entry folder;
-        std::vector<Entry> subfolders; ///< still to be emptied
+        std::vector<Entry> subfolders; ///< not emptied yet
         bool keepsSomething;
     };
 
-    bool mayGoOn() const { return !options_.stop || !options_.stop(); }
+    bool mayContinue() const { return !options_.stop || !options_.stop(); }
 
     bool isTooYoung(Entry const & entry) const
     {
@@ -98,8 +98,8 @@ class Emptying
         }
     }
 
-    /// Deletes the files of the current folder and sets its subfolders aside. False when it cannot
-    /// be read.
+    /// Deletes the files of the current folder and stores its subfolders in the level. Returns
+    /// false if the folder is not readable or `stop` returned true.
     bool deleteFiles()
     {
         Level & level = levels_.back();
@@ -123,10 +123,10 @@ class Emptying
         return result_.done;
     }
 
-    /// False when the pass was asked to stop.
+    /// Returns false if `stop` returned true.
     bool deleteEntry(Entry const & entry, QString const & path)
     {
-        result_.done = mayGoOn();
+        result_.done = mayContinue();
         if (!result_.done)
             return false;
         Result<> const removed = options_.rehearse ? Result<>() : tree_.remove(entry);
@@ -140,7 +140,7 @@ class Emptying
         return true;
     }
 
-    /// What failed stays in the current folder.
+    /// Reports an entry that could not be deleted. Its folder is not deleted either.
     void failed(bool isFolder, QString const & path, QString const & reason)
     {
         levels_.back().keepsSomething = true;
@@ -164,7 +164,7 @@ class Emptying
     _oxEmptyFolderResult result_;
 };
 
-/// The options in force, in the words of the farm's messages.
+/// Returns the options in the notation of the farm's messages.
 QString optionWords(bool recursive, bool ignoreErrors, int minAge)
 {
     return (recursive ? QStringLiteral(" -rec") : QString()) +

@@ -59,7 +59,7 @@ bool isFolderPath(View path)
     return isFolder(ox::platform::nativeName(path));
 }
 
-/// Deletes a file if it exists. The failure's text, without a closing dot.
+/// Deletes a file if it exists. Returns the text of the failure without a closing dot.
 QString deleteExisting(NativeName const & name)
 {
     if (!isFile(name) || reportToThread(ox::platform::deleteFile(name)))
@@ -67,7 +67,7 @@ QString deleteExisting(NativeName const & name)
     return QStringLiteral("Unable to delete file, ") + QString(oxLastOSError());
 }
 
-/// Creates one folder. Another process may create the same one at the same time.
+/// Creates one folder. Succeeds if another process creates the same folder at the same time.
 bool makeFolder(QString const & path)
 {
     NativeName const name = nativePath(path);
@@ -131,7 +131,7 @@ bool oxDirectoryExists(QString const & path)
 
 bool oxDirectoryExists(char const * path)
 {
-    // A cut path could name another folder.
+    // A truncated path could name another folder.
     return path && std::strlen(path) <= 500 && oxDirectoryExists(_oxString8_evenSize<500>(path));
 }
 
@@ -160,7 +160,7 @@ bool oxCreateFolder(QString const & path, bool withParents)
     bool const isShare = path[0] == ownSeparator && path[1] == ownSeparator;
     auto end = path.indexOf(ownSeparator, isShare ? 2 : 0);
     if (isShare && end >= 0)
-        end = path.indexOf(ownSeparator, end + 1); // a server is no folder, its share is the first
+        end = path.indexOf(ownSeparator, end + 1); // skips the server, which is not a folder
     for (; end >= 0; end = path.indexOf(ownSeparator, end + 1)) {
         if (!makeFolder(path.left(end + 1)))
             return false;
@@ -206,7 +206,7 @@ QString oxWriteBufferToFile(QString name, unsigned char * data, __int64 size)
         result = file->write(reinterpret_cast<char const *>(data + done),
                              static_cast<std::size_t>(piece));
     }
-    // A share may report only now that it has no room for the last piece.
+    // A share may report a full disk only when the file is closed.
     Result<> const closed = file->close();
     if (reportToThread(result ? closed : result))
         return {};
@@ -230,7 +230,7 @@ bool writeToLogFile(QString const & name, _oxString8_evenSize<3000> line, bool o
     if (addTime)
         text.add(_oxTime(true).asOX8String().c_str()).add(": ");
     text.add(line);
-    text = text.left(text.capacity() - 1); // room for the line break
+    text = text.left(text.capacity() - 1); // the line break needs one byte
     text += '\n';
 
     Result<OpenFile> file = openForWriting(
@@ -267,7 +267,7 @@ QString setExecutable_Rights(QString name, bool verbose)
     return QStringLiteral("Unable to set executable rights, ") + QString(oxLastOSError());
 }
 
-// The halves are copied as bytes, since the system's type is declared here and not defined.
+// FILETIME is only declared here, so its two halves are copied as bytes.
 
 void timeToFileTime(__int64 seconds, FILETIME * fileTime)
 {

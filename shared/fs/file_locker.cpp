@@ -38,7 +38,7 @@ std::string lockFileText(QString const & who)
     return text;
 }
 
-/// The holder's description; it may have several lines.
+/// Returns the description of the holder, which may have several lines.
 QString whoIn(std::string_view text)
 {
     if (!text.starts_with(whoLabel))
@@ -74,7 +74,7 @@ _oxFileLocker::_oxFileLocker(QString const & fileToLock)
     if (!file)
         return;
     std::string const name = *file + "_lock.txt";
-    // A name cut by the record would lock another file.
+    // A truncated name would lock another file.
     if (name.size() <= static_cast<std::size_t>(lockFileName_.capacity()))
         lockFileName_ = name;
 }
@@ -97,8 +97,8 @@ bool _oxFileLocker::lock(int const & timeoutMs, QString const & who, int * waite
     NativeName const name = nativePath(lockFileName_);
     auto file = std::make_unique<LockFile>();
     Result<> taken;
-    // One step tells whether the lock is free and takes it: a test before it would be another round
-    // trip to the share, and out of date when it arrives.
+    // Taking the lock also reports whether it is free. A separate test needs a second round trip to
+    // the share, and its result is outdated when it arrives.
     auto const isHeldByOther = [&] {
         if (checkOnly)
             return ox::platform::lockFileExists(name);

@@ -8,7 +8,8 @@
 namespace
 {
 
-/// The name as a record; empty, which names no file, when a record cannot hold it.
+/// Returns the name as a record of 500 bytes. Returns an empty name, which is never the name of a
+/// file, if it does not fit.
 _oxString8_evenSize<500> recordOf(QString const & name)
 {
     auto const bytes = ox::platform::recordName(ox::text::viewOf(name));

@@ -80,7 +80,7 @@ class FileSync
         return false;
     }
 
-    /// Copies to a new file beside the target, which takes the target's place at the end.
+    /// Copies to a new file beside the target and then gives it the name of the target.
     Result copy(int pause, bool isReplaced, __int64 size, _oxTime time) const
     {
         platform::NewFile copy;
@@ -107,7 +107,8 @@ class FileSync
         return copyWhole(nativePath(source_), copy, pause, endsEmpty);
     }
 
-    /// Returns whether another process has just put the same file in place.
+    /// Keeps the previous file as `_old`. Returns true if another process has put the same file in
+    /// place in the meantime.
     bool keepOld(platform::NewFile & copy, __int64 size, _oxTime time) const
     {
         using Previous = platform::NewFile::Previous;

@@ -18,7 +18,8 @@ using Index = decltype(QString().size());
 constexpr QChar slash = u'/';
 constexpr QChar backslash = u'\\';
 
-/// Whether a separator or dot at this position splits a path; the first two never do.
+/// Returns whether a separator or dot at this position splits a path. The first two positions never
+/// do.
 template <typename Position>
 bool splits(Position position)
 {
@@ -30,7 +31,7 @@ QChar separatorAutoPD(QString const & path)
     return path.contains(slash) ? slash : backslash;
 }
 
-/// The separator of a path that the farm's Windows side or this system wrote.
+/// Returns a backslash if the path contains one, else the separator of this system.
 template <typename Char>
 Char separatorOfRecord(std::basic_string_view<Char> path)
 {
@@ -38,7 +39,8 @@ Char separatorOfRecord(std::basic_string_view<Char> path)
     return path.find(windows) != path.npos ? windows : Char{ox::platform::ownSeparator};
 }
 
-/// A folder as a cut of its path: the first `length` characters, then a separator if it lacks one.
+/// The folder of a path: its first `length` characters, and a separator if they do not end with
+/// one.
 struct FolderCut {
     std::size_t length;
     bool addSeparator;
@@ -73,7 +75,7 @@ template <typename Name, typename S>
 Name fileNameOf(S const & path)
 {
     auto const separator = separatorOfRecord(path.view());
-    auto const start = path.view().rfind(separator) + 1; // 0 when there is none
+    auto const start = path.view().rfind(separator) + 1; // 0 without a separator
     return Name(path.begin() + start, path.size() - static_cast<int>(start));
 }
 
@@ -86,8 +88,8 @@ S withOwnSeparators(S path)
     return path;
 }
 
-/// Length of the frame placeholder ("<FN>", "<FN1>" to "<FN7>") at a position, 0 when there is
-/// none.
+/// Returns the length of the frame placeholder ("<FN>", "<FN1>" to "<FN7>") at a position, or 0
+/// without one.
 Index placeholderLength(QString const & text, Index at)
 {
     auto const isAt = [&text](Index i, char16_t c) { return i < text.size() && text[i] == c; };
@@ -106,13 +108,15 @@ void removeAll(QString & text, QLatin1String characters)
     text.truncate(static_cast<Index>(end - text.begin()));
 }
 
-/// The rules that files and folders share: everything but separators and colons.
+/// Removes the characters that are illegal in names of files and of folders. Separators and colons
+/// stay, since the two kinds of names treat them differently.
 QString withoutIllegal(QString text, bool allowSpaces, bool keepPlaceholders)
 {
     removeAll(text, QLatin1String("\n\r\t|;#}{\"=?`~*"));
     if (!allowSpaces)
         text.remove(u' ');
-    // The placeholders are looked for only now, as what has been removed may have stood inside one.
+    // The search for placeholders runs after the removal, since a removed character may have split
+    // one.
     QString clean;
     clean.reserve(text.size());
     for (Index i = 0; i < text.size(); ++i) {
@@ -138,7 +142,7 @@ bool isSeparator(QChar c)
     return c == slash || c == backslash;
 }
 
-/// Removes the blanks and dots that end the last folder's name, and that only.
+/// Removes blanks and dots from the end of the last folder's name.
 void trimLastFolder(QString & path)
 {
     Index end = path.size();
@@ -156,7 +160,7 @@ void trimLastFolder(QString & path)
     path.remove(kept, end - kept);
 }
 
-/// The characters that are legal in a file's name but mean something in a link.
+/// Characters that are legal in file names and have a meaning in links.
 constexpr QLatin1String linkCharacters("&%+'");
 
 } // namespace
@@ -315,7 +319,7 @@ QString oxPathResolve(QString path)
     auto tail = steps;
     bool isClimbing = true;
     for (; tail.substr(0, token.size()) == token; tail.remove_prefix(token.size())) {
-        // The head ends with a separator, so that no cut has to add one.
+        // The head ends with a separator, so a cut never has to add one.
         auto const length =
             isClimbing ? folderCut(head, char16_t{separator.unicode()}).length : head.size();
         isClimbing = length < head.size();
