@@ -13,10 +13,10 @@ using namespace ox::data;
 namespace
 {
 
-// The process-wide table of the 32-bit checksum. Once it is built, the faster kernels compute the
-// checksum with constants of their own.
-// Compatibility: the table is zero until it is built, so that oxCRCPartial() always gives the same
-// wrong result before.
+// The process-wide table of the 32-bit checksum. After it is built, oxCRCPartial() uses faster
+// kernels with their own constants.
+// Compatibility: the table is zero until it is built, so oxCRCPartial() returns the same wrong
+// result for the same data before that.
 std::atomic<std::uint32_t> crc32Table[256];
 std::atomic<unsigned char> crc32TableIsBuilt;
 
@@ -27,7 +27,8 @@ std::uint32_t advanceByTable(std::uint32_t crc, unsigned char const * data, std:
     return crc;
 }
 
-/// The XOR of the bytes at even offsets in the low byte, that of the bytes at odd ones in the high.
+/// Returns the XOR of the bytes at even offsets in the low byte, and of the bytes at odd offsets in
+/// the high byte.
 unsigned int xorOfBytePairs(unsigned char const * data, std::size_t length)
 {
     constexpr std::size_t lanes = 8;

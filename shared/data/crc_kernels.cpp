@@ -7,7 +7,7 @@
 #if defined(__x86_64__) || defined(__i386__)
 #define OX_HAS_FOLDING_KERNELS
 #include <immintrin.h>
-// The compiler's own headers make an undefined vector by reading an uninitialised one.
+// The compiler's headers read an uninitialised vector to create an undefined one.
 #pragma GCC diagnostic ignored "-Wuninitialized"
 #ifndef __clang__
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
@@ -23,8 +23,9 @@ namespace
 
 using Block = __m128i;
 
-// What the kernel does with its vectors, for each width. `turned` turns the bytes of each block
-// round if asked to; `fold` moves the blocks of `x` by the distance of `factors` onto `onto`.
+// Vector operations of the kernel, one struct for each width. `turned` reverses the bytes of each
+// block if `isReversed`. `fold` moves the blocks of `x` by the distance of `factors` and adds them
+// to `onto`.
 
 #define OX_INLINE(instructions) __attribute__((always_inline, target(instructions))) static inline
 
@@ -165,7 +166,7 @@ struct Vector512 {
     }
 };
 
-/// The remainder of `x` divided by the widened polynomial, by Barrett's method.
+/// Returns the remainder of `x` divided by the widened polynomial, by Barrett's method.
 template <class Crc>
 OX_INLINE(OX_SSE)
 typename Crc::Word remainder(Block x)

@@ -198,7 +198,7 @@ _oxString8_evenSize<150> _OX_DataBuffer::errorString(int const & code)
 
 bool _OX_DataBuffer::compressFromB(char const * src, int const & srcLen, int const & offset)
 {
-    int const length = srcLen; // may be a header word of this buffer
+    int const length = srcLen; // srcLen may refer to a member of this buffer
     int const start = offset;
     error = 0;
     if (length < 0 || start < 0)
@@ -229,8 +229,8 @@ int _OX_DataBuffer::decompressToB(char * dest, int const & destLen, int const * 
     error = 0;
     if (offset)
         dataOffset = *offset;
-    // The valid bytes may be said to reach past the block: a caller that put a header of its own in
-    // front and counted it in `size` still reads its data back.
+    // `size` may exceed the bytes behind dataOffset: some callers put their own header in front and
+    // count it in `size`. bytesAt limits the length.
     auto const stream = bytesAt(dataOffset, size);
     uLongf produced = uLongf(std::max(destLen, 0));
     error = uncompress(zlibBytes(dest), &produced, zlibBytes(stream.data()), uLong(stream.size()));
@@ -248,8 +248,8 @@ bool _OX_DataBuffer::decompressTo(_OX_DataBuffer & dest, int const * offset)
         return fail(Z_STREAM_ERROR);
     if (!dest.newsize(sizeUncompressed, memoryLimitMB))
         return fail(OutOfMemory);
-    // Compatibility: a block of dest that is larger than necessary is used as a whole, which gives
-    // WrongLength.
+    // Compatibility: the length of the whole block of dest is the expected length, so a larger
+    // block results in WrongLength.
     dest.size = decompressToB(dest.data, dest.sizeAllocated, offset);
     dest.isCompressed = 0;
     return dest.size > 0;
@@ -263,8 +263,8 @@ bool _OX_DataBuffer::chunkzipStart(z_stream & zs, int initialSize)
     zs.zalloc = nullptr;
     zs.zfree = nullptr;
     zs.opaque = nullptr;
-    int const fastButSmall = 3;
-    error = deflateInit(&zs, fastButSmall);
+    int const compressionLevel = 3;
+    error = deflateInit(&zs, compressionLevel);
     return error == Z_OK;
 }
 
@@ -272,8 +272,8 @@ bool _OX_DataBuffer::chunkzipAdd(z_stream & zs, unsigned char * in, int len, boo
 {
     if (len < 0 || !hasTrueSize())
         return fail(Z_STREAM_ERROR);
-    // The applications count on the block growing by one half and once a call, not as far as
-    // needed.
+    // Compatibility: the block grows by one half and at most once a call, even if more memory is
+    // needed. The farm's applications depend on it.
     bool mayGrow = true;
     auto const grow = [&] {
         mayGrow = false;
@@ -299,7 +299,7 @@ bool _OX_DataBuffer::chunkzipAdd(z_stream & zs, unsigned char * in, int len, boo
         if (result == Z_STREAM_ERROR)
             return fail(result);
         size += room - int(zs.avail_out);
-        // What zlib has taken but not yet written comes out with the next piece.
+        // zlib writes the pending part of its input in the next call.
         bool const done = last ? result == Z_STREAM_END : zs.avail_in == 0;
         more = zs.avail_out == 0 && !done;
     }
@@ -333,7 +333,7 @@ bool _OX_DataBuffer::chunkUnzipGet(z_stream & zs, unsigned char * out, int outLe
         return false;
     if (outLen < 0)
         return fail(Z_STREAM_ERROR);
-    // zlib reads through next_in and changes nothing there.
+    // zlib only reads the input, although next_in is not const.
     zs.next_in = zlibBytes(const_cast<char *>(input.data()));
     zs.avail_in = uInt(input.size());
     zs.next_out = out;
@@ -347,7 +347,8 @@ bool _OX_DataBuffer::chunkUnzipGet(z_stream & zs, unsigned char * out, int outLe
         return fail(result);
     int const consumed = int(input.size() - zs.avail_in);
     dataOffset += consumed;
-    // Bytes behind the end of the stream are no input: a caller that reads until false must stop.
+    // Bytes behind the end of the stream are ignored, so that a caller that reads until false
+    // stops.
     bool const pastTheEnd = result == Z_STREAM_END && consumed == 0 && zs.avail_out == uInt(outLen);
     return !pastTheEnd;
 }

@@ -13,7 +13,7 @@
 #include <memory>
 #include <optional>
 
-// The header words are written as they stand in memory, which is the order of the files.
+// The header is written with the byte order of the memory, which must be that of the files.
 static_assert(std::endian::native == std::endian::little);
 
 namespace
@@ -30,12 +30,12 @@ constexpr int magicSize = 4;
 constexpr int headerSize = 32;
 static_assert(headerSize == offsetof(_OX_DataBuffer, sizeAllocated));
 
-/// Memory of the caller. A length that cannot be one is neither read nor written.
+/// Memory of the caller. A negative length, and null with a length, are invalid.
 struct Block {
     char * bytes;
     int length;
 
-    bool isPossible() const { return length >= 0 && (bytes || length == 0); }
+    bool isValid() const { return length >= 0 && (bytes || length == 0); }
 };
 
 Block headerOf(_OX_DataBuffer & buffer)
@@ -52,13 +52,13 @@ Result<OpenFile> open(NativeName const & name, Mode mode)
                               : openForWriting(name, Content::Emptied, Writers::Refused);
 }
 
-/// The plain format and its codes.
+/// A file in the plain format, with its error codes.
 class PlainFile
 {
   public:
     static constexpr char const * magic = "oxDB";
     static constexpr int notOpenedForReading = NotOpened;
-    static constexpr int impossibleBlock = EndOfFile;
+    static constexpr int invalidBlock = EndOfFile;
 
     PlainFile(NativeName const & name, Mode mode) : file_(open(name, mode))
     {
@@ -90,8 +90,8 @@ class PlainFile
     int readError_ = 0;
 };
 
-/// A plain file that takes the CRC-32 of the block last read, piece by piece while the piece is in
-/// the processor's cache.
+/// A plain file that computes the CRC-32 of the block last read. It reads in pieces, so that each
+/// piece is still in the processor's cache.
 class CheckedFile : public PlainFile
 {
   public:
@@ -122,13 +122,13 @@ class CheckedFile : public PlainFile
     unsigned int crc_ = 0;
 };
 
-/// A file of zlib's gzip interface: the compressed formats and their codes.
+/// A file in a compressed format, read and written by zlib's gzip interface, with its error codes.
 class GzipFile
 {
   public:
     static constexpr char const * magic = "oxZP";
     static constexpr int notOpenedForReading = NotReadable;
-    static constexpr int impossibleBlock = Z_STREAM_ERROR;
+    static constexpr int invalidBlock = Z_STREAM_ERROR;
 
     GzipFile(NativeName const & name, Mode mode)
     {
@@ -138,8 +138,8 @@ class GzipFile
         auto const gzip = openGzip(*std::move(opened), mode == Mode::Read ? "rb" : "wb");
         if (!reportToThread(gzip))
             return;
-        unsigned const fewLargeTransfers = 128 * 1024;
-        gzbuffer(*gzip, fewLargeTransfers);
+        unsigned const bufferSize = 128 * 1024; // fewer calls of the system
+        gzbuffer(*gzip, bufferSize);
         file_.reset(*gzip);
     }
 
@@ -152,12 +152,12 @@ class GzipFile
 
     bool read(Block block) { return readSome(block.bytes, unsigned(block.length)) == block.length; }
 
-    /// Bytes read, fewer than room only at the end of the data; negative when the stream is damaged
-    /// or cut short.
-    int readSome(char * bytes, unsigned room)
+    /// Reads up to `capacity` bytes. Returns their number, which is smaller only at the end of the
+    /// data, or -1 if the stream is damaged or truncated.
+    int readSome(char * bytes, unsigned capacity)
     {
-        int const count = gzread(file_.get(), bytes, room);
-        return unsigned(count) < room && readError() != Z_OK ? -1 : count;
+        int const count = gzread(file_.get(), bytes, capacity);
+        return unsigned(count) < capacity && readError() != Z_OK ? -1 : count;
     }
 
     int writeError() const { return readError(); }
@@ -183,12 +183,12 @@ class GzipFile
     std::unique_ptr<gzFile_s, Close> file_;
 };
 
-/// Writes the magic, if asked, and the blocks. A length that is none is refused before the file,
-/// and with it what it held, is touched.
+/// Writes the magic if `withMagic`, then the blocks. An invalid block is refused before the file is
+/// opened, so the previous content stays.
 template <class File>
 int save(QString const & name, bool withMagic, Block block1, Block block2)
 {
-    if (!block1.isPossible() || !block2.isPossible())
+    if (!block1.isValid() || !block2.isValid())
         return NotWritten;
     File file(nativePath(name), Mode::Write);
     if (!file)
@@ -199,8 +199,8 @@ int save(QString const & name, bool withMagic, Block block1, Block block2)
     return file.close();
 }
 
-/// Reads the magic, if asked, and the blocks, all of them whole. False with the code in error,
-/// which is 0 when a gzip stream merely ended early.
+/// Reads the magic if `withMagic`, then both blocks completely. On failure returns false and sets
+/// `error`, which is 0 if a gzip stream ended too early.
 template <class File>
 bool load(File & file, bool withMagic, Block block1, Block block2, std::int32_t & error)
 {
@@ -215,8 +215,8 @@ bool load(File & file, bool withMagic, Block block1, Block block2, std::int32_t 
         return fail(file.readError());
     if (withMagic && std::memcmp(magic, File::magic, magicSize) != 0)
         return fail(WrongMagic);
-    if (!block1.isPossible() || !block2.isPossible())
-        return fail(File::impossibleBlock);
+    if (!block1.isValid() || !block2.isValid())
+        return fail(File::invalidBlock);
     return (file.read(block1) && file.read(block2)) || fail(file.readError());
 }
 
@@ -229,7 +229,7 @@ int load(QString const & name, bool withMagic, Block block1, Block block2)
     return error;
 }
 
-/// Reads the rest of a file into a buffer that grows by step for each read.
+/// Reads the rest of a file into a buffer. The buffer grows by `step` bytes before each read.
 bool readGrowing(GzipFile & file, _OX_DataBuffer & buffer, unsigned step)
 {
     auto const finish = [&buffer](int code, int length) {
@@ -245,10 +245,11 @@ bool readGrowing(GzipFile & file, _OX_DataBuffer & buffer, unsigned step)
         target = std::min(target + step, limit);
         if (!buffer.resize(int(target), _OX_DataBuffer::memoryLimitMB))
             return finish(OutOfMemory, 0);
-        unsigned const room = std::min(step, unsigned(buffer.sizeAllocated - total));
-        bool const isFull = room == 0 && step > 0;
-        char beyond;
-        count = isFull ? file.readSome(&beyond, 1) : file.readSome(buffer.data + total, room);
+        unsigned const capacity = std::min(step, unsigned(buffer.sizeAllocated - total));
+        bool const isFull = capacity == 0 && step > 0;
+        char extraByte;
+        count =
+            isFull ? file.readSome(&extraByte, 1) : file.readSome(buffer.data + total, capacity);
         if (count < 0)
             return finish(file.readError(), 0);
         if (isFull && count > 0)
@@ -258,7 +259,7 @@ bool readGrowing(GzipFile & file, _OX_DataBuffer & buffer, unsigned step)
     return finish(0, total);
 }
 
-/// A buffer over the caller's memory, which stays the caller's.
+/// A buffer over the caller's memory. The destructor does not free it.
 struct BorrowedBuffer : _OX_DataBuffer {
     BorrowedBuffer(char * memory, int length)
     {
@@ -301,8 +302,8 @@ int _OX_DataBuffer::loadFromFileCompressed(QString const & file, bool const & wi
 int _OX_DataBuffer::saveGzipFile(QString const & file, char const * data, int const & len)
 {
     int const result = save<GzipFile>(file, false, {const_cast<char *>(data), len}, {nullptr, 0});
-    // Compatibility: applications know one code for a bare gzip file that cannot be opened, for
-    // reading or for writing.
+    // Compatibility: the farm's applications expect NotReadable if a gzip file without a header
+    // cannot be opened, even for writing.
     return result == NotOpened ? NotReadable : result;
 }
 
@@ -317,8 +318,8 @@ int _OX_DataBuffer::loadGzipFile(QString const & file, char * dest, unsigned int
     int const count = gzip.readSome(dest, len);
     if (count < 0)
         return gzip.readError();
-    char beyond;
-    bool const isExact = unsigned(count) == len && gzip.readSome(&beyond, 1) == 0;
+    char extraByte;
+    bool const isExact = unsigned(count) == len && gzip.readSome(&extraByte, 1) == 0;
     return exact && !isExact ? WrongLength : 0;
 }
 
@@ -341,8 +342,8 @@ int _OX_DataBuffer::compressNSaveToFile(QString const & file, char * data, int c
     _OX_DataBuffer buffer;
     if (!buffer.compressFromB(data, len, 0))
         return buffer.error;
-    // Compatibility: applications can recompute what they save this way. A share that is not
-    // writable at the moment must not stop them.
+    // Compatibility: a failed save is not reported. The farm's applications can recompute the data,
+    // and a read-only share must not stop them.
     buffer.saveToFile(file, true);
     return 0;
 }
@@ -417,11 +418,12 @@ bool _OX_DataBuffer::loadFromFileCompressed(QString const & file, bool growToFit
         return readGrowing(gzip, *this, 1024 * 1024);
     if (!load(gzip, false, {data, sizeAllocated}, {nullptr, 0}, error))
         return false;
-    char beyond;
-    int const more = gzip.readSome(&beyond, 1);
+    char extraByte;
+    int const more = gzip.readSome(&extraByte, 1);
     if (more < 0)
         return fail(gzip.readError());
-    // Compatibility: data larger than the caller expected is not returned in part.
+    // Compatibility: if the data is larger than the buffer, the size is 0 and the result is true.
+    // The farm's applications never use data in part.
     if (more == 0)
         size = sizeUncompressed = sizeAllocated;
     return true;
@@ -435,7 +437,7 @@ bool _OX_DataBuffer::loadGzipFile(QString const & file, unsigned int const & chu
     return readGrowing(gzip, *this, chunk);
 }
 
-// The forms for records.
+// Overloads for names in records.
 
 int _OX_DataBuffer::saveToFile(_oxString8_evenSize<500> file, bool const & withMagic,
                                char * const block1, int const & len1, char * const block2,

@@ -25,14 +25,14 @@ constexpr int extraBytes = 10;
 constexpr std::int64_t largestContent =
     std::numeric_limits<std::int32_t>::max() - _oxFileSearcher::headroom - extraBytes;
 
-/// A block with headroom for a content of so many bytes. Null without memory.
+/// Allocates a block for `contentSize` bytes and headroom. Returns null without memory.
 char * newBlock(std::int64_t contentSize)
 {
     auto const bytes = contentSize + _oxFileSearcher::headroom + extraBytes;
     return contentSize <= largestContent ? new (std::nothrow) char[std::size_t(bytes)] : nullptr;
 }
 
-/// Puts a new block in the place of one whose bytes are of no use any more. None without memory.
+/// Replaces a block by a new one without its content. On failure the block is null.
 bool renewBlock(char *& block, std::int32_t & capacity, std::int32_t contentSize)
 {
     delete[] block;
@@ -47,17 +47,17 @@ void swapBlocks(_oxFileSearcher & file)
     std::swap(file.capacity, file.spareCapacity);
 }
 
-/// The content to come, added piece by piece. One that does not grow is written over the bytes of
-/// the old that were read already, any other to the spare block.
+/// The new content, which is appended in pieces. If it is not longer than the previous content, it
+/// overwrites bytes that were already read. Otherwise it goes to the spare block.
 class NewContent
 {
   public:
     NewContent(_oxFileSearcher & file, bool grows) : file_(file), grows_(grows) {}
 
-    /// False when there is no room for more.
+    /// Appends bytes. Returns false without memory.
     bool add(char const * bytes, int length)
     {
-        if (grows_ && !makeRoom(std::int64_t{size_} + length))
+        if (grows_ && !ensureCapacity(std::int64_t{size_} + length))
             return false;
         char * const to = (grows_ ? file_.spare : file_.data) + size_;
         if (length > 0 && to != bytes)
@@ -74,7 +74,7 @@ class NewContent
     }
 
   private:
-    bool makeRoom(std::int64_t needed)
+    bool ensureCapacity(std::int64_t needed)
     {
         if (needed <= file_.spareCapacity)
             return true;
@@ -100,7 +100,7 @@ std::span<char const> contentOf(_oxFileSearcher const & file)
     return {file.data, std::size_t(file.size)};
 }
 
-/// The UTF-16LE bytes of the first 250 characters of a Latin-1 text.
+/// The first 250 characters of a Latin-1 text as UTF-16LE bytes.
 class Utf16Bytes
 {
   public:

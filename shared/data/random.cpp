@@ -14,8 +14,9 @@ constexpr std::string_view digits = "1234567890";
 
 float oxRand(unsigned int & seed)
 {
-    // Schrage's way to compute 16807 * seed modulo 2^31 - 1 in 32 bits.
-    // Compatibility: 0 counts as negative, since 0x7FFFFFFF follows the farm's seed 0.
+    // Schrage's method computes 16807 * seed modulo 2^31 - 1 in 32 bits.
+    // Compatibility: 0 is treated as negative, since the farm's sequences continue with 0x7FFFFFFF
+    // after the seed 0.
     unsigned int next = 16807u * (seed % 127773u) - 2836u * (seed / 127773u);
     if (static_cast<std::int32_t>(next) <= 0)
         next += 0x7FFFFFFFu;
@@ -25,7 +26,7 @@ float oxRand(unsigned int & seed)
 
 unsigned int oxRandCalc(unsigned char const * data, unsigned int const & len)
 {
-    // Compatibility: the first byte has the weight 0, since stored seeds were derived this way.
+    // Compatibility: the first byte has the weight 0. The farm's stored seeds depend on it.
     unsigned int seed = 0;
     for (unsigned int i = 0; i < len; ++i)
         seed += data[i] * i;
