@@ -46,7 +46,7 @@ bool isSeparator(char16_t c, View separators)
     return separators.find(c) != none;
 }
 
-/// The bytes of a word as UTF-8.
+/// The UTF-8 form: a run contains the UTF-8 bytes of a word.
 struct Utf8Form {
     static constexpr View marker = u"<utf8";
     static constexpr View separators = u" \n\r\t";
@@ -56,7 +56,7 @@ struct Utf8Form {
     class Reader;
 };
 
-/// The units of a word, each as its high and its low byte.
+/// The 16-bit form: a run contains the high and the low byte of each unit of a word.
 struct Uni16Form {
     static constexpr View marker = u"<uni16";
     static constexpr View separators = u" ";
@@ -80,8 +80,9 @@ void Uni16Form::encode(View word, Text & out)
     }
 }
 
-/// A text with UTF-8 runs, read unit by unit. A decoded run is read again, since it may hold or
-/// complete a marker; a run that opens inside it decodes what is left of it once more.
+/// Reads a text with UTF-8 runs unit by unit. A decoded run is read again, since it may contain or
+/// complete a marker. A run that begins inside a decoded run decodes the rest of that run once
+/// more.
 class Utf8Form::Reader
 {
   public:
@@ -102,7 +103,7 @@ class Utf8Form::Reader
     {
         if (!isAtEnd() && front() == u' ')
             skip();
-        // Decoded units hold no ">", since each run ends at the first one.
+        // Decoded units contain no ">", since each run ends at the first one.
         std::size_t const close = text_.find(u'>');
         if (close != none) {
             decoded_ += text_.substr(0, close);
@@ -123,8 +124,8 @@ class Utf8Form::Reader
   private:
     void decode()
     {
-        // Only what no word can hold is cut: a wider trim would cut the bytes A0 and 85, which end
-        // common letters.
+        // Only separators are trimmed. A wider trim would remove the bytes A0 and 85, which are the
+        // last bytes of common letters.
         while (read_ < decoded_.size() && isSeparator(decoded_[read_], separators))
             ++read_;
         while (read_ < decoded_.size() && isSeparator(decoded_.back(), separators))
@@ -139,8 +140,8 @@ class Utf8Form::Reader
         skipAscii();
     }
 
-    /// Decoding leaves ASCII unchanged and makes all else shorter or ASCII, so that nested runs
-    /// decode few units more than once.
+    /// Skips ASCII units, which decoding does not change. It makes all other units fewer or ASCII,
+    /// so nested runs decode few units more than once.
     void skipAscii()
     {
         ascii_ = std::clamp(ascii_, read_, decoded_.size());
@@ -149,9 +150,9 @@ class Utf8Form::Reader
     }
 
     Text decoded_;
-    std::size_t read_ = 0;  ///< where the rest of the decoded units begins
-    std::size_t ascii_ = 0; ///< the rest is ASCII up to here
-    View text_;             ///< what follows the decoded units
+    std::size_t read_ = 0;  ///< start of the decoded units that are not read yet
+    std::size_t ascii_ = 0; ///< end of the ASCII units from read_ on
+    View text_;             ///< text behind the decoded units
 };
 
 /// A text with 16-bit runs, read unit by unit. A decoded run is read again, since it may hold or

@@ -11,7 +11,7 @@ namespace ox::text
 
 QString toQString(unsigned short const * units, int length)
 {
-    // Not QString::fromUtf16, which would swallow a byte order mark at the start.
+    // QString::fromUtf16 would remove a byte order mark at the start.
     return QString(reinterpret_cast<QChar const *>(units), length);
 }
 

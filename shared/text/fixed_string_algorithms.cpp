@@ -14,7 +14,7 @@ namespace ox::text
 namespace
 {
 
-/// Eight bytes or four units at a time, the first in the lowest bits.
+/// Processes eight bytes or four units at a time. The first one is in the lowest bits.
 template <typename Unit>
 struct Lanes {
     static_assert(std::endian::native == std::endian::little, "the records are little-endian");
@@ -32,7 +32,7 @@ struct Lanes {
         return word;
     }
 
-    /// The first and the last half word of n units, which may overlap.
+    /// Loads the first and the last half word of n units. They may overlap.
     static Word loadEnds(Unit const * text, int n)
     {
         std::uint32_t halves[2];
@@ -49,16 +49,17 @@ struct Lanes {
         Word const fromA = low + (tops - all('a'));
         Word const beyondZ = low + (tops - all('z' + 1));
         Word const isLetter = (fromA ^ beyondZ) & ~word & tops;
-        return word - (isLetter >> (bits - 6)); // the top bit moves to that of 'a' - 'A'
+        return word - (isLetter >> (bits - 6)); // moves the top bit to the bit of 'a' - 'A'
     }
 
-    /// The top bits of the lanes that are 0; a lane above such a one may be marked wrongly.
+    /// Returns the top bits of the lanes that are 0. A lane above a lane with 0 may be marked
+    /// wrongly.
     static constexpr Word zeros(Word word) { return (word - ones) & ~word & tops; }
 
     static constexpr int first(Word marks) { return std::countr_zero(marks) / bits; }
 };
 
-/// One unit of a needle, to be met by any lane of a text.
+/// One unit of a needle, which is compared with all lanes of a text at once.
 template <typename Unit>
 class Anchor
 {
@@ -70,7 +71,7 @@ class Anchor
     {
     }
 
-    /// 0 in the lanes that hold the unit.
+    /// Returns 0 in the lanes that equal the unit.
     std::uint64_t difference(std::uint64_t lanes) const { return (lanes | caseBits_) ^ unit_; }
 
   private:
@@ -93,7 +94,7 @@ bool equalUnits(unsigned short const * a, char const * b, int n, Case letters)
     });
 }
 
-/// As many units as the compiler compares at once, without a branch.
+/// Number of units that the compiler can compare at once without a branch.
 template <typename Unit>
 constexpr int blockSize = 32 / sizeof(Unit);
 
@@ -114,7 +115,7 @@ bool blocksDiffer(Unit const * a, Unit const * b)
     return (words[0] | words[1] | words[2] | words[3]) != 0;
 }
 
-/// Position of the first units that differ, the case ignored, or n.
+/// Returns the position of the first units that differ, ignoring case, or n.
 template <typename Unit>
 int mismatch(Unit const * a, Unit const * b, int n)
 {
@@ -140,8 +141,8 @@ int mismatch(Unit const * a, Unit const * b, int n)
     return pos;
 }
 
-/// Plain search. Two anchors, the needle's first and last unit, single out positions that are worth
-/// a comparison.
+/// Returns the first position of the needle, or -1. Compares the whole needle only where its first
+/// and its last unit match.
 template <typename Unit>
 int find(Unit const * text, int length, Unit const * needle, int needleLength, int from,
          Case letters)
@@ -181,7 +182,7 @@ int find(Unit const * text, int length, Unit const * needle, int needleLength, i
         if (found >= 0)
             return found;
     }
-    return firstInBlock(lastBlock); // overlaps positions that are known not to match
+    return firstInBlock(lastBlock); // overlaps positions that do not match
 }
 
 constexpr bool isSpace(char c)
@@ -193,7 +194,9 @@ constexpr bool isDigit(char c)
     return c >= '0' && c <= '9';
 }
 
-/// The number at the start of a text, at most that of an int, as the farm's applications read it.
+/// Returns the number at the start of a text, limited to the range of int.
+/// Compatibility: blanks before the number are skipped, and the text ends at its first 0 byte, as
+/// in the farm's applications.
 int leadingInt(std::string_view text)
 {
     text = text.substr(0, text.find('\0'));
@@ -411,11 +414,11 @@ int toInt(char const * text, int length, bool * ok)
     return leadingInt(characters);
 }
 
-void widenSystemText(char const * text, int length, unsigned short * to, int room)
+void widenSystemText(char const * text, int length, unsigned short * to, int capacity)
 {
     auto const characters = std::string_view(text, static_cast<std::size_t>(length));
     auto const written =
-        platform::widenSystemText(characters.substr(0, characters.find('\0')), to, room - 1);
+        platform::widenSystemText(characters.substr(0, characters.find('\0')), to, capacity - 1);
     to[written] = 0;
 }
 

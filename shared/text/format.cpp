@@ -43,7 +43,7 @@ unsigned long long magnitude(long long n)
     return n < 0 ? 0 - static_cast<unsigned long long>(n) : static_cast<unsigned long long>(n);
 }
 
-/// Joins a few pieces on the stack, so that the result is the only allocation.
+/// Joins pieces of text on the stack, so that the result is the only allocation.
 class Line
 {
   public:
@@ -69,11 +69,11 @@ class Line
     }
 
   private:
-    char16_t units_[80]; // three numbers and what stands between them
+    char16_t units_[80]; // three numbers with their separators
     char16_t * end_ = units_;
 };
 
-/// The pieces one after the other: at most three numbers.
+/// Joins pieces of text, at most three of them numbers.
 template <typename... Piece>
 QString line(Piece... pieces)
 {
@@ -82,8 +82,8 @@ QString line(Piece... pieces)
     return result.toQString();
 }
 
-/// Holds the digits of a number, which come into being from the right.
-class LeftGrowing
+/// Collects the digits of a number from right to left.
+class DigitsFromRight
 {
   public:
     void add(char16_t c) { *--begin_ = c; }
@@ -101,9 +101,9 @@ class LeftGrowing
 
 QString withThousands(long long n, bool spaceForPositive, char16_t separator)
 {
-    LeftGrowing text;
+    DigitsFromRight text;
     auto left = magnitude(n);
-    // Not ">= 1000": the farm's columns show 1000 as one group.
+    // Compatibility: 1000 has no separator, as in the farm's columns.
     while (left > 1000) {
         for (int i = 0; i < 3; ++i, left /= 10)
             text.addDigit(left % 10);
@@ -119,8 +119,8 @@ QString withThousands(long long n, bool spaceForPositive, char16_t separator)
     return text.toQString();
 }
 
-/// Truncates toward zero. Beyond the range of Int the end of it counts, and 0 for what is no
-/// number.
+/// Truncates toward zero. Returns the nearest limit for numbers outside the range of Int, and 0 for
+/// NaN.
 template <typename Int>
 Int truncated(double x)
 {
@@ -132,8 +132,8 @@ Int truncated(double x)
     return x < -end ? std::numeric_limits<Int>::min() : static_cast<Int>(x);
 }
 
-/// 10 multiplied up in single precision. The powers are computed beforehand, as a processor may
-/// take more digits along from one product to the next.
+/// Returns a power of ten, multiplied in single precision. The table is computed at compile time,
+/// since some processors keep more digits between two products.
 float powerOfTen(int exponent)
 {
     static constexpr auto powers = [] {
@@ -149,8 +149,8 @@ float powerOfTen(int exponent)
 
 enum class Occurrence { First, Last };
 
-/// Cuts the text where the first or the last of the separators stands. Returns what was cut off,
-/// nothing when there is none.
+/// Truncates the text at the first or the last separator. Returns the removed part, or nothing if
+/// no separator occurs.
 std::optional<QString> cut(QString & text, Occurrence which,
                            std::initializer_list<QString const *> separators)
 {
@@ -194,7 +194,8 @@ _oxString<25> float2Str(float f, int const & decimals, unsigned short const & se
 {
     double const value = std::clamp<double>(f, INT_MIN, INT_MAX);
     int const whole = truncated<int>(value);
-    // The product is rounded to a float before the fraction is: 0.35 gives 0.4, not 0.3.
+    // Compatibility: the product is rounded to a float before the fraction is rounded, so 0.35
+    // becomes 0.4.
     auto const scaled = static_cast<float>((value - whole) * powerOfTen(decimals));
     auto const fraction = truncated<long long>(scaled + (scaled >= 0 ? 0.5 : -0.5));
 
@@ -205,7 +206,7 @@ _oxString<25> float2Str(float f, int const & decimals, unsigned short const & se
 
 QString numberToStr(unsigned long long n, int const & maxDigits)
 {
-    LeftGrowing text;
+    DigitsFromRight text;
     do {
         if (text.size() >= maxDigits)
             break;
@@ -312,7 +313,7 @@ bool _oxStringCompareShort(QString const & a, QString b)
     if (name.compare(b, Qt::CaseInsensitive) == 0)
         return true;
     QString const shortName = oxCalcShortName(name);
-    // Without a capital or digit all that is left of a name is its prefix, if it has one.
-    bool const tellsNamesApart = !shortName.isEmpty() && !shortName.back().isLower();
-    return tellsNamesApart && shortName == oxCalcShortName(b);
+    // A short name without capitals and digits consists of a prefix only, which many names share.
+    bool const isDistinctive = !shortName.isEmpty() && !shortName.back().isLower();
+    return isDistinctive && shortName == oxCalcShortName(b);
 }

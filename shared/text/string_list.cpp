@@ -15,29 +15,30 @@ namespace
 
 using Entry = _oxStringList::Entry;
 
-/// Number of entries for which a list of `count` has memory. It is known from the count alone, as
-/// the list's layout has no field for it, and grows in steps of a quarter to an eighth, so that a
-/// long list is not moved for each entry.
-constexpr std::uint64_t roomFor(std::uint64_t count)
+/// Returns the number of entries for which a list of `count` has memory. It depends on the count
+/// alone, since the list has no member for its capacity. It grows in steps of a quarter to an
+/// eighth, so that appending rarely moves a long list.
+constexpr std::uint64_t capacityFor(std::uint64_t count)
 {
     std::uint64_t const step = std::max<std::uint64_t>(std::bit_floor(count) / 4, 1);
     return (count + step - 1) & ~(step - 1);
 }
 
-/// Size in bytes of the memory for `count` entries, or 0 when a list cannot have so many.
+/// Returns the size in bytes of the memory for `count` entries, or 0 if a list cannot have so many.
 std::size_t bytesFor(std::uint64_t count)
 {
-    constexpr auto most = static_cast<std::size_t>(std::numeric_limits<std::ptrdiff_t>::max());
-    std::uint64_t const bytes = roomFor(count) * sizeof(Entry);
-    bool const fits = count <= std::numeric_limits<std::int32_t>::max() && bytes <= most;
+    constexpr auto limit = static_cast<std::size_t>(std::numeric_limits<std::ptrdiff_t>::max());
+    std::uint64_t const bytes = capacityFor(count) * sizeof(Entry);
+    bool const fits = count <= std::numeric_limits<std::int32_t>::max() && bytes <= limit;
     return fits ? static_cast<std::size_t>(bytes) : 0;
 }
 
-/// What orders an entry among those with which it shares the units before some position.
+/// Sort key of an entry: its units from some position on. The units before that position are equal
+/// for all keys that are compared.
 struct SortKey {
     std::uint64_t units; ///< the next four units in upper case, the first in the highest bits
-    std::uint32_t taken; ///< how many of them the text has; the others are 0
-    std::uint32_t index; ///< of the entry before the sort, so that equal ones keep their order
+    std::uint32_t taken; ///< number of units that the text has; the others are 0
+    std::uint32_t index; ///< position before the sort, so that equal entries keep their order
 
     auto operator<=>(SortKey const &) const = default;
 
@@ -55,14 +56,14 @@ struct SortKey {
             taken = ~taken;
         }
     }
-    bool isAsGood(SortKey const & other) const
+    bool hasEqualUnits(SortKey const & other) const
     {
         return units == other.units && taken == other.taken;
     }
 };
 
-/// Sorts the keys of entries that are equal before the position. Most texts part within a few
-/// units, and the entries themselves, which lie far apart, are then read only once.
+/// Sorts the keys of entries that are equal before `position`. Most texts differ within a few
+/// units, so most entries are read only once. This saves cache misses.
 void sortKeys(std::span<SortKey> keys, Entry const * entries, int position, bool descending)
 {
     for (SortKey & key : keys)
@@ -72,16 +73,17 @@ void sortKeys(std::span<SortKey> keys, Entry const * entries, int position, bool
 
     int const next = position + SortKey::width;
     for (auto run = keys.begin(); run != keys.end();) {
-        auto const end = std::find_if_not(
-            run, keys.end(), [&first = *run](SortKey const & key) { return key.isAsGood(first); });
+        auto const end = std::find_if_not(run, keys.end(), [&first = *run](SortKey const & key) {
+            return key.hasEqualUnits(first);
+        });
         if (end - run > 1 && entries[run->index].size() >= next)
             sortKeys({run, end}, entries, next, descending);
         run = end;
     }
 }
 
-/// Puts in each place the entry that the key of that place names. An assignment moves an entry's
-/// length and units and leaves the reserved words.
+/// Moves the entries into the order of the keys. An assignment copies length and units; the
+/// reserved words keep their places.
 void permute(std::span<SortKey> keys, Entry * entries)
 {
     for (std::uint32_t start = 0; start < keys.size(); ++start) {
@@ -98,8 +100,8 @@ void permute(std::span<SortKey> keys, Entry * entries)
     }
 }
 
-/// Sorts without keys, with whatever memory there is: std::stable_sort needs none, but moves the
-/// entries more often.
+/// Sorts without memory for keys. std::stable_sort works without memory, but moves the entries more
+/// often.
 void sortInPlace(std::span<Entry> entries, bool descending)
 {
     std::stable_sort(entries.begin(), entries.end(),
@@ -152,11 +154,11 @@ void _oxStringList::append(Entry const & s, bool const & unique, bool const & ca
     if (unique && find(s, caseSensitive) >= 0)
         return;
     auto const count = static_cast<std::uint64_t>(count_);
-    if (count < roomFor(count)) {
+    if (count < capacityFor(count)) {
         new (items_ + count_++) Entry(s);
         return;
     }
-    Entry const kept = s; // s may lie in the block that moves
+    Entry const kept = s; // s may refer to an entry that realloc moves
     if (grow())
         new (items_ + count_++) Entry(kept);
 }
@@ -194,7 +196,7 @@ Entry const & _oxStringList::emptyEntry()
     return empty;
 }
 
-/// Makes room for one more entry. Without memory for it the list is left empty.
+/// Allocates memory for one more entry. Without memory the list becomes empty.
 bool _oxStringList::grow()
 {
     std::size_t const bytes = bytesFor(static_cast<std::uint64_t>(count_) + 1);
