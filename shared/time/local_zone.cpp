@@ -17,7 +17,7 @@ std::int64_t offsetAt(std::int64_t time)
     return local ? platform::timeOfUtcFields(*local) - time : 0;
 }
 
-/// The first time in (before, after] at which the offset is no longer that of `before`.
+/// Returns the first time in (before, after] with another offset than `before`.
 std::int64_t changeBetween(std::int64_t before, std::int64_t after)
 {
     std::int64_t const offset = offsetAt(before);
@@ -35,7 +35,7 @@ void LocalZone::read(std::int64_t now)
     std::int64_t time = now - 365 * day;
     changes_[0] = {time, offsetAt(time)};
     count_ = 1;
-    // No zone changes twice within a week.
+    // Steps of a week find every change, since no zone changes twice within a week.
     for (std::int64_t const end = now + 5 * 365 * day; time < end && count_ < changes_.size();) {
         std::int64_t const next = time + 7 * day;
         if (std::int64_t const offset = offsetAt(next); offset != changes_[count_ - 1].offset)

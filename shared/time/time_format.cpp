@@ -12,7 +12,7 @@ QString number(__int64 n, int width)
     return QStringLiteral("%1").arg(n, width, 10, QLatin1Char('0'));
 }
 
-QString two(__int64 n)
+QString twoDigits(__int64 n)
 {
     return number(n, 2);
 }
@@ -21,7 +21,7 @@ struct Name {
     char text[12];
 };
 
-/// The n-th of the abbreviations, or n itself where the calendar has no such one.
+/// Returns the n-th abbreviation, or n as a number if none exists.
 template <std::size_t count>
 Name nameOf(int n, char const (&names)[count][4])
 {
@@ -46,20 +46,20 @@ Name weekdayName(std::tm const & fields)
     return nameOf(fields.tm_wday, names);
 }
 
-/// Calendar fields as the texts show them.
+/// Texts of calendar fields.
 struct Texts {
     std::tm fields;
 
     explicit Texts(std::tm const & calendar) : fields(calendar) {}
-    QString shortYear() const { return two(fields.tm_year - 100); }
+    QString shortYear() const { return twoDigits(fields.tm_year - 100); }
     QString fullYear() const { return number(fields.tm_year + 1900, 4); }
-    QString month() const { return two(fields.tm_mon + 1); }
+    QString month() const { return twoDigits(fields.tm_mon + 1); }
     QString monthName() const { return QString::fromLatin1(::monthName(fields).text); }
     QString weekday() const { return QString::fromLatin1(::weekdayName(fields).text); }
-    QString day() const { return two(fields.tm_mday); }
-    QString hour() const { return two(fields.tm_hour); }
-    QString minute() const { return two(fields.tm_min); }
-    QString second() const { return two(fields.tm_sec); }
+    QString day() const { return twoDigits(fields.tm_mday); }
+    QString hour() const { return twoDigits(fields.tm_hour); }
+    QString minute() const { return twoDigits(fields.tm_min); }
+    QString second() const { return twoDigits(fields.tm_sec); }
 };
 
 template <typename... Values>
@@ -98,9 +98,10 @@ QString oxPrintedText(_oxTime const & time)
     year_month_day const date(midnight);
     hh_mm_ss const clock(moment - midnight);
     return QStringLiteral("%1-%2-%3T%4:%5:%6Z")
-        .arg(number(static_cast<int>(date.year()), 4), two(static_cast<unsigned>(date.month())),
-             two(static_cast<unsigned>(date.day())), two(clock.hours().count()),
-             two(clock.minutes().count()), two(clock.seconds().count()));
+        .arg(number(static_cast<int>(date.year()), 4),
+             twoDigits(static_cast<unsigned>(date.month())),
+             twoDigits(static_cast<unsigned>(date.day())), twoDigits(clock.hours().count()),
+             twoDigits(clock.minutes().count()), twoDigits(clock.seconds().count()));
 }
 
 QString _oxTime::asString() const
@@ -120,7 +121,8 @@ QString _oxTime::asStringOffset(__int64 const & add) const
 QString _oxTime::asStringHourMinSec() const
 {
     return QStringLiteral("%1:%2.%3")
-        .arg(two(getDayHour()), two(getDayMinutes() % 60), two(getDaySeconds(0) % 60));
+        .arg(twoDigits(getDayHour()), twoDigits(getDayMinutes() % 60),
+             twoDigits(getDaySeconds(0) % 60));
 }
 
 QString _oxTime::asStringHourMin() const

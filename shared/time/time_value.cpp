@@ -28,17 +28,17 @@ __int64 wrappingDifference(__int64 a, __int64 b)
     return static_cast<__int64>(static_cast<std::uint64_t>(a) - static_cast<std::uint64_t>(b));
 }
 
-/// The exported offset is a plain number; this keeps threads that measure it at once well defined.
+/// Accesses the exported offset atomically, since several threads may measure it at once.
 std::atomic_ref<int> offset()
 {
     return std::atomic_ref(_oxTime::oxTime_Start_OffSet);
 }
 
-/// The local calendar fields, all -1 when the year does not fit.
+/// Returns the local calendar fields. All of them are -1 if the year does not fit.
 std::tm calendarFields(__int64 time)
 {
     auto const fields = ox::platform::localFields(time);
-    // Room for the years that are formed of it: tm_year + 1900 and tm_year - 100.
+    // The results of tm_year + 1900 and tm_year - 100 must not overflow.
     if (fields && fields->tm_year <= std::numeric_limits<int>::max() - 1900 &&
         fields->tm_year >= std::numeric_limits<int>::min() + 100)
         return *fields;
@@ -61,10 +61,10 @@ std::tm fieldsOf(int second, int minute, int hour, int day, int month, int year)
     return fields;
 }
 
-/// Converts twice: first as standard time, which tells whether the date has daylight saving, then
-/// the same fields with that flag. This settles the hour that autumn has twice. In the hour that
-/// spring skips only the first conversion leads to a time of that day: the second one leads to the
-/// hour before.
+/// Converts local calendar fields to a time. The first conversion assumes standard time and returns
+/// whether the date has daylight saving time. The second conversion uses that flag, so it is right
+/// in the hour that occurs twice in autumn. It is an hour too early in the hour that spring skips;
+/// there the result of the first conversion is used.
 __int64 timeOfLocal(std::tm const & fields)
 {
     std::tm standard = fields;
@@ -73,8 +73,8 @@ __int64 timeOfLocal(std::tm const & fields)
     final.tm_isdst = standard.tm_isdst;
     __int64 const time = ox::platform::timeOfLocalFields(final);
     using ox::platform::timeOfUtcFields;
-    bool const isAsAsked = timeOfUtcFields(final) == timeOfUtcFields(fields);
-    return isAsAsked ? time : standardTime;
+    bool const keepsFields = timeOfUtcFields(final) == timeOfUtcFields(fields);
+    return keepsFields ? time : standardTime;
 }
 
 __int64 timeOfDateTime(int second, int minute, int hour, int day, int month, int year)
@@ -92,7 +92,7 @@ __int64 timeOfDateTime(int second, int minute, int hour, int day, int month, int
     return timeOfLocal(fieldsOf(second, minute, hour, day, month, year));
 }
 
-void moveDateIntoRange(int & day, int & month, int & year)
+void clampDate(int & day, int & month, int & year)
 {
     month = std::clamp(month, 1, 12);
     day = std::clamp(day, 1, 31);
@@ -141,13 +141,13 @@ _oxTime _oxTime::convertStatFileTime(__int64 const & t)
 
 void _oxTime::fromDate(int day, int month, int year)
 {
-    moveDateIntoRange(day, month, year);
+    clampDate(day, month, year);
     value = timeOfLocal(fieldsOf(0, 0, 0, day, month, year));
 }
 
 void _oxTime::fromDateTime(int second, int minute, int hour, int day, int month, int year)
 {
-    moveDateIntoRange(day, month, year);
+    clampDate(day, month, year);
     value = timeOfDateTime(second, minute, hour, day, month, year);
 }
 
@@ -248,7 +248,7 @@ bool _oxTime::waitTimeIsOver(__int64 const & wait, bool const & restart, _oxTime
 {
     __int64 const current = nowOr(now);
     __int64 const deadline = wrappingSum(value, wait);
-    // A wait too long for the calendar is never over.
+    // A deadline that overflows is never reached.
     bool const never = wait > 0 && deadline < value;
     if (never || current <= deadline)
         return false;
@@ -278,7 +278,8 @@ int _oxTime::testIfOfsetIsRight(bool apply)
         error -= secondsPerDay;
     if (!apply)
         return error;
-    // From the value that was tested, so that a thread that measures meanwhile adds nothing twice.
+    // The sum uses the tested value, so that two threads that measure at once do not add the error
+    // twice.
     offset() = assumed + error;
     return testIfOfsetIsRight(false);
 }
