@@ -16,7 +16,8 @@
 #include <atomic>
 #include <mutex>
 
-// What runs after a crash (`onDump` and what it calls) allocates nothing and takes no locks.
+// `onDump` and the functions that it calls run after a crash: they allocate no memory and take no
+// locks.
 
 namespace
 {
@@ -44,12 +45,12 @@ void writeLine(void * text)
         if (oxLogger * const logger = application.load()->logger)
             logger->log(error, *static_cast<LogText *>(text), true);
     } catch (...) {
-        // A failing logger costs its line, and not the dump.
+        // An exception of the logger must not stop the dump.
     }
 }
 
-/// After a crash nothing that the logger does can do harm any more. Before, its crash is one of the
-/// application.
+/// Logs a line. After a crash, a crash of the logger is caught. During a dump on request it is a
+/// crash of the application.
 void log(LogText text, DumpReason reason)
 {
     if (reason == DumpReason::Crash)
@@ -62,7 +63,8 @@ void log(LogText text, DumpReason reason)
 class FullName
 {
   public:
-    /// The name of a file in the folder of another one. What does not fit is dropped.
+    /// Builds the path of a file in the folder of another file. Characters that do not fit are
+    /// dropped.
     FullName(NativeChar const * neighbour, std::string_view name)
     {
         std::basic_string_view<NativeChar> const path(neighbour);
@@ -89,7 +91,7 @@ class FullName
     std::size_t length_ = 0;
 };
 
-/// A path in a log line; what Latin-1 does not have is '?' where paths are no bytes.
+/// Appends a path to a log line. A wide character outside Latin-1 becomes '?'.
 void add(LogText & text, NativeChar const * path)
 {
     for (; *path; ++path) {
@@ -110,7 +112,7 @@ LogText nameOfDump(__int64 time)
     return name.add("_").addNr(sizeof(void *) * 8, 2).add(".oxdmp");
 }
 
-/// Gives a dump its final name and logs where it is.
+/// Renames a dump to its final name and logs its path.
 void finish(WrittenDump const & dump)
 {
     constexpr int secondsToTry = 60;
@@ -142,11 +144,12 @@ bool onDump(WrittenDump const & dump)
         oxSleep(200);
         finish(dump);
     }
-    bool const goesOn = dump.reason == DumpReason::Crash && reportCrashesToSystem;
-    return dump.succeeded && !goesOn;
+    bool const isPassedToSystem = dump.reason == DumpReason::Crash && reportCrashesToSystem;
+    return dump.succeeded && !isPassedToSystem;
 }
 
-/// The folder as the writer takes it. Empty when it cannot.
+/// Returns the absolute folder without a closing separator. Empty if it is too long for the dump
+/// writer or not available.
 NativeName dumpFolder(NativeName const & folder)
 {
     if (folder.empty())
@@ -165,14 +168,14 @@ NativeName temporaryDumpFolder()
     return folder.empty() ? dumpFolder(nativeName(u"/tmp")) : folder;
 }
 
-/// The folder for the logs of the installation that the executable belongs to; empty when there is
-/// none.
+/// Returns the log folder of the installation that contains the executable, or an empty name if
+/// none exists.
 NativeName logFolderOfInstallation(char * argv0)
 {
     char const separator[] = {ox::platform::ownSeparator, 0};
     Path8 const bin = Path8(separator).add("bin").add(separator);
     Path8 path(oxApplicationPath(argv0).view());
-    int found = -1; // the last one: what an installation lies in may be called so, too
+    int found = -1; // the last "bin", since a parent folder may have the same name
     for (int at = path.indexOf(bin); at >= 0; at = path.indexOf(bin, at + 1))
         found = at;
     if (found < 0)
