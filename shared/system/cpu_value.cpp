@@ -8,7 +8,7 @@ namespace
 
 QString percentText(double percent)
 {
-    // Rounds half away from zero; adding 0 makes a plain 0 of -0.
+    // std::round rounds half away from zero. Adding 0 turns -0 into 0.
     return QString::number(std::round(percent) + 0.0, 'f', 0) + QLatin1Char('%');
 }
 

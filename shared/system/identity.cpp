@@ -13,7 +13,7 @@ using ox::platform::UserOf;
 namespace
 {
 
-/// Empty for a value that is no enumerator.
+/// Returns an empty name for a value without an enumerator.
 char const * nameOf(ox_AppType type)
 {
     switch (type) {
@@ -49,7 +49,7 @@ char const * nameOf(ox_AppType type)
     return "";
 }
 
-/// Both names are empty for a value that is no enumerator.
+/// Names of a system. Both are empty for a value without an enumerator.
 struct SystemNames {
     QString name;
     QString shortName;

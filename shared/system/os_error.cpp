@@ -57,7 +57,7 @@ constexpr ExceptionText exceptionTexts[] = {
 
 QString errorText(int code)
 {
-    // The first thing done here, before anything can replace the last error.
+    // This must come first, since other calls may replace the last error.
     if (code == -1)
         code = ox::platform::lastError().code;
     if (code == 0)
@@ -99,7 +99,7 @@ _oxString<500> exceptionCodeText(unsigned int code)
         return _oxString<500>(*message);
     text = "EXCEPTION code ";
     text.addNr(static_cast<int>(code), 0);
-    // Without a blank, as the farm's applications know it.
+    // Compatibility: no blank follows the dot, as in the farm's applications.
     text.add(".No system message found");
     return text;
 }

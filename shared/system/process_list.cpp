@@ -13,7 +13,7 @@
 
 using ox::platform::ProcessOwner;
 
-/// What a list keeps on the heap, in one block.
+/// The heap memory of a list, allocated as one block.
 struct ox::system::ProcessListBlock {
     alignas(8) std::array<char, platform::ProcessTable::rawSize> raw{}; // perfBuffer
     platform::ProcessTable table{raw};
@@ -23,13 +23,14 @@ struct ox::system::ProcessListBlock {
 namespace
 {
 
-/// The processes of others stay closed where this process does not have the privilege.
+/// Requests the privilege to open processes of other users. Without it these processes cannot be
+/// opened.
 void requestDebugPrivilege()
 {
     static_cast<void>(ox::platform::setPrivilege("SeDebugPrivilege", true));
 }
 
-/// Calls `visit` for each entry of a name in upper case; nothing has the empty name.
+/// Calls `visit` for each entry with this name in upper case. An empty name matches no entry.
 template <typename Visit>
 void forEachNamed(_oxProcessList const & list, _oxString8_UnevenSize<25> const & name,
                   Visit const & visit)
@@ -42,7 +43,7 @@ void forEachNamed(_oxProcessList const & list, _oxString8_UnevenSize<25> const &
 
 } // namespace
 
-// Not zeroed but where a member says so: the tables are large and seldom filled.
+// The block is not zeroed, since its tables are large and mostly unused.
 _oxProcessList::_oxProcessList()
     : block_(std::make_unique_for_overwrite<ox::system::ProcessListBlock>()),
       perfBuffer(block_->raw.data())
@@ -72,7 +73,7 @@ void _oxProcessList::collectProcesses(_oxString8_UnevenSize<25> const & prefix)
         return true;
     };
     auto const keep = [&](ox::platform::ListedProcess const & process) {
-        // Entry 0 is never served, so that no process may have it but the idle one.
+        // getProcessInfo skips entry 0, so the idle process takes it.
         if (count == 0)
             add(0, 0, "IDLE");
         _oxString8_UnevenSize<25> name(process.name);
@@ -106,7 +107,8 @@ void _oxProcessList::noteFailedReading(ox::platform::Error const & error)
     ox::platform::setLastError(error);
 }
 
-/// The slot behind the filled ones is served, but there is none behind the last of all.
+/// Returns whether the figures of an entry may be read.
+/// Compatibility: the entry behind the last one is included, as the farm's applications read it.
 bool _oxProcessList::isServed(int index) const
 {
     return index >= 1 && index <= count && index < capacity;
@@ -186,7 +188,7 @@ void _oxProcessList::fix32bit_4GBmemory()
         return static_cast<std::int64_t>(ox::text::wholeMebibytes(bytes));
     };
     std::int64_t usedMB = mebibytes(memory->total - memory->available);
-    // Not into `perfBuffer`, from which the entries are still to be read.
+    // `perfBuffer` still contains the figures of the entries that are read below.
     std::vector<char> buffer(65536);
     if (auto const kernel = ox::platform::kernelMemory(buffer)) {
         // Compatibility: the cache counts 10 % more, as in the farm's applications.
@@ -283,7 +285,7 @@ bool ourProcessAlreadyExists(_oxString8_UnevenSize<25> baseName, bool isConsole,
     auto const own = program("");
     auto const console = program("console");
     auto const list = std::make_unique<_oxProcessList>();
-    // The caller is one of the running processes itself.
+    // The calling process is in the list, too, so its own name must occur twice.
     if (!checkConsole)
         return list->doesProcessExistTwice(own, pidOut);
     if (!isConsole)
@@ -318,7 +320,7 @@ QString lineOf(_oxProcessEntry const & entry, float cpuUsage, int coreCount, boo
     return withPid ? line + QStringLiteral(" %1").arg(entry.pid) : line;
 }
 
-/// The lines of the processes that `accept` takes after the interval.
+/// Returns the lines of the processes that `accept` returns true for after the interval.
 template <typename Accept>
 QStringList linesOver(int waitMs, int coreCount, bool withPid, Accept const & accept)
 {
@@ -358,12 +360,12 @@ QString listAllProcesses(int minCorePerc, int waitMs, int coreCount, bool withPi
     auto const isBusyOrLarge = [minCorePerc](_oxProcessEntry const & entry, float cpuUsage) {
         return cpuUsage >= static_cast<float>(minCorePerc) - 0.5f || entry.memMB > largeMB;
     };
-    QString const least = QString::number(minCorePerc);
-    QString report = coreCount < 1
-                         ? QStringLiteral("List Processes (minCore=%1%) %2%\n").arg(least, least)
-                         : QStringLiteral("List Processes (minCore=%1% (%2% total))%3")
-                               .arg(least, QString::number(double(minCorePerc) / coreCount, 'f', 1),
-                                    QStringLiteral("\n"));
+    QString const minimum = QString::number(minCorePerc);
+    QString report =
+        coreCount < 1 ? QStringLiteral("List Processes (minCore=%1%) %2%\n").arg(minimum, minimum)
+                      : QStringLiteral("List Processes (minCore=%1% (%2% total))%3")
+                            .arg(minimum, QString::number(double(minCorePerc) / coreCount, 'f', 1),
+                                 QStringLiteral("\n"));
     QStringList lines = linesOver(waitMs, coreCount, withPid, isBusyOrLarge);
     for (QString & line : lines)
         line.prepend(QStringLiteral("  "));

@@ -25,8 +25,9 @@ Reach reachOf(bool global)
     return global ? Reach::Global : Reach::Local;
 }
 
-/// The first byte of the segment is the lock. Other processes of the farm test and set it in two
-/// plain accesses and not in one exchange, so this one does as well.
+/// Returns the first byte of the segment, which is the lock.
+/// Compatibility: the lock is tested and set by two plain accesses, since other processes of the
+/// farm do so, too.
 std::atomic_ref<unsigned char> lockByte(SharedSegment const & segment)
 {
     return std::atomic_ref(*static_cast<unsigned char *>(segment.view()));
@@ -53,7 +54,7 @@ bool oxSharedMemory::create(int size, bool global, bool fallBackToLocal)
         return fail("Create: size out of range");
     if (isAttached())
         return fail("We are already attached to memory.");
-    // What detach could not close is still ours.
+    // The segment is still open if detach failed to close it.
     if (segment_->isOpen())
         return fail("We have already created memory.");
     if (global) {
@@ -72,7 +73,8 @@ bool oxSharedMemory::create(int size, bool global, bool fallBackToLocal)
     };
     if (global && isDenied() && fallBackToLocal)
         created = attempt(false);
-    // Settled by a refusal as well: who is told that the segment exists attaches to that one.
+    // The name is known even after a failure: a caller that gets AlreadyExists attaches to the
+    // existing segment.
     nameKindKnown_ = true;
 
     if (!created) {
@@ -87,7 +89,8 @@ bool oxSharedMemory::create(int size, bool global, bool fallBackToLocal)
         }
         return false;
     }
-    // The lock byte is 0 already; to set it would undo the lock of who attached in the meantime.
+    // The lock byte of a new segment is 0. Setting it here could release the lock of a process that
+    // has attached in the meantime.
     return map();
 }
 

@@ -19,7 +19,7 @@ namespace
 
 constexpr int largest = std::numeric_limits<int>::max();
 
-std::span<char> roomOf(_oxSysInfo & info)
+std::span<char> perfBufferOf(_oxSysInfo & info)
 {
     return {info.perfBuffer.get(), static_cast<std::size_t>(_oxSysInfo::perfBufferSize)};
 }
@@ -70,7 +70,7 @@ void _oxSysInfo::keepSample(IdleSample const & sample)
 
 _oxCPUValue _oxSysInfo::getCpuUsage(bool init)
 {
-    auto const sample = ox::platform::idleSample(roomOf(*this));
+    auto const sample = ox::platform::idleSample(perfBufferOf(*this));
     if (!sample)
         return {cpuUsage.value, coreCount};
     auto const busy = busyShare({lastIdleCounter_, lastPerfTime_}, *sample);
@@ -81,7 +81,7 @@ _oxCPUValue _oxSysInfo::getCpuUsage(bool init)
 
 QString _oxSysInfo::getCpuUsageDebug(bool init)
 {
-    auto const sample = ox::platform::idleSample(roomOf(*this));
+    auto const sample = ox::platform::idleSample(perfBufferOf(*this));
     if (!ox::platform::reportToThread(sample))
         return QStringLiteral("GetCounterValue failed");
     if (!init && sample->time == lastPerfTime_)
@@ -132,8 +132,8 @@ bool _oxSysInfo::isX64()
 
 int _oxSysInfo::getKernelMemory()
 {
-    auto const memory = ox::platform::kernelMemory(roomOf(*this));
-    // The second pool counts only where the first has something.
+    auto const memory = ox::platform::kernelMemory(perfBufferOf(*this));
+    // Compatibility: the result is -1 if the paged pool is empty, even if the other pool is not.
     if (!ox::platform::reportToThread(memory) || memory->pagedPool < 2)
         return -1;
     return wholeMebibytes(memory->pagedPool + memory->nonPagedPool, largest);
@@ -141,7 +141,7 @@ int _oxSysInfo::getKernelMemory()
 
 int _oxSysInfo::getSystemCacheSize()
 {
-    auto const memory = ox::platform::kernelMemory(roomOf(*this));
+    auto const memory = ox::platform::kernelMemory(perfBufferOf(*this));
     return ox::platform::reportToThread(memory) ? wholeMebibytes(memory->cache, largest) : 0;
 }
 

@@ -23,8 +23,8 @@ struct NameRule {
     unsigned version = 0;
 };
 
-// The first rule that applies holds. Newer systems have the codes of the last rule.
-// Compatibility: 6.2 has the version code of 6.1, as the farm's records have it.
+// The first matching rule applies. Newer systems have the codes of the last rule.
+// Compatibility: 6.2 has the version code of 6.1, as in the farm's records.
 constexpr NameRule nameRules[] = {
     {5, 0, NameRule::Always, "W2k", 1, 40},
     {5, 1, NameRule::Always, "XP", 2, 50},
@@ -56,8 +56,8 @@ QString shortVendor(std::string const & vendor)
     return QString::fromLatin1(vendor.data(), static_cast<int>(vendor.size()));
 }
 
-/// One may be added to a number of MiB.
-constexpr int mostMebibytes = std::numeric_limits<int>::max() - 1;
+/// Limit for sizes in MiB. The sum of the limit and 1 does not overflow.
+constexpr int mebibyteLimit = std::numeric_limits<int>::max() - 1;
 
 QString busText(platform::DiskBus bus)
 {
@@ -117,7 +117,7 @@ CpuDescription cpuDescriptionOf(platform::Processors const & processors, int cor
         static_cast<std::size_t>(std::accumulate(threads.begin(), threads.end(), 0));
     double const oneCore = processors.megahertz / 1000.0;
     auto const all = static_cast<float>(1.0 * coreCount * processors.megahertz / 1000.0);
-    // Two logical processors of one core do the work of 1.3 cores.
+    // Two logical processors of one core have the performance of 1.3 cores.
     float const effective = hyperThreading ? static_cast<float>(all * 1.3 * 0.5) : all;
     QString const text = QStringLiteral("%1%4x%2 %3 %5Ghz")
                              .arg(QString::number(coreCount), QString::number(oneCore, 'f', 1),
@@ -129,12 +129,12 @@ CpuDescription cpuDescriptionOf(platform::Processors const & processors, int cor
 
 int totalMegabytes(platform::Result<platform::PhysicalMemory> const & memory)
 {
-    return memory ? text::wholeMebibytes(memory->total, mostMebibytes) + 1 : 32000;
+    return memory ? text::wholeMebibytes(memory->total, mebibyteLimit) + 1 : 32000;
 }
 
 int freeMegabytes(platform::Result<platform::PhysicalMemory> const & memory, int total)
 {
-    return memory ? text::wholeMebibytes(memory->available, mostMebibytes) : total / 4;
+    return memory ? text::wholeMebibytes(memory->available, mebibyteLimit) : total / 4;
 }
 
 std::int64_t difference(std::int64_t later, std::int64_t earlier)
