@@ -12,8 +12,9 @@ bool isSurrogate(char32_t unit, char16_t first)
     return (unit & 0xFFFFFC00) == first;
 }
 
-/// Whether a code point stands for the byte in its lower half, which is no UTF-8.
-bool isKeptByte(char32_t code)
+/// Returns whether a code point represents a byte that is not UTF-8. The byte is in the lower half
+/// of the code point.
+bool isInvalidByte(char32_t code)
 {
     return code >= 0xDC80 && code <= 0xDCFF;
 }
@@ -44,7 +45,8 @@ struct CodePoint {
     std::size_t length;
 };
 
-/// The code point at the start of the bytes; U+FFFD of length 1 where they are no UTF-8.
+/// Returns the code point at the start of the bytes, or U+FFFD with the length 1 if they are not
+/// UTF-8.
 CodePoint first(std::string_view bytes)
 {
     static constexpr char32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
@@ -136,7 +138,7 @@ std::u16string fromUtf8(std::string_view bytes)
 std::string toFileName(std::u16string_view name)
 {
     return encoded(name, [](std::string & bytes, char32_t code) {
-        if (isKeptByte(code))
+        if (isInvalidByte(code))
             bytes.push_back(static_cast<char>(code & 0xFF));
         else
             append(bytes, code);

@@ -14,7 +14,7 @@ namespace ox::platform
 namespace
 {
 
-/// Bytes of one system call: few enough for a slow share to react to a signal in time.
+/// Bytes of one system call. The limit lets a slow share react to a signal in time.
 constexpr off_t copyAtOnce = off_t{64} << 20;
 constexpr off_t readAtOnce = off_t{1} << 20;
 constexpr off_t toTheEnd = std::numeric_limits<off_t>::max();
@@ -38,7 +38,7 @@ Result<> copyByReading(OpenFile & from, OpenFile & to, off_t size)
     return {};
 }
 
-/// Copies from the position of one file to that of another.
+/// Copies up to `size` bytes from the current position of one file to that of another.
 Result<> copyBytes(OpenFile & from, OpenFile & to, off_t size)
 {
     ssize_t copied = 1;
@@ -46,8 +46,8 @@ Result<> copyBytes(OpenFile & from, OpenFile & to, off_t size)
         copied = ::copy_file_range(static_cast<int>(from.handle()), nullptr,
                                    static_cast<int>(to.handle()), nullptr,
                                    static_cast<std::size_t>(std::min(size, copyAtOnce)), 0);
-    // Some file systems cannot copy by themselves, others report that there is nothing to copy:
-    // reading goes on where copying stopped, and finds the true end or the true error.
+    // Some file systems do not support copy_file_range or report an early end. Reading continues at
+    // that position and finds the real end or the real error.
     return copyByReading(from, to, size);
 }
 
@@ -57,7 +57,7 @@ Result<> seekBoth(OpenFile & from, OpenFile & to, off_t position)
     return moved ? to.seek(position) : moved;
 }
 
-/// Copies the parts of a file that are no holes, and leaves both positions behind the last of them.
+/// Copies the data of a file without its holes. Both positions are behind the last data afterwards.
 Result<> copyAroundHoles(OpenFile & from, OpenFile & to)
 {
     int const source = static_cast<int>(from.handle());
@@ -96,7 +96,7 @@ void copyAttributes(OpenFile & file, struct stat const & source, bool mode)
 {
     int const target = static_cast<int>(file.handle());
     timespec const times[] = {source.st_atim, source.st_mtim};
-    // Without the bits that lend the owner's identity, since the copy may have another owner.
+    // The set-user-id and set-group-id bits are not copied, since the copy may have another owner.
     [[maybe_unused]] bool const hasMode = !mode || ::fchmod(target, source.st_mode & 0777) == 0;
     [[maybe_unused]] bool const hasTimes = ::futimens(target, times) == 0;
 }

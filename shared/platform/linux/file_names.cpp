@@ -12,7 +12,7 @@ NativeName nativeName(std::u16string_view name)
 
 std::u16string recordText(std::string_view name)
 {
-    // Bytes that are no UTF-8 were written by a system whose file names are Latin-1.
+    // Names that are not UTF-8 were written by a system with Latin-1 file names.
     return systemText(name);
 }
 
@@ -21,9 +21,9 @@ std::u16string nameText(std::basic_string_view<NativeName::value_type> name)
     return fromFileName(name);
 }
 
-int widenSystemText(std::string_view text, unsigned short * units, int room)
+int widenSystemText(std::string_view text, unsigned short * units, int capacity)
 {
-    auto const widened = text.substr(0, static_cast<std::size_t>(std::max(room, 0)));
+    auto const widened = text.substr(0, static_cast<std::size_t>(std::max(capacity, 0)));
     std::transform(widened.begin(), widened.end(), units,
                    [](char c) { return static_cast<unsigned char>(c); });
     return static_cast<int>(widened.size());

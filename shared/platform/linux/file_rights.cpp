@@ -23,7 +23,7 @@ NativeName withoutSeparatorsAtEnd(NativeName name)
     return name;
 }
 
-/// Opens what a name means for a change of its rights.
+/// Opens the target of a name, through links, to change its rights.
 Result<OpenFile> openToChange(NativeName const & name)
 {
     constexpr int flags = O_PATH | O_CLOEXEC;
@@ -48,7 +48,7 @@ Result<> addAllBits(OpenFile const & file)
         return lastError();
     ::mode_t const mode = status.st_mode & 07777;
     std::string const path = "/proc/self/fd/" + std::to_string(file.handle());
-    // Changed only where needed: only the owner may.
+    // Only the owner may change the mode, so an unchanged mode needs no call.
     return resultOf((mode & 0777) == 0777 || ::chmod(path.c_str(), mode | 0777) == 0);
 }
 
@@ -81,7 +81,7 @@ Result<> allowEverybodyToExecute(NativeName const & file)
 Result<> allowEverybodyToFill(NativeName const & folder, bool)
 {
     return allowEverybodyToExecute(
-        withoutSeparatorsAtEnd(folder)); // the same bits let it be entered
+        withoutSeparatorsAtEnd(folder)); // the execute bits allow entering a folder
 }
 
 Result<> createFolderForEverybody(NativeName const & folder)
@@ -93,7 +93,7 @@ Result<> createFolderForEverybody(NativeName const & folder)
         return lastError();
     Descriptor const made(::openat(place.folder(), place.name.c_str(),
                                    O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    // Another user who may write in the parent can put another folder there meanwhile.
+    // Another user with write access to the parent can replace the folder in the meantime.
     struct stat status;
     if (!made.isOpen() || ::fstat(made.get(), &status) != 0)
         return lastError();

@@ -53,7 +53,7 @@ struct SplitName {
     NativeName file;
 };
 
-/// Whether two names of one file are two spellings of one entry in a folder.
+/// Returns whether two names of one file refer to the same entry of a folder.
 bool isOneEntry(NativeName const & one, NativeName const & other)
 {
     SplitName const first(one);
@@ -61,8 +61,8 @@ bool isOneEntry(NativeName const & one, NativeName const & other)
     return first.file == second.file && isOneFolder(first.folder, second.folder);
 }
 
-/// Renames a file to another of its own names. A rename from one to the other does nothing, which
-/// is why a third name stands between.
+/// Renames a file to another of its own names. rename() does nothing between two links of one file,
+/// so the file gets a third name first.
 Result<> renameToOwnName(NativeName const & from, NativeName const & to, bool hasHardLinks)
 {
     if (isOneEntry(from, to))
@@ -173,7 +173,7 @@ Result<> renameToNewName(NativeChar const * from, NativeChar const * to)
         return {};
     if (errno != EINVAL && errno != ENOSYS)
         return lastError();
-    // Not every file system can do it in one step.
+    // Some file systems do not support RENAME_NOREPLACE.
     struct stat status;
     if (::lstat(to, &status) == 0)
         return Error{EEXIST};

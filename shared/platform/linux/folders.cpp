@@ -19,8 +19,8 @@ bool isWildcard(char16_t c)
     return c == u'*' || c == u'?';
 }
 
-/// Whether what is left of a pattern fits the end of a name.
-bool fitsNothing(std::u16string_view pattern)
+/// Returns whether the rest of a pattern matches the end of a name.
+bool matchesEmptyText(std::u16string_view pattern)
 {
     while (!pattern.empty()) {
         bool const isDotBeforeWildcard =
@@ -32,9 +32,9 @@ bool fitsNothing(std::u16string_view pattern)
     return true;
 }
 
-/// Each '*' first stands for nothing and takes one character more whenever what follows does not
-/// fit; only the last one met needs to be tried again.
-bool fits(std::u16string_view name, std::u16string_view pattern)
+/// Returns whether a name matches a pattern. Each '*' first matches nothing. After a mismatch the
+/// last '*' matches one more character; earlier ones need no further try.
+bool matches(std::u16string_view name, std::u16string_view pattern)
 {
     std::size_t n = 0;
     std::size_t p = 0;
@@ -58,7 +58,7 @@ bool fits(std::u16string_view name, std::u16string_view pattern)
             return false;
         }
     }
-    return fitsNothing(pattern.substr(p));
+    return matchesEmptyText(pattern.substr(p));
 }
 
 bool isDots(char const * name)
@@ -70,7 +70,7 @@ struct CloseFolder {
     void operator()(DIR * folder) const { ::closedir(folder); }
 };
 
-/// What tells a folder from every other.
+/// Identifies a folder.
 struct Identity {
     dev_t device;
     ino_t number;
@@ -91,8 +91,8 @@ int openFolder(int at, char const * name)
     return ::openat(at, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
 }
 
-/// Also sees a folder of the same file system that is mounted in a second place, where the system
-/// tells.
+/// Returns whether a folder is a mount point. Also detects a folder of the same file system that is
+/// mounted a second time, if the kernel reports it.
 bool isMountPoint(int folder)
 {
     struct statx status;
@@ -105,7 +105,7 @@ bool isMountPoint(int folder)
 struct FolderWalk::System {
     NativeName folder;
     NativeName wanted;
-    std::u16string pattern; ///< empty when every name fits, or only the wanted one
+    std::u16string pattern; ///< empty for all names, and for one name without wildcards
     bool isOneName = false;
     std::unique_ptr<DIR, CloseFolder> open;
     bool hasEnded = false;
@@ -126,7 +126,7 @@ struct FolderWalk::System {
         errno = 0;
         while (dirent const * const entry = ::readdir(open.get())) {
             if (isDots(entry->d_name) ||
-                (!pattern.empty() && !fits(nameText(entry->d_name), pattern)))
+                (!pattern.empty() && !matches(nameText(entry->d_name), pattern)))
                 continue;
             name = entry->d_name;
             type = entry->d_type;
@@ -141,11 +141,11 @@ struct FolderWalk::System {
         if (name)
             return false;
         name = wanted.c_str();
-        return ask();
+        return readStatus();
     }
 
-    /// A link that leads nowhere answers for itself.
-    bool ask()
+    /// Reads the status of the entry once. A broken link has the status of the link itself.
+    bool readStatus()
     {
         if (status)
             return true;
@@ -199,19 +199,19 @@ bool FolderWalk::isFolder()
 {
     if (system_->type != DT_UNKNOWN && system_->type != DT_LNK)
         return system_->type == DT_DIR;
-    system_->ask();
+    system_->readStatus();
     return S_ISDIR(system_->status->st_mode);
 }
 
 std::int64_t FolderWalk::size()
 {
-    system_->ask();
+    system_->readStatus();
     return S_ISDIR(system_->status->st_mode) ? 0 : system_->status->st_size;
 }
 
 std::int64_t FolderWalk::modified()
 {
-    system_->ask();
+    system_->readStatus();
     return system_->status->st_mtim.tv_sec;
 }
 
@@ -228,7 +228,7 @@ FolderTree::~FolderTree() = default;
 
 Result<> FolderTree::open(NativeName const & folder)
 {
-    // With a separator at its end a link would be followed.
+    // A separator at the end would make the system follow a link.
     NativeName name = folder;
     while (name.size() > 1 && name.ends_with(ownSeparator))
         name.pop_back();
@@ -263,7 +263,8 @@ Result<std::vector<FolderTree::Entry>> FolderTree::entries() const
         if (name == "." || name == "..")
             continue;
         struct stat status = {};
-        // What is gone again meanwhile is left to those who delete it.
+        // An entry that was deleted in the meantime is listed, too. remove() accepts that it is
+        // missing.
         if (::fstatat(system_->folder(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
             status.st_mode = found->d_type == DT_DIR ? S_IFDIR : S_IFREG;
         bool const isFolder = S_ISDIR(status.st_mode);
@@ -281,7 +282,7 @@ Result<> FolderTree::enter(Entry const & folder)
     auto opened = std::make_unique<Descriptor>(openFolder(system_->folder(), folder.name.c_str()));
     if (!here || !opened->isOpen())
         return lastError();
-    // Where this cannot be asked there would be no way back.
+    // leave() needs the parent folder, so a folder without an accessible parent is not entered.
     auto const above = identityOf(opened->get(), "..");
     auto const there = identityOf(opened->get(), ".");
     if (!above || !there)

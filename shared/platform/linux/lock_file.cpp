@@ -14,18 +14,18 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-// The protocol, which docs/lock_files.md explains: O_EXCL decides who gets the name, and only a
-// process that has the flock of an inode and has then seen that the name still means this inode may
-// take the name away again. Whoever creates the file takes the flock and looks in the same way, so
-// that nobody can be between the two with an older idea of the name. A share that refuses to remove
-// an open file needs a second rule, see removeClosed.
+// The protocol, which docs/lock_files.md explains: O_EXCL decides which process gets the name. A
+// process may remove the name only after it has the flock of an inode and has seen that the name
+// still refers to this inode. The process that creates the file takes the flock and compares in the
+// same way, so no process removes the file of another one. Some shares refuse to remove an open
+// file; see removeClosed for them.
 
 namespace ox::platform
 {
 namespace
 {
 
-/// The pause before the next try: 1 ms after try 0, twice as long after each further one.
+/// Pauses before the next try: 1 ms after try 0, and twice as long after each further try.
 void pauseAfter(int tried)
 {
     std::this_thread::sleep_for(std::chrono::milliseconds(1 << tried));
@@ -33,8 +33,8 @@ void pauseAfter(int tried)
 
 enum class Flock { Taken, Busy, Unsupported };
 
-/// Does not wait for a holder. Whoever only looks has the flock for a moment; a few tries within
-/// 7 ms get past that.
+/// Takes a flock without waiting for a holder. A process that only views the file has the flock for
+/// a moment, so a few tries follow within 7 ms.
 Flock takeFlock(int descriptor, int operation)
 {
     constexpr int tries = 4;
@@ -50,32 +50,32 @@ Flock takeFlock(int descriptor, int operation)
     return Flock::Taken;
 }
 
-/// Flags to open a lock file that exists: whatever bears the name, nothing follows it or hangs on
-/// it.
+/// Flags to open an existing lock file. They follow no link, and do not wait for a pipe or a
+/// device.
 constexpr int existing = O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC;
 
-enum class Meaning { ThisFile, OtherOrNone, Unknown };
+enum class NameTarget { ThisFile, OtherOrNone, Unknown };
 
-/// What a name means, compared with an open file. The name is opened anew, since a network file
-/// system may answer a stat from memory. Only where it cannot be opened (too many open files, no
-/// right to read) must the stat do.
-Meaning meaningOf(NativeName const & name, int descriptor)
+/// Compares the target of a name with an open file. The name is opened again, since a network file
+/// system may answer stat() from its cache. stat() is used only if the name cannot be opened,
+/// because of too many open files or a missing read permission.
+NameTarget targetOf(NativeName const & name, int descriptor)
 {
     Descriptor const file(::open(name.c_str(), O_RDONLY | existing));
     struct stat named;
     struct stat opened;
     int const result = file.isOpen() ? ::fstat(file.get(), &named) : ::lstat(name.c_str(), &named);
     if (result != 0)
-        return errno == ENOENT ? Meaning::OtherOrNone : Meaning::Unknown;
+        return errno == ENOENT ? NameTarget::OtherOrNone : NameTarget::Unknown;
     if (::fstat(descriptor, &opened) != 0)
-        return Meaning::Unknown;
+        return NameTarget::Unknown;
     bool const isSame =
         named.st_dev == opened.st_dev && named.st_ino == opened.st_ino && opened.st_nlink > 0;
-    return isSame ? Meaning::ThisFile : Meaning::OtherOrNone;
+    return isSame ? NameTarget::ThisFile : NameTarget::OtherOrNone;
 }
 
-/// Opens a lock file that exists. Over NFS only a file open for writing can be flocked exclusively,
-/// but the file of another user can often only be read.
+/// Opens an existing lock file. Over NFS, an exclusive flock needs a file that is open for writing.
+/// The file of another user is often only readable.
 int openExisting(NativeName const & name)
 {
     int const writable = ::open(name.c_str(), O_RDWR | existing);
@@ -89,8 +89,8 @@ std::string readStart(int descriptor)
     return size > 0 ? std::string(text, static_cast<std::size_t>(size)) : std::string();
 }
 
-/// What tells a closed file from another one of the same name. Some shares number files by their
-/// names, and a local disk gives a number to the next file, so the content counts as well.
+/// Identifies a closed file among others of the same name. Some shares derive inode numbers from
+/// names, and a local disk reuses them, so the content is compared, too.
 struct Identity {
     dev_t device = 0;
     ino_t number = 0;
@@ -112,14 +112,14 @@ bool wasWrittenBefore(int descriptor, std::int64_t time)
     return ::fstat(descriptor, &status) == 0 && status.st_mtim.tv_sec < time;
 }
 
-/// Whether a share may have refused a removal only because the file is open.
+/// Returns whether a share may have refused a removal only because the file is open.
 bool isOpenFileRefusal(int error)
 {
     return error == EBUSY || error == ETXTBSY || error == EACCES || error == EPERM;
 }
 
-/// Deletes a name, or renames it when the system refuses that and there is a name for the leftover.
-/// Fails with the reason for which it was not deleted. A name that is gone counts as deleted.
+/// Deletes a name, or renames it to `leftover`, if given, when the system refuses to delete it.
+/// Fails with the error of the deletion. A missing name counts as deleted.
 Result<> removeName(NativeName const & name, NativeName const & leftover)
 {
     if (::unlink(name.c_str()) == 0 || errno == ENOENT)
@@ -130,12 +130,12 @@ Result<> removeName(NativeName const & name, NativeName const & leftover)
     return error;
 }
 
-/// Removes a lock file that this process has closed, because the share refuses to remove an open
-/// one. The name is opened before each try, and the removal follows only when `isStillIt` accepts
-/// the file. A fresh lock that takes the name in between is open, and so refused by the same share.
-/// The first try that succeeds is the last one: after it the name belongs to others.
+/// Removes a lock file that this process has closed, for shares that refuse to remove an open file.
+/// Each try opens the name and removes it only if `isSameFile` accepts the file. A new lock under
+/// the name is open, so these shares refuse to remove it. The first successful try is the last one,
+/// since the name may belong to another process afterwards.
 Result<> removeClosed(NativeName const & name, NativeName const & leftover, int tries,
-                      std::function<bool(int)> const & isStillIt)
+                      std::function<bool(int)> const & isSameFile)
 {
     for (int tried = 0;; ++tried) {
         Descriptor file(::open(name.c_str(), O_RDONLY | existing));
@@ -143,7 +143,7 @@ Result<> removeClosed(NativeName const & name, NativeName const & leftover, int 
         if (!removed && removed.error().code == ENOENT)
             return {};
         if (removed) {
-            if (!isStillIt(file.get()))
+            if (!isSameFile(file.get()))
                 return {};
             file.close();
             removed = removeName(name, leftover);
@@ -152,11 +152,11 @@ Result<> removeClosed(NativeName const & name, NativeName const & leftover, int 
         }
         if (tried + 1 == tries)
             return removed;
-        pauseAfter(tried); // somebody may be looking at it, or the closing is under way
+        pauseAfter(tried); // a process may be viewing it, or closing may be in progress
     }
 }
 
-/// 0 when a name that does not exist lies in a folder that can be read, else the system's error.
+/// Returns 0 if the folder of a missing file is readable, else the system's error.
 int folderErrorOf(NativeName const & name)
 {
     if (name.empty())
@@ -185,30 +185,30 @@ Result<> LockFile::take(NativeName const & name)
             ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
         if (created < 0) {
             Error const error = lastError("open");
-            // EBUSY, ETXTBSY: a Windows machine has the file open without sharing.
+            // A share reports ETXTBSY if a Windows machine has the file open without sharing.
             return error.code == ETXTBSY ? Error{EBUSY, error.step} : error;
         }
-        // Whatever the umask: other users must be able to open it, or it stays once it is stale.
+        // Other users must be able to open the file whatever the umask, or a stale file stays.
         ::fchmod(created, 0666);
         handle_ = created;
         name_ = name;
         isPending_ = true;
     }
     int const file = static_cast<int>(handle_);
-    // A shared flock keeps removers away as well, and those who only look cannot refuse it. Where
-    // there is no flock, the name alone is the lock, and nobody removes it (see
+    // A shared flock also prevents removal, and processes that only view the file cannot block it.
+    // Without flock support the name alone is the lock, and no process removes it (see
     // removeLeftLockFile).
     if (takeFlock(file, LOCK_EX) == Flock::Busy && takeFlock(file, LOCK_SH) == Flock::Busy)
         return Error{EWOULDBLOCK, "flock"};
-    switch (meaningOf(name_, file)) {
-    case Meaning::ThisFile:
+    switch (targetOf(name_, file)) {
+    case NameTarget::ThisFile:
         isPending_ = false;
         return {};
-    case Meaning::OtherOrNone:
+    case NameTarget::OtherOrNone:
         isPending_ = false;
         ::close(static_cast<int>(std::exchange(handle_, none)));
         return Error{EEXIST, "open"};
-    case Meaning::Unknown:
+    case NameTarget::Unknown:
         break;
     }
     return lastError("stat");
@@ -216,7 +216,7 @@ Result<> LockFile::take(NativeName const & name)
 
 void LockFile::write(std::string_view content)
 {
-    // Nothing depends on the content, and the lock is held even on a full disk.
+    // A failed write is ignored, since the lock is held without content, too.
     [[maybe_unused]] auto const written =
         ::write(static_cast<int>(handle_), content.data(), content.size());
 }
@@ -227,16 +227,16 @@ Result<> LockFile::release(NativeName const & leftover)
         return {};
     Descriptor file(static_cast<int>(std::exchange(handle_, none)));
     isPending_ = false;
-    Meaning const meaning = meaningOf(name_, file.get());
-    if (meaning == Meaning::OtherOrNone)
+    NameTarget const target = targetOf(name_, file.get());
+    if (target == NameTarget::OtherOrNone)
         return {};
-    // Removed before it is closed: without the flock the name could mean another's lock already.
-    // The second look finds a share that agrees and leaves the file.
-    if (meaning == Meaning::ThisFile && removeName(name_, leftover) &&
-        meaningOf(name_, file.get()) != Meaning::ThisFile)
+    // The name is removed before the file is closed: without the flock the name could belong to
+    // another lock. The second comparison finds shares that report success and keep the file.
+    if (target == NameTarget::ThisFile && removeName(name_, leftover) &&
+        targetOf(name_, file.get()) != NameTarget::ThisFile)
         return {};
 
-    ::futimens(file.get(), nullptr); // fresh for three hours, so that no waiter removes it now
+    ::futimens(file.get(), nullptr); // a new time, so that no waiting process treats it as stale
     Identity const own = identityOf(file.get());
     file.close();
     constexpr int tries = 11; // 1023 ms of pauses
@@ -254,7 +254,7 @@ void removeLeftLockFile(NativeName const & name, std::int64_t writtenBefore)
 {
     Descriptor file(openExisting(name));
     if (!file.isOpen() || takeFlock(file.get(), LOCK_EX) != Flock::Taken ||
-        meaningOf(name, file.get()) != Meaning::ThisFile ||
+        targetOf(name, file.get()) != NameTarget::ThisFile ||
         !wasWrittenBefore(file.get(), writtenBefore))
         return;
     if (::unlink(name.c_str()) == 0 || !isOpenFileRefusal(errno))
@@ -281,8 +281,9 @@ LockFileView viewLockFile(NativeName const & name)
     Descriptor const file(openExisting(name));
     if (!file.isOpen())
         return view;
-    // A dead holder has no flock. A holder has the exclusive one, or a shared one if somebody was
-    // looking when it began; so does whoever looks now. Closing the file releases what is taken.
+    // A process that has ended has no flock. A holder has an exclusive flock, or a shared one if
+    // another process was viewing the file when it took the lock. Closing the file releases the
+    // flocks taken here.
     Flock const shared = takeFlock(file.get(), LOCK_SH);
     if (shared == Flock::Busy)
         view.holder = LockFileView::Holder::Process;

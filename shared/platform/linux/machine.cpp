@@ -18,7 +18,7 @@ namespace ox::platform
 namespace
 {
 
-/// A value as a shell would read it.
+/// Returns a value without quotation marks and escapes, by the rules of a shell.
 std::string unquoted(std::string_view value)
 {
     value = trimmed(value);
@@ -35,8 +35,8 @@ std::string unquoted(std::string_view value)
     return text;
 }
 
-/// The clock at which the processor is sold or, failing that, its highest one; what it runs at just
-/// now would be another one each time. 0 when the kernel does not control the clock.
+/// Returns the base clock of the processor or, if unknown, its highest clock. The current clock
+/// changes all the time. 0 if the kernel does not control the clock.
 unsigned nominalMegahertz()
 {
     for (char const * path : {"/sys/devices/system/cpu/cpu0/cpufreq/base_frequency",
@@ -49,7 +49,7 @@ unsigned nominalMegahertz()
 constexpr char memoryInfoFile[] = "/proc/meminfo";
 constexpr char statFile[] = "/proc/stat";
 
-/// The error of a file that does not hold what is expected.
+/// Returns the error for a file without the expected content.
 constexpr Error missingIn(char const * source)
 {
     return {ENODATA, source};
@@ -73,7 +73,8 @@ DiskBus busOf(fs::path const & folder)
     return folder.filename().string().starts_with("sd") ? DiskBus::Scsi : DiskBus::Other;
 }
 
-/// The first sensor below one of the places where disks have them.
+/// Returns the temperature of the first sensor below the folders where drivers register disk
+/// sensors.
 std::optional<int> temperatureOf(fs::path const & folder)
 {
     for (char const * place : {"device/hwmon", "device", "device/device/hwmon"}) {
@@ -90,14 +91,14 @@ std::optional<int> temperatureOf(fs::path const & folder)
     return std::nullopt;
 }
 
-/// Asks an ATA disk for its table through the SCSI layer, which only root may.
+/// Reads the table of an ATA disk through the SCSI layer. Only root may do this.
 std::vector<unsigned char> smartTableOf(fs::path const & device)
 {
     Descriptor const disk(::open(device.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!disk.isOpen())
         return {};
-    // ATA pass-through of 16 bytes: a read of one sector by the processor. Feature D0h of command
-    // B0h, with the signature C24Fh, reads the table.
+    // ATA pass-through command of 16 bytes: PIO data-in, one sector. Feature D0h of command B0h
+    // with the signature C24Fh reads the table.
     unsigned char command[16] = {0x85, 4 << 1, 0x0e, 0, 0xd0, 0, 1,    0,
                                  0,    0,      0x4f, 0, 0xc2, 0, 0xb0, 0};
     unsigned char sense[32] = {};
@@ -204,8 +205,8 @@ std::optional<std::uint64_t> memoryField(std::string_view memoryInfo, std::strin
 
 Result<PhysicalMemory> physicalMemory()
 {
-    std::array<char, 4096> room;
-    auto const text = tryReadStart(memoryInfoFile, room);
+    std::array<char, 4096> buffer;
+    auto const text = tryReadStart(memoryInfoFile, buffer);
     if (!text)
         return text.error();
     auto const total = memoryField(*text, "MemTotal");
@@ -217,7 +218,7 @@ Result<PhysicalMemory> physicalMemory()
 
 Result<KernelMemory> kernelMemory(std::span<char> buffer)
 {
-    // Compatibility: the texts of errors name the folder alone.
+    // Compatibility: error texts contain the folder and not the file.
     static constexpr char source[] = "/proc";
     auto const text = tryReadStart(memoryInfoFile, buffer);
     if (!text)
@@ -247,8 +248,8 @@ std::optional<IdleSample> idleSampleOf(std::string_view stat, long ticksPerSecon
     while (takeUntil(stat, '\n').starts_with("cpu"))
         ++processors;
 
-    // User, nice, system, idle, waiting for a disk (idle as well), interrupts, soft interrupts,
-    // stolen. What follows is part of these.
+    // The columns are user, nice, system, idle, iowait (idle, too), irq, softirq and steal. Later
+    // columns are parts of these.
     total = trimmed(total);
     std::int64_t const unit = 10'000'000 / ticksPerSecond;
     std::int64_t idle = 0;

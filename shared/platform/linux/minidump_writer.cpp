@@ -31,19 +31,20 @@ using google_breakpad::MinidumpDescriptor;
 
 constexpr std::array crashSignals{SIGSEGV, SIGABRT, SIGFPE, SIGILL, SIGBUS, SIGTRAP};
 
-/// The handlers of these signals from before the library's.
+/// The handlers that the signals had before this library installed its own.
 struct sigaction earlierHandlers[crashSignals.size()];
 
-// Breakpad's own signal handler makes all crashing threads wait for one mutex, and lets the next
-// thread begin a dump while the first one ends the process. The handler here lets one thread in.
+// Breakpad's own signal handler makes all crashing threads wait for one mutex. When the first
+// thread ends the process, the next one already begins a dump. The handler here lets only one
+// thread write a dump.
 
-/// Which thread handles its crash. The values without a thread:
+/// Id of the thread that handles its crash, or one of the two values below.
 std::atomic<pid_t> crashingThread;
 constexpr pid_t noThread = 0;
-constexpr pid_t handedOn = -1; ///< crashes go to the earlier handlers
+constexpr pid_t passedOn = -1; ///< the earlier handlers get all crashes
 
-/// Which thread writes a dump on demand; noThread for none.
-std::atomic<pid_t> demandingThread;
+/// Id of the thread that writes a dump on demand, or noThread.
+std::atomic<pid_t> onDemandThread;
 
 void pauseShortly()
 {
@@ -51,8 +52,8 @@ void pauseShortly()
     ::nanosleep(&pause, nullptr);
 }
 
-/// True for the first thread that crashes. Every other thread waits here for the end of the
-/// process, and gets false only when crashes are handed on.
+/// Returns true for the first thread that crashes. All other threads wait here for the end of the
+/// process. Returns false to them only after crashes are passed on to the earlier handlers.
 bool becomeCrashingThread()
 {
     pid_t const self = ::gettid();
@@ -60,7 +61,7 @@ bool becomeCrashingThread()
         pid_t present = noThread;
         if (crashingThread.compare_exchange_strong(present, self))
             return true;
-        if (present == handedOn)
+        if (present == passedOn)
             return false;
         bool const isGone = ::tgkill(::getpid(), present, 0) != 0 && errno == ESRCH;
         if (isGone && crashingThread.compare_exchange_strong(present, self))
@@ -69,38 +70,38 @@ bool becomeCrashingThread()
     }
 }
 
-/// A dump on demand and one of a crash at the same time would each miss the threads that the other
-/// one holds. A crash waits for the other dump, but not long, and not for one of its own thread.
-void awaitDemand()
+/// Waits for a dump on demand of another thread. Two dumps at the same time would each miss the
+/// threads that the other one has stopped. The wait is short, so that a crash is always handled.
+void waitForOnDemandDump()
 {
-    constexpr int patience = 200;
+    constexpr int maxPauses = 200;
     pid_t const self = ::gettid();
-    for (int i = 0; i < patience; ++i) {
-        pid_t const other = demandingThread;
+    for (int i = 0; i < maxPauses; ++i) {
+        pid_t const other = onDemandThread;
         if (other == noThread || other == self)
             return;
         pauseShortly();
     }
 }
 
-/// Announces a dump on demand as long as it lives.
-class Demand
+/// Registers a dump on demand of this thread during the lifetime of the object.
+class OnDemandDump
 {
   public:
     /// Waits for the end of the process when another thread crashes.
-    Demand()
+    OnDemandDump()
     {
-        demandingThread = ::gettid();
+        onDemandThread = ::gettid();
         while (crashingThread > noThread && !isCrashing()) {
-            demandingThread = noThread;
+            onDemandThread = noThread;
             pauseShortly();
         }
     }
-    ~Demand() { demandingThread = noThread; }
-    Demand(Demand const &) = delete;
-    Demand & operator=(Demand const &) = delete;
+    ~OnDemandDump() { onDemandThread = noThread; }
+    OnDemandDump(OnDemandDump const &) = delete;
+    OnDemandDump & operator=(OnDemandDump const &) = delete;
 
-    /// Whether it is part of the handling of a crash, say by the logger.
+    /// Returns whether this thread is already handling its crash, for example in the logger.
     bool isCrashing() const { return crashingThread == ::gettid(); }
 };
 
@@ -110,21 +111,21 @@ void restoreEarlierHandlers()
         ::sigaction(crashSignals[i], &earlierHandlers[i], nullptr);
 }
 
-/// Lets the signal come once more when its handler returns, as it was. A fault mostly comes by
-/// itself, but not when another thread has mended its cause.
-void sendAgain(int signal, siginfo_t & information)
+/// Sends the signal with the same information again. It arrives when its handler returns. A fault
+/// usually occurs again by itself, but not if another thread has removed its cause.
+void resendSignal(int signal, siginfo_t & information)
 {
     if (::syscall(SYS_rt_tgsigqueueinfo, ::getpid(), ::gettid(), signal, &information) != 0)
         ::raise(signal);
 }
 
-bool noteDumpOnDemand(MinidumpDescriptor const & dump, void * file, bool succeeded)
+bool storeDumpPath(MinidumpDescriptor const & dump, void * file, bool succeeded)
 {
     *static_cast<std::string *>(file) = dump.path();
     return succeeded;
 }
 
-/// The place of an exception that comes without one.
+/// Returns the address of the instruction of a context, for an exception without an address.
 void * instructionOf(ucontext_t const & context)
 {
 #if defined(__x86_64__)
@@ -137,25 +138,25 @@ void * instructionOf(ucontext_t const & context)
 #endif
 }
 
-/// Where the guarded work is left, and by which thread.
-sigjmp_buf wayOut;
+/// Jump buffer and thread of the guarded work.
+sigjmp_buf guardedJump;
 pthread_t guardedThread;
 
 void leaveGuardedWork(int signal, siginfo_t * information, void *)
 {
     if (::pthread_equal(::pthread_self(), guardedThread))
-        ::siglongjmp(wayOut, 1);
+        ::siglongjmp(guardedJump, 1);
     if (signal == SIGALRM)
         ::pthread_kill(guardedThread, signal);
-    else if (!becomeCrashingThread()) // the guarded thread is it
-        sendAgain(signal, *information);
+    else if (!becomeCrashingThread()) // the guarded thread is the crashing thread
+        resendSignal(signal, *information);
 }
 
 } // namespace
 
 bool runGuarded(void (*work)(void *), void * data)
 {
-    constexpr unsigned patienceSeconds = 3;
+    constexpr unsigned timeoutSeconds = 3;
     constexpr int signals[] = {SIGSEGV, SIGABRT, SIGFPE, SIGILL, SIGBUS, SIGTRAP, SIGALRM};
     static struct sigaction before[std::size(signals)]; // survives the jump
     struct sigaction leave {
@@ -167,18 +168,18 @@ bool runGuarded(void (*work)(void *), void * data)
     guardedThread = ::pthread_self();
 
     bool volatile isDone = false;
-    if (sigsetjmp(wayOut, 1) == 0) {
+    if (sigsetjmp(guardedJump, 1) == 0) {
         for (std::size_t i = 0; i < std::size(signals); ++i)
             ::sigaction(signals[i], &leave, &before[i]);
         sigset_t mask;
         ::pthread_sigmask(SIG_UNBLOCK, &leave.sa_mask, &mask);
-        ::alarm(patienceSeconds);
+        ::alarm(timeoutSeconds);
         work(data);
         ::alarm(0);
         ::pthread_sigmask(SIG_SETMASK, &mask, nullptr);
         isDone = true;
     }
-    // A late alarm must not end the process in place of the crash.
+    // A late alarm must not end the process before the crash does.
     before[std::size(signals) - 1].sa_handler = SIG_IGN;
     for (std::size_t i = 0; i < std::size(signals); ++i)
         ::sigaction(signals[i], &before[i], nullptr);
@@ -193,7 +194,7 @@ class MinidumpWriter::Implementation
         crashingThread = noThread;
         setFolder(folder);
         installed = this;
-        ::pthread_atfork(nullptr, nullptr, renewInChild);
+        ::pthread_atfork(nullptr, nullptr, resetInChild);
         struct sigaction own {
         };
         own.sa_sigaction = onCrash;
@@ -204,12 +205,12 @@ class MinidumpWriter::Implementation
             ::sigaction(crashSignals[i], &own, &earlierHandlers[i]);
     }
 
-    /// A crash that is being handled on another thread ends the process first.
+    /// Waits while another thread handles a crash, which ends the process.
     ~Implementation()
     {
         if (crashingThread != ::gettid() && becomeCrashingThread()) {
             restoreEarlierHandlers();
-            crashingThread = handedOn;
+            crashingThread = passedOn;
         }
         installed = nullptr;
         delete handler_;
@@ -219,12 +220,12 @@ class MinidumpWriter::Implementation
     {
         std::lock_guard const lock(mutex_);
         folder_ = folder;
-        ExceptionHandler const * const former = handler_.exchange(makeHandler());
-        if (crashingThread == noThread) // a crash may be using it
-            delete former;
+        ExceptionHandler const * const previous = handler_.exchange(makeHandler());
+        if (crashingThread == noThread) // a crash may use the previous handler
+            delete previous;
     }
 
-    /// The callback comes when the dump is done and nothing is held any more.
+    /// Writes a dump. The callback runs after the dump, without any lock.
     bool writeOnDemand(DumpReason reason, EXCEPTION_RECORD const & record, void * context)
     {
         std::string file;
@@ -233,7 +234,7 @@ class MinidumpWriter::Implementation
     }
 
   private:
-    static std::atomic<Implementation *> installed; ///< the one of the process
+    static std::atomic<Implementation *> installed; ///< the only instance of the process
 
     static void onCrash(int signal, siginfo_t * information, void * context)
     {
@@ -245,14 +246,15 @@ class MinidumpWriter::Implementation
                 ::signal(signal, SIG_DFL);
             } else {
                 restoreEarlierHandlers();
-                crashingThread = handedOn;
+                crashingThread = passedOn;
             }
         }
-        sendAgain(signal, *information);
+        resendSignal(signal, *information);
     }
 
-    /// Code that sets the handlers aside by signal() puts them back without their flags. The signal
-    /// then has to come once more.
+    /// Returns whether the handler was called without signal information, and repairs this. Code
+    /// that replaces handlers and restores them by signal() loses their flags. The signal then
+    /// occurs once more.
     static bool isWithoutInformation(int signal)
     {
         struct sigaction present {
@@ -264,11 +266,11 @@ class MinidumpWriter::Implementation
         return ::sigaction(signal, &present, nullptr) == 0;
     }
 
-    /// False when the crash goes on to the earlier handlers.
+    /// Writes the dump of a crash. Returns false if the earlier handlers get the crash.
     bool handleCrash(int signal, siginfo_t & information, void * context)
     {
         killTimer_.start();
-        awaitDemand();
+        waitForOnDemandDump();
         spareDescriptors_.release();
         DumpableState const state;
         bool const isHandled = handler_.load()->HandleSignal(signal, &information, context);
@@ -282,18 +284,19 @@ class MinidumpWriter::Implementation
         return call({dump.path(), DumpReason::Crash, succeeded});
     }
 
-    /// What a forked child may not share with its parent, above all the file of the next crash.
-    static void renewInChild()
+    /// Resets the state that a forked child must not share with its parent, mainly the file of the
+    /// next dump.
+    static void resetInChild()
     {
         crashingThread = noThread;
-        demandingThread = noThread;
+        onDemandThread = noThread;
         if (Implementation * const self = installed) {
             self->killTimer_.create();
             self->handler_.load()->set_minidump_descriptor(MinidumpDescriptor(self->folder_));
         }
     }
 
-    /// Breakpad names the file of the next crash here.
+    /// Creates the handler. Breakpad chooses the name of the next dump here.
     ExceptionHandler * makeHandler()
     {
         return new ExceptionHandler(MinidumpDescriptor(folder_), nullptr, reportCrash, this, false,
@@ -303,10 +306,10 @@ class MinidumpWriter::Implementation
     bool dumpOnDemand(std::string & file, EXCEPTION_RECORD const & record, void * context)
     {
         std::lock_guard const lock(mutex_);
-        Demand const demand;
-        if (demand.isCrashing())
+        OnDemandDump const dump;
+        if (dump.isCrashing())
             return false;
-        ExceptionHandler once(MinidumpDescriptor(folder_), nullptr, noteDumpOnDemand, &file, false,
+        ExceptionHandler once(MinidumpDescriptor(folder_), nullptr, storeDumpPath, &file, false,
                               -1);
         siginfo_t signal{};
         signal.si_signo = static_cast<int>(record.ExceptionCode);
@@ -314,7 +317,7 @@ class MinidumpWriter::Implementation
         signal.si_addr = record.ExceptionAddress;
         spareDescriptors_.release();
         DumpableState const state;
-        // What the handler does itself only for signals of the system.
+        // The handler sets this itself only for signals of the system.
         ::prctl(PR_SET_DUMPABLE, 1, 0, 0, 0);
         bool const succeeded = once.HandleSignal(signal.si_signo, &signal, context);
         spareDescriptors_.reserve();
@@ -349,7 +352,7 @@ bool MinidumpWriter::write(std::uint32_t code)
     if (::getcontext(&context) != 0)
         return false;
 #ifdef __i386__
-    // The dump has the stack pointer from where only the system puts it.
+    // The dump takes the stack pointer from a register that only the system fills.
     context.uc_mcontext.gregs[REG_UESP] = context.uc_mcontext.gregs[REG_ESP];
 #endif
     return implementation_->writeOnDemand(DumpReason::Request, {code, 0, instructionOf(context)},

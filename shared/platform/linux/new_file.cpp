@@ -24,8 +24,8 @@ namespace ox::platform
 namespace
 {
 
-constexpr int mostTries = 100;
-constexpr int withoutWaiting = O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC;
+constexpr int maxTries = 100;
+constexpr int nonBlocking = O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC;
 
 bool isSame(struct stat const & one, struct stat const & other)
 {
@@ -37,14 +37,14 @@ int descriptorOf(OpenFile const & file)
     return static_cast<int>(file.handle());
 }
 
-/// The path of an open file that no other user can redirect.
+/// Returns a path of an open file that no other user can redirect.
 NativeName pathOf(int descriptor)
 {
     return "/proc/self/fd/" + std::to_string(descriptor);
 }
 
-/// A number for the running kernel and the processes that this one can see. On some file systems a
-/// flock reaches no further.
+/// Returns a number for the running kernel and its process namespace. On some file systems a flock
+/// is only visible there.
 std::uint32_t thisSystem()
 {
     char text[64];
@@ -69,11 +69,12 @@ NativeName freshName()
     return temporaryName(thisSystem(), thisProcess(), number);
 }
 
-/// Opens an existing file to lock it. Over NFS that takes the right to write.
+/// Opens an existing file to lock it. Over NFS, an exclusive lock needs a file that is open for
+/// writing.
 int openToLock(int folder, char const * name)
 {
-    int const writable = ::openat(folder, name, O_RDWR | withoutWaiting);
-    return writable >= 0 ? writable : ::openat(folder, name, O_RDONLY | withoutWaiting);
+    int const writable = ::openat(folder, name, O_RDWR | nonBlocking);
+    return writable >= 0 ? writable : ::openat(folder, name, O_RDONLY | nonBlocking);
 }
 
 bool takeFlock(int file)
@@ -94,7 +95,8 @@ void removeLeftFile(int folder, char const * name, std::optional<timespec> chang
     bool const isLeft =
         file.isOpen() && ::fstat(file.get(), &opened) == 0 && S_ISREG(opened.st_mode) &&
         (!changedBefore || opened.st_ctim.tv_sec < changedBefore->tv_sec) && takeFlock(file.get());
-    // A process may have locked, named and closed the file before the lock was free.
+    // Another process may have renamed the file to its final name and closed it before the flock
+    // was free.
     if (isLeft && ::fstatat(folder, name, &named, AT_SYMLINK_NOFOLLOW) == 0 &&
         isSame(opened, named))
         ::unlinkat(folder, name, 0);
@@ -117,9 +119,9 @@ void forEachName(int folder, Visit const & visit)
         visit(found->d_name);
 }
 
-/// Whether a folder is to be looked through now: once a minute, as a process that writes many files
-/// into one folder would list it for each of them.
-bool isDue(struct stat const & folder, timespec now)
+/// Returns whether a folder should be searched now. This is so once a minute, since a process that
+/// writes many files into one folder would list it for each of them.
+bool isSearchDue(struct stat const & folder, timespec now)
 {
     static std::atomic<std::uint64_t> last = 0;
     std::uint64_t seed = 0;
@@ -129,12 +131,11 @@ bool isDue(struct stat const & folder, timespec now)
     return last.exchange(seed) != seed;
 }
 
-/// Removes the temporary files that killed processes left in a folder. `now` is the file server's
-/// time.
+/// Removes the temporary files of processes that were killed. `now` is the time of the file server.
 void removeLeftFiles(int folder, timespec now)
 {
     struct stat status;
-    if (::fstat(folder, &status) != 0 || !isDue(status, now))
+    if (::fstat(folder, &status) != 0 || !isSearchDue(status, now))
         return;
     int const error = errno;
     timespec const old = {now.tv_sec - leftBehindAfter, 0};
@@ -155,22 +156,24 @@ struct NewFile::System {
     OpenFile previous;
     struct stat previousStatus = {};
     bool keepsMode = false;
-    NativeName temporary; ///< empty when there is no file under it
+    NativeName temporary; ///< empty if no temporary file exists
     OpenFile file;
 
     Result<> createAs(NativeName const & name, mode_t mode);
-    Result<> takePreviousRights();
+    Result<> copyPreviousRights();
 };
 
-/// Fails with AlreadyExists when the name is taken and another should be tried.
+/// Creates the temporary file. Fails with AlreadyExists if the name is in use; the caller tries
+/// another one.
 Result<> NewFile::System::createAs(NativeName const & name, mode_t mode)
 {
     int const flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
     OpenFile created(::openat(place.folder(), name.c_str(), flags, mode));
     if (!created.isOpen())
         return lastError();
-    // A process that removes left files may have been faster; then the name is gone. Not every
-    // share has inode numbers to compare. Where there are no flocks, nobody removes any file.
+    // Another process may have removed the file before it was locked; then the name is missing.
+    // Inode numbers are not compared, since some shares have none. Without flocks no process
+    // removes temporary files.
     struct stat opened;
     struct stat named;
     bool const isLocked = takeFlock(descriptorOf(created)) || errno != EWOULDBLOCK;
@@ -184,9 +187,9 @@ Result<> NewFile::System::createAs(NativeName const & name, mode_t mode)
     return {};
 }
 
-/// Gives the new file the previous one's permission bits and, where the system lets the process do
-/// that, its owner and group. Nobody gains rights by it.
-Result<> NewFile::System::takePreviousRights()
+/// Copies the permission bits of the previous file and, if permitted, its owner and group. Without
+/// the group, the rights of the group are dropped.
+Result<> NewFile::System::copyPreviousRights()
 {
     int const target = descriptorOf(file);
     auto const sameUser = static_cast<uid_t>(-1);
@@ -208,7 +211,7 @@ Result<> NewFile::open(NativeName const & target, Links links)
     Place & place = system_->place;
     struct stat status;
     if (Result<> const opened = place.open(target); !opened) {
-        // A path such as "a/" names a folder even if there is none.
+        // A path such as "a/" denotes a folder even if none exists.
         bool const isMissing =
             opened.error().code == EISDIR && ::stat(target.c_str(), &status) != 0;
         return isMissing ? lastError() : opened.error();
@@ -220,7 +223,7 @@ Result<> NewFile::open(NativeName const & target, Links links)
         return isFollowed && !S_ISREG(status.st_mode) ? Result<>(Error{ENOTSUP}) : Result<>();
     };
     if (isFollowed) {
-        // Some links of the system lead to what has no name, such as a pipe.
+        // Some links in /proc have a target without a name, such as a pipe.
         if (::fstatat(place.folder(), place.name.c_str(), &status, 0) == 0)
             if (Result<> const checked = check(); !checked)
                 return checked;
@@ -248,9 +251,9 @@ Result<> NewFile::create(Access access)
 {
     mode_t const mode = system_->keepsMode || access == Access::Owner ? 0600 : 0666;
     Result<> created = Error{EEXIST};
-    for (int i = 0; i < mostTries && !created && created.error().code == EEXIST; ++i)
+    for (int i = 0; i < maxTries && !created && created.error().code == EEXIST; ++i)
         created = system_->createAs(freshName(), mode);
-    return created && system_->keepsMode ? system_->takePreviousRights() : created;
+    return created && system_->keepsMode ? system_->copyPreviousRights() : created;
 }
 
 OpenFile & NewFile::file()
@@ -293,7 +296,7 @@ Result<> NewFile::allowEverybodyToExecute()
     int const file = descriptorOf(system_->file);
     if (::fstat(file, &status) != 0)
         return lastError();
-    // Changed only where needed: some file systems refuse every change.
+    // Some file systems refuse each change, so the mode is changed only if necessary.
     return resultOf((status.st_mode & 0777) == 0777 ||
                     ::fchmod(file, (status.st_mode & 07777) | 0777) == 0);
 }
@@ -309,27 +312,28 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
                status.st_mtim.tv_sec == modified;
     };
     struct stat status;
-    // By a second link the previous file keeps the target's name until the new one takes it. What
-    // the link means is looked at behind it, so a file that another process has just put there is
-    // never taken for the previous one.
-    for (int i = 0; i < mostTries; ++i) {
+    // The previous file gets `_old` as a second link, so it keeps the target's name until the new
+    // file takes it. The status is read through the link: another process may have just put a new
+    // file in place, which must not become `_old`.
+    for (int i = 0; i < maxTries; ++i) {
         NativeName const link = freshName();
         if (::linkat(folder, place.name.c_str(), folder, link.c_str(), 0) != 0)
             break;
         bool const isKnown = place.status(status, link);
         bool const isFresh = isKnown && isUpToDate(status);
         if (isKnown && !isFresh && ::renameat(folder, link.c_str(), folder, kept.c_str()) == 0) {
-            ::unlinkat(folder, link.c_str(), 0); // renaming to a second link of the file keeps it
+            ::unlinkat(folder, link.c_str(),
+                       0); // rename() does nothing between two links of one file
             return Previous::Kept;
         }
         Error const error = lastError();
         ::unlinkat(folder, link.c_str(), 0);
         if (isFresh)
             return Previous::IsUpToDate;
-        if (error.code != ENOENT) // another process may have removed the link as one left behind
+        if (error.code != ENOENT) // another process may have removed the link as a left file
             return error;
     }
-    // There are no links here, or not of this file.
+    // The file system does not support a link of this file.
     if (!place.status(status, place.name))
         return errno == ENOENT ? Result(Previous::None) : lastError();
     if (isUpToDate(status))
@@ -346,7 +350,8 @@ Result<> NewFile::putInPlace()
                    place.name.c_str()) != 0)
         return lastError();
     system_->temporary.clear();
-    // The new file is in place whatever the result: not every share lets a folder be flushed.
+    // A failed flush is no failure: some shares do not support it for folders, and the file is in
+    // place.
     static_cast<void>(system_->place.openFolder.flush());
     return {};
 }

@@ -17,8 +17,9 @@ namespace ox::platform
 namespace
 {
 
-/// Nothing hangs on a pipe or becomes the process's terminal.
-constexpr int withoutWaiting = O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+/// The call does not wait for the other end of a pipe, and a terminal does not become the
+/// controlling one.
+constexpr int nonBlocking = O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 constexpr mode_t everybody = 0666;
 
 int descriptorOf(OpenFile const & file)
@@ -32,11 +33,12 @@ bool isUnnamedPipe(int descriptor)
     return ::fstatfs(descriptor, &fileSystem) == 0 && fileSystem.f_type == PIPEFS_MAGIC;
 }
 
-/// Opens what is no folder and no named pipe, without waiting for another process.
-Result<OpenFile> openWithoutWaiting(NativeName const & name, int flags)
+/// Opens a file or device without waiting for another process. Refuses folders and named pipes.
+Result<OpenFile> openNonBlocking(NativeName const & name, int flags)
 {
-    OpenFile file(::open(name.c_str(), flags | withoutWaiting, everybody));
-    // A file server has lent the file to a client and asks for it back, which takes a moment.
+    OpenFile file(::open(name.c_str(), flags | nonBlocking, everybody));
+    // A client may have a lease on the file. The server needs a moment to end it, so this call
+    // waits.
     if (!file.isOpen() && errno == EWOULDBLOCK)
         file = OpenFile(::open(name.c_str(), flags | O_NOCTTY | O_CLOEXEC, everybody));
     struct stat status;
@@ -44,7 +46,7 @@ Result<OpenFile> openWithoutWaiting(NativeName const & name, int flags)
         return lastError();
     if (S_ISDIR(status.st_mode))
         return Error{EISDIR};
-    // ENXIO is how the system itself refuses to write a pipe that nobody reads.
+    // The system itself returns ENXIO for writing to a pipe without a reader.
     bool const isRead = flags == O_RDONLY;
     bool const isNamedPipe = S_ISFIFO(status.st_mode) && !isUnnamedPipe(descriptorOf(file));
     if (isNamedPipe || (S_ISBLK(status.st_mode) && !isRead))
@@ -116,7 +118,7 @@ Result<> OpenFile::flush()
 {
     if (::fsync(descriptorOf(*this)) != 0 && errno != EINVAL && errno != ENOSYS)
         return lastError();
-    // A share reports a full disk when a descriptor is closed, and any descriptor of the file does.
+    // A share reports a full disk when any descriptor of the file is closed.
     int const second = ::fcntl(descriptorOf(*this), F_DUPFD_CLOEXEC, 0);
     return resultOf(second >= 0 && ::close(second) == 0);
 }
@@ -128,13 +130,13 @@ Result<> OpenFile::close()
 
 Result<OpenFile> openForReading(NativeName const & name, Writers)
 {
-    return openWithoutWaiting(name, O_RDONLY);
+    return openNonBlocking(name, O_RDONLY);
 }
 
 Result<OpenFile> openForWriting(NativeName const & name, Content content, Writers)
 {
-    return openWithoutWaiting(name,
-                              O_WRONLY | O_CREAT | (content == Content::Kept ? O_APPEND : O_TRUNC));
+    return openNonBlocking(name,
+                           O_WRONLY | O_CREAT | (content == Content::Kept ? O_APPEND : O_TRUNC));
 }
 
 Result<OpenFile> openInPlace(NativeName const & name, Content content)
@@ -144,10 +146,10 @@ Result<OpenFile> openInPlace(NativeName const & name, Content content)
         return opened.error();
     if (Result<> const followed = place.followLinks(); !followed)
         return followed.error();
-    int const flags = O_WRONLY | O_APPEND | O_NOFOLLOW | withoutWaiting;
+    int const flags = O_WRONLY | O_APPEND | O_NOFOLLOW | nonBlocking;
     OpenFile file(::openat(place.folder(), place.name.c_str(), flags | O_CREAT, everybody));
     struct stat status;
-    if (!file.isOpen() && errno == ENXIO) // a pipe that nobody reads
+    if (!file.isOpen() && errno == ENXIO) // a pipe without a reader
         return Error{ENOTSUP};
     if (!file.isOpen() || ::fstat(descriptorOf(file), &status) != 0)
         return lastError();

@@ -10,19 +10,19 @@ namespace ox::platform
 namespace
 {
 
-constexpr int mostLinks = 40;
-constexpr int mostTries = 100;
+constexpr int maxLinks = 40;
+constexpr int maxTries = 100;
 
-/// Opens the folder part of a path, which begins at an open folder or is absolute.
+/// Opens the folder of a path. A relative path begins at the open folder `at`.
 OpenFile openFolderOf(int at, NativeName const & path)
 {
     std::size_t const separator = path.rfind(ownSeparator);
     NativeName const folder = separator == path.npos ? "." : path.substr(0, separator + 1);
     int const flags = O_DIRECTORY | O_CLOEXEC;
     int const readable = ::openat(at, folder.c_str(), O_RDONLY | flags);
-    // A folder that cannot be listed can hold files all the same.
-    bool const isUnlisted = readable < 0 && errno == EACCES;
-    return OpenFile(isUnlisted ? ::openat(at, folder.c_str(), O_PATH | flags) : readable);
+    // Files in a folder without read permission are still accessible.
+    bool const isUnreadable = readable < 0 && errno == EACCES;
+    return OpenFile(isUnreadable ? ::openat(at, folder.c_str(), O_PATH | flags) : readable);
 }
 
 NativeName nameIn(NativeName const & path)
@@ -57,7 +57,7 @@ Result<> Place::moveTo(int at, NativeName const & path)
 
 Result<> Place::followLinks()
 {
-    for (int i = 0; i < mostLinks; ++i) {
+    for (int i = 0; i < maxLinks; ++i) {
         Descriptor const link(::openat(folder(), name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
         struct stat status;
         if (!link.isOpen())
@@ -82,8 +82,8 @@ Result<> Place::followLinks()
 Result<OpenFile> createAt(Place const & place, Taken taken, mode_t mode)
 {
     int const flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-    // Again as long as other processes take the name.
-    for (int i = 0; i < mostTries; ++i) {
+    // Other processes may create the file between the two calls, so several tries are needed.
+    for (int i = 0; i < maxTries; ++i) {
         int const file = ::openat(place.folder(), place.name.c_str(), flags, mode);
         if (file >= 0)
             return OpenFile(file);

@@ -9,7 +9,8 @@
 namespace ox::platform
 {
 
-/// The folder of a process belongs to the user it acts as, whatever it hides inside.
+/// Returns the user of a process. The folder of a process in /proc belongs to its effective user,
+/// even if its files are not readable.
 std::variant<ProcessOwners::AccountId, ProcessOwner> ProcessOwners::accountOf(std::uint32_t id)
 {
     char path[24] = "/proc/";
@@ -38,7 +39,8 @@ ProcessOwner ProcessOwners::nameOf(AccountId const & account)
     else if (error == EACCES || error == EPERM)
         owner.kind = ProcessOwner::AccessDenied;
     else
-        // A missing database is no reason for an account to have no name, but has its own code.
+        // An account without a name and a missing database are NoAccount. Other errors are Unknown
+        // with their code.
         owner.kind = error == 0 || error == ENOENT || error == ESRCH ? ProcessOwner::NoAccount
                                                                      : ProcessOwner::Unknown;
     return owner;

@@ -24,7 +24,7 @@ int openProc()
     return ::open(procFolder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
 }
 
-/// "ID/FILE", a path below /proc. The id may also be that of a thread, which /proc does not list.
+/// A path "ID/FILE" below /proc. The id may be that of a thread, which /proc does not list.
 class ProcessPath
 {
   public:
@@ -61,16 +61,17 @@ void forEachNumber(int folder, Visit const & visit)
     }
 }
 
-/// The beginning of a process's file; empty when the process has ended or does not show it.
-std::string_view readFile(int proc, std::uint32_t id, std::string_view name, std::span<char> room)
+/// Reads the beginning of a file of a process. Empty if the process has ended or the file is not
+/// readable.
+std::string_view readFile(int proc, std::uint32_t id, std::string_view name, std::span<char> buffer)
 {
     Descriptor const file(::openat(proc, ProcessPath(id, name).c_str(), O_RDONLY | O_CLOEXEC));
-    ssize_t const size = file.isOpen() ? ::read(file.get(), room.data(), room.size()) : -1;
-    return size > 0 ? std::string_view(room.data(), static_cast<std::size_t>(size))
+    ssize_t const size = file.isOpen() ? ::read(file.get(), buffer.data(), buffer.size()) : -1;
+    return size > 0 ? std::string_view(buffer.data(), static_cast<std::size_t>(size))
                     : std::string_view();
 }
 
-/// The product, or the largest number where the product does not fit.
+/// Returns the product, or the largest number after an overflow.
 std::int64_t limitedProduct(std::uint64_t count, std::int64_t unit)
 {
     std::int64_t product = 0;
@@ -78,13 +79,13 @@ std::int64_t limitedProduct(std::uint64_t count, std::int64_t unit)
                                                          : product;
 }
 
-/// The line in a process's file "stat": "ID (COMMAND) STATE PARENT …".
+/// The line in the file "stat" of a process: "ID (COMMAND) STATE PARENT …".
 class StatLine
 {
   public:
     StatLine(int proc, std::uint32_t id)
     {
-        std::string_view const line = readFile(proc, id, "stat", room_);
+        std::string_view const line = readFile(proc, id, "stat", buffer_);
         std::size_t const open = line.find('(');
         std::size_t const close = line.rfind(')');
         if (close == std::string_view::npos || open > close || close + 2 > line.size())
@@ -100,8 +101,7 @@ class StatLine
     StatLine(StatLine const &) = delete;
     StatLine & operator=(StatLine const &) = delete;
 
-    /// Whether it is a process that runs programs, not one of the kernel's threads, and has a
-    /// living thread.
+    /// Returns whether the process is not a kernel thread and has a thread that has not ended.
     bool isRunning() const
     {
         return !fields_[State].empty() && !isKernelThread() &&
@@ -109,11 +109,12 @@ class StatLine
     }
     bool isThreadAlive() const { return fields_[State] != "Z" && fields_[State] != "X"; }
 
-    /// At most 15 characters, any of them.
+    /// Returns the command, at most 15 arbitrary characters.
     std::string_view command() const { return command_; }
     std::uint32_t parentId() const { return static_cast<std::uint32_t>(number(Parent)); }
 
-    /// The processor time is that of the whole process, the memory what this thread shows.
+    /// Returns the counters. The processor time is that of the whole process. The memory is the
+    /// figure of this thread.
     ProcessCounters counters() const
     {
         static std::int64_t const tickIn100ns = 10'000'000 / ::sysconf(_SC_CLK_TCK);
@@ -126,7 +127,7 @@ class StatLine
     }
 
   private:
-    /// Counted from what follows the command.
+    /// Positions of the fields behind the command.
     enum Field {
         State = 0,
         Parent = 1,
@@ -147,13 +148,13 @@ class StatLine
         return value;
     }
 
-    char room_[1024];
+    char buffer_[1024];
     std::string_view command_;
     std::string_view fields_[FieldCount];
 };
 
-/// The thread through which a process shows its executable, arguments and memory: the main thread,
-/// or a living one when the main thread has ended.
+/// Returns the thread whose files contain executable, arguments and memory of a process: the main
+/// thread, or a living one if the main thread has ended.
 std::uint32_t shownThread(int proc, std::uint32_t id, StatLine const & stat)
 {
     if (stat.isThreadAlive())
@@ -176,7 +177,7 @@ ProcessCounters countersOf(int proc, std::uint32_t id, StatLine const & stat)
     return thread == id ? stat.counters() : StatLine(proc, thread).counters();
 }
 
-/// The counters of a process that is running.
+/// Reads the current counters of a process. Empty if it is not running.
 std::optional<ProcessCounters> countersNow(int proc, std::uint32_t id)
 {
     StatLine const stat(proc, id);
@@ -188,30 +189,30 @@ std::string_view fileNameOf(std::string_view path)
     return path.substr(path.rfind('/') + 1);
 }
 
-/// The file name of a process's executable. Where that does not show itself it is the command,
-/// completed from the arguments when it may have been cut.
-std::string_view nameOf(int proc, std::uint32_t id, StatLine const & stat, std::span<char> room)
+/// Returns the file name of the executable of a process. If the executable is not readable, returns
+/// the command, which is completed from the arguments if the kernel may have truncated it.
+std::string_view nameOf(int proc, std::uint32_t id, StatLine const & stat, std::span<char> buffer)
 {
-    constexpr std::size_t cutCommand = 15;
+    constexpr std::size_t truncatedSize = 15;
     constexpr std::string_view deleted = " (deleted)";
     std::uint32_t const thread = shownThread(proc, id, stat);
     ssize_t const size =
-        ::readlinkat(proc, ProcessPath(thread, "exe").c_str(), room.data(), room.size());
+        ::readlinkat(proc, ProcessPath(thread, "exe").c_str(), buffer.data(), buffer.size());
     if (size > 0) {
-        std::string_view path(room.data(), static_cast<std::size_t>(size));
+        std::string_view path(buffer.data(), static_cast<std::size_t>(size));
         if (path.ends_with(deleted))
             path.remove_suffix(deleted.size());
         return fileNameOf(path);
     }
     std::string_view const command = stat.command();
-    if (command.size() < cutCommand)
+    if (command.size() < truncatedSize)
         return command;
-    std::string_view const arguments = readFile(proc, thread, "cmdline", room);
+    std::string_view const arguments = readFile(proc, thread, "cmdline", buffer);
     std::string_view const first = fileNameOf(arguments.substr(0, arguments.find('\0')));
     return first.starts_with(command) ? first : command;
 }
 
-/// Now, in 100 ns.
+/// Returns the current time in 100 ns.
 std::int64_t now()
 {
     timespec time{};
@@ -234,10 +235,10 @@ Result<> ProcessTable::list(std::function<bool(ListedProcess const &)> const & k
     Descriptor const proc(openProc());
     if (!proc.isOpen())
         return lastError(procFolder);
-    char room[PATH_MAX];
+    char buffer[PATH_MAX];
     forEachNumber(proc.get(), [&](std::uint32_t id) {
         StatLine const stat(proc.get(), id);
-        if (stat.isRunning() && keep({id, stat.parentId(), nameOf(proc.get(), id, stat, room)}))
+        if (stat.isRunning() && keep({id, stat.parentId(), nameOf(proc.get(), id, stat, buffer)}))
             listed_.add(id, countersOf(proc.get(), id, stat));
         return true;
     });
@@ -292,7 +293,7 @@ std::optional<ProcessCounters> ProcessTable::counters(std::uint32_t id) const
 
 void killProcess(std::uint32_t id)
 {
-    // 0 and, as a signed number, everything from 2^31 on would mean groups of processes.
+    // kill() sends the signal to groups of processes for 0 and for negative ids.
     if (id > 1 && id <= INT_MAX)
         ::kill(static_cast<pid_t>(id), SIGKILL);
 }

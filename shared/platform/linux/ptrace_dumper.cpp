@@ -1,10 +1,10 @@
-// Breakpad's reading of a process by ptrace, with another way to stop its threads. It is compiled
-// into oxBreakpad in place of linux_ptrace_dumper.cc.
+// Breakpad's ptrace dumper with another way to stop threads. It is compiled into oxBreakpad in
+// place of linux_ptrace_dumper.cc.
 //
-// Breakpad stops a thread by a SIGSTOP. When a signal reaches the thread at the same moment,
-// Breakpad takes that stop for its own: the signal is lost, and the SIGSTOP, which comes after it,
-// stops the whole process for good. Here the kernel interrupts the thread without a signal, and a
-// signal that is met on the way is delivered when the thread goes on.
+// Breakpad stops a thread by a SIGSTOP. If another signal reaches the thread at the same moment,
+// Breakpad takes that stop for the SIGSTOP. The signal is then lost, and the late SIGSTOP stops the
+// whole process for good. Here the kernel interrupts the thread without a signal, and a pending
+// signal is delivered when the thread continues.
 
 #include "client/linux/minidump_writer/linux_ptrace_dumper.h"
 
@@ -23,15 +23,15 @@ namespace
 
 long attach(pid_t thread)
 {
-    // A process that is killed could not end while this one, which hangs, holds its threads.
+    // The threads stay stopped while this process hangs, so it ends together with its parent.
     sys_prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
     if (sys_ptrace(PTRACE_SEIZE, thread, nullptr, nullptr) != 0)
         return -1;
     return sys_ptrace(PTRACE_INTERRUPT, thread, nullptr, nullptr);
 }
 
-/// The signal that the stopped thread was about to receive; 0 for none.
-long signalOnTheWay(pid_t thread)
+/// Returns the signal that the stopped thread was about to receive, or 0.
+long pendingSignal(pid_t thread)
 {
     siginfo_t stop{};
     bool const isStopped = sys_ptrace(PTRACE_GETSIGINFO, thread, nullptr, &stop) == 0;
@@ -45,24 +45,24 @@ long trace(int request, pid_t thread, void * address, void * data)
         return attach(thread);
     case PTRACE_DETACH:
         return sys_ptrace(request, thread, nullptr,
-                          reinterpret_cast<void *>(signalOnTheWay(thread)));
+                          reinterpret_cast<void *>(pendingSignal(thread)));
     default:
         return sys_ptrace(request, thread, address, data);
     }
 }
 
-/// Waits until a thread stands, but at most three seconds for all threads of a dump together. A
-/// thread that hangs in the kernel, say in a read of a share that does not answer, is then left out
-/// of the dump.
+/// Waits until a thread has stopped, at most three seconds for all threads of a dump together. A
+/// thread that hangs in the kernel, for example in a read from an unreachable share, is left out of
+/// the dump.
 pid_t waitForStop(pid_t thread, int * status, int options)
 {
     constexpr timespec pause{0, 20'000};
-    constexpr std::time_t patienceSeconds = 3;
-    static timespec end{}; // each dump has a process of its own
+    constexpr std::time_t timeoutSeconds = 3;
+    static timespec end{}; // one process writes one dump
     timespec now{};
     ::clock_gettime(CLOCK_MONOTONIC, &now);
     if (end.tv_sec == 0)
-        end = {now.tv_sec + patienceSeconds, now.tv_nsec};
+        end = {now.tv_sec + timeoutSeconds, now.tv_nsec};
     for (;;) {
         pid_t const stopped = sys_waitpid(thread, status, options | WNOHANG);
         if (stopped != 0)

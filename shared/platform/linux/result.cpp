@@ -49,7 +49,7 @@ std::optional<std::u16string> errorMessage(int code)
     char buffer[500];
     std::string_view const message = ::strerror_r(code, buffer, sizeof buffer);
     errno = saved;
-    // In whatever language, the text for an unknown error is the only kind that ends with the code.
+    // In each language only the text for an unknown error ends with the code.
     if (message.ends_with(std::to_string(code)))
         return std::nullopt;
     return systemText(message);
@@ -57,7 +57,7 @@ std::optional<std::u16string> errorMessage(int code)
 
 std::optional<std::u16string> exceptionMessage(unsigned)
 {
-    return std::nullopt; // exceptions are signals here, which have no message table
+    return std::nullopt; // on Linux exceptions are signals, which have no message table
 }
 
 } // namespace ox::platform

@@ -16,9 +16,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-// The protocol, which docs/shared_memory.md explains: whoever has a segment open has the shared
-// flock of its object. A new object is whole and flocked before it gets its name. Who gets the
-// exclusive flock is alone with the object, and either fills it anew or takes its name away.
+// The protocol, which docs/shared_memory.md explains: each process that has a segment open has the
+// shared flock of its object. A new object has its full size and a flock before it gets its name. A
+// process with the exclusive flock is the only user of the object, and either fills it again or
+// removes its name.
 
 namespace ox::platform
 {
@@ -27,11 +28,12 @@ namespace
 
 constexpr std::string_view objectFolder = "/dev/shm/";
 
-/// The object's name. A segment's name that cannot be a file's is replaced by what can be kept of
-/// it and a hash of all of it, so that two names do not become one.
+/// Returns the name of the object. If the name of the segment is not a valid file name, the result
+/// is its start with illegal characters replaced, and a hash of the whole name, so that two
+/// segments have different objects.
 std::string objectName(std::string const & segment)
 {
-    constexpr std::size_t longest = 200;
+    constexpr std::size_t prefixLength = 200;
     std::string name = segment;
     std::replace_if(
         name.begin(), name.end(), [](char c) { return c == '/' || c == '\0'; }, '%');
@@ -40,7 +42,7 @@ std::string objectName(std::string const & segment)
     std::uint64_t hash = 0xCBF29CE484222325; // FNV-1a
     for (char const c : segment)
         hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3;
-    return name.substr(0, longest) + '%' + std::to_string(hash);
+    return name.substr(0, prefixLength) + '%' + std::to_string(hash);
 }
 
 std::string objectPath(std::string name, SharedSegment::Reach reach)
@@ -48,7 +50,7 @@ std::string objectPath(std::string name, SharedSegment::Reach reach)
     if (reach == SharedSegment::Reach::Local)
         name += '.' + std::to_string(::geteuid());
     else if (auto const backslash = name.find('\\'); backslash != name.npos)
-        name.erase(backslash, 1); // of the prefix "Global\"
+        name.erase(backslash, 1); // removes the backslash of the prefix "Global\"
     return std::string(objectFolder) + objectName(name);
 }
 
@@ -62,19 +64,19 @@ std::size_t wholePages(std::size_t size)
 
 /// The open object of a segment.
 struct SharedSegment::System {
-    enum class State { Live, Orphan, Unsettled };
+    enum class State { Live, Orphan, Changing };
 
     bool isOpen() const { return descriptor >= 0; }
     bool takeFlock(int operation) const { return ::flock(descriptor, operation | LOCK_NB) == 0; }
 
-    /// Points to the object of a segment, which need not exist.
-    void aim(std::string const & name, Reach where)
+    /// Selects the object of a segment, which may be missing.
+    void selectObject(std::string const & name, Reach where)
     {
         reach = where;
         path = objectPath(name, where);
     }
 
-    bool nameMeansObject() const
+    bool nameRefersToObject() const
     {
         struct stat named;
         struct stat opened;
@@ -82,22 +84,23 @@ struct SharedSegment::System {
                named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
     }
 
-    /// Opens the object that has the name and tells who else has it open. Live: others, and now
-    /// this process, too. Orphan: nobody, and this process keeps everybody out. Unsettled: somebody
-    /// is just filling it or removing it.
+    /// Opens the object and returns its state. Live: other processes have it open, and this process
+    /// has the shared flock, too. Orphan: no process has it open, and this process has the
+    /// exclusive flock. Changing: another process is filling or removing it.
     Result<State> find()
     {
-        // All can put something under a name; nothing of that is followed or waited for.
+        // Any user can create a link or a pipe with this name. The flags follow no link and wait
+        // for no pipe.
         descriptor = ::open(path.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
         if (!isOpen())
             return lastError("open");
         bool const isAlone = takeFlock(LOCK_EX);
         if (!isAlone && !takeFlock(LOCK_SH))
-            return State::Unsettled;
+            return State::Changing;
         struct stat status;
         bool const isNamed = ::fstat(descriptor, &status) == 0 && status.st_nlink > 0;
         if (!isNamed) // another has removed it in the meantime
-            return State::Unsettled;
+            return State::Changing;
         if (!mayBeSegment(status)) {
             ::close(std::exchange(descriptor, -1));
             return Error{EACCES, "open"};
@@ -105,18 +108,19 @@ struct SharedSegment::System {
         if (isAlone)
             return State::Orphan;
         size = static_cast<std::size_t>(status.st_size);
-        // An object that only its owner may remove is left behind empty.
-        return size > 0 ? State::Live : State::Unsettled;
+        // A process that may not remove an object of another owner leaves it empty.
+        return size > 0 ? State::Live : State::Changing;
     }
 
-    /// To a local segment belongs only the user's own object.
+    /// Returns whether a file may be the object of a segment. A local segment only uses an object
+    /// of this user.
     bool mayBeSegment(struct stat const & status) const
     {
         return S_ISREG(status.st_mode) && (reach == Reach::Global || status.st_uid == ::geteuid());
     }
 
-    /// Gives the object its memory; a hole in it would turn a full system into a SIGBUS. The memory
-    /// is reserved in pieces, between which signals are delivered.
+    /// Allocates the memory of the object, since a write to a hole on a full system causes a
+    /// SIGBUS. It is allocated in pieces, so that signals are delivered in between.
     Result<> reserve(std::size_t wanted)
     {
         constexpr std::size_t piece = 16 << 20;
@@ -127,8 +131,8 @@ struct SharedSegment::System {
         return reserved;
     }
 
-    /// Some kernels release the whole piece again when a signal arrives, so a periodic timer would
-    /// never let the piece end.
+    /// Allocates a piece with all signals blocked. Some kernels free the whole piece when a signal
+    /// arrives, so a periodic timer would prevent the allocation.
     Result<> reservePiece(std::size_t offset, std::size_t length) const
     {
         sigset_t all;
@@ -144,13 +148,13 @@ struct SharedSegment::System {
         return error == 0 ? Result<>() : Error{error, "posix_fallocate"};
     }
 
-    /// Makes an object without a name, and names it when it is ready.
-    Result<> makeNew(std::size_t wanted)
+    /// Creates an object without a name, and gives it its name when it is complete.
+    Result<> createObject(std::size_t wanted)
     {
         mode_t const mode = reach == Reach::Global ? 0666 : 0600;
         descriptor = ::open(objectFolder.data(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode);
         std::string const self = "/proc/self/fd/" + std::to_string(descriptor);
-        // The mode again, for the process's mask does not apply to segments.
+        // fchmod sets the mode again, since the umask must not apply to segments.
         if (!isOpen() || ::fchmod(descriptor, mode) != 0 || !takeFlock(LOCK_SH))
             return lastError("open");
         if (auto const reserved = reserve(wanted); !reserved)
@@ -160,9 +164,9 @@ struct SharedSegment::System {
             "linkat");
     }
 
-    /// Fills an orphan anew, whoever made it: the folder lets only its owner remove it. The flock
-    /// turns into a shared one in one step.
-    Result<> renew(std::size_t wanted)
+    /// Fills an orphan again, even that of another user, who alone may remove it. The exclusive
+    /// flock becomes a shared one in one step.
+    Result<> refill(std::size_t wanted)
     {
         if (::ftruncate(descriptor, 0) != 0)
             return lastError("ftruncate");
@@ -171,28 +175,29 @@ struct SharedSegment::System {
         return resultOf(takeFlock(LOCK_SH), "flock");
     }
 
-    /// Closes the object. The last one out removes it, or empties it where that is not allowed.
-    Result<> leave()
+    /// Closes the object. The last process removes it, or empties it if it may not remove it.
+    Result<> closeObject()
     {
         if (!isOpen())
             return {};
-        if (takeFlock(LOCK_EX) && nameMeansObject() && ::unlink(path.c_str()) != 0) {
+        if (takeFlock(LOCK_EX) && nameRefersToObject() && ::unlink(path.c_str()) != 0) {
             [[maybe_unused]] int const emptied = ::ftruncate(descriptor, 0);
         }
         return resultOf(::close(std::exchange(descriptor, -1)) == 0, "close");
     }
 
-    /// Repeats a step for as long as it returns that the object is between two states, at most for
-    /// two seconds: the others may be stopped, or mean no good. Leaves the object after a failure.
+    /// Repeats a step every millisecond as long as its result is empty, which means that the object
+    /// is changing. Fails after two seconds, since another process may be stopped or malicious.
+    /// Closes the object after a failure.
     template <typename Step>
-    Result<> settle(Step step)
+    Result<> retryWhileChanging(Step step)
     {
-        constexpr int patienceMs = 2000;
-        for (int waited = 0; waited < patienceMs; ++waited) {
+        constexpr int timeoutMs = 2000;
+        for (int waited = 0; waited < timeoutMs; ++waited) {
             std::optional<Result<>> const result = step();
             if (result && *result)
                 return *result;
-            static_cast<void>(leave());
+            static_cast<void>(closeObject());
             if (result)
                 return *result;
             sleepMilliseconds(1);
@@ -215,37 +220,38 @@ SharedSegment::~SharedSegment()
 
 Result<> SharedSegment::prepareGlobalAccess()
 {
-    return {}; // the mode of the object says it all
+    return {}; // the mode of the object is sufficient
 }
 
 Result<> SharedSegment::create(std::string const & name, Reach reach, std::size_t size)
 {
-    system_->aim(name, reach);
-    return system_->settle([this, wanted = wholePages(size)]() -> std::optional<Result<>> {
-        auto const state = system_->find();
-        if (!state && state.error().code != ENOENT)
-            return state.error();
-        if (!state) {
-            auto const made = system_->makeNew(wanted);
-            bool const wasAnotherFaster = !made && made.error().code == EEXIST;
-            return wasAnotherFaster ? std::nullopt : std::optional(made);
-        }
-        switch (*state) {
-        case System::State::Live:
-            return Error{EEXIST, "open"};
-        case System::State::Orphan:
-            return system_->renew(wanted);
-        case System::State::Unsettled:
-            break;
-        }
-        return std::nullopt;
-    });
+    system_->selectObject(name, reach);
+    return system_->retryWhileChanging(
+        [this, wanted = wholePages(size)]() -> std::optional<Result<>> {
+            auto const state = system_->find();
+            if (!state && state.error().code != ENOENT)
+                return state.error();
+            if (!state) {
+                auto const made = system_->createObject(wanted);
+                bool const wasAnotherFaster = !made && made.error().code == EEXIST;
+                return wasAnotherFaster ? std::nullopt : std::optional(made);
+            }
+            switch (*state) {
+            case System::State::Live:
+                return Error{EEXIST, "open"};
+            case System::State::Orphan:
+                return system_->refill(wanted);
+            case System::State::Changing:
+                break;
+            }
+            return std::nullopt;
+        });
 }
 
 Result<> SharedSegment::open(std::string const & name, Reach reach)
 {
-    system_->aim(name, reach);
-    return system_->settle([this]() -> std::optional<Result<>> {
+    system_->selectObject(name, reach);
+    return system_->retryWhileChanging([this]() -> std::optional<Result<>> {
         auto const state = system_->find();
         if (!state)
             return state.error();
@@ -254,7 +260,7 @@ Result<> SharedSegment::open(std::string const & name, Reach reach)
             return Result<>();
         case System::State::Orphan:
             return Error{ENOENT, "open"};
-        case System::State::Unsettled:
+        case System::State::Changing:
             break;
         }
         return std::nullopt;
@@ -290,7 +296,7 @@ Result<> SharedSegment::close()
 {
     if (view_)
         ::munmap(std::exchange(view_, nullptr), system_->size);
-    return system_->leave();
+    return system_->closeObject();
 }
 
 } // namespace ox::platform

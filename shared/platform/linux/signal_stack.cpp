@@ -32,7 +32,8 @@ class SignalStack
     }
     ~SignalStack()
     {
-        // The system refuses while a signal handler runs on it, and then the memory must stay.
+        // The system refuses to change the stack while a signal handler uses it; the memory must
+        // stay then.
         if (memory_ != MAP_FAILED && ::sigaltstack(&previous_, nullptr) == 0)
             ::munmap(memory_, guard + size);
     }

@@ -21,7 +21,7 @@ namespace
 
 constexpr std::int64_t nanoseconds = 1'000'000'000;
 
-/// A folder that the environment names; a relative one does not count.
+/// Returns the folder in an environment variable. Empty for a relative path.
 std::optional<std::string> folderVariable(char const * name)
 {
     char const * const value = std::getenv(name);
@@ -33,16 +33,16 @@ uid_t numberOf(UserOf which)
     return which == UserOf::Settings ? ::getuid() : ::geteuid();
 }
 
-/// The folder that a variable names, else the usual one in the home.
-Result<std::u16string> folderInHome(char const * variable, char const * usual)
+/// Returns the folder in an environment variable, or `defaultFolder` in the home folder.
+Result<std::u16string> folderInHome(char const * variable, char const * defaultFolder)
 {
     if (auto const named = folderVariable(variable))
         return systemText(*named);
     if (auto const home = folderVariable("HOME"))
-        return systemText(*home + usual);
+        return systemText(*home + defaultFolder);
     TokenSize token;
     auto const known = userHome(UserOf::Settings, token);
-    return known ? systemText(toUtf8(*known) + usual) : known;
+    return known ? systemText(toUtf8(*known) + defaultFolder) : known;
 }
 
 std::int64_t countOf(timespec time)
@@ -57,8 +57,8 @@ std::int64_t clockCount(clockid_t clock)
     return countOf(time);
 }
 
-/// When somebody typed into a terminal last; 0 for one that nobody has typed into since it was made
-/// or handed to its user.
+/// Returns the time of the last input at a terminal, or 0 if none followed its creation or its last
+/// change of owner.
 std::int64_t lastTyped(char const * terminal)
 {
     struct stat status;
@@ -144,7 +144,7 @@ std::optional<InputTicks> inputTicks()
     for (int console = 1; console < 64; ++console)
         typed = std::max(typed, lastTyped(("/dev/tty" + std::to_string(console)).c_str()));
 
-    // A clock that nobody sets tells how long ago that was.
+    // The ticks come from the boot-time clock, which no program sets.
     std::int64_t const running = clockCount(CLOCK_BOOTTIME);
     std::int64_t const ago = clockCount(CLOCK_REALTIME) - typed;
     if (typed == 0 || ago < 0 || ago >= running)
