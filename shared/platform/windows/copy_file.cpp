@@ -37,7 +37,7 @@ Result<> mayReplace(NativeName const & target, NativeName const & source)
 {
     auto const first = identityOf(target);
     auto const second = identityOf(source);
-    // Some servers give every file the index 0.
+    // Some servers return the index 0 for all files.
     bool const areKnown = first && second && (first->nFileIndexHigh | first->nFileIndexLow) != 0;
     if (areKnown && first->dwVolumeSerialNumber == second->dwVolumeSerialNumber &&
         first->nFileIndexHigh == second->nFileIndexHigh &&

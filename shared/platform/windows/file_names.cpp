@@ -12,8 +12,8 @@ namespace ox::platform
 namespace
 {
 
-/// The system takes longer names only in full and behind a prefix that switches its limit off. The
-/// limit is that of a folder, which must leave room for a file with a short name.
+/// The system accepts longer names only as full paths with a prefix that removes the limit. The
+/// limit of folders applies to all names: it leaves 12 characters for a file name.
 constexpr std::size_t longestPlainName = 247;
 
 std::wstring fullName(std::wstring const & name)
@@ -58,13 +58,14 @@ std::u16string nameText(std::basic_string_view<NativeName::value_type> name)
     return toUtf16(name);
 }
 
-int widenSystemText(std::string_view text, unsigned short * units, int room)
+int widenSystemText(std::string_view text, unsigned short * units, int capacity)
 {
-    // Converted aside, since the system gives nothing at all for a text that does not fit.
+    // The text is converted into a separate buffer, since the system returns nothing if a text does
+    // not fit.
     std::wstring wide(text.size(), L'\0');
     int const length = ::MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()),
                                              wide.data(), static_cast<int>(wide.size()));
-    int const written = std::clamp(length, 0, std::max(room, 0));
+    int const written = std::clamp(length, 0, std::max(capacity, 0));
     std::copy_n(wide.begin(), written, units);
     return written;
 }

@@ -37,7 +37,7 @@ Result<> allowEverybody(Get const & get, Set const & set, DWORD rights, DWORD in
     if (Result<> const read = resultOfCode(get(&present, &descriptor)); !read)
         return read;
     Local<void> const descriptorOwner(descriptor);
-    if (!present) // without a list everybody may do everything
+    if (!present) // an object without a list allows everything
         return {};
 
     EXPLICIT_ACCESS_W entry = {};
@@ -81,7 +81,7 @@ Result<> allowEverybodyToExecute(NativeName const & name)
 
 Result<> allowEverybodyToFill(NativeName const & folder, bool inherit)
 {
-    // By its name, since the system passes inherited entries on to what is in the folder then.
+    // The folder is given by name, since the system then applies inherited entries to its content.
     std::wstring object = folder;
     return allowEverybody(
         [&](PACL * list, PSECURITY_DESCRIPTOR * descriptor) {

@@ -11,8 +11,7 @@ namespace ox::platform
 namespace
 {
 
-/// The drive or share that a path begins with, up to and including the separator behind it. Empty
-/// when there is none.
+/// Returns the drive or share of a path with the separator behind it, or an empty name without one.
 NativeName rootOf(NativeName path)
 {
     bool const isUnlimitedShare = path.starts_with(LR"(\\?\UNC\)");
@@ -27,8 +26,8 @@ NativeName rootOf(NativeName path)
     return end == path.npos ? NativeName() : path.substr(0, end + 1);
 }
 
-/// Whether two names stand for one file that has no second name of its own, so that deleting it
-/// under the one deletes it under the other.
+/// Returns whether two names refer to one file with a single link. Deleting one of the names then
+/// deletes the other.
 bool isOneFile(NativeName const & one, NativeName const & other)
 {
     BY_HANDLE_FILE_INFORMATION files[2];
@@ -38,14 +37,14 @@ bool isOneFile(NativeName const & one, NativeName const & other)
         if (!file.isOpen() || !::GetFileInformationByHandle(file.get(), &files[i]))
             return false;
     }
-    // Some servers give every file the index 0.
+    // Some servers return the index 0 for all files.
     return (files[0].nFileIndexHigh | files[0].nFileIndexLow) != 0 &&
            files[0].dwVolumeSerialNumber == files[1].dwVolumeSerialNumber &&
            files[0].nFileIndexHigh == files[1].nFileIndexHigh &&
            files[0].nFileIndexLow == files[1].nFileIndexLow && files[0].nNumberOfLinks == 1;
 }
 
-/// An absolute path in the form that the system takes at any length. It allocates nothing.
+/// An absolute path in the form without a length limit. It allocates no memory.
 class UnlimitedName
 {
   public:
@@ -82,7 +81,8 @@ Result<FileStatus> fileStatus(NativeName const & name)
         return lastError();
     if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
         return FileStatus{true, 0, secondsOf(data.ftLastWriteTime)};
-    // Opened without any access, which is refused where the file cannot be used.
+    // The file is opened without access rights. This fails if another process has it open without
+    // sharing.
     Handle const file(openFile(name, 0, shareNothing, OPEN_EXISTING));
     LARGE_INTEGER size;
     if (!file.isOpen() || !::GetFileSizeEx(file.get(), &size))
@@ -115,7 +115,7 @@ Result<> moveFile(NativeName const & from, NativeName const & to)
 
 Result<> moveOver(NativeName const & from, NativeName const & to)
 {
-    // Succeeds for two spellings of one name, which may differ in their letter case.
+    // Succeeds for names of one file that differ only in letter case.
     Result<> const moved = moveFile(from, to);
     if (moved || moved.error().kind() != ErrorKind::AlreadyExists)
         return moved;

@@ -15,7 +15,7 @@ bool isLink(DWORD attributes)
     return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 
-/// Opens a real folder so that, while it is open, nobody can rename it, delete it or make a link of
+/// Opens a folder that is not a link. While it is open, no process can rename, delete or replace
 /// it.
 HANDLE openFolder(NativeName const & name)
 {
@@ -25,7 +25,7 @@ HANDLE openFolder(NativeName const & name)
     BY_HANDLE_FILE_INFORMATION information;
     if (!folder.isOpen() || !::GetFileInformationByHandle(folder.get(), &information))
         return INVALID_HANDLE_VALUE;
-    // The name alone may be a link although what is open here is a folder.
+    // The attributes of the name may show a link although the open object is a folder.
     DWORD const attributes = information.dwFileAttributes | ::GetFileAttributesW(name.c_str());
     if ((information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 && !isLink(attributes))
         return folder.release();
@@ -33,7 +33,7 @@ HANDLE openFolder(NativeName const & name)
     return INVALID_HANDLE_VALUE;
 }
 
-/// The full name of an open folder, in the form that has no limit of length. Empty on failure.
+/// Returns the full path of an open folder in the form without a length limit. Empty on failure.
 NativeName fullName(HANDLE folder)
 {
     NativeName name(32768, L'\0');
@@ -95,7 +95,7 @@ FolderTree::FolderTree() : system_(std::make_unique<System>()) {}
 
 FolderTree::~FolderTree()
 {
-    // From the inside out.
+    // Subfolders are closed before their parents.
     while (!system_->open.empty())
         system_->open.pop_back();
 }
@@ -105,7 +105,7 @@ Result<> FolderTree::open(NativeName const & folder)
     NativeName name = folder;
     while (name.size() > 3 && (name.ends_with(L'\\') || name.ends_with(L'/')))
         name.pop_back();
-    // A drive alone would mean whatever folder is the current one there.
+    // A drive without a separator denotes its current folder.
     if (name.ends_with(L':'))
         name += L'\\';
     auto opened = std::make_unique<Handle>(openFolder(name));

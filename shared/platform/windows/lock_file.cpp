@@ -4,27 +4,27 @@
 
 extern "C" NTSYSAPI LONG NTAPI RtlGetLastNtStatus();
 
-// The protocol, which docs/lock_files.md explains: creating the file decides who gets the name, and
-// the holder keeps it open without sharing, so that the system refuses to everybody else whatever
-// would take the name away.
+// The protocol, which docs/lock_files.md explains: creating the file decides which process gets the
+// name. The holder keeps the file open without sharing, so the system refuses to rename, delete or
+// replace it.
 
 namespace ox::platform
 {
 namespace
 {
 
-/// The last error of a call that opens a name. It is InUse also for a name on its way out, deleted
-/// while some process still looks at it.
+/// Returns the last error of a call that opens a name. It is InUse also for a file whose deletion
+/// waits for another process to close it.
 Error openError(char const * step)
 {
     constexpr LONG deletePending = static_cast<LONG>(0xC0000056);
     Error const error = lastError(step);
-    bool const isGoing =
+    bool const isDeletePending =
         error.code == ERROR_ACCESS_DENIED && ::RtlGetLastNtStatus() == deletePending;
-    return isGoing ? Error{ERROR_SHARING_VIOLATION, step} : error;
+    return isDeletePending ? Error{ERROR_SHARING_VIOLATION, step} : error;
 }
 
-/// Marks an open file for deletion at its closing.
+/// Marks an open file for deletion when it is closed.
 Result<> deleteOnClose(HANDLE file)
 {
     FILE_DISPOSITION_INFO disposition{TRUE};
@@ -33,7 +33,8 @@ Result<> deleteOnClose(HANDLE file)
                     "SetFileInformationByHandle");
 }
 
-/// What tells a file from another one that has its name later.
+/// Returns whether two files are the same. The creation time distinguishes a file from a later one
+/// of the same name.
 bool isSameFile(BY_HANDLE_FILE_INFORMATION const & a, BY_HANDLE_FILE_INFORMATION const & b)
 {
     return a.dwVolumeSerialNumber == b.dwVolumeSerialNumber &&
@@ -41,7 +42,7 @@ bool isSameFile(BY_HANDLE_FILE_INFORMATION const & a, BY_HANDLE_FILE_INFORMATION
            ::CompareFileTime(&a.ftCreationTime, &b.ftCreationTime) == 0;
 }
 
-/// Renames a file, and replaces what has the new name, also a read-only file.
+/// Renames a file and replaces an existing file of that name, even a read-only one.
 Result<> rename(NativeName const & name, NativeName const & newName)
 {
     ::SetFileAttributesW(newName.c_str(), FILE_ATTRIBUTE_NORMAL);
@@ -50,7 +51,7 @@ Result<> rename(NativeName const & name, NativeName const & newName)
                     "MoveFileExW");
 }
 
-/// One try to remove a closed lock file, see removeClosed.
+/// Tries once to remove a closed lock file, see removeClosed.
 Result<> tryToRemove(NativeName const & name, NativeName const & leftover,
                      BY_HANDLE_FILE_INFORMATION const & own)
 {
@@ -66,9 +67,9 @@ Result<> tryToRemove(NativeName const & name, NativeName const & leftover,
     return rename(name, leftover);
 }
 
-/// Removes a lock file that this process has closed, because the system refuses to delete it
-/// through the handle that created it. Opening it again fails while anybody holds a lock under the
-/// name, and while it is open the name cannot pass to another file.
+/// Removes a lock file that this process has closed, if the system refuses to delete it through the
+/// handle that created it. Opening it again fails while another process holds a lock of this name.
+/// While it is open, the name cannot pass to another file.
 Result<> removeClosed(NativeName const & name, NativeName const & leftover,
                       BY_HANDLE_FILE_INFORMATION const & own)
 {
@@ -106,7 +107,7 @@ Result<> LockFile::take(NativeName const & name)
 
 void LockFile::write(std::string_view content)
 {
-    // Nothing depends on the content, and the lock is held even on a full disk.
+    // A failed write is ignored, since the lock is held without content, too.
     DWORD written;
     ::WriteFile(toHandle(handle_), content.data(), static_cast<DWORD>(content.size()), &written,
                 nullptr);
@@ -117,7 +118,8 @@ Result<> LockFile::release(NativeName const & leftover)
     if (!isHeld())
         return {};
     Handle file(toHandle(std::exchange(handle_, none)));
-    // By handle: the name can mean another's lock as soon as the file is closed.
+    // The file is deleted by its handle, since the name may belong to another lock after it is
+    // closed.
     if (deleteOnClose(file.get()))
         return {};
     BY_HANDLE_FILE_INFORMATION own;
@@ -134,7 +136,8 @@ bool lockFileExists(NativeName const & name)
 
 void removeLeftLockFile(NativeName const & name, std::int64_t writtenBefore)
 {
-    // Unshared: fails while somebody holds the lock, and nobody can take it before it is removed.
+    // Opening without sharing fails while a process holds the lock, and no process can take the
+    // lock before the file is removed.
     Handle const file(openFile(name, DELETE | FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES,
                                shareNothing, OPEN_EXISTING));
     FILETIME modified;
@@ -153,7 +156,7 @@ LockFileView viewLockFile(NativeName const & name)
     WIN32_FILE_ATTRIBUTE_DATA data{};
     if (!::GetFileAttributesExW(name.c_str(), GetFileExInfoStandard, &data)) {
         if (Error const error = openError("GetFileAttributesExW"); !isTaken(error)) {
-            // A missing folder has an error of its own.
+            // A missing folder has another error than a missing file.
             view.error = error.code == ERROR_FILE_NOT_FOUND ? 0 : error.code;
             return view;
         }

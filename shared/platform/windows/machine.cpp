@@ -20,7 +20,7 @@ namespace ox::platform
 namespace
 {
 
-/// The cores of the processors, each with the number of its logical processors.
+/// Returns the number of logical processors of each core.
 std::vector<int> threadsOfCores()
 {
     using Record = SYSTEM_LOGICAL_PROCESSOR_INFORMATION;
@@ -48,11 +48,11 @@ std::string fromWide(std::wstring const & text)
     return bytes;
 }
 
-template <typename Question, typename Answer>
-DWORD ask(Handle const & disk, DWORD code, Question & question, Answer & answer)
+template <typename Request, typename Answer>
+DWORD sendRequest(Handle const & disk, DWORD code, Request & request, Answer & answer)
 {
     DWORD length = 0;
-    return ::DeviceIoControl(disk.get(), code, &question, sizeof question, answer.data(),
+    return ::DeviceIoControl(disk.get(), code, &request, sizeof request, answer.data(),
                              static_cast<DWORD>(answer.size()), &length, nullptr)
                ? length
                : 0;
@@ -60,18 +60,18 @@ DWORD ask(Handle const & disk, DWORD code, Question & question, Answer & answer)
 
 std::vector<unsigned char> smartTableOf(Handle const & disk)
 {
-    SENDCMDINPARAMS question{};
-    question.cBufferSize = READ_ATTRIBUTE_BUFFER_SIZE;
-    question.irDriveRegs.bFeaturesReg = READ_ATTRIBUTES;
-    question.irDriveRegs.bSectorCountReg = 1;
-    question.irDriveRegs.bSectorNumberReg = 1;
-    question.irDriveRegs.bCylLowReg = SMART_CYL_LOW;
-    question.irDriveRegs.bCylHighReg = SMART_CYL_HI;
-    question.irDriveRegs.bDriveHeadReg = 0xa0;
-    question.irDriveRegs.bCommandReg = SMART_CMD;
+    SENDCMDINPARAMS request{};
+    request.cBufferSize = READ_ATTRIBUTE_BUFFER_SIZE;
+    request.irDriveRegs.bFeaturesReg = READ_ATTRIBUTES;
+    request.irDriveRegs.bSectorCountReg = 1;
+    request.irDriveRegs.bSectorNumberReg = 1;
+    request.irDriveRegs.bCylLowReg = SMART_CYL_LOW;
+    request.irDriveRegs.bCylHighReg = SMART_CYL_HI;
+    request.irDriveRegs.bDriveHeadReg = 0xa0;
+    request.irDriveRegs.bCommandReg = SMART_CMD;
     constexpr std::size_t headSize = offsetof(SENDCMDOUTPARAMS, bBuffer);
     std::array<unsigned char, headSize + READ_ATTRIBUTE_BUFFER_SIZE> answer{};
-    if (ask(disk, SMART_RCV_DRIVE_DATA, question, answer) != answer.size())
+    if (sendRequest(disk, SMART_RCV_DRIVE_DATA, request, answer) != answer.size())
         return {};
     return {answer.begin() + headSize, answer.end()};
 }
@@ -80,8 +80,8 @@ std::vector<unsigned char> smartTableOf(Handle const & disk)
 
 std::optional<SystemVersion> systemVersion()
 {
-    // GetVersionExW fills in the same, but shows each program another version, the newest that its
-    // manifest knows. The farm compares these texts, so a machine has to have one.
+    // GetVersionExW returns the newest version that the manifest of a program supports, so programs
+    // on one machine could get different versions. The farm compares these texts.
     OSVERSIONINFOEXW info{};
     info.dwOSVersionInfoSize = sizeof info;
     if (::RtlGetVersion(&info) != 0)
@@ -110,10 +110,10 @@ std::optional<bool> answersWordSize()
     auto const address = ::GetProcAddress(::GetModuleHandleW(L"kernel32.dll"), "IsWow64Process");
     if (!address)
         return std::nullopt;
-    decltype(&::IsWow64Process) ask;
-    std::memcpy(&ask, &address, sizeof ask);
+    decltype(&::IsWow64Process) isWow64Process;
+    std::memcpy(&isWow64Process, &address, sizeof isWow64Process);
     BOOL is32BitOn64 = FALSE;
-    return ask(::GetCurrentProcess(), &is32BitOn64) != FALSE;
+    return isWow64Process(::GetCurrentProcess(), &is32BitOn64) != FALSE;
 }
 
 std::optional<bool> hasAccountControlSwitch()
@@ -169,7 +169,7 @@ Result<IdleSample> idleSample(std::span<char> buffer)
     auto const time = performanceTime(*block);
     auto const processors = PerformanceObject::find(*block, Title::Processor);
     auto const all = processors ? processors->instanceNamed(u"_Total") : std::nullopt;
-    // The counter of the processors' time counts the time in which they had nothing to do.
+    // For processors this counter contains the idle time.
     auto const idle = all ? processors->value(*all, Title::ProcessorTime) : std::nullopt;
     if (!time || !idle)
         return missingPerformanceData();
@@ -179,18 +179,18 @@ Result<IdleSample> idleSample(std::span<char> buffer)
 Result<Disk> firstDisk(bool withHealth)
 {
     constexpr wchar_t name[] = L"\\\\.\\PhysicalDrive0";
-    // Only an administrator may send requests; anybody may ask for the name.
+    // Only an administrator may open the disk for commands. Any user may query its name.
     HANDLE opened = openFile(name, GENERIC_READ | GENERIC_WRITE, shareWriting, OPEN_EXISTING);
     if (opened == INVALID_HANDLE_VALUE)
         opened = openFile(name, 0, shareWriting, OPEN_EXISTING);
     Handle const handle(opened);
     if (!handle.isOpen())
         return lastError("CreateFileW");
-    STORAGE_PROPERTY_QUERY question{};
-    question.PropertyId = StorageDeviceProperty;
-    question.QueryType = PropertyStandardQuery;
+    STORAGE_PROPERTY_QUERY request{};
+    request.PropertyId = StorageDeviceProperty;
+    request.QueryType = PropertyStandardQuery;
     std::array<unsigned char, 1024> answer{};
-    DWORD const length = ask(handle, IOCTL_STORAGE_QUERY_PROPERTY, question, answer);
+    DWORD const length = sendRequest(handle, IOCTL_STORAGE_QUERY_PROPERTY, request, answer);
     Disk disk = parseStorageDescriptor(std::span(answer).first(length)).value_or(Disk{});
     if (withHealth && disk.bus == DiskBus::Ata)
         disk.smartTable = smartTableOf(handle);

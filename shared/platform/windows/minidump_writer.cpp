@@ -16,10 +16,10 @@ namespace
 using google_breakpad::ExceptionHandler;
 using SignalHandler = void (*)(int);
 
-/// Exception code of an abort() in a dump; the system defines none.
+/// Exception code of an abort() in a dump, since the system defines none.
 constexpr DWORD abortCode = 0xE0000001;
 
-/// What the process ends with without its dump.
+/// Returns the exit code of a process whose dump failed.
 DWORD exitCodeOf(EXCEPTION_POINTERS const & exception)
 {
     constexpr DWORD afterAbort = 3;
@@ -27,32 +27,33 @@ DWORD exitCodeOf(EXCEPTION_POINTERS const & exception)
     return code == abortCode ? afterAbort : code;
 }
 
-/// A thread that is there from the first on, since none can be started after a crash. It ends the
-/// process when the handling of a crash hangs, and does work that the process shall outlive.
+/// A thread that exists before a crash, since no thread can be started after it. It ends the
+/// process when the handling of a crash hangs, and runs work whose crash or hang must not stop the
+/// caller.
 class GuardThread
 {
   public:
     GuardThread() : thread_(::CreateThread(nullptr, 0, loop, this, 0, nullptr)) {}
 
-    /// Ends the process with the exit code if it has not ended, or called off, after half a minute
-    /// without any work: the dump library may need a lock that the crash left taken.
-    void expectEnd(DWORD exitCode)
+    /// Ends the process with the exit code after half a minute, unless stopKillTimer is called. The
+    /// dump library may wait for a lock that the crashed thread holds.
+    void startKillTimer(DWORD exitCode)
     {
         exitCode_ = exitCode;
-        setPatience(30000);
+        setTimeout(30000);
     }
-    void callOff() { setPatience(INFINITE); }
+    void stopKillTimer() { setTimeout(INFINITE); }
     void endProcess() const { ::TerminateProcess(::GetCurrentProcess(), exitCode_); }
 
     bool run(void (*work)(void *), void * data)
     {
-        constexpr DWORD patienceMs = 3000;
+        constexpr DWORD timeoutMs = 3000;
         if (!thread_ || isLost_)
             return false;
         work_ = work;
         data_ = data;
         ::SetEvent(begin_);
-        isLost_ = ::WaitForSingleObject(end_, patienceMs) != WAIT_OBJECT_0;
+        isLost_ = ::WaitForSingleObject(end_, timeoutMs) != WAIT_OBJECT_0;
         return !isLost_;
     }
 
@@ -62,7 +63,7 @@ class GuardThread
         auto & guard = *static_cast<GuardThread *>(self);
         HANDLE const events[] = {guard.begin_, guard.change_};
         for (;;) {
-            switch (::WaitForMultipleObjects(2, events, FALSE, guard.patienceMs_)) {
+            switch (::WaitForMultipleObjects(2, events, FALSE, guard.timeoutMs_)) {
             case WAIT_OBJECT_0:
                 guard.work_(guard.data_);
                 ::SetEvent(guard.end_);
@@ -75,16 +76,16 @@ class GuardThread
         }
     }
 
-    void setPatience(DWORD milliseconds)
+    void setTimeout(DWORD milliseconds)
     {
-        patienceMs_ = milliseconds;
+        timeoutMs_ = milliseconds;
         ::SetEvent(change_);
     }
 
     HANDLE const change_ = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
     HANDLE const begin_ = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
     HANDLE const end_ = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
-    std::atomic<DWORD> patienceMs_ = INFINITE;
+    std::atomic<DWORD> timeoutMs_ = INFINITE;
     std::atomic<DWORD> exitCode_ = 1;
     void (*work_)(void *) = nullptr;
     void * data_ = nullptr;
@@ -92,25 +93,25 @@ class GuardThread
     HANDLE const thread_;
 };
 
-/// Never destroyed, as its thread runs to the end of the process.
+/// Returns the guard thread. It is never destroyed, since it runs until the process ends.
 GuardThread & guardThread()
 {
     static GuardThread & thread = *new GuardThread;
     return thread;
 }
 
-// Breakpad's own filter takes itself away while it writes a dump, so that a crash of another thread
-// ends the process in the middle, and lets the next thread begin a dump while the first one ends
-// the process. The filter here lets one thread in.
+// Breakpad's own filter removes itself while it writes a dump, so a crash of another thread ends
+// the process before the dump is complete. When the first thread ends the process, the next one
+// already begins a dump. The filter here lets only one thread write a dump.
 
-LPTOP_LEVEL_EXCEPTION_FILTER dumpFilter = nullptr; ///< Breakpad's
+LPTOP_LEVEL_EXCEPTION_FILTER dumpFilter = nullptr; ///< Breakpad's filter
 LPTOP_LEVEL_EXCEPTION_FILTER earlierFilter = nullptr;
 SignalHandler earlierAbortHandler = SIG_DFL;
 
 constexpr DWORD noThread = 0;
 std::atomic<DWORD> crashingThread = noThread;
 std::atomic<EXCEPTION_POINTERS const *> crash = nullptr;
-std::atomic<DWORD> dumpThread = noThread; ///< Breakpad's, on which it writes
+std::atomic<DWORD> dumpThread = noThread; ///< Breakpad's thread that writes dumps
 
 void pauseShortly()
 {
@@ -118,24 +119,25 @@ void pauseShortly()
 }
 
 /// Waits for the end of the process while another thread handles its crash.
-void awaitCrash()
+void waitForCrash()
 {
     while (crashingThread != noThread && crashingThread != ::GetCurrentThreadId())
         pauseShortly();
 }
 
-/// Passes an exception to the earlier filter: one that Breakpad hands back, or one in that filter.
+/// Passes an exception to the earlier filter, if Breakpad does not handle it or the earlier filter
+/// itself has crashed.
 LONG passOn(EXCEPTION_POINTERS * exception)
 {
-    guardThread().callOff();
+    guardThread().stopKillTimer();
     return earlierFilter ? earlierFilter(exception) : EXCEPTION_CONTINUE_SEARCH;
 }
 
-/// A crash of the thread that writes the dumps, while it writes one.
+/// Ends the process after a crash of the thread that is writing a dump.
 void endWithoutDump(EXCEPTION_POINTERS const & exception)
 {
     if (crashingThread == noThread)
-        guardThread().expectEnd(exitCodeOf(exception));
+        guardThread().startKillTimer(exitCodeOf(exception));
     guardThread().endProcess();
 }
 
@@ -151,10 +153,10 @@ LONG WINAPI onCrash(EXCEPTION_POINTERS * exception)
         present = noThread;
         pauseShortly();
     }
-    guardThread().expectEnd(exitCodeOf(*exception));
+    guardThread().startKillTimer(exitCodeOf(*exception));
     crash = exception;
     LONG const action = dumpFilter(exception);
-    ::SetUnhandledExceptionFilter(onCrash); // Breakpad has put its own there
+    ::SetUnhandledExceptionFilter(onCrash); // Breakpad has installed its own filter
     if (action == EXCEPTION_CONTINUE_EXECUTION) {
         crash = nullptr;
         crashingThread = noThread;
@@ -162,11 +164,12 @@ LONG WINAPI onCrash(EXCEPTION_POINTERS * exception)
     return action;
 }
 
-/// Reports an abort(), which is no exception to the system, as a crash. abort() goes on when the
-/// crash is passed on.
+/// Handles an abort() like a crash, since the system does not report it as an exception. abort()
+/// continues if the crash is passed on.
 void onAbort(int signal)
 {
-    // The run-time library has taken this handler away, but another thread may come.
+    // The run-time library removes the handler before the call, but another thread may call
+    // abort().
     std::signal(SIGABRT, onAbort);
     EXCEPTION_RECORD record{};
     CONTEXT context{};
@@ -181,17 +184,19 @@ void onAbort(int signal)
         earlierAbortHandler(signal);
 }
 
-/// The place of the crash handlers, the system's and the run-time library's.
+/// Installs the crash handlers of the system and of the run-time library, and restores the earlier
+/// ones.
 class CrashFilters
 {
   public:
     CrashFilters()
     {
-        guardThread(); // cannot be started after a crash
+        guardThread(); // a thread cannot be started after a crash
         earlierFilter = ::SetUnhandledExceptionFilter(onCrash);
         earlierAbortHandler = std::signal(SIGABRT, onAbort);
     }
-    /// Breakpad has put its own filter there, and takes the one that is there for the earlier one.
+    /// Replaces the filter that Breakpad has installed. Breakpad treats this class's filter as the
+    /// earlier one.
     void setDumpFilter() { dumpFilter = ::SetUnhandledExceptionFilter(onCrash); }
     ~CrashFilters()
     {
@@ -217,7 +222,7 @@ class MinidumpWriter::Implementation
     {
         filters_.setDumpFilter();
     }
-    ~Implementation() { awaitCrash(); }
+    ~Implementation() { waitForCrash(); }
 
     void setFolder(NativeName const & folder)
     {
@@ -225,7 +230,7 @@ class MinidumpWriter::Implementation
         handler_.set_dump_path(folder);
     }
 
-    /// The callback comes when the dump is done and nothing is held any more; a crash in it is one
+    /// Writes a dump. The callback runs after the dump, without any lock; a crash in it is a crash
     /// of its thread.
     bool writeOnDemand(DumpReason reason, EXCEPTION_POINTERS & exception)
     {
@@ -233,17 +238,18 @@ class MinidumpWriter::Implementation
         bool succeeded;
         {
             std::lock_guard const lock(mutex_);
-            awaitCrash();
+            waitForCrash();
             onDemand_ = &exception;
             succeeded = handler_.WriteMinidumpForException(&exception);
             onDemand_ = nullptr;
-            file.swap(demanded_);
+            file.swap(onDemandFile_);
         }
         return callback_({file.c_str(), reason, succeeded});
     }
 
   private:
-    /// A second crash can come here in the moment in which Breakpad's own filter is in place.
+    /// Returns whether a dump is expected. A second crash gets here while Breakpad's own filter is
+    /// installed.
     static bool begin(void * self, EXCEPTION_POINTERS * exception, MDRawAssertionInfo *)
     {
         dumpThread = ::GetCurrentThreadId();
@@ -259,14 +265,14 @@ class MinidumpWriter::Implementation
         ::swprintf(file, MAX_PATH, L"%ls\\%ls.dmp", folder, id);
         if (exception != writer.onDemand_)
             return writer.callback_({file, DumpReason::Crash, succeeded});
-        writer.demanded_ = file;
+        writer.onDemandFile_ = file;
         return succeeded;
     }
 
     Callback const callback_;
     std::mutex mutex_;                              ///< for the folder and the dumps on demand
-    EXCEPTION_POINTERS const * onDemand_ = nullptr; ///< what a dump on demand is written for
-    NativeName demanded_;                           ///< the file that it was written to
+    EXCEPTION_POINTERS const * onDemand_ = nullptr; ///< exception of the dump on demand
+    NativeName onDemandFile_;                       ///< file of the dump on demand
     CrashFilters filters_;
     ExceptionHandler handler_;
 };
@@ -307,8 +313,8 @@ std::uint32_t exceptionCode(EXCEPTION_POINTERS const & exception)
 
 void prepareThreadForCrash()
 {
-    ULONG room = 32768;
-    ::SetThreadStackGuarantee(&room);
+    ULONG reservedBytes = 32768;
+    ::SetThreadStackGuarantee(&reservedBytes);
 }
 
 } // namespace ox::platform

@@ -18,27 +18,28 @@ namespace ox::platform
 namespace
 {
 
-constexpr int mostTries = 100;
+constexpr int maxTries = 100;
 constexpr DWORD retryAfterMs = 10;
 constexpr DWORD allRights = GENERIC_READ | GENERIC_WRITE | DELETE | READ_CONTROL | WRITE_DAC;
 
-/// While a program writes a file by its name, the file is closed for a moment on both sides.
-constexpr std::int64_t openedAgainWithin = 10;
+/// Seconds during which a temporary file may be closed: while a program writes it by name, both
+/// sides close it for a moment.
+constexpr std::int64_t reopenedWithin = 10;
 
 NativeName freshName()
 {
     return temporaryName(windowsSystem, ::GetCurrentProcessId(), std::random_device()());
 }
 
-/// The path of an open file or folder that stays right when a link on the way to it changes, and
-/// that has no limit of length.
-NativeName finalPath(HANDLE file, NativeName const & otherwise)
+/// Returns the path of an open file or folder without links and without a length limit. Returns
+/// `fallback` on failure.
+NativeName finalPath(HANDLE file, NativeName const & fallback)
 {
     NativeName path(32768, L'\0');
     DWORD const length =
         ::GetFinalPathNameByHandleW(file, path.data(), static_cast<DWORD>(path.size()), 0);
     path.resize(length < path.size() ? length : 0);
-    return path.empty() ? otherwise : path;
+    return path.empty() ? fallback : path;
 }
 
 NativeName fullPath(NativeName const & path)
@@ -49,8 +50,8 @@ NativeName fullPath(NativeName const & path)
     return full;
 }
 
-/// Gives an open file another name in place of what has that name. Waits a moment for a process
-/// that has the replaced file open, as one does that replaces it, too.
+/// Renames an open file and replaces the file of that name. Retries for a second while another
+/// process has that file open, for example to replace it, too.
 Result<> renameTo(HANDLE file, NativeName const & path)
 {
     std::size_t const bytes = path.size() * sizeof(wchar_t);
@@ -60,7 +61,7 @@ Result<> renameTo(HANDLE file, NativeName const & path)
     information->FileNameLength = static_cast<DWORD>(bytes);
     std::memcpy(information->FileName, path.data(), bytes);
     Result<> renamed;
-    for (int i = 0; i < mostTries; ++i) {
+    for (int i = 0; i < maxTries; ++i) {
         renamed = resultOf(::SetFileInformationByHandle(file, FileRenameInfo, information,
                                                         static_cast<DWORD>(memory.size())));
         if (renamed || (renamed.error().code != ERROR_ACCESS_DENIED &&
@@ -78,12 +79,12 @@ void setAttributes(HANDLE file, DWORD attributes)
     ::SetFileInformationByHandle(file, FileBasicInfo, &basic, sizeof basic);
 }
 
-/// The time of the latest change, in seconds, by the file server's clock.
+/// Returns the time of the latest change in seconds, by the clock of the file server.
 std::int64_t lastChange(HANDLE file)
 {
     FILE_BASIC_INFO basic{};
     ::GetFileInformationByHandleEx(file, FileBasicInfo, &basic, sizeof basic);
-    // Not every file system has all of them.
+    // Some file systems lack some of these times.
     std::int64_t const latest = std::max(
         {basic.ChangeTime.QuadPart, basic.LastWriteTime.QuadPart, basic.CreationTime.QuadPart});
     return secondsOf({static_cast<DWORD>(latest), static_cast<DWORD>(latest >> 32)});
@@ -115,9 +116,9 @@ void forEachTemporary(NativeName const & folder, Visit const & visit)
     ::FindClose(search);
 }
 
-/// Whether a folder is to be looked through now: once a minute, as a process that writes many files
-/// into one folder would list it for each of them.
-bool isDue(NativeName const & folder, std::int64_t now)
+/// Returns whether a folder should be searched now. This is so once a minute, since a process that
+/// writes many files into one folder would list it for each of them.
+bool isSearchDue(NativeName const & folder, std::int64_t now)
 {
     static std::atomic<std::size_t> last = 0;
     std::size_t const seed = std::hash<NativeName>()(folder + std::to_wstring(now / 60));
@@ -132,13 +133,13 @@ struct NewFile::System {
     NativeName target;
     bool hasPrevious = false;
     bool keepsRights = false;
-    NativeName temporary; ///< empty when there is no file under it
+    NativeName temporary; ///< empty if no temporary file exists
     OpenFile file;
     BY_HANDLE_FILE_INFORMATION identity = {};
 
     Result<> openFolderOf(NativeName const & path);
-    Result<> takePreviousRights();
-    Result<> openAgain();
+    Result<> copyPreviousRights();
+    Result<> reopen();
     void removeLeftFiles() const;
 };
 
@@ -159,7 +160,7 @@ Result<> NewFile::System::openFolderOf(NativeName const & path)
     return {};
 }
 
-Result<> NewFile::System::takePreviousRights()
+Result<> NewFile::System::copyPreviousRights()
 {
     constexpr SECURITY_INFORMATION rights = DACL_SECURITY_INFORMATION;
     DWORD size = 0;
@@ -169,8 +170,9 @@ Result<> NewFile::System::takePreviousRights()
                     ::SetKernelObjectSecurity(toHandle(file), rights, descriptor.data()));
 }
 
-/// Opens the file that was written by its name, which is still the created one.
-Result<> NewFile::System::openAgain()
+/// Opens the temporary file again after it was written by name. Fails if it is not the created
+/// file.
+Result<> NewFile::System::reopen()
 {
     DWORD const flags = FILE_FLAG_OPEN_REPARSE_POINT;
     Handle attributes(openFile(temporary, FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES, shareAll,
@@ -196,13 +198,13 @@ Result<> NewFile::System::openAgain()
 void NewFile::System::removeLeftFiles() const
 {
     std::int64_t const now = lastChange(toHandle(file));
-    if (isDue(folder, now)) {
+    if (isSearchDue(folder, now)) {
         forEachTemporary(folder, [&](NativeName const & name) {
             Temporary const kind = temporaryKind(name, windowsSystem);
             if (kind != Temporary::No)
                 removeLeftFile(
                     folder + name,
-                    now - (kind == Temporary::OfAnother ? leftBehindAfter : openedAgainWithin));
+                    now - (kind == Temporary::OfAnother ? leftBehindAfter : reopenedWithin));
         });
     }
 }
@@ -232,7 +234,7 @@ Result<> NewFile::open(NativeName const & target, Links links)
     attributes = ::GetFileAttributesW(system_->target.c_str());
     system_->hasPrevious = attributes != INVALID_FILE_ATTRIBUTES;
     system_->keepsRights = system_->hasPrevious && links == Links::Followed;
-    // The number by which the system itself refuses to write a folder.
+    // The system itself returns this code for writing to a folder.
     if (system_->hasPrevious && (attributes & FILE_ATTRIBUTE_DIRECTORY))
         return Error{ERROR_ACCESS_DENIED, "", ErrorKind::NotAFile};
     return {};
@@ -246,7 +248,7 @@ NativeName NewFile::previousName() const
 Result<> NewFile::create(Access)
 {
     DWORD error = ERROR_FILE_EXISTS;
-    for (int i = 0; i < mostTries && error == ERROR_FILE_EXISTS; ++i) {
+    for (int i = 0; i < maxTries && error == ERROR_FILE_EXISTS; ++i) {
         NativeName const path = system_->folder + freshName();
         Handle created(openFile(path, allRights, shareAll, CREATE_NEW));
         error = created.isOpen() ? ERROR_SUCCESS : ::GetLastError();
@@ -256,7 +258,7 @@ Result<> NewFile::create(Access)
         system_->temporary = path;
         system_->file = toOpenFile(created.release());
         system_->removeLeftFiles();
-        return system_->keepsRights ? system_->takePreviousRights() : Result<>();
+        return system_->keepsRights ? system_->copyPreviousRights() : Result<>();
     }
     return Error{static_cast<int>(error)};
 }
@@ -283,7 +285,7 @@ NativeName NewFile::beginWritingByName()
 
 Result<> NewFile::endWritingByName()
 {
-    return system_->openAgain();
+    return system_->reopen();
 }
 
 Result<std::int64_t> NewFile::size() const
@@ -301,10 +303,10 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
                                                 std::int64_t modified)
 {
     NativeName const kept = system_->target + NativeName(suffix, suffix + std::strlen(suffix));
-    // Of several processes one has the file open with this right, and the others wait for it.
+    // Only one process at a time can open the file with this right. The others wait.
     DWORD const access = DELETE | FILE_READ_ATTRIBUTES;
     OpenFile previous;
-    for (int i = 0; i < mostTries && !previous.isOpen(); ++i) {
+    for (int i = 0; i < maxTries && !previous.isOpen(); ++i) {
         previous = toOpenFile(openFile(system_->target, access, shareWriting, OPEN_EXISTING,
                                        FILE_FLAG_OPEN_REPARSE_POINT));
         DWORD const error = previous.isOpen() ? ERROR_SUCCESS : ::GetLastError();

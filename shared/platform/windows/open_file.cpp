@@ -17,7 +17,7 @@ namespace
 
 constexpr std::size_t largestTransfer = std::size_t{4} << 20;
 
-/// What is no pipe, whose other end need not ever answer.
+/// Returns an open file. Refuses pipes, since their other end may never respond.
 Result<OpenFile> opened(OpenFile file)
 {
     if (!file.isOpen())

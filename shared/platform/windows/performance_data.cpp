@@ -11,8 +11,7 @@ namespace
 using Bytes = PerformanceObject::Bytes;
 using Word = std::uint32_t;
 
-// The layout of the structures, the same in programs of 32 and 64 bits: offsets of what is read,
-// and sizes.
+// Offsets and sizes of the structures. They are equal in programs of 32 and 64 bits.
 namespace block
 {
 constexpr std::size_t totalLength = 20, headerLength = 24, objectCount = 28, time100ns = 72;
@@ -36,7 +35,7 @@ constexpr std::size_t length = 0, nameOffset = 16, nameLength = 20;
 constexpr std::size_t size = 24;
 } // namespace instance
 
-/// `length` bytes at an offset; empty when they are not all there.
+/// Returns `length` bytes at an offset. Empty if the bytes end before.
 std::optional<Bytes> part(Bytes bytes, std::size_t offset, std::size_t length)
 {
     if (offset > bytes.size() || length > bytes.size() - offset)
@@ -55,11 +54,12 @@ std::optional<Number> read(Bytes bytes, std::size_t offset)
     return number;
 }
 
-/// A structure at the beginning of the bytes that tells its own length, which is at least `least`.
-std::optional<Bytes> structure(Bytes bytes, std::size_t lengthOffset, std::size_t least)
+/// Returns the structure at the beginning of the bytes, which contains its own length. Empty if it
+/// is shorter than `minimum`.
+std::optional<Bytes> structure(Bytes bytes, std::size_t lengthOffset, std::size_t minimum)
 {
     auto const length = read<Word>(bytes, lengthOffset);
-    if (!length || *length < least)
+    if (!length || *length < minimum)
         return std::nullopt;
     return part(bytes, 0, *length);
 }
@@ -72,13 +72,14 @@ std::optional<Bytes> wholeBlock(Bytes bytes)
     return structure(bytes, block::totalLength, block::size);
 }
 
-/// Walks `count` structures that follow each other, until one is accepted or does not fit.
+/// Searches `count` consecutive structures for one that `accept` returns true for. Stops at a
+/// structure that does not fit.
 template <typename Accept>
 std::optional<Bytes> findStructure(Bytes bytes, Word count, std::size_t lengthOffset,
-                                   std::size_t least, Accept const & accept)
+                                   std::size_t minimum, Accept const & accept)
 {
     for (Word i = 0; i < count; ++i) {
-        auto const found = structure(bytes, lengthOffset, least);
+        auto const found = structure(bytes, lengthOffset, minimum);
         if (!found || accept(*found))
             return found;
         bytes = bytes.subspan(found->size());
@@ -97,7 +98,7 @@ bool hasName(Bytes definition, std::u16string_view name)
 {
     auto const offset = read<Word>(definition, instance::nameOffset);
     auto const length = read<Word>(definition, instance::nameLength);
-    // The length counts the terminator; a longer name differs in its place.
+    // The length includes the terminator, so a longer name has another length.
     std::size_t const size = name.size() * sizeof(char16_t);
     if (!length || *length != size + sizeof(char16_t))
         return false;
@@ -127,7 +128,7 @@ Bytes PerformanceObject::instances() const
     return definitions ? object_.subspan(definitions->size()) : Bytes();
 }
 
-/// An instance is its definition and the block of its counters behind it.
+/// Searches the instances. An instance consists of its definition and the block of its counters.
 template <typename Accept>
 std::optional<Bytes> PerformanceObject::findInstance(Accept const & accept) const
 {

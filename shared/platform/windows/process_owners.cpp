@@ -20,19 +20,20 @@ ProcessOwner failedWith(DWORD error)
     return owner;
 }
 
-/// The owner in a process's security descriptor, which `room` holds; null on failure.
-PSID ownerOf(HANDLE process, std::vector<char> & room)
+/// Returns the owner in the security descriptor of a process, or null on failure. The result points
+/// into `buffer`.
+PSID ownerOf(HANDLE process, std::vector<char> & buffer)
 {
     DWORD size = 0;
     if (::GetKernelObjectSecurity(process, OWNER_SECURITY_INFORMATION, nullptr, 0, &size) ||
         ::GetLastError() != ERROR_INSUFFICIENT_BUFFER)
         return nullptr;
-    room.resize(size);
+    buffer.resize(size);
     PSID owner = nullptr;
     BOOL isDefault = FALSE;
-    bool const found =
-        ::GetKernelObjectSecurity(process, OWNER_SECURITY_INFORMATION, room.data(), size, &size) &&
-        ::GetSecurityDescriptorOwner(room.data(), &owner, &isDefault);
+    bool const found = ::GetKernelObjectSecurity(process, OWNER_SECURITY_INFORMATION, buffer.data(),
+                                                 size, &size) &&
+                       ::GetSecurityDescriptorOwner(buffer.data(), &owner, &isDefault);
     return found && owner && ::IsValidSid(owner) ? owner : nullptr;
 }
 
@@ -43,8 +44,8 @@ std::variant<ProcessOwners::AccountId, ProcessOwner> ProcessOwners::accountOf(st
     Handle const process(openProcess(READ_CONTROL, id));
     if (!process.isOpen())
         return ProcessOwner();
-    std::vector<char> room;
-    PSID const owner = ownerOf(process.get(), room);
+    std::vector<char> buffer;
+    PSID const owner = ownerOf(process.get(), buffer);
     AccountId account{};
     if (!owner || !::CopySid(static_cast<DWORD>(account.size()), account.data(), owner))
         return failedWith(::GetLastError());
@@ -61,8 +62,8 @@ ProcessOwner ProcessOwners::nameOf(AccountId const & account)
                              &domainSize, &use))
         return failedWith(::GetLastError());
     ProcessOwner owner;
-    std::array<char, 256> room;
-    owner.setName(narrowed(name.data(), room));
+    std::array<char, 256> buffer;
+    owner.setName(narrowed(name.data(), buffer));
     if (::lstrcmpiW(domain.data(), L"Builtin") == 0)
         owner.kind = ProcessOwner::BuiltInGroup;
     return owner;

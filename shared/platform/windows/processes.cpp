@@ -33,8 +33,8 @@ std::int64_t countOf(FILETIME time)
     return static_cast<std::int64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
 }
 
-/// The counters of a process that the performance data does not have. A process that has ended can
-/// be opened as long as somebody holds a handle to it.
+/// Reads the counters of a process that is missing in the performance data. A process that has
+/// ended can still be opened while another process has a handle to it.
 std::optional<ProcessCounters> countersNow(std::uint32_t id)
 {
     Handle const process(openProcess(PROCESS_QUERY_LIMITED_INFORMATION, id));
@@ -81,12 +81,13 @@ Result<std::int64_t> ProcessTable::readCounters(std::span<std::uint32_t const>)
 Result<std::int64_t> ProcessTable::readAllCounters()
 {
     current_.begin(0);
-    // Neither the block before nor a part of one that did not fit may be taken for this one.
-    auto const forget = [this] { std::ranges::fill(raw_.first(8), '\0'); };
-    forget();
+    // The signature is cleared, so that neither the previous block nor a truncated one counts as
+    // valid.
+    auto const clearSignature = [this] { std::ranges::fill(raw_.first(8), '\0'); };
+    clearSignature();
     auto const block = queryPerformanceData(Title::Process, raw_);
     if (!block) {
-        forget();
+        clearSignature();
         return block.error();
     }
     auto const time = performanceTime(raw_);
@@ -124,7 +125,7 @@ Result<> setPrivilege(char const * name, bool enable)
     privileges.Privileges[0].Attributes = enable ? SE_PRIVILEGE_ENABLED : 0;
     if (!::LookupPrivilegeValueA(nullptr, name, &privileges.Privileges[0].Luid))
         return lastError("LookupPrivilegeValueA");
-    // It succeeds also when the token does not have the privilege, and says so in the error.
+    // The call also succeeds if the token lacks the privilege; only the last error shows it.
     bool const isAdjusted =
         ::AdjustTokenPrivileges(token.get(), FALSE, &privileges, 0, nullptr, nullptr) != FALSE;
     return resultOf(isAdjusted && ::GetLastError() != ERROR_NOT_ALL_ASSIGNED,

@@ -11,8 +11,8 @@ namespace
 
 constexpr std::size_t longestMessage = 500;
 
-/// A message in the default language from the system's table or that of a module. Empty when the
-/// table has none.
+/// Returns a message in the default language from the table of the system or of a module. Empty if
+/// the table has none.
 std::optional<std::u16string> message(DWORD source, HMODULE module, DWORD code)
 {
     DWORD const saved = ::GetLastError();

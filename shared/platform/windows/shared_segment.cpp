@@ -9,7 +9,7 @@ namespace ox::platform
 namespace
 {
 
-/// Full access for interactive users, the system and the services.
+/// Security attributes that grant full access to interactive users, the system and services.
 class GlobalAccess
 {
   public:
@@ -20,7 +20,8 @@ class GlobalAccess
 
     SECURITY_ATTRIBUTES * attributes() { return &attributes_; }
 
-    /// After a failure the next call begins anew.
+    /// Builds the attributes once. A failed call releases all its memory, so the next call starts
+    /// from the beginning.
     Result<> build()
     {
         if (attributes_.lpSecurityDescriptor)
@@ -34,8 +35,8 @@ class GlobalAccess
   private:
     struct Member {
         DWORD id;
-        char const * makeId;
-        char const * grant;
+        char const * createStep;
+        char const * grantStep;
         PSID sid = nullptr;
     };
 
@@ -46,7 +47,7 @@ class GlobalAccess
         for (Member & member : members_) {
             if (!::AllocateAndInitializeSid(&authority, 1, member.id, 0, 0, 0, 0, 0, 0, 0,
                                             &member.sid))
-                return lastError(member.makeId);
+                return lastError(member.createStep);
             aclSize += static_cast<DWORD>(sizeof(ACCESS_ALLOWED_ACE)) + ::GetLengthSid(member.sid);
         }
         block_ = ::HeapAlloc(::GetProcessHeap(), 0, sizeof(SECURITY_DESCRIPTOR) + aclSize);
@@ -59,7 +60,7 @@ class GlobalAccess
         for (Member const & member : members_) {
             constexpr DWORD fullAccess = STANDARD_RIGHTS_ALL | SPECIFIC_RIGHTS_ALL;
             if (!::AddAccessAllowedAce(acl, ACL_REVISION, fullAccess, member.sid))
-                return lastError(member.grant);
+                return lastError(member.grantStep);
         }
         if (!::InitializeSecurityDescriptor(descriptor, SECURITY_DESCRIPTOR_REVISION))
             return lastError("InitializeSecurityDescriptor");
@@ -84,12 +85,13 @@ class GlobalAccess
         {SECURITY_LOCAL_SYSTEM_RID, "AllocateAndInitializeSid 2", "AddAccessAllowedAce 2"},
         {SECURITY_SERVICE_RID, "AllocateAndInitializeSid 3", "AddAccessAllowedAce 3"},
     };
-    void * block_ = nullptr; // the descriptor, and the access-control list behind it
+    void * block_ = nullptr; ///< the descriptor and its access-control list
     SECURITY_ATTRIBUTES attributes_{sizeof attributes_, nullptr, FALSE};
 };
 
-/// The system would end a name at its first 0, and so take it for another's.
-bool isName(std::string const & name)
+/// Returns whether a name is valid. The system truncates a name at its first 0, which would be the
+/// name of another segment.
+bool isValidName(std::string const & name)
 {
     return name.find('\0') == name.npos;
 }
@@ -115,7 +117,7 @@ Result<> SharedSegment::prepareGlobalAccess()
 
 Result<> SharedSegment::create(std::string const & name, Reach reach, std::size_t size)
 {
-    if (!isName(name))
+    if (!isValidName(name))
         return Error{ERROR_INVALID_NAME, "CreateFileMappingA"};
     auto * const access = reach == Reach::Global ? system_->access.attributes() : nullptr;
     ::SetLastError(ERROR_SUCCESS);
@@ -133,7 +135,7 @@ Result<> SharedSegment::create(std::string const & name, Reach reach, std::size_
 
 Result<> SharedSegment::open(std::string const & name, Reach)
 {
-    if (!isName(name))
+    if (!isValidName(name))
         return Error{ERROR_INVALID_NAME, "OpenFileMappingA"};
     system_->mapping = ::OpenFileMappingA(FILE_MAP_WRITE, FALSE, name.c_str());
     return resultOf(isOpen(), "OpenFileMappingA");

@@ -11,14 +11,13 @@ namespace ox::platform
 namespace
 {
 
-/// Calls `ask(buffer, room)` with ever more room until the answer fits. The system's calls return
-/// the length of the answer, the room that they need, or the whole room when they have cut the
-/// answer.
-template <typename Ask>
-std::wstring askWithRoom(Ask ask)
+/// Calls `read(buffer, capacity)` with growing buffers until the result fits. The system's calls
+/// return the length of the result, or at least `capacity` if it does not fit.
+template <typename Read>
+std::wstring readIntoGrowingBuffer(Read read)
 {
     for (std::wstring text(MAX_PATH, L'\0');; text.resize(text.size() * 2)) {
-        auto const length = ask(text.data(), static_cast<DWORD>(text.size()));
+        auto const length = read(text.data(), static_cast<DWORD>(text.size()));
         if (length < text.size()) {
             text.resize(length);
             return text;
@@ -26,7 +25,7 @@ std::wstring askWithRoom(Ask ask)
     }
 }
 
-/// 8-bit text from the system, such as the arguments of a program.
+/// Converts 8-bit text of the system, such as the arguments of a program.
 std::wstring fromCodePage(std::string_view text)
 {
     std::wstring wide(text.size(), L'\0');
@@ -53,8 +52,8 @@ std::optional<std::u16string> environmentVariable(std::u16string_view name)
 {
     std::wstring const wideName = toWide(name);
     ::SetLastError(ERROR_SUCCESS);
-    auto const value = askWithRoom([&wideName](wchar_t * text, DWORD room) {
-        return ::GetEnvironmentVariableW(wideName.c_str(), text, room);
+    auto const value = readIntoGrowingBuffer([&wideName](wchar_t * text, DWORD capacity) {
+        return ::GetEnvironmentVariableW(wideName.c_str(), text, capacity);
     });
     if (value.empty() && ::GetLastError() != ERROR_SUCCESS)
         return std::nullopt;
@@ -68,8 +67,9 @@ void sleepMilliseconds(int milliseconds)
 
 Result<std::u16string> executablePath()
 {
-    auto const path = askWithRoom(
-        [](wchar_t * text, DWORD room) { return ::GetModuleFileNameW(nullptr, text, room); });
+    auto const path = readIntoGrowingBuffer([](wchar_t * text, DWORD capacity) {
+        return ::GetModuleFileNameW(nullptr, text, capacity);
+    });
     if (path.empty())
         return lastError("GetModuleFileNameW");
     return toUtf16(path);
@@ -81,8 +81,8 @@ Result<std::u16string> absolutePath(char const * file)
     bool const isAbsolute = path.starts_with(L'\\') || (path.size() > 1 && path[1] == L':');
     if (isAbsolute)
         return toUtf16(path);
-    auto const folder =
-        askWithRoom([](wchar_t * text, DWORD room) { return ::GetCurrentDirectoryW(room, text); });
+    auto const folder = readIntoGrowingBuffer(
+        [](wchar_t * text, DWORD capacity) { return ::GetCurrentDirectoryW(capacity, text); });
     if (folder.empty())
         return lastError("GetCurrentDirectoryW");
     return toUtf16(folder.ends_with(L'\\') ? folder + path : folder + L'\\' + path);
@@ -91,8 +91,8 @@ Result<std::u16string> absolutePath(char const * file)
 Result<std::u16string> absolutePath(std::u16string_view name)
 {
     std::wstring const relative = toWide(name);
-    auto const path = askWithRoom([&relative](wchar_t * text, DWORD room) {
-        return ::GetFullPathNameW(relative.c_str(), room, text, nullptr);
+    auto const path = readIntoGrowingBuffer([&relative](wchar_t * text, DWORD capacity) {
+        return ::GetFullPathNameW(relative.c_str(), capacity, text, nullptr);
     });
     if (path.empty())
         return lastError("GetFullPathNameW");
@@ -101,8 +101,8 @@ Result<std::u16string> absolutePath(std::u16string_view name)
 
 std::u16string temporaryFolder()
 {
-    auto const folder =
-        askWithRoom([](wchar_t * text, DWORD room) { return ::GetTempPathW(room, text); });
+    auto const folder = readIntoGrowingBuffer(
+        [](wchar_t * text, DWORD capacity) { return ::GetTempPathW(capacity, text); });
     return folder.empty() ? std::u16string(u"\\tmp") : toUtf16(folder);
 }
 

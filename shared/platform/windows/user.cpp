@@ -11,14 +11,16 @@
 #include <sddl.h>
 #include <shlobj.h>
 
-extern "C" LONG NTAPI NtQueryKey(HANDLE key, int what, void * answer, ULONG room, ULONG * needed);
+extern "C" LONG NTAPI NtQueryKey(HANDLE key, int what, void * answer, ULONG capacity,
+                                 ULONG * needed);
 
 namespace ox::platform
 {
 namespace
 {
 
-/// The key of the registry that holds the settings bears the SID of their user.
+/// Returns the SID of the user whose settings are in use. It is the name of the registry key of the
+/// settings.
 Result<std::u16string> settingsId()
 {
     HKEY opened = nullptr;
