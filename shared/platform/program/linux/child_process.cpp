@@ -11,7 +11,7 @@ namespace ox::platform
 namespace
 {
 
-/// The child gets the signals back that this process keeps for itself.
+/// Restores in the child the signals that this process blocks or ignores.
 class DefaultSignals
 {
   public:

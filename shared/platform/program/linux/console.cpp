@@ -13,16 +13,16 @@ namespace ox::platform
 namespace
 {
 
-/// Opens the null device under the numbers of closed standard streams. The next file opened would
-/// have such a number otherwise, and texts for the stream would be written into that file. Child
-/// processes find the stream closed.
+/// Opens the null device for each closed standard stream. Otherwise the next opened file gets the
+/// number of the stream, and texts for the stream are written into that file. Child processes see
+/// the stream as closed.
 void occupyClosedStreams()
 {
     for (int const number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        // The opposite direction, so that reading and writing fail as on a closed stream.
+        // Access in the opposite direction makes reading and writing fail as on a closed stream.
         int const mode = number == STDIN_FILENO ? O_WRONLY : O_RDONLY;
         if (::fcntl(number, F_GETFD) < 0)
-            ::open("/dev/null", mode | O_CLOEXEC); // has the lowest number that is free
+            ::open("/dev/null", mode | O_CLOEXEC); // open() returns the lowest free number
     }
 }
 

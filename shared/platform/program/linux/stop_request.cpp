@@ -21,7 +21,7 @@ bool answerStopRequests(void (*answer)(StopRequest))
         if (current.sa_handler != SIG_IGN)
             sigaddset(&requests, number);
     }
-    // Threads inherit the mask, so from here on only the one below receives them.
+    // New threads inherit the mask, so only the thread below receives the signals.
     ::pthread_sigmask(SIG_BLOCK, &requests, nullptr);
     try {
         std::thread([requests, answer] {

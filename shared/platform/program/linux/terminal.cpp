@@ -14,7 +14,7 @@ namespace ox::platform
 namespace
 {
 
-termios asItWas;
+termios savedSettings;
 
 void show(char const * sequence)
 {
@@ -30,7 +30,7 @@ TerminalSize terminalSize(std::FILE * stream)
     winsize size{};
     if (::ioctl(::fileno(stream), TIOCGWINSZ, &size) != 0)
         return known;
-    // A terminal may know one of them only.
+    // A terminal may report only one of the two.
     if (size.ws_col > 0)
         known.columns = size.ws_col;
     if (size.ws_row > 0)
@@ -40,13 +40,13 @@ TerminalSize terminalSize(std::FILE * stream)
 
 bool takeTerminal()
 {
-    if (!isTerminal(stdout) || ::tcgetattr(STDIN_FILENO, &asItWas) != 0)
+    if (!isTerminal(stdout) || ::tcgetattr(STDIN_FILENO, &savedSettings) != 0)
         return false;
-    termios settings = asItWas;
+    termios settings = savedSettings;
     settings.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
     settings.c_cc[VMIN] = 1;
     settings.c_cc[VTIME] = 0;
-    // A process suspended or ended by these keys would leave the terminal as it is now.
+    // These keys would suspend or end the process without restoring the terminal.
     settings.c_cc[VSUSP] = _POSIX_VDISABLE;
     settings.c_cc[VQUIT] = _POSIX_VDISABLE;
     if (::tcsetattr(STDIN_FILENO, TCSAFLUSH, &settings) != 0)
@@ -58,7 +58,7 @@ bool takeTerminal()
 void giveTerminalBack()
 {
     show("\033[?25h\033[?1049l");
-    ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &asItWas);
+    ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &savedSettings);
 }
 
 std::optional<char> waitForKey(std::chrono::steady_clock::time_point end)

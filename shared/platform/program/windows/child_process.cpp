@@ -12,8 +12,8 @@ namespace ox::platform
 namespace
 {
 
-/// Quotes an argument the way programs take their command line apart: backslashes count only in
-/// front of a quotation mark, and there each needs another.
+/// Quotes an argument by the rules by which programs parse their command line. Backslashes are
+/// escaped only before a quotation mark.
 std::wstring quoted(std::wstring const & argument)
 {
     if (!argument.empty() && argument.find_first_of(L" \t\n\v\"") == argument.npos)
@@ -40,7 +40,7 @@ std::wstring commandLine(std::vector<std::string> const & command)
     return line;
 }
 
-/// The standard streams as a child process may inherit them, and nothing else of this process.
+/// Inheritable copies of the standard streams. The child process inherits no other handle.
 class InheritedStreams
 {
   public:
@@ -76,7 +76,7 @@ class InheritedStreams
     InheritedStreams & operator=(InheritedStreams const &) = delete;
 
     STARTUPINFOW * startup() { return &startup_.StartupInfo; }
-    BOOL areThere() const { return !open_.empty(); }
+    BOOL exist() const { return !open_.empty(); }
 
   private:
     void add(HANDLE stream)
@@ -105,7 +105,7 @@ Result<std::unique_ptr<ChildProcess>> ChildProcess::start(std::vector<std::strin
     std::wstring line = commandLine(command);
     InheritedStreams streams;
     PROCESS_INFORMATION process;
-    if (!::CreateProcessW(nullptr, line.data(), nullptr, nullptr, streams.areThere(),
+    if (!::CreateProcessW(nullptr, line.data(), nullptr, nullptr, streams.exist(),
                           EXTENDED_STARTUPINFO_PRESENT, nullptr, nullptr, streams.startup(),
                           &process))
         return lastError();

@@ -12,13 +12,14 @@ namespace
 
 void (*answerOf)(StopRequest) = nullptr;
 
-/// The system calls this on a thread of its own for every request.
+/// Handles a request. The system calls this on a new thread for each request.
 BOOL WINAPI onRequest(DWORD event)
 {
     static std::mutex oneAtATime;
     {
         std::lock_guard const lock(oneAtATime);
-        // All processes of a console get its requests, so the children have this one too.
+        // All processes of a console receive its requests, so child processes have received it,
+        // too.
         answerOf({static_cast<int>(event), true});
     }
     bool const endsWithReturn = event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT;

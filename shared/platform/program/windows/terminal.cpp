@@ -15,7 +15,7 @@ HANDLE handleOf(std::FILE * stream)
     return reinterpret_cast<HANDLE>(::_get_osfhandle(::_fileno(stream)));
 }
 
-DWORD asItWas;
+DWORD savedMode;
 
 void show(char const * sequence)
 {
@@ -37,10 +37,10 @@ TerminalSize terminalSize(std::FILE * stream)
 bool takeTerminal()
 {
     DWORD output;
-    // Ctrl-C stays what it is.
+    // ENABLE_PROCESSED_INPUT keeps the meaning of Ctrl-C.
     if (!::GetConsoleMode(handleOf(stdout), &output) ||
         (output & ENABLE_VIRTUAL_TERMINAL_PROCESSING) == 0 ||
-        !::GetConsoleMode(handleOf(stdin), &asItWas) ||
+        !::GetConsoleMode(handleOf(stdin), &savedMode) ||
         !::SetConsoleMode(handleOf(stdin), ENABLE_PROCESSED_INPUT))
         return false;
     show("\033[?1049h\033[?25l");
@@ -50,7 +50,7 @@ bool takeTerminal()
 void giveTerminalBack()
 {
     show("\033[?25h\033[?1049l");
-    ::SetConsoleMode(handleOf(stdin), asItWas);
+    ::SetConsoleMode(handleOf(stdin), savedMode);
 }
 
 std::optional<char> waitForKey(std::chrono::steady_clock::time_point end)
@@ -67,7 +67,7 @@ std::optional<char> waitForKey(std::chrono::steady_clock::time_point end)
         DWORD count = 0;
         if (waited != WAIT_OBJECT_0 || !::ReadConsoleInputW(input, &event, 1, &count))
             return endOfKeys;
-        // The mouse, the window and released keys are events, too.
+        // Events of the mouse and the window, and released keys, are ignored.
         bool const isKey =
             count == 1 && event.EventType == KEY_EVENT && event.Event.KeyEvent.bKeyDown;
         wchar_t const key = isKey ? event.Event.KeyEvent.uChar.UnicodeChar : L'\0';
