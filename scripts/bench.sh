@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds in release mode, runs the benchmarks and prints their tables:
-#   scripts/bench.sh [NAME…] [--benchmark_…]     NAME: checksum, …; without one all of them run
-# A flag of the benchmark library goes to every program, such as --benchmark_filter=crc32.
+# Installs missing packages, builds in release mode, runs the benchmarks and prints their tables:
+#   scripts/bench.sh [NAME…] [--benchmark_…]     NAME: checksum, …; default: all benchmarks
+# Passes flags of the benchmark library to every program, such as --benchmark_filter=crc32.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -10,7 +10,7 @@ for argument in "$@"; do
   case $argument in
     --*) flags+=("$argument") ;;
     *)
-      [ -f "$root/benchmarks/${argument}_bench.cpp" ] || fail "there is no benchmark '$argument'"
+      [ -f "$root/benchmarks/${argument}_bench.cpp" ] || fail "unknown benchmark '$argument'"
       names+=("$argument")
       ;;
   esac

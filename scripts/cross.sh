@@ -1,18 +1,20 @@
-# Sourced by the scripts that build for another system: what such a build needs and takes long is made
-# once and kept in the folder `store` of the cache, which the script names before. It is made in a
-# folder aside and renamed when complete, so an interrupted run leaves nothing half made. build/cross
-# in the checkout points to what this checkout uses; the presets find it there.
+# Sourced by the scripts that build for another system. Dependencies that take long to build are
+# built once and kept in the folder `store` of the cache; the sourcing script sets this variable.
+# Each is built in a temporary folder and then renamed, so an interrupted run leaves no partial
+# result. build/cross in the checkout contains links to the dependencies of this checkout; the
+# presets use these links.
 unfinished=$store/unfinished
 cross=$root/build/cross
 
-# Runs a command whose output is of interest only when it fails.
+# Runs a command and prints its output only if it fails.
 quietly() { # command…
   local log=$unfinished/log
-  "$@" >"$log" 2>&1 || { tail -n 40 "$log" >&2; fail "this failed: $*"; }
+  "$@" >"$log" 2>&1 || { tail -n 40 "$log" >&2; fail "command failed: $*"; }
 }
 
-# apt-get with package lists of our own, so that the machine's stay as they are. The sources are the
-# machine's; some may lack what is asked for, which shows when a package is not found.
+# Runs apt-get with separate package lists, so that those of the machine stay unchanged. The sources
+# are those of the machine. Errors of single sources are ignored here; a missing package fails
+# later.
 private_apt() { # folder, architecture, source type, apt-get argument…
   local folder=$1 architecture=$2 type=$3 list
   shift 3
@@ -30,8 +32,8 @@ private_apt() { # folder, architecture, source type, apt-get argument…
     -o Dir::Cache="$folder" -o APT::Sandbox::User=root "$@"
 }
 
-# Downloads packages of the 32-bit architecture and unpacks them. They are not installed, since that
-# architecture is not everywhere installable.
+# Downloads packages of the 32-bit architecture and unpacks them. They are not installed, since some
+# machines cannot install this architecture.
 unpack_i386() { # folder, package…
   local apt=$unfinished/apt-i386 into=$1 package
   shift
@@ -42,7 +44,7 @@ unpack_i386() { # folder, package…
   done
 }
 
-# One run at a time fills the store, and begins with what an interrupted one has left.
+# Locks the store for this run and removes the rest of an interrupted run.
 begin_store() {
   mkdir -p "$store" "$cross"
   exec {lock}>"$store/lock"
@@ -53,17 +55,17 @@ begin_store() {
 end_store() {
   rm -rf "$unfinished"
   exec {lock}>&-
-  # The host's header-only packages, away from the host's own headers.
+  # Copies the header-only packages of the host, separate from its other headers.
   mkdir -p "$cross/headers"/{include,share/cmake}
   cp -R /usr/include/CLI "$cross/headers/include/"
   cp -R /usr/share/cmake/CLI11 "$cross/headers/share/cmake/"
 }
 
-# Makes a folder of the store unless it is there, and lets a name in build/cross point to it.
+# Creates a folder of the store unless it exists, and a link to it in build/cross.
 provide() { # name in build/cross, folder in the store, what it is and how long it takes, command
   local made=$store/$2
   if [ ! -d "$made" ]; then
-    say "making $3"
+    say "building $3"
     mkdir -p "$unfinished"
     "$4" "$unfinished/$2"
     mv "$unfinished/$2" "$made"

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Every build writes the files of all formats, and every build reads what each of them wrote; the crash
-# dumps of all are read by Breakpad's reader. The builds must be there: scripts/test.sh, scripts/linux32.sh
-# and scripts/windows.sh make them.
+# Lets every build write files of all formats and read those of all builds, and lets Breakpad's
+# reader read the crash dumps of all builds. Needs the builds of scripts/test.sh, scripts/linux32.sh
+# and scripts/windows.sh.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 builds=(dev linux-i686 windows-x86_64 windows-i686)
-# What goes to standard error is shown only when the tool fails: Wine talks there, too.
+# Prints standard error only if the tool fails, since Wine writes its own messages there.
 oxtool() { # build, argument…
   local build=$root/build/$1 run
   case $1 in
@@ -14,12 +14,12 @@ oxtool() { # build, argument…
     *) run=("$build/oxtool/oxtool") ;;
   esac
   shift
-  "${run[@]}" "$@" 2>errors || { cat errors >&2; fail "this failed: $build oxtool $*"; }
+  "${run[@]}" "$@" 2>errors || { cat errors >&2; fail "command failed: $build oxtool $*"; }
 }
 
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
-cd "$folder" # relative names mean the same to all of them
+cd "$folder" # all builds accept relative names
 cp "$root"/tests/data/golden/{small,text,binary}.raw .
 read_back=0
 for writer in "${builds[@]}"; do
@@ -28,7 +28,7 @@ for writer in "${builds[@]}"; do
       oxtool "$writer" pack --format "$format" "$raw" "$writer-$raw-$format" >/dev/null
       for reader in "${builds[@]}"; do
         oxtool "$reader" unpack "$writer-$raw-$format" --out payload
-        cmp "$raw" payload || fail "$reader reads $format of $raw by $writer wrongly"
+        cmp "$raw" payload || fail "$reader reads other bytes than those of $raw from the $format file of $writer"
         rm payload
         read_back=$((read_back + 1))
       done
@@ -37,18 +37,18 @@ for writer in "${builds[@]}"; do
 done
 for build in "${builds[@]}"; do oxtool "$build" layout | grep -vE '^(_OX_DataBuffer|_oxStringList) ' >"layout-$build"; done
 for build in "${builds[@]}"; do
-  cmp layout-dev "layout-$build" || fail "the records of $build are laid out differently"
+  cmp layout-dev "layout-$build" || fail "the records of $build have another layout"
 done
-say "${#builds[@]} builds read $read_back files of each other, and their records are laid out alike"
+say "${#builds[@]} builds read $read_back files of each other, and their records have the same layout"
 
 reader=$(compgen -G "$cache/breakpad-*/bin/linux-x64/minidump_stackwalk" | head -n 1)
 for build in "${builds[@]}"; do
   mkdir "crash-$build"
   oxtool "$build" crash-test thread --dir "crash-$build" >/dev/null
   case $build in windows-*) reason='EXCEPTION_ACCESS_VIOLATION' ;; *) reason='SIGSEGV' ;; esac
-  # "Crash|SIGSEGV /SEGV_MAPERR|0x0|1": not the first thread, which only waits.
+  # "Crash|SIGSEGV /SEGV_MAPERR|0x0|1": thread 0 only waits.
   report=$("$reader" -m "crash-$build"/*.oxdmp 2>/dev/null)
   grep -qE "^Crash\|$reason.*\|0x0\|[1-9]" <<<"$report" ||
-    fail "the dump of $build does not tell the crash of a second thread"
+    fail "the dump of $build does not contain the crash of a second thread"
 done
-say "the dumps of all builds tell what crashed"
+say "the dumps of all builds contain the crash"

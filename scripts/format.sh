@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Formats all C++ sources, or with --check only says which are not formatted:
+# Formats all C++ sources. With --check only reports the files that are not formatted:
 #   scripts/format.sh [--check]
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Measures what it costs to include a public header by itself:
-#   scripts/include_cost.sh [-r RUNS] [HEADER…]     without a header: the umbrella and all that it names
+# Measures the cost of including a public header by itself:
+#   scripts/include_cost.sh [-r RUNS] [HEADER…]     default: the umbrella header and all headers in it
 # Each run compiles <QString> and then the header. Prints the medians of the user seconds and of the
-# ratio of the two, which other work on the machine disturbs less.
+# ratio of the two. Other work on the machine affects the ratio less.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 cd "$root"
@@ -18,7 +18,7 @@ if [ $# -eq 0 ]; then
 fi
 read -ra qt < <(pkg-config --cflags Qt6Core)
 
-# The user seconds of compiling a file that is nothing but the include.
+# Prints the user seconds of compiling a file with only this include.
 seconds_of() {
   local TIMEFORMAT=%U
   { time echo "#include $1" | "${CXX:-c++}" -std=c++20 -O2 -fPIC -I. "${qt[@]}" -x c++ - -c -o /dev/null; } 2>&1

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Counts the C++ lines of each folder and says how much of them is test code.
+# Counts the C++ lines of each folder and prints the share of test code.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 

@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
-# Builds the library and the tool and shows the main job from end to end: a file is packed into a
-# folder that stands for the farm's share, and refreshed from there through the path by which a
-# Windows machine of the farm knows it.
-#   scripts/run.sh [FILE]     FILE: what to pack (the tool itself by default)
+# Builds the library and the tool and demonstrates the main job: packs a file into a folder that
+# represents the farm's share, and refreshes it by the path that a Windows machine of the farm uses.
+#   scripts/run.sh [FILE]     FILE: the file to pack, by default the tool itself
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -10,9 +9,9 @@ usage() { printf 'usage: %s [FILE]\n' "$(basename "$0")" >&2; exit 2; }
 [ $# -le 1 ] || usage
 case ${1:-} in -*) usage ;; esac
 if [ $# -eq 1 ]; then
-  [ -f "$1" ] || fail "there is no file '$1' to pack"
-  [ -r "$1" ] || fail "the file '$1' cannot be read"
-  [ -s "$1" ] || fail "the file '$1' is empty, and a buffer file holds at least one byte"
+  [ -f "$1" ] || fail "file not found: '$1'"
+  [ -r "$1" ] || fail "file is not readable: '$1'"
+  [ -s "$1" ] || fail "file is empty, and a buffer file needs at least one byte: '$1'"
 fi
 
 "$root/scripts/setup.sh" test # the preset configures the tests, too
@@ -31,10 +30,10 @@ say "packing $file into the share"
 say "refreshing $stored"
 "$oxtool" refresh "$stored" --map '\\farm\share='"$share" --out "$share/payload"
 
-say "looking into the file on the share"
+say "inspecting the file on the share"
 "$oxtool" inspect "$share/jobs/job17.oxdb"
 
-cmp "$file" "$share/payload" || fail "the refreshed payload is not what was packed"
-[ -z "$(find "$share" -name '*_lock.txt*')" ] || fail "a lock was left on the share"
-say "it works: the payload is byte for byte what was packed, and no lock was left"
-say "the tool is $oxtool; what it can do: $oxtool --help"
+cmp "$file" "$share/payload" || fail "the refreshed payload differs from the packed file"
+[ -z "$(find "$share" -name '*_lock.txt*')" ] || fail "a lock file is left on the share"
+say "success: the payload equals the packed file, and no lock file is left"
+say "the tool is $oxtool; its help: $oxtool --help"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that are missing, for the build alone or for more:
+# Installs the missing Debian packages for the build and for the given sets:
 #   scripts/setup.sh [build|test|bench|format|qt5|linux32|windows]…
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -16,12 +16,13 @@ packages_of() {
       echo g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev googletest dpkg-dev
       echo wine64 libc6-i386 lib32gcc-s1 qt6-base-dev-tools
       ;;
-    *) fail "there is no set '$1'; the sets are: build test bench format qt5 linux32 windows" ;;
+    *) fail "unknown set '$1'; the sets are: build test bench format qt5 linux32 windows" ;;
   esac
 }
 
 wanted=()
-# The crash handler's source comes by npm, once for the cache; another npm than Debian's serves, too.
+# npm downloads the source of the crash handler once into the cache. Any installed npm is
+# sufficient.
 if ! compgen -G "$cache/breakpad-*/deps" >/dev/null && ! command -v npm >/dev/null; then
   wanted+=(nodejs npm)
 fi
@@ -54,5 +55,5 @@ log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 if ! { apt update && apt install --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
   tail -n 20 "$log" >&2
-  fail "apt could not install them"
+  fail "apt could not install the packages"
 fi

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the library, the tool and the tests, and runs all tests:
+# Installs missing packages, builds the library, the tool and the tests, and runs all tests:
 #   scripts/test.sh [PRESET] [CTEST-ARGUMENT…]     PRESET: dev (the default), asan, qt5 or static
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -8,7 +8,7 @@ preset=dev
 case ${1:-} in
   dev | asan | qt5 | static) preset=$1; shift ;;
   '' | -*) ;;
-  *) fail "there is no preset '$1' to test; it is dev, asan, qt5 or static" ;;
+  *) fail "unknown preset '$1'; the presets are: dev asan qt5 static" ;;
 esac
 sets=(test)
 [ "$preset" != qt5 ] || sets+=(qt5)

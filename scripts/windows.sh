@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Cross-builds the library, the tool and the tests for Windows and runs the tests under Wine:
-#   scripts/windows.sh [x86_64|i686|all] [CTEST-ARGUMENT…]     all is the default
-# What takes long (Qt Core for each target, Wine) is made once and kept in the cache folder.
+#   scripts/windows.sh [x86_64|i686|all] [CTEST-ARGUMENT…]     default: all
+# Qt Core for each target and Wine are built once and kept in the cache folder.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -9,16 +9,16 @@ case ${1:-all} in
   all) targets=(x86_64 i686) ;;
   x86_64 | i686) targets=("$1") ;;
   -*) targets=(x86_64 i686); set -- all "$@" ;;
-  *) fail "there is no target '$1'; it is x86_64, i686 or all" ;;
+  *) fail "unknown target '$1'; the targets are: x86_64 i686 all" ;;
 esac
 shift $(($# > 0))
 
 store=$cache/windows
 . "$root/scripts/cross.sh"
-# Where the CMake packages of the host tools (moc and the like) stand; the presets name it as well.
+# Folder with the CMake packages of the host tools, such as moc. The presets contain it, too.
 host_packages=/usr/lib/x86_64-linux-gnu/cmake
 
-# Qt's options: Core and its tools alone, with its own copies of the libraries it needs.
+# Options of Qt: only Core and its tools, with its own copies of third-party libraries.
 qt_options=(-DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=ON -DBUILD_WITH_PCH=ON
   -DQT_BUILD_EXAMPLES=OFF -DQT_BUILD_TESTS=OFF)
 for feature in gui widgets network sql dbus xml testlib concurrent printsupport opengl icu glib zstd \
@@ -27,7 +27,8 @@ for feature in gui widgets network sql dbus xml testlib concurrent printsupport 
   qt_options+=("-DFEATURE_$feature=OFF")
 done
 
-# Wine for programs of both word sizes: the machine's 64-bit half, and the 32-bit half beside it.
+# Creates Wine for programs of both word sizes from the 64-bit part of the machine and a 32-bit part
+# beside it.
 make_wine() { # folder
   local version
   version=$(dpkg-query -W -f '${Version}' libwine:amd64)
@@ -39,7 +40,7 @@ make_wine() { # folder
   ln -s /usr/share "$1/usr/share"
 }
 
-# The folder that stands for C: and the registry.
+# Creates the folder that contains drive C: and the registry.
 make_prefix() { # folder
   WINEPREFIX=$1 quietly "$root/scripts/wine.sh" x86_64 wineboot -i
   WINEPREFIX=$1 "$cross/wine/usr/lib/wine/wineserver64" -w
@@ -57,7 +58,7 @@ make_qt() { # folder
     -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-$target.cmake" "${qt_options[@]}"
   quietly cmake --build "$build" --target install
   rm -rf "$build"
-  # A program finds all that it needs at run time beside Qt.
+  # Programs find all of their DLLs in Qt's folder.
   cp "$(dirname "$("$triple-g++-posix" -print-file-name=libstdc++-6.dll)")"/{libstdc++-6,libgcc_s_*}.dll \
     "/usr/$triple/lib/libwinpthread-1.dll" "$1/bin/"
   "$triple-strip" --strip-unneeded "$1"/bin/Qt6Core.dll
@@ -79,8 +80,9 @@ end_store
 
 for target in "${targets[@]}"; do
   build_preset "windows-$target"
-  # One server for all test programs; it ends by itself a while after the last of them. The first
-  # program starts it and what belongs to it, which keep that program's output open as long.
+  # All test programs share one server. It ends 20 seconds after the last program. The first program
+  # starts it with helper processes, which keep the output of that program open, so this is a
+  # program without output.
   WINEPREFIX=$cross/prefix "$cross/wine/usr/lib/wine/wineserver64" -p20 >/dev/null 2>&1 || true
   "$root/scripts/wine.sh" "$target" cmd /c rem >/dev/null 2>&1
   say "testing for Windows $target under Wine (up to ten minutes)"

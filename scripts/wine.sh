@@ -1,5 +1,5 @@
 #!/bin/sh
-# Runs a Windows program under Wine, without a display; scripts/windows.sh prepares what it needs:
+# Runs a Windows program under Wine without a display. scripts/windows.sh prepares Wine:
 #   scripts/wine.sh x86_64|i686 PROGRAM [ARGUMENT]…
 cross=$(cd "$(dirname "$0")/.." && pwd -P)/build/cross
 arch=$1
@@ -9,11 +9,11 @@ unset DISPLAY WAYLAND_DISPLAY
 export WINEPREFIX="${WINEPREFIX:-$cross/prefix}" WINEARCH=win64 WINEDEBUG="${WINEDEBUG:--all}"
 export WINESERVER="$libraries/wine/wineserver64"
 export WINEDLLPATH="$libraries/i386-linux-gnu/wine:$libraries/x86_64-linux-gnu/wine"
-# Nothing but Qt's folder: Wine itself breaks on a zlib1.dll of the other word size.
+# The path contains only Qt's folder, since Wine fails with a zlib1.dll of the other word size.
 export WINEPATH="Z:$cross/qt-$arch/bin"
 case $arch in
   x86_64) export WINELOADER="$libraries/wine/wine64" ;;
   i686) export WINELOADER="$libraries/wine/wine" ;;
-  *) echo "wine.sh: there is no target '$arch'; it is x86_64 or i686" >&2; exit 2 ;;
+  *) echo "wine.sh: unknown target '$arch'; the targets are: x86_64 i686" >&2; exit 2 ;;
 esac
 exec "$WINELOADER" "$@"
