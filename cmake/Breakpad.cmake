@@ -1,8 +1,9 @@
-# Google Breakpad's client, which writes the crash dumps, as the object library oxBreakpad. Its objects
-# become part of oxShared, whether shared or static, and nothing of it is exported.
+# Builds Google Breakpad's client, which writes the crash dumps, as the object library oxBreakpad.
+# The objects become part of oxShared, which exports none of their functions.
 #
-# The source comes from a package of pinned content. It is fetched once for all checkouts, into the
-# cache folder, and made complete in a folder aside, so an interrupted run leaves nothing half made.
+# The source comes from a package with a pinned checksum. It is downloaded once into the cache
+# folder, for all checkouts. It is unpacked in a temporary folder and then renamed, so an
+# interrupted run leaves no partial result.
 
 set(BREAKPAD_TARBALL "" CACHE FILEPATH
   "The package with Breakpad's source as a .tgz file, for machines without a network")
@@ -28,7 +29,7 @@ function(ox_download_breakpad folder)
   set(tarball "${tarball}" PARENT_SCOPE)
 endfunction()
 
-# Sets `result` to the folder of the unpacked package.
+# Unpacks the package if necessary. Sets the variable named by `result` to its folder.
 function(ox_provide_breakpad result)
   if(DEFINED ENV{XDG_CACHE_HOME})
     set(cache "$ENV{XDG_CACHE_HOME}/oxshared")
@@ -66,7 +67,7 @@ function(ox_provide_breakpad result)
 endfunction()
 
 ox_provide_breakpad(OX_BREAKPAD)
-# Breakpad's own programs that read dumps and make symbols; they run on 64-bit Linux.
+# Breakpad's programs that read dumps and extract symbols. They run on 64-bit Linux.
 set(OX_BREAKPAD_READERS "${OX_BREAKPAD}/bin/linux-x64")
 
 set(OX_BREAKPAD_SOURCE "${OX_BREAKPAD}/deps/breakpad/src")
@@ -99,7 +100,7 @@ else()
 endif()
 list(TRANSFORM sources PREPEND "${OX_BREAKPAD_SOURCE}/")
 if(NOT WIN32)
-  # In place of client/linux/minidump_writer/linux_ptrace_dumper.cc, which it includes.
+  # This file replaces client/linux/minidump_writer/linux_ptrace_dumper.cc and includes it.
   list(APPEND sources "${PROJECT_SOURCE_DIR}/shared/platform/linux/ptrace_dumper.cpp")
 endif()
 
@@ -110,13 +111,14 @@ ox_configure_code(oxBreakpad)
 target_compile_options(oxBreakpad PRIVATE -w)
 if(WIN32)
   target_compile_definitions(oxBreakpad PRIVATE UNICODE _UNICODE)
-  # Without it the optimiser reuses the memory of the stream that names the crashed thread.
+  # Otherwise the optimiser reuses the memory of the stream that contains the crashed thread.
   target_compile_options(oxBreakpad PRIVATE -fstack-reuse=none)
 else()
   target_compile_definitions(oxBreakpad PRIVATE HAVE_GETCONTEXT=1 HAVE_SYS_RANDOM_H=1 HAVE_GETRANDOM=1)
 endif()
 
-# The notices that go with whatever contains Breakpad; that of its system calls heads their source.
+# License notices for all programs that contain Breakpad. The notice of its system calls is at the
+# start of their source.
 file(READ "${OX_BREAKPAD}/deps/third_party/lss/linux_syscall_support.h" notice LIMIT 2000)
 string(REGEX REPLACE "\\*/.*" "*/\n" notice "${notice}")
 file(WRITE "${PROJECT_BINARY_DIR}/notices/linux-syscall-support.txt" "${notice}")

@@ -1,5 +1,5 @@
-# cmake --install: the library with its headers, the CMake package oxShared and the pkg-config file,
-# and the debug information of the library and the tool.
+# Defines what cmake --install installs: the library with its headers, the CMake package oxShared,
+# the pkg-config file, and the debug information of the library and the tool.
 
 include(CMakePackageConfigHelpers)
 
@@ -8,8 +8,8 @@ install(TARGETS oxShared EXPORT oxSharedTargets
   FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/oxShared")
 install(EXPORT oxSharedTargets NAMESPACE oxShared:: DESTINATION "${OX_PACKAGE_DIR}")
 
-# Moves the debug information of an installed library or program into FILE.debug beside it, which
-# debuggers and dump_syms find by the link that the file keeps.
+# Moves the debug information of an installed library or program into FILE.debug beside it. A link
+# in the file lets debuggers and dump_syms find it.
 function(ox_split_debug_information target folder)
   if(NOT OX_DEBUG_INFO)
     return()
@@ -36,7 +36,8 @@ elseif(BUILD_SHARED_LIBS)
 endif()
 if(OX_BUILD_TOOL)
   ox_split_debug_information(oxtool "${CMAKE_INSTALL_BINDIR}")
-  # The way to the library in the build folder is otherwise kept as empty space, whose length differs.
+  # Otherwise the tool contains the path to the library in the build folder as empty space, whose
+  # length differs between builds.
   set_target_properties(oxtool PROPERTIES BUILD_RPATH_USE_ORIGIN ON)
 endif()
 
@@ -49,7 +50,7 @@ install(FILES
   "${PROJECT_BINARY_DIR}/oxSharedConfigVersion.cmake"
   DESTINATION "${OX_PACKAGE_DIR}")
 
-# The pkg-config file finds the library from its own place, so an installed tree may be moved.
+# The pkg-config file contains paths relative to itself, so an installed tree can be moved.
 file(RELATIVE_PATH OX_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 string(REGEX REPLACE "/$" "" OX_PC_PREFIX "${OX_PC_PREFIX}")
 if(NOT BUILD_SHARED_LIBS)

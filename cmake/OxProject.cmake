@@ -1,4 +1,4 @@
-# What every target of the project has in common.
+# Settings and functions for all targets of the project.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -6,9 +6,9 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
-# Editors find how each file is compiled.
+# Editors need the compile commands.
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
-# A library that is linked again with the same interface leaves what uses it as it is.
+# A new link of a library with the same interface does not link its users again.
 set(CMAKE_LINK_DEPENDS_NO_SHARED ON)
 
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
@@ -17,25 +17,25 @@ endif()
 
 find_program(OX_CCACHE ccache)
 if(OX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  # ccache stores the users of a precompiled header only with this setting.
+  # ccache caches the users of a precompiled header only with this setting.
   set(CMAKE_CXX_COMPILER_LAUNCHER
       "${CMAKE_COMMAND}" -E env CCACHE_SLOPPINESS=pch_defines,time_macros "${OX_CCACHE}")
 endif()
 
-# The folder of shared/platform that holds the system's sources.
+# Folder of shared/platform with the sources of this system.
 if(WIN32)
   set(OX_SYSTEM windows)
 else()
   set(OX_SYSTEM linux)
 endif()
 
-# Windows looks for a program's DLLs in the program's own folder.
+# Windows searches for the DLLs of a program in the folder of the program.
 if(WIN32)
   set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 endif()
 
-# Finds Qt Core, the version of OX_QT_VERSION or else 6 before 5, and sets OX_QT_VERSION to what was
-# found. The targets link to Qt::Core, which is the same name for both.
+# Finds Qt Core in the version OX_QT_VERSION, by default 6 or else 5. Sets OX_QT_VERSION to the
+# version that was found. The targets link to Qt::Core, which has the same name in both versions.
 macro(ox_find_qt)
   if(OX_QT_VERSION)
     find_package(Qt${OX_QT_VERSION} REQUIRED COMPONENTS Core)
@@ -53,17 +53,18 @@ include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)
 check_cxx_compiler_flag(-fcf-protection OX_HAS_CF_PROTECTION)
 
-# What makes a fault harder to exploit. tests/package/hardening_test.cmake looks for each of these in
-# the library and the tool.
+# Adds options that make a fault harder to exploit. tests/package/hardening_test.cmake checks each
+# of them in the library and the tool.
 function(ox_harden target)
   target_compile_options(${target} PRIVATE -fstack-protector-strong)
   if(NOT OX_SANITIZE)
-    # Without optimisation it does nothing but warn, and it hides calls from the sanitizers.
+    # Without optimisation the option only causes warnings, and it hides calls from the sanitizers.
     target_compile_options(${target} PRIVATE
       "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
   endif()
   if(WIN32)
-    # The run-time part of both, without a DLL of its own. The linker knows no control-flow guard.
+    # The run-time part of both options, linked statically. The linker does not support control-flow
+    # guard.
     target_link_libraries(${target} PRIVATE -l:libssp.a)
     target_link_options(${target} PRIVATE -Wl,--dynamicbase,--nxcompat)
     if(CMAKE_SIZEOF_VOID_P EQUAL 8)
@@ -73,19 +74,20 @@ function(ox_harden target)
     if(OX_HAS_CF_PROTECTION)
       target_compile_options(${target} PRIVATE -fcf-protection)
     endif()
-    # All functions are looked up at the start, none by the crash handler.
+    # The system resolves all functions at the start, so the crash handler resolves none.
     target_link_options(${target} PRIVATE -Wl,-z,relro,-z,now,-z,noexecstack)
   endif()
 endfunction()
 
-# The same bytes from every folder: paths in debug information and in __FILE__ begin with /oxShared,
-# also those that a compiler cache has made relative to the build folder. A build id, which depends on
-# the content alone, ties a dump to its release. Wine, which runs the tests, fails to write a second
-# dump of a program with a build id and debug information.
+# Makes the build independent of its folder: paths in debug information and in __FILE__ begin with
+# /oxShared, even those that a compiler cache has made relative to the build folder. A build id,
+# which depends on the content alone, identifies the release of a dump. The Windows presets build
+# without both: Wine, which runs the tests, fails to write a second dump of a program with a build id
+# and debug information.
 function(ox_make_reproducible target)
-  file(RELATIVE_PATH way "${CMAKE_BINARY_DIR}" "${PROJECT_SOURCE_DIR}/.")
+  file(RELATIVE_PATH source_path "${CMAKE_BINARY_DIR}" "${PROJECT_SOURCE_DIR}/.")
   target_compile_options(${target} PRIVATE
-    "-ffile-prefix-map=${way}=/oxShared/"
+    "-ffile-prefix-map=${source_path}=/oxShared/"
     "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=/oxShared"
     "-ffile-prefix-map=${CMAKE_BINARY_DIR}=/oxShared/build")
   if(OX_CRASH_HANDLER)
@@ -101,9 +103,10 @@ endfunction()
 
 option(OX_PRECOMPILED_HEADERS "Compile the headers of Qt and of the standard library once per group of targets" ON)
 
-# Precompiles system headers for a target, or takes over the ones of another target with the same
-# options: ox_precompile(TARGET HEADER… | REUSE_FROM OTHER)
-# Headers of the project are not among them, since each change would compile everything again.
+# Precompiles system headers for a target, or reuses those of another target with the same options:
+#   ox_precompile(TARGET HEADER… | REUSE_FROM OTHER)
+# Headers of the project are not precompiled, since each change to them would compile everything
+# again.
 function(ox_precompile target)
   if(OX_PRECOMPILED_HEADERS)
     if(ARGV1 STREQUAL REUSE_FROM)
@@ -112,13 +115,13 @@ function(ox_precompile target)
       target_precompile_headers(${target} PRIVATE ${ARGN})
     endif()
     if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-      # ccache asks for it.
+      # ccache requires this option.
       target_compile_options(${target} PRIVATE -fpch-preprocess)
     endif()
   endif()
 endfunction()
 
-# What all code has in common that the library and the tool are made of, Breakpad's, too.
+# Adds the options of all code in the library and the tool, including Breakpad.
 function(ox_configure_code target)
   ox_harden(${target})
   ox_make_reproducible(${target})
@@ -127,25 +130,25 @@ function(ox_configure_code target)
   endif()
 endfunction()
 
-# Compile options of the project's own targets; nothing of it reaches a consumer.
+# Adds the compile options of the project's own targets. They do not apply to its users.
 function(ox_configure_target target)
   ox_configure_code(${target})
   target_compile_definitions(${target} PRIVATE QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
   if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
-    # GCC's -Wconversion leaves these out in C++.
+    # In C++, -Wconversion of GCC does not include these warnings.
     target_compile_options(${target} PRIVATE -Wno-sign-conversion)
   endif()
   if(WIN32)
-    # The oldest Windows that is supported: 7.
+    # The oldest supported version is Windows 7.
     target_compile_definitions(${target} PRIVATE _WIN32_WINNT=0x0601 NOMINMAX WIN32_LEAN_AND_MEAN)
     target_link_libraries(${target} PRIVATE ntdll)
     if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-      # Room for data buffers of their full size, which half of the address space does not have.
+      # Data buffers of full size need more than half of the address space.
       target_link_options(${target} PRIVATE -Wl,--large-address-aware)
     endif()
   elseif(CMAKE_SIZEOF_VOID_P EQUAL 4)
-    # Files of 2 GiB and more, and times after 2038.
+    # Enables files of 2 GiB and more, and times after 2038.
     target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
   endif()
   if(OX_WARNINGS_AS_ERRORS)

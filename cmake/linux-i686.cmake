@@ -1,5 +1,5 @@
-# 32-bit Linux on a 64-bit machine: the compiler's own 32-bit half, and the libraries of the folder
-# build/cross/linux-i686, which scripts/linux32.sh prepares.
+# Builds for 32-bit Linux on a 64-bit machine, with the compiler's 32-bit mode and the libraries in
+# build/cross/linux-i686, which scripts/linux32.sh installs.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR i686)
 set(CMAKE_CXX_FLAGS_INIT -m32)
@@ -12,7 +12,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# A path that also holds for what the libraries themselves need, which the newer kind of tag does not.
+# The old kind of tag also applies to the dependencies of the libraries, the new one does not.
 foreach(kind EXE SHARED MODULE)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT
       "-Wl,--disable-new-dtags -Wl,-rpath,${cross}/linux-i686/usr/lib/i386-linux-gnu")

@@ -1,4 +1,4 @@
-# The part that the toolchain files of both Windows targets share; they set MINGW_TRIPLE.
+# Common part of the toolchain files for both Windows targets, which set MINGW_TRIPLE.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_C_COMPILER ${MINGW_TRIPLE}-gcc-posix)
 set(CMAKE_CXX_COMPILER ${MINGW_TRIPLE}-g++-posix)
