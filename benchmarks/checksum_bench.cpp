@@ -19,13 +19,13 @@ namespace
 
 using Checksum = std::uint64_t (*)(unsigned char const * data, std::size_t size);
 
-struct Rival {
+struct Candidate {
     char const * subject;
     char const * who;
     Checksum checksum;
 };
 
-/// The plain way to compute a CRC: one table, one byte at a time.
+/// Computes a CRC with one table, one byte at a time.
 template <class Crc>
 std::uint64_t byPlainTable(unsigned char const * data, std::size_t size)
 {
@@ -42,7 +42,7 @@ std::uint64_t xorOfBytes(unsigned char const * data, std::size_t size)
     return std::accumulate(data, data + size, 0u, std::bit_xor{});
 }
 
-constexpr Rival rivals[] = {
+constexpr Candidate candidates[] = {
     {"crc32", "oxShared",
      [](auto data, auto size) -> std::uint64_t {
          return oxCRCCalc(data, static_cast<unsigned int>(size));
@@ -72,7 +72,7 @@ void run(benchmark::State & state, Checksum checksum, Checksum ours, std::size_t
     std::vector<unsigned char> data(size);
     std::iota(data.begin(), data.end(), static_cast<unsigned char>(0));
     if (checksum(data.data(), size) != ours(data.data(), size)) {
-        state.SkipWithError("computes something else");
+        state.SkipWithError("result differs from that of oxShared");
         return;
     }
     for (auto _ : state)
@@ -90,14 +90,15 @@ bool const areRegistered = [] {
                               {"1MiB", std::size_t{1} << 20},
                               {"16MiB", std::size_t{16} << 20},
                               {"64MiB", std::size_t{64} << 20}};
-    Rival const * ours = nullptr;
+    Candidate const * ours = nullptr;
     for (Size const size : sizes) {
-        for (Rival const & rival : rivals) {
-            // Ours opens each subject.
-            if (std::string(rival.who) == "oxShared")
-                ours = &rival;
-            std::string const name = std::string(rival.subject) + '/' + size.name + '/' + rival.who;
-            benchmark::RegisterBenchmark(name.c_str(), run, rival.checksum, ours->checksum,
+        for (Candidate const & candidate : candidates) {
+            // The library's own function is the first of each subject.
+            if (std::string(candidate.who) == "oxShared")
+                ours = &candidate;
+            std::string const name =
+                std::string(candidate.subject) + '/' + size.name + '/' + candidate.who;
+            benchmark::RegisterBenchmark(name.c_str(), run, candidate.checksum, ours->checksum,
                                          size.bytes);
         }
     }

@@ -54,7 +54,7 @@ void runProgram(std::vector<std::string> command, QString const & from, QString 
     require(child && (*child)->wait() == 0);
 }
 
-/// Copies in pieces from a position on.
+/// Copies in pieces, starting at a position.
 void readAndWrite(QString const & from, QString const & to, qint64 begin, qint64 pieceSize)
 {
     auto const unbuffered = QIODevice::Unbuffered;
@@ -79,7 +79,7 @@ void resume(QString const & from, QString const & to)
     require(oxResumeFile(from, to, limitReported).isEmpty() && !limitReported);
 }
 
-/// `before` readies the target and is not measured.
+/// Registers a benchmark. `before` prepares the target and is not measured.
 void add(char const * name, qint64 size, std::function<void(QString const & to)> const & before,
          Job job)
 {

@@ -16,7 +16,7 @@
 
 #include "client/linux/handler/exception_handler.h"
 
-// What is measured happens in a child process, which writes the seconds it took to a pipe.
+// The measured work runs in a child process, which writes its duration in seconds to a pipe.
 
 namespace
 {
@@ -25,18 +25,18 @@ using google_breakpad::ExceptionHandler;
 using google_breakpad::MinidumpDescriptor;
 using Clock = std::chrono::steady_clock;
 
-int answer = -1;
+int durationPipe = -1;
 Clock::time_point start;
 
-void tellSeconds()
+void reportSeconds()
 {
     std::chrono::duration<double> const taken = Clock::now() - start;
     double const seconds = taken.count();
-    if (::write(answer, &seconds, sizeof seconds) != sizeof seconds)
+    if (::write(durationPipe, &seconds, sizeof seconds) != sizeof seconds)
         ::_exit(1);
 }
 
-/// The seconds that a child tells when it does this in a folder of its own.
+/// Returns the seconds that a child process reports for the work in a temporary folder.
 double secondsOfChild(std::function<void(std::string const & folder)> const & work)
 {
     QTemporaryDir const folder;
@@ -45,16 +45,16 @@ double secondsOfChild(std::function<void(std::string const & folder)> const & wo
         std::abort();
     pid_t const child = ::fork();
     if (child == 0) {
-        answer = ends[1];
+        durationPipe = ends[1];
         work(folder.path().toStdString());
         ::_exit(0);
     }
     ::close(ends[1]);
     double seconds = 0;
-    bool const isTold = ::read(ends[0], &seconds, sizeof seconds) == sizeof seconds;
+    bool const isReported = ::read(ends[0], &seconds, sizeof seconds) == sizeof seconds;
     ::close(ends[0]);
     ::waitpid(child, nullptr, 0);
-    if (!isTold)
+    if (!isReported)
         std::abort();
     return seconds;
 }
@@ -65,14 +65,14 @@ void crash()
     *static_cast<int volatile *>(nullptr) = 1;
 }
 
-/// Tells the time when the dump has its final name.
+/// Reports the duration when the dump has its final name.
 class TimingLogger : public oxLogger
 {
   public:
     void log(int, _oxString8_evenSize<500> const & text, bool) override
     {
         if (text.startsWith("wrote dumpfile to "))
-            tellSeconds();
+            reportSeconds();
     }
 };
 
@@ -84,14 +84,14 @@ void init(std::string const & folder)
     oxCrashHandler::instance()->setDumpPath(QString::fromStdString(folder));
 }
 
-/// Gives the dump another name, as ours does, but at once.
+/// Renames the dump like the library, but without its pause.
 bool rename(MinidumpDescriptor const & dump, void * folder, bool succeeded)
 {
     char name[1000];
     std::snprintf(name, sizeof name, "%s/bench.oxdmp", static_cast<char const *>(folder));
     if (!succeeded || std::rename(dump.path(), name) != 0)
         ::_exit(1);
-    tellSeconds();
+    reportSeconds();
     return true;
 }
 
@@ -101,7 +101,7 @@ ExceptionHandler * installBreakpad(std::string const & folder)
                                 const_cast<char *>(folder.c_str()), true, -1);
 }
 
-/// From the fault to the dump under its final name.
+/// Measures from the fault until the dump has its final name.
 void crashOurs(std::string const & folder)
 {
     init(folder);
@@ -114,19 +114,19 @@ void crashBreakpad(std::string const & folder)
     crash();
 }
 
-/// What a program pays at its start.
+/// Measures the installation of the handler at the start of a program.
 void initOurs(std::string const & folder)
 {
     start = Clock::now();
     init(folder);
-    tellSeconds();
+    reportSeconds();
 }
 
 void initBreakpad(std::string const & folder)
 {
     start = Clock::now();
     benchmark::DoNotOptimize(installBreakpad(folder));
-    tellSeconds();
+    reportSeconds();
 }
 
 void add(char const * name, void (*work)(std::string const &), int times)

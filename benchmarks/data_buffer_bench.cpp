@@ -30,7 +30,7 @@ void require(bool condition)
 
 // Searching
 
-/// Text of common words, as in scripts, logs and job descriptions.
+/// Returns a text of common words, as in scripts, logs and job descriptions.
 std::string prose(std::size_t size, std::mt19937 & random)
 {
     static constexpr char const * words[] = {
@@ -50,7 +50,8 @@ std::string prose(std::size_t size, std::mt19937 & random)
 
 std::string binary(std::size_t size, std::mt19937 & random)
 {
-    std::string bytes(size, '\0'); // records: many small numbers, and no 0 for strcasestr
+    // Many small numbers, as in records, and no 0, since strcasestr would stop there.
+    std::string bytes(size, '\0');
     std::generate(bytes.begin(), bytes.end(),
                   [&] { return random() % 3 ? char(1 + random() % 4) : char(1 + random() % 255); });
     return bytes;
@@ -71,7 +72,7 @@ std::string lowerCase(std::string text)
     return text;
 }
 
-/// A text whose only occurrence of the pattern, in either case, is at its end.
+/// A text with a single occurrence of the pattern, ignoring case, at its end.
 struct Haystack {
     _OX_DataBuffer buffer;
     std::string text;
@@ -183,7 +184,7 @@ void registerSearches()
 
 // Files
 
-/// The files that the loads read, and the place that the saves write to; made when first needed.
+/// The files for loading and the folder for saving. They are created on first use.
 class Files
 {
   public:

@@ -15,7 +15,7 @@ namespace
 
 constexpr int fileCount = 100000;
 
-/// A folder of many files, in the folder for temporary files (TMPDIR).
+/// Returns a folder of many files, inside the folder for temporary files (TMPDIR).
 QString const & folder()
 {
     static QTemporaryDir const made;
@@ -30,72 +30,72 @@ QString const & folder()
     return path;
 }
 
-/// What was read of the entries; the sums keep the compiler from leaving anything out.
-struct Seen {
+/// Totals of the entries, so that the compiler cannot remove the reading.
+struct Totals {
     int entries = 0;
     qint64 nameUnits = 0;
     qint64 bytes = 0;
     qint64 seconds = 0;
 };
 
-Seen namesByUs()
+Totals namesByUs()
 {
-    Seen seen;
+    Totals totals;
     oxDirListing listing;
     listing.init(folder(), false, false, false, false);
-    for (; listing.nextFile(); ++seen.entries)
-        seen.nameUnits += listing.fileName().size();
-    return seen;
+    for (; listing.nextFile(); ++totals.entries)
+        totals.nameUnits += listing.fileName().size();
+    return totals;
 }
 
-Seen namesByStandardLibrary()
+Totals namesByStandardLibrary()
 {
-    Seen seen;
+    Totals totals;
     for (auto const & entry : std::filesystem::directory_iterator(folder().toStdString())) {
         if (entry.is_directory())
             continue;
-        seen.nameUnits += static_cast<qint64>(entry.path().filename().native().size());
-        ++seen.entries;
+        totals.nameUnits += static_cast<qint64>(entry.path().filename().native().size());
+        ++totals.entries;
     }
-    return seen;
+    return totals;
 }
 
-Seen allByUs()
+Totals allByUs()
 {
-    Seen seen;
+    Totals totals;
     oxDirListing listing;
     listing.init(folder(), false, false, false, false);
-    for (; listing.nextFile(); ++seen.entries) {
-        seen.nameUnits += listing.fileName().size();
-        seen.bytes += listing.fileSize();
-        seen.seconds += listing.fileTime().value;
+    for (; listing.nextFile(); ++totals.entries) {
+        totals.nameUnits += listing.fileName().size();
+        totals.bytes += listing.fileSize();
+        totals.seconds += listing.fileTime().value;
     }
-    return seen;
+    return totals;
 }
 
-Seen allByQt()
+Totals allByQt()
 {
-    Seen seen;
+    Totals totals;
     QDirIterator it(folder(), QDir::Files);
-    for (; it.hasNext(); ++seen.entries) {
+    for (; it.hasNext(); ++totals.entries) {
         it.next();
         QFileInfo const info = it.fileInfo();
-        seen.nameUnits += info.fileName().size();
-        seen.bytes += info.size();
-        seen.seconds += info.lastModified().toSecsSinceEpoch();
+        totals.nameUnits += info.fileName().size();
+        totals.bytes += info.size();
+        totals.seconds += info.lastModified().toSecsSinceEpoch();
     }
-    return seen;
+    return totals;
 }
 
-void add(char const * name, Seen (*list)())
+void add(char const * name, Totals (*list)())
 {
     benchmark::RegisterBenchmark(name,
                                  [list](benchmark::State & state) {
                                      folder();
                                      for (auto _ : state) {
-                                         Seen seen = list();
-                                         benchmark::DoNotOptimize(seen);
-                                         if (seen.entries != fileCount)
+                                         Totals totals = list();
+                                         benchmark::DoNotOptimize(totals);
+                                         if (totals.entries != fileCount)
                                              std::abort();
                                      }
                                  })

@@ -21,7 +21,7 @@ void require(bool condition)
 
 constexpr char word[] = "old-server";
 
-/// Lines of a job description, every so many bytes with the word in one of them.
+/// Returns lines of a job description, with the word at `matches` evenly spaced places.
 std::string jobs(int size, int matches)
 {
     std::string text;
@@ -50,7 +50,7 @@ char const * byStrcasestr(char const * from, char const *, std::string const & p
     return strcasestr(from, pattern.c_str());
 }
 
-/// What one writes without the library: a new string of what stays and what is new.
+/// Replaces without the library: builds a new string from the unchanged parts and the replacements.
 int replaceInString(std::string & text, std::string const & before, std::string const & after,
                     FindNext findNext)
 {
@@ -92,10 +92,10 @@ auto inString(int size, int matches, FindNext findNext)
     };
 }
 
-/// Replaces there and back, so that each round begins with the same text.
+/// Replaces the word and restores it, so that each iteration begins with the same text.
 template <class Replace>
-void thereAndBack(benchmark::State & state, int matches, std::string const & other,
-                  Replace const & replace)
+void replaceAndRestore(benchmark::State & state, int matches, std::string const & other,
+                       Replace const & replace)
 {
     for (auto _ : state) {
         require(replace(std::string(word), other) == matches);
@@ -108,7 +108,7 @@ void registerReplacing(std::string const & subject, int size, int matches,
 {
     auto const add = [&](char const * who, auto makeReplace) {
         benchmark::RegisterBenchmark((subject + who).c_str(), [=](benchmark::State & state) {
-            thereAndBack(state, matches, other, makeReplace(size, matches));
+            replaceAndRestore(state, matches, other, makeReplace(size, matches));
         })->Unit(benchmark::kMillisecond);
     };
     add("/oxShared", oursIn);

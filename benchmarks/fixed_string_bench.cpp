@@ -21,7 +21,7 @@ using Ours = _oxString8_evenSize<capacity>;
 using OursWide = _oxString<capacity>;
 using Static = boost::static_string<capacity>;
 
-/// What a text operation is called on: kept out of the optimiser's sight, as records are.
+/// Hides a value from the optimiser, which does not know the content of records either.
 template <typename T>
 T & opaque(T & value)
 {
@@ -30,7 +30,7 @@ T & opaque(T & value)
     return value;
 }
 
-/// Registers an operation; `work` is copied into the benchmark and returns what it computed.
+/// Registers an operation. `work` is copied into the benchmark and returns its result.
 template <typename Work>
 void add(char const * subject, std::size_t size, char const * who, Work work)
 {
@@ -41,7 +41,7 @@ void add(char const * subject, std::size_t size, char const * who, Work work)
     });
 }
 
-/// A path as the farm's records hold them.
+/// Returns a path as in the farm's records.
 std::string sampleText(std::size_t size)
 {
     std::string text;
@@ -84,7 +84,7 @@ void addAssign(char const * subject, char const * who, std::string const & text)
     });
 }
 
-/// Appends to a text of eight characters, which is cut back each time.
+/// Appends to a text of eight characters, which is truncated to them before each iteration.
 template <typename Text>
 void addAppend(char const * subject, char const * who, std::string const & text)
 {
@@ -107,7 +107,7 @@ void addAppend(char const * subject, char const * who, std::string const & text)
         });
 }
 
-/// Two texts that are equal up to their end.
+/// Registers an operation on two texts.
 template <typename Text, typename Operation>
 void addPair(char const * subject, char const * who, std::string const & a, std::string const & b,
              Operation operation)
@@ -149,7 +149,7 @@ void addComparisons(std::string const & text)
                      [](auto & a, auto & b) { return a.compare(b, Qt::CaseInsensitive); });
 }
 
-/// Searches a text of the given size for a word at its end that is written in the other case.
+/// Searches for a word at the end of a text of the given size. The word differs in letter case.
 void addSearch(std::size_t size)
 {
     std::string const needle = "FINAL.EXR";

@@ -9,7 +9,7 @@
 namespace
 {
 
-/// The value, kept out of the optimiser's sight.
+/// Hides a value from the optimiser.
 template <typename T>
 T & opaque(T & value)
 {
@@ -18,7 +18,8 @@ T & opaque(T & value)
     return value;
 }
 
-/// Registers ours and the same text through QString::asprintf; both take the value.
+/// Registers a function of the library and QString::asprintf with the same result. Both take the
+/// value.
 template <typename Value, typename Ours, typename Peer>
 void add(char const * subject, Value value, Ours ours, Peer peer)
 {

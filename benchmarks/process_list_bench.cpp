@@ -17,7 +17,7 @@ namespace
 
 constexpr int processCount = 400;
 
-/// Processes that do nothing but be there, besides those of the machine.
+/// Idle processes in addition to those of the machine.
 class Sleepers
 {
   public:
@@ -45,13 +45,13 @@ class Sleepers
     std::array<std::unique_ptr<QProcess>, processCount> processes_;
 };
 
-void needProcesses()
+void startSleepers()
 {
     static Sleepers const sleepers;
 }
 
-/// What was read; it keeps the compiler from leaving anything out.
-struct Seen {
+/// Totals of the processes, so that the compiler cannot remove the reading.
+struct Totals {
     int processes = 0;
     long long memory = 0;
     long long time = 0;
@@ -70,60 +70,61 @@ _oxProcessList & list()
     return *kept;
 }
 
-Seen idsAndNamesByUs()
+Totals idsAndNamesByUs()
 {
     list().collectAllProcesses();
     return {list().count, processCount, 0, processCount};
 }
 
-Seen everythingByUs()
+Totals everythingByUs()
 {
     list().collectAllProcesses();
     list().initGetProcessInfo();
-    Seen seen;
-    for (int i = 0; i < list().count; ++i, ++seen.processes) {
+    Totals totals;
+    for (int i = 0; i < list().count; ++i, ++totals.processes) {
         list().getProcessInfo(i);
         _oxProcessEntry const & entry = list().entries[i];
-        seen.memory += entry.memMB;
-        seen.time += entry.cpuTime;
-        seen.names += entry.name.view().size() + entry.user.view().size();
+        totals.memory += entry.memMB;
+        totals.time += entry.cpuTime;
+        totals.names += entry.name.view().size() + entry.user.view().size();
     }
-    return seen;
+    return totals;
 }
 
-/// Reads the given items of all processes; those of `everything` in its order.
+/// Reads the given items of all processes. Calls `add` with the results of each process, in the
+/// order of the items.
 template <typename Add>
-Seen readByLibproc(pids_info *& info, pids_item const * items, int itemCount, Add const & add)
+Totals readByLibproc(pids_info *& info, pids_item const * items, int itemCount, Add const & add)
 {
     if (!info && procps_pids_new(&info, const_cast<pids_item *>(items), itemCount) < 0)
         std::abort();
     pids_fetch const * const fetched = procps_pids_reap(info, PIDS_FETCH_TASKS_ONLY);
     if (!fetched)
         std::abort();
-    Seen seen;
-    for (int i = 0; i < fetched->counts->total; ++i, ++seen.processes)
-        add(*fetched->stacks[i], seen);
-    return seen;
+    Totals totals;
+    for (int i = 0; i < fetched->counts->total; ++i, ++totals.processes)
+        add(*fetched->stacks[i], totals);
+    return totals;
 }
 
-Seen idsAndNamesByLibproc()
+Totals idsAndNamesByLibproc()
 {
     static constexpr pids_item items[] = {PIDS_ID_PID, PIDS_ID_PPID, PIDS_CMD};
     static pids_info * info = nullptr;
-    Seen seen =
-        readByLibproc(info, items, std::size(items), [](pids_stack const & stack, Seen & sum) {
+    Totals totals =
+        readByLibproc(info, items, std::size(items), [](pids_stack const & stack, Totals & sum) {
             sum.names += std::strlen(stack.head[2].result.str);
         });
-    seen.memory = processCount;
-    return seen;
+    totals.memory = processCount;
+    return totals;
 }
 
-Seen everythingByLibproc()
+Totals everythingByLibproc()
 {
     static constexpr pids_item items[] = {PIDS_ID_PID,  PIDS_ID_PPID,  PIDS_CMD,
                                           PIDS_MEM_RES, PIDS_TICS_ALL, PIDS_ID_EUSER};
     static pids_info * info = nullptr;
-    return readByLibproc(info, items, std::size(items), [](pids_stack const & stack, Seen & sum) {
+    return readByLibproc(info, items, std::size(items), [](pids_stack const & stack, Totals & sum) {
         sum.names += std::strlen(stack.head[2].result.str);
         sum.memory += static_cast<long long>(stack.head[3].result.ul_int);
         sum.time += static_cast<long long>(stack.head[4].result.ull_int);
@@ -131,7 +132,7 @@ Seen everythingByLibproc()
     });
 }
 
-Seen everythingByPs()
+Totals everythingByPs()
 {
     QProcess process;
     process.setStandardOutputFile(QProcess::nullDevice());
@@ -142,11 +143,11 @@ Seen everythingByPs()
     return {processCount, processCount, 0, processCount};
 }
 
-void add(char const * name, Seen (*read)())
+void add(char const * name, Totals (*read)())
 {
     benchmark::RegisterBenchmark(name,
                                  [read](benchmark::State & state) {
-                                     needProcesses();
+                                     startSleepers();
                                      for ([[maybe_unused]] auto _ : state)
                                          read().requireAll();
                                  })
@@ -154,7 +155,7 @@ void add(char const * name, Seen (*read)())
         ->UseRealTime();
 }
 
-/// Shows in its counter how much the heap has grown over the snapshots.
+/// Reports in a counter by how many bytes the heap has grown during the snapshots.
 void takeSnapshots(benchmark::State & state)
 {
     everythingByUs();

@@ -16,7 +16,7 @@ namespace interprocess = boost::interprocess;
 
 constexpr char key[] = "OxBenchmark";
 
-/// Changes a byte of each page, as whoever creates a segment fills it.
+/// Changes a byte of each page, like a process that fills a new segment.
 void fill(void * memory, std::size_t size)
 {
     for (std::size_t i = 0; i < size; i += 4096)
@@ -27,10 +27,10 @@ void fill(void * memory, std::size_t size)
 void require(bool isDone)
 {
     if (!isDone)
-        throw std::runtime_error("the segment cannot be had; does another run use it?");
+        throw std::runtime_error("the segment is not available; another run may be using it");
 }
 
-/// One who creates the segment and fills it, another who attaches, both detach.
+/// Creates and fills a segment, attaches a second time, and detaches both.
 void ours(std::size_t size)
 {
     oxSharedMemory creator(key);

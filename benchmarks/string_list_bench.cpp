@@ -18,8 +18,8 @@ using Pointers = std::vector<Entry const *>;
 
 enum class Names { Paths, Short };
 
-/// Names in a random order that is always the same: frames of one folder, which part late, or
-/// short names, which part early.
+/// Returns names in a random but fixed order: paths of one folder, which differ only at their end,
+/// or short names, which differ early.
 QStringList sampleNames(Names names, int count)
 {
     std::minstd_rand random(1);
@@ -55,7 +55,7 @@ std::string nameOf(char const * subject, int size, char const * who)
     return std::string(subject) + '/' + std::to_string(size) + '/' + who;
 }
 
-/// Times sort(list) alone, each time on a fresh copy of an unsorted list.
+/// Measures sort(list) alone. Each iteration sorts a new copy of an unsorted list.
 template <typename List, typename Sort>
 void addSort(char const * subject, Names names, int size, char const * who, Sort sort)
 {
@@ -65,7 +65,8 @@ void addSort(char const * subject, Names names, int size, char const * who, Sort
         for ([[maybe_unused]] auto _ : state) {
             state.PauseTiming();
             list = unsorted;
-            static_cast<void>(list.begin()); // a QStringList copies its entries only now
+            // begin() makes a QStringList copy its entries before the measurement.
+            static_cast<void>(list.begin());
             state.ResumeTiming();
             sort(list);
             benchmark::ClobberMemory();
@@ -119,7 +120,7 @@ void addAppends(int size)
     });
 }
 
-/// Looks for the last of the names in the other case.
+/// Searches for the last name in the other letter case.
 void addFinds(int size)
 {
     QStringList const names = sampleNames(Names::Paths, size);

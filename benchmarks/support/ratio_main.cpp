@@ -1,7 +1,7 @@
-// The main() of every benchmark program. Benchmarks are named SUBJECT/SIZE/WHO. Beside the usual
-// lines it prints tables of our time and of its ratio to the time of each peer with the same
-// SUBJECT/SIZE. Unless flags say otherwise each benchmark is repeated, in random order, so that a
-// disturbance of the machine does not fall on one of the rivals alone.
+// The main() of every benchmark program. Benchmarks are named SUBJECT/SIZE/WHO. In addition to the
+// usual lines it prints tables with the time of oxShared and its ratio to the time of each peer
+// with the same SUBJECT/SIZE. By default each benchmark is repeated in random order, so that a
+// disturbance of the machine affects all peers.
 
 #include <benchmark/benchmark.h>
 
@@ -58,7 +58,7 @@ std::string ratioText(double ratio)
     return text;
 }
 
-/// Prints the usual lines and keeps every repetition's time per iteration.
+/// Prints the usual lines and stores the time per iteration of each repetition.
 class RatioReporter : public benchmark::ConsoleReporter
 {
   public:
@@ -89,7 +89,8 @@ class RatioReporter : public benchmark::ConsoleReporter
     {
         std::string const & name = run.run_name.function_name;
         auto const slash = name.rfind('/');
-        bool const isRealTime = !run.run_name.time_type.empty(); // or measured by the benchmark
+        // The type is also set for times that the benchmark measures itself.
+        bool const isRealTime = !run.run_name.time_type.empty();
         Seconds const total = isRealTime ? run.real_accumulated_time : run.cpu_accumulated_time;
         // A run that ended with an error has no time.
         if (run.run_type != Run::RT_Iteration || slash == std::string::npos || total <= 0)
@@ -139,7 +140,7 @@ class RatioReporter : public benchmark::ConsoleReporter
         return text + '\n';
     }
 
-    /// In the order in which the benchmarks were registered, in whichever they ran.
+    /// Ordered by the registration of the benchmarks.
     std::map<std::pair<std::int64_t, std::int64_t>, Result> results_;
 };
 
@@ -149,7 +150,7 @@ int main(int argc, char ** argv)
 {
     std::string repetitions = "--benchmark_repetitions=5";
     std::string interleaving = "--benchmark_enable_random_interleaving=true";
-    // The defaults stand first, for the last of two equal flags counts.
+    // The defaults come first, since the last of two equal flags wins.
     std::vector<char *> arguments{argv[0], repetitions.data(), interleaving.data()};
     arguments.insert(arguments.end(), argv + 1, argv + argc);
     arguments.push_back(nullptr);

@@ -1,5 +1,5 @@
-// A small application of the farm: it keeps a record with texts of fixed capacity, writes it into a
-// buffer file under the file's lock, and reads it back with the check of its CRC.
+// A small application of the farm. It builds a record with texts of fixed capacity, saves it to a
+// buffer file under the file's lock, and loads it again, which checks its CRC.
 
 #include "shared/oxshared.h"
 
