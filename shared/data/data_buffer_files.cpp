@@ -82,7 +82,7 @@ class PlainFile
     int writeError() const { return NotWritten; }
     int readError() const { return readError_; }
 
-    /// Closes a written file; what the system could not store shows only now.
+    /// Closes a written file. The system may report a failed write only now.
     int close() { return reportToThread(file_->close()) ? 0 : NotWritten; }
 
   private:
@@ -169,7 +169,7 @@ class GzipFile
         return number;
     }
 
-    /// Closes a written file; what the system could not store shows only now.
+    /// Closes a written file. The system may report a failed write only now.
     int close() { return gzclose(file_.release()); }
 
   private:

@@ -12,7 +12,7 @@ namespace ox::fs
 namespace
 {
 
-/// Returns whether a piece ends in zeros. Three of its last ten bytes are tested.
+/// Returns whether a piece ends in zeros. Tests up to three of its last ten bytes.
 /// Compatibility: a test of all bytes returns another result for some files, and the farm's
 /// applications depend on this one.
 bool endsInZeros(char const * piece, std::size_t size)

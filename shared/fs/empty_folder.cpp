@@ -56,7 +56,7 @@ class Emptying
 
   private:
     struct Level {
-        QString path; ///< with a separator at its end
+        QString path; ///< ends with a separator
         Entry folder;
         std::vector<Entry> subfolders; ///< not emptied yet
         bool keepsSomething;

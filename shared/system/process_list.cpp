@@ -15,7 +15,7 @@ using ox::platform::ProcessOwner;
 
 /// The heap memory of a list, allocated as one block.
 struct ox::system::ProcessListBlock {
-    alignas(8) std::array<char, platform::ProcessTable::rawSize> raw{}; // perfBuffer
+    alignas(8) std::array<char, platform::ProcessTable::rawSize> raw{}; ///< memory of perfBuffer
     platform::ProcessTable table{raw};
     platform::ProcessOwners owners;
 };

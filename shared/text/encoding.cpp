@@ -98,7 +98,7 @@ class Utf8Form::Reader
             text_.remove_prefix(1);
     }
 
-    /// Decodes the run that begins here, behind its marker.
+    /// Decodes the run at the current position, behind its marker.
     void decodeRun()
     {
         if (!isAtEnd() && front() == u' ')
@@ -155,8 +155,8 @@ class Utf8Form::Reader
     View text_;             ///< text behind the decoded units
 };
 
-/// A text with 16-bit runs, read unit by unit. A decoded run is read again, since it may hold or
-/// complete a marker; it is half as long as before.
+/// Reads a text with 16-bit runs unit by unit. A decoded run is read again, since it may contain or
+/// complete a marker. Decoding halves its length.
 class Uni16Form::Reader
 {
   public:
@@ -166,7 +166,7 @@ class Uni16Form::Reader
     char16_t front() const { return text_[at_]; }
     void skip() { ++at_; }
 
-    /// Decodes the run that begins here, behind its marker.
+    /// Decodes the run at the current position, behind its marker.
     void decodeRun()
     {
         if (isPadded())
@@ -174,7 +174,7 @@ class Uni16Form::Reader
         std::size_t close = closeOfPairs(at_);
         if (close == none)
             close = text_.find(u'>', at_);
-        // A run that is never closed leaves the last character of the text outside.
+        // The last character of the text is not part of an unclosed run.
         std::size_t const last = close != none ? close : std::max(at_, text_.size() - 1);
         Text word;
         word.reserve((last - at_) / 2);
@@ -186,8 +186,8 @@ class Uni16Form::Reader
     }
 
   private:
-    /// Whether the run begins with the blank that some writers put behind the marker. A blank is
-    /// also the high byte of the letters U+2000 to U+20FF.
+    /// Returns whether the run begins with the blank that some writers put behind the marker. A
+    /// blank is also the high byte of the letters U+2000 to U+20FF.
     bool isPadded()
     {
         if (isAtEnd() || front() != u' ')
@@ -196,8 +196,9 @@ class Uni16Form::Reader
         return close == none || (!closesWord(close) && closesWord(closeOfPairs(at_ + 1)));
     }
 
-    /// Where the pairs of bytes from `first` on are closed. A ">" in second place of a pair is the
-    /// low byte of a letter. A run ends in front of the next marker and of a wide character.
+    /// Returns the position of the ">" that closes the pairs of bytes from `first` on, or none. A
+    /// ">" at the second position of a pair is the low byte of a letter. A run ends before the next
+    /// marker and before a wide character.
     std::size_t closeOfPairs(std::size_t first)
     {
         auto const stopsAt = [this, first](std::size_t i) {
@@ -206,7 +207,8 @@ class Uni16Form::Reader
             return text_[i] == u'>' ? (i - first) % 2 == 0
                                     : startsWithIgnoringCase(View(text_).substr(i), marker);
         };
-        // Where the last scan of these pairs stopped still holds behind the decoded units.
+        // The text behind the decoded units is unchanged, so the position where the last scan of
+        // these pairs stopped is still valid there.
         std::size_t & stop = stops_[first % 2];
         std::size_t i = first;
         while (!stopsAt(i))
@@ -215,8 +217,8 @@ class Uni16Form::Reader
         return i < text_.size() && text_[i] == u'>' ? i : none;
     }
 
-    /// Whether a ">" is followed by what can stand behind a word: the end of the text, a separator,
-    /// the readable word, or a character of markup or of a path.
+    /// Returns whether a ">" can close a word. This is so before the end of the text, a separator,
+    /// the readable word, and a character of markup or of a path.
     bool closesWord(std::size_t close) const
     {
         if (close == none || close + 1 == text_.size())
@@ -228,8 +230,8 @@ class Uni16Form::Reader
 
     Text text_;
     std::size_t at_ = 0;
-    std::size_t decodedEnd_ = 0;    ///< decoded units lie between at_ and here
-    std::size_t stops_[2] = {0, 0}; ///< of the last scans from even and from odd positions
+    std::size_t decodedEnd_ = 0;    ///< end of the decoded units, which begin at at_
+    std::size_t stops_[2] = {0, 0}; ///< ends of the last scans from even and odd positions
 };
 
 template <class Form>
@@ -295,8 +297,8 @@ struct XmlEntity {
     QLatin1String text;
 };
 
-/// In the order of decoding: "&amp;" comes behind the named entities, so that an escaped entity is
-/// decoded once.
+/// The entities in the order of decoding. "&amp;" follows the other named entities, so that an
+/// escaped entity is decoded once.
 constexpr XmlEntity xmlEntities[] = {
     {u'<', QLatin1String("&lt;", 4)},        {u'>', QLatin1String("&gt;", 4)},
     {u'"', QLatin1String("&quot;", 6)},      {u'\'', QLatin1String("&apos;", 6)},
@@ -308,12 +310,12 @@ constexpr XmlEntity xmlEntities[] = {
 
 QString throughLatin1(QString const & text)
 {
-    // With its size: without one, Qt 5 ends the text at the first character 0.
+    // The size is necessary, since Qt 5 otherwise ends the text at the first character 0.
     QByteArray const bytes = text.toLatin1();
     return QString::fromLatin1(bytes.constData(), bytes.size());
 }
 
-/// The number of an address field, or empty when it is none of 0 to 255.
+/// Returns the number of an address field, or nothing if it is not a number from 0 to 255.
 std::optional<unsigned> addressField(View digits)
 {
     if (digits.empty() || digits.size() > 3)
@@ -403,7 +405,8 @@ unsigned int IPString2IP(QString ip, bool const & lastByteFull)
         return 0;
     unsigned address = *field << 24;
     for (int shift : {16, 8}) {
-        // The farm writes every field three digits wide; a shorter one in the middle fails.
+        // Compatibility: the fields have three digits, as the farm writes them. A shorter field
+        // before the last one is an error.
         rest.remove_prefix(std::min<std::size_t>(4, rest.size()));
         field = addressField(rest.substr(0, 3));
         if (!field)

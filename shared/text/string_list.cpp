@@ -36,7 +36,7 @@ std::size_t bytesFor(std::uint64_t count)
 /// Sort key of an entry: its units from some position on. The units before that position are equal
 /// for all keys that are compared.
 struct SortKey {
-    std::uint64_t units; ///< the next four units in upper case, the first in the highest bits
+    std::uint64_t units; ///< the next four units in upper case, the first one highest
     std::uint32_t taken; ///< number of units that the text has; the others are 0
     std::uint32_t index; ///< position before the sort, so that equal entries keep their order
 

@@ -88,7 +88,7 @@ void waitForOnDemandDump()
 class OnDemandDump
 {
   public:
-    /// Waits for the end of the process when another thread crashes.
+    /// Waits for the end of the process while another thread handles a crash.
     OnDemandDump()
     {
         onDemandThread = ::gettid();
@@ -158,7 +158,7 @@ bool runGuarded(void (*work)(void *), void * data)
 {
     constexpr unsigned timeoutSeconds = 3;
     constexpr int signals[] = {SIGSEGV, SIGABRT, SIGFPE, SIGILL, SIGBUS, SIGTRAP, SIGALRM};
-    static struct sigaction before[std::size(signals)]; // survives the jump
+    static struct sigaction before[std::size(signals)]; // keeps its values after the jump
     struct sigaction leave {
     };
     leave.sa_sigaction = leaveGuardedWork;
@@ -325,7 +325,7 @@ class MinidumpWriter::Implementation
     }
 
     Callback const callback_;
-    std::mutex mutex_; ///< for the folder and the dumps on demand
+    std::mutex mutex_; ///< protects the folder and the dumps on demand
     std::string folder_;
     std::atomic<ExceptionHandler *> handler_ = nullptr;
     KillTimer killTimer_;

@@ -99,7 +99,7 @@ struct SharedSegment::System {
             return State::Changing;
         struct stat status;
         bool const isNamed = ::fstat(descriptor, &status) == 0 && status.st_nlink > 0;
-        if (!isNamed) // another has removed it in the meantime
+        if (!isNamed) // another process has removed the object
             return State::Changing;
         if (!mayBeSegment(status)) {
             ::close(std::exchange(descriptor, -1));

@@ -84,7 +84,7 @@ std::int64_t FolderWalk::modified()
 
 struct FolderTree::System {
     std::vector<std::unique_ptr<Handle>> open;
-    NativeName path; ///< of the current folder, without a separator at its end
+    NativeName path; ///< path of the current folder without a closing separator
 
     NativeName nameOf(Entry const & entry) const { return path + ownSeparator_ + entry.name; }
 
@@ -122,7 +122,7 @@ Result<> FolderTree::open(NativeName const & folder)
 
 bool FolderTree::isRoot() const
 {
-    // \\?\C:, or \\?\UNC\server\share
+    // The path of a root is \\?\C: or \\?\UNC\server\share.
     NativeName const & path = system_->path;
     auto const separators = std::count(path.begin(), path.end(), L'\\');
     return separators <= (path.starts_with(LR"(\\?\UNC\)") ? 5 : 3);

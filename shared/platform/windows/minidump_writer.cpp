@@ -270,7 +270,7 @@ class MinidumpWriter::Implementation
     }
 
     Callback const callback_;
-    std::mutex mutex_;                              ///< for the folder and the dumps on demand
+    std::mutex mutex_;                              ///< protects the folder and the dumps on demand
     EXCEPTION_POINTERS const * onDemand_ = nullptr; ///< exception of the dump on demand
     NativeName onDemandFile_;                       ///< file of the dump on demand
     CrashFilters filters_;
