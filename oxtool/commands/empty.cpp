@@ -69,9 +69,9 @@ class Emptying
     {
         _oxEmptyFolderOptions how;
         how.recursive = options_.recursive;
-        how.rehearse = options_.dryRun;
+        how.isDryRun = options_.dryRun;
         how.stop = [this] { return stopped_.load(); };
-        how.tell = [this](QString const & path, QString const & failure) {
+        how.report = [this](QString const & path, QString const & failure) {
             if (options_.json)
                 (failure.isEmpty() ? entries_ : failures_)
                     .append(failure.isEmpty() ? path : failure);

@@ -129,14 +129,14 @@ class Emptying
         result_.done = mayContinue();
         if (!result_.done)
             return false;
-        Result<> const removed = options_.rehearse ? Result<>() : tree_.remove(entry);
+        Result<> const removed = options_.isDryRun ? Result<>() : tree_.remove(entry);
         if (!removed) {
             failed(entry.isFolder, path, systemText(removed));
             return true;
         }
         ++result_.count;
         result_.bytes += entry.size;
-        tell(path, QString());
+        report(path, QString());
         return true;
     }
 
@@ -148,13 +148,13 @@ class Emptying
         result_.lastError = (isFolder ? QStringLiteral("Error deleting folder ")
                                       : QStringLiteral("Unable to delete file ")) +
                             path + QStringLiteral(", ") + reason;
-        tell(path, result_.lastError);
+        report(path, result_.lastError);
     }
 
-    void tell(QString const & path, QString const & failure) const
+    void report(QString const & path, QString const & failure) const
     {
-        if (options_.tell)
-            options_.tell(path, failure);
+        if (options_.report)
+            options_.report(path, failure);
     }
 
     _oxEmptyFolderOptions const & options_;
@@ -189,7 +189,7 @@ bool oxEmptyFolder(QString const & folder, bool const & recursive, bool const & 
     options.minAge = minAge;
     if (skip)
         options.skip = *skip;
-    options.tell = [&lines](QString const &, QString const & failure) {
+    options.report = [&lines](QString const &, QString const & failure) {
         if (!failure.isEmpty())
             lines += u'\n' + failure;
     };

@@ -29,13 +29,13 @@ struct _oxEmptyFolderOptions {
     /// every level, with all their content.
     QStringList skip;
     /// Dry run: deletes nothing, and reports as if everything had been deleted.
-    bool rehearse = false;
+    bool isDryRun = false;
     /// Called before each entry; true ends the call. May be empty.
     std::function<bool()> stop;
     /// Called after each entry with its path and an empty `failure`, or the reason why it was not
     /// deleted: "Unable to delete file ..., " or "Error deleting folder ..., " and the system's
     /// message. May be empty.
-    std::function<void(QString const & path, QString const & failure)> tell;
+    std::function<void(QString const & path, QString const & failure)> report;
 };
 
 /// What oxEmptyFolder has done.

@@ -37,18 +37,18 @@ class EmptyFolderOnLinux : public FolderTest
     bool isEmpty() const { return std::filesystem::is_empty(path("f").toStdString()); }
 
     _oxEmptyFolderResult
-    empty(std::function<void(QString const &, QString const &)> tell = {}) const
+    empty(std::function<void(QString const &, QString const &)> report = {}) const
     {
         _oxEmptyFolderOptions options;
         options.recursive = true;
-        options.tell = std::move(tell);
+        options.report = std::move(report);
         return oxEmptyFolder(path("f"), options);
     }
 };
 
 } // namespace
 
-TEST_F(EmptyFolderOnLinux, DeletesLinksAndNotWhatTheyLeadTo)
+TEST_F(EmptyFolderOnLinux, DeletesLinksAndKeepsTheirTargets)
 {
     QFile::link(path("outside"), path("f/toDir"));
     QFile::link(path("outside/file"), path("f/sub/toFile"));
@@ -69,19 +69,19 @@ TEST_F(EmptyFolderOnLinux, DeletesLinksAndNotWhatTheyLeadTo)
     EXPECT_TRUE(isOutsideUntouched());
 }
 
-// What another process could do at the worst moment: once when the folder was seen and is to be
-// entered, and once when the pass is inside of it.
-TEST_F(EmptyFolderOnLinux, FollowsNoLinkThatTakesTheFoldersPlaceMeanwhile)
+// Another process replaces the folder by a link at two moments: between reading its name and
+// entering it, and while its files are being deleted.
+TEST_F(EmptyFolderOnLinux, FollowsNoLinkThatReplacesAFolderDuringTheCall)
 {
     writeFile(path("f/first"));
     writeFile(path("f/sub/second"));
-    auto const exchange = [this] {
+    auto const replaceByLink = [this] {
         QDir().rename(path("f/sub"), path("moved"));
         QFile::link(path("outside"), path("f/sub"));
     };
     auto result = empty([&](QString const & entry, QString const &) {
         if (entry == path("f/first"))
-            exchange();
+            replaceByLink();
     });
     EXPECT_EQ(result.failures, 1);
     EXPECT_TRUE(result.lastError.startsWith(text("Error deleting folder ") + path("f/sub")));
@@ -92,15 +92,15 @@ TEST_F(EmptyFolderOnLinux, FollowsNoLinkThatTakesTheFoldersPlaceMeanwhile)
     QDir().rename(path("moved"), path("f/sub"));
     result = empty([&](QString const & entry, QString const &) {
         if (entry == path("f/sub/second"))
-            exchange();
+            replaceByLink();
     });
-    // The way back out of the folder no longer leads to where it was entered from.
+    // The parent of the moved folder is not the folder from which it was entered.
     EXPECT_FALSE(result.done);
     EXPECT_TRUE(result.lastError.endsWith(QString(oxLastOSError(ESTALE))));
     EXPECT_TRUE(isOutsideUntouched());
 }
 
-TEST_F(EmptyFolderOnLinux, ReportsWhatItCannotDeleteAndGoesOn)
+TEST_F(EmptyFolderOnLinux, ReportsUndeletableEntriesAndContinues)
 {
     if (::geteuid() == 0)
         GTEST_SKIP() << "the administrator may delete everything";
@@ -139,12 +139,12 @@ TEST_F(EmptyFolderOnLinux, DeletesNamesThatAreNotUtf8)
     EXPECT_TRUE(isEmpty());
 }
 
-TEST_F(EmptyFolderOnLinux, LeavesWhatIsMountedAlone)
+TEST_F(EmptyFolderOnLinux, RefusesAMountedFileSystem)
 {
     QString const mounted = text("/dev/shm");
     auto const result = oxEmptyFolder(mounted, [] {
         _oxEmptyFolderOptions options;
-        options.rehearse = true;
+        options.isDryRun = true;
         return options;
     }());
     EXPECT_FALSE(result.done);

@@ -26,7 +26,7 @@ class EmptyFolder : public FolderTest
             writeFile(path(name));
     }
 
-    /// What is left in the folder and below it, by the path from there.
+    /// Returns the remaining entries of the folder and its subfolders, by their relative paths.
     QStringList left() const
     {
         QStringList names;
@@ -73,14 +73,14 @@ TEST_F(EmptyFolder, DeletesFilesAndOnRequestFoldersButNotTheFolderItself)
                               nullptr, nullptr, nullptr));
 }
 
-TEST_F(EmptyFolder, KeepsWhatIsToBeSkippedWithAllThatIsInIt)
+TEST_F(EmptyFolder, KeepsSkippedEntriesWithTheirContent)
 {
     EXPECT_TRUE(empty(true, {text("DEEP"), text("b")}));
     EXPECT_EQ(left(), (QStringList{text("b"), text("sub"), text("sub/deep"), text("sub/deep/d")}));
     EXPECT_EQ(count, 3);
 }
 
-TEST_F(EmptyFolder, KeepsWhatIsTooYoungAndTheFoldersOfIt)
+TEST_F(EmptyFolder, KeepsYoungEntriesWithTheirFolders)
 {
     _oxTime old(QDateTime::currentSecsSinceEpoch() - 7200, true);
     ASSERT_TRUE(oxSetFileTime(path("f/a"), &old));
@@ -91,7 +91,7 @@ TEST_F(EmptyFolder, KeepsWhatIsTooYoungAndTheFoldersOfIt)
     EXPECT_EQ(messages, path("f") + text(" -rec -del 3600"));
 }
 
-TEST_F(EmptyFolder, RefusesRootsAndWhatIsNoFolder)
+TEST_F(EmptyFolder, RefusesRootsFilesAndMissingFolders)
 {
     for (QString const & refused :
          {QString(), text("/"), text("//"), QDir::rootPath(),
@@ -107,39 +107,40 @@ TEST_F(EmptyFolder, RefusesRootsAndWhatIsNoFolder)
     EXPECT_TRUE(QFile::exists(path("beside")));
 }
 
-TEST_F(EmptyFolder, RehearsesAndStops)
+TEST_F(EmptyFolder, DeletesNothingInADryRunAndStopsOnRequest)
 {
-    QStringList told;
+    QStringList reported;
     _oxEmptyFolderOptions options;
     options.recursive = true;
-    options.rehearse = true;
-    options.tell = [&told](QString const & entry, QString const &) { told << entry; };
+    options.isDryRun = true;
+    options.report = [&reported](QString const & entry, QString const &) { reported << entry; };
     QStringList const before = left();
-    auto const rehearsed = oxEmptyFolder(path("f"), options);
+    auto const dryRun = oxEmptyFolder(path("f"), options);
     EXPECT_EQ(left(), before);
-    EXPECT_EQ(rehearsed.count, 7);
-    EXPECT_EQ(rehearsed.bytes, 28);
+    EXPECT_EQ(dryRun.count, 7);
+    EXPECT_EQ(dryRun.bytes, 28);
     QStringList names;
-    for (QString const & entry : told)
+    for (QString const & entry : reported)
         names << QDir(path("f")).relativeFilePath(QDir::fromNativeSeparators(entry));
     names.sort();
     EXPECT_EQ(names, before);
 
-    options.rehearse = false;
-    options.stop = [&told] { return told.size() == 10; };
+    options.isDryRun = false;
+    options.stop = [&reported] { return reported.size() == 10; };
     auto const stopped = oxEmptyFolder(path("f"), options);
     EXPECT_FALSE(stopped.done);
     EXPECT_EQ(stopped.count, 3);
     EXPECT_EQ(left().size(), 4);
 }
 
-TEST_F(EmptyFolder, BearsAVeryDeepTree)
+TEST_F(EmptyFolder, EmptiesAVeryDeepTree)
 {
-    // Wine looks every folder of a path up by itself, and needs minutes for 2000.
+    // Wine looks up each folder of a path separately and needs minutes for 2000 folders.
     int const pieces = QDir::separator() == u'\\' ? 4 : 40;
     int const pieceDepth = 50;
     for (int i = 0; i < pieces; ++i) {
-        // Renamed into the next piece, so that no name is longer than a system takes.
+        // The tree is built from pieces by renaming, so that no path exceeds the limit of the
+        // system.
         QString const bottom = path("f/next") + QString(text("/d")).repeated(pieceDepth - 1);
         ASSERT_TRUE(QDir().mkpath(bottom));
         ASSERT_TRUE(QDir().rename(path("f/sub"), bottom + text("/sub")));

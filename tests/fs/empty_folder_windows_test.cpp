@@ -27,7 +27,8 @@ class EmptyFolderOnWindows : public FolderTest
         return oxEmptyFolder(path("f"), options);
     }
 
-    /// A junction; where the system has none, under Wine, the symbolic link of the system below.
+    /// Creates a junction. Under Wine, which has none, creates a symbolic link of the host. Returns
+    /// whether the link exists.
     bool link(QString const & target, QString const & name) const
     {
         QProcess::execute(text("cmd"), {text("/c"), text("mklink"), text("/J"), name, target});
@@ -63,7 +64,7 @@ TEST_F(EmptyFolderOnWindows, DeletesReadOnlyFilesAndFolders)
     EXPECT_FALSE(QFile::exists(path("f\\sub")));
 }
 
-TEST_F(EmptyFolderOnWindows, ReportsAFileInUseAndGoesOn)
+TEST_F(EmptyFolderOnWindows, ReportsAFileInUseAndContinues)
 {
     QString const name = writeFile(path("f\\sub\\a"));
     writeFile(path("f\\sub\\b"));
@@ -81,21 +82,21 @@ TEST_F(EmptyFolderOnWindows, RefusesDrivesAndShares)
     for (char const * root : {"C:", "C:\\", "c:/", "C:\\.", "C:\\windows\\..", "\\\\?\\C:\\",
                               "\\\\localhost\\share", "\\\\localhost\\share\\"}) {
         _oxEmptyFolderOptions options;
-        options.rehearse = true;
+        options.isDryRun = true;
         EXPECT_FALSE(oxEmptyFolder(text(root), options).done) << root;
     }
 }
 
-TEST_F(EmptyFolderOnWindows, DeletesAJunctionAndNotWhatItLeadsTo)
+TEST_F(EmptyFolderOnWindows, DeletesAJunctionAndKeepsItsTarget)
 {
     QDir().mkpath(path("outside"));
     writeFile(path("outside\\file"));
     if (!link(path("outside"), path("f\\sub\\link")) || !link(path("outside"), path("top")))
-        GTEST_SKIP() << "there are no links to be had here";
+        GTEST_SKIP() << "links are not available";
     EXPECT_FALSE(oxEmptyFolder(path("top"), {}).done);
     EXPECT_EQ(contentOf(path("outside\\file")), "content");
     auto const result = empty();
     EXPECT_EQ(contentOf(path("outside\\file")), "content");
-    // Wine cannot delete a link to a folder that is not empty, and this must say so.
+    // Wine cannot delete a link to a folder that is not empty. The call must report this.
     EXPECT_EQ(QFileInfo::exists(path("f\\sub")), result.failures > 0);
 }
