@@ -88,7 +88,7 @@ bool _OX_DataBuffer::resize(int newSize, int maxMB)
     return data || fail(OutOfMemory);
 }
 
-bool _OX_DataBuffer::makeRoom(std::int64_t bytes)
+bool _OX_DataBuffer::ensureCapacity(std::int64_t bytes)
 {
     return bytes <= bytesOfMebibytes(memoryLimitMB) && resize(int(bytes), memoryLimitMB);
 }
@@ -123,7 +123,7 @@ bool _OX_DataBuffer::append(char * src, int const & len)
         return true;
     if (!src || !hasTrueSize())
         return fail(Corrupt);
-    if (!makeRoom(std::int64_t{size} + len))
+    if (!ensureCapacity(std::int64_t{size} + len))
         return false;
     std::memcpy(data + size, src, std::size_t(len));
     size += len;
@@ -136,7 +136,7 @@ bool _OX_DataBuffer::copyFromBuffer(char const * src, int const & len)
         return true;
     if (!src)
         return fail(Corrupt);
-    if (!makeRoom(len))
+    if (!ensureCapacity(len))
         return false;
     std::memmove(data, src, std::size_t(len));
     return true;
@@ -203,7 +203,7 @@ bool _OX_DataBuffer::compressFromB(char const * src, int const & srcLen, int con
     error = 0;
     if (length < 0 || start < 0)
         return fail(Z_STREAM_ERROR);
-    if (!makeRoom(std::int64_t(compressBound(uLong(length))) + start))
+    if (!ensureCapacity(std::int64_t(compressBound(uLong(length))) + start))
         return false;
     isCompressed = 1;
     sizeUncompressed = length;
@@ -277,7 +277,7 @@ bool _OX_DataBuffer::chunkzipAdd(z_stream & zs, unsigned char * in, int len, boo
     bool mayGrow = true;
     auto const grow = [&] {
         mayGrow = false;
-        return makeRoom(std::int64_t{sizeAllocated} * 3 / 2);
+        return ensureCapacity(std::int64_t{sizeAllocated} * 3 / 2);
     };
     bool const isTight = size + 2 * std::int64_t{len} > sizeAllocated;
     if (isTight && !grow())
@@ -290,16 +290,16 @@ bool _OX_DataBuffer::chunkzipAdd(z_stream & zs, unsigned char * in, int len, boo
         bool const isFull = size == sizeAllocated;
         if (isFull && mayGrow && !grow())
             return false;
-        int const room = sizeAllocated - size;
-        if (room == 0)
+        int const freeBytes = sizeAllocated - size;
+        if (freeBytes == 0)
             return fail(Z_BUF_ERROR);
         zs.next_out = zlibBytes(data + size);
-        zs.avail_out = uInt(room);
+        zs.avail_out = uInt(freeBytes);
         result = deflate(&zs, last ? Z_FINISH : Z_NO_FLUSH);
         if (result == Z_STREAM_ERROR)
             return fail(result);
-        size += room - int(zs.avail_out);
-        // zlib writes the pending part of its input in the next call.
+        size += freeBytes - int(zs.avail_out);
+        // zlib writes the input that it has buffered with the next piece.
         bool const done = last ? result == Z_STREAM_END : zs.avail_in == 0;
         more = zs.avail_out == 0 && !done;
     }

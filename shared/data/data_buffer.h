@@ -438,7 +438,7 @@ class OX_EXPORT _OX_DataBuffer
 
   private:
     /// As resize(), with a size that may exceed the range of int; false above `memoryLimitMB`.
-    bool makeRoom(std::int64_t bytes);
+    bool ensureCapacity(std::int64_t bytes);
     /// Returns the part of the block that begins at `offset` and has up to `length` bytes, limited
     /// to the block.
     std::span<char const> bytesAt(int offset, int length) const;

@@ -245,11 +245,11 @@ bool readGrowing(GzipFile & file, _OX_DataBuffer & buffer, unsigned step)
         target = std::min(target + step, limit);
         if (!buffer.resize(int(target), _OX_DataBuffer::memoryLimitMB))
             return finish(OutOfMemory, 0);
-        unsigned const capacity = std::min(step, unsigned(buffer.sizeAllocated - total));
-        bool const isFull = capacity == 0 && step > 0;
+        unsigned const freeBytes = std::min(step, unsigned(buffer.sizeAllocated - total));
+        bool const isFull = freeBytes == 0 && step > 0;
         char extraByte;
         count =
-            isFull ? file.readSome(&extraByte, 1) : file.readSome(buffer.data + total, capacity);
+            isFull ? file.readSome(&extraByte, 1) : file.readSome(buffer.data + total, freeBytes);
         if (count < 0)
             return finish(file.readError(), 0);
         if (isFull && count > 0)
@@ -381,7 +381,7 @@ bool _OX_DataBuffer::loadFromFile(QString const & file, bool withHeader)
     // Compatibility: a file too short for its header is reported as corrupt, like any damaged file.
     if (length <= 0)
         return fail(Corrupt);
-    if (!makeRoom(length))
+    if (!ensureCapacity(length))
         return fail(OutOfMemory);
     CheckedFile checked(name);
     Block const header = withHeader ? headerOf(*this) : Block{nullptr, 0};
