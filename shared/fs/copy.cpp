@@ -16,12 +16,12 @@
 
 using ox::fs::systemText;
 using ox::platform::Content;
+using ox::platform::IfExists;
 using ox::platform::NativeName;
 using ox::platform::OpenFile;
 using ox::platform::reportToThread;
 using ox::platform::Result;
 using ox::platform::statusOfFile;
-using ox::platform::Taken;
 using ox::platform::Writers;
 using ox::text::nativePath;
 
@@ -47,7 +47,7 @@ QString copyByPieces(NativeName const & from, NativeName const & to, bool overwr
     if (!reportToThread(source))
         return ox::fs::sourceNotOpened();
     Result<OpenFile> target =
-        ox::platform::createFile(to, overwrite ? Taken::IsReplaced : Taken::Fails);
+        ox::platform::createFile(to, overwrite ? IfExists::Replace : IfExists::Fail);
     if (!reportToThread(target))
         return ox::fs::targetNotOpened();
     // Compatibility: a failed write is no error. The farm's applications compare the sizes instead.

@@ -87,11 +87,11 @@ Result<OpenFile> openForWriting(NativeName const & name, Content content, Writer
 Result<OpenFile> openInPlace(NativeName const & name, Content content);
 
 /// How the creation of a file treats an existing name.
-enum class Taken { Fails, IsReplaced };
+enum class IfExists { Fail, Replace };
 
-/// Creates a file for writing. An existing name makes it fail; with Taken::IsReplaced a file or
+/// Creates a file for writing. An existing name makes it fail; with IfExists::Replace a file or
 /// link of that name is deleted first.
-Result<OpenFile> createFile(NativeName const & name, Taken taken);
+Result<OpenFile> createFile(NativeName const & name, IfExists ifExists);
 
 /// Converts the line ends "\n" to those of the system's text files.
 std::string textForFile(std::string_view lines);

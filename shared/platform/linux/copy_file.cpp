@@ -24,7 +24,7 @@ Result<> copyFile(NativeName const & from, NativeName const & to, bool failIfExi
     if (Result<> const opened = place.open(to); !opened)
         return opened;
     Result<OpenFile> target =
-        createAt(place, failIfExists ? Taken::Fails : Taken::IsReplaced, 0600);
+        createAt(place, failIfExists ? IfExists::Fail : IfExists::Replace, 0600);
     if (!target)
         return target.error();
     Result<> result = copyContent(*source, status, *target);

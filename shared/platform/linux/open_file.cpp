@@ -160,12 +160,12 @@ Result<OpenFile> openInPlace(NativeName const & name, Content content)
     return file;
 }
 
-Result<OpenFile> createFile(NativeName const & name, Taken taken)
+Result<OpenFile> createFile(NativeName const & name, IfExists ifExists)
 {
     Place place;
     if (Result<> const opened = place.open(name); !opened)
         return opened.error();
-    return createAt(place, taken, everybody);
+    return createAt(place, ifExists, everybody);
 }
 
 std::string textForFile(std::string_view lines)

@@ -79,7 +79,7 @@ Result<> Place::followLinks()
     return Error{ELOOP};
 }
 
-Result<OpenFile> createAt(Place const & place, Taken taken, mode_t mode)
+Result<OpenFile> createAt(Place const & place, IfExists ifExists, mode_t mode)
 {
     int const flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
     // Other processes may create the file between the two calls, so several tries are needed.
@@ -87,7 +87,7 @@ Result<OpenFile> createAt(Place const & place, Taken taken, mode_t mode)
         int const file = ::openat(place.folder(), place.name.c_str(), flags, mode);
         if (file >= 0)
             return OpenFile(file);
-        if (errno != EEXIST || taken == Taken::Fails)
+        if (errno != EEXIST || ifExists == IfExists::Fail)
             return lastError();
         struct stat status;
         if (!place.status(status, place.name))

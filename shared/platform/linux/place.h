@@ -37,8 +37,8 @@ struct Place {
     Result<> moveTo(int at, NativeName const & path);
 };
 
-/// Creates a file for writing. `taken` states whether an existing file or link makes it fail or is
-/// replaced.
-Result<OpenFile> createAt(Place const & place, Taken taken, mode_t mode);
+/// Creates a file for writing. `ifExists` states whether an existing file or link makes the call
+/// fail or is replaced.
+Result<OpenFile> createAt(Place const & place, IfExists ifExists, mode_t mode);
 
 } // namespace ox::platform

@@ -130,14 +130,14 @@ Result<OpenFile> openInPlace(NativeName const & name, Content content)
     return file;
 }
 
-Result<OpenFile> createFile(NativeName const & name, Taken taken)
+Result<OpenFile> createFile(NativeName const & name, IfExists ifExists)
 {
     auto const create = [&name] {
         return toOpenFile(openFile(name, GENERIC_WRITE, shareNothing, CREATE_NEW));
     };
     OpenFile file = create();
     bool const isTaken = !file.isOpen() && ::GetLastError() == ERROR_FILE_EXISTS;
-    if (isTaken && taken == Taken::IsReplaced) {
+    if (isTaken && ifExists == IfExists::Replace) {
         if (Result<> const deleted = deleteFile(name); !deleted)
             return deleted.error();
         file = create();
