@@ -162,7 +162,7 @@ void showPlain(Options const & options)
 int show(Options const & options)
 {
     Holding terminal;
-    if (terminal.take(platform::takeTerminal, platform::giveTerminalBack))
+    if (terminal.take(platform::takeTerminal, platform::restoreTerminal))
         showLive(options);
     else
         showPlain(options);

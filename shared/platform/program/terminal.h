@@ -22,7 +22,7 @@ TerminalSize terminalSize(std::FILE * stream);
 bool takeTerminal();
 
 /// Restores the settings and the content that the terminal had before takeTerminal().
-void giveTerminalBack();
+void restoreTerminal();
 
 /// Byte that waitForKey() returns at the end of the input.
 inline constexpr char endOfKeys = '\x04';

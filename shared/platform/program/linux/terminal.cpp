@@ -55,7 +55,7 @@ bool takeTerminal()
     return true;
 }
 
-void giveTerminalBack()
+void restoreTerminal()
 {
     show("\033[?25h\033[?1049l");
     ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &savedSettings);

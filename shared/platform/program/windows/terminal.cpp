@@ -47,7 +47,7 @@ bool takeTerminal()
     return true;
 }
 
-void giveTerminalBack()
+void restoreTerminal()
 {
     show("\033[?25h\033[?1049l");
     ::SetConsoleMode(handleOf(stdin), savedMode);
