@@ -65,7 +65,7 @@ std::u16string fromFileName(std::string_view bytes);
 std::u16string systemText(std::string_view bytes);
 
 /// Converts text in the system's code page (ANSI on Windows, Latin-1 on Linux) to UTF-16. Writes at
-/// most `room` units without a terminator and returns their number.
-int widenSystemText(std::string_view text, unsigned short * units, int room);
+/// most `capacity` units without a terminator and returns their number.
+int widenSystemText(std::string_view text, unsigned short * units, int capacity);
 
 } // namespace ox::platform

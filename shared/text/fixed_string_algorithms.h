@@ -159,8 +159,8 @@ struct NumberText {
 /// Implements String8::toInt for a text of `length` bytes.
 OX_EXPORT int toInt(char const * text, int length, bool * ok);
 
-/// Implements String8::toWchar_t for a text that ends at its first 0 byte or at `length`. `room` is
-/// the size of `to` in units, at least 1, terminator included.
-OX_EXPORT void widenSystemText(char const * text, int length, unsigned short * to, int room);
+/// Implements String8::toWchar_t for a text that ends at its first 0 byte or at `length`.
+/// `capacity` is the size of `to` in units, at least 1, terminator included.
+OX_EXPORT void widenSystemText(char const * text, int length, unsigned short * to, int capacity);
 
 } // namespace ox::text

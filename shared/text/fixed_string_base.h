@@ -361,8 +361,8 @@ class FixedText : public Record
     template <std::integral Count>
     static int fitting(Count n, int used = 0)
     {
-        auto const room = static_cast<unsigned>(capacity() - used);
-        return static_cast<int>(std::cmp_less(n, room) ? static_cast<unsigned>(n) : room);
+        auto const freeUnits = static_cast<unsigned>(capacity() - used);
+        return static_cast<int>(std::cmp_less(n, freeUnits) ? static_cast<unsigned>(n) : freeUnits);
     }
 
     /// Assigns n units or bytes, cut at the capacity, which `copy(to, from, n)` copies to the

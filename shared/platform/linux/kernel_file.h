@@ -14,16 +14,16 @@
 namespace ox::platform
 {
 
-/// Reads the start of a file, up to the size of `room`.
+/// Reads the start of a file, up to the size of `buffer`.
 /// Fails: the step of the error is the path.
-inline Result<std::string_view> tryReadStart(char const * path, std::span<char> room)
+inline Result<std::string_view> tryReadStart(char const * path, std::span<char> buffer)
 {
     Descriptor const file(::open(path, O_RDONLY | O_CLOEXEC));
     if (!file.isOpen())
         return lastError(path);
     std::size_t length = 0;
-    while (length < room.size()) {
-        ssize_t const read = ::read(file.get(), room.data() + length, room.size() - length);
+    while (length < buffer.size()) {
+        ssize_t const read = ::read(file.get(), buffer.data() + length, buffer.size() - length);
         if (read < 0 && errno == EINTR)
             continue;
         if (read < 0 && length == 0)
@@ -32,13 +32,13 @@ inline Result<std::string_view> tryReadStart(char const * path, std::span<char> 
             break;
         length += static_cast<std::size_t>(read);
     }
-    return std::string_view(room.data(), length);
+    return std::string_view(buffer.data(), length);
 }
 
-/// Reads the start of a file, up to the size of `room`; empty if the file is not readable.
-inline std::string_view readStart(char const * path, std::span<char> room)
+/// Reads the start of a file, up to the size of `buffer`; empty if the file is not readable.
+inline std::string_view readStart(char const * path, std::span<char> buffer)
 {
-    return tryReadStart(path, room).value_or({});
+    return tryReadStart(path, buffer).value_or({});
 }
 
 /// Reads a whole file, also one of the kernel that does not report its size; empty if it is not

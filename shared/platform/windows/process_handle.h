@@ -9,14 +9,15 @@
 namespace ox::platform
 {
 
-/// Converts a text to Latin-1 in `room`, with '?' for other characters; cut at the size of `room`.
+/// Converts a text to Latin-1 in `buffer`, with '?' for other characters; cut at the size of
+/// `buffer`.
 template <std::size_t size>
-std::string_view narrowed(wchar_t const * text, std::array<char, size> & room)
+std::string_view narrowed(wchar_t const * text, std::array<char, size> & buffer)
 {
     std::size_t n = 0;
     for (; text[n] != 0 && n < size; ++n)
-        room[n] = static_cast<char>(text[n] < 256 ? text[n] : L'?');
-    return {room.data(), n};
+        buffer[n] = static_cast<char>(text[n] < 256 ? text[n] : L'?');
+    return {buffer.data(), n};
 }
 
 /// Opens a process; INVALID_HANDLE_VALUE after a failure, where the system returns null.
