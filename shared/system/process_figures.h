@@ -26,7 +26,7 @@ inline int shownMemory(std::uint64_t workingSet)
 
 /// Distributes the part of the used memory (MiB) that no entry accounts for, in equal shares, to
 /// the entries above 4000 MiB, whose working set looks cut.
-inline void shareOutMemory(std::span<_oxProcessEntry> entries, std::int64_t usedMB)
+inline void distributeMemory(std::span<_oxProcessEntry> entries, std::int64_t usedMB)
 {
     auto const isCut = [](_oxProcessEntry const & entry) { return entry.memMB > 4000; };
     for (_oxProcessEntry const & entry : entries)

@@ -199,7 +199,7 @@ void _oxProcessList::fix32bit_4GBmemory()
     }
     for (int i = 0; i < count; ++i)
         getProcessInfoMemCPUOnly(i);
-    ox::system::shareOutMemory({entries, static_cast<std::size_t>(count)}, usedMB);
+    ox::system::distributeMemory({entries, static_cast<std::size_t>(count)}, usedMB);
 }
 
 void _oxProcessList::collectIfNeeded(bool refresh)

@@ -23,12 +23,12 @@ int fromF(float f)
     return result.value;
 }
 
-TEST(BytePerc, TakesFractionsAndWrapsOutsideTheRange)
+TEST(BytePerc, ConvertsFractionsAndWrapsOutsideTheRange)
 {
     float const infinity = std::numeric_limits<float>::infinity();
     std::pair<float, int> const cases[] = {
         {0, 0},       {0.001f, 1},     {0.5f, 128},      {1, 255},
-        {1.5f, 127},  {2, 254},        {256 / 255.f, 1}, // wraps to 0 and is a load all the same
+        {1.5f, 127},  {2, 254},        {256 / 255.f, 1}, // wraps to 0, but a load is at least 1
         {-0.001f, 0}, {-0.01f, 253},   {-1, 1},          {1e30f, 1},
         {-1e30f, 0},  {infinity, 255}, {-infinity, 0},   {std::nanf(""), 0}};
     for (auto const & [f, expected] : cases)
@@ -40,7 +40,7 @@ TEST(BytePerc, TakesFractionsAndWrapsOutsideTheRange)
     EXPECT_EQ(half.value, 128);
 }
 
-TEST(BytePerc, GivesPercentagesWithTheirRoundingAndBias)
+TEST(BytePerc, ReturnsPercentagesWithRoundingAndBias)
 {
     EXPECT_EQ(byte(255).toF(), 1.0f);
     EXPECT_EQ(byte(255).toFperc(), 100.0f);
@@ -107,7 +107,7 @@ TEST(CPUValue, CalculatesWithTheLeftMachinesCores)
     EXPECT_EQ(load.value, 0.75f);
 }
 
-TEST(CPUValue, ClampsOnlyWhenAskedAndKnowsTheUnmeasured)
+TEST(CPUValue, ClampsOnRequestAndMarksNegativeValuesAsInvalid)
 {
     _oxCPUValue over(1.2f, 1), under(-0.1f, 1);
     EXPECT_FALSE(under.isValid());

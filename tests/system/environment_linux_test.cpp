@@ -21,7 +21,7 @@ using namespace ox::tests;
 namespace
 {
 
-TEST(Environment, GivesValuesOfEveryEncoding)
+TEST(Environment, ReturnsValuesOfEveryEncoding)
 {
     qputenv("OX_TEST_UTF8", "/home/\xD0\x9F\xF0\x9F\x98\x80");
     qputenv("OX_TEST_LATIN1", "/home/\xE4");
@@ -53,7 +53,7 @@ TEST(Environment, SplitsHiddenEntriesAtTheirSecondEquals)
         runDisabledTest(ownProgram(), u"ListsOddEntries"_q).contains("[=C:|EMPTY][C:\\jobs|]"));
 }
 
-TEST(Sleep, LastsItsTimeAcrossSignals)
+TEST(Sleep, LastsTheFullTimeDespiteSignals)
 {
     struct sigaction action {
     };
@@ -82,7 +82,7 @@ TEST(Child, DISABLED_PrintsApplicationPaths)
     }
 }
 
-TEST(ApplicationPath, TakesTheArgumentsWhereTheExecutableDoesNotFit)
+TEST(ApplicationPath, UsesTheArgumentIfTheExecutablePathDoesNotFit)
 {
     TemporaryFolder folder;
     QString const deep = folder.path() + (u"/"_q + QString(80, u'd')).repeated(3);

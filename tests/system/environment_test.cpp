@@ -15,7 +15,7 @@ using namespace ox::tests;
 namespace
 {
 
-TEST(Environment, GivesValuesAndLists)
+TEST(Environment, ReturnsValuesAndLists)
 {
     QString const path = u"/home/\u00E4"_q;
     qputenv("OX_TEST_LATIN1", path.toLocal8Bit());
@@ -45,7 +45,7 @@ TEST(Environment, PrefersThe64BitProgramFolder)
     EXPECT_EQ(oxGetEnvironmentVariable8("ProgramFiles").view(), "x64");
 }
 
-TEST(Sleep, LastsItsTime)
+TEST(Sleep, LastsTheFullTime)
 {
     QElapsedTimer timer;
     timer.start();

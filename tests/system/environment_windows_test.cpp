@@ -18,7 +18,7 @@ using namespace ox::tests;
 namespace
 {
 
-TEST(Environment, GivesValuesBeyondTheCodePage)
+TEST(Environment, ReturnsValuesBeyondTheCodePage)
 {
     ::SetEnvironmentVariableW(L"OX_TEST_WIDE", L"C:\\\u041F\U0001F600");
     EXPECT_EQ(oxGetEnvironmentVariable(u"OX_TEST_WIDE"_q), u"C:\\\u041F\U0001F600"_q);
@@ -47,7 +47,7 @@ TEST(Child, DISABLED_PrintsApplicationPaths)
     }
 }
 
-TEST(ApplicationPath, TakesTheArgumentsWhereTheRecordCannotHoldTheExecutable)
+TEST(ApplicationPath, UsesTheArgumentIfTheRecordCannotHoldTheExecutablePath)
 {
     TemporaryFolder folder;
     QString const program = folder.path() + u"/\u041F.exe"_q;
@@ -55,7 +55,7 @@ TEST(ApplicationPath, TakesTheArgumentsWhereTheRecordCannotHoldTheExecutable)
     ASSERT_TRUE(QDir().mkpath(folder.path() + u"/\u041F"_q));
     ASSERT_TRUE(QFile::copy(ownProgram(), program));
     ASSERT_TRUE(QFile::copy(ownProgram(), inFolder));
-    // The library's DLL is found by the path.
+    // The system finds the DLLs of the program through PATH.
     qputenv("PATH", qgetenv("PATH") + ';' +
                         QDir::toNativeSeparators(QFileInfo(ownProgram()).path()).toLocal8Bit());
     QByteArray const own = QDir::toNativeSeparators(folder.path()).toLatin1() + '\\';

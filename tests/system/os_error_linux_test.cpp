@@ -8,13 +8,13 @@
 namespace
 {
 
-TEST(OsError, SaysTheSystemsMessage)
+TEST(OsError, ReturnsTheSystemsMessage)
 {
     EXPECT_EQ(oxLastOSError8(ENOENT).view(), "Error 2: No such file or directory.");
     EXPECT_EQ(QString(oxLastOSError(EACCES)), QLatin1String("Error 13: Permission denied."));
 }
 
-TEST(OsError, TakesTheCallingThreadsLastErrorAndKeepsIt)
+TEST(OsError, ReadsTheLastErrorOfTheThreadAndKeepsIt)
 {
     errno = ENOSPC;
     std::thread([] { errno = EPERM; }).join();

@@ -9,7 +9,7 @@
 namespace
 {
 
-TEST(OsError, SaysCodeAndMessage)
+TEST(OsError, ReturnsCodeAndMessage)
 {
     EXPECT_EQ(oxLastOSError8(0).view(), "No Error.");
     EXPECT_EQ(oxLastOSError8(126).view(), "A DLL is missing.");
@@ -17,14 +17,14 @@ TEST(OsError, SaysCodeAndMessage)
     EXPECT_EQ(oxLastOSError8(-5).view(), "EXCEPTION code -5.No system message found");
 }
 
-TEST(ExceptionText, KnowsTheSystemsExceptions)
+TEST(ExceptionText, ReturnsTheTextsOfExceptions)
 {
     EXPECT_EQ(
         QString(exceptionCodeText(0xC0000005)),
         QLatin1String("EXCEPTION: The thread tried to read from or write to a virtual address "
                       "for which it does not have the appropriate access. (Possible NULL "
                       "Pointer)"));
-    // The longest one also has to fit into the 8-bit form.
+    // The longest text must fit the 8-bit record, too.
     EXPECT_TRUE(oxLastOSError8(static_cast<int>(0x80000002))
                     .view()
                     .ends_with("32-bit values on 4-byte boundaries, and so on."));
@@ -36,7 +36,7 @@ TEST(ExceptionText, KnowsTheSystemsExceptions)
               QLatin1String("EXCEPTION code 0.No system message found"));
 }
 
-TEST(Identity, NamesApplicationsAndSystems)
+TEST(Identity, ReturnsTheNamesOfApplicationsAndSystems)
 {
     EXPECT_EQ(ox_AppType_asString(ox_AppType::None), _oxString<25>("None"));
     EXPECT_EQ(ox_AppType_asString(ox_AppType(8)), _oxString<25>("ClientWatch"));

@@ -7,7 +7,7 @@
 namespace
 {
 
-TEST(OsError, SaysTheSystemsMessageWithoutItsLineBreak)
+TEST(OsError, ReturnsTheSystemsMessageWithoutItsLineBreak)
 {
     QString const text = oxLastOSError(ERROR_FILE_NOT_FOUND);
     EXPECT_TRUE(text.startsWith(QLatin1String("Error 2: "))) << text.toStdString();
@@ -16,7 +16,7 @@ TEST(OsError, SaysTheSystemsMessageWithoutItsLineBreak)
     EXPECT_TRUE(text.endsWith(QLatin1Char('.')));
 }
 
-TEST(OsError, TakesTheLastErrorAndKeepsIt)
+TEST(OsError, ReadsTheLastErrorAndKeepsIt)
 {
     ::SetLastError(ERROR_DISK_FULL);
     EXPECT_TRUE(oxLastOSError8().view().starts_with("Error 112: "));

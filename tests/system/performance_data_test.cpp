@@ -13,7 +13,7 @@ using ox::platform::PerformanceObject;
 using ox::platform::performanceTime;
 using ox::platform::Title;
 
-/// Writes the structures as the system lays them out.
+/// Writes the structures in the layout of the system.
 class Writer
 {
   public:
@@ -28,7 +28,7 @@ class Writer
     {
         put(offset, static_cast<std::uint32_t>(value));
     }
-    /// Begins a structure of a size; its length stands at its start.
+    /// Begins a structure with its length in the first word. Returns its offset.
     std::size_t begin(std::size_t size)
     {
         std::size_t const start = bytes.size();
@@ -81,8 +81,9 @@ void addObject(Writer & out, std::uint32_t title, std::vector<Counter> const & c
     out.word(object, out.bytes.size() - object);
 }
 
-/// As a machine with two processors answers: a total, processes, the memory.
-std::vector<char> cannedBlock()
+/// Returns a block of a machine with two processors: processors with a total, processes, and the
+/// memory.
+std::vector<char> sampleBlock()
 {
     Writer out;
     out.begin(88);
@@ -102,8 +103,8 @@ std::vector<char> cannedBlock()
     return out.bytes;
 }
 
-/// Everything that is asked of a block, as one text; "-" for what is not there.
-std::string answers(std::vector<char> const & bytes)
+/// Reads all values from a block and returns them as one text, with "-" for missing ones.
+std::string readValues(std::vector<char> const & bytes)
 {
     std::string text;
     auto const add = [&text](auto const & value) {
@@ -135,10 +136,10 @@ std::string answers(std::vector<char> const & bytes)
 
 TEST(PerformanceData, FindsProcessesByIdProcessorsByNameAndTheMemory)
 {
-    // Counters of other sizes than 4 and 8 bytes are not numbers.
-    EXPECT_EQ(answers(cannedBlock()), "132000000000000000 333 20015998343868 4294967295 77 4096 "
-                                      "5 1 6 7 1000 2000 - - ");
-    std::vector<char> const block = cannedBlock();
+    // The parser reads only counters of 4 and 8 bytes.
+    EXPECT_EQ(readValues(sampleBlock()), "132000000000000000 333 20015998343868 4294967295 77 4096 "
+                                         "5 1 6 7 1000 2000 - - ");
+    std::vector<char> const block = sampleBlock();
     auto const processes = PerformanceObject::find(block, Title::Process);
     ASSERT_TRUE(processes);
     EXPECT_FALSE(processes->onlyInstance());
@@ -146,23 +147,23 @@ TEST(PerformanceData, FindsProcessesByIdProcessorsByNameAndTheMemory)
     EXPECT_FALSE(PerformanceObject::find(block, Title::WorkingSet));
 }
 
-TEST(PerformanceData, TakesABlockWithoutObjectsForOne)
+TEST(PerformanceData, AcceptsABlockWithoutObjects)
 {
-    std::vector<char> block = cannedBlock();
+    std::vector<char> block = sampleBlock();
     block.resize(88);
     block[20] = 88, block[21] = 0;
     block[28] = 0;
-    EXPECT_EQ(answers(block), "132000000000000000 - - - - - - - - - - - - - ");
+    EXPECT_EQ(readValues(block), "132000000000000000 - - - - - - - - - - - - - ");
 }
 
-/// The copies lie in memory of exactly their size, so that a reader beyond it is caught where
-/// memory is watched.
+/// Each copy has memory of its exact size, so that the address sanitizer detects each access beyond
+/// it.
 TEST(PerformanceData, NeverReadsOutsideADamagedBlock)
 {
-    std::vector<char> const whole = cannedBlock();
-    std::string const right = answers(whole);
+    std::vector<char> const whole = sampleBlock();
+    std::string const right = readValues(whole);
     for (std::size_t size = 0; size < whole.size(); ++size)
-        EXPECT_EQ(answers({whole.begin(), whole.begin() + std::ptrdiff_t(size)}),
+        EXPECT_EQ(readValues({whole.begin(), whole.begin() + std::ptrdiff_t(size)}),
                   "- - - - - - - - - - - - - - ");
     int changed = 0;
     for (std::size_t offset = 0; offset + 4 <= whole.size(); offset += 4) {
@@ -170,7 +171,7 @@ TEST(PerformanceData, NeverReadsOutsideADamagedBlock)
              {0u, 1u, 3u, 23u, 25u, 63u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFCu, 0xFFFFFFFFu}) {
             std::vector<char> damaged = whole;
             std::memcpy(&damaged[offset], &word, 4);
-            changed += answers(damaged) != right;
+            changed += readValues(damaged) != right;
         }
     }
     EXPECT_GT(changed, 100);

@@ -23,8 +23,8 @@ using namespace ox::tests;
 namespace
 {
 
-/// A process that runs a function in a process group of its own, and is killed at the end
-/// with all that it started.
+/// Runs a function in a forked process with a new process group. The destructor kills the whole
+/// group.
 class Forked
 {
   public:
@@ -47,7 +47,7 @@ class Forked
     }
 
     unsigned id() const { return static_cast<unsigned>(id_); }
-    /// By its own clock, in 100 ns.
+    /// Returns the time of the processor clock of the process in 100 ns.
     double cpuTime() const
     {
         clockid_t clock{};
@@ -73,7 +73,7 @@ void wait()
         ::pause();
 }
 
-TEST(ProcessListOnLinux, MeasuresTheProcessorTimeThatTheProcessItselfCounts)
+TEST(ProcessListOnLinux, AgreesWithTheProcessorClockOfTheProcess)
 {
     Forked const busy(spin), idle(wait);
     auto const list = std::make_unique<_oxProcessList>();
@@ -89,7 +89,7 @@ TEST(ProcessListOnLinux, MeasuresTheProcessorTimeThatTheProcessItselfCounts)
         }
         return time;
     };
-    // Its processor time must be more than none for the watch to begin.
+    // The watch starts at a processor time above 0.
     while (busy.cpuTime() < 300000)
         ::usleep(10000);
     double const before = read();
@@ -111,10 +111,10 @@ TEST(ProcessListOnLinux, NamesAProcessByItsExecutableAndItsUser)
     QProcess process;
     process.start(program, QStringList());
     ASSERT_TRUE(process.waitForStarted());
-    // A program that has only just been started has next to no memory yet; one that answers has.
+    // A program that has just started uses almost no memory. After its answer it has more.
     process.write("answer\n");
     ASSERT_TRUE(process.waitForReadyRead());
-    // An update replaces the file of a running program.
+    // An update may delete the file of a running program.
     ASSERT_TRUE(QFile::remove(program));
     auto const list = std::make_unique<_oxProcessList>();
     EXPECT_TRUE(list->processExists("render-node_0123456789abcdefgh.bin", false));
@@ -134,7 +134,8 @@ TEST(ProcessListOnLinux, NamesAProcessByItsExecutableAndItsUser)
     EXPECT_EQ(list->entries[index].user.view(), "noDebugPriv");
 }
 
-/// Ends the main thread and leaves another one, under a name that is not the executable's.
+/// Ends the main thread while another thread runs. The threads have names that differ from the
+/// executable.
 void endMainThread()
 {
     ::prctl(PR_SET_NAME, "renamed");
@@ -145,10 +146,10 @@ void endMainThread()
         return nullptr;
     };
     ::pthread_create(&thread, nullptr, work, nullptr);
-    ::syscall(SYS_exit, 0); // of this thread alone
+    ::syscall(SYS_exit, 0); // ends only this thread
 }
 
-TEST(ProcessListOnLinux, CountsWhatRunsWithItsFigures)
+TEST(ProcessListOnLinux, ListsRunningProcessesWithTheirFigures)
 {
     Forked const zombie([] {}), partlyEnded(endMainThread);
     ::siginfo_t ended{};
@@ -170,20 +171,20 @@ TEST(ProcessListOnLinux, CountsWhatRunsWithItsFigures)
         kernelThreads += list->entries[i].parentPid == 2 || list->entries[i].name == "KTHREADD";
     EXPECT_EQ(kernelThreads, 0);
 
-    // Nobody calls initGetProcessInfo after the start of this one.
+    // The process started after the last call of initGetProcessInfo.
     int const index = list->getListIDByPID(partlyEnded.id(), false);
     ASSERT_GE(index, 1);
     list->getProcessInfo(index);
     EXPECT_EQ(list->entries[index].name.view(), "SYSTEM_TESTS");
     EXPECT_GE(list->entries[index].memMB, 1);
-    // The system's first process, which in a container may be an application.
+    // The first process of the system, which may be an application in a container.
     int const one = list->getListIDByPID(1, false);
     ASSERT_GE(one, 1);
     list->getProcessInfo(one);
     EXPECT_FALSE(list->entries[one].user.isEmpty());
 }
 
-TEST(ProcessListOnLinux, SignalsNoGroupByTheIdOfAProcess)
+TEST(ProcessListOnLinux, NeverSignalsAProcessGroup)
 {
     Forked const member(wait);
     auto const list = std::make_unique<_oxProcessList>();
@@ -191,7 +192,7 @@ TEST(ProcessListOnLinux, SignalsNoGroupByTheIdOfAProcess)
     list->killProcess(_oxString8_UnevenSize<25>());
     ::usleep(20000);
     EXPECT_EQ(::waitpid(static_cast<pid_t>(member.id()), nullptr, WNOHANG), 0);
-    // A process that calls it with 0 does not end itself.
+    // The id 0 does not kill the caller's group.
     EXPECT_EXIT(
         {
             ::setpgid(0, 0);
@@ -201,7 +202,7 @@ TEST(ProcessListOnLinux, SignalsNoGroupByTheIdOfAProcess)
         testing::ExitedWithCode(7), "");
 }
 
-TEST(ProcessListOnLinux, HoldsAThousandProcessesOfMore)
+TEST(ProcessListOnLinux, ListsAThousandProcessesOfMore)
 {
     Forked const crowd([] {
         ::execl("/bin/sh", "sh", "-c",
@@ -218,7 +219,7 @@ TEST(ProcessListOnLinux, HoldsAThousandProcessesOfMore)
     list->getProcessInfo(1000);
     EXPECT_GT(list->entries[999].pid, 0u);
     EXPECT_GT(list->total(), _oxProcessList::capacity);
-    // A process that came after those is found by its name.
+    // A process that did not fit is found by its name.
     Forked const last(wait);
     list->collectProcesses("system_TESTS");
     EXPECT_TRUE(list->processExistsPID(last.id(), false));
@@ -226,7 +227,7 @@ TEST(ProcessListOnLinux, HoldsAThousandProcessesOfMore)
     EXPECT_EQ(list->entries[0].name.view(), "IDLE");
 }
 
-TEST(ProcessListOnLinux, TakesNoMoreMemoryForFurtherSnapshots)
+TEST(ProcessListOnLinux, NeedsNoMoreMemoryForLaterSnapshots)
 {
     auto const list = std::make_unique<_oxProcessList>();
     auto const snapshot = [&list] {
@@ -242,7 +243,7 @@ TEST(ProcessListOnLinux, TakesNoMoreMemoryForFurtherSnapshots)
     EXPECT_EQ(::mallinfo2().uordblks, before);
 }
 
-TEST(ProcessListOnLinux, KnowsNoPrivileges)
+TEST(ProcessListOnLinux, HasNoPrivileges)
 {
     EXPECT_FALSE(setPrivilege("SeDebugPrivilege", true));
 }

@@ -31,7 +31,7 @@ QString ownFileName()
     return QFileInfo(ownProgram()).fileName();
 }
 
-/// Runs as long as its standard input is open.
+/// A second instance of a program, which runs while its standard input is open.
 class SecondInstance : public Child
 {
   public:
@@ -73,9 +73,9 @@ TEST(ProcessList, FindsProcessesByIdAndByNameInAnyCase)
     EXPECT_EQ(id, ownId());
 }
 
-TEST(ProcessList, SeesASecondInstanceUntilItIsKilled)
+TEST(ProcessList, FindsASecondInstanceUntilItIsKilled)
 {
-    // The executable's name without the suffix is what our applications are known by.
+    // Applications are identified by the name of their executable without its suffix.
     Name const base(QFileInfo(ownProgram()).completeBaseName());
     Name const prefix = base.left(base.size() - 1);
     long long id = 0;
@@ -93,7 +93,7 @@ TEST(ProcessList, SeesASecondInstanceUntilItIsKilled)
     ASSERT_GE(index, 1);
     EXPECT_EQ(list->entries[index].parentPid, ownId());
 
-    // The figures that the constructor has read do not hold this process, which lives.
+    // The process started after the constructor read the figures, so they are read now.
     list->getProcessInfo(index);
     EXPECT_GE(list->entries[index].memMB, 1);
 
@@ -101,7 +101,7 @@ TEST(ProcessList, SeesASecondInstanceUntilItIsKilled)
     list->killProcess(secondId);
     EXPECT_TRUE(second.hasEnded());
     EXPECT_FALSE(list->processExistsPID(secondId, true));
-    // A process that has ended has no figures, also while somebody holds a handle to it.
+    // A process that has ended has no figures, even while a handle to it exists.
     _oxProcessEntry & behind = list->entries[list->count];
     behind.pid = secondId;
     behind.cpuTime = behind.memMB = 0;
@@ -111,7 +111,7 @@ TEST(ProcessList, SeesASecondInstanceUntilItIsKilled)
     EXPECT_EQ(behind.memMB, 0);
 }
 
-TEST(ProcessList, ServesTheIndicesFromOneToTheCount)
+TEST(ProcessList, ReadsFiguresForTheIndicesFromOneToTheCount)
 {
     auto const list = std::make_unique<_oxProcessList>();
     list->collectAllProcesses();
@@ -131,7 +131,7 @@ TEST(ProcessList, ServesTheIndicesFromOneToTheCount)
     EXPECT_EQ(list->getProcessInfoMemBytes_CPUOnly(list->count), 0);
 }
 
-TEST(ProcessList, RoundsMemoryAndSharesOutWhatNoProcessAccountsFor)
+TEST(ProcessList, RoundsMemoryAndDistributesUnaccountedMemory)
 {
     std::uint64_t const mebibyte = ox::text::mebibyte;
     std::pair<std::uint64_t, int> const cases[] = {{0, 0},
@@ -150,16 +150,16 @@ TEST(ProcessList, RoundsMemoryAndSharesOutWhatNoProcessAccountsFor)
     entries[0].memMB = 4096;
     entries[1].memMB = 4000;
     entries[2].memMB = 4096;
-    ox::system::shareOutMemory(entries, 12192);
+    ox::system::distributeMemory(entries, 12192);
     EXPECT_EQ(entries[0].memMB, 4096);
-    ox::system::shareOutMemory(entries, 12192 + 1001);
+    ox::system::distributeMemory(entries, 12192 + 1001);
     EXPECT_EQ(entries[0].memMB, 4596);
     EXPECT_EQ(entries[1].memMB, 4000);
     EXPECT_EQ(entries[2].memMB, 4596);
-    ox::system::shareOutMemory({}, 1000);
+    ox::system::distributeMemory({}, 1000);
 }
 
-TEST(ProcessReading, FindsTheFirstOfEachIdOnceItHasEnded)
+TEST(ProcessReading, FindsTheFirstEntryOfEachIdAfterItsEnd)
 {
     using ox::platform::ProcessReading;
     auto const workingSet = [](ProcessReading const & reading, std::uint32_t id) {
@@ -193,7 +193,7 @@ TEST(ProcessReading, FindsTheFirstOfEachIdOnceItHasEnded)
     EXPECT_EQ(workingSet(*first, ProcessReading::capacity), -1);
 }
 
-TEST(ProcessWatch, GivesTheUsageOfTheIntervalFromTheSecondReadingOn)
+TEST(ProcessWatch, ReturnsTheUsageFromTheSecondReadingOn)
 {
     auto const list = std::make_unique<_oxProcessList>();
     _ProcessWatch watch;
@@ -230,7 +230,7 @@ TEST(ProcessReports, HaveALineForEachProcess)
         << ofMachine.toStdString();
     EXPECT_EQ(listProcess("no such program", 1, 0, true), QString());
     EXPECT_TRUE(listAllProcesses(7, 1, 0, true).startsWith(u"List Processes (minCore=7%) "_q));
-    // At least 0 percent is everything.
+    // A minimum of 0 percent includes all processes.
     QString const all = listAllProcesses(0, 1, 4, true);
     EXPECT_TRUE(all.startsWith(u"List Processes (minCore=0% (0.0% total))\n  "_q));
     EXPECT_TRUE(all.contains(u" %1"_q.arg(ownId())));

@@ -9,7 +9,7 @@
 namespace
 {
 
-TEST(ProcessListOnWindows, EnablesThePrivilegesThatThereAre)
+TEST(ProcessListOnWindows, EnablesExistingPrivileges)
 {
     EXPECT_FALSE(setPrivilege("SeNoSuchPrivilege", true));
     EXPECT_TRUE(setPrivilege("SeChangeNotifyPrivilege", true));
@@ -25,7 +25,7 @@ TEST(ProcessListOnWindows, ReadsOwnersAndFigures)
     ASSERT_GE(index, 1);
     _oxProcessEntry const & own = list->entries[index];
     EXPECT_TRUE(own.name.endsWith(".EXE"));
-    // Also where the performance data has no processes, each of them has its figures.
+    // Each process has figures, even if the performance data contains no processes.
     list->getProcessInfo(index);
     EXPECT_FALSE(own.user.isEmpty());
     EXPECT_NE(own.user.view(), "noDebugPriv");

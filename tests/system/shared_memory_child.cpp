@@ -1,5 +1,5 @@
-// The other process in the tests of shared memory. Exit codes: 0 done, 100 usage, others as the
-// command says.
+// The other process in the tests of shared memory. Exit codes: 0 success, 100 wrong arguments; the
+// comment of a command lists its other codes.
 
 #include "shared/system/environment.h"
 #include "shared/system/shared_memory.h"
@@ -15,20 +15,20 @@
 namespace
 {
 
-/// Tells the test that the segment is there, and keeps it until standard input ends.
+/// Reports to the test that the segment exists, and keeps it until standard input ends.
 int hold()
 {
     ox::tests::printAndWait("held");
     return 0;
 }
 
-/// Creates the segment, or returns the error.
+/// Creates the segment and holds it. The exit code is the error of a failed call.
 int create(oxSharedMemory & memory, int size)
 {
     return memory.create(size, true, true) ? hold() : memory.error();
 }
 
-/// Attaches and takes the lock. 101: not attached, 102: not locked.
+/// Attaches and takes the lock. Exit codes: 101 not attached, 102 not locked.
 int lock(oxSharedMemory & memory, int)
 {
     if (!memory.attach())
@@ -36,8 +36,8 @@ int lock(oxSharedMemory & memory, int)
     return memory.lock() ? hold() : 102;
 }
 
-/// Adds 1 to the first byte, count times under the lock, slowly enough for the others to notice
-/// what the lock does not keep out. 101: not attached.
+/// Adds 1 to the first byte `count` times, each time under the lock. The pauses give other
+/// processes time to interfere if the lock fails. Exit code 101: not attached.
 int increment(oxSharedMemory & memory, int count)
 {
     if (!memory.attach())
@@ -56,8 +56,8 @@ int increment(oxSharedMemory & memory, int count)
     return 0;
 }
 
-/// Tries to create the segment, count times, and attaches in between, as the others do. 101: two
-/// have created it, 102: an error that should not be.
+/// Tries `count` times to create the segment and to attach to it, like the other children. Exit
+/// codes: 101 two processes have created it, 102 unexpected error.
 int contend(oxSharedMemory & memory, int count)
 {
     QString const markerName = QDir::temp().filePath(memory.localName());

@@ -13,11 +13,11 @@
 namespace ox::tests
 {
 
-/// A test with a key that no other run of the tests uses.
+/// A test with a key that is unique to this run of the tests.
 class SharedMemory : public testing::Test
 {
   protected:
-    /// What the last call says went wrong: "5 OpenFileMappingA: …"
+    /// Returns code and text of the last error: "5 OpenFileMappingA: …"
     static std::string failure(oxSharedMemory const & memory)
     {
         return std::to_string(memory.error()) + ' ' + memory.errorString().c_str();

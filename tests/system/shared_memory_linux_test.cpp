@@ -66,8 +66,8 @@ class SharedMemoryAsRoot : public SharedMemoryOnLinux
             GTEST_SKIP() << "only root can become another user and mount a file system";
     }
 
-    /// Runs the work in a forked process, which ends without a destructor. Whether it returned
-    /// true.
+    /// Runs the work in a forked process that ends without destructors. Returns the result of the
+    /// work.
     template <typename Work>
     static bool isTrueInFork(Work const & work)
     {
@@ -86,7 +86,7 @@ class SharedMemoryAsRoot : public SharedMemoryOnLinux
     }
 };
 
-TEST_F(SharedMemoryOnLinux, IsAnObjectOfTheRightModeForAsLongAsItIsUsed)
+TEST_F(SharedMemoryOnLinux, IsAnObjectOfTheRightModeWhileItIsUsed)
 {
     mode_t const mask = ::umask(0777);
     EXPECT_TRUE(memory.create(4088, true, false));
@@ -99,7 +99,7 @@ TEST_F(SharedMemoryOnLinux, IsAnObjectOfTheRightModeForAsLongAsItIsUsed)
     EXPECT_EQ(statusOf(globalObject), "none");
 }
 
-TEST_F(SharedMemoryOnLinux, TakesAnObjectThatNobodyUsesForNone)
+TEST_F(SharedMemoryOnLinux, IgnoresAnObjectThatNoProcessUses)
 {
     writeFile(globalObject, garbage);
     EXPECT_FALSE(memory.attach());
@@ -111,7 +111,7 @@ TEST_F(SharedMemoryOnLinux, TakesAnObjectThatNobodyUsesForNone)
     EXPECT_EQ(statusOf(globalObject).substr(4), "4096");
 }
 
-TEST_F(SharedMemoryOnLinux, LeavesWhatSomebodyElsePutUnderTheName)
+TEST_F(SharedMemoryOnLinux, KeepsLinksAndFoldersOfItsName)
 {
     TemporaryFolder folder;
     QString const target = folder.filePath(u"target"_q);
@@ -131,7 +131,7 @@ TEST_F(SharedMemoryOnLinux, LeavesWhatSomebodyElsePutUnderTheName)
     EXPECT_EQ(QFile(target).size(), 5000);
 }
 
-TEST_F(SharedMemoryOnLinux, GivesUpOnAnObjectThatIsNeverReady)
+TEST_F(SharedMemoryOnLinux, FailsIfAnObjectIsNeverReady)
 {
     writeFile(globalObject, garbage);
     QFile blocker(globalObject);
@@ -143,7 +143,7 @@ TEST_F(SharedMemoryOnLinux, GivesUpOnAnObjectThatIsNeverReady)
     EXPECT_TRUE(memory.create(10, true, false));
 }
 
-TEST_F(SharedMemoryOnLinux, TellsWhenTheSystemCannotCloseIt)
+TEST_F(SharedMemoryOnLinux, ReportsAFailedClose)
 {
     ASSERT_TRUE(memory.create(10, true, false));
     ::close(descriptorOf(globalObject.toStdString().c_str()));
@@ -151,10 +151,11 @@ TEST_F(SharedMemoryOnLinux, TellsWhenTheSystemCannotCloseIt)
     EXPECT_EQ(failure(memory),
               std::to_string(EBADF) + " CloseHandle: " + oxLastOSError8(EBADF).c_str());
     EXPECT_FALSE(memory.isAttached());
-    EXPECT_TRUE(memory.create(10, true, false)) << "what nobody holds is free";
+    EXPECT_TRUE(memory.create(10, true, false))
+        << "an object without a holder can be created again";
 }
 
-TEST_F(SharedMemoryAsRoot, IsReachedByOtherUsersWhenGlobal)
+TEST_F(SharedMemoryAsRoot, IsAccessibleToOtherUsersIfGlobal)
 {
     ASSERT_TRUE(memory.create(10, true, false));
     EXPECT_TRUE(isTrueForNobody([&] {
@@ -172,9 +173,9 @@ TEST_F(SharedMemoryAsRoot, IsReachedByOtherUsersWhenGlobal)
         [&] { return !other.attach() && other.error() == oxSharedMemory::DoesNotExist; }));
 }
 
-TEST_F(SharedMemoryAsRoot, IsCreatedAnewByAnyUserAfterTheLastOneLeft)
+TEST_F(SharedMemoryAsRoot, CanBeCreatedAgainByAnyUserAfterTheLastHolder)
 {
-    writeFile(globalObject, garbage); // root's, which died
+    writeFile(globalObject, garbage); // an object that a killed process of root has left
     QFile::setPermissions(globalObject, QFile::Permissions(0x6666));
     EXPECT_TRUE(isTrueForNobody([&] {
         bool const created = !memory.attach() && memory.create(5000, true, false) &&
@@ -186,7 +187,7 @@ TEST_F(SharedMemoryAsRoot, IsCreatedAnewByAnyUserAfterTheLastOneLeft)
     EXPECT_EQ(memory.error(), oxSharedMemory::DoesNotExist);
 }
 
-TEST_F(SharedMemoryAsRoot, FallsBackToTheLocalOneWhenNotAllowedTheGlobalOne)
+TEST_F(SharedMemoryAsRoot, FallsBackToTheLocalSegmentWithoutAccessToTheGlobalOne)
 {
     writeFile(globalObject, garbage);
     QFile::setPermissions(globalObject, QFile::ReadOwner | QFile::WriteOwner);
@@ -202,7 +203,7 @@ TEST_F(SharedMemoryAsRoot, FallsBackToTheLocalOneWhenNotAllowedTheGlobalOne)
     }));
     QFile::remove(globalObject);
 
-    // The local name of another user leads nowhere either.
+    // A local object of another user is refused, too.
     writeFile(localObject, garbage);
     ASSERT_EQ(::chown(localObject.toStdString().c_str(), nobody, nobody), 0);
     EXPECT_FALSE(memory.create(10, false, false));
@@ -210,7 +211,7 @@ TEST_F(SharedMemoryAsRoot, FallsBackToTheLocalOneWhenNotAllowedTheGlobalOne)
     QFile::remove(localObject);
 }
 
-TEST_F(SharedMemoryAsRoot, HasItsMemoryOrIsNotCreated)
+TEST_F(SharedMemoryAsRoot, IsCreatedOnlyWithAllOfItsMemory)
 {
     auto const isSystemSmall = [] {
         return ::unshare(CLONE_NEWNS) == 0 &&

@@ -29,7 +29,7 @@ TEST_F(SharedMemory, BeginsDetachedWithBothNames)
     EXPECT_EQ(failure(memory), "0 ");
 }
 
-TEST_F(SharedMemory, RefusesSizesThatNoSegmentCanHave)
+TEST_F(SharedMemory, RefusesInvalidSizes)
 {
     constexpr int largest = std::numeric_limits<int>::max();
     for (int const size : {0, -1, std::numeric_limits<int>::min(), largest, largest - 7}) {
@@ -41,7 +41,7 @@ TEST_F(SharedMemory, RefusesSizesThatNoSegmentCanHave)
     EXPECT_FALSE(other.isAttached());
 }
 
-TEST_F(SharedMemory, IsSharedByAllWhoAttach)
+TEST_F(SharedMemory, IsSharedByAllThatAttach)
 {
     ASSERT_TRUE(memory.create(100, true, true)) << failure(memory);
     EXPECT_EQ(memory.size(), 100);
@@ -78,14 +78,14 @@ TEST_F(SharedMemory, HasOneCreator)
     EXPECT_EQ(child.finish(), 0);
 }
 
-TEST_F(SharedMemory, HasOneCreatorAlsoAtTheSameMoment)
+TEST_F(SharedMemory, HasOneCreatorEvenAtTheSameMoment)
 {
     expectAllSucceed(4, childProgram, {u"contend"_q, keyText, u"300"_q});
     EXPECT_FALSE(memory.attach());
     EXPECT_EQ(memory.error(), oxSharedMemory::DoesNotExist);
 }
 
-TEST_F(SharedMemory, PrefersTheGlobalOneUntilItHasUsedAnother)
+TEST_F(SharedMemory, PrefersTheGlobalSegmentUntilItHasUsedTheLocalOne)
 {
     ASSERT_TRUE(memory.create(10, false, false)) << failure(memory);
     EXPECT_FALSE(memory.usesGlobalName());
@@ -100,7 +100,7 @@ TEST_F(SharedMemory, PrefersTheGlobalOneUntilItHasUsedAnother)
     ASSERT_TRUE(fresh.attach());
     EXPECT_TRUE(fresh.usesGlobalName());
 
-    // One who was told that the local one exists gets that one.
+    // After AlreadyExists for the local segment, attach() opens the local segment.
     oxSharedMemory late(key.c_str());
     EXPECT_FALSE(late.create(10, false, false));
     ASSERT_TRUE(late.attach());
@@ -110,7 +110,7 @@ TEST_F(SharedMemory, PrefersTheGlobalOneUntilItHasUsedAnother)
     EXPECT_EQ(fresh.bytes()[0], std::byte{0});
 }
 
-TEST_F(SharedMemory, LivesAsLongAsSomebodyIsAttached)
+TEST_F(SharedMemory, LivesWhileAProcessIsAttached)
 {
     for (bool const attachInTime : {true, false}) {
         Child creator(childProgram, {u"create"_q, keyText, u"100"_q});
@@ -134,7 +134,7 @@ TEST_F(SharedMemory, LivesAsLongAsSomebodyIsAttached)
     }
 }
 
-TEST_F(SharedMemory, RefusesToLockAndUnlockOutOfTurn)
+TEST_F(SharedMemory, RefusesInvalidLockAndUnlockCalls)
 {
     EXPECT_FALSE(memory.lock());
     EXPECT_EQ(failure(memory), "-1 lock: not attached");
@@ -155,7 +155,7 @@ TEST_F(SharedMemory, RefusesToLockAndUnlockOutOfTurn)
     EXPECT_TRUE(other.lock());
 }
 
-TEST_F(SharedMemory, WaitsTwoSecondsForALockWhoseHolderDied)
+TEST_F(SharedMemory, WaitsTwoSecondsForTheLockOfAKilledHolder)
 {
     ASSERT_TRUE(memory.create(10, true, true));
     Child holder(childProgram, {u"lock"_q, keyText});
@@ -176,7 +176,7 @@ TEST_F(SharedMemory, LosesNoUpdateUnderTheLock)
     EXPECT_EQ(memory.bytes()[0], std::byte{50});
 }
 
-TEST_F(SharedMemory, TakesAnyKeyAndKeepsThemApart)
+TEST_F(SharedMemory, AcceptsAnyKeyAndDistinguishesKeys)
 {
     std::vector<std::string> keys = {"", "/", "%", "a/b", "a%b", "../../a", "\xE4", "Global"};
     for (int const length : {200, 250})

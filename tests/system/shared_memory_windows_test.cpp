@@ -40,7 +40,7 @@ TEST_F(SharedMemoryOnWindows, GrantsFullAccessToUsersSystemAndServices)
     EXPECT_EQ(accessOfId, (std::map<DWORD, DWORD>{{4, 0x1FFFFF}, {6, 0x1FFFFF}, {18, 0x1FFFFF}}));
 }
 
-TEST_F(SharedMemoryOnWindows, RefusesNamesThatMappingsCannotHave)
+TEST_F(SharedMemoryOnWindows, RefusesInvalidNamesOfMappings)
 {
     oxSharedMemory nested((key + "\\a").c_str());
     EXPECT_FALSE(nested.create(10, false, false));
@@ -52,7 +52,7 @@ TEST_F(SharedMemoryOnWindows, RefusesNamesThatMappingsCannotHave)
     EXPECT_EQ(cut.error(), ERROR_INVALID_NAME);
 }
 
-/// All of this process's handles that can be closed.
+/// Returns the open handles of this process.
 std::vector<HANDLE> handles()
 {
     std::vector<HANDLE> found;

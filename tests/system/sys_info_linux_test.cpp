@@ -28,7 +28,7 @@ namespace
 
 using namespace ox::platform;
 
-/// An environment variable for the time of a test.
+/// Sets or unsets an environment variable during its lifetime.
 class Variable
 {
   public:
@@ -45,7 +45,7 @@ class Variable
     QByteArray saved_;
 };
 
-TEST(SystemNameOnLinux, IsTakenFromTheSystemsOwnFile)
+TEST(SystemNameOnLinux, IsReadFromOsRelease)
 {
     EXPECT_EQ(systemNameOf("PRETTY_NAME=\"x\"\nNAME=\"Debian GNU/Linux\"\nVERSION_ID=\"12\"\n"),
               u"Debian GNU/Linux 12");
@@ -83,7 +83,7 @@ TEST(IdleTimeOnLinux, IsAveragedOverTheProcessors)
         EXPECT_FALSE(idleSampleOf(damaged, 100).has_value()) << damaged;
 }
 
-TEST(MemoryOnLinux, IsReadByItsNames)
+TEST(MemoryOnLinux, HasFieldsByName)
 {
     char const text[] = "MemTotal:  24684092 kB\nMemAvailable:\t12 kB\nMemFree: none\nCached: 5";
     EXPECT_EQ(memoryField(text, "MemTotal"), 24684092u * std::uint64_t{1024});
@@ -93,7 +93,7 @@ TEST(MemoryOnLinux, IsReadByItsNames)
     EXPECT_EQ(memoryField("", "MemTotal"), std::nullopt);
 }
 
-TEST(DiskOnLinux, IsTheFirstThatStays)
+TEST(DiskOnLinux, IsTheFirstFixedDisk)
 {
     TemporaryFolder dir;
     std::filesystem::path const root = dir.path().toStdString();
@@ -154,13 +154,13 @@ TEST(FoldersOnLinux, FollowTheEnvironmentThenTheHome)
     EXPECT_EQ(getWinFolderProfile(), known.startsWith(u'/') ? known : QString());
 }
 
-/// The share of the time that /proc/stat shows as busy, since the last question.
+/// Measures the share of busy time in /proc/stat.
 class BusyTime
 {
   public:
-    BusyTime() { take(); }
+    BusyTime() { readShare(); }
 
-    double take()
+    double readShare()
     {
         std::ifstream stat("/proc/stat");
         std::string name;
@@ -193,7 +193,7 @@ TEST(SysInfoOnLinux, AgreesWithTheKernel)
     });
     oxSleep(800);
     info->update(false);
-    double const expected = busy.take();
+    double const expected = busy.readShare();
     isOver = true;
     burner.join();
     EXPECT_NEAR(info->cpuUsage.value, expected, 0.05);
@@ -214,7 +214,7 @@ TEST(SysInfoOnLinux, AgreesWithTheKernel)
     EXPECT_FALSE(info->isUACenabled());
 }
 
-TEST(SysInfoOnLinux, SaysRawCounters)
+TEST(SysInfoOnLinux, ReportsRawCounters)
 {
     auto const info = std::make_unique<_oxSysInfo>();
     info->getCpuUsageDebug(true);
@@ -231,7 +231,7 @@ TEST(SysInfoOnLinux, SaysRawCounters)
     EXPECT_GT(number(6), 0);
 }
 
-TEST(UsersOnLinux, BeginAtTheIdOfTheSystemsDefinitions)
+TEST(UsersOnLinux, BeginAtTheIdInLoginDefs)
 {
     EXPECT_EQ(firstUserId("# UID_MIN 1\nSYS_UID_MIN 101\nUID_MIN\t\t  500\nUID_MAX 60000\n"), 500u);
     EXPECT_EQ(firstUserId("UID_MIN many"), 1000u);

@@ -58,7 +58,7 @@ TEST(SystemName, FollowsTheFarmsTable)
     }
 }
 
-TEST(CpuDescription, CountsHyperThreadsAsParts)
+TEST(CpuDescription, CountsHyperThreadsAsPartsOfACore)
 {
     struct {
         Processors processors;
@@ -80,7 +80,7 @@ TEST(CpuDescription, CountsHyperThreadsAsParts)
     }
 }
 
-TEST(Memory, IsCountedInMegabytesAndAssumedWhereUnknown)
+TEST(Memory, IsCountedInMegabytesWithDefaultsIfUnknown)
 {
     constexpr std::uint64_t megabyte = 1 << 20;
     EXPECT_EQ(totalMegabytes(PhysicalMemory{8191 * megabyte + 7, 0}), 8192);
@@ -90,7 +90,7 @@ TEST(Memory, IsCountedInMegabytesAndAssumedWhereUnknown)
     EXPECT_EQ(totalMegabytes(PhysicalMemory{~std::uint64_t(0), 0}), 2147483647);
 }
 
-TEST(BusyShare, IsWhatIsLeftOfTheTime)
+TEST(BusyShare, IsTheTimeThatIsNotIdle)
 {
     using Counter = std::numeric_limits<std::int64_t>;
     EXPECT_FLOAT_EQ(busyShare({100, 1000}, {350, 2000}).value(), 0.75f);
@@ -102,7 +102,7 @@ TEST(BusyShare, IsWhatIsLeftOfTheTime)
     EXPECT_FLOAT_EQ(busyShare({0, Counter::max()}, {1, Counter::min() + 1}).value(), 0.5f);
 }
 
-TEST(LastInput, IsEmptyWhereTheTicksCannotBeRight)
+TEST(LastInput, IsEmptyForInvalidTicks)
 {
     _oxTime const now(std::int64_t{1000000}, true);
     EXPECT_EQ(lastInputTime(InputTicks{50000, 20500}, now).value, 1000000 - 29);
@@ -113,7 +113,7 @@ TEST(LastInput, IsEmptyWhereTheTicksCannotBeRight)
         EXPECT_EQ(lastInputTime(ticks, now).value, 0);
 }
 
-TEST(LocalClock, BearsTheCalendarsNumbers)
+TEST(LocalClock, HasTheLocalCalendarFields)
 {
     _oxTime time;
     time.fromDateTime(7, 5, 9, 14, 11, 2026);
@@ -122,13 +122,13 @@ TEST(LocalClock, BearsTheCalendarsNumbers)
               std::make_tuple(2026, 11, 6, 14));
     EXPECT_EQ(std::tie(clock.hour, clock.minute, clock.second, clock.milliseconds),
               std::make_tuple(9, 5, 7, 0));
-    // A year that only looks right when it is cut to 16 bits.
+    // The low 16 bits of this year are a valid year.
     EXPECT_EQ(localClockAt(_oxTime(std::int64_t{65536} * 31556952 + time.value, true)),
               std::nullopt);
     EXPECT_EQ(localClockAt(_oxTime(std::numeric_limits<__int64>::max(), true)), std::nullopt);
 }
 
-TEST(UserText, IsTheAnswerOrTheFailedStep)
+TEST(UserText, IsTheResultOrTheFailedStep)
 {
     QString const message = oxLastOSError8(5);
     EXPECT_EQ(userText(std::u16string(u"S-1-5-18")), u"S-1-5-18"_q);
@@ -139,7 +139,7 @@ TEST(UserText, IsTheAnswerOrTheFailedStep)
     EXPECT_EQ(userText(Error{5, readUserList}), u"ERROR: Unable to read value;"_q);
 }
 
-TEST(DesktopUser, IsTheLastOneWhoMayBeLookedUp)
+TEST(DesktopUser, IsTheLastOwnerThatCanBeLookedUp)
 {
     struct {
         QStringList processes;
@@ -162,7 +162,7 @@ TEST(DesktopUser, IsTheLastOneWhoMayBeLookedUp)
     }
 }
 
-/// A table as a disk gives it: the attributes of 12 bytes each and the sum at the end.
+/// Returns a table in the format of a disk: attributes of 12 bytes each and a checksum at the end.
 std::vector<unsigned char> smartTable(std::vector<std::vector<unsigned char>> const & attributes)
 {
     std::vector<unsigned char> table(512);
@@ -200,7 +200,7 @@ TEST(SmartTable, ShowsAttributesAndTemperature)
     EXPECT_EQ(diskHealthOf(disk, true).temperature, 34);
     disk.smartTable = smartTable({startStops});
     EXPECT_EQ(diskHealthOf(disk, true).temperature, 21);
-    // As many attributes as there is room for, and not one more.
+    // A table has space for 30 attributes.
     disk.smartTable = smartTable(std::vector(42, startStops));
     EXPECT_EQ(diskHealthOf(disk, true).lines.size(), 1 + 30 + 1);
 }
@@ -222,7 +222,7 @@ TEST(SmartTable, IsRefusedWhenDamaged)
     EXPECT_EQ(health.lines, (QStringList{u"HDD: BusType Ata/Sata"_q, u"Cannot read"_q}));
 }
 
-TEST(DiskHealth, SaysWhichDisksAreNotRead)
+TEST(DiskHealth, ReportsUnsupportedDisks)
 {
     std::pair<DiskBus, char const *> const buses[] = {
         {DiskBus::Sas, "Sas (Scsi format) not supported"},
@@ -252,7 +252,7 @@ TEST(StorageDescriptor, IsReadWithinItsBounds)
     EXPECT_EQ(disk->model, u"Farm Disk 500");
     EXPECT_EQ(disk->bus, DiskBus::Ata);
 
-    // A text without an end, no text, and offsets into the head and far outside.
+    // Cases: a text without an end, no text, and offsets into the header or behind the answer.
     EXPECT_EQ(parseStorageDescriptor(std::span(answer).first(42))->model, u"Farm");
     EXPECT_EQ(parseStorageDescriptor(std::span(answer).first(36))->model, u"");
     EXPECT_FALSE(parseStorageDescriptor(std::span(answer).first(35)).has_value());

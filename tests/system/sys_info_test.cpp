@@ -13,7 +13,7 @@ using namespace ox::tests;
 namespace
 {
 
-TEST(SysInfo, IsFilledOnceMade)
+TEST(SysInfo, IsCompleteAfterConstruction)
 {
     auto const info = std::make_unique<_oxSysInfo>();
     EXPECT_FALSE(info->osString.isEmpty());
@@ -28,12 +28,12 @@ TEST(SysInfo, IsFilledOnceMade)
     EXPECT_EQ(info->guiUserLast, u"init"_q);
     EXPECT_EQ(info->guiUserChanged.value, 0);
     EXPECT_TRUE(info->isX64());
-    // A smaller memory would not hold the kernel.
+    // The kernel uses a part of the memory.
     EXPECT_LT(info->getKernelMemory(), info->totalMemoryMB);
     EXPECT_GE(info->getSystemCacheSize(), 0);
 }
 
-TEST(SysInfo, TellsWhenTheDesktopsUserChanges)
+TEST(SysInfo, ReportsWhenTheDesktopUserChanges)
 {
     auto const info = std::make_unique<_oxSysInfo>();
     QString const user = info->guiUser();
@@ -44,7 +44,7 @@ TEST(SysInfo, TellsWhenTheDesktopsUserChanges)
     EXPECT_EQ(info->guiUserChanged.value, 0);
 }
 
-TEST(SysInfo, TellsOfTheDiskWhenAsked)
+TEST(SysInfo, PrintsTheDiskIfVerbose)
 {
     auto const info = std::make_unique<_oxSysInfo>();
     for (bool const verbose : {false, true}) {
@@ -66,7 +66,7 @@ TEST(SysInfo, RefusesATimeThatTheClockCannotShow)
         _oxSysInfo::setSystemTime(_oxTime(std::numeric_limits<std::int64_t>::max(), true)));
 }
 
-TEST(SysInfo, KnowsNoInputOfTheFuture)
+TEST(SysInfo, LastInputIsNotInTheFuture)
 {
     EXPECT_LE(_oxSysInfo::getLastUserInput().value, _oxTime(true).value);
 }

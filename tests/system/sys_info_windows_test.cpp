@@ -110,7 +110,7 @@ TEST(SysInfoOnWindows, AgreesWithTheIdleTimes)
     ::Sleep(1000);
     info->update(false);
     ::GetSystemTimes(&idle[1], &kernel[1], &user[1]);
-    // The kernel's time has the idle time in it.
+    // The kernel time includes the idle time.
     double const all = double(countOf(kernel[1]) - countOf(kernel[0])) +
                        double(countOf(user[1]) - countOf(user[0]));
     EXPECT_NEAR(info->cpuUsage.value, 1 - double(countOf(idle[1]) - countOf(idle[0])) / all, 0.05);
