@@ -1,6 +1,6 @@
 // The program that crashes: child LOG_FILE DUMP_FOLDER WORD…
-// The dump folder "default" leaves it as init sets it. Each word does one thing or is a kind of
-// crash. The exit code is 0 when there was none.
+// With the dump folder "default" the folder that init has set stays. Each word is an action or a
+// kind of crash. The exit code is 0 without a crash.
 
 #include "oxtool/support/crash_kinds.h"
 #include "shared/crash/crash_handler.h"
@@ -21,7 +21,7 @@
 namespace
 {
 
-/// Writes to a file that is open beforehand, without a buffer.
+/// A logger that writes without a buffer to a file that is already open.
 class FileLogger : public oxLogger
 {
   public:
@@ -39,7 +39,7 @@ class FileLogger : public oxLogger
             std::fwrite("\n", 1, 1, file_);
         }
     }
-    /// Runs a fault before every line. False when the word is none.
+    /// Selects a fault that runs before every line. Returns false for an unknown word.
     bool doWord(char const * word);
 
   private:
@@ -74,7 +74,7 @@ bool FileLogger::doWord(char const * word)
     return false;
 }
 
-/// Many threads crash at the same moment, each in one of these ways.
+/// Lets many threads crash at the same moment, each in one of these ways.
 void crashTogether(std::initializer_list<char const *> kinds)
 {
     constexpr std::ptrdiff_t count = 40;

@@ -16,8 +16,8 @@
 namespace
 {
 
-/// The compiler must not know what these point to. The second block keeps the first from growing
-/// together with the free rest of the heap.
+/// Volatile, so that the compiler does not remove the accesses. The second block prevents the first
+/// one from being merged with the free end of the heap.
 void * volatile blocks[2];
 
 void allocateBlocks()
@@ -26,11 +26,11 @@ void allocateBlocks()
         block = std::malloc(2000);
 }
 
-/// Crashes in the middle of malloc, with the lock of the heap held: in a freed block, the pointer
-/// that the next search of the heap follows leads nowhere.
+/// Crashes inside malloc while it holds the lock of the heap: a pointer in a freed block, which the
+/// next allocation follows, is invalid.
 void crashInMalloc()
 {
-    std::thread([] {}).join(); // without another thread ever, malloc takes no lock
+    std::thread([] {}).join(); // malloc takes its lock only after a second thread has existed
     allocateBlocks();
     std::free(blocks[0]);
     static_cast<void * volatile *>(blocks[0])[1] = reinterpret_cast<void *>(16);
@@ -44,16 +44,17 @@ void freeTwice()
     std::free(blocks[0]);
 }
 
-/// As on a full disk, the dump can be begun only.
-void letFilesEnd()
+/// Limits the size of files, so that only the beginning of a dump can be written, as on a full
+/// disk.
+void limitFileSize()
 {
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit const limit{4096, 4096};
     ::setrlimit(RLIMIT_FSIZE, &limit);
 }
 
-/// Leaves no descriptor to be had.
-void openAll()
+/// Uses all descriptors of the process.
+void useAllDescriptors()
 {
     rlimit const limit{100, 100};
     ::setrlimit(RLIMIT_NOFILE, &limit);
@@ -66,7 +67,7 @@ void protectMemory()
     ::prctl(PR_SET_DUMPABLE, 0);
 }
 
-/// Ends the process with 1 when the memory is protected no longer.
+/// Ends the process with exit code 1 if the memory is no longer protected.
 void expectProtectedMemory()
 {
     if (::prctl(PR_GET_DUMPABLE) != 0)
@@ -94,7 +95,7 @@ bool doSystemWord(char const * word)
     };
     static constexpr Word words[] = {
         {"malloc", crashInMalloc},   {"double-free", freeTwice},
-        {"full", letFilesEnd},       {"open-all", openAll},
+        {"full", limitFileSize},     {"open-all", useAllDescriptors},
         {"protect", protectMemory},  {"still-protected", expectProtectedMemory},
         {"fork", crashInForkedChild}};
     for (Word const & known : words) {

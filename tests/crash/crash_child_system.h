@@ -1,11 +1,11 @@
 #pragma once
 
-/// What only one of the systems can do. False when the word means nothing to it.
+/// Runs an action that exists on one system only. Returns false for an unknown word.
 bool doSystemWord(char const * word);
 
-/// Calls the exception filter with an exception of the code for a division, as this thread is now.
-/// Whether the filter's message is the sentence for it.
+/// Calls the exception filter with an exception of the code for a division, in the context of this
+/// thread. Returns whether the message of the filter is the sentence for this code.
 bool dumpForException();
 
-/// A handler of crashes that is there before the library's; it ends the process with 17.
+/// Installs a crash handler before that of the library. It ends the process with exit code 17.
 void installEarlierHandler();

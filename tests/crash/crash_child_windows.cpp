@@ -16,10 +16,10 @@ LONG WINAPI endByEarlierHandler(EXCEPTION_POINTERS *)
     return EXCEPTION_EXECUTE_HANDLER;
 }
 
-/// Crashes with the lock of the heap held.
+/// Crashes while this thread holds the lock of the heap.
 void crashWithHeapLocked()
 {
-    ::Sleep(1000); // threads that are only starting need the heap
+    ::Sleep(1000); // starting threads need the heap
     ::HeapLock(::GetProcessHeap());
     ox::tool::crash("null");
 }

@@ -14,17 +14,17 @@
 namespace ox::tests
 {
 
-/// A run of the program that crashes, with a folder of its own for dumps and log.
+/// Runs the program that crashes, in a temporary folder for dumps and log.
 class CrashTest : public FolderTest
 {
   protected:
     void SetUp() override
     {
         if (hasAddressSanitizer)
-            GTEST_SKIP() << "the sanitizers take the signals of crashes";
+            GTEST_SKIP() << "the sanitizers handle the signals of crashes";
     }
 
-    /// Runs it to its end, which must come soon.
+    /// Runs the program and waits for its end. Fails if it does not end in time.
     void run(QStringList const & words, QString const & dumpFolder)
     {
         ProgramRun const ended =
@@ -38,7 +38,7 @@ class CrashTest : public FolderTest
 
     QString log() const { return path("client.txt"); }
     QList<QByteArray> lines() const { return contentOf(log()).split('\n'); }
-    /// The dumps with a final name and those without, by name.
+    /// Names of the dumps with a final name and of those without, sorted.
     QStringList dumps() const { return filesOf("*.oxdmp"); }
     QStringList unnamedDumps() const { return filesOf("*.dmp"); }
     void removeDumps() const

@@ -26,11 +26,11 @@ std::span<ExpectedEnd const> expectedEnds()
     return ends;
 }
 
-void letFindLibraries(QString const &) {}
+void addLibraryFolder(QString const &) {}
 
-TEST_F(CrashTest, AForkedChildThatCrashesLeavesItsParentsDumpAlone)
+TEST_F(CrashTest, AForkedChildThatCrashesKeepsItsParentsDump)
 {
-    // Both crash at the same time.
+    // Parent and child crash at the same time.
     run({text("fork"), text("abort")});
     QElapsedTimer clock;
     for (clock.start(); dumps().size() < 2 && clock.elapsed() < 30000;)
@@ -43,9 +43,9 @@ TEST_F(CrashTest, AForkedChildThatCrashesLeavesItsParentsDumpAlone)
     EXPECT_TRUE(unnamedDumps().isEmpty());
 }
 
-TEST_F(CrashTest, WhereNoDumpCanBeWrittenTheProcessEndsAllTheSame)
+TEST_F(CrashTest, TheProcessEndsIfNoDumpCanBeWritten)
 {
-    // The superuser may write to every folder but those of the kernel.
+    // Root may write to every folder except those of the kernel.
     QString const readOnly = ::geteuid() == 0 ? text("/proc") : folder.path();
     ::chmod(folder.path().toUtf8().constData(), 0700);
     for (auto const & [words, dumpFolder] :
@@ -62,7 +62,7 @@ TEST_F(CrashTest, WhereNoDumpCanBeWrittenTheProcessEndsAllTheSame)
     }
 }
 
-TEST_F(CrashTest, WithAllDescriptorsInUseDumpsAreWritten)
+TEST_F(CrashTest, DumpsAreWrittenWithAllDescriptorsInUse)
 {
     run({text("open-all"), text("dump"), text("dump"), text("null")});
     EXPECT_EQ(output, "true\ntrue\n");
@@ -72,14 +72,14 @@ TEST_F(CrashTest, WithAllDescriptorsInUseDumpsAreWritten)
         EXPECT_NE(readDump(folder.filePath(dump)).threadCount, 0u);
 }
 
-TEST_F(CrashTest, ADumpLeavesTheProcessAsProtectedAsItWas)
+TEST_F(CrashTest, ADumpKeepsTheProtectionOfTheMemory)
 {
     run({text("protect"), text("dump"), text("still-protected")});
     EXPECT_EQ(output, "true\n");
     EXPECT_EQ(exitCode, 0);
 }
 
-TEST_F(CrashTest, TheDumpsReaderNamesTheFunctionThatCrashed)
+TEST_F(CrashTest, TheDumpReaderNamesTheFunctionThatCrashed)
 {
     QString const readers = QStringLiteral(OX_DUMP_READERS);
     auto const runReader = [&](char const * name, QStringList const & arguments) {
@@ -87,7 +87,7 @@ TEST_F(CrashTest, TheDumpsReaderNamesTheFunctionThatCrashed)
     };
     ProgramRun const symbolReader = runReader("dump_syms", {program});
     if (!symbolReader.hasEnded || symbolReader.hasCrashed)
-        GTEST_SKIP() << "the dumps' readers do not run here";
+        GTEST_SKIP() << "the dump readers do not run on this machine";
     // "MODULE Linux x86_64 1F0B… crash_child"
     QByteArray const & symbols = symbolReader.output;
     QList<QByteArray> const module = symbols.left(symbols.indexOf('\n')).split(' ');
@@ -99,7 +99,7 @@ TEST_F(CrashTest, TheDumpsReaderNamesTheFunctionThatCrashed)
 
     for (ox::tool::CrashKind const & kind : ox::tool::crashKinds()) {
         SCOPED_TRACE(kind.name);
-        // Without the symbols of the C library no way leads through its 32-bit frames.
+        // Without the symbols of the C library the reader cannot unwind its 32-bit frames.
         bool const endsInLibrary =
             text(kind.name) == text("abort") || text(kind.name) == text("throw");
         if (sizeof(void *) == 4 && endsInLibrary)

@@ -12,7 +12,7 @@ using namespace ox::tests;
 namespace
 {
 
-/// The name of a dump, by the start time that the child gives.
+/// Returns a pattern for the final name of a dump, with the start time that the child sets.
 QRegularExpression finalName()
 {
     QString const start = _oxTime(1'794'000'000, true).asStringFileNameYearMinute();
@@ -23,7 +23,7 @@ QRegularExpression finalName()
 
 } // namespace
 
-TEST_F(CrashTest, EveryKindOfCrashLeavesItsDumpAndEndsAsItWouldHave)
+TEST_F(CrashTest, EveryKindOfCrashWritesADumpAndKeepsItsExitCode)
 {
     for (ExpectedEnd const & kind : expectedEnds()) {
         SCOPED_TRACE(kind.word);
@@ -44,7 +44,7 @@ TEST_F(CrashTest, EveryKindOfCrashLeavesItsDumpAndEndsAsItWouldHave)
     }
 }
 
-TEST_F(CrashTest, ThreadsThatCrashTogetherLeaveOneWholeDump)
+TEST_F(CrashTest, ThreadsThatCrashTogetherWriteOneCompleteDump)
 {
     for (char const * const word : {"crowd", "mixed-crowd", "crowd", "mixed-crowd"}) {
         removeDumps();
@@ -57,11 +57,11 @@ TEST_F(CrashTest, ThreadsThatCrashTogetherLeaveOneWholeDump)
     }
 }
 
-TEST_F(CrashTest, ADumpIsWrittenOnDemandAndTheCrashAfterItHasItsOwn)
+TEST_F(CrashTest, ADumpOnDemandAndALaterCrashHaveSeparateDumps)
 {
     run({text("dump"), text("init"), text("dump-for-exception"), text("null")});
     EXPECT_EQ(output, "true\ntrue\n");
-    // Within one second each takes the name of the next free one.
+    // Dumps of the same second get the names of the next seconds.
     ASSERT_EQ(dumps().size(), 3);
     EXPECT_EQ(readDump(folder.filePath(dumps()[0])).code, 0xC0000025u);
     EXPECT_EQ(readDump(folder.filePath(dumps()[1])).code, 0xC0000094u);
@@ -73,7 +73,7 @@ TEST_F(CrashTest, ADumpIsWrittenOnDemandAndTheCrashAfterItHasItsOwn)
     EXPECT_TRUE(unnamedDumps().isEmpty());
 }
 
-TEST_F(CrashTest, ALoggerThatFailsOrIsSlowCostsALineAtMost)
+TEST_F(CrashTest, ALoggerThatFailsOrIsSlowLosesOneLineAtMost)
 {
     run({text("dump"), text("slow-logger"), text("dump"), text("no-logger"), text("dump"),
          text("logger"), text("failing-logger"), text("abort")});
@@ -83,7 +83,7 @@ TEST_F(CrashTest, ALoggerThatFailsOrIsSlowCostsALineAtMost)
     EXPECT_EQ(lines().size(), 5);
 }
 
-TEST_F(CrashTest, NothingThatTheLoggerDoesAfterACrashCostsTheDump)
+TEST_F(CrashTest, TheDumpOfACrashSurvivesEveryFaultOfTheLogger)
 {
     ExpectedEnd const & nullPointer = expectedEnds()[0];
     ExpectedEnd const & abort = expectedEnds()[3];
@@ -108,19 +108,20 @@ TEST_F(CrashTest, ALoggerThatCrashesDuringADumpOnDemandIsACrashOfTheApplication)
     EXPECT_EQ(exitCode, static_cast<int>(expectedEnds()[0].exitCode));
     ASSERT_EQ(dumps().size(), 1);
     EXPECT_EQ(readDump(folder.filePath(dumps()[0])).code, expectedEnds()[0].dumpCode);
-    EXPECT_EQ(unnamedDumps().size(), 1); // the one that was asked for
+    EXPECT_EQ(unnamedDumps().size(), 1); // the dump on demand
 }
 
-TEST_F(CrashTest, WithoutItsFolderADumpFailsAndTheProcessEndsAllTheSame)
+TEST_F(CrashTest, WithoutItsFolderADumpFailsAndTheProcessEnds)
 {
     run({text("dump"), text("null")}, path("missing"));
-    EXPECT_TRUE(output.startsWith("false\n")) << output.toStdString(); // the system may add its own
+    // The system may add its own output.
+    EXPECT_TRUE(output.startsWith("false\n")) << output.toStdString();
     EXPECT_EQ(exitCode, static_cast<int>(expectedEnds()[0].exitCode));
     EXPECT_EQ(lines(), (QList<QByteArray>{"crash detected falsedump called", "crash detected false",
                                           QByteArray()}));
 }
 
-TEST_F(CrashTest, ACrashGoesOnToEarlierHandlersWhenToldTo)
+TEST_F(CrashTest, ACrashIsPassedToEarlierHandlersOnRequest)
 {
     run({text("earlier-handler"), text("null")});
     EXPECT_EQ(exitCode, static_cast<int>(expectedEnds()[0].exitCode));
@@ -137,8 +138,8 @@ TEST_F(CrashTest, AnInstallationsDumpsAreInItsReleaseLogFolder)
     QFileInfo const original(program);
     program = bin + QDir::separator() + original.fileName();
     ASSERT_TRUE(QFile::copy(original.filePath(), program));
-    letFindLibraries(original.absolutePath());
-    // A folder that cannot be taken leaves the one before.
+    addLibraryFolder(original.absolutePath());
+    // An invalid folder is ignored and the previous one stays.
     run({text("too-long-folder"), text("dump")}, text("default"));
     EXPECT_EQ(output, "true\n");
     EXPECT_EQ(QDir(logs).entryList({text("*.oxdmp")}).size(), 1);

@@ -20,12 +20,12 @@ std::span<ExpectedEnd const> expectedEnds()
     return ends;
 }
 
-void letFindLibraries(QString const & folder)
+void addLibraryFolder(QString const & folder)
 {
     qputenv("PATH", QDir::toNativeSeparators(folder).toUtf8() + ';' + qgetenv("PATH"));
 }
 
-TEST_F(CrashTest, ACrashWithTheHeapsLockHeldEndsWhetherOrNotADumpCanBeWritten)
+TEST_F(CrashTest, ACrashWithTheHeapLockedEndsWithOrWithoutADump)
 {
     run({text("malloc")});
     EXPECT_EQ(exitCode, static_cast<int>(0xC0000005));

@@ -5,17 +5,17 @@
 #include <cstdint>
 #include <span>
 
-/// What a kind of crash looks like on this system.
+/// The expected end of a process for a kind of crash on this system.
 struct ExpectedEnd {
     char const * word;
-    bool crashed;           ///< as the run of a process tells it
-    std::uint32_t exitCode; ///< or the signal's number
+    bool crashed;           ///< as QProcess reports it
+    std::uint32_t exitCode; ///< or the number of the signal
     std::uint32_t dumpCode;
     bool isMainThread;
 };
 
-/// The first is that of an access to a null pointer.
+/// Returns the expected ends. The first one is that of an access to a null pointer.
 std::span<ExpectedEnd const> expectedEnds();
 
-/// Lets a copied program find the libraries of a folder.
-void letFindLibraries(QString const & folder);
+/// Adds a folder to the search path for libraries, for copied programs.
+void addLibraryFolder(QString const & folder);
