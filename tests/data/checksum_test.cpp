@@ -30,16 +30,17 @@ unsigned int partial(unsigned int crc, char const * text, unsigned int length)
     return crc;
 }
 
-// Taken before main(), when nothing has built the table.
-std::array const beforeTheBuild = {partial(0x12345678, "ab", 2), partial(0x12345678, "abcdef", 6)};
+// Computed before main(), when no call has built the table.
+std::array const checksumsBeforeTheBuild = {partial(0x12345678, "ab", 2),
+                                            partial(0x12345678, "abcdef", 6)};
 
 TEST(Checksum, PartialOnlyShiftsTheRegisterBeforeTheTableIsBuilt)
 {
-    EXPECT_EQ(beforeTheBuild[0], 0x1234u);
-    EXPECT_EQ(beforeTheBuild[1], 0u);
+    EXPECT_EQ(checksumsBeforeTheBuild[0], 0x1234u);
+    EXPECT_EQ(checksumsBeforeTheBuild[1], 0u);
 }
 
-TEST(Checksum, PartialContinuesWhereThePieceBeforeEnded)
+TEST(Checksum, PartialContinuesThePreviousPiece)
 {
     oxCRCInitialize();
     EXPECT_EQ(~partial(partial(0xFFFFFFFF, "1234", 4), "56789", 5), 0xCBF43926u);
@@ -55,7 +56,7 @@ TEST(Checksum, KnownValues)
     EXPECT_EQ(oxCRCCalc8(bytes("\x01\x80\x02\x80\x04\x80"), 3, false), 0x83);
 }
 
-TEST(Checksum, NoBytesGiveZeroAndNeedNoData)
+TEST(Checksum, EmptyDataHasTheChecksumZeroAndMayBeNull)
 {
     EXPECT_EQ(oxCRCCalc(nullptr, 0), 0u);
     EXPECT_EQ(oxCRCCalc8(nullptr, 0, false), 0);
@@ -86,7 +87,7 @@ TEST(Checksum, AgreesWithAnIndependentProgram)
     }
 }
 
-/// Data without a pattern that a wrong kernel could hide behind.
+/// Returns random data, in which no pattern hides a wrong kernel.
 std::vector<unsigned char> noise(std::size_t size)
 {
     std::vector<unsigned char> data(size);
@@ -113,7 +114,7 @@ typename Crc::Word bitByBit(typename Crc::Word crc, unsigned char byte)
     return crc;
 }
 
-/// Calls visit() with each definition of a CRC that the library has.
+/// Calls visit() with each CRC of the library.
 template <class Visit>
 void forEachCrc(Visit visit)
 {
@@ -122,7 +123,7 @@ void forEachCrc(Visit visit)
     visit(Crc64());
 }
 
-/// The named kernel; it is null when this build does not have it.
+/// Returns the kernel of this name, or null if this build lacks it.
 template <class Crc>
 CrcKernel<Crc> const * kernelNamed(std::string const & name)
 {

@@ -41,7 +41,7 @@ QByteArray bytesOf(FileName const & name)
     return contentOf(file);
 }
 
-/// The bytes of the eight header words, as they stand in a file.
+/// Returns the bytes of the eight header words in the order of a file.
 QByteArray headerOf(std::initializer_list<std::int32_t> words)
 {
     return {reinterpret_cast<char const *>(words.begin()), int(words.size() * 4)};
@@ -67,7 +67,7 @@ class DataBufferFile : public testing::Test
     TemporaryFolder folder_;
 };
 
-/// Runs another program on a file and returns what it writes; empty when it fails.
+/// Runs another program and returns its output. The test fails if the program fails.
 QByteArray outputOf(char const * program, QStringList const & arguments)
 {
     ProgramRun const run = runProgram(text(program), arguments);
@@ -77,7 +77,7 @@ QByteArray outputOf(char const * program, QStringList const & arguments)
 
 } // namespace
 
-TEST_F(DataBufferFile, ReadsAndWritesTheFilesOfOthers)
+TEST_F(DataBufferFile, ReadsAndWritesTheFilesOfAnIndependentProgram)
 {
     for (std::string const set : {"small", "text", "binary"}) {
         SCOPED_TRACE(set);
@@ -185,7 +185,7 @@ TEST_F(DataBufferFile, RefusesADamagedPlainFile)
         EXPECT_FALSE(buffer.loadFromFile(write("damaged", bytes), true)) << what;
         EXPECT_EQ(buffer.error, error) << what;
     }
-    // The header's lengths are not needed for loading and change nothing.
+    // Loading ignores the lengths in the header.
     for (int const lie : {INT_MIN, -1, 0, INT_MAX}) {
         _OX_DataBuffer buffer;
         ASSERT_TRUE(
@@ -233,23 +233,23 @@ TEST_F(DataBufferFile, LoadsCompressedDataIntoABlockOfTheCallersSize)
 {
     FileName const file = golden("small.oxzp");
     struct {
-        int room;
+        int capacity;
         bool result;
         int size;
     } const cases[] = {{27, true, 27}, {26, true, 0}, {0, true, 0}, {28, false, 0}};
-    for (auto const & [room, result, size] : cases) {
+    for (auto const & [capacity, result, size] : cases) {
         _OX_DataBuffer buffer;
-        buffer.resize(room, 768);
-        EXPECT_EQ(buffer.loadFromFileCompressed(file, false), result) << room;
-        EXPECT_EQ(buffer.size, size) << room;
-        EXPECT_EQ(buffer.error, 0) << "a stream that merely holds too little is no error of zlib's";
-        EXPECT_EQ(buffer.sizeAllocated, room);
+        buffer.resize(capacity, 768);
+        EXPECT_EQ(buffer.loadFromFileCompressed(file, false), result) << capacity;
+        EXPECT_EQ(buffer.size, size) << capacity;
+        EXPECT_EQ(buffer.error, 0) << "zlib reports no error for a stream that is too short";
+        EXPECT_EQ(buffer.sizeAllocated, capacity);
     }
     char block[40];
     EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressedHeader(file, block, -1), Z_STREAM_ERROR);
     EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressedHeader(file, nullptr, 5), Z_STREAM_ERROR);
 
-    // In the form with blocks a short file counts as success.
+    // The overload for blocks reports success for a short file.
     char header[32];
     EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressed(file, true, header, 32, block, 40), 0);
     EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressed(file, true, header, 32, block, 3), 0);
@@ -282,12 +282,12 @@ TEST_F(DataBufferFile, ReadsAndWritesTwoBlocks)
         EXPECT_EQ(save(file, false, one, 5, nullptr, -1), 0);
         EXPECT_EQ(load(file, false, b, 5, nullptr, 99), 0);
         EXPECT_STREQ(b, one);
-        EXPECT_EQ(load(file, false, b, 3, two, -1), 0) << "what follows is ignored";
+        EXPECT_EQ(load(file, false, b, 3, two, -1), 0) << "later bytes are ignored";
 
         EXPECT_EQ(save(file, true, one, -1, nullptr, 0), NotWritten);
         EXPECT_EQ(save(file, true, one, 5, two, -1), NotWritten);
         EXPECT_EQ(save(file, true, nullptr, 5, nullptr, 0), NotWritten);
-        EXPECT_EQ(load(file, false, a, 5, nullptr, 0), 0) << "a refused save leaves the file alone";
+        EXPECT_EQ(load(file, false, a, 5, nullptr, 0), 0) << "a refused save keeps the file";
     }
     FileName const file = write("plain", "oxDBx");
     EXPECT_EQ(_OX_DataBuffer::loadFromFile(file, true, one, 2, nullptr, 0), EndOfFile);
@@ -297,9 +297,9 @@ TEST_F(DataBufferFile, ReadsAndWritesTwoBlocks)
               EndOfFile);
 }
 
-TEST_F(DataBufferFile, NeverTrustsTheLengthItReadsOverItself)
+TEST_F(DataBufferFile, KeepsItsLengthArgumentWhenTheHeaderOverwritesIt)
 {
-    // The length of the second block is a word of the header that the first one is read into.
+    // The length argument of the second block refers to a member that the first block overwrites.
     FileName const file =
         write("lying", "oxDB" + headerOf({0, 1000, 0, 0, 0, 0, 0, 0}) + QByteArray(2000, 'x'));
     _OX_DataBuffer buffer;
@@ -312,10 +312,10 @@ TEST_F(DataBufferFile, NeverTrustsTheLengthItReadsOverItself)
     EXPECT_EQ(buffer.error, NotWritten);
     EXPECT_FALSE(buffer.saveToFileCompressed(file));
     EXPECT_EQ(buffer.error, NotWritten);
-    EXPECT_EQ(bytesOf(file).size(), 2036) << "a refused save leaves the file alone";
+    EXPECT_EQ(bytesOf(file).size(), 2036) << "a refused save keeps the file";
 }
 
-TEST_F(DataBufferFile, TellsMissingUnreadableAndUnwritableFilesApart)
+TEST_F(DataBufferFile, DistinguishesMissingUnreadableAndUnwritableFiles)
 {
     char block[40] = "";
     for (FileName const & absent : {path("absent"), path("")}) {
@@ -366,14 +366,14 @@ TEST_F(DataBufferFile, DoesNotWaitForAPipe)
     EXPECT_EQ(buffer.error, NotReadable);
     char block[] = "abc";
     EXPECT_EQ(_OX_DataBuffer::loadFromFile(path("pipe"), false, block, 3, nullptr, 0), NotOpened);
-    // Also with somebody at the other end.
+    // The same applies to a pipe with a reader.
     Child const reader(text("cat"), {pipe});
     EXPECT_EQ(_OX_DataBuffer::saveToFile(path("pipe"), false, block, 3, nullptr, 0), NotOpened);
     EXPECT_EQ(_OX_DataBuffer::saveToFileCompressed(path("pipe"), false, block, 3, nullptr, 0),
               NotOpened);
 }
 
-TEST_F(DataBufferFile, WantsTheExactLengthWhenAsked)
+TEST_F(DataBufferFile, RequiresTheExactLengthOnRequest)
 {
     char block[40];
     QByteArray raw = bytesOf(golden("small.raw"));
@@ -384,7 +384,7 @@ TEST_F(DataBufferFile, WantsTheExactLengthWhenAsked)
     EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 26, false), Z_BUF_ERROR);
     EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 28, false), WrongLength);
     EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 27, true), 0);
-    // A stored length that looks like an error code is not taken for success.
+    // A stored length with the value of an error code does not count as success.
     _OX_DataBuffer lying;
     ASSERT_TRUE(lying.loadFromFile(file, true));
     lying.sizeUncompressed = WrongLength;
@@ -401,7 +401,7 @@ TEST_F(DataBufferFile, WantsTheExactLengthWhenAsked)
 
 TEST_F(DataBufferFile, StopsAtTheMemoryLimit)
 {
-    // A file of zeros without a gzip header is read as it stands.
+    // A file without a gzip header is read unchanged.
     QString const name = writeFile(folder_.filePath(text("large")), {});
     qint64 const limit = 768 << 20;
     _OX_DataBuffer buffer;

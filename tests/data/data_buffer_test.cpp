@@ -35,7 +35,7 @@ std::string randomBytes(std::size_t count, int alphabet, unsigned seed)
     return bytes;
 }
 
-/// Inflates what chunkzipAdd() left in the buffer, a few bytes at a time, until there is no more.
+/// Decompresses the buffer that chunkzipAdd() has filled, a few bytes at a time.
 std::string inflated(_OX_DataBuffer & buffer)
 {
     z_stream zs;
@@ -50,10 +50,10 @@ std::string inflated(_OX_DataBuffer & buffer)
 
 } // namespace
 
-TEST(DataBuffer, TellsItsErrorsInTheFarmsWords)
+TEST(DataBuffer, ReturnsTheErrorTextsOfTheFarm)
 {
     struct {
-        int code; // the bare numbers, which applications store
+        int code; // numbers and not names, since applications store them
         char const * text;
     } const cases[] = {{-100, "Unable to allocate memory"},
                        {-102, "Wrong File Header"},
@@ -89,7 +89,7 @@ TEST(DataBuffer, TellsItsErrorsInTheFarmsWords)
     EXPECT_EQ(_OX_DataBuffer::errorString(-101).c_str(), "System error: " + systemText);
 }
 
-TEST(DataBuffer, TellsZlibsErrorsAsQtText)
+TEST(DataBuffer, ReturnsZlibErrorsAsQStrings)
 {
     int code = -3;
     EXPECT_EQ(oxConvertZLibError(code), QStringLiteral("Compression Error, data CRC error"));
@@ -146,7 +146,7 @@ TEST(DataBuffer, ResizeGrowsExactlyAndARefusalChangesNothing)
     EXPECT_EQ(contentOf(buffer), "farm");
 }
 
-TEST(DataBuffer, AppendAndCopyRefuseWhatCannotBe)
+TEST(DataBuffer, AppendAndCopyRefuseInvalidArguments)
 {
     char text[] = "render";
     _OX_DataBuffer buffer;
@@ -189,7 +189,7 @@ TEST(DataBuffer, CompressesAndDecompressesBehindAnOffset)
         EXPECT_EQ(packed.decompressToB(back.data(), 5000, nullptr), 5000);
         EXPECT_EQ(back, text);
 
-        // The offset may come with the call, and the caller's bytes may be counted in the size.
+        // The offset may be an argument, and the size may include the caller's header.
         packed.size += offset;
         packed.resize(packed.size, 768);
         packed.dataOffset = -7;
@@ -236,38 +236,38 @@ TEST(DataBuffer, ReportsWhyItDidNotCompressOrDecompress)
     EXPECT_EQ(packed.error, Z_DATA_ERROR);
 }
 
-TEST(DataBuffer, BelievesNoHeaderWord)
+TEST(DataBuffer, TrustsNoHeaderWord)
 {
-    int const lies[] = {INT_MIN, -1, 0, 1, 20, 200, 1000, limit, INT_MAX - 1, INT_MAX};
+    int const invalidWords[] = {INT_MIN, -1, 0, 1, 20, 200, 1000, limit, INT_MAX - 1, INT_MAX};
     std::string const text = randomBytes(400, 16, 1);
     _OX_DataBuffer source;
     fill(source, text);
     _OX_DataBuffer original;
     ASSERT_TRUE(original.compressFrom(source, 0));
-    for (int const size : lies) {
-        for (int const word : lies) {
+    for (int const size : invalidWords) {
+        for (int const word : invalidWords) {
             SCOPED_TRACE(testing::Message() << size << ' ' << word);
-            // A block of exactly its size, so that a tool that watches memory sees each byte
-            // beyond.
+            // The block has the exact size of the data, so that the address sanitizer detects each
+            // access beyond it.
             _OX_DataBuffer buffer;
             buffer.copyFromBuffer(original.data, original.size);
-            auto const lie = [&, size, word](int offset, int uncompressed) {
+            auto const setHeader = [&, size, word](int offset, int uncompressed) {
                 buffer.size = size;
                 buffer.dataOffset = offset < 0 ? word : offset;
                 buffer.sizeUncompressed = uncompressed < 0 ? word : uncompressed;
             };
             bool const isTrue = size >= 0 && size <= buffer.sizeAllocated;
 
-            lie(-1, 400);
+            setHeader(-1, 400);
             _OX_DataBuffer dest;
             bool const unpacked = buffer.decompressTo(dest, nullptr);
             EXPECT_EQ(unpacked, word == 0 && size >= original.size);
             EXPECT_EQ(buffer.error == 0, unpacked);
-            lie(0, -1);
+            setHeader(0, -1);
             _OX_DataBuffer never;
             EXPECT_FALSE(buffer.decompressTo(never, nullptr));
 
-            lie(-1, 400);
+            setHeader(-1, 400);
             z_stream zs;
             ASSERT_TRUE(buffer.chunkUnzipStart(zs));
             buffer.dataOffset = word;
@@ -284,7 +284,7 @@ TEST(DataBuffer, BelievesNoHeaderWord)
             EXPECT_EQ(packed.error, isTrue ? 0 : Corrupt);
             char tail = 't';
             EXPECT_EQ(buffer.append(&tail, 1), isTrue);
-            lie(-1, -1);
+            setHeader(-1, -1);
             ASSERT_TRUE(deflateInit(&zs, 3) == Z_OK);
             EXPECT_EQ(buffer.chunkzipAdd(zs, out, 1, false), isTrue && size < buffer.sizeAllocated);
             buffer.chunkzipFinish(zs);
@@ -292,7 +292,7 @@ TEST(DataBuffer, BelievesNoHeaderWord)
     }
 }
 
-TEST(DataBuffer, CompressesPieceByPiece)
+TEST(DataBuffer, CompressesInPieces)
 {
     std::string text = randomBytes(300000, 7, 2);
     _OX_DataBuffer buffer;
@@ -302,11 +302,10 @@ TEST(DataBuffer, CompressesPieceByPiece)
     for (int at = 0; at < 300000; at += 1000)
         ASSERT_TRUE(buffer.chunkzipAdd(zs, bytes + at, 1000, at == 299000));
     EXPECT_TRUE(buffer.chunkzipFinish(zs));
-    EXPECT_EQ(buffer.sizeAllocated, 150000) << "by one half when two pieces no longer fit";
+    EXPECT_EQ(buffer.sizeAllocated, 150000) << "grows by one half when two pieces no longer fit";
     EXPECT_EQ(inflated(buffer), text);
 
-    // Reading until there is no more ends, too, when other bytes follow the stream or it is
-    // damaged.
+    // Reading ends even if other bytes follow the stream or the stream is damaged.
     char other[] = "behind";
     ASSERT_TRUE(buffer.append(other, 6));
     EXPECT_EQ(inflated(buffer), text);
@@ -324,7 +323,7 @@ TEST(DataBuffer, StopsWhenACompressedPieceDoesNotFit)
         z_stream zs;
         ASSERT_TRUE(buffer.chunkzipStart(zs, 1));
         for (int i = 0; i < 3; ++i)
-            EXPECT_FALSE(buffer.chunkzipAdd(zs, bytes, 5000, last)) << "half of 1 is no growth";
+            EXPECT_FALSE(buffer.chunkzipAdd(zs, bytes, 5000, last)) << "one half of 1 rounds to 0";
         EXPECT_EQ(buffer.sizeAllocated, 1);
         EXPECT_FALSE(buffer.chunkzipAdd(zs, bytes, -1, last));
         buffer.chunkzipFinish(zs);
@@ -333,7 +332,7 @@ TEST(DataBuffer, StopsWhenACompressedPieceDoesNotFit)
     z_stream zs;
     EXPECT_FALSE(buffer.chunkzipStart(zs, -1));
     ASSERT_TRUE(buffer.chunkzipStart(zs, 1000));
-    EXPECT_FALSE(buffer.chunkzipAdd(zs, bytes, 5000, true)) << "grows once only";
+    EXPECT_FALSE(buffer.chunkzipAdd(zs, bytes, 5000, true)) << "grows only once a call";
     EXPECT_EQ(buffer.sizeAllocated, 1500);
     EXPECT_EQ(buffer.size, 1500);
     EXPECT_EQ(buffer.error, Z_BUF_ERROR);

@@ -24,7 +24,7 @@ using ShortText = _oxString8_evenSize<250>;
 
 constexpr int headroom = _oxFileSearcher::headroom;
 
-/// Puts a content in place as load() would.
+/// Sets the content like load().
 void fill(_oxFileSearcher & file, std::string const & content)
 {
     file.freeBuffer();
@@ -37,7 +37,7 @@ std::string contentOf(_oxFileSearcher const & file)
     return std::string(file.data, std::size_t(file.size));
 }
 
-/// replaceAll() by its letter: one search and one replace() after the other.
+/// Reference for replaceAll(): one search and one replace() after the other.
 int replaceStepByStep(_oxFileSearcher & file, Text const & search, Text const & replacement)
 {
     int count = 0;
@@ -46,7 +46,7 @@ int replaceStepByStep(_oxFileSearcher & file, Text const & search, Text const & 
         ++count;
         bool const replaced = file.replace(at, replacement, search.size());
         if (!replaced && replacement.isEmpty())
-            break; // it would be found for ever
+            break; // the search would find it again without end
         at = file.indexOfIgnCase(search, at + replacement.size());
     }
     return count;
@@ -61,7 +61,7 @@ TEST(FileSearcher, FindsFromAPositionOnAndNotBehindTheEnd)
     _oxFileSearcher file;
     EXPECT_EQ(file.indexOf(Text("a"), 0), -1);
     fill(file, "Frame of a frame");
-    // What follows in the block is no content.
+    // Bytes behind the content are ignored.
     std::strcpy(file.data + file.size, " frames");
     struct {
         char const * pattern;
@@ -99,7 +99,7 @@ TEST(FileSearcher, FindsThePatternOf500BytesInTextsThatNearlyMatch)
     EXPECT_EQ(contentOf(file), content);
 }
 
-TEST(FileSearcher, ReplacesAllAsIfStepByStep)
+TEST(FileSearcher, ReplaceAllAgreesWithSingleReplacements)
 {
     std::mt19937 random(1);
     auto const text = [&](unsigned longest, std::string const & letters) {
@@ -189,7 +189,7 @@ TEST(FileSearcher, ReplacesLatin1TextsInUtf16)
     EXPECT_EQ(file.replaceAll_unicode("", "x"), 0);
     EXPECT_EQ(contentOf(file), utf16(QStringLiteral("\uFEFFnäher=; näher=Łódź;name")));
 
-    // Of longer texts the first 250 characters count.
+    // Longer texts are truncated to 250 characters.
     QString const line(250, QLatin1Char('l'));
     fill(file, utf16(line + QLatin1Char('\n')));
     EXPECT_EQ(
@@ -261,7 +261,7 @@ TEST(FileSearcher, ChangesItsSizeBetweenTwoBlocks)
     file.data[2] = '!';
     EXPECT_EQ(contentOf(file), "09!");
 
-    // As far as the headroom goes, and as far as a block reaches that is there already.
+    // The content grows by the headroom, or within an existing block.
     EXPECT_TRUE(file.changeDataSize(1, headroom));
     EXPECT_EQ(file.data[0], '0');
     EXPECT_EQ(file.data[1 + headroom], '9');
@@ -277,7 +277,7 @@ TEST(FileSearcher, ChangesItsSizeBetweenTwoBlocks)
     EXPECT_EQ(file.capacity + file.spareCapacity + file.size, 0);
 }
 
-TEST_F(SearcherFiles, LoadsAndSavesUnderTheNameItKeeps)
+TEST_F(SearcherFiles, SavesUnderTheNameOfTheLastFile)
 {
     QByteArray const content("a\0b\r\n\x1A"
                              "c",
@@ -299,7 +299,7 @@ TEST_F(SearcherFiles, LoadsAndSavesUnderTheNameItKeeps)
                                                   "c",
                                                   7));
 
-    // A block that is large enough is kept.
+    // A block that is large enough is reused.
     char const * const block = file.data;
     ASSERT_TRUE(file.load(name));
     EXPECT_EQ(file.data, block);
@@ -309,7 +309,7 @@ TEST_F(SearcherFiles, LoadsAndSavesUnderTheNameItKeeps)
     EXPECT_FALSE(file.save(QString()));
 }
 
-TEST_F(SearcherFiles, AFailedLoadOrSaveLosesNothing)
+TEST_F(SearcherFiles, AFailedLoadOrSaveKeepsTheContent)
 {
     _oxFileSearcher file;
     ASSERT_TRUE(file.load(writeFile(path("good"), "good")));
