@@ -34,7 +34,7 @@ TEST_F(AccessRightsOnLinux, AreAddedForOwnerGroupAndOthers)
     EXPECT_EQ(QFile::permissions(inside) & all, QFile::ReadOwner | QFile::WriteOwner);
 }
 
-TEST_F(AccessRightsOnLinux, CannotBeGivenToWhatIsNotThere)
+TEST_F(AccessRightsOnLinux, CannotBeGrantedForMissingFiles)
 {
     EXPECT_FALSE(oxSetFileRights_ReadWriteExecuteAll(path("none").toUtf8().constData()));
     EXPECT_EQ(oxLastOSError8(), oxLastOSError8(ENOENT));

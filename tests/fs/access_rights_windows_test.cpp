@@ -17,7 +17,7 @@ namespace
 
 using AccessRightsOnWindows = FolderTest;
 
-/// What a file or folder allows everybody by entries of its own.
+/// Returns the rights that a file or folder grants to everybody by its access list.
 DWORD allowedToEverybody(QString const & name)
 {
     DWORD rights = 0;

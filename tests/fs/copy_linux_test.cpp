@@ -1,4 +1,4 @@
-// Copies under real faults: a full disk, missing rights, failing reads and writes.
+// Tests of copies with real faults: a full disk, missing permissions, failing reads and writes.
 
 #include "shared/fs/copy.h"
 
@@ -28,7 +28,7 @@ namespace
 class CopyOnLinux : public FolderTest
 {
   protected:
-    /// What a script prints that runs in the test's folder; "$0" is the other process.
+    /// Runs a script in the test's folder and returns its output. "$0" is the child program.
     std::string printed(char const * script) const
     {
         ProgramRun const run = shell.run(QByteArray("set -e\n") + script);
@@ -67,7 +67,7 @@ TEST_F(CopyOnLinux, KeepsPermissionBitsAndReplacesLinksNotTheirTargets)
     EXPECT_EQ(contentOf(from), "content");
 }
 
-TEST_F(CopyOnLinux, ReplacesALinkThatLeadsNowhere)
+TEST_F(CopyOnLinux, ReplacesABrokenLink)
 {
     writeFile(from);
     bool limitReported = false;
@@ -125,7 +125,7 @@ TEST_F(CopyOnLinux, KeepsTheHolesOfItsSource)
     }
 }
 
-TEST_F(CopyOnLinux, AddsToTheBufferWhatReachesTheTarget)
+TEST_F(CopyOnLinux, AppendsTheWrittenBytesToTheBuffer)
 {
     writeFile(from, "1234567890");
     writeFile(to, "123");
@@ -145,7 +145,7 @@ TEST_F(CopyOnLinux, AddsToTheBufferWhatReachesTheTarget)
     EXPECT_EQ(QByteArray(added.data, added.size), "4567890");
 }
 
-TEST_F(CopyOnLinux, ReadsFromFileSystemsThatTellNoSizeAndCannotCopy)
+TEST_F(CopyOnLinux, ReadsFromFileSystemsWithoutSizesAndCopying)
 {
     for (int const pauseMs : {-1, 0}) {
         EXPECT_EQ(oxCopyFile(text("/proc/version"), to, true, pauseMs), QString());
@@ -153,11 +153,11 @@ TEST_F(CopyOnLinux, ReadsFromFileSystemsThatTellNoSizeAndCannotCopy)
     }
 }
 
-TEST_F(CopyOnLinux, SaysThatASourceIsShorterThanItsSize)
+TEST_F(CopyOnLinux, ReportsASourceThatIsShorterThanItsSize)
 {
     QString const lying = text("/sys/kernel/mm/transparent_hugepage/enabled");
     if (QFileInfo(lying).size() != 4096)
-        GTEST_SKIP() << "there is no system file that is shorter than it says";
+        GTEST_SKIP() << "no system file is shorter than its reported size";
     bool limitReported = false;
     writeFile(to, {});
     EXPECT_EQ(oxResumeFile(lying, to, limitReported),
@@ -175,7 +175,7 @@ TEST_F(CopyOnLinux, RefusesABufferOfAWholeSourceThatIsTooLarge)
     EXPECT_FALSE(QFile::exists(to));
 }
 
-TEST_F(CopyOnLinux, ShowsAFullDisk)
+TEST_F(CopyOnLinux, ReportsAFullDisk)
 {
     if (!shell.succeeds("unshare -rm mount -t tmpfs tmpfs ."))
         GTEST_SKIP() << "mounting a small disk in a name space of its own is not allowed";
@@ -188,12 +188,12 @@ TEST_F(CopyOnLinux, ShowsAFullDisk)
             "$0" copy a disk/b 0; wc -c <disk/b
             cat log >disk/b 2>&1; cat a >>log
             "$0" resume log disk/b; cmp -n 1048576 log disk/b; wc -c <disk/b' "$0")sh");
-    // By the piece, a copy that was cut short is a success, and for the caller to find.
+    // A truncated copy in pieces counts as a success. The caller must compare the sizes.
     EXPECT_EQ(result, lines({QString(oxLastOSError(ENOSPC)), QString(), text("1048576"),
                              text("Unable to write data"), text("1048576")}));
 }
 
-TEST_F(CopyOnLinux, NeedsTheRightToWriteIntoTheFolder)
+TEST_F(CopyOnLinux, NeedsWritePermissionForTheFolder)
 {
     if (!shell.succeeds("setpriv --version"))
         GTEST_SKIP() << "setpriv is needed (package util-linux)";
@@ -213,7 +213,7 @@ TEST_F(CopyOnLinux, NeedsTheRightToWriteIntoTheFolder)
                      text("Unable to delete file, %1.").arg(refusal), refusal, text("old")}));
 }
 
-TEST_F(CopyOnLinux, EndsFailingReadsAndWritesAsDocumented)
+TEST_F(CopyOnLinux, ReportsFailedReadsAndWritesAsDocumented)
 {
     writeFile(from, "1234567");
     writeFile(path("log"), "123");

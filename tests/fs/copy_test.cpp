@@ -40,7 +40,8 @@ void extend(QString const & name, QByteArray const & more)
     file.write(more);
 }
 
-/// A folder with a source and the name of a target, and what one resume after another leaves.
+/// A folder with the names of a source and a target, and the state between two calls of
+/// oxResumeFile.
 class Copy : public FolderTest
 {
   protected:
@@ -75,7 +76,7 @@ TEST_F(Copy, HasTheContentAndTheTimeOfItsSource)
     }
 }
 
-TEST_F(Copy, TakesAnExistingTargetForDone)
+TEST_F(Copy, SkipsAnExistingTarget)
 {
     writeFile(to, "old");
     EXPECT_EQ(oxCopyFile(from, to, false, byPieces), QString());
@@ -84,7 +85,7 @@ TEST_F(Copy, TakesAnExistingTargetForDone)
     EXPECT_EQ(contentOf(to), "old");
 }
 
-TEST_F(Copy, SaysWhatIsMissing)
+TEST_F(Copy, ReportsWhatIsMissing)
 {
     QString const nowhere = folder.filePath(text("none/b"));
     int const missingFolder = isWindows ? 3 : ENOENT;
@@ -101,7 +102,7 @@ TEST_F(Copy, SaysWhatIsMissing)
     EXPECT_FALSE(QFile::exists(to));
 }
 
-TEST_F(Copy, NeverGoesOntoItsOwnSource)
+TEST_F(Copy, RefusesItsOwnSourceAsTarget)
 {
     writeFile(from, "precious");
     std::filesystem::create_hard_link(from.toStdU16String(), to.toStdU16String());
@@ -113,10 +114,10 @@ TEST_F(Copy, NeverGoesOntoItsOwnSource)
     }
 }
 
-TEST_F(Copy, TellsWhetherTheLastPieceEndsInZeros)
+TEST_F(Copy, ReportsWhetherTheLastPieceEndsInZeros)
 {
     struct {
-        char const * piece; // "0" stands for the byte 0
+        char const * piece; // "0" represents the byte 0
         bool endsEmpty;
     } const cases[] = {{"0", true},
                        {"x", false},
@@ -141,11 +142,11 @@ TEST_F(Copy, TellsWhetherTheLastPieceEndsInZeros)
     EXPECT_FALSE(endsEmpty);
 }
 
-TEST_F(Resume, AppendsWhatTheSourceGained)
+TEST_F(Resume, AppendsTheNewBytesOfTheSource)
 {
     QByteArray const content = bytes(mebibyte + 5);
     writeFile(from, content.left(1000));
-    EXPECT_EQ(resume(), QString()); // all of it, as there is no target
+    EXPECT_EQ(resume(), QString()); // copies everything, since no target exists
     extend(from, content.mid(1000));
     _OX_DataBuffer added;
     ASSERT_TRUE(added.append(const_cast<char *>("kept "), 5));
@@ -157,7 +158,7 @@ TEST_F(Resume, AppendsWhatTheSourceGained)
     EXPECT_EQ(added.size, content.size() - 1000 + 5);
 }
 
-TEST_F(Resume, CopiesAllOfASourceThatWasStartedAgain)
+TEST_F(Resume, CopiesARestartedLogCompletely)
 {
     writeFile(from, "again");
     for (bool const existed : {true, false}) {
@@ -174,7 +175,7 @@ TEST_F(Resume, CopiesAllOfASourceThatWasStartedAgain)
     }
 }
 
-TEST_F(Resume, LeavesLargeLogsAloneAndSaysSoOnce)
+TEST_F(Resume, SkipsLargeLogsAndReportsThemOnce)
 {
     writeFile(from, bytes(100));
     writeFile(to, bytes(100));
@@ -187,12 +188,12 @@ TEST_F(Resume, LeavesLargeLogsAloneAndSaysSoOnce)
     EXPECT_EQ(resume(), QString());
     EXPECT_EQ(QFileInfo(to).size(), 25 * mebibyte);
 
-    QFile::remove(to); // a whole copy knows no limit
+    QFile::remove(to); // a complete copy has no limit
     EXPECT_EQ(resume(), QString());
     EXPECT_EQ(QFileInfo(to).size(), 25 * mebibyte + 1);
 }
 
-TEST_F(Resume, SaysWhatItCannotDo)
+TEST_F(Resume, ReportsItsFailures)
 {
     EXPECT_EQ(resume(), text("Source file does not exist"));
     writeFile(from, "12345");
@@ -206,14 +207,14 @@ TEST_F(Resume, SaysWhatItCannotDo)
     EXPECT_EQ(contentOf(to), QByteArray());
 }
 
-TEST_F(Resume, TakesEveryByteOfAGrowingSourceOnce)
+TEST_F(Resume, CopiesEveryByteOfAGrowingSourceOnce)
 {
     writeFile(from, {});
     writeFile(to, {});
     QByteArray const content = bytes(3 * mebibyte);
     std::atomic<bool> written = false;
     std::thread writer([&] {
-        QFile log(from); // open all the time, as a renderer has its log
+        QFile log(from); // stays open, like the log of a renderer
         ASSERT_TRUE(log.open(QIODevice::Append | QIODevice::Unbuffered));
         for (int at = 0; at < content.size(); at += 4099)
             log.write(content.constData() + at, std::min(4099, int(content.size()) - at));

@@ -17,8 +17,8 @@ using namespace ox::tests;
 
 using DirListingOnLinux = FolderTest;
 
-// Latin-1, a cut character, the three-byte form of a surrogate beside the byte that its value
-// stands for, and bytes that no text has.
+// The names contain Latin-1, a truncated character, a surrogate in three bytes beside the byte that
+// it represents, and bytes that are never valid.
 TEST_F(DirListingOnLinux, FindsFilesUnderNamesThatAreNotUtf8)
 {
     std::set<std::string> const names{"caf\xe9.exr", "\xd0", "\xed\xb3\xbf",  "\xff",
@@ -34,7 +34,7 @@ TEST_F(DirListingOnLinux, FindsFilesUnderNamesThatAreNotUtf8)
         EXPECT_TRUE(oxFileExists(listing.dirFileName(), &time, &size));
         EXPECT_EQ(size, listing.fileSize());
         EXPECT_EQ(time.value, listing.fileTime().value);
-        // By its content it is that file and no other.
+        // The content identifies the file.
         QString const moved = folder.filePath(text("moved"));
         ASSERT_TRUE(oxRenameFile(listing.dirFileName(), moved, false));
         found.insert(contentOf(moved).toStdString());
@@ -43,7 +43,7 @@ TEST_F(DirListingOnLinux, FindsFilesUnderNamesThatAreNotUtf8)
     EXPECT_EQ(found, names);
 }
 
-TEST_F(DirListingOnLinux, TakesALinkForWhatItLeadsTo)
+TEST_F(DirListingOnLinux, ListsALinkAsItsTarget)
 {
     QDir().mkpath(path("dir"));
     writeFile(path("a"));
@@ -60,7 +60,7 @@ TEST_F(DirListingOnLinux, TakesALinkForWhatItLeadsTo)
     }
 }
 
-TEST_F(DirListingOnLinux, TakesPatternsByTheirLetterCase)
+TEST_F(DirListingOnLinux, MatchesPatternsByLetterCase)
 {
     writeFile(path("shot_1"));
     writeFile(path("Shot_2"));
@@ -69,7 +69,7 @@ TEST_F(DirListingOnLinux, TakesPatternsByTheirLetterCase)
     ASSERT_TRUE(listing.nextFile());
     EXPECT_EQ(listing.fileName(), text("shot_1"));
     EXPECT_FALSE(listing.nextFile());
-    // Before a dot "?" also stands for nothing.
+    // Before a dot "?" also matches nothing.
     writeFile(path("shot.exr"));
     listing.init(path("sho?t?.*r*"), false, false, false, false);
     EXPECT_FALSE(listing.nextFile());

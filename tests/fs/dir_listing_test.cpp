@@ -16,7 +16,7 @@ using namespace ox::tests;
 namespace
 {
 
-/// All names of a listing, sorted; folders with a slash behind them.
+/// Returns all names of a listing, sorted, with a slash behind those of folders.
 QStringList namesOf(oxDirListing & listing)
 {
     QStringList names;
@@ -36,7 +36,7 @@ QStringList list(QString const & path, bool includeDirs, bool readIntoMemory = f
 class DirListing : public FolderTest
 {
   protected:
-    /// Makes files, and folders of names that end with a slash.
+    /// Creates files, and folders for names that end with a slash.
     void fill(std::initializer_list<char const *> names)
     {
         for (char const * name : names) {
@@ -50,7 +50,7 @@ class DirListing : public FolderTest
 
 } // namespace
 
-TEST_F(DirListing, GivesFilesAndOnRequestFoldersButNeverDots)
+TEST_F(DirListing, ListsFilesAndOnRequestFoldersWithoutDots)
 {
     fill({"a.exr", "b.txt", ".hidden", "dir/", ".git/", "dir/inside"});
     QStringList const files{text(".hidden"), text("a.exr"), text("b.txt")};
@@ -61,12 +61,12 @@ TEST_F(DirListing, GivesFilesAndOnRequestFoldersButNeverDots)
         EXPECT_EQ(list(folder.path(), true, inMemory), all);
         EXPECT_EQ(list(folder.path() + QDir::separator(), true, inMemory), all);
     }
-    // The separators of the other systems mean the same.
+    // The separators of other systems have the same meaning.
     EXPECT_EQ(list(folder.path().replace(u'/', u'\\'), true), all);
     EXPECT_EQ(list(folder.path().replace(u'\\', u'/'), true), all);
 }
 
-TEST_F(DirListing, TellsOfEachEntryWhatTheFileTellsItself)
+TEST_F(DirListing, ReportsTheSizeAndTheTimeOfEachFile)
 {
     writeFile(path("a.bin"), QByteArray(1234, 'x'));
     fill({"dir/"});
@@ -99,7 +99,7 @@ TEST_F(DirListing, TellsOfEachEntryWhatTheFileTellsItself)
     }
 }
 
-TEST_F(DirListing, OfAFileHasThatFileOnly)
+TEST_F(DirListing, OfAFileContainsOnlyThatFile)
 {
     fill({"shot.exr", "shot.exr2", "s"});
     oxDirListing listing;
@@ -113,7 +113,7 @@ TEST_F(DirListing, OfAFileHasThatFileOnly)
     EXPECT_EQ(listing.error(), 0);
 }
 
-TEST_F(DirListing, FindsWhatAPatternFits)
+TEST_F(DirListing, FindsTheNamesThatMatchAPattern)
 {
     fill({"shot", "shot_", "shot_1.exr", "shot_12.exr", "shot_1.exr.tmp", "take.1", "sub/"});
     struct {
@@ -154,7 +154,7 @@ TEST_F(DirListing, SortsByCodeUnitsAndStaysOnTheLastEntry)
 {
     fill({"b", "a2", "B", "a10", "\xc3\xa9", "\xef\xbf\xbd", "\xf0\x9f\x98\x80"});
     if (list(folder.path(), false).size() == 6)
-        QFile::rename(path("b"), path("c")); // a file system that takes "b" and "B" for one
+        QFile::rename(path("b"), path("c")); // a file system that ignores letter case
     oxDirListing listing;
     listing.init(folder.path(), false, true, true, false);
     writeFile(path("later"));
@@ -166,14 +166,14 @@ TEST_F(DirListing, SortsByCodeUnitsAndStaysOnTheLastEntry)
     std::sort(sorted.begin(), sorted.end());
     EXPECT_EQ(names, sorted);
     EXPECT_FALSE(names.contains(text("later")));
-    // Above the units of the pair that the last but one is made of.
+    // U+FFFD is greater than the surrogates of the name before it.
     EXPECT_EQ(names.last(), QString(QChar(0xFFFD)));
     EXPECT_EQ(listing.fileName(), names.last());
     EXPECT_EQ(listing.fileSize(), 7);
     EXPECT_FALSE(listing.nextFile());
     listing.close();
     EXPECT_EQ(listing.dirFileName(), path("\xef\xbf\xbd"));
-    // The next listing knows nothing of it any more.
+    // The next listing starts without the entries of the previous one.
     listing.init(path("none"), false, true, true, false);
     EXPECT_FALSE(listing.nextFile());
     EXPECT_EQ(listing.fileName(), QString());

@@ -1,5 +1,6 @@
-// What a share or a neighbour does to a lock file, for the other process: the linker puts these
-// functions in place of the system's. The environment variable OX_TEST_FAULT names the fault.
+// Faults that a share or another process causes at a lock file. The linker replaces the system's
+// functions by these in the child program. The environment variable OX_TEST_FAULT selects the
+// fault.
 
 #include "tests/support/descriptor_linux.h"
 
@@ -49,7 +50,8 @@ int __wrap_rename(char const * from, char const * to)
     return isRefused(from) ? -1 : __real_rename(from, to);
 }
 
-/// Somebody else takes a flock of the file between its creation and the creator's first try.
+/// Takes a flock for another process, between the creation of the file and the creator's first
+/// flock.
 int __wrap_flock(int descriptor, int operation)
 {
     static int calls = 0;
@@ -61,8 +63,8 @@ int __wrap_flock(int descriptor, int operation)
         neighbour = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
         __real_flock(neighbour, looks ? LOCK_SH : LOCK_EX);
     }
-    constexpr int someTries = 12;
-    if (leaves && calls == someTries)
+    constexpr int triesBeforeRelease = 12;
+    if (leaves && calls == triesBeforeRelease)
         ::close(neighbour);
     return __real_flock(descriptor, operation);
 }

@@ -28,14 +28,14 @@ using namespace ox::tests;
 
 using FileOnLinux = FolderTest;
 
-TEST_F(FileOnLinux, IsFoundUnderTheUtf8OfItsName)
+TEST_F(FileOnLinux, IsFoundByTheUtf8OfItsName)
 {
     QString const name = writeFile(path("f\xc3\xa9\xd0\xb6.bin")); // "fé" and a Cyrillic letter
     EXPECT_TRUE(
         oxFileExists(_oxString8_evenSize<500>(name.toUtf8().constData()), nullptr, nullptr));
 }
 
-TEST_F(FileOnLinux, SaysWhyItCannotDelete)
+TEST_F(FileOnLinux, ReportsWhyItCannotDelete)
 {
     QString const undeletable = text("/proc/version");
     int const code = QFileInfo(text("/proc")).isWritable() ? EPERM : EACCES;
@@ -79,9 +79,9 @@ TEST_F(FileOnLinux, DeletesAFolderWhoseNameIsNotUtf8)
     EXPECT_NE(::access(name.constData(), F_OK), 0);
 }
 
-TEST_F(FileOnLinux, SaysHowMuchWasWrittenBeforeAFailure)
+TEST_F(FileOnLinux, ReportsHowMuchWasWrittenBeforeAFailure)
 {
-    // The limit of 9216 KiB lets two pieces and a part of the third through.
+    // The limit of 9216 KiB allows two pieces and a part of the third.
     Shell const shell(QStringLiteral(OX_TEST_CHILD));
     ProgramRun const run = shell.run("trap '' XFSZ; ulimit -f 18432; exec \"$0\" \"$@\"",
                                      {text("write"), path("a"), text("11000000")});
@@ -115,13 +115,13 @@ TEST_F(FileOnLinux, NeverOverwritesAFileByItsOwnLink)
     ASSERT_TRUE(QFile::link(a, path("link")));
     EXPECT_FALSE(oxRenameFile(path("link"), a, true));
     EXPECT_EQ(contentOf(a), "content");
-    EXPECT_TRUE(oxRenameFile(a, path("link"), true)) << "the link goes";
+    EXPECT_TRUE(oxRenameFile(a, path("link"), true)) << "the link is replaced";
     EXPECT_FALSE(QFile::exists(a));
     EXPECT_EQ(contentOf(path("link")), "content");
 
     ASSERT_EQ(::link(path("link").toUtf8().constData(), a.toUtf8().constData()), 0);
     EXPECT_TRUE(oxRenameFile(path("link"), folder.path() + text("/./link"), true));
-    EXPECT_TRUE(oxRenameFile(path("link"), a, true)) << "one of two hard links goes";
+    EXPECT_TRUE(oxRenameFile(path("link"), a, true)) << "one of two hard links is deleted";
     EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files), QStringList(text("a")));
     EXPECT_EQ(contentOf(a), "content");
 }
@@ -137,7 +137,7 @@ TEST_F(FileOnLinux, DoesNotWaitForANamedPipe)
     EXPECT_FALSE(_oxFileSearcher().load(pipe));
 }
 
-TEST_F(FileOnLinux, TellsThatTheDiskIsFull)
+TEST_F(FileOnLinux, ReportsAFullDisk)
 {
     unsigned char bytes[10] = {};
     EXPECT_EQ(oxWriteBufferToFile(text("/dev/full"), bytes, 10),

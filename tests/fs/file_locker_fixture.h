@@ -13,7 +13,7 @@ namespace ox::tests
 class FileLocker : public testing::Test
 {
   protected:
-    /// Makes the lock file look as if it had been written this many seconds ago.
+    /// Sets the time of the lock file to this many seconds ago.
     void ageLockFile(int seconds) const
     {
         _oxTime past(_oxTime(true).value - seconds, true);

@@ -32,14 +32,14 @@ TEST_F(FileLocker, FollowsNoLink)
     EXPECT_FALSE(QFile::exists(folder.filePath(QStringLiteral("nowhere"))));
 }
 
-TEST_F(FileLocker, UnlockLeavesALockThatSomebodyElseHasTakenSince)
+TEST_F(FileLocker, UnlockKeepsALaterLockOfAnotherHolder)
 {
-    _oxFileLocker robbed(file);
+    _oxFileLocker first(file);
     _oxFileLocker next(file);
-    ASSERT_TRUE(robbed.lock(0, who, nullptr, false));
+    ASSERT_TRUE(first.lock(0, who, nullptr, false));
     ASSERT_TRUE(QFile::remove(lockName));
     ASSERT_TRUE(next.lock(0, who, nullptr, false));
-    robbed.unlock();
+    first.unlock();
     EXPECT_EQ(_oxFileLocker(file).status().holder, _oxFileLockStatus::Process);
 }
 
@@ -51,24 +51,24 @@ TEST_F(FileLocker, IsReleasedWhereOpenFilesCannotBeRemoved)
 
     writeFile(lockName);
     EXPECT_EQ(Child(childProgram, {text("contend"), file, text("7")}).finish(), 0)
-        << "and removed when left";
+        << "a left lock file is removed, too";
     EXPECT_FALSE(QFile::exists(lockName));
     qunsetenv("OX_TEST_FAULT");
 }
 
-TEST_F(FileLocker, NeitherWaitsForAnotherFlockNorLosesToIt)
+TEST_F(FileLocker, CopesWithTheFlockOfAnotherProcess)
 {
     struct Case {
         char const * fault;
         int result;
-        bool leavesTheFile;
+        bool keepsTheFile;
     };
     for (Case const & each : {Case{"looks", 0, false}, Case{"examines and leaves", 0, false},
                               Case{"examines", 3, false}, Case{"refuses to remove", 4, true}}) {
         qputenv("OX_TEST_FAULT", each.fault);
         EXPECT_EQ(Child(childProgram, {text("try"), file, text("3")}).finish(), each.result)
             << each.fault;
-        EXPECT_EQ(QFile::exists(lockName), each.leavesTheFile) << each.fault;
+        EXPECT_EQ(QFile::exists(lockName), each.keepsTheFile) << each.fault;
     }
     qunsetenv("OX_TEST_FAULT");
 }
@@ -100,7 +100,7 @@ TEST_F(FileLocker, IsNotInheritedByOtherPrograms)
     ASSERT_TRUE(locker.lock(0, who, nullptr, false));
     Child child(childProgram, {QStringLiteral("hold"), folder.filePath(QStringLiteral("other"))});
     ASSERT_TRUE(child.hasPrinted());
-    ASSERT_TRUE(QFile::rename(lockName, lockName + u'2')); // so that unlocking leaves the file
+    ASSERT_TRUE(QFile::rename(lockName, lockName + u'2')); // so that unlocking keeps the file
     locker.unlock();
     ASSERT_TRUE(QFile::rename(lockName + u'2', lockName));
     EXPECT_EQ(_oxFileLocker(file).status().holder, _oxFileLockStatus::Nobody);

@@ -7,7 +7,7 @@
 
 using namespace ox::tests;
 
-TEST_F(FileLocker, ShowsThatItIsHeld)
+TEST_F(FileLocker, ReportsThatItIsHeld)
 {
     {
         _oxFileLocker locker(file);
@@ -52,7 +52,7 @@ TEST_F(FileLocker, WaitsInStepsOf250Milliseconds)
     EXPECT_TRUE(QFile::exists(lockName)) << "unlocking without the lock changes nothing";
 }
 
-TEST_F(FileLocker, TellsALockThatCannotBeCreatedFromOneThatIsTaken)
+TEST_F(FileLocker, DistinguishesALockThatCannotBeCreatedFromAHeldOne)
 {
     _oxFileLocker inMissingFolder(folder.filePath(QStringLiteral("missing/a.ini")));
     EXPECT_FALSE(inMissingFolder.lock(1000, who, &waited, false));
@@ -60,7 +60,7 @@ TEST_F(FileLocker, TellsALockThatCannotBeCreatedFromOneThatIsTaken)
     EXPECT_NE(inMissingFolder.status().systemError, 0);
     EXPECT_EQ(_oxFileLocker(file).status().systemError, 0);
 
-    // A name must neither be cut nor changed into another file's.
+    // A name must not be truncated or changed, since the result could be the name of another file.
     QString const longest = folder.filePath(QString(240 - folder.path().size(), u'n'));
     _oxFileLocker fits(longest);
     EXPECT_TRUE(fits.lock(0, who, nullptr, false));
@@ -76,7 +76,7 @@ TEST_F(FileLocker, TellsALockThatCannotBeCreatedFromOneThatIsTaken)
     }
 }
 
-TEST_F(FileLocker, GetsPastAKilledHolderByTheThreeHourRuleOnly)
+TEST_F(FileLocker, TakesTheLockOfAKilledHolderOnlyAfterThreeHours)
 {
     Child child(childProgram, {QStringLiteral("hold"), file});
     ASSERT_TRUE(child.hasPrinted());
@@ -100,13 +100,13 @@ TEST_F(FileLocker, GetsPastAKilledHolderByTheThreeHourRuleOnly)
 
     ageLockFile(10800 + 2);
     EXPECT_TRUE(locker.status().isStale);
-    EXPECT_TRUE(QFile::exists(lockName)) << "looking removes nothing";
+    EXPECT_TRUE(QFile::exists(lockName)) << "status() removes nothing";
     EXPECT_TRUE(locker.lock(300, who, &waited, false));
-    EXPECT_EQ(waited, 250) << "only who has run out of time removes a stale lock";
+    EXPECT_EQ(waited, 250) << "a stale lock is removed only after the timeout";
     EXPECT_EQ(locker.status().holder, _oxFileLockStatus::Process);
 }
 
-TEST_F(FileLocker, LeavesALiveHolderItsOldLookingLock)
+TEST_F(FileLocker, KeepsTheOldLockOfALiveHolder)
 {
     Child child(childProgram, {QStringLiteral("hold"), file});
     ASSERT_TRUE(child.hasPrinted());
@@ -121,7 +121,7 @@ TEST_F(FileLocker, LeavesALiveHolderItsOldLookingLock)
     EXPECT_EQ(waited, 0);
 }
 
-TEST_F(FileLocker, WaitsForWhateverBearsTheName)
+TEST_F(FileLocker, WaitsForAFolderThatHasItsName)
 {
     _oxFileLocker locker(file);
     ASSERT_TRUE(QDir().mkdir(lockName));
@@ -136,12 +136,12 @@ TEST_F(FileLocker, LosesNoUpdateOfEightProcesses)
     EXPECT_EQ(contentOf(file).toInt(), 800);
 }
 
-TEST_F(FileLocker, WaitersOfOneStaleLockNeverRemoveEachOthersFreshOne)
+TEST_F(FileLocker, WaitersForAStaleLockNeverRemoveANewOne)
 {
     writeFile(lockName, {});
     ageLockFile(20000);
     expectAllSucceed(10, childProgram, {QStringLiteral("exclusive"), file});
     EXPECT_FALSE(QFile::exists(lockName));
-    // The same moment again and again, with holders that die among them.
+    // Repeats the removal of a stale lock with holders that end without releasing it.
     expectAllSucceed(8, childProgram, {QStringLiteral("contend"), file, QStringLiteral("600")});
 }

@@ -18,7 +18,7 @@ TEST_F(FileLocker, KeepsOthersFromOpeningTheLockFile)
     EXPECT_EQ(locker.status().who, QString());
 }
 
-TEST_F(FileLocker, LeavesTheLockUnderAnotherNameWhenItCannotBeDeleted)
+TEST_F(FileLocker, RenamesALockFileThatCannotBeDeleted)
 {
     for (int i = 0; i < 2; ++i) {
         _oxFileLocker locker(file);

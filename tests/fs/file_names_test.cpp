@@ -1,4 +1,4 @@
-// Applications need not set these, and then a literal is a QString as well.
+// Applications may be compiled without these macros, so that a literal converts to QString.
 #undef QT_NO_CAST_FROM_ASCII
 #undef QT_NO_CAST_TO_ASCII
 
@@ -18,14 +18,15 @@ using namespace ox::tests;
 namespace
 {
 
-/// Files are named by what stands for a name in applications, relative to the current folder.
+/// A test that names files by the text types of applications, relative to the current folder.
 class FileNames : public FolderTest
 {
   protected:
     FileNames() { QDir::setCurrent(folder.path()); }
     ~FileNames() override { QDir::setCurrent(before_); }
 
-    /// Every function that takes a record's name finds the file, and nothing else is written.
+    /// Checks that every function with a record as its file name uses this file and creates no
+    /// other.
     template <typename Name>
     void expectNames(Name const & name, QString const & file)
     {
@@ -76,7 +77,7 @@ class FileNames : public FolderTest
 
 } // namespace
 
-TEST_F(FileNames, AreTakenInEveryTypeOfText)
+TEST_F(FileNames, AreAcceptedInEveryTypeOfText)
 {
     expectNames("literal", "literal");
     expectNames(static_cast<char const *>("pointer"), "pointer");
@@ -112,7 +113,7 @@ TEST_F(FileNames, KeepLettersThatLatin1Lacks)
               _OX_DataBuffer::NotOpened);
 }
 
-TEST_F(FileNames, AreSynchronisedWhereARecordCanHoldThem)
+TEST_F(FileNames, AreSynchronisedIfTheyFitARecord)
 {
     auto const sync = [](auto const & source, auto const & target) {
         _oxString8_evenSize<500> errors;

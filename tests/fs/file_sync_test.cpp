@@ -19,7 +19,7 @@ namespace
 
 using Text = _oxString8_evenSize<500>;
 
-/// A source on one side, a target that does not exist yet on the other.
+/// A test with a source and the name of a target that does not exist yet.
 class FileSync : public FolderTest
 {
   protected:
@@ -47,7 +47,7 @@ class FileSync : public FolderTest
         return syncCopy(record(source), record(target), true, &errors, &info, pause, verbose);
     }
 
-    /// One message, with the source in place of $ and the target in place of @.
+    /// Returns a message with the source for $ and the target for @.
     Text message(char const * form) const
     {
         QString result;
@@ -78,7 +78,7 @@ TEST_F(FileSync, CopiesAMissingTargetWithItsTimeAndRights)
     EXPECT_EQ(time.value, 1600000000);
 }
 
-TEST_F(FileSync, LeavesATargetOfTheSameSizeAndTimeAlone)
+TEST_F(FileSync, SkipsATargetOfTheSameSizeAndTime)
 {
     writeFile(target, "old");
     setTime(target, 1600000000);
@@ -102,7 +102,7 @@ TEST_F(FileSync, KeepsTheReplacedTargetUnderASecondName)
     }
 }
 
-TEST_F(FileSync, TellsAFailedRenameAndCopiesAllTheSame)
+TEST_F(FileSync, ReportsAFailedRenameAndStillCopies)
 {
     writeFile(target, "older");
     ASSERT_TRUE(QDir(folder.path()).mkpath(target + text("_old/full")));
@@ -143,7 +143,7 @@ TEST_F(FileSync, RefusesASourceThatIsMissingEmptyOrWithoutATime)
     EXPECT_FALSE(syncCopy(record(source), record(target), true, nullptr, nullptr, -1, true));
 }
 
-TEST_F(FileSync, SaysWhyTheCopyFailed)
+TEST_F(FileSync, ReportsWhyTheCopyFailed)
 {
     ASSERT_TRUE(QDir(folder.path()).mkpath(target + text("/full")));
     EXPECT_FALSE(sync(0));
@@ -167,7 +167,7 @@ TEST_F(FileSync, NeverFollowsALinkAtTheTarget)
     EXPECT_TRUE(sync());
     EXPECT_EQ(contentOf(elsewhere), "kept");
     EXPECT_EQ(QFile::permissions(elsewhere), before);
-    EXPECT_EQ(contentOf(target + text("_old")), "kept"); // the link itself
+    EXPECT_EQ(contentOf(target + text("_old")), "kept"); // _old is the link itself
     EXPECT_EQ(contentOf(target), "new");
 }
 
@@ -190,7 +190,7 @@ TEST_F(FileSync, KeepsThePreviousFileWhenSeveralRunAtOnce)
     EXPECT_EQ(QDir(path("local")).entryList(QDir::Files | QDir::Hidden).size(), 2);
 }
 
-TEST_F(FileSync, CutsItsTextsWhereTheStringIsFull)
+TEST_F(FileSync, TruncatesItsTextsAtTheCapacity)
 {
     errors = Text(QString(490, u'x'));
     QFile::remove(source);
@@ -209,7 +209,7 @@ TEST_F(FileSync, FindsFilesWhoseNamesAreNotLatin1)
     EXPECT_EQ(contentOf(target), "new");
 }
 
-TEST_F(FileSync, CopiesAnExecutableThatWasStillBeingWrittenAgain)
+TEST_F(FileSync, CopiesAnUnfinishedExecutableAgain)
 {
     QByteArray const unfinished("MZ\0", 3);
     int waits = 0;
@@ -235,7 +235,7 @@ TEST_F(FileSync, CopiesAnExecutableThatWasStillBeingWrittenAgain)
 
     EXPECT_TRUE(run(false, &errors, 0));
     EXPECT_TRUE(run(true, nullptr, 0));
-    EXPECT_TRUE(run(true, &errors, -1)); // the system's own copy does not look
+    EXPECT_TRUE(run(true, &errors, -1)); // the system's copy does not test for zeros
     target = path("local/tool.bin");
     EXPECT_TRUE(run(true, &errors, 0));
     EXPECT_EQ(errors, "");

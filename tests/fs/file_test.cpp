@@ -24,7 +24,7 @@ using namespace ox::tests;
 namespace
 {
 
-/// The system's code for a path whose folder does not exist.
+/// Error code of the system for a path in a missing folder.
 int const missingFolderCode = isWindows ? 3 : ENOENT;
 
 using File = FolderTest;
@@ -86,7 +86,7 @@ TEST_F(File, IsFoundUnderNamesBeyondAscii)
     EXPECT_FALSE(QFile::exists(latin1));
 }
 
-TEST_F(File, TellsFoldersFromFiles)
+TEST_F(File, DistinguishesFoldersFromFiles)
 {
     QString const file = writeFile(path("a"));
     for (QString const & name : {folder.path(), folder.path() + QDir::separator()}) {
@@ -103,7 +103,7 @@ TEST_F(File, TellsFoldersFromFiles)
     EXPECT_FALSE(oxDirectoryExists(beyondTheRecord.c_str()));
 }
 
-TEST_F(File, DeletesAndSaysWhyNot)
+TEST_F(File, DeletesFilesOnly)
 {
     EXPECT_EQ(oxDeleteFile(path("none")), QString());
     EXPECT_EQ(oxDeleteFile(folder.path()), QString()) << "a folder is not a file";
@@ -125,7 +125,7 @@ TEST_F(File, CreatesAndRemovesFolders)
     EXPECT_FALSE(oxCreateFolder(writeFile(path("file")), true));
     EXPECT_FALSE(oxCreateFolder(path("file/below"), true));
     EXPECT_FALSE(oxCreateFolder(QDir::toNativeSeparators(text("//no-such-server/share/")), true))
-        << "its own parent";
+        << "the share does not exist";
 
     QString const before = QDir::currentPath();
     ASSERT_TRUE(QDir::setCurrent(folder.path()));
@@ -142,7 +142,7 @@ TEST_F(File, CreatesAndRemovesFolders)
     EXPECT_FALSE(oxDeleteFolder(QString()));
 }
 
-TEST_F(File, RenamesAndOverwritesOnlyWhenTold)
+TEST_F(File, RenamesAndOverwritesOnRequest)
 {
     QString const a = writeFile(path("a"), "from a");
     QString const b = writeFile(path("b"), "from b");
@@ -159,7 +159,7 @@ TEST_F(File, RenamesAndOverwritesOnlyWhenTold)
     EXPECT_FALSE(oxRenameFile(a, folder.path(), true)) << "a folder has the name";
     EXPECT_FALSE(oxRenameFile(folder.path(), path("c"), true)) << "a folder is not a file";
     EXPECT_FALSE(oxRenameFile(path("none"), a, true));
-    EXPECT_FALSE(QFile::exists(a)) << "the target goes first";
+    EXPECT_FALSE(QFile::exists(a)) << "the target is deleted first";
 }
 
 TEST_F(File, WritesBlocksInPieces)
@@ -203,9 +203,9 @@ TEST_F(File, FreeSpaceIsThatOfTheNearestFolder)
         EXPECT_NEAR(oxGetFreeDriveSpaceMB(name), expected, 1024) << name.toStdString();
 }
 
-TEST(FileTime, ConvertsInTwoWaysThatAreNotInverse)
+TEST(FileTime, ConversionsAreNotInverse)
 {
-    std::uint32_t halves[2]; // the low one first
+    std::uint32_t halves[2]; // the low half is first
     auto * const fileTime = reinterpret_cast<FILETIME *>(halves);
     timeToFileTime(0, fileTime);
     EXPECT_EQ(halves[0], 0xD53E8000u);
@@ -213,5 +213,5 @@ TEST(FileTime, ConvertsInTwoWaysThatAreNotInverse)
     _oxTime time;
     fileTimeToTime(time, fileTime);
     EXPECT_EQ(time.value, 11644473600);
-    timeToFileTime(std::numeric_limits<__int64>::max(), fileTime); // wraps, without a fault
+    timeToFileTime(std::numeric_limits<__int64>::max(), fileTime); // overflows without a fault
 }

@@ -26,7 +26,7 @@ bool isWine()
 
 } // namespace
 
-TEST_F(FileOnWindows, SaysWhyItCannotDeleteOrReplaceAFileInUse)
+TEST_F(FileOnWindows, ReportsWhyItCannotDeleteOrReplaceAFileInUse)
 {
     QString const name = writeFile(path("a"));
     Holder const holder(name);
@@ -52,14 +52,14 @@ TEST_F(FileOnWindows, ChangesTheLetterCaseOfAName)
     EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files), QStringList(text("A")));
 }
 
-TEST_F(FileOnWindows, SeesAFileThatOthersKeepToThemselves)
+TEST_F(FileOnWindows, FindsAFileThatIsOpenWithoutSharing)
 {
     QString const name = writeFile(path("a"));
     Holder const holder(name);
     EXPECT_TRUE(oxFileExists(_oxString<500>(name)));
 }
 
-TEST_F(FileOnWindows, KnowsDrivesByTheirRoot)
+TEST_F(FileOnWindows, RecognisesDrivesByTheirRoot)
 {
     EXPECT_FALSE(oxDirectoryExists(text("C:")));
     EXPECT_TRUE(oxDirectoryExists(text("C:\\")));
@@ -72,7 +72,7 @@ TEST_F(FileOnWindows, KnowsDrivesByTheirRoot)
         EXPECT_EQ(oxGetFreeDriveSpaceMB(text(unknown)), 1000u) << unknown;
 }
 
-TEST_F(FileOnWindows, TakesNamesLongerThanTheSystemsOldLimit)
+TEST_F(FileOnWindows, AcceptsNamesLongerThanTheSystemsOldLimit)
 {
     QString deep = folder.path();
     while (deep.size() < 400)
@@ -125,6 +125,6 @@ TEST_F(FileOnWindows, NeedsNoExecutableRights)
 TEST_F(FileOnWindows, LogLinesOfSeveralProcessesDoNotMix)
 {
     if (isWine())
-        GTEST_SKIP() << "Wine appends in two steps, of which another process may come in between";
+        GTEST_SKIP() << "Wine appends in two steps, so that another process may append in between";
     expectLogLinesDoNotMix(path("log"));
 }

@@ -1,5 +1,5 @@
-// The other process in the tests of locks, of shared files and of copies. Exit codes: 0 done, 2
-// usage, others as the command says.
+// The other process in the tests of locks, of shared files and of copies. Exit codes: 0 success, 2
+// wrong arguments; the comment of a command lists its other codes.
 
 #include "shared/fs/copy.h"
 #include "shared/fs/file.h"
@@ -22,7 +22,7 @@ namespace
 
 QString const who = QStringLiteral("child\n\u00e9");
 
-/// Holds the lock until standard input ends. 3: not locked.
+/// Holds the lock until standard input ends. Exit code 3: not locked.
 int hold(QString const & file, int)
 {
     _oxFileLocker locker(file);
@@ -32,7 +32,8 @@ int hold(QString const & file, int)
     return 0;
 }
 
-/// Adds 1 to the number in a file, count times, each time under the lock. 3: not locked.
+/// Adds 1 to the number in a file `count` times, each time under the lock. Exit codes: 3 not
+/// locked, 4 file not opened.
 int increment(QString const & fileName, int count)
 {
     _oxFileLocker locker(fileName);
@@ -51,7 +52,8 @@ int increment(QString const & fileName, int count)
     return 0;
 }
 
-/// Creates a file beside the protected one that can exist only once, and removes it after a while.
+/// Creates a marker file beside the protected one and removes it after `ms`. Returns false if
+/// another process has created the marker.
 bool isAlone(QString const & fileName, int ms)
 {
     QFile marker(fileName + QStringLiteral(".marker"));
@@ -61,7 +63,7 @@ bool isAlone(QString const & fileName, int ms)
     return marker.remove();
 }
 
-/// Takes the lock once, however many tries it needs. 3: somebody else held it, too.
+/// Takes the lock once, after any number of tries. Exit code 3: another process held it, too.
 int exclusive(QString const & fileName, int)
 {
     _oxFileLocker locker(fileName);
@@ -76,9 +78,9 @@ ox::platform::NativeName lockNameOf(QString const & fileName)
         std::u16string_view(QString(fileName + QStringLiteral("_lock.txt")).toStdU16String()));
 }
 
-/// Takes the lock count times, and every third time leaves it as the death of a holder would. Takes
-/// every lock file for stale, so that it is always at the heels of those who take a fresh one. 3:
-/// somebody else held it, too. 4: not released.
+/// Takes the lock `count` times. Does not release every third one, like a holder that was killed.
+/// Treats every lock file as stale, so that it often meets new locks. Exit codes: 3 another process
+/// held the lock, too; 4 not released.
 int contend(QString const & fileName, int count)
 {
     auto const name = lockNameOf(fileName);
@@ -96,7 +98,8 @@ int contend(QString const & fileName, int count)
     return 0;
 }
 
-/// Takes and releases the lock count times. 3: somebody else held it, too. 4: not released.
+/// Takes and releases the lock `count` times. Exit codes: 3 another process held the lock, too; 4
+/// not released.
 int takeTurns(QString const & fileName, int count)
 {
     auto const name = lockNameOf(fileName);
@@ -114,7 +117,8 @@ int takeTurns(QString const & fileName, int count)
     return 0;
 }
 
-/// Tries to take the lock count times at most, and releases it. 3: not taken. 4: not released.
+/// Tries to take the lock up to `count` times, and releases it. Exit codes: 3 not taken, 4 not
+/// released.
 int tryTimes(QString const & fileName, int count)
 {
     LockFile lock;
@@ -126,7 +130,7 @@ int tryTimes(QString const & fileName, int count)
     return 3;
 }
 
-/// Appends lines of different lengths to a log. 3: not written.
+/// Appends `count` lines of different lengths to a log. Exit code 3: not written.
 int log(QString const & fileName, int count)
 {
     for (int i = 0; i < count; ++i) {
@@ -137,7 +141,7 @@ int log(QString const & fileName, int count)
     return 0;
 }
 
-/// Writes zeros to a file and prints what oxWriteBufferToFile says.
+/// Writes zeros to a file and prints the result of oxWriteBufferToFile.
 int write(QString const & fileName, int size)
 {
     QByteArray zeros(size, '\0');
@@ -147,7 +151,7 @@ int write(QString const & fileName, int size)
     return 0;
 }
 
-/// Copies or resumes and prints what the library says.
+/// Calls oxCopyFile or oxResumeFile and prints the result.
 int copyOrResume(char ** arguments)
 {
     QString const from = QString::fromUtf8(arguments[2]);

@@ -6,7 +6,7 @@
 
 #include <windows.h>
 
-/// A file that is open without sharing to the end of the scope.
+/// Keeps a file open without sharing during its lifetime.
 class Holder
 {
   public:

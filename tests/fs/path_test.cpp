@@ -81,10 +81,11 @@ TEST(Path, FindsTheFolder)
                                     {"ab\\c/d", "ab\\c/"}});
     QString const full(200, u'x');
     auto const shareRoot = _oxString8_evenSize<200>(text("\\\\srv\\") + full);
-    EXPECT_EQ(oxGetDirName(shareRoot).size(), 200) << "no room for the closing separator";
+    EXPECT_EQ(oxGetDirName(shareRoot).size(), 200)
+        << "the capacity is too small for a closing separator";
 }
 
-TEST(Path, FixedStringsSplitAtTheLastSeparatorWhereverItStands)
+TEST(Path, FixedStringsSplitAtTheLastSeparator)
 {
     Row const rows[] = {{"\\x", "x"}, {"a\\b\\c.exr", "c.exr"}, {"abc", "abc"}, {"a\\b/c", "b/c"}};
     for (Row const & row : rows) {
@@ -112,7 +113,7 @@ TEST(Path, AddsTextInFrontOfTheExtension)
                 {"", "_x"}});
 }
 
-TEST(Path, TellsRelativePathsAndRoots)
+TEST(Path, RecognisesRelativePathsAndRoots)
 {
     for (char const * path : {"", "C:", "\\\\", "/usr/x", "abc", "C:x\\y", "<Data>"})
         EXPECT_TRUE(isRelativePath(text(path))) << path;
@@ -127,7 +128,7 @@ TEST(Path, TellsRelativePathsAndRoots)
         EXPECT_FALSE(oxIsRootpath(text(path))) << path;
 }
 
-TEST(Path, ResolvesTheFirstRunOfSteps)
+TEST(Path, ResolvesTheFirstSequenceOfParentFolders)
 {
     expectRows(oxPathResolve, {{"C:\\a\\b\\..\\x", "C:\\a\\x"},
                                {"C:\\a\\b\\..\\..\\x", "C:\\x"},
@@ -139,7 +140,7 @@ TEST(Path, ResolvesTheFirstRunOfSteps)
                                {"ab/cd../x", "ab/cd../x"},
                                {"ab/../", ""},
                                {"", ""}});
-    // Quadratic time does not see the end of these.
+    // An algorithm with quadratic time does not finish these in time.
     int const many = 1000000;
     QString const steps = text("../").repeated(many);
     QString const share = text("//srv/") + QString(many, u's') + u'/';
