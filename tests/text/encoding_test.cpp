@@ -14,7 +14,7 @@ using namespace ox::tests;
 namespace
 {
 
-/// UTF-8 as the runs carry it: one Latin-1 character a byte.
+/// Returns UTF-8 as in a run: one Latin-1 character for each byte.
 QString bytesOf(QString const & text)
 {
     return QString::fromLatin1(text.toUtf8());
@@ -25,7 +25,7 @@ struct Coder {
     QString (*encode)(QString, bool);
     QString (*decode)(QString);
     QString marker;
-    bool (*closes)(QChar); ///< whether a character in a word closes its run
+    bool (*closes)(QChar); ///< returns whether a character of a word closes its run
 };
 
 class TransportEncoding : public testing::TestWithParam<Coder>
@@ -39,7 +39,7 @@ INSTANTIATE_TEST_SUITE_P(Forms, TransportEncoding,
                                                [](QChar c) { return c.row() == '>'; }}),
                          [](auto const & coder) { return std::string(coder.param.name); });
 
-TEST_P(TransportEncoding, GivesBackWhatWasEncoded)
+TEST_P(TransportEncoding, RoundTripsTexts)
 {
     static QStringList const texts = {
         u"plain Latin-1 \u00E4\u00DF"_q,
@@ -48,7 +48,7 @@ TEST_P(TransportEncoding, GivesBackWhatWasEncoded)
         u"\u20AC"_q,                                  // 16-bit form begins with a blank
         u"\u043E"_q,                                  // 16-bit form ends with >
         u"\u0420"_q,                                  // 16-bit form ends with a blank
-        u"\u20AC\u043E\u20AC\u043E x \u043E\u20AC"_q, // both inside
+        u"\u20AC\u043E\u20AC\u043E x \u043E\u20AC"_q, // both cases inside a word
         u"<b> \u041F\u0440 </b>"_q,
         u"\U0001F600 \U0001F680\U00010FFFF"_q,
         u"\uFEFF\u041F \uFEFF"_q, // looks like a byte order mark
@@ -62,11 +62,11 @@ TEST_P(TransportEncoding, GivesBackWhatWasEncoded)
         EXPECT_EQ(GetParam().decode(encoded), text);
         EXPECT_TRUE(std::all_of(encoded.begin(), encoded.end(), [](QChar c) {
             return c.row() == 0;
-        })) << "holds more than Latin-1";
+        })) << "contains more than Latin-1";
     }
 }
 
-TEST_P(TransportEncoding, GivesBackRandomTexts)
+TEST_P(TransportEncoding, RoundTripsRandomTexts)
 {
     std::mt19937 random(20261121);
     auto const pick = [&random](unsigned from, unsigned to) {
@@ -113,13 +113,13 @@ TEST_P(TransportEncoding, NeverEncodesTwice)
     EXPECT_EQ(GetParam().encode(u"nothing wide"_q, true), u"nothing wide"_q);
 }
 
-TEST_P(TransportEncoding, DecodesFloodsOfMarkersToAnEnd)
+TEST_P(TransportEncoding, DecodesManyMarkersInLinearTime)
 {
     QString const & marker = GetParam().marker;
     EXPECT_EQ(GetParam().decode(marker), QString());
     for (QString const & piece : {marker, marker + u">"_q, marker + u" \u00E9>"_q})
         EXPECT_LT(GetParam().decode(piece.repeated(2000) + u">>"_q).size(), 20000);
-    // A decoder that takes quadratic time does not see the end of these.
+    // A decoder with quadratic time does not finish these in time.
     int const many = 200000;
     QString const nested = marker.repeated(many);
     for (QString const & text :
@@ -130,7 +130,7 @@ TEST_P(TransportEncoding, DecodesFloodsOfMarkersToAnEnd)
               u"x"_q);
 }
 
-TEST(Utf8Runs, HaveTheFormatTheFarmReads)
+TEST(Utf8Runs, HaveTheFormatOfTheFarm)
 {
     EXPECT_EQ(oxToOXUTF8(u"see \u041F\u043E\n\u20ACx"_q, false),
               u"see <UTF8"_q + bytesOf(u"\u041F\u043E"_q) + u">\n<UTF8"_q + bytesOf(u"\u20ACx"_q) +
@@ -144,20 +144,20 @@ TEST(Utf8Runs, HaveTheFormatTheFarmReads)
                            u">"_q),
               u"\u041F/\u0420"_q);
     EXPECT_EQ(oxFromOXUTF8(u"<UTF8abcd"_q), u"abcd"_q);
-    // Runs in runs: the first ">" closes the first of them, so the second piece is decoded twice.
+    // Nested runs: the first ">" closes the first run, so the second run is decoded twice.
     EXPECT_EQ(oxFromOXUTF8(u"<UTF8a<UTF8\u00C3\u0083\u00C2\u00A9<UTF8b >c>d>"_q), u"a\u00E9bcd"_q);
     EXPECT_EQ(oxFromOXUTF8(u"<UTF8"_q + bytesOf(u"\u041F\u0420"_q)), u"\u041F\uFFFD\u00A0"_q);
     EXPECT_EQ(oxFromOXUTF8(u"<UTF8\u00C0\u00AF\u00F5\u041F>"_q), u"\uFFFD\uFFFD\uFFFD?"_q);
 }
 
-TEST(Uni16Runs, HaveTheFormatTheFarmReads)
+TEST(Uni16Runs, HaveTheFormatOfTheFarm)
 {
     EXPECT_EQ(oxToOXUni16(u"a\n\u0410 \u20AC"_q, false),
               u"<UNI16\0a\0\n\u0004\u0010> <UNI16\u0020\u00AC>"_q);
     EXPECT_EQ(oxFromOXUni16(u"<uni16 \u0004\u0010>"_q), u"\u0410"_q);
     EXPECT_EQ(oxFromOXUni16(u"<UNI16 \u0004>\u0004\u0010\u0004>>"_q), u"\u043E\u0410\u043E"_q);
     EXPECT_EQ(oxFromOXUni16(u"<UNI16 \u0004>>"_q), u"\u043E"_q)
-        << "padded, and low byte at its end";
+        << "padded, and its last low byte is >";
     EXPECT_EQ(oxFromOXUni16(u"<UNI16\u0004\u0010\u0004>"_q), u"\u0410"_q);
     EXPECT_EQ(oxFromOXUni16(u"<UNI16\u0004\u0010></b> x"_q), u"\u0410</b> x"_q);
     EXPECT_EQ(oxFromOXUni16(u"<UNI16 \u0004\u0010> <UNI16 \u0004\u0011>"_q), u"\u0410 \u0411"_q);
@@ -165,7 +165,8 @@ TEST(Uni16Runs, HaveTheFormatTheFarmReads)
     EXPECT_EQ(oxFromOXUni16(u"<UNI16\u0004\u0010\u0004\u0011x"_q), u"\u0410\u0411x"_q);
 }
 
-/// Every letter that a 16-bit run can carry, alone and behind a letter whose low byte is ">".
+/// Tests every letter that a 16-bit run can contain, alone and before a letter with the low byte
+/// ">".
 TEST(Uni16Runs, RoundTripInMarkupAndPaths)
 {
     std::pair<QString, QString> const places[] = {

@@ -45,24 +45,25 @@ TEST(FixedString8, CountedComparisonsFollowTheirRules)
     Even const s("abcXYZ");
     EXPECT_TRUE(s.startsWith("ABx", 2) && s.isEqual("ABCxyz_", 6));
     EXPECT_FALSE(s.startsWith("ABx", 0) || s.startsWith("ABx", 3) || s.startsWith("ABx", -1));
-    EXPECT_TRUE(s.endsWith("xyz", 1)) << "the count is only a guard";
+    EXPECT_TRUE(s.endsWith("xyz", 1)) << "only the range of the count is checked";
     EXPECT_FALSE(s.endsWith("xyz", 0) || s.endsWith("xyz", 7));
     EXPECT_TRUE(s.isEqualSameCase("abcXYZ", 6));
     EXPECT_FALSE(s.isEqualSameCase("ABCXYZ", 6) || s.isEqualSameCase("abcXYZ", 5));
     EXPECT_TRUE(s.isEqualUpperInput("ABCXYZ"));
-    EXPECT_FALSE(s.isEqualUpperInput("abcXYZ")) << "only this string is mapped";
+    EXPECT_FALSE(s.isEqualUpperInput("abcXYZ")) << "only this string is converted to upper case";
     EXPECT_TRUE(Even("\xE9") > Even("z")) << "bytes are unsigned";
     EXPECT_EQ(Even("\xE9").compare("z"), 1);
-    EXPECT_TRUE(Even("0123456789") == QStringLiteral("0123456789abc")) << "cut before comparing";
+    EXPECT_TRUE(Even("0123456789") == QStringLiteral("0123456789abc"))
+        << "truncated before the comparison";
 }
 
-TEST(FixedString8, AddNrLeavesOneByteOfItsRoom)
+TEST(FixedString8, AddNrLeavesOneByteOfTheCapacity)
 {
     EXPECT_EQ(Even().addNr(12345678), "12345678");
     EXPECT_EQ(Even().addNr(123456789), "");
     EXPECT_EQ(_oxString8_evenSize<6>("a").addNr(12345), "a");
     EXPECT_EQ(_oxString8_evenSize<30>().addNr(LLONG_MIN), "-9223372036854775808");
-    EXPECT_EQ(Even("a\0b", 3).addNr(5), "a") << "the length is taken anew";
+    EXPECT_EQ(Even("a\0b", 3).addNr(5), "a") << "the length is computed again";
 }
 
 TEST(FixedString8, ReadsInts)
@@ -96,19 +97,19 @@ TEST(FixedString8, ReadsInts)
               12);
 }
 
-TEST(FixedString8, ToWcharStaysInItsRoom)
+TEST(FixedString8, ToWcharStaysInTheBuffer)
 {
-    for (int const room : {-1, 0, 1, 3, 4, 9}) {
+    for (int const capacity : {-1, 0, 1, 3, 4, 9}) {
         std::vector<unsigned short> units(12, 0x7777);
-        Even("ab\xE9").toWchar_t(units.data(), room);
+        Even("ab\xE9").toWchar_t(units.data(), capacity);
         std::vector<unsigned short> expected(12, 0x7777);
         unsigned short const text[] = {'a', 'b', 0xE9};
-        if (room > 0) {
-            int const n = std::min(room - 1, 3);
+        if (capacity > 0) {
+            int const n = std::min(capacity - 1, 3);
             std::copy_n(text, n, expected.begin());
             expected[static_cast<std::size_t>(n)] = 0;
         }
-        EXPECT_EQ(units, expected) << room;
+        EXPECT_EQ(units, expected) << capacity;
     }
 }
 

@@ -19,7 +19,7 @@
 namespace
 {
 
-/// The behaviours on which the 8-bit and the wide strings agree.
+/// Behaviour that the 8-bit and the wide strings share.
 template <typename S>
 class FixedStringCommon : public testing::Test
 {
@@ -47,7 +47,7 @@ S fill(char c)
     return S(std::string(static_cast<std::size_t>(S::capacity()), c).c_str());
 }
 
-TYPED_TEST(FixedStringCommon, CutsEveryInputAtTheCapacity)
+TYPED_TEST(FixedStringCommon, TruncatesEveryInputAtTheCapacity)
 {
     using S = TypeParam;
     std::string const fitting(static_cast<std::size_t>(S::capacity()), 'x');
@@ -74,7 +74,7 @@ TYPED_TEST(FixedStringCommon, CutsEveryInputAtTheCapacity)
     EXPECT_EQ(text(S("xabc", 65536 + 1)), "x") << "the count has 16 bits";
 }
 
-TYPED_TEST(FixedStringCommon, TakesNullPointersForNoText)
+TYPED_TEST(FixedStringCommon, TreatsNullPointersAsEmptyTexts)
 {
     using S = TypeParam;
     char const * const null = nullptr;
@@ -107,7 +107,7 @@ TYPED_TEST(FixedStringCommon, Searches)
              {"abcabc", "B", 2, 4, -1},
              {"abcabc", "B", 5, -1, -1},
              {"abcabc", "bc", 0, 1, 1},
-             {"abc", "ABC", 0, 0, 0}, // as long as the text: the case never counts
+             {"abc", "ABC", 0, 0, 0}, // ignores case, since both have the same length
              {"abcd", "ABC", 0, 0, -1},
              {"abc", "ABC", 1, -1, -1},
              {"abcd", "abc", -7, 0, 0},
@@ -158,10 +158,10 @@ TYPED_TEST(FixedStringCommon, EditsInPlace)
     EXPECT_EQ(text(S("\0 x\0", 4).trim()), "x");
     EXPECT_EQ(text(S("aXa").replace("a", "aa")), "aaXaa");
     EXPECT_EQ(text(S("aAb").replaceCaseSen("A", "c")), "acb");
-    EXPECT_EQ(text(S("ab").replace("", "x")), "ab") << "nothing to look for";
+    EXPECT_EQ(text(S("ab").replace("", "x")), "ab") << "an empty search text matches nothing";
     EXPECT_EQ(text(S("abAB").replace('B', 'x')), "axAx");
     EXPECT_EQ(text(S("a.b.").remove(".")), "ab");
-    EXPECT_EQ(text(S("aabb").remove("ab")), "ab") << "what grows together stays";
+    EXPECT_EQ(text(S("aabb").remove("ab")), "ab") << "a match that a removal creates stays";
     EXPECT_EQ(text(S("xAxa").removeCaseSens("a")), "xAx");
     EXPECT_EQ(text(S("ab").remove("")), "ab");
     S banana("banana");
@@ -174,7 +174,7 @@ TYPED_TEST(FixedStringCommon, EditsInPlace)
     EXPECT_EQ(S("ab") + QStringLiteral("cd"), QLatin1String("abcd"));
 }
 
-TYPED_TEST(FixedStringCommon, MovesPositionsOutsideTheTextToItsEnds)
+TYPED_TEST(FixedStringCommon, ClampsPositionsToTheText)
 {
     using S = TypeParam;
     int const huge = 0x7fffffff;
@@ -194,7 +194,7 @@ TYPED_TEST(FixedStringCommon, MovesPositionsOutsideTheTextToItsEnds)
     EXPECT_EQ(text(S("abcd").insert(-huge, "x")), "xabcd");
 }
 
-TYPED_TEST(FixedStringCommon, TakesItselfAsArgument)
+TYPED_TEST(FixedStringCommon, AcceptsItselfAsArgument)
 {
     using S = TypeParam;
     S s("abc");
@@ -209,11 +209,11 @@ TYPED_TEST(FixedStringCommon, TakesItselfAsArgument)
     EXPECT_EQ(text(s.remove(s)), "");
 }
 
-TYPED_TEST(FixedStringCommon, AppendsNumbersAsFarAsTheirRoomReaches)
+TYPED_TEST(FixedStringCommon, AppendsNumbersWithinTheCapacity)
 {
     using S = TypeParam;
     EXPECT_EQ(text(S("a").addNr(-5)), "a-5");
-    EXPECT_EQ(text(S().addNr(-5, 3)), "0-5") << "zeros go in front of the sign";
+    EXPECT_EQ(text(S().addNr(-5, 3)), "0-5") << "zeros come before the sign";
     EXPECT_EQ(text(S().addNr(7, 3)), "007");
     EXPECT_EQ(text(S().addNr(1234, 2)), "1234");
     EXPECT_EQ(text(fill<S>('x').addNr(1)), text(fill<S>('x')));
@@ -231,8 +231,8 @@ TYPED_TEST(FixedStringCommon, KeepsItsMemoryImage)
         std::memcpy(bytes.data(), &s, sizeof s);
         return bytes;
     };
-    // Everything between the characters and the length, and behind the length, belongs to nobody.
-    auto const strayBytes = [&image](S const & s) {
+    // Padding: the bytes between the characters and the length, and behind the length.
+    auto const paddingOf = [&image](S const & s) {
         auto bytes = image(s);
         bytes.erase(bytes.begin() + offsetof(S, length),
                     bytes.begin() + offsetof(S, length) + sizeof s.length);
@@ -246,7 +246,7 @@ TYPED_TEST(FixedStringCommon, KeepsItsMemoryImage)
     };
     S s;
     std::memset(static_cast<void *>(&s), 0x5A, sizeof s);
-    auto const stray = strayBytes(s);
+    auto const padding = paddingOf(s);
     auto const tail = s.value[0];
     s.length = 0;
 
@@ -256,18 +256,19 @@ TYPED_TEST(FixedStringCommon, KeepsItsMemoryImage)
     EXPECT_EQ(s.value[3], Unit{'d'});
     EXPECT_EQ(s.value[5], tail);
     s.setLength(4);
-    EXPECT_EQ(s.value[3], Unit{'d'}) << "setLength leaves what lies between";
+    EXPECT_EQ(s.value[3], Unit{'d'}) << "setLength keeps the units in between";
     s.setLength(1);
     s.clearUnused();
     EXPECT_EQ(std::count(std::begin(s.value) + 1, std::end(s.value), 0), capacity);
     S const other = patterned(0xA5);
     s = other;
-    EXPECT_EQ(std::memcmp(s.value, other.value, sizeof s.value), 0) << "copies what lies behind";
+    EXPECT_EQ(std::memcmp(s.value, other.value, sizeof s.value), 0)
+        << "copies the units behind the text";
     s.add("abc").trim().replace("a", "bb").insert(1, "x").remove('b');
     s.addNr(5).makeUpper();
     s.clear();
     EXPECT_EQ(std::count(std::begin(s.value), std::end(s.value), 0), capacity + 1);
-    EXPECT_EQ(strayBytes(s), stray);
+    EXPECT_EQ(paddingOf(s), padding);
 
     EXPECT_EQ((s.setLength(-1), s.length), 0);
     EXPECT_EQ((s.setLength(static_cast<short>(capacity + 1)), s.length), capacity);
@@ -279,8 +280,8 @@ TYPED_TEST(FixedStringCommon, KeepsItsMemoryImage)
     EXPECT_EQ(text(s), "xx");
 }
 
-/// The place is a volatile pointer, so that the compiler does not know what is constructed there:
-/// to it, what an object's memory held before means nothing.
+/// The pointer is volatile, so that the compiler cannot discard the previous content of the memory
+/// when it constructs an object there.
 TYPED_TEST(FixedStringCommon, NeverWritesTheSpareByte)
 {
     using S = TypeParam;
@@ -300,41 +301,43 @@ TYPED_TEST(FixedStringCommon, NeverWritesTheSpareByte)
     expectUntouched([&other](void * at) { new (at) S(other); });
 }
 
-/// A length from a foreign packet may claim anything; the address sanitizer watches the edges.
-TYPED_TEST(FixedStringCommon, StaysInsideTheObjectWhenTheLengthLies)
+/// A length from a foreign packet may have any value. The address sanitizer detects accesses
+/// outside the object.
+TYPED_TEST(FixedStringCommon, StaysInsideTheObjectWithAnInvalidLength)
 {
     using S = TypeParam;
-    auto const liar = [] {
+    auto const invalid = [] {
         auto s = std::make_unique<S>();
         std::fill(std::begin(s->value), std::end(s->value), typename S::Unit{'x'});
         s->length = 0xFFFF;
         return s;
     };
     S const full = fill<S>('x');
-    EXPECT_EQ(liar()->size(), S::capacity());
-    EXPECT_EQ(*liar(), full);
-    EXPECT_EQ(liar()->compare(full), 0);
-    EXPECT_EQ(QString(*liar()), QString(full));
-    EXPECT_EQ(liar()->indexOf("y", 0), -1);
-    EXPECT_EQ(liar()->indexOf('y', 60000), -1);
-    EXPECT_EQ(liar()->lastIndexOf('y', 60000), -1);
-    EXPECT_TRUE(liar()->endsWith("x") && liar()->endsWith('x') && !liar()->startsWith(S("y")));
-    EXPECT_EQ(text(liar()->add(*liar())), text(full));
-    EXPECT_EQ(text(liar()->insert(1, *liar())), text(full));
-    EXPECT_EQ(text(liar()->replace("x", "xx")), text(full));
-    EXPECT_EQ(text(liar()->remove("X")), "");
-    EXPECT_EQ(text(liar()->remove('X')), "");
-    EXPECT_EQ(text(liar()->remove(1, 60000)), "x");
-    EXPECT_EQ(text(liar()->mid(0, 60000)), text(full));
-    EXPECT_EQ(text(liar()->trim()), text(full));
-    auto const changed = liar();
+    EXPECT_EQ(invalid()->size(), S::capacity());
+    EXPECT_EQ(*invalid(), full);
+    EXPECT_EQ(invalid()->compare(full), 0);
+    EXPECT_EQ(QString(*invalid()), QString(full));
+    EXPECT_EQ(invalid()->indexOf("y", 0), -1);
+    EXPECT_EQ(invalid()->indexOf('y', 60000), -1);
+    EXPECT_EQ(invalid()->lastIndexOf('y', 60000), -1);
+    EXPECT_TRUE(invalid()->endsWith("x") && invalid()->endsWith('x') &&
+                !invalid()->startsWith(S("y")));
+    EXPECT_EQ(text(invalid()->add(*invalid())), text(full));
+    EXPECT_EQ(text(invalid()->insert(1, *invalid())), text(full));
+    EXPECT_EQ(text(invalid()->replace("x", "xx")), text(full));
+    EXPECT_EQ(text(invalid()->remove("X")), "");
+    EXPECT_EQ(text(invalid()->remove('X')), "");
+    EXPECT_EQ(text(invalid()->remove(1, 60000)), "x");
+    EXPECT_EQ(text(invalid()->mid(0, 60000)), text(full));
+    EXPECT_EQ(text(invalid()->trim()), text(full));
+    auto const changed = invalid();
     changed->makeUpper().makeLower().addNr(5);
     changed->clearUnused();
     EXPECT_EQ(changed->value[S::capacity()], 0);
 }
 
-/// Random texts over a few letters against the plainest way to do the same.
-TYPED_TEST(FixedStringCommon, AgreesWithAPlainReference)
+/// Compares the results for random texts of a few letters with those of a simple implementation.
+TYPED_TEST(FixedStringCommon, AgreesWithASimpleImplementation)
 {
     using S = TypeParam;
     std::minstd_rand random(17);

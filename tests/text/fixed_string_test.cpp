@@ -37,7 +37,7 @@ TEST(FixedString, WidensBytesInTwoWays)
     EXPECT_TRUE(s.contains("F\xE9") && s.endsWith("F\xE9") && s.startsWithCaseSen(text));
 }
 
-TEST(FixedString, TakesUnitsInEveryForm)
+TEST(FixedString, AcceptsUnitsInEveryForm)
 {
     unsigned short const units[] = {'a', 0x0141, 'C', 0};
     Wide s(units);
@@ -51,7 +51,7 @@ TEST(FixedString, TakesUnitsInEveryForm)
     EXPECT_EQ((s = units[1]).view(), u"\u0141");
     EXPECT_EQ(s + units, QStringLiteral("\u0141a\u0141C"));
     EXPECT_EQ((s = QLatin1Char('x') + QString(s)).makeLower().view(), u"x\u0141")
-        << "only ASCII has cases";
+        << "only ASCII letters have a case";
     unsigned short const * const null = nullptr;
     EXPECT_EQ((s.add(null) += null).size(), 2);
     EXPECT_EQ((s = null).size(), 0);
@@ -85,9 +85,9 @@ TEST(FixedString, FollowsQtsCaseRulesForQStrings)
     EXPECT_FALSE(s.startsWith(Wide(lower)) || s.isEqual(Wide(lower + QLatin1Char('.'))));
 }
 
-TEST(FixedString, KeepsEveryUnitThroughAQString)
+TEST(FixedString, RoundTripsEveryUnitThroughAQString)
 {
-    // A byte order mark, a lone surrogate and half a pair are all just units.
+    // A byte order mark, a lone surrogate and half a pair are units like others.
     for (Units const units : {Units(u"\uFEFFab"), Units(u"a\xD800z"), Units(u"\xFFFEq")})
         EXPECT_EQ(Wide(QString(Wide(units))).view(), units);
     EXPECT_EQ(Wide(QString(9, u'x') + QStringLiteral("\U0001F600")).view(), u"xxxxxxxxx\xD83D");
@@ -98,7 +98,7 @@ TEST(FixedString, KeepsEveryUnitThroughAQString)
     EXPECT_EQ(Wide("a").fromUTF8(nullptr).size(), 0);
 }
 
-TEST(FixedString, AddNrPassesThroughARoomOfThirteenCharacters)
+TEST(FixedString, AddNrIsLimitedToThirteenCharacters)
 {
     EXPECT_EQ(_oxString<25>("a").addNr(1234567890123), "a1234567890123");
     EXPECT_EQ(_oxString<25>("a").addNr(-1234567890123), "a");
@@ -121,7 +121,7 @@ TEST(FixedString, NarrowsToBytes)
     _oxString8_evenSize<250> const ten = _oxString<250>("0123456789");
     EXPECT_EQ(ten, "0123456789");
     _oxString8_evenSize<250> cut(_oxString<500>(QString(400, u'x')));
-    EXPECT_EQ(cut.length, 400) << "the length tells that the text was cut";
+    EXPECT_EQ(cut.length, 400) << "the length shows that the text was truncated";
     EXPECT_EQ(cut.value[248], 'x');
     EXPECT_EQ(cut.value[249], 0);
     EXPECT_EQ(cut.add("y").size(), 250);
@@ -131,7 +131,7 @@ TEST(FixedString, NarrowsToBytes)
     EXPECT_EQ(QString(big).size(), 500);
 }
 
-TEST(FixedString, TravelsInTheTransportForm)
+TEST(FixedString, RoundTripsThroughTheTransportForm)
 {
     QString const text = QStringLiteral("render \u0141\u00F3d\u017A \u20AC");
     _oxString<250> const wide(text);

@@ -13,7 +13,7 @@ using namespace ox::tests;
 namespace
 {
 
-/// The number as `QString::arg` fills it.
+/// Returns a number with the padding of `QString::arg`.
 QString filled(long long n, int width, char fill = '0')
 {
     return u"%1"_q.arg(n, width, 10, QLatin1Char(fill));
@@ -26,7 +26,7 @@ constexpr int seconds[] = {0,       1,           -1,      9,          45,      -
                            INT_MAX, INT_MAX - 1, INT_MIN, INT_MIN + 1};
 constexpr long long longSeconds[] = {1LL << 40, -(1LL << 40), LLONG_MAX, LLONG_MIN, LLONG_MIN + 1};
 
-TEST(Durations, AgreeWithAPlainReference)
+TEST(Durations, AgreeWithASimpleImplementation)
 {
     auto const expectLong = [](long long s) {
         SCOPED_TRACE(s);
@@ -61,7 +61,7 @@ TEST(Durations, AgreeWithAPlainReference)
     }
 }
 
-TEST(Durations, HaveTheirForms)
+TEST(Durations, HaveTheirFormats)
 {
     EXPECT_EQ(oxSec2ms(-65), u"-1.-5"_q);
     EXPECT_EQ(oxSec2hm(3725), u"01:02"_q);
@@ -78,7 +78,7 @@ TEST(Durations, HaveTheirForms)
     EXPECT_EQ(oxMill2s(-5, false), u".-05"_q);
 }
 
-TEST(Numbers, HaveTheirThousands)
+TEST(Numbers, HaveSeparatorsOfThousands)
 {
     struct Case {
         long long n;
@@ -127,7 +127,7 @@ TEST(Numbers, AreFixedStrings)
              {2.25f, INT_MIN, "2.0"},
              {0.5f, 9, "0.500000000"},
              {1.0f, INT_MAX, "1.00000000000000000000000"},
-             {0.5f, 18, "0.499999992153374720"}, // 10 to the power 18 in single precision
+             {0.5f, 18, "0.499999992153374720"}, // 10^18 in single precision
              {1.5f, 30, "1.00000000000922337203685"},
              {1.5f, INT_MAX, "1.00000000000000000000000"},
              {3e9f, 1, "2147483647.0"},
@@ -208,7 +208,8 @@ TEST(ShortNames, MeanTheSameSetting)
     EXPECT_TRUE(_oxStringCompareShort(u""_q, u"  "_q));
     EXPECT_FALSE(_oxStringCompareShort(u"coImageWidth"_q, u"IW"_q));
     EXPECT_FALSE(_oxStringCompareShort(u"width"_q, u"height"_q)) << "neither has a short form";
-    EXPECT_FALSE(_oxStringCompareShort(u"cowidth"_q, u"coheight"_q)) << "only the prefix is left";
+    EXPECT_FALSE(_oxStringCompareShort(u"cowidth"_q, u"coheight"_q))
+        << "the short form is only the prefix";
     EXPECT_FALSE(_oxStringCompareShort(u"width"_q, u""_q));
 }
 

@@ -17,7 +17,7 @@ using namespace ox::tests;
 namespace
 {
 
-/// Lets the process take only so many bytes beyond those that it has.
+/// Limits the memory of the process to its current size and `more` bytes.
 class MemoryLimit
 {
   public:
@@ -58,12 +58,12 @@ TEST(StringList, IsEmptyAndUsableAfterMemoryRanOut)
         EXPECT_TRUE(list.isEmpty());
         for (int i = 0; i < 5000; ++i)
             list.append("frame", false, false);
-        EXPECT_EQ(list.count(), 5000) << "the block was given back";
+        EXPECT_EQ(list.count(), 5000) << "the block was freed";
     }
     EXPECT_EQ(large.count(), 40000);
 }
 
-/// Takes all memory that the process may have, down to small pieces.
+/// Allocates all memory that the process may have, down to small blocks.
 class Hoarder
 {
   public:

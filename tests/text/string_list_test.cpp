@@ -32,7 +32,7 @@ std::string joined(_oxStringList const & list)
     return result;
 }
 
-/// Marks an entry's reserved word, which the list hands out for reading only.
+/// Sets the reserved word of an entry. The list returns its entries as read-only.
 void setReserved(_oxStringList const & list, int i, std::uint16_t mark)
 {
     const_cast<Entry &>(list[i]).reserved = mark;
@@ -56,8 +56,8 @@ TEST(StringList, AppendsAndFinds)
     marked.value[300] = 0x1234;
     marked.reserved = 7;
     list.append(marked, false, false);
-    EXPECT_EQ(list[3].value[300], 0x1234) << "what lies behind the text comes along";
-    EXPECT_EQ(list[3].reserved, 0) << "the reserved word does not";
+    EXPECT_EQ(list[3].value[300], 0x1234) << "the units behind the text are copied";
+    EXPECT_EQ(list[3].reserved, 0) << "the reserved word is not copied";
 
     list.clear();
     EXPECT_TRUE(list.isEmpty() && list.count() == 0 && list.begin() == list.end());
@@ -79,7 +79,7 @@ TEST(StringList, GrowsFromItsOwnEntries)
     EXPECT_EQ(list[5997], list[2999 / 2]);
 }
 
-TEST(StringList, AnswersAnyIndex)
+TEST(StringList, AcceptsAnyIndex)
 {
     _oxStringList const list = listOf({"first", "second"});
     EXPECT_EQ(list.at(1), "second");
@@ -87,7 +87,7 @@ TEST(StringList, AnswersAnyIndex)
     EXPECT_EQ(&list.at(-1), &list[0]);
     char const * const second = list.atAsChar(1);
     EXPECT_STREQ(second, "second");
-    EXPECT_EQ(list.atAsChar(7), second) << "one buffer for all";
+    EXPECT_EQ(list.atAsChar(7), second) << "all entries share one buffer";
     EXPECT_STREQ(second, "first");
 
     _oxStringList const longest = listOf({Entry(QString(499, u'x') + QChar(0x1279)), "\xE9"});
@@ -137,10 +137,10 @@ TEST(StringList, Sorts)
     list.sort(false);
     EXPECT_EQ(joined(list), "A a b B c ");
     list.sort(true);
-    EXPECT_EQ(joined(list), "c b B A a ") << "equal ones keep their order in either direction";
+    EXPECT_EQ(joined(list), "c b B A a ") << "equal entries keep their order in both directions";
 }
 
-/// The rule in its plainest form: neighbours change places, the reserved words stay.
+/// Reference for sort(): swaps neighbours. The reserved words keep their places.
 void bubbleSort(std::vector<Entry> & entries, bool descending)
 {
     for (std::size_t last = entries.size(); last > 1; --last) {
@@ -155,7 +155,7 @@ void bubbleSort(std::vector<Entry> & entries, bool descending)
     }
 }
 
-TEST(StringList, SortsAsThePlainRuleDoes)
+TEST(StringList, SortsLikeABubbleSort)
 {
     std::minstd_rand random(5);
     auto const below = [&random](std::size_t n) { return static_cast<int>(random() % n); };
@@ -167,7 +167,7 @@ TEST(StringList, SortsAsThePlainRuleDoes)
             entry = round % 2 != 0 ? folder : QString();
             for (int n = below(round % 3 == 0 ? 4 : 12); n > 0; --n)
                 entry += units[below(std::size(units))];
-            entry.value[400] = static_cast<unsigned short>(random()); // tells equal ones apart
+            entry.value[400] = static_cast<unsigned short>(random()); // distinguishes equal entries
         }
         if (round % 4 == 0 && !expected.empty())
             expected.push_back(expected.front());
