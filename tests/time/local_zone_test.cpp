@@ -5,13 +5,13 @@ class LocalZone : public testing::TestWithParam<char const *>
 {
 };
 
-TEST_P(LocalZone, GivesTheCalendarFieldsOfTheSystem)
+TEST_P(LocalZone, ReturnsTheCalendarFieldsOfTheSystem)
 {
     TimeZone const systemZone(GetParam());
     std::int64_t const now = 1'794'000'000;
     ox::time::LocalZone zone;
     zone.read(now);
-    // An odd step meets all hours of the day and both sides of each change.
+    // The odd step covers all hours of the day and both sides of each change.
     for (std::int64_t time = now - 360 * 86400; time < now + 4 * 365 * 86400; time += 7919) {
         std::tm expected;
         _oxTime(time, true).to_tm(expected);

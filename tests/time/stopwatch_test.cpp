@@ -11,14 +11,14 @@
 namespace
 {
 
-TEST(Stopwatch, CountsAcrossTheWrapOfTheTicks)
+TEST(Stopwatch, CountsAcrossTheOverflowOfTheTicks)
 {
     using ox::time::ticksBetween;
     EXPECT_EQ(ticksBetween(0xFFFFFF00, 0x00000100), 512);
     EXPECT_EQ(ticksBetween(0x7FFFFFFF, 0x80000001), 2);
     EXPECT_EQ(ticksBetween(5, 5), 0);
     EXPECT_EQ(ticksBetween(0, 0x7FFFFFFF), 0x7FFFFFFF);
-    EXPECT_EQ(ticksBetween(0, 0x80000000), 0) << "2^31 ms wrap";
+    EXPECT_EQ(ticksBetween(0, 0x80000000), 0) << "2^31 ms overflow";
     EXPECT_EQ(ticksBetween(1, 0), 0x7FFFFFFF) << "never negative";
 }
 

@@ -57,7 +57,7 @@ TEST(TimeText, ShowsYearsBefore2000AsNegative)
     EXPECT_EQ(t.asStringYear2(), QLatin1String("14.11.1999"));
 }
 
-TEST(TimeText, ShowsTheNumberOfAMonthThatIsNone)
+TEST(TimeText, ShowsTheNumberOfAnInvalidMonth)
 {
     _oxTime const t(std::numeric_limits<__int64>::max(), true);
     EXPECT_EQ(t.asStringDate(), QLatin1String("-1. -1"));
@@ -65,7 +65,7 @@ TEST(TimeText, ShowsTheNumberOfAMonthThatIsNone)
     EXPECT_EQ(t.asOX8StringDateMonth().view(), "-1.-1. ");
 }
 
-TEST(TimeText, DiffersInSummerWhereItGoesByTheOffset)
+TEST(TimeText, DiffersInSummerIfItUsesTheOffset)
 {
     SKIP_WITHOUT_DAYLIGHT_SAVING();
     TimeZone const zone(berlin);

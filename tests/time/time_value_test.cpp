@@ -23,7 +23,7 @@ _oxTime utc(__int64 t)
     return _oxTime(t, true);
 }
 
-TEST(TimeValue, IsMadeOfNumbersAndTheClock)
+TEST(TimeValue, IsConstructedFromNumbersAndTheClock)
 {
     TimeZone const zone(berlin);
     EXPECT_EQ(_oxTime().value, 0);
@@ -45,10 +45,10 @@ TEST(TimeValue, IsMadeOfNumbersAndTheClock)
     EXPECT_EQ(_oxTime(_oxTime32{0xFFFFFFFFu}).value, 4294967295);
 }
 
-TEST(TimeValue, MeasuresTheOffsetLate)
+TEST(TimeValue, MeasuresTheOffsetOnFirstUse)
 {
     TimeZone const zone(kolkata);
-    EXPECT_EQ(_oxTime(1000, false).value, 1001) << "not measured: local time is a second late";
+    EXPECT_EQ(_oxTime(1000, false).value, 1001) << "the unmeasured offset -1 adds a second";
     EXPECT_EQ(_oxTime::oxTime_Start_OffSet, -1);
     EXPECT_EQ(_oxTime::getTime_Start_OffSet(), 19800);
     EXPECT_EQ(_oxTime(100000, false).value, 100000 - 19800);
@@ -88,7 +88,7 @@ TEST(TimeValue, FollowsTheZonesRulesForTheDate)
         EXPECT_EQ(std::tm(utc(summer)).tm_hour, c.summerHour);
         EXPECT_EQ(std::tm(_oxTime32{static_cast<unsigned>(summer)}).tm_hour, c.summerHour);
 
-        // Whatever the offset, local fields lead back to the same second.
+        // Local fields convert back to the same second, whatever the offset.
         for (__int64 t : {winter, summer}) {
             std::tm const f = utc(t);
             _oxTime back;
@@ -103,7 +103,7 @@ TEST(TimeValue, FollowsTheZonesRulesForTheDate)
     }
 }
 
-TEST(TimeValue, SettlesTheHoursAroundDaylightSaving)
+TEST(TimeValue, ConvertsTheHoursAroundDaylightSaving)
 {
     SKIP_WITHOUT_DAYLIGHT_SAVING();
     TimeZone const zone(berlin);
@@ -112,9 +112,9 @@ TEST(TimeValue, SettlesTheHoursAroundDaylightSaving)
         __int64 expected;
     } const cases[] = {
         {59, 1, 29, 3, 1774745940},  // the last minute before summer time
-        {0, 3, 29, 3, 1774746000},   // and the first of it
+        {0, 3, 29, 3, 1774746000},   // the first minute of summer time
         {30, 1, 25, 10, 1792884600}, // still summer time
-        {30, 2, 25, 10, 1792891800}, // happens twice: the second one
+        {30, 2, 25, 10, 1792891800}, // this hour occurs twice; the second one is used
         {0, 3, 25, 10, 1792893600},
     };
     for (auto const & c : cases) {
@@ -125,7 +125,7 @@ TEST(TimeValue, SettlesTheHoursAroundDaylightSaving)
     }
 }
 
-TEST(TimeValue, StaysInTheDayWhoseHourIsSkipped)
+TEST(TimeValue, KeepsTheDateIfItsFirstHourIsSkipped)
 {
     SKIP_WITHOUT_DAYLIGHT_SAVING();
     struct {
@@ -157,7 +157,7 @@ TEST(TimeValue, StaysInTheDayWhoseHourIsSkipped)
     EXPECT_EQ(skipped.asString(), QLatin1String("03.29 03:30.00"));
 }
 
-TEST(TimeValue, MovesDatesIntoRange)
+TEST(TimeValue, ClampsDates)
 {
     TimeZone const zone(berlin);
     auto const dateOf = [](int day, int month, int year) {
@@ -184,7 +184,7 @@ TEST(TimeValue, MovesDatesIntoRange)
     EXPECT_EQ(timeOf(1, 2, 1990).year(), 1990);
 }
 
-TEST(TimeValue, TakesDatesOfQtAsTheyAre)
+TEST(TimeValue, KeepsQtDatesUnchanged)
 {
     SKIP_WITHOUT_DAYLIGHT_SAVING();
     TimeZone const zone(newYork);
@@ -218,13 +218,14 @@ TEST(TimeValue, ConvertsFileTimes)
     t.from_FILETIME(low, high);
     EXPECT_EQ(t.value, 2);
 
-    _oxTime::oxTime_Start_OffSet = 3600; // as a process measures it that starts in winter
+    // The offset that a process measures if it starts in winter.
+    _oxTime::oxTime_Start_OffSet = 3600;
     EXPECT_EQ(_oxTime::convertStatFileTime(winter).value, winter);
     SKIP_WITHOUT_DAYLIGHT_SAVING();
     EXPECT_EQ(_oxTime::convertStatFileTime(summer).value, summer + 3600);
 }
 
-TEST(TimeValue, AnswersCalendarQuestions)
+TEST(TimeValue, ReturnsCalendarFields)
 {
     TimeZone const zone(berlin);
     EXPECT_EQ(utc(winter).year(), 2026);
@@ -236,7 +237,7 @@ TEST(TimeValue, AnswersCalendarQuestions)
     EXPECT_EQ(utc(winter).dayOfMonth(-15), 31);
 
     _oxTime::oxTime_Start_OffSet = 7200;
-    EXPECT_EQ(utc(winter).getDayHour(), 14) << "by the offset, not by the date";
+    EXPECT_EQ(utc(winter).getDayHour(), 14) << "uses the offset and not the date";
     EXPECT_EQ(utc(winter).getDayMinutes(), 14 * 60);
     EXPECT_EQ(utc(winter).getDaySeconds(86400 + 5), 14 * 3600 + 5);
     EXPECT_EQ(utc(winter).getTotalDays(10 * 3600), 20469);
@@ -253,7 +254,8 @@ TEST(TimeValue, WaitsForDeadlines)
     _oxTime start = utc(1000);
     _oxTime now = utc(1010);
     EXPECT_EQ(start.waitTimeDifference(30, &now), 20);
-    EXPECT_EQ(start.waitTimeDifference((std::int64_t{1} << 32) + 30, &now), 20) << "32 bits only";
+    EXPECT_EQ(start.waitTimeDifference((std::int64_t{1} << 32) + 30, &now), 20)
+        << "the result has 32 bits";
     EXPECT_FALSE(start.waitTimeIsOver(10, true, &now));
     now.value = 1011;
     EXPECT_TRUE(start.waitTimeIsOver(10, false, &now));
@@ -297,7 +299,7 @@ TEST(TimeValue, PrintsIsoTimesAndHashesEverySecond)
     EXPECT_EQ((std::unordered_set<_oxTime32>{{1}, {2}, {1}}.size()), 2u);
 }
 
-TEST(TimeValue, SurvivesEveryNumber)
+TEST(TimeValue, AcceptsEveryNumber)
 {
     TimeZone const zone(berlin);
     for (__int64 const t : {lowest, lowest + 1, std::int64_t{-67768040609740800}, std::int64_t{-1},

@@ -9,8 +9,8 @@
 
 #include <ctime>
 
-/// Puts the process into another time zone, with the offset not yet measured, until it goes out of
-/// scope. Zones are given as rules, since a bare machine has no zone names.
+/// Sets the time zone of the process during its lifetime, and resets the measured offset. Zones are
+/// rules, since a minimal machine has no zone names.
 class TimeZone
 {
   public:
@@ -30,11 +30,11 @@ class TimeZone
     QByteArray saved_;
 };
 
-/// Leaves a test out where the run-time library takes a zone's offset from its rule and not the
-/// dates of its daylight saving, as on Windows.
+/// Skips a test if the run-time library ignores the dates of daylight saving in a rule, as on
+/// Windows.
 #define SKIP_WITHOUT_DAYLIGHT_SAVING()                                                             \
     if (ox::tests::isWindows)                                                                      \
-    GTEST_SKIP() << "daylight saving cannot be set for one process here"
+    GTEST_SKIP() << "daylight saving cannot be set for one process on this system"
 
 inline constexpr char berlin[] = "CET-1CEST,M3.5.0,M10.5.0/3";
 inline constexpr char newYork[] = "EST5EDT,M3.2.0,M11.1.0";
