@@ -1,5 +1,6 @@
-// Fixed strings of capacities that the library itself has no use for, with all of their members, in
-// a program that is linked to the library as an application is: all that they call is exported.
+// Instantiates all members of fixed strings with capacities that the library does not use, in a
+// program that links to the library like an application. It links only if the library exports all
+// functions that they call.
 
 #include "shared/text/fixed_string.h"
 

@@ -1,9 +1,10 @@
-# Compares the symbols that the library exports with the committed list, or writes the list with RENEW.
+# Compares the exported symbols of the library with the committed list. With RENEW writes the list.
 cmake_minimum_required(VERSION 3.25)
 
 execute_process(COMMAND ${NM} --dynamic --defined-only --demangle --format=posix "${LIBRARY}"
   OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
-# A line is a name, a letter, an address and a size. The kinds of a constructor have one name.
+# Each line contains a name, a letter, an address and a size. All kinds of a constructor have the
+# same name.
 string(REGEX REPLACE " [A-Za-z] [0-9a-f]+ [0-9a-f]*\n" ";" exported "${output}")
 list(REMOVE_DUPLICATES exported)
 list(SORT exported)

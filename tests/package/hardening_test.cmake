@@ -1,4 +1,4 @@
-# Looks into the built library and tool for what ox_harden asks the compiler and the linker for.
+# Checks the built library and tool for the options of ox_harden.
 function(expect tool pattern meaning)
   execute_process(COMMAND ${tool} "${file}" OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
   if(NOT output MATCHES "${pattern}")
@@ -34,7 +34,7 @@ function(check_linux_file)
     expect("${READELF};--dyn-syms;-W" " __(mem|str|v?s?n?printf|v?fprintf|read|pread|getcwd|fread)[a-z]*_chk" "fortified calls")
   endif()
   if(HAS_CF_PROTECTION)
-    # The compiler's start-up code has it in any case; these functions are the project's.
+    # The compiler's start-up code always has it, so a function of the project is checked.
     set(function _Z13oxLastOSErrori)
     if(file MATCHES "oxtool$")
       set(function main)

@@ -11,7 +11,7 @@ namespace ox::tests
 namespace
 {
 
-constexpr int patienceMs = 120000;
+constexpr int timeoutMs = 120000;
 
 } // namespace
 
@@ -19,7 +19,7 @@ Child::Child(QString const & program, QStringList const & arguments)
 {
     process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process_.start(program, arguments);
-    EXPECT_TRUE(process_.waitForStarted(patienceMs)) << process_.errorString().toStdString();
+    EXPECT_TRUE(process_.waitForStarted(timeoutMs)) << process_.errorString().toStdString();
 }
 
 Child::~Child()
@@ -29,12 +29,12 @@ Child::~Child()
 
 bool Child::hasPrinted()
 {
-    return process_.canReadLine() || process_.waitForReadyRead(patienceMs);
+    return process_.canReadLine() || process_.waitForReadyRead(timeoutMs);
 }
 
 bool Child::hasEnded()
 {
-    return process_.state() == QProcess::NotRunning || process_.waitForFinished(patienceMs);
+    return process_.state() == QProcess::NotRunning || process_.waitForFinished(timeoutMs);
 }
 
 int Child::finish()
@@ -46,7 +46,7 @@ int Child::finish()
 void Child::kill()
 {
     process_.kill();
-    process_.waitForFinished(patienceMs);
+    process_.waitForFinished(timeoutMs);
 }
 
 void expectAllSucceed(int count, QString const & program, QStringList const & arguments)

@@ -7,22 +7,22 @@
 namespace ox::tests
 {
 
-/// Another process, started and left running; killed at the end of the scope.
+/// Another process that runs in the background. The destructor kills it.
 class Child
 {
   public:
-    /// The test fails when the program does not start.
+    /// Starts the program. The test fails if it does not start.
     Child(QString const & program, QStringList const & arguments);
     ~Child();
 
-    /// Waits until the child has printed a line.
+    /// Waits until the child has printed a line. Returns false after a timeout.
     bool hasPrinted();
-    /// Waits for the child's end. False when it does not end.
+    /// Waits until the child has ended. Returns false after a timeout.
     bool hasEnded();
-    /// Closes the child's standard input, which lets the child go on, and waits for its end. The
-    /// exit code, or -1 when it crashed or did not end.
+    /// Closes the child's standard input, so that the child continues, and waits for its end.
+    /// Returns the exit code, or -1 after a crash or a timeout.
     int finish();
-    /// Kills the child so that it can clean nothing up.
+    /// Kills the child, which cannot clean up.
     void kill();
     unsigned id() const { return static_cast<unsigned>(process_.processId()); }
 
@@ -30,8 +30,8 @@ class Child
     QProcess process_;
 };
 
-/// Runs several children with the same arguments at the same time. The test fails when one of them
-/// does.
+/// Runs several children with the same arguments at the same time. The test fails if one of them
+/// fails.
 void expectAllSucceed(int count, QString const & program, QStringList const & arguments);
 
 } // namespace ox::tests

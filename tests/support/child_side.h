@@ -5,7 +5,7 @@
 namespace ox::tests
 {
 
-/// In a child: prints a line and waits until the test closes the standard input.
+/// Prints a line and waits until the test closes standard input. For child programs.
 inline void printAndWait(char const * line)
 {
     std::puts(line);

@@ -5,7 +5,7 @@
 namespace ox::tests
 {
 
-/// The number under which this process has a file open; -1 when it has not.
+/// Returns the descriptor under which this process has a file open, or -1.
 inline int descriptorOf(char const * path)
 {
     struct stat named;

@@ -7,12 +7,12 @@
 namespace ox::tests
 {
 
-/// What a minidump holds about its exception.
+/// The threads and the exception of a minidump.
 struct DumpContent {
     bool isDump = false;
     std::uint32_t code = 0;
-    std::uint32_t thread = 0;      ///< of the exception
-    std::uint32_t firstThread = 0; ///< of the process
+    std::uint32_t thread = 0;      ///< id of the thread with the exception
+    std::uint32_t firstThread = 0; ///< id of the first thread of the process
     std::uint32_t threadCount = 0;
 };
 

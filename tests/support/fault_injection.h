@@ -5,13 +5,13 @@
 namespace ox::tests
 {
 
-/// Whether fiu-run can make the calls of a shell's program fail. The arguments are those of a run
-/// of the program that succeeds.
+/// Returns whether fiu-run can make system calls of the shell's program fail. `arguments` are those
+/// of a run of the program that succeeds.
 bool canInjectFaults(Shell const & shell, QByteArray const & arguments);
 
-/// Why a test is skipped where that is not so.
+/// Reason to skip a test without fault injection.
 inline constexpr char noFaultInjection[] =
     "fiu-run is needed, which makes calls of 64-bit programs fail (package fiu-utils); it does not "
-    "go together with sanitizers";
+    "work with sanitizers";
 
 } // namespace ox::tests

@@ -8,16 +8,16 @@
 namespace ox::tests
 {
 
-/// The bytes of a file; empty when it cannot be read.
+/// Returns the bytes of a file, or nothing if it is not readable.
 QByteArray contentOf(QString const & file);
 
-/// The bytes of a text file, with the line ends of Unix on every system.
+/// Returns the bytes of a text file, with Unix line ends on every system.
 QByteArray linesOf(QString const & file);
 
-/// The bytes in a buffer.
+/// Returns the bytes of a buffer.
 QByteArray contentOf(_OX_DataBuffer const & buffer);
 
-/// Writes a whole file and returns its name. The test fails when the file cannot be written.
+/// Writes a file and returns its name. The test fails if the file is not writable.
 QString writeFile(QString const & file, QByteArray const & content = "content");
 
 } // namespace ox::tests

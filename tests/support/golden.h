@@ -7,13 +7,14 @@
 namespace ox::tests
 {
 
-/// The path of a file that an independent program wrote.
+/// Returns the path of a file that an independent program has written.
 QString goldenPath(char const * name);
 
-/// The bytes of a file that an independent program wrote; empty when it cannot be read.
+/// Returns the bytes of a file that an independent program has written, or nothing if it is not
+/// readable.
 QByteArray goldenFile(char const * name);
 
-/// What the independent program states about its files.
+/// Returns the independent program's facts about its files.
 QJsonObject goldenIndex();
 
 } // namespace ox::tests

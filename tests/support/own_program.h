@@ -6,11 +6,11 @@
 namespace ox::tests
 {
 
-/// The path of this program, with the separators that Qt uses.
+/// Returns the path of this program, with the separators of Qt.
 QString ownProgram();
 
-/// Runs the disabled test `Child.name` in a process of its own and returns what it printed.
-/// The program is this one or a copy of it.
+/// Runs the disabled test `Child.name` in a separate process and returns its output. `program` is
+/// this program or a copy of it.
 QByteArray runDisabledTest(QString const & program, QString const & name);
 
 } // namespace ox::tests

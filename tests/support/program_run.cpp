@@ -10,18 +10,18 @@ namespace ox::tests
 ProgramRun runProgram(QString const & program, QStringList const & arguments,
                       QString const & folder)
 {
-    constexpr int patienceMs = 180000;
+    constexpr int timeoutMs = 180000;
     ProgramRun run;
     QProcess process;
     process.setWorkingDirectory(folder);
     process.start(program, arguments);
-    if (!process.waitForStarted(patienceMs))
+    if (!process.waitForStarted(timeoutMs))
         return run;
-    run.hasEnded = process.state() == QProcess::NotRunning || process.waitForFinished(patienceMs);
+    run.hasEnded = process.state() == QProcess::NotRunning || process.waitForFinished(timeoutMs);
     EXPECT_TRUE(run.hasEnded) << program.toStdString() << " hangs";
     if (!run.hasEnded) {
         process.kill();
-        process.waitForFinished(patienceMs);
+        process.waitForFinished(timeoutMs);
     }
     run.hasCrashed = process.exitStatus() == QProcess::CrashExit;
     run.exitCode = process.exitCode();

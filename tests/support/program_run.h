@@ -7,20 +7,20 @@
 namespace ox::tests
 {
 
-/// How a program ended and what it printed.
+/// The end and the output of a program.
 struct ProgramRun {
-    bool hasEnded = false;   ///< false when it did not start, or hung and was killed
-    bool hasCrashed = false; ///< it was ended by a signal or an exception
-    int exitCode = -1;       ///< of a crash: the number of the signal or the exception
+    bool hasEnded = false;   ///< false if it did not start, or was killed after a timeout
+    bool hasCrashed = false; ///< a signal or an exception ended it
+    int exitCode = -1;       ///< after a crash the number of the signal or exception
     QByteArray output;       ///< its standard output
     QByteArray errors;       ///< its standard error
 
-    /// True when the program ended with exit code 0.
+    /// Returns whether the program ended with exit code 0.
     bool hasSucceeded() const { return hasEnded && !hasCrashed && exitCode == 0; }
 };
 
-/// Runs a program to its end, in a folder or else in the current one. The test fails when the
-/// program hangs.
+/// Runs a program and waits for its end. An empty folder means the current one. The test fails
+/// after a timeout.
 ProgramRun runProgram(QString const & program, QStringList const & arguments,
                       QString const & folder = {});
 

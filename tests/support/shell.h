@@ -9,16 +9,17 @@ namespace ox::tests
 class Shell
 {
   public:
-    /// The scripts have the program as $0 and run in the folder, or else in the current one.
+    /// `program` is the $0 of the scripts. `folder` is their current folder, by default that of the
+    /// test.
     explicit Shell(QString program = QStringLiteral("sh"), QString folder = {});
 
-    /// Runs a script to its end; the arguments are its $1, $2 and so on.
+    /// Runs a script and waits for its end. The arguments are its $1, $2 and so on.
     ProgramRun run(QByteArray const & script, QStringList const & arguments = {}) const;
 
-    /// Runs a script and returns what it printed to both streams, in the order of printing.
+    /// Runs a script and returns its standard output and error in the order of printing.
     QString printed(QByteArray const & script, QStringList const & arguments = {}) const;
 
-    /// Runs a script. Returns true when it ended with exit code 0.
+    /// Runs a script. Returns whether it ended with exit code 0.
     bool succeeds(QByteArray const & script, QStringList const & arguments = {}) const;
 
   private:

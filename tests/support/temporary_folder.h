@@ -8,7 +8,7 @@
 namespace ox::tests
 {
 
-/// A folder that is removed at the end of the scope. Its names have the system's own separators.
+/// A temporary folder that the destructor removes. Its paths have the separators of the system.
 class TemporaryFolder
 {
   public:
@@ -19,11 +19,11 @@ class TemporaryFolder
     QTemporaryDir folder_;
 };
 
-/// A test with a folder of its own.
+/// A test with a temporary folder.
 class FolderTest : public testing::Test
 {
   protected:
-    /// The path of a name, in UTF-8, in the folder.
+    /// Returns the path of a name in UTF-8 inside the folder.
     QString path(char const * name) const;
 
     TemporaryFolder folder;

@@ -5,16 +5,17 @@
 #include <cstddef>
 #include <iosfwd>
 
-/// Shows a text in the message of a failed test. GoogleTest looks for it in QString's namespace.
+/// Prints a text in the message of a failed test. GoogleTest looks up this function in the
+/// namespace of QString.
 void PrintTo(QString const & text, std::ostream * out);
 
 namespace ox::tests
 {
 
-/// The text of Latin-1 bytes.
+/// Returns the text of Latin-1 bytes.
 QString text(char const * latin1);
 
-/// A literal as a text: `u"frame"_q`.
+/// Converts a literal to a text: `u"frame"_q`.
 QString operator""_q(char16_t const * text, std::size_t length);
 
 } // namespace ox::tests
