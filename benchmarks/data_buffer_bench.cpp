@@ -208,7 +208,7 @@ class Files
         _OX_DataBuffer large;
         require(large.newsize(256 << 20, 768));
         large.size = large.sizeAllocated;
-        for (int at = 0; at < large.size; at += 64) // a byte in each cache line
+        for (int at = 0; at < large.size; at += 64) // changes a byte of each cache line
             large.data[at] = char(random());
         require(large.saveToFile(path("large").constData(), true));
         std::string text = prose(1 << 24, random);
