@@ -21,7 +21,7 @@ using Ours = _oxString8_evenSize<capacity>;
 using OursWide = _oxString<capacity>;
 using Static = boost::static_string<capacity>;
 
-/// Hides a value from the optimiser, which does not know the content of records either.
+/// Hides a value from the optimiser, like the content of a record at run time.
 template <typename T>
 T & opaque(T & value)
 {

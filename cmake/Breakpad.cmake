@@ -111,7 +111,8 @@ ox_configure_code(oxBreakpad)
 target_compile_options(oxBreakpad PRIVATE -w)
 if(WIN32)
   target_compile_definitions(oxBreakpad PRIVATE UNICODE _UNICODE)
-  # Otherwise the optimiser reuses the memory of the stream that contains the crashed thread.
+  # Without this option the optimiser reuses the memory of the stream that contains the crashed
+  # thread.
   target_compile_options(oxBreakpad PRIVATE -fstack-reuse=none)
 else()
   target_compile_definitions(oxBreakpad PRIVATE HAVE_GETCONTEXT=1 HAVE_SYS_RANDOM_H=1 HAVE_GETRANDOM=1)

@@ -36,8 +36,8 @@ elseif(BUILD_SHARED_LIBS)
 endif()
 if(OX_BUILD_TOOL)
   ox_split_debug_information(oxtool "${CMAKE_INSTALL_BINDIR}")
-  # Otherwise the tool contains the path to the library in the build folder as empty space, whose
-  # length differs between builds.
+  # Without this setting the tool contains the path to the library in the build folder as empty
+  # space, whose length differs between builds.
   set_target_properties(oxtool PROPERTIES BUILD_RPATH_USE_ORIGIN ON)
 endif()
 

@@ -8,7 +8,7 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 # Editors need the compile commands.
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
-# A new link of a library with the same interface does not link its users again.
+# If a library is linked again with the same interface, its users are not linked again.
 set(CMAKE_LINK_DEPENDS_NO_SHARED ON)
 
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)

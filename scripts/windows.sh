@@ -80,9 +80,9 @@ end_store
 
 for target in "${targets[@]}"; do
   build_preset "windows-$target"
-  # All test programs share one server. It ends 20 seconds after the last program. The first program
-  # starts it with helper processes, which keep the output of that program open, so this is a
-  # program without output.
+  # All test programs share one Wine server, which ends 20 seconds after the last program. The first
+  # program starts helper processes of the server. They keep the output of this program open, so it
+  # is a program without output.
   WINEPREFIX=$cross/prefix "$cross/wine/usr/lib/wine/wineserver64" -p20 >/dev/null 2>&1 || true
   "$root/scripts/wine.sh" "$target" cmd /c rem >/dev/null 2>&1
   say "testing for Windows $target under Wine (up to ten minutes)"

@@ -49,8 +49,8 @@ void writeLine(void * text)
     }
 }
 
-/// Logs a line. After a crash, a crash of the logger is caught. During a dump on request it is a
-/// crash of the application.
+/// Logs a line. During the handling of a crash, a crash of the logger is caught. During a dump on
+/// demand, a crash of the logger is a crash of the application.
 void log(LogText text, DumpReason reason)
 {
     if (reason == DumpReason::Crash)

@@ -32,7 +32,7 @@ char * newBlock(std::int64_t contentSize)
     return contentSize <= largestContent ? new (std::nothrow) char[std::size_t(bytes)] : nullptr;
 }
 
-/// Replaces a block by a new one without its content. On failure the block is null.
+/// Replaces a block by a new one and discards its content. Without memory the block is null.
 bool renewBlock(char *& block, std::int32_t & capacity, std::int32_t contentSize)
 {
     delete[] block;

@@ -50,7 +50,7 @@ QString copyByPieces(NativeName const & from, NativeName const & to, bool overwr
         ox::platform::createFile(to, overwrite ? IfExists::Replace : IfExists::Fail);
     if (!reportToThread(target))
         return ox::fs::targetNotOpened();
-    // Compatibility: a failed write is no error. The farm's applications compare the sizes instead.
+    // Compatibility: a failed read or write is no error. The farm's applications compare the sizes.
     static_cast<void>(
         copyPieces(*source, *target, piece.get(), pauseMs, endsEmpty, ox::fs::Faults::Ignored));
     static_cast<void>(target->setTimes(modified));

@@ -8,8 +8,8 @@
 namespace
 {
 
-/// Returns the name as a record of 500 bytes. Returns an empty name, which is never the name of a
-/// file, if it does not fit.
+/// Returns the name as a record of 500 bytes, or an empty name if it does not fit. No file has an
+/// empty name.
 _oxString8_evenSize<500> recordOf(QString const & name)
 {
     auto const bytes = ox::platform::recordName(ox::text::viewOf(name));

@@ -140,8 +140,8 @@ class Utf8Form::Reader
         skipAscii();
     }
 
-    /// Skips ASCII units, which decoding does not change. It makes all other units fewer or ASCII,
-    /// so nested runs decode few units more than once.
+    /// Skips ASCII units, which decoding does not change. Decoding makes all other units fewer or
+    /// ASCII, so nested runs decode few units more than once.
     void skipAscii()
     {
         ascii_ = std::clamp(ascii_, read_, decoded_.size());

@@ -63,8 +63,8 @@ std::tm fieldsOf(int second, int minute, int hour, int day, int month, int year)
 
 /// Converts local calendar fields to a time. The first conversion assumes standard time and returns
 /// whether the date has daylight saving time. The second conversion uses that flag, so it is right
-/// in the hour that occurs twice in autumn. It is an hour too early in the hour that spring skips;
-/// there the result of the first conversion is used.
+/// in the hour that occurs twice in autumn. In the hour that spring skips, the second conversion is
+/// an hour too early, and the result of the first one is used.
 __int64 timeOfLocal(std::tm const & fields)
 {
     std::tm standard = fields;

@@ -1,6 +1,6 @@
 // The program that crashes: child LOG_FILE DUMP_FOLDER WORD…
-// With the dump folder "default" the folder that init has set stays. Each word is an action or a
-// kind of crash. The exit code is 0 without a crash.
+// The dump folder "default" means the folder that init sets. Each word is an action or a kind of
+// crash. The exit code is 0 without a crash.
 
 #include "oxtool/support/crash_kinds.h"
 #include "shared/crash/crash_handler.h"

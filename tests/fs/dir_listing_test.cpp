@@ -154,7 +154,7 @@ TEST_F(DirListing, SortsByCodeUnitsAndStaysOnTheLastEntry)
 {
     fill({"b", "a2", "B", "a10", "\xc3\xa9", "\xef\xbf\xbd", "\xf0\x9f\x98\x80"});
     if (list(folder.path(), false).size() == 6)
-        QFile::rename(path("b"), path("c")); // a file system that ignores letter case
+        QFile::rename(path("b"), path("c")); // this file system ignores letter case
     oxDirListing listing;
     listing.init(folder.path(), false, true, true, false);
     writeFile(path("later"));

@@ -213,5 +213,5 @@ TEST(FileTime, ConversionsAreNotInverse)
     _oxTime time;
     fileTimeToTime(time, fileTime);
     EXPECT_EQ(time.value, 11644473600);
-    timeToFileTime(std::numeric_limits<__int64>::max(), fileTime); // overflows without a fault
+    timeToFileTime(std::numeric_limits<__int64>::max(), fileTime); // must overflow without a fault
 }

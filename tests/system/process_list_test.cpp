@@ -93,7 +93,8 @@ TEST(ProcessList, FindsASecondInstanceUntilItIsKilled)
     ASSERT_GE(index, 1);
     EXPECT_EQ(list->entries[index].parentPid, ownId());
 
-    // The process started after the constructor read the figures, so they are read now.
+    // The process started after the constructor had read the figures. getProcessInfo reads the
+    // figures of the process now.
     list->getProcessInfo(index);
     EXPECT_GE(list->entries[index].memMB, 1);
 

@@ -43,11 +43,11 @@ TEST_P(TransportEncoding, RoundTripsTexts)
 {
     static QStringList const texts = {
         u"plain Latin-1 \u00E4\u00DF"_q,
-        u"\u0421\u0421\u0421\u0420"_q,                // UTF-8 ends in A0
-        u"\u0445 \u0445"_q,                           // UTF-8 ends in 85
-        u"\u20AC"_q,                                  // 16-bit form begins with a blank
-        u"\u043E"_q,                                  // 16-bit form ends with >
-        u"\u0420"_q,                                  // 16-bit form ends with a blank
+        u"\u0421\u0421\u0421\u0420"_q,                // its UTF-8 ends with the byte A0
+        u"\u0445 \u0445"_q,                           // its UTF-8 ends with the byte 85
+        u"\u20AC"_q,                                  // its 16-bit form begins with a blank
+        u"\u043E"_q,                                  // its 16-bit form ends with ">"
+        u"\u0420"_q,                                  // its 16-bit form ends with a blank
         u"\u20AC\u043E\u20AC\u043E x \u043E\u20AC"_q, // both cases inside a word
         u"<b> \u041F\u0440 </b>"_q,
         u"\U0001F600 \U0001F680\U00010FFFF"_q,

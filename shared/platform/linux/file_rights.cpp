@@ -48,7 +48,7 @@ Result<> addAllBits(OpenFile const & file)
         return lastError();
     ::mode_t const mode = status.st_mode & 07777;
     std::string const path = "/proc/self/fd/" + std::to_string(file.handle());
-    // Only the owner may change the mode, so an unchanged mode needs no call.
+    // The mode is changed only if necessary, since only the owner may change it.
     return resultOf((mode & 0777) == 0777 || ::chmod(path.c_str(), mode | 0777) == 0);
 }
 

@@ -19,7 +19,7 @@ bool isWildcard(char16_t c)
     return c == u'*' || c == u'?';
 }
 
-/// Returns whether the rest of a pattern matches the end of a name.
+/// Returns whether a pattern matches the empty end of a name.
 bool matchesEmptyText(std::u16string_view pattern)
 {
     while (!pattern.empty()) {

@@ -34,9 +34,9 @@ constexpr std::array crashSignals{SIGSEGV, SIGABRT, SIGFPE, SIGILL, SIGBUS, SIGT
 /// The handlers that the signals had before this library installed its own.
 struct sigaction earlierHandlers[crashSignals.size()];
 
-// Breakpad's own signal handler makes all crashing threads wait for one mutex. When the first
-// thread ends the process, the next one already begins a dump. The handler here lets only one
-// thread write a dump.
+// Breakpad's own signal handler makes all crashing threads wait for one mutex. While the first
+// thread ends the process, the next one begins a second dump. The handler here lets only one thread
+// write a dump.
 
 /// Id of the thread that handles its crash, or one of the two values below.
 std::atomic<pid_t> crashingThread;

@@ -23,7 +23,8 @@ namespace
 
 long attach(pid_t thread)
 {
-    // The threads stay stopped while this process hangs, so it ends together with its parent.
+    // The threads stay stopped while this process hangs, so this process ends together with its
+    // parent.
     sys_prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
     if (sys_ptrace(PTRACE_SEIZE, thread, nullptr, nullptr) != 0)
         return -1;

@@ -175,7 +175,8 @@ struct SharedSegment::System {
         return resultOf(takeFlock(LOCK_SH), "flock");
     }
 
-    /// Closes the object. The last process removes it, or empties it if it may not remove it.
+    /// Closes the object. The last process deletes the object, or empties it without permission to
+    /// delete.
     Result<> closeObject()
     {
         if (!isOpen())

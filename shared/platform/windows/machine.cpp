@@ -179,7 +179,8 @@ Result<IdleSample> idleSample(std::span<char> buffer)
 Result<Disk> firstDisk(bool withHealth)
 {
     constexpr wchar_t name[] = L"\\\\.\\PhysicalDrive0";
-    // Only an administrator may open the disk for commands. Any user may query its name.
+    // Only an administrator may open the disk for commands. Any user may query the name of the
+    // disk.
     HANDLE opened = openFile(name, GENERIC_READ | GENERIC_WRITE, shareWriting, OPEN_EXISTING);
     if (opened == INVALID_HANDLE_VALUE)
         opened = openFile(name, 0, shareWriting, OPEN_EXISTING);

@@ -35,8 +35,8 @@ class GuardThread
   public:
     GuardThread() : thread_(::CreateThread(nullptr, 0, loop, this, 0, nullptr)) {}
 
-    /// Ends the process with the exit code after half a minute, unless stopKillTimer is called. The
-    /// dump library may wait for a lock that the crashed thread holds.
+    /// Ends the process with the exit code after half a minute without work, unless stopKillTimer
+    /// is called. The dump library may wait for a lock that the crashed thread holds.
     void startKillTimer(DWORD exitCode)
     {
         exitCode_ = exitCode;
@@ -101,8 +101,8 @@ GuardThread & guardThread()
 }
 
 // Breakpad's own filter removes itself while it writes a dump, so a crash of another thread ends
-// the process before the dump is complete. When the first thread ends the process, the next one
-// already begins a dump. The filter here lets only one thread write a dump.
+// the process before the dump is complete. While the first thread ends the process, the next one
+// begins a second dump. The filter here lets only one thread write a dump.
 
 LPTOP_LEVEL_EXCEPTION_FILTER dumpFilter = nullptr; ///< Breakpad's filter
 LPTOP_LEVEL_EXCEPTION_FILTER earlierFilter = nullptr;

@@ -35,7 +35,7 @@ constexpr std::size_t length = 0, nameOffset = 16, nameLength = 20;
 constexpr std::size_t size = 24;
 } // namespace instance
 
-/// Returns `length` bytes at an offset. Empty if the bytes end before.
+/// Returns `length` bytes at an offset. Empty if there are fewer bytes.
 std::optional<Bytes> part(Bytes bytes, std::size_t offset, std::size_t length)
 {
     if (offset > bytes.size() || length > bytes.size() - offset)

@@ -89,8 +89,8 @@ class GlobalAccess
     SECURITY_ATTRIBUTES attributes_{sizeof attributes_, nullptr, FALSE};
 };
 
-/// Returns whether a name is valid. The system truncates a name at its first 0, which would be the
-/// name of another segment.
+/// Returns whether a name is valid. The system truncates a name at its first 0, so it would open
+/// another segment.
 bool isValidName(std::string const & name)
 {
     return name.find('\0') == name.npos;

@@ -19,8 +19,8 @@ namespace ox::platform
 namespace
 {
 
-/// Returns the SID of the user whose settings are in use. It is the name of the registry key of the
-/// settings.
+/// Returns the SID of the user whose settings are in use. The registry key of the settings has this
+/// name.
 Result<std::u16string> settingsId()
 {
     HKEY opened = nullptr;
