@@ -118,8 +118,8 @@ else()
   target_compile_definitions(oxBreakpad PRIVATE HAVE_GETCONTEXT=1 HAVE_SYS_RANDOM_H=1 HAVE_GETRANDOM=1)
 endif()
 
-# License notices for all programs that contain Breakpad. The notice of its system calls is at the
-# start of their source.
+# License notices for all programs that contain Breakpad. The notice of Breakpad's system calls is
+# at the start of their source.
 file(READ "${OX_BREAKPAD}/deps/third_party/lss/linux_syscall_support.h" notice LIMIT 2000)
 string(REGEX REPLACE "\\*/.*" "*/\n" notice "${notice}")
 file(WRITE "${PROJECT_BINARY_DIR}/notices/linux-syscall-support.txt" "${notice}")

@@ -17,8 +17,8 @@ fold(FoldConstants const & constants, std::uint64_t nextBytes, unsigned char con
     constexpr std::size_t cacheLine = 64;
     constexpr std::size_t ahead = 4096; // farther than the processor looks by itself
 
-    auto x =
-        Vector::turned<isReversed>(Vector::sum(Vector::load(data), Vector::withLowBits(nextBytes)));
+    auto x = Vector::reverseBytes<isReversed>(
+        Vector::sum(Vector::load(data), Vector::withLowBits(nextBytes)));
     data += size;
     length -= size;
 
@@ -27,7 +27,7 @@ fold(FoldConstants const & constants, std::uint64_t nextBytes, unsigned char con
         chain[0] = x;
 #pragma GCC unroll 8
         for (std::size_t i = 1; i < chains; ++i)
-            chain[i] = Vector::turned<isReversed>(Vector::load(data + (i - 1) * size));
+            chain[i] = Vector::reverseBytes<isReversed>(Vector::load(data + (i - 1) * size));
         data += (chains - 1) * size;
         length -= (chains - 1) * size;
 
@@ -37,8 +37,9 @@ fold(FoldConstants const & constants, std::uint64_t nextBytes, unsigned char con
             for (std::size_t i = 0; i < chains; ++i) {
                 if (i * size % cacheLine == 0)
                     __builtin_prefetch(data + i * size + ahead);
-                chain[i] = Vector::fold(chain[i], factors,
-                                        Vector::turned<isReversed>(Vector::load(data + i * size)));
+                chain[i] =
+                    Vector::fold(chain[i], factors,
+                                 Vector::reverseBytes<isReversed>(Vector::load(data + i * size)));
             }
         }
 
@@ -51,7 +52,7 @@ fold(FoldConstants const & constants, std::uint64_t nextBytes, unsigned char con
 
     auto const byVector = Vector::broadcast(constants.byBlocks[blocks]);
     for (; length >= size; data += size, length -= size)
-        x = Vector::fold(x, byVector, Vector::turned<isReversed>(Vector::load(data)));
+        x = Vector::fold(x, byVector, Vector::reverseBytes<isReversed>(Vector::load(data)));
 
     auto const behindEnd =
         Vector::load(&constants.behindEnd[FoldConstants::blocksInWidestVector - blocks]);

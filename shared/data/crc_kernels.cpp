@@ -23,9 +23,9 @@ namespace
 
 using Block = __m128i;
 
-// Vector operations of the kernel, one struct for each width. `turned` reverses the bytes of each
-// block if `isReversed`. `fold` moves the blocks of `x` by the distance of `factors` and adds them
-// to `onto`.
+// Vector operations of the kernel, one struct for each width. `reverseBytes` reverses the bytes of
+// each block if `isReversed`. `fold` moves the blocks of `x` by the distance of `factors` and adds
+// them to `onto`.
 
 #define OX_INLINE(instructions) __attribute__((always_inline, target(instructions))) static inline
 
@@ -59,7 +59,7 @@ struct Vector128 {
 
     template <bool isReversed>
     OX_INLINE(OX_SSE)
-    Type turned(Type x)
+    Type reverseBytes(Type x)
     {
         return isReversed ? _mm_shuffle_epi8(x, byteOrder()) : x;
     }
@@ -101,7 +101,7 @@ struct Vector256 {
 
     template <bool isReversed>
     OX_INLINE(OX_AVX2)
-    Type turned(Type x)
+    Type reverseBytes(Type x)
     {
         return isReversed
                    ? _mm256_shuffle_epi8(x, _mm256_broadcastsi128_si256(Vector128::byteOrder()))
@@ -145,7 +145,7 @@ struct Vector512 {
 
     template <bool isReversed>
     OX_INLINE(OX_AVX512)
-    Type turned(Type x)
+    Type reverseBytes(Type x)
     {
         return isReversed ? _mm512_shuffle_epi8(x, _mm512_broadcast_i32x4(Vector128::byteOrder()))
                           : x;

@@ -100,7 +100,7 @@ std::span<char const> _OX_DataBuffer::bytesAt(int offset, int length) const
     return {data + offset, std::size_t(std::min(length, sizeAllocated - offset))};
 }
 
-bool _OX_DataBuffer::hasTrueSize() const
+bool _OX_DataBuffer::hasValidSize() const
 {
     return size >= 0 && size <= sizeAllocated && (data || size == 0);
 }
@@ -121,7 +121,7 @@ bool _OX_DataBuffer::append(char * src, int const & len)
 {
     if (len < 1)
         return true;
-    if (!src || !hasTrueSize())
+    if (!src || !hasValidSize())
         return fail(Corrupt);
     if (!ensureCapacity(std::int64_t{size} + len))
         return false;
@@ -219,7 +219,7 @@ bool _OX_DataBuffer::compressFrom(_OX_DataBuffer & src, int const & offset)
     error = 0;
     if (&src == this)
         return fail(Z_STREAM_ERROR);
-    if (!src.hasTrueSize())
+    if (!src.hasValidSize())
         return fail(Corrupt);
     return compressFromB(src.data, src.size, offset);
 }
@@ -270,7 +270,7 @@ bool _OX_DataBuffer::chunkzipStart(z_stream & zs, int initialSize)
 
 bool _OX_DataBuffer::chunkzipAdd(z_stream & zs, unsigned char * in, int len, bool last)
 {
-    if (len < 0 || !hasTrueSize())
+    if (len < 0 || !hasValidSize())
         return fail(Z_STREAM_ERROR);
     // Compatibility: the block grows by one half and at most once a call, even if more memory is
     // needed. The farm's applications depend on it.

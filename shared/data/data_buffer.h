@@ -443,7 +443,7 @@ class OX_EXPORT _OX_DataBuffer
     /// to the block.
     std::span<char const> bytesAt(int offset, int length) const;
     /// Returns whether `size` is between 0 and the capacity of the block.
-    bool hasTrueSize() const;
+    bool hasValidSize() const;
     /// Sets `error`; returns false.
     bool fail(int code);
 };

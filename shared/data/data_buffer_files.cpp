@@ -362,7 +362,7 @@ int _OX_DataBuffer::compressNLoadFromFile(QString const & file, char * dest, int
 
 bool _OX_DataBuffer::saveToFile(QString const & file, bool const & withHeader)
 {
-    if (!hasTrueSize())
+    if (!hasValidSize())
         return fail(NotWritten);
     calcCRC();
     Block const header = withHeader ? headerOf(*this) : Block{nullptr, 0};
@@ -397,7 +397,7 @@ bool _OX_DataBuffer::loadFromFile(QString const & file, bool withHeader)
 
 bool _OX_DataBuffer::saveToFileCompressed(QString const & file)
 {
-    if (!hasTrueSize())
+    if (!hasValidSize())
         return fail(NotWritten);
     error = save<GzipFile>(file, true, headerOf(*this), {data, size});
     return error == 0;

@@ -89,8 +89,8 @@ QString copyWhole(platform::NativeName const & from, platform::NewFile & to, int
         pauseMs < 0 ? systemText(to.copyFrom(from)) : copyByPieces(from, to, pauseMs, endsEmpty);
     if (!failure.isEmpty())
         return failure;
-    if (QString const lost = systemText(to.file().flush()); !lost.isEmpty())
-        return lost;
+    if (QString const flushFailure = systemText(to.file().flush()); !flushFailure.isEmpty())
+        return flushFailure;
     if (std::int64_t const size = to.file().size().value_or(-1); size < status->size)
         return QStringLiteral("The copy had %1 of %2 bytes.").arg(size).arg(status->size);
     static_cast<void>(to.file().setTimes(status->modified));

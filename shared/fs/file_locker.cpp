@@ -39,7 +39,7 @@ std::string lockFileText(QString const & who)
 }
 
 /// Returns the description of the holder, which may have several lines.
-QString whoIn(std::string_view text)
+QString holderDescription(std::string_view text)
 {
     if (!text.starts_with(whoLabel))
         return {};
@@ -152,7 +152,7 @@ _oxFileLockStatus _oxFileLocker::status() const
         return status;
     status.exists = true;
     status.holder = holderOf(view);
-    status.who = whoIn(view.content);
+    status.who = holderDescription(view.content);
     status.since = _oxTime(static_cast<__int64>(view.modified), true);
     status.isStale = status.since.waitTimeIsOver(staleAfterSeconds, false, nullptr);
     return status;

@@ -88,12 +88,12 @@ class FileSync
         QString const failure = copyTo(copy, pause, &endsEmpty);
         if (!failure.isEmpty())
             return failed(Path(failure), source_, " => ", target_);
-        QString const refusal = systemText(copy.allowEverybodyToExecute());
+        QString const rightsFailure = systemText(copy.allowEverybodyToExecute());
         bool const isDone = isReplaced && keepOld(copy, size, time);
-        QString const misplaced = isDone ? QString() : systemText(copy.putInPlace());
-        if (misplaced.isEmpty())
-            return finished(refusal, endsEmpty);
-        return failed(Path(misplaced), source_, " => ", target_);
+        QString const moveFailure = isDone ? QString() : systemText(copy.putInPlace());
+        if (moveFailure.isEmpty())
+            return finished(rightsFailure, endsEmpty);
+        return failed(Path(moveFailure), source_, " => ", target_);
     }
 
     QString copyTo(platform::NewFile & copy, int pause, bool * endsEmpty) const
@@ -118,10 +118,11 @@ class FileSync
         return previous && *previous == Previous::IsUpToDate;
     }
 
-    Result finished(QString const & refusal, bool endsEmpty) const
+    Result finished(QString const & rightsFailure, bool endsEmpty) const
     {
-        if (!refusal.isEmpty())
-            return failed("Unable to set execute rights on file! ", target_, " ", Path(refusal));
+        if (!rightsFailure.isEmpty())
+            return failed("Unable to set execute rights on file! ", target_, " ",
+                          Path(rightsFailure));
         append(info_, "Copied ", source_, " => ", target_, ". ");
         return endsEmpty ? Result::LastByteEmpty : Result::UpToDate;
     }

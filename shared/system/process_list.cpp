@@ -96,12 +96,12 @@ void _oxProcessList::initGetProcessInfo()
     auto const time = collected ? block_->table.readCounters(listed) //
                                 : block_->table.readAllCounters();
     if (!time)
-        noteFailedReading(time.error());
+        recordFailedReading(time.error());
     perfTimeDelta = static_cast<double>(time.value_or(0) - perfTime);
     perfTime = time.value_or(0);
 }
 
-void _oxProcessList::noteFailedReading(ox::platform::Error const & error)
+void _oxProcessList::recordFailedReading(ox::platform::Error const & error)
 {
     errorText.add(error.step).add(" ").add(oxLastOSError8(error.code).view()).add(";  ");
     ox::platform::setLastError(error);
@@ -109,7 +109,7 @@ void _oxProcessList::noteFailedReading(ox::platform::Error const & error)
 
 /// Returns whether the figures of an entry may be read.
 /// Compatibility: the entry behind the last one is included, as the farm's applications read it.
-bool _oxProcessList::isServed(int index) const
+bool _oxProcessList::isReadable(int index) const
 {
     return index >= 1 && index <= count && index < capacity;
 }
@@ -155,7 +155,7 @@ void _oxProcessList::readUser(_oxProcessEntry & entry)
 
 void _oxProcessList::getProcessInfo(int index)
 {
-    if (!isServed(index))
+    if (!isReadable(index))
         return;
     if (readMemoryAndTime(entries[index]))
         fix32bit_4GBmemory();
@@ -164,13 +164,13 @@ void _oxProcessList::getProcessInfo(int index)
 
 void _oxProcessList::getProcessInfoMemCPUOnly(int index)
 {
-    if (isServed(index))
+    if (isReadable(index))
         readMemoryAndTime(entries[index]);
 }
 
 long long _oxProcessList::getProcessInfoMemBytes_CPUOnly(int index)
 {
-    if (!isServed(index))
+    if (!isReadable(index))
         return 0;
     _oxProcessEntry & entry = entries[index];
     int const memMB = entry.memMB;
@@ -195,7 +195,7 @@ void _oxProcessList::fix32bit_4GBmemory()
         usedMB -= mebibytes(kernel->cache + kernel->cache / 10);
         usedMB -= mebibytes(kernel->pagedPool) + mebibytes(kernel->nonPagedPool);
     } else {
-        noteFailedReading(kernel.error());
+        recordFailedReading(kernel.error());
     }
     for (int i = 0; i < count; ++i)
         getProcessInfoMemCPUOnly(i);

@@ -119,8 +119,8 @@ class OX_EXPORT _oxProcessList
 
   private:
     void collectIfNeeded(bool refresh);
-    void noteFailedReading(ox::platform::Error const & error);
-    bool isServed(int index) const;
+    void recordFailedReading(ox::platform::Error const & error);
+    bool isReadable(int index) const;
     /// Reads memory and processor time of an entry if both are 0. Returns whether its working set
     /// is cut at 32 bits.
     bool readMemoryAndTime(_oxProcessEntry & entry);

@@ -104,7 +104,7 @@ void clampDate(int & day, int & month, int & year)
         year = std::min(year, 3000);
 }
 
-__int64 nowOr(_oxTime const * now)
+__int64 timeOrNow(_oxTime const * now)
 {
     return now ? now->value : ox::platform::currentTime();
 }
@@ -241,12 +241,12 @@ void _oxTime::convertFromLocalTime()
 
 int _oxTime::waitTimeDifference(__int64 const & wait, _oxTime const * now) const
 {
-    return static_cast<int>(wrappingDifference(wrappingSum(value, wait), nowOr(now)));
+    return static_cast<int>(wrappingDifference(wrappingSum(value, wait), timeOrNow(now)));
 }
 
 bool _oxTime::waitTimeIsOver(__int64 const & wait, bool const & restart, _oxTime const * now)
 {
-    __int64 const current = nowOr(now);
+    __int64 const current = timeOrNow(now);
     __int64 const deadline = wrappingSum(value, wait);
     // A deadline that overflows is never reached.
     bool const never = wait > 0 && deadline < value;

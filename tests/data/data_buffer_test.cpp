@@ -53,7 +53,7 @@ std::string inflated(_OX_DataBuffer & buffer)
 TEST(DataBuffer, ReturnsTheErrorTextsOfTheFarm)
 {
     struct {
-        int code; // numbers and not names, since applications store them
+        int code; // plain numbers, since applications store them
         char const * text;
     } const cases[] = {{-100, "Unable to allocate memory"},
                        {-102, "Wrong File Header"},

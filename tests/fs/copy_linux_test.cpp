@@ -178,7 +178,7 @@ TEST_F(CopyOnLinux, RefusesABufferOfAWholeSourceThatIsTooLarge)
 TEST_F(CopyOnLinux, ReportsAFullDisk)
 {
     if (!shell.succeeds("unshare -rm mount -t tmpfs tmpfs ."))
-        GTEST_SKIP() << "mounting a small disk in a name space of its own is not allowed";
+        GTEST_SKIP() << "mounting a small disk in a separate name space is not allowed";
     writeFile(from, QByteArray(3 << 20, 'x'));
     writeFile(path("log"), "a log that");
     std::string const result = printed(R"sh(

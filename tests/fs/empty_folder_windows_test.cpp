@@ -27,8 +27,8 @@ class EmptyFolderOnWindows : public FolderTest
         return oxEmptyFolder(path("f"), options);
     }
 
-    /// Creates a junction. Under Wine, which has none, creates a symbolic link of the host. Returns
-    /// whether the link exists.
+    /// Creates a junction, or a symbolic link of the host under Wine, which lacks junctions.
+    /// Returns whether the link exists.
     bool link(QString const & target, QString const & name) const
     {
         QProcess::execute(text("cmd"), {text("/c"), text("mklink"), text("/J"), name, target});

@@ -63,7 +63,7 @@ TEST(StringList, IsEmptyAndUsableAfterMemoryRanOut)
     EXPECT_EQ(large.count(), 40000);
 }
 
-/// Allocates all memory that the process may have, down to small blocks.
+/// Allocates all memory of the process in ever smaller blocks.
 class Hoarder
 {
   public:

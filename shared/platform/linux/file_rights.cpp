@@ -58,12 +58,12 @@ struct CloseFolder {
 
 bool isEmpty(int folder)
 {
-    Descriptor again(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    std::unique_ptr<DIR, CloseFolder> const opened(again.isOpen() ? ::fdopendir(again.get())
-                                                                  : nullptr);
+    Descriptor duplicate(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    std::unique_ptr<DIR, CloseFolder> const opened(duplicate.isOpen() ? ::fdopendir(duplicate.get())
+                                                                      : nullptr);
     if (!opened)
         return false;
-    again.release();
+    duplicate.release();
     int entries = 0;
     while (::readdir(opened.get()))
         ++entries;

@@ -250,12 +250,12 @@ bool FolderTree::isRoot() const
 
 Result<std::vector<FolderTree::Entry>> FolderTree::entries() const
 {
-    Descriptor again(openFolder(system_->folder(), "."));
-    std::unique_ptr<DIR, CloseFolder> const folder(again.isOpen() ? ::fdopendir(again.get())
-                                                                  : nullptr);
+    Descriptor duplicate(openFolder(system_->folder(), "."));
+    std::unique_ptr<DIR, CloseFolder> const folder(duplicate.isOpen() ? ::fdopendir(duplicate.get())
+                                                                      : nullptr);
     if (!folder)
         return lastError();
-    again.release();
+    duplicate.release();
     std::vector<Entry> entries;
     errno = 0;
     while (dirent const * const found = ::readdir(folder.get())) {

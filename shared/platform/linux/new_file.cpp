@@ -109,18 +109,18 @@ struct CloseFolder {
 template <typename Visit>
 void forEachName(int folder, Visit const & visit)
 {
-    Descriptor again(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    std::unique_ptr<DIR, CloseFolder> const opened(again.isOpen() ? ::fdopendir(again.get())
-                                                                  : nullptr);
+    Descriptor duplicate(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    std::unique_ptr<DIR, CloseFolder> const opened(duplicate.isOpen() ? ::fdopendir(duplicate.get())
+                                                                      : nullptr);
     if (!opened)
         return;
-    again.release();
+    duplicate.release();
     while (dirent const * const found = ::readdir(opened.get()))
         visit(found->d_name);
 }
 
-/// Returns whether a folder should be searched now. This is so once a minute, since a process that
-/// writes many files into one folder would list it for each of them.
+/// Returns whether a folder should be searched now. This is so once a minute: a process that writes
+/// many files into one folder must not list the folder for each of them.
 bool isSearchDue(struct stat const & folder, timespec now)
 {
     static std::atomic<std::uint64_t> last = 0;
@@ -312,9 +312,9 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
                status.st_mtim.tv_sec == modified;
     };
     struct stat status;
-    // The previous file gets `_old` as a second link, so it keeps the target's name until the new
-    // file takes it. The status is read through the link: another process may have just put a new
-    // file in place, which must not become `_old`.
+    // The previous file gets the name `_old` by a second link, so it keeps the target's name until
+    // the new file takes that name. The status is read through the link, since another process may
+    // have just put a new file in place. That file must not become `_old`.
     for (int i = 0; i < maxTries; ++i) {
         NativeName const link = freshName();
         if (::linkat(folder, place.name.c_str(), folder, link.c_str(), 0) != 0)
@@ -330,7 +330,7 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
         ::unlinkat(folder, link.c_str(), 0);
         if (isFresh)
             return Previous::IsUpToDate;
-        if (error.code != ENOENT) // another process may have removed the link as a left file
+        if (error.code != ENOENT) // another process may have removed the link as a leftover
             return error;
     }
     // The file system does not support a link of this file.

@@ -101,7 +101,7 @@ class StatLine
     StatLine(StatLine const &) = delete;
     StatLine & operator=(StatLine const &) = delete;
 
-    /// Returns whether the process is not a kernel thread and has a thread that has not ended.
+    /// Returns whether the process is a user process with a living thread.
     bool isRunning() const
     {
         return !fields_[State].empty() && !isKernelThread() &&

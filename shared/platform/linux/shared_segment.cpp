@@ -69,7 +69,7 @@ struct SharedSegment::System {
     bool isOpen() const { return descriptor >= 0; }
     bool takeFlock(int operation) const { return ::flock(descriptor, operation | LOCK_NB) == 0; }
 
-    /// Selects the object of a segment, which may be missing.
+    /// Selects the object of a segment. The object may be missing.
     void selectObject(std::string const & name, Reach where)
     {
         reach = where;

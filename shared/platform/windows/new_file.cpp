@@ -116,8 +116,8 @@ void forEachTemporary(NativeName const & folder, Visit const & visit)
     ::FindClose(search);
 }
 
-/// Returns whether a folder should be searched now. This is so once a minute, since a process that
-/// writes many files into one folder would list it for each of them.
+/// Returns whether a folder should be searched now. This is so once a minute: a process that writes
+/// many files into one folder must not list the folder for each of them.
 bool isSearchDue(NativeName const & folder, std::int64_t now)
 {
     static std::atomic<std::size_t> last = 0;
