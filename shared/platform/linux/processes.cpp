@@ -1,6 +1,7 @@
 #include "shared/platform/processes.h"
 
 #include "shared/platform/linux/descriptor.h"
+#include "shared/platform/linux/process_texts.h"
 
 #include <algorithm>
 #include <charconv>
@@ -9,7 +10,6 @@
 #include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
-#include <limits>
 #include <unistd.h>
 
 namespace ox::platform
@@ -71,86 +71,18 @@ std::string_view readFile(int proc, std::uint32_t id, std::string_view name, std
                     : std::string_view();
 }
 
-/// Returns the product, or the largest number after an overflow.
-std::int64_t limitedProduct(std::uint64_t count, std::int64_t unit)
-{
-    std::int64_t product = 0;
-    return __builtin_mul_overflow(count, unit, &product) ? std::numeric_limits<std::int64_t>::max()
-                                                         : product;
-}
+struct StatBuffer {
+    char buffer[1024];
+};
 
-/// The line in the file "stat" of a process: "ID (COMMAND) STATE PARENT …".
-class StatLine
+/// The line in the file "stat" of a process or a thread, read at the construction. Empty if the
+/// process or the thread has ended.
+class ReadStatLine : private StatBuffer, public StatLine
 {
   public:
-    StatLine(int proc, std::uint32_t id)
-    {
-        std::string_view const line = readFile(proc, id, "stat", buffer_);
-        std::size_t const open = line.find('(');
-        std::size_t const close = line.rfind(')');
-        if (close == std::string_view::npos || open > close || close + 2 > line.size())
-            return;
-        command_ = line.substr(open + 1, close - open - 1);
-        std::string_view rest = line.substr(close + 2);
-        for (std::string_view & field : fields_) {
-            field = rest.substr(0, rest.find(' '));
-            rest.remove_prefix(std::min(field.size() + 1, rest.size()));
-        }
-    }
-
-    StatLine(StatLine const &) = delete;
-    StatLine & operator=(StatLine const &) = delete;
-
-    /// Returns whether the process is a user process with a living thread.
-    bool isRunning() const
-    {
-        return !fields_[State].empty() && !isKernelThread() &&
-               (isThreadAlive() || number(Threads) > 1);
-    }
-    bool isThreadAlive() const { return fields_[State] != "Z" && fields_[State] != "X"; }
-
-    /// Returns the command, at most 15 arbitrary characters.
-    std::string_view command() const { return command_; }
-    std::uint32_t parentId() const { return static_cast<std::uint32_t>(number(Parent)); }
-
-    /// Returns the counters. The processor time is that of the whole process. The memory is the
-    /// figure of this thread.
-    ProcessCounters counters() const
-    {
-        static std::int64_t const tickIn100ns = 10'000'000 / ::sysconf(_SC_CLK_TCK);
-        static std::int64_t const pageSize = ::sysconf(_SC_PAGESIZE);
-        std::uint64_t ticks = 0;
-        if (__builtin_add_overflow(number(UserTicks), number(SystemTicks), &ticks))
-            ticks = std::numeric_limits<std::uint64_t>::max();
-        return {limitedProduct(ticks, tickIn100ns),
-                static_cast<std::uint64_t>(limitedProduct(number(ResidentPages), pageSize))};
-    }
-
-  private:
-    /// Positions of the fields behind the command.
-    enum Field {
-        State = 0,
-        Parent = 1,
-        Flags = 6,
-        UserTicks = 11,
-        SystemTicks = 12,
-        Threads = 17,
-        ResidentPages = 21,
-        FieldCount
-    };
-
-    bool isKernelThread() const { return (number(Flags) & 0x00200000) != 0; }
-    std::uint64_t number(Field field) const
-    {
-        std::string_view const text = fields_[field];
-        std::uint64_t value = 0;
-        std::from_chars(text.data(), text.data() + text.size(), value);
-        return value;
-    }
-
-    char buffer_[1024];
-    std::string_view command_;
-    std::string_view fields_[FieldCount];
+    ReadStatLine(int proc, std::uint32_t id) : StatLine(readFile(proc, id, "stat", buffer)) {}
+    ReadStatLine(ReadStatLine const &) = delete;
+    ReadStatLine & operator=(ReadStatLine const &) = delete;
 };
 
 /// Returns the thread whose files contain executable, arguments and memory of a process: the main
@@ -163,7 +95,7 @@ std::uint32_t shownThread(int proc, std::uint32_t id, StatLine const & stat)
     Descriptor const threads(
         ::openat(proc, ProcessPath(id, "task").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     forEachNumber(threads.get(), [proc, id, &living](std::uint32_t thread) {
-        StatLine const line(proc, thread);
+        ReadStatLine const line(proc, thread);
         if (line.isRunning() && line.isThreadAlive())
             living = thread;
         return living == id;
@@ -171,45 +103,39 @@ std::uint32_t shownThread(int proc, std::uint32_t id, StatLine const & stat)
     return living;
 }
 
+ProcessCounters countersIn(StatLine const & stat)
+{
+    static std::int64_t const tickIn100ns = 10'000'000 / ::sysconf(_SC_CLK_TCK);
+    static std::int64_t const pageSize = ::sysconf(_SC_PAGESIZE);
+    return stat.counters(tickIn100ns, pageSize);
+}
+
 ProcessCounters countersOf(int proc, std::uint32_t id, StatLine const & stat)
 {
     std::uint32_t const thread = shownThread(proc, id, stat);
-    return thread == id ? stat.counters() : StatLine(proc, thread).counters();
+    return thread == id ? countersIn(stat) : countersIn(ReadStatLine(proc, thread));
 }
 
 /// Reads the current counters of a process. Empty if it is not running.
 std::optional<ProcessCounters> countersNow(int proc, std::uint32_t id)
 {
-    StatLine const stat(proc, id);
+    ReadStatLine const stat(proc, id);
     return stat.isRunning() ? std::optional(countersOf(proc, id, stat)) : std::nullopt;
-}
-
-std::string_view fileNameOf(std::string_view path)
-{
-    return path.substr(path.rfind('/') + 1);
 }
 
 /// Returns the file name of the executable of a process. If the executable is not readable, returns
 /// the command, which is completed from the arguments if the kernel may have truncated it.
 std::string_view nameOf(int proc, std::uint32_t id, StatLine const & stat, std::span<char> buffer)
 {
-    constexpr std::size_t truncatedSize = 15;
-    constexpr std::string_view deleted = " (deleted)";
     std::uint32_t const thread = shownThread(proc, id, stat);
     ssize_t const size =
         ::readlinkat(proc, ProcessPath(thread, "exe").c_str(), buffer.data(), buffer.size());
-    if (size > 0) {
-        std::string_view path(buffer.data(), static_cast<std::size_t>(size));
-        if (path.ends_with(deleted))
-            path.remove_suffix(deleted.size());
-        return fileNameOf(path);
-    }
+    if (size > 0)
+        return executableName({buffer.data(), static_cast<std::size_t>(size)});
     std::string_view const command = stat.command();
     if (command.size() < truncatedSize)
         return command;
-    std::string_view const arguments = readFile(proc, thread, "cmdline", buffer);
-    std::string_view const first = fileNameOf(arguments.substr(0, arguments.find('\0')));
-    return first.starts_with(command) ? first : command;
+    return completedCommand(command, readFile(proc, thread, "cmdline", buffer));
 }
 
 /// Returns the current time in 100 ns.
@@ -237,7 +163,7 @@ Result<> ProcessTable::list(std::function<bool(ListedProcess const &)> const & k
         return lastError(procFolder);
     char buffer[PATH_MAX];
     forEachNumber(proc.get(), [&](std::uint32_t id) {
-        StatLine const stat(proc.get(), id);
+        ReadStatLine const stat(proc.get(), id);
         if (stat.isRunning() && keep({id, stat.parentId(), nameOf(proc.get(), id, stat, buffer)}))
             listed_.add(id, countersOf(proc.get(), id, stat));
         return true;

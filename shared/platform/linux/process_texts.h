@@ -1,0 +1,118 @@
+#pragma once
+
+#include "shared/platform/processes.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <limits>
+#include <string_view>
+
+// Parsers of the kernel's files about a process, as functions of their bytes.
+
+namespace ox::platform
+{
+
+/// The line in the file "stat" of a process: "ID (COMMAND) STATE PARENT …". Refers to the bytes of
+/// the caller.
+class StatLine
+{
+  public:
+    explicit StatLine(std::string_view line)
+    {
+        std::size_t const open = line.find('(');
+        std::size_t const close = line.rfind(')');
+        if (close == std::string_view::npos || open > close || close + 2 > line.size())
+            return;
+        command_ = line.substr(open + 1, close - open - 1);
+        std::string_view rest = line.substr(close + 2);
+        for (std::string_view & field : fields_) {
+            field = rest.substr(0, rest.find(' '));
+            rest.remove_prefix(std::min(field.size() + 1, rest.size()));
+        }
+    }
+
+    /// Returns whether the process is a user process with a living thread.
+    bool isRunning() const
+    {
+        return !fields_[State].empty() && !isKernelThread() &&
+               (isThreadAlive() || number(Threads) > 1);
+    }
+    bool isThreadAlive() const { return fields_[State] != "Z" && fields_[State] != "X"; }
+
+    /// Returns the command, at most 15 arbitrary characters.
+    std::string_view command() const { return command_; }
+    std::uint32_t parentId() const { return static_cast<std::uint32_t>(number(Parent)); }
+
+    /// Returns the counters. The processor time is that of the whole process. The memory is the
+    /// figure of this thread.
+    ProcessCounters counters(std::int64_t tickIn100ns, std::int64_t pageSize) const
+    {
+        std::uint64_t ticks = 0;
+        if (__builtin_add_overflow(number(UserTicks), number(SystemTicks), &ticks))
+            ticks = std::numeric_limits<std::uint64_t>::max();
+        return {limitedProduct(ticks, tickIn100ns),
+                static_cast<std::uint64_t>(limitedProduct(number(ResidentPages), pageSize))};
+    }
+
+  private:
+    /// Positions of the fields behind the command.
+    enum Field {
+        State = 0,
+        Parent = 1,
+        Flags = 6,
+        UserTicks = 11,
+        SystemTicks = 12,
+        Threads = 17,
+        ResidentPages = 21,
+        FieldCount
+    };
+
+    bool isKernelThread() const { return (number(Flags) & 0x00200000) != 0; }
+    std::uint64_t number(Field field) const
+    {
+        std::string_view const text = fields_[field];
+        std::uint64_t value = 0;
+        std::from_chars(text.data(), text.data() + text.size(), value);
+        return value;
+    }
+
+    /// Returns the product, or the largest number after an overflow.
+    static std::int64_t limitedProduct(std::uint64_t count, std::int64_t unit)
+    {
+        std::int64_t product = 0;
+        return __builtin_mul_overflow(count, unit, &product)
+                   ? std::numeric_limits<std::int64_t>::max()
+                   : product;
+    }
+
+    std::string_view command_;
+    std::string_view fields_[FieldCount];
+};
+
+inline std::string_view lastComponent(std::string_view path)
+{
+    return path.substr(path.rfind('/') + 1);
+}
+
+/// Returns the file name of an executable, from the target of the link "exe" of its process.
+inline std::string_view executableName(std::string_view linkTarget)
+{
+    constexpr std::string_view deleted = " (deleted)";
+    if (linkTarget.ends_with(deleted))
+        linkTarget.remove_suffix(deleted.size());
+    return lastComponent(linkTarget);
+}
+
+/// Length at which the kernel truncates a command.
+inline constexpr std::size_t truncatedCommand = 15;
+
+/// Returns a command that the kernel may have truncated, completed from the arguments in the file
+/// "cmdline" of its process.
+inline std::string_view completedCommand(std::string_view command, std::string_view arguments)
+{
+    std::string_view const first = lastComponent(arguments.substr(0, arguments.find('\0')));
+    return first.starts_with(command) ? first : command;
+}
+
+} // namespace ox::platform
