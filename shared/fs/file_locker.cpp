@@ -1,5 +1,6 @@
 #include "shared/fs/file_locker.h"
 
+#include "shared/fs/lock_file_text.h"
 #include "shared/platform/lock_file.h"
 #include "shared/platform/result.h"
 #include "shared/system/environment.h"
@@ -14,6 +15,8 @@ using ox::platform::LockFile;
 using ox::platform::LockFileView;
 using ox::platform::NativeName;
 using ox::platform::Result;
+using ox::fs::holderIn;
+using ox::fs::lockFileText;
 using ox::text::nativePath;
 
 namespace
@@ -21,32 +24,6 @@ namespace
 
 constexpr int pollMs = 250;
 constexpr __int64 staleAfterSeconds = 3 * 60 * 60;
-
-constexpr std::string_view whoLabel = "\n File locked by: ";
-constexpr std::string_view timeLabel = "\n Time locked: ";
-constexpr std::string_view closingLines =
-    "\nInfo: This lock file should only exist a few seconds for config files.\n\n";
-
-std::string lockFileText(QString const & who)
-{
-    std::string text;
-    text += whoLabel;
-    text += who.toLatin1().toStdString();
-    text += timeLabel;
-    text += _oxTime(true).asString().toLatin1().toStdString();
-    text += closingLines;
-    return text;
-}
-
-/// Returns the description of the holder, which may have several lines.
-QString holderDescription(std::string_view text)
-{
-    if (!text.starts_with(whoLabel))
-        return {};
-    text.remove_prefix(whoLabel.size());
-    text = text.substr(0, text.rfind(timeLabel));
-    return QString::fromLatin1(text.data(), static_cast<int>(text.size()));
-}
 
 _oxFileLockStatus::Holder holderOf(LockFileView const & view)
 {
@@ -123,7 +100,7 @@ bool _oxFileLocker::lock(int const & timeoutMs, QString const & who, int * waite
     if (!ox::platform::reportToThread(taken) || isHeld)
         return false;
     if (!checkOnly) {
-        file->write(lockFileText(who));
+        file->write(lockFileText(who, _oxTime(true)));
         held_ = std::move(file);
     }
     return true;
@@ -152,7 +129,7 @@ _oxFileLockStatus _oxFileLocker::status() const
         return status;
     status.exists = true;
     status.holder = holderOf(view);
-    status.who = holderDescription(view.content);
+    status.who = holderIn(view.content);
     status.since = _oxTime(static_cast<__int64>(view.modified), true);
     status.isStale = status.since.waitTimeIsOver(staleAfterSeconds, false, nullptr);
     return status;
