@@ -43,6 +43,8 @@ template <typename... Functions>
 struct Overloaded : Functions... {
     using Functions::operator()...;
 };
+template <typename... Functions>
+Overloaded(Functions...) -> Overloaded<Functions...>; // clang before 17 does not deduce it
 
 bool isByPosition(Option const & option)
 {
