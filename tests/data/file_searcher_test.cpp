@@ -11,7 +11,6 @@
 
 #include <climits>
 #include <cstring>
-#include <random>
 #include <string>
 
 using namespace ox::tests;
@@ -35,21 +34,6 @@ void fill(_oxFileSearcher & file, std::string const & content)
 std::string contentOf(_oxFileSearcher const & file)
 {
     return std::string(file.data, std::size_t(file.size));
-}
-
-/// Reference for replaceAll(): one search and one replace() after the other.
-int replaceStepByStep(_oxFileSearcher & file, Text const & search, Text const & replacement)
-{
-    int count = 0;
-    int at = file.indexOfIgnCase(search, -1);
-    while (at >= 0) {
-        ++count;
-        bool const replaced = file.replace(at, replacement, search.size());
-        if (!replaced && replacement.isEmpty())
-            break; // the search would find it again without end
-        at = file.indexOfIgnCase(search, at + replacement.size());
-    }
-    return count;
 }
 
 using SearcherFiles = FolderTest;
@@ -97,34 +81,6 @@ TEST(FileSearcher, FindsThePatternOf500BytesInTextsThatNearlyMatch)
     for (int const at : {140000, 77000, 3})
         content.replace(std::size_t(at), pattern.size(), 1, 'c');
     EXPECT_EQ(contentOf(file), content);
-}
-
-TEST(FileSearcher, ReplaceAllAgreesWithSingleReplacements)
-{
-    std::mt19937 random(1);
-    auto const text = [&](unsigned longest, std::string const & letters) {
-        std::string result(random() % (longest + 1), '\0');
-        for (char & c : result)
-            c = letters[random() % letters.size()];
-        return result;
-    };
-    for (int round = 0; round < 20000; ++round) {
-        std::string const content = text(round % 2 ? 12 : 150, "aAbB");
-        std::string const search = text(4, "aAbB");
-        std::string const replacement = text(6, "ab");
-        SCOPED_TRACE(testing::Message() << content << ' ' << search << ' ' << replacement);
-        _oxFileSearcher expected;
-        fill(expected, content);
-        int const count = replaceStepByStep(expected, search.c_str(), replacement.c_str());
-
-        _oxFileSearcher file;
-        fill(file, content);
-        int const found =
-            round % 3 ? file.replaceAll(Text(search.c_str()), Text(replacement.c_str()))
-                      : file.replaceAll(ShortText(search.c_str()), ShortText(replacement.c_str()));
-        ASSERT_EQ(found, count);
-        ASSERT_EQ(contentOf(file), contentOf(expected));
-    }
 }
 
 TEST(FileSearcher, CountsButKeepsAMatchThatTouchesTheLastByte)

@@ -9,8 +9,6 @@
 #include <cstring>
 #include <iterator>
 #include <map>
-#include <memory>
-#include <random>
 #include <sstream>
 #include <string>
 #include <unordered_set>
@@ -299,106 +297,6 @@ TYPED_TEST(FixedStringCommon, NeverWritesTheSpareByte)
     expectUntouched([](void * at) { new (at) S{}; });
     expectUntouched([](void * at) { new (at) S("abc"); });
     expectUntouched([&other](void * at) { new (at) S(other); });
-}
-
-/// A length from a foreign packet may have any value. The address sanitizer detects accesses
-/// outside the object.
-TYPED_TEST(FixedStringCommon, StaysInsideTheObjectWithAnInvalidLength)
-{
-    using S = TypeParam;
-    auto const invalid = [] {
-        auto s = std::make_unique<S>();
-        std::fill(std::begin(s->value), std::end(s->value), typename S::Unit{'x'});
-        s->length = 0xFFFF;
-        return s;
-    };
-    S const full = fill<S>('x');
-    EXPECT_EQ(invalid()->size(), S::capacity());
-    EXPECT_EQ(*invalid(), full);
-    EXPECT_EQ(invalid()->compare(full), 0);
-    EXPECT_EQ(QString(*invalid()), QString(full));
-    EXPECT_EQ(invalid()->indexOf("y", 0), -1);
-    EXPECT_EQ(invalid()->indexOf('y', 60000), -1);
-    EXPECT_EQ(invalid()->lastIndexOf('y', 60000), -1);
-    EXPECT_TRUE(invalid()->endsWith("x") && invalid()->endsWith('x') &&
-                !invalid()->startsWith(S("y")));
-    EXPECT_EQ(text(invalid()->add(*invalid())), text(full));
-    EXPECT_EQ(text(invalid()->insert(1, *invalid())), text(full));
-    EXPECT_EQ(text(invalid()->replace("x", "xx")), text(full));
-    EXPECT_EQ(text(invalid()->remove("X")), "");
-    EXPECT_EQ(text(invalid()->remove('X')), "");
-    EXPECT_EQ(text(invalid()->remove(1, 60000)), "x");
-    EXPECT_EQ(text(invalid()->mid(0, 60000)), text(full));
-    EXPECT_EQ(text(invalid()->trim()), text(full));
-    auto const changed = invalid();
-    changed->makeUpper().makeLower().addNr(5);
-    changed->clearUnused();
-    EXPECT_EQ(changed->value[S::capacity()], 0);
-}
-
-/// Compares the results for random texts of a few letters with those of a simple implementation.
-TYPED_TEST(FixedStringCommon, AgreesWithASimpleImplementation)
-{
-    using S = TypeParam;
-    std::minstd_rand random(17);
-    auto const below = [&random](int n) {
-        return static_cast<int>(random() % static_cast<unsigned>(n));
-    };
-    auto const randomText = [&below](int longest) {
-        std::string result;
-        for (int n = below(longest + 1); n > 0; --n)
-            result += "aAbB[{"[below(6)];
-        return result;
-    };
-    auto const upper = [](std::string s) {
-        std::transform(s.begin(), s.end(), s.begin(),
-                       [](char c) { return static_cast<char>(c >= 'a' && c <= 'z' ? c - 32 : c); });
-        return s;
-    };
-    auto const find = [&upper](std::string const & in, std::string const & what, int from,
-                               bool exact) {
-        if (static_cast<int>(in.size()) < static_cast<int>(what.size()) + from)
-            return -1;
-        bool const asIs = exact && in.size() != what.size();
-        auto const at =
-            (asIs ? in : upper(in)).find(asIs ? what : upper(what), static_cast<std::size_t>(from));
-        return at == std::string::npos ? -1 : static_cast<int>(at);
-    };
-    int const capacity = S::capacity();
-    for (int round = 0; round < 4000; ++round) {
-        std::string const a = randomText(std::min(capacity, 60));
-        std::string const part = a.substr(a.size() / 3, a.size() / 2);
-        std::string const b = round % 8 == 0   ? a
-                              : round % 8 == 1 ? part
-                              : round % 8 == 2 ? upper(part)
-                                               : randomText(std::min(capacity, 4));
-        std::string const c = randomText(3);
-        int const from = below(12);
-        SCOPED_TRACE(a + " / " + b + " / " + c + " / " + std::to_string(from));
-        S const sa(a.c_str()), sb(b.c_str());
-        EXPECT_EQ(sa.indexOf(sb, from), find(a, b, from, false));
-        EXPECT_EQ(sa.indexOfCaseSen(sb, from), find(a, b, from, true));
-        int const order = upper(a).compare(upper(b));
-        EXPECT_EQ(sa.compare(sb), (order > 0) - (order < 0));
-        EXPECT_EQ(sa.isEqual(sb), upper(a) == upper(b));
-        EXPECT_EQ(sa == sb, a == b);
-        EXPECT_EQ(sa < sb, a < b);
-        EXPECT_EQ(sa > sb, a > b);
-
-        for (bool const exact : {false, true}) {
-            std::string expected = a;
-            for (int pos = 0; !b.empty() && (pos = find(expected, b, pos, exact)) >= 0;) {
-                expected.replace(static_cast<std::size_t>(pos), b.size(), c);
-                expected.resize(std::min(expected.size(), static_cast<std::size_t>(capacity)));
-                pos += static_cast<int>(c.size());
-            }
-            S replaced(sa);
-            exact ? replaced.replaceCaseSen(sb, c.c_str()) : replaced.replace(sb, c.c_str());
-            EXPECT_EQ(text(replaced), expected);
-        }
-        if (this->HasFailure())
-            return;
-    }
 }
 
 template <typename A, typename B>

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -138,53 +137,6 @@ TEST(StringList, Sorts)
     EXPECT_EQ(joined(list), "A a b B c ");
     list.sort(true);
     EXPECT_EQ(joined(list), "c b B A a ") << "equal entries keep their order in both directions";
-}
-
-/// Reference for sort(): swaps neighbours. The reserved words keep their places.
-void bubbleSort(std::vector<Entry> & entries, bool descending)
-{
-    for (std::size_t last = entries.size(); last > 1; --last) {
-        for (std::size_t i = 0; i + 1 < last; ++i) {
-            int const order = entries[i].compare(entries[i + 1]);
-            if (descending ? order < 0 : order > 0) {
-                Entry const first = entries[i];
-                entries[i] = entries[i + 1];
-                entries[i + 1] = first;
-            }
-        }
-    }
-}
-
-TEST(StringList, SortsLikeABubbleSort)
-{
-    std::minstd_rand random(5);
-    auto const below = [&random](std::size_t n) { return static_cast<int>(random() % n); };
-    unsigned short const units[] = {'a', 'A', 'b', 0, '[', 0x61FF, 0xFFFF};
-    QString const folder = QStringLiteral("\\\\Farm\\Share\\Scene\\");
-    for (int round = 0; round < 60; ++round) {
-        std::vector<Entry> expected(static_cast<std::size_t>(below(60)));
-        for (Entry & entry : expected) {
-            entry = round % 2 != 0 ? folder : QString();
-            for (int n = below(round % 3 == 0 ? 4 : 12); n > 0; --n)
-                entry += units[below(std::size(units))];
-            entry.value[400] = static_cast<unsigned short>(random()); // distinguishes equal entries
-        }
-        if (round % 4 == 0 && !expected.empty())
-            expected.push_back(expected.front());
-        if (round == 0)
-            expected.push_back(Entry(QString(500, u'x')));
-        bool const descending = round % 5 == 0;
-        _oxStringList list = listOf(expected);
-        for (int i = 0; i < list.count(); ++i) {
-            auto const mark = static_cast<std::uint16_t>(i + 1);
-            setReserved(list, i, mark);
-            expected[static_cast<std::size_t>(i)].reserved = mark;
-        }
-        bubbleSort(expected, descending);
-        list.sort(descending);
-        ASSERT_EQ(std::memcmp(list.begin(), expected.data(), expected.size() * sizeof(Entry)), 0)
-            << "round " << round;
-    }
 }
 
 } // namespace

@@ -299,37 +299,4 @@ TEST(TimeValue, PrintsIsoTimesAndHashesEverySecond)
     EXPECT_EQ((std::unordered_set<_oxTime32>{{1}, {2}, {1}}.size()), 2u);
 }
 
-TEST(TimeValue, AcceptsEveryNumber)
-{
-    TimeZone const zone(berlin);
-    for (__int64 const t : {lowest, lowest + 1, std::int64_t{-67768040609740800}, std::int64_t{-1},
-                            std::int64_t{67768036191676799}, highest - 1, highest}) {
-        _oxTime time = utc(t);
-        time.setCurrentTime(t);
-        time.value = t;
-        EXPECT_FALSE(time.asString().isEmpty());
-        EXPECT_FALSE(time.asStringWeekDateMonth().isEmpty());
-        EXPECT_FALSE(time.asStringHourMinSec().isEmpty());
-        EXPECT_FALSE(time.asStringOffset(t).isEmpty());
-        EXPECT_FALSE(time.asStringFileNameDate().isEmpty());
-        EXPECT_TRUE(time.asOX8StringDateMonthYear().hasData());
-        time.dayOfMonth(t);
-        time.getDaySeconds(t);
-        time.getTotalDays(t);
-        time.waitTimeDifference(t, nullptr);
-        time.waitTimeIsOver(t, false, nullptr);
-        time.convertFromLocalTime();
-        _oxTime::convertStatFileTime(t);
-        _oxTime::oxTime_Start_OffSet = -1;
-        EXPECT_EQ(_oxTime(t, false).value, static_cast<__int64>(static_cast<quint64>(t) + 1));
-    }
-    EXPECT_EQ(utc(highest).month(), 0);
-    EXPECT_FALSE(QDate(utc(highest)).isValid());
-    _oxTime time;
-    int const most = std::numeric_limits<int>::max(), least = std::numeric_limits<int>::min();
-    time.fromDateTime(most, most, most, most, most, most);
-    time.fromDateTime(least, least, least, least, least, least);
-    EXPECT_EQ(_oxTime::convertStatFileTime(highest).value, highest);
-}
-
 } // namespace
