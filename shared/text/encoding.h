@@ -44,8 +44,8 @@ OX_EXPORT QString oxToOXUni16(QString text, bool keepOriginal);
 /// round-trip. A run that another program padded can be decoded wrongly when it holds a letter
 /// whose low byte is ">".
 ///
-/// A word with a letter from U+3E00 to U+3EFF does not round-trip, since the high byte of the
-/// letter closes the run.
+/// Two kinds of words do not round-trip: one with a letter from U+3E00 to U+3EFF, whose high byte
+/// closes the run, and one whose bytes contain the marker and a ">" (U+3C55 U+4E49 U+3136 U+043E).
 OX_EXPORT QString oxFromOXUni16(QString text);
 
 /// Escapes a text for XML: the five special characters as named entities, the German letters
@@ -54,6 +54,8 @@ OX_EXPORT QString toXmlString(QString text);
 
 /// Decodes the entities that toXmlString writes. Other entities stay unchanged; a character above
 /// 255 becomes "?".
+/// Compatibility: numeric entities are decoded after "&amp;", so a text that contains one
+/// ("&#196;") is decoded to its letter.
 OX_EXPORT QString fromXmlString(QString text);
 
 /// Returns the short form by which setting names are compared: the prefix "co", "pp" or "os" in
