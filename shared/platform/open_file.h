@@ -79,11 +79,11 @@ Result<OpenFile> openForReading(NativeName const & name, Writers writers);
 enum class Content { Kept, Emptied };
 
 /// Opens a file for writing, at its end or emptied, and creates it if it does not exist. Links are
-/// followed. Also opens the unnamed pipe of /dev/stdout, and devices other than disks.
+/// followed; for root, links of other users are refused. Also opens the unnamed pipe of
+/// /dev/stdout, and devices other than disks.
 Result<OpenFile> openForWriting(NativeName const & name, Content content, Writers writers);
 
-/// Opens a regular file for writing, as openForWriting with Writers::Allowed does. For root, links
-/// of other users are refused.
+/// Opens a regular file for writing, as openForWriting with Writers::Allowed does.
 Result<OpenFile> openInPlace(NativeName const & name, Content content);
 
 /// How the creation of a file treats an existing name.

@@ -67,23 +67,6 @@ TEST_F(CopyOnLinux, KeepsPermissionBitsAndReplacesLinksNotTheirTargets)
     EXPECT_EQ(contentOf(from), "content");
 }
 
-TEST_F(CopyOnLinux, ReplacesABrokenLink)
-{
-    writeFile(from);
-    bool limitReported = false;
-    for (int const pauseMs : {-1, 0}) {
-        QFile::remove(to);
-        ASSERT_TRUE(QFile::link(path("none"), to));
-        EXPECT_EQ(oxCopyFile(from, to, true, pauseMs), QString());
-        EXPECT_FALSE(QFileInfo(to).isSymLink());
-        EXPECT_EQ(contentOf(to), "content");
-    }
-    QFile::remove(to);
-    ASSERT_TRUE(QFile::link(path("none"), to));
-    EXPECT_EQ(oxResumeFile(from, to, limitReported), QString());
-    EXPECT_FALSE(QFile::exists(path("none")));
-}
-
 TEST_F(CopyOnLinux, NeitherWaitsAtAPipeNorReplacesIt)
 {
     ASSERT_EQ(::mkfifo(from.toUtf8().constData(), 0600), 0);

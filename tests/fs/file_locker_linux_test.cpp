@@ -2,7 +2,6 @@
 
 #include <QFile>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 
 using namespace ox::tests;
@@ -21,15 +20,6 @@ TEST_F(FileLocker, LocksFilesWithNamesBeyondLatin1)
     _oxFileLocker locker(cyrillic);
     EXPECT_TRUE(locker.lock(0, who, nullptr, false));
     EXPECT_TRUE(QFile::exists(cyrillic + QStringLiteral("_lock.txt")));
-}
-
-TEST_F(FileLocker, FollowsNoLink)
-{
-    _oxFileLocker locker(file);
-    ASSERT_TRUE(QFile::link(folder.filePath(QStringLiteral("nowhere")), lockName));
-    EXPECT_FALSE(locker.lock(0, who, &waited, false));
-    EXPECT_EQ(waited, 250);
-    EXPECT_FALSE(QFile::exists(folder.filePath(QStringLiteral("nowhere"))));
 }
 
 TEST_F(FileLocker, UnlockKeepsALaterLockOfAnotherHolder)
@@ -82,16 +72,6 @@ TEST_F(FileLocker, LetsOtherUsersRemoveItsStaleFile)
     struct stat status;
     ASSERT_EQ(::stat(QFile::encodeName(lockName), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0666u);
-}
-
-TEST_F(FileLocker, RemovesAStalePipe)
-{
-    timespec const old[2] = {{1, 0}, {1, 0}};
-    ASSERT_EQ(::mkfifo(QFile::encodeName(lockName), 0666), 0);
-    ASSERT_EQ(::utimensat(AT_FDCWD, QFile::encodeName(lockName), old, 0), 0);
-    _oxFileLocker locker(file);
-    EXPECT_TRUE(locker.status().isStale);
-    EXPECT_TRUE(locker.lock(0, who, nullptr, false));
 }
 
 TEST_F(FileLocker, IsNotInheritedByOtherPrograms)

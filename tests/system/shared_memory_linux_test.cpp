@@ -3,7 +3,6 @@
 #include "shared/system/os_error.h"
 #include "tests/support/descriptor_linux.h"
 #include "tests/support/file_content.h"
-#include "tests/support/temporary_folder.h"
 
 #include <QDir>
 #include <QFile>
@@ -109,26 +108,6 @@ TEST_F(SharedMemoryOnLinux, IgnoresAnObjectThatNoProcessUses)
     ASSERT_TRUE(memory.create(100, true, false)) << failure(memory);
     EXPECT_EQ(memory.bytes()[0], std::byte{0});
     EXPECT_EQ(statusOf(globalObject).substr(4), "4096");
-}
-
-TEST_F(SharedMemoryOnLinux, KeepsLinksAndFoldersOfItsName)
-{
-    TemporaryFolder folder;
-    QString const target = folder.filePath(u"target"_q);
-    writeFile(target, garbage);
-    ASSERT_TRUE(QFile::link(target, globalObject));
-    for (int const error : {ELOOP, EISDIR}) {
-        std::string const text = oxLastOSError8(error).c_str();
-        EXPECT_FALSE(memory.create(10, true, false));
-        EXPECT_EQ(failure(memory), std::to_string(error) + " Create: " + text);
-        EXPECT_FALSE(memory.attach());
-        EXPECT_EQ(oxLastOSError8().view(), text);
-        EXPECT_EQ(failure(memory), std::to_string(error) + " OpenFileMappingA: " + text);
-        QFile::remove(globalObject);
-        QDir().mkdir(globalObject);
-    }
-    QDir().rmdir(globalObject);
-    EXPECT_EQ(QFile(target).size(), 5000);
 }
 
 TEST_F(SharedMemoryOnLinux, FailsIfAnObjectIsNeverReady)

@@ -34,13 +34,13 @@ bool isUnnamedPipe(int descriptor)
 }
 
 /// Opens a file or device without waiting for another process. Refuses folders and named pipes.
-Result<OpenFile> openNonBlocking(NativeName const & name, int flags)
+Result<OpenFile> openNonBlocking(int folder, NativeName const & name, int flags)
 {
-    OpenFile file(::open(name.c_str(), flags | nonBlocking, everybody));
+    OpenFile file(::openat(folder, name.c_str(), flags | nonBlocking, everybody));
     // A client may have a lease on the file. The server needs a moment to end it, so this call
     // waits.
     if (!file.isOpen() && errno == EWOULDBLOCK)
-        file = OpenFile(::open(name.c_str(), flags | O_NOCTTY | O_CLOEXEC, everybody));
+        file = OpenFile(::openat(folder, name.c_str(), flags | O_NOCTTY | O_CLOEXEC, everybody));
     struct stat status;
     if (!file.isOpen() || ::fstat(descriptorOf(file), &status) != 0)
         return lastError();
@@ -130,13 +130,25 @@ Result<> OpenFile::close()
 
 Result<OpenFile> openForReading(NativeName const & name, Writers)
 {
-    return openNonBlocking(name, O_RDONLY);
+    return openNonBlocking(AT_FDCWD, name, O_RDONLY);
 }
 
 Result<OpenFile> openForWriting(NativeName const & name, Content content, Writers)
 {
-    return openNonBlocking(name,
-                           O_WRONLY | O_CREAT | (content == Content::Kept ? O_APPEND : O_TRUNC));
+    int const flags = O_WRONLY | O_CREAT | (content == Content::Kept ? O_APPEND : O_TRUNC);
+    if (::geteuid() != 0)
+        return openNonBlocking(AT_FDCWD, name, flags);
+    // Only a link costs more than one call.
+    Result<OpenFile> file = openNonBlocking(AT_FDCWD, name, flags | O_NOFOLLOW);
+    if (file || file.error().code != ELOOP)
+        return file;
+    Place place;
+    if (Result<> const opened = place.open(name); !opened)
+        return opened.error();
+    if (Result<> const followed = place.followLinks(Place::Until::LinkOfProc); !followed)
+        return followed.error();
+    int const links = place.isInProc() ? 0 : O_NOFOLLOW;
+    return openNonBlocking(place.folder(), place.name, flags | links);
 }
 
 Result<OpenFile> openInPlace(NativeName const & name, Content content)

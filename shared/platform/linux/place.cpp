@@ -3,6 +3,8 @@
 #include "shared/platform/linux/descriptor.h"
 
 #include <climits>
+#include <linux/magic.h>
+#include <sys/vfs.h>
 #include <utility>
 
 namespace ox::platform
@@ -55,7 +57,13 @@ Result<> Place::moveTo(int at, NativeName const & path)
     return {};
 }
 
-Result<> Place::followLinks()
+bool Place::isInProc() const
+{
+    struct statfs fileSystem;
+    return ::fstatfs(folder(), &fileSystem) == 0 && fileSystem.f_type == PROC_SUPER_MAGIC;
+}
+
+Result<> Place::followLinks(Until until)
 {
     for (int i = 0; i < maxLinks; ++i) {
         Descriptor const link(::openat(folder(), name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
@@ -68,6 +76,8 @@ Result<> Place::followLinks()
             return {};
         if (isOfAnotherUser(status))
             return Error{EACCES};
+        if (until == Until::LinkOfProc && isInProc())
+            return {};
         char text[PATH_MAX];
         ssize_t const length = ::readlinkat(link.get(), "", text, sizeof text);
         if (length <= 0 || length == sizeof text)

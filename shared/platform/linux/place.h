@@ -20,9 +20,15 @@ struct Place {
     /// Fails: also when the path has no file name ("a/").
     Result<> open(NativeName const & path);
 
+    /// How far followLinks goes. A link of /proc leads to an open file instead of a name.
+    enum class Until { File, LinkOfProc };
+
     /// Follows the name while it is a link. Succeeds if the target does not exist.
     /// Fails: for root, also for a link of another user.
-    Result<> followLinks();
+    Result<> followLinks(Until until = Until::File);
+
+    /// Returns whether the folder is in /proc.
+    bool isInProc() const;
 
     /// Gets the status of a name in the folder, without following links. Returns false with errno
     /// set after a failure.
