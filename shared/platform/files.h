@@ -58,13 +58,15 @@ Result<> deleteFolder(NativeName const & name);
 
 /// Sets the access and modification times of a file, and its creation time where the system
 /// supports this, in seconds since 1970-01-01 UTC. Without `seconds` it sets the current time,
-/// which requires the right to write the file; any other time requires its owner.
+/// which requires the right to write the file; any other time requires its owner. Links are
+/// followed; for root, links of other users are refused.
 Result<> setFileTimes(NativeName const & name, std::optional<std::int64_t> seconds);
 
 /// Whether the system runs only files with an executable bit.
 extern bool const hasExecutableBits;
 
-/// Makes a file executable for owner, group and others. No effect on Windows.
+/// Makes a file executable for owner, group and others. No effect on Windows. Links are followed;
+/// for root, links of other users are refused.
 Result<> makeExecutable(NativeName const & name);
 
 /// Returns the free space in bytes, for this user, of the drive or share that contains a path. The

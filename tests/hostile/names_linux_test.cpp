@@ -35,19 +35,20 @@ namespace
 struct Planted {
     Kind kind;
     int write;   ///< of what writes to a file, as root
+    int change;  ///< of what changes rights and times, as root
     int append;  ///< of oxResumeFile, as root
     int copy;    ///< of oxCopyFile
     int segment; ///< of oxSharedMemory
 };
 
 constexpr Planted allPlanted[] = {
-    {Kind::FileLink, EACCES, EACCES, 0, ELOOP},
-    {Kind::NewFileLink, EACCES, 0, 0, ELOOP},
-    {Kind::FolderLink, EACCES, 0, 0, ELOOP},
-    {Kind::Folder, EISDIR, EISDIR, EISDIR, EISDIR},
-    {Kind::Pipe, ENXIO, ENOTSUP, ENOTSUP, EACCES},
-    {Kind::Socket, ENXIO, ENOTSUP, ENOTSUP, ENXIO},
-    {Kind::Device, ENOSPC, ENOTSUP, ENOTSUP, EACCES},
+    {Kind::FileLink, EACCES, EACCES, EACCES, 0, ELOOP},
+    {Kind::NewFileLink, EACCES, EACCES, 0, 0, ELOOP},
+    {Kind::FolderLink, EACCES, EACCES, 0, 0, ELOOP},
+    {Kind::Folder, EISDIR, 0, EISDIR, EISDIR, EISDIR},
+    {Kind::Pipe, ENXIO, 0, ENOTSUP, ENOTSUP, EACCES},
+    {Kind::Socket, ENXIO, 0, ENOTSUP, ENOTSUP, ENXIO},
+    {Kind::Device, ENOSPC, 0, ENOTSUP, ENOTSUP, EACCES},
 };
 
 class HostileName : public NeighbourTest
@@ -82,11 +83,16 @@ TEST_F(HostileName, IsNeitherWrittenThroughNorWaitedFor)
     if (!isRoot())
         GTEST_SKIP() << needsRoot;
     unsigned char bytes[] = "bytes";
+    _oxTime time(__int64{1'000'000}, true);
     withEach([&](Planted const & planted) {
         renew(target, planted.kind);
         EXPECT_EQ(codeOf(writeToLogFile(target, "line", false, false)), planted.write);
         EXPECT_EQ(codeOf(writeToLogFile(target, "line", true, false)), planted.write);
         EXPECT_EQ(codeOf(oxWriteBufferToFile(target, bytes, 5).isEmpty()), planted.write);
+        EXPECT_EQ(codeOf(oxSetFileRights_ReadWriteExecuteAll(target)), planted.change);
+        EXPECT_EQ(codeOf(setExecutable_Rights(target, false).isEmpty()), planted.change);
+        EXPECT_EQ(codeOf(oxSetFileTime(target, &time)), planted.change);
+        EXPECT_EQ(codeOf(oxSetFileTime(target, nullptr)), planted.change);
         EXPECT_TRUE(isStill(target, planted.kind));
     });
 }

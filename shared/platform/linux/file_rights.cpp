@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <memory>
-#include <string>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -23,33 +22,18 @@ NativeName withoutSeparatorsAtEnd(NativeName name)
     return name;
 }
 
-/// Opens the target of a name, through links, to change its rights.
-Result<OpenFile> openToChange(NativeName const & name)
+/// Adds mode bits to the target of a name, through links.
+Result<> addBits(NativeName const & name, ::mode_t bits)
 {
-    constexpr int flags = O_PATH | O_CLOEXEC;
-    Place place;
-    Result<> found = place.open(name);
-    bool const isNoLink = !found && found.error().code == EISDIR; // a name such as "." or "/"
-    if (found)
-        found = place.followLinks();
-    if (!found && !isNoLink)
-        return found.error();
-    OpenFile file(isNoLink ? ::open(name.c_str(), flags)
-                           : ::openat(place.folder(), place.name.c_str(), flags | O_NOFOLLOW));
-    if (!file.isOpen())
-        return lastError();
-    return file;
-}
-
-Result<> addAllBits(OpenFile const & file)
-{
+    Result<OpenFile> const file = openToChange(name);
     struct stat status;
-    if (::fstat(static_cast<int>(file.handle()), &status) != 0)
+    if (!file)
+        return file.error();
+    if (::fstat(static_cast<int>(file->handle()), &status) != 0)
         return lastError();
     ::mode_t const mode = status.st_mode & 07777;
-    std::string const path = "/proc/self/fd/" + std::to_string(file.handle());
     // The mode is changed only if necessary, since only the owner may change it.
-    return resultOf((mode & 0777) == 0777 || ::chmod(path.c_str(), mode | 0777) == 0);
+    return resultOf((mode & bits) == bits || ::chmod(pathOf(*file).c_str(), mode | bits) == 0);
 }
 
 struct CloseFolder {
@@ -72,16 +56,22 @@ bool isEmpty(int folder)
 
 } // namespace
 
+bool const hasExecutableBits = true;
+
+Result<> makeExecutable(NativeName const & name)
+{
+    return addBits(name, 0111);
+}
+
 Result<> allowEverybodyToExecute(NativeName const & file)
 {
-    Result<OpenFile> const opened = openToChange(file);
-    return opened ? addAllBits(*opened) : opened.error();
+    return addBits(file, 0777);
 }
 
 Result<> allowEverybodyToFill(NativeName const & folder, bool)
 {
-    return allowEverybodyToExecute(
-        withoutSeparatorsAtEnd(folder)); // the execute bits allow entering a folder
+    // The execute bits allow entering a folder.
+    return addBits(withoutSeparatorsAtEnd(folder), 0777);
 }
 
 Result<> createFolderForEverybody(NativeName const & folder)

@@ -1,6 +1,6 @@
 #include "shared/platform/files.h"
 
-#include "shared/platform/linux/descriptor.h"
+#include "shared/platform/linux/place.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -141,16 +141,13 @@ Result<> setFileTimes(NativeName const & name, std::optional<std::int64_t> secon
 {
     timespec const time = seconds ? timespec{*seconds, 0} : timespec{0, UTIME_NOW};
     timespec const accessAndModification[] = {time, time};
-    return resultOf(::utimensat(AT_FDCWD, name.c_str(), accessAndModification, 0) == 0);
-}
-
-bool const hasExecutableBits = true;
-
-Result<> makeExecutable(NativeName const & name)
-{
-    struct stat status;
-    return resultOf(::stat(name.c_str(), &status) == 0 &&
-                    ::chmod(name.c_str(), (status.st_mode & 07777) | 0111) == 0);
+    auto const set = [&](NativeName const & path) {
+        return resultOf(::utimensat(AT_FDCWD, path.c_str(), accessAndModification, 0) == 0);
+    };
+    if (::geteuid() != 0)
+        return set(name);
+    Result<OpenFile> const file = openToChange(name);
+    return file ? set(pathOf(*file)) : file.error();
 }
 
 Result<std::uint64_t> freeBytes(NativeName const & path)

@@ -37,12 +37,6 @@ int descriptorOf(OpenFile const & file)
     return static_cast<int>(file.handle());
 }
 
-/// Returns a path of an open file that no other user can redirect.
-NativeName pathOf(int descriptor)
-{
-    return "/proc/self/fd/" + std::to_string(descriptor);
-}
-
 /// Returns a number for the running kernel and its process namespace. On some file systems a flock
 /// is only visible there.
 std::uint32_t thisSystem()
@@ -244,7 +238,7 @@ Result<> NewFile::open(NativeName const & target, Links links)
 
 NativeName NewFile::previousName() const
 {
-    return system_->previous.isOpen() ? pathOf(descriptorOf(system_->previous)) : NativeName();
+    return system_->previous.isOpen() ? pathOf(system_->previous) : NativeName();
 }
 
 Result<> NewFile::create(Access access)
@@ -277,7 +271,7 @@ Result<> NewFile::copyFrom(NativeName const & source)
 
 NativeName NewFile::beginWritingByName()
 {
-    return pathOf(descriptorOf(system_->file));
+    return pathOf(system_->file);
 }
 
 Result<> NewFile::endWritingByName()

@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <linux/magic.h>
+#include <string>
 #include <sys/vfs.h>
 #include <utility>
 
@@ -87,6 +88,31 @@ Result<> Place::followLinks(Until until)
             return moved;
     }
     return Error{ELOOP};
+}
+
+Result<OpenFile> openToChange(NativeName const & name)
+{
+    constexpr int flags = O_PATH | O_CLOEXEC;
+    Place place;
+    Result<> found = place.open(name);
+    bool const isNoLink = !found && found.error().code == EISDIR; // a name such as "." or "/"
+    if (found)
+        found = place.followLinks();
+    if (!found && !isNoLink)
+        return found.error();
+    OpenFile file(isNoLink ? ::open(name.c_str(), flags)
+                           : ::openat(place.folder(), place.name.c_str(), flags | O_NOFOLLOW));
+    struct stat status;
+    if (!file.isOpen() || ::fstat(static_cast<int>(file.handle()), &status) != 0)
+        return lastError();
+    if (S_ISLNK(status.st_mode)) // another process has just created the link
+        return Error{ELOOP};
+    return file;
+}
+
+NativeName pathOf(OpenFile const & file)
+{
+    return "/proc/self/fd/" + std::to_string(file.handle());
 }
 
 Result<OpenFile> createAt(Place const & place, IfExists ifExists, mode_t mode)

@@ -43,6 +43,13 @@ struct Place {
     Result<> moveTo(int at, NativeName const & path);
 };
 
+/// Opens the target of a name, through links, to change its attributes. Neither reads nor writes
+/// the file.
+Result<OpenFile> openToChange(NativeName const & name);
+
+/// Returns a path of an open file that no other user can redirect.
+NativeName pathOf(OpenFile const & file);
+
 /// Creates a file for writing. `ifExists` states whether an existing file or link makes the call
 /// fail or is replaced.
 Result<OpenFile> createAt(Place const & place, IfExists ifExists, mode_t mode);
