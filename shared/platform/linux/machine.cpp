@@ -1,6 +1,7 @@
 #include "shared/platform/machine.h"
 
 #include "shared/platform/file_names.h"
+#include "shared/platform/linux/folder_names.h"
 #include "shared/platform/linux/kernel_file.h"
 #include "shared/platform/linux/system_texts.h"
 
@@ -77,18 +78,17 @@ DiskBus busOf(fs::path const & folder)
 /// sensors.
 std::optional<int> temperatureOf(fs::path const & folder)
 {
+    std::optional<int> celsius;
     for (char const * place : {"device/hwmon", "device", "device/device/hwmon"}) {
-        std::error_code error;
-        for (fs::directory_iterator entry(folder / place, error), end; entry != end;
-             entry.increment(error)) {
-            if (!entry->path().filename().string().starts_with("hwmon"))
-                continue;
+        forEachName(AT_FDCWD, (folder / place).c_str(), [&](std::string_view name) {
+            if (celsius || !name.starts_with("hwmon"))
+                return;
             if (auto const thousandths =
-                    numberOf<int>(wholeFile((entry->path() / "temp1_input").c_str())))
-                return *thousandths / 1000;
-        }
+                    numberOf<int>(wholeFile((folder / place / name / "temp1_input").c_str())))
+                celsius = *thousandths / 1000;
+        });
     }
-    return std::nullopt;
+    return celsius;
 }
 
 /// Reads the table of an ATA disk through the SCSI layer. Only root may do this.
@@ -280,16 +280,14 @@ Result<IdleSample> idleSample(std::span<char> buffer)
 fs::path firstDiskIn(fs::path const & blockDevices)
 {
     fs::path first;
-    std::error_code error;
-    for (fs::directory_iterator entry(blockDevices, error), end; entry != end;
-         entry.increment(error)) {
-        fs::path const & folder = entry->path();
+    forEachName(AT_FDCWD, blockDevices.c_str(), [&](char const * name) {
+        fs::path const folder = blockDevices / name;
         std::error_code ignored;
         bool const isDisk = fs::exists(folder / "device", ignored) &&
                             numberOf<int>(wholeFile((folder / "removable").c_str())) != 1;
         if (isDisk && (first.empty() || folder < first))
             first = folder;
-    }
+    });
     return first;
 }
 

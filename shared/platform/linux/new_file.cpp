@@ -3,6 +3,7 @@
 #include "shared/platform/common/temporary_names.h"
 #include "shared/platform/linux/copy_content.h"
 #include "shared/platform/linux/descriptor.h"
+#include "shared/platform/linux/folder_names.h"
 #include "shared/platform/linux/kernel_file.h"
 #include "shared/platform/linux/place.h"
 
@@ -12,7 +13,6 @@
 #include <functional>
 #include <optional>
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/random.h>
@@ -96,23 +96,6 @@ void removeLeftFile(int folder, char const * name, std::optional<timespec> chang
         ::unlinkat(folder, name, 0);
 }
 
-struct CloseFolder {
-    void operator()(DIR * folder) const { ::closedir(folder); }
-};
-
-template <typename Visit>
-void forEachName(int folder, Visit const & visit)
-{
-    Descriptor duplicate(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    std::unique_ptr<DIR, CloseFolder> const opened(duplicate.isOpen() ? ::fdopendir(duplicate.get())
-                                                                      : nullptr);
-    if (!opened)
-        return;
-    duplicate.release();
-    while (dirent const * const found = ::readdir(opened.get()))
-        visit(found->d_name);
-}
-
 /// Returns whether a folder should be searched now. This is so once a minute: a process that writes
 /// many files into one folder must not list the folder for each of them.
 bool isSearchDue(struct stat const & folder, timespec now)
@@ -134,7 +117,7 @@ void removeLeftFiles(int folder, timespec now)
     int const error = errno;
     timespec const old = {now.tv_sec - leftBehindAfter, 0};
     std::uint32_t const system = thisSystem();
-    forEachName(folder, [&](char const * name) {
+    forEachName(folder, ".", [&](char const * name) {
         Temporary const kind = temporaryKind(name, system);
         if (kind != Temporary::No)
             removeLeftFile(folder, name,
@@ -363,7 +346,7 @@ void removeNewFilesOfThisProcess(NativeName const & target)
     if (!place.open(target))
         return;
     NativeName const prefix = temporaryPrefix(thisSystem(), thisProcess());
-    forEachName(place.folder(), [&](char const * name) {
+    forEachName(place.folder(), ".", [&](char const * name) {
         if (std::string_view(name).starts_with(prefix))
             ::unlinkat(place.folder(), name, 0);
     });

@@ -1,14 +1,15 @@
 #include "shared/platform/linux/system_texts.h"
 
 #include "shared/platform/file_names.h"
+#include "shared/platform/linux/folder_names.h"
 #include "shared/platform/linux/kernel_file.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
-#include <filesystem>
 #include <pwd.h>
+#include <string>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -137,10 +138,9 @@ bool mayBeDesktopUsers(std::uint32_t processId)
 std::optional<InputTicks> inputTicks()
 {
     std::int64_t typed = 0;
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry("/dev/pts", error), end; entry != end;
-         entry.increment(error))
-        typed = std::max(typed, lastTyped(entry->path().c_str()));
+    forEachName(AT_FDCWD, "/dev/pts", [&typed](char const * name) {
+        typed = std::max(typed, lastTyped((std::string("/dev/pts/") + name).c_str()));
+    });
     for (int console = 1; console < 64; ++console)
         typed = std::max(typed, lastTyped(("/dev/tty" + std::to_string(console)).c_str()));
 
