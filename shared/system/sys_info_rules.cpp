@@ -178,11 +178,16 @@ std::optional<platform::LocalClock> localClockAt(_oxTime const & time)
 
 DiskHealth diskHealthOf(platform::Result<platform::Disk> const & disk, bool withHealth)
 {
-    if (!disk)
-        return {{}, {}, {QStringLiteral("Cannot access PhysicalDrive0")}};
-    if (!disk->bus)
-        return {{}, {}, {QStringLiteral("Cannot read")}};
-    DiskHealth health{text::toQString(disk->model), disk->temperature, {busText(*disk->bus)}};
+    // Line by line, since a QStringList that is made of its lines crashes without memory.
+    DiskHealth health;
+    if (!disk || !disk->bus) {
+        health.lines +=
+            disk ? QStringLiteral("Cannot read") : QStringLiteral("Cannot access PhysicalDrive0");
+        return health;
+    }
+    health.name = text::toQString(disk->model);
+    health.temperature = disk->temperature;
+    health.lines += busText(*disk->bus);
     if (withHealth && disk->bus == platform::DiskBus::Ata)
         addSmartTable(disk->smartTable, health);
     if (health.temperature)
