@@ -7,6 +7,7 @@
 #include "shared/text/native_path.h"
 
 #include <algorithm>
+#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -36,6 +37,27 @@ _oxFileLockStatus::Holder holderOf(LockFileView const & view)
         break;
     }
     return _oxFileLockStatus::Unknown;
+}
+
+/// Writes the description of the holder into the lock file. Without memory the file stays empty, as
+/// on a full disk; the lock does not depend on its content.
+void describeHolder(LockFile & file, QString const & who)
+{
+    try {
+        file.write(lockFileText(who, _oxTime(true)));
+    } catch (std::bad_alloc const &) {
+    }
+}
+
+/// Returns the new name for a lock file that cannot be deleted. Without memory the name is empty,
+/// and the file is not renamed.
+NativeName leftoverName(_oxString8_evenSize<250> const & lockFileName)
+{
+    try {
+        return ox::platform::nativeName(std::string(lockFileName.view()) + ".none");
+    } catch (std::bad_alloc const &) {
+        return {};
+    }
 }
 
 void removeIfStale(NativeName const & name)
@@ -100,7 +122,7 @@ bool _oxFileLocker::lock(int const & timeoutMs, QString const & who, int * waite
     if (!ox::platform::reportToThread(taken) || isHeld)
         return false;
     if (!checkOnly) {
-        file->write(lockFileText(who, _oxTime(true)));
+        describeHolder(*file, who);
         held_ = std::move(file);
     }
     return true;
@@ -116,8 +138,7 @@ bool _oxFileLocker::unlock()
     auto const held = std::exchange(held_, nullptr);
     if (!held)
         return true;
-    auto const leftover = ox::platform::nativeName(std::string(lockFileName_.view()) + ".none");
-    return ox::platform::reportToThread(held->release(leftover));
+    return ox::platform::reportToThread(held->release(leftoverName(lockFileName_)));
 }
 
 _oxFileLockStatus _oxFileLocker::status() const

@@ -1,6 +1,7 @@
 #include "shared/platform/folders.h"
 
 #include "shared/platform/linux/descriptor.h"
+#include "shared/platform/open_file.h"
 
 #include <cerrno>
 #include <optional>
@@ -89,6 +90,11 @@ std::optional<Identity> identityOf(int folder, char const * name)
 int openFolder(int at, char const * name)
 {
     return ::openat(at, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+}
+
+int descriptorOf(OpenFile const & file)
+{
+    return static_cast<int>(file.handle());
 }
 
 /// Returns whether a folder is a mount point. Also detects a folder of the same file system that is
@@ -216,10 +222,10 @@ std::int64_t FolderWalk::modified()
 }
 
 struct FolderTree::System {
-    std::unique_ptr<Descriptor> current;
+    OpenFile current;
     std::vector<Identity> above;
 
-    int folder() const { return current->get(); }
+    int folder() const { return descriptorOf(current); }
 };
 
 FolderTree::FolderTree() : system_(std::make_unique<System>()) {}
@@ -232,8 +238,8 @@ Result<> FolderTree::open(NativeName const & folder)
     NativeName name = folder;
     while (name.size() > 1 && name.ends_with(ownSeparator))
         name.pop_back();
-    auto opened = std::make_unique<Descriptor>(openFolder(AT_FDCWD, name.c_str()));
-    if (!opened->isOpen())
+    OpenFile opened(openFolder(AT_FDCWD, name.c_str()));
+    if (!opened.isOpen())
         return lastError();
     system_->current = std::move(opened);
     return {};
@@ -279,15 +285,15 @@ Result<std::vector<FolderTree::Entry>> FolderTree::entries() const
 Result<> FolderTree::enter(Entry const & folder)
 {
     auto const here = identityOf(system_->folder(), ".");
-    auto opened = std::make_unique<Descriptor>(openFolder(system_->folder(), folder.name.c_str()));
-    if (!here || !opened->isOpen())
+    OpenFile opened(openFolder(system_->folder(), folder.name.c_str()));
+    if (!here || !opened.isOpen())
         return lastError();
     // leave() needs the parent folder, so a folder without an accessible parent is not entered.
-    auto const above = identityOf(opened->get(), "..");
-    auto const there = identityOf(opened->get(), ".");
+    auto const above = identityOf(descriptorOf(opened), "..");
+    auto const there = identityOf(descriptorOf(opened), ".");
     if (!above || !there)
         return lastError();
-    if (above != here || there->device != here->device || isMountPoint(opened->get()))
+    if (above != here || there->device != here->device || isMountPoint(descriptorOf(opened)))
         return Error{EBUSY};
     system_->above.push_back(*here);
     system_->current = std::move(opened);
@@ -296,8 +302,8 @@ Result<> FolderTree::enter(Entry const & folder)
 
 Result<> FolderTree::leave()
 {
-    auto opened = std::make_unique<Descriptor>(openFolder(system_->folder(), ".."));
-    auto const there = opened->isOpen() ? identityOf(opened->get(), ".") : std::nullopt;
+    OpenFile opened(openFolder(system_->folder(), ".."));
+    auto const there = opened.isOpen() ? identityOf(descriptorOf(opened), ".") : std::nullopt;
     if (!there)
         return lastError();
     if (there != system_->above.back())

@@ -2,6 +2,7 @@
 
 #include "shared/platform/linux/descriptor.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
@@ -82,28 +83,41 @@ int openExisting(NativeName const & name)
     return writable >= 0 ? writable : ::open(name.c_str(), O_RDONLY | existing);
 }
 
-std::string readStart(int descriptor)
+/// The start of an open file, in memory that is always there.
+class Start
 {
-    char text[4096];
-    ssize_t const size = ::pread(descriptor, text, sizeof text, 0);
-    return size > 0 ? std::string(text, static_cast<std::size_t>(size)) : std::string();
-}
+  public:
+    Start() = default;
+    explicit Start(int descriptor)
+        : size_(std::max<ssize_t>(::pread(descriptor, bytes_, sizeof bytes_, 0), 0))
+    {
+    }
+    std::string_view view() const { return {bytes_, static_cast<std::size_t>(size_)}; }
+
+  private:
+    char bytes_[4096];
+    ssize_t size_ = 0;
+};
 
 /// Identifies a closed file among others of the same name. Some shares derive inode numbers from
 /// names, and a local disk reuses them, so the content is compared, too.
 struct Identity {
     dev_t device = 0;
     ino_t number = 0;
-    std::string content;
+    Start content;
 
-    bool operator==(Identity const &) const = default;
+    bool operator==(Identity const & other) const
+    {
+        return device == other.device && number == other.number &&
+               content.view() == other.content.view();
+    }
 };
 
 Identity identityOf(int descriptor)
 {
     struct stat status = {};
     ::fstat(descriptor, &status);
-    return {status.st_dev, status.st_ino, readStart(descriptor)};
+    return {status.st_dev, status.st_ino, Start(descriptor)};
 }
 
 bool wasWrittenBefore(int descriptor, std::int64_t time)
@@ -181,6 +195,7 @@ LockFile::~LockFile()
 Result<> LockFile::take(NativeName const & name)
 {
     if (!isPending_) {
+        name_ = name; // before there is a file, for lack of memory may end this
         int const created =
             ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
         if (created < 0) {
@@ -191,7 +206,6 @@ Result<> LockFile::take(NativeName const & name)
         // Other users must be able to open the file whatever the umask, or a stale file stays.
         ::fchmod(created, 0666);
         handle_ = created;
-        name_ = name;
         isPending_ = true;
     }
     int const file = static_cast<int>(handle_);
@@ -289,7 +303,7 @@ LockFileView viewLockFile(NativeName const & name)
         view.holder = LockFileView::Holder::Process;
     else if (shared == Flock::Taken && takeFlock(file.get(), LOCK_EX) != Flock::Busy)
         view.holder = LockFileView::Holder::None;
-    view.content = readStart(file.get());
+    view.content = Start(file.get()).view();
     return view;
 }
 

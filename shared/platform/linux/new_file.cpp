@@ -12,6 +12,7 @@
 #include <ctime>
 #include <functional>
 #include <optional>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -145,6 +146,7 @@ struct NewFile::System {
 Result<> NewFile::System::createAs(NativeName const & name, mode_t mode)
 {
     int const flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    NativeName kept = name; // before there is a file, for lack of memory may end this
     OpenFile created(::openat(place.folder(), name.c_str(), flags, mode));
     if (!created.isOpen())
         return lastError();
@@ -158,7 +160,7 @@ Result<> NewFile::System::createAs(NativeName const & name, mode_t mode)
         isLocked && ::fstat(descriptorOf(created), &opened) == 0 && place.status(named, name);
     if (!isNamed)
         return Error{EEXIST};
-    temporary = name;
+    temporary = std::move(kept);
     file = std::move(created);
     removeLeftFiles(place.folder(), opened.st_ctim);
     return {};

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <cstdio>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -153,15 +154,15 @@ struct SharedSegment::System {
     {
         mode_t const mode = reach == Reach::Global ? 0666 : 0600;
         descriptor = ::open(objectFolder.data(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode);
-        std::string const self = "/proc/self/fd/" + std::to_string(descriptor);
+        char self[40]; // a string that cannot be allocated would leave the object open
+        std::snprintf(self, sizeof self, "/proc/self/fd/%d", descriptor);
         // fchmod sets the mode again, since the umask must not apply to segments.
         if (!isOpen() || ::fchmod(descriptor, mode) != 0 || !takeFlock(LOCK_SH))
             return lastError("open");
         if (auto const reserved = reserve(wanted); !reserved)
             return reserved;
-        return resultOf(
-            ::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0,
-            "linkat");
+        return resultOf(::linkat(AT_FDCWD, self, AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0,
+                        "linkat");
     }
 
     /// Fills an orphan again, even that of another user, who alone may remove it. The exclusive

@@ -97,11 +97,11 @@ LockFile::~LockFile()
 
 Result<> LockFile::take(NativeName const & name)
 {
+    name_ = name; // before there is a file, for lack of memory may end this
     Handle file(openFile(name, GENERIC_READ | GENERIC_WRITE | DELETE, shareNothing, CREATE_NEW));
     if (!file.isOpen())
         return openError("CreateFileW");
     handle_ = reinterpret_cast<std::intptr_t>(file.release());
-    name_ = name;
     return {};
 }
 
