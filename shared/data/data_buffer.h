@@ -16,10 +16,10 @@
 /// Growable block of bytes with a small header, a CRC-32, compression, searches and files.
 /// docs/file_formats.md describes the files.
 ///
-/// Fails: a function returns false or a negative code and sets `error` to the code; nothing throws.
-/// A failure keeps content and capacity, except when memory is lacking: the buffer then has no
-/// block. A request above `memoryLimitMB` fails with an unchanged `error`, unless a function says
-/// otherwise.
+/// Fails: a function returns false or a negative code and sets `error` to the code. Only a lack of
+/// memory for the name of a file throws (std::bad_alloc). A failure keeps content and capacity,
+/// except when memory is lacking: the buffer then has no block. A request above `memoryLimitMB`
+/// fails with an unchanged `error`, unless a function says otherwise.
 ///
 /// The header words may come from a file and are untrusted. No operation accesses memory outside
 /// the block, whatever `size`, `dataOffset` and `sizeUncompressed` contain.

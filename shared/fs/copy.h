@@ -6,7 +6,8 @@
 #include <QString>
 
 /// Copies single files, also from and to a slow share. A function returns the text of its failure,
-/// or the empty text for success; nothing throws. File names follow the rules of shared/fs/file.h.
+/// or the empty text for success; only a lack of memory throws (std::bad_alloc). File names follow
+/// the rules of shared/fs/file.h.
 
 /// Copies a file and sets the copy's last-write time to that of the source.
 ///

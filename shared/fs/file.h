@@ -12,9 +12,10 @@
 /// Operations on single files and folders, on local disks and on the farm's shares.
 ///
 /// A file exists if its name refers to something other than a folder. Links are followed: a link
-/// without a target does not exist. An empty name and a name with a 0 character refer to nothing. A
-/// function that returns a text returns the empty one for success. The text of a failure ends with
-/// the system's message. Nothing throws.
+/// without a target does not exist. On Linux, root changes no file through the link of another
+/// user. An empty name and a name with a 0 character refer to nothing. A function that returns a
+/// text returns the empty one for success. The text of a failure ends with the system's message.
+/// Only a lack of memory throws (std::bad_alloc).
 
 /// Returns whether a file exists, also one that cannot be opened. Makes one status query and does
 /// not open the file.

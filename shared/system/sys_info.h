@@ -23,7 +23,8 @@ struct IdleSample;
 ///     info->update(false);
 ///     info->cpuUsage.strSystemPerc(); // load since the last update
 ///
-/// Fails: a value that is not available leaves its field unchanged; nothing throws.
+/// Fails: a value that is not available leaves its field unchanged; only a lack of memory throws
+/// (std::bad_alloc).
 /// Threads: one thread at a time.
 class OX_EXPORT _oxSysInfo
 {
