@@ -16,6 +16,9 @@
 #include <string>
 
 using ox::platform::Content;
+using ox::platform::ErrorKind;
+using ox::platform::FileStatus;
+using ox::platform::fileStatus;
 using ox::platform::kindOf;
 using ox::platform::NameKind;
 using ox::platform::NativeName;
@@ -177,8 +180,12 @@ bool oxRenameFile(QString const & from, QString const & to, bool overwrite)
             return false;
         if (source == target)
             return true;
-        if (isFile(source))
+        Result<FileStatus> const status = fileStatus(source);
+        if (status && !status->isFolder)
             return reportToThread(ox::platform::moveOver(source, target));
+        // A source that cannot be looked at may be there all the same.
+        if (!status && status.error().kind() != ErrorKind::NotFound)
+            return reportToThread(status);
         static_cast<void>(ox::platform::deleteFile(target));
         return false;
     }

@@ -74,7 +74,8 @@ OX_EXPORT bool oxCreateFolder(QString const & path, bool withParents);
 
 /// Renames or moves a file, also to another drive. Returns whether this succeeded. Without
 /// overwrite an existing file under the new name makes the call fail. With overwrite that file is
-/// deleted, even when `from` does not exist.
+/// deleted, even when `from` does not exist. It stays when the system fails to report whether
+/// `from` exists.
 ///
 /// When both names refer to the same file, overwrite deletes no content. Two spellings of one name
 /// succeed and apply the letter case of `to`. Of two hard links `to` remains. A link does not
