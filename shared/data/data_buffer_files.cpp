@@ -407,8 +407,10 @@ bool _OX_DataBuffer::loadFromFileCompressed(QString const & file, bool growToFit
 {
     error = 0;
     NativeName const name = nativePath(file);
-    // Compatibility: these files hold settings and caches. A missing one counts as empty.
-    if (!ox::platform::statusOfFile(name))
+    // Compatibility: these files hold settings and caches. A missing one counts as empty. A file
+    // without a readable status is not known to be missing.
+    auto const status = ox::platform::fileStatus(name);
+    if (status ? status->isFolder : status.error().kind() == ox::platform::ErrorKind::NotFound)
         return true;
     GzipFile gzip(name, Mode::Read);
     if (!load(gzip, true, headerOf(*this), {nullptr, 0}, error))
