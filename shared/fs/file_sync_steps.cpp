@@ -37,16 +37,18 @@ class FileSync
         if (time.value <= 0)
             return failed("Source has no file time! ", source_);
 
-        _oxTime targetTime;
-        __int64 targetSize = 0;
-        bool const exists = oxFileExists(target_, &targetTime, &targetSize);
-        bool const isEqual = exists && targetSize == size && targetTime == time;
+        auto const target = platform::fileStatus(nativePath(target_));
+        bool const exists = target && !target->isFolder;
+        bool const isEqual = exists && target->size == size && target->modified == time.value;
+        // A target that cannot be looked at is not known to be missing, and kept as well.
+        bool const isReplaced =
+            exists || (!target && target.error().kind() != platform::ErrorKind::NotFound);
         if (exists && !isEqual)
             append(info_, "Renaming dest file", target_, ";\n");
         if (!makeFolder())
             return Result::Failed;
         if (!isEqual)
-            return copy(pause, exists, size, time);
+            return copy(pause, isReplaced, size, time);
         if (verbose)
             append(info_, "No need to copy ", source_, " => ", target_, ". ");
         return Result::UpToDate;
