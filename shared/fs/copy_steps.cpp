@@ -91,8 +91,11 @@ QString copyWhole(platform::NativeName const & from, platform::NewFile & to, int
         return failure;
     if (QString const flushFailure = systemText(to.file().flush()); !flushFailure.isEmpty())
         return flushFailure;
-    if (std::int64_t const size = to.file().size().value_or(-1); size < status->size)
-        return QStringLiteral("The copy had %1 of %2 bytes.").arg(size).arg(status->size);
+    platform::Result<std::int64_t> const size = to.file().size();
+    if (!size)
+        return systemText(size.error());
+    if (*size < status->size)
+        return QStringLiteral("The copy had %1 of %2 bytes.").arg(*size).arg(status->size);
     static_cast<void>(to.file().setTimes(status->modified));
     return {};
 }
