@@ -146,7 +146,7 @@ struct NewFile::System {
 Result<> NewFile::System::createAs(NativeName const & name, mode_t mode)
 {
     int const flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-    NativeName kept = name; // before there is a file, for lack of memory may end this
+    NativeName kept = name; // allocated first: without memory no file must be left
     OpenFile created(::openat(place.folder(), name.c_str(), flags, mode));
     if (!created.isOpen())
         return lastError();
@@ -155,14 +155,19 @@ Result<> NewFile::System::createAs(NativeName const & name, mode_t mode)
     // removes temporary files.
     struct stat opened;
     struct stat named;
-    bool const isLocked = takeFlock(descriptorOf(created)) || errno != EWOULDBLOCK;
+    bool const hasFlock = takeFlock(descriptorOf(created));
+    bool const isLocked = hasFlock || errno != EWOULDBLOCK;
     bool const isNamed =
         isLocked && ::fstat(descriptorOf(created), &opened) == 0 && place.status(named, name);
-    if (!isNamed)
+    if (!isNamed) {
+        ::unlinkat(place.folder(), name.c_str(), 0);
         return Error{EEXIST};
+    }
     temporary = std::move(kept);
     file = std::move(created);
-    removeLeftFiles(place.folder(), opened.st_ctim);
+    // Without its flock the new file looks like one that a process left.
+    if (hasFlock)
+        removeLeftFiles(place.folder(), opened.st_ctim);
     return {};
 }
 
