@@ -3,7 +3,6 @@
 #include "shared/fs/copy.h"
 
 #include "shared/system/os_error.h"
-#include "tests/support/fault_injection.h"
 #include "tests/support/file_content.h"
 #include "tests/support/shell.h"
 #include "tests/support/temporary_folder.h"
@@ -158,24 +157,6 @@ TEST_F(CopyOnLinux, RefusesABufferOfAWholeSourceThatIsTooLarge)
     EXPECT_FALSE(QFile::exists(to));
 }
 
-TEST_F(CopyOnLinux, ReportsAFullDisk)
-{
-    if (!shell.succeeds("unshare -rm mount -t tmpfs tmpfs ."))
-        GTEST_SKIP() << "mounting a small disk in a separate name space is not allowed";
-    writeFile(from, QByteArray(3 << 20, 'x'));
-    writeFile(path("log"), "a log that");
-    std::string const result = printed(R"sh(
-        mkdir disk && exec unshare -rm sh -ec '
-            mount -t tmpfs -o size=1m tmpfs disk
-            "$0" copy a disk/b -1; ls disk
-            "$0" copy a disk/b 0; wc -c <disk/b
-            cat log >disk/b 2>&1; cat a >>log
-            "$0" resume log disk/b; cmp -n 1048576 log disk/b; wc -c <disk/b' "$0")sh");
-    // A truncated copy in pieces counts as a success. The caller must compare the sizes.
-    EXPECT_EQ(result, lines({QString(oxLastOSError(ENOSPC)), QString(), text("1048576"),
-                             text("Unable to write data"), text("1048576")}));
-}
-
 TEST_F(CopyOnLinux, NeedsWritePermissionForTheFolder)
 {
     if (!shell.succeeds("setpriv --version"))
@@ -194,25 +175,4 @@ TEST_F(CopyOnLinux, NeedsWritePermissionForTheFolder)
     EXPECT_EQ(result,
               lines({refusal, text("Unable to open output file."),
                      text("Unable to delete file, %1.").arg(refusal), refusal, text("old")}));
-}
-
-TEST_F(CopyOnLinux, ReportsFailedReadsAndWritesAsDocumented)
-{
-    writeFile(from, "1234567");
-    writeFile(path("log"), "123");
-    if (!canInjectFaults(shell, "copy a a 0"))
-        GTEST_SKIP() << noFaultInjection;
-    std::string const result = printed(R"sh(
-        with() { fault=$1; shift; fiu-run -x -c "enable name=posix/$fault" "$0" "$@"; }
-        with io/rw/write,failinfo=28 copy /proc/version b -1; ls
-        with io/rw/read,failinfo=116 copy /proc/version b -1; ls
-        with io/rw/read copy a b 0; wc -c <b
-        with io/rw/write,failinfo=28 copy a b 0; wc -c <b
-        with io/rw/write,failinfo=28 resume a log
-        with io/rw/read resume a log
-        cat log; echo)sh");
-    EXPECT_EQ(result, lines({QString(oxLastOSError(ENOSPC)), text("a"), text("log"),
-                             QString(oxLastOSError(ESTALE)), text("a"), text("log"), QString(),
-                             text("0"), QString(), text("0"), text("Unable to write data"),
-                             text("Unable to read all data  0 != 7-3"), text("123")}));
 }

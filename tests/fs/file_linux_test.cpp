@@ -137,14 +137,6 @@ TEST_F(FileOnLinux, DoesNotWaitForANamedPipe)
     EXPECT_FALSE(_oxFileSearcher().load(pipe));
 }
 
-TEST_F(FileOnLinux, ReportsAFullDisk)
-{
-    unsigned char bytes[10] = {};
-    EXPECT_EQ(oxWriteBufferToFile(text("/dev/full"), bytes, 10),
-              text("Unable to write 10b (0/10 done): ") + QString(oxLastOSError(ENOSPC)));
-    EXPECT_FALSE(writeToLogFile("/dev/full", "no", false, false));
-}
-
 TEST_F(FileOnLinux, LogLinesOfSeveralProcessesDoNotMix)
 {
     expectLogLinesDoNotMix(path("log"));

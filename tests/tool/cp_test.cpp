@@ -1,5 +1,4 @@
 #include "shared/system/os_error.h"
-#include "tests/support/fault_injection.h"
 #include "tests/support/file_content.h"
 #include "tests/tool/share.h"
 #include "tests/tool/tool_run.h"
@@ -94,33 +93,6 @@ TEST_F(Copying, NoticesThatTheSourceShrinksMeanwhile)
     EXPECT_EQ(run.status(), 1);
     EXPECT_TRUE(run.errors().contains(text("The copy had 1048576 of 2097155 bytes.")));
     EXPECT_EQ(share.names(), QStringList(text("a")));
-}
-
-TEST_F(Copying, NoFaultLeavesAHalfFile)
-{
-    QString const start = text("oxtool: a was not copied. There is no disk/b. ");
-    if (works("unshare -rm mount -t tmpfs tmpfs .")) {
-        EXPECT_EQ(shell(R"sh(mkdir disk; unshare -rm sh -c '
-                             mount -t tmpfs -o size=1m tmpfs disk
-                             "$0" cp a disk/b; "$0" cp a disk/b --pause 0; "$0" resume a disk/b
-                             ls -A disk' "$0")sh"),
-                  (QStringList{start + QString(oxLastOSError(ENOSPC)),
-                               start + QString(oxLastOSError(ENOSPC)),
-                               start + QString(oxLastOSError(ENOSPC))}));
-    } else {
-        std::puts("A full disk is not tested: mounting one in a name space is not allowed.");
-    }
-    if (!canInjectFaults(toolShell(share.path()), "layout"))
-        GTEST_SKIP() << noFaultInjection;
-    // The second piece, and the closing at which a share reports a full disk.
-    EXPECT_EQ(
-        shell(R"(mkdir -p disk
-                       for fault in io/rw/write,failinfo=28 io/rw/read,failinfo=5 io/oc/close,failinfo=28; do
-                           ! fiu-run -x -c "enable name=posix/$fault" "$0" cp a disk/b --pause 0
-                       done
-                       ls -A disk)"),
-        (QStringList{start + QString(oxLastOSError(ENOSPC)), start + QString(oxLastOSError(EIO)),
-                     start + QString(oxLastOSError(ENOSPC))}));
 }
 
 TEST_F(Copying, KeepsTheModeOfTheFileThatItReplaces)

@@ -80,20 +80,6 @@ TEST(Inspect, CallsNothingDamagedThatItCannotRead)
     EXPECT_TRUE(run.errors().contains(QLatin1String("Unable to allocate memory")));
 }
 
-TEST(Pack, GivesTheSystemsReasonWhenTheDiskIsFull)
-{
-    Share const share;
-    for (char const * format : {"db", "zp", "ns", "gz"}) {
-        ProgramRun const run =
-            toolShell().run("trap '' XFSZ; ulimit -f 1; exec \"$0\" pack \"$@\"",
-                            {goldenPath("binary.raw"), share.path(QStringLiteral("out")),
-                             QStringLiteral("--format"), text(format)});
-        EXPECT_EQ(run.exitCode, 1) << format;
-        EXPECT_TRUE(run.errors.contains("File too large")) << format;
-        EXPECT_EQ(share.names(), QStringList()) << format;
-    }
-}
-
 TEST(Pack, WritesWhatUnpackAndOtherProgramsRead)
 {
     QByteArray const payload = goldenFile("binary.raw");

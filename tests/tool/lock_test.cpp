@@ -1,4 +1,3 @@
-#include "tests/support/fault_injection.h"
 #include "tests/support/golden.h"
 #include "tests/tool/share.h"
 #include "tests/tool/tool_run.h"
@@ -97,24 +96,6 @@ TEST(Lock, DoesNotCallALockFreeThatItCannotLookAt)
         EXPECT_EQ(run.output(), QString());
         EXPECT_TRUE(run.errors().contains(QLatin1String("No such file or directory")))
             << run.errors().toStdString();
-    }
-}
-
-TEST(Lock, ReportsWhatItCouldNotRemove)
-{
-    Share const share;
-    QString const job = share.write(QStringLiteral("job"), goldenFile("small.oxdb"));
-    if (!canInjectFaults(toolShell(), "layout >/dev/null"))
-        GTEST_SKIP() << noFaultInjection;
-    for (char const * command : {"refresh \"$1\"", "lock \"$1\" -- true"}) {
-        QByteArray const script =
-            QByteArray(R"(busy() { fiu-run -x -c "enable name=posix/io/dir/unlink,failinfo=16" \
-                                            -c "enable name=posix/io/dir/rename,failinfo=16" "$@"; }
-                           errors=$(busy "$0" )") +
-            command + R"( 2>&1 >/dev/null)
-                      [ $? = 1 ] && rm "$1"_lock.txt && case $errors in
-                      *"cannot remove the lock file '$1_lock.txt': Error 16: "*) ;; *) false;; esac)";
-        EXPECT_TRUE(toolShell().succeeds(script, {job})) << command;
     }
 }
 

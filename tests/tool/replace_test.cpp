@@ -136,17 +136,3 @@ TEST(Replace, FailsWithTheReasonAndLeavesTheFileAsItWas)
         EXPECT_EQ(share.names(), before);
     }
 }
-
-TEST(Replace, AFileThatCannotBeWrittenToItsEndStaysTheOldOne)
-{
-    // A limit on the length of files stands for a full disk.
-    Share const share;
-    QByteArray const content = QByteArray(300000, 'x') + '\n';
-    QString const file = share.write(ini, content);
-    QString const said =
-        toolShell().printed("ulimit -f 8; \"$0\" replace \"$1\" x y; echo status $?", {file});
-    EXPECT_TRUE(said.contains(QLatin1String("File too large"))) << said.toStdString();
-    EXPECT_TRUE(said.endsWith(QLatin1String("status 1\n"))) << said.toStdString();
-    EXPECT_EQ(contentOf(file), content);
-    EXPECT_EQ(share.names(), QStringList{ini});
-}
