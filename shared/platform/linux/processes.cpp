@@ -133,7 +133,7 @@ std::string_view nameOf(int proc, std::uint32_t id, StatLine const & stat, std::
     if (size > 0)
         return executableName({buffer.data(), static_cast<std::size_t>(size)});
     std::string_view const command = stat.command();
-    if (command.size() < truncatedSize)
+    if (command.size() < truncatedCommand)
         return command;
     return completedCommand(command, readFile(proc, thread, "cmdline", buffer));
 }
