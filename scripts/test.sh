@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs missing packages, builds the library, the tool and the tests, and runs all tests:
 #   scripts/test.sh [PRESET] [CTEST-ARGUMENT…]     PRESET: dev (the default), asan, tsan, qt5 or static
-# With tsan it builds and runs only the tests that have threads.
+# With tsan it builds and runs tests/races only.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 

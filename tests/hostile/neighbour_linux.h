@@ -32,8 +32,8 @@ class NeighbourTest : public FolderTest
     /// Whether the path still means what was put there.
     static bool isStill(QString const & path, Kind kind);
 
-    /// As root, runs the acts in turn for OX_RACE_SECONDS (1 by default), while the other user exchanges the
-    /// names in the folder, and the temporary files there, for things of these kinds.
+    /// As root, runs the acts in turn for OX_RACE_SECONDS (1 by default), while the other user
+    /// exchanges the names in the folder, and the temporary files there, for things of these kinds.
     struct Act {
         char const * name;
         std::function<void()> run;
