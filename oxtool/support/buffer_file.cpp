@@ -24,7 +24,8 @@ using enum _OX_DataBuffer::ErrorCode;
 /// Whether a code without a text of its own for the reason stands for a failed system call.
 bool isSystemFailure(int code)
 {
-    return code == NotReadable || code == NotWritten || code == Z_ERRNO || code < EndOfFile;
+    return code == NotReadable || code == NotWritten || code == Z_ERRNO ||
+           code < _OX_DataBuffer::EndOfFile;
 }
 
 QString missingText()
