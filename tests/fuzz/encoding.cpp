@@ -191,10 +191,9 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t siz
     QString const text = utf16Of(bytes);
     QString const endings[] = {QStringLiteral("</b>"), QStringLiteral("\"/>"),
                                QStringLiteral("\\a.exr"), QStringLiteral(" ") + behind};
-    for (Coder const & coder : coders) {
-        for (QString const & ending : endings)
-            checkRoundTrip(coder, before, text, ending);
-    }
+    QString const & ending = endings[bytes.size() % std::size(endings)];
+    for (Coder const & coder : coders)
+        checkRoundTrip(coder, before, text, ending);
     for (QString const & markup : {text, latin1(bytes)}) {
         checkDecoders(markup);
         checkXml(markup);
