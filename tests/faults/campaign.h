@@ -10,7 +10,8 @@
 namespace ox::tests
 {
 
-/// Every fault, or a few of them for what takes long to run. OX_FAULTS=all makes that every one.
+/// Every fault, or a few of them for what takes long to run, fewer with the address sanitizer.
+/// OX_FAULTS=all makes that every one.
 std::vector<Fault> allFaults();
 std::vector<Fault> someFaults();
 

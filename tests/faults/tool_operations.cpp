@@ -82,7 +82,7 @@ Operation synchronising()
             .after = after,
             .run = tool({"sync", "@from", "@to"}),
             .backup = "/to/a_old",
-            .texts = {sourceIsMissing},
+            .texts = {sourceIsMissing, "Destination folder does not exist!"},
             .isFlushed = true};
 }
 
@@ -98,6 +98,7 @@ Operation replacing()
             .before = {{"/target", before}},
             .after = {{"/target", after}},
             .run = tool({"replace", "@target", "farm-old", "farm17"}),
+            .texts = {"is write-protected"}, // or cannot be looked at
             .isFlushed = true};
 }
 

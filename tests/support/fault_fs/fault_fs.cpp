@@ -8,8 +8,10 @@
 // inode, path, new path, size, offset and result, separated by tabs. --data receives the bytes of
 // the writes, in the order of the log. --delay makes each request take longer. --piece is the
 // largest read or write, 128 KiB by default. --control is a file with a FaultControl; with it
-// fault_fs ends with the process that started it. The end of an open file (RELEASE) is neither
-// counted nor logged, since the kernel sends it at a time of its own. A flock never waits.
+// fault_fs ends when the process that started it dies, and then removes the file's folder.
+//
+// The end of an open file (RELEASE) is neither counted nor logged, since the kernel sends it at a
+// time of its own. A flock never waits.
 
 #define FUSE_USE_VERSION 312
 
@@ -21,6 +23,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -51,6 +54,7 @@ int logFile = -1;
 int dataFile = -1;
 unsigned piece = 128 * 1024;
 std::chrono::microseconds delay(0);
+std::filesystem::path testFolder; ///< that of the control file
 
 /// Whether the kernel's present request is still to be counted. The FUSE library asks for the
 /// attributes of what a request has made or changed, which is a part of that request.
@@ -407,13 +411,17 @@ int mountAndServe(char const * program, char const * mountPoint)
     return isMounted ? 0 : 1;
 }
 
-FaultControl * mapControl(char const * name)
+bool serveTest(char const * controlFile)
 {
-    int const file = ::open(name, O_RDWR | O_CLOEXEC);
+    int const file = ::open(controlFile, O_RDWR | O_CLOEXEC);
     void * const shared =
         ::mmap(nullptr, sizeof(FaultControl), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
     ::close(file);
-    return shared == MAP_FAILED ? nullptr : static_cast<FaultControl *>(shared);
+    if (shared == MAP_FAILED)
+        return false;
+    control = static_cast<FaultControl *>(shared);
+    testFolder = std::filesystem::path(controlFile).parent_path();
+    return ::prctl(PR_SET_PDEATHSIG, SIGTERM) == 0;
 }
 
 bool readOption(std::string_view option, char const * value)
@@ -428,7 +436,7 @@ bool readOption(std::string_view option, char const * value)
     else if (option == "--data")
         return (dataFile = ::open(value, toAppend, 0600)) >= 0;
     else if (option == "--control")
-        return (control = mapControl(value)) && ::prctl(PR_SET_PDEATHSIG, SIGTERM) == 0;
+        return serveTest(value);
     else
         return false;
     return true;
@@ -451,7 +459,11 @@ int runProgram(int count, char ** words)
         std::perror(words[next]);
         return 1;
     }
-    return mountAndServe(words[0], words[next + 1]);
+    pid_t const starter = ::getppid();
+    int const result = mountAndServe(words[0], words[next + 1]);
+    if (!testFolder.empty() && ::getppid() != starter)
+        std::filesystem::remove_all(testFolder);
+    return result;
 }
 
 } // namespace
