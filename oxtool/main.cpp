@@ -41,7 +41,7 @@ int runProgram(std::vector<std::string> arguments)
 int main(int argc, char ** argv)
 {
     ox::platform::prepareStandardStreams();
-    ox::tool::prepareForStopRequests();
+    ox::tool::installStopHandling();
     int const status = ox::tool::runProgram(ox::platform::utf8Arguments(argc, argv));
     return ox::tool::finishOutput() ? status : std::max<int>(status, ox::tool::Failed);
 }

@@ -103,9 +103,9 @@ void append(QString const & from, QString const & to, qint64 begin)
     auto const whatIsThere = [&] {
         return QStringLiteral("%1 has %2 of %3 bytes.").arg(to).arg(sizeOf(to)).arg(sizeOf(from));
     };
-    Holding interruption;
-    interruption.take([] { return true; }, [] {},
-                      [&] { return QStringLiteral("stopped. ") + whatIsThere(); });
+    StopGuard guard;
+    guard.acquire([] { return true; }, [] {},
+                  [&] { return QStringLiteral("stopped. ") + whatIsThere(); });
     QString const failure = showProgress(
         from, begin, [&] { return sizeOf(to); },
         [&] {

@@ -38,8 +38,8 @@ class Emptying
         // On a thread of its own, so that a stop request can wait until it stands still and tell
         // exactly what was deleted.
         std::shared_future<_oxEmptyFolderResult> pass;
-        Holding interruption;
-        interruption.take(
+        StopGuard guard;
+        guard.acquire(
             [&] {
                 pass = start();
                 return true;
@@ -50,7 +50,7 @@ class Emptying
             },
             [&] { return QStringLiteral("stopped. ") + summary(pass.get()); });
         pass.wait();
-        interruption.giveBack();
+        guard.release();
         tell(pass.get());
     }
 

@@ -102,7 +102,7 @@ int statusOfFailedStart(platform::Error error)
 int runToItsEnd(std::vector<std::string> const & command)
 {
     std::unique_ptr<platform::ChildProcess> child;
-    StopRequestsGoTo const requests([&]() -> StopRequestsGoTo::Answer {
+    StopHandler const handler([&]() -> StopHandler::Handler {
         auto started = platform::ChildProcess::start(command);
         if (!started)
             throw Failure(QStringLiteral("%1 cannot be run. %2")

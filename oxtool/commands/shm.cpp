@@ -61,9 +61,9 @@ QString segmentText(oxSharedMemory const & memory)
 int create(Options const & options)
 {
     oxSharedMemory memory(recordKey(options.key));
-    Holding segment;
-    if (!segment.take([&] { return memory.create(options.size, !options.local, !options.local); },
-                      [&] { memory.detach(); }))
+    StopGuard guard;
+    if (!guard.acquire([&] { return memory.create(options.size, !options.local, !options.local); },
+                       [&] { memory.detach(); }))
         throw failureOf(options, memory);
     Report(false).line(QStringLiteral("created"), segmentText(memory));
     waitForStopRequest();
@@ -74,8 +74,8 @@ int create(Options const & options)
 int lock(Options const & options)
 {
     oxSharedMemory memory(recordKey(options.key));
-    Holding segment;
-    bool const isTaken = segment.take(
+    StopGuard guard;
+    bool const isTaken = guard.acquire(
         [&] {
             Progress const progress(QStringLiteral("Waiting for the lock of %1").arg(options.key));
             return memory.attach() && memory.lock();

@@ -35,14 +35,14 @@ class UnfinishedCopy
   public:
     explicit UnfinishedCopy(QString const & target) : target_(target)
     {
-        holding_.take([] { return true; },
-                      [this] { platform::removeNewFilesOfThisProcess(nativeName(target_)); },
-                      [this] { return QStringLiteral("stopped. ") + whatIsThere(); });
+        guard_.acquire([] { return true; },
+                       [this] { platform::removeNewFilesOfThisProcess(nativeName(target_)); },
+                       [this] { return QStringLiteral("stopped. ") + whatIsThere(); });
     }
 
     void finish()
     {
-        holding_.finish([] { return true; });
+        guard_.complete([] { return true; });
     }
 
   private:
@@ -54,7 +54,7 @@ class UnfinishedCopy
     }
 
     QString const target_;
-    Holding holding_;
+    StopGuard guard_;
 };
 
 class Sync

@@ -140,8 +140,8 @@ void showLive(Options const & options)
     for (int drawn = 0; goesOn(options, drawn) && !isEndWanted(waitMs); ++drawn) {
         activity.read();
         QStringList const lines = activity.lines(options.leastUsage);
-        // A stop request gives the terminal back, and then nothing may be drawn on it any more.
-        undisturbed([&lines] { draw(lines); });
+        // A stop request restores the terminal. Nothing may be drawn after that.
+        deferStopRequests([&lines] { draw(lines); });
         waitMs = options.intervalMs;
     }
 }
@@ -161,8 +161,8 @@ void showPlain(Options const & options)
 
 int show(Options const & options)
 {
-    Holding terminal;
-    if (terminal.take(platform::takeTerminal, platform::restoreTerminal))
+    StopGuard guard;
+    if (guard.acquire(platform::takeTerminal, platform::restoreTerminal))
         showLive(options);
     else
         showPlain(options);

@@ -63,8 +63,8 @@ HeldLock::HeldLock(QString const & file, int timeoutMs) : file_(file), locker_(f
 bool HeldLock::take()
 {
     int waited = 0;
-    bool const taken = holding_.take([&] { return locker_.lock(0, ourName(), &waited, false); },
-                                     [this] { unlock(); }, [this] { return unlockFailure_; });
+    bool const taken = guard_.acquire([&] { return locker_.lock(0, ourName(), &waited, false); },
+                                      [this] { unlock(); }, [this] { return unlockFailure_; });
     bool const refused = !taken && waited <= 0;
     if (refused)
         throw Failure(whyRefused(file_));
@@ -80,7 +80,7 @@ HeldLock::~HeldLock()
 
 QString HeldLock::release()
 {
-    holding_.giveBack();
+    guard_.release();
     return std::exchange(unlockFailure_, QString());
 }
 

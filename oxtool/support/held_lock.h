@@ -34,7 +34,7 @@ class HeldLock
     _oxFileLocker locker_;
     int waitedMs_ = 0;
     QString unlockFailure_;
-    Holding holding_;
+    StopGuard guard_;
 };
 
 /// The name of a file's lock file.

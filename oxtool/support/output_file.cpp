@@ -40,7 +40,7 @@ NewFile & OutputFile::create(Access access)
         created = file_.create(access);
         return static_cast<bool>(created);
     };
-    holding_.take(
+    guard_.acquire(
         create, [this] { file_.remove(); },
         [this] { return QStringLiteral("stopped. ") + whatIsLeft(); });
     requireWritten(created);
@@ -58,7 +58,7 @@ void OutputFile::commit()
     // Flushed without the stop requests' mutex, which a slow share would hold for long.
     requireWritten(file_.file().flush());
     platform::Result<> placed;
-    holding_.finish([&] {
+    guard_.complete([&] {
         placed = file_.putInPlace();
         return static_cast<bool>(placed);
     });

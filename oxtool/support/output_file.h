@@ -53,7 +53,7 @@ class OutputFile
 
     QString path_;
     platform::NewFile file_;
-    Holding holding_;
+    StopGuard guard_;
 };
 
 } // namespace ox::tool

@@ -2,9 +2,9 @@
 
 #include "oxtool/support/failure.h"
 #include "oxtool/support/progress.h"
+#include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
 #include "shared/platform/result.h"
-#include "shared/system/os_error.h"
 
 #include <algorithm>
 #include <chrono>
@@ -17,68 +17,69 @@ namespace ox::tool
 namespace
 {
 
-/// How long a stop request waits for work that it should not disturb.
-constexpr std::chrono::seconds patience(5);
+/// Maximum time that a stop request is deferred.
+constexpr std::chrono::seconds longestDeferral(5);
 
-struct Shared {
-    std::timed_mutex mutex;
-    std::vector<Holding *> held;
-    StopRequestsGoTo::Answer answer;
-    int noAnswerBecause = 0; ///< the system's error
+struct State {
+    std::timed_mutex mutex; ///< locked while stop requests are deferred
+    std::vector<StopGuard *> guards;
+    StopHandler::Handler handler;
+    platform::Error installError; ///< code 0 if stop requests are handled
 };
 
-/// Never destroyed: a stop request may come as late as the end of main.
-Shared & shared()
+/// Never destroyed: a stop request can arrive during the last statements of main.
+State & state()
 {
-    static Shared & instance = *new Shared;
+    static State & instance = *new State;
     return instance;
 }
 
 } // namespace
 
-bool Holding::take(Take const & take, GiveBack giveBack, LastWord lastWord)
+bool StopGuard::acquire(Acquire const & acquire, Release release, Message stopMessage)
 {
-    if (shared().noAnswerBecause != 0)
+    if (state().installError.code != 0)
         throw Failure(QStringLiteral("cannot start a thread for stop requests: %1")
-                          .arg(QString(oxLastOSError(shared().noAnswerBecause))));
-    std::lock_guard const undisturbed(shared().mutex);
-    if (!take())
+                          .arg(reasonOf(state().installError)));
+    std::lock_guard const deferral(state().mutex);
+    if (!acquire())
         return false;
-    giveBack_ = std::move(giveBack);
-    lastWord_ = std::move(lastWord);
-    shared().held.push_back(this);
+    release_ = std::move(release);
+    stopMessage_ = std::move(stopMessage);
+    state().guards.push_back(this);
     return true;
 }
 
-bool Holding::finish(std::function<bool()> const & finish)
+bool StopGuard::complete(std::function<bool()> const & complete)
 {
-    std::lock_guard const undisturbed(shared().mutex);
-    if (!finish())
+    std::lock_guard const deferral(state().mutex);
+    if (!complete())
         return false;
-    std::erase(shared().held, this);
-    giveBack_ = nullptr;
+    std::erase(state().guards, this);
+    release_ = nullptr;
     return true;
 }
 
-void Holding::giveBack()
+void StopGuard::release()
 {
-    if (!giveBack_)
+    if (!release_)
         return;
-    finish([this] {
-        giveBack_();
+    complete([this] {
+        release_();
         return true;
     });
 }
 
-/// Keeps the mutex to the end, so that nothing is taken any more.
+/// The caller holds the mutex until the process ends, so that no resource is acquired any more.
 void endByStopRequest(platform::StopRequest request)
 {
-    std::for_each(shared().held.rbegin(), shared().held.rend(), [](Holding * holding) {
-        holding->giveBack_();
-        QString const lastWord = holding->lastWord_ ? holding->lastWord_() : QString();
-        if (!lastWord.isEmpty()) {
+    auto & guards = state().guards;
+    std::for_each(guards.rbegin(), guards.rend(), [](StopGuard * guard) {
+        guard->release_();
+        QString const message = guard->stopMessage_ ? guard->stopMessage_() : QString();
+        if (!message.isEmpty()) {
             Progress::wipe();
-            writeError(lastWord);
+            writeError(message);
         }
     });
     platform::endAsRequested(request);
@@ -87,48 +88,48 @@ void endByStopRequest(platform::StopRequest request)
 namespace
 {
 
-/// The share has not answered for a long time, and may never.
-void endInMidWork(platform::StopRequest request)
+/// Ends the process without a release: the share may never respond.
+void endDuringWork(platform::StopRequest request)
 {
-    writeError(QStringLiteral("stopped while a file operation was under way; a lock file or an "
-                              "unfinished file may be left"));
+    writeError(QStringLiteral("stopped during a file operation: a lock file or a temporary file "
+                              "may remain"));
     platform::endAsRequested(request);
 }
 
 } // namespace
 
-void undisturbed(std::function<void()> const & work)
+void deferStopRequests(std::function<void()> const & work)
 {
-    std::lock_guard const guard(shared().mutex);
+    std::lock_guard const deferral(state().mutex);
     work();
 }
 
-void prepareForStopRequests()
+void installStopHandling()
 {
-    shared();
-    bool const isAnswering = platform::answerStopRequests([](platform::StopRequest request) {
-        std::unique_lock const undisturbed(shared().mutex, patience);
-        if (!undisturbed.owns_lock())
-            endInMidWork(request);
-        else if (shared().answer)
-            shared().answer(request);
+    state();
+    bool const isInstalled = platform::answerStopRequests([](platform::StopRequest request) {
+        std::unique_lock const deferral(state().mutex, longestDeferral);
+        if (!deferral.owns_lock())
+            endDuringWork(request);
+        else if (state().handler)
+            state().handler(request);
         else
             endByStopRequest(request);
     });
-    if (!isAnswering)
-        shared().noAnswerBecause = platform::lastError().code;
+    if (!isInstalled)
+        state().installError = platform::lastError();
 }
 
-StopRequestsGoTo::StopRequestsGoTo(std::function<Answer()> const & start)
+StopHandler::StopHandler(std::function<Handler()> const & start)
 {
-    std::lock_guard const undisturbed(shared().mutex);
-    shared().answer = start();
+    std::lock_guard const deferral(state().mutex);
+    state().handler = start();
 }
 
-StopRequestsGoTo::~StopRequestsGoTo()
+StopHandler::~StopHandler()
 {
-    std::lock_guard const undisturbed(shared().mutex);
-    shared().answer = nullptr;
+    std::lock_guard const deferral(state().mutex);
+    state().handler = nullptr;
 }
 
 } // namespace ox::tool

@@ -9,62 +9,63 @@
 namespace ox::tool
 {
 
-/// Something taken that must not outlive the process: a lock, a half-written file. It is given back
-/// when the object ends and also when the process is asked to stop, and never twice.
-class Holding
+/// Releases a resource that must not outlive the process, such as a lock or a temporary file: at
+/// the end of the scope, or when a stop request (Ctrl-C, SIGTERM) ends the process. Releases it
+/// once.
+class StopGuard
 {
   public:
-    using Take = std::function<bool()>;
-    using GiveBack = std::function<void()>;
-    using LastWord = std::function<QString()>;
+    using Acquire = std::function<bool()>;
+    using Release = std::function<void()>;
+    using Message = std::function<QString()>;
 
-    Holding() = default;
-    ~Holding() { giveBack(); }
-    Holding(Holding const &) = delete;
-    Holding & operator=(Holding const &) = delete;
+    StopGuard() = default;
+    ~StopGuard() { release(); }
+    StopGuard(StopGuard const &) = delete;
+    StopGuard & operator=(StopGuard const &) = delete;
 
-    /// Runs `take`, which should be quick: no stop request is acted upon meanwhile. When it says
-    /// that it took something, `giveBack` is remembered, and `lastWord`: what to tell the user
-    /// after it was given back because of a stop request, empty for nothing. Returns what `take`
-    /// returned. Fails when the system had no thread for stop requests, since nothing would be
-    /// given back then.
-    bool take(Take const & take, GiveBack giveBack, LastWord lastWord = {});
+    /// Runs `acquire` with stop requests deferred, so it should be short, and returns its result.
+    /// If `acquire` returns true, the guard stores `release` and `stopMessage`. After a stop
+    /// request has called `release`, the text of `stopMessage` goes to standard error unless it is
+    /// empty.
+    /// Fails: throws Failure, without a call of `acquire`, when stop requests cannot be handled.
+    bool acquire(Acquire const & acquire, Release release, Message stopMessage = {});
 
-    /// Runs what was remembered, if anything, and forgets it.
-    void giveBack();
+    /// Releases the resource. Has no effect without one.
+    void release();
 
-    /// Runs `finish` with no stop request acted upon meanwhile. When it returns true there is
-    /// nothing left to give back. Returns what `finish` returned.
-    bool finish(std::function<bool()> const & finish);
+    /// Runs `complete` with stop requests deferred, and returns its result. If `complete` returns
+    /// true, the guard forgets the resource without a release.
+    bool complete(std::function<bool()> const & complete);
 
   private:
     friend void endByStopRequest(platform::StopRequest request);
 
-    GiveBack giveBack_;
-    LastWord lastWord_;
+    Release release_;
+    Message stopMessage_;
 };
 
-/// Runs `work`, which should be quick, with no stop request acted upon meanwhile.
-void undisturbed(std::function<void()> const & work);
+/// Runs `work`, which should be short, with stop requests deferred.
+void deferStopRequests(std::function<void()> const & work);
 
-/// Gets the process ready for stop requests: one gives back all that is held, the last taken first,
-/// and ends the process. When work that is not to be disturbed takes longer than five seconds (a
-/// share that no longer answers), the process reports that it releases nothing, and ends.
-/// To be called once, at the start.
-void prepareForStopRequests();
+/// Installs the handling of stop requests: a request releases the resources of all StopGuards, the
+/// last acquired first, and ends the process. If deferred requests wait longer than five seconds,
+/// as on a share that does not respond, the process reports that it releases nothing, and ends.
+/// Call it once, at the start of the program.
+void installStopHandling();
 
-/// While the object lives, stop requests go to a function and do not end the process. Requests that
-/// came before `start` returned have ended it.
-class StopRequestsGoTo
+/// Passes stop requests to a handler, instead of ending the process, while the object lives.
+class StopHandler
 {
   public:
-    using Answer = std::function<void(platform::StopRequest)>;
+    using Handler = std::function<void(platform::StopRequest)>;
 
-    /// Runs `start`, with no stop request acted upon meanwhile, for the function to call.
-    explicit StopRequestsGoTo(std::function<Answer()> const & start);
-    ~StopRequestsGoTo();
-    StopRequestsGoTo(StopRequestsGoTo const &) = delete;
-    StopRequestsGoTo & operator=(StopRequestsGoTo const &) = delete;
+    /// Runs `start` with stop requests deferred, and installs the handler that it returns. An
+    /// earlier stop request ends the process before `start` runs.
+    explicit StopHandler(std::function<Handler()> const & start);
+    ~StopHandler();
+    StopHandler(StopHandler const &) = delete;
+    StopHandler & operator=(StopHandler const &) = delete;
 };
 
 } // namespace ox::tool

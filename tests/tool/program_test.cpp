@@ -124,8 +124,8 @@ TEST(Program, DoesWithoutThreadsOrFailsBeforeItBegins)
         toolShell().printed("ulimit -Ss 4000000; ulimit -v 2000000; \"$0\" crc \"$1\" >/dev/null; "
                             "echo status $?; \"$0\" cp \"$1\" \"$1.copy\"; echo status $?",
                             {file}),
-        QStringLiteral("status 0\noxtool: cannot start a thread for stop requests: Error 11: "
-                       "Resource temporarily unavailable.\nstatus 1\n"));
+        QStringLiteral("status 0\noxtool: cannot start a thread for stop requests: "
+                       "Resource temporarily unavailable\nstatus 1\n"));
     EXPECT_EQ(share.names(), QStringList(QStringLiteral("file")));
 }
 
