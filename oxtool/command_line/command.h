@@ -12,28 +12,28 @@
 namespace ox::tool
 {
 
-/// Reads one value of an option that has a form of its own. Returns false if the text does not have
-/// that form, which the option's `valueName` shows.
-using ReadValue = std::function<bool(QString const & text)>;
+/// Parses one value of an option with a special form. Returns false if the text does not have the
+/// form that the option's `valueName` shows.
+using ParseValue = std::function<bool(QString const & text)>;
 
-/// Where an option's values land. The type decides how many values the option takes: none for a
-/// `bool`, one for a number or a text, as many as the span has elements, and any number for a list
-/// or a reader, whose option is repeated for each. A QString receives a text or a file name, a
-/// std::string the bytes as they were given.
+/// Variable that receives the values of an option. Its type determines the number of values: none
+/// for a `bool`, one for a number or a text, the number of elements of a span, and any number for a
+/// list or a parser, whose option is repeated for each value. A QString receives a text or a file
+/// name, a std::string the unchanged bytes.
 using Target = std::variant<bool *, int *, double *, QString *, std::vector<QString> *,
-                            std::string *, std::vector<std::string> *, std::span<int>, ReadValue>;
+                            std::string *, std::vector<std::string> *, std::span<int>, ParseValue>;
 
 struct Range {
     double least;
     double most;
 };
 
-/// The range of whole numbers from `least` up.
+/// Returns the range of integers from `least` on.
 Range atLeast(int least);
 
-/// An option of a command, or an argument that is given by its position.
+/// An option of a command, or a positional argument.
 struct Option {
-    std::string name = {};      ///< "--timeout"; an argument by position has a name such as "FILE"
+    std::string name = {};      ///< "--timeout"; a positional argument has a name such as "FILE"
     char letter = 0;            ///< 'r' for "-r"; 0 for none
     std::string valueName = {}; ///< "MS"
     std::string help = {};      ///< one line, without unit and default
@@ -41,25 +41,25 @@ struct Option {
     Target target = {};         ///< holds the default before the command line is read
     bool showsDefault = false;
     bool isRequired = false;
-    bool isHidden = false;                 ///< left out of the help
+    bool isHidden = false;                 ///< whether the help leaves the option out
     std::optional<Range> range = {};       ///< of a number
     std::vector<std::string> choices = {}; ///< the values of a text; empty for any
-    std::string needs = {};                ///< name of an option that must be given as well
-    std::string excludes = {};             ///< name of an option that must not be given as well
+    std::string needs = {};                ///< name of an option that is also required
+    std::string excludes = {};             ///< name of an option that must be absent
 };
 
-/// Commands of one group stand together in the overview.
+/// Heading of a command in the overview.
 enum class Group { BufferFiles, Locks, Files, Machine, Diagnosis };
 
-/// A command as data: parsing, help and overview are made from it.
+/// A command as data, from which the parser, the help and the overview are built.
 struct Command {
     std::string name = {};
     Group group = {};
     std::string summary = {}; ///< one line, imperative
-    std::string details = {}; ///< what the options do not say; may have several lines
+    std::string details = {}; ///< facts that the options do not contain; may have several lines
     std::vector<Option> options = {};
     std::vector<std::string> examples = {}; ///< whole command lines
-    std::vector<Command> subcommands = {};  ///< one of them must be given, if there are any
+    std::vector<Command> subcommands = {};  ///< if not empty, one of them is required
     std::function<int()> run = {};          ///< returns the exit status; throws Failure
 };
 

@@ -32,7 +32,7 @@ char const * titleOf(Group group)
     case Group::Files:
         return "Files and folders";
     case Group::Machine:
-        return "The machine";
+        return "Machine";
     case Group::Diagnosis:
         return "Diagnosis";
     }
@@ -46,7 +46,7 @@ struct Overloaded : Functions... {
 template <typename... Functions>
 Overloaded(Functions...) -> Overloaded<Functions...>; // clang before 17 does not deduce it
 
-bool isByPosition(Option const & option)
+bool isPositional(Option const & option)
 {
     return !option.name.starts_with("--");
 }
@@ -72,7 +72,7 @@ std::string defaultOf(Option const & option)
                       option.target);
 }
 
-/// "Longest wait for the lock (ms, default 10000)"
+/// Returns the help of an option: "Maximum wait for the lock (ms, default 10000)".
 std::string helpOf(Option const & option)
 {
     std::string remark = option.unit;
@@ -92,29 +92,55 @@ std::string footerOf(Command const & command)
     return text + "\n";
 }
 
+/// Returns the message about a number outside of a range; empty for one inside.
+std::string checkRange(Range const & range, std::string & text)
+{
+    if (CLI::Range(range.least, range.most)(text).empty())
+        return {};
+    return "'" + text + "' is not a number from " +
+           std::to_string(static_cast<long long>(range.least)) + " to " +
+           std::to_string(static_cast<long long>(range.most));
+}
+
+/// Returns the message about a value that is not one of the choices; empty for one that is.
+std::string checkChoice(std::vector<std::string> const & choices, std::string const & text)
+{
+    if (std::find(choices.begin(), choices.end(), text) != choices.end())
+        return {};
+    std::string message = "'" + text + "' is not one of";
+    for (std::string const & choice : choices)
+        message += (choice == choices.front() ? " " : ", ") + choice;
+    return message;
+}
+
 class Parser
 {
   public:
     explicit Parser(Program const & program) : app_(program.summary, program.name)
     {
         app_.require_subcommand(1);
-        // On Windows, too, an argument such as //farm/share is a path.
+        // An argument such as //farm/share is a path, also on Windows.
         app_.allow_windows_style_options(false);
+        app_.get_formatter()->label("SUBCOMMAND", "COMMAND");
+        app_.set_help_flag("-h,--help", "Print this help");
         app_.set_help_all_flag("--help-all", "Print the help of all commands");
-        app_.set_version_flag("--version", program.version);
+        app_.set_version_flag("--version", program.version, "Print the version");
+        app_.footer("'" + program.name +
+                    " COMMAND --help' prints the arguments and an example of a command.\n");
         for (Command const & command : program.commands)
             add(app_, command).group(titleOf(command.group));
     }
 
-    /// The command to run, or null if there is none; `status` is then the exit status.
+    /// Returns the selected command. Returns null for help and for wrong arguments, and sets the
+    /// exit status.
     Command const * parse(std::vector<std::string> arguments, int & status)
     {
         std::reverse(arguments.begin(), arguments.end());
         try {
             app_.parse(arguments);
-            return chosen_;
+            return selected_;
         } catch (CLI::ParseError const & error) {
-            status = answer(error);
+            status = handle(error);
             return nullptr;
         }
     }
@@ -138,7 +164,7 @@ class Parser
         if (!command.subcommands.empty())
             app.require_subcommand(1);
         else
-            app.callback([this, &command] { chosen_ = &command; });
+            app.callback([this, &command] { selected_ = &command; });
         return app;
     }
 
@@ -151,9 +177,11 @@ class Parser
         if (option.isHidden)
             added.group("");
         if (option.range)
-            added.check(CLI::Range(option.range->least, option.range->most).description(""));
+            added.check(
+                [range = *option.range](std::string text) { return checkRange(range, text); });
         if (!option.choices.empty())
-            added.check(CLI::IsMember(option.choices).description(""));
+            added.check(
+                [&option](std::string const & text) { return checkChoice(option.choices, text); });
         return added;
     }
 
@@ -168,7 +196,7 @@ class Parser
                 [&](bool * flag) { return app.add_flag(names, *flag); },
                 [&](std::vector<std::string> * list) {
                     CLI::Option * const added = app.add_option(names, *list);
-                    return isByPosition(option) ? added : once(added);
+                    return isPositional(option) ? added : once(added);
                 },
                 [&](QString * value) {
                     return app.add_option_function<std::string>(
@@ -180,7 +208,7 @@ class Parser
                             for (std::string const & text : texts)
                                 list->push_back(fromArgument(text));
                         });
-                    return isByPosition(option) ? added : once(added);
+                    return isPositional(option) ? added : once(added);
                 },
                 [&](std::span<int> numbers) {
                     return app
@@ -191,13 +219,14 @@ class Parser
                             })
                         ->expected(static_cast<int>(numbers.size()));
                 },
-                [&](ReadValue const & read) {
+                [&](ParseValue const & parse) {
                     return once(app.add_option_function<std::vector<std::string>>(
-                        names, [&option, &read](std::vector<std::string> const & texts) {
+                        names, [&option, &parse](std::vector<std::string> const & texts) {
                             for (std::string const & text : texts) {
-                                if (!read(fromArgument(text)))
+                                if (!parse(fromArgument(text)))
                                     throw CLI::ValidationError(
-                                        option.name, "'" + text + "' is not " + option.valueName);
+                                        option.name, "'" + text + "' does not have the form " +
+                                                         option.valueName);
                             }
                         }));
                 },
@@ -205,21 +234,44 @@ class Parser
             option.target);
     }
 
-    std::string textOf(CLI::ParseError const & error) const
+    std::string messageOf(CLI::ParseError const & error) const
     {
         // CLI11 reports an unknown command as a missing one.
         std::vector<std::string> const unknown = app_.remaining();
         if (!unknown.empty() && app_.get_subcommands().empty())
             return "unknown command '" + unknown.front() + "'";
-        return error.what();
+        std::string const text = error.what();
+        if (text == "A subcommand is required")
+            return "missing command";
+        std::string const type = error.get_name();
+        auto const colon = text.find(": ");
+        if (colon == std::string::npos)
+            return text;
+        if (type == "ExtrasError")
+            return "unexpected argument" + text.substr(colon);
+        if (type == "ConversionError")
+            return "invalid value" + text.substr(colon);
+        if (type == "ArgumentMismatch")
+            return text.substr(0, colon) + ": wrong number of values";
+        return text;
     }
 
-    /// Writes the help that was asked for, or what is wrong with the arguments.
-    int answer(CLI::ParseError const & error)
+    /// Returns the command line that prints the help of the given command.
+    std::string helpCommand() const
+    {
+        std::string line = app_.get_name();
+        for (auto given = app_.get_subcommands(); !given.empty();
+             given = given.front()->get_subcommands())
+            line += ' ' + given.front()->get_name();
+        return line + " --help";
+    }
+
+    /// Writes the help, or the message about wrong arguments. Returns the exit status.
+    int handle(CLI::ParseError const & error)
     {
         if (error.get_exit_code() != 0) {
-            writeError(fromArgument(textOf(error)));
-            writeError(QStringLiteral("run with --help for more information"));
+            writeError(fromArgument(messageOf(error)));
+            writeError(fromArgument("run '" + helpCommand() + "' for the arguments"));
             return WrongUse;
         }
         std::ostringstream text;
@@ -230,7 +282,7 @@ class Parser
     }
 
     CLI::App app_;
-    Command const * chosen_ = nullptr;
+    Command const * selected_ = nullptr;
 };
 
 } // namespace

@@ -8,7 +8,7 @@
 namespace ox::tool
 {
 
-/// The program that the commands belong to.
+/// A program with its commands.
 struct Program {
     std::string name;
     std::string summary;
@@ -16,9 +16,9 @@ struct Program {
     std::vector<Command> commands;
 };
 
-/// Reads the arguments (without the program's name), runs the command that they choose, and returns
-/// its exit status. Help goes to standard output. Wrong use goes to standard error, and `WrongUse`
-/// is returned; nothing has run then. What the command throws is passed on.
+/// Parses the arguments (without the program's name), runs the selected command, and returns its
+/// exit status. Writes help to standard output. For wrong arguments it runs nothing, writes a
+/// message to standard error and returns `WrongUse`. Exceptions of the command propagate.
 int runCommandLine(Program const & program, std::vector<std::string> arguments);
 
 } // namespace ox::tool
