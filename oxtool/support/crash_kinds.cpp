@@ -10,12 +10,12 @@
 namespace ox::tool
 {
 
-// With external names, so that symbols show them.
+// These functions have external linkage, so that the symbols contain their names.
 
 [[gnu::noinline]] void accessNullPointer()
 {
-    int volatile * volatile nowhere = nullptr;
-    *nowhere = 1;
+    int volatile * volatile null = nullptr;
+    *null = 1;
 }
 
 [[gnu::noinline]] void divideByZero()
@@ -37,22 +37,22 @@ namespace ox::tool
 
 [[gnu::noinline]] void throwUncaught()
 {
-    throw std::runtime_error("nobody catches this");
+    throw std::runtime_error("uncaught exception of a crash test");
 }
 
-[[gnu::noinline]] int useUpStack(int depth)
+[[gnu::noinline]] int overflowStack(int depth)
 {
-    char volatile room[4096];
-    room[0] = static_cast<char>(depth);
-    return depth < 0 ? 0 : useUpStack(depth + 1) + room[0];
+    char volatile frame[4096];
+    frame[0] = static_cast<char>(depth);
+    return depth < 0 ? 0 : overflowStack(depth + 1) + frame[0];
 }
 
 namespace
 {
 
-void useUpOwnStack()
+void overflowOwnStack()
 {
-    useUpStack(0);
+    overflowStack(0);
 }
 
 template <void (*crash)()>
@@ -74,9 +74,9 @@ std::span<CrashKind const> crashKinds()
         {"illegal", "runIllegalInstruction", runIllegalInstruction},
         {"abort", "callAbort", callAbort},
         {"throw", "throwUncaught", throwUncaught},
-        {"stack", "useUpStack", useUpOwnStack},
+        {"stack", "overflowStack", overflowOwnStack},
         {"thread", "accessNullPointer", inThread<accessNullPointer>},
-        {"thread-stack", "useUpStack", inThread<useUpOwnStack>},
+        {"thread-stack", "overflowStack", inThread<overflowOwnStack>},
     };
     return kinds;
 }

@@ -5,16 +5,17 @@
 namespace ox::tool
 {
 
-/// A way in which a program crashes.
+/// Kind of crash that a program can cause.
 struct CrashKind {
     char const * name;
-    char const * function; ///< in which it happens, as the symbols have it
+    char const * function; ///< name in the symbols of the function that crashes
     void (*crash)();
 };
 
+/// Returns all kinds of crash.
 std::span<CrashKind const> crashKinds();
 
-/// Crashes. Returns only when `kind` is unknown.
+/// Crashes the process. Returns only when `kind` is unknown.
 void crash(char const * kind);
 
 } // namespace ox::tool

@@ -10,7 +10,7 @@ namespace ox::tool
 
 enum ExitStatus { Done = 0, Failed = 1, WrongUse = 2 };
 
-/// Ends a command: the text is what the user reads, `status` the program's exit status.
+/// Exception that ends a command with a message for the user and the program's exit status.
 class Failure : public std::exception
 {
   public:
@@ -19,7 +19,7 @@ class Failure : public std::exception
     {
     }
 
-    /// A failure whose texts are on standard error already.
+    /// Creates a failure whose messages are already on standard error.
     static Failure reported(QStringList const & texts)
     {
         Failure failure(texts.join(u'\n'));

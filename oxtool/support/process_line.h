@@ -7,13 +7,13 @@
 namespace ox::tool
 {
 
-/// "    PID  PARENT  USER  MIB  <figures>  NAME", the heading of such lines.
+/// Returns the column titles of processLine(): "    PID  PARENT  USER  MIB  <figures>  NAME".
 QString processHeading(QString const & figures);
 
-/// "84 processes", or "1000 of 1079 processes" when not all are listed.
+/// Returns "84 processes", or "1000 of 1079 processes" if not all are listed.
 QString processCount(int listed, int total);
 
-/// A process on a line, with "-" for the user of one that the library did not read.
+/// Returns the line of a process. The user is "-" for a process that the library has not read.
 QString processLine(_oxProcessEntry const & entry, QString const & figures);
 
 } // namespace ox::tool

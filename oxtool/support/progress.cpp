@@ -16,7 +16,8 @@ namespace
 
 using namespace std::chrono_literals;
 
-/// Work that shows no bytes yet, or has only to be finished, has no rate worth showing.
+/// Returns the amount, the rate and the remaining time; empty before the first byte and after the
+/// last, when there is no rate.
 QString amountText(qint64 done, qint64 all, double seconds)
 {
     if (done <= 0 || done >= all)
@@ -39,7 +40,7 @@ Progress::Progress(QString const & what, qint64 all, Measure measure)
     if (!platform::isTerminal(stderr))
         return;
     try {
-        shower_ = std::thread(&Progress::show, this);
+        thread_ = std::thread(&Progress::show, this);
     } catch (std::system_error const &) {
         // The work runs without a progress line.
     }
@@ -47,17 +48,17 @@ Progress::Progress(QString const & what, qint64 all, Measure measure)
 
 Progress::~Progress()
 {
-    if (!shower_.joinable())
+    if (!thread_.joinable())
         return;
     {
         std::lock_guard const guard(mutex_);
         ended_ = true;
     }
     end_.notify_one();
-    shower_.join();
+    thread_.join();
 }
 
-void Progress::wipe()
+void Progress::erase()
 {
     if (platform::isTerminal(stderr))
         std::fputs("\r\033[K", stderr);
@@ -73,7 +74,7 @@ void Progress::show()
         QString figures = QStringLiteral(" %1 s").arg(elapsed.count(), 0, 'f', 1);
         if (measure_)
             figures += amountText(measure_(), all_, elapsed.count());
-        // A line that fills the last column may wrap.
+        // A character in the last column may wrap the line.
         int const columns = platform::terminalSize(stderr).columns - 1;
         QString const line =
             cutInMiddle(what_, columns - static_cast<int>(figures.size())) + figures;
@@ -82,7 +83,7 @@ void Progress::show()
         shown = true;
     }
     if (shown)
-        wipe();
+        erase();
 }
 
 } // namespace ox::tool

@@ -11,23 +11,23 @@
 namespace ox::tool
 {
 
-/// Shows on a terminal what takes long: one line on standard error, rewritten a few times a second
-/// and wiped out at the end. It comes up after half a second, and never when standard error is no
-/// terminal or the system has no thread left.
+/// Shows the progress of work in one line of the terminal of standard error. The line appears after
+/// half a second, is updated every 200 ms, and is erased at the end. Without a terminal, or if no
+/// thread can be created, nothing is shown.
 class Progress
 {
   public:
-    /// Tells the number of bytes done. Called now and then on a thread of its own.
+    /// Returns the number of processed bytes. It is called periodically on another thread.
     using Measure = std::function<qint64()>;
 
-    /// With `all` bytes to do, also shows how many are done, how fast, and the time that is left.
+    /// With a `measure`, also shows the processed bytes of `all`, the rate and the remaining time.
     explicit Progress(QString const & what, qint64 all = 0, Measure measure = {});
     ~Progress();
     Progress(Progress const &) = delete;
     Progress & operator=(Progress const &) = delete;
 
-    /// Wipes out the line, so that something else can be written there.
-    static void wipe();
+    /// Erases the line, so that a message can be written there.
+    static void erase();
 
   private:
     void show();
@@ -38,7 +38,7 @@ class Progress
     std::mutex mutex_;
     std::condition_variable end_;
     bool ended_ = false;
-    std::thread shower_;
+    std::thread thread_;
 };
 
 } // namespace ox::tool

@@ -13,9 +13,9 @@ RunningChecksums::RunningChecksums()
     oxCRCInitialize();
 }
 
-// The 16 and 64 bit functions always begin with an empty register. Going on from a full one is the
-// same as beginning with an empty one over bytes that the register was XORed into, as far as there
-// are bytes; the part of the register that met none is still in it at the end.
+// The 16 and 64 bit functions always begin with a register of 0. To continue from another register,
+// the register is XORed into the first bytes. If there are fewer bytes than the register has, the
+// remaining part of the register is XORed into the result.
 void RunningChecksums::add(std::span<unsigned char> bytes)
 {
     auto const length = static_cast<unsigned int>(bytes.size());
@@ -24,22 +24,22 @@ void RunningChecksums::add(std::span<unsigned char> bytes)
     oxCRCPartial(&crc32_, bytes.data(), length);
 
     auto const first = bytes.first(std::min<std::size_t>(length, sizeof crc64_));
-    std::array<unsigned char, sizeof crc64_> kept;
-    std::copy(first.begin(), first.end(), kept.begin());
+    std::array<unsigned char, sizeof crc64_> original;
+    std::copy(first.begin(), first.end(), original.begin());
 
     for (unsigned char & byte : first) {
         byte ^= static_cast<unsigned char>(crc64_);
         crc64_ >>= 8;
     }
     crc64_ ^= oxCRCCalc64(bytes.data(), length);
-    std::copy_n(kept.begin(), first.size(), first.begin());
+    std::copy_n(original.begin(), first.size(), first.begin());
 
     for (unsigned char & byte : first) {
         byte ^= static_cast<unsigned char>(crc16_ >> 8);
         crc16_ = static_cast<std::uint16_t>(crc16_ << 8);
     }
     crc16_ = static_cast<std::uint16_t>(crc16_ ^ oxCRCCalc16(bytes.data(), length));
-    std::copy_n(kept.begin(), first.size(), first.begin());
+    std::copy_n(original.begin(), first.size(), first.begin());
 }
 
 } // namespace ox::tool

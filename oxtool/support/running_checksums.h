@@ -8,14 +8,14 @@
 namespace ox::tool
 {
 
-/// The library's checksums of bytes that come piece by piece.
+/// Computes the library's checksums of data that arrives in pieces.
 class RunningChecksums
 {
   public:
     RunningChecksums();
 
-    /// Adds the next bytes, at most 4 GiB. They are changed meanwhile, and the same again
-    /// afterwards.
+    /// Adds the next bytes, at most 4 GiB. The bytes are modified during the call and restored at
+    /// its end.
     void add(std::span<unsigned char> bytes);
 
     qint64 size() const { return size_; }

@@ -13,7 +13,7 @@ namespace ox::tool
 namespace
 {
 
-bool isShowable(char32_t character)
+bool isPrintable(char32_t character)
 {
     constexpr char32_t lineSeparator = 0x2028;
     constexpr char32_t paragraphSeparator = 0x2029;
@@ -31,8 +31,8 @@ struct Range {
     char32_t last;
 };
 
-/// The blocks of wide characters. Terminals disagree on symbols, and a line that is too long wraps,
-/// so that a block which has wide symbols counts as wide.
+/// Blocks of wide characters. Terminals disagree on symbols, and a line that is too long wraps. So
+/// a block with wide symbols counts as wide.
 constexpr Range wideRanges[] = {
     {0x1100, 0x115F},   // Hangul syllable beginnings
     {0x231A, 0x23FF},   // technical symbols
@@ -68,7 +68,7 @@ int columnsOf(std::u32string_view text)
     return columns;
 }
 
-/// As many characters as fit, from the first one on.
+/// Returns the number of leading characters that fit into the columns.
 template <typename Text>
 std::size_t lengthThatFits(Text const & text, int columns)
 {
@@ -105,8 +105,8 @@ QString shownText(QString const & text)
             text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate();
         QString const character = text.mid(i, isPair ? 2 : 1);
         i += isPair;
-        if (isShowable(isPair ? QChar::surrogateToUcs4(character[0], character[1])
-                              : character[0].unicode())) {
+        if (isPrintable(isPair ? QChar::surrogateToUcs4(character[0], character[1])
+                               : character[0].unicode())) {
             shown += character;
             continue;
         }

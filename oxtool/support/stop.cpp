@@ -78,7 +78,7 @@ void endByStopRequest(platform::StopRequest request)
         guard->release_();
         QString const message = guard->stopMessage_ ? guard->stopMessage_() : QString();
         if (!message.isEmpty()) {
-            Progress::wipe();
+            Progress::erase();
             writeError(message);
         }
     });

@@ -29,10 +29,11 @@ bool isDrive(QString const & path)
     return path.size() >= 2 && path.at(1) == QLatin1Char(':') && path.at(0).isLetter();
 }
 
-/// Both texts have slashes only, the root none at its end.
-bool fits(QString const & root, QString const & path)
+/// Returns whether the root is a prefix of the path, in whole components. Both contain slashes
+/// only, and the root has none at its end.
+bool matches(QString const & root, QString const & path)
 {
-    // The root "/" is empty here, and a share is nothing in it.
+    // The root "/" is empty here, and matches no share.
     if (isShare(root) != isShare(path))
         return false;
     bool const ignoreCase = isShare(root) || isDrive(root);
@@ -56,7 +57,7 @@ LocalPath localPath(QString const & storedPath, std::vector<RootMapping> const &
     QString bestRoot;
     for (RootMapping const & mapping : mappings) {
         QString const root = withoutTrailingSlashes(withSlashes(mapping.storedRoot));
-        if (fits(root, path) && (!best || root.size() > bestRoot.size())) {
+        if (matches(root, path) && (!best || root.size() > bestRoot.size())) {
             best = &mapping;
             bestRoot = root;
         }

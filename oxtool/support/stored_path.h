@@ -7,25 +7,26 @@
 namespace ox::tool
 {
 
-/// Where this machine finds what another machine's paths call `storedRoot`.
+/// Maps a root in the paths of another machine to a folder of this machine.
 struct RootMapping {
     QString storedRoot;
     QString localRoot;
 };
 
-/// Reads "STORED_ROOT=LOCAL_ROOT", split at the first "=". False when a side is empty.
+/// Parses "STORED_ROOT=LOCAL_ROOT", split at the first "=".
+/// Fails: false when a side is empty.
 bool parseRootMapping(QString const & text, RootMapping & mapping);
 
-/// A path as another system wrote it, in this system's form.
+/// Path of another system in this system's form.
 struct LocalPath {
     QString path;
-    QString storedRoot; ///< of the mapping that applied; empty when none did
+    QString storedRoot; ///< root of the mapping that applied; empty if none
 };
 
-/// Puts the local root in place of the stored one and gives the path this system's separators. The
-/// longest root that fits is taken. It fits whole components only, whichever separators the two
-/// texts are written with; a share or a drive fits whatever its case, as it would on Windows.
-/// Without a root that fits, only the separators change.
+/// Replaces the stored root of a path by the local root, and the separators by this system's. The
+/// longest matching root wins. A root matches whole components, with either separator; shares and
+/// drives match in any letter case, as on Windows. Without a matching root only the separators
+/// change.
 LocalPath localPath(QString const & storedPath, std::vector<RootMapping> const & mappings);
 
 } // namespace ox::tool
