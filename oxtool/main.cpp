@@ -20,8 +20,9 @@ int runProgram(std::vector<std::string> arguments)
 {
     try {
         return runCommandLine({.name = "oxtool",
-                               .summary = "Shows the farm's files and machines as its applications "
-                                          "see them, and works on them.",
+                               .summary =
+                                   "Inspect and change the files of a render farm, and monitor "
+                                   "its machines.",
                                .version = OX_VERSION,
                                .commands = allCommands()},
                               std::move(arguments));

@@ -20,7 +20,7 @@ std::vector<Command> allCommands()
 
 Option jsonOption(bool & json)
 {
-    return {.name = "--json", .help = "Write the result as one JSON object", .target = &json};
+    return {.name = "--json", .help = "Print the result as one JSON object", .target = &json};
 }
 
 Option formatOption(std::string & format)
@@ -39,7 +39,7 @@ Option timeoutOption(int & timeoutMs)
 {
     return {.name = "--timeout",
             .valueName = "MS",
-            .help = "Longest wait for the lock",
+            .help = "Maximum wait for the lock",
             .unit = "ms",
             .target = &timeoutMs,
             .showsDefault = true,
@@ -50,7 +50,7 @@ Option pauseOption(int & pauseMs)
 {
     return {.name = "--pause",
             .valueName = "MS",
-            .help = "Copy in pieces of 1 MiB and pause after each, to spare the share",
+            .help = "Copy 1 MiB at a time and pause after each, to limit the load on the share",
             .unit = "ms",
             .target = &pauseMs,
             .range = atLeast(0)};

@@ -7,10 +7,10 @@
 namespace ox::tool
 {
 
-/// The table of all commands, in the order of the overview.
+/// Returns all commands in the order of the overview.
 std::vector<Command> allCommands();
 
-// One function a command; each stands in the source of the command's name.
+// One function per command, in the source file of the command's name.
 Command copyCommand();
 Command crashTestCommand();
 Command crcCommand();
@@ -30,7 +30,7 @@ Command syncCommand();
 Command topCommand();
 Command unpackCommand();
 
-// Options that several commands have.
+// Options of several commands.
 Option jsonOption(bool & json);
 Option formatOption(std::string & format);
 Option timeoutOption(int & timeoutMs);

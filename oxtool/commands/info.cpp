@@ -14,8 +14,8 @@ struct Options {
     bool json = false;
 };
 
-/// Tells the same facts to people and to scripts: lines that hold several of them, and one member
-/// for each.
+/// Reports the facts about the machine: as lines, some with several facts, and as one JSON member
+/// per fact.
 class Information
 {
   public:
@@ -46,7 +46,7 @@ class Information
     void showText(char const * label, char const * name, QString const & text)
     {
         set(name, text);
-        line(label, text.isEmpty() ? QStringLiteral("not known") : text);
+        line(label, text.isEmpty() ? QStringLiteral("unknown") : text);
     }
 
     void showMachine()
@@ -73,9 +73,9 @@ class Information
         line(
             "memory",
             QStringLiteral("%1 MiB, %2 MiB free").arg(info_.totalMemoryMB).arg(info_.freeMemoryMB));
-        line("kernel", kernel < 0
-                           ? QStringLiteral("not known")
-                           : QStringLiteral("%1 MiB, and %2 MiB of files").arg(kernel).arg(cache));
+        line("kernel memory",
+             kernel < 0 ? QStringLiteral("unknown")
+                        : QStringLiteral("%1 MiB, %2 MiB file cache").arg(kernel).arg(cache));
     }
 
     void showLoad(int intervalMs)
@@ -84,7 +84,7 @@ class Information
         oxSleep(intervalMs);
         info_.update(false);
         set("cpuUsage", info_.cpuUsage.asSystemFloat());
-        line("load", QStringLiteral("%1 of the machine, %2 of a core, in %3 ms")
+        line("load", QStringLiteral("%1 of all cores, %2 of one core, over %3 ms")
                          .arg(info_.cpuUsage.strSystemPerc(), info_.cpuUsage.strCorePerc())
                          .arg(intervalMs));
     }
@@ -102,10 +102,10 @@ class Information
     {
         QString const desktop = info_.guiUser();
         set("guiUser", desktop);
-        line("desktop user", desktop.isEmpty() ? QStringLiteral("nobody") : desktop);
+        line("desktop user", desktop.isEmpty() ? QStringLiteral("none") : desktop);
         _oxTime const input = _oxSysInfo::getLastUserInput();
         set("lastUserInput", input.value == 0 ? QJsonValue() : jsonTime(input.value));
-        line("last input", input.value == 0 ? QStringLiteral("not known") : timeText(input.value));
+        line("last input", input.value == 0 ? QStringLiteral("unknown") : timeText(input.value));
         showText("user", "userSID", getHKEY_CURRENT_USER_SID());
         showText("home", "userHome", getCurrentUserHomePath());
         showText("process user", "processUserSID", GetProcessUserSID());
@@ -145,10 +145,10 @@ Command infoCommand()
     auto const options = std::make_shared<Options>();
     return {.name = "info",
             .group = Group::Machine,
-            .summary = "Show this machine, its load and its users",
+            .summary = "Show the machine, its load and its users",
             .options = {{.name = "--interval",
                          .valueName = "MS",
-                         .help = "Time over which the load is measured",
+                         .help = "Period over which the load is measured",
                          .unit = "ms",
                          .target = &options->intervalMs,
                          .showsDefault = true,

@@ -60,7 +60,7 @@ std::optional<Failure> failureOf(Work const & work)
     return std::nullopt;
 }
 
-/// What a buffer file says of itself, and whether it is true.
+/// Shows the header of a buffer file, and verifies its content.
 class Inspection
 {
   public:
@@ -95,8 +95,8 @@ class Inspection
         std::int64_t const modified = status ? status->modified : 0;
         show("file", "file", path_, path_);
         show("format", "format", formatName(format_), formatText(format_));
-        show("length", "fileSize", static_cast<qint64>(size), sizeText(size));
-        show("written", "modified", jsonTime(modified), timeText(modified));
+        show("file size", "fileSize", static_cast<qint64>(size), sizeText(size));
+        show("modified", "modified", jsonTime(modified), timeText(modified));
     }
 
     bool loadHeader()
@@ -124,7 +124,7 @@ class Inspection
         report_.set(QStringLiteral("header"), json);
     }
 
-    /// The CRC that guards the file: the header's, or in a gzip stream the one at its end.
+    /// Returns the stored CRC: that of the header, or the one at the end of a gzip stream.
     std::optional<quint32> storedCrc() const
     {
         if (!isInGzip(format_))
@@ -135,7 +135,7 @@ class Inspection
                    : std::nullopt;
     }
 
-    /// Nothing when the load broke off before there was something to compute it of.
+    /// Returns the CRC of the loaded content; empty if the load failed before.
     std::optional<quint32> computedCrc() const
     {
         if (isInGzip(format_))
@@ -144,7 +144,7 @@ class Inspection
         return hasHeader_ && isRead ? std::optional(loaded_.crc) : std::nullopt;
     }
 
-    /// Of all that the gzip stream holds, the magic and the header included.
+    /// Returns the CRC of the content of the gzip stream, including magic and header.
     quint32 contentCrc() const
     {
         unsigned int crc = 0xFFFFFFFF;
@@ -195,8 +195,7 @@ class Inspection
     QString verdictText() const
     {
         if (hasHeader_ && header_.size != loaded_.size)
-            return QStringLiteral("intact, but the header speaks of %1")
-                .arg(sizeText(header_.size));
+            return QStringLiteral("intact, but the header states %1").arg(sizeText(header_.size));
         return QStringLiteral("intact");
     }
 
@@ -217,10 +216,10 @@ Command inspectCommand()
     auto const options = std::make_shared<Options>();
     return {.name = "inspect",
             .group = Group::BufferFiles,
-            .summary = "Show the header of a buffer file and check its content",
+            .summary = "Show the header of a buffer file, and verify its checksum",
             .details = "The exit status is 1 for a damaged file.",
             .options = {{.name = "BUFFER_FILE",
-                         .help = "File to check; its first bytes tell the format",
+                         .help = "Buffer file of any format",
                          .target = &options->file,
                          .isRequired = true},
                         jsonOption(options->json)},

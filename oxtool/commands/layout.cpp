@@ -105,7 +105,7 @@ Command layoutCommand()
     auto const json = std::make_shared<bool>(false);
     return {.name = "layout",
             .group = Group::Diagnosis,
-            .summary = "Show the sizes and field offsets of all records",
+            .summary = "Show the size and field offsets of each record (bytes)",
             .options = {jsonOption(*json)},
             .examples = {"oxtool layout | grep _oxTime"},
             .run = [json] { return runReported(*json, layout); }};

@@ -24,13 +24,13 @@ struct Options {
     int count = 0;
 };
 
-/// What the machine and its processes did between two readings.
-class Activity
+/// Usage of the machine and of its processes between two samples.
+class UsageMonitor
 {
   public:
-    Activity() { read(); }
+    UsageMonitor() { sample(); }
 
-    void read()
+    void sample()
     {
         info_->update(false);
         list_->collectAllProcesses();
@@ -41,7 +41,7 @@ class Activity
             _oxProcessEntry const & entry = list_->entries[i];
             _ProcessWatch & watch = watches[entry.pid];
             auto const before = watches_.find(entry.pid);
-            // The id may be another process's by now.
+            // The system may have reused the process id.
             if (before != watches_.end() && before->second.name == entry.name &&
                 before->second.lastCpuTime <= entry.cpuTime)
                 watch = before->second;
@@ -52,8 +52,8 @@ class Activity
         watches_ = std::move(watches);
     }
 
-    /// A line about the machine, a heading, and the processes of at least this usage, the busiest
-    /// first.
+    /// Returns a line about the machine, the column titles, and the processes with at least this
+    /// usage, sorted by descending usage.
     QStringList lines(double leastUsage) const
     {
         QStringList lines{
@@ -64,7 +64,7 @@ class Activity
                 .arg(info_->totalMemoryMB)
                 .arg(processCount(list_->count, list_->total())),
             processHeading(QStringLiteral("CORE %   ALL %"))};
-        for (Row const & row : busiestFirst(leastUsage)) {
+        for (Row const & row : sortedByUsage(leastUsage)) {
             double const share = row.usage / info_->coreCount;
             lines += processLine(*row.entry, QString::number(row.usage, 'f', 1).rightJustified(6) +
                                                  QString::number(share, 'f', 1).rightJustified(8));
@@ -78,7 +78,7 @@ class Activity
         double usage;
     };
 
-    std::vector<Row> busiestFirst(double leastUsage) const
+    std::vector<Row> sortedByUsage(double leastUsage) const
     {
         std::vector<Row> rows;
         for (int i = 0; i < list_->count; ++i) {
@@ -98,8 +98,8 @@ class Activity
     std::unordered_map<unsigned int, _ProcessWatch> watches_;
 };
 
-/// Whether there is one more report to come behind this number of them.
-bool goesOn(Options const & options, int reports)
+/// Returns whether another report follows this number of reports.
+bool hasNextReport(Options const & options, int reports)
 {
     return options.count == 0 || reports < options.count;
 }
@@ -109,7 +109,7 @@ void draw(QStringList lines)
     auto const size = platform::terminalSize(stdout);
     if (lines.size() > size.rows - 1)
         lines.erase(lines.begin() + std::max(1, size.rows - 1), lines.end());
-    lines += QStringLiteral("q ends");
+    lines += QStringLiteral("q: quit");
     QString frame = QStringLiteral("\033[H");
     for (QString & line : lines) {
         frame += cutAtEnd(shownText(line), size.columns - 1) + QStringLiteral("\033[K\r\n");
@@ -121,7 +121,8 @@ void draw(QStringList lines)
     std::fflush(stdout);
 }
 
-bool isEndWanted(int withinMs)
+/// Waits for the key that ends the command. Returns whether it was pressed.
+bool waitForQuit(int withinMs)
 {
     auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(withinMs);
     while (auto const key = platform::waitForKey(end)) {
@@ -131,15 +132,15 @@ bool isEndWanted(int withinMs)
     return false;
 }
 
-/// Draws on the taken terminal until a key ends it.
+/// Draws on the terminal until the user quits.
 void showLive(Options const & options)
 {
-    Activity activity;
-    // The first view need not wait for the whole interval.
+    UsageMonitor monitor;
+    // The first report appears early.
     int waitMs = std::min(options.intervalMs, 500);
-    for (int drawn = 0; goesOn(options, drawn) && !isEndWanted(waitMs); ++drawn) {
-        activity.read();
-        QStringList const lines = activity.lines(options.leastUsage);
+    for (int drawn = 0; hasNextReport(options, drawn) && !waitForQuit(waitMs); ++drawn) {
+        monitor.sample();
+        QStringList const lines = monitor.lines(options.leastUsage);
         // A stop request restores the terminal. Nothing may be drawn after that.
         deferStopRequests([&lines] { draw(lines); });
         waitMs = options.intervalMs;
@@ -148,13 +149,13 @@ void showLive(Options const & options)
 
 void showPlain(Options const & options)
 {
-    Activity activity;
-    for (int written = 0; goesOn(options, written) && !isOutputLost(); ++written) {
+    UsageMonitor monitor;
+    for (int written = 0; hasNextReport(options, written) && !isOutputLost(); ++written) {
         oxSleep(options.intervalMs);
-        activity.read();
+        monitor.sample();
         if (written > 0)
             writeLine(QString());
-        for (QString const & line : activity.lines(options.leastUsage))
+        for (QString const & line : monitor.lines(options.leastUsage))
             writeLine(line);
     }
 }
@@ -179,8 +180,8 @@ Command topCommand()
         .group = Group::Machine,
         .summary = "Monitor processor usage per process",
         .details =
-            "On a terminal the table is redrawn in place until q or Ctrl-C ends it; in a pipe one\n"
-            "report follows the other.",
+            "On a terminal the table is redrawn in place; q or Ctrl-C ends the command. In a pipe\n"
+            "the reports follow each other.",
         .options = {{.name = "--interval",
                      .valueName = "MS",
                      .help = "Time between two reports",
@@ -197,7 +198,7 @@ Command topCommand()
                      .range = Range{0.0, 1e6}},
                     {.name = "--count",
                      .valueName = "N",
-                     .help = "End after N reports; 0 for never",
+                     .help = "End after N reports; 0 means no end",
                      .target = &options->count,
                      .showsDefault = true,
                      .range = atLeast(0)}},

@@ -12,7 +12,7 @@ namespace
 struct Options {
     QString in;
     QString out;
-    std::string format; ///< empty: told by the file's content
+    std::string format; ///< empty: detected from the content
 };
 
 void writePayload(_OX_DataBuffer const & payload, QString const & out)
@@ -56,7 +56,7 @@ Command unpackCommand()
                         {.name = "--out",
                          .letter = 'o',
                          .valueName = "FILE",
-                         .help = "Write to FILE instead of standard output",
+                         .help = "Write the payload to FILE instead of standard output",
                          .target = &options->out},
                         formatOption(options->format)},
             .examples = {"oxtool unpack /mnt/share/jobs/job17.oxdb --out scene.txt"},

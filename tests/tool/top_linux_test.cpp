@@ -69,7 +69,7 @@ TEST(TopOnTerminal, IsDrawnInPlaceAndLeavesTheTerminalAsItWas)
         OnTerminal terminal(QByteArray("trap : INT; stty rows 10 columns 60; before=$(stty -g); ") +
                             run +
                             R"(; echo status $?; test $before = $(stty -g) && echo restored)");
-        EXPECT_TRUE(terminal.waitFor("q ends")) << run << terminal.shown().data();
+        EXPECT_TRUE(terminal.waitFor("q: quit")) << run << terminal.shown().data();
         terminal.press(key);
         EXPECT_TRUE(terminal.waitFor("restored")) << run << terminal.shown().data();
         QByteArray const shown = terminal.shown();
