@@ -5,6 +5,7 @@
 #include "oxtool/support/names.h"
 #include "oxtool/support/output_file.h"
 #include "oxtool/support/progress.h"
+#include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
 #include "shared/fs/copy_steps.h"
 #include "shared/platform/files.h"
@@ -19,24 +20,24 @@ namespace ox::tool
 namespace
 {
 
-constexpr int withoutPieces = -1;
+constexpr int noPieces = -1;
 
 struct Options {
     QString from;
     QString to;
-    int pauseMs = withoutPieces;
+    int pauseMs = noPieces;
     bool keep = false;
     bool json = false;
 };
 
-/// 0 for a file that does not exist.
+/// Returns the size of a file; 0 for one that does not exist.
 qint64 sizeOf(QString const & path)
 {
     auto const status = platform::fileStatus(nativeName(path));
     return status ? status->size : 0;
 }
 
-/// The file to write: in a folder, that of the source's name.
+/// Returns the file to write: TO, or in the folder TO a file with the source's name.
 QString targetOf(Options const & options)
 {
     QString const to = options.to;
@@ -46,32 +47,40 @@ QString targetOf(Options const & options)
     return QDir(to).filePath(QFileInfo(options.from).fileName());
 }
 
-/// Runs a copy and shows its progress, by the number of bytes that the target has. Returns the
-/// failure's text.
-QString showProgress(QString const & from, qint64 begin, Progress::Measure const & size,
-                     std::function<QString()> const & copy)
+/// Runs a copy and shows its progress by the size of the target. Returns the text of a failure.
+QString copyWithProgress(QString const & from, qint64 begin, Progress::Measure const & size,
+                         std::function<QString()> const & copy)
 {
     Progress const progress(QStringLiteral("Copying %1").arg(QFileInfo(from).fileName()),
                             sizeOf(from) - begin, [&] { return size() - begin; });
     return copy();
 }
 
-/// Copies so that the target takes its name only when it is complete.
+/// Returns why a name cannot be copied as a file.
+QString missingReason(QString const & path)
+{
+    auto const status = platform::fileStatus(nativeName(path));
+    return status ? QStringLiteral("it is a folder") : reasonOf(status.error());
+}
+
+/// Copies to a temporary file, which replaces the target when it is complete.
 void copyWhole(QString const & from, QString const & to, int pauseMs, bool * endsEmpty)
 {
     using Access = OutputFile::Access;
     OutputFile file(to);
-    QString failure = QStringLiteral("Source file does not exist.");
-    if (platform::statusOfFile(nativeName(from))) {
-        bool const bySystem = pauseMs == withoutPieces;
+    QString failure;
+    if (!platform::statusOfFile(nativeName(from))) {
+        failure = missingReason(from);
+    } else {
+        bool const bySystem = pauseMs == noPieces;
         platform::NewFile & copy = file.create(bySystem ? Access::Owner : Access::ByMask);
-        failure = showProgress(
+        failure = copyWithProgress(
             from, 0, [&] { return copy.size().value_or(0); },
             [&] { return fs::copyWhole(nativeName(from), copy, pauseMs, endsEmpty); });
     }
     if (!failure.isEmpty())
-        throw Failure(
-            QStringLiteral("%1 was not copied. %2 %3").arg(from, file.whatIsLeft(), failure));
+        throw Failure(QStringLiteral("cannot copy '%1' to '%2' (target %3): %4")
+                          .arg(from, to, file.targetState(), reasonIn(failure)));
     file.commit();
 }
 
@@ -87,33 +96,34 @@ void copy(Options const & options, Report & report)
     report.set(QStringLiteral("to"), to);
     report.set(QStringLiteral("copied"), !isKept);
     report.set(QStringLiteral("size"), sizeOf(to));
-    report.line(isKept ? QStringLiteral("kept") : QStringLiteral("copied"),
+    report.line(isKept ? QStringLiteral("skipped") : QStringLiteral("copied"),
                 QStringLiteral("%1, %2").arg(to, sizeText(sizeOf(to))));
-    if (options.pauseMs == withoutPieces || isKept)
+    if (options.pauseMs == noPieces || isKept)
         return;
     report.set(QStringLiteral("endsEmpty"), endsEmpty);
     if (endsEmpty)
-        report.line(QStringLiteral("ends empty"),
-                    QStringLiteral("%1 may still be being written").arg(from));
+        report.line(QStringLiteral("ends in zeros"),
+                    QStringLiteral("%1, possibly incomplete").arg(from));
 }
 
-/// Appends in place, since a target that has a part of a log is what the next call wants.
+/// Appends in place, so that the next call can continue a partly appended target.
 void append(QString const & from, QString const & to, qint64 begin)
 {
-    auto const whatIsThere = [&] {
-        return QStringLiteral("%1 has %2 of %3 bytes.").arg(to).arg(sizeOf(to)).arg(sizeOf(from));
+    auto const progress = [&] {
+        return QStringLiteral("%1 of %2 bytes").arg(sizeOf(to)).arg(sizeOf(from));
     };
     StopGuard guard;
     guard.acquire([] { return true; }, [] {},
-                  [&] { return QStringLiteral("stopped. ") + whatIsThere(); });
-    QString const failure = showProgress(
+                  [&] { return QStringLiteral("stopped: '%1' has %2").arg(to, progress()); });
+    QString const failure = copyWithProgress(
         from, begin, [&] { return sizeOf(to); },
         [&] {
             bool limitReported = false;
             return oxResumeFile(from, to, limitReported);
         });
     if (!failure.isEmpty())
-        throw Failure(whatIsThere() + QLatin1Char(' ') + failure);
+        throw Failure(QStringLiteral("cannot append to '%1' (%2 copied): %3")
+                          .arg(to, progress(), reasonIn(failure)));
 }
 
 void resume(Options const & options, Report & report)
@@ -121,19 +131,19 @@ void resume(Options const & options, Report & report)
     QString const from = options.from;
     QString const to = targetOf(options);
     auto const old = platform::statusOfFile(nativeName(to));
-    bool const startsAgain = !old || old->size > sizeOf(from);
-    if (startsAgain)
-        copyWhole(from, to, withoutPieces, nullptr);
+    bool const isWhole = !old || old->size > sizeOf(from);
+    if (isWhole)
+        copyWhole(from, to, noPieces, nullptr);
     else
         append(from, to, old->size);
     qint64 const size = sizeOf(to);
-    qint64 const added = startsAgain ? size : size - old->size;
+    qint64 const added = isWhole ? size : size - old->size;
     report.set(QStringLiteral("from"), from);
     report.set(QStringLiteral("to"), to);
-    report.set(QStringLiteral("whole"), startsAgain);
+    report.set(QStringLiteral("whole"), isWhole);
     report.set(QStringLiteral("added"), added);
     report.set(QStringLiteral("size"), size);
-    report.line(startsAgain ? QStringLiteral("copied") : QStringLiteral("added"),
+    report.line(isWhole ? QStringLiteral("copied") : QStringLiteral("appended"),
                 QStringLiteral("%1 to %2, now %3").arg(sizeText(added), to, sizeText(size)));
 }
 
@@ -145,7 +155,7 @@ Option fromOption(Options & options)
 Option toOption(Options & options)
 {
     return {.name = "TO",
-            .help = "The copy, or the folder for it",
+            .help = "Target file, or folder for the copy",
             .target = &options.to,
             .isRequired = true};
 }
@@ -157,12 +167,12 @@ Command copyCommand()
     auto const options = std::make_shared<Options>();
     return {.name = "cp",
             .group = Group::Files,
-            .summary = "Copy a file with its time, whole or not at all",
+            .summary = "Copy a file with its time; TO is never incomplete",
             .options = {fromOption(*options),
                         toOption(*options),
                         pauseOption(options->pauseMs),
                         {.name = "--keep",
-                         .help = "Skip a file that exists already",
+                         .help = "Skip the copy if the target exists",
                          .target = &options->keep},
                         jsonOption(options->json)},
             .examples = {"oxtool cp --pause 50 scene.0001.exr /mnt/share/out"},
@@ -174,9 +184,10 @@ Command resumeCommand()
     auto const options = std::make_shared<Options>();
     return {.name = "resume",
             .group = Group::Files,
-            .summary = "Append what a growing file gained to its copy",
+            .summary = "Append the new data of a growing file to its copy",
             .details =
-                "A source that became shorter is copied whole, one above 25 MiB is not appended.",
+                "If FROM is shorter than TO, it is copied from the beginning. A FROM above 25 MiB\n"
+                "cannot be appended.",
             .options = {fromOption(*options), toOption(*options), jsonOption(options->json)},
             .examples = {"oxtool resume render.log /mnt/share/logs/render.log"},
             .run = reporting(options, resume)};

@@ -2,8 +2,10 @@
 #include "oxtool/support/crash_kinds.h"
 #include "oxtool/support/failure.h"
 #include "oxtool/support/names.h"
+#include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
 #include "shared/crash/crash_handler.h"
+#include "shared/platform/files.h"
 #include "shared/platform/open_file.h"
 #include "shared/platform/program/child_process.h"
 #include "shared/platform/this_process.h"
@@ -24,20 +26,20 @@ namespace
 
 struct Options {
     std::string kind;
-    std::string folder = "."; ///< as given, since a child process gets it, too
+    std::string folder = "."; ///< unchanged argument, which the child process receives
     QString readers;
     bool isChild = false;
     bool json = false;
 };
 
-/// The log of the program that crashes, whose name is that of the application in the dump's.
+/// Returns the path of the child process's log. Its name is part of the dump's name.
 QString logName(QString const & folder)
 {
     return QDir::toNativeSeparators(
         QDir(folder).absoluteFilePath(QStringLiteral("crash-test.txt")));
 }
 
-/// Lines to a file that is open beforehand and has no buffer: nothing else works after a crash.
+/// Logs to an unbuffered file that is opened before the crash, since little else works after it.
 class FileLogger : public oxLogger
 {
   public:
@@ -59,8 +61,8 @@ class FileLogger : public oxLogger
     platform::Result<platform::OpenFile> file_;
 };
 
-/// What the process that is to crash does. It returns only when nothing crashed.
-int crashHere(Options const & options)
+/// Runs in the child process, and crashes it. Returns only if the crash did not happen.
+int runChild(Options const & options)
 {
     QString const folder = fromArgument(options.folder);
     static FileLogger logger(logName(folder));
@@ -71,8 +73,8 @@ int crashHere(Options const & options)
     return Done;
 }
 
-/// The child's log, which is of no use any more.
-QStringList takeLog(QString const & name)
+/// Reads the child process's log, and deletes it.
+QStringList readAndDeleteLog(QString const & name)
 {
     QFile file(name);
     file.open(QIODevice::ReadOnly);
@@ -82,23 +84,23 @@ QStringList takeLog(QString const & name)
     return text.isEmpty() ? QStringList() : text.split(QLatin1Char('\n'));
 }
 
-/// Breakpad's programs that read dumps, from a folder or from where the system looks for programs.
-class Readers
+/// Breakpad's programs that read dumps, in a folder or in PATH.
+class DumpReaders
 {
   public:
-    explicit Readers(QString const & folder)
+    explicit DumpReaders(QString const & folder)
         : stackwalk_(find(QStringLiteral("minidump_stackwalk"), folder)),
           symbols_(find(QStringLiteral("dump_syms"), folder))
     {
     }
 
-    bool areThere() const { return !stackwalk_.isEmpty() && !symbols_.isEmpty(); }
+    bool areInstalled() const { return !stackwalk_.isEmpty() && !symbols_.isEmpty(); }
 
-    /// The machine-readable report on a dump of a program: lines of fields with "|" between.
+    /// Returns the machine-readable report on a dump of a program, as lines of fields.
     QList<QStringList> read(QString const & dump, QString const & program) const
     {
         QTemporaryDir const folder;
-        // An installed program has its debug information in a file beside it.
+        // The debug information of an installed program is a file in the program's folder.
         QByteArray const symbols = run(symbols_, {program, QFileInfo(program).path()});
         // "MODULE Linux x86_64 1F0B… oxtool"
         QStringList const module =
@@ -136,8 +138,8 @@ class Readers
     QString symbols_;
 };
 
-/// Shows the signal or exception, and where in the program it happened: the crashed thread's first
-/// frame with a source line.
+/// Shows the signal or exception, and its place in the program: the first frame of the crashed
+/// thread that has a source line.
 void showCrash(QList<QStringList> const & lines, Report & report)
 {
     QString thread;
@@ -158,42 +160,55 @@ void showCrash(QList<QStringList> const & lines, Report & report)
     }
 }
 
+/// Fails: throws Failure when the folder does not exist.
+void requireFolder(QString const & folder)
+{
+    auto const status = platform::fileStatus(nativeName(folder));
+    if (!status || !status->isFolder)
+        throw Failure(
+            QStringLiteral("cannot write a dump to '%1': %2")
+                .arg(folder, status ? QStringLiteral("not a folder") : reasonOf(status.error())));
+}
+
 void crashTest(Options const & options, Report & report)
 {
     QString const folder = fromArgument(options.folder);
     QString const log = logName(folder);
-    if (!QDir(folder).exists())
-        throw Failure(QStringLiteral("There is no folder %1.").arg(folder));
+    requireFolder(folder);
     if (QFile::exists(log))
-        throw Failure(QStringLiteral("%1 is in the way.").arg(log));
+        throw Failure(
+            QStringLiteral("cannot create log '%1': file exists; delete or rename it").arg(log));
 
     std::string const program =
         text::toQString(platform::executablePath().value_or(u"")).toStdString();
     auto const child = platform::ChildProcess::start(
         {program, "crash-test", options.kind, "--dir", options.folder, "--child"});
     if (!child)
-        throw Failure(systemMessage(child.error()));
+        throw Failure(QStringLiteral("cannot start '%1': %2")
+                          .arg(fromArgument(program), reasonOf(child.error())));
     int const status = (*child)->wait();
 
-    QString const lead = QStringLiteral("wrote dumpfile to ");
-    QStringList const lines = takeLog(log);
+    QString const prefix = QStringLiteral("wrote dumpfile to ");
+    QStringList const lines = readAndDeleteLog(log);
     for (QString const & line : lines)
         report.line(QStringLiteral("log"), line);
-    report.line(QStringLiteral("ended"), QStringLiteral("with status %1").arg(status));
+    report.line(QStringLiteral("exit status"), QString::number(status));
     report.set(QStringLiteral("log"), QJsonArray::fromStringList(lines));
     report.set(QStringLiteral("status"), status);
-    if (lines.isEmpty() || !lines.last().startsWith(lead))
-        throw Failure(QStringLiteral("No dump was written."));
+    if (lines.isEmpty() || !lines.last().startsWith(prefix))
+        throw Failure(
+            QStringLiteral("cannot show a dump: the child process wrote none to '%1'").arg(folder));
 
-    QString const dump = lines.last().mid(lead.size());
+    QString const dump = lines.last().mid(prefix.size());
     report.line(QStringLiteral("dump"), sizeText(QFile(dump).size()));
     report.set(QStringLiteral("dump"), dump);
-    Readers const readers(options.readers);
-    if (readers.areThere())
+    DumpReaders const readers(options.readers);
+    if (readers.areInstalled())
         showCrash(readers.read(dump, fromArgument(program)), report);
     else
         report.line(QStringLiteral("reason"),
-                    QStringLiteral("minidump_stackwalk and dump_syms are not there to tell"));
+                    QStringLiteral("unknown; install minidump_stackwalk and dump_syms, or give "
+                                   "their folder with --readers"));
 }
 
 std::vector<std::string> kindNames()
@@ -213,9 +228,10 @@ Command crashTestCommand()
         .name = "crash-test",
         .group = Group::Diagnosis,
         .summary = "Crash a child process and show its dump",
-        .details = "The dump stays in the folder.",
+        .details = "The dump remains in the folder of --dir.",
         .options = {{.name = "KIND",
-                     .help = "null, divide, illegal, abort, throw, stack, thread or thread-stack",
+                     .help = "Kind of crash: null, divide, illegal, abort, throw, stack, thread or "
+                             "thread-stack",
                      .target = &options->kind,
                      .isRequired = true,
                      .choices = kindNames()},
@@ -226,15 +242,14 @@ Command crashTestCommand()
                      .showsDefault = true},
                     {.name = "--readers",
                      .valueName = "FOLDER",
-                     .help =
-                         "Folder with minidump_stackwalk and dump_syms, if they are not in PATH",
+                     .help = "Folder of minidump_stackwalk and dump_syms; without it PATH is used",
                      .target = &options->readers},
                     {.name = "--child", .target = &options->isChild, .isHidden = true},
                     jsonOption(options->json)},
         .examples = {"oxtool crash-test null --dir /var/log/farm"},
         .run = [options] {
             if (options->isChild)
-                return crashHere(*options);
+                return runChild(*options);
             return runReported(options->json,
                                [&options](Report & report) { crashTest(*options, report); });
         }};

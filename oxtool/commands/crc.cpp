@@ -37,7 +37,7 @@ RunningChecksums checksumsOf(QString const & path)
 
 QString lineOf(RunningChecksums const & sums, QString const & path)
 {
-    return QStringLiteral("%1  %2  %3  %4  %5  %6")
+    return QStringLiteral("%1    %2   %3  %4  %5  %6")
         .arg(hexText(sums.crc8(), 2), hexText(sums.crc16(), 4), hexText(sums.crc32()),
              hexText(sums.crc64(), 16))
         .arg(sums.size(), 10)
@@ -54,10 +54,10 @@ QJsonObject jsonOf(RunningChecksums const & sums, QString const & path)
             {QStringLiteral("crc64"), hexText(sums.crc64(), 16)}};
 }
 
-/// Shows the other files when one cannot be read, and fails then.
+/// Shows all readable files, and fails if one of them is not readable.
 void crc(Options const & options, Report & report)
 {
-    report.text(QStringLiteral("8   16    32        64                      bytes  file"));
+    report.text(QStringLiteral("crc8  crc16  crc32     crc64                  bytes  file"));
     QJsonArray files;
     QStringList failures;
     for (QString const & path : options.files) {
@@ -84,7 +84,7 @@ Command crcCommand()
             .group = Group::BufferFiles,
             .summary = "Compute the 8, 16, 32 and 64 bit checksums of files",
             .options = {{.name = "FILE",
-                         .help = "Files to read; - for the standard input",
+                         .help = "Files to read; - is the standard input",
                          .target = &options->files,
                          .isRequired = true},
                         jsonOption(options->json)},

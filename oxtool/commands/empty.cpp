@@ -2,7 +2,7 @@
 
 #include "oxtool/commands/commands.h"
 #include "oxtool/support/failure.h"
-#include "oxtool/support/names.h"
+#include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
 #include "oxtool/support/stop.h"
 
@@ -24,7 +24,7 @@ struct Options {
     bool json = false;
 };
 
-/// One pass over the folder, and what is said about it.
+/// Empties a folder and reports each entry.
 class Emptying
 {
   public:
@@ -35,8 +35,8 @@ class Emptying
 
     void run()
     {
-        // On a thread of its own, so that a stop request can wait until it stands still and tell
-        // exactly what was deleted.
+        // The pass runs on another thread, so that a stop request can wait for its end and report
+        // the exact number of deleted entries.
         std::shared_future<_oxEmptyFolderResult> pass;
         StopGuard guard;
         guard.acquire(
@@ -48,14 +48,14 @@ class Emptying
                 stopped_ = true;
                 pass.wait();
             },
-            [&] { return QStringLiteral("stopped. ") + summary(pass.get()); });
+            [&] { return QStringLiteral("stopped: ") + summary(pass.get()); });
         pass.wait();
         guard.release();
-        tell(pass.get());
+        showResult(pass.get());
     }
 
   private:
-    /// Where the system has no thread left, whoever waits for the pass first runs it.
+    /// Starts the pass on another thread. If no thread can be created, the first wait runs it.
     std::shared_future<_oxEmptyFolderResult> start()
     {
         try {
@@ -67,37 +67,55 @@ class Emptying
 
     _oxEmptyFolderResult empty()
     {
-        _oxEmptyFolderOptions how;
-        how.recursive = options_.recursive;
-        how.isDryRun = options_.dryRun;
-        how.stop = [this] { return stopped_.load(); };
-        how.report = [this](QString const & path, QString const & failure) {
-            if (options_.json)
-                (failure.isEmpty() ? entries_ : failures_)
-                    .append(failure.isEmpty() ? path : failure);
-            else if (failure.isEmpty())
-                report_.line(deleted(), path);
+        _oxEmptyFolderOptions options;
+        options.recursive = options_.recursive;
+        options.isDryRun = options_.dryRun;
+        options.stop = [this] { return stopped_.load(); };
+        options.report = [this](QString const & path, QString const & failure) {
+            if (failure.isEmpty())
+                addEntry(path);
             else
-                writeError(failure);
+                addFailure(path, failure);
         };
-        return oxEmptyFolder(folder_, how);
+        return oxEmptyFolder(folder_, options);
     }
 
-    QString deleted() const
+    void addEntry(QString const & path)
     {
-        return options_.dryRun ? QStringLiteral("would delete") : QStringLiteral("deleted");
+        if (options_.json)
+            entries_.append(path);
+        else
+            report_.line(entryLabel(), path);
+    }
+
+    /// The library's text consists of a sentence, the path and the reason.
+    void addFailure(QString const & path, QString const & failure)
+    {
+        QString const reason =
+            failure.mid(failure.indexOf(path + QLatin1String(", ")) + path.size() + 2);
+        QString const text = (path == folder_ ? QStringLiteral("cannot empty '%1': %2")
+                                              : QStringLiteral("cannot delete '%1': %2"))
+                                 .arg(path, reasonIn(reason));
+        if (options_.json)
+            failures_.append(text);
+        else
+            writeError(text);
+    }
+
+    QString entryLabel() const
+    {
+        return options_.dryRun ? QStringLiteral("to delete") : QStringLiteral("deleted");
     }
 
     QString summary(_oxEmptyFolderResult const & result) const
     {
         QString const failures =
-            result.failures > 0 ? QStringLiteral("; %1 failed").arg(result.failures) : QString();
-        return QStringLiteral("%1: %2 %3, %4")
-            .arg(folder_, deleted(), QString::number(result.count),
-                 sizeText(result.bytes) + failures);
+            result.failures > 0 ? QStringLiteral(", %1 failed").arg(result.failures) : QString();
+        return QStringLiteral("%1 %2, %3")
+            .arg(QString::number(result.count), entryLabel(), sizeText(result.bytes) + failures);
     }
 
-    void tell(_oxEmptyFolderResult const & result) const
+    void showResult(_oxEmptyFolderResult const & result) const
     {
         report_.set(QStringLiteral("folder"), folder_);
         report_.set(QStringLiteral("dryRun"), options_.dryRun);
@@ -105,8 +123,10 @@ class Emptying
         report_.set(QStringLiteral("failures"), failures_);
         report_.set(QStringLiteral("bytes"), static_cast<qint64>(result.bytes));
         if (!result.done || result.failures > 0)
-            throw Failure(summary(result));
-        report_.text(summary(result));
+            throw Failure(QStringLiteral("cannot delete every entry of '%1': %2")
+                              .arg(folder_, summary(result)));
+        report_.line(options_.dryRun ? QStringLiteral("dry run") : QStringLiteral("done"),
+                     summary(result));
     }
 
     Options const & options_;
@@ -125,18 +145,18 @@ Command emptyCommand()
     return {.name = "empty",
             .group = Group::Files,
             .summary = "Delete the content of a folder",
-            .details = "The folder itself stays. Links are deleted and never followed.",
+            .details = "The folder itself stays. Links are deleted, not followed.",
             .options = {{.name = "FOLDER",
                          .help = "Folder to empty",
                          .target = &options->folder,
                          .isRequired = true},
                         {.name = "--recursive",
                          .letter = 'r',
-                         .help = "Delete the folders in it as well",
+                         .help = "Delete subfolders as well",
                          .target = &options->recursive},
                         {.name = "--dry-run",
                          .letter = 'n',
-                         .help = "Delete nothing, list what a run deletes",
+                         .help = "Delete nothing; list the entries that a run deletes",
                          .target = &options->dryRun},
                         jsonOption(options->json)},
             .examples = {"oxtool empty /mnt/share/temp --recursive --dry-run"},

@@ -2,12 +2,12 @@
 #include "oxtool/support/failure.h"
 #include "oxtool/support/held_lock.h"
 #include "oxtool/support/names.h"
+#include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
 #include "shared/fs/path.h"
 #include "shared/platform/files.h"
 #include "shared/platform/program/child_process.h"
 #include "shared/platform/result.h"
-#include "shared/system/os_error.h"
 
 namespace ox::tool
 {
@@ -22,19 +22,19 @@ struct Options {
     bool json = false;
 };
 
-QString liveText(_oxFileLockStatus const & status)
+QString holderStateText(_oxFileLockStatus const & status)
 {
     switch (status.holder) {
     case _oxFileLockStatus::Process:
-        return QStringLiteral("a process has it");
+        return QStringLiteral("a process holds it");
     case _oxFileLockStatus::Unknown:
         return QStringLiteral("cannot tell whether a process holds it");
     case _oxFileLockStatus::Nobody:
         break;
     }
     return status.isStale
-               ? QStringLiteral("stale: no process has it, and whoever waits removes it")
-               : QStringLiteral("left behind: no process has it; stale after three hours");
+               ? QStringLiteral("stale: no process holds it, the next waiting process removes it")
+               : QStringLiteral("abandoned: no process holds it, stale after three hours");
 }
 
 QJsonValue liveJson(_oxFileLockStatus const & status)
@@ -44,14 +44,15 @@ QJsonValue liveJson(_oxFileLockStatus const & status)
     return status.holder == _oxFileLockStatus::Process;
 }
 
-Failure cannotLookAt(QString const & file, QString const & reason)
+Failure statusFailure(QString const & file, QString const & reason)
 {
     return Failure(
-        QStringLiteral("cannot look at the lock file '%1': %2").arg(lockFileName(file), reason));
+        QStringLiteral("cannot check lock file '%1': %2").arg(lockFileName(file), reason));
 }
 
-/// The error of the folder of a path with a share or a drive, 0 when the folder exists. Where the
-/// system has neither, such a path is a file name without a folder, whose lock nobody else sees.
+/// Returns the system's error code for the folder of a path with a share or a drive; 0 if the
+/// folder exists. On Linux such a path is a file name without a folder, whose lock no other process
+/// sees.
 int systemErrorOfFolder(QString const & file)
 {
     bool const isStoredPath = file.startsWith(QLatin1String("\\\\")) ||
@@ -68,12 +69,12 @@ void showStatus(QString const & file, Report & report)
 {
     _oxFileLocker const locker(file);
     if (locker.lockFileName().isEmpty())
-        throw cannotLookAt(file, QStringLiteral("the path is too long for a lock file beside it"));
+        throw statusFailure(file, unlockableReason(file));
     if (int const error = systemErrorOfFolder(file))
-        throw cannotLookAt(file, QString(oxLastOSError(error)));
+        throw statusFailure(file, reasonOf(error));
     _oxFileLockStatus const status = locker.status();
     if (status.systemError != 0)
-        throw cannotLookAt(file, QString(oxLastOSError(status.systemError)));
+        throw statusFailure(file, reasonOf(status.systemError));
     report.set(QStringLiteral("lockFile"), lockFileName(file));
     report.set(QStringLiteral("held"), status.exists);
     report.line(QStringLiteral("lock"), lockFileName(file));
@@ -86,10 +87,10 @@ void showStatus(QString const & file, Report & report)
     report.set(QStringLiteral("live"), liveJson(status));
     report.set(QStringLiteral("stale"), status.isStale);
     report.line(QStringLiteral("state"), QStringLiteral("held by ") + holderText(status));
-    report.line(QStringLiteral("holder"), liveText(status));
+    report.line(QStringLiteral("holder"), holderStateText(status));
 }
 
-/// The exit statuses of a command that cannot be run, as shells have them.
+/// Returns the exit status of a command that cannot be run, as shells do.
 int statusOfFailedStart(platform::Error error)
 {
     constexpr int cannotRun = 126;
@@ -97,16 +98,16 @@ int statusOfFailedStart(platform::Error error)
     return error.kind() == platform::ErrorKind::NotFound ? notFound : cannotRun;
 }
 
-/// A stop request of the terminal reaches the command by itself; any other is passed on to it. The
-/// tool ends when the command does.
-int runToItsEnd(std::vector<std::string> const & command)
+/// Runs the command and waits for its end. The terminal sends its stop requests to the command as
+/// well; other requests are passed on to it.
+int runCommand(std::vector<std::string> const & command)
 {
     std::unique_ptr<platform::ChildProcess> child;
     StopHandler const handler([&]() -> StopHandler::Handler {
         auto started = platform::ChildProcess::start(command);
         if (!started)
-            throw Failure(QStringLiteral("%1 cannot be run. %2")
-                              .arg(fromArgument(command[0]), systemMessage(started.error())),
+            throw Failure(QStringLiteral("cannot run '%1': %2")
+                              .arg(fromArgument(command[0]), reasonOf(started.error())),
                           statusOfFailedStart(started.error()));
         child = *std::move(started);
         return [&child](platform::StopRequest request) {
@@ -120,7 +121,7 @@ int runToItsEnd(std::vector<std::string> const & command)
 int runUnderLock(Options const & options)
 {
     HeldLock lock(options.file, options.timeoutMs);
-    int const status = runToItsEnd(options.command);
+    int const status = runCommand(options.command);
     QString const failure = lock.release();
     if (failure.isEmpty())
         return status;
@@ -150,29 +151,30 @@ int run(Options const & options)
 Command lockCommand()
 {
     auto const options = std::make_shared<Options>();
-    return {.name = "lock",
-            .group = Group::Locks,
-            .summary = "Run a command while holding the lock of a file, or show who holds it",
-            .details =
-                "The exit status is the command's, 128 + signal if a signal ended it, 127 or 126\n"
-                "if it cannot be run, 1 if the lock cannot be taken or released.",
-            .options = {{.name = "FILE",
-                         .help = "File whose lock it is; it need not exist",
-                         .target = &options->file,
-                         .isRequired = true},
-                        {.name = "COMMAND",
-                         .help = "Command to run, behind \"--\"",
-                         .target = &options->command},
-                        timeoutOption(options->timeoutMs),
-                        {.name = "--status",
-                         .help = "Show who holds the lock and since when",
-                         .target = &options->status,
-                         .excludes = "COMMAND"},
-                        jsonOptionOfStatus(options->json)},
-            .examples = {"oxtool lock /mnt/share/farm.ini --timeout 5000 -- sed -i s/old/new/ "
-                         "/mnt/share/farm.ini",
-                         "oxtool lock --status /mnt/share/farm.ini"},
-            .run = [options] { return run(*options); }};
+    return {
+        .name = "lock",
+        .group = Group::Locks,
+        .summary = "Run a command under the lock of a file, or show who holds the lock",
+        .details =
+            "The exit status is that of COMMAND, 128 + signal if a signal ended it, 127 or 126 if\n"
+            "it cannot be run, 1 if the lock cannot be taken or released.",
+        .options = {{.name = "FILE",
+                     .help = "File to lock; it need not exist",
+                     .target = &options->file,
+                     .isRequired = true},
+                    {.name = "COMMAND",
+                     .help = "Command to run, after \"--\"",
+                     .target = &options->command},
+                    timeoutOption(options->timeoutMs),
+                    {.name = "--status",
+                     .help = "Show who holds the lock, and since when",
+                     .target = &options->status,
+                     .excludes = "COMMAND"},
+                    jsonOptionOfStatus(options->json)},
+        .examples = {"oxtool lock /mnt/share/farm.ini --timeout 5000 -- sed -i s/old/new/ "
+                     "/mnt/share/farm.ini",
+                     "oxtool lock --status /mnt/share/farm.ini"},
+        .run = [options] { return run(*options); }};
 }
 
 } // namespace ox::tool

@@ -2,9 +2,8 @@
 
 #include "oxtool/commands/commands.h"
 #include "oxtool/support/failure.h"
-#include "oxtool/support/names.h"
+#include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
-#include "shared/system/os_error.h"
 
 namespace ox::tool
 {
@@ -40,7 +39,7 @@ void list(Options const & options, Report & report)
 {
     QString const folder = options.folder;
     if (folder.isEmpty())
-        throw Failure(QStringLiteral("The name of the folder is empty."));
+        throw Failure(QStringLiteral("cannot list folder '': the name is empty"));
     oxDirListing listing;
     for (QString const & ending : options.endings)
         listing.addEndsWithFilter(ending);
@@ -54,8 +53,8 @@ void list(Options const & options, Report & report)
             report.text(lineOf(listing));
     }
     if (listing.error() != 0)
-        throw Failure(QStringLiteral("%1 cannot be read. %2")
-                          .arg(folder, QString(oxLastOSError(listing.error()))));
+        throw Failure(
+            QStringLiteral("cannot list folder '%1': %2").arg(folder, reasonOf(listing.error())));
 }
 
 } // namespace
@@ -66,9 +65,9 @@ Command listCommand()
     return {
         .name = "ls",
         .group = Group::Files,
-        .summary = "List the files of a folder with sizes and times",
+        .summary = "List the files of a folder with size and time",
         .options = {{.name = "FOLDER",
-                     .help = "Folder, file, or a pattern that ends with *",
+                     .help = "Folder, file, or pattern that ends with *",
                      .target = &options->folder,
                      .isRequired = true},
                     {.name = "--ends",

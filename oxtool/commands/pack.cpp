@@ -24,7 +24,7 @@ struct Options {
     bool json = false;
 };
 
-/// Loads what has no length beforehand.
+/// Loads a file whose length is not known, such as a pipe.
 void loadStream(QString const & path, _OX_DataBuffer & buffer)
 {
     constexpr int limitMB = _OX_DataBuffer::memoryLimitMB;
@@ -32,17 +32,17 @@ void loadStream(QString const & path, _OX_DataBuffer & buffer)
     readPieces(path, [&](std::span<unsigned char> piece) {
         auto const length = static_cast<int>(piece.size());
         qint64 const needed = qint64{buffer.size} + length;
-        // Doubled, so that the content moves a few times only.
+        // The capacity is doubled, so that the content is moved only a few times.
         qint64 const capacity =
             std::max(needed, std::min<qint64>(limit, qint64{buffer.sizeAllocated} * 2));
         bool const fits = needed <= buffer.sizeAllocated ||
                           (needed <= limit && buffer.resize(static_cast<int>(capacity), limitMB));
         if (!fits || !buffer.append(reinterpret_cast<char *>(piece.data()), length))
-            throw fileFailure(path, _OX_DataBuffer::OutOfMemory);
+            throw loadFailure(path, _OX_DataBuffer::OutOfMemory);
     });
 }
 
-/// Whether a path names something like a pipe, which can be read and has no length.
+/// Returns whether a path refers to a stream, such as a pipe, whose length is not known.
 bool isStream(QString const & path)
 {
     auto const status = platform::statusOfFile(nativeName(path));
@@ -55,10 +55,12 @@ void loadPayload(QString const & path, _OX_DataBuffer & buffer)
     if (isStream(path))
         loadStream(path, buffer);
     else if (!buffer.loadFromFile(path, false) && buffer.error != _OX_DataBuffer::Corrupt)
-        throw fileFailure(path, buffer.error);
+        throw loadFailure(path, buffer.error);
     if (buffer.size == 0)
         throw Failure(
-            QStringLiteral("%1 is empty, and a buffer file holds at least one byte.").arg(path));
+            QStringLiteral("cannot pack '%1': it is empty, and a buffer file has at least "
+                           "one byte")
+                .arg(path));
 }
 
 /// Returns 0 or the buffer's error code.
@@ -76,22 +78,22 @@ int save(_OX_DataBuffer & buffer, Format format, QString const & path)
     return buffer.error;
 }
 
-/// Writes to `path` what is to become `out`.
+/// Writes the buffer file to the temporary file `path`; messages name the target `out`.
 void compressAndSave(_OX_DataBuffer & payload, Options const & options, QString const & path,
                      QString const & out)
 {
-    Progress const progress(QStringLiteral("Writing"));
+    Progress const progress(QStringLiteral("Writing %1").arg(out));
     Format const format = formatNames().at(options.format);
     _OX_DataBuffer compressed;
     if (format == Format::CompressAndSave && !compressed.compressFrom(payload, 0))
-        throw fileFailure(out, compressed.error);
+        throw saveFailure(out, compressed.error);
     _OX_DataBuffer & buffer = format == Format::CompressAndSave ? compressed : payload;
     buffer.headerValue0 = options.headerValues[0];
     buffer.headerValue1 = options.headerValues[1];
     buffer.headerValue2 = options.headerValues[2];
     int const code = save(buffer, format, path);
     if (code != 0)
-        throw fileFailure(out, code);
+        throw saveFailure(out, code);
 }
 
 void pack(Options const & options, Report & report)
@@ -119,10 +121,10 @@ Command packCommand()
     format.showsDefault = true;
     return {.name = "pack",
             .group = Group::BufferFiles,
-            .summary = "Write the bytes of a file as a buffer file",
-            .details = "The formats: db plain, zp compressed, ns compress-and-save, gz bare gzip.",
+            .summary = "Write the bytes of a file to a buffer file",
+            .details = "Formats: db plain, zp compressed, ns compress-and-save, gz bare gzip.",
             .options = {{.name = "FILE",
-                         .help = "File with the bytes to pack; - for the standard input",
+                         .help = "File to pack; - is the standard input",
                          .target = &options->in,
                          .isRequired = true},
                         {.name = "BUFFER_FILE",
@@ -132,7 +134,7 @@ Command packCommand()
                         format,
                         {.name = "--header",
                          .valueName = "N",
-                         .help = "Values of the three header words for the application",
+                         .help = "Values of the application's three header words",
                          .target = std::span<int>(options->headerValues)},
                         jsonOption(options->json)},
             .examples = {"oxtool pack scene.txt /mnt/share/jobs/job17.oxdb --format db"},

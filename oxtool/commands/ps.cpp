@@ -1,6 +1,5 @@
 #include "oxtool/commands/commands.h"
 #include "oxtool/support/failure.h"
-#include "oxtool/support/names.h"
 #include "oxtool/support/process_line.h"
 #include "oxtool/support/report.h"
 
@@ -42,7 +41,7 @@ void list(Options const & options, Report & report)
     int total = processes->total();
     for (int i = 0; i < processes->count; ++i) {
         _oxProcessEntry const & entry = processes->entries[i];
-        // The idle process is there under any prefix.
+        // The list contains the idle process for every prefix.
         if (prefix.hasData() && !entry.name.startsWith(prefix)) {
             --total;
             continue;
@@ -61,8 +60,8 @@ void list(Options const & options, Report & report)
     report.set(QStringLiteral("total"), total);
     if (entries.isEmpty())
         throw Failure(options.name.isEmpty()
-                          ? QStringLiteral("The system gives no list of its processes.")
-                          : QStringLiteral("There is no process whose name begins with %1.")
+                          ? QStringLiteral("cannot list processes: the system returned none")
+                          : QStringLiteral("cannot find a process: no name begins with '%1'")
                                 .arg(options.name));
 }
 

@@ -21,7 +21,7 @@ struct Options {
     bool json = false;
 };
 
-/// What a render client does when it refreshes a file of the farm from the share.
+/// Loads a buffer file from the share in the steps of a render client.
 class Refresh
 {
   public:
@@ -31,16 +31,17 @@ class Refresh
     {
         convertPath();
         HeldLock lock(path_, options_.timeoutMs);
-        tell("lock",
-             QStringLiteral("taken after %1 ms, %2").arg(lock.waitedMs()).arg(lockFileName(path_)));
+        showStep(
+            "lock",
+            QStringLiteral("taken after %1 ms, %2").arg(lock.waitedMs()).arg(lockFileName(path_)));
         report_.set(QStringLiteral("waitedMs"), lock.waitedMs());
         testFile();
         load();
         QString const unlockFailure = lock.release();
         report_.set(QStringLiteral("released"), unlockFailure.isEmpty());
-        tell("release", unlockFailure.isEmpty() ? QStringLiteral("the lock is free again")
-                                                : QStringLiteral("failed"));
-        // What was loaded is whole, so it is written all the same.
+        showStep("release", unlockFailure.isEmpty() ? QStringLiteral("lock file removed")
+                                                    : QStringLiteral("failed"));
+        // The loaded data is complete, so it is written although the lock file remains.
         if (!options_.out.isEmpty())
             writePayload(options_.out);
         if (!unlockFailure.isEmpty())
@@ -48,7 +49,7 @@ class Refresh
     }
 
   private:
-    void tell(char const * step, QString const & result) const
+    void showStep(char const * step, QString const & result) const
     {
         report_.line(QString::fromLatin1(step), result);
     }
@@ -60,22 +61,21 @@ class Refresh
         path_ = local.path;
         report_.set(QStringLiteral("storedPath"), stored);
         report_.set(QStringLiteral("localPath"), path_);
-        tell("stored", stored);
-        tell("path",
-             local.storedRoot.isEmpty()
-                 ? QStringLiteral("%1 (no mapping applies)").arg(path_)
-                 : QStringLiteral("%1 (by the mapping of %2)").arg(path_, local.storedRoot));
+        showStep("stored", stored);
+        showStep("path", local.storedRoot.isEmpty()
+                             ? QStringLiteral("%1 (not mapped)").arg(path_)
+                             : QStringLiteral("%1 (mapped from %2)").arg(path_, local.storedRoot));
     }
 
     void testFile()
     {
         auto const status = platform::statusOfFile(nativeName(path_));
         if (!status)
-            throw fileFailure(path_, _OX_DataBuffer::Missing);
+            throw loadFailure(path_, _OX_DataBuffer::Missing);
         report_.set(QStringLiteral("size"), static_cast<qint64>(status->size));
         report_.set(QStringLiteral("modified"), jsonTime(status->modified));
-        tell("file", QStringLiteral("%1, written %2")
-                         .arg(sizeText(status->size), timeText(status->modified)));
+        showStep("file", QStringLiteral("%1, modified %2")
+                             .arg(sizeText(status->size), timeText(status->modified)));
     }
 
     void load()
@@ -84,8 +84,8 @@ class Refresh
         report_.set(QStringLiteral("loaded"), loaded_.size);
         report_.set(QStringLiteral("crc"), hexText(loaded_.crc));
         report_.set(QStringLiteral("compressed"), loaded_.isCompressed == 1);
-        tell("load", QStringLiteral("%1, CRC %2 as stored")
-                         .arg(sizeText(loaded_.size), hexText(loaded_.crc)));
+        showStep("load", QStringLiteral("%1, CRC %2 verified")
+                             .arg(sizeText(loaded_.size), hexText(loaded_.crc)));
     }
 
     void writePayload(QString const & out)
@@ -101,7 +101,7 @@ class Refresh
         file.commit();
         report_.set(QStringLiteral("out"), out);
         report_.set(QStringLiteral("written"), payload.size);
-        tell("out", QStringLiteral("%1 to %2").arg(sizeText(payload.size), out));
+        showStep("out", QStringLiteral("%1 to %2").arg(sizeText(payload.size), out));
     }
 
     Options const & options_;
@@ -115,36 +115,35 @@ class Refresh
 Command refreshCommand()
 {
     auto const options = std::make_shared<Options>();
-    return {.name = "refresh",
-            .group = Group::BufferFiles,
-            .summary = "Load a buffer file from the share, as a render client does",
-            .details =
-                "The steps: convert the path, take the file's lock, test the file, load it and "
-                "check its\n"
-                "CRC, release the lock. A compressed payload is written decompressed.",
-            .options = {{.name = "STORED_PATH",
-                         .help = "Path as any system of the farm wrote it",
-                         .target = &options->storedPath,
-                         .isRequired = true},
-                        {.name = "--map",
-                         .valueName = "STORED_ROOT=LOCAL_ROOT",
-                         .help = "Map a stored root to a local folder; the longest match wins",
-                         .target =
-                             [options](QString const & text) {
-                                 return parseRootMapping(text, options->mappings.emplace_back());
-                             }},
-                        timeoutOption(options->timeoutMs),
-                        {.name = "--out",
-                         .letter = 'o',
-                         .valueName = "FILE",
-                         .help = "Write the payload to FILE",
-                         .target = &options->out},
-                        jsonOption(options->json)},
-            .examples = {"oxtool refresh '\\\\farm\\share\\jobs\\job17.oxdb' --map "
-                         "'\\\\farm\\share=/mnt/share' --out job17"},
-            .run = reporting(options, [](Options const & given, Report & report) {
-                Refresh(given, report).run();
-            })};
+    return {
+        .name = "refresh",
+        .group = Group::BufferFiles,
+        .summary = "Load a buffer file from the share under its lock, as a render client does",
+        .details =
+            "Steps: map the path, take the file's lock, get the file's size, load the file and\n"
+            "verify its CRC, release the lock. --out decompresses a compressed payload.",
+        .options = {{.name = "STORED_PATH",
+                     .help = "Path in the form of any system of the farm",
+                     .target = &options->storedPath,
+                     .isRequired = true},
+                    {.name = "--map",
+                     .valueName = "STORED_ROOT=LOCAL_ROOT",
+                     .help = "Map a stored root to a local folder; the longest match wins",
+                     .target =
+                         [options](QString const & text) {
+                             return parseRootMapping(text, options->mappings.emplace_back());
+                         }},
+                    timeoutOption(options->timeoutMs),
+                    {.name = "--out",
+                     .letter = 'o',
+                     .valueName = "FILE",
+                     .help = "Write the payload to FILE",
+                     .target = &options->out},
+                    jsonOption(options->json)},
+        .examples = {"oxtool refresh '\\\\farm\\share\\jobs\\job17.oxdb' --map "
+                     "'\\\\farm\\share=/mnt/share' --out job17"},
+        .run = reporting(
+            options, [](Options const & given, Report & report) { Refresh(given, report).run(); })};
 }
 
 } // namespace ox::tool

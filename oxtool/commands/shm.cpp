@@ -2,6 +2,7 @@
 #include "oxtool/support/failure.h"
 #include "oxtool/support/names.h"
 #include "oxtool/support/progress.h"
+#include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
 #include "oxtool/support/stop.h"
 #include "shared/system/environment.h"
@@ -19,26 +20,33 @@ namespace
 struct Options {
     QString key;
     int size = 0;
-    int dumped = 64;
+    int shownBytes = 64;
     bool local = false;
     bool json = false;
 };
 
-/// Fails where the record would cut the key, and so mean another's segment.
+/// Returns the key as a record.
+/// Fails: throws Failure when the key exceeds the record, since a truncated key refers to another
+/// segment.
 _oxString8_evenSize<250> recordKey(QString const & key)
 {
     constexpr int longestKey = 232;
     _oxString8_evenSize<250> const record(key);
     if (QString(record) != key || record.size() > longestKey)
-        throw Failure(QStringLiteral("The key %1 is longer than %2 characters, or not in Latin-1.")
-                          .arg(key)
-                          .arg(longestKey));
+        throw Failure(
+            QStringLiteral("cannot use key '%1': it is longer than %2 characters or not in Latin-1")
+                .arg(key, QString::number(longestKey)));
     return record;
 }
 
-Failure failureOf(Options const & options, oxSharedMemory const & memory)
+/// Returns the failure of an action, such as "attach to", with the library's error text.
+Failure failureOf(char const * action, Options const & options, oxSharedMemory const & memory)
 {
-    return Failure(QStringLiteral("%1: %2").arg(options.key, QString(memory.errorString())));
+    bool const isMissing = memory.error() == oxSharedMemory::DoesNotExist;
+    return Failure(
+        QStringLiteral("cannot %1 segment '%2': %3")
+            .arg(QLatin1String(action), options.key,
+                 isMissing ? QStringLiteral("it does not exist") : QString(memory.errorString())));
 }
 
 QString nameInUse(oxSharedMemory const & memory)
@@ -57,37 +65,39 @@ QString segmentText(oxSharedMemory const & memory)
         oxSleep(std::numeric_limits<int>::max());
 }
 
-/// Keeps the segment until a stop request ends the program, which gives it back.
+/// Creates the segment, and keeps it until a stop request ends the program.
 int create(Options const & options)
 {
     oxSharedMemory memory(recordKey(options.key));
     StopGuard guard;
     if (!guard.acquire([&] { return memory.create(options.size, !options.local, !options.local); },
                        [&] { memory.detach(); }))
-        throw failureOf(options, memory);
+        throw failureOf("create", options, memory);
     Report(false).line(QStringLiteral("created"), segmentText(memory));
     waitForStopRequest();
 }
 
-/// As `create`. A stop request is acted upon when the waiting for the lock, of two seconds at most,
-/// is over.
+/// Locks the segment until a stop request ends the program. Stop requests are deferred while it
+/// waits for the lock, up to two seconds.
 int lock(Options const & options)
 {
     oxSharedMemory memory(recordKey(options.key));
     StopGuard guard;
-    bool const isTaken = guard.acquire(
+    bool isAttached = false;
+    bool const isLocked = guard.acquire(
         [&] {
             Progress const progress(QStringLiteral("Waiting for the lock of %1").arg(options.key));
-            return memory.attach() && memory.lock();
+            isAttached = memory.attach();
+            return isAttached && memory.lock();
         },
         [&] { memory.detach(); });
-    if (!isTaken)
-        throw failureOf(options, memory);
+    if (!isLocked)
+        throw failureOf(isAttached ? "lock" : "attach to", options, memory);
     Report(false).line(QStringLiteral("locked"), segmentText(memory));
     waitForStopRequest();
 }
 
-/// "0000  4A 6F 62 20 …  Job …", sixteen bytes a line.
+/// Shows a hex dump with 16 bytes per line: "00000000  4A 6F 62 20 …  Job …".
 void showBytes(std::span<std::byte const> bytes, Report & report)
 {
     constexpr std::size_t perLine = 16;
@@ -108,9 +118,10 @@ void show(Options const & options, Report & report)
 {
     oxSharedMemory memory(recordKey(options.key));
     if (!memory.attach())
-        throw failureOf(options, memory);
+        throw failureOf("attach to", options, memory);
     auto const all = memory.bytes();
-    auto const shown = all.first(std::min(all.size(), static_cast<std::size_t>(options.dumped)));
+    auto const shown =
+        all.first(std::min(all.size(), static_cast<std::size_t>(options.shownBytes)));
     bool const isLocked = memory.isLocked();
     report.set(QStringLiteral("name"), nameInUse(memory));
     report.set(QStringLiteral("global"), memory.usesGlobalName());
@@ -123,8 +134,7 @@ void show(Options const & options, Report & report)
                                 .toHex()));
     report.line(QStringLiteral("segment"), nameInUse(memory));
     report.line(QStringLiteral("size"), sizeText(memory.size()));
-    report.line(QStringLiteral("lock"),
-                isLocked ? QStringLiteral("taken") : QStringLiteral("free"));
+    report.line(QStringLiteral("lock"), isLocked ? QStringLiteral("held") : QStringLiteral("free"));
     showBytes(shown, report);
 }
 
@@ -142,20 +152,21 @@ Command sharedMemoryCommand()
     return {
         .name = "shm",
         .group = Group::Machine,
-        .summary = "Show a shared memory segment, create one, hold its lock",
+        .summary = "Show, create or lock a shared memory segment",
         .examples = {"oxtool shm show ClientState"},
         .subcommands = {
             {.name = "create",
-             .summary = "Create a segment and keep it until Ctrl-C",
+             .summary = "Create a segment, and keep it until Ctrl-C",
              .options = {key(),
                          {.name = "SIZE",
-                          .help = "Number of data bytes",
+                          .help = "Size of the data",
+                          .unit = "bytes",
                           .target = &options->size,
                           .isRequired = true},
                          {.name = "--local",
                           .help =
-                              "Create it for this session (on Linux: user) only; otherwise it is "
-                              "global where that is allowed",
+                              "Create a segment of this session (on Linux: user); the default is a "
+                              "global one, if permitted",
                           .target = &options->local}},
              .run = [options] { return create(*options); }},
             {.name = "show",
@@ -164,13 +175,13 @@ Command sharedMemoryCommand()
                          {.name = "--bytes",
                           .valueName = "N",
                           .help = "Number of data bytes to show",
-                          .target = &options->dumped,
+                          .target = &options->shownBytes,
                           .showsDefault = true,
                           .range = atLeast(0)},
                          jsonOption(options->json)},
              .run = reporting(options, show)},
             {.name = "lock",
-             .summary = "Attach to a segment and hold its lock until Ctrl-C",
+             .summary = "Lock a segment until Ctrl-C",
              .options = {key()},
              .run = [options] { return lock(*options); }}}};
 }

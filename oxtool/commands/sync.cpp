@@ -2,13 +2,13 @@
 #include "oxtool/support/failure.h"
 #include "oxtool/support/names.h"
 #include "oxtool/support/progress.h"
+#include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
 #include "oxtool/support/stop.h"
 #include "shared/fs/dir_listing.h"
 #include "shared/fs/file_sync.h"
 #include "shared/platform/files.h"
 #include "shared/platform/new_file.h"
-#include "shared/system/os_error.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
@@ -29,28 +29,29 @@ struct Options {
     bool json = false;
 };
 
-/// Removes the unfinished copy when the process is stopped. The target is whole at every moment.
-class UnfinishedCopy
+/// Removes the temporary file of a copy when a stop request ends the process. The target is
+/// complete at every moment.
+class TemporaryFileGuard
 {
   public:
-    explicit UnfinishedCopy(QString const & target) : target_(target)
+    explicit TemporaryFileGuard(QString const & target) : target_(target)
     {
         guard_.acquire([] { return true; },
                        [this] { platform::removeNewFilesOfThisProcess(nativeName(target_)); },
-                       [this] { return QStringLiteral("stopped. ") + whatIsThere(); });
+                       [this] { return stopMessage(); });
     }
 
-    void finish()
+    void complete()
     {
         guard_.complete([] { return true; });
     }
 
   private:
-    QString whatIsThere() const
+    QString stopMessage() const
     {
         bool const exists = platform::kindOf(nativeName(target_)) != platform::NameKind::None;
-        return (exists ? QStringLiteral("%1 is whole.") : QStringLiteral("There is no %1."))
-            .arg(target_);
+        return QStringLiteral("stopped, target %1: '%2'")
+            .arg(exists ? QStringLiteral("complete") : QStringLiteral("not created"), target_);
     }
 
     QString const target_;
@@ -67,17 +68,17 @@ class Sync
         QString const source = options_.source;
         QString const target = options_.target;
         if (target.isEmpty())
-            throw Failure(QStringLiteral("the name of the target is empty"));
+            throw Failure(QStringLiteral("cannot copy to TARGET: the name is empty"));
         switch (platform::kindOf(nativeName(source))) {
         case platform::NameKind::Folder:
             runFolder(asFolder(source), asFolder(target));
             break;
         case platform::NameKind::File:
-            if (hasFolder(folderOf(fullPath(target))))
+            if (ensureFolder(folderOf(fullPath(target))))
                 runFile(source, target);
             break;
         case platform::NameKind::None:
-            fail(QStringLiteral("cannot read '%1': %2").arg(source, lastSystemMessage()));
+            fail(QStringLiteral("cannot read '%1': %2").arg(source, lastReason()));
         }
         report_.set(QStringLiteral("copied"), copied_);
         report_.set(QStringLiteral("upToDate"), upToDate_);
@@ -104,8 +105,7 @@ class Sync
 
     QString foldersText() const
     {
-        return folders_ > 0 ? QStringLiteral(", folders not followed: %1").arg(folders_)
-                            : QString();
+        return folders_ > 0 ? QStringLiteral(", folders skipped: %1").arg(folders_) : QString();
     }
 
     static QString folderOf(QString const & path)
@@ -125,18 +125,17 @@ class Sync
                 ++folders_;
                 continue;
             }
-            isReady = isReady || hasFolder(fullPath(target));
+            isReady = isReady || ensureFolder(fullPath(target));
             if (!isReady)
                 return;
             runFile(files.dirFileName(), target + files.fileName());
         }
         if (files.error() != 0)
-            fail(QStringLiteral("cannot read '%1': %2")
-                     .arg(source, QString(oxLastOSError(files.error()))));
+            fail(QStringLiteral("cannot read '%1': %2").arg(source, reasonOf(files.error())));
     }
 
-    /// Whether the target's folder exists, or could be created in a folder that exists.
-    bool hasFolder(QString const & folder)
+    /// Creates a folder unless it exists; its parent must exist. Returns whether it exists then.
+    bool ensureFolder(QString const & folder)
     {
         auto const name = nativeName(folder);
         auto const exists = [&name] {
@@ -147,8 +146,8 @@ class Sync
         auto const created = platform::createFolderForEverybody(name);
         if (created || exists()) // another process may have created it meanwhile
             return true;
-        fail(QStringLiteral("cannot create folder '%1': %2")
-                 .arg(folder, systemMessage(created.error())));
+        fail(
+            QStringLiteral("cannot create folder '%1': %2").arg(folder, reasonOf(created.error())));
         return false;
     }
 
@@ -172,11 +171,12 @@ class Sync
 
     bool update(QString const & source, QString const & target, Text & errors, Text & info)
     {
-        UnfinishedCopy copy(target);
+        TemporaryFileGuard guard(target);
         Progress const progress(QStringLiteral("Synchronising %1").arg(target));
-        // The library treats relative paths and names of one or two letters as drives and roots.
+        // The library interprets relative paths, and names of one or two letters, as drives or
+        // roots.
         bool const succeeded = updateFullPath(fullPath(source), fullPath(target), errors, info);
-        copy.finish();
+        guard.complete();
         return succeeded;
     }
 
@@ -190,7 +190,7 @@ class Sync
                         options_.pauseMs, false);
     }
 
-    /// Does for an empty file what the library does for others; it refuses empty ones.
+    /// Copies an empty file as the library copies others, since the library refuses empty files.
     bool updateEmpty(QString const & source, qint64 modified, QString const & target, Text & info)
     {
         auto const present = platform::fileStatus(nativeName(target));
@@ -198,16 +198,16 @@ class Sync
             return true;
         using platform::NewFile;
         NewFile copy;
-        auto const require = [](auto const & result, QString const & lead = {}) {
+        auto const require = [](auto const & result, QString const & prefix = {}) {
             if (!result)
-                throw Failure(lead + systemMessage(result.error()));
+                throw Failure(prefix + reasonOf(result.error()));
         };
         require(copy.open(nativeName(target), NewFile::Links::Replaced));
         require(copy.create(NewFile::Access::Owner));
         require(copy.copyFrom(nativeName(source)));
         require(copy.allowEverybodyToExecute());
         auto const previous = copy.keepPrevious("_old", 0, modified);
-        require(previous, QStringLiteral("cannot keep the previous file: "));
+        require(previous, QStringLiteral("cannot rename the previous file: "));
         if (*previous == NewFile::Previous::IsUpToDate)
             return true;
         require(copy.putInPlace());
@@ -249,28 +249,29 @@ Command syncCommand()
     return {.name = "sync",
             .group = Group::Files,
             .summary = "Copy new and changed files to TARGET",
-            .details = "A file is copied if it is missing or differs in size or time; the previous "
-                       "file stays\n"
-                       "beside it as FILE_old. One missing folder level is created.",
+            .details =
+                "A file is copied if it is missing or differs in size or time. The previous file "
+                "is\n"
+                "kept as FILE_old. One missing folder level is created.",
             .options = {{.name = "SOURCE",
-                         .help = "Master copy, or the folder of the master copies",
+                         .help = "Source file, or folder of source files",
                          .target = &options->source,
                          .isRequired = true},
                         {.name = "TARGET",
-                         .help = "File or folder to bring up to date",
+                         .help = "Target file or folder",
                          .target = &options->target,
                          .isRequired = true},
                         {.name = "--ends",
                          .valueName = "ENDING",
-                         .help = "Copy only files of the folder with this ending",
+                         .help = "Copy only files with this ending, in any letter case",
                          .target = &options->endings},
                         pauseOption(options->pauseMs),
                         {.name = "--retry-exe",
-                         .help = "Copy an .exe that is still being written again after 5 seconds",
+                         .help = "Copy an .exe again after 5 s if it was still being written",
                          .target = &options->retry},
                         {.name = "--verbose",
                          .letter = 'v',
-                         .help = "List the files that are up to date as well",
+                         .help = "List up-to-date files as well",
                          .target = &options->verbose},
                         jsonOption(options->json)},
             .examples = {"oxtool sync /mnt/share/bin /opt/farm/bin --retry-exe"},

@@ -2,6 +2,7 @@
 
 #include "oxtool/support/names.h"
 #include "oxtool/support/progress.h"
+#include "oxtool/support/reason.h"
 #include "shared/platform/files.h"
 #include "shared/platform/open_file.h"
 #include "shared/platform/result.h"
@@ -21,32 +22,36 @@ namespace
 
 using enum _OX_DataBuffer::ErrorCode;
 
-/// Whether a code without a text of its own for the reason stands for a failed system call.
+/// Returns whether an error code of the buffer means a failed system call.
 bool isSystemFailure(int code)
 {
     return code == NotReadable || code == NotWritten || code == Z_ERRNO ||
            code < _OX_DataBuffer::EndOfFile;
 }
 
-QString missingText()
-{
-    return QString(_OX_DataBuffer::errorString(Missing));
-}
-
-/// Why a file could not be opened or read.
-QString whyUnreadable(platform::Error error)
-{
-    QString const message = systemMessage(error);
-    return error.kind() == platform::ErrorKind::NotFound
-               ? missingText() + QLatin1Char(' ') + message
-               : message;
-}
-
-/// Why a file is missing for the buffer, which takes everything for missing that it cannot open.
-QString whyMissing(QString const & path)
+/// Returns the reason for the error code Missing, which the buffer sets for every file that it
+/// cannot open.
+QString missingReason(QString const & path)
 {
     auto const bytes = bytesAt(path, 0, 1);
-    return bytes ? missingText() : whyUnreadable(bytes.error());
+    return bytes ? QString(_OX_DataBuffer::errorString(Missing)) : reasonOf(bytes.error());
+}
+
+/// Returns the system's reason for a failed system call, otherwise the buffer's error text. Call it
+/// directly after the failure.
+QString bufferReason(QString const & path, int code)
+{
+    platform::Error const error = platform::lastError();
+    if (code == Missing)
+        return missingReason(path);
+    bool const hasSystemReason = (isSystemFailure(code) || code == NotOpened) && error.code != 0;
+    return hasSystemReason ? reasonOf(error) : QString(_OX_DataBuffer::errorString(code));
+}
+
+Failure decompressFailure(QString const & path, int code)
+{
+    return Failure(
+        QStringLiteral("cannot decompress '%1': %2").arg(path, bufferReason(path, code)));
 }
 
 Format formatInGzip(QString const & path)
@@ -54,7 +59,7 @@ Format formatInGzip(QString const & path)
     char magic[5] = "";
     int const code = _OX_DataBuffer::loadGzipFile(path, magic, 4, false);
     if (code != 0 && !isDamage(code))
-        throw fileFailure(path, code);
+        throw loadFailure(path, code);
     return std::strcmp(magic, "oxZP") == 0 ? Format::Compressed : Format::Gzip;
 }
 
@@ -87,11 +92,11 @@ Format formatOf(QString const & path)
 {
     auto const bytes = bytesAt(path, 0, 4 + headerSize);
     if (!bytes)
-        throw Failure(QStringLiteral("%1: %2").arg(path, whyUnreadable(bytes.error())));
+        throw Failure(QStringLiteral("cannot load '%1': %2").arg(path, reasonOf(bytes.error())));
     if (bytes->startsWith("\x1F\x8B"))
         return formatInGzip(path);
     if (!bytes->startsWith("oxDB"))
-        throw fileFailure(path, WrongMagic);
+        throw loadFailure(path, WrongMagic);
     _OX_DataBuffer start;
     std::memcpy(headerOf(start), bytes->constData() + 4,
                 static_cast<std::size_t>(bytes->size() - 4));
@@ -107,10 +112,10 @@ platform::Result<QByteArray> bytesAt(QString const & path, std::int64_t position
     platform::Result<std::int64_t> const size = file->size();
     if (!size)
         return size.error();
-    auto const sought =
+    auto const positioned =
         file->seek(position < 0 ? std::max<std::int64_t>(*size + position, 0) : position);
-    if (!sought)
-        return sought.error();
+    if (!positioned)
+        return positioned.error();
     QByteArray bytes(count, '\0');
     auto const read = file->read(bytes.data(), static_cast<std::size_t>(count));
     if (!read)
@@ -131,7 +136,7 @@ void loadBufferFile(QString const & path, Format format, _OX_DataBuffer & buffer
     case Format::Compressed:
         // The buffer loads a missing file as an empty one.
         if (platform::kindOf(nativeName(path)) != platform::NameKind::File)
-            throw fileFailure(path, Missing);
+            throw loadFailure(path, Missing);
         buffer.loadFromFileCompressed(path, true);
         break;
     case Format::Gzip:
@@ -141,25 +146,25 @@ void loadBufferFile(QString const & path, Format format, _OX_DataBuffer & buffer
         buffer.loadFromFile(path, true);
     }
     if (buffer.error != 0)
-        throw fileFailure(path, buffer.error);
+        throw loadFailure(path, buffer.error);
 }
 
 void decompressPayload(QString const & path, _OX_DataBuffer & loaded, _OX_DataBuffer & payload)
 {
     Progress const progress(QStringLiteral("Decompressing %1").arg(path));
     loaded.decompressTo(payload, nullptr);
-    if (loaded.error != 0) // the result is false for an empty payload as well
-        throw fileFailure(path, loaded.error);
+    if (loaded.error != 0) // decompressTo also returns false for an empty payload
+        throw decompressFailure(path, loaded.error);
 }
 
-Failure fileFailure(QString const & path, int code)
+Failure loadFailure(QString const & path, int code)
 {
-    if (code == Missing)
-        return Failure(QStringLiteral("%1: %2").arg(path, whyMissing(path)));
-    QString const message = lastSystemMessage();
-    QString const text = QString(_OX_DataBuffer::errorString(code));
-    return Failure(isSystemFailure(code) ? QStringLiteral("%1: %2 %3").arg(path, text, message)
-                                         : QStringLiteral("%1: %2").arg(path, text));
+    return Failure(QStringLiteral("cannot load '%1': %2").arg(path, bufferReason(path, code)));
+}
+
+Failure saveFailure(QString const & path, int code)
+{
+    return Failure(QStringLiteral("cannot write '%1': %2").arg(path, bufferReason(path, code)));
 }
 
 bool isDamage(int code)

@@ -15,7 +15,7 @@
 namespace ox::tool
 {
 
-/// The kinds of file that a data buffer is kept in.
+/// File format of a data buffer.
 enum class Format {
     Plain,           ///< "oxDB", header, data
     Compressed,      ///< a gzip stream of "oxZP", header, data
@@ -23,41 +23,46 @@ enum class Format {
     Gzip,            ///< a gzip stream of the data alone
 };
 
-/// The formats as the command line calls them: db, zp, ns, gz.
+/// Returns the formats by their names on the command line: db, zp, ns, gz.
 std::map<std::string, Format> const & formatNames();
+/// Returns the name of a format on the command line.
 QString formatName(Format format);
 
-/// Whether a gzip stream is around it all, the CRC of which stands at the file's end.
+/// Returns whether the whole file is a gzip stream, which ends with its CRC.
 bool isInGzip(Format format);
 
-/// Tells the format from the file's first bytes. Fails when they are of none, or cannot be read.
+/// Detects the format from the first bytes of a file.
+/// Fails: throws Failure when the format is unknown or the file cannot be read.
 Format formatOf(QString const & path);
 
-/// Some bytes of a file, fewer when it ends before; a negative position counts from the end.
-/// Nothing when they cannot be read, with the system's last error set.
+/// Returns up to `count` bytes of a file from a position on, fewer at the end of the file. A
+/// negative position counts from the end.
 platform::Result<QByteArray> bytesAt(QString const & path, std::int64_t position, int count);
 
-/// The header of a buffer file as 32 bytes to read into or write from.
+/// Size in bytes of the header of a buffer file.
 constexpr int headerSize = 32;
+/// Returns the header of a buffer, for reading and writing.
 char * headerOf(_OX_DataBuffer & buffer);
 
-/// Loads a file whole, the data as it stands in the file. Fails with the buffer's error text; its
-/// code is in the buffer.
+/// Loads a whole file; compressed data stays compressed.
+/// Fails: throws the Failure of loadFailure(); the buffer has the error code.
 void loadBufferFile(QString const & path, Format format, _OX_DataBuffer & buffer);
 
 /// Decompresses the data of a compress-and-save file, loaded from `path`, into an empty buffer.
-/// Fails with the buffer's error text.
+/// Fails: throws Failure with the buffer's error text.
 void decompressPayload(QString const & path, _OX_DataBuffer & loaded, _OX_DataBuffer & payload);
 
-/// The failure of loading or saving a file with one of the buffer's error codes: the path, the
-/// buffer's text, and the system's message where a system call failed. To be made right after it.
-Failure fileFailure(QString const & path, int code);
+/// Return the failure of loading and of saving a file, for an error code of the buffer. The reason
+/// is the system's for a failed system call, otherwise the buffer's error text. Call them directly
+/// after the failed call.
+Failure loadFailure(QString const & path, int code);
+Failure saveFailure(QString const & path, int code);
 
-/// Returns whether the error code of a failed load means damaged content. False for a file that
-/// could not be read.
+/// Returns whether the error code of a failed load means damaged content, and not a file that could
+/// not be read.
 bool isDamage(int code);
 
-/// The bytes of the block, for the functions that take them unsigned.
+/// Returns the bytes of a buffer as unsigned ones.
 unsigned char * bytesOf(_OX_DataBuffer const & buffer);
 
 } // namespace ox::tool

@@ -3,6 +3,7 @@
 #include "oxtool/support/failure.h"
 #include "oxtool/support/names.h"
 #include "oxtool/support/progress.h"
+#include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
 #include "shared/platform/files.h"
 #include "shared/platform/program/console.h"
@@ -21,54 +22,55 @@ namespace
 
 constexpr int pollMs = 250;
 
-/// "user@host oxtool 4711"
-QString ourName()
+/// Returns the description of this process as a lock holder: "user@host oxtool 4711".
+QString holderName()
 {
     return QStringLiteral("%1@%2 oxtool %3")
         .arg(QString::fromStdString(platform::userName()), QSysInfo::machineHostName())
         .arg(QCoreApplication::applicationPid());
 }
 
-/// To be called right after the failure.
-QString whyRefused(QString const & file)
+/// Returns the message for a lock file that could not be created. Call it directly after the
+/// failure.
+QString lockFileFailure(QString const & file)
 {
-    QString const message = lastSystemMessage();
+    QString const reason = lastReason();
     QString const folder = QFileInfo(file).absolutePath();
     if (platform::fileStatus(nativeName(folder)))
-        return QStringLiteral("The lock file %1 cannot be made. %2")
-            .arg(lockFileName(file), message);
-    return QStringLiteral("%1: File does not exists! The folder %2 cannot be reached. %3")
-        .arg(file, folder, message);
+        return QStringLiteral("cannot create lock file '%1': %2").arg(lockFileName(file), reason);
+    return QStringLiteral("cannot lock '%1': cannot open folder '%2': %3")
+        .arg(file, folder, reason);
 }
 
 } // namespace
 
-// The waiting is done a poll at a time with the lock left alone, and the taking without waiting, so
-// that a stop request need not wait for either.
+// The wait polls without taking the lock, and the lock is taken without a wait. So a stop request
+// is deferred for neither.
 HeldLock::HeldLock(QString const & file, int timeoutMs) : file_(file), locker_(file)
 {
     if (locker_.lockFileName().isEmpty())
-        throw Failure(QStringLiteral("The path %1 is too long for a lock beside it.").arg(file));
+        throw Failure(QStringLiteral("cannot lock '%1': %2").arg(file, unlockableReason(file)));
     Progress const progress(QStringLiteral("Waiting for the lock of %1").arg(file));
     QElapsedTimer timer;
     timer.start();
-    while (!locker_.isFree(pollMs, nullptr) || !take()) {
+    while (!locker_.isFree(pollMs, nullptr) || !tryLock()) {
         if (timer.elapsed() >= timeoutMs)
-            throw Failure(
-                QStringLiteral("%1 is locked by %2.").arg(file, holderText(locker_.status())));
+            throw Failure(QStringLiteral("cannot lock '%1' within %2 ms: locked by %3")
+                              .arg(file, QString::number(timeoutMs), holderText(locker_.status())));
     }
     waitedMs_ = static_cast<int>(timer.elapsed());
 }
 
-bool HeldLock::take()
+bool HeldLock::tryLock()
 {
     int waited = 0;
-    bool const taken = guard_.acquire([&] { return locker_.lock(0, ourName(), &waited, false); },
-                                      [this] { unlock(); }, [this] { return unlockFailure_; });
-    bool const refused = !taken && waited <= 0;
-    if (refused)
-        throw Failure(whyRefused(file_));
-    return taken;
+    bool const isTaken =
+        guard_.acquire([&] { return locker_.lock(0, holderName(), &waited, false); },
+                       [this] { unlock(); }, [this] { return unlockFailure_; });
+    bool const hasNoLockFile = !isTaken && waited <= 0;
+    if (hasNoLockFile)
+        throw Failure(lockFileFailure(file_));
+    return isTaken;
 }
 
 HeldLock::~HeldLock()
@@ -88,9 +90,9 @@ void HeldLock::unlock()
 {
     if (!locker_.unlock())
         unlockFailure_ =
-            QStringLiteral("cannot remove the lock file '%1': %2 Delete it, or others wait for it "
-                           "for three hours")
-                .arg(lockFileName(file_), lastSystemMessage());
+            QStringLiteral("cannot remove lock file '%1': %2; delete it, or other processes wait "
+                           "up to three hours")
+                .arg(lockFileName(file_), lastReason());
 }
 
 QString lockFileName(QString const & file)
@@ -98,9 +100,15 @@ QString lockFileName(QString const & file)
     return file + QLatin1String("_lock.txt");
 }
 
+QString unlockableReason(QString const & file)
+{
+    return file.isEmpty() ? QStringLiteral("path is empty")
+                          : QStringLiteral("path is longer than 241 bytes");
+}
+
 QString holderText(_oxFileLockStatus const & status)
 {
-    QString const who = status.who.isEmpty() ? QStringLiteral("somebody unnamed") : status.who;
+    QString const who = status.who.isEmpty() ? QStringLiteral("an unknown holder") : status.who;
     return QStringLiteral("%1 since %2").arg(who, timeText(status.since.value));
 }
 

@@ -8,26 +8,27 @@
 namespace ox::tool
 {
 
-/// The lock of a file, held for as long as the object lives.
+/// Holds the lock of a file while the object lives.
 class HeldLock
 {
   public:
-    /// Waits for the lock and takes it. Fails when somebody else holds it for longer than
-    /// `timeoutMs` milliseconds, and says who, or when the lock file cannot be made.
+    /// Waits for the lock and takes it.
+    /// Fails: throws Failure when another process holds the lock for more than `timeoutMs`
+    /// milliseconds, with its description, or when the lock file cannot be created.
     HeldLock(QString const & file, int timeoutMs);
-    /// Releases the lock, and writes the failure of that to standard error.
+    /// Releases the lock. A failure is reported on standard error.
     ~HeldLock();
     HeldLock(HeldLock const &) = delete;
     HeldLock & operator=(HeldLock const &) = delete;
 
-    /// Releases the lock. Empty on success, else the text for the user: the lock file is still
-    /// there. Does nothing the second time.
+    /// Releases the lock. Returns the message of a failure, which leaves the lock file behind;
+    /// empty on success. Has no effect the second time.
     QString release();
-    /// How long the lock was waited for.
+    /// Time in milliseconds for which the constructor waited.
     int waitedMs() const { return waitedMs_; }
 
   private:
-    bool take();
+    bool tryLock();
     void unlock();
 
     QString file_;
@@ -37,10 +38,13 @@ class HeldLock
     StopGuard guard_;
 };
 
-/// The name of a file's lock file.
+/// Returns the name of a file's lock file.
 QString lockFileName(QString const & file);
 
-/// Who has a lock, for people: "user@host oxtool 4711 since 2026-11-21 04:31:27".
+/// Returns why a path has no lock file: it is empty, or the lock file's name exceeds the record.
+QString unlockableReason(QString const & file);
+
+/// Returns who holds a lock: "user@host oxtool 4711 since 2026-11-21 04:31:27".
 QString holderText(_oxFileLockStatus const & status);
 
 } // namespace ox::tool

@@ -2,6 +2,7 @@
 
 #include "oxtool/support/failure.h"
 #include "oxtool/support/names.h"
+#include "oxtool/support/reason.h"
 #include "shared/platform/program/console.h"
 #include "shared/text/mebibytes.h"
 
@@ -15,10 +16,10 @@ bool isStandardInput(QString const & path)
     return path == QLatin1String("-") || path == QLatin1String("/dev/stdin");
 }
 
-void readPieces(QString const & path, std::function<void(std::span<unsigned char>)> const & take)
+void readPieces(QString const & path, std::function<void(std::span<unsigned char>)> const & process)
 {
     auto const fail = [&path](platform::Error error) {
-        throw Failure(QStringLiteral("%1 cannot be read. %2").arg(path, systemMessage(error)));
+        throw Failure(QStringLiteral("cannot read '%1': %2").arg(path, reasonOf(error)));
     };
     platform::Result<platform::OpenFile> file =
         isStandardInput(path)
@@ -33,7 +34,7 @@ void readPieces(QString const & path, std::function<void(std::span<unsigned char
         if (!read)
             fail(read.error());
         length = *read;
-        take({reinterpret_cast<unsigned char *>(piece.data()), length});
+        process({reinterpret_cast<unsigned char *>(piece.data()), length});
     }
 }
 

@@ -8,12 +8,14 @@
 namespace ox::tool
 {
 
-/// Whether a path of the command line means the standard input: "-", and "/dev/stdin" on every
-/// system.
+/// Returns whether a path of the command line means the standard input: "-" or "/dev/stdin", on
+/// every system.
 bool isStandardInput(QString const & path);
 
-/// Reads a file, or the standard input, to its end and passes it on in pieces. Fails with the
-/// system's message.
-void readPieces(QString const & path, std::function<void(std::span<unsigned char>)> const & take);
+/// Reads a file or the standard input to its end, and calls `process` for each piece of at most
+/// 1 MiB.
+/// Fails: throws Failure with the system's reason.
+void readPieces(QString const & path,
+                std::function<void(std::span<unsigned char>)> const & process);
 
 } // namespace ox::tool

@@ -1,9 +1,9 @@
 #include "oxtool/support/names.h"
 
 #include "oxtool/support/failure.h"
+#include "oxtool/support/reason.h"
 #include "shared/platform/program/console.h"
 #include "shared/platform/this_process.h"
-#include "shared/system/os_error.h"
 #include "shared/text/native_path.h"
 
 namespace ox::tool
@@ -18,8 +18,8 @@ QString fullPath(QString const & path)
 {
     auto const full = platform::absolutePath(text::viewOf(path));
     if (!full)
-        throw Failure(QStringLiteral("cannot find the current folder: %1")
-                          .arg(QString(oxLastOSError(full.error().code))));
+        throw Failure(
+            QStringLiteral("cannot get the current folder: %1").arg(reasonOf(full.error())));
     return text::toQString(*full);
 }
 
@@ -39,16 +39,6 @@ QString fromRecord(_oxString8_evenSize<500> const & record)
 QString fromArgument(std::string const & argument)
 {
     return text::toQString(platform::argumentText(argument));
-}
-
-QString systemMessage(platform::Error error)
-{
-    return QString(oxLastOSError(error.code));
-}
-
-QString lastSystemMessage()
-{
-    return QString(oxLastOSError(-1));
 }
 
 } // namespace ox::tool

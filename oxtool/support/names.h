@@ -1,7 +1,6 @@
 #pragma once
 
 #include "shared/platform/file_names.h"
-#include "shared/platform/result.h"
 #include "shared/text/fixed_string8.h"
 
 #include <QString>
@@ -11,28 +10,23 @@
 namespace ox::tool
 {
 
-/// A file name for the operating system.
+/// Returns a path as a file name for the operating system.
 platform::NativeName nativeName(QString const & path);
 
-/// The full path of a file. Fails when the path is relative and the current folder no longer
-/// exists.
+/// Returns the absolute path of a file.
+/// Fails: throws Failure when the path is relative and the current folder no longer exists.
 QString fullPath(QString const & path);
 
-/// A file name for the library's records. Fails when the record cannot hold it, where a cut name
-/// would be another file's.
+/// Returns a path as a record of the library.
+/// Fails: throws Failure when the path exceeds the record, since a truncated path refers to another
+/// file.
 _oxString8_evenSize<500> recordName(QString const & path);
 
-/// The text of a library's record, which may hold such names.
+/// Returns the text of a library's record, in which file names are encoded as by recordName.
 QString fromRecord(_oxString8_evenSize<500> const & record);
 
-/// The system's message for an error: "Error 13: Permission denied."
-QString systemMessage(platform::Error error);
-
-/// The system's message for the error of the library call that has just failed.
-QString lastSystemMessage();
-
-/// A text of the command line. As a file name it opens the file that the user named, also where its
-/// bytes are no UTF-8.
+/// Returns an argument of the command line as text. Bytes that are not UTF-8 are kept: as a path
+/// the text opens the file that the user has given.
 QString fromArgument(std::string const & argument);
 
 } // namespace ox::tool

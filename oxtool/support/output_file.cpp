@@ -2,6 +2,7 @@
 
 #include "oxtool/support/failure.h"
 #include "oxtool/support/names.h"
+#include "oxtool/support/reason.h"
 #include "shared/platform/files.h"
 #include "shared/text/native_path.h"
 
@@ -17,14 +18,15 @@ OutputFile::OutputFile(QString const & path) : path_(QDir::toNativeSeparators(pa
 {
     auto const opened = file_.open(nativeName(path_), NewFile::Links::Followed);
     if (!opened && opened.error().kind() == platform::ErrorKind::NotAFile)
-        throw Failure(QStringLiteral("%1 is there already and is no file.").arg(path));
+        throw Failure(QStringLiteral("cannot write '%1': not a regular file").arg(path));
     requireWritten(opened);
 }
 
-void OutputFile::refuseWriteProtected() const
+void OutputFile::requireWritable() const
 {
     if (!QFileInfo(path_).isWritable())
-        throw Failure(QStringLiteral("%1 is write-protected.").arg(path_));
+        throw Failure(
+            QStringLiteral("cannot replace '%1': the file is write-protected").arg(path_));
 }
 
 QString OutputFile::nameToRead() const
@@ -42,7 +44,7 @@ NewFile & OutputFile::create(Access access)
     };
     guard_.acquire(
         create, [this] { file_.remove(); },
-        [this] { return QStringLiteral("stopped. ") + whatIsLeft(); });
+        [this] { return QStringLiteral("stopped, target %1: '%2'").arg(targetState(), path_); });
     requireWritten(created);
     return file_;
 }
@@ -55,7 +57,7 @@ void OutputFile::write(unsigned char const * bytes, qint64 size)
 
 void OutputFile::commit()
 {
-    // Flushed without the stop requests' mutex, which a slow share would hold for long.
+    // Stop requests are not deferred during the flush, which takes long on a slow share.
     requireWritten(file_.file().flush());
     platform::Result<> placed;
     guard_.complete([&] {
@@ -65,11 +67,10 @@ void OutputFile::commit()
     requireWritten(placed);
 }
 
-QString OutputFile::whatIsLeft() const
+QString OutputFile::targetState() const
 {
     bool const exists = platform::kindOf(nativeName(path_)) != platform::NameKind::None;
-    return (exists ? QStringLiteral("%1 is as it was.") : QStringLiteral("There is no %1."))
-        .arg(path_);
+    return exists ? QStringLiteral("unchanged") : QStringLiteral("not created");
 }
 
 QString OutputFile::pathText(platform::NativeName const & name)
@@ -80,8 +81,7 @@ QString OutputFile::pathText(platform::NativeName const & name)
 void OutputFile::requireWritten(platform::Result<> const & result) const
 {
     if (!result)
-        throw Failure(
-            QStringLiteral("%1 cannot be written. %2").arg(path_, systemMessage(result.error())));
+        throw Failure(QStringLiteral("cannot write '%1': %2").arg(path_, reasonOf(result.error())));
 }
 
 } // namespace ox::tool

@@ -8,31 +8,32 @@
 namespace ox::tool
 {
 
-/// A file that takes its name only when it is complete. It is written under a temporary name in the
-/// same folder, and until `commit` every way out removes it. A file that it replaces passes its
-/// mode on to it, and as root its owner. Every failure has the system's message.
+/// An output file that replaces the file under its name only when it is complete. It is written to
+/// a temporary file in the same folder, which is removed unless `commit` renames it. It gets the
+/// mode of the file that it replaces and, for root, its owner. A failure throws Failure with the
+/// system's reason.
 class OutputFile
 {
   public:
     using Access = platform::NewFile::Access;
 
-    /// Fails when `path` is something other than a file.
+    /// Fails: when `path` is not a regular file, such as a folder or a device.
     explicit OutputFile(QString const & path);
 
-    /// Fails when the file that is to be replaced is write-protected.
-    void refuseWriteProtected() const;
+    /// Fails: when the previous file is write-protected.
+    void requireWritable() const;
 
-    /// The name under which the file that is to be replaced can be read, whatever happens to the
-    /// path meanwhile. `path` itself when there is none.
+    /// Returns a name under which the previous file can be read, also when another process renames
+    /// it. Without a previous file it returns `path`.
     QString nameToRead() const;
 
-    /// Creates the empty file, which a file without a previous one is open to as `access` tells.
+    /// Creates the empty temporary file. Without a previous file it gets the rights of `access`.
     platform::NewFile & create(Access access = Access::ByMask);
 
     /// Writes the whole content.
     void write(unsigned char const * bytes, qint64 size);
 
-    /// Runs a function that writes the file under a name that it is given.
+    /// Calls `write` with the name of the temporary file, which it writes.
     template <typename Write>
     void writeByName(Write const & write)
     {
@@ -40,15 +41,16 @@ class OutputFile
             [&](platform::NativeName const & name) { write(pathText(name)); }));
     }
 
-    /// Gives the file its own name, in place of what had it.
+    /// Flushes the temporary file and renames it to `path`, in place of the previous file.
     void commit();
 
-    /// For the user, what there is under the file's name as long as nothing is committed.
-    QString whatIsLeft() const;
+    /// Returns the state of `path` before `commit`, for messages: "unchanged" with a previous file,
+    /// "not created" without.
+    QString targetState() const;
 
   private:
     static QString pathText(platform::NativeName const & name);
-    /// Fails with the system's message when a result is a failure.
+    /// Fails: when the result is a failure, with its reason.
     void requireWritten(platform::Result<> const & result) const;
 
     QString path_;

@@ -1,9 +1,9 @@
 #include "oxtool/support/report.h"
 
 #include "oxtool/support/failure.h"
+#include "oxtool/support/reason.h"
 #include "oxtool/support/shown_text.h"
 #include "shared/platform/result.h"
-#include "shared/system/os_error.h"
 #include "shared/text/mebibytes.h"
 
 #include <QDateTime>
@@ -22,7 +22,7 @@ constexpr int brokenPipe = static_cast<int>(std::errc::broken_pipe);
 constexpr int noStream = static_cast<int>(std::errc::bad_file_descriptor);
 
 int outputError = 0;
-bool isReportOnly = true;
+bool hasOnlyReport = true;
 
 void write(char const * bytes, qint64 size)
 {
@@ -37,7 +37,7 @@ void writeText(QString const & text)
     write(bytes.constData(), bytes.size());
 }
 
-/// The text of a JSON object. What is not printable stands in its strings only.
+/// Returns the text of a JSON object. Only its strings can contain unprintable characters.
 QString jsonText(QJsonObject const & object)
 {
     return shownLines(QString::fromUtf8(QJsonDocument(object).toJson()));
@@ -47,7 +47,7 @@ QString jsonText(QJsonObject const & object)
 
 void writeOutput(char const * bytes, qint64 size)
 {
-    isReportOnly = false;
+    hasOnlyReport = false;
     write(bytes, size);
 }
 
@@ -72,12 +72,12 @@ bool finishOutput()
 {
     if (std::fclose(stdout) != 0 && outputError == 0)
         outputError = platform::lastError().code;
-    // Whoever starts the tool without standard output wants no report.
-    if (outputError == noStream && isReportOnly)
+    // Without standard output a report is not wanted.
+    if (outputError == noStream && hasOnlyReport)
         return true;
     if (outputError != 0 && outputError != brokenPipe)
-        writeError(QStringLiteral("The output cannot be written. ") +
-                   QString(oxLastOSError(outputError)));
+        writeError(
+            QStringLiteral("cannot write to standard output: %1").arg(reasonOf(outputError)));
     return outputError == 0;
 }
 

@@ -11,47 +11,44 @@
 namespace ox::tool
 {
 
-/// Writes the bytes that a command is asked for to standard output. What cannot be written is
-/// reported once, by `finishOutput`.
+/// Writes the result of a command to standard output, as bytes. finishOutput() reports a failure.
 void writeOutput(char const * bytes, qint64 size);
 
-/// Writes one line of text to standard output, in UTF-8, and passes it on at once. The line is
-/// written as shownText() returns it.
+/// Writes one line to standard output in UTF-8, escaped by shownText(), and flushes it.
 void writeLine(QString const & line);
 
-/// Whether something could not be written, so that there is no use in going on for ever.
+/// Returns whether a write to standard output has failed, so that an endless command can end.
 bool isOutputLost();
 
-/// Writes "oxtool: " and the text, as shownText() returns it, to standard error.
+/// Writes "oxtool: " and the text, escaped by shownText(), to standard error.
 void writeError(QString const & text);
 
-/// Closes standard output. False when something was lost; the reason is on standard error, unless
-/// it only was that the reader had seen enough. A report is not lost when there is no standard
-/// output.
+/// Closes standard output. Returns false when output was lost, and reports the reason on standard
+/// error unless the reader has closed the pipe. A report without standard output is not lost.
 bool finishOutput();
 
-/// What a command has to say: lines for people as they come up, or one JSON object at the end.
+/// Result of a command: lines of text immediately, or one JSON object at the end.
 class Report
 {
   public:
     explicit Report(bool asJson) : asJson_(asJson) {}
 
-    /// A line for people. Nothing in JSON form.
+    /// Writes a line. Has no effect in JSON form.
     void text(QString const & line) const;
 
-    /// A line "label  text" for people. Nothing in JSON form.
+    /// Writes a line "label  text". Has no effect in JSON form.
     void line(QString const & label, QString const & text) const;
 
-    /// A member of the JSON object. Nothing in text form.
+    /// Sets a member of the JSON object. Has no effect in text form.
     void set(QString const & name, QJsonValue const & value);
 
-    /// Begins the JSON object with a member that is an array, and writes it element by element, so
-    /// that a long one takes no memory. The other members follow it. One array a report. Nothing in
-    /// text form.
+    /// Begins the JSON object with an array member. append() writes each element immediately, so
+    /// that a long array needs no memory. The other members follow. Call it at most once. Has no
+    /// effect in text form.
     void beginArray(QString const & name);
     void append(QJsonObject const & element);
 
-    /// Writes the JSON object, with the members "ok" and, when there is a failure, "error".
+    /// Writes the JSON object with the member "ok" and, for a failure, "error".
     void finish(QString const & failure = QString());
 
   private:
@@ -61,13 +58,14 @@ class Report
     Array array_ = Array::None;
 };
 
-/// Why a command failed, for people.
+/// Returns the message of an exception.
 QString messageOf(std::exception const & error);
 
-/// Runs the work of a command and finishes its report, also when the work fails.
+/// Runs the work of a command and finishes its report, also after a failure, which is rethrown.
 int runReported(bool asJson, std::function<void(Report &)> const & work);
 
-/// The same for later, with the options of a command, whose member `json` they have.
+/// Returns a function that calls runReported() with the options of a command. `Options` has a
+/// member `json`.
 template <typename Options, typename Work>
 auto reporting(std::shared_ptr<Options> const & options, Work work)
 {
@@ -76,13 +74,13 @@ auto reporting(std::shared_ptr<Options> const & options, Work work)
     };
 }
 
-/// "3520 bytes", and in MiB too when that is easier to read.
+/// Returns "3520 bytes"; from 1 MiB on also the size in MiB.
 QString sizeText(qint64 bytes);
 
-/// Eight digits (or as many as asked for) of hexadecimal.
+/// Returns a number in upper-case hexadecimal, padded with zeros to `digits`.
 QString hexText(quint64 value, int digits = 8);
 
-/// A time in seconds since 1970-01-01 UTC: the local time for people, ISO 8601 in UTC for scripts.
+/// Return a time in seconds since 1970-01-01 UTC as local time, and as ISO 8601 in UTC.
 QString timeText(qint64 seconds);
 QString jsonTime(qint64 seconds);
 

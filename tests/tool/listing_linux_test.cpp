@@ -14,9 +14,9 @@ TEST(ListingOnLinux, ShowsNoNameThatCouldDisturbATerminal)
                           "$0" ls $d/none; "$0" empty $d; rm -r $d)sh"),
               text(R"(a\u000Ab\u001B[2J\uDCE9
             "name": "a\nb\u001b[2J\udce9",
-oxtool: d\uDCE9/none cannot be read. Error 2: No such file or directory.
+oxtool: cannot list folder 'd\uDCE9/none': No such file or directory
 deleted          d\uDCE9/a\u000Ab\u001B[2J\uDCE9
-d\uDCE9: deleted 1, 0 bytes
+done             1 deleted, 0 bytes
 )"));
 }
 
@@ -34,8 +34,8 @@ TEST(ListingOnLinux, StopsBetweenTwoFilesAndTellsHowManyAreGone)
     EXPECT_EQ(run.status(), 130);
     auto const left = share.names().size();
     EXPECT_GT(left, 0);
-    EXPECT_TRUE(run.errors().startsWith(QStringLiteral("oxtool: stopped. ")));
-    EXPECT_TRUE(run.errors().endsWith(QStringLiteral(": deleted %1, 0 bytes\n").arg(all - left)))
+    EXPECT_TRUE(run.errors().startsWith(QStringLiteral("oxtool: stopped: ")));
+    EXPECT_TRUE(run.errors().endsWith(QStringLiteral(": %1 deleted, 0 bytes\n").arg(all - left)))
         << run.errors().toStdString();
     EXPECT_EQ(run.output().count(QStringLiteral("deleted  ")), all - left);
 }

@@ -47,7 +47,7 @@ TEST(Processes, AreListedByTheBeginningOfTheirNames)
     ToolRun none({text("ps"), text("no such\x1b")});
     EXPECT_EQ(none.status(), 1);
     EXPECT_EQ(none.errors().trimmed(),
-              text("oxtool: There is no process whose name begins with no such\\u001B."));
+              text("oxtool: cannot find a process: no name begins with 'no such\\u001B'"));
 }
 
 TEST(Processes, AreReportedBusiestFirstFromTheLeastUsageOn)

@@ -77,8 +77,8 @@ TEST(Program, WorksWithoutStandardStreams)
                   "\"$0\" cp \"$1\" \"$1.copy\" >&- 2>&- <&-; echo status $?; cat \"$1.copy\";"
                   "\"$0\" pack \"$1\" \"$1.db\" >&- && \"$0\" unpack \"$1.db\" 2>&1 >&-; echo $?",
                   {file}),
-              QStringLiteral("status 0\nstatus 0\ncontentoxtool: The output cannot be written. "
-                             "Error 9: Bad file descriptor.\n1\n"));
+              QStringLiteral("status 0\nstatus 0\ncontentoxtool: cannot write to standard "
+                             "output: Bad file descriptor\n1\n"));
 }
 
 TEST(Program, WritesNoControlCharacterOfATextFromOutside)

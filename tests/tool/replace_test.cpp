@@ -52,7 +52,7 @@ TEST(Replace, ReplacesInUtf16AndFailsForAnEndThatStays)
     QString const file = share.write(ini, utf16("\uFEFFNAME=Łódź;name"));
     ToolRun run(replace(file, "Name", "Büro", {QStringLiteral("--utf16")}));
     EXPECT_EQ(run.status(), 1);
-    EXPECT_TRUE(run.errors().contains(QLatin1String("cannot replace the match that ends")));
+    EXPECT_TRUE(run.errors().contains(QLatin1String("cannot replace the match at the end of '")));
     EXPECT_EQ(contentOf(file), utf16("\uFEFFBüro=Łódź;name"));
 }
 
@@ -117,14 +117,14 @@ TEST(Replace, FailsWithTheReasonAndLeavesTheFileAsItWas)
         char const * error;
     } const cases[] = {
         {replace(share.path(QStringLiteral("missing")), "a", "b"), 1,
-         "missing cannot be read. Error 2: No such file or directory."},
-        {replace(share.path(), "a", "b"), 1, "is no file"},
-        {replace(large, "a", "b"), 1, "has more than 512 MiB"},
-        {replace(file, "", "b"), 2, "is empty"},
-        {replace(file, longText.constData(), ""), 2, "up to 500 bytes"},
-        {replace(file, "a", longText.constData()), 2, "up to 500 bytes"},
+         "missing': No such file or directory"},
+        {replace(share.path(), "a", "b"), 1, ": not a regular file"},
+        {replace(large, "a", "b"), 1, "it is larger than 512 MiB"},
+        {replace(file, "", "b"), 2, "SEARCH is empty"},
+        {replace(file, longText.constData(), ""), 2, "SEARCH is longer than 500 bytes"},
+        {replace(file, "a", longText.constData()), 2, "REPLACEMENT is longer than 500 bytes"},
         {replace(file, longText.left(251).constData(), "", {QStringLiteral("--utf16")}), 2,
-         "up to 250 characters"},
+         "is longer than 250 characters"},
         {replace(file, "Łódź", "", {QStringLiteral("--utf16")}), 2, "Latin-1"},
     };
     for (auto const & each : cases) {

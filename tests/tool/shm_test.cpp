@@ -31,7 +31,7 @@ TEST_F(Shm, ShowsWhatIsInASegment)
     ASSERT_TRUE(memory.lock());
     ToolRun text(shm("show", {QStringLiteral("--bytes"), QStringLiteral("5")}));
     EXPECT_EQ(text.status(), 0) << text.errors().toStdString();
-    EXPECT_TRUE(text.output().contains(QLatin1String("taken")));
+    EXPECT_TRUE(text.output().contains(QLatin1String("held")));
     EXPECT_TRUE(text.output().contains(QLatin1String(" 4A 6F 62 01 FF ")));
     EXPECT_TRUE(text.output().contains(QLatin1String(" Job..")));
 
@@ -56,7 +56,8 @@ TEST_F(Shm, KeepsTheSegmentItCreatesAndTheLock)
 
     ToolRun second(shm("lock"));
     EXPECT_EQ(second.status(), 1);
-    EXPECT_TRUE(second.errors().contains(QLatin1String("lock: unable to get lock")));
+    EXPECT_TRUE(second.errors().contains(QLatin1String("cannot lock segment '") + key +
+                                         QLatin1String("': lock: unable to get lock")));
     EXPECT_EQ(ToolRun(shm("create", {QStringLiteral("9"), QStringLiteral("--local")})).status(), 1);
 }
 
@@ -64,7 +65,7 @@ TEST_F(Shm, TellsWhatIsWrong)
 {
     ToolRun none(shm("show"));
     EXPECT_EQ(none.status(), 1);
-    EXPECT_TRUE(none.errors().contains(key + QLatin1String(": OpenFileMappingA: Error 2: ")));
+    EXPECT_TRUE(none.errors().contains(key + QLatin1String("': it does not exist")));
     EXPECT_EQ(ToolRun(shm("create", {QStringLiteral("0")})).status(), 1);
     EXPECT_EQ(ToolRun(shm("create", {QStringLiteral("9999999999")})).status(), 2);
     EXPECT_EQ(ToolRun({QStringLiteral("shm")}).status(), 2);

@@ -82,7 +82,7 @@ TEST_F(Syncing, GoesOnBehindAFileThatFails)
 
     ToolRun missing({text("sync"), path("none"), path("b/none")});
     EXPECT_EQ(missing.status(), 1);
-    EXPECT_TRUE(missing.errors().contains(text("cannot read '%1': Error 2").arg(path("none"))));
+    EXPECT_TRUE(missing.errors().contains(text("cannot read '%1': ").arg(path("none"))));
 }
 
 TEST_F(Syncing, TakesRelativePathsAndCreatesOneFolder)
@@ -92,7 +92,7 @@ TEST_F(Syncing, TakesRelativePathsAndCreatesOneFolder)
     ToolRun run({text("sync"), text("a"), text("c")}, share.path());
     EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
     EXPECT_TRUE(run.output().trimmed().endsWith(
-        text("1 copied, 0 up to date, 0 failed, folders not followed: 1")))
+        text("1 copied, 0 up to date, 0 failed, folders skipped: 1")))
         << run.output().toStdString();
     ToolRun file({text("sync"), text("a/1"), text("d")}, share.path());
     EXPECT_EQ(file.status(), 0) << file.errors().toStdString();
@@ -125,9 +125,9 @@ TEST_F(Syncing, LeavesTheTargetWholeWhenStoppedOrKilled)
         run.send(signal);
         bool const isKilled = QLatin1String(signal) == QLatin1String("KILL");
         EXPECT_EQ(run.status(), isKilled ? 128 + 9 : 130);
-        EXPECT_EQ(run.errors(), isKilled
-                                    ? QString()
-                                    : text("oxtool: stopped. %1 is whole.\n").arg(path("b/big")));
+        EXPECT_EQ(run.errors(),
+                  isKilled ? QString()
+                           : text("oxtool: stopped, target complete: '%1'\n").arg(path("b/big")));
         EXPECT_EQ(unfinished().size(), isKilled ? 1 : 0);
         EXPECT_EQ(contentOf(path("b/big")), "old");
         EXPECT_EQ(synchronised(), QStringList(text("big")));
