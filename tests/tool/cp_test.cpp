@@ -21,11 +21,12 @@ QString reason(int error)
     return QString::fromLocal8Bit(std::strerror(error));
 }
 
-/// The folder of a copy: a is the source, and b, where there is one, the old target.
+/// Folder with the source "a" and, in some tests, the previous target "b".
 class Copying : public testing::Test
 {
   protected:
-    /// Runs a shell script in the folder, with $0 for the program. The lines of both streams.
+    /// Runs a shell script in the folder, with the program as $0. Returns the lines of both
+    /// streams.
     QStringList shell(char const * script) const
     {
         QString const printed = toolShell(share.path()).printed(QByteArray("set -e\n") + script);
@@ -34,8 +35,8 @@ class Copying : public testing::Test
 
     bool works(char const * command) const { return toolShell(share.path()).succeeds(command); }
 
-    /// Whether the half of a copy is there under its temporary name, one piece of it at least.
-    bool isHalfDone() const
+    /// Returns whether the temporary file of a copy contains at least one piece.
+    bool isHalfCopied() const
     {
         for (QString const & name : share.names()) {
             if (name.startsWith(u'.') && QFileInfo(share.path(name)).size() >= piece.size())
@@ -52,7 +53,7 @@ class Copying : public testing::Test
 
 } // namespace
 
-TEST_F(Copying, GivesTheCopyTheContentAndTheTimeAlsoInAFolder)
+TEST_F(Copying, CopiesContentAndTimeAlsoIntoAFolder)
 {
     EXPECT_EQ(shell(R"(touch -d @1500000000 a; mkdir folder; echo old >b; ln -s b link
                        "$0" cp a link; "$0" cp --pause 0 a folder; "$0" cp --keep folder/a b
@@ -68,7 +69,7 @@ TEST_F(Copying, GivesTheCopyTheContentAndTheTimeAlsoInAFolder)
               true);
 }
 
-TEST_F(Copying, ShowsOnATerminalHowFarItIs)
+TEST_F(Copying, ShowsProgressOnATerminal)
 {
     if (!hasTerminals())
         GTEST_SKIP() << "there is no script with a pseudo-terminal";
@@ -76,11 +77,11 @@ TEST_F(Copying, ShowsOnATerminalHowFarItIs)
     EXPECT_TRUE(shown.contains(text(" %, 1.0 of 2.0 MiB, "))) << shown.toStdString();
 }
 
-TEST_F(Copying, LeavesTheOldTargetOrNoneWhenStoppedAndSaysWhich)
+TEST_F(Copying, ReportsTheStateOfTheTargetWhenStopped)
 {
     for (char const * const state : {"not created", "unchanged"}) {
         ToolRun run({text("cp"), from, to, text("--pause"), text("100000")});
-        EXPECT_TRUE(run.waitUntil([this] { return isHalfDone(); }));
+        EXPECT_TRUE(run.waitUntil([this] { return isHalfCopied(); }));
         run.send("INT");
         EXPECT_EQ(run.status(), 130);
         EXPECT_EQ(run.errors(), text("oxtool: stopped, target %1: '%2'\n").arg(text(state), to));
@@ -90,17 +91,17 @@ TEST_F(Copying, LeavesTheOldTargetOrNoneWhenStoppedAndSaysWhich)
     EXPECT_EQ(contentOf(to), "old");
 }
 
-TEST_F(Copying, NoticesThatTheSourceShrinksMeanwhile)
+TEST_F(Copying, FailsIfTheSourceShrinksDuringTheCopy)
 {
     ToolRun run({text("cp"), from, to, text("--pause"), text("3000")});
-    EXPECT_TRUE(run.waitUntil([this] { return isHalfDone(); }));
+    EXPECT_TRUE(run.waitUntil([this] { return isHalfCopied(); }));
     QFile::resize(from, 100);
     EXPECT_EQ(run.status(), 1);
     EXPECT_TRUE(run.errors().contains(text("The copy had 1048576 of 2097155 bytes.")));
     EXPECT_EQ(share.names(), QStringList(text("a")));
 }
 
-TEST_F(Copying, KeepsTheModeOfTheFileThatItReplaces)
+TEST_F(Copying, KeepsTheModeOfThePreviousFile)
 {
     EXPECT_EQ(shell(R"sh(echo content >in; "$0" pack in packed >/dev/null
                          set -- cp.in.b "cp.--pause.0.in.b" pack.in.b unpack.packed.--out.b \
@@ -112,28 +113,28 @@ TEST_F(Copying, KeepsTheModeOfTheFileThatItReplaces)
               (QStringList{text("640"), text("640"), text("640"), text("640"), text("640")}));
 }
 
-TEST_F(Copying, RemovesWhatAKilledOneLeftAndNothingThatIsInUse)
+TEST_F(Copying, RemovesTemporaryFilesOfKilledProcessesOnly)
 {
     QStringList const slowly = {text("cp"), from, to, text("--pause"), text("100000")};
     ToolRun killed(slowly);
-    EXPECT_TRUE(killed.waitUntil([this] { return isHalfDone(); }));
+    EXPECT_TRUE(killed.waitUntil([this] { return isHalfCopied(); }));
     killed.send("KILL");
     EXPECT_EQ(killed.status(), 128 + 9);
     EXPECT_EQ(share.names().size(), 2);
     ToolRun running(slowly);
     EXPECT_TRUE(running.waitUntil([this, first = share.names()] {
         QStringList const names = share.names();
-        return names.size() == 2 && names != first && isHalfDone();
+        return names.size() == 2 && names != first && isHalfCopied();
     }));
     ToolRun other({text("cp"), from, share.path(text("c"))});
     EXPECT_EQ(other.status(), 0);
-    EXPECT_EQ(share.names().size(), 3); // the source, the other copy, and the half one
+    EXPECT_EQ(share.names().size(), 3); // the source, the other copy, the temporary file
     running.send("INT");
     EXPECT_EQ(running.status(), 130);
     EXPECT_EQ(share.names(), (QStringList{text("a"), text("c")}));
 }
 
-TEST_F(Copying, RefusesAsRootTheLinkOfAnotherUser)
+TEST_F(Copying, RefusesLinksOfOtherUsersAsRoot)
 {
     if (!works("test $(id -u) = 0 && ln -s b link && chown -h 65534 link"))
         GTEST_SKIP() << "it takes root to make such a link";
@@ -146,7 +147,7 @@ TEST_F(Copying, RefusesAsRootTheLinkOfAnotherUser)
                      text("1"), text("appended         1 bytes to link, now 3 bytes"), text("1")}));
 }
 
-TEST_F(Copying, ResumesWhereTheTargetEnds)
+TEST_F(Copying, AppendsTheNewDataOfTheSource)
 {
     EXPECT_EQ(shell(R"sh(echo 12345 >log; echo a longer one >b
                        "$0" resume log b; echo 678 >>log; "$0" resume log b; cmp log b

@@ -23,11 +23,11 @@ TEST(CrashTestCommand, ShowsTheDumpAndTheLogOfACrash)
     EXPECT_EQ(result.value(QStringLiteral("log")).toArray().size(), 2);
     QString const dump = result.value(QStringLiteral("dump")).toString();
     EXPECT_TRUE(readDump(dump).isDump);
-    // Nothing but the dump is left.
+    // Only the dump remains.
     EXPECT_EQ(share.names().size(), 1);
 }
 
-TEST(CrashTestCommand, RefusesWhatItWouldOverwriteAndWhereNoDumpCanBe)
+TEST(CrashTestCommand, RefusesAnExistingLogAndAMissingFolder)
 {
     Share const share;
     share.write(QStringLiteral("crash-test.txt"), "mine");

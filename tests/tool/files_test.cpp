@@ -31,7 +31,7 @@ QString hex(quint64 value, int digits)
 
 } // namespace
 
-TEST(Inspect, TellsTheFormatAndTheTruthOfFilesOfAnotherProgram)
+TEST(Inspect, DetectsTheFormatOfFilesOfAnotherProgram)
 {
     struct Case {
         char const * file;
@@ -71,7 +71,7 @@ TEST(Inspect, ShowsBothChecksumsOfADamagedFileAndFails)
     }
 }
 
-TEST(Inspect, CallsNothingDamagedThatItCannotRead)
+TEST(Inspect, DoesNotReportAnUnreadableFileAsDamaged)
 {
     Share const share;
     ToolRun run(inspect(share.writeSparse(QStringLiteral("large"), qint64{800} << 20)));

@@ -18,7 +18,7 @@ QJsonValue member(QJsonObject const & object, char const * name)
 
 } // namespace
 
-TEST(Info, TellsScriptsWhatItTellsPeople)
+TEST(Info, ReportsTheSameFactsInBothForms)
 {
     ToolRun forScripts(info + QStringList{QStringLiteral("--json")});
     QJsonObject const json = forScripts.json();

@@ -11,7 +11,7 @@ TEST(Layout, IsTheSameInEveryBuild)
     EXPECT_EQ(run.status(), 0);
     QString records;
     for (QString const & line : run.output().split(QLatin1Char('\n'))) {
-        // These two hold a pointer; what of the buffer goes into files is tested with those.
+        // These two contain pointers. The file formats test the header of the buffer.
         bool const hasPointer = line.startsWith(QLatin1String("_OX_DataBuffer")) ||
                                 line.startsWith(QLatin1String("_oxStringList"));
         if (!hasPointer && !line.isEmpty())

@@ -5,7 +5,7 @@
 
 using namespace ox::tests;
 
-TEST(ListingOnLinux, ShowsNoNameThatCouldDisturbATerminal)
+TEST(ListingOnLinux, EscapesUnprintableCharactersInNames)
 {
     Share const share;
     EXPECT_EQ(toolShell(share.path())
@@ -20,14 +20,14 @@ done             1 deleted, 0 bytes
 )"));
 }
 
-TEST(ListingOnLinux, StopsBetweenTwoFilesAndTellsHowManyAreGone)
+TEST(ListingOnLinux, ReportsTheNumberOfDeletedFilesWhenStopped)
 {
     Share const share;
     int const all = 4000;
     QString const longName(200, QLatin1Char('x'));
     for (int i = 0; i < all; ++i)
         share.write(longName + QString::number(i), {});
-    // What is told is more than a pipe holds, so the program is held up in the midst of it.
+    // The report exceeds the capacity of a pipe, so the program blocks in the middle of it.
     ToolRun run({QStringLiteral("empty"), share.path()});
     EXPECT_TRUE(run.waitForOutput("deleted"));
     run.send("INT");

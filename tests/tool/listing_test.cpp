@@ -26,7 +26,7 @@ class Listing : public testing::Test
 
 } // namespace
 
-TEST_F(Listing, ListsWhatIsAskedFor)
+TEST_F(Listing, FiltersAndSortsTheEntries)
 {
     ToolRun list({text("ls"), text("--ends"), text(".exr"), text("--ends"), text("tif"),
                   text("--sort"), text("--dirs"), share.path()});
@@ -46,7 +46,7 @@ TEST_F(Listing, ListsWhatIsAskedFor)
     EXPECT_TRUE(entries[0].toObject().value(text("time")).toString().startsWith(text("20")));
 }
 
-TEST_F(Listing, FailsForWhatIsNoFolder)
+TEST_F(Listing, FailsForAMissingFolder)
 {
     for (char const * command : {"ls", "empty"}) {
         for (QString const & name : {QString(), share.path(text("none/at/all"))}) {

@@ -31,7 +31,7 @@ QJsonObject statusOf(QString const & file)
 
 } // namespace
 
-TEST(Lock, ReturnsWhatTheCommandReturnsAndReleasesTheLock)
+TEST(Lock, ReturnsTheStatusOfTheCommandAndReleasesTheLock)
 {
     Share const share;
     QString const file = share.path(QStringLiteral("farm.ini"));
@@ -51,7 +51,7 @@ TEST(Lock, ReturnsWhatTheCommandReturnsAndReleasesTheLock)
     }
 }
 
-TEST(Lock, HandsTheCommandItsArgumentsAndTheStandardStreamsButNotTheLock)
+TEST(Lock, PassesArgumentsAndStreamsButNotTheLock)
 {
     Share const share;
     QString const file = share.path(QStringLiteral("farm.ini"));
@@ -85,7 +85,7 @@ TEST(Lock, PassesStopRequestsToTheCommandAndWaitsForItsEnd)
     }
 }
 
-TEST(Lock, DoesNotCallALockFreeThatItCannotLookAt)
+TEST(Lock, DoesNotReportAnUnknownStateAsFree)
 {
     Share const share;
     for (QString const & file :
@@ -99,7 +99,7 @@ TEST(Lock, DoesNotCallALockFreeThatItCannotLookAt)
     }
 }
 
-TEST(Lock, TellsWhoHoldsItAndWhetherTheHolderLives)
+TEST(Lock, ShowsTheHolderAndWhetherItIsAlive)
 {
     Share const share;
     QString const file = share.path(QStringLiteral("farm.ini"));

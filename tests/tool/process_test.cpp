@@ -13,7 +13,7 @@ using namespace ox::tests;
 namespace
 {
 
-/// The usage of a core in each line about a process, report by report.
+/// Returns the usage of a core in the lines about processes, for each report.
 std::vector<std::vector<double>> usagesIn(QString const & output)
 {
     QRegularExpression const figures(text("(\\d+\\.\\d) +\\d+\\.\\d  "));
@@ -28,7 +28,7 @@ std::vector<std::vector<double>> usagesIn(QString const & output)
 
 } // namespace
 
-TEST(Processes, AreListedByTheBeginningOfTheirNames)
+TEST(Processes, AreListedByNamePrefix)
 {
     auto const ownId = QCoreApplication::applicationPid();
     ToolRun forScripts({text("ps"), text("tool_TESTS"), text("--json")});
@@ -50,7 +50,7 @@ TEST(Processes, AreListedByTheBeginningOfTheirNames)
               text("oxtool: cannot find a process: no name begins with 'no such\\u001B'"));
 }
 
-TEST(Processes, AreReportedBusiestFirstFromTheLeastUsageOn)
+TEST(Processes, AreSortedByUsageFromTheMinimumOn)
 {
     ToolRun run({text("top"), text("--interval"), text("200"), text("--count"), text("2")});
     EXPECT_EQ(run.status(), 0) << run.errors().toStdString();

@@ -20,7 +20,7 @@ QStringList words(char const * line)
 
 } // namespace
 
-TEST(Program, AnswersWrongUseWithStatusTwoAndAWordOnStandardError)
+TEST(Program, ReportsWrongArgumentsWithStatusTwo)
 {
     for (char const * line :
          {"nonsense", "refresh", "refresh a --map b", "refresh a --map =b",
@@ -34,7 +34,7 @@ TEST(Program, AnswersWrongUseWithStatusTwoAndAWordOnStandardError)
     }
 }
 
-TEST(Program, HelpsWithAnExampleForEveryCommand)
+TEST(Program, PrintsAnExampleInTheHelpOfEachCommand)
 {
     for (char const * command :
          {"refresh", "pack", "unpack", "inspect", "lock", "cp", "resume", "sync", "ls", "empty",
@@ -45,7 +45,7 @@ TEST(Program, HelpsWithAnExampleForEveryCommand)
     }
 }
 
-TEST(Program, TellsTheLayoutOfTheRecords)
+TEST(Program, PrintsTheLayoutOfTheRecords)
 {
     QJsonArray const records =
         ToolRun(words("layout --json")).json().value(QStringLiteral("records")).toArray();
@@ -59,7 +59,7 @@ TEST(Program, TellsTheLayoutOfTheRecords)
         EXPECT_TRUE(found.contains(QString::fromLatin1(known))) << known;
 }
 
-TEST(Program, BearsAReaderThatGoesAwayAndTellsOfAFullDisk)
+TEST(Program, ReportsAClosedPipeAndAFullDisk)
 {
     EXPECT_EQ(toolShell().printed("{ sleep 0.2; \"$0\" layout; echo status $? >&2; } | true"),
               QStringLiteral("status 1\n"));
@@ -81,7 +81,7 @@ TEST(Program, WorksWithoutStandardStreams)
                              "output: Bad file descriptor\n1\n"));
 }
 
-TEST(Program, WritesNoControlCharacterOfATextFromOutside)
+TEST(Program, EscapesControlCharactersOfUntrustedTexts)
 {
     QString const hostile = QStringLiteral("a\u001B[2J\n\u009B2J\u202Eb\u2028\U000E0001");
     QString const shown =
@@ -113,11 +113,11 @@ TEST(Program, WritesNoControlCharacterOfATextFromOutside)
     EXPECT_FALSE(list.output().contains(QChar(0x9B))) << list.output().toStdString();
 }
 
-TEST(Program, DoesWithoutThreadsOrFailsBeforeItBegins)
+TEST(Program, WorksWithoutThreadsOrFailsAtTheStart)
 {
     if (hasAddressSanitizer)
         GTEST_SKIP() << "the address sanitizer needs more memory than the test allows";
-    // A thread's stack is larger than the memory that the process may have.
+    // The stack of a thread exceeds the memory limit of the process.
     Share const share;
     QString const file = share.write(QStringLiteral("file"), "content");
     EXPECT_EQ(
@@ -129,9 +129,9 @@ TEST(Program, DoesWithoutThreadsOrFailsBeforeItBegins)
     EXPECT_EQ(share.names(), QStringList(QStringLiteral("file")));
 }
 
-TEST(Program, ShowsProgressOnATerminalOnlyAndInOneLineOfIt)
+TEST(Program, ShowsProgressInOneLineOfATerminalOnly)
 {
-    // Each of these letters takes two columns, the marks none.
+    // Each letter takes two columns, a combining mark none.
     QString const wideName = QStringLiteral("\u65E5\u672C\U0001F600\u0301").repeated(10);
     Share const share;
     QString const file = share.path(wideName);
@@ -142,7 +142,7 @@ TEST(Program, ShowsProgressOnATerminalOnlyAndInOneLineOfIt)
                      .printed("\"$0\" lock \"$1\" --timeout 1000 -- true", {file})
                      .contains(QLatin1String("Waiting")));
     if (!hasTerminals())
-        GTEST_SKIP() << "there is no pseudo-terminal to be had here";
+        GTEST_SKIP() << "there is no script with a pseudo-terminal";
     QString const shown = toolShell().printed(
         "script -qec \"stty columns 60; '$0' lock '$1' --timeout 1000 -- true\" /dev/null", {file});
     QRegularExpression const frame(QStringLiteral("\\033\\[K(Waiting for[^\\033]* \\d\\.\\d s)"));

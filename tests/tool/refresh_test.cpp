@@ -33,7 +33,7 @@ QStringList heldFor(QString const & file, char const * seconds)
 
 } // namespace
 
-TEST(Refresh, LoadsThroughTheStoredPathAndTellsEveryStep)
+TEST(Refresh, MapsTheStoredPathAndShowsEachStep)
 {
     Share const share;
     share.write(job, goldenFile("text.oxdb"));
@@ -51,7 +51,7 @@ TEST(Refresh, LoadsThroughTheStoredPathAndTellsEveryStep)
     EXPECT_EQ(share.names(), (QStringList{job, QStringLiteral("payload")}));
 }
 
-TEST(Refresh, WritesWhatWasCompressedDecompressedInPlaceOfTheOldFileAndWithItsMode)
+TEST(Refresh, WritesTheDecompressedPayloadWithTheModeOfThePreviousFile)
 {
     Share const share;
     QString const file = share.write(job, goldenFile("binary.oxns"));
@@ -65,12 +65,12 @@ TEST(Refresh, WritesWhatWasCompressedDecompressedInPlaceOfTheOldFileAndWithItsMo
     EXPECT_EQ(share.names().size(), 2);
 }
 
-TEST(Refresh, FindsStoredPathsByTheLongestRootThatFits)
+TEST(Refresh, MapsTheLongestMatchingRoot)
 {
     Share const share;
     struct Case {
         char const * stored;
-        char const * local; // behind the folder of the share; empty when no mapping applies
+        char const * local; // relative to the share; empty if no mapping applies
     };
     for (Case const & each : {
              Case{"\\\\farm\\share\\jobs\\a", "share/jobs/a"},
@@ -102,7 +102,7 @@ TEST(Refresh, FindsStoredPathsByTheLongestRootThatFits)
     }
 }
 
-TEST(Refresh, FailsWithTheTextOfWhatIsWrongAndLeavesAllAsItWas)
+TEST(Refresh, ReportsTheReasonAndChangesNothing)
 {
     QByteArray const good = goldenFile("text.oxdb");
     QByteArray flipped = good;
@@ -133,7 +133,7 @@ TEST(Refresh, FailsWithTheTextOfWhatIsWrongAndLeavesAllAsItWas)
     }
 }
 
-TEST(Refresh, EndsWithTheSystemsMessageWhereTheFileCannotBeHad)
+TEST(Refresh, ReportsTheSystemsReasonForAnUnreadableFile)
 {
     Share const share;
     QDir().mkdir(share.path(QStringLiteral("folder")));
@@ -163,7 +163,7 @@ TEST(Refresh, EndsWithTheSystemsMessageWhereTheFileCannotBeHad)
     }
 }
 
-TEST(Refresh, TellsWhoHoldsTheLockAndLeavesItAlone)
+TEST(Refresh, ReportsTheHolderAndKeepsTheLockFile)
 {
     Share const share;
     QString const file = share.write(job, goldenFile("small.oxdb"));
@@ -181,7 +181,7 @@ TEST(Refresh, TellsWhoHoldsTheLockAndLeavesItAlone)
     EXPECT_EQ(contentOf(file + QLatin1String("_lock.txt")), lock);
 }
 
-TEST(Refresh, LeavesNothingBehindWhenTheOutputCannotBeWritten)
+TEST(Refresh, LeavesNoFileWhenTheOutputCannotBeWritten)
 {
     Share const share;
     QString const file = share.write(job, goldenFile("small.oxdb"));
@@ -203,13 +203,13 @@ TEST(Refresh, LeavesNothingBehindWhenTheOutputCannotBeWritten)
     }
 }
 
-TEST(Refresh, LeavesNothingBehindWhenStoppedWhileLoadingOrWriting)
+TEST(Refresh, LeavesNoFileWhenStoppedWhileLoadingOrWriting)
 {
     Share const share;
     QString const file = share.writeSparse(job, qint64(700) << 20);
     QString const packed = share.path(QStringLiteral("packed"));
     {
-        // A file whose CRC is right, so that it gets as far as being written.
+        // A file with a valid CRC, so that the command reaches the output.
         Share const source;
         source.writeSparse(QStringLiteral("raw"), qint64(200) << 20);
         ASSERT_EQ(
@@ -234,7 +234,7 @@ TEST(Refresh, LeavesNothingBehindWhenStoppedWhileLoadingOrWriting)
     }
 }
 
-TEST(Refresh, LeavesTheHoldersLockAloneWhenStoppedWhileWaiting)
+TEST(Refresh, KeepsTheHoldersLockWhenStoppedWhileWaiting)
 {
     Share const share;
     QString const file = share.write(job, goldenFile("small.oxdb"));

@@ -24,7 +24,7 @@ QStringList replace(QString const & file, char const * search, char const * repl
 
 } // namespace
 
-TEST(Replace, ReplacesInEitherCaseAndTellsHowOften)
+TEST(Replace, IgnoresLetterCaseAndReportsTheNumberOfMatches)
 {
     Share const share;
     QString const file = share.write(ini, "Server=Łódź\nbackup=łódź server\n");
@@ -42,7 +42,7 @@ TEST(Replace, ReplacesInEitherCaseAndTellsHowOften)
     EXPECT_EQ(share.names(), QStringList{ini});
 }
 
-TEST(Replace, ReplacesInUtf16AndFailsForAnEndThatStays)
+TEST(Replace, ReplacesInUtf16AndFailsForAMatchAtTheEnd)
 {
     auto const utf16 = [](char const * text) {
         QString const content = QString::fromUtf8(text);
@@ -56,7 +56,7 @@ TEST(Replace, ReplacesInUtf16AndFailsForAnEndThatStays)
     EXPECT_EQ(contentOf(file), utf16("\uFEFFBüro=Łódź;name"));
 }
 
-TEST(Replace, TellsAMatchThatIsLeftFromTheSameBytesAtTheEnd)
+TEST(Replace, DistinguishesAMatchAtTheEndFromOverlappingBytes)
 {
     struct {
         char const * content;
@@ -75,7 +75,7 @@ TEST(Replace, TellsAMatchThatIsLeftFromTheSameBytesAtTheEnd)
     }
 }
 
-TEST(Replace, LeavesAFileWithoutAMatchAlone)
+TEST(Replace, LeavesAFileWithoutAMatchUnchanged)
 {
     Share const share;
     QString const file = share.write(ini, "server=a\n");
@@ -86,7 +86,7 @@ TEST(Replace, LeavesAFileWithoutAMatchAlone)
     EXPECT_EQ(toolShell().run("stat -c %i-%y \"$1\"", {file}).output, before);
 }
 
-TEST(Replace, KeepsThePermissionsAndTheLinksOnTheWayToTheFile)
+TEST(Replace, KeepsPermissionsAndLinks)
 {
     Share const share;
     QString const file = share.write(ini, "server=a\n");
@@ -103,7 +103,7 @@ TEST(Replace, KeepsThePermissionsAndTheLinksOnTheWayToTheFile)
     EXPECT_EQ(share.names().size(), 3);
 }
 
-TEST(Replace, FailsWithTheReasonAndLeavesTheFileAsItWas)
+TEST(Replace, ReportsTheReasonAndLeavesTheFileUnchanged)
 {
     Share const share;
     QByteArray const content = "server=a\n";

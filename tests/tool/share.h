@@ -8,7 +8,7 @@
 namespace ox::tests
 {
 
-/// A folder that stands for the farm's share; removed at the end of the scope.
+/// Temporary folder that simulates the farm's share; removed at the end of the scope.
 class Share
 {
   public:
@@ -16,10 +16,10 @@ class Share
 
     /// Writes a file and returns its path.
     QString write(QString const & name, QByteArray const & content) const;
-    /// A buffer file of the given payload length that is nearly all hole. Returns its path.
+    /// Writes a sparse buffer file with a payload of this size in bytes. Returns its path.
     QString writeSparse(QString const & name, qint64 payload) const;
 
-    /// All that is in the folder, hidden files too.
+    /// Returns the names of all entries, including hidden ones.
     QStringList names() const;
 
   private:

@@ -8,7 +8,7 @@
 
 using namespace ox::tests;
 
-TEST(ShmOnLinux, GivesBackSegmentAndLockWhenStopped)
+TEST(ShmOnLinux, ReleasesSegmentAndLockWhenStopped)
 {
     QString const key = QStringLiteral("stop%1").arg(QCoreApplication::applicationPid());
     oxSharedMemory memory(key);

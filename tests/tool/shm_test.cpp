@@ -24,7 +24,7 @@ class Shm : public testing::Test
     oxSharedMemory memory{key};
 };
 
-TEST_F(Shm, ShowsWhatIsInASegment)
+TEST_F(Shm, ShowsTheContentOfASegment)
 {
     ASSERT_TRUE(memory.create(5, true, true));
     std::memcpy(memory.bytes().data(), "Job\1\xFF", 5);
@@ -44,7 +44,7 @@ TEST_F(Shm, ShowsWhatIsInASegment)
     EXPECT_EQ(data, QStringLiteral("4a6f6201ff").leftJustified(128, QLatin1Char('0')));
 }
 
-TEST_F(Shm, KeepsTheSegmentItCreatesAndTheLock)
+TEST_F(Shm, HoldsASegmentAndItsLock)
 {
     ToolRun creator(shm("create", {QStringLiteral("100"), QStringLiteral("--local")}));
     ASSERT_TRUE(creator.waitForOutput("created")) << creator.errors().toStdString();
@@ -61,7 +61,7 @@ TEST_F(Shm, KeepsTheSegmentItCreatesAndTheLock)
     EXPECT_EQ(ToolRun(shm("create", {QStringLiteral("9"), QStringLiteral("--local")})).status(), 1);
 }
 
-TEST_F(Shm, TellsWhatIsWrong)
+TEST_F(Shm, ReportsFailures)
 {
     ToolRun none(shm("show"));
     EXPECT_EQ(none.status(), 1);

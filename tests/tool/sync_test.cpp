@@ -14,7 +14,7 @@ using namespace ox::tests;
 namespace
 {
 
-/// The folder of the master copies, a, and a folder to bring up to date, b.
+/// Source folder "a" and target folder "b".
 class Syncing : public testing::Test
 {
   protected:
@@ -35,7 +35,7 @@ class Syncing : public testing::Test
 
 } // namespace
 
-TEST_F(Syncing, BringsTheFilesOfAFolderUpToDate)
+TEST_F(Syncing, CopiesNewAndChangedFiles)
 {
     share.write(text("a/one.exe"), "1");
     share.write(text("a/two.EXE"), "22");
@@ -55,7 +55,7 @@ TEST_F(Syncing, BringsTheFilesOfAFolderUpToDate)
     EXPECT_TRUE(again.output().contains(text("0 copied, 2 up to date, 0 failed")));
 }
 
-TEST_F(Syncing, CopiesEmptyFilesAsOthers)
+TEST_F(Syncing, CopiesEmptyFiles)
 {
     share.write(text("a/1"), "");
     share.write(text("a/2"), "");
@@ -68,7 +68,7 @@ TEST_F(Syncing, CopiesEmptyFilesAsOthers)
     EXPECT_EQ(ToolRun(command).json().value(text("upToDate")), 2);
 }
 
-TEST_F(Syncing, GoesOnBehindAFileThatFails)
+TEST_F(Syncing, ContinuesAfterAFailedFile)
 {
     share.write(text("a/1"), "one");
     share.write(text("a/2"), "two");
@@ -85,7 +85,7 @@ TEST_F(Syncing, GoesOnBehindAFileThatFails)
     EXPECT_TRUE(missing.errors().contains(text("cannot read '%1': ").arg(path("none"))));
 }
 
-TEST_F(Syncing, TakesRelativePathsAndCreatesOneFolder)
+TEST_F(Syncing, AcceptsRelativePathsAndCreatesOneFolder)
 {
     share.write(text("a/1"), "one");
     QDir(share.path()).mkpath(text("a/sub"));
@@ -106,7 +106,7 @@ TEST_F(Syncing, TakesRelativePathsAndCreatesOneFolder)
     EXPECT_EQ(deep.errors().count(text("oxtool: ")), 1);
 }
 
-TEST_F(Syncing, LeavesTheTargetWholeWhenStoppedOrKilled)
+TEST_F(Syncing, LeavesTheTargetCompleteWhenStoppedOrKilled)
 {
     if (isWindows)
         GTEST_SKIP() << "signals cannot be sent here";

@@ -12,23 +12,23 @@
 namespace ox::tests
 {
 
-/// The built program, started with real arguments and streams.
+/// Runs the built program as a process.
 class ToolRun
 {
   public:
     explicit ToolRun(QStringList const & arguments, QString const & folder = {});
-    /// Kills what is still running.
+    /// Kills the process if it is still running.
     ~ToolRun();
 
-    /// Writes the whole standard input and closes it.
+    /// Writes the complete standard input and closes it.
     void sendInput(QByteArray const & input);
-    /// Waits until the standard output holds a text. False when the program ended before.
+    /// Waits until the standard output contains a text. Returns false if the program ended before.
     bool waitForOutput(char const * text);
     /// Sends a signal by its name ("TERM").
     void send(char const * signal);
-    /// Waits until a condition holds. False when the program ended before.
+    /// Waits until a condition is true. Returns false if the program ended before.
     bool waitUntil(std::function<bool()> const & condition);
-    /// Waits for the end. The exit status as a shell shows it.
+    /// Waits for the end. Returns the exit status as a shell does: 128 + signal for a signal.
     int status();
 
     QString output() const { return QString::fromUtf8(output_); }
@@ -41,10 +41,10 @@ class ToolRun
     QByteArray errors_;
 };
 
-/// A shell whose scripts have the program as $0, and run in a folder or else in the current one.
+/// Returns a shell that runs scripts with the program as $0, in a folder or the current one.
 Shell toolShell(QString const & folder = {});
 
-/// Whether a script can run on a terminal of its own.
+/// Returns whether a script can run on a pseudo-terminal.
 bool hasTerminals();
 
 } // namespace ox::tests

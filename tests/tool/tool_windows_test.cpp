@@ -30,7 +30,7 @@ TEST(ToolOnWindows, RefreshesADrivePathAndAStoredSharePath)
     }
 }
 
-TEST(ToolOnWindows, FailsWithTheTextOfWhatIsWrongAndLeavesAllAsItWas)
+TEST(ToolOnWindows, ReportsTheReasonAndChangesNothing)
 {
     QByteArray flipped = goldenFile("text.oxdb");
     flipped[100] = static_cast<char>(flipped[100] ^ 1);
@@ -69,7 +69,7 @@ TEST(ToolOnWindows, RunsACommandUnderTheLockAndKeepsOthersOut)
     EXPECT_EQ(share.names(), QStringList{text("farm.ini")});
 }
 
-TEST(ToolOnWindows, CopiesWholeAndResumes)
+TEST(ToolOnWindows, CopiesAndResumes)
 {
     Share const share;
     QString const from = share.write(text("a"), "content");
@@ -103,7 +103,7 @@ TEST(ToolOnWindows, ReplacesInAFileAndNotInAReadOnlyOne)
     QFile::setPermissions(file, QFile::ReadOwner | QFile::WriteOwner);
 }
 
-TEST(ToolOnWindows, ReadsTheStandardInputAsItIs)
+TEST(ToolOnWindows, ReadsTheStandardInputUnchanged)
 {
     QByteArray const payload = QByteArray("\x1A\r\nline\n\0", 9).repeated(400000);
     Share const share;

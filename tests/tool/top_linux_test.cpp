@@ -10,7 +10,7 @@ using namespace ox::tests;
 namespace
 {
 
-/// A shell script, in which $TOOL is the program, on a terminal of its own.
+/// Runs a shell script with the program as $TOOL on a pseudo-terminal.
 class OnTerminal
 {
   public:
@@ -51,7 +51,7 @@ class OnTerminal
 
 } // namespace
 
-TEST(TopOnTerminal, IsDrawnInPlaceAndLeavesTheTerminalAsItWas)
+TEST(TopOnTerminal, IsDrawnInPlaceAndRestoresTheTerminal)
 {
     if (!hasTerminals())
         GTEST_SKIP() << "there is no script with a pseudo-terminal";
@@ -78,7 +78,7 @@ TEST(TopOnTerminal, IsDrawnInPlaceAndLeavesTheTerminalAsItWas)
         auto const end = shown.indexOf("\033[?25h\033[?1049l");
         EXPECT_TRUE(begin >= 0 && begin < end && end < shown.indexOf("status"))
             << run << shown.data();
-        // Nothing scrolls: no view has more lines than the terminal, nor is one too long.
+        // No report exceeds the terminal's rows or columns, so nothing scrolls.
         QByteArray const view = shown.mid(begin, shown.indexOf("\033[J", begin) - begin);
         EXPECT_EQ(view.count('\n'), 9) << view.data();
         for (QByteArray const & line : view.mid(view.indexOf("\033[H") + 3).split('\n'))
