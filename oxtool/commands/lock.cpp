@@ -33,8 +33,9 @@ QString holderStateText(_oxFileLockStatus const & status)
         break;
     }
     return status.isStale
-               ? QStringLiteral("stale: no process holds it, the next waiting process removes it")
-               : QStringLiteral("abandoned: no process holds it, stale after three hours");
+               ? QStringLiteral("stale: no process holds it; the next waiting process removes it")
+               : QStringLiteral(
+                     "abandoned: no process holds it; stale three hours after it was taken");
 }
 
 QJsonValue liveJson(_oxFileLockStatus const & status)
@@ -151,30 +152,30 @@ int run(Options const & options)
 Command lockCommand()
 {
     auto const options = std::make_shared<Options>();
-    return {
-        .name = "lock",
-        .group = Group::Locks,
-        .summary = "Run a command under the lock of a file, or show who holds the lock",
-        .details =
-            "The exit status is that of COMMAND, 128 + signal if a signal ended it, 127 or 126 if\n"
-            "it cannot be run, 1 if the lock cannot be taken or released.",
-        .options = {{.name = "FILE",
-                     .help = "File to lock; it need not exist",
-                     .target = &options->file,
-                     .isRequired = true},
-                    {.name = "COMMAND",
-                     .help = "Command to run, after \"--\"",
-                     .target = &options->command},
-                    timeoutOption(options->timeoutMs),
-                    {.name = "--status",
-                     .help = "Show who holds the lock, and since when",
-                     .target = &options->status,
-                     .excludes = "COMMAND"},
-                    jsonOptionOfStatus(options->json)},
-        .examples = {"oxtool lock /mnt/share/farm.ini --timeout 5000 -- sed -i s/old/new/ "
-                     "/mnt/share/farm.ini",
-                     "oxtool lock --status /mnt/share/farm.ini"},
-        .run = [options] { return run(*options); }};
+    return {.name = "lock",
+            .group = Group::Locks,
+            .summary = "Run a command under the lock of a file, or show who holds the lock",
+            .details =
+                "The exit status is that of COMMAND, or 128 + signal if a signal ended it. It is\n"
+                "127 if COMMAND does not exist, 126 if it cannot be run, and 1 if the lock cannot\n"
+                "be taken or released.",
+            .options = {{.name = "FILE",
+                         .help = "File to lock; it need not exist",
+                         .target = &options->file,
+                         .isRequired = true},
+                        {.name = "COMMAND",
+                         .help = "Command to run, after \"--\"",
+                         .target = &options->command},
+                        timeoutOption(options->timeoutMs),
+                        {.name = "--status",
+                         .help = "Show who holds the lock, and since when",
+                         .target = &options->status,
+                         .excludes = "COMMAND"},
+                        jsonOptionOfStatus(options->json)},
+            .examples = {"oxtool lock /mnt/share/farm.ini --timeout 5000 -- sed -i s/old/new/ "
+                         "/mnt/share/farm.ini",
+                         "oxtool lock --status /mnt/share/farm.ini"},
+            .run = [options] { return run(*options); }};
 }
 
 } // namespace ox::tool

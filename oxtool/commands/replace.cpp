@@ -56,11 +56,12 @@ void load(_oxFileSearcher & file, QString const & name, QString const & path)
                       .arg(path, tooLarge ? QStringLiteral("it is larger than 512 MiB") : reason));
 }
 
-int replaceIn(_oxFileSearcher & file, Text const & search, Text const & replacement)
+int replaceIn(_oxFileSearcher & file, QString const & path, Text const & search,
+              Text const & replacement)
 {
     int const count = file.replaceAll(search, replacement);
     if (count == 0 && file.indexOfIgnCase(search, 0) >= 0)
-        throw Failure(QStringLiteral("cannot replace the text: not enough memory"));
+        throw Failure(QStringLiteral("cannot replace in '%1': not enough memory").arg(path));
     return count;
 }
 
@@ -90,7 +91,7 @@ void replace(Options const & options, Report & report)
     _oxFileSearcher file;
     load(file, out.nameToRead(), path);
     bool const isOneKept = isLastMatchKept(file, search);
-    int const count = replaceIn(file, search, replacement);
+    int const count = replaceIn(file, path, search, replacement);
     report.set(QStringLiteral("file"), path);
     report.set(QStringLiteral("found"), count);
     report.line(QStringLiteral("found"), QStringLiteral("%1 times in %2").arg(count).arg(path));
@@ -112,28 +113,30 @@ void replace(Options const & options, Report & report)
 Command replaceCommand()
 {
     auto const options = std::make_shared<Options>();
-    return {.name = "replace",
-            .group = Group::Files,
-            .summary = "Replace a text in a file",
-            .details = "The search ignores the case of ASCII letters. Other bytes must be equal.",
-            .options = {{.name = "FILE",
-                         .help = "File to change",
-                         .target = &options->file,
-                         .isRequired = true},
-                        {.name = "SEARCH",
-                         .help = "Text to search for",
-                         .target = &options->search,
-                         .isRequired = true},
-                        {.name = "REPLACEMENT",
-                         .help = "New text; may be empty",
-                         .target = &options->replacement,
-                         .isRequired = true},
-                        {.name = "--utf16",
-                         .help = "Treat the file as UTF-16, little endian",
-                         .target = &options->utf16},
-                        jsonOption(options->json)},
-            .examples = {"oxtool replace /mnt/share/farm.ini old-server new-server"},
-            .run = reporting(options, replace)};
+    return {
+        .name = "replace",
+        .group = Group::Files,
+        .summary = "Replace a text in a file",
+        .details =
+            "The search ignores the case of ASCII letters and compares all other bytes exactly.",
+        .options = {{.name = "FILE",
+                     .help = "File to change",
+                     .target = &options->file,
+                     .isRequired = true},
+                    {.name = "SEARCH",
+                     .help = "Text to search for",
+                     .target = &options->search,
+                     .isRequired = true},
+                    {.name = "REPLACEMENT",
+                     .help = "New text; may be empty",
+                     .target = &options->replacement,
+                     .isRequired = true},
+                    {.name = "--utf16",
+                     .help = "Treat the file as UTF-16, little endian",
+                     .target = &options->utf16},
+                    jsonOption(options->json)},
+        .examples = {"oxtool replace /mnt/share/farm.ini old-server new-server"},
+        .run = reporting(options, replace)};
 }
 
 } // namespace ox::tool

@@ -246,38 +246,37 @@ class Sync
 Command syncCommand()
 {
     auto const options = std::make_shared<Options>();
-    return {.name = "sync",
-            .group = Group::Files,
-            .summary = "Copy new and changed files to TARGET",
-            .details =
-                "A file is copied if it is missing or differs in size or time. The previous file "
-                "is\n"
-                "kept as FILE_old. One missing folder level is created.",
-            .options = {{.name = "SOURCE",
-                         .help = "Source file, or folder of source files",
-                         .target = &options->source,
-                         .isRequired = true},
-                        {.name = "TARGET",
-                         .help = "Target file or folder",
-                         .target = &options->target,
-                         .isRequired = true},
-                        {.name = "--ends",
-                         .valueName = "ENDING",
-                         .help = "Copy only files with this ending, in any letter case",
-                         .target = &options->endings},
-                        pauseOption(options->pauseMs),
-                        {.name = "--retry-exe",
-                         .help = "Copy an .exe again after 5 s if it was still being written",
-                         .target = &options->retry},
-                        {.name = "--verbose",
-                         .letter = 'v',
-                         .help = "List up-to-date files as well",
-                         .target = &options->verbose},
-                        jsonOption(options->json)},
-            .examples = {"oxtool sync /mnt/share/bin /opt/farm/bin --retry-exe"},
-            .run = reporting(options, [](Options const & given, Report & report) {
-                Sync(given, report).run();
-            })};
+    return {
+        .name = "sync",
+        .group = Group::Files,
+        .summary = "Copy new and changed files to TARGET",
+        .details =
+            "A file is copied if it is missing or differs in size or time. The previous file is\n"
+            "kept as FILE_old. One missing folder level is created.",
+        .options = {{.name = "SOURCE",
+                     .help = "Source file, or folder of source files",
+                     .target = &options->source,
+                     .isRequired = true},
+                    {.name = "TARGET",
+                     .help = "Target file or folder",
+                     .target = &options->target,
+                     .isRequired = true},
+                    {.name = "--ends",
+                     .valueName = "ENDING",
+                     .help = "Copy only files with this ending, in any letter case",
+                     .target = &options->endings},
+                    pauseOption(options->pauseMs),
+                    {.name = "--retry-exe",
+                     .help = "Copy an unfinished .exe again after 5 s; needs --pause",
+                     .target = &options->retry},
+                    {.name = "--verbose",
+                     .letter = 'v',
+                     .help = "List up-to-date files as well",
+                     .target = &options->verbose},
+                    jsonOption(options->json)},
+        .examples = {"oxtool sync /mnt/share/bin /opt/farm/bin --pause 50 --retry-exe"},
+        .run = reporting(
+            options, [](Options const & given, Report & report) { Sync(given, report).run(); })};
 }
 
 } // namespace ox::tool

@@ -49,6 +49,7 @@ Command unpackCommand()
     return {.name = "unpack",
             .group = Group::BufferFiles,
             .summary = "Write the payload of a buffer file",
+            .details = "Without --format the format is detected.",
             .options = {{.name = "BUFFER_FILE",
                          .help = "Buffer file to unpack",
                          .target = &options->in,
