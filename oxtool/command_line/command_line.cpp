@@ -243,15 +243,17 @@ class Parser
         std::string const text = error.what();
         if (text == "A subcommand is required")
             return "missing command";
-        std::string const type = error.get_name();
+        auto const isA = [&error](CLI::ExitCodes code) {
+            return error.get_exit_code() == static_cast<int>(code);
+        };
         auto const colon = text.find(": ");
         if (colon == std::string::npos)
             return text;
-        if (type == "ExtrasError")
+        if (isA(CLI::ExitCodes::ExtrasError))
             return "unexpected argument" + text.substr(colon);
-        if (type == "ConversionError")
+        if (text.starts_with("Could not convert"))
             return "invalid value" + text.substr(colon);
-        if (type == "ArgumentMismatch")
+        if (isA(CLI::ExitCodes::ArgumentMismatch))
             return text.substr(0, colon) + ": wrong number of values";
         return text;
     }
