@@ -94,7 +94,7 @@ void replace(Options const & options, Report & report)
     int const count = replaceIn(file, path, search, replacement);
     report.set(QStringLiteral("file"), path);
     report.set(QStringLiteral("found"), count);
-    report.line(QStringLiteral("found"), QStringLiteral("%1 times in %2").arg(count).arg(path));
+    report.line(QStringLiteral("matches"), QStringLiteral("%1 in %2").arg(count).arg(path));
     if (count > (isOneKept ? 1 : 0)) {
         out.requireWritable();
         out.write(reinterpret_cast<unsigned char *>(file.data), file.size);

@@ -30,7 +30,7 @@ TEST(Replace, IgnoresLetterCaseAndReportsTheNumberOfMatches)
     QString const file = share.write(ini, "Server=Łódź\nbackup=łódź server\n");
     ToolRun run(replace(file, "server", "srv"));
     EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
-    EXPECT_EQ(run.output(), QStringLiteral("found            2 times in %1\n"
+    EXPECT_EQ(run.output(), QStringLiteral("matches          2 in %1\n"
                                            "written          31 bytes\n")
                                 .arg(file));
     EXPECT_EQ(contentOf(file), QByteArray("srv=Łódź\nbackup=łódź srv\n"));
@@ -82,7 +82,7 @@ TEST(Replace, LeavesAFileWithoutAMatchUnchanged)
     QByteArray const before = toolShell().run("stat -c %i-%y \"$1\"", {file}).output;
     ToolRun run(replace(file, "client", "x"));
     EXPECT_EQ(run.status(), 0);
-    EXPECT_EQ(run.output(), QStringLiteral("found            0 times in %1\n").arg(file));
+    EXPECT_EQ(run.output(), QStringLiteral("matches          0 in %1\n").arg(file));
     EXPECT_EQ(toolShell().run("stat -c %i-%y \"$1\"", {file}).output, before);
 }
 
