@@ -156,7 +156,7 @@ Command emptyCommand()
                          .target = &options->recursive},
                         {.name = "--dry-run",
                          .letter = 'n',
-                         .help = "Delete nothing; list the entries that a run deletes",
+                         .help = "Delete nothing; only list the entries",
                          .target = &options->dryRun},
                         jsonOption(options->json)},
             .examples = {"oxtool empty /mnt/share/temp --recursive --dry-run"},

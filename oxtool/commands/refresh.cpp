@@ -123,7 +123,7 @@ Command refreshCommand()
             "Steps: map the path, take the file's lock, get the file's size, load the file and\n"
             "verify its CRC, release the lock. --out decompresses a compressed payload.",
         .options = {{.name = "STORED_PATH",
-                     .help = "Path in the form of any system of the farm",
+                     .help = "Path in Windows, Linux or Mac form",
                      .target = &options->storedPath,
                      .isRequired = true},
                     {.name = "--map",

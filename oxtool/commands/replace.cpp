@@ -28,7 +28,7 @@ struct Options {
 Text bytesOf(char const * name, std::string const & argument, bool utf16)
 {
     auto const refuse = [name](QString const & reason) {
-        throw Failure(QLatin1String(name) + u' ' + reason, WrongUse);
+        throw Failure(QString::fromLatin1(name) + QLatin1Char(' ') + reason, WrongUse);
     };
     if (!utf16) {
         if (argument.size() > 500)

@@ -71,7 +71,7 @@ class Sync
             throw Failure(QStringLiteral("cannot copy to TARGET: the name is empty"));
         switch (platform::kindOf(nativeName(source))) {
         case platform::NameKind::Folder:
-            runFolder(asFolder(source), asFolder(target));
+            runFolder(withTrailingSeparator(source), withTrailingSeparator(target));
             break;
         case platform::NameKind::File:
             if (ensureFolder(folderOf(fullPath(target))))
@@ -97,7 +97,7 @@ class Sync
   private:
     using Text = _oxString8_evenSize<500>;
 
-    static QString asFolder(QString const & path)
+    static QString withTrailingSeparator(QString const & path)
     {
         QChar const separator = QLatin1Char(platform::ownSeparator);
         return path.endsWith(separator) ? path : path + separator;

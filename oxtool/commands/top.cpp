@@ -198,7 +198,7 @@ Command topCommand()
                      .range = Range{0.0, 1e6}},
                     {.name = "--count",
                      .valueName = "N",
-                     .help = "End after N reports; 0 means no end",
+                     .help = "Number of reports; 0 for no limit",
                      .target = &options->count,
                      .showsDefault = true,
                      .range = atLeast(0)}},
