@@ -46,6 +46,9 @@ struct Overloaded : Functions... {
 template <typename... Functions>
 Overloaded(Functions...) -> Overloaded<Functions...>; // clang before 17 does not deduce it
 
+template <typename... Functions>
+Overloaded(Functions...) -> Overloaded<Functions...>;
+
 bool isPositional(Option const & option)
 {
     return !option.name.starts_with("--");

@@ -25,8 +25,7 @@ using enum _OX_DataBuffer::ErrorCode;
 /// Returns whether an error code of the buffer means a failed system call.
 bool isSystemFailure(int code)
 {
-    return code == NotReadable || code == NotWritten || code == Z_ERRNO ||
-           code < _OX_DataBuffer::EndOfFile;
+    return code == NotReadable || code == NotWritten || code == Z_ERRNO || code <= FileError;
 }
 
 /// Returns the reason for the error code Missing, which the buffer sets for every file that it
