@@ -43,9 +43,7 @@ template <typename... Functions>
 struct Overloaded : Functions... {
     using Functions::operator()...;
 };
-template <typename... Functions>
-Overloaded(Functions...) -> Overloaded<Functions...>; // clang before 17 does not deduce it
-
+// Clang before version 17 does not deduce it.
 template <typename... Functions>
 Overloaded(Functions...) -> Overloaded<Functions...>;
 

@@ -16,7 +16,8 @@ namespace
 
 using namespace ox::fuzz;
 using namespace ox::platform;
-using namespace ox::detail;
+using namespace ox::fs;
+using namespace ox::system;
 
 std::vector<unsigned char> bytesOf(std::string_view text)
 {
