@@ -12,12 +12,12 @@
 #include <string_view>
 #include <utility>
 
+using ox::fs::holderIn;
+using ox::fs::lockFileText;
 using ox::platform::LockFile;
 using ox::platform::LockFileView;
 using ox::platform::NativeName;
 using ox::platform::Result;
-using ox::fs::holderIn;
-using ox::fs::lockFileText;
 using ox::text::nativePath;
 
 namespace

@@ -8,18 +8,10 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include <cerrno>
-#include <cstring>
-
 using namespace ox::tests;
 
 namespace
 {
-
-QString reason(int error)
-{
-    return QString::fromLocal8Bit(std::strerror(error));
-}
 
 /// Folder with the source "a" and, in some tests, the previous target "b".
 class Copying : public testing::Test
