@@ -56,21 +56,16 @@ QString copyWithProgress(QString const & from, qint64 begin, Progress::Measure c
     return copy();
 }
 
-/// Returns why a name cannot be copied as a file.
-QString missingReason(QString const & path)
-{
-    auto const status = platform::fileStatus(nativeName(path));
-    return status ? QStringLiteral("it is a folder") : reasonOf(status.error());
-}
-
 /// Copies to a temporary file, which replaces the target when it is complete.
 void copyWhole(QString const & from, QString const & to, int pauseMs, bool * endsEmpty)
 {
     using Access = OutputFile::Access;
     OutputFile file(to);
     QString failure;
-    if (!platform::statusOfFile(nativeName(from))) {
-        failure = missingReason(from);
+    if (auto const status = platform::fileStatus(nativeName(from)); !status) {
+        failure = reasonOf(status.error());
+    } else if (status->isFolder) {
+        failure = QStringLiteral("it is a folder");
     } else {
         bool const bySystem = pauseMs == noPieces;
         platform::NewFile & copy = file.create(bySystem ? Access::Owner : Access::ByMask);
