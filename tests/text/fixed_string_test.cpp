@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <initializer_list>
 #include <sstream>
 #include <string>
 
@@ -25,15 +23,12 @@ TEST(FixedString, WidensBytesInTwoWays)
     EXPECT_EQ(Wide(text, 4).view(), extended);
     EXPECT_EQ(Wide(text[3]).view(), extended.substr(3));
     EXPECT_EQ((Wide() += text).view(), extended);
-    EXPECT_EQ((Wide() += text[3]).view(), extended.substr(3));
     EXPECT_EQ((s = text).view(), latin1);
     EXPECT_EQ(Wide().add(text).view(), latin1);
     EXPECT_TRUE(s == text);
     EXPECT_FALSE(Wide(text) == text);
-    EXPECT_EQ((s = std::string(text)).view(), latin1);
     EXPECT_EQ(Wide().add(std::string_view(text)).view(), latin1);
     EXPECT_EQ(Wide("x").add(_oxString8_evenSize<8>("af\xE9")).view(), u"xaf\u00E9");
-    EXPECT_EQ(Wide("12345678").add(_oxString8_UnevenSize<7>("abc")).size(), 10);
     EXPECT_TRUE(s.contains("F\xE9") && s.endsWith("F\xE9") && s.startsWithCaseSen(text));
 }
 
@@ -60,10 +55,6 @@ TEST(FixedString, AcceptsUnitsInEveryForm)
     EXPECT_EQ(Wide("x").combined(units).combined(null).view(), u"xa\u0141C");
     EXPECT_FALSE(Wide() == null);
     EXPECT_TRUE(Wide() != null && Wide("a") > null);
-    unsigned short longer[12] = {};
-    std::fill_n(longer, 11, 'x');
-    Wide const cut(longer);
-    EXPECT_TRUE(cut.size() == 10 && cut != longer && cut < longer && cut == longer + 1);
 }
 
 TEST(FixedString, OrdersByTheBytesOfItsImage)
@@ -107,16 +98,11 @@ TEST(FixedString, AddNrIsLimitedToThirteenCharacters)
 
 TEST(FixedString, NarrowsToBytes)
 {
-    for (unsigned short const size : std::initializer_list<unsigned short>{0, 1, 3, 9}) {
-        std::string bytes(8, '#');
-        Wide(u"a\u0142c").toChar(bytes.data(), std::min<unsigned short>(size, 8));
-        std::string const all("a\x42"
-                              "c\0####",
-                              8);
-        std::string const expected[] = {"########", std::string("\0#######", 8),
-                                        std::string("aB\0#####", 8), all};
-        EXPECT_EQ(bytes, expected[size == 0 ? 0 : size == 1 ? 1 : size == 3 ? 2 : 3]);
-    }
+    std::string bytes(8, '#');
+    Wide(u"a\u0142c").toChar(bytes.data(), 3);
+    EXPECT_EQ(bytes, std::string("aB\0#####", 8));
+    Wide(u"a\u0142c").toChar(bytes.data(), 8);
+    EXPECT_EQ(bytes, std::string("aBc\0####", 8));
 
     _oxString8_evenSize<250> const ten = _oxString<250>("0123456789");
     EXPECT_EQ(ten, "0123456789");
