@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstring>
 #include <sstream>
 #include <string>
@@ -23,59 +22,26 @@ _oxStringList listOf(std::vector<Entry> const & entries)
     return list;
 }
 
-std::string joined(_oxStringList const & list)
+TEST(StringList, KeepsWhatLiesBehindTheTexts)
 {
-    std::string result;
-    for (Entry const & entry : list)
-        result += QString(entry).toStdString() + ' ';
-    return result;
-}
-
-/// Sets the reserved word of an entry. The list returns its entries as read-only.
-void setReserved(_oxStringList const & list, int i, std::uint16_t mark)
-{
-    const_cast<Entry &>(list[i]).reserved = mark;
-}
-
-TEST(StringList, AppendsAndFinds)
-{
-    _oxStringList list;
-    EXPECT_EQ(list.find("a", false), -1);
-    list.append("a", true, false);
-    list.append("A", true, false);
-    EXPECT_EQ(joined(list), "a ");
-    list.append("A", true, true);
-    list.append("a", false, true);
-    EXPECT_EQ(joined(list), "a A a ");
-    EXPECT_EQ(list.find("A", true), 1);
-    EXPECT_EQ(list.find("A", false), 0);
-    EXPECT_EQ(list.find("", false), -1);
-
     Entry marked("b");
     marked.value[300] = 0x1234;
     marked.reserved = 7;
-    list.append(marked, false, false);
-    EXPECT_EQ(list[3].value[300], 0x1234) << "the units behind the text are copied";
-    EXPECT_EQ(list[3].reserved, 0) << "the reserved word is not copied";
+    _oxStringList list = listOf({"a", marked});
+    EXPECT_EQ(list[1].value[300], 0x1234) << "the units behind the text are copied";
+    EXPECT_EQ(list[1].reserved, 0) << "the reserved word is not copied";
+    const_cast<Entry &>(list[1]).reserved = 9;
+    _oxStringList const copy(list);
+    ASSERT_EQ(copy.count(), 2);
+    EXPECT_EQ(std::memcmp(copy.begin(), list.begin(), 2 * sizeof(Entry)), 0);
 
-    list.clear();
-    EXPECT_TRUE(list.isEmpty() && list.count() == 0 && list.begin() == list.end());
-    list.append("again", false, false);
-    EXPECT_EQ(joined(list), "again ");
-}
-
-TEST(StringList, GrowsFromItsOwnEntries)
-{
-    _oxStringList list;
-    list.append("first", false, false);
-    for (int i = 1; i < 3000; ++i) {
+    auto const & self = list;
+    list = self;
+    EXPECT_EQ(list.count(), 2);
+    for (int i = 1; i < 3000; ++i)
         list.append(list.at(i / 2), false, false);
-        list.append(QString::number(i), false, false);
-    }
-    ASSERT_EQ(list.size(), 5999);
-    EXPECT_EQ(list[1], "first");
-    EXPECT_EQ(list[5998], "2999");
-    EXPECT_EQ(list[5997], list[2999 / 2]);
+    EXPECT_EQ(list[3000].view(), list[2999 / 2].view());
+    EXPECT_EQ(list.find("", false), -1);
 }
 
 TEST(StringList, AcceptsAnyIndex)
@@ -98,28 +64,6 @@ TEST(StringList, AcceptsAnyIndex)
     EXPECT_STREQ(empty.atAsChar(0), "");
 }
 
-TEST(StringList, CopiesByteForByte)
-{
-    _oxStringList list = listOf({"a", "b", "c", "d", "e"});
-    setReserved(list, 4, 9);
-    _oxStringList copy(list);
-    ASSERT_EQ(copy.count(), 5);
-    EXPECT_EQ(std::memcmp(copy.begin(), list.begin(), 5 * sizeof(Entry)), 0);
-    copy.append("f", false, false);
-    EXPECT_EQ(joined(copy), "a b c d e f ");
-    EXPECT_EQ(joined(list), "a b c d e ");
-
-    auto const & self = copy;
-    copy = self;
-    EXPECT_EQ(copy.count(), 6);
-    copy = _oxStringList(list);
-    EXPECT_EQ(joined(copy), "a b c d e ");
-    _oxStringList const moved = std::move(copy);
-    EXPECT_EQ(joined(moved), "a b c d e ");
-    list = _oxStringList(_oxStringList());
-    EXPECT_TRUE(list.isEmpty());
-}
-
 TEST(StringList, Prints)
 {
     QString debug;
@@ -128,15 +72,6 @@ TEST(StringList, Prints)
     stream << listOf({"a", QStringLiteral("\u20AC")}) << _oxStringList();
     EXPECT_EQ(stream.str(), "(\"a\", \"\xE2\x82\xAC\")()");
     EXPECT_EQ(debug.toStdString(), stream.str());
-}
-
-TEST(StringList, Sorts)
-{
-    _oxStringList list = listOf({"b", "A", "c", "a", "B"});
-    list.sort(false);
-    EXPECT_EQ(joined(list), "A a b B c ");
-    list.sort(true);
-    EXPECT_EQ(joined(list), "c b B A a ") << "equal entries keep their order in both directions";
 }
 
 } // namespace
