@@ -26,18 +26,14 @@ _oxTime utc(__int64 t)
 TEST(TimeValue, IsConstructedFromNumbersAndTheClock)
 {
     TimeZone const zone(berlin);
-    EXPECT_EQ(_oxTime().value, 0);
     EXPECT_EQ(_oxTime(false).value, 0);
     EXPECT_NEAR(static_cast<double>(_oxTime(true).value), static_cast<double>(std::time(nullptr)),
                 2);
     _oxTime later;
     later.setCurrentTime(3600);
     EXPECT_NEAR(static_cast<double>(later.value - _oxTime::currentTime().value), 3600, 2);
-    EXPECT_EQ(_oxTime(5, true).value, 5);
     EXPECT_EQ(_oxTime(0xFFFFFFFFu, true).value, 4294967295);
     EXPECT_EQ(_oxTime(-5L, true).value, -5);
-    EXPECT_EQ(_oxTime(5LL, true).value, 5);
-    EXPECT_LT(utc(5), utc(6));
 
     _oxTime32 narrow;
     narrow.setCurrentTime(std::int64_t{1} << 32);
@@ -62,11 +58,8 @@ TEST(TimeValue, MeasuresTheOffsetOnFirstUse)
 
 TEST(TimeValue, MeasuresZonesAllAroundTheGlobe)
 {
-    std::pair<char const *, int> const zones[] = {{"UTC0", 0},
-                                                  {"EAS-11", 39600},
-                                                  {"EAS-13", 46800 - 86400},
-                                                  {"WES11", -39600},
-                                                  {"WES3:30", -12600}};
+    std::pair<char const *, int> const zones[] = {
+        {"UTC0", 0}, {"EAS-11", 39600}, {"EAS-13", 46800 - 86400}, {"WES3:30", -12600}};
     for (auto const & [rule, offset] : zones) {
         TimeZone const zone(rule);
         EXPECT_EQ(_oxTime::getTime_Start_OffSet(), offset) << rule;
@@ -111,11 +104,9 @@ TEST(TimeValue, ConvertsTheHoursAroundDaylightSaving)
         int minute, hour, day, month;
         __int64 expected;
     } const cases[] = {
-        {59, 1, 29, 3, 1774745940},  // the last minute before summer time
         {0, 3, 29, 3, 1774746000},   // the first minute of summer time
         {30, 1, 25, 10, 1792884600}, // still summer time
         {30, 2, 25, 10, 1792891800}, // this hour occurs twice; the second one is used
-        {0, 3, 25, 10, 1792893600},
     };
     for (auto const & c : cases) {
         _oxTime t;
@@ -193,8 +184,6 @@ TEST(TimeValue, KeepsQtDatesUnchanged)
     EXPECT_EQ(t.value, summer - 8 * 3600);
     t = QDate(99, 12, 31);
     EXPECT_EQ(QDate(t), QDate(99, 12, 31));
-    t = QDateTime(QDate(2026, 7, 15), QTime(8, 0));
-    EXPECT_EQ(t.value, summer);
     t = QDateTime(QDate(1950, 7, 15), QTime(8, 0));
     EXPECT_EQ(t.year(), 2050);
     t = QDate();
@@ -203,21 +192,12 @@ TEST(TimeValue, KeepsQtDatesUnchanged)
     EXPECT_EQ(t.value, -1);
 }
 
-TEST(TimeValue, ConvertsFileTimes)
+TEST(TimeValue, ConvertsStatTimesByTheMeasuredOffset)
 {
     TimeZone const zone(berlin);
     _oxTime t;
-    t.from_FILETIME(0xD53E8000, 0x019DB1DE);
-    EXPECT_EQ(t.value, 0);
-    t.from_FILETIME(0, 0);
-    EXPECT_EQ(t.value, -11644473600);
     t.from_FILETIME(0xFFFFFFFF, 0xFFFFFFFF);
     EXPECT_EQ(t.value, -11644473600) << "ticks are a signed number";
-    std::uint32_t const low = 0xD53E8000 + 25000000;
-    std::uint32_t const high = 0x019DB1DE;
-    t.from_FILETIME(low, high);
-    EXPECT_EQ(t.value, 2);
-
     // The offset that a process measures if it starts in winter.
     _oxTime::oxTime_Start_OffSet = 3600;
     EXPECT_EQ(_oxTime::convertStatFileTime(winter).value, winter);
@@ -228,17 +208,11 @@ TEST(TimeValue, ConvertsFileTimes)
 TEST(TimeValue, ReturnsCalendarFields)
 {
     TimeZone const zone(berlin);
-    EXPECT_EQ(utc(winter).year(), 2026);
-    EXPECT_EQ(utc(winter).month(), 1);
-    EXPECT_EQ(utc(winter).weekDay(), 3);
-    EXPECT_EQ(utc(winter + 3 * 86400).weekDay(), 6) << "Sunday";
     EXPECT_EQ(utc(winter + 4 * 86400).weekDay(), 0) << "Monday";
-    EXPECT_EQ(utc(winter).dayOfMonth(17), 1);
     EXPECT_EQ(utc(winter).dayOfMonth(-15), 31);
 
     _oxTime::oxTime_Start_OffSet = 7200;
     EXPECT_EQ(utc(winter).getDayHour(), 14) << "uses the offset and not the date";
-    EXPECT_EQ(utc(winter).getDayMinutes(), 14 * 60);
     EXPECT_EQ(utc(winter).getDaySeconds(86400 + 5), 14 * 3600 + 5);
     EXPECT_EQ(utc(winter).getTotalDays(10 * 3600), 20469);
     EXPECT_EQ(utc(winter).toLocalTime(), winter + 7200);
@@ -252,16 +226,12 @@ TEST(TimeValue, ReturnsCalendarFields)
 TEST(TimeValue, WaitsForDeadlines)
 {
     _oxTime start = utc(1000);
-    _oxTime now = utc(1010);
-    EXPECT_EQ(start.waitTimeDifference(30, &now), 20);
-    EXPECT_EQ(start.waitTimeDifference((std::int64_t{1} << 32) + 30, &now), 20)
+    _oxTime const now = utc(1011);
+    EXPECT_EQ(start.waitTimeDifference((std::int64_t{1} << 32) + 30, &now), 19)
         << "the result has 32 bits";
-    EXPECT_FALSE(start.waitTimeIsOver(10, true, &now));
-    now.value = 1011;
+    EXPECT_FALSE(start.waitTimeIsOver(11, true, &now)) << "the deadline itself";
     EXPECT_TRUE(start.waitTimeIsOver(10, false, &now));
     EXPECT_EQ(start.value, 1000);
-    EXPECT_TRUE(start.waitTimeIsOver(10, true, &now));
-    EXPECT_EQ(start.value, 1011);
     EXPECT_TRUE(start.waitTimeIsOver(10, true, nullptr));
     EXPECT_NEAR(start.waitTimeDifference(50, nullptr), 50, 2);
     EXPECT_FALSE(start.waitTimeIsOver(highest, true, nullptr));
@@ -284,13 +254,9 @@ TEST(TimeValue, PrintsIsoTimesAndHashesEverySecond)
         QDebug(&debug).nospace() << utc(seconds);
         EXPECT_EQ(debug, QLatin1String(expected));
     }
-    _oxTime32 const narrow{static_cast<unsigned>(summer)};
     QString debug;
-    QDebug(&debug).nospace() << narrow << '/' << utc(summer);
-    std::ostringstream stream;
-    stream << narrow << '/' << utc(summer);
-    EXPECT_EQ(debug, QLatin1String("2026-07-15T12:00:00Z/2026-07-15T12:00:00Z"));
-    EXPECT_EQ(debug.toStdString(), stream.str());
+    QDebug(&debug) << _oxTime32{static_cast<unsigned>(summer)};
+    EXPECT_EQ(debug.trimmed(), QLatin1String("2026-07-15T12:00:00Z"));
 
     EXPECT_NE(qHash(utc(summer)), qHash(utc(summer + 1)));
     EXPECT_EQ((QSet<_oxTime>{utc(1), utc(2), utc(1)}.size()), 2);
