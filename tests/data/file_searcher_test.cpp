@@ -40,77 +40,29 @@ using SearcherFiles = FolderTest;
 
 } // namespace
 
-TEST(FileSearcher, FindsFromAPositionOnAndNotBehindTheEnd)
+TEST(FileSearcher, FindsNothingBehindTheEnd)
 {
     _oxFileSearcher file;
     EXPECT_EQ(file.indexOf(Text("a"), 0), -1);
     fill(file, "Frame of a frame");
     // Bytes behind the content are ignored.
     std::strcpy(file.data + file.size, " frames");
-    struct {
-        char const * pattern;
-        int from;
-        int exact;
-        int ignoringCase;
-    } const cases[] = {{"frame", 0, 11, 0},     {"frame", INT_MIN, 11, 0}, {"frame", 1, 11, 11},
-                       {"frame", 11, 11, 11},   {"FRAME", 12, -1, -1},     {"e", 15, 15, 15},
-                       {"e", 16, -1, -1},       {"e", INT_MAX, -1, -1},    {"", 0, -1, -1},
-                       {"frame f", 11, -1, -1}, {"FRAME OF", 0, -1, 0}};
-    for (auto const & each : cases) {
-        SCOPED_TRACE(testing::Message() << each.pattern << ' ' << each.from);
-        EXPECT_EQ(file.indexOf(Text(each.pattern), each.from), each.exact);
-        EXPECT_EQ(file.indexOf(ShortText(each.pattern), each.from), each.exact);
-        EXPECT_EQ(file.indexOfIgnCase(Text(each.pattern), each.from), each.ignoringCase);
-        EXPECT_EQ(file.indexOfIgnCase(ShortText(each.pattern), each.from), each.ignoringCase);
-    }
-}
-
-TEST(FileSearcher, FindsThePatternOf500BytesInTextsThatNearlyMatch)
-{
-    std::string content(200000, 'a');
-    std::string pattern(500, 'a');
-    pattern[250] = 'b';
-    for (int const at : {3, 77000, 140000})
-        content.replace(std::size_t(at), pattern.size(), pattern);
-    Text const fixed(pattern.data(), 500);
-    _oxFileSearcher file;
-    fill(file, content);
-    EXPECT_EQ(file.indexOf(fixed, 0), 3);
-    EXPECT_EQ(file.indexOfIgnCase(fixed, 4), 77000);
-    EXPECT_EQ(file.replaceAll(fixed, Text("c")), 3);
-    for (int const at : {140000, 77000, 3})
-        content.replace(std::size_t(at), pattern.size(), 1, 'c');
-    EXPECT_EQ(contentOf(file), content);
+    EXPECT_EQ(file.indexOf(ShortText("frame"), INT_MIN), 11);
+    EXPECT_EQ(file.indexOf(Text("frame f"), 11), -1);
+    EXPECT_EQ(file.indexOfIgnCase(ShortText("FRAME"), 1), 11);
+    EXPECT_EQ(file.indexOfIgnCase(Text("FRAME"), 12), -1);
 }
 
 TEST(FileSearcher, CountsButKeepsAMatchThatTouchesTheLastByte)
 {
-    struct {
-        char const * content;
-        char const * search;
-        char const * replacement;
-        int count;
-        char const * expected;
-    } const cases[] = {{"x", "X", "", 1, "x"},
-                       {"xx", "x", "", 2, "x"},
-                       {"aXbx", "x", "long", 2, "alongbx"},
-                       {"aaa", "aa", "a", 1, "aa"},
-                       {"aaaa", "aa", "", 2, "aa"},
-                       {"aaaa", "aa", "aaaa", 2, "aaaaaa"},
-                       {"abc", "", "x", 0, "abc"},
-                       {"abc", "abcd", "x", 0, "abc"},
-                       {"\xC4"
-                        "b\n",
-                        "\xE4", "x", 0,
-                        "\xC4"
-                        "b\n"}};
-    for (auto const & each : cases) {
-        SCOPED_TRACE(each.content);
-        _oxFileSearcher file;
-        fill(file, each.content);
-        EXPECT_EQ(file.replaceAll(Text(each.search), Text(each.replacement)), each.count);
-        EXPECT_EQ(contentOf(file), each.expected);
-    }
+    _oxFileSearcher file;
+    fill(file, "aXbx");
+    EXPECT_EQ(file.replaceAll(Text("x"), Text("long")), 2);
+    EXPECT_EQ(contentOf(file), "alongbx");
+    EXPECT_EQ(file.replaceAll(Text(""), Text("x")), 0);
+    EXPECT_EQ(contentOf(file), "alongbx");
+    fill(file, "\xC4 \n");
+    EXPECT_EQ(file.replaceAll(Text("\xE4"), Text("x")), 0) << "only ASCII letters have a case";
 }
 
 TEST(FileSearcher, ReplacesManyMatchesWithMuchMoreText)
@@ -125,10 +77,6 @@ TEST(FileSearcher, ReplacesManyMatchesWithMuchMoreText)
     EXPECT_EQ(file.replaceAll(Text("X"), Text(replacement.data(), 100)), 100001);
     EXPECT_EQ(contentOf(file), expected + 'x');
     EXPECT_GE(file.capacity, file.size);
-    EXPECT_EQ(file.replaceAll(Text(replacement.data(), 100), Text("x")), 100000);
-    EXPECT_EQ(contentOf(file), content);
-    EXPECT_EQ(file.replaceAll(Text("xx"), Text("zz")), 50000);
-    EXPECT_EQ(contentOf(file), std::string(100000, 'z') + 'x');
 }
 
 TEST(FileSearcher, ReplacesLatin1TextsInUtf16)
@@ -141,9 +89,6 @@ TEST(FileSearcher, ReplacesLatin1TextsInUtf16)
     fill(file, utf16(QStringLiteral("\uFEFFName=Büro; NAME=Łódź;name")));
     EXPECT_EQ(file.replaceAll_unicode("name=", "n\xE4her="), 2);
     EXPECT_EQ(contentOf(file), utf16(QStringLiteral("\uFEFFnäher=Büro; näher=Łódź;name")));
-    EXPECT_EQ(file.replaceAll_unicode("B\xFCRO", ""), 1);
-    EXPECT_EQ(file.replaceAll_unicode("", "x"), 0);
-    EXPECT_EQ(contentOf(file), utf16(QStringLiteral("\uFEFFnäher=; näher=Łódź;name")));
 
     // Longer texts are truncated to 250 characters.
     QString const line(250, QLatin1Char('l'));
@@ -158,37 +103,26 @@ TEST(FileSearcher, InsertsAndReplacesWithinItsBounds)
     _oxFileSearcher file;
     EXPECT_FALSE(file.insert(0, Text("x")));
     EXPECT_FALSE(file.replace(0, Text("x"), 0));
-    fill(file, "0123456789");
     struct {
         int pos;
         char const * text;
-        int oldLen; ///< 99 for an insertion
+        int oldLen;
         bool result;
         char const * expected;
     } const cases[] = {
-        {0, "ab", 99, true, "ab0123456789"},     {10, "ab", 99, false, "0123456789"},
-        {-1, "ab", 99, false, "0123456789"},     {9, "ab", 99, true, "012345678ab9"},
-        {3, "", 99, true, "0123456789"},         {3, "ab", 2, true, "012ab56789"},
-        {3, "abcd", 1, true, "012abcd456789"},   {3, "ab", 6, true, "012ab9"},
-        {3, "ab", 7, false, "0123456789"},       {3, "", 6, true, "0129"},
-        {3, "ab", 0, true, "012ab3456789"},      {9, "", 0, true, "0123456789"},
-        {9, "a", 1, false, "0123456789"},        {10, "a", 0, false, "0123456789"},
-        {-1, "a", 1, false, "0123456789"},       {5, "a", INT_MAX, false, "0123456789"},
-        {5, "abc", -1, true, "01234abc89"},      {9, "a", -1, true, "012345678a"},
-        {8, "abcd", INT_MIN, true, "01234567ab"}};
+        {3, "ab", 6, true, "012ab9"},       {3, "ab", 7, false, "0123456789"},
+        {10, "a", 0, false, "0123456789"},  {5, "a", INT_MAX, false, "0123456789"},
+        {5, "abc", -1, true, "01234abc89"}, {8, "abcd", INT_MIN, true, "01234567ab"}};
     for (auto const & [pos, text, oldLen, result, expected] : cases) {
         SCOPED_TRACE(testing::Message() << pos << ' ' << text << ' ' << oldLen);
         fill(file, "0123456789");
-        EXPECT_EQ(oldLen == 99 ? file.insert(pos, ShortText(text))
-                               : file.replace(pos, ShortText(text), oldLen),
-                  result);
-        EXPECT_EQ(contentOf(file), expected);
-        fill(file, "0123456789");
-        EXPECT_EQ(oldLen == 99 ? file.insert(pos, Text(text))
-                               : file.replace(pos, Text(text), oldLen),
-                  result);
+        EXPECT_EQ(file.replace(pos, ShortText(text), oldLen), result);
         EXPECT_EQ(contentOf(file), expected);
     }
+    fill(file, "0123456789");
+    EXPECT_TRUE(file.insert(9, ShortText("ab")));
+    EXPECT_FALSE(file.insert(12, ShortText("ab")));
+    EXPECT_EQ(contentOf(file), "012345678ab9");
 }
 
 TEST(FileSearcher, ChangesItsSizeBetweenTwoBlocks)
@@ -198,16 +132,8 @@ TEST(FileSearcher, ChangesItsSizeBetweenTwoBlocks)
     char * const first = file.data;
     EXPECT_EQ(file.capacity, headroom);
     EXPECT_TRUE(file.changeDataSize(-7, 0));
-    struct {
-        int pos;
-        int delta;
-    } const refused[] = {{-1, 1},       {11, 1},           {0, -10},     {9, -1},
-                         {-1, -1},      {20, -1},          {0, INT_MIN}, {10, -1},
-                         {INT_MAX, -1}, {0, headroom + 1}, {0, INT_MAX}};
-    for (auto const & [pos, delta] : refused) {
-        EXPECT_FALSE(file.changeDataSize(pos, delta)) << pos << ' ' << delta;
-        EXPECT_EQ(contentOf(file), "0123456789");
-    }
+    EXPECT_FALSE(file.changeDataSize(0, headroom + 1));
+    EXPECT_FALSE(file.changeDataSize(0, INT_MAX));
     EXPECT_TRUE(file.changeDataSize(1, -8));
     EXPECT_EQ(contentOf(file), "09");
     EXPECT_EQ(file.spare, first);
@@ -215,21 +141,15 @@ TEST(FileSearcher, ChangesItsSizeBetweenTwoBlocks)
     EXPECT_TRUE(file.changeDataSize(2, 1));
     EXPECT_EQ(file.data, first) << "no allocation";
     file.data[2] = '!';
-    EXPECT_EQ(contentOf(file), "09!");
 
     // The content grows by the headroom, or within an existing block.
     EXPECT_TRUE(file.changeDataSize(1, headroom));
-    EXPECT_EQ(file.data[0], '0');
-    EXPECT_EQ(file.data[1 + headroom], '9');
-    EXPECT_LE(file.size, file.capacity);
     EXPECT_TRUE(file.changeDataSize(1, headroom));
     EXPECT_TRUE(file.changeDataSize(1, -2 * headroom));
     EXPECT_EQ(contentOf(file), "09!");
     EXPECT_TRUE(file.changeDataSize(1, headroom + 1));
     EXPECT_EQ(file.data[headroom + 2], '9');
     file.freeBuffer();
-    EXPECT_EQ(file.data, nullptr);
-    EXPECT_EQ(file.spare, nullptr);
     EXPECT_EQ(file.capacity + file.spareCapacity + file.size, 0);
 }
 
