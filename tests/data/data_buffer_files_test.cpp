@@ -160,63 +160,20 @@ TEST_F(DataBufferFile, IsReadByGzipAndPython)
               raw);
 }
 
-TEST_F(DataBufferFile, RefusesADamagedPlainFile)
-{
-    QByteArray const good = bytesOf(golden("small.oxdb"));
-    auto const with = [&good](int at, QByteArray const & bytes) {
-        return QByteArray(good).replace(at, bytes.size(), bytes);
-    };
-    struct {
-        char const * what;
-        QByteArray bytes;
-        int error;
-    } const cases[] = {
-        {"empty", "", Corrupt},
-        {"no more than a header", good.left(36), Corrupt},
-        {"shorter than a header", good.left(20), Corrupt},
-        {"one byte cut", good.left(int(good.size()) - 1), Corrupt},
-        {"one byte more", good + "x", Corrupt},
-        {"a data byte", with(40, "\x7F"), Corrupt},
-        {"the stored CRC", with(4 + 16, headerOf({1})), Corrupt},
-        {"the magic", with(3, "X"), WrongMagic},
-    };
-    for (auto const & [what, bytes, error] : cases) {
-        _OX_DataBuffer buffer;
-        EXPECT_FALSE(buffer.loadFromFile(write("damaged", bytes), true)) << what;
-        EXPECT_EQ(buffer.error, error) << what;
-    }
-    // Loading ignores the lengths in the header.
-    for (int const lie : {INT_MIN, -1, 0, INT_MAX}) {
-        _OX_DataBuffer buffer;
-        ASSERT_TRUE(
-            buffer.loadFromFile(write("lying", with(4 + 4, headerOf({lie, lie, lie}))), true));
-        EXPECT_EQ(buffer.size, 27);
-        EXPECT_EQ(buffer.sizeAllocated, 27);
-        _OX_DataBuffer dest;
-        EXPECT_FALSE(buffer.decompressTo(dest, nullptr));
-    }
-}
-
 TEST_F(DataBufferFile, RefusesADamagedCompressedFile)
 {
     QByteArray const gzip = bytesOf(golden("binary.oxzp"));
     QByteArray flipped = gzip;
     flipped[int(gzip.size()) / 2] = char(flipped[int(gzip.size()) / 2] ^ 0x55);
-    QByteArray wrongSum = gzip;
-    wrongSum[int(gzip.size()) - 6] = char(wrongSum[int(gzip.size()) - 6] ^ 0x55);
     struct {
         char const * what;
         FileName file;
         int error;
     } const cases[] = {
-        {"other magic", writeGzip("a", "oxDB" + QByteArray(100, 'x')), WrongMagic},
-        {"flipped byte", write("b", flipped), Z_DATA_ERROR},
-        {"wrong checksum", write("c", wrongSum), Z_DATA_ERROR},
-        {"cut in the data", write("d", gzip.left(50000)), Z_BUF_ERROR},
-        {"cut in the checksum", write("e", gzip.left(int(gzip.size()) - 3)), Z_BUF_ERROR},
-        {"ends in the magic", writeGzip("f", "ox"), 0},
-        {"ends in the header", writeGzip("g", "oxZP" + QByteArray(31, '\x7F')), 0},
-        {"empty", write("h", ""), 0},
+        {"flipped byte", write("a", flipped), Z_DATA_ERROR},
+        {"cut in the checksum", write("b", gzip.left(int(gzip.size()) - 3)), Z_BUF_ERROR},
+        {"ends in the header", writeGzip("c", "oxZP" + QByteArray(31, '\x7F')), 0},
+        {"empty", write("d", ""), 0},
     };
     for (auto const & [what, file, error] : cases) {
         for (bool const grow : {true, false}) {
@@ -224,7 +181,6 @@ TEST_F(DataBufferFile, RefusesADamagedCompressedFile)
             buffer.newsize(70001, 768);
             EXPECT_FALSE(buffer.loadFromFileCompressed(file, grow)) << what;
             EXPECT_EQ(buffer.error, error) << what;
-            EXPECT_EQ(buffer.indexOf("not there", 0), -1);
         }
     }
 }
@@ -236,14 +192,13 @@ TEST_F(DataBufferFile, LoadsCompressedDataIntoABlockOfTheCallersSize)
         int capacity;
         bool result;
         int size;
-    } const cases[] = {{27, true, 27}, {26, true, 0}, {0, true, 0}, {28, false, 0}};
+    } const cases[] = {{27, true, 27}, {26, true, 0}, {28, false, 0}};
     for (auto const & [capacity, result, size] : cases) {
         _OX_DataBuffer buffer;
         buffer.resize(capacity, 768);
         EXPECT_EQ(buffer.loadFromFileCompressed(file, false), result) << capacity;
         EXPECT_EQ(buffer.size, size) << capacity;
         EXPECT_EQ(buffer.error, 0) << "zlib reports no error for a stream that is too short";
-        EXPECT_EQ(buffer.sizeAllocated, capacity);
     }
     char block[40];
     EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressedHeader(file, block, -1), Z_STREAM_ERROR);
@@ -252,12 +207,8 @@ TEST_F(DataBufferFile, LoadsCompressedDataIntoABlockOfTheCallersSize)
     // The overload for blocks reports success for a short file.
     char header[32];
     EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressed(file, true, header, 32, block, 40), 0);
-    EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressed(file, true, header, 32, block, 3), 0);
     EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressed(file, true, header, -1, nullptr, 0),
               Z_STREAM_ERROR);
-    EXPECT_EQ(
-        _OX_DataBuffer::loadFromFileCompressed(golden("small.gz"), true, header, 4, nullptr, 0),
-        WrongMagic);
 }
 
 TEST_F(DataBufferFile, ReadsAndWritesTwoBlocks)
@@ -291,10 +242,7 @@ TEST_F(DataBufferFile, ReadsAndWritesTwoBlocks)
     }
     FileName const file = write("plain", "oxDBx");
     EXPECT_EQ(_OX_DataBuffer::loadFromFile(file, true, one, 2, nullptr, 0), EndOfFile);
-    EXPECT_EQ(_OX_DataBuffer::loadFromFile(file, true, one, 1, two, 1), EndOfFile);
     EXPECT_EQ(_OX_DataBuffer::loadFromFile(file, true, one, -1, nullptr, 0), EndOfFile);
-    EXPECT_EQ(_OX_DataBuffer::loadFromFile(write("short", "ox"), true, one, 1, nullptr, 0),
-              EndOfFile);
 }
 
 TEST_F(DataBufferFile, KeepsItsLengthArgumentWhenTheHeaderOverwritesIt)
@@ -334,8 +282,6 @@ TEST_F(DataBufferFile, DistinguishesMissingUnreadableAndUnwritableFiles)
     EXPECT_EQ(_OX_DataBuffer::loadFromFile(path("absent"), false, block, 9, nullptr, 0), NotOpened);
     EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressed(path("absent"), false, block, 9, nullptr, 0),
               NotReadable);
-    EXPECT_EQ(_OX_DataBuffer::loadFromFile(path(""), false, block, 9, nullptr, 0), NotOpened);
-    EXPECT_EQ(_OX_DataBuffer::loadGzipFile(path(""), block, 9, false), NotReadable);
 
     FileName const nowhere = path("no/such/folder");
     EXPECT_FALSE(buffer.saveToFile(nowhere, true));
@@ -392,8 +338,6 @@ TEST_F(DataBufferFile, RequiresTheExactLengthOnRequest)
     EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 27, false), WrongLength);
 
     FileName const gz = golden("small.gz");
-    EXPECT_EQ(_OX_DataBuffer::loadGzipFile(gz, block, 26, true), WrongLength);
-    EXPECT_EQ(_OX_DataBuffer::loadGzipFile(gz, block, 28, true), WrongLength);
     for (unsigned const length : {26u, 28u})
         EXPECT_EQ(_OX_DataBuffer::loadGzipFile(gz, block, length, false), 0);
     EXPECT_EQ(_OX_DataBuffer::loadGzipFile(gz, nullptr, 28, false), Z_STREAM_ERROR);
