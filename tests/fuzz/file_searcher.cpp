@@ -120,16 +120,14 @@ void operate(Input & in, _oxFileSearcher & file, std::string & text)
         }
         break;
     }
-    case 5: {
-        std::string const by = in.text().substr(0, 40);
-        OX_HOLDS(file.replaceAll(pattern, Pattern(std::string_view(by))) ==
-                 replaceAll(text, bytes, by));
-        break;
-    }
+    case 5:
     case 6: {
         std::string const by = in.text().substr(0, 40);
-        OX_HOLDS(file.replaceAll_unicode(pattern, Pattern(std::string_view(by))) ==
-                 replaceAll(text, utf16(bytes), utf16(by)));
+        Pattern const replacement{std::string_view(by)};
+        int const count = operation == 5 ? replaceAll(text, bytes, by)
+                                         : replaceAll(text, utf16(bytes), utf16(by));
+        OX_HOLDS(count == (operation == 5 ? file.replaceAll(pattern, replacement)
+                                          : file.replaceAll_unicode(pattern, replacement)));
         break;
     }
     default:

@@ -189,7 +189,6 @@ class Interpreter
                          a.text.value + std::clamp<int>(short(with.at), 0, S::capacity()));
             if (flag_) {
                 a.text.calcLength();
-                model = before.substr(0, model.size());
                 model.assign(a.text.begin(), a.text.end());
                 OX_HOLDS(model.find(ModelUnit{0}) == model.npos);
             }
@@ -248,7 +247,9 @@ class Interpreter
     {
         Model const upperA = mapped(a.model, up);
         Model const upperB = mapped(b.model, up);
+        char const * const bytes8 = with.bytes.c_str();
         Model const bytes = ofBytes(with.bytes);
+        Model const upperBytes = mapped(bytes, up);
         auto const c = ModelUnit(with.c);
         auto const from = std::size_t(with.at);
         bool const isInside = with.at >= 0 && with.at < a.text.size();
@@ -287,13 +288,12 @@ class Interpreter
             OX_HOLDS(a.text.endsWith(b.text) == (hasText && upperA.ends_with(upperB)));
             break;
         case 23:
-            OX_HOLDS(a.text.startsWith(with.bytes.c_str()) ==
-                     (!bytes.empty() && upperA.starts_with(mapped(bytes, up))));
-            OX_HOLDS(a.text.endsWith(with.bytes.c_str()) ==
-                     (!bytes.empty() && upperA.ends_with(mapped(bytes, up))));
-            OX_HOLDS(a.text.startsWithCaseSen(with.bytes.c_str()) ==
+            OX_HOLDS(a.text.startsWith(bytes8) ==
+                     (!bytes.empty() && upperA.starts_with(upperBytes)));
+            OX_HOLDS(a.text.endsWith(bytes8) == (!bytes.empty() && upperA.ends_with(upperBytes)));
+            OX_HOLDS(a.text.startsWithCaseSen(bytes8) ==
                      (!a.model.empty() && a.model.starts_with(bytes)));
-            OX_HOLDS((a.text == with.bytes.c_str()) == (a.model == bytes));
+            OX_HOLDS((a.text == bytes8) == (a.model == bytes));
             break;
         default:
             convert(a, static_cast<unsigned char>(with.count));
