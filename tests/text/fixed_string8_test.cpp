@@ -76,9 +76,6 @@ TEST(FixedString8, AllSizeStorageStartsCleared)
     EXPECT_EQ(s.length, 0);
     EXPECT_EQ(std::string_view(s.value, sizeof s.value),
               std::string_view("\0\0\0\0\0\0\0\0\0\0\0", 11));
-    EXPECT_EQ(sizeof(_oxString8_AllSize<12>), 16u);
-    EXPECT_EQ(sizeof(_oxString8_AllSize<15>), 18u);
-    EXPECT_EQ(sizeof(_oxString8_AllSize<75>), 78u);
 }
 
 } // namespace

