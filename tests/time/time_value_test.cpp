@@ -26,7 +26,9 @@ _oxTime utc(__int64 t)
 TEST(TimeValue, IsConstructedFromNumbersAndTheClock)
 {
     TimeZone const zone(berlin);
+    EXPECT_EQ(_oxTime().value, 0);
     EXPECT_EQ(_oxTime(false).value, 0);
+    EXPECT_LT(utc(5), utc(6));
     EXPECT_NEAR(static_cast<double>(_oxTime(true).value), static_cast<double>(std::time(nullptr)),
                 2);
     _oxTime later;
@@ -257,6 +259,9 @@ TEST(TimeValue, PrintsIsoTimesAndHashesEverySecond)
     QString debug;
     QDebug(&debug) << _oxTime32{static_cast<unsigned>(summer)};
     EXPECT_EQ(debug.trimmed(), QLatin1String("2026-07-15T12:00:00Z"));
+    std::ostringstream stream;
+    stream << _oxTime32{static_cast<unsigned>(summer)};
+    EXPECT_EQ(stream.str(), "2026-07-15T12:00:00Z");
 
     EXPECT_NE(qHash(utc(summer)), qHash(utc(summer + 1)));
     EXPECT_EQ((QSet<_oxTime>{utc(1), utc(2), utc(1)}.size()), 2);
