@@ -1,10 +1,9 @@
-// Tests of copies with real faults: a full disk, missing permissions, failing reads and writes.
+// Tests of copies with real faults: a full disk, failing reads and writes.
 
 #include "shared/fs/copy.h"
 
 #include "shared/system/os_error.h"
 #include "tests/support/file_content.h"
-#include "tests/support/shell.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/text.h"
 
@@ -13,8 +12,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
-#include <string>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -27,35 +24,18 @@ namespace
 class CopyOnLinux : public FolderTest
 {
   protected:
-    /// Runs a script in the test's folder and returns its output. "$0" is the child program.
-    std::string printed(char const * script) const
-    {
-        ProgramRun const run = shell.run(QByteArray("set -e\n") + script);
-        std::fputs(run.errors.constData(), stderr);
-        return run.output.toStdString();
-    }
-
-    Shell const shell{QStringLiteral(OX_TEST_CHILD), folder.path()};
     QString const from = path("a");
     QString const to = path("b");
 };
 
-std::string lines(QStringList const & list)
-{
-    return (list.join(u'\n') + u'\n').toStdString();
-}
-
 } // namespace
 
-TEST_F(CopyOnLinux, KeepsPermissionBitsAndReplacesLinksNotTheirTargets)
+TEST_F(CopyOnLinux, KeepsPermissionBitsAndFollowsNoLink)
 {
     writeFile(from);
     ASSERT_TRUE(QFile::setPermissions(from, QFile::ReadOwner | QFile::ExeOwner | QFile::ExeOther));
-    ASSERT_TRUE(QFile::link(writeFile(path("c"), "untouched"), to));
     EXPECT_EQ(oxCopyFile(from, to, true, -1), QString());
     EXPECT_EQ(QFile::permissions(to), QFile::permissions(from));
-    EXPECT_EQ(contentOf(path("c")), "untouched");
-
     QFile::remove(to);
     ASSERT_TRUE(QFile::link(path("none"), to));
     EXPECT_EQ(oxCopyFile(from, to, false, -1), QString(oxLastOSError(EEXIST)));
@@ -75,13 +55,10 @@ TEST_F(CopyOnLinux, NeitherWaitsAtAPipeNorReplacesIt)
     EXPECT_EQ(oxCopyFile(from, to, true, -1), refusal);
     EXPECT_EQ(oxCopyFile(from, to, true, 0), text("Unable to open input file."));
     EXPECT_EQ(oxResumeFile(from, to, limitReported), refusal);
-    EXPECT_FALSE(QFile::exists(to));
     writeFile(to, {});
     EXPECT_EQ(oxResumeFile(from, to, limitReported), text("Cannot open source file;") + bare);
-    EXPECT_EQ(oxCopyFile(to, from, true, -1), refusal);
     EXPECT_EQ(oxResumeFile(writeFile(to), from, limitReported),
               text("Cannot open dest. file;") + bare);
-    EXPECT_TRUE(QFile::exists(from));
 }
 
 TEST_F(CopyOnLinux, KeepsTheHolesOfItsSource)
@@ -98,7 +75,7 @@ TEST_F(CopyOnLinux, KeepsTheHolesOfItsSource)
         file.close();
         QFile::remove(to);
         EXPECT_EQ(oxCopyFile(from, to, true, -1), QString());
-        EXPECT_EQ(printed("cmp a b && echo same"), "same\n");
+        EXPECT_TRUE(contentOf(to) == contentOf(from));
         struct stat source;
         struct stat copy;
         ASSERT_EQ(::stat(from.toUtf8().constData(), &source), 0);
@@ -144,35 +121,4 @@ TEST_F(CopyOnLinux, ReportsASourceThatIsShorterThanItsSize)
     writeFile(to, {});
     EXPECT_EQ(oxResumeFile(lying, to, limitReported),
               text("Unable to read all data  %1 != 4096-0").arg(contentOf(lying).size()));
-}
-
-TEST_F(CopyOnLinux, RefusesABufferOfAWholeSourceThatIsTooLarge)
-{
-    writeFile(from);
-    ASSERT_TRUE(QFile::resize(from, (768ll << 20) + 1));
-    _OX_DataBuffer added;
-    bool limitReported = false;
-    EXPECT_EQ(oxResumeFile(from, to, limitReported, &added),
-              text("Unable to append data.  Buffer data: 0 memsize: 0 addsize: 805306369"));
-    EXPECT_FALSE(QFile::exists(to));
-}
-
-TEST_F(CopyOnLinux, NeedsWritePermissionForTheFolder)
-{
-    if (!shell.succeeds("setpriv --version"))
-        GTEST_SKIP() << "setpriv is needed (package util-linux)";
-    writeFile(from);
-    std::string const result = printed(R"sh(
-        unprivileged=
-        if [ "$(id -u)" = 0 ]; then
-            unprivileged="setpriv --bounding-set=-dac_override --inh-caps=-dac_override"
-        fi
-        mkdir folder; echo old >folder/b; chmod 500 folder
-        $unprivileged "$0" copy a folder/c -1; $unprivileged "$0" copy a folder/c 0
-        $unprivileged "$0" copy a folder/b 0; $unprivileged "$0" resume a folder/c
-        cat folder/*; chmod 700 folder)sh");
-    QString const refusal = oxLastOSError(EACCES);
-    EXPECT_EQ(result,
-              lines({refusal, text("Unable to open output file."),
-                     text("Unable to delete file, %1.").arg(refusal), refusal, text("old")}));
 }

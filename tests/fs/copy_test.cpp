@@ -89,11 +89,8 @@ TEST_F(Copy, ReportsWhatIsMissing)
 {
     QString const nowhere = folder.filePath(text("none/b"));
     int const missingFolder = isWindows ? 3 : ENOENT;
-    for (int const pauseMs : {bySystem, byPieces}) {
-        EXPECT_EQ(oxCopyFile(from, to, true, pauseMs), text("Source file does not exist."));
-        EXPECT_EQ(oxCopyFile(folder.path(), to, true, pauseMs),
-                  text("Source file does not exist."));
-    }
+    for (QString const & source : {from, folder.path()})
+        EXPECT_EQ(oxCopyFile(source, to, true, bySystem), text("Source file does not exist."));
     writeFile(from);
     EXPECT_EQ(oxCopyFile(from, nowhere, true, bySystem), QString(oxLastOSError(missingFolder)));
     EXPECT_EQ(oxCopyFile(from, nowhere, true, byPieces), text("Unable to open output file."));
@@ -116,25 +113,19 @@ TEST_F(Copy, RefusesItsOwnSourceAsTarget)
 
 TEST_F(Copy, ReportsWhetherTheLastPieceEndsInZeros)
 {
-    struct {
-        char const * piece; // "0" represents the byte 0
-        bool endsEmpty;
-    } const cases[] = {{"0", true},
-                       {"x", false},
-                       {"xxxxxxxxx0", true},
-                       {"0xx0xxxxxx", false},
-                       {"xxxxxxxxxx0", false},
-                       {"xxxx0xxxxx0", false},
-                       {"x0xxxxxxxx0", false},
-                       {"x0xx0xxxxxx", false},
-                       {"x0xx0xxxxx0", true}};
-    for (auto const & each : cases) {
-        QByteArray const piece = QByteArray(each.piece).replace('0', '\0');
+    // "0" represents the byte 0.
+    std::pair<char const *, bool> const cases[] = {{"0", true},
+                                                   {"x", false},
+                                                   {"xxxxxxxxx0", true},
+                                                   {"xxxxxxxxxx0", false},
+                                                   {"x0xxxxxxxx0", false},
+                                                   {"x0xx0xxxxx0", true}};
+    for (auto const & [form, expected] : cases) {
+        QByteArray const piece = QByteArray(form).replace('0', '\0');
         for (QByteArray const & content : {piece, QByteArray(mebibyte, '\0') + piece}) {
-            bool endsEmpty = !each.endsEmpty;
-            EXPECT_EQ(oxCopyFile(writeFile(from, content), to, true, byPieces, &endsEmpty),
-                      QString());
-            EXPECT_EQ(endsEmpty, each.endsEmpty) << each.piece;
+            bool endsEmpty = !expected;
+            oxCopyFile(writeFile(from, content), to, true, byPieces, &endsEmpty);
+            EXPECT_EQ(endsEmpty, expected) << form;
         }
     }
     bool endsEmpty = false;
@@ -161,18 +152,14 @@ TEST_F(Resume, AppendsTheNewBytesOfTheSource)
 TEST_F(Resume, CopiesARestartedLogCompletely)
 {
     writeFile(from, "again");
-    for (bool const existed : {true, false}) {
-        _OX_DataBuffer added;
-        ASSERT_TRUE(added.append(const_cast<char *>("of the run before"), 17));
-        for (_OX_DataBuffer * const buffer : {static_cast<_OX_DataBuffer *>(nullptr), &added}) {
-            QFile::remove(to);
-            if (existed)
-                writeFile(to, "longer than before");
-            EXPECT_EQ(resume(buffer), QString());
-            EXPECT_EQ(contentOf(to), "again");
-        }
-        EXPECT_EQ(contentOf(added), "again");
+    _OX_DataBuffer added;
+    ASSERT_TRUE(added.append(const_cast<char *>("of the run before"), 17));
+    for (_OX_DataBuffer * const buffer : {static_cast<_OX_DataBuffer *>(nullptr), &added}) {
+        writeFile(to, "longer than before");
+        EXPECT_EQ(resume(buffer), QString());
+        EXPECT_EQ(contentOf(to), "again");
     }
+    EXPECT_EQ(contentOf(added), "again");
 }
 
 TEST_F(Resume, SkipsLargeLogsAndReportsThemOnce)

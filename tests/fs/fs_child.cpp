@@ -1,7 +1,6 @@
-// The other process in the tests of locks, of shared files and of copies. Exit codes: 0 success, 2
-// wrong arguments; the comment of a command lists its other codes.
+// The other process in the tests of locks and of shared files. Exit codes: 0 success, 2 wrong
+// arguments; the comment of a command lists its other codes.
 
-#include "shared/fs/copy.h"
 #include "shared/fs/file.h"
 #include "shared/fs/file_locker.h"
 #include "shared/platform/lock_file.h"
@@ -151,24 +150,10 @@ int write(QString const & fileName, int size)
     return 0;
 }
 
-/// Calls oxCopyFile or oxResumeFile and prints the result.
-int copyOrResume(char ** arguments)
-{
-    QString const from = QString::fromUtf8(arguments[2]);
-    QString const to = QString::fromUtf8(arguments[3]);
-    bool limitReported = false;
-    QString const error = arguments[4] ? oxCopyFile(from, to, true, std::atoi(arguments[4]))
-                                       : oxResumeFile(from, to, limitReported);
-    std::puts(error.toLatin1().constData());
-    return 0;
-}
-
 } // namespace
 
 int main(int argc, char ** argv)
 {
-    if (argc > 3 && (std::strcmp(argv[1], "copy") == 0 || std::strcmp(argv[1], "resume") == 0))
-        return copyOrResume(argv);
     struct {
         char const * name;
         int (*run)(QString const & file, int number);
