@@ -29,11 +29,7 @@ TEST_F(DirListingOnLinux, FindsFilesUnderNamesThatAreNotUtf8)
     listing.init(folder.path(), false, true, true, false);
     std::set<std::string> found;
     while (listing.nextFile()) {
-        __int64 size = 0;
-        _oxTime time;
-        EXPECT_TRUE(oxFileExists(listing.dirFileName(), &time, &size));
-        EXPECT_EQ(size, listing.fileSize());
-        EXPECT_EQ(time.value, listing.fileTime().value);
+        EXPECT_TRUE(oxFileExists(listing.dirFileName()));
         // The content identifies the file.
         QString const moved = folder.filePath(text("moved"));
         ASSERT_TRUE(oxRenameFile(listing.dirFileName(), moved, false));
@@ -76,7 +72,4 @@ TEST_F(DirListingOnLinux, MatchesPatternsByLetterCase)
     listing.init(path("shot?.*r*"), false, false, false, false);
     ASSERT_TRUE(listing.nextFile());
     EXPECT_EQ(listing.fileName(), text("shot.exr"));
-    listing.init(text("/et*"), true, false, false, false);
-    ASSERT_TRUE(listing.nextFile());
-    EXPECT_EQ(listing.dirFileName(), text("/etc"));
 }

@@ -1,8 +1,6 @@
 #include "shared/fs/file.h"
 
 #include "shared/data/data_buffer.h"
-#include "shared/data/file_searcher.h"
-#include "shared/fs/dir_listing.h"
 #include "shared/system/environment.h"
 #include "shared/system/os_error.h"
 #include "tests/fs/log_lines.h"
@@ -21,19 +19,11 @@
 #include <cerrno>
 #include <thread>
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace ox::tests;
 
 using FileOnLinux = FolderTest;
-
-TEST_F(FileOnLinux, IsFoundByTheUtf8OfItsName)
-{
-    QString const name = writeFile(path("f\xc3\xa9\xd0\xb6.bin")); // "fé" and a Cyrillic letter
-    EXPECT_TRUE(
-        oxFileExists(_oxString8_evenSize<500>(name.toUtf8().constData()), nullptr, nullptr));
-}
 
 TEST_F(FileOnLinux, ReportsWhyItCannotDelete)
 {
@@ -66,17 +56,6 @@ TEST_F(FileOnLinux, KeepsTimeAndExecutableRightsOnAnotherFileSystem)
     EXPECT_EQ(QFileInfo(to).lastModified().toSecsSinceEpoch(), stamp.value);
     auto const all = QFile::ExeOwner | QFile::ExeGroup | QFile::ExeOther;
     EXPECT_EQ(QFile::permissions(to) & all, all);
-}
-
-TEST_F(FileOnLinux, DeletesAFolderWhoseNameIsNotUtf8)
-{
-    QByteArray const name = folder.path().toUtf8() + "/d\xff";
-    ASSERT_EQ(::mkdir(name.constData(), 0777), 0);
-    oxDirListing listing;
-    listing.init(folder.path(), true, false, false, false);
-    ASSERT_TRUE(listing.nextFile());
-    EXPECT_TRUE(oxDeleteFolder(listing.dirFileName()));
-    EXPECT_NE(::access(name.constData(), F_OK), 0);
 }
 
 TEST_F(FileOnLinux, ReportsHowMuchWasWrittenBeforeAFailure)
@@ -124,17 +103,6 @@ TEST_F(FileOnLinux, NeverOverwritesAFileByItsOwnLink)
     EXPECT_TRUE(oxRenameFile(path("link"), a, true)) << "one of two hard links is deleted";
     EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files), QStringList(text("a")));
     EXPECT_EQ(contentOf(a), "content");
-}
-
-TEST_F(FileOnLinux, DoesNotWaitForANamedPipe)
-{
-    QString const pipe = path("pipe");
-    ASSERT_EQ(::mkfifo(pipe.toUtf8().constData(), 0666), 0);
-    unsigned char bytes[10] = {};
-    EXPECT_EQ(oxWriteBufferToFile(pipe, bytes, 10),
-              text("Unable to write/open file: ") + QString(oxLastOSError(ENXIO)));
-    EXPECT_FALSE(writeToLogFile(pipe, "no", false, false));
-    EXPECT_FALSE(_oxFileSearcher().load(pipe));
 }
 
 TEST_F(FileOnLinux, LogLinesOfSeveralProcessesDoNotMix)

@@ -55,7 +55,6 @@ class FileNames : public FolderTest
         buffer.append(block, 3);
         EXPECT_TRUE(buffer.saveToFile(name, true) && buffer.loadFromFile(name, true));
         EXPECT_TRUE(buffer.saveToFileCompressed(name) && buffer.loadFromFileCompressed(name, true));
-        EXPECT_TRUE(buffer.loadGzipFile(name, 100));
         EXPECT_TRUE(writeToLogFile(name, "line", true, false));
         EXPECT_EQ(contentOf(file).trimmed(), "line");
         EXPECT_TRUE(oxSetFileRights_ReadWriteExecuteAll(name));
@@ -81,8 +80,6 @@ TEST_F(FileNames, AreAcceptedInEveryTypeOfText)
 {
     expectNames("literal", "literal");
     expectNames(static_cast<char const *>("pointer"), "pointer");
-    expectNames(_oxString8_evenSize<500>("even500"), "even500");
-    expectNames(_oxString8_evenSize<250>("even250"), "even250");
     expectNames(_oxString8_evenSize<3000>("even3000"), "even3000");
     expectNames(_oxString8_UnevenSize<25>("uneven25"), "uneven25");
     expectNames(_oxString<100>("wide100"), "wide100");
@@ -94,16 +91,14 @@ TEST_F(FileNames, AreAcceptedInEveryTypeOfText)
 
 TEST_F(FileNames, KeepLettersThatLatin1Lacks)
 {
-    for (char const * utf8 : {"日本.oxdb", "東京.oxdb", "жé"}) {
-        QString const name = QString::fromUtf8(utf8);
-        expectNames(name, name);
-        expectNames(_oxString<250>(name), name);
-        writeFile(name, "a b");
-        _oxFileSearcher searcher;
-        EXPECT_TRUE(searcher.load(name) && searcher.save(QString()));
-        expectOnly(name);
-        QFile::remove(name);
-    }
+    QString const name = QString::fromUtf8("日本é.oxdb");
+    expectNames(name, name);
+    expectNames(_oxString<250>(name), name);
+    writeFile(name, "a b");
+    _oxFileSearcher searcher;
+    EXPECT_TRUE(searcher.load(name) && searcher.save(QString()));
+    expectOnly(name);
+    QFile::remove(name);
     bool const recordsAreUtf8 = QDir::separator() == u'/';
     if (recordsAreUtf8)
         expectNames(_oxString8_evenSize<250>("日本"), QString::fromUtf8("日本"));
@@ -125,8 +120,7 @@ TEST_F(FileNames, AreSynchronisedIfTheyFitARecord)
     _oxString8_evenSize<500> const record(folderName + "a");
     writeFile(record);
     EXPECT_EQ(sync(record, _oxString8_evenSize<500>(folderName + "b")), "done");
-    EXPECT_EQ(sync(record, folderName + "c"), "done");
-    EXPECT_EQ(sync(QByteArray("a"), _oxString8_evenSize<250>(folderName + "d")), "done");
+    EXPECT_EQ(sync(QByteArray("a"), folderName + "c"), "done");
     EXPECT_EQ(sync("missing", "b"), "Source file does not exists! missing");
 
     bool const canHold = QDir::separator() == u'/';
@@ -134,6 +128,6 @@ TEST_F(FileNames, AreSynchronisedIfTheyFitARecord)
     QString const source = writeFile(folderName + name);
     EXPECT_EQ(sync(source, source + "x"), canHold ? "done" : "Source file does not exists! ");
     EXPECT_EQ(sync(record, source + "y"), canHold ? "done" : "Destination folder does not exist! ");
-    EXPECT_EQ(QDir(folderName).entryList(QDir::Files).size(), canHold ? 7 : 5);
+    EXPECT_EQ(QDir(folderName).entryList(QDir::Files).size(), canHold ? 6 : 4);
     EXPECT_EQ(sync(QString(501, u'x'), source), "Source file does not exists! ");
 }
