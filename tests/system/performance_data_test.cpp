@@ -147,13 +147,4 @@ TEST(PerformanceData, FindsProcessesByIdProcessorsByNameAndTheMemory)
     EXPECT_FALSE(PerformanceObject::find(block, Title::WorkingSet));
 }
 
-TEST(PerformanceData, AcceptsABlockWithoutObjects)
-{
-    std::vector<char> block = sampleBlock();
-    block.resize(88);
-    block[20] = 88, block[21] = 0;
-    block[28] = 0;
-    EXPECT_EQ(readValues(block), "132000000000000000 - - - - - - - - - - - - - ");
-}
-
 } // namespace
