@@ -32,8 +32,6 @@ TEST(ExceptionText, ReturnsTheTextsOfExceptions)
               QLatin1String("EXCEPTION: The thread used up its stack."));
     EXPECT_EQ(QString(exceptionCodeText(0xC0000001)),
               QLatin1String("EXCEPTION code -1073741823.No system message found"));
-    EXPECT_EQ(QString(exceptionCodeText(0)),
-              QLatin1String("EXCEPTION code 0.No system message found"));
 }
 
 TEST(Identity, ReturnsTheNamesOfApplicationsAndSystems)
