@@ -1,6 +1,5 @@
 #include "shared/fs/dir_listing.h"
 
-#include "shared/fs/empty_folder.h"
 #include "shared/fs/file.h"
 #include "tests/support/file_content.h"
 #include "tests/support/temporary_folder.h"
@@ -9,7 +8,6 @@
 #include <QDir>
 #include <QFile>
 
-#include <filesystem>
 #include <fstream>
 #include <set>
 
