@@ -39,8 +39,8 @@ class Copying : public testing::Test
 
     Share const share;
     QByteArray const piece = QByteArray(1024 * 1024, 'x');
-    QString const from = share.write(text("a"), piece + piece + "end");
-    QString const to = share.path(text("b"));
+    QString const from = share.write(u"a"_q, piece + piece + "end");
+    QString const to = share.path(u"b"_q);
 };
 
 } // namespace
@@ -50,15 +50,12 @@ TEST_F(Copying, CopiesContentAndTimeAlsoIntoAFolder)
     EXPECT_EQ(shell(R"(touch -d @1500000000 a; mkdir folder; echo old >b; ln -s b link
                        "$0" cp a link; "$0" cp --pause 0 a folder; "$0" cp --keep folder/a b
                        cmp a b; cmp a folder/a; stat -c %Y b folder/a)"),
-              (QStringList{text("copied           link, 2097155 bytes (2.0 MiB)"),
-                           text("copied           folder/a, 2097155 bytes (2.0 MiB)"),
-                           text("skipped          b, 2097155 bytes (2.0 MiB)"), text("1500000000"),
-                           text("1500000000")}));
-    share.write(text("a"), QByteArray(10, '\0'));
-    EXPECT_EQ(ToolRun({text("cp"), from, to, text("--pause"), text("1"), text("--json")})
-                  .json()
-                  .value(text("endsEmpty")),
-              true);
+              (QStringList{u"copied           link, 2097155 bytes (2.0 MiB)"_q,
+                           u"copied           folder/a, 2097155 bytes (2.0 MiB)"_q,
+                           u"skipped          b, 2097155 bytes (2.0 MiB)"_q, u"1500000000"_q,
+                           u"1500000000"_q}));
+    share.write(u"a"_q, QByteArray(10, '\0'));
+    EXPECT_EQ(ToolRun("cp %1 %2 --pause 1 --json", {from, to}).json().value(u"endsEmpty"_q), true);
 }
 
 TEST_F(Copying, ShowsProgressOnATerminal)
@@ -66,31 +63,31 @@ TEST_F(Copying, ShowsProgressOnATerminal)
     if (!hasTerminals())
         GTEST_SKIP() << "there is no script with a pseudo-terminal";
     QString const shown = shell("script -qec \"'$0' cp a b --pause 600\" /dev/null").join(u'\n');
-    EXPECT_TRUE(shown.contains(text(" %, 1.0 of 2.0 MiB, "))) << shown.toStdString();
+    EXPECT_TRUE(shown.contains(u" %, 1.0 of 2.0 MiB, "_q)) << shown.toStdString();
 }
 
 TEST_F(Copying, ReportsTheStateOfTheTargetWhenStopped)
 {
     for (char const * const state : {"not created", "unchanged"}) {
-        ToolRun run({text("cp"), from, to, text("--pause"), text("100000")});
+        ToolRun run("cp %1 %2 --pause 100000", {from, to});
         EXPECT_TRUE(run.waitUntil([this] { return isHalfCopied(); }));
         run.send("INT");
         EXPECT_EQ(run.status(), 130);
-        EXPECT_EQ(run.errors(), text("oxtool: stopped, target %1: '%2'\n").arg(text(state), to));
-        EXPECT_EQ(share.names().join(u' '), *state == 'n' ? text("a") : text("a b"));
-        share.write(text("b"), "old");
+        EXPECT_EQ(run.errors(), u"oxtool: stopped, target %1: '%2'\n"_q.arg(text(state), to));
+        EXPECT_EQ(share.names().join(u' '), *state == 'n' ? u"a"_q : u"a b"_q);
+        share.write(u"b"_q, "old");
     }
     EXPECT_EQ(contentOf(to), "old");
 }
 
 TEST_F(Copying, FailsIfTheSourceShrinksDuringTheCopy)
 {
-    ToolRun run({text("cp"), from, to, text("--pause"), text("3000")});
+    ToolRun run("cp %1 %2 --pause 3000", {from, to});
     EXPECT_TRUE(run.waitUntil([this] { return isHalfCopied(); }));
     QFile::resize(from, 100);
     EXPECT_EQ(run.status(), 1);
-    EXPECT_TRUE(run.errors().contains(text("The copy had 1048576 of 2097155 bytes.")));
-    EXPECT_EQ(share.names(), QStringList(text("a")));
+    EXPECT_TRUE(run.errors().contains(u"The copy had 1048576 of 2097155 bytes."_q));
+    EXPECT_EQ(share.names(), words("a"));
 }
 
 TEST_F(Copying, KeepsTheModeOfThePreviousFile)
@@ -102,12 +99,12 @@ TEST_F(Copying, KeepsTheModeOfThePreviousFile)
                              echo old >b; chmod 640 b
                              (IFS=.; "$0" $command >/dev/null); stat -c %a b
                          done)sh"),
-              (QStringList{text("640"), text("640"), text("640"), text("640"), text("640")}));
+              (QStringList{u"640"_q, u"640"_q, u"640"_q, u"640"_q, u"640"_q}));
 }
 
 TEST_F(Copying, RemovesTemporaryFilesOfKilledProcessesOnly)
 {
-    QStringList const slowly = {text("cp"), from, to, text("--pause"), text("100000")};
+    QStringList const slowly = words("cp %1 %2 --pause 100000", {from, to});
     ToolRun killed(slowly);
     EXPECT_TRUE(killed.waitUntil([this] { return isHalfCopied(); }));
     killed.send("KILL");
@@ -118,25 +115,24 @@ TEST_F(Copying, RemovesTemporaryFilesOfKilledProcessesOnly)
         QStringList const names = share.names();
         return names.size() == 2 && names != first && isHalfCopied();
     }));
-    ToolRun other({text("cp"), from, share.path(text("c"))});
+    ToolRun other("cp %1 %2", {from, share.path(u"c"_q)});
     EXPECT_EQ(other.status(), 0);
     EXPECT_EQ(share.names().size(), 3); // the source, the other copy, the temporary file
     running.send("INT");
     EXPECT_EQ(running.status(), 130);
-    EXPECT_EQ(share.names(), (QStringList{text("a"), text("c")}));
+    EXPECT_EQ(share.names(), (QStringList{u"a"_q, u"c"_q}));
 }
 
 TEST_F(Copying, RefusesLinksOfOtherUsersAsRoot)
 {
     if (!works("test $(id -u) = 0 && ln -s b link && chown -h 65534 link"))
         GTEST_SKIP() << "it takes root to make such a link";
-    EXPECT_EQ(
-        shell(R"sh(echo 1 >b; echo 12 >log; ! "$0" cp a link; ! "$0" resume log link; cat b
+    EXPECT_EQ(shell(R"sh(echo 1 >b; echo 12 >log; ! "$0" cp a link; ! "$0" resume log link; cat b
                          chown -h 0 link; "$0" resume log link; cat b)sh"),
-        (QStringList{text("oxtool: cannot write 'link': Permission denied"),
-                     text("oxtool: cannot append to 'link' (2 of 3 bytes copied): "
-                          "Cannot open dest. file;Permission denied"),
-                     text("1"), text("appended         1 bytes to link, now 3 bytes"), text("1")}));
+              (QStringList{u"oxtool: cannot write 'link': Permission denied"_q,
+                           text("oxtool: cannot append to 'link' (2 of 3 bytes copied): "
+                                "Cannot open dest. file;Permission denied"),
+                           u"1"_q, u"appended         1 bytes to link, now 3 bytes"_q, u"1"_q}));
 }
 
 TEST_F(Copying, AppendsTheNewDataOfTheSource)
@@ -144,8 +140,8 @@ TEST_F(Copying, AppendsTheNewDataOfTheSource)
     EXPECT_EQ(shell(R"sh(echo 12345 >log; echo a longer one >b
                        "$0" resume log b; echo 678 >>log; "$0" resume log b; cmp log b
                        cat a >>log; ulimit -f 1; trap "" XFSZ; ! "$0" resume log b)sh"),
-              (QStringList{text("copied           6 bytes to b, now 6 bytes"),
-                           text("appended         4 bytes to b, now 10 bytes"),
+              (QStringList{u"copied           6 bytes to b, now 6 bytes"_q,
+                           u"appended         4 bytes to b, now 10 bytes"_q,
                            text("oxtool: cannot append to 'b' (512 of 2097165 bytes copied): "
                                 "Unable to write data")}));
 }

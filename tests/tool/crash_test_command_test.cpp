@@ -15,13 +15,12 @@ TEST(CrashTestCommand, ShowsTheDumpAndTheLogOfACrash)
     if (hasAddressSanitizer)
         GTEST_SKIP() << "the sanitizers take the signals of crashes";
     Share const share;
-    ToolRun run({QStringLiteral("crash-test"), QStringLiteral("thread"), QStringLiteral("--dir"),
-                 share.path(), QStringLiteral("--json")});
+    ToolRun run("crash-test thread --dir %1 --json", {share.path()});
     EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
     QJsonObject const result = run.json();
-    EXPECT_EQ(result.value(QStringLiteral("status")).toInt(), 128 + 11);
-    EXPECT_EQ(result.value(QStringLiteral("log")).toArray().size(), 2);
-    QString const dump = result.value(QStringLiteral("dump")).toString();
+    EXPECT_EQ(result.value(u"status"_q).toInt(), 128 + 11);
+    EXPECT_EQ(result.value(u"log"_q).toArray().size(), 2);
+    QString const dump = result.value(u"dump"_q).toString();
     EXPECT_TRUE(readDump(dump).isDump);
     // Only the dump remains.
     EXPECT_EQ(share.names().size(), 1);
@@ -30,12 +29,11 @@ TEST(CrashTestCommand, ShowsTheDumpAndTheLogOfACrash)
 TEST(CrashTestCommand, RefusesAnExistingLogAndAMissingFolder)
 {
     Share const share;
-    share.write(QStringLiteral("crash-test.txt"), "mine");
-    for (QString const & folder : {share.path(), share.path(QStringLiteral("missing"))}) {
-        ToolRun run({QStringLiteral("crash-test"), QStringLiteral("null"), QStringLiteral("--dir"),
-                     folder});
+    share.write(u"crash-test.txt"_q, "mine");
+    for (QString const & folder : {share.path(), share.path(u"missing"_q)}) {
+        ToolRun run("crash-test null --dir %1", {folder});
         EXPECT_EQ(run.status(), 1);
         EXPECT_FALSE(run.errors().isEmpty());
     }
-    EXPECT_EQ(contentOf(share.path(QStringLiteral("crash-test.txt"))), "mine");
+    EXPECT_EQ(contentOf(share.path(u"crash-test.txt"_q)), "mine");
 }

@@ -13,60 +13,49 @@ using namespace ox::tests;
 namespace
 {
 
-QStringList inspect(QString const & file)
+/// Returns the four checksums of the first file.
+QStringList checksumsIn(ToolRun && run)
 {
-    return {QStringLiteral("inspect"), file, QStringLiteral("--json")};
-}
-
-QString crc64Of(ToolRun && run)
-{
-    QJsonValue const file = run.json().value(QStringLiteral("files")).toArray().at(0);
-    return file.toObject().value(QStringLiteral("crc64")).toString();
+    QJsonObject const file = run.json().value(u"files"_q).toArray().at(0).toObject();
+    QStringList sums;
+    for (char const * name : {"crc8", "crc16", "crc32", "crc64"})
+        sums << file.value(text(name)).toString();
+    return sums;
 }
 
 QString hex(quint64 value, int digits)
 {
-    return QStringLiteral("%1").arg(value, digits, 16, QLatin1Char('0')).toUpper();
+    return u"%1"_q.arg(value, digits, 16, QLatin1Char('0')).toUpper();
 }
 
 } // namespace
 
-TEST(Inspect, DetectsTheFormatOfFilesOfAnotherProgram)
-{
-    struct Case {
-        char const * file;
-        char const * format;
-        int isCompressed;
-    };
-    for (Case const & each : {Case{"binary.oxdb", "db", 0}, Case{"binary.oxzp", "zp", 0},
-                              Case{"binary.oxns", "ns", 1}, Case{"binary.gz", "gz", -1}}) {
-        ToolRun run(inspect(goldenPath(each.file)));
-        EXPECT_EQ(run.status(), 0) << each.file;
-        QJsonObject const json = run.json();
-        QJsonObject const header = json.value(QStringLiteral("header")).toObject();
-        EXPECT_EQ(json.value(QStringLiteral("format")), QString::fromLatin1(each.format));
-        EXPECT_EQ(json.value(QStringLiteral("payload")), 70001);
-        EXPECT_EQ(header.value(QStringLiteral("isCompressed")).toInt(-1), each.isCompressed);
-        EXPECT_EQ(json.value(QStringLiteral("crcStored")),
-                  json.value(QStringLiteral("crcComputed")));
-        EXPECT_EQ(json.value(QStringLiteral("crcStored")).toString().size(), 8) << each.file;
-    }
-}
-
-TEST(Inspect, ShowsBothChecksumsOfADamagedFileAndFails)
+TEST(Inspect, DetectsTheFormatAndTheDamageOfFiles)
 {
     Share const share;
-    for (char const * name : {"text.oxdb", "text.oxns", "text.oxzp", "text.gz"}) {
-        QByteArray const good = goldenFile(name);
+    for (auto const & [name, format, isCompressed] :
+         {std::tuple("oxdb", "db", 0), std::tuple("oxzp", "zp", 0), std::tuple("oxns", "ns", 1),
+          std::tuple("gz", "gz", -1)}) {
+        SCOPED_TRACE(name);
+        QByteArray const good = goldenFile((std::string("binary.") + name).c_str());
+        ToolRun run("inspect %1 --json", {share.write(u"good"_q, good)});
+        EXPECT_EQ(run.status(), 0);
+        QJsonObject const json = run.json();
+        QJsonObject const header = json.value(u"header"_q).toObject();
+        EXPECT_EQ(json.value(u"format"_q), text(format));
+        EXPECT_EQ(json.value(u"payload"_q), 70001);
+        EXPECT_EQ(header.value(u"isCompressed"_q).toInt(-1), isCompressed);
+        EXPECT_EQ(json.value(u"crcStored"_q), json.value(u"crcComputed"_q));
+        EXPECT_EQ(json.value(u"crcStored"_q).toString().size(), 8);
+
         QByteArray flipped = good;
         flipped[good.size() - 20] = static_cast<char>(flipped[good.size() - 20] ^ 8);
-        for (QByteArray const & bad : {flipped, good.left(good.size() - 10), good.left(20)}) {
-            ToolRun run(inspect(share.write(QStringLiteral("bad"), bad)));
-            EXPECT_EQ(run.status(), 1) << name << bad.size();
-            EXPECT_FALSE(run.json().value(QStringLiteral("intact")).toBool(true)) << name;
-            EXPECT_NE(run.json().value(QStringLiteral("crcStored")),
-                      run.json().value(QStringLiteral("crcComputed")).toString(QStringLiteral("-")))
-                << name;
+        for (QByteArray const & bad : {flipped, good.chopped(10), good.left(20)}) {
+            ToolRun damaged("inspect %1 --json", {share.write(u"bad"_q, bad)});
+            EXPECT_EQ(damaged.status(), 1) << bad.size();
+            EXPECT_FALSE(damaged.json().value(u"intact"_q).toBool(true));
+            EXPECT_NE(damaged.json().value(u"crcStored"_q),
+                      damaged.json().value(u"crcComputed"_q).toString(u"-"_q));
         }
     }
 }
@@ -74,111 +63,70 @@ TEST(Inspect, ShowsBothChecksumsOfADamagedFileAndFails)
 TEST(Inspect, DoesNotReportAnUnreadableFileAsDamaged)
 {
     Share const share;
-    ToolRun run(inspect(share.writeSparse(QStringLiteral("large"), qint64{800} << 20)));
+    ToolRun run("inspect %1 --json", {share.writeSparse(u"large"_q, qint64{800} << 20)});
     EXPECT_EQ(run.status(), 1);
-    EXPECT_TRUE(run.json().value(QStringLiteral("intact")).isNull());
-    EXPECT_TRUE(run.errors().contains(QLatin1String("Unable to allocate memory")));
+    EXPECT_TRUE(run.json().value(u"intact"_q).isNull());
+    EXPECT_TRUE(run.errors().contains(u"Unable to allocate memory"_q));
 }
 
-TEST(Pack, WritesWhatUnpackAndOtherProgramsRead)
+TEST(Pack, WritesHeaderValuesAndWhatUnpackPipes)
 {
-    QByteArray const payload = goldenFile("binary.raw");
+    Share const share;
+    QStringList const names = {goldenPath("binary.raw"), share.path(u"packed"_q)};
     for (char const * format : {"db", "zp", "ns", "gz"}) {
-        Share const share;
-        QString const file = share.path(QString::fromLatin1(format));
-        ToolRun pack({QStringLiteral("pack"), goldenPath("binary.raw"), file,
-                      QStringLiteral("--format"), QString::fromLatin1(format),
-                      QStringLiteral("--header"), QStringLiteral("11"), QStringLiteral("-22"),
-                      QStringLiteral("33")});
+        ToolRun pack("pack %1 %2 --format %3 --header 11 -22 33",
+                     names + QStringList(text(format)));
         EXPECT_EQ(pack.status(), 0) << pack.errors().toStdString();
         QJsonObject const header =
-            ToolRun(inspect(file)).json().value(QStringLiteral("header")).toObject();
-        EXPECT_EQ(header.value(QStringLiteral("headerValue1")).toInt(-22), -22) << format;
-
-        ToolRun unpack({QStringLiteral("unpack"), file, QStringLiteral("--out"),
-                        share.path(QStringLiteral("out"))});
-        EXPECT_EQ(unpack.status(), 0) << unpack.errors().toStdString();
-        EXPECT_EQ(contentOf(share.path(QStringLiteral("out"))), payload) << format;
-
-        EXPECT_TRUE(toolShell().succeeds("\"$0\" unpack \"$1\" | cmp - \"$2\"",
-                                         {file, goldenPath("binary.raw")}))
-            << format;
+            ToolRun("inspect %2 --json", names).json().value(u"header"_q).toObject();
+        EXPECT_EQ(header.value(u"headerValue1"_q).toInt(-22), -22) << format;
+        EXPECT_TRUE(toolShell().succeeds("\"$0\" unpack \"$2\" | cmp - \"$1\"", names)) << format;
     }
 }
 
 TEST(Pack, ReadsTheStandardInput)
 {
     QByteArray const payload = QByteArray("\x1A\r\nline\n\0", 9).repeated(400000);
+    Share const share;
     for (char const * input : {"-", "/dev/stdin"}) {
-        Share const share;
-        QString const packed = share.path(QStringLiteral("packed"));
-        ToolRun pack({QStringLiteral("pack"), QString::fromLatin1(input), packed});
+        QStringList const names = {text(input), share.path(u"packed"_q)};
+        ToolRun pack("pack %1 %2", names);
         pack.sendInput(payload);
         EXPECT_EQ(pack.status(), 0) << pack.errors().toStdString();
-        EXPECT_EQ(contentOf(packed).mid(36), payload) << input;
-
-        ToolRun empty({QStringLiteral("pack"), QString::fromLatin1(input), packed});
+        EXPECT_EQ(contentOf(names[1]).mid(36), payload) << input;
+        ToolRun empty("pack %1 %2", names);
         empty.sendInput({});
         EXPECT_EQ(empty.status(), 1);
-        EXPECT_TRUE(empty.errors().contains(QLatin1String("it is empty"))) << input;
-
-        ToolRun sums({QStringLiteral("crc"), QString::fromLatin1(input), QStringLiteral("--json")});
+        EXPECT_TRUE(empty.errors().contains(u"it is empty"_q)) << input;
+        ToolRun sums("crc %1 --json", names);
         sums.sendInput(goldenFile("binary.raw"));
-        EXPECT_EQ(crc64Of(std::move(sums)),
-                  crc64Of(ToolRun(
-                      {QStringLiteral("crc"), goldenPath("binary.raw"), QStringLiteral("--json")})))
+        EXPECT_EQ(checksumsIn(std::move(sums)),
+                  checksumsIn(ToolRun("crc %1 --json", {goldenPath("binary.raw")})))
             << input;
-    }
-}
-
-TEST(Pack, RefusesAnEmptyFileAndLeavesNothing)
-{
-    Share const share;
-    QString const empty = share.write(QStringLiteral("empty"), {});
-    ToolRun run({QStringLiteral("pack"), empty, share.path(QStringLiteral("out"))});
-    EXPECT_EQ(run.status(), 1);
-    EXPECT_TRUE(run.errors().contains(QLatin1String("it is empty")));
-    EXPECT_EQ(share.names().size(), 1);
-}
-
-TEST(Unpack, FailsForAMissingFileOfEveryFormat)
-{
-    for (char const * format : {"db", "zp", "ns", "gz"}) {
-        ToolRun run({QStringLiteral("unpack"), QStringLiteral("missing"),
-                     QStringLiteral("--format"), QString::fromLatin1(format)});
-        EXPECT_EQ(run.status(), 1) << format;
-        EXPECT_TRUE(run.errors().contains(QLatin1String("No such file or directory"))) << format;
     }
 }
 
 TEST(Crc, ComputesAllWidthsOverFilesOfManyPieces)
 {
-    QByteArray longer(3 * 1024 * 1024 + 1, '\0');
-    for (int i = 0; i < longer.size(); ++i)
-        longer[i] = static_cast<char>(i % 251 + i / 77);
     Share const share;
-    for (int const length :
-         {0, 1, 7, 1024 * 1024, 1024 * 1024 + 1, 1024 * 1024 + 9, 3 * 1024 * 1024 + 1}) {
-        QByteArray const bytes = longer.left(length);
+    for (int const length : {0, 1, 1024 * 1024, 1024 * 1024 + 9, 3 * 1024 * 1024 + 1}) {
+        QByteArray bytes(length, '\0');
+        for (int i = 0; i < length; ++i)
+            bytes[i] = static_cast<char>(i % 251 + i / 77);
         auto const * data = reinterpret_cast<unsigned char const *>(bytes.constData());
         auto const count = static_cast<unsigned int>(length);
-        ToolRun run({QStringLiteral("crc"), share.write(QStringLiteral("bytes"), bytes),
-                     QStringLiteral("--json")});
-        QJsonObject const json =
-            run.json().value(QStringLiteral("files")).toArray().at(0).toObject();
-        EXPECT_EQ(json.value(QStringLiteral("crc8")), hex(oxCRCCalc8(data, count, false), 2))
+        EXPECT_EQ(
+            checksumsIn(ToolRun("crc %1 --json", {share.write(u"bytes"_q, bytes)})),
+            (QStringList{hex(oxCRCCalc8(data, count, false), 2), hex(oxCRCCalc16(data, count), 4),
+                         hex(oxCRCCalc(data, count), 8), hex(oxCRCCalc64(data, count), 16)}))
             << length;
-        EXPECT_EQ(json.value(QStringLiteral("crc16")), hex(oxCRCCalc16(data, count), 4)) << length;
-        EXPECT_EQ(json.value(QStringLiteral("crc32")), hex(oxCRCCalc(data, count), 8)) << length;
-        EXPECT_EQ(json.value(QStringLiteral("crc64")), hex(oxCRCCalc64(data, count), 16)) << length;
     }
 }
 
 TEST(Crc, ShowsTheOtherFilesWhenOneCannotBeRead)
 {
-    ToolRun run({QStringLiteral("crc"), QStringLiteral("missing"), goldenPath("small.raw")});
+    ToolRun run("crc missing %1", {goldenPath("small.raw")});
     EXPECT_EQ(run.status(), 1);
-    EXPECT_TRUE(run.output().contains(QLatin1String("5E    87FB   7B3177A3  97B39C7734A0A7B5")));
-    EXPECT_TRUE(
-        run.errors().contains(QLatin1String("cannot read 'missing': No such file or directory")));
+    EXPECT_TRUE(run.output().contains(u"5E    87FB   7B3177A3  97B39C7734A0A7B5"_q));
+    EXPECT_TRUE(run.errors().contains(u"cannot read 'missing': No such file or directory"_q));
 }

@@ -7,20 +7,17 @@ using namespace ox::tests;
 namespace
 {
 
-QStringList const info = {QStringLiteral("info"), QStringLiteral("--interval"),
-                          QStringLiteral("50")};
-
 QJsonValue member(QJsonObject const & object, char const * name)
 {
-    EXPECT_TRUE(object.contains(QLatin1String(name))) << name;
-    return object.value(QLatin1String(name));
+    EXPECT_TRUE(object.contains(text(name))) << name;
+    return object.value(text(name));
 }
 
 } // namespace
 
 TEST(Info, ReportsTheSameFactsInBothForms)
 {
-    ToolRun forScripts(info + QStringList{QStringLiteral("--json")});
+    ToolRun forScripts("info --interval 50 --json");
     QJsonObject const json = forScripts.json();
     EXPECT_EQ(forScripts.status(), 0) << forScripts.errors().toStdString();
     EXPECT_TRUE(member(json, "ok").toBool());
@@ -30,11 +27,10 @@ TEST(Info, ReportsTheSameFactsInBothForms)
     QJsonValue const temperature = member(json, "diskTemperature");
     EXPECT_TRUE(temperature.isNull() || temperature.isDouble());
 
-    ToolRun forPeople(info);
+    ToolRun forPeople("info --interval 50");
     EXPECT_EQ(forPeople.status(), 0);
-    QString const text = forPeople.output();
+    QString const shown = forPeople.output();
     for (char const * name : {"osString", "cpuString", "userSID", "folderAppData", "diskName"})
-        EXPECT_TRUE(text.contains(member(json, name).toString())) << name << text.toStdString();
-    EXPECT_TRUE(
-        text.contains(QStringLiteral("%1 MiB, ").arg(member(json, "totalMemoryMB").toInt())));
+        EXPECT_TRUE(shown.contains(member(json, name).toString())) << name << shown.toStdString();
+    EXPECT_TRUE(shown.contains(u"%1 MiB, "_q.arg(member(json, "totalMemoryMB").toInt())));
 }

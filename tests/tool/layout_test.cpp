@@ -7,15 +7,15 @@ using namespace ox::tests;
 
 TEST(Layout, IsTheSameInEveryBuild)
 {
-    ToolRun run({QStringLiteral("layout")});
+    ToolRun run("layout");
     EXPECT_EQ(run.status(), 0);
     QString records;
-    for (QString const & line : run.output().split(QLatin1Char('\n'))) {
+    for (QString const & line : run.output().split(u'\n')) {
         // These two contain pointers. The file formats test the header of the buffer.
-        bool const hasPointer = line.startsWith(QLatin1String("_OX_DataBuffer")) ||
-                                line.startsWith(QLatin1String("_oxStringList"));
+        bool const hasPointer =
+            line.startsWith(u"_OX_DataBuffer"_q) || line.startsWith(u"_oxStringList"_q);
         if (!hasPointer && !line.isEmpty())
-            records += line + QLatin1Char('\n');
+            records += line + u'\n';
     }
     EXPECT_EQ(records, QString::fromLatin1(goldenFile("layout.txt")));
 }

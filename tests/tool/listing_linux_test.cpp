@@ -24,18 +24,18 @@ TEST(ListingOnLinux, ReportsTheNumberOfDeletedFilesWhenStopped)
 {
     Share const share;
     int const all = 4000;
-    QString const longName(200, QLatin1Char('x'));
+    QString const longName(200, u'x');
     for (int i = 0; i < all; ++i)
         share.write(longName + QString::number(i), {});
     // The report exceeds the capacity of a pipe, so the program blocks in the middle of it.
-    ToolRun run({QStringLiteral("empty"), share.path()});
+    ToolRun run("empty %1", {share.path()});
     EXPECT_TRUE(run.waitForOutput("deleted"));
     run.send("INT");
     EXPECT_EQ(run.status(), 130);
     auto const left = share.names().size();
     EXPECT_GT(left, 0);
-    EXPECT_TRUE(run.errors().startsWith(QStringLiteral("oxtool: stopped: ")));
-    EXPECT_TRUE(run.errors().endsWith(QStringLiteral(": %1 deleted, 0 bytes\n").arg(all - left)))
+    EXPECT_TRUE(run.errors().startsWith(u"oxtool: stopped: "_q));
+    EXPECT_TRUE(run.errors().endsWith(u": %1 deleted, 0 bytes\n"_q.arg(all - left)))
         << run.errors().toStdString();
-    EXPECT_EQ(run.output().count(QStringLiteral("deleted  ")), all - left);
+    EXPECT_EQ(run.output().count(u"deleted  "_q), all - left);
 }

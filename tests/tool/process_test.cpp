@@ -16,9 +16,9 @@ namespace
 /// Returns the usage of a core in the lines about processes, for each report.
 std::vector<std::vector<double>> usagesIn(QString const & output)
 {
-    QRegularExpression const figures(text("(\\d+\\.\\d) +\\d+\\.\\d  "));
+    QRegularExpression const figures(u"(\\d+\\.\\d) +\\d+\\.\\d  "_q);
     std::vector<std::vector<double>> reports;
-    for (QString const & report : output.split(text("\n\n"))) {
+    for (QString const & report : output.split(u"\n\n"_q)) {
         reports.emplace_back();
         for (auto all = figures.globalMatch(report); all.hasNext();)
             reports.back().push_back(all.next().captured(1).toDouble());
@@ -31,28 +31,26 @@ std::vector<std::vector<double>> usagesIn(QString const & output)
 TEST(Processes, AreListedByNamePrefix)
 {
     auto const ownId = QCoreApplication::applicationPid();
-    ToolRun forScripts({text("ps"), text("tool_TESTS"), text("--json")});
-    QJsonArray const processes = forScripts.json().value(text("processes")).toArray();
+    ToolRun forScripts("ps tool_TESTS --json");
+    QJsonArray const processes = forScripts.json().value(u"processes"_q).toArray();
     EXPECT_EQ(forScripts.status(), 0);
     EXPECT_TRUE(std::any_of(processes.begin(), processes.end(), [&](QJsonValue const & process) {
-        return process.toObject().value(text("pid")).toDouble() == static_cast<double>(ownId) &&
-               process.toObject().value(text("name")).toString().startsWith(text("TOOL_TESTS"));
+        return process.toObject().value(u"pid"_q).toDouble() == static_cast<double>(ownId) &&
+               process.toObject().value(u"name"_q).toString().startsWith(u"TOOL_TESTS"_q);
     }));
 
-    for (QStringList const & arguments : {QStringList(text("ps")), {text("ps"), text("tool_t")}}) {
+    for (QStringList const & arguments : {QStringList(u"ps"_q), {u"ps"_q, u"tool_t"_q}}) {
         ToolRun forPeople(arguments);
         EXPECT_EQ(forPeople.status(), 0) << forPeople.errors().toStdString();
-        EXPECT_TRUE(forPeople.output().contains(text(" %1 ").arg(ownId)));
+        EXPECT_TRUE(forPeople.output().contains(u" %1 "_q.arg(ownId)));
     }
-    ToolRun none({text("ps"), text("no such\x1b")});
-    EXPECT_EQ(none.status(), 1);
-    EXPECT_EQ(none.errors().trimmed(),
-              text("oxtool: cannot find a process: no name begins with 'no such\\u001B'"));
+    expectError("ps %1", {u"no such\x1b"_q}, 1,
+                u"oxtool: cannot find a process: no name begins with 'no such\\u001B'"_q);
 }
 
 TEST(Processes, AreSortedByUsageFromTheMinimumOn)
 {
-    ToolRun run({text("top"), text("--interval"), text("200"), text("--count"), text("2")});
+    ToolRun run("top --interval 200 --count 2");
     EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
     auto const reports = usagesIn(run.output());
     ASSERT_EQ(reports.size(), 2U) << run.output().toStdString();
@@ -60,9 +58,9 @@ TEST(Processes, AreSortedByUsageFromTheMinimumOn)
         EXPECT_GT(usages.size(), 1U);
         EXPECT_TRUE(std::is_sorted(usages.rbegin(), usages.rend())) << run.output().toStdString();
     }
-    ToolRun calm({text("top"), text("--interval"), text("50"), text("--count"), text("1"),
-                  text("--min"), text("1000000")});
+    ToolRun calm(
+        {u"top"_q, u"--interval"_q, u"50"_q, u"--count"_q, u"1"_q, u"--min"_q, u"1000000"_q});
     EXPECT_EQ(calm.status(), 0);
     EXPECT_TRUE(usagesIn(calm.output()).front().empty());
-    EXPECT_TRUE(calm.output().contains(text("CORE %")));
+    EXPECT_TRUE(calm.output().contains(u"CORE %"_q));
 }

@@ -7,252 +7,116 @@
 
 #include <QDir>
 #include <QFile>
-#include <QJsonArray>
-
-#include <unistd.h>
 
 using namespace ox::tests;
 
 namespace
 {
 
-QString const job = QStringLiteral("job17.oxdb");
-
-QStringList refresh(QString const & path, QStringList const & more = {})
+class Refresh : public testing::Test
 {
-    return QStringList{QStringLiteral("refresh"), path} + more;
-}
-
-QStringList heldFor(QString const & file, char const * seconds)
-{
-    return {
-        QStringLiteral("lock"), file,
-        QStringLiteral("--"),   QStringLiteral("sh"),
-        QStringLiteral("-c"),   QStringLiteral("echo ready; exec sleep ") + QLatin1String(seconds)};
-}
+  protected:
+    Share const share;
+    QString const file = share.write(u"job17.oxdb"_q, goldenFile("text.oxdb"));
+};
 
 } // namespace
 
-TEST(Refresh, MapsTheStoredPathAndShowsEachStep)
+TEST_F(Refresh, MapsTheStoredPathAndShowsEachStep)
 {
-    Share const share;
-    share.write(job, goldenFile("text.oxdb"));
-    ToolRun run(refresh(QStringLiteral("\\\\farm\\share\\job17.oxdb"),
-                        {QStringLiteral("--map"), QStringLiteral("\\\\farm\\share=") + share.path(),
-                         QStringLiteral("--out"), share.path(QStringLiteral("payload"))}));
+    ToolRun run("refresh \\\\farm\\share\\job17.oxdb --map \\\\farm\\share=%1 --out %1payload",
+                {share.path()});
     EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
     int position = 0;
     for (char const * step : {"stored ", "path ", "lock ", "file ", "load ", "release ", "out "}) {
-        auto const found = run.output().indexOf(QLatin1String(step), position);
+        auto const found = run.output().indexOf(text(step), position);
         EXPECT_GE(found, position) << step;
         position = static_cast<int>(found);
     }
-    EXPECT_EQ(contentOf(share.path(QStringLiteral("payload"))), goldenFile("text.raw"));
-    EXPECT_EQ(share.names(), (QStringList{job, QStringLiteral("payload")}));
+    EXPECT_EQ(contentOf(share.path(u"payload"_q)), goldenFile("text.raw"));
+    EXPECT_EQ(share.names(), words("job17.oxdb payload"));
 }
 
-TEST(Refresh, WritesTheDecompressedPayloadWithTheModeOfThePreviousFile)
+TEST_F(Refresh, MapsTheLongestMatchingRoot)
 {
-    Share const share;
-    QString const file = share.write(job, goldenFile("binary.oxns"));
-    QString const out = share.write(QStringLiteral("payload"), "old");
-    QFile::setPermissions(out, QFile::ReadOwner);
-    auto const before = QFile::permissions(out);
-    ToolRun run(refresh(file, {QStringLiteral("--out"), out, QStringLiteral("--json")}));
-    EXPECT_EQ(run.json().value(QStringLiteral("written")).toInt(), 70001);
-    EXPECT_EQ(contentOf(out), goldenFile("binary.raw"));
-    EXPECT_EQ(QFile::permissions(out), before);
-    EXPECT_EQ(share.names().size(), 2);
-}
-
-TEST(Refresh, MapsTheLongestMatchingRoot)
-{
-    Share const share;
-    struct Case {
-        char const * stored;
-        char const * local; // relative to the share; empty if no mapping applies
-    };
-    for (Case const & each : {
-             Case{"\\\\farm\\share\\jobs\\a", "share/jobs/a"},
-             Case{"//FARM/Share/jobs/a", "share/jobs/a"},
-             Case{"\\\\farm\\share2\\a", ""},
-             Case{"\\\\farm\\share\\fast\\a", "fast/a"},
-             Case{"\\\\farm\\share\\fastest\\a", "share/fastest/a"},
-             Case{"p:\\a", "drive/a"},
-             Case{"P:/a", "drive/a"},
-             Case{"/vol/farm/a", "vol/a"},
-             Case{"/Vol/farm/a", ""},
-             Case{"/vol/farm2/a", ""},
-         }) {
-        QStringList arguments =
-            refresh(QString::fromLatin1(each.stored), {QStringLiteral("--json")});
-        for (char const * mapping : {"\\\\Farm\\Share\\=share/", "//farm/share/fast=fast",
-                                     "P:\\=drive", "/vol/farm/=vol"}) {
-            QString text = QString::fromLatin1(mapping);
-            text.insert(text.indexOf(QLatin1Char('=')) + 1, share.path());
-            arguments << QStringLiteral("--map") << text;
-        }
-        QString expected =
-            QString::fromLatin1(each.stored).replace(QLatin1Char('\\'), QLatin1Char('/'));
-        if (*each.local)
-            expected = share.path(QString::fromLatin1(each.local));
-        ToolRun run(arguments);
-        EXPECT_EQ(run.json().value(QStringLiteral("localPath")).toString(), expected)
-            << each.stored;
+    // The local path is relative to the share, and empty if no mapping applies.
+    for (auto const & [stored, local] :
+         {std::pair("\\\\farm\\share\\jobs\\a", "share/jobs/a"),
+          std::pair("//FARM/Share/jobs/a", "share/jobs/a"), std::pair("\\\\farm\\share2\\a", ""),
+          std::pair("\\\\farm\\share\\fast\\a", "fast/a"),
+          std::pair("\\\\farm\\share\\fastest\\a", "share/fastest/a"),
+          std::pair("p:\\a", "drive/a"), std::pair("/vol/farm/a", "vol/a"),
+          std::pair("/Vol/farm/a", "")}) {
+        ToolRun run("refresh %2 --json --map \\\\Farm\\Share\\=%1share/ --map "
+                    "//farm/share/fast=%1fast --map P:\\=%1drive --map /vol/farm/=%1vol",
+                    {share.path(), text(stored)});
+        EXPECT_EQ(run.json().value(u"localPath"_q).toString(),
+                  *local ? share.path(text(local)) : text(stored).replace(u'\\', u'/'));
     }
 }
 
-TEST(Refresh, ReportsTheReasonAndChangesNothing)
+TEST_F(Refresh, ReportsTheReasonAndChangesNothing)
 {
-    QByteArray const good = goldenFile("text.oxdb");
-    QByteArray flipped = good;
-    flipped[100] = static_cast<char>(flipped[100] ^ 1);
     QByteArray lying = goldenFile("text.oxns");
     lying[12] = static_cast<char>(lying[12] + 1); // sizeUncompressed
-    struct Case {
-        char const * name;
-        QByteArray content;
-        char const * text;
-    };
-    for (Case const & each : {
-             Case{"header only", good.left(36), "CRC Error, data corrupt!"},
-             Case{"empty", {}, "CRC Error, data corrupt!"},
-             Case{"flipped byte", flipped, "CRC Error, data corrupt!"},
-             Case{"truncated", good.left(good.size() - 1), "CRC Error, data corrupt!"},
-             Case{"wrong magic", "oxDC" + good.mid(4), "Wrong File Header"},
-             Case{"lying length", lying, "Decompression error, wrong result size"},
-         }) {
-        Share const share;
-        QString const file = share.write(job, each.content);
-        ToolRun run(
-            refresh(file, {QStringLiteral("--out"), share.path(QStringLiteral("payload"))}));
-        EXPECT_EQ(run.status(), 1) << each.name;
-        EXPECT_TRUE(run.errors().contains(QLatin1String(each.text))) << run.errors().toStdString();
-        EXPECT_EQ(contentOf(file), each.content) << each.name;
-        EXPECT_EQ(share.names(), QStringList{job}) << each.name;
-    }
-}
-
-TEST(Refresh, ReportsTheSystemsReasonForAnUnreadableFile)
-{
-    Share const share;
-    QDir().mkdir(share.path(QStringLiteral("folder")));
-    QFile::link(QStringLiteral("loop"), share.path(QStringLiteral("loop")));
-    QFile::setPermissions(share.write(QStringLiteral("secret"), goldenFile("small.oxdb")), {});
-    share.writeSparse(QStringLiteral("large"), (qint64(768) << 20) + 1);
+    share.write(u"lying"_q, lying);
+    share.write(u"truncated"_q, goldenFile("text.oxdb").chopped(1));
+    share.write(u"magic"_q, "oxDC" + goldenFile("text.oxdb").mid(4));
+    share.writeSparse(u"large"_q, (qint64(768) << 20) + 1);
+    QDir().mkdir(share.path(u"folder"_q));
+    QFile::link(u"loop"_q, share.path(u"loop"_q));
     QStringList const before = share.names();
-    struct Case {
-        char const * name;
-        char const * ending;
-    };
-    for (Case const & each : {
-             Case{"missing", "/missing': No such file or directory"},
-             Case{"no/folder", "/no': No such file or directory"},
-             Case{"folder", "/folder': Is a directory"},
-             Case{"loop", "/loop': Too many levels of symbolic links"},
-             Case{"secret", "/secret': Permission denied"},
-             Case{"large", "Unable to allocate memory"},
+    for (auto const & [line, reason] : {
+             std::pair("refresh %1truncated --out %1payload", "CRC Error, data corrupt!"),
+             std::pair("refresh %1magic --out %1payload", "Wrong File Header"),
+             std::pair("refresh %1lying --out %1payload", "Decompression error, wrong result size"),
+             std::pair("refresh %1missing", "/missing': No such file or directory"),
+             std::pair("refresh %1no/folder", "/no': No such file or directory"),
+             std::pair("refresh %1folder", "/folder': Is a directory"),
+             std::pair("refresh %1loop", "/loop': Too many levels of symbolic links"),
+             std::pair("refresh %1large", "Unable to allocate memory"),
+             std::pair("refresh %1job17.oxdb --out %1folder", ": not a regular file"),
+             std::pair("refresh %1job17.oxdb --out /dev/null", ": not a regular file"),
+             std::pair("refresh %1job17.oxdb --out %1no/folder", ": No such file or directory"),
          }) {
-        if (QLatin1String(each.name) == QLatin1String("secret") && ::geteuid() == 0)
-            continue; // nothing is unreadable for root
-        ToolRun run(refresh(share.path(QString::fromLatin1(each.name))));
-        EXPECT_EQ(run.status(), 1) << each.name;
-        EXPECT_TRUE(run.errors().trimmed().endsWith(QLatin1String(each.ending)))
-            << run.errors().toStdString();
-        EXPECT_EQ(share.names(), before) << each.name;
+        expectError(line, {share.path()}, 1, text(reason));
+        EXPECT_EQ(share.names(), before) << line;
     }
 }
 
-TEST(Refresh, ReportsTheHolderAndKeepsTheLockFile)
+TEST_F(Refresh, LeavesNoFileWhenStoppedWhileLoadingOrWriting)
 {
-    Share const share;
-    QString const file = share.write(job, goldenFile("small.oxdb"));
-    ToolRun holder(heldFor(file, "60"));
+    share.writeSparse(u"large"_q, qint64(700) << 20);
+    share.writeSparse(u"raw"_q, qint64(200) << 20);
+    // A file with a valid CRC, so that the command reaches the output.
+    ASSERT_EQ(ToolRun("pack %1raw %1valid", {share.path()}).status(), 0);
+    QStringList const before = share.names();
+    for (auto const & [name, step] :
+         {std::pair("large", "file "), std::pair("valid", "release ")}) {
+        for (auto const & [signal, status] : {std::pair("INT", 130), std::pair("TERM", 143)}) {
+            ToolRun run("refresh %1 --out %2", {share.path(text(name)), share.path(u"payload"_q)});
+            ASSERT_TRUE(run.waitForOutput(step));
+            run.send(signal);
+            EXPECT_EQ(run.status(), status) << step;
+            EXPECT_EQ(share.names(), before) << step;
+        }
+    }
+}
+
+TEST_F(Refresh, ReportsTheHolderAndKeepsItsLock)
+{
+    ToolRun holder(words("lock %1 -- sh -c", {file}) << u"echo ready; exec sleep 60"_q);
     ASSERT_TRUE(holder.waitForOutput("ready"));
-    QByteArray const lock = contentOf(file + QLatin1String("_lock.txt"));
-    ToolRun run(refresh(
-        file, {QStringLiteral("--timeout"), QStringLiteral("500"), QStringLiteral("--json")}));
-    EXPECT_EQ(run.status(), 1);
-    EXPECT_FALSE(run.json().value(QStringLiteral("ok")).toBool(true));
-    QString const error = run.json().value(QStringLiteral("error")).toString();
-    EXPECT_TRUE(error.contains(QLatin1String("within 500 ms: locked by "))) << error.toStdString();
-    EXPECT_TRUE(error.contains(QLatin1String(" oxtool "))) << error.toStdString();
-    EXPECT_TRUE(error.contains(QLatin1String(" since 20"))) << error.toStdString();
-    EXPECT_EQ(contentOf(file + QLatin1String("_lock.txt")), lock);
-}
-
-TEST(Refresh, LeavesNoFileWhenTheOutputCannotBeWritten)
-{
-    Share const share;
-    QString const file = share.write(job, goldenFile("small.oxdb"));
-    QDir().mkdir(share.path(QStringLiteral("folder")));
-    QStringList const before = share.names();
-    struct Case {
-        QString out;
-        char const * text;
-    };
-    for (Case const & each : {
-             Case{share.path(QStringLiteral("folder")), ": not a regular file"},
-             Case{QStringLiteral("/dev/null"), ": not a regular file"},
-             Case{share.path(QStringLiteral("no/folder")), ": No such file or directory"},
-         }) {
-        ToolRun run(refresh(file, {QStringLiteral("--out"), each.out}));
-        EXPECT_EQ(run.status(), 1);
-        EXPECT_TRUE(run.errors().contains(QLatin1String(each.text))) << run.errors().toStdString();
-        EXPECT_EQ(share.names(), before);
-    }
-}
-
-TEST(Refresh, LeavesNoFileWhenStoppedWhileLoadingOrWriting)
-{
-    Share const share;
-    QString const file = share.writeSparse(job, qint64(700) << 20);
-    QString const packed = share.path(QStringLiteral("packed"));
-    {
-        // A file with a valid CRC, so that the command reaches the output.
-        Share const source;
-        source.writeSparse(QStringLiteral("raw"), qint64(200) << 20);
-        ASSERT_EQ(
-            ToolRun({QStringLiteral("pack"), source.path(QStringLiteral("raw")), packed}).status(),
-            0);
-    }
-    struct Case {
-        QString file;
-        char const * step;
-        char const * signal;
-        int status;
-    };
-    for (Case const & each :
-         {Case{file, "file ", "INT", 130}, Case{file, "file ", "TERM", 143},
-          Case{packed, "release ", "INT", 130}, Case{packed, "release ", "TERM", 143}}) {
-        ToolRun run(
-            refresh(each.file, {QStringLiteral("--out"), share.path(QStringLiteral("payload"))}));
-        ASSERT_TRUE(run.waitForOutput(each.step));
-        run.send(each.signal);
-        EXPECT_EQ(run.status(), each.status) << each.step;
-        EXPECT_EQ(share.names(), (QStringList{job, QStringLiteral("packed")})) << each.step;
-    }
-}
-
-TEST(Refresh, KeepsTheHoldersLockWhenStoppedWhileWaiting)
-{
-    Share const share;
-    QString const file = share.write(job, goldenFile("small.oxdb"));
-    ToolRun holder(heldFor(file, "60"));
-    ASSERT_TRUE(holder.waitForOutput("ready"));
-    QStringList const before = share.names();
-    struct Case {
-        char const * signal;
-        int status;
-    };
-    for (Case const & each : {Case{"INT", 130}, Case{"TERM", 143}}) {
-        ToolRun run(refresh(file, {QStringLiteral("--timeout"), QStringLiteral("60000")}));
-        ASSERT_TRUE(run.waitForOutput("path "));
-        run.send(each.signal);
-        EXPECT_EQ(run.status(), each.status);
-        EXPECT_EQ(share.names(), before);
-    }
-    holder.send("TERM");
-    EXPECT_EQ(holder.status(), 143);
-    EXPECT_EQ(share.names(), QStringList{job});
+    QByteArray const lock = contentOf(file + u"_lock.txt"_q);
+    ToolRun late("refresh %1 --timeout 500 --json", {file});
+    EXPECT_EQ(late.status(), 1);
+    EXPECT_FALSE(late.json().value(u"ok"_q).toBool(true));
+    QString const error = late.json().value(u"error"_q).toString();
+    for (char const * part : {"within 500 ms: locked by ", " oxtool ", " since 20"})
+        EXPECT_TRUE(error.contains(text(part))) << error.toStdString();
+    ToolRun stopped("refresh %1 --timeout 60000", {file});
+    ASSERT_TRUE(stopped.waitForOutput("path "));
+    stopped.send("INT");
+    EXPECT_EQ(stopped.status(), 130);
+    EXPECT_EQ(contentOf(file + u"_lock.txt"_q), lock);
 }

@@ -1,9 +1,11 @@
 #include "shared/system/shared_memory.h"
+#include "tests/support/this_build.h"
 #include "tests/tool/tool_run.h"
 
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QDir>
 
 #include <cstring>
 
@@ -15,12 +17,7 @@ namespace
 class Shm : public testing::Test
 {
   protected:
-    QStringList shm(char const * command, QStringList const & arguments = {}) const
-    {
-        return QStringList{QStringLiteral("shm"), QString::fromLatin1(command), key} + arguments;
-    }
-
-    QString const key = QStringLiteral("tool%1").arg(QCoreApplication::applicationPid());
+    QString const key = u"tool%1"_q.arg(QCoreApplication::applicationPid());
     oxSharedMemory memory{key};
 };
 
@@ -29,48 +26,50 @@ TEST_F(Shm, ShowsTheContentOfASegment)
     ASSERT_TRUE(memory.create(5, true, true));
     std::memcpy(memory.bytes().data(), "Job\1\xFF", 5);
     ASSERT_TRUE(memory.lock());
-    ToolRun text(shm("show", {QStringLiteral("--bytes"), QStringLiteral("5")}));
-    EXPECT_EQ(text.status(), 0) << text.errors().toStdString();
-    EXPECT_TRUE(text.output().contains(QLatin1String("held")));
-    EXPECT_TRUE(text.output().contains(QLatin1String(" 4A 6F 62 01 FF ")));
-    EXPECT_TRUE(text.output().contains(QLatin1String(" Job..")));
+    ToolRun shown("shm show %1 --bytes 5", {key});
+    EXPECT_EQ(shown.status(), 0) << shown.errors().toStdString();
+    for (char const * part : {"held", " 4A 6F 62 01 FF ", " Job.."})
+        EXPECT_TRUE(shown.output().contains(text(part))) << part;
 
     memory.unlock();
-    QJsonObject const json = ToolRun(shm("show", {QStringLiteral("--json")})).json();
-    EXPECT_TRUE(json.value(QStringLiteral("name")).toString().contains(key));
-    EXPECT_FALSE(json.value(QStringLiteral("locked")).toBool(true));
-    EXPECT_EQ(json.value(QStringLiteral("size")).toInt(), 4088);
-    QString const data = json.value(QStringLiteral("data")).toString();
-    EXPECT_EQ(data, QStringLiteral("4a6f6201ff").leftJustified(128, QLatin1Char('0')));
+    QJsonObject const json = ToolRun("shm show %1 --json", {key}).json();
+    EXPECT_TRUE(json.value(u"name"_q).toString().contains(key));
+    EXPECT_FALSE(json.value(u"locked"_q).toBool(true));
+    EXPECT_EQ(json.value(u"size"_q).toInt(), 4088);
+    EXPECT_EQ(json.value(u"data"_q).toString(),
+              u"4a6f6201ff"_q.leftJustified(128, QLatin1Char('0')));
 }
 
-TEST_F(Shm, HoldsASegmentAndItsLock)
+TEST_F(Shm, HoldsASegmentAndItsLockUntilStopped)
 {
-    ToolRun creator(shm("create", {QStringLiteral("100"), QStringLiteral("--local")}));
+    ToolRun creator("shm create %1 100 --local", {key});
     ASSERT_TRUE(creator.waitForOutput("created")) << creator.errors().toStdString();
     ASSERT_TRUE(memory.attach());
     EXPECT_FALSE(memory.usesGlobalName());
-    ToolRun locker(shm("lock"));
+    ToolRun locker("shm lock %1", {key});
     ASSERT_TRUE(locker.waitForOutput("locked")) << locker.errors().toStdString();
     EXPECT_TRUE(memory.isLocked());
-
-    ToolRun second(shm("lock"));
-    EXPECT_EQ(second.status(), 1);
-    EXPECT_TRUE(second.errors().contains(QLatin1String("cannot lock segment '") + key +
-                                         QLatin1String("': lock: unable to get lock")));
-    EXPECT_EQ(ToolRun(shm("create", {QStringLiteral("9"), QStringLiteral("--local")})).status(), 1);
+    expectError("shm lock %1", {key}, 1,
+                u"cannot lock segment '%1': lock: unable to get lock"_q.arg(key));
+    expectError("shm create %1 9 --local", {key}, 1, {});
+    if (isWindows)
+        return; // signals cannot be sent here
+    locker.send("INT");
+    EXPECT_EQ(locker.status(), 130);
+    EXPECT_FALSE(memory.isLocked());
+    memory.detach();
+    creator.send("TERM");
+    EXPECT_EQ(creator.status(), 143);
+    EXPECT_TRUE(QDir(u"/dev/shm"_q).entryList({u"*%1*"_q.arg(key)}).isEmpty());
 }
 
 TEST_F(Shm, ReportsFailures)
 {
-    ToolRun none(shm("show"));
-    EXPECT_EQ(none.status(), 1);
-    EXPECT_TRUE(none.errors().contains(key + QLatin1String("': it does not exist")));
-    EXPECT_EQ(ToolRun(shm("create", {QStringLiteral("0")})).status(), 1);
-    EXPECT_EQ(ToolRun(shm("create", {QStringLiteral("9999999999")})).status(), 2);
-    EXPECT_EQ(ToolRun({QStringLiteral("shm")}).status(), 2);
-    QString const tooLong(233, QLatin1Char('k'));
-    EXPECT_EQ(ToolRun({QStringLiteral("shm"), QStringLiteral("show"), tooLong}).status(), 1);
+    expectError("shm show %1", {key}, 1, key + u"': it does not exist"_q);
+    expectError("shm create %1 0", {key}, 1, {});
+    expectError("shm create %1 9999999999", {key}, 2, {});
+    expectError("shm", {}, 2, {});
+    expectError("shm show %1", {QString(233, u'k')}, 1, {});
 }
 
 } // namespace

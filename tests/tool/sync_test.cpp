@@ -6,8 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <QDir>
-#include <QFile>
-#include <QJsonArray>
 
 using namespace ox::tests;
 
@@ -20,8 +18,8 @@ class Syncing : public testing::Test
   protected:
     Syncing()
     {
-        QDir(share.path()).mkdir(text("a"));
-        QDir(share.path()).mkdir(text("b"));
+        QDir(share.path()).mkdir(u"a"_q);
+        QDir(share.path()).mkdir(u"b"_q);
     }
 
     QString path(char const * name) const
@@ -31,109 +29,78 @@ class Syncing : public testing::Test
     QStringList synchronised() const { return QDir(path("b")).entryList(QDir::Files); }
 
     Share const share;
+    QStringList const folders = {path("a"), path("b")};
 };
 
 } // namespace
 
 TEST_F(Syncing, CopiesNewAndChangedFiles)
 {
-    share.write(text("a/one.exe"), "1");
-    share.write(text("a/two.EXE"), "22");
-    share.write(text("a/note.txt"), "3");
-    share.write(text("b/one.exe"), "old");
-    QStringList const command = {text("sync"), path("a"), path("b"), text("--ends"), text(".exe")};
-    ToolRun first(command + QStringList{text("--json")});
-    QJsonObject const result = first.json();
-    EXPECT_EQ(result.value(text("copied")), 2);
-    EXPECT_EQ(result.value(text("failed")), 0);
-    EXPECT_EQ(synchronised(), (QStringList{text("one.exe"), text("one.exe_old"), text("two.EXE")}));
-    EXPECT_EQ(contentOf(path("b/one.exe")), "1");
-    EXPECT_EQ(contentOf(path("b/one.exe_old")), "old");
-
-    ToolRun again(command);
+    share.write(u"a/empty.exe"_q, "");
+    share.write(u"a/two.EXE"_q, "22");
+    share.write(u"a/note.txt"_q, "3");
+    share.write(u"b/empty.exe"_q, "old");
+    ToolRun first("sync %1 %2 --ends .exe --json", folders);
+    EXPECT_EQ(first.json().value(u"copied"_q), 2);
+    EXPECT_EQ(first.json().value(u"failed"_q), 0);
+    EXPECT_EQ(synchronised(), words("empty.exe empty.exe_old two.EXE"));
+    EXPECT_EQ(contentOf(path("b/empty.exe")), "");
+    EXPECT_EQ(contentOf(path("b/empty.exe_old")), "old");
+    ToolRun again("sync %1 %2 --ends .exe", folders);
     EXPECT_EQ(again.status(), 0);
-    EXPECT_TRUE(again.output().contains(text("0 copied, 2 up to date, 0 failed")));
-}
-
-TEST_F(Syncing, CopiesEmptyFiles)
-{
-    share.write(text("a/1"), "");
-    share.write(text("a/2"), "");
-    share.write(text("b/2"), "two");
-    QStringList const command = {text("sync"), path("a"), path("b"), text("--json")};
-    EXPECT_EQ(ToolRun(command).json().value(text("copied")), 2);
-    EXPECT_EQ(synchronised(), (QStringList{text("1"), text("2"), text("2_old")}));
-    EXPECT_EQ(contentOf(path("b/2")), "");
-    EXPECT_EQ(contentOf(path("b/2_old")), "two");
-    EXPECT_EQ(ToolRun(command).json().value(text("upToDate")), 2);
+    EXPECT_TRUE(again.output().contains(u"0 copied, 2 up to date, 0 failed"_q));
 }
 
 TEST_F(Syncing, ContinuesAfterAFailedFile)
 {
-    share.write(text("a/1"), "one");
-    share.write(text("a/2"), "two");
-    QDir(share.path()).mkpath(text("b/1"));
-    ToolRun run({text("sync"), path("a"), path("b")});
+    share.write(u"a/1"_q, "one");
+    share.write(u"a/2"_q, "two");
+    QDir(share.path()).mkpath(u"b/1"_q);
+    ToolRun run("sync %1 %2", folders);
     EXPECT_EQ(run.status(), 1);
-    EXPECT_TRUE(run.output().trimmed().endsWith(text("1 copied, 0 up to date, 1 failed")));
-    EXPECT_TRUE(run.errors().startsWith(text("oxtool: cannot update '%1': ").arg(path("b/1"))))
+    EXPECT_TRUE(run.output().trimmed().endsWith(u"1 copied, 0 up to date, 1 failed"_q));
+    EXPECT_TRUE(run.errors().startsWith(u"oxtool: cannot update '%1': "_q.arg(path("b/1"))))
         << run.errors().toStdString();
-    EXPECT_EQ(synchronised(), QStringList(text("2")));
-
-    ToolRun missing({text("sync"), path("none"), path("b/none")});
-    EXPECT_EQ(missing.status(), 1);
-    EXPECT_TRUE(missing.errors().contains(text("cannot read '%1': ").arg(path("none"))));
+    EXPECT_EQ(synchronised(), words("2"));
+    expectError("sync %1 %2", {path("none"), path("b/none")}, 1,
+                u"cannot read '%1': "_q.arg(path("none")));
 }
 
 TEST_F(Syncing, AcceptsRelativePathsAndCreatesOneFolder)
 {
-    share.write(text("a/1"), "one");
-    QDir(share.path()).mkpath(text("a/sub"));
-    ToolRun run({text("sync"), text("a"), text("c")}, share.path());
+    share.write(u"a/1"_q, "one");
+    QDir(share.path()).mkpath(u"a/sub"_q);
+    ToolRun run(words("sync a c"), share.path());
     EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
-    EXPECT_TRUE(run.output().trimmed().endsWith(
-        text("1 copied, 0 up to date, 0 failed, folders skipped: 1")))
+    EXPECT_TRUE(
+        run.output().trimmed().endsWith(u"1 copied, 0 up to date, 0 failed, folders skipped: 1"_q))
         << run.output().toStdString();
-    ToolRun file({text("sync"), text("a/1"), text("d")}, share.path());
-    EXPECT_EQ(file.status(), 0) << file.errors().toStdString();
+    EXPECT_EQ(ToolRun(words("sync a/1 d"), share.path()).status(), 0);
     EXPECT_EQ(contentOf(path("c/1")), "one");
     EXPECT_EQ(contentOf(path("d")), "one");
 
-    share.write(text("a/2"), "two");
-    ToolRun deep({text("sync"), path("a"), path("x/y")});
+    share.write(u"a/2"_q, "two");
+    ToolRun deep("sync %1 %2", {path("a"), path("x/y")});
     EXPECT_EQ(deep.status(), 1);
-    EXPECT_EQ(deep.errors().count(text("cannot create folder")), 1) << deep.errors().toStdString();
-    EXPECT_EQ(deep.errors().count(text("oxtool: ")), 1);
+    EXPECT_EQ(deep.errors().count(u"cannot create folder"_q), 1) << deep.errors().toStdString();
+    EXPECT_EQ(deep.errors().count(u"oxtool: "_q), 1);
 }
 
-TEST_F(Syncing, LeavesTheTargetCompleteWhenStoppedOrKilled)
+TEST_F(Syncing, LeavesTheTargetCompleteWhenStopped)
 {
     if (isWindows)
         GTEST_SKIP() << "signals cannot be sent here";
-    share.write(text("a/big"), QByteArray(3 << 20, 'x'));
-    share.write(text("b/big"), "old");
-    QStringList const command = {text("sync"), path("a"), path("b"), text("--pause")};
-    auto const unfinished = [this] {
-        return QDir(path("b")).entryList({text(".ox*")}, QDir::Files | QDir::Hidden);
-    };
-    for (char const * const signal : {"INT", "KILL"}) {
-        ToolRun run(command + QStringList(text("100000")));
-        EXPECT_TRUE(run.waitUntil([&] {
-            QStringList const names = unfinished();
-            return !names.isEmpty() && contentOf(path("b/") + names.first()).size() >= 1 << 20;
-        }));
-        run.send(signal);
-        bool const isKilled = QLatin1String(signal) == QLatin1String("KILL");
-        EXPECT_EQ(run.status(), isKilled ? 128 + 9 : 130);
-        EXPECT_EQ(run.errors(),
-                  isKilled ? QString()
-                           : text("oxtool: stopped, target complete: '%1'\n").arg(path("b/big")));
-        EXPECT_EQ(unfinished().size(), isKilled ? 1 : 0);
-        EXPECT_EQ(contentOf(path("b/big")), "old");
-        EXPECT_EQ(synchronised(), QStringList(text("big")));
-    }
-    EXPECT_EQ(ToolRun(command + QStringList(text("0"))).status(), 0);
-    EXPECT_EQ(unfinished(), QStringList());
-    EXPECT_EQ(synchronised(), (QStringList{text("big"), text("big_old")}));
-    EXPECT_EQ(contentOf(path("b/big_old")), "old");
+    share.write(u"a/big"_q, QByteArray(3 << 20, 'x'));
+    share.write(u"b/big"_q, "old");
+    ToolRun run("sync %1 %2 --pause 100000", folders);
+    EXPECT_TRUE(run.waitUntil([&] {
+        QDir const target(path("b"));
+        QStringList const names = target.entryList({u".ox*"_q}, QDir::Files | QDir::Hidden);
+        return !names.isEmpty() && contentOf(target.filePath(names[0])).size() >= 1 << 20;
+    }));
+    run.send("INT");
+    EXPECT_EQ(run.status(), 130);
+    EXPECT_EQ(run.errors(), u"oxtool: stopped, target complete: '%1'\n"_q.arg(path("b/big")));
+    EXPECT_EQ(contentOf(path("b/big")), "old");
+    EXPECT_EQ(QDir(path("b")).entryList(QDir::Files | QDir::Hidden), words("big"));
 }

@@ -1,5 +1,7 @@
 #include "tests/tool/tool_run.h"
 
+#include <gtest/gtest.h>
+
 #include <QJsonDocument>
 
 namespace ox::tests
@@ -11,6 +13,16 @@ namespace
 constexpr int longestRunMs = 120000;
 
 } // namespace
+
+QStringList words(char const * line, QStringList const & values)
+{
+    QStringList all = text(line).split(u' ');
+    for (QString & word : all) {
+        for (int i = 0; i < values.size(); ++i)
+            word.replace(u'%' + QString::number(i + 1), values[i]);
+    }
+    return all;
+}
 
 ToolRun::ToolRun(QStringList const & arguments, QString const & folder)
 {
@@ -52,8 +64,8 @@ bool ToolRun::waitUntil(std::function<bool()> const & condition)
 
 void ToolRun::send(char const * signal)
 {
-    QProcess::execute(QStringLiteral("kill"), {QStringLiteral("-") + QLatin1String(signal),
-                                               QString::number(process_.processId())});
+    QProcess::execute(u"kill"_q,
+                      {u"-"_q + QLatin1String(signal), QString::number(process_.processId())});
 }
 
 int ToolRun::status()
@@ -74,6 +86,13 @@ QJsonObject ToolRun::json()
 {
     status();
     return QJsonDocument::fromJson(output_).object();
+}
+
+void expectError(char const * line, QStringList const & values, int status, QString const & text)
+{
+    ToolRun run(line, values);
+    EXPECT_EQ(run.status(), status) << line;
+    EXPECT_TRUE(run.errors().contains(text)) << line << ": " << run.errors().toStdString();
 }
 
 Shell toolShell(QString const & folder)

@@ -12,11 +12,18 @@
 namespace ox::tests
 {
 
+/// Splits a command line at its spaces, then replaces %1, %2, … with the values.
+QStringList words(char const * line, QStringList const & values = {});
+
 /// Runs the built program as a process.
 class ToolRun
 {
   public:
     explicit ToolRun(QStringList const & arguments, QString const & folder = {});
+    explicit ToolRun(char const * line, QStringList const & values = {})
+        : ToolRun(words(line, values))
+    {
+    }
     /// Kills the process if it is still running.
     ~ToolRun();
 
@@ -40,6 +47,9 @@ class ToolRun
     QByteArray output_;
     QByteArray errors_;
 };
+
+/// Runs a command line. Expects this exit status and a text in the standard error.
+void expectError(char const * line, QStringList const & values, int status, QString const & text);
 
 /// Returns a shell that runs scripts with the program as $0, in a folder or the current one.
 Shell toolShell(QString const & folder = {});

@@ -14,19 +14,18 @@ TEST(ToolOnWindows, RefreshesADrivePathAndAStoredSharePath)
 {
     Share const share;
     QString const file =
-        QDir::toNativeSeparators(share.write(text("job17.oxdb"), goldenFile("text.oxdb")));
-    QString const out = share.path(text("payload"));
-    QString const mapping = text("\\\\farm\\share=") + QDir::toNativeSeparators(share.path());
-    ASSERT_EQ(file[1], QLatin1Char(':'));
+        QDir::toNativeSeparators(share.write(u"job17.oxdb"_q, goldenFile("text.oxdb")));
+    QString const out = share.path(u"payload"_q);
+    QString const mapping = u"\\\\farm\\share="_q + QDir::toNativeSeparators(share.path());
+    ASSERT_EQ(file[1], u':');
     for (QString const & stored :
-         {file, text("\\\\farm\\share\\job17.oxdb"), text("//FARM/share/job17.oxdb")}) {
-        ToolRun run(
-            {text("refresh"), stored, text("--map"), mapping, text("--out"), out, text("--json")});
+         {file, u"\\\\farm\\share\\job17.oxdb"_q, u"//FARM/share/job17.oxdb"_q}) {
+        ToolRun run("refresh %1 --map %2 --out %3 --json", {stored, mapping, out});
         EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
-        EXPECT_EQ(QDir::cleanPath(run.json().value(text("localPath")).toString()),
+        EXPECT_EQ(QDir::cleanPath(run.json().value(u"localPath"_q).toString()),
                   QDir::cleanPath(file));
         EXPECT_EQ(contentOf(out), goldenFile("text.raw"));
-        EXPECT_EQ(share.names(), (QStringList{text("job17.oxdb"), text("payload")}));
+        EXPECT_EQ(share.names(), (QStringList{u"job17.oxdb"_q, u"payload"_q}));
     }
 }
 
@@ -35,13 +34,13 @@ TEST(ToolOnWindows, ReportsTheReasonAndChangesNothing)
     QByteArray flipped = goldenFile("text.oxdb");
     flipped[100] = static_cast<char>(flipped[100] ^ 1);
     Share const share;
-    share.write(text("flipped"), flipped);
+    share.write(u"flipped"_q, flipped);
     QStringList const before = share.names();
     std::pair<char const *, char const *> const cases[] = {{"missing", "cannot load '"},
                                                            {"no\\folder", "cannot open folder '"},
                                                            {"flipped", "CRC Error, data corrupt!"}};
     for (auto const & [name, expected] : cases) {
-        ToolRun run({text("refresh"), share.path(text(name))});
+        ToolRun run("refresh %1", {share.path(text(name))});
         EXPECT_EQ(run.status(), 1) << name;
         EXPECT_TRUE(run.errors().contains(text(expected))) << run.errors().toStdString();
         EXPECT_EQ(share.names(), before);
@@ -51,55 +50,54 @@ TEST(ToolOnWindows, ReportsTheReasonAndChangesNothing)
 TEST(ToolOnWindows, RunsACommandUnderTheLockAndKeepsOthersOut)
 {
     Share const share;
-    QString const file = share.write(text("farm.ini"), "x");
-    ToolRun holder(
-        {text("lock"), file, text("--"), text(OX_TOOL), text("lock"), file, text("--status")});
+    QString const file = share.write(u"farm.ini"_q, "x");
+    ToolRun holder("lock %1 -- %2 lock %1 --status", {file, text(OX_TOOL)});
     EXPECT_NE(holder.status(), 2);
-    EXPECT_TRUE(holder.output().contains(text("held")))
+    EXPECT_TRUE(holder.output().contains(u"held"_q))
         << holder.output().toStdString() << holder.errors().toStdString();
-    ToolRun inner({text("lock"), file, text("--"), text(OX_TOOL), text("refresh"), file,
-                   text("--timeout"), text("300")});
+    ToolRun inner(
+        {u"lock"_q, file, u"--"_q, text(OX_TOOL), u"refresh"_q, file, u"--timeout"_q, u"300"_q});
     EXPECT_EQ(inner.status(), 1);
-    EXPECT_TRUE(inner.errors().contains(text("locked by"))) << inner.errors().toStdString();
-    ToolRun quoted({text("lock"), file, text("--"), text(OX_TOOL), text("crc"), text("a \"b\\"),
-                    goldenPath("small.raw")});
+    EXPECT_TRUE(inner.errors().contains(u"locked by"_q)) << inner.errors().toStdString();
+    ToolRun quoted(
+        {u"lock"_q, file, u"--"_q, text(OX_TOOL), u"crc"_q, u"a \"b\\"_q, goldenPath("small.raw")});
     EXPECT_EQ(quoted.status(), 1);
-    EXPECT_TRUE(quoted.errors().contains(text("a \"b\\"))) << quoted.errors().toStdString();
-    EXPECT_TRUE(quoted.output().contains(text("7B3177A3")));
-    EXPECT_EQ(share.names(), QStringList{text("farm.ini")});
+    EXPECT_TRUE(quoted.errors().contains(u"a \"b\\"_q)) << quoted.errors().toStdString();
+    EXPECT_TRUE(quoted.output().contains(u"7B3177A3"_q));
+    EXPECT_EQ(share.names(), QStringList{u"farm.ini"_q});
 }
 
 TEST(ToolOnWindows, CopiesAndResumes)
 {
     Share const share;
-    QString const from = share.write(text("a"), "content");
-    QString const to = share.path(text("b"));
-    for (QStringList const & pause : {QStringList(), QStringList({text("--pause"), text("0")})}) {
-        ToolRun run(QStringList({text("cp"), from, to}) + pause);
+    QString const from = share.write(u"a"_q, "content");
+    QString const to = share.path(u"b"_q);
+    for (QStringList const & pause : {QStringList(), QStringList({u"--pause"_q, u"0"_q})}) {
+        ToolRun run(QStringList({u"cp"_q, from, to}) + pause);
         EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
         EXPECT_EQ(contentOf(to), "content");
     }
-    share.write(text("a"), "content and more");
-    EXPECT_EQ(ToolRun({text("resume"), from, to, text("--json")}).json().value(text("added")), 9);
+    share.write(u"a"_q, "content and more");
+    EXPECT_EQ(ToolRun("resume %1 %2 --json", {from, to}).json().value(u"added"_q), 9);
     EXPECT_EQ(contentOf(to), "content and more");
-    EXPECT_TRUE(ToolRun({text("cp"), share.path(text("none")), to})
+    EXPECT_TRUE(ToolRun("cp %1 %2", {share.path(u"none"_q), to})
                     .errors()
-                    .contains(text("b' (target unchanged): ")));
-    EXPECT_EQ(share.names(), (QStringList{text("a"), text("b")}));
+                    .contains(u"b' (target unchanged): "_q));
+    EXPECT_EQ(share.names(), (QStringList{u"a"_q, u"b"_q}));
 }
 
 TEST(ToolOnWindows, ReplacesInAFileAndNotInAReadOnlyOne)
 {
     Share const share;
-    QString const file = share.write(text("farm.ini"), "Server=a\r\n");
-    ToolRun run({text("replace"), file, text("server"), text("srv")});
+    QString const file = share.write(u"farm.ini"_q, "Server=a\r\n");
+    ToolRun run("replace %1 server srv", {file});
     EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
     EXPECT_EQ(contentOf(file), "srv=a\r\n");
     QFile::setPermissions(file, QFile::ReadOwner);
-    ToolRun refused({text("replace"), file, text("srv"), text("x")});
+    ToolRun refused("replace %1 srv x", {file});
     EXPECT_EQ(refused.status(), 1);
     EXPECT_EQ(contentOf(file), "srv=a\r\n");
-    EXPECT_EQ(share.names(), QStringList{text("farm.ini")});
+    EXPECT_EQ(share.names(), QStringList{u"farm.ini"_q});
     QFile::setPermissions(file, QFile::ReadOwner | QFile::WriteOwner);
 }
 
@@ -107,8 +105,8 @@ TEST(ToolOnWindows, ReadsTheStandardInputUnchanged)
 {
     QByteArray const payload = QByteArray("\x1A\r\nline\n\0", 9).repeated(400000);
     Share const share;
-    QString const packed = share.path(text("packed"));
-    ToolRun pack({text("pack"), text("-"), packed});
+    QString const packed = share.path(u"packed"_q);
+    ToolRun pack("pack - %1", {packed});
     pack.sendInput(payload);
     EXPECT_EQ(pack.status(), 0) << pack.errors().toStdString();
     EXPECT_EQ(contentOf(packed).mid(36), payload);
