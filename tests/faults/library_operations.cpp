@@ -10,6 +10,7 @@
 #include "shared/system/os_error.h"
 #include "tests/faults/operation.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/text.h"
 
 #include <algorithm>
 
@@ -18,11 +19,16 @@ namespace ox::tests
 namespace
 {
 
-using Run = std::function<Report(std::string const &)>;
+using Folder = std::string const &;
 
-QString nameIn(std::string const & folder, char const * name)
+QString nameIn(Folder folder, char const * name)
 {
     return QString::fromStdString(folder + '/' + name);
+}
+
+QString target(Folder folder)
+{
+    return nameIn(folder, "target");
 }
 
 /// The report of a call, with the thread's last error behind its text.
@@ -31,7 +37,7 @@ Report report(bool hasSucceeded, QString const & text = {})
     if (hasSucceeded)
         return {true, text.toStdString()};
     QString const error = oxLastOSError();
-    return {false, (text + QStringLiteral(" | ") + error).toStdString()};
+    return {false, (text + u" | "_q + error).toStdString()};
 }
 
 Report reportText(QString const & failure)
@@ -41,7 +47,7 @@ Report reportText(QString const & failure)
 
 Report reportCode(int code)
 {
-    return report(code == 0, QStringLiteral("code %1").arg(code));
+    return report(code == 0, u"code %1"_q.arg(code));
 }
 
 int sizeOfAll()
@@ -67,82 +73,61 @@ struct Buffer : _OX_DataBuffer {
     }
 };
 
+using File = QString const &;
+
 /// A form of a file: how the library saves it, and how it loads it. Both return a code.
 struct Form {
-    using File = QString const &;
-
     char const * name;
-    int (*save)(File file, char * bytes, int length);
-    int (*load)(File file, char * memory, int length);
+    std::function<int(File, char * bytes, int length)> save;
+    std::function<int(File, char * memory, int length)> load;
 };
 
-constexpr Form forms[] = {
-    {"Buffer",
-     [](Form::File file, char * bytes, int length) {
-         Buffer buffer(bytes, length);
-         buffer.saveToFile(file, true);
-         return int{buffer.error};
-     },
-     [](Form::File file, char * memory, int length) {
-         Buffer buffer;
-         buffer.loadFromFile(file, true);
-         return buffer.loadedTo(memory, length);
-     }},
-    {"CompressedBuffer",
-     [](Form::File file, char * bytes, int length) {
-         Buffer buffer(bytes, length);
-         buffer.saveToFileCompressed(file);
-         return int{buffer.error};
-     },
-     [](Form::File file, char * memory, int length) {
-         Buffer buffer;
-         buffer.loadFromFileCompressed(file, true);
-         return buffer.loadedTo(memory, length);
-     }},
-    {"Gzip",
-     [](Form::File file, char * bytes, int length) {
-         return Buffer::saveGzipFile(file, bytes, length);
-     },
-     [](Form::File file, char * memory, int length) {
-         Buffer buffer;
-         buffer.loadGzipFile(file, 10000);
-         return buffer.loadedTo(memory, length);
-     }},
-    {"GzipMemory",
-     [](Form::File file, char * bytes, int length) {
-         return Buffer::saveGzipFile(file, bytes, length);
-     },
-     [](Form::File file, char * memory, int length) {
-         return Buffer::loadGzipFile(file, memory, unsigned(length), true);
-     }},
-    {"Blocks",
-     [](Form::File file, char * bytes, int length) {
-         return Buffer::saveToFile(file, true, bytes, 1, bytes + 1, length - 1);
-     },
-     [](Form::File file, char * memory, int length) {
-         return Buffer::loadFromFile(file, true, memory, 1, memory + 1, length - 1);
-     }},
-    {"CompressedBlocks",
-     [](Form::File file, char * bytes, int length) {
-         return Buffer::saveToFileCompressed(file, true, bytes, 1, bytes + 1, length - 1);
-     },
-     [](Form::File file, char * memory, int length) {
-         return Buffer::loadFromFileCompressed(file, true, memory, 1, memory + 1, length - 1);
-     }},
-    {"CompressedHeader",
-     [](Form::File file, char * bytes, int length) {
-         return Buffer::saveToFileCompressedHeader(file, bytes, length);
-     },
-     [](Form::File file, char * memory, int length) {
-         return Buffer::loadFromFileCompressedHeader(file, memory, length);
-     }},
-    {"CompressN",
-     [](Form::File file, char * bytes, int length) {
-         return Buffer::compressNSaveToFile(file, bytes, length);
-     },
-     [](Form::File file, char * memory, int length) {
-         return Buffer::compressNLoadFromFile(file, memory, length, true);
-     }}};
+auto saved(void (*save)(Buffer &, File))
+{
+    return [save](File file, char * bytes, int length) {
+        Buffer buffer(bytes, length);
+        save(buffer, file);
+        return int{buffer.error};
+    };
+}
+
+auto loaded(void (*load)(Buffer &, File))
+{
+    return [load](File file, char * memory, int length) {
+        Buffer buffer;
+        load(buffer, file);
+        return buffer.loadedTo(memory, length);
+    };
+}
+
+std::vector<Form> const & forms()
+{
+    auto const saveGzip = [](File f, char * b, int n) { return Buffer::saveGzipFile(f, b, n); };
+    static std::vector<Form> const all = {
+        {"Buffer", saved([](Buffer & b, File f) { b.saveToFile(f, true); }),
+         loaded([](Buffer & b, File f) { b.loadFromFile(f, true); })},
+        {"CompressedBuffer", saved([](Buffer & b, File f) { b.saveToFileCompressed(f); }),
+         loaded([](Buffer & b, File f) { b.loadFromFileCompressed(f, true); })},
+        {"Gzip", saveGzip, loaded([](Buffer & b, File f) { b.loadGzipFile(f, 10000); })},
+        {"GzipMemory", saveGzip,
+         [](File f, char * b, int n) { return Buffer::loadGzipFile(f, b, unsigned(n), true); }},
+        {"Blocks",
+         [](File f, char * b, int n) { return Buffer::saveToFile(f, true, b, 1, b + 1, n - 1); },
+         [](File f, char * b, int n) { return Buffer::loadFromFile(f, true, b, 1, b + 1, n - 1); }},
+        {"CompressedBlocks",
+         [](File f, char * b, int n) {
+             return Buffer::saveToFileCompressed(f, true, b, 1, b + 1, n - 1);
+         },
+         [](File f, char * b, int n) {
+             return Buffer::loadFromFileCompressed(f, true, b, 1, b + 1, n - 1);
+         }},
+        {"CompressedHeader",
+         [](File f, char * b, int n) { return Buffer::saveToFileCompressedHeader(f, b, n); },
+         [](File f, char * b, int n) { return Buffer::loadFromFileCompressedHeader(f, b, n); }},
+        {"CompressN", [](File f, char * b, int n) { return Buffer::compressNSaveToFile(f, b, n); },
+         [](File f, char * b, int n) { return Buffer::compressNLoadFromFile(f, b, n, true); }}};
+    return all;
+}
 
 /// Saving empties the file first, so what was written before a failure stays.
 Operation saving(Form const & form)
@@ -150,9 +135,8 @@ Operation saving(Form const & form)
     return {.name = std::string("save") + form.name,
             .before = {{"/target", previousContent()}},
             .run =
-                [&form](std::string const & folder) {
-                    return reportCode(
-                        form.save(nameIn(folder, "target"), bytesOfAll(), sizeOfAll()));
+                [&form](Folder folder) {
+                    return reportCode(form.save(target(folder), bytesOfAll(), sizeOfAll()));
                 },
             .mayBe = {{"/target", Part}},
             .mayHideFaults = std::string_view(form.name) == "CompressN"};
@@ -166,9 +150,9 @@ Operation loading(Form const & form)
     return {.name = std::string("load") + form.name,
             .before = files,
             .after = files,
-            .run = [&form](std::string const & folder) -> Report {
+            .run = [&form](Folder folder) -> Report {
                 std::string loaded(newContent().size(), '\0');
-                int const code = form.load(nameIn(folder, "target"), loaded.data(), sizeOfAll());
+                int const code = form.load(target(folder), loaded.data(), sizeOfAll());
                 return code == 0 && loaded != newContent() ? Report{false, wrongContent}
                                                            : reportCode(code);
             },
@@ -177,16 +161,16 @@ Operation loading(Form const & form)
 
 Operation writing()
 {
-    return {.name = "write",
-            .before = {{"/target", previousContent()}},
-            .after = {{"/target", newContent()}},
-            .run =
-                [](std::string const & folder) {
-                    return reportText(oxWriteBufferToFile(
-                        nameIn(folder, "target"), reinterpret_cast<unsigned char *>(bytesOfAll()),
-                        sizeOfAll()));
-                },
-            .mayBe = {{"/target", Part}}};
+    return {
+        .name = "write",
+        .before = {{"/target", previousContent()}},
+        .after = {{"/target", newContent()}},
+        .run =
+            [](Folder folder) {
+                return reportText(oxWriteBufferToFile(
+                    target(folder), reinterpret_cast<unsigned char *>(bytesOfAll()), sizeOfAll()));
+            },
+        .mayBe = {{"/target", Part}}};
 }
 
 Files const sourceAndTarget = {{"/source", newContent()}, {"/target", previousContent()}};
@@ -194,14 +178,14 @@ Files const sourceTwice = {{"/source", newContent()}, {"/target", newContent()}}
 
 /// Copies the source to the target; a source that cannot be looked at counts as missing.
 Operation copying(char const * name, Files const & before, unsigned targetMayBe,
-                  std::function<QString(QString const & from, QString const & to)> const & copy)
+                  std::function<QString(File from, File to)> const & copy)
 {
     return {.name = name,
             .before = before,
             .after = sourceTwice,
             .run =
-                [copy](std::string const & folder) {
-                    return reportText(copy(nameIn(folder, "source"), nameIn(folder, "target")));
+                [copy](Folder folder) {
+                    return reportText(copy(nameIn(folder, "source"), target(folder)));
                 },
             .mayBe = {{"/target", targetMayBe}},
             .texts = {"Source file does not exist"}};
@@ -211,17 +195,13 @@ std::vector<Operation> copies()
 {
     Files const withPart = {{"/source", newContent()}, {"/target", newContent().substr(0, 10000)}};
     Files const withoutTarget = {{"/source", newContent()}};
-    auto const copy = [](QString const & from, QString const & to) {
-        return oxCopyFile(from, to, true, -1);
-    };
-    auto const inPieces = [](QString const & from, QString const & to) {
-        return oxCopyFile(from, to, true, 0);
-    };
-    auto const resume = [](QString const & from, QString const & to) {
+    auto const copy = [](File from, File to) { return oxCopyFile(from, to, true, -1); };
+    auto const inPieces = [](File from, File to) { return oxCopyFile(from, to, true, 0); };
+    auto const resume = [](File from, File to) {
         bool limitReported = false;
         return oxResumeFile(from, to, limitReported);
     };
-    auto const resumeWithBuffer = [](QString const & from, QString const & to) {
+    auto const resumeWithBuffer = [](File from, File to) {
         bool limitReported = false;
         _OX_DataBuffer added;
         return oxResumeFile(from, to, limitReported, &added);
@@ -239,17 +219,16 @@ std::vector<Operation> copies()
 
 /// A source or a folder that cannot be looked at counts as missing.
 Operation synchronising(char const * name, Files const & before, Files const & after, int pause,
-                        char const * target)
+                        char const * to)
 {
     return {.name = name,
             .before = before,
             .after = after,
             .run =
-                [target, pause](std::string const & folder) {
+                [to, pause](Folder folder) {
                     _oxString8_evenSize<500> errors;
-                    bool const isUpToDate =
-                        syncCopy(nameIn(folder, "source"), nameIn(folder, target), false, &errors,
-                                 nullptr, pause, false);
+                    bool const isUpToDate = syncCopy(nameIn(folder, "source"), nameIn(folder, to),
+                                                     false, &errors, nullptr, pause, false);
                     return report(isUpToDate, QString(errors));
                 },
             .texts = {"does not exist", "Unable to open"}};
@@ -279,9 +258,9 @@ Operation renaming(char const * name, Files const & before, bool overwrite)
             .before = before,
             .after = {{"/target", newContent()}},
             .run =
-                [overwrite](std::string const & folder) {
-                    return report(oxRenameFile(nameIn(folder, "source"), nameIn(folder, "target"),
-                                               overwrite));
+                [overwrite](Folder folder) {
+                    return report(
+                        oxRenameFile(nameIn(folder, "source"), target(folder), overwrite));
                 },
             .texts = {"File exists"}, // a target that cannot be looked at counts as missing
             .isRepeatable = false};
@@ -293,22 +272,21 @@ Operation logging(char const * name, std::string const & after, bool overwrite)
             .before = {{"/target", "a line\n"}},
             .after = {{"/target", after}},
             .run =
-                [overwrite](std::string const & folder) {
-                    return report(
-                        writeToLogFile(nameIn(folder, "target"), "another line", overwrite, false));
+                [overwrite](Folder folder) {
+                    return report(writeToLogFile(target(folder), "another line", overwrite, false));
                 },
             .mayBe = {{"/target", Part}},
             .isRepeatable = overwrite};
 }
 
-Report createFolders(std::string const & folder)
+Report createFolders(Folder folder)
 {
     return report(oxCreateFolder(nameIn(folder, "a/b/c"), true));
 }
 
-Report deleteTarget(std::string const & folder)
+Report deleteTarget(Folder folder)
 {
-    return reportText(oxDeleteFile(nameIn(folder, "target")));
+    return reportText(oxDeleteFile(target(folder)));
 }
 
 Files folderOfFiles(int count)
@@ -319,7 +297,7 @@ Files folderOfFiles(int count)
     return files;
 }
 
-Report list(std::string const & folder)
+Report list(Folder folder)
 {
     oxDirListing listing;
     listing.init(nameIn(folder, "folder"), true, true, true, false);
@@ -331,7 +309,7 @@ Report list(std::string const & folder)
     return whole == 20 ? Report{true} : Report{false, wrongContent};
 }
 
-Report empty(std::string const & folder)
+Report empty(Folder folder)
 {
     _oxEmptyFolderOptions options;
     options.recursive = true;
@@ -339,12 +317,12 @@ Report empty(std::string const & folder)
     return report(result.done && result.failures == 0, result.lastError);
 }
 
-Report lockAndUnlock(std::string const & folder)
+Report lockAndUnlock(Folder folder)
 {
-    _oxFileLocker locker(nameIn(folder, "target"));
-    if (!locker.lock(0, QStringLiteral("campaign"), nullptr, false))
-        return report(false, QStringLiteral("not locked"));
-    return report(locker.unlock(), QStringLiteral("not unlocked"));
+    _oxFileLocker locker(target(folder));
+    if (!locker.lock(0, u"campaign"_q, nullptr, false))
+        return report(false, u"not locked"_q);
+    return report(locker.unlock(), u"not unlocked"_q);
 }
 
 std::vector<Operation> operationsOnNames()
@@ -374,8 +352,8 @@ std::vector<Operation> operationsOnNames()
 std::string savedAs(std::string_view name)
 {
     TemporaryFolder const folder;
-    QString const file = folder.filePath(QStringLiteral("file"));
-    for (Form const & form : forms) {
+    QString const file = folder.filePath(u"file"_q);
+    for (Form const & form : forms()) {
         if (form.name == name)
             form.save(file, bytesOfAll(), sizeOfAll());
     }
@@ -385,7 +363,7 @@ std::string savedAs(std::string_view name)
 std::vector<Operation> libraryOperations()
 {
     std::vector<Operation> all = {writing()};
-    for (Form const & form : forms) {
+    for (Form const & form : forms()) {
         all.push_back(saving(form));
         all.push_back(loading(form));
     }
