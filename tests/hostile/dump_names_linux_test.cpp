@@ -22,7 +22,7 @@ TEST_F(HostileDumpName, IsNeitherWrittenThroughNorTaken)
     if (hasAddressSanitizer)
         GTEST_SKIP() << "the sanitizers take the signals of crashes";
     auto const dumps = [this] {
-        return QDir(inside("")).entryList({text("*.oxdmp")}, QDir::Files | QDir::NoSymLinks);
+        return QDir(inside("")).entryList({u"*.oxdmp"_q}, QDir::Files | QDir::NoSymLinks);
     };
     static __OX context{_oxTime(true), nullptr, {}, "hostile.txt"};
     oxCrashHandler & handler = *oxCrashHandler::instance();
@@ -34,7 +34,7 @@ TEST_F(HostileDumpName, IsNeitherWrittenThroughNorTaken)
     constexpr int timeAt = 14;
     constexpr int timeLength = 11;
     auto const nameAt = [&first](QDateTime const & time) {
-        return QString(first).replace(timeAt, timeLength, time.toString(text("MMdd_HHmmss")));
+        return QString(first).replace(timeAt, timeLength, time.toString(u"MMdd_HHmmss"_q));
     };
     QDateTime const now = QDateTime::currentDateTime();
     constexpr Kind kinds[] = {Kind::NewFileLink, Kind::FolderLink, Kind::Folder, Kind::Pipe};

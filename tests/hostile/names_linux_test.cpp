@@ -131,7 +131,7 @@ TEST_F(HostileName, MayBeALinkOfTheUsersOwn)
     int const file = ::open(path("own").toUtf8().constData(), O_RDONLY);
     ASSERT_EQ(::symlink("../own", target.toUtf8().constData()), 0);
     EXPECT_TRUE(writeToLogFile(target, "by a link", false, false));
-    EXPECT_TRUE(writeToLogFile(text("/proc/self/fd/%1").arg(file), "by a number", false, false));
+    EXPECT_TRUE(writeToLogFile(u"/proc/self/fd/%1"_q.arg(file), "by a number", false, false));
     EXPECT_EQ(setExecutable_Rights(target, false), QString());
     EXPECT_TRUE(oxSetFileTime(target, nullptr));
     ::close(file);
@@ -149,7 +149,7 @@ TEST_F(HostileName, OfALockFileIsTakenForAHeldLock)
         renew(lockName, planted.kind);
         _oxFileLocker locker(target);
         int waited = 0;
-        EXPECT_FALSE(locker.lock(0, text("root"), &waited, false));
+        EXPECT_FALSE(locker.lock(0, u"root"_q, &waited, false));
         EXPECT_EQ(waited, 250);
         EXPECT_TRUE(locker.status().exists);
         EXPECT_TRUE(isStill(lockName, planted.kind));
@@ -157,7 +157,7 @@ TEST_F(HostileName, OfALockFileIsTakenForAHeldLock)
                   0);
         EXPECT_TRUE(locker.status().isStale);
         bool const goes = planted.kind == Kind::Pipe || planted.kind == Kind::Device;
-        EXPECT_EQ(locker.lock(0, text("root"), nullptr, false), goes);
+        EXPECT_EQ(locker.lock(0, u"root"_q, nullptr, false), goes);
         EXPECT_TRUE(isStill(lockName, goes ? Kind::File : planted.kind));
     });
 }
@@ -191,11 +191,11 @@ TEST_F(HostileName, OfATemporaryFileIsNeitherFollowedNorWaitedFor)
     NewFile first;
     create(first, path("target"));
     QStringList const names =
-        QDir(folder.path()).entryList({text(".oxshared-*")}, QDir::Hidden | QDir::Files);
+        QDir(folder.path()).entryList({u".oxshared-*"_q}, QDir::Hidden | QDir::Files);
     ASSERT_EQ(names.size(), 1);
     auto const nameOf = [&](Kind kind) { // of a process that has ended
         return inside("") + names[0].left(19) +
-               text("7fffffff-0000000%1.tmp").arg(static_cast<int>(kind));
+               u"7fffffff-0000000%1.tmp"_q.arg(static_cast<int>(kind));
     };
     plant(nameOf(Kind::File), Kind::File);
     withEach([&](Planted const & planted) { plant(nameOf(planted.kind), planted.kind); });

@@ -34,9 +34,13 @@ class HostileRace : public NeighbourTest
         writeFile(source, "the content of root\n");
     }
 
-    Act tool(char const * name, QStringList const & arguments) const
+    /// Runs a command line of the tool. %1 is the test's folder, %2 the target.
+    Act tool(char const * line) const
     {
-        return {name, [arguments] {
+        QStringList arguments = text(line).split(u' ');
+        for (QString & word : arguments)
+            word.replace(u"%1"_q, folder.path()).replace(u"%2"_q, target);
+        return {line, [arguments] {
                     ProgramRun const run = runProgram(QStringLiteral(OX_TOOL), arguments);
                     EXPECT_TRUE(run.hasEnded && !run.hasCrashed) << run.errors.toStdString();
                 }};
@@ -116,35 +120,28 @@ TEST_F(HostileRace, LocksRemoveNoOtherFile)
 
 TEST_F(HostileRace, TheToolChangesNoOtherFile)
 {
-    QString const packed = path("packed");
-    ASSERT_TRUE(runProgram(QStringLiteral(OX_TOOL), {text("pack"), source, packed}).hasSucceeded());
+    ASSERT_TRUE(
+        runProgram(QStringLiteral(OX_TOOL), {u"pack"_q, source, path("packed")}).hasSucceeded());
     ASSERT_TRUE(QDir().mkpath(path("sources")));
     writeFile(path("sources/target"));
     writeFile(path("sources/empty"), {});
     race({"target", "target_old", "empty"}, everything,
-         {tool("pack", {text("pack"), source, target}),
-          tool("unpack", {text("unpack"), packed, text("--out"), target}),
-          tool("refresh", {text("refresh"), packed, text("--out"), target}),
-          tool("replace", {text("replace"), target, text("content"), text("other")}),
-          tool("sync", {text("sync"), path("sources"), inside("")}),
-          tool("empty", {text("empty"), text("--recursive"), inside("")})});
+         {tool("pack %1/source %2"), tool("unpack %1/packed --out %2"),
+          tool("refresh %1/packed --out %2"), tool("replace %2 content other"),
+          tool("sync %1/sources %1/theirs/"), tool("empty --recursive %1/theirs/")});
 }
 
 TEST_F(HostileRace, TheToolsLocksChangeNoOtherFile)
 {
-    QString const once = text("--timeout");
     race({"target", "target_lock.txt"}, everything,
-         {tool("lock", {text("lock"), target, once, text("0"), text("--"), text("true")}),
-          tool("refresh", {text("refresh"), target, once, text("0"), text("--out"), target})});
+         {tool("lock %2 --timeout 0 -- true"), tool("refresh %2 --timeout 0 --out %2")});
 }
 
 // Where the target of these is a folder, or a link to one, the copy goes into it.
 TEST_F(HostileRace, TheToolsCopiesReachNoOtherFile)
 {
     race({"target"}, allButFolders,
-         {tool("cp", {text("cp"), source, target}),
-          tool("cp by pieces", {text("cp"), source, target, text("--pause"), text("0")}),
-          tool("resume", {text("resume"), source, target})});
+         {tool("cp %1/source %2"), tool("cp %1/source %2 --pause 0"), tool("resume %1/source %2")});
 }
 
 } // namespace
