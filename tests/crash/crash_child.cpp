@@ -9,6 +9,7 @@
 
 #include <QString>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -16,6 +17,7 @@
 #include <latch>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace
@@ -54,24 +56,19 @@ bool isWord(char const * word, char const * expected)
 
 bool FileLogger::doWord(char const * word)
 {
-    struct Fault {
-        char const * word;
-        void (*action)();
-    };
-    static constexpr Fault faults[] = {
+    static constexpr std::pair<char const *, void (*)()> faults[] = {
         {"failing-logger", [] { throw std::runtime_error("no log"); }},
         {"slow-logger", [] { oxSleep(500); }},
         {"hanging-logger", [] { oxSleep(3600000); }},
         {"aborting-logger", [] { std::abort(); }},
         {"crashing-logger", [] { ox::tool::crash("null"); }},
     };
-    for (Fault const & fault : faults) {
-        if (isWord(word, fault.word)) {
-            fault_ = fault.action;
-            return true;
-        }
-    }
-    return false;
+    auto const fault = std::find_if(std::begin(faults), std::end(faults),
+                                    [&](auto const & each) { return isWord(word, each.first); });
+    if (fault == std::end(faults))
+        return false;
+    fault_ = fault->second;
+    return true;
 }
 
 /// Lets many threads crash at the same moment, each in one of these ways.

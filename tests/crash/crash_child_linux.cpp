@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <thread>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/prctl.h>
@@ -53,7 +54,6 @@ void limitFileSize()
     ::setrlimit(RLIMIT_FSIZE, &limit);
 }
 
-/// Uses all descriptors of the process.
 void useAllDescriptors()
 {
     rlimit const limit{100, 100};
@@ -62,54 +62,34 @@ void useAllDescriptors()
         continue;
 }
 
-void protectMemory()
-{
-    ::prctl(PR_SET_DUMPABLE, 0);
-}
-
-/// Ends the process with exit code 1 if the memory is no longer protected.
-void expectProtectedMemory()
-{
-    if (::prctl(PR_GET_DUMPABLE) != 0)
-        std::_Exit(1);
-}
-
 void crashInForkedChild()
 {
     if (::fork() == 0)
         blocks[0] = static_cast<void **>(blocks[0])[0];
 }
 
-void endByEarlierHandler(int)
-{
-    std::_Exit(17);
-}
-
 } // namespace
 
 bool doSystemWord(char const * word)
 {
-    struct Word {
-        char const * name;
-        void (*action)();
-    };
-    static constexpr Word words[] = {
-        {"malloc", crashInMalloc},   {"double-free", freeTwice},
-        {"full", limitFileSize},     {"open-all", useAllDescriptors},
-        {"protect", protectMemory},  {"still-protected", expectProtectedMemory},
+    static constexpr std::pair<char const *, void (*)()> words[] = {
+        {"malloc", crashInMalloc},
+        {"double-free", freeTwice},
+        {"full", limitFileSize},
+        {"open-all", useAllDescriptors},
+        {"protect", [] { ::prctl(PR_SET_DUMPABLE, 0); }},
+        {"still-protected", [] { ::prctl(PR_GET_DUMPABLE) == 0 ? void() : std::_Exit(1); }},
         {"fork", crashInForkedChild}};
-    for (Word const & known : words) {
-        if (std::strcmp(known.name, word) == 0) {
-            known.action();
-            return true;
-        }
+    for (auto const & [known, act] : words) {
+        if (std::strcmp(known, word) == 0)
+            return act(), true;
     }
     return false;
 }
 
 void installEarlierHandler()
 {
-    std::signal(SIGSEGV, endByEarlierHandler);
+    std::signal(SIGSEGV, [](int) { std::_Exit(17); });
 }
 
 bool dumpForException()

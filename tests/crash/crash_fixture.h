@@ -41,6 +41,7 @@ class CrashTest : public FolderTest
     /// Names of the dumps with a final name and of those without, sorted.
     QStringList dumps() const { return filesOf("*.oxdmp"); }
     QStringList unnamedDumps() const { return filesOf("*.dmp"); }
+    DumpContent dump(int index) const { return readDump(folder.filePath(dumps()[index])); }
     void removeDumps() const
     {
         for (QString const & dump : dumps())

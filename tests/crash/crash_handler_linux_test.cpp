@@ -31,13 +31,13 @@ void addLibraryFolder(QString const &) {}
 TEST_F(CrashTest, AForkedChildThatCrashesKeepsItsParentsDump)
 {
     // Parent and child crash at the same time.
-    run({text("fork"), text("abort")});
+    run({u"fork"_q, u"abort"_q});
     QElapsedTimer clock;
     for (clock.start(); dumps().size() < 2 && clock.elapsed() < 30000;)
         oxSleep(20);
     ASSERT_EQ(dumps().size(), 2);
-    std::uint32_t const first = readDump(folder.filePath(dumps()[0])).code;
-    std::uint32_t const second = readDump(folder.filePath(dumps()[1])).code;
+    std::uint32_t const first = dump(0).code;
+    std::uint32_t const second = dump(1).code;
     EXPECT_EQ(std::min(first, second), std::uint32_t{SIGABRT});
     EXPECT_EQ(std::max(first, second), std::uint32_t{SIGSEGV});
     EXPECT_TRUE(unnamedDumps().isEmpty());
@@ -46,11 +46,11 @@ TEST_F(CrashTest, AForkedChildThatCrashesKeepsItsParentsDump)
 TEST_F(CrashTest, TheProcessEndsIfNoDumpCanBeWritten)
 {
     // Root may write to every folder except those of the kernel.
-    QString const readOnly = ::geteuid() == 0 ? text("/proc") : folder.path();
+    QString const readOnly = ::geteuid() == 0 ? u"/proc"_q : folder.path();
     ::chmod(folder.path().toUtf8().constData(), 0700);
     for (auto const & [words, dumpFolder] :
-         {std::pair{QStringList{text("null")}, readOnly},
-          std::pair{QStringList{text("full"), text("null")}, folder.path()}}) {
+         {std::pair{QStringList{u"null"_q}, readOnly},
+          std::pair{QStringList{u"full"_q, u"null"_q}, folder.path()}}) {
         writeFile(log());
         if (dumpFolder == readOnly)
             ::chmod(folder.path().toUtf8().constData(), 0500);
@@ -64,7 +64,7 @@ TEST_F(CrashTest, TheProcessEndsIfNoDumpCanBeWritten)
 
 TEST_F(CrashTest, DumpsAreWrittenWithAllDescriptorsInUse)
 {
-    run({text("open-all"), text("dump"), text("dump"), text("null")});
+    run({u"open-all"_q, u"dump"_q, u"dump"_q, u"null"_q});
     EXPECT_EQ(output, "true\ntrue\n");
     EXPECT_EQ(exitCode, SIGSEGV);
     ASSERT_EQ(dumps().size(), 3);
@@ -74,7 +74,7 @@ TEST_F(CrashTest, DumpsAreWrittenWithAllDescriptorsInUse)
 
 TEST_F(CrashTest, ADumpKeepsTheProtectionOfTheMemory)
 {
-    run({text("protect"), text("dump"), text("still-protected")});
+    run({u"protect"_q, u"dump"_q, u"still-protected"_q});
     EXPECT_EQ(output, "true\n");
     EXPECT_EQ(exitCode, 0);
 }
@@ -100,15 +100,14 @@ TEST_F(CrashTest, TheDumpReaderNamesTheFunctionThatCrashed)
     for (ox::tool::CrashKind const & kind : ox::tool::crashKinds()) {
         SCOPED_TRACE(kind.name);
         // Without the symbols of the C library the reader cannot unwind its 32-bit frames.
-        bool const endsInLibrary =
-            text(kind.name) == text("abort") || text(kind.name) == text("throw");
+        bool const endsInLibrary = text(kind.name) == u"abort"_q || text(kind.name) == u"throw"_q;
         if (sizeof(void *) == 4 && endsInLibrary)
             continue;
         removeDumps();
         run({text(kind.name)});
         ASSERT_EQ(dumps().size(), 1);
         ProgramRun const stackReader = runReader(
-            "minidump_stackwalk", {text("-m"), folder.filePath(dumps()[0]), path("symbols")});
+            "minidump_stackwalk", {u"-m"_q, folder.filePath(dumps()[0]), path("symbols")});
         ASSERT_TRUE(stackReader.hasEnded && !stackReader.hasCrashed);
         QByteArray const & report = stackReader.output;
         // "Crash|SIGSEGV /SEGV_MAPERR|0x0|0", then "0|1|crash_child|ox::tool::…|file|line|0x…"

@@ -18,7 +18,7 @@ QRegularExpression finalName()
     QString const start = _oxTime(1'794'000'000, true).asStringFileNameYearMinute();
     QString const width = QString::number(sizeof(void *) * 8);
     return QRegularExpression(
-        QStringLiteral("^client__dump_\\d{4}_\\d{6}_7\\.0\\.26_%1_%2\\.oxdmp$").arg(start, width));
+        u"^client__dump_\\d{4}_\\d{6}_7\\.0\\.26_%1_%2\\.oxdmp$"_q.arg(start, width));
 }
 
 } // namespace
@@ -38,9 +38,9 @@ TEST_F(CrashTest, EveryKindOfCrashWritesADumpAndKeepsItsExitCode)
         QByteArray const name = folder.filePath(dumps()[0]).toUtf8();
         EXPECT_EQ(lines(), (QList<QByteArray>{"crash detected true", "wrote dumpfile to " + name,
                                               QByteArray()}));
-        DumpContent const dump = readDump(folder.filePath(dumps()[0]));
-        EXPECT_EQ(dump.code, kind.dumpCode);
-        EXPECT_EQ(dump.thread == dump.firstThread, kind.isMainThread);
+        DumpContent const content = dump(0);
+        EXPECT_EQ(content.code, kind.dumpCode);
+        EXPECT_EQ(content.thread == content.firstThread, kind.isMainThread);
     }
 }
 
@@ -53,19 +53,19 @@ TEST_F(CrashTest, ThreadsThatCrashTogetherWriteOneCompleteDump)
         ASSERT_EQ(dumps().size(), 1);
         EXPECT_TRUE(unnamedDumps().isEmpty());
         EXPECT_EQ(lines().size(), 3);
-        EXPECT_GE(readDump(folder.filePath(dumps()[0])).threadCount, 41u);
+        EXPECT_GE(dump(0).threadCount, 41u);
     }
 }
 
 TEST_F(CrashTest, ADumpOnDemandAndALaterCrashHaveSeparateDumps)
 {
-    run({text("dump"), text("init"), text("dump-for-exception"), text("null")});
+    run({u"dump"_q, u"init"_q, u"dump-for-exception"_q, u"null"_q});
     EXPECT_EQ(output, "true\ntrue\n");
     // Dumps of the same second get the names of the next seconds.
     ASSERT_EQ(dumps().size(), 3);
-    EXPECT_EQ(readDump(folder.filePath(dumps()[0])).code, 0xC0000025u);
-    EXPECT_EQ(readDump(folder.filePath(dumps()[1])).code, 0xC0000094u);
-    EXPECT_EQ(readDump(folder.filePath(dumps()[2])).code, expectedEnds()[0].dumpCode);
+    EXPECT_EQ(dump(0).code, 0xC0000025u);
+    EXPECT_EQ(dump(1).code, 0xC0000094u);
+    EXPECT_EQ(dump(2).code, expectedEnds()[0].dumpCode);
     ASSERT_EQ(lines().size(), 7);
     EXPECT_EQ(lines()[0], "crash detected truedump called");
     EXPECT_EQ(lines()[2], "crash detected true");
@@ -75,8 +75,8 @@ TEST_F(CrashTest, ADumpOnDemandAndALaterCrashHaveSeparateDumps)
 
 TEST_F(CrashTest, ALoggerThatFailsOrIsSlowLosesOneLineAtMost)
 {
-    run({text("dump"), text("slow-logger"), text("dump"), text("no-logger"), text("dump"),
-         text("logger"), text("failing-logger"), text("abort")});
+    run({u"dump"_q, u"slow-logger"_q, u"dump"_q, u"no-logger"_q, u"dump"_q, u"logger"_q,
+         u"failing-logger"_q, u"abort"_q});
     EXPECT_EQ(output, "true\ntrue\ntrue\n");
     EXPECT_EQ(dumps().size(), 4);
     EXPECT_TRUE(unnamedDumps().isEmpty());
@@ -96,7 +96,7 @@ TEST_F(CrashTest, TheDumpOfACrashSurvivesEveryFaultOfTheLogger)
         EXPECT_EQ(crashed, kind.crashed);
         EXPECT_EQ(exitCode, static_cast<int>(kind.exitCode));
         ASSERT_EQ(dumps().size(), 1);
-        EXPECT_EQ(readDump(folder.filePath(dumps()[0])).code, kind.dumpCode);
+        EXPECT_EQ(dump(0).code, kind.dumpCode);
         EXPECT_TRUE(unnamedDumps().isEmpty());
         EXPECT_EQ(lines(), QList<QByteArray>{QByteArray()});
     }
@@ -104,16 +104,16 @@ TEST_F(CrashTest, TheDumpOfACrashSurvivesEveryFaultOfTheLogger)
 
 TEST_F(CrashTest, ALoggerThatCrashesDuringADumpOnDemandIsACrashOfTheApplication)
 {
-    run({text("crashing-logger"), text("dump")});
+    run({u"crashing-logger"_q, u"dump"_q});
     EXPECT_EQ(exitCode, static_cast<int>(expectedEnds()[0].exitCode));
     ASSERT_EQ(dumps().size(), 1);
-    EXPECT_EQ(readDump(folder.filePath(dumps()[0])).code, expectedEnds()[0].dumpCode);
+    EXPECT_EQ(dump(0).code, expectedEnds()[0].dumpCode);
     EXPECT_EQ(unnamedDumps().size(), 1); // the dump on demand
 }
 
 TEST_F(CrashTest, WithoutItsFolderADumpFailsAndTheProcessEnds)
 {
-    run({text("dump"), text("null")}, path("missing"));
+    run({u"dump"_q, u"null"_q}, path("missing"));
     // The system may add its own output.
     EXPECT_TRUE(output.startsWith("false\n")) << output.toStdString();
     EXPECT_EQ(exitCode, static_cast<int>(expectedEnds()[0].exitCode));
@@ -123,9 +123,9 @@ TEST_F(CrashTest, WithoutItsFolderADumpFailsAndTheProcessEnds)
 
 TEST_F(CrashTest, ACrashIsPassedToEarlierHandlersOnRequest)
 {
-    run({text("earlier-handler"), text("null")});
+    run({u"earlier-handler"_q, u"null"_q});
     EXPECT_EQ(exitCode, static_cast<int>(expectedEnds()[0].exitCode));
-    run({text("earlier-handler"), text("to-system"), text("null")});
+    run({u"earlier-handler"_q, u"to-system"_q, u"null"_q});
     EXPECT_EQ(exitCode, 17);
     EXPECT_EQ(dumps().size(), 2);
 }
@@ -140,16 +140,16 @@ TEST_F(CrashTest, AnInstallationsDumpsAreInItsReleaseLogFolder)
     ASSERT_TRUE(QFile::copy(original.filePath(), program));
     addLibraryFolder(original.absolutePath());
     // An invalid folder is ignored and the previous one stays.
-    run({text("too-long-folder"), text("dump")}, text("default"));
+    run({u"too-long-folder"_q, u"dump"_q}, u"default"_q);
     EXPECT_EQ(output, "true\n");
-    EXPECT_EQ(QDir(logs).entryList({text("*.oxdmp")}).size(), 1);
+    EXPECT_EQ(QDir(logs).entryList({u"*.oxdmp"_q}).size(), 1);
 }
 
 TEST(CrashHandler, WithoutInitDoesNothing)
 {
     oxCrashHandler & handler = *oxCrashHandler::instance();
     EXPECT_EQ(&handler, oxCrashHandler::instance());
-    handler.setDumpPath(text("anywhere"));
+    handler.setDumpPath(u"anywhere"_q);
     handler.setDumpPathDefault();
     EXPECT_FALSE(handler.writeMinidump());
     EXPECT_FALSE(handler.WriteMinidumpForException(nullptr));

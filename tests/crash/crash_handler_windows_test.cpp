@@ -27,6 +27,6 @@ void addLibraryFolder(QString const & folder)
 
 TEST_F(CrashTest, ACrashWithTheHeapLockedEndsWithOrWithoutADump)
 {
-    run({text("malloc")});
+    run({u"malloc"_q});
     EXPECT_EQ(exitCode, static_cast<int>(0xC0000005));
 }
