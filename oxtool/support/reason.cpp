@@ -2,7 +2,7 @@
 
 #include "shared/system/os_error.h"
 
-#include <QRegularExpression>
+#include <QLatin1String>
 
 namespace ox::tool
 {
@@ -24,9 +24,16 @@ QString lastReason()
 
 QString reasonIn(QString const & libraryText)
 {
-    static QRegularExpression const systemForm(QStringLiteral("^Error \\d+: (.+?)\\.*$"));
-    auto const match = systemForm.match(libraryText);
-    return match.hasMatch() ? match.captured(1) : libraryText;
+    // No QRegularExpression: on Windows, Qt's thread-local data of it can crash the end of a thread.
+    QLatin1String const lead("Error ");
+    auto const end = libraryText.indexOf(QLatin1String(": "));
+    bool isNumber = false;
+    if (libraryText.startsWith(lead) && end > 0)
+        libraryText.mid(lead.size(), end - lead.size()).toUInt(&isNumber);
+    QString message = isNumber ? libraryText.mid(end + 2) : QString();
+    while (message.endsWith(u'.'))
+        message.chop(1);
+    return message.isEmpty() ? libraryText : message;
 }
 
 } // namespace ox::tool

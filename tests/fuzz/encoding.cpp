@@ -5,7 +5,7 @@
 
 #include "tests/fuzz/fuzz_input.h"
 
-// Transport encodings, XML escapes, short names and addresses: what was encoded comes back,
+// Transport encodings, XML escapes, short names and addresses: what was encoded round-trips,
 // wherever it stands in markup. The decoder of UTF-8 runs is compared with a simple one.
 
 namespace
