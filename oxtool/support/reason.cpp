@@ -24,7 +24,8 @@ QString lastReason()
 
 QString reasonIn(QString const & libraryText)
 {
-    // No QRegularExpression: on Windows, Qt's thread-local data of it can crash the end of a thread.
+    // No QRegularExpression: on Windows, Qt's thread-local data of it can crash the end of a
+    // thread.
     QLatin1String const lead("Error ");
     auto const end = libraryText.indexOf(QLatin1String(": "));
     bool isNumber = false;
