@@ -4,6 +4,7 @@
 #include "shared/text/printing.h"
 
 #include <string_view>
+#include <utility>
 
 /// Fixed-capacity UTF-16 strings without heap memory, for texts of any characters. A surrogate pair
 /// counts as two characters, and the capacity can cut it in two.

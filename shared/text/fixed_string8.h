@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 
 /// Fixed-capacity 8-bit strings without heap memory, which the farm's binary records contain. The
 /// memory image is the same in every build; docs/record_layouts.md shows it.
