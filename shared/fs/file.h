@@ -102,8 +102,8 @@ OX_EXPORT bool writeToLogFile(_oxString8_evenSize<250> const & name, _oxString8_
 /// Appends one line to a text file; the name is a QString, whose letters all reach the system.
 OX_EXPORT bool writeToLogFile(QString const & name, _oxString8_evenSize<3000> line, bool overwrite,
                               bool addTime);
-/// Appends one line to a text file; the name has any other type of text. A literal names a file as
-/// an 8-bit record does.
+/// Appends one line to a text file; the name has any other type of text. A literal is interpreted
+/// like the name in an 8-bit record.
 template <ox::text::FileName Name>
 bool writeToLogFile(Name const & name, _oxString8_evenSize<3000> line, bool overwrite, bool addTime)
 {

@@ -30,7 +30,7 @@ enum class UserOf { Settings, Process };
 /// list of users, on Windows from the registry.
 inline constexpr char openUserList[] = "open registry";
 inline constexpr char readUserList[] = "read value";
-/// System call that reads the token of a process; TokenSize has its sizes.
+/// Name of the system call that reads the token of a process, for the step of an error.
 inline constexpr char readToken[] = "GetTokenInformation";
 
 /// Sizes in bytes of a failed read of a token; otherwise 0.

@@ -86,8 +86,8 @@ class OX_EXPORT oxSharedMemory
     std::span<std::byte> bytes();
 
     /// Number of data bytes: after `create` the requested size; after `attach` the size up to the
-    /// end of the last memory page. -9 before the first of these calls; detaching does not change
-    /// it.
+    /// end of the last memory page. Before the first create() or attach() the number is -9. A
+    /// detach() does not change the number.
     int size() const { return mappedSize_ - headerSize; }
 
     /// Takes the lock. Waits up to two seconds while another process holds it. The lock is

@@ -36,8 +36,8 @@ std::string unquoted(std::string_view value)
     return text;
 }
 
-/// Returns the base clock of the processor or, if unknown, its highest clock. The current clock
-/// changes all the time. 0 if the kernel does not control the clock.
+/// Returns the base clock of the processor in MHz or, if the base clock is unknown, the highest
+/// clock; 0 if the kernel does not control the clock.
 unsigned nominalMegahertz()
 {
     for (char const * path : {"/sys/devices/system/cpu/cpu0/cpufreq/base_frequency",
