@@ -1,5 +1,7 @@
-#include <benchmark/benchmark.h>
+#include "shared/data/checksum.h"
+#include "shared/data/crc.h"
 
+#include <benchmark/benchmark.h>
 #include <isa-l/crc.h>
 #include <isa-l/crc64.h>
 #include <libdeflate.h>
@@ -10,9 +12,6 @@
 #include <numeric>
 #include <string>
 #include <vector>
-
-#include "shared/data/checksum.h"
-#include "shared/data/crc.h"
 
 namespace
 {

@@ -1,3 +1,4 @@
+#include "client/linux/handler/exception_handler.h"
 #include "shared/crash/crash_handler.h"
 
 #include <benchmark/benchmark.h>
@@ -13,8 +14,6 @@
 
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include "client/linux/handler/exception_handler.h"
 
 // The measured work runs in a child process, which writes its duration in seconds to a pipe.
 

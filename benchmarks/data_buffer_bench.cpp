@@ -1,12 +1,11 @@
 #include "shared/data/data_buffer.h"
 
 #include <benchmark/benchmark.h>
+#include <zlib.h>
 
 #include <QByteArray>
 #include <QFile>
 #include <QTemporaryDir>
-
-#include <zlib.h>
 
 #include <algorithm>
 #include <cctype>

@@ -1,17 +1,16 @@
+#include "shared/text/fixed_string.h"
+
 #include <benchmark/benchmark.h>
+#include <boost/algorithm/string/find.hpp>
+#include <boost/static_string/static_string.hpp>
 
 #include <QByteArray>
 #include <QString>
-
-#include <boost/algorithm/string/find.hpp>
-#include <boost/static_string/static_string.hpp>
 
 #include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <string>
-
-#include "shared/text/fixed_string.h"
 
 namespace
 {

@@ -1,10 +1,10 @@
+#include "shared/text/format.h"
+
 #include <benchmark/benchmark.h>
 
 #include <QString>
 
 #include <string>
-
-#include "shared/text/format.h"
 
 namespace
 {

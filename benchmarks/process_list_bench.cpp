@@ -1,6 +1,7 @@
 #include "shared/system/process_list.h"
 
 #include <benchmark/benchmark.h>
+#include <libproc2/pids.h>
 
 #include <QProcess>
 
@@ -8,9 +9,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
-#include <libproc2/pids.h>
-#include <malloc.h>
 #include <memory>
+
+#include <malloc.h>
 
 namespace
 {

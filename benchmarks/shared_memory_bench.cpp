@@ -1,13 +1,12 @@
-#include <benchmark/benchmark.h>
+#include "shared/system/shared_memory.h"
 
+#include <benchmark/benchmark.h>
 #include <boost/interprocess/mapped_region.hpp>
 #include <boost/interprocess/shared_memory_object.hpp>
 
 #include <cstddef>
 #include <stdexcept>
 #include <string>
-
-#include "shared/system/shared_memory.h"
 
 namespace
 {

@@ -1,3 +1,5 @@
+#include "shared/text/string_list.h"
+
 #include <benchmark/benchmark.h>
 
 #include <QStringList>
@@ -6,8 +8,6 @@
 #include <random>
 #include <string>
 #include <vector>
-
-#include "shared/text/string_list.h"
 
 namespace
 {

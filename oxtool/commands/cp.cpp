@@ -1,5 +1,3 @@
-#include "shared/fs/copy.h"
-
 #include "oxtool/commands/commands.h"
 #include "oxtool/support/failure.h"
 #include "oxtool/support/names.h"
@@ -7,6 +5,7 @@
 #include "oxtool/support/progress.h"
 #include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
+#include "shared/fs/copy.h"
 #include "shared/fs/copy_steps.h"
 #include "shared/platform/files.h"
 

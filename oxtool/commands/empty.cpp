@@ -1,10 +1,9 @@
-#include "shared/fs/empty_folder.h"
-
 #include "oxtool/commands/commands.h"
 #include "oxtool/support/failure.h"
 #include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
 #include "oxtool/support/stop.h"
+#include "shared/fs/empty_folder.h"
 
 #include <QJsonArray>
 

@@ -1,9 +1,8 @@
-#include "shared/fs/dir_listing.h"
-
 #include "oxtool/commands/commands.h"
 #include "oxtool/support/failure.h"
 #include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
+#include "shared/fs/dir_listing.h"
 
 namespace ox::tool
 {

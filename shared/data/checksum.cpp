@@ -1,12 +1,12 @@
 #include "shared/data/checksum.h"
 
+#include "shared/data/crc.h"
+#include "shared/data/crc_kernels.h"
+
 #include <atomic>
 #include <cstddef>
 #include <cstring>
 #include <iterator>
-
-#include "shared/data/crc.h"
-#include "shared/data/crc_kernels.h"
 
 using namespace ox::data;
 

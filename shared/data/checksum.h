@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstdint>
-
 #include "shared/export.h"
+
+#include <cstdint>
 
 // Checksums of the farm. The files of the data buffer contain the 32-bit one. All are exact on
 // every machine; the instructions that compute them are chosen at run time.

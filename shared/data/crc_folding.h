@@ -1,10 +1,10 @@
 #pragma once
 
+#include "shared/data/crc.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
-
-#include "shared/data/crc.h"
 
 // Constants of the folding kernels for a CRC.
 //

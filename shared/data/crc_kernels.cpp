@@ -1,8 +1,8 @@
 #include "shared/data/crc_kernels.h"
 
-#include <algorithm>
-
 #include "shared/data/crc_folding.h"
+
+#include <algorithm>
 
 #if defined(__x86_64__) || defined(__i386__)
 #define OX_HAS_FOLDING_KERNELS

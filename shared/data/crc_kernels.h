@@ -1,9 +1,9 @@
 #pragma once
 
+#include "shared/data/crc.h"
+
 #include <cstddef>
 #include <span>
-
-#include "shared/data/crc.h"
 
 namespace ox::data
 {

@@ -4,9 +4,9 @@
 #include "shared/text/file_name.h"
 #include "shared/text/fixed_string8.h"
 
-#include <QString>
-
 #include <zlib.h>
+
+#include <QString>
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,5 @@
-#include "shared/data/data_buffer.h"
-
 #include "shared/data/checksum.h"
+#include "shared/data/data_buffer.h"
 #include "shared/platform/files.h"
 #include "shared/platform/open_file.h"
 #include "shared/platform/result.h"

@@ -1,4 +1,7 @@
 #include "shared/data/checksum.h"
+#include "shared/data/crc_kernels.h"
+#include "tests/support/golden.h"
+#include "tests/support/text.h"
 
 #include <gtest/gtest.h>
 
@@ -8,10 +11,6 @@
 #include <string>
 #include <type_traits>
 #include <vector>
-
-#include "shared/data/crc_kernels.h"
-#include "tests/support/golden.h"
-#include "tests/support/text.h"
 
 using namespace ox::data;
 using namespace ox::tests;

@@ -1,5 +1,4 @@
 #include "shared/data/data_buffer.h"
-
 #include "tests/support/child.h"
 #include "tests/support/file_content.h"
 #include "tests/support/golden.h"

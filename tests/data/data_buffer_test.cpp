@@ -1,5 +1,4 @@
 #include "shared/data/data_buffer.h"
-
 #include "shared/system/os_error.h"
 #include "tests/support/file_content.h"
 

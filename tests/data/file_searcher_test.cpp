@@ -1,5 +1,4 @@
 #include "shared/data/file_searcher.h"
-
 #include "tests/support/file_content.h"
 #include "tests/support/temporary_folder.h"
 

@@ -1,13 +1,13 @@
 #include "shared/data/random.h"
+#include "tests/support/golden.h"
+#include "tests/support/text.h"
 
 #include <gtest/gtest.h>
 
 #include <QJsonArray>
+
 #include <string>
 #include <string_view>
-
-#include "tests/support/golden.h"
-#include "tests/support/text.h"
 
 using namespace ox::tests;
 using namespace std::string_view_literals;

@@ -1,5 +1,4 @@
 #include "shared/fs/access_rights.h"
-
 #include "tests/support/file_content.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/text.h"

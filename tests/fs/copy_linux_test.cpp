@@ -1,7 +1,6 @@
 // Tests of copies with real faults: a full disk, failing reads and writes.
 
 #include "shared/fs/copy.h"
-
 #include "shared/system/os_error.h"
 #include "tests/support/file_content.h"
 #include "tests/support/temporary_folder.h"

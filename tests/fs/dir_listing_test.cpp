@@ -1,5 +1,4 @@
 #include "shared/fs/dir_listing.h"
-
 #include "shared/fs/file.h"
 #include "shared/system/os_error.h"
 #include "tests/support/file_content.h"

@@ -1,5 +1,4 @@
 #include "shared/fs/empty_folder.h"
-
 #include "shared/fs/file.h"
 #include "tests/support/file_content.h"
 #include "tests/support/temporary_folder.h"

@@ -1,5 +1,4 @@
 #include "shared/fs/empty_folder.h"
-
 #include "tests/fs/holder_windows.h"
 #include "tests/support/file_content.h"
 #include "tests/support/temporary_folder.h"

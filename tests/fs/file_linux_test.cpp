@@ -1,6 +1,5 @@
-#include "shared/fs/file.h"
-
 #include "shared/data/data_buffer.h"
+#include "shared/fs/file.h"
 #include "shared/system/environment.h"
 #include "shared/system/os_error.h"
 #include "tests/fs/log_lines.h"

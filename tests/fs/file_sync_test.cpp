@@ -1,6 +1,5 @@
-#include "shared/fs/file_sync.h"
-
 #include "shared/fs/file.h"
+#include "shared/fs/file_sync.h"
 #include "shared/fs/file_sync_steps.h"
 #include "tests/support/file_content.h"
 #include "tests/support/temporary_folder.h"

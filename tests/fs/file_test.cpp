@@ -1,5 +1,4 @@
 #include "shared/fs/file.h"
-
 #include "shared/system/os_error.h"
 #include "tests/support/file_content.h"
 #include "tests/support/temporary_folder.h"
@@ -15,7 +14,6 @@
 #include <QRegularExpression>
 
 #include <cerrno>
-
 #include <filesystem>
 
 using namespace ox::tests;

@@ -1,6 +1,5 @@
-#include "shared/fs/file.h"
-
 #include "shared/data/file_searcher.h"
+#include "shared/fs/file.h"
 #include "shared/system/os_error.h"
 #include "tests/fs/holder_windows.h"
 #include "tests/fs/log_lines.h"

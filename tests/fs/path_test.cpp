@@ -1,5 +1,4 @@
 #include "shared/fs/path.h"
-
 #include "tests/support/text.h"
 #include "tests/support/this_build.h"
 

@@ -1,10 +1,10 @@
 #include "oxtool/command_line/command_line.h"
+
 #include "oxtool/commands/commands.h"
 #include "oxtool/support/failure.h"
 #include "oxtool/support/names.h"
 #include "oxtool/support/stored_path.h"
 #include "shared/fs/path.h"
-
 #include "tests/fuzz/fuzz_input.h"
 
 // The tool's command lines, and its mapping of stored paths. The commands are the tool's own; none

@@ -1,8 +1,8 @@
 #include "shared/text/encoding.h"
+
 #include "shared/platform/file_names.h"
 #include "shared/text/format.h"
 #include "shared/text/utf16_view.h"
-
 #include "tests/fuzz/fuzz_input.h"
 
 // Transport encodings, XML escapes, short names and addresses: what was encoded round-trips,

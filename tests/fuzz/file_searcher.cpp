@@ -1,6 +1,6 @@
 #include "shared/data/file_searcher.h"
-#include "shared/data/byte_search.h"
 
+#include "shared/data/byte_search.h"
 #include "tests/fuzz/fuzz_input.h"
 
 // The searcher of files, compared with a simple one: searches, changes in pieces, and replacements.

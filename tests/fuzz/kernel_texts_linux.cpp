@@ -3,7 +3,6 @@
 #include "shared/platform/linux/system_texts.h"
 #include "shared/system/shared_memory.h"
 #include "shared/system/sys_info_rules.h"
-
 #include "tests/fuzz/fuzz_input.h"
 
 #include <fcntl.h>

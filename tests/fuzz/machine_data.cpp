@@ -3,7 +3,6 @@
 #include "shared/platform/windows/storage_descriptor.h"
 #include "shared/system/smart_table.h"
 #include "shared/system/sys_info_rules.h"
-
 #include "tests/fuzz/fuzz_input.h"
 
 #include <numeric>

@@ -1,6 +1,5 @@
 #include "shared/text/format.h"
 #include "shared/time/time_value.h"
-
 #include "tests/fuzz/fuzz_input.h"
 
 #include <QByteArray>

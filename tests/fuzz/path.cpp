@@ -1,6 +1,6 @@
 #include "shared/fs/path.h"
-#include "shared/platform/file_names.h"
 
+#include "shared/platform/file_names.h"
 #include "tests/fuzz/fuzz_input.h"
 
 // Paths as text: the forms for the types of text agree, the parts of a path make the path, and a

@@ -1,8 +1,8 @@
 #include "shared/system/cpu_value.h"
 
-#include <QDebug>
-
 #include <gtest/gtest.h>
+
+#include <QDebug>
 
 #include <cmath>
 #include <limits>

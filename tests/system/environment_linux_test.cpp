@@ -1,5 +1,4 @@
 #include "shared/system/environment.h"
-
 #include "tests/support/own_program.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/text.h"
@@ -13,8 +12,9 @@
 
 #include <chrono>
 #include <csignal>
-#include <pthread.h>
 #include <thread>
+
+#include <pthread.h>
 
 using namespace ox::tests;
 

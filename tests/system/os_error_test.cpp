@@ -2,9 +2,9 @@
 #include "shared/system/identity.h"
 #include "shared/system/os_error.h"
 
-#include <QDebug>
-
 #include <gtest/gtest.h>
+
+#include <QDebug>
 
 namespace
 {

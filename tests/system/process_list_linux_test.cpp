@@ -9,8 +9,9 @@
 
 #include <csignal>
 #include <ctime>
-#include <malloc.h>
 #include <memory>
+
+#include <malloc.h>
 #include <pthread.h>
 #include <pwd.h>
 #include <sys/prctl.h>

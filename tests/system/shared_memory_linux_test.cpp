@@ -1,8 +1,7 @@
-#include "tests/system/shared_memory_fixture.h"
-
 #include "shared/system/os_error.h"
 #include "tests/support/descriptor_linux.h"
 #include "tests/support/file_content.h"
+#include "tests/system/shared_memory_fixture.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,6 +1,5 @@
-#include "tests/system/shared_memory_fixture.h"
-
 #include "shared/system/os_error.h"
+#include "tests/system/shared_memory_fixture.h"
 
 #include <QElapsedTimer>
 

@@ -2,7 +2,6 @@
 #include "shared/system/environment.h"
 #include "shared/system/identity.h"
 #include "shared/system/sys_info.h"
-
 #include "tests/support/child.h"
 #include "tests/support/program_run.h"
 #include "tests/support/shell.h"
@@ -18,6 +17,7 @@
 #include <atomic>
 #include <fstream>
 #include <thread>
+
 #include <unistd.h>
 
 using namespace ox::tests;

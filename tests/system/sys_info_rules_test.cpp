@@ -3,7 +3,6 @@
 #include "shared/system/smart_table.h"
 #include "shared/system/sys_info_rules.h"
 #include "shared/system/user_text.h"
-
 #include "tests/support/text.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
 #include "shared/system/sys_info.h"
-
 #include "tests/support/text.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,6 @@
 #include "shared/platform/windows/registry.h"
 #include "shared/system/identity.h"
 #include "shared/system/sys_info.h"
-
 #include "tests/support/text.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
 #include "shared/text/encoding.h"
-
 #include "tests/support/text.h"
 
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 #include "shared/text/fixed_string8.h"
 
-#include <QString>
-
 #include <gtest/gtest.h>
+
+#include <QString>
 
 #include <climits>
 #include <string>

@@ -1,8 +1,8 @@
 #include "shared/text/fixed_string.h"
 
-#include <QString>
-
 #include <gtest/gtest.h>
+
+#include <QString>
 
 #include <algorithm>
 #include <compare>

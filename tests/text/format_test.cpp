@@ -1,10 +1,10 @@
 #include "shared/text/format.h"
-
 #include "tests/support/text.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cmath>
 #include <limits>
 
 using namespace ox::tests;

@@ -1,8 +1,8 @@
 #include "shared/text/string_list.h"
 
-#include <QDebug>
-
 #include <gtest/gtest.h>
+
+#include <QDebug>
 
 #include <cstring>
 #include <sstream>

@@ -1,8 +1,8 @@
 #include "shared/time/stopwatch.h"
 
-#include <QString>
-
 #include <gtest/gtest.h>
+
+#include <QString>
 
 #include <chrono>
 #include <thread>

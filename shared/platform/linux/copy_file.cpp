@@ -1,5 +1,4 @@
 #include "shared/platform/files.h"
-
 #include "shared/platform/linux/copy_content.h"
 #include "shared/platform/linux/place.h"
 

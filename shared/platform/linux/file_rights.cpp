@@ -1,5 +1,4 @@
 #include "shared/platform/files.h"
-
 #include "shared/platform/linux/descriptor.h"
 #include "shared/platform/linux/place.h"
 

@@ -5,11 +5,12 @@
 
 #include <charconv>
 #include <cstdint>
-#include <fcntl.h>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+
+#include <fcntl.h>
 
 namespace ox::platform
 {

@@ -8,9 +8,9 @@
 #include <algorithm>
 #include <array>
 #include <map>
-#include <scsi/sg.h>
 #include <utility>
 
+#include <scsi/sg.h>
 #include <sys/ioctl.h>
 #include <sys/utsname.h>
 

@@ -1,5 +1,6 @@
 #include "shared/platform/minidump_writer.h"
 
+#include "client/linux/handler/exception_handler.h"
 #include "shared/platform/linux/dump_guards.h"
 #include "shared/platform/linux/spare_descriptors.h"
 
@@ -18,8 +19,6 @@
 #include <sys/syscall.h>
 #include <ucontext.h>
 #include <unistd.h>
-
-#include "client/linux/handler/exception_handler.h"
 
 namespace ox::platform
 {

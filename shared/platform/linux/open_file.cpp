@@ -2,6 +2,8 @@
 
 #include "shared/platform/linux/place.h"
 
+#include <zlib.h>
+
 #include <algorithm>
 #include <cerrno>
 
@@ -10,7 +12,6 @@
 #include <sys/stat.h>
 #include <sys/vfs.h>
 #include <unistd.h>
-#include <zlib.h>
 
 namespace ox::platform
 {

@@ -3,10 +3,11 @@
 #include "shared/platform/linux/descriptor.h"
 
 #include <climits>
-#include <linux/magic.h>
 #include <string>
-#include <sys/vfs.h>
 #include <utility>
+
+#include <linux/magic.h>
+#include <sys/vfs.h>
 
 namespace ox::platform
 {

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cstring>
+
 #include <pwd.h>
 #include <sys/stat.h>
 

@@ -8,6 +8,7 @@
 #include <climits>
 #include <csignal>
 #include <ctime>
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>

@@ -7,6 +7,7 @@
 // signal is delivered when the thread continues.
 
 #include "client/linux/minidump_writer/linux_ptrace_dumper.h"
+#include "third_party/lss/linux_syscall_support.h"
 
 #include <cerrno>
 #include <csignal>
@@ -15,8 +16,6 @@
 #include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/wait.h>
-
-#include "third_party/lss/linux_syscall_support.h"
 
 namespace
 {

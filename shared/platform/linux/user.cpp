@@ -1,19 +1,19 @@
-#include "shared/platform/linux/system_texts.h"
-
 #include "shared/platform/file_names.h"
 #include "shared/platform/linux/folder_names.h"
 #include "shared/platform/linux/kernel_file.h"
+#include "shared/platform/linux/system_texts.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
-#include <pwd.h>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
 
 namespace ox::platform
 {

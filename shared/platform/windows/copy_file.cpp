@@ -1,5 +1,4 @@
 #include "shared/platform/files.h"
-
 #include "shared/platform/windows/handle.h"
 
 #include <optional>

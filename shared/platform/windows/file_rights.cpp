@@ -1,6 +1,6 @@
-#include "shared/platform/files.h"
-
 #include "shared/platform/windows/file_rights.h"
+
+#include "shared/platform/files.h"
 
 #include <memory>
 

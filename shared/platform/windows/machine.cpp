@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include <windows.h>
+
 #include <winioctl.h>
 
 extern "C" LONG NTAPI RtlGetVersion(OSVERSIONINFOEXW * version);

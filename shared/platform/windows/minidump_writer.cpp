@@ -1,12 +1,12 @@
 #include "shared/platform/minidump_writer.h"
 
+#include "client/windows/handler/exception_handler.h"
+
 #include <atomic>
 #include <csignal>
 #include <mutex>
 
 #include <windows.h>
-
-#include "client/windows/handler/exception_handler.h"
 
 namespace ox::platform
 {

@@ -3,12 +3,13 @@
 #include "shared/platform/files.h"
 #include "shared/platform/windows/handle.h"
 
+#include <zlib.h>
+
 #include <algorithm>
 #include <cstring>
 
 #include <fcntl.h>
 #include <io.h>
-#include <zlib.h>
 
 namespace ox::platform
 {

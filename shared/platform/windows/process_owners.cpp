@@ -1,5 +1,4 @@
 #include "shared/platform/processes.h"
-
 #include "shared/platform/windows/handle.h"
 #include "shared/platform/windows/process_handle.h"
 

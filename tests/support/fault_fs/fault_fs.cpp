@@ -17,6 +17,9 @@
 
 #include "tests/support/fault_fs/control.h"
 
+#include <fuse.h>
+#include <fuse_lowlevel.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -31,8 +34,6 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <fuse.h>
-#include <fuse_lowlevel.h>
 #include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>

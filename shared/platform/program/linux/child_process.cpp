@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <csignal>
+
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <csignal>
+
 #include <fcntl.h>
 #include <pwd.h>
 #include <unistd.h>

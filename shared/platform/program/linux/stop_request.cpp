@@ -3,9 +3,10 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <pthread.h>
 #include <system_error>
 #include <thread>
+
+#include <pthread.h>
 
 namespace ox::platform
 {

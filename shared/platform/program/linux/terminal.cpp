@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <termios.h>

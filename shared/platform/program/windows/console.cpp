@@ -5,13 +5,13 @@
 #include "shared/platform/windows/utf16.h"
 
 #include <cstdlib>
-#include <fcntl.h>
-#include <io.h>
 #include <memory>
 #include <utility>
 
 #include <windows.h>
 
+#include <fcntl.h>
+#include <io.h>
 #include <lmcons.h>
 #include <shellapi.h>
 

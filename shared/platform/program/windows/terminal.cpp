@@ -1,9 +1,10 @@
 #include "shared/platform/program/terminal.h"
 
 #include <algorithm>
-#include <io.h>
 
 #include <windows.h>
+
+#include <io.h>
 
 namespace ox::platform
 {
