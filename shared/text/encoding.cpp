@@ -81,8 +81,8 @@ void Uni16Form::encode(View word, Text & out)
 }
 
 /// Reads a text with UTF-8 runs unit by unit. A decoded run is read again, since it may contain or
-/// complete a marker. A run that begins inside a decoded run decodes the rest of that run once
-/// more.
+/// complete a marker. If a run begins inside a decoded run, the rest of the decoded run belongs to
+/// it and is decoded once more.
 class Utf8Form::Reader
 {
   public:
@@ -124,8 +124,8 @@ class Utf8Form::Reader
   private:
     void decode()
     {
-        // Only separators are trimmed. A wider trim would remove the bytes A0 and 85, which are the
-        // last bytes of common letters.
+        // Only separators are trimmed. A trim of all Unicode spaces would remove the bytes A0 and
+        // 85, which are the last bytes of common letters.
         while (read_ < decoded_.size() && isSeparator(decoded_[read_], separators))
             ++read_;
         while (read_ < decoded_.size() && isSeparator(decoded_.back(), separators))
@@ -140,8 +140,8 @@ class Utf8Form::Reader
         skipAscii();
     }
 
-    /// Skips ASCII units, which decoding does not change. Decoding makes all other units fewer or
-    /// ASCII, so nested runs decode few units more than once.
+    /// Skips ASCII units, which decoding does not change. Repeated decoding soon turns all other
+    /// units into ASCII, so nested runs decode few units more than once.
     void skipAscii()
     {
         ascii_ = std::clamp(ascii_, read_, decoded_.size());
@@ -156,7 +156,7 @@ class Utf8Form::Reader
 };
 
 /// Reads a text with 16-bit runs unit by unit. A decoded run is read again, since it may contain or
-/// complete a marker. Decoding halves its length.
+/// complete a marker. Decoding halves the length of a run.
 class Uni16Form::Reader
 {
   public:
@@ -196,9 +196,9 @@ class Uni16Form::Reader
         return close == none || (!closesWord(close) && closesWord(closeOfPairs(at_ + 1)));
     }
 
-    /// Returns the position of the ">" that closes the pairs of bytes from `first` on, or none. A
-    /// ">" at the second position of a pair is the low byte of a letter. A run ends before the next
-    /// marker and before a wide character.
+    /// Returns the position of the ">" that closes a run whose pairs of bytes begin at `first`, or
+    /// none. A ">" at the second position of a pair is a low byte and does not close the run. The
+    /// search stops at the next marker and at a character above 255.
     std::size_t closeOfPairs(std::size_t first)
     {
         auto const stopsAt = [this, first](std::size_t i) {
@@ -207,8 +207,8 @@ class Uni16Form::Reader
             return text_[i] == u'>' ? (i - first) % 2 == 0
                                     : startsWithIgnoringCase(View(text_).substr(i), marker);
         };
-        // The text behind the decoded units is unchanged, so the position where the last scan of
-        // these pairs stopped is still valid there.
+        // The text behind decodedEnd_ never changes. There the scan continues where the last scan
+        // of the same pairs stopped.
         std::size_t & stop = stops_[first % 2];
         std::size_t i = first;
         while (!stopsAt(i))
@@ -217,8 +217,9 @@ class Uni16Form::Reader
         return i < text_.size() && text_[i] == u'>' ? i : none;
     }
 
-    /// Returns whether a ">" can close a word. This is so before the end of the text, a separator,
-    /// the readable word, and a character of markup or of a path.
+    /// Returns whether the ">" at `close` can end a word. One of these must follow: the end of the
+    /// text, a separator, a character above 255 (of the readable word), or a printable ASCII
+    /// character other than ">", as in markup and paths.
     bool closesWord(std::size_t close) const
     {
         if (close == none || close + 1 == text_.size())
@@ -298,7 +299,7 @@ struct XmlEntity {
 };
 
 /// The entities in the order of decoding. "&amp;" follows the other named entities, so that an
-/// escaped entity is decoded once.
+/// escaped named entity is decoded only once.
 constexpr XmlEntity xmlEntities[] = {
     {u'<', QLatin1String("&lt;", 4)},        {u'>', QLatin1String("&gt;", 4)},
     {u'"', QLatin1String("&quot;", 6)},      {u'\'', QLatin1String("&apos;", 6)},
@@ -310,7 +311,7 @@ constexpr XmlEntity xmlEntities[] = {
 
 QString throughLatin1(QString const & text)
 {
-    // The size is necessary, since Qt 5 otherwise ends the text at the first character 0.
+    // Without the size, Qt 5 ends the text at the first 0 character.
     QByteArray const bytes = text.toLatin1();
     return QString::fromLatin1(bytes.constData(), bytes.size());
 }

@@ -16,13 +16,13 @@
 /// a text that already holds the marker unchanged, so that no text is encoded twice.
 OX_EXPORT QString oxToOXUTF8(QString text, bool keepOriginal);
 
-/// Decodes every UTF-8 run. A run that appears only when another run is decoded is decoded, too.
+/// Decodes every UTF-8 run. If a decoded run produces another run, that run is decoded, too.
 /// Separators at both ends of the content of a run are removed. A byte that is not UTF-8 becomes
 /// U+FFFD, a character above 255 inside a run becomes "?". An unclosed run ends before the last
 /// character of the text.
 ///
-/// The first ">" closes a run. A word that itself holds ">" therefore does not round-trip; every
-/// other word does.
+/// The first ">" closes a run. A word that contains ">" therefore does not round-trip; every other
+/// word does.
 OX_EXPORT QString oxFromOXUTF8(QString text);
 
 /// Encodes every word that holds a character above 255 as a 16-bit run: each UTF-16 unit as its
@@ -30,32 +30,33 @@ OX_EXPORT QString oxFromOXUTF8(QString text);
 /// same effect as in oxToOXUTF8.
 OX_EXPORT QString oxToOXUni16(QString text, bool keepOriginal);
 
-/// Decodes every 16-bit run. A run that appears only when another run is decoded is decoded, too.
-/// An odd last character of a run is dropped. An unclosed run ends before the last character of the
+/// Decodes every 16-bit run. If a decoded run produces another run, that run is decoded, too. An
+/// odd last character of a run is dropped. An unclosed run ends before the last character of the
 /// text.
 ///
 /// The first ">" that is the first character of a pair closes the run. A ">" that is the second
 /// character of a pair is a low byte, and closes the run only when no other ">" does.
 ///
 /// A blank behind the marker is either padding, which is skipped, or the high byte of a letter from
-/// U+2000 to U+20FF. The blank counts as the high byte when the pairs that begin with it are closed
-/// by a ">", and one of these follows: the end of the text, a separator, a printable ASCII
-/// character other than ">", or the readable word. Encoded values in markup and paths therefore
-/// round-trip. A run that another program padded can be decoded wrongly when it holds a letter
-/// whose low byte is ">".
+/// U+2000 to U+20FF. A ">" ends a word if one of these follows: the end of the text, a separator, a
+/// printable ASCII character other than ">", or a character above 255 (of the readable word). The
+/// blank is padding if no ">" closes the pairs that begin with it. It is also padding if the
+/// closing ">" of these pairs does not end a word, but that of the pairs behind the blank does.
+/// Encoded values in markup and paths therefore round-trip. A run that another program padded can
+/// be decoded wrongly if it contains a letter whose low byte is ">".
 ///
 /// Two kinds of words do not round-trip: one with a letter from U+3E00 to U+3EFF, whose high byte
 /// closes the run, and one whose bytes contain the marker and a ">" (U+3C55 U+4E49 U+3136 U+043E).
 OX_EXPORT QString oxFromOXUni16(QString text);
 
-/// Escapes a text for XML: the five special characters as named entities, the German letters
-/// ÄÖÜäöüß as numeric ones. Any other character above 255 becomes "?".
+/// Escapes a text for XML: the five special characters become named entities, the German letters
+/// ÄÖÜäöüß numeric entities. Any other character above 255 becomes "?".
 OX_EXPORT QString toXmlString(QString text);
 
 /// Decodes the entities that toXmlString writes. Other entities stay unchanged; a character above
 /// 255 becomes "?".
-/// Compatibility: numeric entities are decoded after "&amp;", so a text that contains one
-/// ("&#196;") is decoded to its letter.
+/// Compatibility: "&amp;" is decoded before the numeric entities. The literal text "&#196;",
+/// encoded as "&amp;#196;", is therefore decoded to "Ä".
 OX_EXPORT QString fromXmlString(QString text);
 
 /// Returns the short form by which setting names are compared: the prefix "co", "pp" or "os" in
@@ -69,8 +70,8 @@ OX_EXPORT QString oxCalcShortName(QString const & name);
 OX_EXPORT bool oxIsDigit(unsigned short const & c);
 
 /// Parses a dotted IPv4 address; returns it as a number with the first field in the highest byte,
-/// or 0 if it is not readable. The fields have three digits, as in "192.168.001.010". Only the last
-/// field may be shorter: "10.168.001.010" gives 0.
+/// or 0 if the text is not such an address. The fields have three digits, as in "192.168.001.010".
+/// Only the last field may be shorter: "10.168.001.010" gives 0.
 ///
 /// The fourth field may be missing ("192.168.001", "192.168.001."). The lowest byte is then 255
 /// with `lastByteFull` (the broadcast address of a subnet), else 0.

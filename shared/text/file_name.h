@@ -74,7 +74,7 @@ concept FileName = requires(T const & name)
     fileNameText(name);
 };
 
-/// A class type that fileNameText converts: not a pointer.
+/// A class type that fileNameText converts; pointers are excluded.
 template <typename T>
 concept FileNameObject = FileName<T> && std::is_class_v<T>;
 

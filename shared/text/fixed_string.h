@@ -7,7 +7,7 @@
 #include <utility>
 
 /// Fixed-capacity UTF-16 strings without heap memory, for texts of any characters. A surrogate pair
-/// counts as two characters, and the capacity can cut it in two.
+/// counts as two characters, and a cut at the capacity can split it.
 ///
 ///     _oxString<500> path = QStringLiteral("D:\\jobs\\Łódź.oxdb");
 ///     if (path.endsWith(".oxdb"))
@@ -48,14 +48,15 @@ OX_EXPORT QString fromTransportForm(char const * text);
 /// UTF-16 string of capacity N. Memory: N + 1 units, the length, a reserved word.
 ///
 /// Bytes become units in one of two ways:
-/// - Sign extension (byte 0xE9 becomes unit 0xFFE9): the constructors from bytes, `+=`, and all
-///   operations that take an _oxString and get bytes, which its constructor converts: `indexOf`,
-///   `indexOfCaseSen`, `replace`, `replaceCaseSen`, `remove`, `removeCaseSens`, `insert`, `compare`
-///   and `isEqual`. Pass them a QString for other than ASCII letters.
+/// - Sign extension (byte 0xE9 becomes unit 0xFFE9): the constructors from bytes, `+=`, and every
+///   operation with an _oxString parameter, which the constructor creates from the bytes:
+///   `indexOf`, `indexOfCaseSen`, `replace`, `replaceCaseSen`, `remove`, `removeCaseSens`,
+///   `insert`, `compare` and `isEqual`. Pass a QString to them if a text contains other than ASCII
+///   characters.
 /// - Latin-1 (byte 0xE9 becomes unit 0x00E9): assignment, `add`, `combined`, `contains`,
 ///   `startsWith`, `endsWith` and the comparison operators.
 ///
-/// Compatibility: stored records contain units of both kinds and are compared unit by unit.
+/// Compatibility: stored records contain units of both conversions and are compared unit by unit.
 template <int N>
 class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<N>>
 {
@@ -103,8 +104,8 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     _oxString(QString const & text) { *this = text; }
 
     /// Assigns zero-terminated Latin-1 bytes.
-    /// Compatibility: null sets the length to 0 and keeps all units, also the first, since records
-    /// that are compared as memory must not change.
+    /// Compatibility: null sets the length to 0 and keeps all units, even the first, since records
+    /// are compared as memory.
     _oxString & operator=(char const * text)
     {
         return text ? assign(text, std::strlen(text)) : setSize(0);
@@ -231,22 +232,22 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
         dst[n] = 0;
     }
 
-    /// Converts the low bytes of the first 249 characters. An 8-bit string of a capacity other than
-    /// 250 and 500 is converted through QString: the Latin-1 form, '?' for other characters, cut at
-    /// its capacity.
+    /// Converts the low bytes of the first 249 characters. A conversion to an 8-bit string of any
+    /// capacity other than 250 and 500 uses QString instead: Latin-1, '?' for other characters, cut
+    /// at that capacity.
     ///
-    /// Compatibility: the length is that of this string, also when fewer characters are copied,
-    /// since the farm's applications detect a cut text by it. Convert only texts of at most 249
-    /// characters.
+    /// Convert only texts of at most 249 characters: a longer text gives a result whose length
+    /// exceeds the copied characters.
+    /// Compatibility: the farm's applications detect a cut text by this length.
     operator _oxString8_evenSize<250>() const { return narrowed<250>(); }
-    /// Converts the low bytes of the first 499 characters. The length is that of this string, also
-    /// when fewer characters are copied: convert only texts of at most 499 characters.
+    /// Converts the low bytes of the first 499 characters. Convert only texts of at most 499
+    /// characters: a longer text gives a result whose length exceeds the copied characters.
     operator _oxString8_evenSize<500>() const { return narrowed<500>(); }
 
-    /// Returns the transport form of the text, without the readable word behind each run, as
-    /// oxToOXUTF8 encodes it; cut at 500 characters.
+    /// Returns the text as oxToOXUTF8 encodes it without the readable words, cut at 500 characters.
     _oxString8_evenSize<500> toOXUTF8() const { return ox::text::toTransportForm(*this); }
-    /// Assigns the decoded text of a transport form (oxFromOXUTF8). Null gives the empty string.
+    /// Assigns the text that oxFromOXUTF8 decodes from zero-terminated Latin-1 bytes. Null gives
+    /// the empty string.
     _oxString & fromOXUTF8(char const * text) { return *this = ox::text::fromTransportForm(text); }
     /// Assigns UTF-8 text. Null gives the empty string.
     _oxString & fromUTF8(char const * text) { return *this = QString::fromUtf8(text); }
@@ -270,13 +271,13 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
         return b && ox::text::textLength(b) == static_cast<std::size_t>(a.size()) &&
                ox::text::equal(a.value, b, a.size());
     }
-    /// Order of the memory of this text and a QString, by the rules for two wide strings.
+    /// Compares this text with a QString by the rules for two wide strings.
     friend std::strong_ordering operator<=>(_oxString const & a, QString const & b)
     {
         return a.orderTo(b.utf16(), b.size());
     }
-    /// Order of the memory of this text and zero-terminated UTF-16 units, by the rules for two wide
-    /// strings. Null is the empty text.
+    /// Compares this text with zero-terminated UTF-16 units by the rules for two wide strings. Null
+    /// counts as the empty text.
     friend std::strong_ordering operator<=>(_oxString const & a, unsigned short const * b)
     {
         static constexpr unsigned short empty = 0;

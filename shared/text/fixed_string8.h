@@ -33,7 +33,7 @@ struct EvenRecord8 {
     EvenRecord8() {}
 
     char value[N + 1];    ///< the text and its terminator
-    char spare;           ///< aligns the length to an even offset; never read nor written
+    char spare;           ///< aligns the length to an even offset; never read or written
     std::uint16_t length; ///< characters of the text, without the terminator
 };
 
@@ -98,8 +98,8 @@ class String8 : public FixedText<S, Record>
     }
 
     /// Assigns zero-terminated bytes.
-    /// Compatibility: null sets the length to 0 and keeps all bytes, also the first, since records
-    /// that are compared as memory must not change.
+    /// Compatibility: null sets the length to 0 and keeps all bytes, even the first, since records
+    /// are compared as memory.
     S & operator=(char const * text) { return text ? assign(text, std::strlen(text)) : setSize(0); }
     /// Assigns the bytes of a view.
     S & operator=(std::string_view text) { return assign(text.data(), text.size()); }
@@ -134,10 +134,9 @@ class String8 : public FixedText<S, Record>
     /// Appends the low byte of a UTF-16 unit, if it fits.
     S & operator+=(unsigned short const & c) { return *this += static_cast<char>(c); }
 
-    /// Appends the decimal text of a number and sets the length with `calcLength`. The string stays
-    /// unchanged unless the digits and a terminator fit into capacity - 1 - length bytes.
-    /// Compatibility: one byte of the free space stays unused, as in every release of the farm, so
-    /// the text grows to at most capacity - 2 characters.
+    /// Appends the decimal text of a number and sets the length with `calcLength`. Leaves the
+    /// string unchanged if the text would then exceed capacity - 2 characters.
+    /// Compatibility: every release of the farm keeps two characters free here.
     S & addNr(long long number)
     {
         NumberText const digits(number);
@@ -168,8 +167,8 @@ class String8 : public FixedText<S, Record>
     {
         return indexOf(static_cast<char>(c), from);
     }
-    /// Returns the last position <= `from` of the low byte of a UTF-16 unit, exactly, or -1. A from
-    /// outside the text counts as its last position.
+    /// Returns the last position <= `from` of the low byte of a UTF-16 unit, exactly, or -1. A
+    /// `from` outside the text counts as its last position.
     int lastIndexOf(unsigned short const & c, int from = -1) const
     {
         return lastIndexOf(static_cast<char>(c), from);

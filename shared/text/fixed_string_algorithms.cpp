@@ -14,7 +14,8 @@ namespace ox::text
 namespace
 {
 
-/// Processes eight bytes or four units at a time. The first one is in the lowest bits.
+/// Processes eight bytes or four UTF-16 units at a time as the lanes of a 64-bit word. The first
+/// lane is in the lowest bits.
 template <typename Unit>
 struct Lanes {
     static_assert(std::endian::native == std::endian::little, "the records are little-endian");
@@ -32,7 +33,7 @@ struct Lanes {
         return word;
     }
 
-    /// Loads the first and the last half word of n units. They may overlap.
+    /// Loads the first and the last half word of n units. Both may overlap.
     static Word loadEnds(Unit const * text, int n)
     {
         std::uint32_t halves[2];
@@ -52,14 +53,13 @@ struct Lanes {
         return word - (isLetter >> (bits - 6)); // moves the top bit to the bit of 'a' - 'A'
     }
 
-    /// Returns the top bits of the lanes that are 0. A lane above a lane with 0 may be marked
-    /// wrongly.
+    /// Marks each lane that is 0 by its top bit. A lane above a 0 lane may be marked wrongly.
     static constexpr Word zeros(Word word) { return (word - ones) & ~word & tops; }
 
     static constexpr int first(Word marks) { return std::countr_zero(marks) / bits; }
 };
 
-/// One unit of a needle, which is compared with all lanes of a text at once.
+/// One unit of a needle, for the comparison with all lanes of a word at once.
 template <typename Unit>
 class Anchor
 {
@@ -182,7 +182,7 @@ int find(Unit const * text, int length, Unit const * needle, int needleLength, i
         if (found >= 0)
             return found;
     }
-    return firstInBlock(lastBlock); // overlaps positions that do not match
+    return firstInBlock(lastBlock); // overlaps positions that were already searched
 }
 
 constexpr bool isSpace(char c)

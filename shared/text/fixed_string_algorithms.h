@@ -66,8 +66,8 @@ inline int order(unsigned short const * a, unsigned short const * b, std::ptrdif
 {
     return std::memcmp(a, b, static_cast<std::size_t>(n) * sizeof *a);
 }
-/// Compares the memory of n UTF-16 units with that of n Latin-1 bytes as units, the low byte first;
-/// returns a value below, at or above 0.
+/// Compares the memory of n UTF-16 units with n Latin-1 bytes that are widened to units, the low
+/// byte first; returns a value below, at or above 0.
 OX_EXPORT int order(unsigned short const * a, char const * b, std::ptrdiff_t n);
 
 /// Returns whether n units are equal, ignoring the case of ASCII letters. A byte equals the unit of
@@ -103,9 +103,9 @@ template <typename Unit>
 OX_EXPORT int splice(Unit * value, int length, int capacity, int pos, int removed,
                      Unit const * text, int n);
 
-/// Replaces every occurrence of `before`, which indexOfText finds, from left to right; inserted
-/// text is not searched. The result is cut at the capacity. Neither text may lie in `value`. An
-/// empty `before` has no occurrence.
+/// Replaces every occurrence of `before` that indexOfText finds, from left to right; inserted text
+/// is not searched. The result is cut at the capacity. Neither text may lie in `value`. An empty
+/// `before` has no occurrence.
 template <typename Unit>
 OX_EXPORT int replaceAll(Unit * value, int length, int capacity, Unit const * before,
                          int beforeLength, Unit const * after, int afterLength, Case letters);

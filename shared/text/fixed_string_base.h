@@ -19,17 +19,17 @@ namespace ox::text
 ///
 /// `S` is the string class. `Record` is its memory: `value` (capacity + 1 units) and `length`. A
 /// unit is a `char` in the 8-bit strings and an `unsigned short` in the wide ones. The text is the
-/// first `length` units and may contain 0 units. Every operation keeps a 0 unit behind the text and
-/// the length within the capacity, and silently drops what does not fit. Units behind the
-/// terminator stay unchanged, unless an operation says that it clears them.
+/// first `length` units and may contain 0 units. Every operation ends the text with a 0 unit, keeps
+/// the length within the capacity, and silently drops the units that do not fit. Units behind the
+/// terminator stay unchanged, unless the comment of an operation says otherwise.
 ///
 /// Records also come from files and packets, so the contents are untrusted. Every operation treats
 /// a `length` above the capacity as the capacity, so that no operation accesses memory outside the
 /// object. Positions and counts outside the text are clamped to it. A null pointer is an empty
 /// text.
 ///
-/// "Ignoring case" concerns the ASCII letters only. Any argument may be the string itself or lie in
-/// it.
+/// "Ignoring case" concerns the ASCII letters only; "exactly" means that case counts. Any argument
+/// may be the string itself or point into it.
 template <typename S, typename Record>
 class FixedText : public Record
 {
@@ -71,8 +71,8 @@ class FixedText : public Record
         std::memset(value + used, 0, sizeof value - used * sizeof(Unit));
     }
 
-    /// Sets the length to n, clamped to 0 and the capacity, and writes the terminator. An extended
-    /// text gets the units that the memory already holds.
+    /// Sets the length to n, clamped to 0 and the capacity, and writes the terminator. A larger
+    /// length adds the units that are already in the memory.
     void setLength(short n) { terminateAt(std::clamp<int>(n, 0, capacity())); }
 
     /// Sets the length to the number of units before the first 0 unit, or to the capacity when it
@@ -141,14 +141,14 @@ class FixedText : public Record
     }
 
     /// Returns the first position >= `from` of the needle, ignoring case, or -1. A wide string
-    /// sign-extends a needle of bytes.
+    /// sign-extends a needle that is given as bytes.
     int indexOf(S const & needle, int from = 0) const
     {
         return search(needle, from, Case::Ignored);
     }
     /// Returns the first position >= `from` of the needle, exactly, or -1. A wide string
-    /// sign-extends a needle of bytes. Compatibility: a needle as long as the text is compared
-    /// ignoring case, since the farm's applications look up whole names this way.
+    /// sign-extends a needle that is given as bytes. Compatibility: a needle as long as the text is
+    /// compared ignoring case, since the farm's applications look up whole names this way.
     int indexOfCaseSen(S const & needle, int from = 0) const
     {
         return search(needle, from, Case::Exact);
@@ -223,13 +223,14 @@ class FixedText : public Record
 
     /// Replaces every occurrence of `before` by `after`, ignoring case, from left to right.
     /// Inserted text is not searched. The text is cut at the capacity after each replacement. A
-    /// wide string sign-extends arguments of bytes.
+    /// wide string sign-extends arguments that are given as bytes.
     S & replace(S const & before, S const & after)
     {
         return replaceText(before, after, Case::Ignored);
     }
-    /// Replaces every occurrence of `before` that indexOfCaseSen finds by `after`: exactly, except
-    /// for a `before` as long as the text.
+    /// Replaces every occurrence of `before` by `after`, as replace does. Searches with
+    /// indexOfCaseSen: a `before` as long as the text is compared ignoring case, any other one
+    /// exactly.
     S & replaceCaseSen(S const & before, S const & after)
     {
         return replaceText(before, after, Case::Exact);
@@ -241,11 +242,11 @@ class FixedText : public Record
         return self();
     }
 
-    /// Removes every occurrence of a text, ignoring case. An occurrence that only a removal creates
-    /// stays. A wide string sign-extends an argument of bytes.
+    /// Removes every occurrence of a text, ignoring case. An occurrence that a removal creates
+    /// stays. A wide string sign-extends an argument that is given as bytes.
     S & remove(S const & text) { return replaceText(text, S(), Case::Ignored); }
-    /// Removes every occurrence of a text that indexOfCaseSen finds: exactly, except for a text of
-    /// the same length.
+    /// Removes every occurrence of a text. Searches with indexOfCaseSen: an argument as long as
+    /// this text is compared ignoring case, any other one exactly.
     S & removeCaseSens(S const & text) { return replaceText(text, S(), Case::Exact); }
     /// Removes every unit that equals c, ignoring case, and returns a copy of the result.
     S remove(Unit const & c) { return setSize(removeUnit<Unit>(value, size(), c)); }
@@ -258,7 +259,7 @@ class FixedText : public Record
     }
 
     /// Inserts a text at position pos; the result is cut at the capacity. A wide string
-    /// sign-extends an argument of bytes.
+    /// sign-extends an argument that is given as bytes.
     S & insert(int pos, S const & text)
     {
         if (&text == this)
@@ -304,7 +305,7 @@ class FixedText : public Record
                equal(a.value, b, a.size());
     }
 
-    /// Order of the memory over the shorter length, then of the lengths.
+    /// Compares the memory of both texts over the shorter length, then the lengths.
     /// Compatibility: in the wide strings the low byte of each unit is compared first, so 0x0100 is
     /// smaller than 0x00FF. Sorted records are searched by comparison of their memory.
     friend std::strong_ordering operator<=>(S const & a, S const & b)
@@ -313,8 +314,8 @@ class FixedText : public Record
         std::strong_ordering const prefixes = order(a.value, b.value, shorter) <=> 0;
         return prefixes != 0 ? prefixes : a.size() <=> b.size();
     }
-    /// Order of the memory of the text and of zero-terminated Latin-1 bytes, also beyond the
-    /// capacity. Null is the empty text.
+    /// Compares the text with zero-terminated Latin-1 bytes by the rules for two strings. The bytes
+    /// may exceed the capacity. Null counts as the empty text.
     friend std::strong_ordering operator<=>(S const & a, char const * b)
     {
         char const * const text = b ? b : "";
@@ -357,7 +358,7 @@ class FixedText : public Record
         return setSize(n);
     }
 
-    /// Returns how many of n units fit behind the first `used` ones.
+    /// Returns how many of n units fit behind the first `used` units.
     template <std::integral Count>
     static int fitting(Count n, int used = 0)
     {
@@ -365,7 +366,7 @@ class FixedText : public Record
         return static_cast<int>(std::cmp_less(n, freeUnits) ? static_cast<unsigned>(n) : freeUnits);
     }
 
-    /// Assigns n units or bytes, cut at the capacity, which `copy(to, from, n)` copies to the
+    /// Assigns n units or bytes, cut at the capacity. `copy(to, from, n)` copies them to the
     /// string.
     template <typename From, std::integral Count, typename Copy>
     S & assign(From const * from, Count n, Copy copy)
@@ -394,7 +395,8 @@ class FixedText : public Record
         return append(from, n, [](Unit * to, From const * text, int k) { copyUnits(to, text, k); });
     }
 
-    /// Compares the memory of this text with n units, which may exceed the capacity.
+    /// Compares the memory of this text with n units or bytes over the shorter length, then the
+    /// lengths. n may exceed the capacity.
     template <typename From>
     std::strong_ordering orderTo(From const * text, std::ptrdiff_t n) const
     {
@@ -406,7 +408,7 @@ class FixedText : public Record
     enum Side : bool { Start, End };
 
     /// Returns whether this text begins or ends with a zero-terminated text, ignoring case. False
-    /// for the empty one.
+    /// if the zero-terminated text is empty.
     template <typename From>
     bool hasAt(From const * text, Side side) const
     {
@@ -459,21 +461,21 @@ concept FixedString = requires(S const & text)
 template <typename S>
 concept FixedString8 = FixedString<S> && sizeof(typename S::Unit) == 1;
 
-/// Two fixed strings of different types, the wider unit first. The compiler derives the operators
-/// of the other order.
+/// Two fixed strings of different types, where the unit of A is at least as wide as that of B. The
+/// compiler derives the operators with swapped operands.
 template <typename A, typename B>
 concept DifferentFixedStrings = FixedString<A> && FixedString<B> && !std::same_as<A, B> &&
                                 sizeof(typename A::Unit) >= sizeof(typename B::Unit);
 
-/// Equality of strings of different types, by the rules within one type: both whole texts are
-/// compared, and a byte equals the unit of the same value (Latin-1).
+/// Exact equality of strings of different types. A byte equals the unit of the same value
+/// (Latin-1).
 template <typename A, typename B>
 requires DifferentFixedStrings<A, B>
 bool operator==(A const & a, B const & b)
 {
     return a.size() == b.size() && equal(a.value, b.value, a.size());
 }
-/// Order of strings of different types, by the rules within one type: the memory over the shorter
+/// Compares strings of different types as two strings of one type: the memory over the shorter
 /// length, then the lengths.
 template <typename A, typename B>
 requires DifferentFixedStrings<A, B> std::strong_ordering operator<=>(A const & a, B const & b)

@@ -132,8 +132,8 @@ Int truncated(double x)
     return x < -end ? std::numeric_limits<Int>::min() : static_cast<Int>(x);
 }
 
-/// Returns a power of ten, multiplied in single precision. The table is computed at compile time,
-/// since some processors keep more digits between two products.
+/// Returns a power of ten, a repeated product in single precision. The table is computed at compile
+/// time, since some processors keep intermediate products at a higher precision.
 float powerOfTen(int exponent)
 {
     static constexpr auto powers = [] {

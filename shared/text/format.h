@@ -38,9 +38,9 @@ OX_EXPORT QString numberToStr(unsigned long long n, int const & maxDigits);
 /// Returns two lower-case hexadecimal digits for each of `count` bytes. Null gives the empty text.
 OX_EXPORT QString byte2Hex(unsigned char const * bytes, int const & count);
 
-/// Returns the number with "." between groups of three digits. With `spaceForPositive` a blank
-/// takes the place of the minus sign.
-/// Compatibility: three digits are separated only while the whole number before the separation is
+/// Returns the number with "." between groups of three digits. With `spaceForPositive`, a blank
+/// precedes a number that is not negative.
+/// Compatibility: from the right, three digits are split off only while the rest of the number is
 /// above 1000, as in the farm's columns: 1000 is "1000", 1001 is "1.001", 1000000 is "1000.000".
 OX_EXPORT QString oxPointTsd(long long n, bool spaceForPositive);
 /// Returns the number with a blank between groups of three digits, by the rules of oxPointTsd.
@@ -56,16 +56,16 @@ OX_EXPORT QString oxSec2hm(int s);
 /// Returns hours, minutes and seconds of two digits each, for a duration in seconds: 3725 is
 /// "01:02.05". Only the hours have a sign.
 ///
-/// With `shortForm` a duration of up to an hour, positive or negative, is the minutes in a column
-/// of two characters and the seconds: "-7.05". Only the minutes have a sign. Up to a minute the
-/// sign stands in front of their 0: "-0.45", " 0.45".
+/// With `shortForm`, a duration of up to one hour, positive or negative, becomes minutes and
+/// seconds: " 7.05", "-7.05". The minutes are padded with a blank to two characters. Only the
+/// minutes have a sign. Up to one minute, the sign precedes a 0: "-0.45", " 0.45".
 /// Compatibility: in the short form a full minute and a full hour both show as " 0.00", as in the
 /// farm's tables.
 OX_EXPORT QString oxSec2hms(int s, bool shortForm);
 
 /// Returns days, hours and minutes, for a duration in seconds.
-/// Compatibility: the hours are all hours and not those of the last day, as in the farm's tables:
-/// 90000 is "1d 25:00".
+/// Compatibility: the hours are those of the whole duration, not of the last day, as in the farm's
+/// tables: 90000 is "1d 25:00".
 OX_EXPORT QString oxSec2dhm(long long s);
 
 /// Returns days and hours above 36 hours ("1d 12h"), else hours, minutes and seconds of two digits
@@ -102,6 +102,7 @@ OX_EXPORT void cutAtFirstOccurence(QString & str, QString const & sep1, QString 
 /// A name without capitals and digits has no distinctive short form and only matches as a whole.
 OX_EXPORT bool _oxStringCompareShort(QString const & a, QString b);
 
-/// Returns the memory layout of this build, to be compared between builds: one line each for the
-/// sizes of the strings, the size of the string list, and the offsets of the strings' members.
+/// Returns a report of this build's memory layout, for comparisons between builds: one line each
+/// for the sizes of the strings, the size of the string list, and the offsets of the strings'
+/// members.
 OX_EXPORT QString listStringMemorySize();

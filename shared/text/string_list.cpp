@@ -15,9 +15,9 @@ namespace
 
 using Entry = _oxStringList::Entry;
 
-/// Returns the number of entries for which a list of `count` has memory. It depends on the count
-/// alone, since the list has no member for its capacity. It grows in steps of a quarter to an
-/// eighth, so that appending rarely moves a long list.
+/// Returns the capacity of a list with `count` entries. It depends on the count alone, since the
+/// list has no member for its capacity. It grows in steps of an eighth to a quarter, so that
+/// appending rarely moves a long list.
 constexpr std::uint64_t capacityFor(std::uint64_t count)
 {
     std::uint64_t const step = std::max<std::uint64_t>(std::bit_floor(count) / 4, 1);
@@ -33,11 +33,11 @@ std::size_t bytesFor(std::uint64_t count)
     return fits ? static_cast<std::size_t>(bytes) : 0;
 }
 
-/// Sort key of an entry: its units from some position on. The units before that position are equal
-/// for all keys that are compared.
+/// Sort key of an entry: four units of its text. The units before them are equal in all entries
+/// whose keys are compared.
 struct SortKey {
-    std::uint64_t units; ///< the next four units in upper case, the first one highest
-    std::uint32_t taken; ///< number of units that the text has; the others are 0
+    std::uint64_t units; ///< the four units in upper case, the first one highest
+    std::uint32_t taken; ///< how many of the four units the text has; the others are 0
     std::uint32_t index; ///< position before the sort, so that equal entries keep their order
 
     auto operator<=>(SortKey const &) const = default;
@@ -63,7 +63,7 @@ struct SortKey {
 };
 
 /// Sorts the keys of entries that are equal before `position`. Most texts differ within a few
-/// units, so most entries are read only once. This saves cache misses.
+/// units, so the sort reads most entries only once, which saves cache misses.
 void sortKeys(std::span<SortKey> keys, Entry const * entries, int position, bool descending)
 {
     for (SortKey & key : keys)

@@ -12,11 +12,11 @@
 /// the case of ASCII letters.
 ///
 ///     _oxStringList frames;
-///     frames.append(name, true, false); // unless it is there, in any case
+///     frames.append(name, true, false); // unless an entry equals it, ignoring case
 ///     frames.sort(false);
 ///
 /// References to entries are valid until the list changes.
-/// Fails: without memory `append` and copying leave the list empty.
+/// Fails: when memory is lacking, `append` and copying leave the list empty.
 class OX_EXPORT _oxStringList
 {
   public:
@@ -84,15 +84,15 @@ class OX_EXPORT _oxStringList
 
     /// Appends a copy of s. With `unique` it appends nothing when `find` finds s. s may be an entry
     /// of the list.
-    /// Fails: without memory the list is empty afterwards.
+    /// Fails: when memory is lacking, the list is empty afterwards.
     void append(Entry const & s, bool const & unique, bool const & caseSensitive);
 
     /// Sorts the entries by _oxString::compare, which ignores case. Equal entries keep their order,
     /// also when `descending`. The sort temporarily needs 16 bytes an entry. Without this memory it
     /// sorts in place, which takes longer.
     ///
-    /// Compatibility: the reserved words of the entries do not move, since they belong to the place
-    /// and not to the text.
+    /// Compatibility: the reserved words of the entries do not move, since each belongs to a
+    /// position in the list and not to a text.
     void sort(bool const & descending);
 
     /// Returns the entries in the form ("first", "second"), for logs and messages.
