@@ -16,10 +16,10 @@
 // Search for a byte pattern in a text.
 //
 // The search first looks for two bytes of the pattern, the rarest ones by a fixed table, at 64
-// positions of the text at a time. It compares the whole pattern where both occur. When this
-// happens often, a byte that differed replaces one of the two. When the comparisons cost more than
-// the distance covered, the search changes to the algorithm of Knuth, Morris and Pratt, whose time
-// is linear in every case.
+// positions of the text at a time. It compares the whole pattern where both occur. If many of these
+// comparisons fail, a byte that differed replaces one of the two. If they cost more than the
+// distance covered, the search changes to the algorithm of Knuth, Morris and Pratt, which always
+// takes linear time.
 
 namespace ox::data
 {
@@ -44,8 +44,9 @@ inline constexpr auto commonness = [] {
     return result;
 }();
 
-/// Looks for one byte of the pattern at sixteen positions of the text at once. Bit i of the result
-/// is set when the byte is where a match at position text + i needs it.
+/// Tests sixteen positions of a text at once for one byte of the pattern. Lane i of the result is
+/// set when a match at text + i is possible: the text has this byte at the index that it has in the
+/// pattern.
 template <bool ignoreCase>
 class Probe
 {

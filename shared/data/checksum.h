@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-// Checksums of the farm. The files of the data buffer contain the 32-bit one. All are exact on
-// every machine; the instructions that compute them are chosen at run time.
+// Checksums of the farm. Buffer files contain the 32-bit one. Every machine computes the same
+// values, with the fastest instructions that it supports.
 //
 // A length of 0 is allowed in every function; `data` may then be null.
 
@@ -22,8 +22,8 @@ OX_EXPORT void oxCRCInitialize();
 ///     oxCRCPartial(&crc, second, secondLength);
 ///     crc = ~crc;
 ///
-/// Requires oxCRCInitialize() or oxCRCCalc() before. Without it the result is wrong: the register
-/// is only shifted by 8 bits per byte.
+/// Call oxCRCInitialize() or oxCRCCalc() once before. Otherwise the result is wrong: each byte only
+/// shifts the register by 8 bits.
 OX_EXPORT void oxCRCPartial(unsigned int * crc, unsigned char const * data, unsigned int len);
 
 /// Returns the CRC-32 of `len` bytes, as in zlib and gzip: "123456789" gives 0xCBF43926, no bytes

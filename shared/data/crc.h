@@ -14,9 +14,9 @@ namespace ox::data
 
 static_assert(std::endian::native == std::endian::little);
 
-/// Definition of a CRC. `polynomial` is in the usual notation: highest power left, without the
-/// leading one. A reflected CRC has the same notation, but its register holds the highest power in
-/// its lowest bit.
+/// Definition of a CRC. `polynomial` is in the usual notation: highest power first, without the
+/// leading coefficient. A reflected CRC has the same notation, but its register holds the highest
+/// power in its lowest bit.
 template <class W, W polynomialBits, bool reflected>
 struct CrcDefinition {
     using Word = W;

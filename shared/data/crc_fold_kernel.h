@@ -15,7 +15,7 @@ fold(FoldConstants const & constants, std::uint64_t nextBytes, unsigned char con
     constexpr std::size_t blocks = size / sizeof(Block);
     constexpr std::size_t chains = FoldConstants::chains;
     constexpr std::size_t cacheLine = 64;
-    constexpr std::size_t ahead = 4096; // farther than the processor looks by itself
+    constexpr std::size_t ahead = 4096; // farther than the processor prefetches by itself
 
     auto x = Vector::reverseBytes<isReversed>(
         Vector::sum(Vector::load(data), Vector::withLowBits(nextBytes)));

@@ -66,7 +66,7 @@ template <class Crc>
 constexpr FoldFactors factorsForBits(std::size_t n)
 {
     // The low half of a reflected block holds the higher powers. The product of two reflected words
-    // has its bits one place too low, which is a factor x that the constants leave out.
+    // is one bit too low, which is a factor x. The exponents are smaller by 1 for that reason.
     if constexpr (Crc::isReflected)
         return {reflectBits(powerOfX<Crc>(n + 63)), reflectBits(powerOfX<Crc>(n - 1))};
     else
@@ -77,7 +77,7 @@ constexpr FoldFactors factorsForBits(std::size_t n)
 template <class Crc>
 constexpr FoldFactors makeDivisors()
 {
-    // A long division, which begins behind the first bit of the quotient, that of x^64.
+    // Long division of x^128. The first bit of the quotient, that of x^64, is already subtracted.
     std::uint64_t quotient = 0;
     std::uint64_t remainder = widePolynomial<Crc>;
     for (int bit = 63; bit >= 0; --bit) {

@@ -299,7 +299,8 @@ bool _OX_DataBuffer::chunkzipAdd(z_stream & zs, unsigned char * in, int len, boo
         if (result == Z_STREAM_ERROR)
             return fail(result);
         size += freeBytes - int(zs.avail_out);
-        // zlib writes the input that it has buffered with the next piece.
+        // A piece is done when zlib has consumed it. zlib may write what it has buffered with a
+        // later piece.
         bool const done = last ? result == Z_STREAM_END : zs.avail_in == 0;
         more = zs.avail_out == 0 && !done;
     }
@@ -347,8 +348,8 @@ bool _OX_DataBuffer::chunkUnzipGet(z_stream & zs, unsigned char * out, int outLe
         return fail(result);
     int const consumed = int(input.size() - zs.avail_in);
     dataOffset += consumed;
-    // Bytes behind the end of the stream are ignored, so that a caller that reads until false
-    // stops.
+    // Returns false at the end of the stream even if more bytes follow. A caller that reads until
+    // false would otherwise never stop.
     bool const pastTheEnd = result == Z_STREAM_END && consumed == 0 && zs.avail_out == uInt(outLen);
     return !pastTheEnd;
 }

@@ -13,13 +13,13 @@
 #include <span>
 #include <type_traits>
 
-/// Growable block of bytes with a small header, a CRC-32, compression, searches and files.
-/// docs/file_formats.md describes the files.
+/// Growable block of bytes with a small header. Computes its CRC-32, and compresses, searches,
+/// saves and loads the bytes. docs/file_formats.md describes the files.
 ///
 /// Fails: a function returns false or a negative code and sets `error` to the code. Only a lack of
-/// memory for the name of a file throws (std::bad_alloc). A failure keeps content and capacity,
-/// except when memory is lacking: the buffer then has no block. A request above `memoryLimitMB`
-/// fails with an unchanged `error`, unless a function says otherwise.
+/// memory for the name of a file throws (std::bad_alloc). A failure keeps the block, except when
+/// memory is lacking: the buffer then has no block. A request above `memoryLimitMB` fails with an
+/// unchanged `error`, unless the comment of the function says otherwise.
 ///
 /// The header words may come from a file and are untrusted. No operation accesses memory outside
 /// the block, whatever `size`, `dataOffset` and `sizeUncompressed` contain.
@@ -45,7 +45,7 @@ class OX_EXPORT _OX_DataBuffer
     enum ErrorCode {
         OutOfMemory = -100,        ///< no memory, or a file larger than `memoryLimitMB`
         NotOpened = -101,          ///< the file cannot be opened
-        WrongMagic = -102,         ///< the file does not begin with its magic
+        WrongMagic = -102,         ///< the file does not begin with the expected magic
         Corrupt = -103,            ///< wrong CRC, no content, or a `size` beyond the block
         NotReadable = -104,        ///< a gzip file cannot be opened
         NotWritten = -105,         ///< the file cannot be written completely
@@ -70,15 +70,15 @@ class OX_EXPORT _OX_DataBuffer
     /// Ensures a capacity of newSize bytes; the old content may be lost. A block that is large
     /// enough stays unchanged; otherwise a new, zero-filled block replaces it. `size` does not
     /// change.
-    /// Fails: with unchanged `error` when newSize is negative or above maxMB MiB; with OutOfMemory,
-    /// and without a block, when memory is lacking.
+    /// Fails: with unchanged `error` when newSize is negative or above maxMB MiB; with OutOfMemory
+    /// when memory is lacking, which leaves no block.
     bool newsize(int newSize, int maxMB);
 
     /// Ensures a capacity of newSize bytes and keeps the content. A block that is large enough
-    /// stays unchanged. Growth is to exactly newSize; the new bytes are zero only if there was no
-    /// block. `size` does not change.
-    /// Fails: with unchanged `error` above maxMB MiB; with OutOfMemory, and without a block, when
-    /// memory is lacking.
+    /// stays unchanged. The block grows to exactly newSize bytes; the new bytes are zero only if
+    /// there was no block. `size` does not change.
+    /// Fails: with unchanged `error` when newSize is above maxMB MiB; with OutOfMemory when memory
+    /// is lacking, which leaves no block.
     bool resize(int newSize, int maxMB);
 
     /// Sets all bytes of the block to 0.
@@ -87,16 +87,17 @@ class OX_EXPORT _OX_DataBuffer
     /// Appends len bytes behind the valid bytes; a len below 1 has no effect. `src` must not lie in
     /// the block.
     /// Fails: with Corrupt when `src` is null or `size` is negative or beyond the block; otherwise
-    /// as resize() with `memoryLimitMB`.
+    /// as resize() with a limit of `memoryLimitMB`.
     bool append(char * src, int const & len);
 
     /// Copies len bytes to the start of the block, which grows if necessary; a len below 1 has no
     /// effect. `size` does not change: the caller sets it.
-    /// Fails: with Corrupt when `src` is null; otherwise as resize() with `memoryLimitMB`.
+    /// Fails: with Corrupt when `src` is null; otherwise as resize() with a limit of
+    /// `memoryLimitMB`.
     bool copyFromBuffer(char const * src, int const & len);
 
-    /// Copies len bytes, at most `sizeAllocated`, from the start of the block to `dest`, whether
-    /// they are valid or not.
+    /// Copies the first len bytes of the block, at most `sizeAllocated`, to `dest`. `size` does not
+    /// limit them.
     void copyToBuffer(char * dest, int const & len) const;
 
     /// Sets `crc` to the CRC-32 of the first `size` bytes.
@@ -124,24 +125,25 @@ class OX_EXPORT _OX_DataBuffer
     /// Compresses srcLen bytes into this buffer. The compressed data begins behind `offset` bytes,
     /// which are free for the caller. Sets `size` to the compressed length without `offset`, and
     /// `sizeUncompressed`, `dataOffset` and `isCompressed`.
-    /// Fails: with zlib's code; as resize() with `memoryLimitMB`, but with `error` 0 above the
-    /// limit.
+    /// Fails: with zlib's code; with `error` 0 when the result may need more than `memoryLimitMB`;
+    /// with OutOfMemory when memory is lacking, which leaves no block.
     bool compressFromB(char const * src, int const & srcLen, int const & offset);
 
     /// Compresses the valid bytes of another buffer into this one, by the rules of compressFromB().
-    /// Fails: also with Corrupt when the `size` of `src` is negative or beyond its block.
+    /// Fails: as compressFromB(), and with Corrupt when the `size` of `src` is negative or beyond
+    /// its block.
     bool compressFrom(_OX_DataBuffer & src, int const & offset);
 
     /// Decompresses the `size` bytes at `dataOffset` into exactly destLen bytes. Sets `dataOffset`
     /// to *offset first, if given. Returns destLen.
-    /// Fails: returns the code, also in `error`: zlib's code, or WrongLength when the result does
-    /// not have both destLen and `sizeUncompressed` bytes.
+    /// Fails: returns the code and sets `error` to it: zlib's code, or WrongLength when the length
+    /// of the result differs from destLen or from `sizeUncompressed`.
     int decompressToB(char * dest, int const & destLen, int const * offset);
 
     /// Decompresses into another buffer and sets its `size` to the length, or to the code of the
     /// error. Returns whether the length is above 0. `offset` as in decompressToB().
-    /// Fails: with the code in `error` of this buffer, not of `dest`: OutOfMemory when memory is
-    /// lacking, otherwise as decompressToB().
+    /// Fails: sets `error` of this buffer: OutOfMemory when `dest` cannot get a block of
+    /// `sizeUncompressed` bytes, otherwise as decompressToB().
     /// Compatibility: an existing block of `dest` that is larger than `sizeUncompressed` gives
     /// WrongLength, as the applications expect.
     bool decompressTo(_OX_DataBuffer & dest, int const * offset);
@@ -149,12 +151,12 @@ class OX_EXPORT _OX_DataBuffer
     // Compression in pieces, with the caller's z_stream
 
     /// Begins a compressed stream in a block of initialSize bytes.
-    /// Fails: as newsize() with `memoryLimitMB`; with zlib's code.
+    /// Fails: as newsize() with a limit of `memoryLimitMB`; otherwise with zlib's code.
     bool chunkzipStart(z_stream & zs, int initialSize);
 
     /// Compresses len more bytes, and ends the stream if they are the last.
-    /// Fails: with Z_BUF_ERROR (-5) when the block is full and has already grown; otherwise with
-    /// zlib's code, or as resize() with `memoryLimitMB`.
+    /// Fails: with Z_BUF_ERROR (-5) when the block is full and has already grown in this call;
+    /// otherwise with zlib's code, or as resize() with a limit of `memoryLimitMB`.
     /// Compatibility: the block grows by one half, at most once per call, when twice the input does
     /// not fit or the block is full. The applications rely on this growth.
     bool chunkzipAdd(z_stream & zs, unsigned char * in, int len, bool last);
@@ -166,10 +168,10 @@ class OX_EXPORT _OX_DataBuffer
     /// Fails: with zlib's code.
     bool chunkUnzipStart(z_stream & zs);
 
-    /// Decompresses up to outLen bytes. zs.avail_out is the number of bytes still free.
-    /// `dataOffset` becomes the offset of the next input. Returns false when there is no more
+    /// Decompresses up to outLen bytes. Sets zs.avail_out to the number of bytes that stay free in
+    /// `out`, and `dataOffset` to the offset of the next input. Returns false when there is no more
     /// input, with unchanged `error`.
-    /// Fails: with zlib's code when the data is damaged. The stream is then already released,
+    /// Fails: with zlib's code when the data is damaged. zlib's memory is then already released,
     /// except with Z_STREAM_ERROR (-2).
     bool chunkUnzipGet(z_stream & zs, unsigned char * out, int outLen);
 
@@ -179,16 +181,16 @@ class OX_EXPORT _OX_DataBuffer
     // Files from and to the caller's memory. The functions return 0 or an error code.
     //
     // A file name is a QString, a record, or any other type of text that names a file: a literal, a
-    // fixed string of another capacity, std::string. Opening never waits: a folder and a named pipe
-    // are not opened.
+    // fixed string of another capacity, std::string. Opening never waits: it fails for a folder and
+    // for a named pipe.
     //
     // After NotOpened, NotReadable, NotWritten, zlib's -1 and a code below EndOfFile the thread's
-    // last error is the system's reason (oxLastOSError). The other codes describe the content or,
-    // with OutOfMemory, the memory.
+    // last error is the system's reason (oxLastOSError). The other codes concern the content of the
+    // file or, with OutOfMemory, the memory.
     //
     // Functions with two blocks write or read a magic of 4 bytes if `withMagic`, then block1, then
-    // block2 unless it is null. Saving with a negative length, or with a null block whose length is
-    // not 0, gives NotWritten and leaves the file unchanged.
+    // block2 unless it is null. Saving with a negative length, or with a null block1 whose length
+    // is not 0, gives NotWritten and leaves the file unchanged.
 
     /// Saves two blocks as a plain file.
     /// Fails: NotOpened; NotWritten, also when a part of the file was written.
@@ -232,23 +234,23 @@ class OX_EXPORT _OX_DataBuffer
                                       char * const block1, int const & len1, char * const block2,
                                       int const & len2);
 
-    /// Saves len bytes as a gzip file without magic and header.
+    /// Saves len bytes as a plain gzip file: without the magic and the header of a buffer file.
     /// Fails: NotReadable when the file cannot be opened; zlib's code when it is not written
     /// completely.
-    /// Compatibility: the applications expect NotReadable, and not NotOpened, for a gzip file
-    /// without magic.
+    /// Compatibility: the applications expect NotReadable, and not NotOpened, for a plain gzip
+    /// file.
     static int saveGzipFile(_oxString8_evenSize<500> const & file, char const * data,
                             int const & len);
-    /// Saves len bytes as a gzip file without magic and header; the name is a QString.
+    /// Saves len bytes as a plain gzip file; the name is a QString.
     static int saveGzipFile(QString const & file, char const * data, int const & len);
 
-    /// Loads up to len bytes from a gzip file. With `exact` the file must contain exactly len
+    /// Loads up to len bytes from a plain gzip file. With `exact` the file must contain exactly len
     /// bytes.
     /// Fails: NotReadable when the file cannot be opened; WrongLength; zlib's code when it is
     /// damaged or cut short.
     static int loadGzipFile(_oxString8_evenSize<500> const & file, char * dest,
                             unsigned int const & len, bool const & exact);
-    /// Loads up to len bytes from a gzip file; the name is a QString.
+    /// Loads up to len bytes from a plain gzip file; the name is a QString.
     static int loadGzipFile(QString const & file, char * dest, unsigned int const & len,
                             bool const & exact);
 
@@ -259,8 +261,8 @@ class OX_EXPORT _OX_DataBuffer
     /// Saves len bytes as a compressed buffer file; the name is a QString.
     static int saveToFileCompressedHeader(QString const & file, char * data, int const & len);
 
-    /// Loads len bytes from a compressed buffer file, which must contain at least as many. A
-    /// missing file gives 0 and loads nothing.
+    /// Loads len bytes from a compressed buffer file. A missing file gives 0 and loads nothing; a
+    /// complete file with fewer bytes gives 0, too.
     /// Fails: as loadFromFileCompressed().
     static int loadFromFileCompressedHeader(_oxString8_evenSize<500> const & file, char * dest,
                                             int const & len);
@@ -269,14 +271,15 @@ class OX_EXPORT _OX_DataBuffer
 
     /// Compresses len bytes and saves them as a buffer file.
     /// Fails: as compressFromB().
-    /// Compatibility: a failure to write the file is not reported. The file's content can be made
-    /// again, and a share that is not writable must not stop the applications.
+    /// Compatibility: a failure to write the file is not reported. The applications can recompute
+    /// the data, and a read-only share must not stop them.
     static int compressNSaveToFile(_oxString8_evenSize<500> const & file, char * data,
                                    int const & len);
     /// Compresses len bytes and saves them as a buffer file; the name is a QString.
     static int compressNSaveToFile(QString const & file, char * data, int const & len);
 
-    /// Loads and decompresses len bytes from a file of compressNSaveToFile().
+    /// Loads and decompresses len bytes from a file of compressNSaveToFile(). With `exact` the
+    /// length in the header is compared before the data is decompressed.
     /// Fails: as loadFromFile() with a header; WrongLength when the file contains a different
     /// number of bytes; zlib's code when the data is damaged.
     static int compressNLoadFromFile(_oxString8_evenSize<500> const & file, char * dest,
@@ -286,7 +289,7 @@ class OX_EXPORT _OX_DataBuffer
     static int compressNLoadFromFile(QString const & file, char * dest, int const & len,
                                      bool const & exact);
 
-    // Files from and to this buffer. A failed load keeps what it has read so far, also in the
+    // Files from and to this buffer. A failed load keeps what it has read so far, even in the
     // header.
 
     /// Saves the `size` bytes as a plain file. Computes `crc`; with `withHeader` writes magic and
@@ -300,7 +303,8 @@ class OX_EXPORT _OX_DataBuffer
     /// Loads a whole plain file and sets `size`. With `withHeader` the file begins with magic and
     /// header, and its CRC is checked.
     /// Fails: Missing; Corrupt when the CRC is wrong or the file has no content; OutOfMemory when
-    /// it is too large; otherwise with the codes of the static function.
+    /// the file is larger than `memoryLimitMB` or memory is lacking; otherwise with the codes of
+    /// the static function.
     bool loadFromFile(_oxString8_evenSize<500> const & file, bool withHeader);
     /// Loads a whole plain file and sets `size`; the name is a QString.
     bool loadFromFile(QString const & file, bool withHeader);
@@ -314,8 +318,9 @@ class OX_EXPORT _OX_DataBuffer
     bool saveToFileCompressed(QString const & file);
 
     /// Loads a compressed buffer file and sets `size`. With `growToFit` the block grows with the
-    /// data. Without it the file must contain at least `sizeAllocated` bytes; with more than that
-    /// `size` becomes 0 and the result is true. A missing file gives true and loads nothing.
+    /// data. Without it the function fills the block: the file must contain at least
+    /// `sizeAllocated` bytes. If the file contains more, `size` becomes 0 and the result is true. A
+    /// missing file gives true and loads nothing.
     /// Fails: NotReadable when the file cannot be opened; WrongMagic; OutOfMemory when the data is
     /// too large; zlib's code when the file is damaged or cut short; false with `error` 0 when a
     /// complete stream has too few bytes.
@@ -325,12 +330,11 @@ class OX_EXPORT _OX_DataBuffer
     /// Loads a compressed buffer file and sets `size`; the name is a QString.
     bool loadFromFileCompressed(QString const & file, bool growToFit);
 
-    /// Loads a whole gzip file without header; the block grows in steps of `chunk` bytes. Sets
-    /// `size`.
-    /// Fails: NotReadable when the file cannot be opened; OutOfMemory when it is too large; zlib's
-    /// code when it is damaged or cut short.
+    /// Loads a whole plain gzip file and sets `size`. The block grows in steps of `chunk` bytes.
+    /// Fails: NotReadable when the file cannot be opened; OutOfMemory when its content is larger
+    /// than `memoryLimitMB` or memory is lacking; zlib's code when it is damaged or cut short.
     bool loadGzipFile(_oxString8_evenSize<500> const & file, unsigned int const & chunk);
-    /// Loads a whole gzip file without header and sets `size`; the name is a QString.
+    /// Loads a whole plain gzip file and sets `size`; the name is a QString.
     bool loadGzipFile(QString const & file, unsigned int const & chunk);
 
     // As the functions above, with a file name of any other type of text.
@@ -366,13 +370,13 @@ class OX_EXPORT _OX_DataBuffer
         return loadFromFileCompressed(ox::text::fileNameText(file), withMagic, block1, len1, block2,
                                       len2);
     }
-    /// Saves len bytes as a gzip file; the name has any other type of text.
+    /// Saves len bytes as a plain gzip file; the name has any other type of text.
     template <ox::text::FileName Name>
     static int saveGzipFile(Name const & file, char const * data, int const & len)
     {
         return saveGzipFile(ox::text::fileNameText(file), data, len);
     }
-    /// Loads up to len bytes from a gzip file; the name has any other type of text.
+    /// Loads up to len bytes from a plain gzip file; the name has any other type of text.
     template <ox::text::FileName Name>
     static int loadGzipFile(Name const & file, char * dest, unsigned int const & len,
                             bool const & exact)
@@ -429,7 +433,7 @@ class OX_EXPORT _OX_DataBuffer
     {
         return loadFromFileCompressed(ox::text::fileNameText(file), growToFit);
     }
-    /// Loads a whole gzip file; the name has any other type of text.
+    /// Loads a whole plain gzip file; the name has any other type of text.
     template <ox::text::FileName Name>
     bool loadGzipFile(Name const & file, unsigned int const & chunk)
     {
@@ -437,7 +441,8 @@ class OX_EXPORT _OX_DataBuffer
     }
 
   private:
-    /// As resize(), with a size that may exceed the range of int; false above `memoryLimitMB`.
+    /// Ensures a capacity as resize() does, for a size that may exceed the range of int. Returns
+    /// false above `memoryLimitMB`.
     bool ensureCapacity(std::int64_t bytes);
     /// Returns the part of the block that begins at `offset` and has up to `length` bytes, limited
     /// to the block.

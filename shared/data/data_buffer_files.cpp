@@ -137,7 +137,7 @@ class GzipFile
         auto const gzip = openGzip(*std::move(opened), mode == Mode::Read ? "rb" : "wb");
         if (!reportToThread(gzip))
             return;
-        unsigned const bufferSize = 128 * 1024; // fewer calls of the system
+        unsigned const bufferSize = 128 * 1024; // saves system calls
         gzbuffer(*gzip, bufferSize);
         file_.reset(*gzip);
     }
@@ -406,8 +406,8 @@ bool _OX_DataBuffer::loadFromFileCompressed(QString const & file, bool growToFit
 {
     error = 0;
     NativeName const name = nativePath(file);
-    // Compatibility: these files hold settings and caches. A missing one counts as empty. A file
-    // without a readable status is not known to be missing.
+    // Compatibility: these files hold settings and caches, so a missing file counts as an empty
+    // one. If the status cannot be read, the file may exist and is opened.
     auto const status = ox::platform::fileStatus(name);
     if (status ? status->isFolder : status.error().kind() == ox::platform::ErrorKind::NotFound)
         return true;

@@ -51,7 +51,7 @@ class OX_EXPORT _oxFileSearcher
     /// Writes the content to a file, or to `fileName` when `file` is empty. A given name replaces
     /// `fileName`, even if the call fails.
     /// Fails: without content nothing is written. An error during the write, such as a full disk,
-    /// leaves the file cut short.
+    /// leaves the file truncated.
     bool save(QString const & file);
 
     /// Returns the first position >= `from` of the pattern, exactly, or -1. The empty pattern has
@@ -70,12 +70,13 @@ class OX_EXPORT _oxFileSearcher
         return findIgnoringCase(textOf(pattern), from);
     }
 
-    /// Inserts delta uninitialised bytes at pos, 0 to `size`, or removes -delta bytes there.
+    /// Inserts delta uninitialised bytes at pos (0 to `size`). A negative delta removes -delta
+    /// bytes at pos.
     /// Fails: when pos is out of range, the removed bytes include the last one, memory is lacking,
-    /// or delta exceeds both `headroom` and the spare block.
+    /// or delta exceeds `headroom` and the result does not fit into the spare block.
     bool changeDataSize(int pos, int delta);
 
-    /// Inserts a text at pos, 0 to `size` - 1.
+    /// Inserts a text at pos (0 to `size` - 1).
     /// Fails: as changeDataSize().
     /// Compatibility: nothing can be inserted at the end, so that a file keeps its last byte, which
     /// usually ends its last line.
@@ -85,8 +86,8 @@ class OX_EXPORT _oxFileSearcher
         return insertText(pos, textOf(text));
     }
 
-    /// Replaces oldLen bytes at pos by a text. A negative oldLen overwrites the existing bytes and
-    /// cuts what exceeds the end.
+    /// Replaces oldLen bytes at pos by a text. With a negative oldLen the text overwrites the bytes
+    /// from pos on and is cut at the end of the content.
     /// Fails: when pos is out of range or the replaced bytes include the last one; otherwise as
     /// changeDataSize().
     template <int N>
@@ -99,7 +100,7 @@ class OX_EXPORT _oxFileSearcher
     /// number. Works from left to right in one pass; inserted text is not searched.
     /// Fails: returns 0 and replaces nothing when memory is lacking or the result exceeds 2 GiB.
     /// Compatibility: an occurrence that includes the last byte is counted but not replaced, since
-    /// replace() never changes the last byte.
+    /// replace() refuses a range that includes the last byte.
     template <int N>
     int replaceAll(_oxString8_evenSize<N> const & search,
                    _oxString8_evenSize<N> const & replacement)

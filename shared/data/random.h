@@ -7,8 +7,8 @@
 // keeps its state, a seed of 32 bits. Equal seeds give equal numbers on every machine. The numbers
 // are predictable: do not use them for secrets.
 
-/// Advances `seed` by one step and returns it scaled to 0 to 1. Both ends can occur: a number just
-/// below 1 is rounded to 1.
+/// Advances `seed` by one step and returns it scaled to the range from 0 to 1. The result can be 1,
+/// since a number just below 1 is rounded to 1.
 OX_EXPORT float oxRand(unsigned int & seed);
 
 /// Derives a seed from `len` bytes; `data` may be null when `len` is 0.
