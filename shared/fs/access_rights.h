@@ -10,8 +10,8 @@
 /// The functions add rights to the existing ones and return whether this succeeded. On Linux they
 /// add the mode bits of owner, group and others; on Windows they add an entry for everybody to the
 /// access list.
-/// Fails: for a `char const *` path that is null, empty or longer than 500 bytes; otherwise with
-/// the system's last error set.
+/// Fails: for a `char const *` path that is null, empty or longer than 500 bytes; otherwise
+/// `oxLastOSError` has the reason.
 
 /// Grants everybody the rights to read a folder and to create files in it. With `inherit` files and
 /// folders that are created in it later get the same rights, where the system supports this. On

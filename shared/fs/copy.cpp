@@ -79,8 +79,8 @@ QString notWritten()
 }
 
 /// Copies the source's bytes from `begin` to `end` to the target, and appends them to the buffer,
-/// if any. The next call copies what other processes append to the source during this call. After a
-/// failed write the buffer contains the bytes that the target contains.
+/// if any. Bytes that other processes append to the source during this call are left to the next
+/// call. After a failed write the buffer has the same new bytes as the target.
 QString transfer(OpenFile & source, OpenFile & target, std::int64_t begin, std::int64_t end,
                  _OX_DataBuffer * added)
 {

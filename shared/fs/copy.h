@@ -36,9 +36,9 @@ OX_EXPORT QString oxCopyFile(QString const & from, QString const & to, bool over
 /// Every byte is copied once, even while the source grows. With `added` the same bytes are also
 /// appended to that buffer.
 ///
-/// A target that is missing or longer than the source becomes a copy of the whole source; a shorter
-/// source has been restarted. Without `added` oxCopyFile makes the copy. With `added` the buffer
-/// receives the whole source and loses its previous content.
+/// The whole source is copied if the target is missing or longer than the source: a shorter source
+/// is a new log. Without `added` oxCopyFile makes the copy. With `added` the buffer receives the
+/// whole source and loses its previous content.
 ///
 /// A source of more than 25 MiB is not appended. The call fails with "Log file larger than 25 MB,
 /// stopping copy to oxShare." and sets limitReported. While limitReported is true, such calls
@@ -47,9 +47,9 @@ OX_EXPORT QString oxCopyFile(QString const & from, QString const & to, bool over
 /// A named pipe is refused as source and as target, a device as target. For root a target that is a
 /// link of another user is refused.
 ///
-/// Fails: a failure keeps the bytes that reached the target, and `added` has the same ones. The
-/// next call continues behind them. The texts are those of oxCopyFile when it makes the copy;
-/// otherwise, with the system's message in its short form ("No such file or directory"):
+/// Fails: the bytes written before the failure stay in the target, and `added` contains the same
+/// bytes. The next call continues behind them. The text is that of oxCopyFile if it makes the copy;
+/// otherwise one of these, with the system's message without its number:
 /// - "Source file does not exist", without a dot;
 /// - "Cannot open source file;" or "Cannot open dest. file;" and the system's message, or the
 ///   message alone when the whole source is copied to `added`;

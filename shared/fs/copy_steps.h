@@ -16,8 +16,8 @@ inline constexpr std::size_t copyPiece = 0x100000;
 /// Allocates `size` bytes; null without memory.
 std::unique_ptr<char[]> allocatePiece(std::size_t size);
 
-/// Returns the empty text for success. For an error it returns the text of oxLastOSError and makes
-/// it the thread's last error.
+/// Returns the empty text for success, otherwise the text of the error. Sets the thread's last
+/// error to the error.
 QString systemText(platform::Result<> const & result);
 
 /// Returns "No memory left."
@@ -31,7 +31,8 @@ QString targetNotOpened();
 enum class Faults { Ignored, End };
 
 /// Copies in pieces through `piece`, which has copyPiece bytes, and sleeps pauseMs milliseconds
-/// after each. Sets endsEmpty, if given, for the last piece.
+/// after each. Sets `*endsEmpty`, if given, to whether the last piece looks unfinished, as
+/// oxCopyFile describes.
 /// Fails: when a read fails, or a write with Faults::End.
 platform::Result<> copyPieces(platform::OpenFile & from, platform::OpenFile & to, char * piece,
                               int pauseMs, bool * endsEmpty, Faults faults);

@@ -23,9 +23,9 @@ class FolderWalk;
 ///     while (listing.nextFile())
 ///         use(listing.dirFileName(), listing.fileTime());
 ///
-/// A listing reads the folder entry by entry, or all of it into memory first, so that a folder on a
-/// slow share is read once. Names need no round trip per entry. Size and time need at most one per
-/// entry, made when they are first used.
+/// A listing reads the folder entry by entry, or all entries into memory first. Names need no round
+/// trip per entry. Size and time together need at most one round trip per entry, when one of them
+/// is first used.
 ///
 /// Links are followed, as everywhere in the library. A link to a folder is a folder. A link without
 /// a target is a file with the time of the link. On Linux each byte of a name that is not UTF-8
@@ -56,9 +56,9 @@ class OX_EXPORT oxDirListing
     void init(QString path, bool const & includeDirs, bool const & readIntoMemory,
               bool const & sortByName, bool const & reserved);
 
-    /// Adds an ending that file names must have, ignoring case. A name needs one of the added
-    /// endings. Folders are not filtered. The filter applies to the entries after the current one;
-    /// for a listing in memory add it before init().
+    /// Adds an ending to the filter. With a filter only files whose name has one of its endings,
+    /// ignoring case, are entries. Folders are not filtered. The filter applies to the entries
+    /// after the current one; for a listing in memory add it before init().
     void addEndsWithFilter(QString const & ending);
 
     /// Moves to the next entry, the first one after init(). Returns false at the end.

@@ -11,9 +11,9 @@
 /// Deletes the content of a folder. The folder itself stays, and nothing outside of it changes.
 ///
 /// Links and junctions are deleted and never followed, even if one replaces a folder during the
-/// call. A file system that is mounted inside stays and is reported on Linux. On Windows the mount
-/// point is deleted like a link; the content of the mounted volume stays. What cannot be deleted is
-/// reported, and the rest is deleted.
+/// call. On Linux a file system that is mounted inside stays and is reported as a failure. On
+/// Windows the mount point is deleted like a link; the content of the mounted volume stays. An
+/// entry that cannot be deleted is reported, and the others are deleted.
 ///
 /// Fails: an empty path, a link, and the root of a drive, of a share or of a mounted file system
 /// are refused.
@@ -25,16 +25,16 @@ struct _oxEmptyFolderOptions {
     /// Minimum age in seconds since the last write: younger entries stay. 0 or less deletes entries
     /// of any age.
     int minAge = 0;
-    /// Names without folders, ignoring case. Files and folders with one of these names stay at
-    /// every level, with all their content.
+    /// Names of files and folders, without a path, compared ignoring case. Entries with one of
+    /// these names stay at every level, with all their content.
     QStringList skip;
     /// Dry run: deletes nothing, and reports as if everything had been deleted.
     bool isDryRun = false;
-    /// Called before each entry; true ends the call. May be empty.
+    /// Called before each deletion; true ends the call. May be empty.
     std::function<bool()> stop;
-    /// Called after each entry with its path and an empty `failure`, or the reason why it was not
-    /// deleted: "Unable to delete file ..., " or "Error deleting folder ..., " and the system's
-    /// message. May be empty.
+    /// Called after each deletion and each failure, with the path of the entry. `failure` is empty
+    /// if the entry was deleted, otherwise it is the reason: "Unable to delete file ..., " or
+    /// "Error deleting folder ..., " and the system's message. May be empty.
     std::function<void(QString const & path, QString const & failure)> report;
 };
 
@@ -57,7 +57,7 @@ OX_EXPORT _oxEmptyFolderResult oxEmptyFolder(QString const & folder,
 ///
 /// `recursive`, `minAge` (seconds) and `skip` are those of _oxEmptyFolderOptions; `count`, `bytes`
 /// and `lastError` receive the values of _oxEmptyFolderResult. Any pointer may be null. `messages`
-/// receives lines: the folder with the options in force ("C:\tmp -rec -ign -del 3600"), then each
+/// receives lines: the folder with the options in effect ("C:\tmp -rec -ign -del 3600"), then each
 /// failure.
 OX_EXPORT bool oxEmptyFolder(QString const & folder, bool const & recursive,
                              bool const & ignoreErrors, int const & minAge,

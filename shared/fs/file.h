@@ -17,13 +17,12 @@
 /// text returns the empty one for success. The text of a failure ends with the system's message.
 /// Only a lack of memory throws (std::bad_alloc).
 
-/// Returns whether a file exists, also one that cannot be opened. Makes one status query and does
-/// not open the file.
+/// Returns whether a file exists, even if it cannot be opened. Makes one status query.
 OX_EXPORT bool oxFileExists(_oxString<500> const & name);
 
-/// Returns whether a file exists, and its last-write time and size in bytes where the pointers are
-/// given. One status query gets all of them. `*time` and `*size` stay unchanged if the file does
-/// not exist.
+/// Returns whether a file exists. Sets `*time` to its last-write time and `*size` to its size in
+/// bytes, if given. Makes one status query. `*time` and `*size` stay unchanged if the file does not
+/// exist.
 OX_EXPORT bool oxFileExists(_oxString8_evenSize<500> const & name, _oxTime * time = nullptr,
                             __int64 * size = nullptr);
 /// Returns whether a file exists, and its last-write time and size in bytes; the name is an 8-bit
@@ -34,11 +33,11 @@ OX_EXPORT bool oxFileExists(_oxString8_evenSize<250> const & name, _oxTime * tim
 /// string.
 OX_EXPORT bool oxFileExists(_oxString<500> const & name, _oxTime * time, __int64 * size);
 /// Returns whether a file exists, and its last-write time and size in bytes; the name is a QString.
-/// Compatibility: only the first 500 characters of the name count, since records hold no longer
-/// path.
+/// Compatibility: only the first 500 characters of the name count, since the farm's records contain
+/// no longer paths.
 OX_EXPORT bool oxFileExists(QString name, _oxTime * time = nullptr, __int64 * size = nullptr);
 
-/// Returns whether a folder exists. A path shorter than 3 characters gives false, also "/". One
+/// Returns whether a folder exists. A path shorter than 3 characters gives false, even "/". One
 /// separator of this system at the end is ignored.
 OX_EXPORT bool oxDirectoryExists(_oxString8_evenSize<500> const & path);
 /// Returns whether a folder exists; the path is an 8-bit string of capacity 250.
@@ -69,17 +68,17 @@ OX_EXPORT bool oxDeleteFolder(QString const & path);
 /// Creates a folder, and with withParents every missing folder above it. Returns whether the folder
 /// exists afterwards, whoever created it. A path of 3 characters or fewer (a drive) gives true
 /// without a system call. Only this system's separators count.
-/// Fails: parents that were created remain.
+/// Fails: folders that were created before the failure remain.
 OX_EXPORT bool oxCreateFolder(QString const & path, bool withParents);
 
 /// Renames or moves a file, also to another drive. Returns whether this succeeded. Without
 /// overwrite an existing file under the new name makes the call fail. With overwrite that file is
-/// deleted, even when `from` does not exist. It stays when the system fails to report whether
+/// deleted, even when `from` does not exist. That file stays if the system cannot report whether
 /// `from` exists.
 ///
-/// When both names refer to the same file, overwrite deletes no content. Two spellings of one name
-/// succeed and apply the letter case of `to`. Of two hard links `to` remains. A link does not
-/// replace its own target: the call fails.
+/// If both names refer to the same file, overwrite keeps its content. Two spellings of one name
+/// succeed, and the file gets the letter case of `to`. Of two hard links, `to` remains. If `from`
+/// is a symbolic link to `to`, the call fails.
 OX_EXPORT bool oxRenameFile(QString const & from, QString const & to, bool overwrite);
 
 /// Sets the access and modification times of a file to `*time`, and its creation time where the
@@ -88,9 +87,9 @@ OX_EXPORT bool oxRenameFile(QString const & from, QString const & to, bool overw
 OX_EXPORT bool oxSetFileTime(QString const & name, _oxTime * time);
 
 /// Writes `size` bytes to a new or emptied file; a size of 0 or less gives an empty file.
-/// Fails: "Unable to write/open file: " or, with the failed piece of at most 4 MiB, "Unable to
-/// write 4194304b (8388608/20000000 done): ", and the system's message. Bytes written before the
-/// failure remain.
+/// Fails: "Unable to write/open file: " and the system's message. The bytes are written in pieces
+/// of at most 4 MiB. If a piece fails, the text is "Unable to write 4194304b (8388608/20000000
+/// done): " and the system's message; bytes written before the failure remain.
 OX_EXPORT QString oxWriteBufferToFile(QString name, unsigned char * data, __int64 size);
 
 /// Appends one line to a text file. With overwrite the line replaces the content. With addTime it
@@ -99,7 +98,7 @@ OX_EXPORT QString oxWriteBufferToFile(QString name, unsigned char * data, __int6
 /// Returns whether the line was written.
 OX_EXPORT bool writeToLogFile(_oxString8_evenSize<250> const & name, _oxString8_evenSize<3000> line,
                               bool overwrite, bool addTime);
-/// Appends one line to a text file; the name is a QString, whose letters all reach the system.
+/// Appends one line to a text file; the name is a QString of any characters.
 OX_EXPORT bool writeToLogFile(QString const & name, _oxString8_evenSize<3000> line, bool overwrite,
                               bool addTime);
 /// Appends one line to a text file; the name has any other type of text. A literal is interpreted

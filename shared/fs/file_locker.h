@@ -46,8 +46,8 @@ struct _oxFileLockStatus {
 ///     if (locker.lock(5000, QStringLiteral("Server on farm01"), nullptr, false))
 ///         rewrite(fileName); // unlocked at the end of the scope
 ///
-/// Child processes do not inherit the lock. Only a process forked without a new program keeps the
-/// lock held until it ends.
+/// A child process that starts another program does not inherit the lock. A child process that is
+/// only forked (fork without exec) keeps the lock held until it ends.
 /// Threads: one thread at a time.
 class OX_EXPORT _oxFileLocker
 {
@@ -81,8 +81,8 @@ class OX_EXPORT _oxFileLocker
 
     /// Releases the lock, if this object holds it: deletes the lock file, or renames it to its name
     /// with ".none" appended. Some shares allow neither while the file is open. The file is then
-    /// closed first, and the release can take about a second. Returns true also if the lock was not
-    /// held.
+    /// closed first, and the release can take about a second. Also returns true if this object does
+    /// not hold the lock.
     /// Fails: false when the lock file still exists; `oxLastOSError` has the reason. Others then
     /// wait until it is deleted or three hours have passed.
     bool unlock();

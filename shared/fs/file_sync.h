@@ -14,18 +14,19 @@
 /// kept as `target` + "_old" and replaces an older file of that name. A missing target folder is
 /// created, with rights for everybody.
 ///
-/// The copy is written under a temporary name in the target's folder, which needs space for both
-/// files, flushed, and then renamed. At every moment the previous or the new file is complete under
-/// its name or under "_old", even when the process is killed or several processes synchronise the
-/// same file. A link at the target is replaced and not followed.
+/// The copy is written under a temporary name in the target's folder, flushed, and then renamed.
+/// The disk therefore needs space for both files. At every moment the previous or the new file is
+/// complete under its name or under "_old", even when the process is killed or several processes
+/// synchronise the same file. A link at the target is replaced and not followed.
 ///
 /// `pause` is the pauseMs of oxCopyFile in milliseconds. With retryExe and `errors` the copy of an
-/// ".exe" that looks unfinished (endsEmpty of oxCopyFile) is repeated after 5 seconds, as often as
-/// necessary. The repetition needs a `pause` of 0 or more.
+/// ".exe" that looks unfinished (endsEmpty of oxCopyFile) is repeated every 5 seconds until it
+/// looks complete. This needs a `pause` of 0 or more, since the system's own copy does not set
+/// endsEmpty.
 ///
 /// `errors` receives failures and announcements of retries. `info` receives what was done; with
-/// `verbose` also that the target is up to date. Both are appended to and cut at the capacity, and
-/// may be null.
+/// `verbose` also that the target is up to date. Texts are appended to both and cut at the
+/// capacity. Both may be null.
 ///
 /// Fails: after a failed copy the previous file is unchanged; a copy that is shorter than its
 /// source is a failure. A previous file that cannot be renamed is reported and replaced. If the
@@ -42,8 +43,7 @@ OX_EXPORT bool syncCopy(QString const & source, QString const & target, bool con
                         _oxString8_evenSize<500> * errors, _oxString8_evenSize<500> * info,
                         int pause, bool const & verbose);
 
-/// Updates a file from its master copy, with names of any other types of text, also two different
-/// ones.
+/// Updates a file from its master copy, with names of any other types of text, which may differ.
 template <ox::text::FileName Source, ox::text::FileName Target>
 bool syncCopy(Source const & source, Target const & target, bool const & retryExe,
               _oxString8_evenSize<500> * errors, _oxString8_evenSize<500> * info, int pause,

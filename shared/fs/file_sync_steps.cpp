@@ -40,7 +40,7 @@ class FileSync
         auto const target = platform::fileStatus(nativePath(target_));
         bool const exists = target && !target->isFolder;
         bool const isEqual = exists && target->size == size && target->modified == time.value;
-        // A target that cannot be looked at is not known to be missing, and kept as well.
+        // A target whose status cannot be read may exist, so it is kept as well.
         bool const isReplaced =
             exists || (!target && target.error().kind() != platform::ErrorKind::NotFound);
         if (exists && !isEqual)

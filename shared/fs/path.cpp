@@ -115,8 +115,8 @@ QString withoutIllegal(QString text, bool allowSpaces, bool keepPlaceholders)
     removeAll(text, QLatin1String("\n\r\t|;#}{\"=?`~*"));
     if (!allowSpaces)
         text.remove(u' ');
-    // The search for placeholders runs after the removal, since a removed character may have split
-    // one.
+    // The search for placeholders runs after the removal, since a removed character may have
+    // interrupted a placeholder.
     QString clean;
     clean.reserve(text.size());
     for (Index i = 0; i < text.size(); ++i) {
@@ -319,7 +319,7 @@ QString oxPathResolve(QString path)
     auto tail = steps;
     bool isClimbing = true;
     for (; tail.substr(0, token.size()) == token; tail.remove_prefix(token.size())) {
-        // The head ends with a separator, so a cut never has to add one.
+        // The head ends with a separator, so folderCut never adds one.
         auto const length =
             isClimbing ? folderCut(head, char16_t{separator.unicode()}).length : head.size();
         isClimbing = length < head.size();

@@ -62,9 +62,9 @@ OX_EXPORT _oxString<100> oxGetFileName(_oxString<500> const & path);
 OX_EXPORT QString oxGetFileNameBase(QString path, unsigned short separator);
 
 /// Returns the folder that contains the path's last part: `C:\a\` for `C:\a\b.exr` and for
-/// `C:\a\b\`. A share contains itself: `\\srv\share\` for `\\srv\share\x`, `\\srv\share\` and
-/// `\\srv\share`. A path of one or two characters is returned unchanged. A path without a
-/// separator between its second and its last character gives the empty text.
+/// `C:\a\b\`. The folder of a share is the share itself: `\\srv\share\` for `\\srv\share\x`,
+/// `\\srv\share\` and `\\srv\share`. A path of one or two characters is returned unchanged. A path
+/// without a separator between its second and its last character gives the empty text.
 OX_EXPORT QString oxGetDirName(QString path, unsigned short separator);
 /// Returns the folder that contains the path's last part, by the rules of oxGetDirName. The
 /// separator is "/" when the path contains one, else "\".
@@ -87,8 +87,8 @@ OX_EXPORT _oxString<500> oxGetDirName(_oxString<500> const & path);
 OX_EXPORT QString oxAddStringToFileName(QString name, QString const & add);
 
 /// Returns whether a path is relative by the farm's rules. Absolute paths begin with "\", with a
-/// drive ("C:\") or with "<Database>", ignoring case. Every other path is relative, and every path
-/// of one or two characters.
+/// drive ("C:\") or with "<Database>", ignoring case. Every other path is relative, as is every
+/// path of up to two characters.
 /// Compatibility: "/usr/x" is relative, since these rules are those of the farm's Windows paths.
 OX_EXPORT bool isRelativePath(QString path);
 
@@ -99,23 +99,23 @@ OX_EXPORT bool isRelativePath(QString path);
 OX_EXPORT bool oxIsRootpath(QString const & path);
 
 /// Returns the path with its first sequence of ".." steps resolved: `C:\a\x` for `C:\a\b\..\x`.
-/// Each step goes up as `oxGetDirName` does. A path that climbs out of its drive or out of a
-/// leading "/" loses it; a share stays the same. Steps without a folder in front of them are
-/// dropped.
+/// Each step goes up as `oxGetDirName` does. A path that climbs above its drive or its leading "/"
+/// loses this root; a path that climbs above its share keeps the share. Steps without a folder in
+/// front of them are dropped.
 /// Compatibility: later ".." steps stay unresolved, as in the farm's applications.
 OX_EXPORT QString oxPathResolve(QString path);
 
 /// Returns a file name without the characters that file systems and the farm's texts do not allow:
-/// - \ / | ; # { } " = ? ` ~ * < > ^ and all characters below 32 are removed, blanks unless
-///   allowSpaces; ":" becomes "_";
+/// - \ / | ; # { } " = ? ` ~ * < > ^ and all characters below 32 are removed; blanks are also
+///   removed unless allowSpaces; ":" becomes "_";
 /// - with keepFramePlaceholders "<FN>" and "<FN1>" to "<FN7>" keep their brackets.
 OX_EXPORT QString oxRemoveIllegalCharFromFile(QString name, bool allowSpaces,
                                               bool const & keepFramePlaceholders);
 
 /// Returns a folder path without the characters that oxRemoveIllegalCharFromFile removes, but with
-/// its separators and the colon of a leading drive letter. With `last` the text is a whole path and
-/// not the front of a longer one. Blanks and dots at its end are then removed, too, since Windows
-/// drops them and would name another folder. The steps "." and ".." stay.
+/// its separators and the colon of a leading drive letter. Set `last` if the text is a whole path
+/// and not the front of a longer one. Blanks and dots at its end are then removed, too, since
+/// Windows ignores them there. A last part "." or ".." stays.
 OX_EXPORT QString oxRemoveIllegalCharFromDir(QString path, bool allowSpaces,
                                              bool const & keepFramePlaceholders, bool last);
 
