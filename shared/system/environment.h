@@ -22,11 +22,11 @@ OX_EXPORT _oxString8_evenSize<250> oxGetEnvironmentVariable8(_oxString8_evenSize
 /// are omitted.
 OX_EXPORT void oxGetEnvironmentVariableList(QStringList & names, QStringList & values);
 
-/// Returns the folder of the running executable with a separator at its end. If it is not known,
-/// has 3 characters or fewer or does not fit into 250 characters, the folder of `argv0` is
-/// returned, which may be null or relative to the current folder. Empty when no folder is known or
-/// the folder does not fit: a cut path would name another folder. On Linux a path beyond Latin-1 is
-/// in UTF-8.
+/// Returns the folder of the running executable with a separator at its end. Returns the folder of
+/// `argv0` instead if the path of the executable is not known or has up to 3 characters, or if its
+/// folder does not fit into 250 characters. `argv0` may be null or relative to the current folder.
+/// Returns the empty text if no folder is known or fits, since a cut path would name another
+/// folder. On Linux a path beyond Latin-1 is in UTF-8.
 OX_EXPORT _oxString8_evenSize<250> oxApplicationPath(char * argv0);
 /// Sets `path` to the folder of the running executable, with a separator at its end. Returns
 /// whether a folder was found; `path` is empty otherwise. `argv0`, which may be null, is used if

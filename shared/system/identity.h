@@ -56,20 +56,20 @@ OX_EXPORT QString osBitStr();
 OX_EXPORT bool oxIsSystemAdmin();
 
 /// Returns the user's home folder ($HOME on Linux), without a separator at its end.
-/// Fails: empty, with the system's last error set.
+/// Fails: returns the empty text; `oxLastOSError` has the reason.
 OX_EXPORT QString getWinFolderProfile();
 /// Returns the user's folder for program data that stays on this machine ($XDG_DATA_HOME on Linux,
 /// by default .local/share in the home folder), without a separator at its end.
-/// Fails: empty, with the system's last error set.
+/// Fails: returns the empty text; `oxLastOSError` has the reason.
 OX_EXPORT QString getWinFolderLocalAppData();
 /// Returns the user's folder for program data that follows the user to other machines
 /// ($XDG_CONFIG_HOME on Linux, by default .config in the home folder), without a separator at its
 /// end.
-/// Fails: empty, with the system's last error set.
+/// Fails: returns the empty text; `oxLastOSError` has the reason.
 OX_EXPORT QString getWinFolderAppData();
 
 // Entries of the system's list of users; the environment has no influence. A failure returns a text
-// that begins with "Error " or "ERROR: ", with the system's last error set.
+// that begins with "Error " or "ERROR: "; `oxLastOSError` has the reason.
 
 /// Returns the user whose settings the process uses: the SID under which HKEY_CURRENT_USER is
 /// loaded (Windows), the id of the real user (Linux).

@@ -10,7 +10,7 @@
 namespace ox::system
 {
 
-/// Working set in bytes that a 32-bit process reads for any larger one: 2^32 - 1.
+/// Working set in bytes that a 32-bit process reads instead of every larger one: 2^32 - 1.
 constexpr std::uint64_t cutWorkingSet = 4294967295;
 
 /// Returns the `memMB` of an entry for a working set in bytes: rounded to the nearest MiB, at least
@@ -25,7 +25,7 @@ inline int shownMemory(std::uint64_t workingSet)
 }
 
 /// Distributes the part of the used memory (MiB) that no entry accounts for, in equal shares, to
-/// the entries above 4000 MiB, whose working set looks cut.
+/// the entries above 4000 MiB, whose working set is probably larger than a 32-bit process can read.
 inline void distributeMemory(std::span<_oxProcessEntry> entries, std::int64_t usedMB)
 {
     auto const isCut = [](_oxProcessEntry const & entry) { return entry.memMB > 4000; };

@@ -188,7 +188,8 @@ void _oxProcessList::fix32bit_4GBmemory()
         return static_cast<std::int64_t>(ox::text::wholeMebibytes(bytes));
     };
     std::int64_t usedMB = mebibytes(memory->total - memory->available);
-    // `perfBuffer` still contains the figures of the entries that are read below.
+    // The call needs a buffer of its own, since `perfBuffer` still contains the figures of the
+    // entries that are read below.
     std::vector<char> buffer(65536);
     if (auto const kernel = ox::platform::kernelMemory(buffer)) {
         // Compatibility: the cache counts 10 % more, as in the farm's applications.

@@ -13,8 +13,7 @@
 ///     if (list->processExists("render.exe", true))
 ///         ...
 ///
-/// A process may end at any time. For an ended process each function gives its result for a
-/// failure.
+/// A process may end at any time. Each function treats an ended process as a failure.
 
 namespace ox::platform
 {
@@ -42,8 +41,8 @@ struct _oxProcessEntry {
     long long cpuTime = 0; ///< processor time in 100 ns; 0 when not read
 };
 
-/// Snapshot of up to 1000 processes. An object has about 80 KiB: create it on the heap. Snapshots
-/// reuse its memory.
+/// Snapshot of up to 1000 processes. An object has about 80 KiB: create it on the heap. Each
+/// snapshot reuses its memory.
 ///
 /// Memory and processor time are read in two steps. initGetProcessInfo and the constructor read
 /// them for all processes at one moment. getProcessInfo copies those of one process to its entry;
@@ -80,10 +79,10 @@ class OX_EXPORT _oxProcessList
     int total() const { return total_; }
 
     /// Reads memory and processor time of all processes, and clears them in the entries. On Linux a
-    /// snapshot has read them along with the names, and a call within 10 ms uses these.
+    /// snapshot reads them along with the names, and a call within 10 ms uses those values.
     void initGetProcessInfo();
-    /// Sets `memMB` and `cpuTime` of an entry, if both are 0, and `user`. `index` is 1 to `count`;
-    /// `count` is the entry behind the filled ones. Other indices have no effect.
+    /// Sets `memMB` and `cpuTime` of an entry, if both are 0, and `user`. `index` is 1 to `count`,
+    /// including the unused entry behind the filled ones. Other indices have no effect.
     /// Compatibility: entry 0, the idle process, is never set; the farm's applications rely on this
     /// range.
     void getProcessInfo(int index);
@@ -92,37 +91,37 @@ class OX_EXPORT _oxProcessList
     /// As getProcessInfo, for `cpuTime` only. Returns 0.
     long long getProcessInfoMemBytes_CPUOnly(int index);
     /// Distributes the used memory that no process accounts for to the entries above 4000 MiB,
-    /// since a 32-bit process reads larger working sets as 4 GiB.
+    /// since a 32-bit process reads every working set above 4 GiB as 4 GiB.
     void fix32bit_4GBmemory();
 
-    /// Returns the index of the first entry with a process id, or -1. Takes a snapshot first if
+    /// Returns the index of the first entry with this process id, or -1. Takes a snapshot first if
     /// none exists, or with `refresh`.
     int getListIDByPID(unsigned int pid, bool refresh);
-    /// Returns whether an entry has a process id. Takes a snapshot first if none exists, or with
+    /// Returns whether an entry has this process id. Takes a snapshot first if none exists, or with
     /// `refresh`.
     bool processExistsPID(unsigned int pid, bool refresh);
-    /// Returns whether a process has a name; false for the empty name. Takes a snapshot first if
+    /// Returns whether a process has this name; false for the empty name. Takes a snapshot first if
     /// none exists, or with `refresh`.
     /// Compatibility: `pidOut` is not written, since the applications keep a number of their own in
     /// it.
     bool processExists(_oxString8_UnevenSize<25> name, bool refresh, long long * pidOut = nullptr);
-    /// Returns whether at least two processes have a name. Takes a snapshot first if none exists.
-    /// `pidOut` receives the id of the last one, even of a single one, and is not written when no
-    /// process has the name.
+    /// Returns whether at least two processes have this name. Takes a snapshot first if none
+    /// exists. `pidOut` receives the id of the last process with the name, even if it is the only
+    /// one, and is not written if no process has it.
     bool doesProcessExistTwice(_oxString8_UnevenSize<25> name, long long * pidOut = nullptr);
 
     /// Ends a process immediately. Failures are not reported.
     void killProcess(unsigned int const & pid);
-    /// Ends all processes with a name immediately; none for the empty name. Takes a snapshot first
-    /// if none exists. Failures are not reported.
+    /// Ends all processes with this name immediately; none for the empty name. Takes a snapshot
+    /// first if none exists. Failures are not reported.
     void killProcess(_oxString8_UnevenSize<25> name);
 
   private:
     void collectIfNeeded(bool refresh);
     void recordFailedReading(ox::platform::Error const & error);
     bool isReadable(int index) const;
-    /// Reads memory and processor time of an entry if both are 0. Returns whether its working set
-    /// is cut at 32 bits.
+    /// Reads memory and processor time of an entry if both are 0. Returns whether the working set
+    /// was limited to 2^32 - 1 bytes.
     bool readMemoryAndTime(_oxProcessEntry & entry);
     void readUser(_oxProcessEntry & entry);
 
@@ -149,9 +148,9 @@ class OX_EXPORT _ProcessWatch
     /// Resets all members.
     void clear() { *this = _ProcessWatch(); }
 
-    /// Sets `cpuUsage` to the usage since the last call, from entry `index`, which getProcessInfo
-    /// has filled; 0 at the first call. An index outside the list has no effect. `coreCount` is not
-    /// used: one busy core is 100 on every machine.
+    /// Sets `cpuUsage` to the usage since the last call, or to 0 at the first call. Reads entry
+    /// `index`, which getProcessInfo must have filled. An index outside the list has no effect.
+    /// `coreCount` is not used: one busy core is 100 on every machine.
     void calcCPUUsage(_oxProcessList const * list, int const & index, int const & coreCount);
 };
 
@@ -168,9 +167,9 @@ OX_EXPORT bool ourProcessAlreadyExists(_oxString8_UnevenSize<25> baseName, bool 
                                        bool checkConsole, long long * pidOut = nullptr);
 
 /// Reports the processes whose names begin with a prefix, measured over waitMs milliseconds. Each
-/// line contains the name, the usage in percent of one core, with `coreCount` >= 1 the usage in
-/// percent of the machine in parentheses, MiB, user and, with `withPid`, the id. Empty for the
-/// empty prefix.
+/// line contains the name, the CPU usage in percent of one core, the memory in MiB, the user and,
+/// with `withPid`, the process id. With `coreCount` >= 1 the CPU usage in percent of the machine
+/// follows in parentheses. Returns the empty text for the empty prefix.
 OX_EXPORT QString listProcess(_oxString8_UnevenSize<25> namePrefix, int waitMs, int coreCount,
                               bool withPid);
 /// Reports all processes that use at least minCorePerc percent of one core (rounded) or more than

@@ -44,7 +44,7 @@ oxSharedMemory::oxSharedMemory(_oxString8_evenSize<250> const & key)
 
 oxSharedMemory::~oxSharedMemory()
 {
-    static_cast<void>(release()); // detach makes a text, for which there may be no memory
+    static_cast<void>(release()); // detach() builds an error text, which needs memory
 }
 
 bool oxSharedMemory::create(int size, bool global, bool fallBackToLocal)

@@ -19,11 +19,11 @@ class Result;
 /// Named block of memory in which the farm's processes on one machine exchange state.
 ///
 /// One process creates the segment of a key, the others attach to it. The segment exists as long as
-/// a process is attached. Services and desktop users can attach to a global segment. Only the
-/// session, on Linux the user, can attach to a local one. A byte before the data is an advisory
-/// lock, which all users of the segment respect. docs/shared_memory.md describes the protocol and
-/// its limits. A global segment trusts all who may open it; on Linux they can also truncate it,
-/// which ends attached processes.
+/// a process is attached. Services and desktop users can attach to a global segment. Only processes
+/// of the same session (Windows) or user (Linux) can attach to a local segment. A byte before the
+/// data is an advisory lock, which all users of the segment must respect. docs/shared_memory.md
+/// describes the protocol and its limits. Every process that may open a global segment can change
+/// its content. On Linux it can also truncate the segment, which ends attached processes.
 ///
 ///     oxSharedMemory memory("ClientState");
 ///     if (!memory.attach() && !memory.create(sizeof(State), true, true))
@@ -33,8 +33,8 @@ class Result;
 ///         memory.unlock();
 ///     }
 ///
-/// Child processes do not inherit the segment. A process forked without a new program must leave
-/// the object to its parent.
+/// A child process that starts another program does not inherit the segment. A child process that
+/// is only forked (fork without exec) must not use the object.
 /// Fails: `create`, `attach`, `detach`, `lock` and `unlock` return false; `error` and `errorString`
 /// describe the last of these calls.
 /// Threads: one thread at a time.
@@ -47,12 +47,12 @@ class OX_EXPORT oxSharedMemory
         OwnError = -1,     ///< refused by this class, not by the system
         AlreadyExists = 4, ///< create(): the segment exists already
         DoesNotExist =
-            5, ///< attach(): the segment does not exist; after create() a code of the system
+            5, ///< attach(): the segment does not exist; after create() 5 is a system code
     };
 
     /// Sets the names of the segment; creates nothing. Keys of up to 232 characters have distinct
-    /// names. Keys with equal first 240 characters have the same global name, those with equal
-    /// first 247 characters also the same local name.
+    /// names. Keys that agree in the first 240 characters have the same global name. Keys that
+    /// agree in the first 247 characters also have the same local name.
     explicit oxSharedMemory(_oxString8_evenSize<250> const & key);
     /// Releases the lock, if this object holds it, and detaches.
     ~oxSharedMemory();

@@ -86,8 +86,9 @@ class OX_EXPORT _oxSysInfo
     /// Sets the fields that describe the processors.
     void getCpuInfo();
 
-    /// Takes a sample of the load as `update` does, and returns its raw values as text. With `init`
-    /// the next load is measured from this sample.
+    /// Takes a sample of the load as `update` does, and returns its raw values as text. The next
+    /// load is measured from this sample. Without `init` the text is "DeltaPerfTime100nSec is 0" if
+    /// no time has passed since the last sample.
     QString getCpuUsageDebug(bool init);
 
     /// Returns the user of the desktop: the owner of the last desktop shell in the process list.
@@ -101,15 +102,15 @@ class OX_EXPORT _oxSysInfo
     /// answer.
     bool isUACenabled();
     /// Returns whether the system has 64 bits.
-    /// Compatibility: on Windows it returns whether the system can answer this for a 32-bit
-    /// process, whatever the answer, as in the farm's records.
+    /// Compatibility: on Windows it returns whether the system can report this for a 32-bit
+    /// process, and not what it reports, as in the farm's records.
     bool isX64();
 
     /// Returns the size of the kernel's memory pools in MiB, or -1 if it is not known.
     int getKernelMemory();
     /// Returns the size of the system's file cache in MiB, or 0 if it is not known.
     int getSystemCacheSize();
-    /// Returns a report on the memory for people: all values that the system provides.
+    /// Returns a readable report of all memory values that the system provides.
     QString getFullMemoryInfo();
 
     /// Returns the temperature of the disk in °C at the last reading of its health, if available.

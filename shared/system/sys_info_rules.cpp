@@ -178,7 +178,8 @@ std::optional<platform::LocalClock> localClockAt(_oxTime const & time)
 
 DiskHealth diskHealthOf(platform::Result<platform::Disk> const & disk, bool withHealth)
 {
-    // Line by line, since a QStringList that is made of its lines crashes without memory.
+    // The lines are appended one by one. The construction of a QStringList from several lines
+    // crashes when memory is lacking.
     DiskHealth health;
     if (!disk || !disk->bus) {
         health.lines +=

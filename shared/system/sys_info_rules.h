@@ -40,8 +40,7 @@ int totalMegabytes(platform::Result<platform::PhysicalMemory> const & memory);
 /// Returns the available memory in MiB; a quarter of `total` after a failure.
 int freeMegabytes(platform::Result<platform::PhysicalMemory> const & memory, int total);
 
-/// Returns the difference of two readings of a counter. A counter that has wrapped around is
-/// allowed.
+/// Returns the difference of two readings of a counter, even if the counter has wrapped around.
 std::int64_t difference(std::int64_t later, std::int64_t earlier);
 
 /// Returns the load between two samples, 0 to 1. Empty when no time has passed.
