@@ -23,13 +23,13 @@
 /// The parts are the log file's name without ".txt", the local time of the dump (month, day, hour,
 /// minute, second), the library's version, the local time of the application's start (year to
 /// minute), and the word size of the build. Existing files are never overwritten: the dump gets the
-/// name of the next free second, and keeps its first name when no second within a minute is free.
+/// name of the next free second, and keeps its temporary name if no second within a minute is free.
 ///
 /// Two lines are logged. The first is "crash detected true", or "crash detected false" if no dump
 /// could be written. The second follows 200 ms later, after the rename: "wrote dumpfile to " with
 /// the path. The process then ends as it does without the handler. If several threads crash, the
-/// first one is dumped and the others wait for the end. The process ends half a minute after the
-/// crash at the latest, even when the dump folder does not respond.
+/// first one is dumped and the others wait until the process ends. The process ends half a minute
+/// after the crash at the latest, even when the dump folder does not respond.
 ///
 /// Threads: every function may be called from any thread.
 class OX_EXPORT oxCrashHandler
@@ -50,8 +50,8 @@ class OX_EXPORT oxCrashHandler
     /// "_release", so that debug builds use the release's folder.
     ///
     /// The time zone is read here; dumps are named by its rules for the next five years.
-    /// Threads: if several threads call it at once, the first one installs the handler, and the
-    /// context of the last one holds.
+    /// Threads: if several threads call it at once, the first call installs the handler, and the
+    /// context of the last call is used.
     void init(__OX & context, int argc, char ** const argv);
 
     /// Prepares the calling thread for a stack overflow. On Linux no dump of a stack overflow can

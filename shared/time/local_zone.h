@@ -8,8 +8,8 @@
 namespace ox::time
 {
 
-/// Offsets of the local time zone, read in advance, so that a crashed process can compute local
-/// times without the operating system, whose locks and heap may be unusable.
+/// Offsets of the local time zone, read in advance. With them a crashed process computes local
+/// times without a call of the system, since locks and heap may then be unusable.
 class LocalZone
 {
   public:

@@ -9,7 +9,7 @@
 namespace ox::time
 {
 
-/// Returns the milliseconds from one reading of the tick counter to another, also when the counter
+/// Returns the milliseconds from one reading of the tick counter to another, even if the counter
 /// restarted at 0 between them. Intervals of 2^31 ms (24.8 days) and more wrap to small values.
 /// Compatibility: callers rely on results that are never negative.
 constexpr int ticksBetween(std::uint32_t start, std::uint32_t now)

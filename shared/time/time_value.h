@@ -56,8 +56,9 @@ class OX_EXPORT _oxTime
     }
     /// Creates a time from seconds since 1970. Local time (`isUTC` false) is converted with
     /// `oxTime_Start_OffSet`.
-    /// Compatibility: the offset is first measured only when it is 99. Before the first measurement
-    /// local times become one second late, as in the farm's records.
+    /// Compatibility: this constructor measures the offset only if it is 99. Before the first
+    /// measurement the offset is -1, so local times become one second late, as in the farm's
+    /// records.
     _oxTime(__int64 t, bool isUTC);
 
     /// Returns the current time.
@@ -65,19 +66,19 @@ class OX_EXPORT _oxTime
     /// Sets the current time plus `add` seconds.
     void setCurrentTime(__int64 add);
     /// Sets a time given in 100-ns ticks since 1601-01-01 UTC, as two 32-bit halves. Higher bits of
-    /// the arguments are ignored. Fractions of a second are cut towards 1970.
+    /// the arguments are ignored. Fractions of a second are truncated towards 1970.
     void from_FILETIME(unsigned long low, unsigned long high);
     /// Converts a file time (seconds since 1970) as if the daylight saving at its date were that of
     /// the measured offset. File times are then comparable across a change of daylight saving.
     static _oxTime convertStatFileTime(__int64 const & t);
 
-    /// Sets local midnight of a date. On a day that begins with a skipped hour it sets the hour
-    /// behind it. Month and day are clamped to 1 to 12 and 1 to 31. A year below 0 becomes 2014,
-    /// one below 100 counts from 2000, one above 3000 becomes 3000.
+    /// Sets local midnight of a date. If daylight saving skips midnight on that day, it sets the
+    /// end of the skipped hour. Month and day are clamped to 1 to 12 and 1 to 31. A year below 0
+    /// becomes 2014, one below 100 counts from 2000, one above 3000 becomes 3000.
     void fromDate(int day, int month, int year);
     /// Sets a local time, whose date is clamped as by fromDate. The year 1900 stands for the
-    /// current one, and 1.1.1900 for today. The years 1901 to 1989 count from 2000. For an hour
-    /// that occurs twice the second one is set. A time in a skipped hour is set one hour later.
+    /// current one, and 1.1.1900 for today. The years 1901 to 1989 count from 2000. Of an hour that
+    /// occurs twice, the second occurrence is set. A time in a skipped hour is set one hour later.
     void fromDateTime(int second, int minute, int hour, int day, int month, int year);
     /// Sets local midnight of a date, with its year unchanged. An invalid date gives -1.
     _oxTime & operator=(QDate const & date);
@@ -118,17 +119,19 @@ class OX_EXPORT _oxTime
     /// Days since 1970 by the measured offset `add` seconds later. Negative before 1970, rounded
     /// toward 0.
     int getTotalDays(__int64 add) const;
-    /// Returns the time in local seconds, by the measured offset, cut to signed 32 bits.
-    /// Compatibility: the farm's records hold local times in 32 bits.
+    /// Returns the time in local seconds, by the measured offset, truncated to signed 32 bits.
+    /// Compatibility: the farm's records contain local times in 32 bits.
     __int64 toLocalTime() const;
     /// Converts a value in local seconds to UTC by the measured offset.
     void convertFromLocalTime();
 
-    /// Returns the seconds from `now` until `wait` seconds after this time, cut to 32 bits. Null is
-    /// the current time.
+    /// Returns the seconds from `now` to the end of a wait of `wait` seconds that began at this
+    /// time; negative after its end. The result is truncated to 32 bits. A null `now` is the
+    /// current time.
     int waitTimeDifference(__int64 const & wait, _oxTime const * now) const;
-    /// Returns whether `now` is later than `wait` seconds after this time. Null is the current
-    /// time. If it is, `restart` sets this time to `now`, which starts the next wait.
+    /// Returns whether `now` is later than the end of a wait of `wait` seconds that began at this
+    /// time. If it is later, `restart` sets this time to `now`, which begins the next wait. A null
+    /// `now` is the current time.
     bool waitTimeIsOver(__int64 const & wait, bool const & restart, _oxTime const * now);
 
     /// Returns the offset of local time from UTC in seconds, and measures it if it is still -1.
@@ -139,8 +142,8 @@ class OX_EXPORT _oxTime
     static int testIfOfsetIsRight(bool apply);
 
     // Texts in local time. The comments show Saturday 2026-11-14 09:05:07. Numbers have at least
-    // two digits. A year of two digits is the year minus 2000, negative before. A month or weekday
-    // that the calendar cannot express is its number.
+    // two digits. A year of two digits is the year minus 2000, which is negative before 2000. If
+    // the calendar cannot express the year, the name of a month or weekday is a number.
 
     /// Local month, day and time: "11.14 09:05.07".
     /// Compatibility: the month comes first, as in the farm's logs.
@@ -208,7 +211,7 @@ struct OX_EXPORT _oxTime32 {
     /// Order by the seconds.
     auto operator<=>(_oxTime32 const &) const = default;
 
-    /// Sets the current time plus `add` seconds, cut to 32 bits.
+    /// Sets the current time plus `add` seconds, truncated to 32 bits.
     void setCurrentTime(__int64 add);
     /// Gets the local calendar fields.
     void to_tm(std::tm & fields) const { _oxTime(*this).to_tm(fields); }
