@@ -1,0 +1,73 @@
+#!/usr/bin/env python3
+"""Checks the sources of the library and of the tool with clang-tidy, as .clang-tidy selects:
+  scripts/tidy.py BUILD_FOLDER [FILE…]      without a file: all sources that the build compiles
+A source that passed is checked again only after its preprocessed text or .clang-tidy has changed.
+The build must not use precompiled headers, which clang-tidy cannot read.
+"""
+import concurrent.futures
+import hashlib
+import json
+import os
+import pathlib
+import shlex
+import subprocess
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+CACHE = pathlib.Path(os.environ.get("XDG_CACHE_HOME") or pathlib.Path.home() / ".cache") / "oxshared/tidy"
+TIDY = "clang-tidy-19"
+
+
+def sources(build, wanted):
+    """The entries of the compilation database for the wanted files, or for library and tool."""
+    entries = json.loads((build / "compile_commands.json").read_text())
+    by_file = {pathlib.Path(entry["file"]): entry for entry in entries}
+    folders = [ROOT / "shared", ROOT / "oxtool"]
+    return [entry for file, entry in sorted(by_file.items())
+            if (file in wanted if wanted else any(folder in file.parents for folder in folders))]
+
+
+def key_of(entry, config):
+    """A hash of the configuration and of the preprocessed text, which determine the result."""
+    arguments = shlex.split(entry["command"])
+    arguments[arguments.index("-o") + 1] = "-"
+    arguments[arguments.index("-c")] = "-E"
+    arguments.append("-P")
+    text = subprocess.run(arguments, cwd=entry["directory"], check=True, capture_output=True,
+                          env=os.environ | {"CCACHE_DISABLE": "1"}).stdout
+    return hashlib.sha256(config + text).hexdigest()
+
+
+def check(build, entry, config):
+    """Returns what clang-tidy reports on a source; nothing if the source passes."""
+    passed = CACHE / key_of(entry, config)
+    if passed.exists():
+        return ""
+    run = subprocess.run([TIDY, "--quiet", "-p", build, entry["file"]],
+                         capture_output=True, text=True)
+    if run.returncode == 0:
+        passed.touch()
+        return ""
+    return run.stdout or run.stderr
+
+
+def main():
+    if len(sys.argv) < 2:
+        sys.exit(__doc__)
+    build = pathlib.Path(sys.argv[1]).resolve()
+    wanted = {pathlib.Path(name).resolve() for name in sys.argv[2:]}
+    config = (ROOT / ".clang-tidy").read_bytes()
+    CACHE.mkdir(parents=True, exist_ok=True)
+    entries = sources(build, wanted)
+    failed = 0
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        for report in pool.map(lambda entry: check(build, entry, config), entries):
+            if report:
+                failed += 1
+                print(report, flush=True)
+    print(f"{len(entries) - failed} of {len(entries)} sources passed")
+    return 1 if failed or not entries else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
