@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QString>
+
+#include <chrono>
+#include <optional>
+
+namespace ox::tool
+{
+
+/// Parses a duration: a number with a unit, "250ms", "5s", "10min", "2h" or "7d". A bare number has
+/// the unit of the option. The number is a decimal one without a sign ("1.5h"); the result is
+/// rounded to milliseconds.
+/// Fails: empty for any other text, and for a duration above 10000 days.
+std::optional<std::chrono::milliseconds> parseDuration(QString const & text,
+                                                       std::chrono::milliseconds unit);
+
+} // namespace ox::tool
