@@ -127,7 +127,8 @@ class Parser
         app_.set_help_all_flag("--help-all", "Print the help of all commands");
         app_.set_version_flag("--version", program.version, "Print the version");
         app_.footer("'" + program.name +
-                    " COMMAND --help' prints the arguments and an example of a command.\n");
+                    " COMMAND --help' prints the arguments and an example of a command.\n\n" +
+                    "Exit status: 0 done, 1 failed, 2 wrong use, 3 damaged, 4 locked, 5 missing\n");
         for (Command const & command : program.commands)
             add(app_, command).group(titleOf(command.group));
     }

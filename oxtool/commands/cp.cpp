@@ -61,8 +61,10 @@ void copyWhole(QString const & from, QString const & to, int pauseMs, bool * end
     using Access = OutputFile::Access;
     OutputFile file(to);
     QString failure;
+    int exitStatus = Failed;
     if (auto const status = platform::fileStatus(nativeName(from)); !status) {
         failure = reasonOf(status.error());
+        exitStatus = statusOf(status.error());
     } else if (status->isFolder) {
         failure = QStringLiteral("it is a folder");
     } else {
@@ -74,7 +76,8 @@ void copyWhole(QString const & from, QString const & to, int pauseMs, bool * end
     }
     if (!failure.isEmpty())
         throw Failure(QStringLiteral("cannot copy '%1' to '%2' (target %3): %4")
-                          .arg(from, to, file.targetState(), reasonIn(failure)));
+                          .arg(from, to, file.targetState(), reasonIn(failure)),
+                      exitStatus);
     file.commit();
 }
 

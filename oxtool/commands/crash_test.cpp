@@ -167,7 +167,8 @@ void requireFolder(QString const & folder)
     if (!status || !status->isFolder)
         throw Failure(
             QStringLiteral("cannot write a dump to '%1': %2")
-                .arg(folder, status ? QStringLiteral("not a folder") : reasonOf(status.error())));
+                .arg(folder, status ? QStringLiteral("not a folder") : reasonOf(status.error())),
+            status ? Failed : statusOf(status.error()));
 }
 
 void crashTest(Options const & options, Report & report)

@@ -60,6 +60,7 @@ void crc(Options const & options, Report & report)
     report.text(QStringLiteral("crc8  crc16  crc32     crc64                  bytes  file"));
     QJsonArray files;
     QStringList failures;
+    int status = Done;
     for (QString const & path : options.files) {
         try {
             RunningChecksums const sums = checksumsOf(path);
@@ -68,11 +69,12 @@ void crc(Options const & options, Report & report)
         } catch (Failure const & failure) {
             writeError(failure.text());
             failures += failure.text();
+            status = combinedStatus(status, failure.status());
         }
     }
     report.set(QStringLiteral("files"), files);
     if (!failures.isEmpty())
-        throw Failure::reported(failures);
+        throw Failure::reported(failures, status);
 }
 
 } // namespace

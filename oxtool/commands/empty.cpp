@@ -1,9 +1,11 @@
 #include "oxtool/commands/commands.h"
 #include "oxtool/support/failure.h"
+#include "oxtool/support/names.h"
 #include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
 #include "oxtool/support/stop.h"
 #include "shared/fs/empty_folder.h"
+#include "shared/platform/files.h"
 
 #include <QJsonArray>
 
@@ -123,9 +125,16 @@ class Emptying
         report_.set(QStringLiteral("bytes"), static_cast<qint64>(result.bytes));
         if (!result.done || result.failures > 0)
             throw Failure(QStringLiteral("cannot delete every entry of '%1': %2")
-                              .arg(folder_, summary(result)));
+                              .arg(folder_, summary(result)),
+                          exitStatus());
         report_.line(options_.dryRun ? QStringLiteral("dry run") : QStringLiteral("done"),
                      summary(result));
+    }
+
+    int exitStatus() const
+    {
+        auto const folder = platform::fileStatus(nativeName(folder_));
+        return folder ? Failed : statusOf(folder.error());
     }
 
     Options const & options_;

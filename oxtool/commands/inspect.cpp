@@ -217,7 +217,7 @@ Command inspectCommand()
     return {.name = "inspect",
             .group = Group::BufferFiles,
             .summary = "Show the header of a buffer file, and verify its checksum",
-            .details = "The exit status is 1 for a damaged file.",
+            .details = "The exit status is 3 for a damaged file.",
             .options = {{.name = "BUFFER_FILE",
                          .help = "Buffer file of any format",
                          .target = &options->file,

@@ -45,10 +45,15 @@ QJsonValue liveJson(_oxFileLockStatus const & status)
     return status.holder == _oxFileLockStatus::Process;
 }
 
-Failure statusFailure(QString const & file, QString const & reason)
+Failure statusFailure(QString const & file, QString const & reason, int status = Failed)
 {
     return Failure(
-        QStringLiteral("cannot check lock file '%1': %2").arg(lockFileName(file), reason));
+        QStringLiteral("cannot check lock file '%1': %2").arg(lockFileName(file), reason), status);
+}
+
+Failure statusFailure(QString const & file, int systemError)
+{
+    return statusFailure(file, reasonOf(systemError), statusOf(platform::Error{systemError}));
 }
 
 /// Returns the system's error code for the folder of a path with a share or a drive; 0 if the
@@ -72,10 +77,10 @@ void showStatus(QString const & file, Report & report)
     if (locker.lockFileName().isEmpty())
         throw statusFailure(file, unlockableReason(file));
     if (int const error = systemErrorOfFolder(file))
-        throw statusFailure(file, reasonOf(error));
+        throw statusFailure(file, error);
     _oxFileLockStatus const status = locker.status();
     if (status.systemError != 0)
-        throw statusFailure(file, reasonOf(status.systemError));
+        throw statusFailure(file, status.systemError);
     report.set(QStringLiteral("lockFile"), lockFileName(file));
     report.set(QStringLiteral("held"), status.exists);
     report.line(QStringLiteral("lock"), lockFileName(file));
@@ -157,8 +162,8 @@ Command lockCommand()
             .summary = "Run a command under the lock of a file, or show who holds the lock",
             .details =
                 "The exit status is that of COMMAND, or 128 + signal if a signal ended it. It is\n"
-                "127 if COMMAND does not exist, 126 if it cannot be run, and 1 if the lock cannot\n"
-                "be taken or released.",
+                "127 if COMMAND does not exist, 126 if it cannot be run, 4 if the lock is not\n"
+                "available in time, and 1 if it cannot be taken or released for another reason.",
             .options = {{.name = "FILE",
                          .help = "File to lock; it need not exist",
                          .target = &options->file,

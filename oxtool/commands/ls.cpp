@@ -38,7 +38,7 @@ void list(Options const & options, Report & report)
 {
     QString const folder = options.folder;
     if (folder.isEmpty())
-        throw Failure(QStringLiteral("cannot list folder '': the name is empty"));
+        throw Failure(QStringLiteral("cannot list folder '': the name is empty"), Missing);
     oxDirListing listing;
     for (QString const & ending : options.endings)
         listing.addEndsWithFilter(ending);
@@ -53,7 +53,8 @@ void list(Options const & options, Report & report)
     }
     if (listing.error() != 0)
         throw Failure(
-            QStringLiteral("cannot list folder '%1': %2").arg(folder, reasonOf(listing.error())));
+            QStringLiteral("cannot list folder '%1': %2").arg(folder, reasonOf(listing.error())),
+            statusOf(platform::Error{listing.error()}));
 }
 
 } // namespace

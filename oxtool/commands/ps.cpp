@@ -58,11 +58,12 @@ void list(Options const & options, Report & report)
         report.text(processCount(listed, total));
     report.set(QStringLiteral("processes"), entries);
     report.set(QStringLiteral("total"), total);
+    if (entries.isEmpty() && options.name.isEmpty())
+        throw Failure(QStringLiteral("cannot list processes: the system returned none"));
     if (entries.isEmpty())
-        throw Failure(options.name.isEmpty()
-                          ? QStringLiteral("cannot list processes: the system returned none")
-                          : QStringLiteral("cannot find a process: no name begins with '%1'")
-                                .arg(options.name));
+        throw Failure(
+            QStringLiteral("cannot find a process: no name begins with '%1'").arg(options.name),
+            Missing);
 }
 
 } // namespace

@@ -44,6 +44,15 @@ Text bytesOf(char const * name, std::string const & argument, bool utf16)
     return Text(reinterpret_cast<char const *>(text.utf16()), 2 * static_cast<int>(text.size()));
 }
 
+/// Fails: throws Failure when the file does not exist.
+void requireExisting(QString const & path)
+{
+    auto const status = platform::fileStatus(nativeName(path));
+    if (!status)
+        throw Failure(QStringLiteral("cannot read '%1': %2").arg(path, reasonOf(status.error())),
+                      statusOf(status.error()));
+}
+
 /// Loads the file `path` under `name`, a name that stays valid.
 void load(_oxFileSearcher & file, QString const & name, QString const & path)
 {
@@ -53,7 +62,8 @@ void load(_oxFileSearcher & file, QString const & name, QString const & path)
     auto const status = platform::fileStatus(nativeName(path));
     bool const tooLarge = status && status->size > _oxFileSearcher::largestFile;
     throw Failure(QStringLiteral("cannot read '%1': %2")
-                      .arg(path, tooLarge ? QStringLiteral("it is larger than 512 MiB") : reason));
+                      .arg(path, tooLarge ? QStringLiteral("it is larger than 512 MiB") : reason),
+                  status ? Failed : statusOf(status.error()));
 }
 
 int replaceIn(_oxFileSearcher & file, QString const & path, Text const & search,
@@ -87,6 +97,7 @@ void replace(Options const & options, Report & report)
         throw Failure(QStringLiteral("SEARCH is empty"), WrongUse);
 
     Progress const progress(QStringLiteral("Replacing in %1").arg(path));
+    requireExisting(path);
     OutputFile out(path);
     _oxFileSearcher file;
     load(file, out.nameToRead(), path);

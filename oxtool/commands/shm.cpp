@@ -46,7 +46,8 @@ Failure failureOf(char const * action, Options const & options, oxSharedMemory c
     return Failure(
         QStringLiteral("cannot %1 segment '%2': %3")
             .arg(QLatin1String(action), options.key,
-                 isMissing ? QStringLiteral("it does not exist") : QString(memory.errorString())));
+                 isMissing ? QStringLiteral("it does not exist") : QString(memory.errorString())),
+        isMissing ? Missing : Failed);
 }
 
 QString nameInUse(oxSharedMemory const & memory)
@@ -91,8 +92,10 @@ int lock(Options const & options)
             return isAttached && memory.lock();
         },
         [&] { memory.detach(); });
+    if (!isAttached)
+        throw failureOf("attach to", options, memory);
     if (!isLocked)
-        throw failureOf(isAttached ? "lock" : "attach to", options, memory);
+        throw Failure(failureOf("lock", options, memory).text(), Locked);
     Report(false).line(QStringLiteral("locked"), segmentText(memory));
     waitForStopRequest();
 }

@@ -78,7 +78,7 @@ class Sync
                 runFile(source, target);
             break;
         case platform::NameKind::None:
-            fail(QStringLiteral("cannot read '%1': %2").arg(source, lastReason()));
+            failToRead(source, platform::lastError());
         }
         report_.set(QStringLiteral("copied"), copied_);
         report_.set(QStringLiteral("upToDate"), upToDate_);
@@ -91,7 +91,7 @@ class Sync
                                                  .arg(failures_.size())
                                                  .arg(foldersText()));
         if (!failures_.isEmpty())
-            throw Failure::reported(failures_);
+            throw Failure::reported(failures_, status_);
     }
 
   private:
@@ -131,7 +131,7 @@ class Sync
             runFile(files.dirFileName(), target + files.fileName());
         }
         if (files.error() != 0)
-            fail(QStringLiteral("cannot read '%1': %2").arg(source, reasonOf(files.error())));
+            failToRead(source, platform::Error{files.error()});
     }
 
     /// Creates a folder unless it exists; its parent must exist. Returns whether it exists then.
@@ -220,10 +220,16 @@ class Sync
         fail(QStringLiteral("cannot update '%1': %2").arg(target, reason));
     }
 
-    void fail(QString const & text)
+    void failToRead(QString const & source, platform::Error error)
+    {
+        fail(QStringLiteral("cannot read '%1': %2").arg(source, reasonOf(error)), statusOf(error));
+    }
+
+    void fail(QString const & text, int status = Failed)
     {
         writeError(text);
         failures_.append(text);
+        status_ = combinedStatus(status_, status);
     }
 
     void warn(QString const & text)
@@ -238,6 +244,7 @@ class Sync
     int upToDate_ = 0;
     int folders_ = 0;
     QStringList failures_;
+    int status_ = Done; ///< exit status of the failures
     QJsonArray warnings_;
 };
 

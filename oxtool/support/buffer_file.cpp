@@ -49,8 +49,19 @@ QString bufferReason(QString const & path, int code)
 
 Failure decompressFailure(QString const & path, int code)
 {
-    return Failure(
-        QStringLiteral("cannot decompress '%1': %2").arg(path, bufferReason(path, code)));
+    return Failure(QStringLiteral("cannot decompress '%1': %2").arg(path, bufferReason(path, code)),
+                   isDamage(code) ? ExitStatus::Damaged : ExitStatus::Failed);
+}
+
+/// Returns the exit status for a file that could not be loaded.
+int statusOfLoad(QString const & path, int code)
+{
+    if (isDamage(code))
+        return ExitStatus::Damaged;
+    if (code != _OX_DataBuffer::Missing)
+        return ExitStatus::Failed;
+    auto const bytes = bytesAt(path, 0, 1);
+    return bytes ? ExitStatus::Failed : statusOf(bytes.error());
 }
 
 Format formatInGzip(QString const & path)
@@ -91,7 +102,8 @@ Format formatOf(QString const & path)
 {
     auto const bytes = bytesAt(path, 0, 4 + headerSize);
     if (!bytes)
-        throw Failure(QStringLiteral("cannot load '%1': %2").arg(path, reasonOf(bytes.error())));
+        throw Failure(QStringLiteral("cannot load '%1': %2").arg(path, reasonOf(bytes.error())),
+                      statusOf(bytes.error()));
     if (bytes->startsWith("\x1F\x8B"))
         return formatInGzip(path);
     if (!bytes->startsWith("oxDB"))
@@ -135,7 +147,7 @@ void loadBufferFile(QString const & path, Format format, _OX_DataBuffer & buffer
     case Format::Compressed:
         // The buffer loads a missing file as an empty one.
         if (platform::kindOf(nativeName(path)) != platform::NameKind::File)
-            throw loadFailure(path, Missing);
+            throw loadFailure(path, _OX_DataBuffer::Missing);
         buffer.loadFromFileCompressed(path, true);
         break;
     case Format::Gzip:
@@ -158,7 +170,8 @@ void decompressPayload(QString const & path, _OX_DataBuffer & loaded, _OX_DataBu
 
 Failure loadFailure(QString const & path, int code)
 {
-    return Failure(QStringLiteral("cannot load '%1': %2").arg(path, bufferReason(path, code)));
+    QString const text = QStringLiteral("cannot load '%1': %2").arg(path, bufferReason(path, code));
+    return Failure(text, statusOfLoad(path, code));
 }
 
 Failure saveFailure(QString const & path, int code)
@@ -168,8 +181,8 @@ Failure saveFailure(QString const & path, int code)
 
 bool isDamage(int code)
 {
-    return code != OutOfMemory && code != Z_MEM_ERROR && code != NotOpened && code != Missing &&
-           !isSystemFailure(code);
+    return code != OutOfMemory && code != Z_MEM_ERROR && code != NotOpened &&
+           code != _OX_DataBuffer::Missing && !isSystemFailure(code);
 }
 
 unsigned char * bytesOf(_OX_DataBuffer const & buffer)

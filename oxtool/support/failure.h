@@ -1,5 +1,7 @@
 #pragma once
 
+#include "shared/platform/result.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -8,7 +10,23 @@
 namespace ox::tool
 {
 
-enum ExitStatus { Done = 0, Failed = 1, WrongUse = 2 };
+/// Exit status of the program. It has the same meaning in every command.
+enum ExitStatus {
+    Done = 0,
+    Failed = 1,
+    WrongUse = 2,
+    Damaged = 3, ///< the content of a file failed its check
+    Locked = 4,  ///< a lock was not available in time
+    Missing = 5  ///< the file, folder, process or segment that the command is about does not exist
+};
+
+/// Returns the exit status for a system error about the subject of a command: `Missing` if it does
+/// not exist, otherwise `Failed`.
+ExitStatus statusOf(platform::Error error);
+
+/// Returns the exit status of two failures: the one that both have, otherwise `Failed`. `Done` is
+/// no failure.
+int combinedStatus(int one, int other);
 
 /// Exception that ends a command with a message for the user and the program's exit status.
 class Failure : public std::exception
@@ -20,9 +38,9 @@ class Failure : public std::exception
     }
 
     /// Creates a failure whose messages are already on standard error.
-    static Failure reported(QStringList const & texts)
+    static Failure reported(QStringList const & texts, int status = Failed)
     {
-        Failure failure(texts.join(u'\n'));
+        Failure failure(texts.join(u'\n'), status);
         failure.isReported_ = true;
         return failure;
     }

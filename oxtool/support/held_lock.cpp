@@ -30,16 +30,18 @@ QString holderName()
         .arg(QCoreApplication::applicationPid());
 }
 
-/// Returns the message for a lock file that could not be created. Call it directly after the
-/// failure.
-QString lockFileFailure(QString const & file)
+/// Returns the failure for a lock file that could not be created. Call it directly after that.
+Failure lockFileFailure(QString const & file)
 {
     QString const reason = lastReason();
     QString const folder = QFileInfo(file).absolutePath();
-    if (platform::fileStatus(nativeName(folder)))
-        return QStringLiteral("cannot create lock file '%1': %2").arg(lockFileName(file), reason);
-    return QStringLiteral("cannot lock '%1': cannot open folder '%2': %3")
-        .arg(file, folder, reason);
+    auto const status = platform::fileStatus(nativeName(folder));
+    if (status)
+        return Failure(
+            QStringLiteral("cannot create lock file '%1': %2").arg(lockFileName(file), reason));
+    return Failure(
+        QStringLiteral("cannot lock '%1': cannot open folder '%2': %3").arg(file, folder, reason),
+        statusOf(status.error()));
 }
 
 } // namespace
@@ -56,7 +58,8 @@ HeldLock::HeldLock(QString const & file, int timeoutMs) : file_(file), locker_(f
     while (!locker_.isFree(pollMs, nullptr) || !tryLock()) {
         if (timer.elapsed() >= timeoutMs)
             throw Failure(QStringLiteral("cannot lock '%1' within %2 ms: locked by %3")
-                              .arg(file, QString::number(timeoutMs), holderText(locker_.status())));
+                              .arg(file, QString::number(timeoutMs), holderText(locker_.status())),
+                          Locked);
     }
     waitedMs_ = static_cast<int>(timer.elapsed());
 }
@@ -69,7 +72,7 @@ bool HeldLock::tryLock()
                        [this] { unlock(); }, [this] { return unlockFailure_; });
     bool const hasNoLockFile = !isTaken && waited <= 0;
     if (hasNoLockFile)
-        throw Failure(lockFileFailure(file_));
+        throw lockFileFailure(file_);
     return isTaken;
 }
 

@@ -19,7 +19,8 @@ bool isStandardInput(QString const & path)
 void readPieces(QString const & path, std::function<void(std::span<unsigned char>)> const & process)
 {
     auto const fail = [&path](platform::Error error) {
-        throw Failure(QStringLiteral("cannot read '%1': %2").arg(path, reasonOf(error)));
+        throw Failure(QStringLiteral("cannot read '%1': %2").arg(path, reasonOf(error)),
+                      statusOf(error));
     };
     platform::Result<platform::OpenFile> file =
         isStandardInput(path)

@@ -48,7 +48,7 @@ TEST_F(Listing, FailsForAMissingFolder)
     for (char const * command : {"ls", "empty"}) {
         for (QString const & name : {QString(), share.path(u"none/at/all"_q)}) {
             ToolRun run({text(command), name});
-            EXPECT_EQ(run.status(), 1) << command;
+            EXPECT_EQ(run.status(), 5) << command;
             EXPECT_TRUE(run.errors().contains(u"'%1': "_q.arg(name))) << run.errors().toStdString();
             EXPECT_EQ(run.output(), QString());
         }

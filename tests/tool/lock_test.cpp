@@ -66,7 +66,7 @@ TEST_F(Lock, DoesNotReportAnUnknownStateAsFree)
 {
     for (QString const & name : {share.path(u"missing/farm.ini"_q), u"P:\\jobs\\farm.ini"_q,
                                  u"\\\\farm\\share\\farm.ini"_q})
-        expectError("lock --status %1", {name}, 1, u"No such file or directory"_q);
+        expectError("lock --status %1", {name}, 5, u"No such file or directory"_q);
 }
 
 TEST_F(Lock, ShowsTheHolderAndWhetherItIsAlive)
@@ -86,7 +86,7 @@ TEST_F(Lock, ShowsTheHolderAndWhetherItIsAlive)
     EXPECT_FALSE(status().value(u"live"_q).toBool(true));
     EXPECT_FALSE(status().value(u"stale"_q).toBool(true));
     QStringList const next = words("lock %1 --timeout 250 -- true", {file});
-    EXPECT_EQ(ToolRun(next).status(), 1);
+    EXPECT_EQ(ToolRun(next).status(), 4);
 
     QFile aged(file + u"_lock.txt"_q);
     ASSERT_TRUE(aged.open(QIODevice::ReadWrite));

@@ -44,7 +44,7 @@ TEST(Processes, AreListedByNamePrefix)
         EXPECT_EQ(forPeople.status(), 0) << forPeople.errors().toStdString();
         EXPECT_TRUE(forPeople.output().contains(u" %1 "_q.arg(ownId)));
     }
-    expectError("ps %1", {u"no such\x1b"_q}, 1,
+    expectError("ps %1", {u"no such\x1b"_q}, 5,
                 u"oxtool: cannot find a process: no name begins with 'no such\\u001B'"_q);
 }
 

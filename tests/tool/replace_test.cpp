@@ -81,7 +81,7 @@ TEST_F(Replace, ReportsTheReasonAndLeavesTheFileUnchanged)
     QStringList const before = share.names();
     QString const tooLong(501, u'x');
     for (auto const & [line, status, error] : {
-             std::tuple("replace %1none a b", 1, "none': No such file or directory"),
+             std::tuple("replace %1none a b", 5, "none': No such file or directory"),
              std::tuple("replace %2 a b", 1, ": not a regular file"),
              std::tuple("replace %3 a b", 1, "it is larger than 512 MiB"),
              std::tuple("replace %1  b", 2, "SEARCH is empty"),

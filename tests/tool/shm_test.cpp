@@ -49,7 +49,7 @@ TEST_F(Shm, HoldsASegmentAndItsLockUntilStopped)
     ToolRun locker("shm lock %1", {key});
     ASSERT_TRUE(locker.waitForOutput("locked")) << locker.errors().toStdString();
     EXPECT_TRUE(memory.isLocked());
-    expectError("shm lock %1", {key}, 1,
+    expectError("shm lock %1", {key}, 4,
                 u"cannot lock segment '%1': lock: unable to get lock"_q.arg(key));
     expectError("shm create %1 9 --local", {key}, 1, {});
     if (isWindows)
@@ -65,7 +65,7 @@ TEST_F(Shm, HoldsASegmentAndItsLockUntilStopped)
 
 TEST_F(Shm, ReportsFailures)
 {
-    expectError("shm show %1", {key}, 1, key + u"': it does not exist"_q);
+    expectError("shm show %1", {key}, 5, key + u"': it does not exist"_q);
     expectError("shm create %1 0", {key}, 1, {});
     expectError("shm create %1 9999999999", {key}, 2, {});
     expectError("shm", {}, 2, {});

@@ -62,7 +62,7 @@ TEST_F(Syncing, ContinuesAfterAFailedFile)
     EXPECT_TRUE(run.errors().startsWith(u"oxtool: cannot update '%1': "_q.arg(path("b/1"))))
         << run.errors().toStdString();
     EXPECT_EQ(synchronised(), words("2"));
-    expectError("sync %1 %2", {path("none"), path("b/none")}, 1,
+    expectError("sync %1 %2", {path("none"), path("b/none")}, 5,
                 u"cannot read '%1': "_q.arg(path("none")));
 }
 
