@@ -1,13 +1,14 @@
 // A file system that shows a backing folder under a mount point, without any cache of the kernel,
 // and makes a chosen request fail. Usage:
 //
-//     fault_fs [--delay MICROSECONDS] [--piece BYTES] [--log FILE] [--data FILE] [--control FILE]
-//              BACKING_FOLDER MOUNT_POINT
+//     fault_fs [--delay MICROSECONDS] [--threads N] [--piece BYTES] [--log FILE] [--data FILE]
+//              [--control FILE] BACKING_FOLDER MOUNT_POINT
 //
 // It counts the requests of its clients and logs them, one line a request: number, operation,
 // inode, path, new path, size, offset and result, separated by tabs. --data receives the bytes of
-// the writes, in the order of the log. --delay makes each request take longer. --piece is the
-// largest read or write, 128 KiB by default. --control is a file with a FaultControl; with it
+// the writes, in the order of the log. --delay makes each request take longer. --threads is the
+// number of requests that are served at once, 1 by default. --piece is the largest read or write,
+// 128 KiB by default. --control is a file with a FaultControl; with it
 // fault_fs ends when the process that started it dies, and then removes the file's folder.
 //
 // The end of an open file (RELEASE) is neither counted nor logged, since the kernel sends it at a
@@ -54,12 +55,13 @@ int backing = -1;
 int logFile = -1;
 int dataFile = -1;
 unsigned piece = 128 * 1024;
+long threads = 1;
 std::chrono::microseconds delay(0);
 std::filesystem::path testFolder; ///< that of the control file
 
 /// Whether the kernel's present request is still to be counted. The FUSE library asks for the
 /// attributes of what a request has made or changed, which is a part of that request.
-bool isFresh = false;
+thread_local bool isFresh = false;
 
 struct Request {
     char const * operation;
@@ -402,9 +404,18 @@ int mountAndServe(char const * program, char const * mountPoint)
     fuse * const system = fuse_new(&arguments, &all, sizeof all, nullptr);
     bool const isMounted = system && fuse_mount(system, mountPoint) == 0;
     if (isMounted) {
-        fuse_set_signal_handlers(fuse_get_session(system));
-        serveAll(fuse_get_session(system));
-        fuse_remove_signal_handlers(fuse_get_session(system));
+        fuse_session * const session = fuse_get_session(system);
+        fuse_set_signal_handlers(session);
+        std::vector<std::jthread> others; // they end when the file system is unmounted
+        sigset_t blocked;
+        sigset_t before;
+        ::sigfillset(&blocked);
+        ::pthread_sigmask(SIG_BLOCK, &blocked, &before);
+        while (std::ssize(others) + 1 < threads)
+            others.emplace_back(serveAll, session);
+        ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+        serveAll(session);
+        fuse_remove_signal_handlers(session);
         fuse_unmount(system);
     }
     if (system)
@@ -432,6 +443,8 @@ bool readOption(std::string_view option, char const * value)
         delay = std::chrono::microseconds(std::atol(value));
     else if (option == "--piece")
         piece = static_cast<unsigned>(std::atol(value));
+    else if (option == "--threads")
+        threads = std::atol(value);
     else if (option == "--log")
         return (logFile = ::open(value, toAppend, 0600)) >= 0;
     else if (option == "--data")
@@ -449,9 +462,10 @@ int runProgram(int count, char ** words)
     while (next + 2 < count - 1 && readOption(words[next], words[next + 1]))
         next += 2;
     if (next + 2 != count) {
-        std::fputs("usage: fault_fs [--delay MICROSECONDS] [--piece BYTES] [--log FILE] "
-                   "[--data FILE] [--control FILE] BACKING_FOLDER MOUNT_POINT\n",
-                   stderr);
+        std::fputs(
+            "usage: fault_fs [--delay MICROSECONDS] [--threads N] [--piece BYTES] [--log FILE] "
+            "[--data FILE] [--control FILE] BACKING_FOLDER MOUNT_POINT\n",
+            stderr);
         return 2;
     }
     ::umask(0);
