@@ -4,6 +4,7 @@
 #include "oxtool/support/report.h"
 #include "oxtool/support/stop.h"
 #include "shared/platform/program/console.h"
+#include "shared/version.h"
 
 #include <algorithm>
 #include <exception>
@@ -23,7 +24,7 @@ int runProgram(std::vector<std::string> arguments)
                                .summary =
                                    "Inspect and change the files of a render farm, and monitor "
                                    "its machines.",
-                               .version = OX_VERSION,
+                               .version = oxVersionString(),
                                .commands = allCommands()},
                               std::move(arguments));
     } catch (Failure const & failure) {

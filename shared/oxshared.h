@@ -34,3 +34,4 @@
 #include "shared/text/string_list.h"
 #include "shared/time/stopwatch.h"
 #include "shared/time/time_value.h"
+#include "shared/version.h"

@@ -11,6 +11,7 @@
 #include "shared/text/native_path.h"
 #include "shared/time/file_name_text.h"
 #include "shared/time/local_zone.h"
+#include "shared/version.h"
 
 #include <algorithm>
 #include <atomic>
@@ -107,7 +108,7 @@ LogText nameOfDump(__int64 time)
     if (name.endsWith(".txt"))
         name = name.left(name.size() - 4);
     name.add("_").add("_dump_").add(ox::time::fileNameText(zone.fields(time)).c_str());
-    name.add("_" OX_VERSION "_");
+    name.add("_" OX_VERSION_STRING "_");
     name.add(ox::time::fileNameTextYearMinute(zone.fields(context.startTime.value)).c_str());
     return name.add("_").addNr(sizeof(void *) * 8, 2).add(".oxdmp");
 }

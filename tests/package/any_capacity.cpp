@@ -1,10 +1,16 @@
-// Instantiates all members of fixed strings with capacities that the library does not use, in a
-// program that links to the library like an application. It links only if the library exports all
-// functions that they call.
+// A program that links to the library like an application. It instantiates all members of fixed
+// strings with capacities that the library does not use, and links only if the library exports all
+// functions that they call. It compares the version of the headers with that of the library.
 
 #include "shared/text/fixed_string.h"
+#include "shared/version.h"
 
 #include <sstream>
+
+#if OX_VERSION < OX_VERSION_CHECK(7, 0, 26) ||                                                     \
+    OX_VERSION >= OX_VERSION_CHECK(OX_VERSION_MAJOR + 1, 0, 0)
+#error "the preprocessor cannot compare the version"
+#endif
 
 namespace ox::text
 {
@@ -28,5 +34,8 @@ int main()
     printed << even << wide;
     bool const works = even == uneven && wide == even && (wide <=> uneven) == 0 &&
                        wide == QString(even) && printed.str() == "job17_leftjob17_left";
-    return works ? 0 : 1;
+    std::ostringstream version;
+    version << OX_VERSION_MAJOR << '.' << OX_VERSION_MINOR << '.' << OX_VERSION_PATCH;
+    bool const sameVersion = oxVersion() == OX_VERSION && version.str() == oxVersionString();
+    return works && sameVersion ? 0 : 1;
 }
