@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the missing Debian packages for the build and for the given sets:
-#   scripts/setup.sh [build|test|bench|format|fuzz|tidy|qt5|linux32|windows]…
+#   scripts/setup.sh [build|test|bench|format|fuzz|tidy|qt5|linux32|windows|abi]…
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -13,12 +13,13 @@ packages_of() {
     fuzz) echo clang libclang-rt-dev llvm ;;
     tidy) echo clang-tidy-19 ;;
     qt5) echo qtbase5-dev ;;
+    abi) echo abigail-tools ;;
     linux32) echo g++-multilib googletest qt6-base-dev-tools dpkg-dev ;;
     windows)
       echo g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev googletest dpkg-dev
       echo wine64 libc6-i386 lib32gcc-s1 qt6-base-dev-tools
       ;;
-    *) fail "unknown set '$1'; the sets are: build test bench format fuzz tidy qt5 linux32 windows" ;;
+    *) fail "unknown set '$1'; the sets are: build test bench format fuzz tidy qt5 linux32 windows abi" ;;
   esac
 }
 
