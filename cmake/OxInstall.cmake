@@ -41,6 +41,21 @@ if(OX_BUILD_TOOL)
   set_target_properties(oxtool PROPERTIES BUILD_RPATH_USE_ORIGIN ON)
 endif()
 
+# What debuggers show of the library's types. gdb looks for the script of a library in the folder
+# share/gdb/auto-load, under the library's whole path. The path of a package begins with the prefix of
+# the system that it is installed on.
+install(FILES debugger/gdb_printers.py debugger/oxshared.natvis DESTINATION "${CMAKE_INSTALL_DATADIR}/oxShared")
+if(BUILD_SHARED_LIBS AND NOT WIN32)
+  install(CODE "
+    string(REGEX REPLACE \"^.*/_CPack_Packages/.*/usr\$\" \"/usr\" prefix \"\${CMAKE_INSTALL_PREFIX}\")
+    set(folder \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/gdb/auto-load\${prefix}/${CMAKE_INSTALL_LIBDIR}\")
+    file(RELATIVE_PATH OX_PRINTERS \"\${folder}\"
+      \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/oxShared/gdb_printers.py\")
+    set(script \"\$ENV{DESTDIR}\${folder}/$<TARGET_FILE_NAME:oxShared>-gdb.py\")
+    message(STATUS \"Installing: \${script}\")
+    configure_file(\"${PROJECT_SOURCE_DIR}/debugger/gdb_autoload.py.in\" \"\${script}\" @ONLY)")
+endif()
+
 configure_package_config_file(cmake/oxSharedConfig.cmake.in
   "${PROJECT_BINARY_DIR}/oxSharedConfig.cmake" INSTALL_DESTINATION "${OX_PACKAGE_DIR}")
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/oxSharedConfigVersion.cmake"
