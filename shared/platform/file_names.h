@@ -40,8 +40,8 @@ std::u16string recordText(std::string_view name);
 std::u16string nameText(std::basic_string_view<NativeName::value_type> name);
 
 /// Converts a UTF-16 name to the bytes of an 8-bit record, from which nativeName restores the same
-/// file name. The bytes are Latin-1, or UTF-8 on Linux if Latin-1 would be another file name. Empty
-/// when neither is possible.
+/// file name. The bytes are Latin-1, or UTF-8 on Linux if the Latin-1 bytes denote another file
+/// name. Empty when neither is possible.
 std::optional<std::string> recordName(std::u16string_view name);
 
 /// Converts UTF-16 to UTF-8. A lone surrogate is not representable in UTF-8 and becomes its
@@ -60,8 +60,8 @@ std::string toFileName(std::u16string_view name);
 /// surrogate's three-byte form.
 std::u16string fromFileName(std::string_view bytes);
 
-/// Converts bytes of such a system to UTF-16: from UTF-8 if they are valid UTF-8, otherwise from
-/// Latin-1.
+/// Converts bytes to UTF-16, for a system whose texts are bytes: from UTF-8 if they are valid
+/// UTF-8, otherwise from Latin-1.
 std::u16string systemText(std::string_view bytes);
 
 /// Converts text in the system's code page (ANSI on Windows, Latin-1 on Linux) to UTF-16. Writes at

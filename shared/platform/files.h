@@ -35,8 +35,8 @@ enum class NameKind { None, File, Folder };
 /// that cannot be opened is a file, too.
 NameKind kindOf(NativeName const & name);
 
-/// Deletes a file, also a read-only one. Of a link it deletes the link and not its target. Succeeds
-/// if the name does not exist, since other processes delete the same files.
+/// Deletes a file, even a read-only one. If the name is a link, deletes the link and not its
+/// target. Succeeds if the name does not exist, since other processes delete the same files.
 Result<> deleteFile(NativeName const & name);
 
 /// Renames or moves a file, also to another drive or share.
@@ -44,9 +44,9 @@ Result<> deleteFile(NativeName const & name);
 Result<> moveFile(NativeName const & from, NativeName const & to);
 
 /// Moves a file to the name of another file, which is deleted. If both names refer to the same
-/// file, at most one of two hard links is deleted. Two spellings of one name succeed and apply the
+/// file, its content stays: of two hard links `to` remains, and two spellings of one name apply the
 /// letter case of `to`.
-/// Fails: also when a link would replace its own target.
+/// Fails: also when `from` is a symbolic link to `to`.
 Result<> moveOver(NativeName const & from, NativeName const & to);
 
 /// Creates a folder in an existing folder. On Linux the mode is 0777 without the bits of the
@@ -77,9 +77,9 @@ Result<std::uint64_t> freeBytes(NativeName const & path);
 /// them, in the system's fastest way: on a share the server copies. With `modified` (seconds since
 /// 1970-01-01 UTC) the copy gets this time.
 ///
-/// A file or link under the target's name is replaced and not followed. With failIfExists it makes
-/// the call fail; the check and the creation are one atomic step.
-/// Fails: also for what openForReading refuses. A failure leaves no target.
+/// A file or link under the target's name is replaced and not followed. With failIfExists an
+/// existing name makes the call fail; the check and the creation are one atomic step.
+/// Fails: also for a source that openForReading refuses. A failure leaves no target.
 Result<> copyFile(NativeName const & from, NativeName const & to, bool failIfExists,
                   std::optional<std::int64_t> modified = std::nullopt);
 
@@ -103,7 +103,7 @@ Result<> renameToNewName(NativeChar const * from, NativeChar const * to);
 Result<> allowEverybodyToExecute(NativeName const & file);
 
 /// Grants all users the rights to read and enter a folder, to create entries and to delete them.
-/// With `inherit` later entries get the same rights; Linux ignores it.
+/// With `inherit` entries that are created later get the same rights; Linux ignores `inherit`.
 Result<> allowEverybodyToFill(NativeName const & folder, bool inherit);
 
 /// Creates a folder in an existing folder, with the rights of allowEverybodyToFill.

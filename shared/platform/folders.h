@@ -27,7 +27,7 @@ class FolderWalk
     FolderWalk & operator=(FolderWalk const &) = delete;
 
     /// Moves to the next wanted entry, never "." or "..". Returns false at the end, and when the
-    /// folder cannot be read (further).
+    /// folder, or the rest of it, cannot be read.
     bool next();
 
     /// Returns the system's error code that ended the iteration; 0 after all entries.
@@ -52,7 +52,8 @@ class FolderWalk
 
 /// Walks through a folder tree and deletes its entries, while other processes may change it. It
 /// never leaves the tree: it follows no link and enters no other file system, even if one replaces
-/// a folder during the walk. The depth of the tree needs no stack, and no descriptors on Linux.
+/// a folder during the walk. A deep tree needs no additional stack and, on Linux, no additional
+/// descriptors.
 class FolderTree
 {
   public:
@@ -89,8 +90,8 @@ class FolderTree
     /// Fails: when the current folder has been moved elsewhere; the tree is then no longer usable.
     Result<> leave();
 
-    /// Deletes an entry of the current folder: a file, also a read-only one, a link without its
-    /// target, or an empty folder. Succeeds if the entry no longer exists.
+    /// Deletes an entry of the current folder: a file (even a read-only one), an empty folder, or a
+    /// link, whose target stays. Succeeds if the entry no longer exists.
     Result<> remove(Entry const & entry);
 
   private:

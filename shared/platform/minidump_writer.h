@@ -10,8 +10,8 @@
 namespace ox::platform
 {
 
-/// Maximum length of the dump folder's path in units. The dump library of Windows silently cuts the
-/// names of files in longer ones.
+/// Maximum length of the dump folder's path in units. On Windows the dump library silently cuts the
+/// names of files in folders with longer paths.
 #ifdef _WIN32
 inline constexpr std::size_t longestDumpFolder = 218;
 #else

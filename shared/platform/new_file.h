@@ -10,7 +10,7 @@ namespace ox::platform
 
 /// A new file that replaces another one only when it is complete.
 ///
-/// At every moment the target's name refers to the previous file or to the complete new one, also
+/// At every moment the target's name refers to the previous file or to the complete new one, even
 /// after a kill or a power failure. Other users who can write in the folder cannot redirect a
 /// change of the new file to another file. The file is created under a temporary name in the
 /// target's folder. The folder stays open, and all operations use the file's descriptor or handle.
@@ -20,8 +20,9 @@ namespace ox::platform
 class NewFile
 {
   public:
-    /// Whether the file replaces a link or the link's target. With Followed the new file gets the
-    /// mode of an existing file and, for root, its owner.
+    /// Whether the file replaces a link or the link's target. With Followed, the new file takes
+    /// over the rights of the file that it replaces, and on Linux its owner and group as far as the
+    /// process may set them.
     enum class Links { Replaced, Followed };
 
     /// Creates an object without a file; call open() first.
@@ -40,8 +41,8 @@ class NewFile
     /// target's name changes. Empty without a previous file.
     NativeName previousName() const;
 
-    /// Rights of a file that does not get the mode of a previous one: only its owner, or all users
-    /// by the process's umask.
+    /// Who has rights on a new file that does not take over those of a previous file: only its
+    /// owner, or all users as the process's umask allows.
     enum class Access { Owner, ByMask };
 
     /// Creates the empty file. Call it only after `open`.
@@ -50,9 +51,9 @@ class NewFile
     /// The file, open for writing. Call it only after `create`.
     OpenFile & file();
 
-    /// Copies another file into this one in the system's fastest way, with its times and, unless
-    /// the mode is that of the previous file, its permission bits. Holes are kept where the system
-    /// supports this.
+    /// Copies the content and the times of another file into this one in the system's fastest way.
+    /// Also copies its permission bits, unless the rights are those of the previous file. Holes are
+    /// kept where the system supports this.
     Result<> copyFrom(NativeName const & source);
 
     /// Calls `write` with a name of the file, for code that needs a name. No other user can
@@ -95,8 +96,8 @@ class NewFile
     std::unique_ptr<System> system_;
 };
 
-/// Removes the temporary files of this process in the folder of a target, before the process ends
-/// without destructors.
+/// Removes the temporary files of this process in the folder of a target. Call it before the
+/// process ends without destructors.
 void removeNewFilesOfThisProcess(NativeName const & target);
 
 } // namespace ox::platform

@@ -43,7 +43,7 @@ class OpenFile
 
     /// Reads `size` bytes, fewer only at the end of the file. Returns their number.
     Result<std::size_t> read(char * data, std::size_t size);
-    /// Writes `size` bytes. `written`, if given, receives the number of written bytes, also after a
+    /// Writes `size` bytes. `written`, if given, receives the number of written bytes, even after a
     /// failure.
     Result<> write(char const * data, std::size_t size, std::size_t * written = nullptr);
     /// Sets the position of the next read, in bytes from the start.
@@ -89,15 +89,15 @@ Result<OpenFile> openInPlace(NativeName const & name, Content content);
 /// How the creation of a file treats an existing name.
 enum class IfExists { Fail, Replace };
 
-/// Creates a file for writing. An existing name makes it fail; with IfExists::Replace a file or
-/// link of that name is deleted first.
+/// Creates a file for writing. Fails if the name exists; with IfExists::Replace a file or link of
+/// that name is deleted first.
 Result<OpenFile> createFile(NativeName const & name, IfExists ifExists);
 
 /// Converts the line ends "\n" to those of the system's text files.
 std::string textForFile(std::string_view lines);
 
-/// Converts an open file to a gzip file of zlib, at the default compression level. `mode` is that
-/// of gzdopen ("rb", "wb").
+/// Opens a gzip stream of zlib on an open file, at the default compression level. The stream takes
+/// ownership of the file. `mode` is that of gzdopen ("rb", "wb").
 Result<gzFile_s *> openGzip(OpenFile file, char const * mode);
 
 } // namespace ox::platform

@@ -25,8 +25,8 @@ inline constexpr std::string_view executableSuffix = "";
 struct ListedProcess {
     std::uint32_t id;       ///< process id
     std::uint32_t parentId; ///< process id of the parent
-    /// File name of the executable. On Linux these are bytes; a process that hides its executable
-    /// has its command name. On Windows the name is Latin-1, with '?' for other characters.
+    /// File name of the executable. On Linux these are bytes; if the executable is not readable,
+    /// they are the command name. On Windows the name is Latin-1, with '?' for other characters.
     std::string_view name;
 };
 
@@ -117,9 +117,9 @@ class ProcessTable
     /// Fails: the table then has no counters; the step of the error is the source of the counters.
     Result<std::int64_t> readAllCounters();
 
-    /// Returns the counters of a process from the last reading. Reads them now if the reading
-    /// succeeded without this process. Empty if the process does not run or its counters are not
-    /// readable.
+    /// Returns the counters of a process from the last reading. Reads them now if the last reading
+    /// succeeded but does not contain the process. Empty if the process does not run or its
+    /// counters are not readable.
     std::optional<ProcessCounters> counters(std::uint32_t id) const;
 
   private:
@@ -175,8 +175,8 @@ class ProcessOwners
 };
 
 /// Ends a process immediately, on Windows with exit code 1. Failures are not reported. On Linux the
-/// ids 0, 1 and those above 2^31 - 1 are ignored, since they are process groups or the first
-/// process of the system.
+/// ids 0, 1 and those above 2^31 - 1 are ignored, since they refer to process groups or to the
+/// first process of the system.
 void killProcess(std::uint32_t id);
 
 /// Enables or disables a privilege of this process.

@@ -11,10 +11,10 @@ namespace ox::platform
 
 /// Named block of memory that processes on one machine share, mapped into this process.
 ///
-/// A segment exists exactly as long as a process has it open, also when a process dies. If several
+/// A segment exists exactly as long as a process has it open, even if a process dies. If several
 /// processes create a segment of one name at the same time, one of them succeeds. A new segment
-/// contains zeros. No access to the mapped memory fails for lack of memory. Child processes do not
-/// inherit segments.
+/// contains zeros. Its memory is allocated when it is created, so no later access fails for lack of
+/// memory. Child processes do not inherit segments.
 ///
 /// Opening and mapping are two steps, since each has its own errors.
 class SharedSegment
@@ -33,7 +33,8 @@ class SharedSegment
     SharedSegment(SharedSegment const &) = delete;
     SharedSegment & operator=(SharedSegment const &) = delete;
 
-    /// Prepares the access rights of global segments, once. Call it before creating one.
+    /// Prepares the access rights of global segments, once. Call it before creating a global
+    /// segment.
     /// Fails: the error contains the failed step.
     Result<> prepareGlobalAccess();
 

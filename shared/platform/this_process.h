@@ -29,7 +29,7 @@ void sleepMilliseconds(int milliseconds);
 /// Returns the full path of the running executable.
 Result<std::u16string> executablePath();
 
-/// Returns the full path of a file that an argument of a program names. A relative path is resolved
+/// Returns the full path of a file, given as an argument of a program. A relative path is resolved
 /// against the current folder.
 /// Fails: when the current folder no longer exists.
 Result<std::u16string> absolutePath(char const * file);

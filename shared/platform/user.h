@@ -56,7 +56,7 @@ std::span<std::string_view const> desktopShells();
 /// has ended.
 bool mayBeDesktopUsers(std::uint32_t processId);
 
-/// Time of the last user input, in milliseconds of a clock.
+/// Time of the last user input by a clock that counts milliseconds.
 struct InputTicks {
     std::uint64_t now;       ///< current time of the clock
     std::uint64_t lastInput; ///< time of the clock at the last input

@@ -12,7 +12,7 @@ bool isSurrogate(char32_t unit, char16_t first)
     return (unit & 0xFFFFFC00) == first;
 }
 
-/// Returns whether a code point represents a byte that is not UTF-8. The byte is in the lower half
+/// Returns whether a code point represents a byte that is not UTF-8. The byte is in the low 8 bits
 /// of the code point.
 bool isInvalidByte(char32_t code)
 {

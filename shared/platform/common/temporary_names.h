@@ -10,15 +10,15 @@
 namespace ox::platform
 {
 
-// Names of temporary files: ".oxshared-SYSTEM-PROCESS-NUMBER.tmp", each part eight hexadecimal
-// digits. A process relies on the lock of such a file only if SYSTEM is the number of its own
-// system.
+// Names of temporary files: ".oxshared-SYSTEM-PROCESS-NUMBER.tmp". SYSTEM, PROCESS and NUMBER have
+// eight hexadecimal digits each. A process relies on the lock of such a file only if SYSTEM is the
+// number of its own system.
 
-/// SYSTEM of every Windows machine, since the file server keeps their locks.
+/// SYSTEM of every Windows machine. They share one number, since the file server keeps their locks.
 inline constexpr std::uint32_t windowsSystem = 0;
 
-/// Age in seconds at which a temporary file of another system counts as abandoned: that of a stale
-/// lock file.
+/// Age in seconds at which a temporary file of another system counts as abandoned; equal to that of
+/// a stale lock file.
 inline constexpr std::int64_t leftBehindAfter = 3 * 60 * 60;
 
 /// Returns the start of the names of a process's temporary files.

@@ -14,7 +14,8 @@ namespace ox::platform
 namespace
 {
 
-/// Bytes of one system call. The limit lets a slow share react to a signal in time.
+/// Maximum number of bytes of one system call, so that a copy on a slow share reacts to a signal in
+/// time.
 constexpr off_t copyAtOnce = off_t{64} << 20;
 constexpr off_t readAtOnce = off_t{1} << 20;
 constexpr off_t toTheEnd = std::numeric_limits<off_t>::max();

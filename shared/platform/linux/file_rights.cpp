@@ -21,7 +21,7 @@ NativeName withoutSeparatorsAtEnd(NativeName name)
     return name;
 }
 
-/// Adds mode bits to the target of a name, through links.
+/// Adds mode bits to the file of a name. Links are followed.
 Result<> addBits(NativeName const & name, ::mode_t bits)
 {
     Result<OpenFile> const file = openToChange(name);

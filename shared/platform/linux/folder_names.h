@@ -15,9 +15,9 @@ struct CloseFolder {
     void operator()(DIR * folder) const { ::closedir(folder); }
 };
 
-/// Visits the names in a folder, whose path begins at an open folder or is absolute. Visits nothing
-/// when the folder cannot be read or there is no memory, for which std::filesystem's iterator would
-/// end the process.
+/// Calls `visit` for each name in a folder except "." and "..". The path is absolute or relative to
+/// the open folder `at`. Visits nothing if the folder cannot be read or memory is lacking.
+/// std::filesystem's iterator ends the process when memory is lacking.
 template <typename Visit>
 void forEachName(int at, char const * folder, Visit const & visit)
 {

@@ -42,8 +42,8 @@ inline std::string_view readStart(char const * path, std::span<char> buffer)
     return tryReadStart(path, buffer).value_or({});
 }
 
-/// Reads a whole file, also one of the kernel that does not report its size; empty if it is not
-/// readable.
+/// Reads a whole file, even a file of the kernel, which does not report its size. Empty if the file
+/// is not readable.
 inline std::string wholeFile(char const * path)
 {
     for (std::string text(4096, '\0');; text.resize(text.size() * 2)) {

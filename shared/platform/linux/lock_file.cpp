@@ -83,7 +83,7 @@ int openExisting(NativeName const & name)
     return writable >= 0 ? writable : ::open(name.c_str(), O_RDONLY | existing);
 }
 
-/// The start of an open file, in memory that is always there.
+/// The first bytes of an open file, in memory that needs no allocation.
 class Start
 {
   public:
@@ -166,7 +166,7 @@ Result<> removeClosed(NativeName const & name, NativeName const & leftover, int 
         }
         if (tried + 1 == tries)
             return removed;
-        pauseAfter(tried); // a process may be viewing it, or closing may be in progress
+        pauseAfter(tried); // a process may be viewing the file, or closing may be in progress
     }
 }
 
@@ -245,12 +245,12 @@ Result<> LockFile::release(NativeName const & leftover)
     if (target == NameTarget::OtherOrNone)
         return {};
     // The name is removed before the file is closed: without the flock the name could belong to
-    // another lock. The second comparison finds shares that report success and keep the file.
+    // another lock. The second comparison detects a share that reports success but keeps the file.
     if (target == NameTarget::ThisFile && removeName(name_, leftover) &&
         targetOf(name_, file.get()) != NameTarget::ThisFile)
         return {};
 
-    ::futimens(file.get(), nullptr); // a new time, so that no waiting process treats it as stale
+    ::futimens(file.get(), nullptr); // a new time, so that no waiter treats the file as stale
     Identity const own = identityOf(file.get());
     file.close();
     constexpr int tries = 11; // 1023 ms of pauses

@@ -251,9 +251,9 @@ class MinidumpWriter::Implementation
         resendSignal(signal, *information);
     }
 
-    /// Returns whether the handler was called without signal information, and repairs this. Code
-    /// that replaces handlers and restores them by signal() loses their flags. The signal then
-    /// occurs once more.
+    /// Returns whether the handler was called without signal information. If it was, restores the
+    /// handler's flags, so that the signal occurs again with its information. Other code that
+    /// replaces the handler and restores it by signal() loses these flags.
     static bool isWithoutInformation(int signal)
     {
         struct sigaction present {
@@ -316,7 +316,7 @@ class MinidumpWriter::Implementation
         signal.si_addr = record.ExceptionAddress;
         spareDescriptors_.release();
         DumpableState const state;
-        // The handler sets this itself only for signals of the system.
+        // Breakpad's handler sets this itself only for signals that the kernel has sent.
         ::prctl(PR_SET_DUMPABLE, 1, 0, 0, 0);
         bool const succeeded = once.HandleSignal(signal.si_signo, &signal, context);
         spareDescriptors_.reserve();

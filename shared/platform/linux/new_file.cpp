@@ -38,8 +38,8 @@ int descriptorOf(OpenFile const & file)
     return static_cast<int>(file.handle());
 }
 
-/// Returns a number for the running kernel and its process namespace. On some file systems a flock
-/// is only visible there.
+/// Returns a number for the running kernel and its process namespace. On some file systems only
+/// processes of the same kernel see a flock.
 std::uint32_t thisSystem()
 {
     char text[64];
@@ -90,15 +90,15 @@ void removeLeftFile(int folder, char const * name, std::optional<timespec> chang
     bool const isLeft =
         file.isOpen() && ::fstat(file.get(), &opened) == 0 && S_ISREG(opened.st_mode) &&
         (!changedBefore || opened.st_ctim.tv_sec < changedBefore->tv_sec) && takeFlock(file.get());
-    // Another process may have renamed the file to its final name and closed it before the flock
-    // was free.
+    // The name is compared, since another process may have renamed the file to its final name and
+    // closed it before the flock was free.
     if (isLeft && ::fstatat(folder, name, &named, AT_SYMLINK_NOFOLLOW) == 0 &&
         isSame(opened, named))
         ::unlinkat(folder, name, 0);
 }
 
-/// Returns whether a folder should be searched now. This is so once a minute: a process that writes
-/// many files into one folder must not list the folder for each of them.
+/// Returns whether a folder should be searched now. Repeated calls for one folder return true once
+/// a minute, since a process that writes many files into it must not list it for each of them.
 bool isSearchDue(struct stat const & folder, timespec now)
 {
     static std::atomic<std::uint64_t> last = 0;
@@ -146,13 +146,13 @@ struct NewFile::System {
 Result<> NewFile::System::createAs(NativeName const & name, mode_t mode)
 {
     int const flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-    NativeName kept = name; // allocated first: without memory no file must be left
+    NativeName kept = name; // allocated first: a lack of memory must leave no file
     OpenFile created(::openat(place.folder(), name.c_str(), flags, mode));
     if (!created.isOpen())
         return lastError();
     // Another process may have removed the file before it was locked; then the name is missing.
-    // Inode numbers are not compared, since some shares have none. Without flocks no process
-    // removes temporary files.
+    // Inode numbers are not compared, since some shares have none. On a file system without flocks
+    // no process removes temporary files.
     struct stat opened;
     struct stat named;
     bool const hasFlock = takeFlock(descriptorOf(created));
@@ -165,7 +165,8 @@ Result<> NewFile::System::createAs(NativeName const & name, mode_t mode)
     }
     temporary = std::move(kept);
     file = std::move(created);
-    // Without its flock the new file looks like one that a process left.
+    // Without its flock the new file looks like that of an ended process, and the search removes
+    // it.
     if (hasFlock)
         removeLeftFiles(place.folder(), opened.st_ctim);
     return {};
@@ -317,7 +318,7 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
         if (error.code != ENOENT) // another process may have removed the link as a leftover
             return error;
     }
-    // The file system does not support a link of this file.
+    // The file system does not support hard links of this file, so the file itself is renamed.
     if (!place.status(status, place.name))
         return errno == ENOENT ? Result(Previous::None) : lastError();
     if (isUpToDate(status))

@@ -18,8 +18,8 @@ namespace ox::platform
 namespace
 {
 
-/// The call does not wait for the other end of a pipe, and a terminal does not become the
-/// controlling one.
+/// Flags with which opening does not wait for the other end of a pipe, and a terminal does not
+/// become the controlling terminal.
 constexpr int nonBlocking = O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 constexpr mode_t everybody = 0666;
 
@@ -38,8 +38,8 @@ bool isUnnamedPipe(int descriptor)
 Result<OpenFile> openNonBlocking(int folder, NativeName const & name, int flags)
 {
     OpenFile file(::openat(folder, name.c_str(), flags | nonBlocking, everybody));
-    // A client may have a lease on the file. The server needs a moment to end it, so this call
-    // waits.
+    // Another client may have a lease on the file. The server needs a moment to end the lease, so
+    // this call waits.
     if (!file.isOpen() && errno == EWOULDBLOCK)
         file = OpenFile(::openat(folder, name.c_str(), flags | O_NOCTTY | O_CLOEXEC, everybody));
     struct stat status;
@@ -119,7 +119,8 @@ Result<> OpenFile::flush()
 {
     if (::fsync(descriptorOf(*this)) != 0 && errno != EINVAL && errno != ENOSYS)
         return lastError();
-    // A share reports a full disk when any descriptor of the file is closed.
+    // A duplicate is closed, since a share reports a full disk when any descriptor of the file is
+    // closed.
     int const second = ::fcntl(descriptorOf(*this), F_DUPFD_CLOEXEC, 0);
     return resultOf(second >= 0 && ::close(second) == 0);
 }
@@ -139,7 +140,7 @@ Result<OpenFile> openForWriting(NativeName const & name, Content content, Writer
     int const flags = O_WRONLY | O_CREAT | (content == Content::Kept ? O_APPEND : O_TRUNC);
     if (::geteuid() != 0)
         return openNonBlocking(AT_FDCWD, name, flags);
-    // Only a link costs more than one call.
+    // A name that is not a link needs only this call.
     Result<OpenFile> file = openNonBlocking(AT_FDCWD, name, flags | O_NOFOLLOW);
     if (file || file.error().code != ELOOP)
         return file;

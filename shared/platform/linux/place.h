@@ -8,7 +8,7 @@
 namespace ox::platform
 {
 
-/// A file name in an open folder, which stays the same folder even if its path is renamed or
+/// A file name in an open folder. The folder stays the same even if its path is renamed or
 /// relinked.
 struct Place {
     OpenFile openFolder; ///< the folder
@@ -43,8 +43,7 @@ struct Place {
     Result<> moveTo(int at, NativeName const & path);
 };
 
-/// Opens the target of a name, through links, to change its attributes. Neither reads nor writes
-/// the file.
+/// Opens a file to change its attributes, and neither reads nor writes it. Links are followed.
 Result<OpenFile> openToChange(NativeName const & name);
 
 /// Returns a path of an open file that no other user can redirect.

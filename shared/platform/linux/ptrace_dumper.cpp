@@ -2,9 +2,9 @@
 // place of linux_ptrace_dumper.cc.
 //
 // Breakpad stops a thread by a SIGSTOP. If another signal reaches the thread at the same moment,
-// Breakpad takes that stop for the SIGSTOP. The signal is then lost, and the late SIGSTOP stops the
-// whole process for good. Here the kernel interrupts the thread without a signal, and a pending
-// signal is delivered when the thread continues.
+// Breakpad mistakes that stop for the SIGSTOP. The signal is then lost, and the late SIGSTOP stops
+// the whole process permanently. Here the kernel interrupts the thread without a signal, and a
+// pending signal is delivered when the thread continues.
 
 #include "client/linux/minidump_writer/linux_ptrace_dumper.h"
 #include "third_party/lss/linux_syscall_support.h"

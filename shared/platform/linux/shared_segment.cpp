@@ -154,7 +154,7 @@ struct SharedSegment::System {
     {
         mode_t const mode = reach == Reach::Global ? 0666 : 0600;
         descriptor = ::open(objectFolder.data(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode);
-        char self[40]; // a string that cannot be allocated would leave the object open
+        char self[40]; // a std::string may throw, which would leave the object open
         std::snprintf(self, sizeof self, "/proc/self/fd/%d", descriptor);
         // fchmod sets the mode again, since the umask must not apply to segments.
         if (!isOpen() || ::fchmod(descriptor, mode) != 0 || !takeFlock(LOCK_SH))
@@ -165,8 +165,8 @@ struct SharedSegment::System {
                         "linkat");
     }
 
-    /// Fills an orphan again, even that of another user, who alone may remove it. The exclusive
-    /// flock becomes a shared one in one step.
+    /// Fills an orphan again, even one of another user, which only that user may remove. The
+    /// exclusive flock becomes a shared one in one step.
     Result<> refill(std::size_t wanted)
     {
         if (::ftruncate(descriptor, 0) != 0)

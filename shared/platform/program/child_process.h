@@ -22,7 +22,7 @@ class ChildProcess
     ChildProcess(ChildProcess const &) = delete;
     ChildProcess & operator=(ChildProcess const &) = delete;
 
-    /// Releases the process id, which no other process has until then.
+    /// Releases the process id. Until then no other process gets this id.
     ~ChildProcess();
 
     /// Waits for the end of the process. Returns its exit status, or 128 + signal if a signal ended

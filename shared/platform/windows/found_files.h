@@ -39,7 +39,7 @@ class FoundFiles
         if (hasEnded_)
             return false;
         if (find_ == INVALID_HANDLE_VALUE) {
-            // Without short names, and with many records per round trip.
+            // Omits short names, and reads many records per round trip.
             find_ = ::FindFirstFileExW(path_.c_str(), FindExInfoBasic, &record_,
                                        FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH);
             if (find_ != INVALID_HANDLE_VALUE)

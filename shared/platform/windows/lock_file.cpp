@@ -13,8 +13,8 @@ namespace ox::platform
 namespace
 {
 
-/// Returns the last error of a call that opens a name. It is InUse also for a file whose deletion
-/// waits for another process to close it.
+/// Returns the last error of a call that opens a name. The error is also InUse for a file whose
+/// deletion waits for another process to close it.
 Error openError(char const * step)
 {
     constexpr LONG deletePending = static_cast<LONG>(0xC0000056);
@@ -97,7 +97,7 @@ LockFile::~LockFile()
 
 Result<> LockFile::take(NativeName const & name)
 {
-    name_ = name; // before there is a file, for lack of memory may end this
+    name_ = name; // before the file exists, since a lack of memory throws
     Handle file(openFile(name, GENERIC_READ | GENERIC_WRITE | DELETE, shareNothing, CREATE_NEW));
     if (!file.isOpen())
         return openError("CreateFileW");

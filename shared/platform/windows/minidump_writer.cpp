@@ -27,9 +27,9 @@ DWORD exitCodeOf(EXCEPTION_POINTERS const & exception)
     return code == abortCode ? afterAbort : code;
 }
 
-/// A thread that exists before a crash, since no thread can be started after it. It ends the
-/// process when the handling of a crash hangs, and runs work whose crash or hang must not stop the
-/// caller.
+/// A thread that exists before a crash, since no thread can be started after the crash. It ends the
+/// process if the handling of a crash hangs. It also runs work that may crash or hang without
+/// stopping the caller.
 class GuardThread
 {
   public:

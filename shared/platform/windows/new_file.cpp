@@ -22,8 +22,8 @@ constexpr int maxTries = 100;
 constexpr DWORD retryAfterMs = 10;
 constexpr DWORD allRights = GENERIC_READ | GENERIC_WRITE | DELETE | READ_CONTROL | WRITE_DAC;
 
-/// Seconds during which a temporary file may be closed: while a program writes it by name, both
-/// sides close it for a moment.
+/// Seconds during which a temporary file in use may be closed. Before and after code writes the
+/// file by name, no handle is open for a moment.
 constexpr std::int64_t reopenedWithin = 10;
 
 NativeName freshName()
@@ -116,8 +116,8 @@ void forEachTemporary(NativeName const & folder, Visit const & visit)
     ::FindClose(search);
 }
 
-/// Returns whether a folder should be searched now. This is so once a minute: a process that writes
-/// many files into one folder must not list the folder for each of them.
+/// Returns whether a folder should be searched now. Repeated calls for one folder return true once
+/// a minute, since a process that writes many files into it must not list it for each of them.
 bool isSearchDue(NativeName const & folder, std::int64_t now)
 {
     static std::atomic<std::size_t> last = 0;
@@ -303,7 +303,7 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
                                                 std::int64_t modified)
 {
     NativeName const kept = system_->target + NativeName(suffix, suffix + std::strlen(suffix));
-    // Only one process at a time can open the file with this right. The others wait.
+    // Only one process at a time can open the file with the right to delete it. The others wait.
     DWORD const access = DELETE | FILE_READ_ATTRIBUTES;
     OpenFile previous;
     for (int i = 0; i < maxTries && !previous.isOpen(); ++i) {

@@ -12,7 +12,8 @@ namespace ox::platform
 namespace
 {
 
-/// Restores in the child the signals that this process blocks or ignores.
+/// Attributes of a child process in which no signal is blocked, and the signals that this process
+/// ignores have their default action.
 class DefaultSignals
 {
   public:
