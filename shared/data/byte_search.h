@@ -45,8 +45,7 @@ inline constexpr auto commonness = [] {
 }();
 
 /// Tests sixteen positions of a text at once for one byte of the pattern. Lane i of the result is
-/// set when a match at text + i is possible: the text has this byte at the index that it has in the
-/// pattern.
+/// set if position text + i + index has the byte that the pattern has at this index.
 template <bool ignoreCase>
 class Probe
 {
@@ -113,7 +112,7 @@ inline std::uint64_t candidates(Byte const * text, Probe const & first, Probe co
 }
 
 /// Searches a text repeatedly from left to right for a pattern of at most `longestPattern` bytes.
-/// Each search uses what the previous ones measured.
+/// Each search uses the measurements of the previous searches.
 template <bool ignoreCase>
 class ByteSearch
 {

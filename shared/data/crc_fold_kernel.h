@@ -59,7 +59,8 @@ fold(FoldConstants const & constants, std::uint64_t nextBytes, unsigned char con
     return Vector::sumOfBlocks(Vector::fold(x, behindEnd, Vector::withLowBits(0)));
 }
 
-/// Advances a CRC register over `length` bytes: by tables up to whole vectors, then by folding.
+/// Advances a CRC register over `length` bytes: with tables until whole vectors are left, then by
+/// folding.
 template <class Crc>
 OX_TARGET typename Crc::Word advance(typename Crc::Word crc, unsigned char const * data,
                                      std::size_t length)

@@ -14,7 +14,7 @@
 // product takes two carry-less multiplications, one for each half of the block.
 //
 // One kernel serves every width. A CRC of W bits with the polynomial P is a CRC of 64 bits with the
-// polynomial P * x^(64-W), whose register holds the narrow one at the highest powers.
+// polynomial P * x^(64-W), whose register contains the register of W bits at the highest powers.
 
 namespace ox::data
 {

@@ -140,8 +140,9 @@ class OX_EXPORT _OX_DataBuffer
     /// of the result differs from destLen or from `sizeUncompressed`.
     int decompressToB(char * dest, int const & destLen, int const * offset);
 
-    /// Decompresses into another buffer and sets its `size` to the length, or to the code of the
-    /// error. Returns whether the length is above 0. `offset` as in decompressToB().
+    /// Decompresses into another buffer. Sets the `size` of `dest` to the length of the result, or
+    /// to the code of the error. Returns whether the length is above 0. `offset` as in
+    /// decompressToB().
     /// Fails: sets `error` of this buffer: OutOfMemory when `dest` cannot get a block of
     /// `sizeUncompressed` bytes, otherwise as decompressToB().
     /// Compatibility: an existing block of `dest` that is larger than `sizeUncompressed` gives
@@ -193,7 +194,7 @@ class OX_EXPORT _OX_DataBuffer
     // is not 0, gives NotWritten and leaves the file unchanged.
 
     /// Saves two blocks as a plain file.
-    /// Fails: NotOpened; NotWritten, also when a part of the file was written.
+    /// Fails: NotOpened; NotWritten, even if a part of the file was written.
     static int saveToFile(_oxString8_evenSize<500> file, bool const & withMagic,
                           char * const block1, int const & len1, char * const block2,
                           int const & len2);
@@ -223,7 +224,7 @@ class OX_EXPORT _OX_DataBuffer
 
     /// Loads two blocks from a gzip file.
     /// Fails: NotReadable when the file cannot be opened; WrongMagic; zlib's code when the file is
-    /// damaged or cut short.
+    /// damaged or truncated.
     /// Compatibility: a complete stream with too few bytes gives 0, since the farm reads records
     /// that older applications wrote shorter.
     static int loadFromFileCompressed(_oxString8_evenSize<500> file, bool const & withMagic,
@@ -247,7 +248,7 @@ class OX_EXPORT _OX_DataBuffer
     /// Loads up to len bytes from a plain gzip file. With `exact` the file must contain exactly len
     /// bytes.
     /// Fails: NotReadable when the file cannot be opened; WrongLength; zlib's code when it is
-    /// damaged or cut short.
+    /// damaged or truncated.
     static int loadGzipFile(_oxString8_evenSize<500> const & file, char * dest,
                             unsigned int const & len, bool const & exact);
     /// Loads up to len bytes from a plain gzip file; the name is a QString.
@@ -322,7 +323,7 @@ class OX_EXPORT _OX_DataBuffer
     /// `sizeAllocated` bytes. If the file contains more, `size` becomes 0 and the result is true. A
     /// missing file gives true and loads nothing.
     /// Fails: NotReadable when the file cannot be opened; WrongMagic; OutOfMemory when the data is
-    /// too large; zlib's code when the file is damaged or cut short; false with `error` 0 when a
+    /// too large; zlib's code when the file is damaged or truncated; false with `error` 0 when a
     /// complete stream has too few bytes.
     /// Compatibility: settings and caches are kept in these files, so a missing file counts as an
     /// empty one.
@@ -332,7 +333,7 @@ class OX_EXPORT _OX_DataBuffer
 
     /// Loads a whole plain gzip file and sets `size`. The block grows in steps of `chunk` bytes.
     /// Fails: NotReadable when the file cannot be opened; OutOfMemory when its content is larger
-    /// than `memoryLimitMB` or memory is lacking; zlib's code when it is damaged or cut short.
+    /// than `memoryLimitMB` or memory is lacking; zlib's code when it is damaged or truncated.
     bool loadGzipFile(_oxString8_evenSize<500> const & file, unsigned int const & chunk);
     /// Loads a whole plain gzip file and sets `size`; the name is a QString.
     bool loadGzipFile(QString const & file, unsigned int const & chunk);

@@ -29,7 +29,8 @@ constexpr int magicSize = 4;
 constexpr int headerSize = 32;
 static_assert(headerSize == offsetof(_OX_DataBuffer, sizeAllocated));
 
-/// Memory of the caller. A negative length, and null with a length, are invalid.
+/// Memory of the caller. A block is invalid if its length is negative, or if its bytes are null and
+/// its length is not 0.
 struct Block {
     char * bytes;
     int length;

@@ -25,14 +25,15 @@ constexpr int extraBytes = 10;
 constexpr std::int64_t largestContent =
     std::numeric_limits<std::int32_t>::max() - _oxFileSearcher::headroom - extraBytes;
 
-/// Allocates a block for `contentSize` bytes and headroom. Returns null without memory.
+/// Allocates a block for `contentSize` bytes and headroom. Returns null when memory is lacking.
 char * newBlock(std::int64_t contentSize)
 {
     auto const bytes = contentSize + _oxFileSearcher::headroom + extraBytes;
     return contentSize <= largestContent ? new (std::nothrow) char[std::size_t(bytes)] : nullptr;
 }
 
-/// Replaces a block by a new one and discards its content. Without memory the block is null.
+/// Replaces a block by a new one and discards its content. When memory is lacking, the block is
+/// null.
 bool renewBlock(char *& block, std::int32_t & capacity, std::int32_t contentSize)
 {
     delete[] block;
@@ -54,7 +55,7 @@ class NewContent
   public:
     NewContent(_oxFileSearcher & file, bool grows) : file_(file), grows_(grows) {}
 
-    /// Appends bytes. Returns false without memory.
+    /// Appends bytes. Returns false when memory is lacking.
     bool add(char const * bytes, int length)
     {
         if (grows_ && !ensureCapacity(std::int64_t{size_} + length))

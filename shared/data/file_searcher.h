@@ -43,8 +43,8 @@ class OX_EXPORT _oxFileSearcher
     void freeBuffer();
 
     /// Loads a file of at most `largestFile` bytes.
-    /// Fails: when the file is too large, a folder or cannot be opened, the searcher stays
-    /// unchanged. When the file cannot be read completely or memory is lacking, the searcher is
+    /// Fails: if the file is too large, is a folder or cannot be opened, the searcher stays
+    /// unchanged. If the file cannot be read completely or memory is lacking, the searcher is
     /// empty, and save() then fails.
     bool load(QString const & file);
 

@@ -15,7 +15,7 @@
 
 /// Grants everybody the rights to read a folder and to create files in it. With `inherit` files and
 /// folders that are created in it later get the same rights, where the system supports this. On
-/// Windows this includes existing entries that inherit their rights.
+/// Windows existing entries that inherit their rights get them, too.
 OX_EXPORT bool oxSetFolderRights_ReadWriteAll(char const * path, bool inherit);
 /// Grants everybody the rights to read a folder and to create files in it; the path is a QString of
 /// any length.

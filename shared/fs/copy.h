@@ -14,15 +14,16 @@
 /// With `overwrite` an existing target is deleted first, even when the source then turns out to be
 /// missing. A link at the target is replaced and not followed. A named pipe is refused as source
 /// and as target, a device as target. A device or an unnamed pipe (/dev/stdin) can be the source. A
-/// file is never copied onto itself, whatever its names: this fails and changes nothing.
+/// file is never copied onto itself, whatever its names: such a call fails and changes nothing.
 ///
 /// A negative pauseMs selects the system's own copy, the fastest one. The system's copy includes
 /// permission bits and holes. A failure leaves no target and returns the system's message.
 ///
-/// Any other pauseMs copies in pieces of 1 MiB and sleeps that many milliseconds after each, to
-/// reduce the load of the share. `endsEmpty` then becomes true if the source looks unfinished: the
-/// last byte of the last piece is 0 and, if the piece has more than 10 bytes, also the 7th and the
-/// 10th from its end. `endsEmpty` stays unchanged for an empty file and with the system's own copy.
+/// Any other pauseMs copies in pieces of 1 MiB and sleeps that many milliseconds after each piece,
+/// to reduce the load of the share. `endsEmpty` then becomes true if the source looks unfinished:
+/// the last byte of the last piece is 0 and, if the piece has more than 10 bytes, also the 7th and
+/// the 10th from its end. `endsEmpty` stays unchanged for an empty file and with the system's own
+/// copy.
 ///
 /// Fails: the texts of oxDeleteFile, "Source file does not exist.", "No memory left.", "Unable to
 /// open input file.", "Unable to open output file.", or the system's message.

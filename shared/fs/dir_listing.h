@@ -27,9 +27,9 @@ class FolderWalk;
 /// trip per entry. Size and time together need at most one round trip per entry, when one of them
 /// is first used.
 ///
-/// Links are followed, as everywhere in the library. A link to a folder is a folder. A link without
-/// a target is a file with the time of the link. On Linux each byte of a name that is not UTF-8
-/// becomes the lone surrogate U+DC00 + byte; the library's functions find the file under that name.
+/// Links are followed. A link to a folder is a folder. A link without a target is a file with the
+/// time of the link. On Linux each byte of a name that is not UTF-8 becomes the lone surrogate
+/// U+DC00 + byte; the library's functions find the file under that name.
 class OX_EXPORT oxDirListing
 {
   public:
@@ -51,8 +51,8 @@ class OX_EXPORT oxDirListing
     /// With includeDirs folders are entries, too, except "." and "..". With readIntoMemory all
     /// entries that pass the filters are read at once. With sortByName entries in memory are sorted
     /// by the UTF-16 units of their names, so "B" precedes "a". `reserved` has no effect.
-    /// Fails: an empty path and an unreadable folder have no entries; error() returns the reason
-    /// for the latter.
+    /// Fails: an empty path and an unreadable folder have no entries; for an unreadable folder
+    /// error() returns the reason.
     void init(QString path, bool const & includeDirs, bool const & readIntoMemory,
               bool const & sortByName, bool const & reserved);
 

@@ -26,7 +26,7 @@ QString nameOf(Entry const & entry)
 }
 
 /// Empties a folder in one pass: files first, then each subfolder with its content. The open
-/// folders are in a list, since a deep tree would overflow the stack with recursive calls.
+/// folders are in a list, since recursive calls would overflow the stack in a deep tree.
 class Emptying
 {
   public:

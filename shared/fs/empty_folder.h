@@ -18,7 +18,7 @@
 /// Fails: an empty path, a link, and the root of a drive, of a share or of a mounted file system
 /// are refused.
 
-/// How a folder is emptied.
+/// Options of oxEmptyFolder.
 struct _oxEmptyFolderOptions {
     /// Also empties subfolders and deletes those that become empty. Without it subfolders stay.
     bool recursive = false;
@@ -38,7 +38,7 @@ struct _oxEmptyFolderOptions {
     std::function<void(QString const & path, QString const & failure)> report;
 };
 
-/// What oxEmptyFolder has done.
+/// Result of oxEmptyFolder.
 struct _oxEmptyFolderResult {
     int count = 0;     ///< number of deleted files, links and folders
     __int64 bytes = 0; ///< size of the deleted files in bytes

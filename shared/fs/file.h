@@ -14,7 +14,7 @@
 /// A file exists if its name refers to something other than a folder. Links are followed: a link
 /// without a target does not exist. On Linux, root changes no file through the link of another
 /// user. An empty name and a name with a 0 character refer to nothing. A function that returns a
-/// text returns the empty one for success. The text of a failure ends with the system's message.
+/// text returns the empty text for success. The text of a failure ends with the system's message.
 /// Only a lack of memory throws (std::bad_alloc).
 
 /// Returns whether a file exists, even if it cannot be opened. Makes one status query.
@@ -52,10 +52,10 @@ OX_EXPORT bool oxDirectoryExists(QString const & path);
 /// bytes give false.
 OX_EXPORT bool oxDirectoryExists(char const * path);
 
-/// Deletes a file, also a read-only one. Succeeds when the file does not exist.
+/// Deletes a file, even a read-only one. Succeeds when the file does not exist.
 /// Fails: "Unable to delete file, " and the system's message.
 OX_EXPORT _oxString<500> oxDeleteFile(_oxString<500> const & name);
-/// Deletes a file, also a read-only one; the name is a QString. Succeeds when the file does not
+/// Deletes a file, even a read-only one; the name is a QString. Succeeds when the file does not
 /// exist.
 /// Fails: "Unable to delete file, ", the system's message, and a dot.
 /// Compatibility: only this overload adds the dot, since the farm compares these texts across
@@ -71,7 +71,7 @@ OX_EXPORT bool oxDeleteFolder(QString const & path);
 /// Fails: folders that were created before the failure remain.
 OX_EXPORT bool oxCreateFolder(QString const & path, bool withParents);
 
-/// Renames or moves a file, also to another drive. Returns whether this succeeded. Without
+/// Renames or moves a file, even to another drive. Returns whether this succeeded. Without
 /// overwrite an existing file under the new name makes the call fail. With overwrite that file is
 /// deleted, even when `from` does not exist. That file stays if the system cannot report whether
 /// `from` exists.

@@ -39,8 +39,8 @@ _oxFileLockStatus::Holder holderOf(LockFileView const & view)
     return _oxFileLockStatus::Unknown;
 }
 
-/// Writes the description of the holder into the lock file. Without memory the file stays empty, as
-/// on a full disk; the lock does not depend on its content.
+/// Writes the description of the holder into the lock file. When memory is lacking, the file stays
+/// empty, as on a full disk. The lock does not depend on the file's content.
 void describeHolder(LockFile & file, QString const & who)
 {
     try {
@@ -49,8 +49,8 @@ void describeHolder(LockFile & file, QString const & who)
     }
 }
 
-/// Returns the new name for a lock file that cannot be deleted. Without memory the name is empty,
-/// and the file is not renamed.
+/// Returns the new name for a lock file that cannot be deleted. When memory is lacking, the name is
+/// empty, and the file is not renamed.
 NativeName leftoverName(_oxString8_evenSize<250> const & lockFileName)
 {
     try {

@@ -236,12 +236,13 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     /// capacity other than 250 and 500 uses QString instead: Latin-1, '?' for other characters, cut
     /// at that capacity.
     ///
-    /// Convert only texts of at most 249 characters: a longer text gives a result whose length
-    /// exceeds the copied characters.
+    /// Convert only texts of at most 249 characters: the length of the result is that of this text,
+    /// even if fewer characters are copied.
     /// Compatibility: the farm's applications detect a cut text by this length.
     operator _oxString8_evenSize<250>() const { return narrowed<250>(); }
     /// Converts the low bytes of the first 499 characters. Convert only texts of at most 499
-    /// characters: a longer text gives a result whose length exceeds the copied characters.
+    /// characters: the length of the result is that of this text, even if fewer characters are
+    /// copied.
     operator _oxString8_evenSize<500>() const { return narrowed<500>(); }
 
     /// Returns the text as oxToOXUTF8 encodes it without the readable words, cut at 500 characters.

@@ -148,8 +148,8 @@ class String8 : public FixedText<S, Record>
     }
 
     /// Parses the number at the start of the text as `atoi` does; a number beyond the range of int
-    /// gives the end of the range. With `ok` the text must consist of digits behind an optional
-    /// '-'; otherwise the result is 0 and *ok false. The empty text and "-" give 0 and *ok true.
+    /// gives the nearest int. With `ok` the text must consist of digits behind an optional '-';
+    /// otherwise the result is 0 and *ok is false. The empty text and "-" give 0, and *ok is true.
     int toInt(bool * ok = nullptr) const { return text::toInt(value, size(), ok); }
 
     /// Returns whether this text, mapped to upper case, equals `upper`, which must be in upper case

@@ -22,7 +22,7 @@ OX_EXPORT _oxString<25> int2Str(int const & v);
 
 /// Returns the integer part of f, the separator, and the fraction rounded half away from zero to
 /// `decimals` digits. A negative `decimals` counts as 0. The text is cut at 25 units. An f beyond
-/// the range of int counts as the end of that range, NaN as 0.
+/// the range of int counts as the nearest int, NaN as 0.
 ///
 /// Compatibility: the farm's logs are compared with these texts, so both parts are printed
 /// independently. A fraction that rounds up to 1 is not carried over (1.96 with one decimal is

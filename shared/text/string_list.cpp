@@ -100,7 +100,7 @@ void permute(std::span<SortKey> keys, Entry * entries)
     }
 }
 
-/// Sorts without memory for keys. std::stable_sort works without memory, but moves the entries more
+/// Sorts without keys. std::stable_sort needs no additional memory, but moves the entries more
 /// often.
 void sortInPlace(std::span<Entry> entries, bool descending)
 {
@@ -196,7 +196,7 @@ Entry const & _oxStringList::emptyEntry()
     return empty;
 }
 
-/// Allocates memory for one more entry. Without memory the list becomes empty.
+/// Allocates memory for one more entry. When memory is lacking, the list becomes empty.
 bool _oxStringList::grow()
 {
     std::size_t const bytes = bytesFor(static_cast<std::uint64_t>(count_) + 1);

@@ -57,7 +57,7 @@ class OX_EXPORT _oxStringList
 
     /// Number of entries.
     int count() const { return count_; }
-    /// As count().
+    /// Number of entries, the same as count().
     int size() const { return count_; }
     /// Returns whether the list has no entries.
     bool isEmpty() const { return count_ == 0; }
@@ -88,8 +88,8 @@ class OX_EXPORT _oxStringList
     void append(Entry const & s, bool const & unique, bool const & caseSensitive);
 
     /// Sorts the entries by _oxString::compare, which ignores case. Equal entries keep their order,
-    /// also when `descending`. The sort temporarily needs 16 bytes an entry. Without this memory it
-    /// sorts in place, which takes longer.
+    /// even if `descending`. The sort temporarily needs 16 bytes per entry. When this memory is
+    /// lacking, it sorts in place, which takes longer.
     ///
     /// Compatibility: the reserved words of the entries do not move, since each belongs to a
     /// position in the list and not to a text.
