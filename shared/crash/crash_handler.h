@@ -43,7 +43,7 @@ class OX_EXPORT oxCrashHandler
     oxCrashHandler & operator=(oxCrashHandler const &) = delete;
 
     /// Sets the context and, at the first call, installs the handler. The context must exist until
-    /// the process ends. `argv` is that of the program, or null.
+    /// the process ends. `argc` and `argv` are those of main(); `argv` may be null.
     ///
     /// The dump folder is "sub/log" beside the last folder "bin" in the path of the executable, if
     /// it exists; otherwise the system's temporary folder. "_debug" in this path is replaced by

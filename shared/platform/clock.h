@@ -28,8 +28,8 @@ std::int64_t timeOfLocalFields(std::tm & fields);
 /// Converts UTC calendar fields to a time.
 std::int64_t timeOfUtcFields(std::tm fields);
 
-/// Returns the milliseconds since the start of the system, sleep included, in 32 bits: it restarts
-/// at 0 every 49.7 days.
+/// Returns the milliseconds since the start of the system, including sleep. The number has 32 bits
+/// and restarts at 0 every 49.7 days.
 std::uint32_t tickCount();
 
 /// A local time for the machine's clock.

@@ -39,7 +39,7 @@ NameKind kindOf(NativeName const & name);
 /// target. Succeeds if the name does not exist, since other processes delete the same files.
 Result<> deleteFile(NativeName const & name);
 
-/// Renames or moves a file, also to another drive or share.
+/// Renames or moves a file, even to another drive or share.
 /// Fails: when the new name exists. The file then stays complete under its old name.
 Result<> moveFile(NativeName const & from, NativeName const & to);
 
@@ -58,8 +58,8 @@ Result<> deleteFolder(NativeName const & name);
 
 /// Sets the access and modification times of a file, and its creation time where the system
 /// supports this, in seconds since 1970-01-01 UTC. Without `seconds` it sets the current time,
-/// which requires the right to write the file; any other time requires its owner. Links are
-/// followed; for root, links of other users are refused.
+/// which requires the right to write the file; any other time requires ownership of the file. Links
+/// are followed; for root, links of other users are refused.
 Result<> setFileTimes(NativeName const & name, std::optional<std::int64_t> seconds);
 
 /// Whether the system runs only files with an executable bit.

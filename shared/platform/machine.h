@@ -28,16 +28,16 @@ std::optional<SystemVersion> systemVersion();
 struct Processors {
     int count = 0;                ///< logical processors
     std::vector<int> coreThreads; ///< number of logical processors of each core
-    unsigned megahertz = 0;       ///< nominal clock of one, if known
+    unsigned megahertz = 0;       ///< nominal clock of one processor
     std::string vendor;           ///< such as "GenuineIntel"
 };
 
 /// Returns the processors of the machine.
 Processors processors();
 
-/// On Windows returns whether the system can report that a process is a 32-bit one on a 64-bit
-/// system, whatever it reports. On Linux returns whether the kernel has 64 bits. Empty if the
-/// system lacks the function.
+/// On Windows, returns whether the system can report that a 32-bit process runs on a 64-bit system,
+/// whatever it reports. On Linux, returns whether the kernel has 64 bits. Empty if the system lacks
+/// the function.
 std::optional<bool> answersWordSize();
 
 /// Returns whether the system's policy has a switch for user-account control, whatever its value.
@@ -71,8 +71,8 @@ Result<KernelMemory> kernelMemory(std::span<char> buffer);
 /// Returns the system's own report on the memory; empty on Windows.
 std::optional<std::u16string> memoryReport();
 
-/// Idle time of the machine's processors, averaged over them, and the moment of its reading. Both
-/// are in 100 ns with an arbitrary origin.
+/// Average idle time of the machine's processors, and the moment of its reading. Both are in 100 ns
+/// with an arbitrary origin.
 struct IdleSample {
     std::int64_t idle; ///< idle time since the origin
     std::int64_t time; ///< moment of the reading
@@ -95,7 +95,7 @@ struct Disk {
 
 /// Returns the description of the first physical disk. With `withHealth` it includes the
 /// temperature and, for an ATA disk, the SMART table.
-/// Fails: when the machine has no disk or it cannot be opened.
+/// Fails: when the machine has no disk or the disk cannot be opened.
 Result<Disk> firstDisk(bool withHealth);
 
 } // namespace ox::platform

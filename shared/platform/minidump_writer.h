@@ -20,7 +20,7 @@ inline constexpr std::size_t longestDumpFolder = 1000;
 
 /// Why a dump is written.
 enum class DumpReason {
-    Crash,     ///< the process ends after it
+    Crash,     ///< the process ends after the dump
     Exception, ///< on demand, for a given exception
     Request,   ///< on demand, without an exception
 };
@@ -73,7 +73,7 @@ class MinidumpWriter
     std::unique_ptr<Implementation> implementation_;
 };
 
-/// Calls `work` after a crash and returns whether it has ended normally. Abandons it when it
+/// Calls `work` after a crash and returns whether it has ended normally. Abandons `work` if it
 /// crashes, calls abort() or takes longer than three seconds, for example because it waits for a
 /// lock of a crashed thread.
 bool runGuarded(void (*work)(void *), void * data);

@@ -33,7 +33,7 @@ struct ListedProcess {
 /// Resources that a process has used.
 struct ProcessCounters {
     std::int64_t cpuTime;     ///< processor time of all threads in 100 ns
-    std::uint64_t workingSet; ///< in bytes; a 32-bit process reads 2^32 - 1 for larger ones
+    std::uint64_t workingSet; ///< in bytes; a 32-bit process reads larger ones as 2^32 - 1
 };
 
 /// Counters of many processes from one pass over the machine's processes.
@@ -43,12 +43,12 @@ class ProcessReading
     /// Maximum number of processes.
     static constexpr std::size_t capacity = 6000;
 
-    /// Starts a reading, which removes the processes of the previous one. `time` is in 100 ns, with
-    /// an arbitrary origin.
+    /// Starts a reading and removes the processes of the previous reading. `time` is in 100 ns,
+    /// with an arbitrary origin.
     void begin(std::int64_t time);
     /// Adds the counters of a process; ignores processes above the capacity.
     void add(std::uint32_t id, ProcessCounters const & counters);
-    /// Ends the reading; after it of() finds counters. `time` is in 100 ns.
+    /// Ends the reading, so that of() finds its counters. `time` is in 100 ns.
     void end(std::int64_t time);
 
     /// Moves the processes of another reading to this one.
@@ -98,18 +98,18 @@ class ProcessTable
 
     /// Calls `keep` for each process of the machine. Kernel threads and ended processes are
     /// omitted. The idle process (id 0) is the first, if the system lists it. `keep` returns
-    /// whether the caller keeps the process; on Linux the counters of these processes are read as
-    /// well.
+    /// whether the caller keeps the process; on Linux the counters of the kept processes are read,
+    /// too.
     /// Fails: when the system has no list.
     Result<> list(std::function<bool(ListedProcess const &)> const & keep);
 
-    /// Returns whether list() has read counters within `freshTime` that readCounters() has not used
-    /// yet.
+    /// Returns whether list() has read counters within the last `freshTime` that readCounters() has
+    /// not used yet.
     bool hasFreshListCounters() const;
 
-    /// Reads the counters of at least these processes for counters(). Uses those that list() has
-    /// read while they are fresh, otherwise reads new ones. Returns their time in 100 ns, with an
-    /// arbitrary origin.
+    /// Reads the counters of at least these processes for counters(). Uses the counters of list()
+    /// while they are fresh, and otherwise reads new counters. Returns their time in 100 ns, with
+    /// an arbitrary origin.
     /// Fails: the table then has no counters; the step of the error is the source of the counters.
     Result<std::int64_t> readCounters(std::span<std::uint32_t const> ids);
     /// Reads new counters of all processes of the machine for counters(). Returns their time in 100

@@ -96,7 +96,7 @@ inline Result<> resultOf(bool succeeded, char const * step = "")
     return succeeded ? Result<>() : Result<>(lastError(step));
 }
 
-/// Returns whether a call succeeded; sets its error as the calling thread's last one. Public
+/// Returns whether a call succeeded. After a failure, sets the calling thread's last error. Public
 /// functions call it at their end.
 template <typename Value>
 bool reportToThread(Result<Value> const & result)

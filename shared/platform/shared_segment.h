@@ -49,8 +49,8 @@ class SharedSegment
     Result<> open(std::string const & name, Reach reach);
 
     /// Returns whether an error of open() means that no process has the segment open.
-    /// Compatibility: not every NotFound counts, since a name with a missing path keeps the
-    /// system's error code.
+    /// Compatibility: false for a name whose path is missing, since that error keeps the system's
+    /// code.
     static bool isMissing(Error const & error);
 
     /// Returns whether a segment is open.

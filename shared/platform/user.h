@@ -26,8 +26,8 @@ Result<std::u16string> userFolder(UserFolder folder);
 /// whose rights it has (on Linux the effective user).
 enum class UserOf { Settings, Process };
 
-/// Steps at which userId and userHome fail, in addition to system calls: they read the system's
-/// list of users, on Windows from the registry.
+/// Steps of errors of userId and userHome, in addition to system calls: opening and reading the
+/// system's list of users, which is in the registry on Windows.
 inline constexpr char openUserList[] = "open registry";
 inline constexpr char readUserList[] = "read value";
 /// Name of the system call that reads the token of a process, for the step of an error.
@@ -47,8 +47,8 @@ Result<std::u16string> userId(UserOf which, TokenSize & token);
 /// readToken fails.
 Result<std::u16string> userHome(UserOf which, TokenSize & token);
 
-/// Returns the executables of desktop shells, in upper case. The owner of such a process is the
-/// user of the desktop.
+/// Returns the file names of the executables of desktop shells, in upper case. The owner of such a
+/// process is the user of the desktop.
 std::span<std::string_view const> desktopShells();
 
 /// Returns whether a process may belong to the user of the desktop. On Linux it returns false for a

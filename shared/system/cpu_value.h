@@ -28,8 +28,8 @@ struct OX_EXPORT _oxBytePerc {
     /// numbers do so.
     unsigned char toIperc() const { return static_cast<unsigned char>(value / 2.55 + 1.275); }
 
-    /// Sets a fraction, rounded to 1/255. A fraction above 0 gives at least 1, so that a load never
-    /// looks idle. Infinity gives 255, minus infinity and NaN give 0.
+    /// Sets a fraction, rounded to 1/255. A fraction above 0 gives at least 1, so that a small load
+    /// does not look idle. Infinity gives 255, minus infinity and NaN give 0.
     /// Compatibility: a fraction outside 0 to 1 wraps around modulo 256, as in the records (1.5
     /// gives 127). Use _oxCPUValue::clamp before.
     void fromF(float const & f);
@@ -71,7 +71,7 @@ class OX_EXPORT _oxCPUValue
 
     /// Sets the load to 0 and keeps the number of cores.
     void clear() { value = 0; }
-    /// As clear().
+    /// Does the same as clear().
     void clearValue() { clear(); }
 
     /// Sets the load to a fraction of the machine.

@@ -86,9 +86,10 @@ class OX_EXPORT _oxProcessList
     /// Compatibility: entry 0, the idle process, is never set; the farm's applications rely on this
     /// range.
     void getProcessInfo(int index);
-    /// As getProcessInfo, without `user` and without fix32bit_4GBmemory.
+    /// Does the same as getProcessInfo, but does not set `user` and does not call
+    /// fix32bit_4GBmemory.
     void getProcessInfoMemCPUOnly(int index);
-    /// As getProcessInfo, for `cpuTime` only. Returns 0.
+    /// Does the same as getProcessInfo, but sets only `cpuTime`. Returns 0.
     long long getProcessInfoMemBytes_CPUOnly(int index);
     /// Distributes the used memory that no process accounts for to the entries above 4000 MiB,
     /// since a 32-bit process reads every working set above 4 GiB as 4 GiB.

@@ -46,7 +46,7 @@ class OX_EXPORT _oxSysInfo
     QString cpuString;
     /// Sum of the clocks of all logical processors in GHz; 0 if not known.
     float cpuGHzTotal = 0;
-    /// As cpuGHzTotal, but two hyper-threads of a core count as 1.3 cores.
+    /// The same sum, but two hyper-threads of a core count as 1.3 cores.
     float cpuGHzEffective = 0;
     /// Whether the processors use hyper-threading.
     bool hyperThreading = false;
@@ -98,8 +98,8 @@ class OX_EXPORT _oxSysInfo
 
     /// Returns whether the policy of user-account control is readable and has no value "EnableLUA".
     /// False on Linux.
-    /// Compatibility: the content of the value is not read, since the farm's records contain this
-    /// answer.
+    /// Compatibility: the content of the value is not read, since the farm's records contain the
+    /// result of this test.
     bool isUACenabled();
     /// Returns whether the system has 64 bits.
     /// Compatibility: on Windows it returns whether the system can report this for a 32-bit

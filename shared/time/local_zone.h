@@ -15,7 +15,7 @@ class LocalZone
   public:
     /// Reads the changes of the zone's offset from a year before `now` to five years after it.
     /// `now` is in seconds since 1970 UTC. Before and after this period the nearest known offset
-    /// holds.
+    /// applies.
     void read(std::int64_t now);
 
     /// Returns the local date and time of day of a time in seconds since 1970 UTC; the other fields
@@ -28,8 +28,8 @@ class LocalZone
         std::int64_t offset; ///< local time minus UTC in seconds
     };
 
-    /// The changes of the offset in ascending order. The offset of the first one also holds before
-    /// its time.
+    /// The changes of the offset in ascending order. The offset of the first change also applies
+    /// before its time.
     std::array<Change, 32> changes_{};
     std::size_t count_ = 1;
 };

@@ -90,9 +90,9 @@ class OX_EXPORT _oxTime
     /// Order by the seconds.
     auto operator<=>(_oxTime const &) const = default;
 
-    /// Gets the local calendar fields.
+    /// Sets `fields` to the local calendar fields.
     void to_tm(std::tm & fields) const { to_tm_Offset(fields, 0); }
-    /// Gets the local calendar fields `add` seconds later.
+    /// Sets `fields` to the local calendar fields `add` seconds later.
     void to_tm_Offset(std::tm & fields, __int64 const & add) const;
     /// Converts to the local calendar fields.
     operator std::tm() const;
@@ -108,13 +108,12 @@ class OX_EXPORT _oxTime
     /// The local day of the month `days` days later, 1 to 31.
     int dayOfMonth(__int64 days) const;
 
-    /// Hour of the day by the measured offset, 0 to 23. Times before 1970 count backwards from 0.
+    /// Hour of the day by the measured offset: 0 to 23, or 0 to -23 before 1970.
     int getDayHour() const;
-    /// Minute of the day by the measured offset, 0 to 1439. Times before 1970 count backwards from
-    /// 0.
+    /// Minute of the day by the measured offset: 0 to 1439, or 0 to -1439 before 1970.
     int getDayMinutes() const;
-    /// Second of the day by the measured offset `add` seconds later, 0 to 86399. Times before 1970
-    /// count backwards from 0.
+    /// Second of the day by the measured offset `add` seconds later: 0 to 86399, or 0 to -86399
+    /// before 1970.
     int getDaySeconds(__int64 add) const;
     /// Days since 1970 by the measured offset `add` seconds later. Negative before 1970, rounded
     /// toward 0.
@@ -213,9 +212,9 @@ struct OX_EXPORT _oxTime32 {
 
     /// Sets the current time plus `add` seconds, truncated to 32 bits.
     void setCurrentTime(__int64 add);
-    /// Gets the local calendar fields.
+    /// Sets `fields` to the local calendar fields.
     void to_tm(std::tm & fields) const { _oxTime(*this).to_tm(fields); }
-    /// Gets the local calendar fields `add` seconds later.
+    /// Sets `fields` to the local calendar fields `add` seconds later.
     void to_tm_Offset(std::tm & fields, __int64 const & add) const
     {
         _oxTime(*this).to_tm_Offset(fields, add);

@@ -21,7 +21,7 @@ inline constexpr std::uint32_t windowsSystem = 0;
 /// a stale lock file.
 inline constexpr std::int64_t leftBehindAfter = 3 * 60 * 60;
 
-/// Returns the start of the names of a process's temporary files.
+/// Returns the common prefix of the names of a process's temporary files.
 inline NativeName temporaryPrefix(std::uint32_t system, std::uint32_t process)
 {
     char text[40];

@@ -48,7 +48,7 @@ Result<> copyBytes(OpenFile & from, OpenFile & to, off_t size)
                                    static_cast<int>(to.handle()), nullptr,
                                    static_cast<std::size_t>(std::min(size, copyAtOnce)), 0);
     // Some file systems do not support copy_file_range or report an early end. Reading continues at
-    // that position and finds the real end or the real error.
+    // the reached position and finds the real end or the real error.
     return copyByReading(from, to, size);
 }
 
@@ -58,7 +58,7 @@ Result<> seekBoth(OpenFile & from, OpenFile & to, off_t position)
     return moved ? to.seek(position) : moved;
 }
 
-/// Copies the data of a file without its holes. Both positions are behind the last data afterwards.
+/// Copies the data of a file without its holes. Afterwards both positions are behind the last data.
 Result<> copyAroundHoles(OpenFile & from, OpenFile & to)
 {
     int const source = static_cast<int>(from.handle());

@@ -34,7 +34,7 @@ bool matchesEmptyText(std::u16string_view pattern)
 }
 
 /// Returns whether a name matches a pattern. Each '*' first matches nothing. After a mismatch the
-/// last '*' matches one more character; earlier ones need no further try.
+/// last '*' matches one more character; the earlier ones need no further try.
 bool matches(std::u16string_view name, std::u16string_view pattern)
 {
     std::size_t n = 0;

@@ -18,7 +18,7 @@
 // The protocol, which docs/lock_files.md explains: O_EXCL decides which process gets the name. A
 // process may remove the name only after it has the flock of an inode and has seen that the name
 // still refers to this inode. The process that creates the file takes the flock and compares in the
-// same way, so no process removes the file of another one. Some shares refuse to remove an open
+// same way, so no process removes the file of another process. Some shares refuse to remove an open
 // file; see removeClosed for them.
 
 namespace ox::platform

@@ -110,8 +110,8 @@ void restoreEarlierHandlers()
         ::sigaction(crashSignals[i], &earlierHandlers[i], nullptr);
 }
 
-/// Sends the signal with the same information again. It arrives when its handler returns. A fault
-/// usually occurs again by itself, but not if another thread has removed its cause.
+/// Sends the signal again with the same information. The signal arrives when its handler returns. A
+/// fault usually occurs again by itself, but not if another thread has removed its cause.
 void resendSignal(int signal, siginfo_t & information)
 {
     if (::syscall(SYS_rt_tgsigqueueinfo, ::getpid(), ::gettid(), signal, &information) != 0)
@@ -124,7 +124,8 @@ bool storeDumpPath(MinidumpDescriptor const & dump, void * file, bool succeeded)
     return succeeded;
 }
 
-/// Returns the address of the instruction of a context, for an exception without an address.
+/// Returns the address of the current instruction of a context, for the record of a dump without an
+/// exception.
 void * instructionOf(ucontext_t const & context)
 {
 #if defined(__x86_64__)
@@ -137,7 +138,7 @@ void * instructionOf(ucontext_t const & context)
 #endif
 }
 
-/// Jump buffer and thread of the guarded work.
+/// Jump buffer and thread of the work that runGuarded calls.
 sigjmp_buf guardedJump;
 pthread_t guardedThread;
 
@@ -351,7 +352,7 @@ bool MinidumpWriter::write(std::uint32_t code)
     if (::getcontext(&context) != 0)
         return false;
 #ifdef __i386__
-    // The dump takes the stack pointer from a register that only the system fills.
+    // The dump takes the stack pointer from a register that only the kernel fills.
     context.uc_mcontext.gregs[REG_UESP] = context.uc_mcontext.gregs[REG_ESP];
 #endif
     return implementation_->writeOnDemand(DumpReason::Request, {code, 0, instructionOf(context)},

@@ -8,13 +8,13 @@
 #include <limits>
 #include <string_view>
 
-// Parsers of the kernel's files about a process, as functions of their bytes.
+// Parsers for the content of the kernel's files about a process.
 
 namespace ox::platform
 {
 
-/// The line in the file "stat" of a process: "ID (COMMAND) STATE PARENT …". Refers to the bytes of
-/// the caller.
+/// The line in the file "stat" of a process: "ID (COMMAND) STATE PARENT …". Does not copy the
+/// bytes.
 class StatLine
 {
   public:

@@ -41,7 +41,8 @@ class ProcessPath
     char text_[24];
 };
 
-/// Calls `visit` for each entry of an open folder whose name is a number, until it returns false.
+/// Calls `visit` for each entry of an open folder whose name is a number, until `visit` returns
+/// false.
 template <typename Visit>
 void forEachNumber(int folder, Visit const & visit)
 {

@@ -22,8 +22,7 @@ namespace
 
 long attach(pid_t thread)
 {
-    // The threads stay stopped while this process hangs, so this process ends together with its
-    // parent.
+    // If this process hangs, the threads stay stopped. It is therefore killed when its parent ends.
     sys_prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
     if (sys_ptrace(PTRACE_SEIZE, thread, nullptr, nullptr) != 0)
         return -1;

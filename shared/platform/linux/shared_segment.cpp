@@ -176,8 +176,8 @@ struct SharedSegment::System {
         return resultOf(takeFlock(LOCK_SH), "flock");
     }
 
-    /// Closes the object. The last process deletes the object, or empties it without permission to
-    /// delete.
+    /// Closes the object. The last process deletes the object, or empties it if it may not delete
+    /// it.
     Result<> closeObject()
     {
         if (!isOpen())

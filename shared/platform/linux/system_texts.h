@@ -21,8 +21,7 @@ Processors processorsOf(std::string_view cpuInfo);
 std::optional<std::uint64_t> memoryField(std::string_view memoryInfo, std::string_view name);
 
 /// Returns the sample in the text of /proc/stat; empty if the text is not valid. The time of the
-/// sample is the sum of the kernel's accounts, so two readings of the same accounts have the same
-/// time.
+/// sample is the sum of all times in the text, so two samples of the same text have the same time.
 std::optional<IdleSample> idleSampleOf(std::string_view stat, long ticksPerSecond);
 
 /// Returns the folder of the first disk, by name, that is a physical device and not removable.

@@ -15,8 +15,8 @@ namespace ox::platform
 class ChildProcess
 {
   public:
-    /// Starts a program. `command[0]` is its name, which is searched for as by the shell; the rest
-    /// are its arguments. All are UTF-8.
+    /// Starts a program. `command[0]` is its name, which is searched for as a shell does; the
+    /// others are its arguments. All are UTF-8.
     static Result<std::unique_ptr<ChildProcess>> start(std::vector<std::string> const & command);
 
     ChildProcess(ChildProcess const &) = delete;

@@ -12,8 +12,8 @@ struct StopRequest {
 /// Installs a function that is called for stop requests, which then no longer end the process. The
 /// calls come one at a time on a separate thread, which may do anything a thread may do. Requests
 /// that the process ignores from its start stay ignored. Call it once, before other threads run.
-/// Fails: false, with the system's last error set, when no thread can be created; stop requests
-/// then end the process.
+/// Fails: returns false and sets the thread's last error when no thread can be created; stop
+/// requests then end the process.
 bool answerStopRequests(void (*answer)(StopRequest));
 
 /// Ends the process as the stop request does by default, so that the parent process detects it (a

@@ -12,8 +12,9 @@ namespace ox::platform
 namespace
 {
 
-/// The system accepts longer names only as full paths with a prefix that removes the limit. The
-/// limit of folders applies to all names: it leaves 12 characters for a file name.
+/// Maximum length of a name without a prefix. The system accepts longer names only as full paths
+/// with a prefix that removes the limit. The limit is that of folders, which leaves 12 characters
+/// for a file name.
 constexpr std::size_t longestPlainName = 247;
 
 std::wstring fullName(std::wstring const & name)

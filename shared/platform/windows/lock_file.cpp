@@ -68,8 +68,8 @@ Result<> tryToRemove(NativeName const & name, NativeName const & leftover,
 }
 
 /// Removes a lock file that this process has closed, if the system refuses to delete it through the
-/// handle that created it. Opening it again fails while another process holds a lock of this name.
-/// While it is open, the name cannot pass to another file.
+/// handle that created it. Opening the file again fails while another process holds a lock of this
+/// name. While the file is open, the name cannot pass to another file.
 Result<> removeClosed(NativeName const & name, NativeName const & leftover,
                       BY_HANDLE_FILE_INFORMATION const & own)
 {
@@ -118,7 +118,7 @@ Result<> LockFile::release(NativeName const & leftover)
     if (!isHeld())
         return {};
     Handle file(toHandle(std::exchange(handle_, none)));
-    // The file is deleted by its handle, since the name may belong to another lock after it is
+    // The file is deleted by its handle, since the name may belong to another lock once the file is
     // closed.
     if (deleteOnClose(file.get()))
         return {};

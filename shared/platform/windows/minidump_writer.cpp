@@ -248,8 +248,8 @@ class MinidumpWriter::Implementation
     }
 
   private:
-    /// Returns whether a dump is expected. A second crash gets here while Breakpad's own filter is
-    /// installed.
+    /// Returns whether this dump is expected. The crash of a second thread also leads to a call
+    /// while Breakpad's own filter is installed.
     static bool begin(void * self, EXCEPTION_POINTERS * exception, MDRawAssertionInfo *)
     {
         dumpThread = ::GetCurrentThreadId();

@@ -24,8 +24,9 @@ enum class Title : std::uint32_t {
 
 /// One object of a block of raw performance data: processes, processors or memory.
 ///
-/// Counter providers of any origin write the block. Every offset and length in it is checked, and
-/// what exceeds its surroundings is treated as missing. The object does not own the bytes.
+/// Counter providers of any origin write the block. Every offset and length in the block is
+/// checked. A structure that exceeds the enclosing one is treated as missing. The object does not
+/// own the bytes.
 class PerformanceObject
 {
   public:
