@@ -1,6 +1,6 @@
 #pragma once
 
-/// The whole public interface of oxShared.
+/// The whole public interface of oxShared, except the formatters (shared/formatters.h).
 
 #ifndef OX_NO_CRASH_HANDLER
 #include "shared/crash/app_context.h"

@@ -1,0 +1,156 @@
+#pragma once
+
+#include "shared/system/cpu_value.h"
+#include "shared/system/identity.h"
+#include "shared/text/fixed_string.h"
+#include "shared/text/fixed_string8.h"
+#include "shared/text/string_list.h"
+#include "shared/time/time_value.h"
+
+#include <QByteArray>
+
+#include <cstddef>
+#include <string_view>
+#include <type_traits>
+#include <version>
+
+#ifdef __cpp_lib_format
+#include <format>
+#endif
+#if __has_include(<fmt/core.h>)
+#include <fmt/core.h>
+#endif
+
+/// Formatters of the library's types, for `std::format` and for fmt. No other header of the library
+/// includes this one, and it is active for what the application has: a standard library with
+/// `std::format`, the headers of fmt, or both.
+///
+///     std::format("{:<20} {}", job.name, job.started);
+///     fmt::print("{} on {}\n", job.name, _oxOS::Linux);
+///
+/// A value has the text that `operator<<` prints: the bytes of an 8-bit string, UTF-8 of a wide
+/// one, ISO 8601 in UTC for a time, the name of an enumerator. The specifications are those of
+/// strings: fill, alignment, width and precision.
+
+namespace ox::text
+{
+
+/// Returns the text of an 8-bit string for a formatter.
+template <FixedString8 S>
+std::string_view formattedText(S const & text)
+{
+    return text.view();
+}
+/// Returns the text of a wide string for a formatter, in UTF-8.
+template <int N>
+QByteArray formattedText(_oxString<N> const & text)
+{
+    return QString(text).toUtf8();
+}
+/// Returns the text of a printable value for a formatter, in UTF-8.
+template <Printable T>
+QByteArray formattedText(T const & value)
+{
+    return oxPrintedText(value).toUtf8();
+}
+
+/// Formatter of the library's types. `Base` is the formatter of a string view, `View`.
+template <typename Base, typename View>
+struct Formatter : Base {
+    template <typename T, typename Context>
+    auto format(T const & value, Context & context) const
+    {
+        auto const text = formattedText(value);
+        return Base::format(View(text.data(), static_cast<std::size_t>(text.size())), context);
+    }
+};
+
+} // namespace ox::text
+
+#ifdef __cpp_lib_format
+namespace ox::text
+{
+using StdFormatter = Formatter<std::formatter<std::string_view>, std::string_view>;
+} // namespace ox::text
+
+template <int N>
+struct std::formatter<_oxString8_evenSize<N>> : ox::text::StdFormatter {
+};
+template <int N>
+struct std::formatter<_oxString8_UnevenSize<N>> : ox::text::StdFormatter {
+};
+template <int N>
+struct std::formatter<_oxString<N>> : ox::text::StdFormatter {
+};
+template <>
+struct std::formatter<_oxStringList> : ox::text::StdFormatter {
+};
+template <>
+struct std::formatter<_oxTime> : ox::text::StdFormatter {
+};
+template <>
+struct std::formatter<_oxTime32> : ox::text::StdFormatter {
+};
+template <>
+struct std::formatter<_oxCPUValue> : ox::text::StdFormatter {
+};
+template <>
+struct std::formatter<ox_AppType> : ox::text::StdFormatter {
+};
+template <>
+struct std::formatter<_oxOS> : ox::text::StdFormatter {
+};
+#endif
+
+#ifdef FMT_VERSION
+namespace ox::text
+{
+using FmtFormatter = Formatter<fmt::formatter<fmt::string_view>, fmt::string_view>;
+} // namespace ox::text
+
+// fmt/ranges.h defines formatters of all ranges. Without these lines the strings would have two.
+FMT_BEGIN_NAMESPACE
+template <typename T, typename Char>
+struct is_range;
+template <int N>
+struct is_range<_oxString8_evenSize<N>, char> : std::false_type {
+};
+template <int N>
+struct is_range<_oxString8_UnevenSize<N>, char> : std::false_type {
+};
+template <int N>
+struct is_range<_oxString<N>, char> : std::false_type {
+};
+template <>
+struct is_range<_oxStringList, char> : std::false_type {
+};
+FMT_END_NAMESPACE
+
+template <int N>
+struct fmt::formatter<_oxString8_evenSize<N>> : ox::text::FmtFormatter {
+};
+template <int N>
+struct fmt::formatter<_oxString8_UnevenSize<N>> : ox::text::FmtFormatter {
+};
+template <int N>
+struct fmt::formatter<_oxString<N>> : ox::text::FmtFormatter {
+};
+template <>
+struct fmt::formatter<_oxStringList> : ox::text::FmtFormatter {
+};
+template <>
+struct fmt::formatter<_oxTime> : ox::text::FmtFormatter {
+};
+template <>
+struct fmt::formatter<_oxTime32> : ox::text::FmtFormatter {
+};
+template <>
+struct fmt::formatter<_oxCPUValue> : ox::text::FmtFormatter {
+};
+template <>
+struct fmt::formatter<ox_AppType> : ox::text::FmtFormatter {
+};
+template <>
+struct fmt::formatter<_oxOS> : ox::text::FmtFormatter {
+};
+#endif
