@@ -258,6 +258,10 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     {
         return {reinterpret_cast<char16_t const *>(value), static_cast<std::size_t>(size())};
     }
+    /// Converts to a view of the text, valid until the string changes. A temporary string does not
+    /// convert, since the view could outlive it: call view().
+    operator std::u16string_view() const & { return view(); }
+    operator std::u16string_view() const && = delete;
     /// Converts the text to a QString. A byte order mark is kept.
     operator QString() const { return ox::text::toQString(value, size()); }
 

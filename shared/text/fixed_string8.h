@@ -176,6 +176,10 @@ class String8 : public FixedText<S, Record>
 
     /// A view of the text, valid until the string changes.
     std::string_view view() const { return {value, static_cast<std::size_t>(size())}; }
+    /// Converts to a view of the text, valid until the string changes. A temporary string does not
+    /// convert, since the view could outlive it: call view().
+    operator std::string_view() const & { return view(); }
+    operator std::string_view() const && = delete;
     /// Converts the text from Latin-1.
     operator QString() const { return QString::fromLatin1(value, size()); }
 

@@ -4,6 +4,9 @@
 
 #include <QString>
 
+#include <string_view>
+#include <type_traits>
+
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 #include <fmt/ostream.h>
@@ -23,3 +26,9 @@ TEST(Formatters, PrintTextsAsTheStreamsDo)
                           _oxCPUValue(0.25F, 8), ox_AppType::Client, _oxOS(9)),
               "2026-11-14T09:05:07Z 1970-01-01T00:00:00Z   25% of 8 cores   Client 9");
 }
+
+// A view of a temporary string would outlive it.
+static_assert(std::is_convertible_v<_oxString8_evenSize<250> const &, std::string_view>);
+static_assert(std::is_convertible_v<_oxString<500> &, std::u16string_view>);
+static_assert(!std::is_convertible_v<_oxString8_evenSize<250>, std::string_view>);
+static_assert(!std::is_convertible_v<_oxString<500> const, std::u16string_view>);
