@@ -1,0 +1,89 @@
+// A service that continues after a crash where it stopped, and leaves a dump of the crash:
+//   crash_safe_service FOLDER [crash]     renders three frames; with "crash" it crashes after them
+// FOLDER receives the log, the dumps and the state. The state is complete at every moment: it is
+// written to a new file, which then takes the name of the previous one.
+
+#include "shared/oxshared.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace
+{
+
+/// Writes to a file that is open and has no buffer, so that it also works after a crash.
+class Log final : public oxLogger
+{
+  public:
+    bool open(QString const & path)
+    {
+        file_ = std::fopen(path.toLocal8Bit().constData(), "a");
+        return file_ != nullptr && std::setvbuf(file_, nullptr, _IONBF, 0) == 0;
+    }
+    void log(int level, _oxString8_evenSize<500> const & text, bool) override
+    {
+        std::fprintf(file_, "%d %s\n", level, text.c_str());
+    }
+
+  private:
+    std::FILE * file_ = nullptr;
+};
+
+struct State {
+    int starts = 0;
+    int frames = 0;
+};
+
+/// Returns the stored state, or that of a first start.
+State load(QString const & path)
+{
+    State state;
+    _OX_DataBuffer buffer;
+    if (buffer.loadFromFile(path, true) && buffer.size == sizeof state)
+        buffer.copyToBuffer(reinterpret_cast<char *>(&state), sizeof state);
+    return state;
+}
+
+bool save(QString const & path, State state)
+{
+    QString const newPath = path + QStringLiteral(".new");
+    _OX_DataBuffer buffer;
+    return buffer.append(reinterpret_cast<char *>(&state), sizeof state) &&
+           buffer.saveToFile(newPath, true) && oxRenameFile(newPath, path, true);
+}
+
+} // namespace
+
+int main(int argc, char ** argv)
+{
+    if (argc < 2) {
+        std::fputs("usage: crash_safe_service FOLDER [crash]\n", stderr);
+        return 2;
+    }
+    QString const folder = QString::fromLocal8Bit(argv[1]) + QLatin1Char('/');
+    // The crash handler uses them until the process ends.
+    static Log log;
+    static __OX context;
+    if (!log.open(folder + QStringLiteral("service.txt"))) {
+        std::fputs("the log cannot be opened\n", stderr);
+        return 1;
+    }
+    context = __OX{_oxTime(true), &log, argv[1], "service.txt"};
+    oxCrashHandler::instance()->init(context, argc, argv);
+    oxCrashHandler::instance()->setDumpPathDefault();
+
+    QString const path = folder + QStringLiteral("service.oxdb");
+    State state = load(path);
+    std::printf("start %d, continues after frame %d\n", ++state.starts, state.frames);
+    std::fflush(stdout);
+    for (int frame = 0; frame < 3; ++frame) {
+        ++state.frames; // The work of a real service stands here.
+        if (!save(path, state)) {
+            std::fputs("the state cannot be saved\n", stderr);
+            return 1;
+        }
+    }
+    if (argc > 2 && std::strcmp(argv[2], "crash") == 0)
+        *static_cast<int volatile *>(nullptr) = 1;
+    return 0;
+}

@@ -1,0 +1,92 @@
+// A pair of processes that share a state, such as a client and its control panel:
+//   shared_memory_pair write KEY     renders ten frames and waits for the reader
+//   shared_memory_pair read KEY      shows the frames until the last one
+// Both wait for the other for ten seconds.
+
+#include "shared/system/environment.h"
+#include "shared/system/shared_memory.h"
+#include "shared/text/fixed_string8.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <string_view>
+
+namespace
+{
+
+constexpr int lastFrame = 10;
+constexpr int pauseMs = 20;
+constexpr int longestWaitMs = 10000;
+
+/// Only types whose bytes are the same in every build belong into a segment, which begins with
+/// zeros.
+struct State {
+    int frame; // the writer's
+    _oxString8_evenSize<100> scene;
+    int shownFrame; // the reader's
+};
+
+/// Calls `use` with the state under the segment's lock. Each side writes only its own members,
+/// since two processes that take the lock at the same moment may both succeed.
+template <typename Use>
+bool useState(oxSharedMemory & memory, Use use)
+{
+    if (memory.size() < static_cast<int>(sizeof(State)) || !memory.lock())
+        return false;
+    use(*reinterpret_cast<State *>(memory.bytes().data()));
+    return memory.unlock();
+}
+
+int write(oxSharedMemory & memory)
+{
+    if (!memory.create(sizeof(State), false, false)) {
+        std::fprintf(stderr, "no segment: %s\n", memory.errorString().c_str());
+        return 1;
+    }
+    for (int waited = 0; waited < longestWaitMs; waited += pauseMs) {
+        int shown = 0;
+        useState(memory, [&](State & state) {
+            state.scene = "bridge.scene";
+            state.frame = std::min(state.frame + 1, lastFrame);
+            shown = state.shownFrame;
+        });
+        if (shown == lastFrame)
+            return 0;
+        oxSleep(pauseMs);
+    }
+    std::fputs("nobody has read the last frame\n", stderr);
+    return 1;
+}
+
+int read(oxSharedMemory & memory)
+{
+    int shown = 0;
+    for (int waited = 0; waited < longestWaitMs && shown < lastFrame; waited += pauseMs) {
+        if (memory.isAttached() || memory.attach()) {
+            useState(memory, [&](State & state) {
+                if (state.frame != shown)
+                    std::printf("%s: frame %d\n", state.scene.c_str(), state.frame);
+                shown = state.shownFrame = state.frame;
+            });
+        }
+        oxSleep(pauseMs);
+    }
+    if (shown == lastFrame)
+        return 0;
+    std::fputs("nobody writes\n", stderr);
+    return 1;
+}
+
+} // namespace
+
+int main(int argc, char ** argv)
+{
+    std::string_view const side = argc == 3 ? argv[1] : "";
+    if (side != "write" && side != "read") {
+        std::fputs("usage: shared_memory_pair write|read KEY\n", stderr);
+        return 2;
+    }
+    _oxString8_evenSize<250> const key = argv[2];
+    oxSharedMemory memory(key);
+    return side == "write" ? write(memory) : read(memory);
+}
