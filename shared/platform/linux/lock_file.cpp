@@ -170,6 +170,27 @@ Result<> removeClosed(NativeName const & name, NativeName const & leftover, int 
     }
 }
 
+/// Creates a lock file exclusively and returns its descriptor. The error of an existing name is
+/// EEXIST or EBUSY.
+Result<int> createExclusively(NativeName const & name)
+{
+    constexpr int tries = 3;
+    for (int tried = 1;; ++tried) {
+        int const created =
+            ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+        if (created >= 0)
+            return created;
+        Error const error = lastError("open");
+        // A share reports ETXTBSY if a Windows machine has the file open without sharing. SFTP has
+        // no error for an existing name, so sshfs reports EPERM if another machine was faster.
+        if (error.code == ETXTBSY || (error.code == EPERM && lockFileExists(name)))
+            return Error{EBUSY, error.step};
+        // The other machine may have released its lock since.
+        if (error.code != EPERM || tried == tries)
+            return error;
+    }
+}
+
 /// Returns 0 if the folder of a missing file is readable, else the system's error.
 int folderErrorOf(NativeName const & name)
 {
@@ -196,16 +217,12 @@ Result<> LockFile::take(NativeName const & name)
 {
     if (!isPending_) {
         name_ = name; // before there is a file, for lack of memory may end this
-        int const created =
-            ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
-        if (created < 0) {
-            Error const error = lastError("open");
-            // A share reports ETXTBSY if a Windows machine has the file open without sharing.
-            return error.code == ETXTBSY ? Error{EBUSY, error.step} : error;
-        }
+        Result<int> const created = createExclusively(name);
+        if (!created)
+            return created.error();
         // Other users must be able to open the file whatever the umask, or a stale file stays.
-        ::fchmod(created, 0666);
-        handle_ = created;
+        ::fchmod(*created, 0666);
+        handle_ = *created;
         isPending_ = true;
     }
     int const file = static_cast<int>(handle_);
