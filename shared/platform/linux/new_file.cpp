@@ -9,9 +9,11 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <ctime>
 #include <functional>
 #include <optional>
+#include <thread>
 #include <utility>
 
 #include <fcntl.h>
@@ -81,10 +83,29 @@ bool takeFlock(int file)
     return result == 0;
 }
 
+/// Changes the name of an open file. SMB refuses this while the file is open, so the file is closed
+/// then. A FUSE client reports a closed file to the server later than close() returns.
+template <typename Change, typename Close>
+Result<> changeName(Change const & change, Close const & close)
+{
+    constexpr int tries = 9; // 255 ms of pauses
+    Result<> changed = resultOf(change());
+    if (changed || changed.error().code != EBUSY)
+        return changed;
+    if (!close())
+        return lastError();
+    for (int tried = 0; !changed && changed.error().code == EBUSY && tried < tries; ++tried) {
+        changed = resultOf(change());
+        if (!changed)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1 << tried));
+    }
+    return changed;
+}
+
 /// Removes a temporary file that no process holds.
 void removeLeftFile(int folder, char const * name, std::optional<timespec> changedBefore)
 {
-    Descriptor const file(openToLock(folder, name));
+    Descriptor file(openToLock(folder, name));
     struct stat opened;
     struct stat named;
     bool const isLeft =
@@ -94,7 +115,8 @@ void removeLeftFile(int folder, char const * name, std::optional<timespec> chang
     // closed it before the flock was free.
     if (isLeft && ::fstatat(folder, name, &named, AT_SYMLINK_NOFOLLOW) == 0 &&
         isSame(opened, named))
-        ::unlinkat(folder, name, 0);
+        static_cast<void>(changeName([=] { return ::unlinkat(folder, name, 0) == 0; },
+                                     [&file] { return file.close(); }));
 }
 
 /// Returns whether a folder should be searched now. Repeated calls for one folder return true once
@@ -331,9 +353,24 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
 Result<> NewFile::putInPlace()
 {
     Place const & place = system_->place;
-    if (::renameat(place.folder(), system_->temporary.c_str(), place.folder(),
-                   place.name.c_str()) != 0)
-        return lastError();
+    char const * const temporary = system_->temporary.c_str();
+    auto const rename = [&] {
+        return ::renameat(place.folder(), temporary, place.folder(), place.name.c_str()) == 0;
+    };
+    // An SMB server gives a written file a new time when it is closed.
+    auto const closeWithItsTime = [&] {
+        struct stat status;
+        bool const hasTime = ::fstat(descriptorOf(system_->file), &status) == 0;
+        if (!system_->file.close())
+            return false;
+        timespec const times[] = {status.st_atim, status.st_mtim};
+        if (hasTime)
+            ::utimensat(place.folder(), temporary, times, AT_SYMLINK_NOFOLLOW);
+        return true;
+    };
+    Result<> const renamed = changeName(rename, closeWithItsTime);
+    if (!renamed)
+        return renamed;
     system_->temporary.clear();
     // A failed flush is no failure: some shares do not support it for folders, and the file is in
     // place.
@@ -344,7 +381,11 @@ Result<> NewFile::putInPlace()
 void NewFile::remove()
 {
     if (!system_->temporary.empty())
-        ::unlinkat(system_->place.folder(), system_->temporary.c_str(), 0);
+        static_cast<void>(changeName(
+            [this] {
+                return ::unlinkat(system_->place.folder(), system_->temporary.c_str(), 0) == 0;
+            },
+            [this] { return static_cast<bool>(system_->file.close()); }));
     system_->temporary.clear();
 }
 
