@@ -1,5 +1,6 @@
 #include "shared/fs/file_locker.h"
 
+#include "shared/fs/lock_file_status.h"
 #include "shared/fs/lock_file_text.h"
 #include "shared/platform/lock_file.h"
 #include "shared/platform/result.h"
@@ -62,7 +63,9 @@ NativeName leftoverName(_oxString8_evenSize<250> const & lockFileName)
 
 void removeIfStale(NativeName const & name)
 {
-    ox::platform::removeLeftLockFile(name, _oxTime(true).value - staleAfterSeconds);
+    // The next try to take the lock reports whether the file is gone.
+    static_cast<void>(
+        ox::platform::removeLeftLockFile(name, _oxTime(true).value - staleAfterSeconds));
 }
 
 } // namespace
@@ -143,7 +146,12 @@ bool _oxFileLocker::unlock()
 
 _oxFileLockStatus _oxFileLocker::status() const
 {
-    LockFileView const view = ox::platform::viewLockFile(nativePath(lockFileName_));
+    return ox::fs::statusOfLockFile(nativePath(lockFileName_));
+}
+
+_oxFileLockStatus ox::fs::statusOfLockFile(NativeName const & lockFile)
+{
+    LockFileView const view = ox::platform::viewLockFile(lockFile);
     _oxFileLockStatus status;
     status.systemError = view.error;
     if (!view.exists)

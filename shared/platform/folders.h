@@ -39,6 +39,8 @@ class FolderWalk
     std::u16string name() const;
     /// Whether the entry is a folder.
     bool isFolder();
+    /// Whether the entry is a link, whatever its target is.
+    bool isLink();
     /// Size in bytes; 0 for a folder and for an entry that no longer exists.
     std::int64_t size();
     /// Last write in seconds since 1970-01-01 UTC; 0 for an entry that no longer exists.

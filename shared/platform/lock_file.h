@@ -66,8 +66,10 @@ bool lockFileExists(NativeName const & name);
 
 /// Deletes a lock file that no process holds and whose last write is older than `writtenBefore`
 /// (seconds since 1970-01-01 UTC). A held file stays, however old it is. A file on a share that
-/// does not report whether it is held stays, too.
-void removeLeftLockFile(NativeName const & name, std::int64_t writtenBefore);
+/// does not report whether it is held stays, too. Succeeds if the file does not exist.
+///
+/// Fails: as InUse for a held file, a file that another process examines, and a younger file.
+Result<> removeLeftLockFile(NativeName const & name, std::int64_t writtenBefore);
 
 /// State of a lock file.
 struct LockFileView {

@@ -86,7 +86,8 @@ int contend(QString const & fileName, int count)
     for (int taken = 0; taken < count;) {
         LockFile lock;
         if (!lock.take(name)) {
-            ox::platform::removeLeftLockFile(name, std::numeric_limits<std::int64_t>::max());
+            static_cast<void>(
+                ox::platform::removeLeftLockFile(name, std::numeric_limits<std::int64_t>::max()));
             continue;
         }
         if (!isAlone(fileName, 0))

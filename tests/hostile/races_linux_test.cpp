@@ -114,7 +114,11 @@ TEST_F(HostileRace, LocksRemoveNoOtherFile)
                lock.write("content");
                static_cast<void>(lock.release(name + ".none"));
            }},
-          {"remove", [&] { removeLeftLockFile(name, std::numeric_limits<std::int64_t>::max()); }},
+          {"remove",
+           [&] {
+               static_cast<void>(
+                   removeLeftLockFile(name, std::numeric_limits<std::int64_t>::max()));
+           }},
           {"view", [&] { static_cast<void>(viewLockFile(name)); }}});
 }
 

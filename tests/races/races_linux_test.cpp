@@ -147,7 +147,7 @@ TEST_F(Races, OfLocks)
             LockFile lock;
             if (!lock.take(lockName)) {
                 EXPECT_EQ(looker.status().systemError, 0);
-                removeLeftLockFile(lockName, 0);
+                static_cast<void>(removeLeftLockFile(lockName, 0));
                 continue;
             }
             EXPECT_EQ(holders.fetch_add(1), 0);

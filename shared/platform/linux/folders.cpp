@@ -209,6 +209,16 @@ bool FolderWalk::isFolder()
     return S_ISDIR(system_->status->st_mode);
 }
 
+bool FolderWalk::isLink()
+{
+    if (system_->type != DT_UNKNOWN)
+        return system_->type == DT_LNK;
+    struct stat found = {};
+    return ::fstatat(::dirfd(system_->open.get()), system_->name, &found, AT_SYMLINK_NOFOLLOW) ==
+               0 &&
+           S_ISLNK(found.st_mode);
+}
+
 std::int64_t FolderWalk::size()
 {
     system_->readStatus();

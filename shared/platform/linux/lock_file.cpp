@@ -281,21 +281,25 @@ bool lockFileExists(NativeName const & name)
     return ::lstat(name.c_str(), &status) == 0;
 }
 
-void removeLeftLockFile(NativeName const & name, std::int64_t writtenBefore)
+Result<> removeLeftLockFile(NativeName const & name, std::int64_t writtenBefore)
 {
     Descriptor file(openExisting(name));
-    if (!file.isOpen() || takeFlock(file.get(), LOCK_EX) != Flock::Taken ||
-        targetOf(name, file.get()) != NameTarget::ThisFile ||
+    if (!file.isOpen())
+        return resultOf(errno == ENOENT, "open");
+    if (takeFlock(file.get(), LOCK_EX) != Flock::Taken)
+        return lastError("flock");
+    if (targetOf(name, file.get()) != NameTarget::ThisFile ||
         !wasWrittenBefore(file.get(), writtenBefore))
-        return;
-    if (::unlink(name.c_str()) == 0 || !isOpenFileRefusal(errno))
-        return;
+        return Error{EBUSY, "stat"};
+    Result<> const removed = removeName(name, {});
+    if (removed || !isOpenFileRefusal(removed.error().code))
+        return removed;
     Identity const left = identityOf(file.get());
     file.close();
     constexpr int tries = 6; // 31 ms of pauses; a live holder keeps the file open for longer
-    static_cast<void>(removeClosed(name, {}, tries, [&](int found) {
+    return removeClosed(name, {}, tries, [&](int found) {
         return identityOf(found) == left && wasWrittenBefore(found, writtenBefore);
-    }));
+    });
 }
 
 LockFileView viewLockFile(NativeName const & name)

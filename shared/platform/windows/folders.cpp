@@ -72,6 +72,13 @@ bool FolderWalk::isFolder()
     return platform::isFolder(system_->record());
 }
 
+bool FolderWalk::isLink()
+{
+    // Other reparse points are ordinary entries with a special storage.
+    return platform::isLink(system_->record().dwFileAttributes) &&
+           IsReparseTagNameSurrogate(system_->record().dwReserved0);
+}
+
 std::int64_t FolderWalk::size()
 {
     return sizeOf(system_->record());

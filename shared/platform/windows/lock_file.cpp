@@ -134,20 +134,25 @@ bool lockFileExists(NativeName const & name)
     return ::GetFileAttributesW(name.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
-void removeLeftLockFile(NativeName const & name, std::int64_t writtenBefore)
+Result<> removeLeftLockFile(NativeName const & name, std::int64_t writtenBefore)
 {
     // Opening without sharing fails while a process holds the lock, and no process can take the
     // lock before the file is removed.
     Handle const file(openFile(name, DELETE | FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES,
                                shareNothing, OPEN_EXISTING));
+    if (!file.isOpen()) {
+        Error const error = openError("CreateFileW");
+        return error.code == ERROR_FILE_NOT_FOUND ? Result<>() : error;
+    }
     FILETIME modified;
-    if (!file.isOpen() || !::GetFileTime(file.get(), nullptr, nullptr, &modified) ||
-        secondsOf(modified) >= writtenBefore)
-        return;
+    if (!::GetFileTime(file.get(), nullptr, nullptr, &modified))
+        return lastError("GetFileTime");
+    if (secondsOf(modified) >= writtenBefore)
+        return Error{ERROR_SHARING_VIOLATION, "GetFileTime"};
     FILE_BASIC_INFO basic{};
     basic.FileAttributes = FILE_ATTRIBUTE_NORMAL; // a read-only file cannot be deleted
     ::SetFileInformationByHandle(file.get(), FileBasicInfo, &basic, sizeof basic);
-    static_cast<void>(deleteOnClose(file.get()));
+    return deleteOnClose(file.get());
 }
 
 LockFileView viewLockFile(NativeName const & name)
