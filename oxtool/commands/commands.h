@@ -20,6 +20,7 @@ Command inspectCommand();
 Command layoutCommand();
 Command listCommand();
 Command lockCommand();
+Command locksCommand();
 Command packCommand();
 Command processesCommand();
 Command refreshCommand();

@@ -1,13 +1,18 @@
 #include "oxtool/commands/commands.h"
 #include "oxtool/support/failure.h"
 #include "oxtool/support/held_lock.h"
+#include "oxtool/support/lock_state.h"
 #include "oxtool/support/names.h"
 #include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
 #include "shared/fs/path.h"
 #include "shared/platform/files.h"
+#include "shared/platform/lock_file.h"
 #include "shared/platform/program/child_process.h"
 #include "shared/platform/result.h"
+
+#include <limits>
+#include <memory>
 
 namespace ox::tool
 {
@@ -18,7 +23,9 @@ struct Options {
     QString file;
     std::vector<std::string> command;
     int timeoutMs = 10000;
+    int conflictStatus = Locked;
     bool status = false;
+    bool breaks = false;
     bool json = false;
 };
 
@@ -36,13 +43,6 @@ QString holderStateText(_oxFileLockStatus const & status)
                ? QStringLiteral("stale: no process holds it; the next waiting process removes it")
                : QStringLiteral(
                      "abandoned: no process holds it; stale three hours after it was taken");
-}
-
-QJsonValue liveJson(_oxFileLockStatus const & status)
-{
-    if (status.holder == _oxFileLockStatus::Unknown)
-        return QJsonValue();
-    return status.holder == _oxFileLockStatus::Process;
 }
 
 Failure statusFailure(QString const & file, QString const & reason, int status = Failed)
@@ -71,7 +71,7 @@ int systemErrorOfFolder(QString const & file)
     return status ? 0 : status.error().code;
 }
 
-void showStatus(QString const & file, Report & report)
+_oxFileLockStatus statusOfLock(QString const & file)
 {
     _oxFileLocker const locker(file);
     if (locker.lockFileName().isEmpty())
@@ -81,6 +81,34 @@ void showStatus(QString const & file, Report & report)
     _oxFileLockStatus const status = locker.status();
     if (status.systemError != 0)
         throw statusFailure(file, status.systemError);
+    return status;
+}
+
+/// Returns the failure to remove a lock file. A process may have taken the lock since `status`.
+Failure breakFailure(QString const & file, _oxFileLockStatus const & status, platform::Error error)
+{
+    bool const isHeld = platform::isTaken(error) || status.holder == _oxFileLockStatus::Process;
+    bool const isUnknown = !isHeld && status.holder == _oxFileLockStatus::Unknown;
+    QString const reason =
+        isHeld
+            ? QStringLiteral("held by %1").arg(holderText(status))
+            : (isUnknown ? QStringLiteral("cannot tell whether a process holds it: ") : QString()) +
+                  reasonOf(error);
+    return Failure(
+        QStringLiteral("cannot remove lock file '%1': %2").arg(lockFileName(file), reason),
+        isHeld ? Locked : Failed);
+}
+
+void setMembers(Report & report, _oxFileLockStatus const & status)
+{
+    QJsonObject const members = lockJson(status);
+    for (auto member = members.begin(); member != members.end(); ++member)
+        report.set(member.key(), member.value());
+}
+
+void showStatus(QString const & file, Report & report)
+{
+    _oxFileLockStatus const status = statusOfLock(file);
     report.set(QStringLiteral("lockFile"), lockFileName(file));
     report.set(QStringLiteral("held"), status.exists);
     report.line(QStringLiteral("lock"), lockFileName(file));
@@ -88,12 +116,30 @@ void showStatus(QString const & file, Report & report)
         report.line(QStringLiteral("state"), QStringLiteral("free"));
         return;
     }
-    report.set(QStringLiteral("who"), status.who);
-    report.set(QStringLiteral("since"), jsonTime(status.since.value));
-    report.set(QStringLiteral("live"), liveJson(status));
-    report.set(QStringLiteral("stale"), status.isStale);
+    setMembers(report, status);
     report.line(QStringLiteral("state"), QStringLiteral("held by ") + holderText(status));
     report.line(QStringLiteral("holder"), holderStateText(status));
+}
+
+/// Removes a lock file that no process holds, as a waiting process removes a stale one.
+void breakLock(QString const & file, Report & report)
+{
+    _oxFileLockStatus const status = statusOfLock(file);
+    report.set(QStringLiteral("lockFile"), lockFileName(file));
+    report.set(QStringLiteral("removed"), status.exists);
+    if (!status.exists) {
+        report.line(QStringLiteral("lock"), QStringLiteral("free, nothing to remove"));
+        return;
+    }
+    setMembers(report, status);
+    auto const removed = platform::removeLeftLockFile(nativeName(lockFileName(file)),
+                                                      std::numeric_limits<std::int64_t>::max());
+    if (!removed) {
+        report.set(QStringLiteral("removed"), false);
+        throw breakFailure(file, status, removed.error());
+    }
+    report.line(QStringLiteral("removed"), lockFileName(file));
+    report.line(QStringLiteral("holder"), holderText(status));
 }
 
 /// Returns the exit status of a command that cannot be run, as shells do.
@@ -124,31 +170,41 @@ int runCommand(std::vector<std::string> const & command)
     return child->wait();
 }
 
+/// Takes the lock.
+/// Fails: with the exit status of --conflict-exit-code when another process holds it.
+std::unique_ptr<HeldLock> takeLock(Options const & options)
+{
+    try {
+        return std::make_unique<HeldLock>(options.file, options.timeoutMs);
+    } catch (Failure const & failure) {
+        if (failure.status() != Locked)
+            throw;
+        throw Failure(failure.text(), options.conflictStatus);
+    }
+}
+
 int runUnderLock(Options const & options)
 {
-    HeldLock lock(options.file, options.timeoutMs);
+    auto const lock = takeLock(options);
     int const status = runCommand(options.command);
-    QString const failure = lock.release();
+    QString const failure = lock->release();
     if (failure.isEmpty())
         return status;
     writeError(failure);
     return status == Done ? Failed : status;
 }
 
-Option jsonOptionOfStatus(bool & json)
-{
-    Option option = jsonOption(json);
-    option.needs = "--status";
-    return option;
-}
-
 int run(Options const & options)
 {
-    if (options.status)
-        return runReported(options.json,
-                           [&options](Report & report) { showStatus(options.file, report); });
+    if (options.status && options.breaks)
+        throw Failure(QStringLiteral("--status excludes --break"), WrongUse);
+    auto const show = options.status ? showStatus : options.breaks ? breakLock : nullptr;
+    if (show)
+        return runReported(options.json, [&](Report & report) { show(options.file, report); });
+    if (options.json)
+        throw Failure(QStringLiteral("--json requires --status or --break"), WrongUse);
     if (options.command.empty())
-        throw Failure(QStringLiteral("COMMAND or --status is required"), WrongUse);
+        throw Failure(QStringLiteral("COMMAND, --status or --break is required"), WrongUse);
     return runUnderLock(options);
 }
 
@@ -159,7 +215,7 @@ Command lockCommand()
     auto const options = std::make_shared<Options>();
     return {.name = "lock",
             .group = Group::Locks,
-            .summary = "Run a command under the lock of a file, or show who holds the lock",
+            .summary = "Run a command under the lock of a file; show or break the lock",
             .details =
                 "The exit status is that of COMMAND, or 128 + signal if a signal ended it. It is\n"
                 "127 if COMMAND does not exist, 126 if it cannot be run, 4 if the lock is not\n"
@@ -172,14 +228,26 @@ Command lockCommand()
                          .help = "Command to run, after \"--\"",
                          .target = &options->command},
                         timeoutOption(options->timeoutMs),
+                        {.name = "--conflict-exit-code",
+                         .letter = 'E',
+                         .valueName = "N",
+                         .help = "Exit status when another process holds the lock",
+                         .target = &options->conflictStatus,
+                         .showsDefault = true,
+                         .range = Range{0, 255}},
                         {.name = "--status",
                          .help = "Show who holds the lock, and since when",
                          .target = &options->status,
                          .excludes = "COMMAND"},
-                        jsonOptionOfStatus(options->json)},
+                        {.name = "--break",
+                         .help = "Remove the lock file, unless a process holds it",
+                         .target = &options->breaks,
+                         .excludes = "COMMAND"},
+                        jsonOption(options->json)},
             .examples = {"oxtool lock /mnt/share/farm.ini --timeout 5000 -- sed -i s/old/new/ "
                          "/mnt/share/farm.ini",
-                         "oxtool lock --status /mnt/share/farm.ini"},
+                         "oxtool lock --status /mnt/share/farm.ini",
+                         "oxtool lock --break /mnt/share/farm.ini"},
             .run = [options] { return run(*options); }};
 }
 

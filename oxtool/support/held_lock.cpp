@@ -1,6 +1,7 @@
 #include "oxtool/support/held_lock.h"
 
 #include "oxtool/support/failure.h"
+#include "oxtool/support/lock_state.h"
 #include "oxtool/support/names.h"
 #include "oxtool/support/progress.h"
 #include "oxtool/support/reason.h"
@@ -13,6 +14,8 @@
 #include <QFileInfo>
 #include <QSysInfo>
 
+#include <cstdio>
+#include <optional>
 #include <utility>
 
 namespace ox::tool
@@ -23,7 +26,7 @@ namespace
 constexpr int pollMs = 250;
 
 /// Returns the description of this process as a lock holder: "user@host oxtool 4711".
-QString holderName()
+QString ownName()
 {
     return QStringLiteral("%1@%2 oxtool %3")
         .arg(QString::fromStdString(platform::userName()), QSysInfo::machineHostName())
@@ -44,6 +47,37 @@ Failure lockFileFailure(QString const & file)
         statusOf(status.error()));
 }
 
+/// Progress line of a wait for a lock. It contains the holder.
+class WaitingLine
+{
+  public:
+    WaitingLine(QString const & file, _oxFileLocker const & locker)
+        : text_(QStringLiteral("Waiting for the lock of %1").arg(file)), locker_(locker),
+          line_(std::in_place, text_)
+    {
+    }
+
+    /// Call it after each poll.
+    void update()
+    {
+        // A query of the holder is a few round trips to the share, so not every poll makes one.
+        constexpr int pollsPerQuery = 5000 / pollMs;
+        if (!platform::isTerminal(stderr) || polls_++ % pollsPerQuery != 0)
+            return;
+        _oxFileLockStatus const status = locker_.status();
+        QString const holder = holderText(status);
+        if (status.exists && std::exchange(holder_, holder) != holder)
+            line_.emplace(QStringLiteral("%1, held by %2").arg(text_, holder));
+    }
+
+  private:
+    QString const text_;
+    _oxFileLocker const & locker_;
+    std::optional<Progress> line_;
+    QString holder_;
+    int polls_ = 0;
+};
+
 } // namespace
 
 // The wait polls without taking the lock, and the lock is taken without a wait. So a stop request
@@ -52,24 +86,33 @@ HeldLock::HeldLock(QString const & file, int timeoutMs) : file_(file), locker_(f
 {
     if (locker_.lockFileName().isEmpty())
         throw Failure(QStringLiteral("cannot lock '%1': %2").arg(file, unlockableReason(file)));
-    Progress const progress(QStringLiteral("Waiting for the lock of %1").arg(file));
+    WaitingLine line(file, locker_);
     QElapsedTimer timer;
     timer.start();
-    while (!locker_.isFree(pollMs, nullptr) || !tryLock()) {
+    while (!isFree(timeoutMs) || !tryLock()) {
         if (timer.elapsed() >= timeoutMs)
             throw Failure(QStringLiteral("cannot lock '%1' within %2 ms: locked by %3")
                               .arg(file, QString::number(timeoutMs), holderText(locker_.status())),
                           Locked);
+        line.update();
     }
     waitedMs_ = static_cast<int>(timer.elapsed());
+}
+
+bool HeldLock::isFree(int timeoutMs)
+{
+    if (timeoutMs > 0)
+        return locker_.isFree(pollMs, nullptr);
+    // The library sleeps between two polls, also without a timeout.
+    _oxFileLockStatus const status = locker_.status();
+    return !status.exists || (status.isStale && status.holder == _oxFileLockStatus::Nobody);
 }
 
 bool HeldLock::tryLock()
 {
     int waited = 0;
-    bool const isTaken =
-        guard_.acquire([&] { return locker_.lock(0, holderName(), &waited, false); },
-                       [this] { unlock(); }, [this] { return unlockFailure_; });
+    bool const isTaken = guard_.acquire([&] { return locker_.lock(0, ownName(), &waited, false); },
+                                        [this] { unlock(); }, [this] { return unlockFailure_; });
     bool const hasNoLockFile = !isTaken && waited <= 0;
     if (hasNoLockFile)
         throw lockFileFailure(file_);
@@ -108,11 +151,4 @@ QString unlockableReason(QString const & file)
     return file.isEmpty() ? QStringLiteral("path is empty")
                           : QStringLiteral("path is longer than 241 bytes");
 }
-
-QString holderText(_oxFileLockStatus const & status)
-{
-    QString const who = status.who.isEmpty() ? QStringLiteral("an unknown holder") : status.who;
-    return QStringLiteral("%1 since %2").arg(who, timeText(status.since.value));
-}
-
 } // namespace ox::tool

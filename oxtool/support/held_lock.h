@@ -14,7 +14,8 @@ class HeldLock
   public:
     /// Waits for the lock and takes it.
     /// Fails: throws Failure when another process holds the lock for more than `timeoutMs`
-    /// milliseconds, with its description, or when the lock file cannot be created.
+    /// milliseconds, with its description, or when the lock file cannot be created. With 0 it does
+    /// not wait.
     HeldLock(QString const & file, int timeoutMs);
     /// Releases the lock. A failure is reported on standard error.
     ~HeldLock();
@@ -28,6 +29,8 @@ class HeldLock
     int waitedMs() const { return waitedMs_; }
 
   private:
+    /// Waits at most one poll, and returns whether tryLock() may succeed.
+    bool isFree(int timeoutMs);
     bool tryLock();
     void unlock();
 
@@ -43,8 +46,5 @@ QString lockFileName(QString const & file);
 
 /// Returns why a path has no lock file: it is empty, or the lock file's name exceeds the record.
 QString unlockableReason(QString const & file);
-
-/// Returns who holds a lock: "user@host oxtool 4711 since 2026-11-21 04:31:27".
-QString holderText(_oxFileLockStatus const & status);
 
 } // namespace ox::tool

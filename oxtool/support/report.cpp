@@ -58,6 +58,11 @@ void writeLine(QString const & line)
         outputError = platform::lastError().code;
 }
 
+void writeJsonLine(QJsonObject const & object)
+{
+    writeLine(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));
+}
+
 bool isOutputLost()
 {
     return outputError != 0;

@@ -20,6 +20,9 @@ void writeLine(QString const & line);
 /// Returns whether a write to standard output has failed, so that an endless command can end.
 bool isOutputLost();
 
+/// Writes a JSON object in one line to standard output, and flushes it.
+void writeJsonLine(QJsonObject const & object);
+
 /// Writes "oxtool: " and the text, escaped by shownText(), to standard error.
 void writeError(QString const & text);
 

@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <QDateTime>
+#include <QDir>
 #include <QFile>
+#include <QJsonArray>
 
 using namespace ox::tests;
 
@@ -96,4 +98,44 @@ TEST_F(Lock, ShowsTheHolderAndWhetherItIsAlive)
     EXPECT_TRUE(status().value(u"stale"_q).toBool());
     EXPECT_EQ(ToolRun(next).status(), 0);
     EXPECT_EQ(share.names(), QStringList());
+}
+
+TEST_F(Lock, DoesNotWaitWithoutATimeoutAndReturnsTheChosenStatus)
+{
+    ToolRun holder(script("echo ready; exec sleep 60"));
+    ASSERT_TRUE(holder.waitForOutput("ready"));
+    for (auto const & [options, expected] :
+         {std::pair("lock %1 --timeout 0 -- true", 4),
+          std::pair("lock %1 --timeout 0 --conflict-exit-code 75 -- true", 75),
+          std::pair("lock --break %1", 4)})
+        expectError(options, {file}, expected, u" oxtool "_q);
+    EXPECT_EQ(share.names(), QStringList(u"farm.ini_lock.txt"_q));
+}
+
+TEST_F(Lock, IsBrokenOnlyWhenLeftBehindAndIsListedInItsTree)
+{
+    QDir().mkpath(share.path(u"jobs"_q));
+    QFile::link(share.path(), share.path(u"jobs/loop"_q));
+    QString const left = share.path(u"jobs/left"_q);
+    share.write(u"jobs/left_lock.txt"_q, "\n File locked by: a\u001B[2Jb\n Time locked: x\n");
+    ToolRun holder(script("echo ready; exec sleep 60"));
+    ASSERT_TRUE(holder.waitForOutput("ready"));
+    auto const list = [&](char const * line) {
+        QJsonObject lives;
+        QJsonArray const locks = ToolRun(line, {share.path()}).json().value(u"locks"_q).toArray();
+        for (QJsonValue const & lock : locks)
+            lives.insert(lock[u"file"_q].toString(), lock[u"live"_q]);
+        return lives;
+    };
+    EXPECT_EQ(list("locks %1 --json"), QJsonObject({{file, true}}));
+    EXPECT_EQ(list("locks %1 --json -r"), QJsonObject({{file, true}, {left, false}}));
+    ToolRun watch("locks %1 -r --watch --json --interval 50", {share.path()});
+    ASSERT_TRUE(watch.waitForOutput("\\u001b[2J"));
+
+    EXPECT_EQ(ToolRun("lock --break %1", {left}).status(), 0);
+    EXPECT_TRUE(watch.waitForOutput("\"held\":false"));
+    QJsonObject const again = ToolRun("lock --break %1 --json", {left}).json();
+    EXPECT_FALSE(again.value(u"removed"_q).toBool(true));
+    EXPECT_EQ(list("locks %1 --json -r").keys(), QStringList(file));
+    expectError("locks %1none %1", {share.path()}, 5, u"/none': No such file"_q);
 }

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "oxtool/support/failure.h"
+#include "shared/platform/folders.h"
+
+#include <QString>
+
+#include <functional>
+
+namespace ox::tool
+{
+
+/// Calls `visit` for each file of a folder, and of its subfolders if `recursive`. Links to folders
+/// are not followed, so that the walk ends and stays in the folder. `entry` is valid during the
+/// call; its size and time may need a status query. The order is that of the system.
+/// Fails: calls `fail` for a folder that cannot be read, and continues with the next one.
+void walkFiles(
+    QString const & folder, bool recursive,
+    std::function<void(QString const & path, platform::FolderWalk & entry)> const & visit,
+    std::function<void(Failure const &)> const & fail);
+
+} // namespace ox::tool
