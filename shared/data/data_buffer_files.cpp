@@ -407,8 +407,8 @@ bool _OX_DataBuffer::loadFromFileCompressed(QString const & file, bool growToFit
 {
     error = 0;
     NativeName const name = nativePath(file);
-    // Compatibility: these files hold settings and caches, so a missing file counts as an empty
-    // one. If the status cannot be read, the file may exist and is opened.
+    // Compatibility: these files hold settings and caches. A missing one counts as empty. A file
+    // without a readable status is not known to be missing.
     auto const status = ox::platform::fileStatus(name);
     if (status ? status->isFolder : status.error().kind() == ox::platform::ErrorKind::NotFound)
         return true;

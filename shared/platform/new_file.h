@@ -51,9 +51,9 @@ class NewFile
     /// The file, open for writing. Call it only after `create`.
     OpenFile & file();
 
-    /// Copies the content and the times of another file into this one in the system's fastest way.
-    /// Also copies its permission bits, unless the rights are those of the previous file. Holes are
-    /// kept where the system supports this.
+    /// Copies another file into this one in the system's fastest way, with its times and, unless
+    /// the mode is that of the previous file, its permission bits. Holes are kept where the system
+    /// supports this.
     Result<> copyFrom(NativeName const & source);
 
     /// Calls `write` with a name of the file, for code that needs a name. No other user can

@@ -48,7 +48,7 @@ Result<> copyBytes(OpenFile & from, OpenFile & to, off_t size)
                                    static_cast<int>(to.handle()), nullptr,
                                    static_cast<std::size_t>(std::min(size, copyAtOnce)), 0);
     // Some file systems do not support copy_file_range or report an early end. Reading continues at
-    // the reached position and finds the real end or the real error.
+    // that position and finds the real end or the real error.
     return copyByReading(from, to, size);
 }
 

@@ -262,7 +262,7 @@ Result<> LockFile::release(NativeName const & leftover)
     if (target == NameTarget::OtherOrNone)
         return {};
     // The name is removed before the file is closed: without the flock the name could belong to
-    // another lock. The second comparison detects a share that reports success but keeps the file.
+    // another lock. The second comparison finds shares that report success and keep the file.
     if (target == NameTarget::ThisFile && removeName(name_, leftover) &&
         targetOf(name_, file.get()) != NameTarget::ThisFile)
         return {};
