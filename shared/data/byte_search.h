@@ -15,7 +15,7 @@
 
 // Search for a byte pattern in a text.
 //
-// The search first looks for two bytes of the pattern, the rarest ones by a fixed table, at 64
+// The search first looks for two bytes of the pattern, the two rarest by a fixed table, at 64
 // positions of the text at a time. It compares the whole pattern where both occur. If many of these
 // comparisons fail, a byte that differed replaces one of the two. If they cost more than the
 // distance covered, the search changes to the algorithm of Knuth, Morris and Pratt, which always

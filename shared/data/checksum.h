@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-// Checksums of the farm. Buffer files contain the 32-bit one. Every machine computes the same
+// Checksums of the farm. Buffer files contain the 32-bit checksum. Every machine computes the same
 // values, with the fastest instructions that it supports.
 //
 // A length of 0 is allowed in every function; `data` may then be null.

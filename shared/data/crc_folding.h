@@ -19,7 +19,8 @@
 namespace ox::data
 {
 
-/// Factors for the two halves of a block. `low` multiplies the low 64 bits, `high` the high ones.
+/// Factors for the two halves of a block. `low` is the factor of the low 64 bits, `high` that of
+/// the high 64 bits.
 struct FoldFactors {
     std::uint64_t low;
     std::uint64_t high;

@@ -7,7 +7,7 @@
 #if defined(__x86_64__) || defined(__i386__)
 #define OX_HAS_FOLDING_KERNELS
 #include <immintrin.h>
-// The compiler's intrinsics create an undefined vector by reading an uninitialised one.
+// The compiler's intrinsics create an undefined vector by reading an uninitialised vector.
 #pragma GCC diagnostic ignored "-Wuninitialized"
 #ifndef __clang__
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"

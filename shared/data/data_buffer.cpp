@@ -272,8 +272,8 @@ bool _OX_DataBuffer::chunkzipAdd(z_stream & zs, unsigned char * in, int len, boo
 {
     if (len < 0 || !hasValidSize())
         return fail(Z_STREAM_ERROR);
-    // Compatibility: the block grows by one half and at most once a call, even if more memory is
-    // needed. The farm's applications depend on it.
+    // Compatibility: the block grows by one half, and at most once per call, even if more memory is
+    // needed. The farm's applications depend on this growth.
     bool mayGrow = true;
     auto const grow = [&] {
         mayGrow = false;

@@ -72,8 +72,8 @@ class OX_EXPORT _oxFileSearcher
 
     /// Inserts delta uninitialised bytes at pos (0 to `size`). A negative delta removes -delta
     /// bytes at pos.
-    /// Fails: when pos is out of range, the removed bytes include the last one, memory is lacking,
-    /// or delta exceeds `headroom` and the result does not fit into the spare block.
+    /// Fails: when pos is out of range, the last byte of the content would be removed, memory is
+    /// lacking, or delta exceeds `headroom` and the result does not fit into the spare block.
     bool changeDataSize(int pos, int delta);
 
     /// Inserts a text at pos (0 to `size` - 1).
@@ -88,8 +88,8 @@ class OX_EXPORT _oxFileSearcher
 
     /// Replaces oldLen bytes at pos by a text. With a negative oldLen the text overwrites the bytes
     /// from pos on and is cut at the end of the content.
-    /// Fails: when pos is out of range or the replaced bytes include the last one; otherwise as
-    /// changeDataSize().
+    /// Fails: when pos is out of range or the last byte of the content would be replaced; otherwise
+    /// as changeDataSize().
     template <int N>
     bool replace(int pos, _oxString8_evenSize<N> const & text, int oldLen)
     {
@@ -114,8 +114,9 @@ class OX_EXPORT _oxFileSearcher
     int replaceAll_unicode(_oxString8_evenSize<500> const & search,
                            _oxString8_evenSize<500> const & replacement);
 
-    /// Loads a file, replaces all occurrences and saves the file if one was found. Returns the
-    /// number of occurrences, or 0 when the file cannot be loaded. A failed save is not reported.
+    /// Loads a file, replaces all occurrences and saves the file if an occurrence was found.
+    /// Returns the number of occurrences, or 0 when the file cannot be loaded. A failed save is not
+    /// reported.
     template <int N>
     int replaceAll(QString const & file, _oxString8_evenSize<N> const & search,
                    _oxString8_evenSize<N> const & replacement)

@@ -14,7 +14,7 @@ namespace
 
 /// Returns whether a piece ends in zeros. Tests up to three of its last ten bytes.
 /// Compatibility: a test of all bytes returns another result for some files, and the farm's
-/// applications depend on this one.
+/// applications depend on this result.
 bool endsInZeros(char const * piece, std::size_t size)
 {
     auto const isZero = [end = piece + size](int back) { return end[-back] == 0; };

@@ -89,7 +89,7 @@ class OX_EXPORT oxDirListing
     QString lxAccessrights() const;
 
     /// Returns the system's error code that ended the listing early, or 0. The code distinguishes
-    /// an unreadable folder from an empty one.
+    /// an unreadable folder from an empty folder.
     int error() const { return error_; }
 
     /// Ends the listing. A listing in memory keeps its current entry.

@@ -10,7 +10,7 @@
 
 /// Deletes the content of a folder. The folder itself stays, and nothing outside of it changes.
 ///
-/// Links and junctions are deleted and never followed, even if one replaces a folder during the
+/// Links and junctions are deleted and never followed, even if a link replaces a folder during the
 /// call. On Linux a file system that is mounted inside stays and is reported as a failure. On
 /// Windows the mount point is deleted like a link; the content of the mounted volume stays. An
 /// entry that cannot be deleted is reported, and the others are deleted.

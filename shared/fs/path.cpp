@@ -39,8 +39,7 @@ Char separatorOfRecord(std::basic_string_view<Char> path)
     return path.find(windows) != path.npos ? windows : Char{ox::platform::ownSeparator};
 }
 
-/// The folder of a path: its first `length` characters, and a separator if they do not end with
-/// one.
+/// The folder of a path: its first `length` characters and, with `addSeparator`, a separator.
 struct FolderCut {
     std::size_t length;
     bool addSeparator;
@@ -88,8 +87,8 @@ S withOwnSeparators(S path)
     return path;
 }
 
-/// Returns the length of the frame placeholder ("<FN>", "<FN1>" to "<FN7>") at a position, or 0
-/// without one.
+/// Returns the length of the frame placeholder ("<FN>", "<FN1>" to "<FN7>") at a position, or 0 if
+/// there is none.
 Index placeholderLength(QString const & text, Index at)
 {
     auto const isAt = [&text](Index i, char16_t c) { return i < text.size() && text[i] == c; };
@@ -319,7 +318,7 @@ QString oxPathResolve(QString path)
     auto tail = steps;
     bool isClimbing = true;
     for (; tail.substr(0, token.size()) == token; tail.remove_prefix(token.size())) {
-        // The head ends with a separator, so folderCut never adds one.
+        // The head ends with a separator, so folderCut never adds a separator.
         auto const length =
             isClimbing ? folderCut(head, char16_t{separator.unicode()}).length : head.size();
         isClimbing = length < head.size();

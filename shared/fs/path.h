@@ -36,11 +36,11 @@ OX_EXPORT _oxString<250> oxConvertPDToOS(_oxString<250> const & path);
 /// callers compare the result with the extensions they know.
 OX_EXPORT QString oxGetFileNameExtention(QString path);
 
-/// Returns the text behind the last separator, or the whole path when it has none behind its
+/// Returns the text behind the last separator, or the whole path when no separator follows its
 /// first two characters.
 OX_EXPORT QString oxGetFileName(QString path, unsigned short separator);
-/// Returns the text behind the last separator, or the whole path when it has none behind its first
-/// two characters. The separator is "/" when the path contains one, else "\".
+/// Returns the text behind the last separator, or the whole path when no separator follows its
+/// first two characters. The separator is "/" when the path contains one, else "\".
 OX_EXPORT QString oxGetFileNameAutoPD(QString path);
 /// Returns the text behind the last separator, at any position, cut at 100 characters. The
 /// separator is "\" when the path contains one, else this system's.
@@ -93,7 +93,7 @@ OX_EXPORT QString oxAddStringToFileName(QString name, QString const & add);
 OX_EXPORT bool isRelativePath(QString path);
 
 /// Returns whether a path is the root of a drive or share. A path of up to three characters is a
-/// root; a longer one with a drive is not. Any other path is a root if it has at most three parts
+/// root; a longer path with a drive is not. Any other path is a root if it has at most three parts
 /// behind its first two characters: `\\srv\share\dir\` is a root, `\\srv\share\dir\x` is not.
 /// Compatibility: the farm's applications count the parts this way.
 OX_EXPORT bool oxIsRootpath(QString const & path);

@@ -31,8 +31,8 @@ NativeName nativeName(std::u16string_view name);
 /// Converts a name from an 8-bit record to the native form, by the rules of recordText.
 NativeName nativeName(std::string_view name);
 
-/// Converts a name from an 8-bit record to UTF-16. On Linux a name of valid UTF-8 is UTF-8, any
-/// other one is Latin-1. On Windows every name is Latin-1.
+/// Converts a name from an 8-bit record to UTF-16. On Linux a name that is valid UTF-8 is decoded
+/// from UTF-8, any other name from Latin-1. On Windows every name is decoded from Latin-1.
 std::u16string recordText(std::string_view name);
 
 /// Converts a native name to UTF-16; nativeName restores the same name. On Linux a byte that is not

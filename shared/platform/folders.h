@@ -53,9 +53,9 @@ class FolderWalk
 };
 
 /// Walks through a folder tree and deletes its entries, while other processes may change it. It
-/// never leaves the tree: it follows no link and enters no other file system, even if one replaces
-/// a folder during the walk. A deep tree needs no additional stack and, on Linux, no additional
-/// descriptors.
+/// never leaves the tree: it follows no link and enters no other file system, even if a link or a
+/// mount point replaces a folder during the walk. A deep tree needs no additional stack and, on
+/// Linux, no additional descriptors.
 class FolderTree
 {
   public:
@@ -73,7 +73,7 @@ class FolderTree
     FolderTree(FolderTree const &) = delete;
     FolderTree & operator=(FolderTree const &) = delete;
 
-    /// Opens the folder at the top of the tree, which becomes the current one.
+    /// Opens the folder at the top of the tree, which becomes the current folder.
     /// Fails: also for a link to a folder.
     Result<> open(NativeName const & folder);
 

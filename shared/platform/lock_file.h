@@ -28,9 +28,9 @@ class LockFile
     /// Tries to create and hold the lock file. Waits at most some milliseconds, and changes no
     /// existing file. Call it only while the file is not held.
     ///
-    /// Fails: isTaken() is true for the error if the name exists or another process was faster. It
-    /// is also true if another process examines the new file at this moment; the next call with the
-    /// same name then completes the operation.
+    /// Fails: isTaken() is true for the error if the name exists or another process was faster.
+    /// isTaken() is also true if another process examines the new file at this moment; the next
+    /// call with the same name then completes the operation.
     Result<> take(NativeName const & name);
 
     /// Returns whether this object holds the lock file.

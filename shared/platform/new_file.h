@@ -8,7 +8,7 @@
 namespace ox::platform
 {
 
-/// A new file that replaces another one only when it is complete.
+/// A new file that replaces another file only when it is complete.
 ///
 /// At every moment the target's name refers to the previous file or to the complete new one, even
 /// after a kill or a power failure. Other users who can write in the folder cannot redirect a
@@ -82,7 +82,7 @@ class NewFile
     /// time in seconds since 1970 UTC: another process has just replaced it.
     Result<Previous> keepPrevious(char const * suffix, std::int64_t size, std::int64_t modified);
 
-    /// Renames the file to the target's name. Flush the content before.
+    /// Renames the file to the target's name. Flush the content before this call.
     Result<> putInPlace();
 
     /// Deletes the temporary file unless putInPlace() has renamed it.

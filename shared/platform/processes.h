@@ -33,7 +33,7 @@ struct ListedProcess {
 /// Resources that a process has used.
 struct ProcessCounters {
     std::int64_t cpuTime;     ///< processor time of all threads in 100 ns
-    std::uint64_t workingSet; ///< in bytes; a 32-bit process reads larger ones as 2^32 - 1
+    std::uint64_t workingSet; ///< in bytes; a 32-bit process reads larger values as 2^32 - 1
 };
 
 /// Counters of many processes from one pass over the machine's processes.

@@ -73,15 +73,15 @@ OX_EXPORT QString getWinFolderAppData();
 
 /// Returns the user whose settings the process uses: the SID under which HKEY_CURRENT_USER is
 /// loaded (Windows), the id of the real user (Linux).
-/// Fails: a text that begins with "Error " or "ERROR: ".
+/// Fails: returns a text that begins with "Error " or "ERROR: ".
 OX_EXPORT QString getHKEY_CURRENT_USER_SID();
 /// Returns the home folder of the user whose settings the process uses (Linux: the real user).
-/// Fails: a text that begins with "Error " or "ERROR: ".
+/// Fails: returns a text that begins with "Error " or "ERROR: ".
 OX_EXPORT QString getCurrentUserHomePath();
 /// Returns the user whose rights the process has: the SID of its token (Windows), the id of the
 /// effective user (Linux).
-/// Fails: a text that begins with "Error " or "ERROR: ".
+/// Fails: returns a text that begins with "Error " or "ERROR: ".
 OX_EXPORT _oxString8_evenSize<250> GetProcessUserSID();
 /// Returns the home folder of the user whose rights the process has (Linux: the effective user).
-/// Fails: a text that begins with "Error " or "ERROR: ".
+/// Fails: returns a text that begins with "Error " or "ERROR: ".
 OX_EXPORT QString GetProcessUserSIDProfilePath();

@@ -10,7 +10,7 @@
 namespace ox::system
 {
 
-/// Working set in bytes that a 32-bit process reads instead of every larger one: 2^32 - 1.
+/// Working set in bytes that a 32-bit process reads instead of every larger value: 2^32 - 1.
 constexpr std::uint64_t cutWorkingSet = 4294967295;
 
 /// Returns the `memMB` of an entry for a working set in bytes: rounded to the nearest MiB, at least

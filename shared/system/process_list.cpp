@@ -108,7 +108,8 @@ void _oxProcessList::recordFailedReading(ox::platform::Error const & error)
 }
 
 /// Returns whether the figures of an entry may be read.
-/// Compatibility: the entry behind the last one is included, as the farm's applications read it.
+/// Compatibility: the unused entry behind the last entry is included, since the farm's applications
+/// read it.
 bool _oxProcessList::isReadable(int index) const
 {
     return index >= 1 && index <= count && index < capacity;

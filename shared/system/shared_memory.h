@@ -67,8 +67,8 @@ class OX_EXPORT oxSharedMemory
     /// or an object that is already attached; otherwise with the system's code.
     bool create(int size, bool global, bool fallBackToLocal);
 
-    /// Attaches to an existing segment: the one that this object has used before, otherwise the
-    /// global one, otherwise the local one. Detaches first.
+    /// Detaches, and attaches to an existing segment: to the segment that this object has used
+    /// before, otherwise to the global segment, otherwise to the local segment.
     /// Fails: with DoesNotExist when the segment does not exist; otherwise with the system's code.
     bool attach();
 
@@ -99,7 +99,7 @@ class OX_EXPORT oxSharedMemory
     /// Releases the lock.
     /// Fails: with OwnError when not attached, or when this object does not hold the lock.
     bool unlock();
-    /// Returns whether any process holds the lock, this one included.
+    /// Returns whether any process, including this process, holds the lock.
     bool isLocked() const;
 
     /// Error code of the last call: one of Error, or the system's code.
@@ -111,8 +111,8 @@ class OX_EXPORT oxSharedMemory
     _oxString8_evenSize<250> const & localName() const { return localName_; }
     /// Name of the global segment.
     _oxString8_evenSize<250> const & globalName() const { return globalName_; }
-    /// Returns whether the last `create` or `attach` used the global name; true before the first
-    /// one.
+    /// Returns whether the last `create` or `attach` used the global name; true before the first of
+    /// these calls.
     bool usesGlobalName() const { return useGlobalName_; }
 
   private:

@@ -42,7 +42,7 @@ class OX_EXPORT _oxSysInfo
     /// Number of logical processors.
     int coreCount = 1;
     /// Description of the processors, "8(HT)x3.4 Intel 17.7Ghz": number, hyper-threading, clock of
-    /// one, vendor, effective clock of all (GHz).
+    /// one processor in GHz, vendor, effective clock of all processors.
     QString cpuString;
     /// Sum of the clocks of all logical processors in GHz; 0 if not known.
     float cpuGHzTotal = 0;

@@ -65,7 +65,7 @@ struct DiskHealth {
 DiskHealth diskHealthOf(platform::Result<platform::Disk> const & disk, bool withHealth);
 
 /// Returns the user of the desktop: `ownerOf(index)` of the last of `count` processes for which
-/// `isShell(index)` is true. Skips an owner "noDebugPriv" if an earlier shell has another one.
+/// `isShell(index)` is true. Skips an owner "noDebugPriv" if an earlier shell has another owner.
 /// "????" if the owner has no name, empty without a shell.
 template <typename IsShell, typename OwnerOf>
 QString desktopUser(int count, IsShell isShell, OwnerOf ownerOf)

@@ -17,8 +17,8 @@
 namespace ox::text
 {
 
-/// Converts a name from an 8-bit record. On Linux a name of valid UTF-8 is UTF-8, any other one is
-/// Latin-1. On Windows every name is Latin-1.
+/// Converts a name from an 8-bit record. On Linux a name that is valid UTF-8 is decoded from UTF-8,
+/// any other name from Latin-1. On Windows every name is decoded from Latin-1.
 OX_EXPORT QString fileNameText(std::string_view bytes);
 
 /// Converts a zero-terminated name from an 8-bit record. Null gives the empty name.

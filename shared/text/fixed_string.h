@@ -209,7 +209,7 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
         return prefix && this->hasAt(prefix, Base::Start);
     }
     /// Returns whether the text begins with a prefix of zero-terminated UTF-16 units, exactly.
-    /// Every text except the empty one begins with the empty prefix.
+    /// Every text that is not empty begins with the empty prefix.
     bool startsWithCaseSen(unsigned short const * prefix) const
     {
         return this->hasAtStartExactly(prefix);

@@ -193,7 +193,7 @@ class FixedText : public Record
     }
     /// Returns whether the text begins with the unit, exactly.
     bool startsWith(Unit const & c) const { return hasData() && value[0] == c; }
-    /// Returns whether the text begins with the prefix, exactly. Every text except the empty one
+    /// Returns whether the text begins with the prefix, exactly. Every text that is not empty
     /// begins with the empty prefix.
     bool startsWithCaseSen(char const * prefix) const { return hasAtStartExactly(prefix); }
 
@@ -209,8 +209,8 @@ class FixedText : public Record
     bool endsWith(char const * suffix) const { return suffix && hasAt(suffix, End); }
     /// Returns whether the text ends with a zero-terminated suffix, ignoring case. False when n is
     /// 0 or above the length.
-    /// Compatibility: the whole suffix is compared and not its first n units, since callers pass
-    /// counts that are not its length.
+    /// Compatibility: the whole suffix is compared and not its first n units, since callers pass an
+    /// n that is not the length of the suffix.
     bool endsWith(Unit const * suffix, int n) const
     {
         return suffix && n != 0 && n <= size() && hasAt(suffix, End);
@@ -229,7 +229,7 @@ class FixedText : public Record
         return replaceText(before, after, Case::Ignored);
     }
     /// Replaces every occurrence of `before` by `after`, as replace does. Searches with
-    /// indexOfCaseSen: a `before` as long as the text is compared ignoring case, any other one
+    /// indexOfCaseSen: a `before` as long as the text is compared ignoring case, any other `before`
     /// exactly.
     S & replaceCaseSen(S const & before, S const & after)
     {
@@ -246,7 +246,7 @@ class FixedText : public Record
     /// stays. A wide string sign-extends an argument that is given as bytes.
     S & remove(S const & text) { return replaceText(text, S(), Case::Ignored); }
     /// Removes every occurrence of a text. Searches with indexOfCaseSen: an argument as long as
-    /// this text is compared ignoring case, any other one exactly.
+    /// this text is compared ignoring case, any other argument exactly.
     S & removeCaseSens(S const & text) { return replaceText(text, S(), Case::Exact); }
     /// Removes every unit that equals c, ignoring case, and returns a copy of the result.
     S remove(Unit const & c) { return setSize(removeUnit<Unit>(value, size(), c)); }

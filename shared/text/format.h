@@ -73,8 +73,8 @@ OX_EXPORT QString oxSec2dhm(long long s);
 OX_EXPORT QString oxSec2dhms(long long s);
 
 /// Returns seconds and three digits of milliseconds, for a duration in milliseconds: 1500 is
-/// "1.500". Without `always` a duration of up to 1000 ms and a negative one have no seconds: 999 is
-/// ".999".
+/// "1.500". Without `always`, a negative duration and a duration of up to 1000 ms have no seconds:
+/// 999 is ".999".
 /// Compatibility: 1000 without `always` is ".000", as in the farm's logs.
 OX_EXPORT QString oxMill2s(int ms, bool const & always);
 

@@ -56,8 +56,8 @@ class OX_EXPORT _oxTime
     }
     /// Creates a time from seconds since 1970. Local time (`isUTC` false) is converted with
     /// `oxTime_Start_OffSet`.
-    /// Compatibility: this constructor measures the offset only if it is 99. Before the first
-    /// measurement the offset is -1, so local times become one second late, as in the farm's
+    /// Compatibility: this constructor measures the offset only if the offset is 99. Before the
+    /// first measurement the offset is -1, so local times become one second late, as in the farm's
     /// records.
     _oxTime(__int64 t, bool isUTC);
 
@@ -74,11 +74,12 @@ class OX_EXPORT _oxTime
 
     /// Sets local midnight of a date. If daylight saving skips midnight on that day, it sets the
     /// end of the skipped hour. Month and day are clamped to 1 to 12 and 1 to 31. A year below 0
-    /// becomes 2014, one below 100 counts from 2000, one above 3000 becomes 3000.
+    /// becomes 2014, a year below 100 counts from 2000, and a year above 3000 becomes 3000.
     void fromDate(int day, int month, int year);
     /// Sets a local time, whose date is clamped as by fromDate. The year 1900 stands for the
-    /// current one, and 1.1.1900 for today. The years 1901 to 1989 count from 2000. Of an hour that
-    /// occurs twice, the second occurrence is set. A time in a skipped hour is set one hour later.
+    /// current year, and 1.1.1900 for today. The years 1901 to 1989 count from 2000. Of an hour
+    /// that occurs twice, the second occurrence is set. A time in a skipped hour is set one hour
+    /// later.
     void fromDateTime(int second, int minute, int hour, int day, int month, int year);
     /// Sets local midnight of a date, with its year unchanged. An invalid date gives -1.
     _oxTime & operator=(QDate const & date);

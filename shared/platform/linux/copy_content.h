@@ -7,7 +7,7 @@
 namespace ox::platform
 {
 
-/// Copies the content of an open file to another, empty one. `source` is the status of `from`.
+/// Copies the content of an open file to another, empty file. `source` is the status of `from`.
 /// Holes are kept if the source's file system reports them.
 Result<> copyContent(OpenFile & from, struct stat const & source, OpenFile & to);
 

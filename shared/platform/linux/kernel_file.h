@@ -74,7 +74,7 @@ inline std::string_view trimmed(std::string_view text)
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-/// Parses the number at the start of a text, behind any blanks; empty without one.
+/// Parses the number at the start of a text, behind any blanks. Empty if there is none.
 template <typename Number>
 std::optional<Number> numberOf(std::string_view text)
 {

@@ -284,7 +284,7 @@ class MinidumpWriter::Implementation
         return call({dump.path(), DumpReason::Crash, succeeded});
     }
 
-    /// Resets the state that a forked child must not share with its parent, mainly the file of the
+    /// Resets the state that a forked child must not share with its parent, mainly the name of the
     /// next dump.
     static void resetInChild()
     {

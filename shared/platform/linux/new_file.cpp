@@ -164,7 +164,7 @@ struct NewFile::System {
 };
 
 /// Creates the temporary file. Fails with AlreadyExists if the name is in use; the caller tries
-/// another one.
+/// another name.
 Result<> NewFile::System::createAs(NativeName const & name, mode_t mode)
 {
     int const flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;

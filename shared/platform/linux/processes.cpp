@@ -88,7 +88,7 @@ class ReadStatLine : private StatBuffer, public StatLine
 };
 
 /// Returns the thread whose files contain executable, arguments and memory of a process: the main
-/// thread, or a living one if the main thread has ended.
+/// thread, or a living thread if the main thread has ended.
 std::uint32_t shownThread(int proc, std::uint32_t id, StatLine const & stat)
 {
     if (stat.isThreadAlive())
@@ -118,7 +118,7 @@ ProcessCounters countersOf(int proc, std::uint32_t id, StatLine const & stat)
     return thread == id ? countersIn(stat) : countersIn(ReadStatLine(proc, thread));
 }
 
-/// Reads the current counters of a process. Empty if it is not running.
+/// Reads the current counters of a process. Empty if the process is not running.
 std::optional<ProcessCounters> countersNow(int proc, std::uint32_t id)
 {
     ReadStatLine const stat(proc, id);

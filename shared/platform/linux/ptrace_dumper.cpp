@@ -22,7 +22,8 @@ namespace
 
 long attach(pid_t thread)
 {
-    // If this process hangs, the threads stay stopped. It is therefore killed when its parent ends.
+    // If this process hangs, the threads stay stopped. The kernel therefore kills this process when
+    // its parent ends.
     sys_prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
     if (sys_ptrace(PTRACE_SEIZE, thread, nullptr, nullptr) != 0)
         return -1;

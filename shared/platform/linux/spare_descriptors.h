@@ -12,7 +12,7 @@ namespace ox::platform
 {
 
 /// Reserves the descriptors that a dump needs, so that a dump can also be written when the process
-/// has no free ones.
+/// has no free descriptors.
 class SpareDescriptors
 {
   public:

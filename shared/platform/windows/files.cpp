@@ -11,7 +11,8 @@ namespace ox::platform
 namespace
 {
 
-/// Returns the drive or share of a path with the separator behind it, or an empty name without one.
+/// Returns the drive or share of a path with the separator behind it, or an empty name if the path
+/// has none.
 NativeName rootOf(NativeName path)
 {
     bool const isUnlimitedShare = path.starts_with(LR"(\\?\UNC\)");

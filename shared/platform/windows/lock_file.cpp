@@ -33,7 +33,7 @@ Result<> deleteOnClose(HANDLE file)
                     "SetFileInformationByHandle");
 }
 
-/// Returns whether two files are the same. The creation time distinguishes a file from a later one
+/// Returns whether two files are the same. The creation time distinguishes a file from a later file
 /// of the same name.
 bool isSameFile(BY_HANDLE_FILE_INFORMATION const & a, BY_HANDLE_FILE_INFORMATION const & b)
 {

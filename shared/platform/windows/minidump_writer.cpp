@@ -184,8 +184,8 @@ void onAbort(int signal)
         earlierAbortHandler(signal);
 }
 
-/// Installs the crash handlers of the system and of the run-time library, and restores the earlier
-/// ones.
+/// Installs the crash handlers of the system and of the run-time library. The destructor restores
+/// the earlier handlers.
 class CrashFilters
 {
   public:
@@ -196,7 +196,7 @@ class CrashFilters
         earlierAbortHandler = std::signal(SIGABRT, onAbort);
     }
     /// Replaces the filter that Breakpad has installed. Breakpad treats this class's filter as the
-    /// earlier one.
+    /// earlier filter.
     void setDumpFilter() { dumpFilter = ::SetUnhandledExceptionFilter(onCrash); }
     ~CrashFilters()
     {

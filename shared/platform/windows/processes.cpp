@@ -81,7 +81,7 @@ Result<std::int64_t> ProcessTable::readCounters(std::span<std::uint32_t const>)
 Result<std::int64_t> ProcessTable::readAllCounters()
 {
     current_.begin(0);
-    // The signature is cleared, so that neither the previous block nor a truncated one counts as
+    // The signature is cleared, so that neither the previous block nor a truncated block counts as
     // valid.
     auto const clearSignature = [this] { std::ranges::fill(raw_.first(8), '\0'); };
     clearSignature();

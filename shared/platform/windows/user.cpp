@@ -19,8 +19,8 @@ namespace ox::platform
 namespace
 {
 
-/// Returns the SID of the user whose settings are in use. The registry key of the settings has this
-/// name.
+/// Returns the SID of the user whose settings are in use, which is the name of the registry key
+/// with these settings.
 Result<std::u16string> settingsId()
 {
     HKEY opened = nullptr;

@@ -31,7 +31,7 @@ TerminalSize terminalSize(std::FILE * stream)
     winsize size{};
     if (::ioctl(::fileno(stream), TIOCGWINSZ, &size) != 0)
         return known;
-    // A terminal may report only one of the two.
+    // A terminal may report only the width or only the height.
     if (size.ws_col > 0)
         known.columns = size.ws_col;
     if (size.ws_row > 0)
