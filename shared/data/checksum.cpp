@@ -13,10 +13,10 @@ using namespace ox::data;
 namespace
 {
 
-// The process-wide table of the 32-bit checksum. Once it is built, oxCRCPartial() uses faster
-// kernels with their own constants instead.
-// Compatibility: until it is built, the table is zero, and oxCRCPartial() computes its documented
-// wrong result.
+// The process-wide table of the 32-bit checksum. Once the table is built, oxCRCPartial() uses
+// faster kernels with their own constants instead.
+// Compatibility: until then the table is zero, and oxCRCPartial() computes its documented wrong
+// result.
 std::atomic<std::uint32_t> crc32Table[256];
 std::atomic<unsigned char> crc32TableIsBuilt;
 

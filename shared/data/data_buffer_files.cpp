@@ -12,7 +12,7 @@
 #include <memory>
 #include <optional>
 
-// The header is written with the byte order of the memory, which must be that of the files.
+// The header is written in the processor's byte order, which must be that of the files.
 static_assert(std::endian::native == std::endian::little);
 
 namespace

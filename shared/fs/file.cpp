@@ -274,7 +274,7 @@ QString setExecutable_Rights(QString name, bool verbose)
     return QStringLiteral("Unable to set executable rights, ") + QString(oxLastOSError());
 }
 
-// FILETIME is only declared here, so its two halves are copied as bytes.
+// On Windows FILETIME is an incomplete type here, so its two halves are copied as bytes.
 
 void timeToFileTime(__int64 seconds, FILETIME * fileTime)
 {

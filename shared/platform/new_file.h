@@ -82,7 +82,7 @@ class NewFile
     /// time in seconds since 1970 UTC: another process has just replaced it.
     Result<Previous> keepPrevious(char const * suffix, std::int64_t size, std::int64_t modified);
 
-    /// Renames the file to the target's name. Flush the content before this call.
+    /// Renames the file to the target's name. Flush the content before.
     Result<> putInPlace();
 
     /// Deletes the temporary file unless putInPlace() has renamed it.

@@ -90,8 +90,8 @@ class ProcessTable
     /// How long counters of list() are usable for readCounters(), in 100 ns (10 ms).
     static constexpr std::int64_t freshTime = 100'000;
 
-    /// Creates a table that reads raw performance data into `raw`. The buffer is aligned to 8 bytes
-    /// and must live as long as the table.
+    /// Creates a table that reads raw performance data into `raw`. The buffer must be aligned to 8
+    /// bytes and live as long as the table.
     explicit ProcessTable(std::span<char, rawSize> raw) : raw_(raw) {}
     ProcessTable(ProcessTable const &) = delete;
     ProcessTable & operator=(ProcessTable const &) = delete;

@@ -45,9 +45,9 @@ struct _oxProcessEntry {
 /// snapshot reuses its memory.
 ///
 /// Memory and processor time are read in two steps. initGetProcessInfo and the constructor read
-/// them for all processes at one moment. getProcessInfo copies those of one process to its entry;
-/// for a process that started later it reads them immediately. Names are compared ignoring case, by
-/// their first 25 characters.
+/// them for all processes at one moment. getProcessInfo copies the values of one process to its
+/// entry; it reads the values of a process that started later at once. Names are compared ignoring
+/// case, by their first 25 characters.
 class OX_EXPORT _oxProcessList
 {
   public:

@@ -333,8 +333,8 @@ class FixedText : public Record
     /// Leaves the memory uninitialised; the constructors of the strings initialise it.
     FixedText() {}
 
-    /// Copies the length and all capacity + 1 units, also those behind the terminator. A spare byte
-    /// between units and length stays unchanged.
+    /// Copies the length and all capacity + 1 units, including those behind the terminator. A spare
+    /// byte between units and length stays unchanged.
     FixedText(FixedText const & other) : Record() { *this = other; }
     FixedText & operator=(FixedText const & other)
     {

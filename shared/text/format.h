@@ -24,10 +24,10 @@ OX_EXPORT _oxString<25> int2Str(int const & v);
 /// `decimals` digits. A negative `decimals` counts as 0. The text is cut at 25 units. An f beyond
 /// the range of int counts as the nearest int, NaN as 0.
 ///
-/// Compatibility: the farm's logs are compared with these texts, so both parts are printed
-/// independently. A fraction that rounds up to 1 is not carried over (1.96 with one decimal is
-/// "1.10"). A negative fraction has its own sign behind its zeros (-1.5 is "-1.-5", -1.005 with
-/// three decimals is "-1.0-5"). 3 without decimals is "3.0".
+/// Compatibility: the farm's logs are compared with these texts, so the integer part and the
+/// fraction are printed independently. A fraction that rounds up to 1 is not carried over (1.96
+/// with one decimal is "1.10"). A negative fraction has its own sign behind its zeros (-1.5 is
+/// "-1.-5", -1.005 with three decimals is "-1.0-5"). 3 without decimals is "3.0".
 OX_EXPORT _oxString<25> float2Str(float f, int const & decimals, unsigned short const & separator);
 
 /// Returns the last `maxDigits` digits of n in base 36, with the digits 0 to 9 and A to Z.

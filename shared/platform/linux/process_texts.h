@@ -44,8 +44,8 @@ class StatLine
     std::string_view command() const { return command_; }
     std::uint32_t parentId() const { return static_cast<std::uint32_t>(number(Parent)); }
 
-    /// Returns the counters. The processor time is that of the whole process. The memory is the
-    /// figure of this thread.
+    /// Returns the counters. The processor time is that of the whole process. The memory is that of
+    /// the thread.
     ProcessCounters counters(std::int64_t tickIn100ns, std::int64_t pageSize) const
     {
         std::uint64_t ticks = 0;

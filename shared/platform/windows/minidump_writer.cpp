@@ -35,8 +35,9 @@ class GuardThread
   public:
     GuardThread() : thread_(::CreateThread(nullptr, 0, loop, this, 0, nullptr)) {}
 
-    /// Ends the process with the exit code after half a minute without work, unless stopKillTimer
-    /// is called. The dump library may wait for a lock that the crashed thread holds.
+    /// Ends the process with the exit code when this thread has had no work for half a minute,
+    /// unless stopKillTimer is called. The dump library may wait for a lock that the crashed thread
+    /// holds.
     void startKillTimer(DWORD exitCode)
     {
         exitCode_ = exitCode;
