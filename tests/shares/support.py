@@ -1,0 +1,163 @@
+"""What the checks share. A check looks at a network share from two machines.
+
+A check returns KEPT or a short text that says what the share does instead. The decorator names the
+shares that do something else than to keep the promise: a check fails when a share differs from its
+entry, also when it does better. So the tables in docs/lock_files.md and
+docs/platforms.md stay true."""
+
+import contextlib
+import errno
+import json
+import os
+import pathlib
+import re
+import signal
+import subprocess
+import tempfile
+import threading
+import time
+
+from shares import descendants, wait_until
+
+KEPT = "kept"
+CHECKS = []
+THREE_HOURS = 3 * 60 * 60
+tool = None  # path of the tool, set by run.py
+
+
+class Check:
+    def __init__(self, run, promise, deviations):
+        self.run, self.promise, self.deviations = run, promise, deviations
+        self.name = run.__name__
+        self.loses_server = self.name.startswith("loss_")
+
+    def expected(self, share):
+        return self.deviations.get(share.name, KEPT)
+
+    def accepts(self, share, found):
+        """A race that a share loses "at times" may also end well, and a cache can be late by less
+        than its time."""
+        expected = self.expected(share)
+        if expected.startswith("at times"):
+            return found in (expected, KEPT)
+        late = re.compile(r"up to (\d+) s late")
+        if limit := late.fullmatch(expected):
+            delay = late.fullmatch(found)
+            return found == KEPT or (delay and int(delay[1]) <= int(limit[1]))
+        return found == expected
+
+
+def check(promise, **deviations):
+    named = {name.replace("_", "-"): text for name, text in deviations.items()}
+    return lambda run: CHECKS.append(Check(run, promise, named)) or run
+
+
+def error_name(error):
+    return errno.errorcode.get(error.errno, str(error.errno))
+
+
+def oxtool(*words, wait=60, status=0):
+    """Runs the tool; a status other than the given one is a failure of the check."""
+    done = subprocess.run([tool, *map(str, words)], capture_output=True, timeout=wait, text=True,
+                          errors="surrogateescape", check=False)
+    if status is not None and done.returncode != status:
+        raise AssertionError(f"oxtool {' '.join(map(str, words))}: status {done.returncode}: "
+                             f"{done.stderr.strip()}")
+    return done
+
+
+def report(*words, **options):
+    return json.loads(oxtool(*words, "--json", **options).stdout)
+
+
+def start(*words):
+    """Starts the tool. Its output is a file, since a pipe waits for the children of a killed tool."""
+    output = tempfile.TemporaryFile("w+", errors="surrogateescape", dir="/run")
+    process = subprocess.Popen([tool, *map(str, words)], stdin=subprocess.DEVNULL, stdout=output,
+                               stderr=output)
+    process.output = output
+    return process
+
+
+def output_of(process):
+    process.output.seek(0)
+    return process.output.read().strip()
+
+
+def kill(process):
+    for number in descendants(process.pid):
+        with contextlib.suppress(ProcessLookupError):
+            os.kill(number, signal.SIGKILL)
+    process.wait(30)
+
+
+def require(condition, text):
+    if not condition:
+        raise AssertionError(text)
+
+
+def equal(found, expected, what):
+    require(found == expected, f"{what} is {found!r} instead of {expected!r}")
+
+
+def result_of(call, *arguments):
+    """KEPT, or the name of the system's error."""
+    try:
+        call(*arguments)
+    except OSError as error:
+        return error_name(error)
+    return KEPT
+
+
+def delay_of(change, is_seen, attempts=3):
+    """How late the other machine sees a change, at worst."""
+    latest = 0
+    for attempt in range(attempts):
+        change(attempt)
+        began = time.monotonic()
+        if not is_seen(attempt):
+            wait_until(lambda: is_seen(attempt), 60, "seeing a change")
+            latest = max(latest, time.monotonic() - began)
+        if latest > 2:
+            break
+    return KEPT if latest == 0 else f"up to {next(s for s in (2, 5, 30, 60) if latest <= s)} s late"
+
+
+def reads(file, content):
+    """Whether a file has this content. A cached name can lead to a file that is gone (ESTALE)."""
+    try:
+        return file.read_text() == content
+    except OSError:
+        return False
+
+
+def big_content(size):
+    return b"".join(b"%015d\n" % number for number in range(size // 16))
+
+
+@contextlib.contextmanager
+def holder(file, seconds=30):
+    """A process that holds the lock of a file."""
+    marker = pathlib.Path(f"/run/shares/held-{threading.get_ident()}-{time.monotonic_ns()}")
+    process = start("lock", file, "--", "sh", "-c", f'touch "{marker}"; exec sleep {seconds}')
+    try:
+        wait_until(lambda: marker.exists() or process.poll() is not None, 30, "the holder")
+        require(process.poll() is None, "the lock is not taken")
+        yield process
+    finally:
+        if process.poll() is None:
+            process.terminate()
+            process.wait(30)
+
+
+def lock_file(folder, name="f"):
+    return folder / f"{name}_lock.txt"
+
+
+def make_old(file):
+    old = time.time() - THREE_HOURS - 60
+    os.utime(file, (old, old))
+
+
+def seen_age(folder):
+    return time.time() - lock_file(folder).stat().st_mtime
