@@ -1,0 +1,90 @@
+"""Locks, taken and viewed from two machines."""
+
+import concurrent.futures
+import os
+
+from shares import wait_until
+from support import (
+    KEPT, THREE_HOURS, check, equal, holder, kill, lock_file, make_old, oxtool, report,
+    require, seen_age)
+
+
+@check("one process of all machines holds a lock", smbnetfs="at times two hold it")
+def mutual_exclusion(s):
+    """Three processes on each machine. The log on a local disk shows an overlap; the counter on the
+    share also shows a holder that reads what its predecessor has not yet written."""
+    (s.a / "counter").write_text("0")
+    wait_until((s.b / "counter").exists, 60, "the counter")
+    log = s.folder / "exclusion.log"
+    turns = 3
+    script = ('echo begin >>"$1"; n=$(cat "$2"); echo $((n + 1)) >"$2"; echo end >>"$1"')
+
+    def work(folder):
+        for _ in range(turns):
+            oxtool("lock", folder / "counter", "--timeout", 60000, "--",
+                   "sh", "-c", script, "sh", log, folder / "counter", wait=90)
+
+    workers = [folder for folder in (s.a, s.b) for _ in range(3)]
+    with concurrent.futures.ThreadPoolExecutor(len(workers)) as pool:
+        list(pool.map(work, workers))
+    lines = log.read_text().split()
+    equal(len(lines), 2 * turns * len(workers), "the number of lines")
+    if lines != ["begin", "end"] * (len(lines) // 2):
+        return "at times two hold it"
+    left = [name for name in os.listdir(s.a) if "_lock" in name]
+    equal(left, [], "what is left of the locks")
+    counted = int((s.a / "counter").read_text())
+    return KEPT if counted == turns * len(workers) else f"holders read old content"
+
+
+@check("a waiter gets the lock when the holder releases it")
+def waiting(s):
+    with holder(s.a / "f", seconds=1) as process:
+        refused = oxtool("lock", s.b / "f", "--timeout", 250, "--", "true", status=None)
+        taken = oxtool("lock", s.b / "f", "--timeout", 60000, "--", "true")
+        equal(process.wait(30), 0, "the holder's status")
+    equal(taken.returncode, 0, "the waiter's status")
+    equal(refused.returncode, 1, "the impatient waiter's status")
+    require("locked by" in refused.stderr, refused.stderr)
+    equal([name for name in os.listdir(s.a) if "_lock" in name], [], "what is left")
+    return KEPT
+
+
+@check("the other machine sees who holds a lock, and that the process lives",
+       smbnetfs="looks abandoned", sshfs="looks abandoned", sshfs_uncached="looks abandoned")
+def status_of_live(s):
+    with holder(s.a / "f") as process:
+        status = report("lock", "--status", s.b / "f")
+        require(status["held"] and f"oxtool {process.pid}" in status["who"], str(status))
+    return {True: KEPT, None: "cannot tell", False: "looks abandoned"}[status["live"]]
+
+
+@check("the other machine sees that the holder was killed")
+def status_of_killed(s):
+    with holder(s.a / "f") as process:
+        kill(process)
+        status = report("lock", "--status", s.b / "f")
+        refused = oxtool("lock", s.b / "f", "--timeout", 250, "--", "true", status=1)
+        require("locked by" in refused.stderr, refused.stderr)
+    require(status["held"], "the lock file of a killed process is gone")
+    return {False: KEPT, None: "cannot tell", True: "looks alive"}[status["live"]]
+
+
+@check("a stale lock of a killed process is removed by the other machine")
+def stale_lock(s):
+    with holder(s.a / "f") as process:
+        kill(process)
+        make_old(lock_file(s.a))
+        wait_until(lambda: seen_age(s.b) > THREE_HOURS, 60, "the old time")
+        taken = oxtool("lock", s.b / "f", "--timeout", 250, "--", "true", status=None)
+    return KEPT if taken.returncode == 0 else "it stays"
+
+
+@check("a lock of a living process stays, however old it looks",
+       sshfs="the other machine removes it", sshfs_uncached="the other machine removes it")
+def old_lock_of_living(s):
+    with holder(s.a / "f"):
+        make_old(lock_file(s.a))
+        wait_until(lambda: seen_age(s.b) > THREE_HOURS, 60, "the old time")
+        taken = oxtool("lock", s.b / "f", "--timeout", 250, "--", "true", status=None)
+    return KEPT if taken.returncode == 1 else "the other machine removes it"
