@@ -1,0 +1,103 @@
+"""The server ends while the tool works, and returns. Each check leaves a share that works."""
+
+import os
+import subprocess
+import time
+
+from shares import wait_until
+from support import (
+    KEPT, THREE_HOURS, big_content, check, equal, holder, kill, lock_file, make_old, output_of,
+    oxtool, report, require, seen_age, start)
+
+
+def lose(s, seconds):
+    s.lose_server()
+    time.sleep(seconds)
+    s.start_server()
+    wait_until(s.works, 60, "the return of the server")
+
+
+def end_of(process, seconds=60):
+    """Waits for a process that the loss of a server may block: its status, or None."""
+    try:
+        return process.wait(seconds)
+    except subprocess.TimeoutExpired:
+        kill(process)
+        return None
+
+
+@check("a copy goes on when the server returns",
+       gluster="it fails; the previous file stays",
+       gluster_uncached="it fails; the previous file stays",
+       smbnetfs="it fails; the previous file stays", sshfs="it fails; the previous file stays",
+       sshfs_uncached="it fails; the previous file stays")
+def loss_during_copy(s):
+    source, target = s.folder / "loss-source", s.a / "copy"
+    source.write_bytes(big_content(12 << 20))
+    target.write_text("previous")
+    process = start("cp", "--pause", 100, source, target)
+    time.sleep(0.6)
+    require(process.poll() is None, "the copy ends too early: " + output_of(process))
+    lose(s, 2)
+    status = end_of(process)
+    whole = source.read_bytes()
+    wait_until(lambda: target.read_bytes() in (b"previous", whole), 30, "a whole target")
+    equal(target.read_bytes() == whole, status == 0, "whether the target is the new file")
+    if status is None:
+        return "it hangs"
+    if status != 0:
+        require("cannot copy" in output_of(process), output_of(process))
+    oxtool("cp", source, target)
+    equal(target.read_bytes() == whole, True, "whether the next copy is whole")
+    left = [name for name in os.listdir(s.a) if name != "copy"]
+    equal(left, [], "what is left after the next copy")
+    return KEPT if status == 0 else "it fails; the previous file stays"
+
+
+@check("a holder releases its lock after the server has been away")
+def loss_during_lock(s):
+    with holder(s.a / "f", seconds=4) as process:
+        lose(s, 1)
+        status = end_of(process)
+        output = output_of(process)
+    if status is None:
+        return "it hangs"
+    free = not report("lock", "--status", s.b / "f")["held"]
+    equal(free, status == 0, f"whether the lock is free ({output})")
+    return KEPT if free else "the lock file stays, and the tool reports it"
+
+
+@check("a lock of a living process stays after the server has been away",
+       **{share: "the other machine removes it"
+          for share in ("gluster", "gluster_uncached", "smbnetfs", "sshfs", "sshfs_uncached")})
+def loss_of_flock(s):
+    with holder(s.a / "f") as process:
+        lose(s, 1)
+        make_old(lock_file(s.a))
+        wait_until(lambda: seen_age(s.b) > THREE_HOURS, 60, "the old time")
+        taken = oxtool("lock", s.b / "f", "--timeout", 250, "--", "true", status=None)
+        require(process.poll() is None, output_of(process))
+    return KEPT if taken.returncode == 1 else "the other machine removes it"
+
+
+@check("a refresh waits for the server",
+       gluster="it fails with a message", gluster_uncached="it fails with a message",
+       sshfs="it fails with a message", sshfs_uncached="it fails with a message")
+def loss_before_refresh(s):
+    source = s.folder / "refresh-source"
+    source.write_text("content")
+    oxtool("pack", source, s.a / "f")
+    wait_until((s.b / "f").exists, 60, "the file")
+    s.lose_server()
+    process = start("refresh", s.b / "f")
+    time.sleep(1)
+    s.start_server()
+    wait_until(s.works, 60, "the return of the server")
+    status = end_of(process)
+    oxtool("refresh", s.b / "f")
+    if status is None:
+        return "it hangs"
+    if status == 0:
+        return KEPT
+    require("oxtool: cannot" in output_of(process), output_of(process))
+    return "it fails with a message"
