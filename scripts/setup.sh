@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the missing Debian packages for the build and for the given sets:
-#   scripts/setup.sh [build|test|bench|format|fuzz|tidy|qt5|linux32|windows|abi]…
+#   scripts/setup.sh [build|test|bench|format|fuzz|tidy|qt5|linux32|shares|windows|abi]…
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -15,11 +15,15 @@ packages_of() {
     qt5) echo qtbase5-dev ;;
     abi) echo abigail-tools ;;
     linux32) echo g++-multilib googletest qt6-base-dev-tools dpkg-dev ;;
+    shares)
+      echo moosefs-master moosefs-chunkserver moosefs-client glusterfs-server glusterfs-client
+      echo samba smbnetfs sshfs openssh-server iproute2 util-linux python3
+      ;;
     windows)
       echo g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev googletest dpkg-dev
       echo wine64 libc6-i386 lib32gcc-s1 qt6-base-dev-tools
       ;;
-    *) fail "unknown set '$1'; the sets are: build test bench format fuzz tidy qt5 linux32 windows abi" ;;
+    *) fail "unknown set '$1'; the sets are: build test bench format fuzz tidy qt5 linux32 shares windows abi" ;;
   esac
 }
 
@@ -53,9 +57,16 @@ apt() {
   "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
     apt-get -qq -y -o DPkg::Lock::Timeout=300 "$@" </dev/null
 }
-say "installing ${missing[*]} (a few minutes on a fresh machine)"
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
+# The servers of the set "shares" must not start as services of this machine.
+policy=/usr/sbin/policy-rc.d
+if [[ " $* " = *" shares "* ]] && [ ! -e "$policy" ]; then
+  printf '#!/bin/sh\nexit 101\n' | "${as_root[@]}" tee "$policy" >/dev/null
+  "${as_root[@]}" chmod +x "$policy"
+  trap '"${as_root[@]}" rm -f "$policy" "$log"' EXIT
+fi
+say "installing ${missing[*]} (a few minutes on a fresh machine)"
 if ! { apt update && apt install --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
   tail -n 20 "$log" >&2
   fail "apt could not install the packages"

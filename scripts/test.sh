@@ -2,8 +2,18 @@
 # Installs missing packages, builds the library, the tool and the tests, and runs all tests:
 #   scripts/test.sh [PRESET] [CTEST-ARGUMENT…]     PRESET: dev (the default), asan, tsan, qt5 or static
 # With tsan it builds and runs tests/races only.
+#   scripts/test.sh shares [--share NAME]… [--check NAME]… [--table]
+# builds the tool and runs tests/shares on network shares of its own, which need root and FUSE.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+if [ "${1:-}" = shares ]; then
+  shift
+  "$root/scripts/setup.sh" test shares
+  build_preset dev oxtool
+  say "testing on network shares"
+  exec python3 -B "$root/tests/shares/run.py" "$root/build/dev/oxtool/oxtool" "$@"
+fi
 
 preset=dev
 case ${1:-} in
