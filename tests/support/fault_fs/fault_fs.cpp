@@ -1,15 +1,18 @@
 // A file system that shows a backing folder under a mount point, without any cache of the kernel,
 // and makes a chosen request fail. Usage:
 //
-//     fault_fs [--delay MICROSECONDS] [--threads N] [--piece BYTES] [--log FILE] [--data FILE]
-//              [--control FILE] BACKING_FOLDER MOUNT_POINT
+//     fault_fs [--delay MICROSECONDS] [--threads N] [--piece BYTES] [--entries N] [--pages 0|1]
+//              [--log FILE] [--data FILE] [--control FILE] BACKING_FOLDER MOUNT_POINT
 //
 // It counts the requests of its clients and logs them, one line a request: number, operation,
-// inode, path, new path, size, offset and result, separated by tabs. --data receives the bytes of
+// inode, path, new path, size, offset and result, separated by tabs. LOOKUP is the kernel's search
+// for a name, GETATTR its request for the attributes of a known file. --data receives the bytes of
 // the writes, in the order of the log. --delay makes each request take longer. --threads is the
 // number of requests that are served at once, 1 by default. --piece is the largest read or write,
-// 128 KiB by default. --control is a file with a FaultControl; with it
-// fault_fs ends when the process that started it dies, and then removes the file's folder.
+// 128 KiB by default, --entries the number of names in one READDIR, 16 by default. --pages 1 lets
+// the kernel keep the pages of open files, so that it reads ahead. --control is a file with a
+// FaultControl; with it fault_fs ends when the process that started it dies, and then removes the
+// file's folder.
 //
 // The end of an open file (RELEASE) is neither counted nor logged, since the kernel sends it at a
 // time of its own. A flock never waits.
@@ -35,6 +38,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/fuse.h>
 #include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -56,12 +60,16 @@ int logFile = -1;
 int dataFile = -1;
 unsigned piece = 128 * 1024;
 long threads = 1;
+long entriesAtOnce = 16;
+bool keepsPages = false;
 std::chrono::microseconds delay(0);
 std::filesystem::path testFolder; ///< that of the control file
 
 /// Whether the kernel's present request is still to be counted. The FUSE library asks for the
 /// attributes of what a request has made or changed, which is a part of that request.
 thread_local bool isFresh = false;
+/// Whether it is a LOOKUP, which the FUSE library serves as a request for attributes.
+thread_local bool isLookup = false;
 
 struct Request {
     char const * operation;
@@ -149,6 +157,8 @@ int serve(Request request, Perform const & perform)
     if (!isFresh)
         return perform(request);
     isFresh = false;
+    if (isLookup)
+        request.operation = "LOOKUP";
     std::uint64_t const number = ++control->requests;
     if (delay.count() > 0)
         std::this_thread::sleep_for(delay);
@@ -169,7 +179,7 @@ void * start(fuse_conn_info * connection, fuse_config * config)
 {
     config->use_ino = 1;
     config->hard_remove = 1;
-    config->direct_io = 1;
+    config->direct_io = keepsPages ? 0 : 1;
     config->entry_timeout = config->attr_timeout = config->negative_timeout = 0;
     connection->want |= connection->capable & FUSE_CAP_FLOCK_LOCKS;
     connection->want &= ~static_cast<unsigned>(FUSE_CAP_ATOMIC_O_TRUNC | FUSE_CAP_READDIRPLUS);
@@ -256,11 +266,10 @@ int openFolder(char const * path, Info * info)
 int readFolder(char const * path, void * entries, fuse_fill_dir_t fill, off_t offset, Info * info,
                fuse_readdir_flags)
 {
-    constexpr int most = 16;
     return serve({"READDIR", path, nullptr, "", 0, offset}, [&](auto const &) {
         ::seekdir(folderOf(info), offset);
         errno = 0;
-        for (int i = 0; i < most; ++i) {
+        for (long i = 0; i < entriesAtOnce; ++i) {
             dirent const * const found = ::readdir(folderOf(info));
             if (!found)
                 return -errno;
@@ -385,7 +394,14 @@ void serveAll(fuse_session * session)
         if (length <= 0)
             break;
         isFresh = true;
+        bool const isInMemory = (buffer.flags & FUSE_BUF_IS_FD) == 0; // long ones are in a pipe
+        auto const opcode =
+            isInMemory ? static_cast<fuse_in_header const *>(buffer.mem)->opcode : 0;
+        isLookup = opcode == FUSE_LOOKUP;
         fuse_session_process_buf(session, &buffer);
+        // The FUSE library itself answers the request for the attributes of a removed open file.
+        if (isFresh && opcode == FUSE_GETATTR)
+            serve({"GETATTR", nullptr}, [](auto const &) { return -ENOENT; });
     }
     std::free(buffer.mem);
 }
@@ -445,6 +461,10 @@ bool readOption(std::string_view option, char const * value)
         piece = static_cast<unsigned>(std::atol(value));
     else if (option == "--threads")
         threads = std::atol(value);
+    else if (option == "--entries")
+        entriesAtOnce = std::atol(value);
+    else if (option == "--pages")
+        keepsPages = std::string_view(value) == "1";
     else if (option == "--log")
         return (logFile = ::open(value, toAppend, 0600)) >= 0;
     else if (option == "--data")
@@ -463,8 +483,9 @@ int runProgram(int count, char ** words)
         next += 2;
     if (next + 2 != count) {
         std::fputs(
-            "usage: fault_fs [--delay MICROSECONDS] [--threads N] [--piece BYTES] [--log FILE] "
-            "[--data FILE] [--control FILE] BACKING_FOLDER MOUNT_POINT\n",
+            "usage: fault_fs [--delay MICROSECONDS] [--threads N] [--piece BYTES] [--entries N] "
+            "[--pages 0|1] [--log FILE] [--data FILE] [--control FILE] BACKING_FOLDER "
+            "MOUNT_POINT\n",
             stderr);
         return 2;
     }
