@@ -6,7 +6,8 @@
 #include "oxtool/support/output_file.h"
 #include "oxtool/support/report.h"
 #include "oxtool/support/stored_path.h"
-#include "shared/platform/files.h"
+
+#include <optional>
 
 namespace ox::tool
 {
@@ -35,7 +36,6 @@ class Refresh
             "lock",
             QStringLiteral("taken after %1 ms, %2").arg(lock.waitedMs()).arg(lockFileName(path_)));
         report_.set(QStringLiteral("waitedMs"), lock.waitedMs());
-        testFile();
         load();
         QString const unlockFailure = lock.release();
         report_.set(QStringLiteral("released"), unlockFailure.isEmpty());
@@ -67,20 +67,26 @@ class Refresh
                              : QStringLiteral("%1 (mapped from %2)").arg(path_, local.storedRoot));
     }
 
-    void testFile()
+    void showFile(platform::FileStatus const & status)
     {
-        auto const status = platform::statusOfFile(nativeName(path_));
-        if (!status)
-            throw loadFailure(path_, _OX_DataBuffer::Missing);
-        report_.set(QStringLiteral("size"), static_cast<qint64>(status->size));
-        report_.set(QStringLiteral("modified"), jsonTime(status->modified));
+        report_.set(QStringLiteral("size"), static_cast<qint64>(status.size));
+        report_.set(QStringLiteral("modified"), jsonTime(status.modified));
         showStep("file", QStringLiteral("%1, modified %2")
-                             .arg(sizeText(status->size), timeText(status->modified)));
+                             .arg(sizeText(status.size), timeText(status.modified)));
     }
 
+    /// Loads the file and shows its status, which comes with the opened file.
     void load()
     {
-        loadBufferFile(path_, Format::Plain, loaded_);
+        std::optional<platform::FileStatus> status;
+        try {
+            loadPlainFile(path_, loaded_, status);
+        } catch (Failure const &) {
+            if (status)
+                showFile(*status);
+            throw;
+        }
+        showFile(*status);
         report_.set(QStringLiteral("loaded"), loaded_.size);
         report_.set(QStringLiteral("crc"), hexText(loaded_.crc));
         report_.set(QStringLiteral("compressed"), loaded_.isCompressed == 1);

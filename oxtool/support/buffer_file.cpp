@@ -3,9 +3,8 @@
 #include "oxtool/support/names.h"
 #include "oxtool/support/progress.h"
 #include "oxtool/support/reason.h"
-#include "shared/platform/files.h"
+#include "shared/data/buffer_loading.h"
 #include "shared/platform/open_file.h"
-#include "shared/platform/result.h"
 #include "shared/text/mebibytes.h"
 
 #include <QByteArray>
@@ -145,10 +144,11 @@ void loadBufferFile(QString const & path, Format format, _OX_DataBuffer & buffer
     Progress const progress(QStringLiteral("Loading %1").arg(path));
     switch (format) {
     case Format::Compressed:
-        // The buffer loads a missing file as an empty one.
-        if (platform::kindOf(nativeName(path)) != platform::NameKind::File)
-            throw loadFailure(path, _OX_DataBuffer::Missing);
         buffer.loadFromFileCompressed(path, true);
+        // The buffer loads a missing file as an empty one.
+        if (buffer.error == 0 && buffer.size == 0 &&
+            platform::kindOf(nativeName(path)) != platform::NameKind::File)
+            throw loadFailure(path, _OX_DataBuffer::Missing);
         break;
     case Format::Gzip:
         buffer.loadGzipFile(path, text::mebibyte);
@@ -157,6 +157,14 @@ void loadBufferFile(QString const & path, Format format, _OX_DataBuffer & buffer
         buffer.loadFromFile(path, true);
     }
     if (buffer.error != 0)
+        throw loadFailure(path, buffer.error);
+}
+
+void loadPlainFile(QString const & path, _OX_DataBuffer & buffer,
+                   std::optional<platform::FileStatus> & status)
+{
+    Progress const progress(QStringLiteral("Loading %1").arg(path));
+    if (!data::loadFile(buffer, nativeName(path), true, status))
         throw loadFailure(path, buffer.error);
 }
 

@@ -2,7 +2,7 @@
 
 #include "oxtool/support/failure.h"
 #include "shared/data/data_buffer.h"
-#include "shared/platform/result.h"
+#include "shared/platform/files.h"
 
 #include <QByteArray>
 #include <QString>
@@ -47,6 +47,11 @@ char * headerOf(_OX_DataBuffer & buffer);
 /// Loads a whole file; compressed data stays compressed.
 /// Fails: throws the Failure of loadFailure(); the buffer has the error code.
 void loadBufferFile(QString const & path, Format format, _OX_DataBuffer & buffer);
+
+/// Loads a whole plain file. Sets `status` to that of the loaded file; also before a Failure, if
+/// the file exists.
+void loadPlainFile(QString const & path, _OX_DataBuffer & buffer,
+                   std::optional<platform::FileStatus> & status);
 
 /// Decompresses the data of a compress-and-save file, loaded from `path`, into an empty buffer.
 /// Fails: throws Failure with the buffer's error text.

@@ -1,5 +1,5 @@
+#include "shared/data/buffer_loading.h"
 #include "shared/data/checksum.h"
-#include "shared/data/data_buffer.h"
 #include "shared/platform/files.h"
 #include "shared/platform/open_file.h"
 #include "shared/platform/result.h"
@@ -11,6 +11,7 @@
 #include <cstring>
 #include <memory>
 #include <optional>
+#include <utility>
 
 // The header is written in the processor's byte order, which must be that of the files.
 static_assert(std::endian::native == std::endian::little);
@@ -60,10 +61,9 @@ class PlainFile
     static constexpr int notOpenedForReading = NotOpened;
     static constexpr int invalidBlock = EndOfFile;
 
-    PlainFile(NativeName const & name, Mode mode) : file_(open(name, mode))
-    {
-        reportToThread(file_);
-    }
+    PlainFile(NativeName const & name, Mode mode) : PlainFile(open(name, mode)) {}
+
+    explicit PlainFile(Result<OpenFile> file) : file_(std::move(file)) { reportToThread(file_); }
 
     explicit operator bool() const { return static_cast<bool>(file_); }
 
@@ -95,10 +95,7 @@ class PlainFile
 class CheckedFile : public PlainFile
 {
   public:
-    explicit CheckedFile(NativeName const & name) : PlainFile(name, Mode::Read)
-    {
-        oxCRCInitialize();
-    }
+    explicit CheckedFile(Result<OpenFile> file) : PlainFile(std::move(file)) { oxCRCInitialize(); }
 
     bool read(Block block)
     {
@@ -259,6 +256,15 @@ bool readGrowing(GzipFile & file, _OX_DataBuffer & buffer, unsigned step)
     return finish(0, total);
 }
 
+/// Returns whether a file that cannot be opened counts as missing. A name without a readable status
+/// is not known to be missing.
+bool countsAsMissing(NativeName const & name)
+{
+    ox::platform::KeptError const kept;
+    auto const status = ox::platform::fileStatus(name);
+    return status ? status->isFolder : status.error().kind() == ox::platform::ErrorKind::NotFound;
+}
+
 /// A buffer over the caller's memory. The destructor does not free it.
 struct BorrowedBuffer : _OX_DataBuffer {
     BorrowedBuffer(char * memory, int length)
@@ -370,29 +376,50 @@ bool _OX_DataBuffer::saveToFile(QString const & file, bool const & withHeader)
     return error == 0;
 }
 
-bool _OX_DataBuffer::loadFromFile(QString const & file, bool withHeader)
+bool ox::data::loadOpenFile(_OX_DataBuffer & buffer, Result<OpenFile> file, std::int64_t fileSize,
+                            bool withHeader)
 {
-    error = 0;
-    NativeName const name = nativePath(file);
-    auto const status = ox::platform::statusOfFile(name);
-    if (!status)
-        return fail(Missing);
-    std::int64_t const length = status->size - (withHeader ? magicSize + headerSize : 0);
+    auto const fail = [&buffer](int code) {
+        buffer.error = code;
+        return false;
+    };
+    buffer.error = 0;
+    std::int64_t const length = fileSize - (withHeader ? magicSize + headerSize : 0);
     // Compatibility: a file too short for its header is reported as corrupt, like any damaged file.
     if (length <= 0)
         return fail(Corrupt);
-    if (!ensureCapacity(length))
+    if (length > bytesOfMebibytes(_OX_DataBuffer::memoryLimitMB) ||
+        !buffer.resize(int(length), _OX_DataBuffer::memoryLimitMB))
         return fail(OutOfMemory);
-    CheckedFile checked(name);
-    Block const header = withHeader ? headerOf(*this) : Block{nullptr, 0};
-    if (!load(checked, withHeader, header, {data, int(length)}, error))
+    CheckedFile checked(std::move(file));
+    Block const header = withHeader ? headerOf(buffer) : Block{nullptr, 0};
+    if (!load(checked, withHeader, header, {buffer.data, int(length)}, buffer.error))
         return false;
-    size = int(length);
+    buffer.size = int(length);
     if (!withHeader)
         return true;
-    std::uint32_t const stored = crc;
-    crc = checked.crc();
-    return crc == stored || fail(Corrupt);
+    std::uint32_t const stored = buffer.crc;
+    buffer.crc = checked.crc();
+    return buffer.crc == stored || fail(Corrupt);
+}
+
+bool ox::data::loadFile(_OX_DataBuffer & buffer, NativeName const & name, bool withHeader,
+                        std::optional<platform::FileStatus> & status)
+{
+    platform::FileStatus opened;
+    auto file = platform::openForReading(name, platform::Writers::Refused, &opened);
+    // Compatibility: an existing file that cannot be opened is not reported as missing.
+    status = file ? std::optional(opened) : platform::statusOfFile(name);
+    if (status)
+        return loadOpenFile(buffer, std::move(file), status->size, withHeader);
+    buffer.error = Missing;
+    return false;
+}
+
+bool _OX_DataBuffer::loadFromFile(QString const & file, bool withHeader)
+{
+    std::optional<ox::platform::FileStatus> status;
+    return ox::data::loadFile(*this, nativePath(file), withHeader, status);
 }
 
 bool _OX_DataBuffer::saveToFileCompressed(QString const & file)
@@ -407,12 +434,10 @@ bool _OX_DataBuffer::loadFromFileCompressed(QString const & file, bool growToFit
 {
     error = 0;
     NativeName const name = nativePath(file);
-    // Compatibility: these files hold settings and caches. A missing one counts as empty. A file
-    // without a readable status is not known to be missing.
-    auto const status = ox::platform::fileStatus(name);
-    if (status ? status->isFolder : status.error().kind() == ox::platform::ErrorKind::NotFound)
-        return true;
     GzipFile gzip(name, Mode::Read);
+    // Compatibility: these files hold settings and caches. A missing one counts as empty.
+    if (!gzip && countsAsMissing(name))
+        return true;
     if (!load(gzip, true, headerOf(*this), {nullptr, 0}, error))
         return false;
     size = sizeUncompressed = 0;

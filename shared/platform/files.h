@@ -1,20 +1,12 @@
 #pragma once
 
-#include "shared/platform/file_names.h"
-#include "shared/platform/result.h"
+#include "shared/platform/open_file.h"
 
 #include <cstdint>
 #include <optional>
 
 namespace ox::platform
 {
-
-/// Status of a file or folder.
-struct FileStatus {
-    bool isFolder;         ///< true for a folder, false for anything else
-    std::int64_t size;     ///< in bytes
-    std::int64_t modified; ///< last write, seconds since 1970-01-01 UTC
-};
 
 /// Returns the status of a name with one status query to the share.
 /// Fails: when the name does not exist or cannot be opened.

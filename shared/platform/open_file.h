@@ -14,6 +14,13 @@ struct gzFile_s;
 namespace ox::platform
 {
 
+/// Status of a file or folder.
+struct FileStatus {
+    bool isFolder;         ///< true for a folder, false for anything else
+    std::int64_t size;     ///< in bytes
+    std::int64_t modified; ///< last write, seconds since 1970-01-01 UTC
+};
+
 /// An open file. Every operation uses its descriptor or handle and never its name, so that all
 /// operations affect the same file. Child processes do not inherit open files of this class.
 class OpenFile
@@ -72,8 +79,10 @@ class OpenFile
 /// Refused, a file that is open for writing cannot be read by others either.
 enum class Writers { Refused, Allowed };
 
-/// Opens a file, a device or the unnamed pipe of /dev/stdin for reading.
-Result<OpenFile> openForReading(NativeName const & name, Writers writers);
+/// Opens a file, a device or the unnamed pipe of /dev/stdin for reading. `status`, if given,
+/// receives the status of the opened file, which needs no round trip of its own.
+Result<OpenFile> openForReading(NativeName const & name, Writers writers,
+                                FileStatus * status = nullptr);
 
 /// Whether an opened file keeps its content or is emptied.
 enum class Content { Kept, Emptied };

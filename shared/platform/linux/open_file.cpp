@@ -35,7 +35,8 @@ bool isUnnamedPipe(int descriptor)
 }
 
 /// Opens a file or device without waiting for another process. Refuses folders and named pipes.
-Result<OpenFile> openNonBlocking(int folder, NativeName const & name, int flags)
+Result<OpenFile> openNonBlocking(int folder, NativeName const & name, int flags,
+                                 FileStatus * result = nullptr)
 {
     OpenFile file(::openat(folder, name.c_str(), flags | nonBlocking, everybody));
     // Another client may have a lease on the file. The server needs a moment to end the lease, so
@@ -54,6 +55,8 @@ Result<OpenFile> openNonBlocking(int folder, NativeName const & name, int flags)
         return Error{isRead ? ENOTSUP : ENXIO};
     if (!S_ISREG(status.st_mode) && ::fcntl(descriptorOf(file), F_SETFL, flags & O_APPEND) != 0)
         return lastError();
+    if (result)
+        *result = {false, status.st_size, status.st_mtim.tv_sec};
     return file;
 }
 
@@ -130,9 +133,9 @@ Result<> OpenFile::close()
     return resultOf(!isOpen() || ::close(static_cast<int>(release())) == 0);
 }
 
-Result<OpenFile> openForReading(NativeName const & name, Writers)
+Result<OpenFile> openForReading(NativeName const & name, Writers, FileStatus * status)
 {
-    return openNonBlocking(AT_FDCWD, name, O_RDONLY);
+    return openNonBlocking(AT_FDCWD, name, O_RDONLY, status);
 }
 
 Result<OpenFile> openForWriting(NativeName const & name, Content content, Writers)

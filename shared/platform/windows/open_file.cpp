@@ -111,10 +111,17 @@ Result<> OpenFile::close()
     return resultOf(!isOpen() || ::CloseHandle(reinterpret_cast<HANDLE>(release())));
 }
 
-Result<OpenFile> openForReading(NativeName const & name, Writers writers)
+Result<OpenFile> openForReading(NativeName const & name, Writers writers, FileStatus * status)
 {
     DWORD const sharing = writers == Writers::Allowed ? shareWriting : shareReading;
-    return opened(toOpenFile(openFile(name, GENERIC_READ, sharing, OPEN_EXISTING)));
+    Result<OpenFile> file =
+        opened(toOpenFile(openFile(name, GENERIC_READ, sharing, OPEN_EXISTING)));
+    if (!file || !status)
+        return file;
+    FILETIME modified;
+    bool const hasTime = ::GetFileTime(toHandle(*file), nullptr, nullptr, &modified);
+    *status = {false, file->size().value_or(0), hasTime ? secondsOf(modified) : 0};
+    return file;
 }
 
 Result<OpenFile> openForWriting(NativeName const & name, Content content, Writers writers)
