@@ -8,6 +8,7 @@
 #include "oxtool/support/report.h"
 #include "shared/platform/files.h"
 #include "shared/platform/program/console.h"
+#include "shared/system/environment.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -80,8 +81,9 @@ class WaitingLine
 
 } // namespace
 
-// The wait polls without taking the lock, and the lock is taken without a wait. So a stop request
-// is deferred for neither.
+// Each poll tries to take the lock, which is one request to the share. The pauses are outside of
+// the try, so that stop requests are not deferred for their time. The first pause and the last one
+// are those of isFree(), which removes a stale lock file.
 HeldLock::HeldLock(QString const & file, int timeoutMs) : file_(file), locker_(file)
 {
     if (locker_.lockFileName().isEmpty())
@@ -89,32 +91,34 @@ HeldLock::HeldLock(QString const & file, int timeoutMs) : file_(file), locker_(f
     WaitingLine line(file, locker_);
     QElapsedTimer timer;
     timer.start();
-    while (!isFree(timeoutMs) || !tryLock()) {
-        if (timer.elapsed() >= timeoutMs)
+    for (bool isFirst = true; !tryLock(); isFirst = false) {
+        bool const isOver = isFirst ? timeoutMs == 0 && !isStale() : timer.elapsed() >= timeoutMs;
+        if (isOver)
             throw Failure(QStringLiteral("cannot lock '%1' within %2 ms: locked by %3")
                               .arg(file, QString::number(timeoutMs), holderText(locker_.status())),
                           Locked);
+        if (isFirst || timer.elapsed() + pollMs >= timeoutMs)
+            locker_.isFree(pollMs, nullptr);
+        else
+            oxSleep(pollMs);
         line.update();
     }
     waitedMs_ = static_cast<int>(timer.elapsed());
 }
 
-bool HeldLock::isFree(int timeoutMs)
+bool HeldLock::isStale() const
 {
-    if (timeoutMs > 0)
-        return locker_.isFree(pollMs, nullptr);
-    // The library sleeps between two polls, also without a timeout.
     _oxFileLockStatus const status = locker_.status();
-    return !status.exists || (status.isStale && status.holder == _oxFileLockStatus::Nobody);
+    return status.isStale && status.holder == _oxFileLockStatus::Nobody;
 }
 
 bool HeldLock::tryLock()
 {
-    int waited = 0;
-    bool const isTaken = guard_.acquire([&] { return locker_.lock(0, ownName(), &waited, false); },
-                                        [this] { unlock(); }, [this] { return unlockFailure_; });
-    bool const hasNoLockFile = !isTaken && waited <= 0;
-    if (hasNoLockFile)
+    bool isHeldByOther = false;
+    bool const isTaken =
+        guard_.acquire([&] { return locker_.tryLock(ownName(), &isHeldByOther); },
+                       [this] { unlock(); }, [this] { return unlockFailure_; });
+    if (!isTaken && !isHeldByOther)
         throw lockFileFailure(file_);
     return isTaken;
 }

@@ -29,8 +29,7 @@ class HeldLock
     int waitedMs() const { return waitedMs_; }
 
   private:
-    /// Waits at most one poll, and returns whether tryLock() may succeed.
-    bool isFree(int timeoutMs);
+    bool isStale() const;
     bool tryLock();
     void unlock();
 

@@ -131,6 +131,20 @@ bool _oxFileLocker::lock(int const & timeoutMs, QString const & who, int * waite
     return true;
 }
 
+bool _oxFileLocker::tryLock(QString const & who, bool * isHeldByOther)
+{
+    NativeName const name = nativePath(lockFileName_);
+    auto file = std::make_unique<LockFile>();
+    Result<> const taken = lockFileName_.isEmpty() ? ox::platform::Error{} : file->take(name);
+    if (isHeldByOther)
+        *isHeldByOther = !taken && ox::platform::isTaken(taken.error());
+    if (!ox::platform::reportToThread(taken))
+        return false;
+    describeHolder(*file, who);
+    held_ = std::move(file);
+    return true;
+}
+
 bool _oxFileLocker::isFree(int const & timeoutMs, int * waitedMs)
 {
     return lock(timeoutMs, QString(), waitedMs, true);

@@ -75,6 +75,14 @@ class OX_EXPORT _oxFileLocker
     /// An object that already holds the lock waits for itself.
     bool lock(int const & timeoutMs, QString const & who, int * waitedMs, bool checkOnly);
 
+    /// Tries once to take the lock, without waiting: one request by name while another process
+    /// holds it. Removes no stale lock file.
+    ///
+    /// Fails: `isHeldByOther`, if given, becomes true when another process holds the lock. It
+    /// becomes false when the lock file could not be created (`oxLastOSError` has the reason), and
+    /// for a file that cannot be locked.
+    bool tryLock(QString const & who, bool * isHeldByOther = nullptr);
+
     /// Returns whether nobody holds the lock, or its holder releases it within timeoutMs. Creates
     /// nothing. `waitedMs` as in lock().
     bool isFree(int const & timeoutMs, int * waitedMs);

@@ -63,6 +63,8 @@ enum class NameTarget { ThisFile, OtherOrNone, Unknown };
 NameTarget targetOf(NativeName const & name, int descriptor)
 {
     Descriptor const file(::open(name.c_str(), O_RDONLY | existing));
+    if (!file.isOpen() && errno == ENOENT)
+        return NameTarget::OtherOrNone;
     struct stat named;
     struct stat opened;
     int const result = file.isOpen() ? ::fstat(file.get(), &named) : ::lstat(name.c_str(), &named);
@@ -73,6 +75,17 @@ NameTarget targetOf(NativeName const & name, int descriptor)
     bool const isSame =
         named.st_dev == opened.st_dev && named.st_ino == opened.st_ino && opened.st_nlink > 0;
     return isSame ? NameTarget::ThisFile : NameTarget::OtherOrNone;
+}
+
+/// Returns whether the server confirms that an open file has no name any more. Needs no request by
+/// name. False also on a share without link counts, and on NFS, which renames a deleted open file.
+bool isUnlinked(int descriptor)
+{
+    struct statx status;
+    int const flags = AT_EMPTY_PATH | AT_STATX_FORCE_SYNC;
+    if (::statx(descriptor, "", flags, STATX_NLINK, &status) != 0)
+        return errno == ENOENT || errno == ESTALE;
+    return (status.stx_mask & STATX_NLINK) != 0 && status.stx_nlink == 0;
 }
 
 /// Opens an existing lock file. Over NFS, an exclusive flock needs a file that is open for writing.
@@ -262,9 +275,9 @@ Result<> LockFile::release(NativeName const & leftover)
     if (target == NameTarget::OtherOrNone)
         return {};
     // The name is removed before the file is closed: without the flock the name could belong to
-    // another lock. The second comparison finds shares that report success and keep the file.
+    // another lock. The second test finds shares that report success and keep the file.
     if (target == NameTarget::ThisFile && removeName(name_, leftover) &&
-        targetOf(name_, file.get()) != NameTarget::ThisFile)
+        (isUnlinked(file.get()) || targetOf(name_, file.get()) != NameTarget::ThisFile))
         return {};
 
     ::futimens(file.get(), nullptr); // a new time, so that no waiter treats the file as stale
