@@ -29,17 +29,25 @@ void oxDirListing::init(QString path, bool const & includeDirs, bool const & rea
     if (path.isEmpty())
         return;
 
-    path = oxConvertPDToOS(path);
-    if (!path.endsWith(u'*') && ox::platform::kindOf(nativePath(path)) != NameKind::File) {
-        if (!path.endsWith(ownSeparator))
-            path += ownSeparator;
-        path += u'*';
-    }
-    folder_ = path.left(path.lastIndexOf(ownSeparator) + 1);
-    walk_ = std::make_unique<FolderWalk>(nativePath(path));
+    open(oxConvertPDToOS(path));
     active_ = true;
     if (readIntoMemory)
         readRows(sortByName);
+}
+
+/// Opens a folder without a test of its kind before, which would be one more request to the share.
+void oxDirListing::open(QString const & path)
+{
+    auto const walkThrough = [this](QString const & wanted) {
+        folder_ = wanted.left(wanted.lastIndexOf(ownSeparator) + 1);
+        walk_ = std::make_unique<FolderWalk>(nativePath(wanted));
+    };
+    if (path.endsWith(u'*'))
+        return walkThrough(path);
+    bool const isFolder = path.endsWith(ownSeparator);
+    walkThrough(isFolder ? path + u'*' : path + ownSeparator + u'*');
+    if (!isFolder && !walk_->open() && ox::platform::kindOf(nativePath(path)) == NameKind::File)
+        walkThrough(path);
 }
 
 void oxDirListing::readRows(bool sortByName)

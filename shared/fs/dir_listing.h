@@ -103,6 +103,7 @@ class OX_EXPORT oxDirListing
         bool isFolder = false;
     };
 
+    void open(QString const & path);
     bool nextInMemory();
     bool nextOfWalk();
     bool isAccepted() const;

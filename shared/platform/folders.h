@@ -26,6 +26,10 @@ class FolderWalk
     FolderWalk(FolderWalk const &) = delete;
     FolderWalk & operator=(FolderWalk const &) = delete;
 
+    /// Opens the folder, which next() does otherwise. Returns false when it cannot be read; next()
+    /// is then false, too.
+    bool open();
+
     /// Moves to the next wanted entry, never "." or "..". Returns false at the end, and when the
     /// folder, or the rest of it, cannot be read.
     bool next();

@@ -123,8 +123,12 @@ struct FolderWalk::System {
 
     bool openFolder()
     {
+        if (open || hasEnded)
+            return open != nullptr;
         open.reset(::opendir(folder.c_str()));
-        return open != nullptr;
+        hasEnded = !open;
+        error = open ? 0 : errno;
+        return !hasEnded;
     }
 
     bool nextOfAll()
@@ -176,15 +180,18 @@ FolderWalk::FolderWalk(NativeName const & path) : system_(std::make_unique<Syste
 
 FolderWalk::~FolderWalk() = default;
 
+bool FolderWalk::open()
+{
+    return system_->openFolder();
+}
+
 bool FolderWalk::next()
 {
     System & s = *system_;
-    if (s.hasEnded)
+    if (!s.openFolder())
         return false;
     s.status.reset();
-    if (!s.open && !s.openFolder())
-        s.error = errno;
-    else if (s.isOneName ? s.nextOfOne() : s.nextOfAll())
+    if (s.isOneName ? s.nextOfOne() : s.nextOfAll())
         return true;
     s.hasEnded = true;
     s.open.reset();

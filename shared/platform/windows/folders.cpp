@@ -52,6 +52,11 @@ FolderWalk::FolderWalk(NativeName const & path) : system_(std::make_unique<Syste
 
 FolderWalk::~FolderWalk() = default;
 
+bool FolderWalk::open()
+{
+    return system_->open();
+}
+
 bool FolderWalk::next()
 {
     return system_->next();

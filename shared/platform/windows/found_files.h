@@ -19,10 +19,18 @@ class FoundFiles
     FoundFiles(FoundFiles const &) = delete;
     FoundFiles & operator=(FoundFiles const &) = delete;
 
+    /// Finds the first file, which next() does otherwise. Returns false after a failure.
+    bool open()
+    {
+        if (find_ == INVALID_HANDLE_VALUE)
+            hasFirst_ = step();
+        return error_ == ERROR_SUCCESS;
+    }
+
     /// Moves to the next file. Returns false at the end, where error() is 0, and after a failure.
     bool next()
     {
-        while (step()) {
+        while (std::exchange(hasFirst_, false) || step()) {
             std::wstring_view const name = record_.cFileName;
             if (name != L"." && name != L"..")
                 return true;
@@ -67,6 +75,7 @@ class FoundFiles
     WIN32_FIND_DATAW record_ = {};
     DWORD error_ = ERROR_SUCCESS;
     bool hasEnded_ = false;
+    bool hasFirst_ = false; ///< whether open() has found record_
 };
 
 /// Returns whether a found file is a folder.
