@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <new>
+#include <optional>
 
 namespace ox::fs
 {
@@ -21,16 +22,20 @@ bool endsInZeros(char const * piece, std::size_t size)
     return isZero(1) && (size <= 10 || (isZero(7) && isZero(10)));
 }
 
+using OpenedSource = std::optional<platform::FileStatus>;
+
 QString copyByPieces(platform::NativeName const & from, platform::NewFile & to, int pauseMs,
-                     bool * endsEmpty)
+                     bool * endsEmpty, OpenedSource & opened)
 {
     auto const piece = allocatePiece(copyPiece);
     if (!piece)
         return noMemory();
+    platform::FileStatus status;
     platform::Result<platform::OpenFile> source =
-        platform::openForReading(from, platform::Writers::Refused);
+        platform::openForReading(from, platform::Writers::Refused, &status);
     if (!reportToThread(source))
         return sourceNotOpened();
+    opened = status;
     return systemText(copyPieces(*source, to.file(), piece.get(), pauseMs, endsEmpty, Faults::End));
 }
 
@@ -80,13 +85,13 @@ platform::Result<> copyPieces(platform::OpenFile & from, platform::OpenFile & to
 }
 
 QString copyWhole(platform::NativeName const & from, platform::NewFile & to, int pauseMs,
-                  bool * endsEmpty)
+                  bool * endsEmpty, platform::NewFile::Attributes attributes)
 {
-    auto const status = platform::statusOfFile(from);
-    if (!status)
+    OpenedSource status;
+    QString const failure = pauseMs < 0 ? systemText(to.copyFrom(from, attributes, &status))
+                                        : copyByPieces(from, to, pauseMs, endsEmpty, status);
+    if (!status && !platform::statusOfFile(from))
         return QStringLiteral("Source file does not exist.");
-    QString const failure =
-        pauseMs < 0 ? systemText(to.copyFrom(from)) : copyByPieces(from, to, pauseMs, endsEmpty);
     if (!failure.isEmpty())
         return failure;
     if (QString const flushFailure = systemText(to.file().flush()); !flushFailure.isEmpty())

@@ -41,6 +41,7 @@ platform::Result<> copyPieces(platform::OpenFile & from, platform::OpenFile & to
 /// pieces if pauseMs is not negative. The new file is then ready for NewFile::putInPlace. Returns
 /// the text of the failure. A copy that is shorter than its source is a failure, too.
 QString copyWhole(platform::NativeName const & from, platform::NewFile & to, int pauseMs,
-                  bool * endsEmpty);
+                  bool * endsEmpty,
+                  platform::NewFile::Attributes attributes = platform::NewFile::Attributes::Copied);
 
 } // namespace ox::fs

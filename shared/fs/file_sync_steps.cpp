@@ -7,12 +7,15 @@
 #include "shared/system/os_error.h"
 #include "shared/text/native_path.h"
 
+#include <string_view>
+
 namespace ox::fs
 {
 namespace
 {
 
 using Path = _oxString8_evenSize<500>;
+using Attributes = platform::NewFile::Attributes;
 
 constexpr int retryWaitMs = 5000;
 
@@ -45,7 +48,8 @@ class FileSync
             exists || (!target && target.error().kind() != platform::ErrorKind::NotFound);
         if (exists && !isEqual)
             append(info_, "Renaming dest file", target_, ";\n");
-        if (!makeFolder())
+        // The folder of an existing target exists, and that of a missing one is opened next.
+        if (!isFolderOfTarget() && !makeFolder())
             return Result::Failed;
         if (!isEqual)
             return copy(pause, isReplaced, size, time);
@@ -69,6 +73,16 @@ class FileSync
         return Result::Failed;
     }
 
+    /// Returns whether the system finds the target in the folder that makeFolder() creates. This is
+    /// not so for a short path, and for a name with the separator of another system.
+    bool isFolderOfTarget() const
+    {
+        Path const folder = oxGetDirName(target_);
+        std::string_view const path = target_.view();
+        return folder.size() >= 3 && path.starts_with(folder.view()) &&
+               path.rfind(platform::ownSeparator) == folder.view().size();
+    }
+
     bool makeFolder() const
     {
         Path const folder = oxGetDirName(target_);
@@ -86,8 +100,17 @@ class FileSync
     Result copy(int pause, bool isReplaced, __int64 size, _oxTime time) const
     {
         platform::NewFile copy;
+        auto const open = [&] {
+            return copy.open(nativePath(target_), platform::NewFile::Links::Replaced);
+        };
+        platform::Result<> opened = open();
+        if (!opened) {
+            if (!makeFolder())
+                return Result::Failed;
+            opened = open();
+        }
         bool endsEmpty = false;
-        QString const failure = copyTo(copy, pause, &endsEmpty);
+        QString const failure = copyTo(copy, opened, pause, &endsEmpty);
         if (!failure.isEmpty())
             return failed(Path(failure), source_, " => ", target_);
         QString const rightsFailure = systemText(copy.allowEverybodyToExecute());
@@ -98,15 +121,14 @@ class FileSync
         return failed(Path(moveFailure), source_, " => ", target_);
     }
 
-    QString copyTo(platform::NewFile & copy, int pause, bool * endsEmpty) const
+    QString copyTo(platform::NewFile & copy, platform::Result<> const & opened, int pause,
+                   bool * endsEmpty) const
     {
-        platform::Result<> result =
-            copy.open(nativePath(target_), platform::NewFile::Links::Replaced);
-        if (result)
-            result = copy.create(platform::NewFile::Access::Owner);
-        if (!result)
-            return pause < 0 ? systemText(result) : targetNotOpened();
-        return copyWhole(nativePath(source_), copy, pause, endsEmpty);
+        platform::Result<> const created =
+            opened ? copy.create(platform::NewFile::Access::Owner) : opened;
+        if (!created)
+            return pause < 0 ? systemText(created) : targetNotOpened();
+        return copyWhole(nativePath(source_), copy, pause, endsEmpty, Attributes::Omitted);
     }
 
     /// Keeps the previous file as `_old`. Returns true if another process has put the same file in

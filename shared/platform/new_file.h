@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 namespace ox::platform
 {
@@ -51,10 +52,14 @@ class NewFile
     /// The file, open for writing. Call it only after `create`.
     OpenFile & file();
 
+    /// Whether copyFrom copies times and permission bits. Omit them if both are set afterwards.
+    enum class Attributes { Copied, Omitted };
+
     /// Copies another file into this one in the system's fastest way, with its times and, unless
     /// the mode is that of the previous file, its permission bits. Holes are kept where the system
-    /// supports this.
-    Result<> copyFrom(NativeName const & source);
+    /// supports this. `opened`, if given, receives the source's status when the source is open.
+    Result<> copyFrom(NativeName const & source, Attributes attributes = Attributes::Copied,
+                      std::optional<FileStatus> * opened = nullptr);
 
     /// Calls `write` with a name of the file, for code that needs a name. No other user can
     /// redirect the name.

@@ -25,31 +25,36 @@ Result<> copyByReading(OpenFile & from, OpenFile & to, off_t size)
     std::unique_ptr<char[]> const piece(new (std::nothrow) char[readAtOnce]);
     if (!piece)
         return Error{ENOMEM};
-    while (size > 0) {
-        Result<std::size_t> const length =
-            from.read(piece.get(), static_cast<std::size_t>(std::min(size, readAtOnce)));
+    bool isAtEnd = false;
+    while (size > 0 && !isAtEnd) {
+        auto const wanted = static_cast<std::size_t>(std::min(size, readAtOnce));
+        Result<std::size_t> const length = from.read(piece.get(), wanted);
         if (!length)
             return length.error();
-        if (*length == 0)
-            break;
         if (Result<> const written = to.write(piece.get(), *length); !written)
             return written;
         size -= static_cast<off_t>(*length);
+        isAtEnd = *length < wanted;
     }
     return {};
 }
 
-/// Copies up to `size` bytes from the current position of one file to that of another.
-Result<> copyBytes(OpenFile & from, OpenFile & to, off_t size)
+/// Copies up to `size` bytes from the current position of one file to that of another. The source
+/// has at least `expected` bytes there.
+Result<> copyBytes(OpenFile & from, OpenFile & to, off_t size, off_t expected)
 {
+    off_t total = 0;
     ssize_t copied = 1;
-    for (; size > 0 && copied > 0; size -= std::max<ssize_t>(copied, 0))
+    while (total < size && copied > 0) {
         copied = ::copy_file_range(static_cast<int>(from.handle()), nullptr,
                                    static_cast<int>(to.handle()), nullptr,
-                                   static_cast<std::size_t>(std::min(size, copyAtOnce)), 0);
+                                   static_cast<std::size_t>(std::min(size - total, copyAtOnce)), 0);
+        total += std::max<ssize_t>(copied, 0);
+    }
     // Some file systems do not support copy_file_range or report an early end. Reading continues at
     // that position and finds the real end or the real error.
-    return copyByReading(from, to, size);
+    bool const isWhole = copied == 0 && total > 0 && total >= expected;
+    return isWhole ? Result<>() : copyByReading(from, to, size - total);
 }
 
 Result<> seekBoth(OpenFile & from, OpenFile & to, off_t position)
@@ -76,7 +81,7 @@ Result<> copyAroundHoles(OpenFile & from, OpenFile & to)
             return seekBoth(from, to, hole);
         Result<> result = seekBoth(from, to, data);
         if (result)
-            result = copyBytes(from, to, end - data);
+            result = copyBytes(from, to, end - data, end - data);
         if (!result)
             return result;
         hole = end;
@@ -90,7 +95,7 @@ Result<> copyContent(OpenFile & from, struct stat const & source, OpenFile & to)
     constexpr off_t blockUnit = 512;
     bool const hasHoles = S_ISREG(source.st_mode) && source.st_blocks * blockUnit < source.st_size;
     Result<> const skipped = hasHoles ? copyAroundHoles(from, to) : Result<>();
-    return skipped ? copyBytes(from, to, toTheEnd) : skipped;
+    return skipped ? copyBytes(from, to, toTheEnd, source.st_size) : skipped;
 }
 
 void copyAttributes(OpenFile & file, struct stat const & source, bool mode)

@@ -268,7 +268,8 @@ OpenFile & NewFile::file()
     return system_->file;
 }
 
-Result<> NewFile::copyFrom(NativeName const & source)
+Result<> NewFile::copyFrom(NativeName const & source, Attributes attributes,
+                           std::optional<FileStatus> * opened)
 {
     Result<OpenFile> from = openForReading(source, Writers::Allowed);
     struct stat status;
@@ -276,8 +277,10 @@ Result<> NewFile::copyFrom(NativeName const & source)
         return from.error();
     if (::fstat(descriptorOf(*from), &status) != 0)
         return lastError();
+    if (opened)
+        *opened = {false, status.st_size, status.st_mtim.tv_sec};
     Result<> const copied = copyContent(*from, status, system_->file);
-    if (copied)
+    if (copied && attributes == Attributes::Copied)
         copyAttributes(system_->file, status, !system_->keepsMode);
     return copied;
 }
@@ -299,13 +302,14 @@ Result<std::int64_t> NewFile::size() const
 
 Result<> NewFile::allowEverybodyToExecute()
 {
-    struct stat status;
     int const file = descriptorOf(system_->file);
-    if (::fstat(file, &status) != 0)
-        return lastError();
-    // Some file systems refuse each change, so the mode is changed only if necessary.
-    return resultOf((status.st_mode & 0777) == 0777 ||
-                    ::fchmod(file, (status.st_mode & 07777) | 0777) == 0);
+    if (::fchmod(file, 0777) == 0)
+        return {};
+    // Some file systems refuse each change, also that to the present mode.
+    Error const error = lastError();
+    struct stat status;
+    bool const isAllowed = ::fstat(file, &status) == 0 && (status.st_mode & 0777) == 0777;
+    return isAllowed ? Result<>() : error;
 }
 
 Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_t size,
@@ -329,8 +333,10 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
         bool const isKnown = place.status(status, link);
         bool const isFresh = isKnown && isUpToDate(status);
         if (isKnown && !isFresh && ::renameat(folder, link.c_str(), folder, kept.c_str()) == 0) {
-            ::unlinkat(folder, link.c_str(),
-                       0); // rename() does nothing between two links of one file
+            // rename() does nothing between two links of one file. The target and the new link are
+            // the first two.
+            if (status.st_nlink != 2)
+                ::unlinkat(folder, link.c_str(), 0);
             return Previous::Kept;
         }
         Error const error = lastError();

@@ -268,8 +268,11 @@ OpenFile & NewFile::file()
     return system_->file;
 }
 
-Result<> NewFile::copyFrom(NativeName const & source)
+Result<> NewFile::copyFrom(NativeName const & source, Attributes,
+                           std::optional<FileStatus> * opened)
 {
+    if (opened)
+        *opened = statusOfFile(source);
     Result<> copied;
     Result<> const isSame = writeByName([&](NativeName const & name) {
         copied = resultOf(::CopyFileW(source.c_str(), name.c_str(), FALSE));
