@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
+#include <tuple>
 
 #include <poll.h>
 #include <sys/wait.h>
@@ -89,6 +90,21 @@ std::string const * contentIn(Files const & files, std::string const & path)
     return file == files.end() ? nullptr : &file->second;
 }
 
+/// The requests that begin with a name. Each of them looks up its name, two for a new name. The
+/// lookup of a folder on the way to a name does not count.
+int byName(std::vector<LoggedRequest> const & requests)
+{
+    int count = 0;
+    for (std::size_t i = 0; i < requests.size(); ++i) {
+        auto const & [operation, path] = std::tie(requests[i].operation, requests[i].path);
+        bool const isOnTheWay = i + 1 < requests.size() && requests[i + 1].operation == "LOOKUP" &&
+                                requests[i + 1].path.starts_with(path + '/');
+        count += operation == "LOOKUP" ? !isOnTheWay : operation == "OPENDIR" && path == "/";
+        count -= operation == "RENAME" || operation == "LINK";
+    }
+    return count;
+}
+
 bool isSame(std::string const * one, std::string const * other)
 {
     return one && other ? *one == *other : one == other;
@@ -150,6 +166,9 @@ bool Campaign::learn()
     after_ = filesIn(mount_.backing());
     EXPECT_TRUE(outcome.report.hasSucceeded) << outcome.report.text;
     EXPECT_FALSE(requests_.empty());
+    testing::Test::RecordProperty("byName", byName(requests_));
+    EXPECT_TRUE(operation_.byName == 0 || byName(requests_) <= operation_.byName)
+        << byName(requests_) << " requests by name";
     EXPECT_TRUE(operation_.after.empty() || after_ == operation_.after);
     return !testing::Test::HasFailure();
 }

@@ -156,7 +156,8 @@ Operation loading(Form const & form)
                 return code == 0 && loaded != newContent() ? Report{false, wrongContent}
                                                            : reportCode(code);
             },
-            .texts = {missing}};
+            .texts = {missing},
+            .byName = 1};
 }
 
 Operation writing()
@@ -246,7 +247,11 @@ std::vector<Operation> synchronisations()
         synchronising(
             "syncIntoANewFolder", {{"/source", newContent()}},
             {{"/source", newContent()}, {"/folder", isFolder}, {"/folder/target", newContent()}},
-            -1, "folder/target")};
+            -1, "folder/target"),
+        synchronising("syncUpToDate", {{"/source", newContent()}}, {{"/source", newContent()}}, -1,
+                      "source")};
+    all[0].byName = 13; // 2 of the source; 2 search for temporary files once a minute
+    all[3].byName = 2;
     all[0].backup = all[1].backup = "/target_old";
     all[0].isFlushed = all[1].isFlushed = true;
     return all;
@@ -317,6 +322,13 @@ Report empty(Folder folder)
     return report(result.done && result.failures == 0, result.lastError);
 }
 
+Report poll(Folder folder)
+{
+    bool isHeld = false;
+    bool const isTaken = _oxFileLocker(target(folder)).tryLock(u"campaign"_q, &isHeld);
+    return report(!isTaken && isHeld, u"not held"_q);
+}
+
 Report lockAndUnlock(Folder folder)
 {
     _oxFileLocker locker(target(folder));
@@ -328,6 +340,7 @@ Report lockAndUnlock(Folder folder)
 std::vector<Operation> operationsOnNames()
 {
     Files const text = {{"/target", "a line\n"}};
+    Files const held = {{"/target_lock.txt", "held"}};
     Files tree = folderOfFiles(3);
     tree["/folder/sub"] = isFolder;
     tree["/folder/sub/file"] = "1";
@@ -340,11 +353,16 @@ std::vector<Operation> operationsOnNames()
              .texts = {"File exists"}}, // by a folder that cannot be looked at
             // A file that cannot be looked at counts as missing, and so as deleted.
             {.name = "delete", .before = text, .run = deleteTarget, .mayHideFaults = true},
-            {.name = "list", .before = folderOfFiles(20), .after = folderOfFiles(20), .run = list},
+            {.name = "list",
+             .before = folderOfFiles(20),
+             .after = folderOfFiles(20),
+             .run = list,
+             .byName = 21},
             {.name = "empty", .before = tree, .after = {{"/folder", isFolder}}, .run = empty},
             logging("log", "a line\nanother line\n", false),
             logging("logOver", "another line\n", true),
-            {.name = "lock", .before = text, .after = text, .run = lockAndUnlock}};
+            {.name = "lock", .before = text, .after = text, .run = lockAndUnlock, .byName = 4},
+            {.name = "poll", .before = held, .after = held, .run = poll, .byName = 1}};
 }
 
 } // namespace

@@ -70,6 +70,8 @@ struct Operation {
     bool isRepeatable = true;
     /// The new content is on the disk when it has succeeded.
     bool isFlushed = false;
+    /// The most requests by name without a fault; 0 is no limit.
+    int byName = 0;
 };
 
 void PrintTo(Operation const & operation, std::ostream * out);

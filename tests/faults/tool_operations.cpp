@@ -47,6 +47,17 @@ Operation payloadWriter(char const * name, char const * form, std::vector<std::s
             .isFlushed = true};
 }
 
+Operation refreshing()
+{
+    Files const files = {{"/job", savedAs("Buffer")}};
+    return {.name = "refreshInMemory",
+            .before = files,
+            .after = files,
+            .run = tool({"refresh", "@job"}),
+            .texts = {fileIsMissing},
+            .byName = 5};
+}
+
 Operation packing(char const * name, char const * format)
 {
     return {.name = name,
@@ -122,6 +133,7 @@ std::vector<Operation> toolOperations()
     restart.before["/target"] = previousContent() + previousContent();
     return {
         payloadWriter("refresh", "Buffer", {"refresh", "@job", "--out", "@target"}),
+        refreshing(),
         payloadWriter("refreshCompressed", "CompressN", {"refresh", "@job", "--out", "@target"}),
         payloadWriter("unpack", "CompressedBuffer", {"unpack", "@job", "--out", "@target"}),
         packing("packPlain", "db"),
@@ -137,7 +149,8 @@ std::vector<Operation> toolOperations()
         {.name = "lock",
          .before = {{"/target", "text"}},
          .after = {{"/target", "text"}},
-         .run = tool({"lock", "@target", "--timeout", "0", "--", "/bin/true"})}};
+         .run = tool({"lock", "@target", "--timeout", "0", "--", "/bin/true"}),
+         .byName = 4}};
 }
 
 } // namespace ox::tests
