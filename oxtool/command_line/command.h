@@ -16,12 +16,19 @@ namespace ox::tool
 /// form that the option's `valueName` shows.
 using ParseValue = std::function<bool(QString const & text)>;
 
+/// Variable that receives a duration in milliseconds. The value of the option may have a unit
+/// ("5s"). A bare number is in milliseconds.
+struct Milliseconds {
+    int * value;
+};
+
 /// Variable that receives the values of an option. Its type determines the number of values: none
-/// for a `bool`, one for a number or a text, the number of elements of a span, and any number for a
-/// list or a parser, whose option is repeated for each value. A QString receives a text or a file
-/// name, a std::string the unchanged bytes.
-using Target = std::variant<bool *, int *, double *, QString *, std::vector<QString> *,
-                            std::string *, std::vector<std::string> *, std::span<int>, ParseValue>;
+/// for a `bool`, one for a number, a duration or a text, the number of elements of a span, and any
+/// number for a list or a parser, whose option is repeated for each value. A QString receives a
+/// text or a file name, a std::string the unchanged bytes.
+using Target =
+    std::variant<bool *, int *, double *, Milliseconds, QString *, std::vector<QString> *,
+                 std::string *, std::vector<std::string> *, std::span<int>, ParseValue>;
 
 struct Range {
     double least;
@@ -41,15 +48,16 @@ struct Option {
     Target target = {};         ///< holds the default before the command line is read
     bool showsDefault = false;
     bool isRequired = false;
-    bool isHidden = false;                 ///< whether the help leaves the option out
-    std::optional<Range> range = {};       ///< of a number
-    std::vector<std::string> choices = {}; ///< the values of a text; empty for any
-    std::string needs = {};                ///< name of an option that is also required
-    std::string excludes = {};             ///< name of an option that must be absent
+    bool isHidden = false;                     ///< whether the help leaves the option out
+    std::optional<Range> range = {};           ///< of a number, or of a duration in ms
+    std::vector<std::string> choices = {};     ///< the values of a text; empty for any
+    std::vector<std::string> suggestions = {}; ///< values that a shell completes; others are valid
+    std::string needs = {};                    ///< name of an option that is also required
+    std::string excludes = {};                 ///< name of an option that must be absent
 };
 
 /// Heading of a command in the overview.
-enum class Group { BufferFiles, Locks, Files, Machine, Diagnosis };
+enum class Group { BufferFiles, Locks, Files, Machine, Diagnosis, Help };
 
 /// A command as data, from which the parser, the help and the overview are built.
 struct Command {
@@ -61,6 +69,7 @@ struct Command {
     std::vector<std::string> examples = {}; ///< whole command lines
     std::vector<Command> subcommands = {};  ///< if not empty, one of them is required
     std::function<int()> run = {};          ///< returns the exit status; throws Failure
+    bool isHidden = false;                  ///< whether overview, pages and completions omit it
 };
 
 } // namespace ox::tool

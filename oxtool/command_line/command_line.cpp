@@ -1,5 +1,8 @@
 #include "oxtool/command_line/command_line.h"
 
+#include "oxtool/command_line/command_text.h"
+#include "oxtool/command_line/nearest.h"
+#include "oxtool/support/duration.h"
 #include "oxtool/support/failure.h"
 #include "oxtool/support/names.h"
 #include "oxtool/support/report.h"
@@ -9,7 +12,9 @@
 #include <algorithm>
 #include <limits>
 #include <map>
+#include <memory>
 #include <sstream>
+#include <utility>
 
 namespace ox::tool
 {
@@ -22,23 +27,6 @@ Range atLeast(int least)
 namespace
 {
 
-char const * titleOf(Group group)
-{
-    switch (group) {
-    case Group::BufferFiles:
-        return "Buffer files";
-    case Group::Locks:
-        return "Locks";
-    case Group::Files:
-        return "Files and folders";
-    case Group::Machine:
-        return "Machine";
-    case Group::Diagnosis:
-        return "Diagnosis";
-    }
-    return "";
-}
-
 template <typename... Functions>
 struct Overloaded : Functions... {
     using Functions::operator()...;
@@ -47,44 +35,9 @@ struct Overloaded : Functions... {
 template <typename... Functions>
 Overloaded(Functions...) -> Overloaded<Functions...>;
 
-bool isPositional(Option const & option)
-{
-    return !option.name.starts_with("--");
-}
-
-std::string namesOf(Option const & option)
-{
-    if (option.letter == 0)
-        return option.name;
-    return std::string("-") + option.letter + "," + option.name;
-}
-
-std::string defaultOf(Option const & option)
-{
-    return std::visit(Overloaded{[](int * number) { return std::to_string(*number); },
-                                 [](double * number) {
-                                     std::ostringstream text;
-                                     text << *number;
-                                     return text.str();
-                                 },
-                                 [](std::string * text) { return *text; },
-                                 [](QString * text) { return text->toStdString(); },
-                                 [](auto const &) { return std::string(); }},
-                      option.target);
-}
-
-/// Returns the help of an option: "Maximum wait for the lock (ms, default 10000)".
-std::string helpOf(Option const & option)
-{
-    std::string remark = option.unit;
-    if (option.showsDefault)
-        remark += (remark.empty() ? "default " : ", default ") + defaultOf(option);
-    return remark.empty() ? option.help : option.help + " (" + remark + ")";
-}
-
 std::string footerOf(Command const & command)
 {
-    std::string text = command.details;
+    std::string text = detailsOf(command);
     if (command.examples.empty())
         return text;
     text += text.empty() ? "Examples:" : "\n\nExamples:";
@@ -103,6 +56,49 @@ std::string checkRange(Range const & range, std::string & text)
            std::to_string(static_cast<long long>(range.most));
 }
 
+/// Parses a duration. Returns the message about a text that is none, or that is outside of the
+/// range; empty on success.
+std::string parseMilliseconds(Option const & option, std::string const & text, int & value)
+{
+    auto const duration = parseDuration(fromArgument(text), std::chrono::milliseconds(1));
+    double const ms = duration ? static_cast<double>(duration->count()) : -1;
+    if (!duration)
+        return "'" + text + "' is not a duration such as 250ms, 5s, 10min or 2h";
+    Range const range = option.range.value_or(atLeast(0));
+    if (ms < range.least || ms > range.most)
+        return "'" + text + "' is not a duration from " +
+               durationText(static_cast<int>(range.least)) + " to " +
+               durationText(static_cast<int>(range.most));
+    value = static_cast<int>(ms);
+    return {};
+}
+
+/// Returns "Exit status: 0 done, 1 failed, …".
+std::string exitStatusLine()
+{
+    std::string line;
+    int number = 0;
+    for (char const * const text : exitStatusTexts) {
+        line += (number == 0 ? "Exit status: " : ", ") + std::to_string(number) + ' ' + text;
+        ++number;
+    }
+    return line + '\n';
+}
+
+/// Returns whether a message about wrong use is also written as JSON.
+bool wantsJson(std::vector<std::string> const & arguments)
+{
+    auto const end = std::ranges::find(arguments, "--");
+    return std::find(arguments.begin(), end, "--json") != end;
+}
+
+/// Returns "; did you mean 'NAME'?" with the nearest name; empty if no name is near.
+std::string suggestion(std::string const & given, std::vector<std::string> const & names)
+{
+    std::string const nearest = nearestName(given, names);
+    return nearest.empty() ? std::string() : "; did you mean '" + nearest + "'?";
+}
+
 /// Returns the message about a value that is not one of the choices; empty for one that is.
 std::string checkChoice(std::vector<std::string> const & choices, std::string const & text)
 {
@@ -117,26 +113,32 @@ std::string checkChoice(std::vector<std::string> const & choices, std::string co
 class Parser
 {
   public:
-    explicit Parser(Program const & program) : app_(program.summary, program.name)
+    explicit Parser(Program program)
+        : program_(std::move(program)), app_(program_.summary, program_.name)
     {
+        program_.commands.push_back(helpCommand());
+        program_.commands.push_back(versionCommand());
         app_.require_subcommand(1);
         // An argument such as //farm/share is a path, also on Windows.
         app_.allow_windows_style_options(false);
         app_.get_formatter()->label("SUBCOMMAND", "COMMAND");
         app_.set_help_flag("-h,--help", "Print this help");
         app_.set_help_all_flag("--help-all", "Print the help of all commands");
-        app_.set_version_flag("--version", program.version, "Print the version");
-        app_.footer("'" + program.name +
-                    " COMMAND --help' prints the arguments and an example of a command.\n\n" +
-                    "Exit status: 0 done, 1 failed, 2 wrong use, 3 damaged, 4 locked, 5 missing\n");
-        for (Command const & command : program.commands)
-            add(app_, command).group(titleOf(command.group));
+        app_.set_version_flag("-V,--version", program_.version, "Print the version");
+        app_.footer("'" + program_.name +
+                    " help COMMAND' prints the arguments and an example of a command.\n\n" +
+                    exitStatusLine());
+        for (Command const & command : program_.commands)
+            add(app_, command).group(command.isHidden ? "" : titleOf(command.group));
     }
+    Parser(Parser const &) = delete;
+    Parser & operator=(Parser const &) = delete;
 
     /// Returns the selected command. Returns null for help and for wrong arguments, and sets the
     /// exit status.
     Command const * parse(std::vector<std::string> arguments, int & status)
     {
+        isJson_ = wantsJson(arguments);
         std::reverse(arguments.begin(), arguments.end());
         try {
             app_.parse(arguments);
@@ -148,6 +150,56 @@ class Parser
     }
 
   private:
+    Command helpCommand()
+    {
+        auto const path = std::make_shared<std::vector<std::string>>();
+        std::vector<std::string> names;
+        for (Command const & command : program_.commands)
+            names.push_back(command.name);
+        return {.name = "help",
+                .group = Group::Help,
+                .summary = "Print the help of a command, or the overview",
+                .options = {{.name = "COMMAND",
+                             .help = "Command, with its subcommand if it has one",
+                             .target = path.get(),
+                             .suggestions = names}},
+                .examples = {program_.name + " help lock"},
+                .run = [this, path] { return printHelp(*path); }};
+    }
+
+    Command versionCommand() const
+    {
+        return {.name = "version",
+                .group = Group::Help,
+                .summary = "Print the version",
+                .examples = {program_.name + " version"},
+                .run = [this] {
+                    writeLine(QString::fromStdString(program_.version));
+                    return int{Done};
+                }};
+    }
+
+    int printHelp(std::vector<std::string> const & path)
+    {
+        CLI::App * app = &app_;
+        std::string parents;
+        for (std::string const & name : path) {
+            auto const found = app->get_subcommands(
+                [&name](CLI::App const * each) { return each->get_name() == name; });
+            parents += (parents.empty() ? "" : " ") + app->get_name();
+            if (found.empty())
+                return reportWrongUse(unknownCommand(*app, name), parents + " --help");
+            app = found.front();
+        }
+        print(app->help(parents));
+        return Done;
+    }
+
+    static void print(std::string const & bytes)
+    {
+        writeOutput(bytes.data(), static_cast<qint64>(bytes.size()));
+    }
+
     CLI::App & add(CLI::App & parent, Command const & command)
     {
         CLI::App & app = *parent.add_subcommand(command.name, command.summary);
@@ -178,7 +230,7 @@ class Parser
             added.type_name(option.valueName);
         if (option.isHidden)
             added.group("");
-        if (option.range)
+        if (option.range && !isDuration(option))
             added.check(
                 [range = *option.range](std::string text) { return checkRange(range, text); });
         if (!option.choices.empty())
@@ -212,6 +264,15 @@ class Parser
                         });
                     return isPositional(option) ? added : once(added);
                 },
+                [&](Milliseconds duration) {
+                    return app.add_option_function<std::string>(
+                        names, [&option, duration](std::string const & text) {
+                            std::string const message =
+                                parseMilliseconds(option, text, *duration.value);
+                            if (!message.empty())
+                                throw CLI::ValidationError(option.name, message);
+                        });
+                },
                 [&](std::span<int> numbers) {
                     return app
                         .add_option_function<std::vector<int>>(
@@ -236,12 +297,54 @@ class Parser
             option.target);
     }
 
+    /// Returns the message about a command that the program or its command `app` does not have.
+    std::string unknownCommand(CLI::App const & app, std::string const & name) const
+    {
+        std::string const parent = &app == &app_ ? std::string() : app.get_name() + ' ';
+        std::vector<std::string> names;
+        for (CLI::App const * const each : app.get_subcommands(isVisible))
+            names.push_back(parent + each->get_name());
+        return "unknown command '" + parent + name + "'" + suggestion(parent + name, names);
+    }
+
+    static bool isVisible(CLI::App const * app) { return !app->get_group().empty(); }
+
+    /// Returns the message about an option that a command does not have.
+    static std::string unknownOption(CLI::App const & app, std::string const & option)
+    {
+        std::vector<std::string> names;
+        for (CLI::Option const * const each : app.get_options()) {
+            for (std::string const & name : each->get_lnames())
+                names.push_back("--" + name);
+        }
+        return "unknown option '" + option + "'" +
+               suggestion(option.substr(0, option.find('=')), names);
+    }
+
+    static bool isOption(std::string const & argument)
+    {
+        return argument.size() > 1 && argument.starts_with('-') && argument != "--";
+    }
+
+    /// Returns whether the first unknown argument is in the place of a command.
+    bool isUnknownCommand(CLI::App const & app) const
+    {
+        std::vector<std::string> const unknown = app_.remaining(true);
+        return !unknown.empty() && !isOption(unknown.front()) &&
+               !app.get_subcommands(isVisible).empty();
+    }
+
     std::string messageOf(CLI::ParseError const & error) const
     {
-        // CLI11 reports an unknown command as a missing one.
-        std::vector<std::string> const unknown = app_.remaining();
-        if (!unknown.empty() && app_.get_subcommands().empty())
-            return "unknown command '" + unknown.front() + "'";
+        CLI::App const & app = selectedApp();
+        // CLI11 reports an unknown command as a missing one, and a missing argument before an
+        // unknown option.
+        std::vector<std::string> const unknown = app_.remaining(true);
+        if (isUnknownCommand(app))
+            return unknownCommand(app, unknown.front());
+        auto const option = std::ranges::find_if(unknown, isOption);
+        if (option != unknown.end())
+            return unknownOption(app, *option);
         std::string const text = error.what();
         if (text == "A subcommand is required")
             return "missing command";
@@ -260,8 +363,17 @@ class Parser
         return text;
     }
 
+    /// Returns the command of the command line, or the program if none is known.
+    CLI::App const & selectedApp() const
+    {
+        CLI::App const * app = &app_;
+        while (!app->get_subcommands().empty())
+            app = app->get_subcommands().front();
+        return *app;
+    }
+
     /// Returns the command line that prints the help of the given command.
-    std::string helpCommand() const
+    std::string helpLine() const
     {
         std::string line = app_.get_name();
         for (auto given = app_.get_subcommands(); !given.empty();
@@ -270,21 +382,27 @@ class Parser
         return line + " --help";
     }
 
+    int reportWrongUse(std::string const & message, std::string const & helpLine) const
+    {
+        writeError(fromArgument(message));
+        writeError(fromArgument("run '" + helpLine + "' for the arguments"));
+        Report(isJson_).finish(fromArgument(message));
+        return WrongUse;
+    }
+
     /// Writes the help, or the message about wrong arguments. Returns the exit status.
     int handle(CLI::ParseError const & error)
     {
-        if (error.get_exit_code() != 0) {
-            writeError(fromArgument(messageOf(error)));
-            writeError(fromArgument("run '" + helpCommand() + "' for the arguments"));
-            return WrongUse;
-        }
+        if (error.get_exit_code() != 0 || isUnknownCommand(selectedApp()))
+            return reportWrongUse(messageOf(error), helpLine());
         std::ostringstream text;
         app_.exit(error, text, text);
-        std::string const bytes = text.str();
-        writeOutput(bytes.data(), static_cast<qint64>(bytes.size()));
+        print(text.str());
         return Done;
     }
 
+    Program program_;
+    bool isJson_ = false;
     CLI::App app_;
     Command const * selected_ = nullptr;
 };
@@ -294,7 +412,8 @@ class Parser
 int runCommandLine(Program const & program, std::vector<std::string> arguments)
 {
     int status = Done;
-    Command const * const command = Parser(program).parse(std::move(arguments), status);
+    Parser parser(program);
+    Command const * const command = parser.parse(std::move(arguments), status);
     return command ? command->run() : status;
 }
 

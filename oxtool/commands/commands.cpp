@@ -30,6 +30,7 @@ Option formatOption(std::string & format)
     for (auto const & [name, value] : formatNames())
         names.push_back(name);
     return {.name = "--format",
+            .letter = 'f',
             .valueName = "FORMAT",
             .help = "Format of the buffer file: db, zp, ns or gz",
             .target = &format,
@@ -39,10 +40,10 @@ Option formatOption(std::string & format)
 Option timeoutOption(int & timeoutMs)
 {
     return {.name = "--timeout",
-            .valueName = "MS",
+            .letter = 't',
+            .valueName = "TIME",
             .help = "Maximum wait for the lock",
-            .unit = "ms",
-            .target = &timeoutMs,
+            .target = Milliseconds{&timeoutMs},
             .showsDefault = true,
             .range = atLeast(0)};
 }
@@ -50,10 +51,10 @@ Option timeoutOption(int & timeoutMs)
 Option pauseOption(int & pauseMs)
 {
     return {.name = "--pause",
-            .valueName = "MS",
+            .letter = 'p',
+            .valueName = "TIME",
             .help = "Copy 1 MiB at a time and pause after each, to limit the load on the share",
-            .unit = "ms",
-            .target = &pauseMs,
+            .target = Milliseconds{&pauseMs},
             .range = atLeast(0)};
 }
 

@@ -172,7 +172,7 @@ Command copyCommand()
                          .help = "Skip the copy if the target exists",
                          .target = &options->keep},
                         jsonOption(options->json)},
-            .examples = {"oxtool cp --pause 50 scene.0001.exr /mnt/share/out"},
+            .examples = {"oxtool cp --pause 50ms scene.0001.exr /mnt/share/out"},
             .run = reporting(options, copy)};
 }
 

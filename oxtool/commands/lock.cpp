@@ -244,7 +244,7 @@ Command lockCommand()
                          .target = &options->breaks,
                          .excludes = "COMMAND"},
                         jsonOption(options->json)},
-            .examples = {"oxtool lock /mnt/share/farm.ini --timeout 5000 -- sed -i s/old/new/ "
+            .examples = {"oxtool lock /mnt/share/farm.ini --timeout 5s -- sed -i s/old/new/ "
                          "/mnt/share/farm.ini",
                          "oxtool lock --status /mnt/share/farm.ini",
                          "oxtool lock --break /mnt/share/farm.ini"},

@@ -281,7 +281,7 @@ Command syncCommand()
                      .help = "List up-to-date files as well",
                      .target = &options->verbose},
                     jsonOption(options->json)},
-        .examples = {"oxtool sync /mnt/share/bin /opt/farm/bin --pause 50 --retry-exe"},
+        .examples = {"oxtool sync /mnt/share/bin /opt/farm/bin --pause 50ms --retry-exe"},
         .run = reporting(
             options, [](Options const & given, Report & report) { Sync(given, report).run(); })};
 }

@@ -183,10 +183,10 @@ Command topCommand()
             "On a terminal the table is redrawn in place; q or Ctrl-C ends the command. In a pipe\n"
             "the reports follow each other.",
         .options = {{.name = "--interval",
-                     .valueName = "MS",
+                     .letter = 'i',
+                     .valueName = "TIME",
                      .help = "Time between two reports",
-                     .unit = "ms",
-                     .target = &options->intervalMs,
+                     .target = Milliseconds{&options->intervalMs},
                      .showsDefault = true,
                      .range = Range{50, 24 * 3600 * 1000}},
                     {.name = "--min",

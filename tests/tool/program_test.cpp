@@ -19,7 +19,7 @@ TEST(Program, ReportsWrongArgumentsWithStatusTwo)
         ToolRun run(line);
         EXPECT_EQ(run.status(), 2) << line;
         EXPECT_FALSE(run.errors().isEmpty()) << line;
-        EXPECT_TRUE(run.output().isEmpty()) << line;
+        EXPECT_EQ(run.output().isEmpty(), !text(line).contains(u"--json"_q)) << line;
     }
 }
 
@@ -31,6 +31,33 @@ TEST(Program, PrintsAnExampleInTheHelpOfEachCommand)
         ToolRun run("%1 --help", {text(command)});
         EXPECT_EQ(run.status(), 0);
         EXPECT_TRUE(run.output().contains(u"  oxtool "_q + QLatin1String(command)));
+        ToolRun same("help %1", {text(command)});
+        EXPECT_EQ(same.status(), 0);
+        EXPECT_EQ(same.output(), run.output());
+    }
+    EXPECT_EQ(ToolRun("-V").output(), ToolRun("version").output());
+}
+
+TEST(Program, NamesWhatIsWrongAndTheNearest)
+{
+    for (auto const & [line, message] :
+         {std::pair("refersh a", "unknown command 'refersh'; did you mean 'refresh'?"),
+          std::pair("pakc --help", "unknown command 'pakc'; did you mean 'pack'?"),
+          std::pair("shm shwo --bytes 1", "unknown command 'shm shwo'; did you mean 'shm show'?"),
+          std::pair("help lokc", "unknown command 'lokc'; did you mean 'lock'?"),
+          std::pair("nonsense", "unknown command 'nonsense'"),
+          std::pair("ls --sotr", "unknown option '--sotr'; did you mean '--sort'?"),
+          std::pair("lock a --timeot=5", "unknown option '--timeot=5'; did you mean '--timeout'?"),
+          std::pair("crc a --very-strange", "unknown option '--very-strange'"),
+          std::pair("lock a -t 5x -- true",
+                    "--timeout: '5x' is not a duration such as 250ms, 5s, 10min or 2h"),
+          std::pair("top -i 0.01s", "--interval: '0.01s' is not a duration from 50ms to 1d")}) {
+        expectError(line, {}, 2, u"oxtool: %1\n"_q.arg(text(message)));
+        QStringList arguments = words(line);
+        arguments.insert(1, u"--json"_q);
+        ToolRun forScripts(arguments);
+        EXPECT_EQ(forScripts.status(), 2);
+        EXPECT_FALSE(forScripts.json().value(u"ok"_q).toBool(true)) << line;
     }
 }
 
