@@ -1,6 +1,7 @@
 #include "oxtool/command_line/command_line.h"
 
 #include "oxtool/command_line/command_text.h"
+#include "oxtool/command_line/generated_files.h"
 #include "oxtool/command_line/nearest.h"
 #include "oxtool/support/duration.h"
 #include "oxtool/support/failure.h"
@@ -118,6 +119,10 @@ class Parser
     {
         program_.commands.push_back(helpCommand());
         program_.commands.push_back(versionCommand());
+        program_.commands.push_back(generateCommand());
+        std::ranges::stable_sort(program_.commands, {}, [](Command const & command) {
+            return std::ranges::find(groups, command.group) - std::begin(groups);
+        });
         app_.require_subcommand(1);
         // An argument such as //farm/share is a path, also on Windows.
         app_.allow_windows_style_options(false);
@@ -179,6 +184,24 @@ class Parser
                 }};
     }
 
+    /// The build runs this command.
+    Command generateCommand() const
+    {
+        auto const folder = std::make_shared<QString>();
+        return {.name = "generate",
+                .summary = "Write the manual pages and the completions for shells to a folder",
+                .options = {{.name = "FOLDER",
+                             .help = "Folder to write to",
+                             .target = folder.get(),
+                             .isRequired = true}},
+                .run =
+                    [this, folder] {
+                        writeGeneratedFiles(program_, *folder);
+                        return int{Done};
+                    },
+                .isHidden = true};
+    }
+
     int printHelp(std::vector<std::string> const & path)
     {
         CLI::App * app = &app_;
@@ -191,7 +214,9 @@ class Parser
                 return reportWrongUse(unknownCommand(*app, name), parents + " --help");
             app = found.front();
         }
-        print(app->help(parents));
+        // CLI::App::help prints the help of the selected command, which is "help".
+        std::string const name = (parents.empty() ? "" : parents + ' ') + app->get_name();
+        print(app->get_formatter()->make_help(app, name, CLI::AppFormatMode::Normal));
         return Done;
     }
 

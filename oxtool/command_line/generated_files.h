@@ -1,0 +1,14 @@
+#pragma once
+
+#include "oxtool/command_line/command_line.h"
+
+#include <QString>
+
+namespace ox::tool
+{
+
+/// Writes the manual pages and the synopses of all commands to a folder, in the subfolders of an installation's "share".
+/// Fails: throws Failure with the system's reason.
+void writeGeneratedFiles(Program const & program, QString const & folder);
+
+} // namespace ox::tool
