@@ -1,6 +1,7 @@
 #include "oxtool/command_line/generated_files.h"
 
 #include "oxtool/command_line/command_text.h"
+#include "oxtool/command_line/completions.h"
 #include "oxtool/command_line/man_pages.h"
 #include "oxtool/support/failure.h"
 
@@ -43,6 +44,9 @@ void writeGeneratedFiles(Program const & program, QString const & folder)
     };
     for (auto const & [page, content] : manPages(program))
         write(QStringLiteral("man/man1/") + QString::fromStdString(page), content);
+    write(QStringLiteral("bash-completion/completions/") + name, bashCompletion(program));
+    write(QStringLiteral("zsh/site-functions/_") + name, zshCompletion(program));
+    write(QStringLiteral("fish/vendor_completions.d/%1.fish").arg(name), fishCompletion(program));
     write(QStringLiteral("doc/%1/synopses.txt").arg(name), synopses(program));
 }
 

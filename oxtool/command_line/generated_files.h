@@ -7,7 +7,8 @@
 namespace ox::tool
 {
 
-/// Writes the manual pages and the synopses of all commands to a folder, in the subfolders of an installation's "share".
+/// Writes the manual pages, the completions for bash, zsh and fish, and the synopses of all
+/// commands to a folder, in the subfolders of an installation's "share".
 /// Fails: throws Failure with the system's reason.
 void writeGeneratedFiles(Program const & program, QString const & folder);
 
