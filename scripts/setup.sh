@@ -8,6 +8,7 @@ packages_of() {
   case $1 in
     build) echo g++ cmake ninja-build ccache pkg-config qt6-base-dev zlib1g-dev libcli11-dev ;;
     test) echo libgtest-dev gzip python3 util-linux libfuse3-dev fuse3 gdb libfmt-dev ;;
+    test) echo libgtest-dev gzip python3 util-linux libfuse3-dev fuse3 zsh fish mandoc groff-base ;;
     bench) echo libbenchmark-dev libdeflate-dev libisal-dev libboost-dev libproc2-dev rsync ;;
     format) echo clang-format ;;
     fuzz) echo clang libclang-rt-dev llvm ;;
