@@ -7,8 +7,8 @@
 #include "shared/fs/path.h"
 #include "tests/fuzz/fuzz_input.h"
 
-// The tool's command lines, and its mapping of stored paths. The commands are the tool's own; none
-// of them runs.
+// Fuzzes the parser of the tool's command lines and the mapping of stored paths. The parser gets
+// the tool's own commands with replaced functions, so that no command runs.
 
 namespace
 {
@@ -18,7 +18,8 @@ using namespace ox::tool;
 
 int runs = 0;
 
-/// The command without its effect. The options stay as long as its function.
+/// Returns the command with a function that only counts its calls. The new function keeps a copy of
+/// the previous function, which owns the variables of the options.
 Command inert(Command command)
 {
     if (command.run)
@@ -34,7 +35,7 @@ Command inert(Command command)
 void parse(Input & in)
 {
     std::vector<Command> const all = allCommands();
-    // A parser of all commands takes long to make.
+    // Building a parser with all commands is slow, so most inputs build one with a single command.
     std::size_t const which = in.number() % (all.size() + 1);
     Program program{"oxtool", "Summary", "1", {}};
     for (std::size_t i = 0; i < all.size(); ++i) {
@@ -53,7 +54,7 @@ void parse(Input & in)
     OX_HOLDS(status == Done ? runs <= 1 : status == WrongUse && runs == 0);
 }
 
-/// Slashes only, and none at the end.
+/// Replaces the backslashes of a path by slashes. Removes the slashes at the end of a root.
 QString plain(QString path, bool isRoot)
 {
     path.replace(u'\\', u'/');

@@ -4,8 +4,8 @@
 
 #include <vector>
 
-// Buffer files of all formats, damaged and whole, and all operations on buffers whose header lies.
-// The expected codes are those of docs/file_formats.md.
+// Fuzzes data buffers: loads intact and damaged files of all formats, and calls all operations on
+// buffers whose size members are wrong. docs/file_formats.md defines the expected error codes.
 
 namespace
 {
@@ -16,7 +16,7 @@ constexpr std::size_t headerSize = 32;
 constexpr std::size_t dataStart = 4 + headerSize;
 constexpr std::int64_t limit = std::int64_t{_OX_DataBuffer::memoryLimitMB} << 20;
 
-/// A legal size that is slow to allocate becomes an illegal one.
+/// Replaces a valid size above 1 MiB by an invalid one, since large allocations are slow.
 int cheap(int size)
 {
     return size > 1 << 20 && size <= limit ? size | 0x40000000 : size;
@@ -87,7 +87,8 @@ void setWord(std::string & header, std::size_t index, std::size_t value)
 
 enum Frame { Raw, Plain, CompressedBuffer, CompressAndSave, BareGzip, FrameCount };
 
-/// The bytes of a file. The fuzzer would never find a checksum that fits.
+/// Returns a file with the payload in one of the formats, with a correct checksum. The fuzzer would
+/// hardly ever find a matching checksum.
 std::string framed(Frame frame, std::string header, std::string const & payload)
 {
     std::string const stream = frame == CompressAndSave ? deflated(payload, ZlibStream) : payload;
@@ -111,7 +112,7 @@ std::string framed(Frame frame, std::string header, std::string const & payload)
     }
 }
 
-/// Loads the file as a plain one in all ways. The operations go on with `buffer`.
+/// Loads the file with all functions for plain buffer files. The next operations use `buffer`.
 void loadPlain(QString const & file, std::string_view content, _OX_DataBuffer & buffer)
 {
     bool const hasData = content.size() > dataStart;
@@ -138,7 +139,8 @@ void loadPlain(QString const & file, std::string_view content, _OX_DataBuffer & 
     OX_HOLDS(code != 0 || content.substr(4).starts_with(blocks));
 }
 
-/// Loads the file as one in gzip. What it holds as a bare gzip file decides about the others.
+/// Loads the file with all functions for compressed files. The content that loadGzipFile() returns
+/// determines the expected results of the other functions.
 void loadGzip(QString const & file, int length, _OX_DataBuffer & buffer)
 {
     _OX_DataBuffer bare;
@@ -212,7 +214,7 @@ void compress(_OX_DataBuffer & to, _OX_DataBuffer & from, int offset)
                  validBytes(result) == bytes);
 }
 
-/// Reads a compressed stream piece by piece to its end or its damage.
+/// Decompresses a stream in pieces until its end or the first error.
 std::string unzipped(_OX_DataBuffer & buffer, int pieceLength)
 {
     z_stream zs{};

@@ -5,8 +5,8 @@
 #include "shared/text/utf16_view.h"
 #include "tests/fuzz/fuzz_input.h"
 
-// Transport encodings, XML escapes, short names and addresses: what was encoded round-trips,
-// wherever it stands in markup. The decoder of UTF-8 runs is compared with a simple one.
+// Fuzzes transport encodings, XML escapes, short names and addresses: an encoded text is decoded to
+// the same text, also between other text. Compares the decoder of UTF-8 runs with a simple decoder.
 
 namespace
 {
@@ -18,7 +18,7 @@ struct Coder {
     QString (*decode)(QString);
     QString marker;
     QString separators;
-    bool (*closes)(QChar); ///< whether a character in a word closes its run
+    bool (*closes)(QChar); ///< whether the character, inside a word, ends the encoded run
 };
 
 Coder const coders[] = {
@@ -51,7 +51,7 @@ QString bytesOf(QString const & word)
     return bytes;
 }
 
-/// Calls `visit` for each word, and returns the text with the results in the words' places.
+/// Returns the text with each word replaced by the result of `visit` for it.
 template <typename Visit>
 QString mapWords(QString const & text, QString const & separators, Visit const & visit)
 {
@@ -68,8 +68,8 @@ QString mapWords(QString const & text, QString const & separators, Visit const &
     return result + visit(word);
 }
 
-/// Whether each encoded word can be decoded: no character of it closes its run, and its bytes hold
-/// no marker.
+/// Returns whether every encoded word can be decoded: it contains no character that ends its run,
+/// and its bytes contain no marker.
 bool isReversible(Coder const & coder, QString const & text)
 {
     bool isReversible = true;
@@ -102,7 +102,8 @@ void checkRoundTrip(Coder const & coder, QString const & before, QString const &
     OX_HOLDS(coder.decode(coder.encode(text, true)) == doubled);
 }
 
-/// What oxFromOXUTF8 promises, one run after the other.
+/// A simple decoder with the documented result of oxFromOXUTF8(). It decodes one run after the
+/// other.
 QString decodedRuns(QString text)
 {
     Coder const & coder = coders[0];
@@ -152,7 +153,7 @@ void checkXml(QString const & text)
         if (isWide(c))
             c = u'?';
     }
-    // Numeric entities are decoded behind "&amp;", so that an escaped one is decoded as well.
+    // fromXmlString() decodes "&amp;" first, so it also decodes a numeric entity that was text.
     if (!text.contains(QLatin1String("&#")))
         OX_HOLDS(fromXmlString(escaped) == expected);
     OX_HOLDS(isLatin1(fromXmlString(text)) && fromXmlString(text).size() <= text.size());

@@ -3,9 +3,9 @@
 #include "shared/data/byte_search.h"
 #include "tests/fuzz/fuzz_input.h"
 
-// The searcher of files, compared with a simple one: searches, changes in pieces, and replacements.
-// Contents repeat a piece of the input, since the search changes its method where a text nearly
-// matches many times.
+// Fuzzes the file searcher and compares it with a simple implementation: searches, changes of the
+// content, and replacements. Many contents repeat a piece of the input, since the search switches
+// to another algorithm after many partial matches.
 
 namespace
 {
@@ -33,7 +33,8 @@ std::string repeated(Input & in)
     return text + in.text();
 }
 
-/// Replaces as documented: what touches the last byte is counted and stays.
+/// Replaces all matches by the documented rule: a match that includes the last byte is counted but
+/// not replaced.
 int replaceAll(std::string & text, std::string_view search, std::string_view replacement)
 {
     int count = 0;
@@ -77,7 +78,7 @@ void operate(Input & in, _oxFileSearcher & file, std::string & text)
         OX_HOLDS(file.indexOfIgnCase(pattern, at) == findIgnoringCase(text, bytes, at));
         break;
     }
-    case 1: { // the searches of one pattern learn from each other
+    case 1: { // a ByteSearch keeps its state between searches
         ox::data::ByteSearch<true> search(bytes);
         int from = 0;
         for (int i = 0; i < 10 && from >= 0; ++i) {

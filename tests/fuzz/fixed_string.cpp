@@ -5,8 +5,9 @@
 #include <climits>
 #include <compare>
 
-// Fixed strings of several types, compared with standard strings that are cut at the capacity. The
-// input is a sequence of operations; also lengths that no operation makes come in, as from a file.
+// Fuzzes fixed strings of several types with a sequence of operations. The model is a standard
+// string that is truncated to the capacity. Some lengths are set to values that no operation
+// stores, like those of a damaged file.
 
 namespace
 {
@@ -25,10 +26,10 @@ class Interpreter
     struct Pair {
         S text;
         Model model;
-        bool isForeign = false; ///< its length is not of an operation's making
+        bool isForeign = false; ///< no operation has set its length
     };
 
-    /// What an operation may need.
+    /// The arguments of an operation. Each operation uses a part of them.
     struct Arguments {
         int at, count;
         Unit c, by;
@@ -77,7 +78,7 @@ class Interpreter
     }
     static Model cut(Model text) { return text.substr(0, capacity); }
 
-    /// Bytes as Latin-1, or with their sign.
+    /// Converts bytes as Latin-1, or with sign extension.
     static Model ofBytes(std::string_view bytes, bool isSigned = false)
     {
         Model text;
@@ -87,7 +88,7 @@ class Interpreter
         return text;
     }
 
-    /// A string with its model, of the next bytes of the input.
+    /// Creates a string and its model from the next bytes of the input.
     Pair pair()
     {
         std::string_view const bytes = in_.bytes(in_.number() % 16u);
@@ -99,7 +100,7 @@ class Interpreter
         return result;
     }
 
-    /// The length word of a record that somebody else wrote.
+    /// Sets the length to any value, like that of a record from another program.
     void lie(Pair & a)
     {
         a.text.length = in_.number<std::uint16_t>();
@@ -140,7 +141,7 @@ class Interpreter
             return digits.size() < 14 ? cut(a.model + ofBytes(digits)) : a.model;
         if (digits.size() + 2 + a.model.size() > capacity)
             return a.model;
-        Model const all = a.model + ofBytes(digits); // the length is taken anew, up to the first 0
+        Model const all = a.model + ofBytes(digits); // the new length ends at the first 0
         return all.substr(0, all.find(ModelUnit{0}));
     }
 
@@ -268,7 +269,7 @@ class Interpreter
             OX_HOLDS(a.text.contains(with.c) == (a.model.find(c) != a.model.npos));
             break;
         case 20: {
-            // A shorter text comes before a longer one that begins with it.
+            // A text is less than a longer text that begins with it.
             std::basic_string<std::make_unsigned_t<Unit>> const x(upperA.begin(), upperA.end());
             std::basic_string<std::make_unsigned_t<Unit>> const y(upperB.begin(), upperB.end());
             OX_HOLDS(a.text.compare(b.text) == (x > y) - (x < y));

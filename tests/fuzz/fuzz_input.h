@@ -11,13 +11,13 @@
 #include <string>
 #include <string_view>
 
-// What the fuzz targets share. A target takes its input apart with Input and states with OX_HOLDS
-// what must be true. Missing bytes read as 0, so that every input is a valid one.
+// Common parts of the fuzz targets. A target decodes its input with Input and checks conditions
+// with OX_HOLDS. Input returns 0 for bytes behind its end, so every input is valid.
 
-/// The entry of every target.
+/// The entry point of every fuzz target.
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size);
 
-/// Ends the process, which the fuzzer reports with the input, unless the condition is true.
+/// Ends the process if the condition is false. The fuzzer then stores the input.
 #define OX_HOLDS(condition) ((condition) ? void() : ox::fuzz::fail(#condition, __FILE__, __LINE__))
 
 namespace ox::fuzz
@@ -48,26 +48,27 @@ class Input
         return number;
     }
     bool flag() { return (number() & 1) != 0; }
-    /// 0 to end - 1.
+    /// Returns a number from 0 to end - 1.
     int below(int end) { return number() % end; }
 
-    /// A number that is mostly near 0, where texts and blocks have their ends, and sometimes any.
+    /// Returns a number from -4 to 235, and sometimes any number. Texts and blocks have their ends
+    /// near 0.
     int position()
     {
         int const near = number();
         return near < 240 ? near - 4 : number<std::int32_t>();
     }
 
-    /// At most so many bytes.
+    /// Returns the next `count` bytes, or fewer at the end of the input.
     std::string_view bytes(std::size_t count)
     {
         std::string_view const taken = rest_.substr(0, count);
         rest_.remove_prefix(taken.size());
         return taken;
     }
-    /// Up to 255 bytes behind a byte with their number.
+    /// Reads a byte with a length, and returns that many of the following bytes.
     std::string text() { return std::string(bytes(number())); }
-    /// The bytes before the next line feed.
+    /// Returns the bytes before the next line feed.
     std::string_view line()
     {
         std::string_view const taken = bytes(std::min(rest_.find('\n'), rest_.size()));
@@ -80,10 +81,11 @@ class Input
     std::string_view rest_;
 };
 
-/// The interpreters run this many operations at most, so that an input's cost is bounded.
+/// Limit of operations for one input, which bounds the time that an input takes.
 inline constexpr int mostOperations = 200;
 
-/// UTF-16 from text that a person can read in a corpus: UTF-8, with lone surrogates in three bytes.
+/// Converts UTF-8, in which a lone surrogate has three bytes, to UTF-16. Corpus files contain
+/// UTF-8, since it is readable.
 QString utf16Of(std::string_view bytes);
 
 inline QString latin1(std::string_view bytes)
@@ -96,7 +98,8 @@ inline char upper(char c)
     return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
 }
 
-/// The first position from `from` on where two texts, given by their units, agree; -1 if none.
+/// Returns the first position at or after `from` where `needle` occurs, or -1. `same` compares two
+/// units.
 template <typename Text, typename Same>
 int naiveFind(Text const & text, Text const & needle, int from, Same same)
 {
@@ -108,10 +111,9 @@ int naiveFind(Text const & text, Text const & needle, int from, Same same)
     return -1;
 }
 
-/// Writes a file of this name in a folder that is removed at the end of the process, and returns
-/// its path.
+/// Writes a file of this name in a temporary folder of the process, and returns its path.
 QString writeFile(char const * name, std::string_view content);
-/// The path of such a file, and its bytes.
+/// Returns the path of a name in that folder.
 QString filePath(char const * name);
 std::string contentOf(QString const & path);
 

@@ -9,8 +9,8 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-// The texts of the kernel and of the system's configuration, and the bytes of lock files and shared
-// segments that another process has made.
+// Fuzzes the parsers of texts from the kernel and of configuration files, and the readers of lock
+// files and shared segments that another process has created.
 
 namespace
 {
@@ -72,7 +72,7 @@ void readLockFile(std::string_view text)
     OX_HOLDS(status.holder == _oxFileLockStatus::Nobody && status.who.size() <= 4096);
 }
 
-/// A segment of any size and bytes, which another process has open.
+/// Attaches to a segment of any size and content, which another user of the segment keeps open.
 void readSegment(std::string_view text)
 {
     std::string const key = "fuzz" + std::to_string(::getpid());

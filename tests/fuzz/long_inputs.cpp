@@ -7,16 +7,16 @@
 #include <random>
 #include <vector>
 
-// A target that is started with "--long-inputs SECONDS FOLDER…" measures how its time grows with
-// the input: it repeats inputs of the corpus, or pieces of them, up to two lengths, and compares
-// the processor times. A growth beyond the linear one is a finding.
+// Implements the option "--long-inputs SECONDS FOLDER…" of a fuzz target, which searches for inputs
+// that take more than linear time. It repeats an input of the corpus, or a piece of it, up to two
+// lengths and compares the processor times.
 
 namespace
 {
 
 constexpr std::size_t shortLength = 16 << 10;
 constexpr std::size_t longLength = 8 * shortLength;
-constexpr double mostGrowth = 24; // three times the linear one
+constexpr double mostGrowth = 24; // three times the linear growth
 constexpr double noise = 0.004;   // seconds
 
 double now()

@@ -7,8 +7,7 @@
 
 #include <numeric>
 
-// What machines tell of themselves, and other processes leave behind: tables of disks, performance
-// data, lock files.
+// Fuzzes the parsers of data from disks, of performance data, and of lock files of other processes.
 
 namespace
 {
@@ -54,7 +53,7 @@ void setWord(std::string & bytes, std::size_t offset, std::size_t value)
         std::memcpy(&bytes[offset], &word, sizeof word);
 }
 
-/// Whether a part lies within the bytes.
+/// Returns whether a part lies within the bytes.
 bool isIn(std::string const & bytes, PerformanceObject::Bytes part)
 {
     return part.empty() || (part.data() >= bytes.data() &&

@@ -10,8 +10,8 @@
 #include <cmath>
 #include <cstdarg>
 
-// Numbers, durations and times, compared with the standard library's numbers of 64 bits, texts of
-// printf and calendar. Local time is UTC here.
+// Fuzzes numbers, durations and times, and compares them with 64-bit arithmetic, printf and the
+// calendar of the standard library. The local time zone is UTC here.
 
 namespace
 {
@@ -29,7 +29,7 @@ QString printed(char const * format, ...)
     return QString::fromLatin1(text);
 }
 
-/// Groups of three digits from the right, as long as the rest is above 1000.
+/// Separates groups of three digits from the right. Does not separate a front part of up to 1000.
 std::string grouped(unsigned long long number, char separator)
 {
     std::string const digits = std::to_string(number);
@@ -99,7 +99,8 @@ Wide difference(Wide a, Wide b)
     return Wide(Bits(a) - Bits(b));
 }
 
-/// Days and fields by the calendar of the standard library, within its years.
+/// Compares the date and time fields with the calendar of the standard library. The time is within
+/// the years of that calendar.
 void checkCalendar(_oxTime const & time)
 {
     using namespace std::chrono;
@@ -140,7 +141,7 @@ void checkTime(Input & in)
           time.asStringOffset(add), time.asStringHourMinSec(), time.asStringFileName_TruncSec()})
         OX_HOLDS(!text.isEmpty() && text.size() < 60);
     constexpr Wide year = 31'556'952;
-    bool const hasFields = time.month() > 0; // systems differ in the years that they express
+    bool const hasFields = time.month() > 0; // the range of years depends on the system
     OX_HOLDS(hasFields || value < 0 || value > 1000 * year);
     if (hasFields && value > -1900 * year && value < 8000 * year)
         checkCalendar(time);

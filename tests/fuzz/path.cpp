@@ -3,8 +3,8 @@
 #include "shared/platform/file_names.h"
 #include "tests/fuzz/fuzz_input.h"
 
-// Paths as text: the forms for the types of text agree, the parts of a path make the path, and a
-// cleaned name is clean.
+// Fuzzes paths as text: overloads for different types of text have equal results, the parts of a
+// path join to the path, and a cleaned name contains no illegal character.
 
 namespace
 {
@@ -16,7 +16,8 @@ QChar separatorOf(QString const & path)
     return path.contains(u'\\') ? QChar(u'\\') : QChar(char16_t{ox::platform::ownSeparator});
 }
 
-/// The same parts out of a record, which must hold the path whole.
+/// Checks that the overloads for a record return the same parts, if the record can hold the whole
+/// path.
 template <typename S>
 void checkRecord(QString const & path, QString const & folder, QString const & name)
 {

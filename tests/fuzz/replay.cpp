@@ -6,8 +6,8 @@
 #include <random>
 #include <vector>
 
-// Feeds a target the files in the folders of the command line, and changed copies of them, the same
-// in every run. So every build tests the targets, whatever compiler and system it is for.
+// Runs a fuzz target with the files in the given folders and with modified copies of them, the same
+// in every run. This tests the targets in every build, with any compiler and on any system.
 
 namespace
 {
@@ -21,7 +21,7 @@ void feed(std::string const & bytes)
     LLVMFuzzerTestOneInput(reinterpret_cast<std::uint8_t const *>(bytes.data()), bytes.size());
 }
 
-/// Changes, removes or doubles some bytes.
+/// Changes, removes or duplicates some bytes.
 void change(std::string & bytes, std::minstd_rand & random)
 {
     std::size_t const at = random() % (bytes.size() + 1);

@@ -4,7 +4,8 @@
 
 #include <vector>
 
-// The string list, compared with a vector of entries, also in what lies behind the texts.
+// Fuzzes the string list and compares it with a vector of entries, including the bytes behind the
+// texts.
 
 namespace
 {
@@ -31,12 +32,13 @@ int find(Entries const & entries, Entry const & wanted, bool isCaseSensitive)
 
 Entry readEntry(Input & in)
 {
-    // Texts that differ behind many equal units take the sort's keys more than once.
+    // A sort key holds four units. Texts with a longer equal prefix make sort() compute further
+    // keys.
     QString const prefix(in.number() % 16, u'a');
     Entry entry(prefix + utf16Of(in.line()));
-    entry.value[400] = in.number(); // tells equal texts apart
+    entry.value[400] = in.number(); // distinguishes entries with equal texts
     if (in.below(32) == 0)
-        entry.length = in.number<std::uint16_t>(); // as from a file
+        entry.length = in.number<std::uint16_t>(); // like a length from a damaged file
     return entry;
 }
 
@@ -70,7 +72,7 @@ void operate(Input & in, _oxStringList & list, Entries & entries)
         if (!isUnique || find(entries, entry, flag) < 0)
             entries.push_back(entry);
         list.append(entry, isUnique, flag);
-        // The reserved word belongs to the place.
+        // The reserved word belongs to the position in the list and does not move with the text.
         const_cast<Entry &>(list[list.count() - 1]).reserved = std::uint16_t(list.count());
     }
 }
