@@ -28,7 +28,7 @@ constexpr int patienceMs = 30000;
 constexpr int wrong = 3; ///< exit status for Outcome::isWrong
 constexpr Fault noFault = {"none", FaultKind::None};
 
-/// Writes a report for the parent process and ends this one.
+/// Writes the report to a pipe and ends this process. The exit status tells the parent the result.
 [[noreturn]] void endWith(Report const & report, int pipe)
 {
     bool const isWritten = ::write(pipe, report.text.data(), report.text.size()) >= 0;
@@ -36,7 +36,7 @@ constexpr Fault noFault = {"none", FaultKind::None};
     ::_exit(report.hasSucceeded && isWritten ? 0 : status);
 }
 
-/// Reads all that a process writes. False when it does not end in time.
+/// Reads until the writing process closes the pipe. Returns false after a timeout.
 bool readToEnd(int pipe, std::string & text)
 {
     for (;;) {
@@ -56,19 +56,21 @@ bool isLock(std::string_view path)
     return path.ends_with("_lock.txt");
 }
 
-/// Whether a file is one that a process removes before it ends.
+/// Returns whether a path is that of a lock file or a temporary file. A process removes both before
+/// it ends.
 bool isPassing(std::string const & path)
 {
     return isLock(path) || path.find("/.oxshared-") != path.npos;
 }
 
-/// What takes the lock's place where it cannot be removed.
+/// Returns whether a path is that of a renamed lock file. A process renames its lock file if it
+/// cannot remove it.
 bool isReleasedLock(std::string_view path)
 {
     return path.ends_with("_lock.txt.none");
 }
 
-/// The three hours after which a lock is stale.
+/// Sets the times of all lock files to four hours ago. A lock file is stale after three hours.
 void ageLocks(fs::path const & folder)
 {
     for (fs::directory_entry const & entry : fs::recursive_directory_iterator(folder)) {
@@ -155,7 +157,7 @@ void Campaign::run(std::vector<Fault> const & faults)
     testing::Test::RecordProperty("runs", runs);
 }
 
-/// Runs the operation without a fault and keeps its requests.
+/// Runs the operation without a fault. Stores its requests and the resulting files.
 bool Campaign::learn()
 {
     makeFiles(mount_.backing(), operation_.before);
@@ -173,7 +175,8 @@ bool Campaign::learn()
     return !testing::Test::HasFailure();
 }
 
-/// False when the operation ends before it comes to the request, or the campaign cannot go on.
+/// Runs the operation with a fault at a request. Returns false if the operation made fewer requests
+/// or hung.
 bool Campaign::runWith(Fault const & fault, std::uint64_t request)
 {
     makeFiles(mount_.backing(), operation_.before);
@@ -224,7 +227,8 @@ Campaign::Outcome Campaign::runOnce()
     return outcome;
 }
 
-/// A failure names its cause, and what is no error makes nothing fail.
+/// Checks that a failed run reports the cause. A fault without an error code, such as a delay, must
+/// not make a run fail.
 void Campaign::testReport(Fault const & fault, Outcome const & outcome) const
 {
     std::string const & text = outcome.report.text;
@@ -245,7 +249,7 @@ void Campaign::testReport(Fault const & fault, Outcome const & outcome) const
         << "the text does not name the cause: " << text;
 }
 
-/// What is wrong about a file, empty for nothing.
+/// Returns what is wrong with a file, or an empty text.
 std::string Campaign::complaintAbout(std::string const & path, Files const & found, bool isNew,
                                      bool cleansUp) const
 {
@@ -267,7 +271,7 @@ std::string Campaign::complaintAbout(std::string const & path, Files const & fou
     return isPart || hasOtherSize ? "" : "is neither the previous nor the new one";
 }
 
-/// Whether the fault itself keeps the process from removing a file.
+/// Returns whether the fault made the removal of this file fail.
 bool Campaign::mayStay(std::string const & path) const
 {
     return struck_.path == path && struck_.operation == "UNLINK";
@@ -292,7 +296,7 @@ void Campaign::testFiles(Files const & found, Outcome const & outcome, bool clea
     }
 }
 
-/// The target's previous content is whole under its name or under that of the backup.
+/// Checks that the target's previous content is complete, in the target or in the backup.
 void Campaign::testBackup(Files const & found) const
 {
     std::string const & backup = operation_.backup;
@@ -303,7 +307,7 @@ void Campaign::testBackup(Files const & found) const
         << "the previous file is lost";
 }
 
-/// After a failure or the death of the process, the next run completes and cleans up.
+/// Checks that the run after a failure or a kill completes the operation and cleans up.
 void Campaign::testNextRun()
 {
     ageLocks(mount_.backing());

@@ -10,28 +10,31 @@
 namespace ox::tests
 {
 
-/// Every fault, or a few of them for what takes long to run, fewer with the address sanitizer.
-/// OX_FAULTS=all makes that every one.
+/// Returns all faults.
 std::vector<Fault> allFaults();
+/// Returns a few faults, for operations that take long to run, and even fewer with the address
+/// sanitizer. Returns all faults if the environment variable OX_FAULTS is "all".
 std::vector<Fault> someFaults();
 
-/// Runs an operation once for each fault and each of its requests, and tests what is left.
+/// Runs an operation once for each fault at each of its requests to the file system. Then checks
+/// the report and the remaining files.
 class Campaign
 {
   public:
     explicit Campaign(Operation const & operation) : operation_(operation) {}
 
-    /// Skips the test where nothing can be mounted.
+    /// Runs the campaign with these faults. Skips the test if the file system cannot be mounted.
     void run(std::vector<Fault> const & faults);
 
-    /// Replays the requests of a run without faults, and tests what a disk holds after each.
+    /// Applies the requests of a run without a fault to a model of a disk, and checks the content
+    /// of the disk after each request.
     void cutPower();
 
   private:
     struct Outcome {
         bool isHung = false;
         bool isKilled = false;
-        bool isWrong = false; ///< success was reported for content that is wrong
+        bool isWrong = false; ///< the run reported success, but the content is wrong
         Report report;
     };
 
@@ -50,8 +53,8 @@ class Campaign
     FaultMount mount_;
     Files after_;
     std::vector<LoggedRequest> requests_; ///< of a run without a fault
-    std::optional<DiskModel> disk_;       ///< before them
-    LoggedRequest struck_;                ///< the request that the fault meets
+    std::optional<DiskModel> disk_;       ///< the disk before these requests
+    LoggedRequest struck_;                ///< the request at which the fault occurred
 };
 
 } // namespace ox::tests

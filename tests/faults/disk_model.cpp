@@ -61,7 +61,7 @@ void DiskModel::apply(LoggedRequest const & request)
 void DiskModel::rename(std::string const & from, std::string const & to)
 {
     ino_t const file = names_[from];
-    if (names_.contains(to) && names_[to] == file) // two names of one file: nothing happens
+    if (names_.contains(to) && names_[to] == file) // rename() ignores two names of one file
         return;
     names_.erase(from);
     names_[to] = file;
@@ -82,7 +82,7 @@ Files DiskModel::content(Keeps keeps) const
     for (auto const & [path, number] : names) {
         File const & file = files_.at(number);
         std::string const folder = folderOf(path);
-        // Ordered by path, so a folder comes before what is in it.
+        // The paths are sorted, so a folder precedes its entries.
         if (folder.empty() || found.contains(folder))
             found[path] = keeps == Keeps::Everything ? file.content : file.flushed;
     }

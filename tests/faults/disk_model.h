@@ -11,10 +11,10 @@
 namespace ox::tests
 {
 
-/// What a disk holds when the power fails in the middle of the logged requests.
+/// Model of a disk whose power fails after one of the logged requests.
 ///
-/// Content is safe once its file was flushed, and a name once its folder was flushed. What is not
-/// safe is kept or lost; a disk may keep the names and lose the content.
+/// Content survives if its file was flushed, and a name survives if its folder was flushed. Other
+/// content and names are kept or lost. A disk may keep a name and lose the content.
 class DiskModel
 {
   public:
@@ -25,7 +25,7 @@ class DiskModel
         {"what was flushed", Keeps::Flushed},
         {"names and the content that was flushed", Keeps::NamesAndFlushedContent}};
 
-    /// Begins with what a folder holds, all of it safe.
+    /// Starts with the files of a folder, all of them flushed.
     explicit DiskModel(std::filesystem::path const & folder);
 
     void apply(LoggedRequest const & request);

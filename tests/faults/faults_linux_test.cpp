@@ -45,7 +45,7 @@ TEST_P(Tool, KeepsItsPromisesWhenThePowerFails)
 INSTANTIATE_TEST_SUITE_P(Faults, Library, testing::ValuesIn(libraryOperations()), nameOf);
 INSTANTIATE_TEST_SUITE_P(Faults, Tool, testing::ValuesIn(toolOperations()), nameOf);
 
-// The pauses of the library's own tries, which a campaign would wait for a thousand times.
+// Replaces the pauses between the library's tries, since a campaign contains thousands of them.
 
 extern "C" int __wrap_nanosleep(timespec const *, timespec *)
 {

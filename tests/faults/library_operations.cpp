@@ -1,4 +1,4 @@
-// The operations of the library that read and write files, for the campaigns.
+// The functions of the library that read and write files, as operations of the campaigns.
 
 #include "shared/data/data_buffer.h"
 #include "shared/fs/copy.h"
@@ -31,7 +31,7 @@ QString target(Folder folder)
     return nameIn(folder, "target");
 }
 
-/// The report of a call, with the thread's last error behind its text.
+/// Returns the report of a call. After a failure it contains the text and the thread's last error.
 Report report(bool hasSucceeded, QString const & text = {})
 {
     if (hasSucceeded)
@@ -65,7 +65,7 @@ struct Buffer : _OX_DataBuffer {
     Buffer() = default;
     Buffer(char * bytes, int length) { append(bytes, length); }
 
-    /// The code of a load, whose content goes to memory.
+    /// Copies the loaded content to memory and returns the error code of the load.
     int loadedTo(char * memory, int length) const
     {
         std::copy_n(data, data ? std::clamp(size, 0, length) : 0, memory);
@@ -75,7 +75,7 @@ struct Buffer : _OX_DataBuffer {
 
 using File = QString const &;
 
-/// A form of a file: how the library saves it, and how it loads it. Both return a code.
+/// A file format with functions that save and load it. Both functions return an error code.
 struct Form {
     char const * name;
     std::function<int(File, char * bytes, int length)> save;
@@ -129,7 +129,7 @@ std::vector<Form> const & forms()
     return all;
 }
 
-/// Saving empties the file first, so what was written before a failure stays.
+/// A save truncates the file first, so after a failure the file contains the part that was written.
 Operation saving(Form const & form)
 {
     return {.name = std::string("save") + form.name,
@@ -145,7 +145,8 @@ Operation saving(Form const & form)
 Operation loading(Form const & form)
 {
     Files const files = {{"/target", savedAs(form.name)}};
-    // A file that cannot be looked at counts as missing, which is a code and no system error.
+    // If the status query for the file fails, the library returns its code for a missing file and
+    // no system error.
     std::string const missing = "code " + std::to_string(_OX_DataBuffer::Missing);
     return {.name = std::string("load") + form.name,
             .before = files,
@@ -177,7 +178,8 @@ Operation writing()
 Files const sourceAndTarget = {{"/source", newContent()}, {"/target", previousContent()}};
 Files const sourceTwice = {{"/source", newContent()}, {"/target", newContent()}};
 
-/// Copies the source to the target; a source that cannot be looked at counts as missing.
+/// Copies the source to the target. If the status query for the source fails, the library reports a
+/// missing source.
 Operation copying(char const * name, Files const & before, unsigned targetMayBe,
                   std::function<QString(File from, File to)> const & copy)
 {
@@ -214,11 +216,11 @@ std::vector<Operation> copies()
         copying("resumeWithBuffer", withPart, Part, resumeWithBuffer),
         copying("resumeFromTheStart", withoutTarget, PartOfTheDead, resume),
         copying("resumeFromTheStartWithBuffer", withoutTarget, Part, resumeWithBuffer)};
-    all[1].mayHideFaults = true; // the farm compares the sizes
+    all[1].mayHideFaults = true; // applications compare the sizes
     return all;
 }
 
-/// A source or a folder that cannot be looked at counts as missing.
+/// If the status query for the source or the folder fails, the library reports it as missing.
 Operation synchronising(char const * name, Files const & before, Files const & after, int pause,
                         char const * to)
 {
@@ -267,7 +269,7 @@ Operation renaming(char const * name, Files const & before, bool overwrite)
                     return report(
                         oxRenameFile(nameIn(folder, "source"), target(folder), overwrite));
                 },
-            .texts = {"File exists"}, // a target that cannot be looked at counts as missing
+            .texts = {"File exists"}, // if the status query for the target fails
             .isRepeatable = false};
 }
 
@@ -350,8 +352,9 @@ std::vector<Operation> operationsOnNames()
              .before = {},
              .after = {{"/a", isFolder}, {"/a/b", isFolder}, {"/a/b/c", isFolder}},
              .run = createFolders,
-             .texts = {"File exists"}}, // by a folder that cannot be looked at
-            // A file that cannot be looked at counts as missing, and so as deleted.
+             .texts = {"File exists"}}, // if a status query for a folder fails
+            // If the status query for the file fails, the library treats the file as missing, which
+            // is a success.
             {.name = "delete", .before = text, .run = deleteTarget, .mayHideFaults = true},
             {.name = "list",
              .before = folderOfFiles(20),

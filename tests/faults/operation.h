@@ -11,64 +11,64 @@
 namespace ox::tests
 {
 
-/// The files below a folder: path with a separator in front, and content.
+/// The files below a folder. The key is the path with a leading slash, the value is the content.
 using Files = std::map<std::string, std::string>;
 
-/// What a folder has in place of a content.
+/// The value for a folder, which has no content.
 inline std::string const isFolder = "\x01 folder";
 
 Files filesIn(std::filesystem::path const & folder);
 
-/// Makes a folder hold these files and nothing else. Their times are past, a minute apart.
+/// Replaces the content of a folder by these files. Their times are in the past, one minute apart.
 void makeFiles(std::filesystem::path const & folder, Files const & files);
 
-// Contents that do not compress and take several requests.
+// Random contents, which cannot be compressed and are larger than a single request.
 
 std::string const & previousContent();
 std::string const & newContent();
 
-/// The new content in the form of the operation "save" + name.
+/// Returns the file that the operation "save" + name writes for the new content.
 std::string savedAs(std::string_view name);
 
-/// What a run reports.
+/// The result of one run of an operation.
 struct Report {
     bool hasSucceeded = false;
-    std::string text = {}; ///< of the failure; after a success, a warning
+    std::string text = {}; ///< the reason of a failure, or the warning of a success
 };
 
-/// The text of a report about a success that was none.
+/// Report::text of a run in which the library reported success, but the content is wrong.
 inline constexpr char wrongContent[] = "wrong content";
 
-/// What a file may be after a fault, beside its previous content and its new one.
+/// States that a file may have after a fault, in addition to its previous and its new content.
 enum FileState : unsigned {
-    Part = 1,          ///< the beginning of the new content, also nothing
-    PartOfTheDead = 2, ///< Part, when the process could not remove it any more
-    Missing = 4,       ///< there is no file
-    OtherSize = 8,     ///< it lacks the bytes that the fault has lost
+    Part = 1,          ///< the beginning of the new content, or an empty file
+    PartOfTheDead = 2, ///< Part, if the fault prevented the removal of the file
+    Missing = 4,       ///< the file does not exist
+    OtherSize = 8,     ///< a size that differs from that of the new content
 };
 
-/// An operation of the library or a command of the tool, and what holds when a fault meets it: it
-/// reports a failure, or has done all; every file has its previous or its new content at any time.
-/// The members from `mayBe` on are the documented exceptions.
+/// A function of the library or a command of the tool, as an operation of a campaign. After a fault
+/// the operation has reported a failure or is complete, and every file has its previous or its new
+/// content at any time. The members from `mayBe` to `isRepeatable` are the documented exceptions.
 struct Operation {
     std::string name;
     Files before;
-    Files after = {}; ///< when it has succeeded; empty: what it leaves without a fault
+    Files after = {}; ///< after a success; if empty, those that a run without a fault leaves
 
-    /// Runs it in a folder. Called in a process of its own.
+    /// Runs the operation in a folder. The campaign calls this function in a separate process.
     std::function<Report(std::string const & folder)> run;
 
-    std::map<std::string, unsigned> mayBe = {}; ///< FileStates of the files
-    /// A success may leave what a failure may leave.
+    std::map<std::string, unsigned> mayBe = {}; ///< FileStates that are allowed, by path
+    /// A run that reports success may leave the same states as a failed run.
     bool mayHideFaults = false;
-    /// The file that gets the target's previous content. After a success with a warning it may keep
-    /// its own.
+    /// Path of the backup, which receives the target's previous content. If the run succeeds with
+    /// the warning that the target cannot be renamed, the backup may keep its own previous content.
     std::string backup = {};
-    /// Texts for causes that the operation does not tell apart.
+    /// Texts that a failed run may report instead of the system's text for the error.
     std::vector<std::string> texts = {};
-    /// A second run reaches the same end.
+    /// A run after a failed run completes the operation.
     bool isRepeatable = true;
-    /// The new content is on the disk when it has succeeded.
+    /// After a success the new content survives a power failure.
     bool isFlushed = false;
     /// The most requests by name without a fault; 0 is no limit.
     int byName = 0;

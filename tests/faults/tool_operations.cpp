@@ -1,4 +1,4 @@
-// The commands of the tool that read and write files, for the campaigns.
+// The commands of the tool that read and write files, as operations of the campaigns.
 
 #include "tests/faults/operation.h"
 
@@ -11,7 +11,8 @@ namespace
 
 using Run = std::function<Report(std::string const &)>;
 
-/// Turns the process into the tool. An argument that begins with '@' is a path in the folder.
+/// Replaces the process by the tool. An argument that begins with '@' is a path in the test's
+/// folder.
 Run tool(std::vector<std::string> arguments)
 {
     return [arguments](std::string const & folder) -> Report {
@@ -31,11 +32,11 @@ Run tool(std::vector<std::string> arguments)
 Files const sourceAndTarget = {{"/source", newContent()}, {"/target", previousContent()}};
 Files const sourceTwice = {{"/source", newContent()}, {"/target", newContent()}};
 
-// Texts of the library that stand for every cause.
+// Texts that the library reports for several causes.
 constexpr char fileIsMissing[] = "File does not exists!";
 constexpr char sourceIsMissing[] = "Source file does not exist";
 
-/// Loads a buffer file and writes its payload.
+/// A command that loads a buffer file and writes its payload to the target.
 Operation payloadWriter(char const * name, char const * form, std::vector<std::string> arguments)
 {
     std::string const file = savedAs(form);
@@ -109,7 +110,7 @@ Operation replacing()
             .before = {{"/target", before}},
             .after = {{"/target", after}},
             .run = tool({"replace", "@target", "farm-old", "farm17"}),
-            .texts = {"is write-protected"}, // or cannot be looked at
+            .texts = {"is write-protected"}, // also if the status query for the target fails
             .isFlushed = true};
 }
 
