@@ -7,7 +7,7 @@
 namespace ox::tests
 {
 
-/// Another process that runs in the background. The destructor kills it.
+/// A process that runs in the background. The destructor kills it.
 class Child
 {
   public:

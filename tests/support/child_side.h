@@ -5,7 +5,8 @@
 namespace ox::tests
 {
 
-/// Prints a line and waits until the test closes standard input. For child programs.
+/// Prints a line and waits until the test closes standard input. For programs that a test starts as
+/// a Child.
 inline void printAndWait(char const * line)
 {
     std::puts(line);

@@ -5,7 +5,7 @@
 namespace ox::tests
 {
 
-/// Returns the descriptor under which this process has a file open, or -1.
+/// Returns this process's descriptor of an open file, or -1 if the file is not open.
 inline int descriptorOf(char const * path)
 {
     struct stat named;

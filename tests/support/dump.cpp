@@ -20,11 +20,11 @@ DumpContent readDump(QString const & file)
     for (std::uint32_t i = 0; i < word(8); ++i) {
         std::uint32_t const entry = word(12) + 12 * i;
         std::uint32_t const stream = word(entry + 8);
-        if (word(entry) == 3) { // the threads
+        if (word(entry) == 3) { // the stream with the list of threads
             content.threadCount = word(stream);
             content.firstThread = word(stream + 4);
         }
-        if (word(entry) == 6) { // the exception
+        if (word(entry) == 6) { // the stream with the exception
             content.thread = word(stream);
             content.code = word(stream + 8);
         }

@@ -32,7 +32,7 @@ bool waitUntil(Condition const & condition)
     return true;
 }
 
-/// In memory if possible, which makes the many flushes of a campaign quick.
+/// Returns a name pattern for the folder, in memory if possible, since flushes to memory are fast.
 QString folderName()
 {
     QString const memory = QStringLiteral("/dev/shm");
@@ -49,7 +49,7 @@ FaultMount::FaultMount() : root_(folderName())
         refusal_ = "a folder for the mount cannot be created";
         return;
     }
-    // Small pieces, so that a file of some pages takes several reads and writes.
+    // The piece is small, so that a file of a few pages takes several reads and writes.
     QStringList words = {QStringLiteral("--piece"), QStringLiteral("16384")};
     for (char const * const name : {"log", "data", "control"})
         words << QStringLiteral("--") + QLatin1String(name) << root_.filePath(QLatin1String(name));

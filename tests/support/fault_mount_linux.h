@@ -19,7 +19,7 @@ namespace ox::tests
 struct Fault {
     char const * name;
     FaultKind kind;
-    int error = 0; ///< errno of the requests that fail
+    int error = 0; ///< errno of the failing requests
 };
 
 /// A line of the log of fault_fs.
@@ -27,40 +27,42 @@ struct LoggedRequest {
     std::uint64_t number = 0;
     std::string operation;
     ino_t file = 0;
-    std::string path; ///< below the mount, with a separator in front
+    std::string path; ///< relative to the mount point, with a leading slash
     std::string newPath;
     std::size_t size = 0;
     off_t offset = 0;
-    long result = 0;       ///< negative for an error
-    std::string data = {}; ///< of a write that succeeded
+    long result = 0;       ///< negative errno for an error
+    std::string data = {}; ///< written bytes of a successful WRITE or COPY
 };
 
-/// A folder in which a chosen request fails: fault_fs mounted over a backing folder. Mount, process
-/// and folders go at the end of the scope; when the test crashes, mount and process.
+/// A folder in which chosen requests fail: a mount of fault_fs over a backing folder. The
+/// destructor unmounts it, ends fault_fs and removes the folders. If the test crashes, fault_fs
+/// unmounts the folder, removes the folders and ends.
 class FaultMount
 {
   public:
-    /// Waits until the mount works, for some seconds at most.
+    /// Mounts the folder and waits until the mount works, or for a timeout.
     FaultMount();
     ~FaultMount();
     FaultMount(FaultMount const &) = delete;
     FaultMount & operator=(FaultMount const &) = delete;
 
-    /// Empty when the mount works; otherwise why a test is to be skipped.
+    /// Returns why the folder cannot be mounted, or an empty text. A test skips itself with this
+    /// text.
     std::string const & refusal() const { return refusal_; }
 
     std::filesystem::path folder() const { return pathOf("mount"); }
     std::filesystem::path backing() const { return pathOf("backing"); }
 
-    /// Empties the log, and injects a fault at a request that it concerns: 1 is the next one, 0 is
-    /// none.
+    /// Empties the log and arms a fault. The fault occurs at the given one of the requests that it
+    /// can affect, counted from 1. 0 means no fault.
     void arm(Fault const & fault, std::uint64_t request);
-    /// The number in the log of the request that met the fault, 0 for none.
+    /// Returns the number of the request at which the fault occurred, or 0 if it has not occurred.
     std::uint64_t struckAt() const { return control_->struckAt; }
-    /// Ends a fault that lasts.
+    /// Ends a persistent fault.
     void disarm() { control_->faultAt = 0; }
-    /// Waits until no file is open: the kernel closes those of a dead process a little later. False
-    /// when some stay open.
+    /// Waits until no file is open, since the kernel closes the files of a killed process with a
+    /// delay. Returns false after a timeout.
     bool waitUntilClosed() const;
 
     std::vector<LoggedRequest> log() const;

@@ -7,9 +7,9 @@
 namespace ox::tests
 {
 
-/// The end and the output of a program.
+/// The exit state and the output of a program.
 struct ProgramRun {
-    bool hasEnded = false;   ///< false if it did not start, or was killed after a timeout
+    bool hasEnded = false;   ///< false if the program did not start or was killed after a timeout
     bool hasCrashed = false; ///< a signal or an exception ended it
     int exitCode = -1;       ///< after a crash the number of the signal or exception
     QByteArray output;       ///< its standard output
@@ -19,7 +19,7 @@ struct ProgramRun {
     bool hasSucceeded() const { return hasEnded && !hasCrashed && exitCode == 0; }
 };
 
-/// Runs a program and waits for its end. An empty folder means the current one. The test fails
+/// Runs a program and waits for its end. An empty folder means the current folder. The test fails
 /// after a timeout.
 ProgramRun runProgram(QString const & program, QStringList const & arguments,
                       QString const & folder = {});

@@ -9,19 +9,20 @@
 namespace ox::tests
 {
 
-/// What the file system does at a chosen request. The last three last until the fault is disarmed.
+/// Faults that fault_fs can inject at a request. The last three faults persist until they are
+/// disarmed.
 enum class FaultKind : std::uint32_t {
     None,
     Error,      ///< the request fails
     Short,      ///< a read or write transfers half of its bytes
     Delay,      ///< the request takes 20 ms longer
-    Kill,       ///< the caller is killed, and the request changes nothing
-    Full,       ///< what needs space fails
-    Unremoving, ///< removing and renaming fail
+    Kill,       ///< the calling process is killed, and the request has no effect
+    Full,       ///< requests that need free space fail
+    Unremoving, ///< requests that remove or rename a file fail
     Disconnect, ///< every request fails
 };
 
-/// Whether a fault of this kind can change anything about a request.
+/// Returns whether a fault of this kind can affect an operation.
 inline bool concerns(FaultKind kind, std::string_view operation)
 {
     auto const isOneOf = [operation](std::initializer_list<std::string_view> names) {
@@ -39,17 +40,17 @@ inline bool concerns(FaultKind kind, std::string_view operation)
     }
 }
 
-/// Memory that fault_fs shares with the test that started it. The test writes it while the folder
-/// is not in use.
+/// Memory that fault_fs shares with the test that started it. The test writes to this memory only
+/// while no process uses the mounted folder.
 struct FaultControl {
-    std::atomic<std::uint32_t> isReady;   ///< the mount works
-    std::atomic<std::int64_t> openFiles;  ///< files and folders that clients have open
+    std::atomic<std::uint32_t> isReady;   ///< not 0 after the mount has succeeded
+    std::atomic<std::int64_t> openFiles;  ///< files and folders that processes have open
     std::atomic<std::uint64_t> requests;  ///< requests since the test set this to 0
-    std::atomic<std::uint64_t> concerned; ///< those of them that the kind of fault concerns
-    std::atomic<std::uint64_t> faultAt;   ///< number among the concerned requests, 0 for none
+    std::atomic<std::uint64_t> concerned; ///< requests that the kind of fault can affect
+    std::atomic<std::uint64_t> faultAt;   ///< value of `concerned` at the fault, 0 for no fault
     std::atomic<FaultKind> kind;
     std::atomic<std::int32_t> error;     ///< errno of the requests that fail
-    std::atomic<std::uint64_t> struckAt; ///< number of the request that met the fault first
+    std::atomic<std::uint64_t> struckAt; ///< first request that the fault affected, or 0
 };
 
 } // namespace ox::tests

@@ -1,21 +1,24 @@
-// A file system that shows a backing folder under a mount point, without any cache of the kernel,
-// and makes a chosen request fail. Usage:
+// A file system for tests. It shows a backing folder under a mount point, without the kernel's
+// caches, and injects a fault at a chosen request. Usage:
 //
 //     fault_fs [--delay MICROSECONDS] [--threads N] [--piece BYTES] [--entries N] [--pages 0|1]
 //              [--log FILE] [--data FILE] [--control FILE] BACKING_FOLDER MOUNT_POINT
 //
-// It counts the requests of its clients and logs them, one line a request: number, operation,
-// inode, path, new path, size, offset and result, separated by tabs. LOOKUP is the kernel's search
-// for a name, GETATTR its request for the attributes of a known file. --data receives the bytes of
-// the writes, in the order of the log. --delay makes each request take longer. --threads is the
-// number of requests that are served at once, 1 by default. --piece is the largest read or write,
-// 128 KiB by default, --entries the number of names in one READDIR, 16 by default. --pages 1 lets
-// the kernel keep the pages of open files, so that it reads ahead. --control is a file with a
-// FaultControl; with it fault_fs ends when the process that started it dies, and then removes the
-// file's folder.
+// The program counts the requests and logs each of them in one line: number, operation, inode,
+// path, new path, size, offset and result, separated by tabs. LOOKUP is the kernel's search for a
+// name, GETATTR its request for the attributes of a known file. The options are:
+//   --delay    additional time of each request
+//   --threads  number of requests that are served at the same time, by default 1
+//   --piece    largest read or write, by default 128 KiB
+//   --entries  number of names in one READDIR, by default 16
+//   --pages    1 lets the kernel keep the pages of open files, so that it reads ahead
+//   --log      file that receives the lines
+//   --data     file that receives the written bytes, in the order of the log
+//   --control  file with a FaultControl. The program then ends together with its parent process and
+//              removes the folder of this file.
 //
-// The end of an open file (RELEASE) is neither counted nor logged, since the kernel sends it at a
-// time of its own. A flock never waits.
+// RELEASE, the last close of an open file, is neither counted nor logged, since the kernel sends it
+// with a delay. A flock request fails instead of waiting.
 
 #define FUSE_USE_VERSION 312
 
@@ -63,30 +66,32 @@ long threads = 1;
 long entriesAtOnce = 16;
 bool keepsPages = false;
 std::chrono::microseconds delay(0);
-std::filesystem::path testFolder; ///< that of the control file
+std::filesystem::path testFolder; ///< the folder of the control file
 
-/// Whether the kernel's present request is still to be counted. The FUSE library asks for the
-/// attributes of what a request has made or changed, which is a part of that request.
+/// Whether the current request of the kernel has not been counted yet. After a change the FUSE
+/// library calls getattr for the changed file. This call belongs to the same request and is not
+/// counted.
 thread_local bool isFresh = false;
 /// Whether it is a LOOKUP, which the FUSE library serves as a request for attributes.
 thread_local bool isLookup = false;
 
 struct Request {
     char const * operation;
-    char const * path; ///< null for a file that was removed while it is open
+    char const * path; ///< null if the open file has been removed
     Info const * info = nullptr;
     char const * newPath = "";
     std::size_t size = 0;
     off_t offset = 0;
 };
 
-/// A path of the mount as one below the backing folder.
+/// Converts a path of the mount to a path relative to the backing folder.
 char const * below(char const * path)
 {
     return path[1] == '\0' ? "." : path + 1;
 }
 
-/// A name for calls that begin at the backing folder: of the open file, if there is one.
+/// Returns a path for system calls that are relative to the backing folder. An open file has a path
+/// below /proc/self/fd.
 std::string nameOf(char const * path, Info const * info)
 {
     return info ? "/proc/self/fd/" + std::to_string(info->fh) : below(path);
@@ -102,7 +107,7 @@ DIR * folderOf(Info const * info)
     return reinterpret_cast<DIR *>(info->fh);
 }
 
-/// The result of a call as FUSE has it.
+/// Converts the result of a system call to the form of FUSE.
 int resultOf(long result)
 {
     return result < 0 ? -errno : static_cast<int>(result);
@@ -129,7 +134,8 @@ void log(std::uint64_t number, Request const & request, int result)
     append(logFile, line + '\n');
 }
 
-/// The error with which a request fails, 0 for none. A short transfer changes `size`.
+/// Injects the fault if its request has come. Returns the error of the request, or 0 for no error.
+/// A short transfer reduces the size of the request.
 int strike(std::uint64_t number, Request & request)
 {
     FaultKind const kind = control->kind;
@@ -150,7 +156,7 @@ int strike(std::uint64_t number, Request & request)
     return kind == FaultKind::Delay || kind == FaultKind::Short ? 0 : control->error.load();
 }
 
-/// Counts a request, performs it unless it has to fail, and logs it.
+/// Counts a request, performs it unless the fault makes it fail, and logs it.
 template <typename Perform>
 int serve(Request request, Perform const & perform)
 {
@@ -168,7 +174,7 @@ int serve(Request request, Perform const & perform)
     return result;
 }
 
-/// Serves a request that is one call of the system.
+/// Serves a request by a single system call.
 template <typename Call, typename... Arguments>
 int serveCall(Request const & request, Call const & call, Arguments... arguments)
 {
@@ -262,7 +268,7 @@ int openFolder(char const * path, Info * info)
     });
 }
 
-/// Hands out a few entries, so that a listing takes several requests.
+/// Returns up to 16 entries a call, so that a listing takes several requests.
 int readFolder(char const * path, void * entries, fuse_fill_dir_t fill, off_t offset, Info * info,
                fuse_readdir_flags)
 {
@@ -354,7 +360,7 @@ void addFiles(fuse_operations & all)
     all.write = writeFile;
     all.copy_file_range = copyRange;
     all.lseek = seekInFile;
-    all.flush = [](char const * path, Info * info) { // the end of one of the file's descriptors
+    all.flush = [](char const * path, Info * info) { // a descriptor of the file is closed
         return serve({"FLUSH", path, info},
                      [&](auto const &) { return resultOf(::close(::dup(fileOf(info)))); });
     };
@@ -383,7 +389,7 @@ void addFolders(fuse_operations & all)
     };
 }
 
-/// Serves one request after the other, until it is unmounted or a signal ends it.
+/// Serves requests until the file system is unmounted or a signal ends the session.
 void serveAll(fuse_session * session)
 {
     fuse_buf buffer = {};
