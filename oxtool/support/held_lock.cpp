@@ -115,9 +115,8 @@ bool HeldLock::isStale() const
 bool HeldLock::tryLock()
 {
     bool isHeldByOther = false;
-    bool const isTaken =
-        guard_.acquire([&] { return locker_.tryLock(ownName(), &isHeldByOther); },
-                       [this] { unlock(); }, [this] { return unlockFailure_; });
+    bool const isTaken = guard_.acquire([&] { return locker_.tryLock(ownName(), &isHeldByOther); },
+                                        [this] { unlock(); }, [this] { return unlockFailure_; });
     if (!isTaken && !isHeldByOther)
         throw lockFileFailure(file_);
     return isTaken;
