@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the missing Debian packages for the build and for the given sets:
-#   scripts/setup.sh [build|test|bench|format|fuzz|tidy|qt5|linux32|shares|windows|abi]…
+#   scripts/setup.sh [build|test|docs|bench|format|fuzz|tidy|qt5|linux32|shares|windows|abi]…
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -9,6 +9,7 @@ packages_of() {
     build) echo g++ cmake ninja-build ccache pkg-config qt6-base-dev zlib1g-dev libcli11-dev ;;
     test) echo libgtest-dev gzip python3 util-linux libfuse3-dev fuse3 gdb libfmt-dev ;;
     test) echo libgtest-dev gzip python3 util-linux libfuse3-dev fuse3 zsh fish mandoc groff-base ;;
+    docs) echo doxygen doxygen-awesome-css python3 ;;
     bench) echo libbenchmark-dev libdeflate-dev libisal-dev libboost-dev libproc2-dev rsync ;;
     format) echo clang-format ;;
     fuzz) echo clang libclang-rt-dev llvm ;;
@@ -24,7 +25,7 @@ packages_of() {
       echo g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev googletest dpkg-dev
       echo wine64 libc6-i386 lib32gcc-s1 qt6-base-dev-tools
       ;;
-    *) fail "unknown set '$1'; the sets are: build test bench format fuzz tidy qt5 linux32 shares windows abi" ;;
+    *) fail "unknown set '$1'; the sets are: build test docs bench format fuzz tidy qt5 linux32 shares windows abi" ;;
   esac
 }
 

@@ -57,6 +57,7 @@ QByteArray formattedText(T const & value)
 /// Formatter of the library's types. `Base` is the formatter of a string view, `View`.
 template <typename Base, typename View>
 struct Formatter : Base {
+    /// Formats the text of a value by the specification that `parse` has read.
     template <typename T, typename Context>
     auto format(T const & value, Context & context) const
     {
@@ -70,6 +71,7 @@ struct Formatter : Base {
 #ifdef __cpp_lib_format
 namespace ox::text
 {
+/// Formatter of the library's types for `std::format`.
 using StdFormatter = Formatter<std::formatter<std::string_view>, std::string_view>;
 } // namespace ox::text
 
@@ -105,6 +107,7 @@ struct std::formatter<_oxOS> : ox::text::StdFormatter {
 #ifdef FMT_VERSION
 namespace ox::text
 {
+/// Formatter of the library's types for fmt.
 using FmtFormatter = Formatter<fmt::formatter<fmt::string_view>, fmt::string_view>;
 } // namespace ox::text
 

@@ -20,13 +20,14 @@ namespace ox::text
 /// A unit that view() also accesses as `char16_t`.
 using WideUnit [[gnu::may_alias]] = unsigned short;
 #else
+/// A unit of a wide string.
 using WideUnit = unsigned short;
 #endif
 
 template <int Capacity>
 struct WideRecord {
     static_assert(Capacity > 0 && Capacity < 0xFFFF);
-    static constexpr int N = Capacity;
+    static constexpr int N = Capacity; ///< the maximum number of units of the text
     using Unit = unsigned short;
 
     WideRecord() {}
@@ -324,6 +325,7 @@ namespace ox::text
 using WideCapacities = std::integer_sequence<int, 10, 25, 30, 48, 50, 75, 100, 125, 150, 200, 225,
                                              250, 500, 1000, 2500>;
 
+/// Returns whether the wide strings of these capacities have the layout of the records.
 template <int... N>
 constexpr bool areWideRecords(std::integer_sequence<int, N...>)
 {

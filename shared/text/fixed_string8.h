@@ -26,7 +26,7 @@ namespace ox::text
 template <int Capacity>
 struct EvenRecord8 {
     static_assert(Capacity > 0 && Capacity % 2 == 0 && Capacity < 0xFFFF);
-    static constexpr int N = Capacity;
+    static constexpr int N = Capacity; ///< the maximum number of units of the text
     using Unit = char;
 
     // Leaves the memory uninitialised: the strings initialise it, except the spare byte.
@@ -40,7 +40,7 @@ struct EvenRecord8 {
 template <int Capacity>
 struct UnevenRecord8 {
     static_assert(Capacity > 0 && Capacity % 2 == 1 && Capacity < 0xFFFF);
-    static constexpr int N = Capacity;
+    static constexpr int N = Capacity; ///< the maximum number of units of the text
     using Unit = char;
 
     UnevenRecord8() {}
@@ -264,7 +264,9 @@ namespace ox::text
 /// The capacities that the farm's records use.
 using EvenCapacities8 =
     std::integer_sequence<int, 6, 8, 10, 12, 14, 30, 40, 50, 100, 150, 200, 250, 500, 1000, 3000>;
+/// The uneven capacities that the farm's records use.
 using UnevenCapacities8 = std::integer_sequence<int, 7, 15, 25, 75, 125>;
+/// The capacities of `_oxString8_AllSize` that the farm's records use.
 using AllSizeCapacities8 = std::integer_sequence<int, 10>;
 
 /// Returns whether `S` is a record of `size` bytes with its members at these offsets.
@@ -275,12 +277,14 @@ constexpr bool hasLayout(std::size_t size, std::size_t value, std::size_t length
            offsetof(S, length) == length;
 }
 
+/// Returns whether the strings of these even capacities have the layout of the records.
 template <int... N>
 constexpr bool areEvenRecords(std::integer_sequence<int, N...>)
 {
     return (hasLayout<_oxString8_evenSize<N>>(N + 4, 0, N + 2) && ...);
 }
 
+/// Returns whether the strings of these uneven capacities have the layout of the records.
 template <int... N>
 constexpr bool areUnevenRecords(std::integer_sequence<int, N...>)
 {

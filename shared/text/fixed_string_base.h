@@ -447,6 +447,7 @@ class FixedText : public Record
     }
 };
 
+/// Accepts every class that derives from FixedText; for the concept below.
 template <typename S, typename Record>
 void isFixedText(FixedText<S, Record> const &);
 
