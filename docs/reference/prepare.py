@@ -55,6 +55,9 @@ def prepared_page(text, name):
 
     code = r"(?<=\n\n)(?: {4}[^\n]*\n|\n(?= {4}))+"
     text = re.sub(code, lambda match: "```\n" + textwrap.dedent(match[0]) + "```\n", text)
+    # Doxygen ends a code span at a single quote, and does not know a bold one.
+    text = re.sub(r"(?<!`)`([^`\n]*'[^`\n]*)`(?!`)", r"``\1``", text)
+    text = re.sub(r"\*\*(`[^`]+`)\*\*", r"<b>\1</b>", text)
     parts = re.split(r"(^```.*?^```$)", text, flags=re.MULTILINE | re.DOTALL)
     parts[::2] = [re.sub(r"^(##+) (.*)$", with_anchor, part, flags=re.MULTILINE) for part in parts[::2]]
     text = re.sub(r"^# (.*)$", rf"# \1 {{#{name}}}", "".join(parts), count=1, flags=re.MULTILINE)
