@@ -1,4 +1,4 @@
-// Another user owns the dump folder and has taken the names of the next dumps.
+// Another user owns the dump folder and has created files with the names of the next dumps.
 
 #include "shared/crash/crash_handler.h"
 #include "tests/hostile/neighbour_linux.h"

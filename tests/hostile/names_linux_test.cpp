@@ -1,5 +1,5 @@
-// Another user has put links, pipes, sockets, devices and folders under the names that a process
-// works with: nothing hangs, nothing is written through them, and the documented error comes.
+// Another user has created links, pipes, sockets, devices and folders with the names that a process
+// uses. Operations on these names do not hang, do not follow them, and report the documented error.
 
 #include "shared/fs/access_rights.h"
 #include "shared/fs/copy.h"
@@ -31,14 +31,14 @@ using namespace ox::tests;
 namespace
 {
 
-/// What a thing under a name does to the operations on that name: their error codes.
+/// An object of a kind in place of a file, with the expected error codes of operations on the file.
 struct Planted {
     Kind kind;
-    int write;   ///< of what writes to a file, as root
-    int change;  ///< of what changes rights and times, as root
-    int append;  ///< of oxResumeFile, as root
-    int copy;    ///< of oxCopyFile
-    int segment; ///< of oxSharedMemory
+    int write;   ///< functions that write to a file, as root
+    int change;  ///< functions that change permissions or times, as root
+    int append;  ///< oxResumeFile, as root
+    int copy;    ///< oxCopyFile
+    int segment; ///< oxSharedMemory
 };
 
 constexpr Planted allPlanted[] = {
@@ -54,7 +54,7 @@ constexpr Planted allPlanted[] = {
 class HostileName : public NeighbourTest
 {
   protected:
-    /// Runs a test with each thing that can be planted, which it finds under no name yet.
+    /// Runs a test for each kind of object. The test creates the object itself.
     template <typename Test>
     static void withEach(Test const & test)
     {
@@ -65,14 +65,14 @@ class HostileName : public NeighbourTest
         }
     }
 
-    /// Plants it in place of what has the name.
+    /// Replaces what has the path by a new object of this kind.
     void renew(QString const & path, Kind kind) const
     {
         std::filesystem::remove_all(path.toStdString());
         plant(path, kind);
     }
 
-    /// 0, or the thread's last error when the call failed.
+    /// Returns 0, or the thread's last error if the call failed.
     static int codeOf(bool succeeded) { return succeeded ? 0 : errno; }
 
     QString const target = inside("target");
@@ -140,7 +140,8 @@ TEST_F(HostileName, MayBeALinkOfTheUsersOwn)
     EXPECT_TRUE(isStill(target, Kind::FileLink));
 }
 
-// A stale pipe or device goes, as a stale file does. A person has to remove the others.
+// A stale pipe or device is removed like a stale file. A person has to remove a link, folder or
+// socket.
 TEST_F(HostileName, OfALockFileIsTakenForAHeldLock)
 {
     QString const lockName = inside("target_lock.txt");
@@ -193,7 +194,7 @@ TEST_F(HostileName, OfATemporaryFileIsNeitherFollowedNorWaitedFor)
     QStringList const names =
         QDir(folder.path()).entryList({u".oxshared-*"_q}, QDir::Hidden | QDir::Files);
     ASSERT_EQ(names.size(), 1);
-    auto const nameOf = [&](Kind kind) { // of a process that has ended
+    auto const nameOf = [&](Kind kind) { // a temporary name with the id of a process that has ended
         return inside("") + names[0].left(19) +
                u"7fffffff-0000000%1.tmp"_q.arg(static_cast<int>(kind));
     };

@@ -56,7 +56,7 @@ bool makeLink(std::string const & path, std::string const & victim)
 template <mode_t type>
 bool makeNode(std::string const & path, std::string const &)
 {
-    dev_t const full = makedev(1, 7); // of the device
+    dev_t const full = makedev(1, 7); // the number of /dev/full, used only for devices
     return ::mknod(path.c_str(), type | 0666, full) == 0;
 }
 
@@ -64,7 +64,7 @@ constexpr char toFile[] = "/file";
 constexpr char toNewFile[] = "/folder/new";
 constexpr char toFolder[] = "/folder";
 
-/// In the order of Kind.
+/// The elements have the order of Kind.
 constexpr KindOfThing kindsOfThings[] = {
     {S_IFREG, [](auto const & path, auto const &) { return makeFile(path); }},
     {S_IFLNK, makeLink<toFile>},
@@ -86,14 +86,14 @@ std::string encoded(QString const & path)
     return path.toStdString();
 }
 
-/// Only root can give something away.
+/// Changes the owner to the user nobody. Only root can change an owner.
 void handOver(std::string const & path)
 {
     EXPECT_TRUE(::geteuid() != 0 || ::lchown(path.c_str(), nobody, nobody) == 0) << path;
 }
 
-/// Another process of the user nobody, which exchanges names without a pause. Ends with the object,
-/// or with this process.
+/// A process of the user nobody that continuously replaces names in a folder. The process ends with
+/// this object, or when this process ends.
 class Racer
 {
   public:
@@ -143,7 +143,7 @@ class Racer
         std::filesystem::remove_all(spare, ignored);
         if (!thingOf(kinds_[next() % kinds_.size()]).make(spare, victim_))
             return;
-        if (next() % 2 == 0) { // as old as a lock file that its holder left
+        if (next() % 2 == 0) { // old enough for a stale lock file
             timespec const old[] = {{1000, 0}, {1000, 0}};
             ::utimensat(AT_FDCWD, spare.c_str(), old, AT_SYMLINK_NOFOLLOW);
         }

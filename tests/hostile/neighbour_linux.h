@@ -9,40 +9,41 @@
 namespace ox::tests
 {
 
-/// What another user can put under a name. Links lead to the victim.
+/// Kinds of objects that another user can create under a name. The links lead to the victim.
 enum class Kind { File, FileLink, NewFileLink, FolderLink, Folder, Pipe, Socket, Device };
 
-/// A test with a folder of the user nobody, and beside it the victim: a tree that no act in the
-/// folder may change. Without root's rights both belong to the user of the test.
+/// A test with a folder of the user nobody. Beside it is the victim, a tree that no operation in
+/// the folder may change. If the test does not run as root, both belong to the user of the test.
 class NeighbourTest : public FolderTest
 {
   protected:
     void SetUp() override;
-    /// Fails when the victim has changed.
+    /// Checks that the victim is unchanged.
     void TearDown() override;
 
-    /// Why a test is skipped that needs another user.
+    /// Reason to skip a test that needs a second user.
     static constexpr char needsRoot[] = "it takes root to become another user";
     static bool isRoot();
 
-    /// A path in the folder of the other user.
+    /// Returns the path of a name in the folder of the other user.
     QString inside(char const * name) const;
-    /// Puts something of the other user under a path. Only root can make a device.
+    /// Creates an object of this kind, owned by the other user. Only root can create a device.
     void plant(QString const & path, Kind kind) const;
-    /// Whether the path still means what was put there.
+    /// Returns whether the path still refers to an object of this kind.
     static bool isStill(QString const & path, Kind kind);
 
-    /// As root, runs the acts in turn for OX_RACE_SECONDS (1 by default), while the other user
-    /// exchanges the names in the folder, and the temporary files there, for things of these kinds.
+    /// An operation of root in the folder.
     struct Act {
         char const * name;
         std::function<void()> run;
     };
+    /// As root, runs the acts in turn for OX_RACE_SECONDS (by default 1). Meanwhile the other user
+    /// replaces the given names and the temporary files in the folder by objects of these kinds.
     void race(std::vector<std::string> const & names, std::vector<Kind> const & kinds,
               std::vector<Act> const & acts);
 
   private:
-    /// Names, owners, modes, times and content of the victim.
+    /// Describes the modes, owners, link counts, sizes, times and contents of the victim's files.
     std::string victim() const;
 
     std::string before_;

@@ -1,5 +1,5 @@
-// Another user exchanges files, folders and links in its own folder as fast as it can, while root
-// works there. Nothing outside of the folder may change.
+// Another user continuously replaces files, folders and links in its own folder, while root works
+// there. No file outside of the folder may change.
 
 #include "shared/data/data_buffer.h"
 #include "shared/fs/access_rights.h"
@@ -34,7 +34,7 @@ class HostileRace : public NeighbourTest
         writeFile(source, "the content of root\n");
     }
 
-    /// Runs a command line of the tool. %1 is the test's folder, %2 the target.
+    /// Returns an act that runs a command line of the tool. %1 is the test's folder, %2 the target.
     Act tool(char const * line) const
     {
         QStringList arguments = text(line).split(u' ');
@@ -141,7 +141,8 @@ TEST_F(HostileRace, TheToolsLocksChangeNoOtherFile)
          {tool("lock %2 --timeout 0 -- true"), tool("refresh %2 --timeout 0 --out %2")});
 }
 
-// Where the target of these is a folder, or a link to one, the copy goes into it.
+// Folders are left out: if the target is a folder or a link to one, these commands copy into that
+// folder.
 TEST_F(HostileRace, TheToolsCopiesReachNoOtherFile)
 {
     race({"target"}, allButFolders,
