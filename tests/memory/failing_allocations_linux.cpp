@@ -1,5 +1,5 @@
-// The allocator of the test program: its functions take the place of the C library's for the
-// program and for all its libraries.
+// The allocator of the test program. Its functions replace those of the C library, in the program
+// and in all of its libraries.
 
 #include "tests/memory/failing_allocations_linux.h"
 
@@ -98,7 +98,7 @@ void MemoryLimit::begin() const
 
 void MemoryLimit::end()
 {
-    // What is left of the count is for the rest of the operation.
+    // The remaining count applies to the next part of the operation.
     number_ = untilFailure;
     untilFailure = never;
     wasReached_ = wasReached_ || hasFailed;

@@ -5,17 +5,17 @@
 namespace ox::tests
 {
 
-/// Which allocations of the thread fail: one, or all from one on.
+/// Which allocations of the thread fail: a single one, or one and all that follow it.
 enum class Failing { One, AllFrom };
 
-/// Memory that ends: the allocation of a number, counted from 1, fails during an operation. That
-/// holds for malloc and what it carries: operator new, Qt, zlib and the C library.
+/// Makes the allocation with the given number, counted from 1, fail during an operation. This
+/// applies to malloc and to everything that uses it: operator new, Qt, zlib and the C library.
 class MemoryLimit
 {
   public:
     MemoryLimit(Failing failing, long number) : failing_(failing), number_(number) {}
 
-    /// Runs work of the operation. It may throw std::bad_alloc.
+    /// Runs a part of the operation under the limit. The part may throw std::bad_alloc.
     template <typename Work>
     void during(Work const & work)
     {
@@ -29,10 +29,10 @@ class MemoryLimit
     }
 
     bool hasThrown() const { return hasThrown_; }
-    /// Whether an allocation has failed.
+    /// Returns whether an allocation has failed.
     bool wasReached() const { return wasReached_; }
 
-    /// The blocks that the thread has allocated and not freed.
+    /// Returns the number of blocks that the thread has allocated and not freed.
     static long liveBlocks();
 
   private:

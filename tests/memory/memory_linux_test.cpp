@@ -1,6 +1,6 @@
-// Every allocation of the public operations fails once, alone and with all that follow it. The
-// operation then has a documented result or throws std::bad_alloc, leaks nothing, and works again
-// when there is memory.
+// In separate runs of the public operations each allocation fails once, alone and together with all
+// that follow it. The operation then has a documented result or throws std::bad_alloc, leaks
+// nothing, and works again when memory is available.
 
 #include "shared/oxshared.h"
 #include "tests/memory/failing_allocations_linux.h"
@@ -25,19 +25,20 @@ using namespace ox::tests;
 namespace
 {
 
-/// Does something within the limit and describes the result: what came out of it, and the state in
-/// which it left objects and files.
+/// Runs an operation within the limit. Returns a text with its result and the resulting state of
+/// objects and files.
 using Run = std::function<std::string(MemoryLimit &)>;
 
 struct Operation {
     char const * name;
     Run run;
-    /// Results beside that of unlimited memory. After std::bad_alloc they begin with "threw"; the
-    /// exception alone needs no entry.
+    /// Results that are allowed after a failed allocation, besides the result with unlimited
+    /// memory. A result that begins with "threw" follows std::bad_alloc. "threw" alone is always
+    /// allowed.
     std::vector<std::string> failures = {};
 };
 
-/// An operation whose result is a text, or nothing after an exception.
+/// Creates a run whose result is the text of a function, or an empty text after an exception.
 Run textOf(std::function<QString()> make)
 {
     return [make = std::move(make)](MemoryLimit & limit) {
@@ -47,7 +48,7 @@ Run textOf(std::function<QString()> make)
     };
 }
 
-/// As textOf, for an operation that succeeds or does not.
+/// Creates a run whose result is "done" or "failed", or an empty text after an exception.
 Run success(std::function<bool()> work)
 {
     return textOf([work = std::move(work)] { return work() ? u"done"_q : u"failed"_q; });
@@ -60,7 +61,7 @@ class Memory : public FolderTest
     {
         long failures = 0;
         for (Operation const & operation : operations) {
-            // The first time the library and Qt take what they keep.
+            // In the first run, the library and Qt allocate what they keep.
             resultOf(operation, Failing::One, unlimited);
             std::string const expected = resultOf(operation, Failing::One, unlimited).text;
             for (Failing const failing : {Failing::One, Failing::AllFrom}) {
@@ -81,14 +82,15 @@ class Memory : public FolderTest
 
     static constexpr long unlimited = 0;
 
-    /// False when the operation ended without the failure, or not as it may.
+    /// Checks a run in which the allocation `number` fails. Returns false if the run made fewer
+    /// allocations or had a wrong result.
     bool survives(Operation const & operation, std::string const & expected, Failing failing,
                   long number)
     {
         SCOPED_TRACE(std::string(operation.name) + (failing == Failing::One ? ", " : ", from ") +
                      std::to_string(number));
         Result result = resultOf(operation, failing, number);
-        if (result.leaked != 0 || result.openFiles != 0) // or something is kept only now
+        if (result.leaked != 0 || result.openFiles != 0) // a kept block is not allocated again
             result = resultOf(operation, failing, number);
         EXPECT_EQ(result.leaked, 0);
         EXPECT_EQ(result.openFiles, 0);
@@ -224,7 +226,7 @@ TEST_F(Memory, OfDataBuffers)
     QString const saved = path("saved");
     std::vector<char> block(6000);
 
-    // The result is the buffer's error, and whether it has a block.
+    // The result consists of the buffer's error code and whether the buffer has a block.
     auto const buffer = [&](std::function<void(_OX_DataBuffer &)> const & work) {
         return [&full, work](MemoryLimit & limit) {
             _OX_DataBuffer changed;
@@ -312,8 +314,8 @@ TEST_F(Memory, OfFiles)
     QString const old = path("target_old");
     unsigned char bytes[] = "bytes";
     bool limitReported = false;
-    // Runs on a target with the content "old". The result is the failure's text and the contents
-    // of the target and of the file that is kept.
+    // Runs work on a target with the content "old". The result consists of the failure's text, the
+    // content of the target, and that of target_old.
     auto const target = [&](std::function<QString()> const & work) {
         return [&, work](MemoryLimit & limit) {
             QFile::remove(old);

@@ -1,5 +1,5 @@
-// Many threads call the same public operations at the same time. The thread sanitizer looks for
-// data races; without it the results are checked.
+// Many threads call the same public operations at the same time. The thread sanitizer detects data
+// races. Without the sanitizer the tests check the results only.
 
 #include "shared/oxshared.h"
 #include "shared/platform/lock_file.h"
@@ -27,7 +27,8 @@ namespace
 
 constexpr int threadCount = 8;
 
-/// Runs the work with the numbers 0, 1, … on as many threads, which begin each round together.
+/// Calls the work on 8 threads with the number of the thread. The threads begin each round at the
+/// same time.
 template <typename Work>
 void together(int rounds, Work const & work)
 {
@@ -178,7 +179,7 @@ TEST_F(Races, OfSegments)
             memory.bytes()[0] = std::byte{1};
             EXPECT_TRUE(memory.unlock());
         }
-        for (++done; done % threadCount != 0;) // all attach before the first one leaves
+        for (++done; done % threadCount != 0;) // all threads attach before the first one detaches
             std::this_thread::yield();
     });
     EXPECT_EQ(creators, 2 * rounds) << "a global one and a local one in each round";
