@@ -1,4 +1,4 @@
-"""Commands of the tool on files that the other machine writes or reads."""
+"""Checks of the tool's commands on files that another machine writes or reads."""
 
 import concurrent.futures
 import os
@@ -97,7 +97,7 @@ def copies(s):
     for copy in (s.b / "system", s.b / "pieces", s.b / "again", s.folder / "copy-back"):
         equal(copy.read_bytes() == source.read_bytes(), True, f"the content of {copy.name}")
         equal(int(copy.stat().st_mtime), 1_600_000_000, f"the time of {copy.name}")
-    # A copy takes the place of another one, and of one that the other machine reads.
+    # A copy replaces an existing file that the other machine has open for reading.
     source.write_bytes(b"other")
     with open(s.b / "system", "rb"):
         replaced = oxtool("cp", source, s.a / "system", status=None)
@@ -193,7 +193,7 @@ def replaced_text(s):
        smbnetfs="others: quotes, Latin-1, line break, escape, backslash, colon, wildcards, "
        "dot at the end, blank at the end, device name")
 def odd_names(s):
-    """The tool works with each name that the share accepts."""
+    """Checks that the tool works with every name that the share accepts."""
     source = s.folder / "source"
     source.write_text("content")
     lost, kept = [], {}

@@ -1,4 +1,4 @@
-"""What the file system of a share does by itself."""
+"""Checks of the file system of a share, without the tool."""
 
 import concurrent.futures
 import contextlib

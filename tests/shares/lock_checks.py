@@ -1,4 +1,4 @@
-"""Locks, taken and viewed from two machines."""
+"""Checks of locks that two machines take and view."""
 
 import concurrent.futures
 import os
@@ -11,8 +11,8 @@ from support import (
 
 @check("one process of all machines holds a lock", smbnetfs="at times two hold it")
 def mutual_exclusion(s):
-    """Three processes on each machine. The log on a local disk shows an overlap; the counter on the
-    share also shows a holder that reads what its predecessor has not yet written."""
+    """Runs three processes on each machine. A log on a local disk shows whether two processes held
+    the lock at the same time. A counter on the share shows whether a holder read an old value."""
     (s.a / "counter").write_text("0")
     wait_until((s.b / "counter").exists, 60, "the counter")
     log = s.folder / "exclusion.log"

@@ -1,4 +1,4 @@
-"""The server ends while the tool works, and returns. Each check leaves a share that works."""
+"""Checks in which the server ends during a command and restarts. Each leaves a working share."""
 
 import os
 import subprocess
@@ -18,7 +18,7 @@ def lose(s, seconds):
 
 
 def end_of(process, seconds=60):
-    """Waits for a process that the loss of a server may block: its status, or None."""
+    """Waits for a process. Returns its status, or None after killing a process that hangs."""
     try:
         return process.wait(seconds)
     except subprocess.TimeoutExpired:

@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""Runs the checks of *_checks.py on every share of shares.py, and prints what each share does:
+"""Runs the checks of *_checks.py on the shares of shares.py and prints the result of each check:
     tests/shares/run.py TOOL [--share NAME]… [--check NAME]… [--table]
 
-The shares run in name spaces for mounts, processes and network. The kernel ends and unmounts
-everything in them when their first process ends, whatever ends it. Two runs do not meet."""
+The servers and mounts are inside new name spaces for mounts, processes and network. When the first
+process of the name spaces ends or is killed, the kernel kills all their processes and removes all
+their mounts. Runs at the same time do not affect each other."""
 
 import argparse
 import concurrent.futures
@@ -18,7 +19,7 @@ import traceback
 
 import shares
 import support
-# Each module adds its checks. Those that make a share unusable for a while come last.
+# Each module registers its checks when it is imported. Checks that interrupt a share come last.
 import file_system_checks  # noqa: F401
 import lock_checks  # noqa: F401
 import file_checks  # noqa: F401
@@ -30,7 +31,7 @@ SPACES = ["unshare", "--mount", "--net", "--pid", "--fork", "--kill-child", "--m
 
 
 def refusal():
-    """Why shares cannot be mounted here, empty when they can."""
+    """Returns why shares cannot be mounted here, or an empty text."""
     if os.geteuid() != 0:
         return "only root may mount shares"
     if not os.access("/dev/fuse", os.R_OK | os.W_OK):
@@ -41,8 +42,8 @@ def refusal():
 
 
 def run_in_name_spaces():
-    """Runs this program again as the first process of its own name spaces. They end when this
-    process dies, also by SIGKILL."""
+    """Runs this program again as the first process of new name spaces. The name spaces end when
+    this process ends, even by SIGKILL."""
     def end_with_parent():
         ctypes.CDLL(None).prctl(1, signal.SIGKILL)  # PR_SET_PDEATHSIG
 
@@ -73,7 +74,7 @@ def set_up_name_spaces():
 
 
 class Row:
-    """A check on a share: what it found, or why it failed."""
+    """The result of a check on a share. `failure` is empty if the result is the expected one."""
 
     def __init__(self, check, share):
         self.check, self.share, self.found, self.failure = check, share, "", ""

@@ -1,8 +1,7 @@
-"""Network shares of the test's own, each mounted twice, so that two mounts stand for two machines.
+"""Network shares for the checks. Each share is mounted twice; each mount represents one machine.
 
-Everything runs in the name spaces that run.py was started in, so nothing of it outlives the test.
-The data is on a tmpfs, since the root of a machine may be an overlay, which not every server can
-export."""
+All servers and mounts are inside the name spaces of run.py and end with them. The data is on a
+tmpfs, since some servers cannot export an overlay file system, which the root folder may be."""
 
 import copy
 import os
@@ -25,7 +24,7 @@ def wait_until(condition, seconds=START_SECONDS, what="a condition"):
 
 
 def descendants(process):
-    """The process and all below it: a server's child may be the leader of a session of its own."""
+    """Returns the ids of a process and all of its descendants, whatever their process groups are."""
     parents = {}
     for entry in pathlib.Path("/proc").glob("[0-9]*/stat"):
         try:
@@ -40,7 +39,7 @@ def descendants(process):
 
 
 class Share:
-    """A server and two mounts. A subclass describes one kind of share."""
+    """A server and two mounts of its share. Each subclass describes one kind of share."""
 
     name = ""
     options = "default options"
@@ -72,8 +71,8 @@ class Share:
         self.servers.append(self.spawn(*command))
 
     def start(self, checks=()):
-        """Mounts the share and creates the folder of each check. The second mount comes last, so
-        that it has nothing in its cache."""
+        """Mounts the share and creates a folder for each check. The second mount starts after the
+        folders of the first mount exist, so its cache does not contain the previous state."""
         for program in self.programs:
             if not shutil.which(program):
                 raise FileNotFoundError(f"{program} is not installed")
@@ -94,7 +93,7 @@ class Share:
         return True
 
     def folder_of(self, check):
-        """This share with the check's own folder on both machines and on the local disk."""
+        """Returns a copy of this share with the check's folders on both machines and the local disk."""
         own = copy.copy(self)
         own.a, own.b = (self.root_of(mount) / check for mount in self.mounts)
         own.folder = self.folder / "checks" / check
@@ -105,7 +104,8 @@ class Share:
         return f" {mount} " in pathlib.Path("/proc/mounts").read_text()
 
     def works(self):
-        """Some servers accept data only some seconds after their start."""
+        """Returns whether the second machine can read what the first one has written. Some servers
+        need a few seconds after their start."""
         try:
             probe = self.root_of(self.mounts[0]) / "probe"
             probe.write_text("data")
@@ -120,7 +120,7 @@ class Share:
         pass
 
     def lose_server(self):
-        """Ends the server as a crash does."""
+        """Kills all processes of the server, like a crash."""
         for server in self.servers:
             for process in descendants(server.pid):
                 try:
@@ -132,7 +132,7 @@ class Share:
 
 
 class Local(Share):
-    """No share at all: what a checked promise looks like when it is kept."""
+    """A local folder instead of a share. Every check must return KEPT for it."""
 
     name = "local"
     options = "one folder of a tmpfs"
@@ -164,10 +164,10 @@ class MooseFs(Share):
             "chunk.cfg", *account, f"DATA_PATH = {self.folder}/chunkmeta",
             "HDD_CONF_FILENAME = " + self.write("hdd.cfg", str(self.data)),
             f"MASTER_HOST = {address}", f"BIND_HOST = {address}", f"CSSERV_LISTEN_HOST = {address}",
-            "HDD_LEAVE_SPACE_DEFAULT = 16MiB")  # otherwise a small disk counts as full
+            "HDD_LEAVE_SPACE_DEFAULT = 16MiB")  # the default is larger than a small disk
 
     def start_server(self):
-        # "-a" restores the metadata that a killed master has not written.
+        # "-a" restores metadata that a killed master had not saved.
         self.serve("mfsmaster", "-a", "-f", "-c", self.master, "start")
         self.serve("mfschunkserver", "-f", "-c", self.chunk, "start")
 
@@ -249,7 +249,7 @@ class SshFsUncached(SshFs):
 
 
 class Gluster(Share):
-    """A volume of one brick."""
+    """A GlusterFS volume with one brick."""
 
     name = "gluster"
     options = "as a volume has them by default"

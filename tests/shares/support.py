@@ -1,9 +1,9 @@
-"""What the checks share. A check looks at a network share from two machines.
+"""Common parts of the checks. A check tests one promise of a network share from two machines.
 
-A check returns KEPT or a short text that says what the share does instead. The decorator names the
-shares that do something else than to keep the promise: a check fails when a share differs from its
-entry, also when it does better. So the tables in docs/lock_files.md and
-docs/platforms.md stay true."""
+A check returns KEPT, or a short text that describes the deviation of the share. The decorator
+`check` lists the expected deviation of each share. A check fails if the result is not the expected
+one, even if the share keeps the promise. This keeps the tables in docs/lock_files.md and
+docs/platforms.md correct."""
 
 import contextlib
 import errno
@@ -35,8 +35,8 @@ class Check:
         return self.deviations.get(share.name, KEPT)
 
     def accepts(self, share, found):
-        """A race that a share loses "at times" may also end well, and a cache can be late by less
-        than its time."""
+        """Returns whether a result is the expected one. For "at times" KEPT is also accepted, and for
+        "up to N s late" any shorter delay."""
         expected = self.expected(share)
         if expected.startswith("at times"):
             return found in (expected, KEPT)
@@ -57,7 +57,7 @@ def error_name(error):
 
 
 def oxtool(*words, wait=60, status=0):
-    """Runs the tool; a status other than the given one is a failure of the check."""
+    """Runs the tool. The check fails if the exit status is not `status`; None accepts any status."""
     done = subprocess.run([tool, *map(str, words)], capture_output=True, timeout=wait, text=True,
                           errors="surrogateescape", check=False)
     if status is not None and done.returncode != status:
@@ -71,7 +71,8 @@ def report(*words, **options):
 
 
 def start(*words):
-    """Starts the tool. Its output is a file, since a pipe waits for the children of a killed tool."""
+    """Starts the tool with its output in a file. A pipe would stay open as long as children of a
+    killed tool live."""
     output = tempfile.TemporaryFile("w+", errors="surrogateescape", dir="/run")
     process = subprocess.Popen([tool, *map(str, words)], stdin=subprocess.DEVNULL, stdout=output,
                                stderr=output)
@@ -101,7 +102,7 @@ def equal(found, expected, what):
 
 
 def result_of(call, *arguments):
-    """KEPT, or the name of the system's error."""
+    """Calls a function. Returns KEPT, or the name of the system error, such as EBUSY."""
     try:
         call(*arguments)
     except OSError as error:
@@ -110,7 +111,7 @@ def result_of(call, *arguments):
 
 
 def delay_of(change, is_seen, attempts=3):
-    """How late the other machine sees a change, at worst."""
+    """Returns the longest delay until the other machine sees a change, as a text, or KEPT."""
     latest = 0
     for attempt in range(attempts):
         change(attempt)
@@ -124,7 +125,7 @@ def delay_of(change, is_seen, attempts=3):
 
 
 def reads(file, content):
-    """Whether a file has this content. A cached name can lead to a file that is gone (ESTALE)."""
+    """Returns whether a file has this content. A cached name of a removed file gives ESTALE."""
     try:
         return file.read_text() == content
     except OSError:
@@ -137,7 +138,7 @@ def big_content(size):
 
 @contextlib.contextmanager
 def holder(file, seconds=30):
-    """A process that holds the lock of a file."""
+    """Runs a process that holds the lock of a file during a `with` block."""
     marker = pathlib.Path(f"/run/shares/held-{threading.get_ident()}-{time.monotonic_ns()}")
     process = start("lock", file, "--", "sh", "-c", f'touch "{marker}"; exec sleep {seconds}')
     try:
