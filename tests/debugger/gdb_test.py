@@ -1,4 +1,4 @@
-"""Tests what gdb shows of a core of debugger_values, with the installed library:
+"""Tests what gdb shows of the core file of debugger_values, with the installed library:
 gdb_test.py SOURCE_DIR BUILD_DIR PROGRAM GDB CMAKE LIB_DIR
 """
 
@@ -32,7 +32,7 @@ VALUES = {
 }
 
 
-# The values that the types of the natvis file show. Only the types of these names are in the file.
+# Types of the natvis file, each with a value of the type. The file contains no other types.
 NATVIS = {
     "_oxString8_evenSize<*>": "even", "_oxString<*>": "wide", "_oxTime": "time", "_oxStringList": "list",
     "_oxProcessEntry": "processes[0].entries[0]", "_oxProcessList": "processes[0]", "_OX_DataBuffer": "buffer",
@@ -42,7 +42,7 @@ KEYWORDS = {"long", "char", "char16_t", "unsigned", "int", "_OX_DataBuffer", "Er
 
 
 def natvis_expressions():
-    """Returns the expressions of the natvis file in the form of gdb: with members of values."""
+    """Yields the expressions of the natvis file for gdb: each member name follows a value's name."""
     space = "{http://schemas.microsoft.com/vstudio/debugger/natvis/2010}"
     with_expressions = {space + tag for tag in ("StringView", "Item", "Size", "ValuePointer")}
     for entry in xml.etree.ElementTree.parse(f"{SOURCE}/debugger/oxshared.natvis").getroot():
@@ -57,7 +57,7 @@ def natvis_expressions():
             while "()" in text:
                 text = re.sub(r"(\w+)\(\)", lambda match: f"({intrinsics[match[1]]})", text)
             text = text.replace("ErrorCode", "_OX_DataBuffer::ErrorCode")
-            words = re.split(r"\b([A-Za-z_]\w*)", text)  # every second one is an identifier
+            words = re.split(r"\b([A-Za-z_]\w*)", text)  # identifiers have odd positions
             words[1::2] = [word if word in KEYWORDS else f"{variable}.{word}" for word in words[1::2]]
             yield "".join(words)
 
@@ -72,7 +72,7 @@ class Debugger(unittest.TestCase):
         prefix, cls.core = folder.name + "/installed", folder.name + "/core"
         subprocess.run([CMAKE, "--install", BUILD, "--prefix", prefix], stdout=subprocess.DEVNULL, check=True)
         scripts, libraries = prefix + "/share/gdb/auto-load", os.path.join(prefix, LIB)
-        # docs/debugger.md gives the first two settings for a prefix of one's own.
+        # docs/debugger.md recommends the first two settings for a library outside of the system.
         cls.settings = (f"add-auto-load-safe-path {scripts}", f"add-auto-load-scripts-directory {scripts}",
                         f"set environment LD_LIBRARY_PATH {libraries}", f"set solib-search-path {libraries}")
         cls.program_output, errors = cls.gdb("run", "generate-core-file " + cls.core)

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <memory>
 
-// Values of every type that the debugger shows. gdb_test.py compares what gdb prints.
+// Contains a value of every type that has a printer. gdb_test.py checks what gdb prints for them.
 
 int main()
 {

@@ -1,13 +1,13 @@
 """Writes the binary interface of the library as a short text, from the output of abidw:
   abi_list.py ABIDW_XML FILE_WITH_PUBLIC_HEADERS
-It contains the layouts of the types of the public headers, their enumerators and virtual functions,
-and every exported function with its result. Types of other libraries and of private headers are
-names only."""
+The text contains layouts, enumerators and virtual functions of the types of the public headers, and
+every exported function with its return type. Of types of other libraries and of private headers it
+contains only the names."""
 import subprocess
 import sys
 import xml.etree.ElementTree as ElementTree
 
-SOURCE_PREFIX = "/oxShared/"  # The build maps the source folder to it.
+SOURCE_PREFIX = "/oxShared/"  # The build replaces the source folder by this prefix.
 SCOPES = ("namespace-decl", "class-decl", "union-decl")
 
 root = ElementTree.parse(sys.argv[1]).getroot()

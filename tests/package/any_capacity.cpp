@@ -1,6 +1,7 @@
-// A program that links to the library like an application. It instantiates all members of fixed
-// strings with capacities that the library does not use, and links only if the library exports all
-// functions that they call. It compares the version of the headers with that of the library.
+// A program that links oxShared like an application. It instantiates all members of
+// fixed strings with capacities that the library does not use. The program links only if the
+// library exports all functions that these members call. It also compares the version of the
+// headers with that of the library.
 
 #include "shared/text/fixed_string.h"
 #include "shared/version.h"

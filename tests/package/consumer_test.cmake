@@ -1,5 +1,5 @@
-# Installs the library, builds the examples with it by CMake, and runs them. Builds one example by
-# make and pkg-config, too.
+# Installs the library, builds the examples against it with CMake, and runs them. Also builds one
+# example with make and pkg-config.
 function(run)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
   if(NOT status EQUAL 0)

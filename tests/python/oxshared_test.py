@@ -1,7 +1,7 @@
 """Tests examples/python/oxshared.py against the library in both directions.
 
-Buffer files and lock files go through oxtool and the golden files, strings and times through the
-library's exported functions.
+oxtool writes and reads the buffer files and lock files; the golden files are read, too. The tests of
+strings and times call exported functions of the library.
 """
 
 import ctypes
@@ -35,13 +35,13 @@ def tool_json(*arguments):
 
 
 def call(symbol, *arguments):
-    """Calls an exported function. A bytearray is passed by its address."""
+    """Calls an exported function of the library. Passes the address of a bytearray."""
     passed = [(ctypes.c_char * len(a)).from_buffer(a) if isinstance(a, bytearray) else a for a in arguments]
     return getattr(LIBRARY, symbol)(*passed)
 
 
 def string(kind, capacity, text=None):
-    """Returns the layout of a string and its memory, which begins as bytes of 0xAB."""
+    """Returns the layout of a string and memory for it, filled with 0xAB before the text is written."""
     layout = FixedString(kind, capacity)
     memory = bytearray(b"\xab" * layout.size)
     if text is not None:
@@ -92,7 +92,7 @@ class Records(unittest.TestCase):
 
     @needs_library
     def test_the_library_reads_and_writes_strings_of_uneven_size(self):
-        ENTRY = 80  # bytes of an entry, which begins with the strings `name` and `user`
+        ENTRY = 80  # size of an entry in bytes; it begins with the strings `name` and `user`
         entries, layout = bytearray(100_000), FixedString("uneven", 25)
         own_name = os.path.basename(os.path.realpath("/proc/self/exe")).upper()[:25]
         call("_ZN14_oxProcessListC1Ev", entries)
