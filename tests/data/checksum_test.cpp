@@ -29,7 +29,7 @@ unsigned int partial(unsigned int crc, char const * text, unsigned int length)
     return crc;
 }
 
-// Computed before main(), when no call has built the table.
+// Computed before main(), when no other call has built the table yet.
 std::array const checksumsBeforeTheBuild = {partial(0x12345678, "ab", 2),
                                             partial(0x12345678, "abcdef", 6)};
 
@@ -76,7 +76,7 @@ TEST(Checksum, AgreesWithAnIndependentProgram)
     }
 }
 
-/// Returns random data, in which no pattern hides a wrong kernel.
+/// Returns random data. A regular pattern could hide a fault of a kernel.
 std::vector<unsigned char> noise(std::size_t size)
 {
     std::vector<unsigned char> data(size);

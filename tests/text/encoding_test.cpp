@@ -8,7 +8,8 @@ using namespace ox::tests;
 namespace
 {
 
-/// Returns UTF-8 as in a run: one Latin-1 character for each byte.
+/// Returns the UTF-8 bytes of a text as Latin-1 characters, one for each byte. An encoded run
+/// contains this form.
 QString bytesOf(QString const & text)
 {
     return QString::fromLatin1(text.toUtf8());

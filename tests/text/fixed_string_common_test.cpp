@@ -82,8 +82,8 @@ TYPED_TEST(FixedStringCommon, TreatsNullPointersAsEmptyTexts)
     EXPECT_EQ(kept.value[0], 'a') << "assigning null keeps the bytes";
 }
 
-/// The forms of the operations that the model of the fuzz target does not call, and rules of
-/// positions and letters.
+/// Tests overloads that the fuzz target fixed_string does not call, and rules for positions and
+/// letters.
 TYPED_TEST(FixedStringCommon, AcceptsSingleUnitsAndTextsOfOtherKinds)
 {
     using S = TypeParam;
