@@ -40,7 +40,7 @@ QByteArray bytesOf(FileName const & name)
     return contentOf(file);
 }
 
-/// Returns the bytes of the eight header words in the order of a file.
+/// Returns a header as it is stored in a file, from its eight words.
 QByteArray headerOf(std::initializer_list<std::int32_t> words)
 {
     return {reinterpret_cast<char const *>(words.begin()), int(words.size() * 4)};
@@ -203,7 +203,8 @@ TEST_F(DataBufferFile, LoadsCompressedDataIntoABlockOfTheCallersSize)
     EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressedHeader(file, block, -1), Z_STREAM_ERROR);
     EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressedHeader(file, nullptr, 5), Z_STREAM_ERROR);
 
-    // The overload for blocks reports success for a short file.
+    // The overload for two blocks reports success for a file that is too short for the second
+    // block.
     char header[32];
     EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressed(file, true, header, 32, block, 40), 0);
     EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressed(file, true, header, -1, nullptr, 0),
@@ -246,7 +247,7 @@ TEST_F(DataBufferFile, ReadsAndWritesTwoBlocks)
 
 TEST_F(DataBufferFile, KeepsItsLengthArgumentWhenTheHeaderOverwritesIt)
 {
-    // The length argument of the second block refers to a member that the first block overwrites.
+    // The first block overwrites the member that the length argument of the second block refers to.
     FileName const file =
         write("lying", "oxDB" + headerOf({0, 1000, 0, 0, 0, 0, 0, 0}) + QByteArray(2000, 'x'));
     _OX_DataBuffer buffer;
@@ -311,7 +312,7 @@ TEST_F(DataBufferFile, DoesNotWaitForAPipe)
     EXPECT_EQ(buffer.error, NotReadable);
     char block[] = "abc";
     EXPECT_EQ(_OX_DataBuffer::loadFromFile(path("pipe"), false, block, 3, nullptr, 0), NotOpened);
-    // The same applies to a pipe with a reader.
+    // Saving to a pipe fails, too, even if a process reads from the pipe.
     Child const reader(text("cat"), {pipe});
     EXPECT_EQ(_OX_DataBuffer::saveToFile(path("pipe"), false, block, 3, nullptr, 0), NotOpened);
     EXPECT_EQ(_OX_DataBuffer::saveToFileCompressed(path("pipe"), false, block, 3, nullptr, 0),
@@ -329,7 +330,7 @@ TEST_F(DataBufferFile, RequiresTheExactLengthOnRequest)
     EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 26, false), Z_BUF_ERROR);
     EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 28, false), WrongLength);
     EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 27, true), 0);
-    // A stored length with the value of an error code does not count as success.
+    // The stored length equals the value of an error code. The load must not report success.
     _OX_DataBuffer lying;
     ASSERT_TRUE(lying.loadFromFile(file, true));
     lying.sizeUncompressed = WrongLength;
@@ -344,7 +345,7 @@ TEST_F(DataBufferFile, RequiresTheExactLengthOnRequest)
 
 TEST_F(DataBufferFile, StopsAtTheMemoryLimit)
 {
-    // A file without a gzip header is read unchanged.
+    // loadGzipFile() loads a file without a gzip header unchanged.
     QString const name = writeFile(folder_.filePath(text("large")), {});
     qint64 const limit = 768 << 20;
     _OX_DataBuffer buffer;

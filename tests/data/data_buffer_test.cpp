@@ -33,7 +33,7 @@ std::string randomBytes(std::size_t count, int alphabet, unsigned seed)
     return bytes;
 }
 
-/// Decompresses the buffer that chunkzipAdd() has filled, a few bytes at a time.
+/// Decompresses the content that chunkzipAdd() has added to the buffer, a few bytes at a time.
 std::string inflated(_OX_DataBuffer & buffer)
 {
     z_stream zs;
@@ -151,7 +151,7 @@ TEST(DataBuffer, DecompressesBehindAnOffset)
     EXPECT_EQ(packed.sizeUncompressed, 5000);
     EXPECT_EQ(packed.dataOffset, offset);
 
-    // The offset may be an argument, and the size may include the caller's header.
+    // An explicit offset replaces dataOffset. The size may include a header of the caller.
     packed.size += offset;
     packed.resize(packed.size, 768);
     packed.dataOffset = -7;

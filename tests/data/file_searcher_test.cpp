@@ -22,7 +22,7 @@ using ShortText = _oxString8_evenSize<250>;
 
 constexpr int headroom = _oxFileSearcher::headroom;
 
-/// Sets the content like load().
+/// Sets the content of the searcher as load() does.
 void fill(_oxFileSearcher & file, std::string const & content)
 {
     file.freeBuffer();
@@ -141,7 +141,7 @@ TEST(FileSearcher, ChangesItsSizeBetweenTwoBlocks)
     EXPECT_EQ(file.data, first) << "no allocation";
     file.data[2] = '!';
 
-    // The content grows by the headroom, or within an existing block.
+    // The content can grow by up to the headroom, or by more if the existing block is large enough.
     EXPECT_TRUE(file.changeDataSize(1, headroom));
     EXPECT_TRUE(file.changeDataSize(1, headroom));
     EXPECT_TRUE(file.changeDataSize(1, -2 * headroom));

@@ -57,7 +57,7 @@ TEST(Random, ZeroIsFollowedByTheLargestNumber)
     EXPECT_EQ(oxRand(seed), 1.0f);
     EXPECT_EQ(seed, 0x7FFFFFFFu);
     EXPECT_EQ(oxRandCalc(nullptr, 0), 0x7FFFFFFFu);
-    unsigned char const onlyByte = 200; // it has the weight 0
+    unsigned char const onlyByte = 200; // the byte at position 0 is multiplied by 0
     EXPECT_EQ(oxRandCalc(&onlyByte, 1), 0x7FFFFFFFu);
 }
 
