@@ -16,7 +16,7 @@ namespace
 
 using AccessRightsOnWindows = FolderTest;
 
-/// Returns the rights that a file or folder grants to everybody by its access list.
+/// Returns the rights that the access list of a file or folder grants to everybody.
 DWORD allowedToEverybody(QString const & name)
 {
     DWORD rights = 0;

@@ -1,4 +1,4 @@
-// Tests of copies with real faults: a full disk, failing reads and writes.
+// Tests of copies in which the disk is full, or a read or write fails.
 
 #include "shared/fs/copy.h"
 #include "shared/system/os_error.h"

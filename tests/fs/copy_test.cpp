@@ -39,8 +39,8 @@ void extend(QString const & name, QByteArray const & more)
     file.write(more);
 }
 
-/// A folder with the names of a source and a target, and the state between two calls of
-/// oxResumeFile.
+/// A test with the paths of a source and a target, and with the state that oxResumeFile needs
+/// between two calls.
 class Copy : public FolderTest
 {
   protected:
@@ -112,7 +112,7 @@ TEST_F(Copy, RefusesItsOwnSourceAsTarget)
 
 TEST_F(Copy, ReportsWhetherTheLastPieceEndsInZeros)
 {
-    // "0" represents the byte 0.
+    // In these texts "0" represents a zero byte.
     std::pair<char const *, bool> const cases[] = {{"0", true},
                                                    {"x", false},
                                                    {"xxxxxxxxx0", true},
@@ -136,7 +136,7 @@ TEST_F(Resume, AppendsTheNewBytesOfTheSource)
 {
     QByteArray const content = bytes(mebibyte + 5);
     writeFile(from, content.left(1000));
-    EXPECT_EQ(resume(), QString()); // copies everything, since no target exists
+    EXPECT_EQ(resume(), QString()); // copies the whole file, since the target does not exist
     extend(from, content.mid(1000));
     _OX_DataBuffer added;
     ASSERT_TRUE(added.append(const_cast<char *>("kept "), 5));
@@ -174,7 +174,7 @@ TEST_F(Resume, SkipsLargeLogsAndReportsThemOnce)
     EXPECT_EQ(resume(), QString());
     EXPECT_EQ(QFileInfo(to).size(), 25 * mebibyte);
 
-    QFile::remove(to); // a complete copy has no limit
+    QFile::remove(to); // the limit applies only to an existing target
     EXPECT_EQ(resume(), QString());
     EXPECT_EQ(QFileInfo(to).size(), 25 * mebibyte + 1);
 }

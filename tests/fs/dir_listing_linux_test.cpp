@@ -14,8 +14,8 @@ using namespace ox::tests;
 
 using DirListingOnLinux = FolderTest;
 
-// The names contain Latin-1, a truncated character, a surrogate in three bytes beside the byte that
-// it represents, and bytes that are never valid.
+// The names contain Latin-1, a truncated character, and bytes that are never valid in UTF-8.
+// "\xed\xb3\xbf" encodes the surrogate that represents the byte "\xff" of another name.
 TEST_F(DirListingOnLinux, FindsFilesUnderNamesThatAreNotUtf8)
 {
     std::set<std::string> const names{"caf\xe9.exr", "\xd0", "\xed\xb3\xbf",  "\xff",
@@ -27,7 +27,7 @@ TEST_F(DirListingOnLinux, FindsFilesUnderNamesThatAreNotUtf8)
     std::set<std::string> found;
     while (listing.nextFile()) {
         EXPECT_TRUE(oxFileExists(listing.dirFileName()));
-        // The content identifies the file.
+        // The content of each file is its name.
         QString const moved = folder.filePath(text("moved"));
         ASSERT_TRUE(oxRenameFile(listing.dirFileName(), moved, false));
         found.insert(contentOf(moved).toStdString());

@@ -15,7 +15,7 @@ using namespace ox::tests;
 namespace
 {
 
-/// Returns all names of a listing, sorted, with a slash behind those of folders.
+/// Returns the sorted names of a listing. The names of folders end with a slash.
 QStringList namesOf(oxDirListing & listing)
 {
     QStringList names;
@@ -35,7 +35,7 @@ QStringList list(QString const & path, bool includeDirs, bool readIntoMemory = f
 class DirListing : public FolderTest
 {
   protected:
-    /// Creates files, and folders for names that end with a slash.
+    /// Creates a folder for each name that ends with a slash, and a file for each other name.
     void fill(std::initializer_list<char const *> names)
     {
         for (char const * name : names) {
@@ -60,7 +60,7 @@ TEST_F(DirListing, ListsFilesAndOnRequestFoldersWithoutDots)
         EXPECT_EQ(list(folder.path(), true, inMemory), all);
     }
     EXPECT_EQ(list(folder.path() + QDir::separator(), true), all);
-    // The separators of other systems have the same meaning.
+    // Slashes and backslashes are accepted on every system.
     EXPECT_EQ(list(folder.path().replace(u'/', u'\\'), true), all);
     EXPECT_EQ(list(folder.path().replace(u'\\', u'/'), true), all);
 }
@@ -143,7 +143,7 @@ TEST_F(DirListing, SortsByCodeUnitsAndStaysOnTheLastEntry)
 {
     fill({"b", "a2", "B", "a10", "\xc3\xa9", "\xef\xbf\xbd", "\xf0\x9f\x98\x80"});
     if (list(folder.path(), false).size() == 6)
-        QFile::rename(path("b"), path("c")); // this file system ignores letter case
+        QFile::rename(path("b"), path("c")); // on a file system that ignores letter case
     oxDirListing listing;
     listing.init(folder.path(), false, true, true, false);
     writeFile(path("later"));

@@ -68,8 +68,9 @@ TEST_F(EmptyFolderOnLinux, DeletesLinksAndKeepsTheirTargets)
     EXPECT_TRUE(isOutsideUntouched());
 }
 
-// Another process replaces the folder by a link at two moments: between reading its name and
-// entering it, and while its files are being deleted.
+// Another process replaces the folder by a link, at two moments: after the call has read the
+// folder's name and before the call opens the folder, and while the call deletes the files in the
+// folder.
 TEST_F(EmptyFolderOnLinux, FollowsNoLinkThatReplacesAFolderDuringTheCall)
 {
     writeFile(path("f/first"));
@@ -93,7 +94,7 @@ TEST_F(EmptyFolderOnLinux, FollowsNoLinkThatReplacesAFolderDuringTheCall)
         if (entry == path("f/sub/second"))
             replaceByLink();
     });
-    // The parent of the moved folder is not the folder from which it was entered.
+    // After the move, ".." of the folder is not the folder that the call came from.
     EXPECT_FALSE(result.done);
     EXPECT_TRUE(result.lastError.endsWith(QString(oxLastOSError(ESTALE))));
     EXPECT_TRUE(isOutsideUntouched());

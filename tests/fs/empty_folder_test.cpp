@@ -25,7 +25,7 @@ class EmptyFolder : public FolderTest
             writeFile(path(name));
     }
 
-    /// Returns the remaining entries of the folder and its subfolders, by their relative paths.
+    /// Returns the relative paths of the entries that remain in the folder and its subfolders.
     QStringList left() const
     {
         QStringList names;

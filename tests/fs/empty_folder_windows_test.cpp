@@ -26,7 +26,7 @@ class EmptyFolderOnWindows : public FolderTest
         return oxEmptyFolder(path("f"), options);
     }
 
-    /// Creates a junction, or a symbolic link of the host under Wine, which lacks junctions.
+    /// Creates a junction. Under Wine, which has no junctions, creates a symbolic link of the host.
     /// Returns whether the link exists.
     bool link(QString const & target, QString const & name) const
     {
@@ -96,6 +96,7 @@ TEST_F(EmptyFolderOnWindows, DeletesAJunctionAndKeepsItsTarget)
     EXPECT_EQ(contentOf(path("outside\\file")), "content");
     auto const result = empty();
     EXPECT_EQ(contentOf(path("outside\\file")), "content");
-    // Wine cannot delete a link to a folder that is not empty. The call must report this.
+    // Under Wine a link to a folder cannot be deleted if the folder contains files. The call must
+    // report the failure.
     EXPECT_EQ(QFileInfo::exists(path("f\\sub")), result.failures > 0);
 }

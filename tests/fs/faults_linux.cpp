@@ -1,6 +1,6 @@
-// Faults that a share or another process causes at a lock file. The linker replaces the system's
-// functions by these in the child program. The environment variable OX_TEST_FAULT selects the
-// fault.
+// Simulates faults of a lock file that a share or another process causes. The linker replaces
+// system calls of the child program by the functions in this file. The environment variable
+// OX_TEST_FAULT selects the fault.
 
 #include "tests/support/descriptor_linux.h"
 
@@ -50,8 +50,8 @@ int __wrap_rename(char const * from, char const * to)
     return isRefused(from) ? -1 : __real_rename(from, to);
 }
 
-/// Takes a flock for another process, between the creation of the file and the creator's first
-/// flock.
+/// At the first call, another open file takes the lock first. The creator of a lock file has then
+/// created the file but does not have the lock yet.
 int __wrap_flock(int descriptor, int operation)
 {
     static int calls = 0;

@@ -59,7 +59,7 @@ TEST_F(FileOnLinux, KeepsTimeAndExecutableRightsOnAnotherFileSystem)
 
 TEST_F(FileOnLinux, ReportsHowMuchWasWrittenBeforeAFailure)
 {
-    // The limit of 9216 KiB allows two pieces and a part of the third.
+    // The file size limit of 9216 KiB allows two pieces of 4 MiB and a part of the third piece.
     Shell const shell(QStringLiteral(OX_TEST_CHILD));
     ProgramRun const run = shell.run("trap '' XFSZ; ulimit -f 18432; exec \"$0\" \"$@\"",
                                      {text("write"), path("a"), text("11000000")});

@@ -14,7 +14,7 @@ TEST_F(FileLocker, ShowsTheHolderInTheLockFileWhileHeld)
     ASSERT_TRUE(locker.lock(0, who + QStringLiteral("\n\u00e9"), nullptr, false));
     ::umask(mask);
     EXPECT_EQ(_oxFileLocker(cyrillic).status().who, who + QStringLiteral("\n\u00e9"));
-    // Another user may remove the file when it is stale.
+    // Every user can write to the lock file and can therefore remove a stale one.
     struct stat status;
     ASSERT_EQ(::stat(QFile::encodeName(cyrillic + QStringLiteral("_lock.txt")), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0666u);

@@ -142,6 +142,7 @@ TEST_F(FileLocker, WaitersForAStaleLockNeverRemoveANewOne)
     ageLockFile(20000);
     expectAllSucceed(10, childProgram, {QStringLiteral("exclusive"), file});
     EXPECT_FALSE(QFile::exists(lockName));
-    // Repeats the removal of a stale lock with holders that end without releasing it.
+    // Each process removes stale locks many times. The holders of these locks have not released
+    // them.
     expectAllSucceed(8, childProgram, {QStringLiteral("contend"), file, QStringLiteral("600")});
 }

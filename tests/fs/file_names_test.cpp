@@ -1,4 +1,4 @@
-// Applications may be compiled without these macros, so that a literal converts to QString.
+// Some applications compile without these macros, so that a literal converts to QString.
 #undef QT_NO_CAST_FROM_ASCII
 #undef QT_NO_CAST_TO_ASCII
 
@@ -18,15 +18,15 @@ using namespace ox::tests;
 namespace
 {
 
-/// A test that names files by the text types of applications, relative to the current folder.
+/// A test in which file names are relative paths in each text type that applications use.
 class FileNames : public FolderTest
 {
   protected:
     FileNames() { QDir::setCurrent(folder.path()); }
     ~FileNames() override { QDir::setCurrent(before_); }
 
-    /// Checks that every function with a record as its file name uses this file and creates no
-    /// other.
+    /// Checks that every function that accepts a record as a file name uses this file and creates
+    /// no other file.
     template <typename Name>
     void expectNames(Name const & name, QString const & file)
     {

@@ -46,7 +46,7 @@ class FileSync : public FolderTest
         return syncCopy(record(source), record(target), true, &errors, &info, pause, verbose);
     }
 
-    /// Returns a message with the source for $ and the target for @.
+    /// Returns a message in which $ is replaced by the source and @ by the target.
     Text message(char const * form) const
     {
         QString result;
@@ -166,7 +166,7 @@ TEST_F(FileSync, NeverFollowsALinkAtTheTarget)
     EXPECT_TRUE(sync());
     EXPECT_EQ(contentOf(elsewhere), "kept");
     EXPECT_EQ(QFile::permissions(elsewhere), before);
-    EXPECT_EQ(contentOf(target + text("_old")), "kept"); // _old is the link itself
+    EXPECT_EQ(contentOf(target + text("_old")), "kept"); // the link itself was renamed to _old
     EXPECT_EQ(contentOf(target), "new");
 }
 
@@ -234,7 +234,7 @@ TEST_F(FileSync, CopiesAnUnfinishedExecutableAgain)
 
     EXPECT_TRUE(run(false, &errors, 0));
     EXPECT_TRUE(run(true, nullptr, 0));
-    EXPECT_TRUE(run(true, &errors, -1)); // the system's copy does not test for zeros
+    EXPECT_TRUE(run(true, &errors, -1)); // a copy by the system does not check for zeros
     target = path("local/tool.bin");
     EXPECT_TRUE(run(true, &errors, 0));
     EXPECT_EQ(errors, "");

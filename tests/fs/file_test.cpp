@@ -21,7 +21,7 @@ using namespace ox::tests;
 namespace
 {
 
-/// Error code of the system for a path in a missing folder.
+/// The system's error code for a file in a folder that does not exist.
 int const missingFolderCode = isWindows ? 3 : ENOENT;
 
 using File = FolderTest;

@@ -1,5 +1,5 @@
-// The other process in the tests of locks and of shared files. Exit codes: 0 success, 2 wrong
-// arguments; the comment of a command lists its other codes.
+// The second process in tests of locks and shared files. Exit codes of all commands: 0 success, 2
+// wrong arguments. The comment of a command lists its other exit codes.
 
 #include "shared/fs/file.h"
 #include "shared/fs/file_locker.h"
@@ -31,8 +31,8 @@ int hold(QString const & file, int)
     return 0;
 }
 
-/// Adds 1 to the number in a file `count` times, each time under the lock. Exit codes: 3 not
-/// locked, 4 file not opened.
+/// Adds 1 to the number in a file `count` times, each time under the lock. Exit codes: 3 the lock
+/// was not taken, 4 the file was not opened.
 int increment(QString const & fileName, int count)
 {
     _oxFileLocker locker(fileName);
@@ -62,7 +62,8 @@ bool isAlone(QString const & fileName, int ms)
     return marker.remove();
 }
 
-/// Takes the lock once, after any number of tries. Exit code 3: another process held it, too.
+/// Takes the lock once, with any number of attempts. Exit code 3: another process held the lock,
+/// too.
 int exclusive(QString const & fileName, int)
 {
     _oxFileLocker locker(fileName);
@@ -77,9 +78,9 @@ ox::platform::NativeName lockNameOf(QString const & fileName)
         std::u16string_view(QString(fileName + QStringLiteral("_lock.txt")).toStdU16String()));
 }
 
-/// Takes the lock `count` times. Does not release every third one, like a holder that was killed.
-/// Treats every lock file as stale, so that it often meets new locks. Exit codes: 3 another process
-/// held the lock, too; 4 not released.
+/// Takes the lock `count` times. Does not release every third lock, like a holder that was killed.
+/// Treats every lock file as stale, and therefore often meets new locks. Exit codes: 3 another
+/// process held the lock, too; 4 the lock was not released.
 int contend(QString const & fileName, int count)
 {
     auto const name = lockNameOf(fileName);
@@ -99,7 +100,7 @@ int contend(QString const & fileName, int count)
 }
 
 /// Takes and releases the lock `count` times. Exit codes: 3 another process held the lock, too; 4
-/// not released.
+/// the lock was not released.
 int takeTurns(QString const & fileName, int count)
 {
     auto const name = lockNameOf(fileName);
@@ -117,8 +118,8 @@ int takeTurns(QString const & fileName, int count)
     return 0;
 }
 
-/// Tries to take the lock up to `count` times, and releases it. Exit codes: 3 not taken, 4 not
-/// released.
+/// Tries to take the lock up to `count` times, and then releases it. Exit codes: 3 the lock was not
+/// taken, 4 the lock was not released.
 int tryTimes(QString const & fileName, int count)
 {
     LockFile lock;
@@ -130,7 +131,7 @@ int tryTimes(QString const & fileName, int count)
     return 3;
 }
 
-/// Appends `count` lines of different lengths to a log. Exit code 3: not written.
+/// Appends `count` lines of different lengths to a log. Exit code 3: a line was not written.
 int log(QString const & fileName, int count)
 {
     for (int i = 0; i < count; ++i) {
