@@ -13,7 +13,7 @@ using ox::platform::PerformanceObject;
 using ox::platform::performanceTime;
 using ox::platform::Title;
 
-/// Writes the structures in the layout of the system.
+/// Writes the structures in the layout that Windows uses.
 class Writer
 {
   public:
@@ -28,7 +28,7 @@ class Writer
     {
         put(offset, static_cast<std::uint32_t>(value));
     }
-    /// Begins a structure with its length in the first word. Returns its offset.
+    /// Begins a structure whose first word is its length. Returns the offset of the structure.
     std::size_t begin(std::size_t size)
     {
         std::size_t const start = bytes.size();
@@ -81,8 +81,8 @@ void addObject(Writer & out, std::uint32_t title, std::vector<Counter> const & c
     out.word(object, out.bytes.size() - object);
 }
 
-/// Returns a block of a machine with two processors: processors with a total, processes, and the
-/// memory.
+/// Returns performance data with three objects: a processor and the total of the processors, five
+/// instances of processes, and the memory.
 std::vector<char> sampleBlock()
 {
     Writer out;
@@ -103,7 +103,7 @@ std::vector<char> sampleBlock()
     return out.bytes;
 }
 
-/// Reads all values from a block and returns them as one text, with "-" for missing ones.
+/// Returns all values of the data as one text, with "-" for each missing value.
 std::string readValues(std::vector<char> const & bytes)
 {
     std::string text;

@@ -48,7 +48,7 @@ class Forked
     }
 
     unsigned id() const { return static_cast<unsigned>(id_); }
-    /// Returns the time of the processor clock of the process in 100 ns.
+    /// Returns the processor time of the process in units of 100 ns.
     double cpuTime() const
     {
         clockid_t clock{};
@@ -90,7 +90,7 @@ TEST(ProcessListOnLinux, AgreesWithTheProcessorClockOfTheProcess)
         }
         return time;
     };
-    // The watch starts at a processor time above 0.
+    // The processor time must be above 0 at the first measurement.
     while (busy.cpuTime() < 300000)
         ::usleep(10000);
     double const before = read();
@@ -112,7 +112,7 @@ TEST(ProcessListOnLinux, NamesAProcessByItsExecutableAndItsUser)
     QProcess process;
     process.start(program, QStringList());
     ASSERT_TRUE(process.waitForStarted());
-    // A program that has just started uses almost no memory. After its answer it has more.
+    // A program uses almost no memory when it starts. After the program has answered, it uses more.
     process.write("answer\n");
     ASSERT_TRUE(process.waitForReadyRead());
     // An update may delete the file of a running program.
@@ -135,8 +135,8 @@ TEST(ProcessListOnLinux, NamesAProcessByItsExecutableAndItsUser)
     EXPECT_EQ(list->entries[index].user.view(), "noDebugPriv");
 }
 
-/// Ends the main thread while another thread runs. The threads have names that differ from the
-/// executable.
+/// Ends the main thread while another thread runs. Gives both threads names that differ from the
+/// executable's name.
 void endMainThread()
 {
     ::prctl(PR_SET_NAME, "renamed");
@@ -172,13 +172,13 @@ TEST(ProcessListOnLinux, ListsRunningProcessesWithTheirFigures)
         kernelThreads += list->entries[i].parentPid == 2 || list->entries[i].name == "KTHREADD";
     EXPECT_EQ(kernelThreads, 0);
 
-    // The process started after the last call of initGetProcessInfo.
+    // This process started after the last call of initGetProcessInfo.
     int const index = list->getListIDByPID(partlyEnded.id(), false);
     ASSERT_GE(index, 1);
     list->getProcessInfo(index);
     EXPECT_EQ(list->entries[index].name.view(), "SYSTEM_TESTS");
     EXPECT_GE(list->entries[index].memMB, 1);
-    // The first process of the system, which may be an application in a container.
+    // Process 1 is the first process of the system. In a container it may be an application.
     int const one = list->getListIDByPID(1, false);
     ASSERT_GE(one, 1);
     list->getProcessInfo(one);
@@ -194,7 +194,7 @@ TEST(ProcessListOnLinux, NeverSignalsAProcessGroup)
     EXPECT_FALSE(setPrivilege("SeDebugPrivilege", true));
     ::usleep(20000);
     EXPECT_EQ(::waitpid(static_cast<pid_t>(member.id()), nullptr, WNOHANG), 0);
-    // The id 0 does not kill the caller's group.
+    // killProcess(0) must not kill the process group of the caller.
     EXPECT_EXIT(
         {
             ::setpgid(0, 0);
@@ -221,7 +221,7 @@ TEST(ProcessListOnLinux, ListsAThousandProcessesOfMore)
     list->getProcessInfo(1000);
     EXPECT_GT(list->entries[999].pid, 0u);
     EXPECT_GT(list->total(), _oxProcessList::capacity);
-    // A process that did not fit is found by its name.
+    // A search by name also finds a process that is not among the first 1000.
     Forked const last(wait);
     list->collectProcesses("system_TESTS");
     EXPECT_TRUE(list->processExistsPID(last.id(), false));

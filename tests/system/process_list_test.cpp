@@ -31,7 +31,8 @@ QString ownFileName()
     return QFileInfo(ownProgram()).fileName();
 }
 
-/// A second instance of a program, which runs while its standard input is open.
+/// A second instance of a program, by default of this program. It runs until its standard input is
+/// closed.
 class SecondInstance : public Child
 {
   public:
@@ -74,7 +75,7 @@ TEST(ProcessList, FindsProcessesByIdAndByNameInAnyCase)
 
 TEST(ProcessList, FindsASecondInstanceUntilItIsKilled)
 {
-    // Applications are identified by the name of their executable without its suffix.
+    // Applications are identified by the name of the executable without the suffix.
     Name const base(QFileInfo(ownProgram()).completeBaseName());
     Name const prefix = base.left(base.size() - 1);
     long long id = 0;
@@ -92,8 +93,8 @@ TEST(ProcessList, FindsASecondInstanceUntilItIsKilled)
     ASSERT_GE(index, 1);
     EXPECT_EQ(list->entries[index].parentPid, ownId());
 
-    // The process started after the constructor had read the figures. getProcessInfo reads the
-    // figures of the process now.
+    // The constructor read its figures before this process started. getProcessInfo reads the
+    // current figures.
     list->getProcessInfo(index);
     EXPECT_GE(list->entries[index].memMB, 1);
 
@@ -101,7 +102,7 @@ TEST(ProcessList, FindsASecondInstanceUntilItIsKilled)
     list->killProcess(secondId);
     EXPECT_TRUE(second.hasEnded());
     EXPECT_FALSE(list->processExistsPID(secondId, true));
-    // A process that has ended has no figures, even while a handle to it exists.
+    // A process that has ended has no figures, even while another process has a handle to it.
     _oxProcessEntry & behind = list->entries[list->count];
     behind.pid = secondId;
     behind.cpuTime = behind.memMB = 0;

@@ -1,5 +1,5 @@
-// The other process in the tests of shared memory. Exit codes: 0 success, 100 wrong arguments; the
-// comment of a command lists its other codes.
+// The second process in tests of shared memory. Exit codes of all commands: 0 success, 100 wrong
+// arguments. The comment of a command lists its other exit codes.
 
 #include "shared/system/environment.h"
 #include "shared/system/shared_memory.h"
@@ -15,20 +15,20 @@
 namespace
 {
 
-/// Reports to the test that the segment exists, and keeps it until standard input ends.
+/// Reports to the test that the segment is attached, and keeps it until standard input ends.
 int hold()
 {
     ox::tests::printAndWait("held");
     return 0;
 }
 
-/// Creates the segment and holds it. The exit code is the error of a failed call.
+/// Creates the segment and holds it. The exit code is the error code if the call fails.
 int create(oxSharedMemory & memory, int size)
 {
     return memory.create(size, true, true) ? hold() : memory.error();
 }
 
-/// Attaches and takes the lock. Exit codes: 101 not attached, 102 not locked.
+/// Attaches to the segment and takes its lock. Exit codes: 101 not attached, 102 not locked.
 int lock(oxSharedMemory & memory, int)
 {
     if (!memory.attach())
@@ -36,8 +36,8 @@ int lock(oxSharedMemory & memory, int)
     return memory.lock() ? hold() : 102;
 }
 
-/// Adds 1 to the first byte `count` times, each time under the lock. The pauses give other
-/// processes time to interfere if the lock fails. Exit code 101: not attached.
+/// Adds 1 to the first byte `count` times, each time under the lock. If the lock does not work, the
+/// pauses let other processes change the byte at the same time. Exit code 101: not attached.
 int increment(oxSharedMemory & memory, int count)
 {
     if (!memory.attach())
@@ -56,8 +56,8 @@ int increment(oxSharedMemory & memory, int count)
     return 0;
 }
 
-/// Tries `count` times to create the segment and to attach to it, like the other children. Exit
-/// codes: 101 two processes have created it, 102 unexpected error.
+/// Tries `count` times to create the segment and to attach to it, at the same time as other
+/// processes. Exit codes: 101 two processes created the segment, 102 unexpected error.
 int contend(oxSharedMemory & memory, int count)
 {
     QString const markerName = QDir::temp().filePath(memory.localName());

@@ -17,7 +17,7 @@ namespace ox::tests
 class SharedMemory : public testing::Test
 {
   protected:
-    /// Returns code and text of the last error: "5 OpenFileMappingA: …"
+    /// Returns the code and the text of the last error in the form "5 OpenFileMappingA: …".
     static std::string failure(oxSharedMemory const & memory)
     {
         return std::to_string(memory.error()) + ' ' + memory.errorString().c_str();

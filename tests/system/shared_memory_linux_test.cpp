@@ -64,8 +64,8 @@ class SharedMemoryAsRoot : public SharedMemoryOnLinux
             GTEST_SKIP() << "only root can become another user and mount a file system";
     }
 
-    /// Runs the work in a forked process that ends without destructors. Returns the result of the
-    /// work.
+    /// Runs the work in a forked process that ends without calling destructors. Returns the result
+    /// of the work.
     template <typename Work>
     static bool isTrueInFork(Work const & work)
     {
@@ -153,7 +153,7 @@ TEST_F(SharedMemoryAsRoot, IsAccessibleToOtherUsersIfGlobal)
 
 TEST_F(SharedMemoryAsRoot, CanBeCreatedAgainByAnyUserAfterTheLastHolder)
 {
-    writeFile(globalObject, garbage); // an object that a killed process of root has left
+    writeFile(globalObject, garbage); // represents an object that a killed process of root has left
     QFile::setPermissions(globalObject, QFile::Permissions(0x6666));
     EXPECT_TRUE(isTrueForNobody([&] {
         bool const created = !memory.attach() && memory.create(5000, true, false) &&
@@ -181,7 +181,7 @@ TEST_F(SharedMemoryAsRoot, FallsBackToTheLocalSegmentWithoutAccessToTheGlobalOne
     }));
     QFile::remove(globalObject);
 
-    // A local object of another user is refused, too.
+    // A local object that another user owns is not accepted, either.
     writeFile(localObject, garbage);
     ASSERT_EQ(::chown(localObject.toStdString().c_str(), nobody, nobody), 0);
     EXPECT_FALSE(memory.create(10, false, false));

@@ -118,7 +118,7 @@ TEST(LocalClock, HasTheLocalCalendarFields)
               std::make_tuple(2026, 11, 6, 14));
     EXPECT_EQ(std::tie(clock.hour, clock.minute, clock.second, clock.milliseconds),
               std::make_tuple(9, 5, 7, 0));
-    // The low 16 bits of this year are a valid year.
+    // The year is out of range, although its low 16 bits are a valid year.
     EXPECT_EQ(localClockAt(_oxTime(std::int64_t{65536} * 31556952 + time.value, true)),
               std::nullopt);
     EXPECT_EQ(localClockAt(_oxTime(std::numeric_limits<__int64>::max(), true)), std::nullopt);
@@ -156,7 +156,8 @@ TEST(DesktopUser, IsTheLastOwnerThatCanBeLookedUp)
     }
 }
 
-/// Returns a table in the format of a disk: attributes of 12 bytes each and a checksum at the end.
+/// Returns a table as a disk reports it: attributes of 12 bytes each and a checksum in the last
+/// byte.
 std::vector<unsigned char> smartTable(std::vector<std::vector<unsigned char>> const & attributes)
 {
     std::vector<unsigned char> table(512);
@@ -231,7 +232,8 @@ TEST(StorageDescriptor, IsReadWithinItsBounds)
     EXPECT_EQ(disk->model, u"Farm Disk 500");
     EXPECT_EQ(disk->bus, DiskBus::Ata);
 
-    // A text without an end, no text, and offsets into the header or behind the answer.
+    // Answers with a text that is cut off, with no text, and with an offset into the header or
+    // behind the end.
     EXPECT_EQ(parseStorageDescriptor(std::span(answer).first(42))->model, u"Farm");
     EXPECT_EQ(parseStorageDescriptor(std::span(answer).first(36))->model, u"");
     for (int const offset : {35, 60}) {

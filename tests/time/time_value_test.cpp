@@ -83,7 +83,7 @@ TEST(TimeValue, FollowsTheZonesRulesForTheDate)
         EXPECT_EQ(std::tm(utc(summer)).tm_hour, c.summerHour);
         EXPECT_EQ(std::tm(_oxTime32{static_cast<unsigned>(summer)}).tm_hour, c.summerHour);
 
-        // Local fields convert back to the same second, whatever the offset.
+        // fromDateTime() converts the local fields back to the same second.
         for (__int64 t : {winter, summer}) {
             std::tm const f = utc(t);
             _oxTime back;
@@ -108,7 +108,7 @@ TEST(TimeValue, ConvertsTheHoursAroundDaylightSaving)
     } const cases[] = {
         {0, 3, 29, 3, 1774746000},   // the first minute of summer time
         {30, 1, 25, 10, 1792884600}, // still summer time
-        {30, 2, 25, 10, 1792891800}, // this hour occurs twice; the second one is used
+        {30, 2, 25, 10, 1792891800}, // this hour occurs twice; the second occurrence is used
     };
     for (auto const & c : cases) {
         _oxTime t;
@@ -200,7 +200,7 @@ TEST(TimeValue, ConvertsStatTimesByTheMeasuredOffset)
     _oxTime t;
     t.from_FILETIME(0xFFFFFFFF, 0xFFFFFFFF);
     EXPECT_EQ(t.value, -11644473600) << "ticks are a signed number";
-    // The offset that a process measures if it starts in winter.
+    // A process that starts in winter measures this offset.
     _oxTime::oxTime_Start_OffSet = 3600;
     EXPECT_EQ(_oxTime::convertStatFileTime(winter).value, winter);
     SKIP_WITHOUT_DAYLIGHT_SAVING();

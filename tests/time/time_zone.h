@@ -9,8 +9,8 @@
 
 #include <ctime>
 
-/// Sets the time zone of the process during its lifetime, and resets the measured offset. Zones are
-/// rules, since a minimal machine has no zone names.
+/// Sets the time zone of the process during the object's lifetime, and resets the measured offset.
+/// The zone is given as a rule, since a minimal machine does not know the names of zones.
 class TimeZone
 {
   public:
