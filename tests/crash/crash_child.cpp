@@ -1,6 +1,6 @@
-// The program that crashes: child LOG_FILE DUMP_FOLDER WORD…
-// The dump folder "default" means the folder that init sets. Each word is an action or a kind of
-// crash. The exit code is 0 without a crash.
+// The program that crashes: crash_child LOG_FILE DUMP_FOLDER WORD… Each WORD is an action or a kind
+// of crash. The DUMP_FOLDER "default" selects the folder that init() sets. If no word causes a
+// crash, the exit code is 0.
 
 #include "oxtool/support/crash_kinds.h"
 #include "shared/crash/crash_handler.h"
@@ -23,7 +23,7 @@
 namespace
 {
 
-/// A logger that writes without a buffer to a file that is already open.
+/// A logger that writes to an open file without a buffer.
 class FileLogger : public oxLogger
 {
   public:
@@ -41,7 +41,7 @@ class FileLogger : public oxLogger
             std::fwrite("\n", 1, 1, file_);
         }
     }
-    /// Selects a fault that runs before every line. Returns false for an unknown word.
+    /// Selects a fault that occurs before every line. Returns false for an unknown word.
     bool doWord(char const * word);
 
   private:
@@ -71,7 +71,7 @@ bool FileLogger::doWord(char const * word)
     return true;
 }
 
-/// Lets many threads crash at the same moment, each in one of these ways.
+/// Makes 40 threads crash at the same moment. Each thread crashes in one of the given ways.
 void crashTogether(std::initializer_list<char const *> kinds)
 {
     constexpr std::ptrdiff_t count = 40;

@@ -17,8 +17,8 @@
 namespace
 {
 
-/// Volatile, so that the compiler does not remove the accesses. The second block prevents the first
-/// one from being merged with the free end of the heap.
+/// Volatile, so that the compiler does not remove the accesses. Without the second block, free()
+/// would merge the first block with the free end of the heap.
 void * volatile blocks[2];
 
 void allocateBlocks()
@@ -27,11 +27,11 @@ void allocateBlocks()
         block = std::malloc(2000);
 }
 
-/// Crashes inside malloc while it holds the lock of the heap: a pointer in a freed block, which the
-/// next allocation follows, is invalid.
+/// Crashes inside malloc while malloc holds the lock of the heap. The function overwrites a pointer
+/// in a freed block with an invalid address, and the next allocation uses this pointer.
 void crashInMalloc()
 {
-    std::thread([] {}).join(); // malloc takes its lock only after a second thread has existed
+    std::thread([] {}).join(); // with a single thread so far, malloc takes no lock
     allocateBlocks();
     std::free(blocks[0]);
     static_cast<void * volatile *>(blocks[0])[1] = reinterpret_cast<void *>(16);
@@ -45,8 +45,7 @@ void freeTwice()
     std::free(blocks[0]);
 }
 
-/// Limits the size of files, so that only the beginning of a dump can be written, as on a full
-/// disk.
+/// Limits the size of files. Only the beginning of a dump can then be written, as on a full disk.
 void limitFileSize()
 {
     std::signal(SIGXFSZ, SIG_IGN);

@@ -1,11 +1,12 @@
 #pragma once
 
-/// Runs an action that exists on one system only. Returns false for an unknown word.
+/// Runs an action that exists on one system only. Returns false if the word is not such an action.
 bool doSystemWord(char const * word);
 
-/// Calls the exception filter with an exception of the code for a division, in the context of this
-/// thread. Returns whether the message of the filter is the sentence for this code.
+/// Calls the exception filter with the code of a division by zero and the context of this thread.
+/// Returns whether the filter's message is the text for this code.
 bool dumpForException();
 
-/// Installs a crash handler before that of the library. It ends the process with exit code 17.
+/// Installs a crash handler before the library installs its own. The handler ends the process with
+/// exit code 17.
 void installEarlierHandler();

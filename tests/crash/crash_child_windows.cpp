@@ -19,7 +19,7 @@ LONG WINAPI endByEarlierHandler(EXCEPTION_POINTERS *)
 /// Crashes while this thread holds the lock of the heap.
 void crashWithHeapLocked()
 {
-    ::Sleep(1000); // starting threads need the heap
+    ::Sleep(1000); // other threads that are still starting need the heap
     ::HeapLock(::GetProcessHeap());
     ox::tool::crash("null");
 }

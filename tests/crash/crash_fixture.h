@@ -14,7 +14,7 @@
 namespace ox::tests
 {
 
-/// Runs the program that crashes, in a temporary folder for dumps and log.
+/// Runs the program that crashes. The dumps and the log are in a temporary folder.
 class CrashTest : public FolderTest
 {
   protected:
@@ -24,7 +24,7 @@ class CrashTest : public FolderTest
             GTEST_SKIP() << "the sanitizers handle the signals of crashes";
     }
 
-    /// Runs the program and waits for its end. Fails if it does not end in time.
+    /// Runs the program and waits for its end. The test fails if the program does not end in time.
     void run(QStringList const & words, QString const & dumpFolder)
     {
         ProgramRun const ended =
@@ -38,7 +38,7 @@ class CrashTest : public FolderTest
 
     QString log() const { return path("client.txt"); }
     QList<QByteArray> lines() const { return contentOf(log()).split('\n'); }
-    /// Names of the dumps with a final name and of those without, sorted.
+    /// Returns the sorted names of dumps that have their final name.
     QStringList dumps() const { return filesOf("*.oxdmp"); }
     QStringList unnamedDumps() const { return filesOf("*.dmp"); }
     DumpContent dump(int index) const { return readDump(folder.filePath(dumps()[index])); }

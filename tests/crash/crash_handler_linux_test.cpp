@@ -30,7 +30,7 @@ void addLibraryFolder(QString const &) {}
 
 TEST_F(CrashTest, AForkedChildThatCrashesKeepsItsParentsDump)
 {
-    // Parent and child crash at the same time.
+    // The parent process and the child process crash at the same time.
     run({u"fork"_q, u"abort"_q});
     QElapsedTimer clock;
     for (clock.start(); dumps().size() < 2 && clock.elapsed() < 30000;)
@@ -45,7 +45,7 @@ TEST_F(CrashTest, AForkedChildThatCrashesKeepsItsParentsDump)
 
 TEST_F(CrashTest, TheProcessEndsIfNoDumpCanBeWritten)
 {
-    // Root may write to every folder except those of the kernel.
+    // Root can write to every folder except folders of the kernel.
     QString const readOnly = ::geteuid() == 0 ? u"/proc"_q : folder.path();
     ::chmod(folder.path().toUtf8().constData(), 0700);
     for (auto const & [words, dumpFolder] :
@@ -88,7 +88,7 @@ TEST_F(CrashTest, TheDumpReaderNamesTheFunctionThatCrashed)
     ProgramRun const symbolReader = runReader("dump_syms", {program});
     if (!symbolReader.hasEnded || symbolReader.hasCrashed)
         GTEST_SKIP() << "the dump readers do not run on this machine";
-    // "MODULE Linux x86_64 1F0B… crash_child"
+    // The first line has the form "MODULE Linux x86_64 1F0B… crash_child".
     QByteArray const & symbols = symbolReader.output;
     QList<QByteArray> const module = symbols.left(symbols.indexOf('\n')).split(' ');
     ASSERT_EQ(module.size(), 5);
@@ -99,7 +99,7 @@ TEST_F(CrashTest, TheDumpReaderNamesTheFunctionThatCrashed)
 
     for (ox::tool::CrashKind const & kind : ox::tool::crashKinds()) {
         SCOPED_TRACE(kind.name);
-        // Without the symbols of the C library the reader cannot unwind its 32-bit frames.
+        // In a 32-bit build, the reader cannot unwind frames of the C library without its symbols.
         bool const endsInLibrary = text(kind.name) == u"abort"_q || text(kind.name) == u"throw"_q;
         if (sizeof(void *) == 4 && endsInLibrary)
             continue;
@@ -110,7 +110,8 @@ TEST_F(CrashTest, TheDumpReaderNamesTheFunctionThatCrashed)
             "minidump_stackwalk", {u"-m"_q, folder.filePath(dumps()[0]), path("symbols")});
         ASSERT_TRUE(stackReader.hasEnded && !stackReader.hasCrashed);
         QByteArray const & report = stackReader.output;
-        // "Crash|SIGSEGV /SEGV_MAPERR|0x0|0", then "0|1|crash_child|ox::tool::…|file|line|0x…"
+        // The report contains the line "Crash|SIGSEGV /SEGV_MAPERR|0x0|0", whose last field is the
+        // thread, and lines of frames such as "0|1|crash_child|ox::tool::…|file|line|0x…".
         auto const crash = report.mid(report.indexOf("\nCrash|") + 1);
         auto const thread = crash.left(crash.indexOf('\n')).split('|').last();
         bool isNamed = false;

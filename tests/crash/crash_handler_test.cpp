@@ -12,7 +12,8 @@ using namespace ox::tests;
 namespace
 {
 
-/// Returns a pattern for the final name of a dump, with the start time that the child sets.
+/// Returns a pattern for the final name of a dump. The name contains the start time that the child
+/// sets.
 QRegularExpression finalName()
 {
     QString const start = _oxTime(1'794'000'000, true).asStringFileNameYearMinute();
@@ -61,7 +62,7 @@ TEST_F(CrashTest, ADumpOnDemandAndALaterCrashHaveSeparateDumps)
 {
     run({u"dump"_q, u"init"_q, u"dump-for-exception"_q, u"null"_q});
     EXPECT_EQ(output, "true\ntrue\n");
-    // Dumps of the same second get the names of the next seconds.
+    // If the name for a second is in use, the dump gets the name for the next free second.
     ASSERT_EQ(dumps().size(), 3);
     EXPECT_EQ(dump(0).code, 0xC0000025u);
     EXPECT_EQ(dump(1).code, 0xC0000094u);
@@ -108,13 +109,13 @@ TEST_F(CrashTest, ALoggerThatCrashesDuringADumpOnDemandIsACrashOfTheApplication)
     EXPECT_EQ(exitCode, static_cast<int>(expectedEnds()[0].exitCode));
     ASSERT_EQ(dumps().size(), 1);
     EXPECT_EQ(dump(0).code, expectedEnds()[0].dumpCode);
-    EXPECT_EQ(unnamedDumps().size(), 1); // the dump on demand
+    EXPECT_EQ(unnamedDumps().size(), 1); // the dump on demand, which the crash interrupted
 }
 
 TEST_F(CrashTest, WithoutItsFolderADumpFailsAndTheProcessEnds)
 {
     run({u"dump"_q, u"null"_q}, path("missing"));
-    // The system may add its own output.
+    // The system may print text of its own after the program's output.
     EXPECT_TRUE(output.startsWith("false\n")) << output.toStdString();
     EXPECT_EQ(exitCode, static_cast<int>(expectedEnds()[0].exitCode));
     EXPECT_EQ(lines(), (QList<QByteArray>{"crash detected falsedump called", "crash detected false",
@@ -139,7 +140,7 @@ TEST_F(CrashTest, AnInstallationsDumpsAreInItsReleaseLogFolder)
     program = bin + QDir::separator() + original.fileName();
     ASSERT_TRUE(QFile::copy(original.filePath(), program));
     addLibraryFolder(original.absolutePath());
-    // An invalid folder is ignored and the previous one stays.
+    // An invalid folder is ignored, and the previous folder stays in use.
     run({u"too-long-folder"_q, u"dump"_q}, u"default"_q);
     EXPECT_EQ(output, "true\n");
     EXPECT_EQ(QDir(logs).entryList({u"*.oxdmp"_q}).size(), 1);
