@@ -13,12 +13,12 @@ using namespace ox::tests;
 namespace
 {
 
-/// Folder with the source "a" and, in some tests, the previous target "b".
+/// A folder with the source "a". Some tests add a previous target "b".
 class Copying : public testing::Test
 {
   protected:
-    /// Runs a shell script in the folder, with the program as $0. Returns the lines of both
-    /// streams.
+    /// Runs a shell script in the folder. $0 is the program. Returns the lines of standard output
+    /// and standard error.
     QStringList shell(char const * script) const
     {
         QString const printed = toolShell(share.path()).printed(QByteArray("set -e\n") + script);
@@ -27,7 +27,7 @@ class Copying : public testing::Test
 
     bool works(char const * command) const { return toolShell(share.path()).succeeds(command); }
 
-    /// Returns whether the temporary file of a copy contains at least one piece.
+    /// Returns whether the temporary file of a copy contains at least the first piece.
     bool isHalfCopied() const
     {
         for (QString const & name : share.names()) {

@@ -13,7 +13,7 @@ using namespace ox::tests;
 namespace
 {
 
-/// Returns the four checksums of the first file.
+/// Returns the four checksums of the first file in the report.
 QStringList checksumsIn(ToolRun && run)
 {
     QJsonObject const file = run.json().value(u"files"_q).toArray().at(0).toObject();

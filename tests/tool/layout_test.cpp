@@ -11,7 +11,8 @@ TEST(Layout, IsTheSameInEveryBuild)
     EXPECT_EQ(run.status(), 0);
     QString records;
     for (QString const & line : run.output().split(u'\n')) {
-        // These two contain pointers. The file formats test the header of the buffer.
+        // These two types contain pointers, so their layout depends on the build. Tests of the file
+        // formats check the header of _OX_DataBuffer.
         bool const hasPointer =
             line.startsWith(u"_OX_DataBuffer"_q) || line.startsWith(u"_oxStringList"_q);
         if (!hasPointer && !line.isEmpty())

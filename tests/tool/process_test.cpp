@@ -13,7 +13,7 @@ using namespace ox::tests;
 namespace
 {
 
-/// Returns the usage of a core in the lines about processes, for each report.
+/// Returns, for each report, the usage of one core from each line about a process.
 std::vector<std::vector<double>> usagesIn(QString const & output)
 {
     QRegularExpression const figures(u"(\\d+\\.\\d) +\\d+\\.\\d  "_q);

@@ -110,7 +110,8 @@ TEST(Program, WorksWithoutThreadsOrFailsAtTheStart)
 {
     if (hasAddressSanitizer)
         GTEST_SKIP() << "the address sanitizer needs more memory than the test allows";
-    // The stack of a thread exceeds the memory limit of the process.
+    // Starting a thread fails, since the stack of a thread is larger than the process's memory
+    // limit.
     Share const share;
     QString const file = share.write(u"file"_q, "content");
     EXPECT_EQ(
@@ -124,7 +125,7 @@ TEST(Program, WorksWithoutThreadsOrFailsAtTheStart)
 
 TEST(Program, ShowsProgressInOneLineOfATerminalOnly)
 {
-    // Each letter takes two columns, a combining mark none.
+    // Each letter takes two columns of the terminal; a combining mark takes none.
     QString const wideName = u"\u65E5\u672C\U0001F600\u0301"_q.repeated(10);
     Share const share;
     QString const file = share.path(wideName);

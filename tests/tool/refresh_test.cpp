@@ -39,7 +39,8 @@ TEST_F(Refresh, MapsTheStoredPathAndShowsEachStep)
 
 TEST_F(Refresh, MapsTheLongestMatchingRoot)
 {
-    // The local path is relative to the share, and empty if no mapping applies.
+    // Pairs of a stored path and the expected local path. The local path is relative to the share,
+    // or empty if no mapping applies.
     for (auto const & [stored, local] :
          {std::pair("\\\\farm\\share\\jobs\\a", "share/jobs/a"),
           std::pair("//FARM/Share/jobs/a", "share/jobs/a"), std::pair("\\\\farm\\share2\\a", ""),
@@ -89,7 +90,7 @@ TEST_F(Refresh, LeavesNoFileWhenStoppedWhileLoadingOrWriting)
 {
     share.writeSparse(u"large"_q, qint64(700) << 20);
     share.writeSparse(u"raw"_q, qint64(200) << 20);
-    // A file with a valid CRC, so that the command reaches the output.
+    // This file has a valid CRC, so the command starts to write the output.
     ASSERT_EQ(ToolRun("pack %1raw %1valid", {share.path()}).status(), 0);
     QStringList const before = share.names();
     for (auto const & [name, step] :

@@ -8,7 +8,7 @@
 namespace ox::tests
 {
 
-/// Temporary folder that simulates the farm's share; removed at the end of the scope.
+/// A temporary folder that represents the farm's share. The destructor removes the folder.
 class Share
 {
   public:
@@ -16,7 +16,8 @@ class Share
 
     /// Writes a file and returns its path.
     QString write(QString const & name, QByteArray const & content) const;
-    /// Writes a sparse buffer file with a payload of this size in bytes. Returns its path.
+    /// Writes a sparse buffer file whose payload has the given size in bytes. Returns the path of
+    /// the file.
     QString writeSparse(QString const & name, qint64 payload) const;
 
     /// Returns the names of all entries, including hidden ones.
