@@ -1,6 +1,6 @@
-// The program that crashes: crash_child LOG_FILE DUMP_FOLDER WORD… Each WORD is an action or a kind
-// of crash. The DUMP_FOLDER "default" selects the folder that init() sets. If no word causes a
-// crash, the exit code is 0.
+// The program that crashes: crash_child LOG_FILE DUMP_FOLDER WORD…
+// Each WORD is an action or a kind of crash. The DUMP_FOLDER "default" selects the folder that
+// init() sets. If no word causes a crash, the exit code is 0.
 
 #include "oxtool/support/crash_kinds.h"
 #include "shared/crash/crash_handler.h"

@@ -93,8 +93,8 @@ TEST(ProcessList, FindsASecondInstanceUntilItIsKilled)
     ASSERT_GE(index, 1);
     EXPECT_EQ(list->entries[index].parentPid, ownId());
 
-    // The constructor read its figures before this process started. getProcessInfo reads the
-    // current figures.
+    // The constructor of the list read all figures before this process started. getProcessInfo
+    // reads the current figures.
     list->getProcessInfo(index);
     EXPECT_GE(list->entries[index].memMB, 1);
 

@@ -232,7 +232,7 @@ TEST(StorageDescriptor, IsReadWithinItsBounds)
     EXPECT_EQ(disk->model, u"Farm Disk 500");
     EXPECT_EQ(disk->bus, DiskBus::Ata);
 
-    // Answers with a text that is cut off, with no text, and with an offset into the header or
+    // Answers with a truncated text, with no text, and with an offset into the header or
     // behind the end.
     EXPECT_EQ(parseStorageDescriptor(std::span(answer).first(42))->model, u"Farm");
     EXPECT_EQ(parseStorageDescriptor(std::span(answer).first(36))->model, u"");
