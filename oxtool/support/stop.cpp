@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <chrono>
 #include <mutex>
+#include <shared_mutex>
 #include <utility>
 #include <vector>
 
@@ -21,7 +22,9 @@ namespace
 constexpr std::chrono::seconds longestDeferral(5);
 
 struct State {
-    std::timed_mutex mutex; ///< locked while stop requests are deferred
+    std::shared_timed_mutex deferrals; ///< shared by all threads that defer stop requests
+    std::mutex entry;                  ///< held by a stop request, so that no deferral begins
+    std::mutex change;                 ///< held while the members below change
     std::vector<StopGuard *> guards;
     StopHandler::Handler handler;
     platform::Error installError; ///< code 0 if stop requests are handled
@@ -34,6 +37,21 @@ State & state()
     return instance;
 }
 
+/// Defers stop requests in its scope. A waiting stop request lets the present deferrals end and
+/// begins before the next ones.
+class Deferral
+{
+  public:
+    Deferral()
+    {
+        std::lock_guard const entry(state().entry);
+        state().deferrals.lock_shared();
+    }
+    ~Deferral() { state().deferrals.unlock_shared(); }
+    Deferral(Deferral const &) = delete;
+    Deferral & operator=(Deferral const &) = delete;
+};
+
 } // namespace
 
 bool StopGuard::acquire(Acquire const & acquire, Release release, Message stopMessage)
@@ -41,9 +59,10 @@ bool StopGuard::acquire(Acquire const & acquire, Release release, Message stopMe
     if (state().installError.code != 0)
         throw Failure(QStringLiteral("cannot start a thread for stop requests: %1")
                           .arg(reasonOf(state().installError)));
-    std::lock_guard const deferral(state().mutex);
+    Deferral const deferral;
     if (!acquire())
         return false;
+    std::lock_guard const change(state().change);
     release_ = std::move(release);
     stopMessage_ = std::move(stopMessage);
     state().guards.push_back(this);
@@ -52,9 +71,10 @@ bool StopGuard::acquire(Acquire const & acquire, Release release, Message stopMe
 
 bool StopGuard::complete(std::function<bool()> const & complete)
 {
-    std::lock_guard const deferral(state().mutex);
+    Deferral const deferral;
     if (!complete())
         return false;
+    std::lock_guard const change(state().change);
     std::erase(state().guards, this);
     release_ = nullptr;
     return true;
@@ -70,7 +90,7 @@ void StopGuard::release()
     });
 }
 
-/// The caller holds the mutex until the process ends, so that no resource is acquired any more.
+/// The caller blocks deferrals until the process ends, so that no resource is acquired any more.
 void endByStopRequest(platform::StopRequest request)
 {
     auto & guards = state().guards;
@@ -100,7 +120,7 @@ void endDuringWork(platform::StopRequest request)
 
 void deferStopRequests(std::function<void()> const & work)
 {
-    std::lock_guard const deferral(state().mutex);
+    Deferral const deferral;
     work();
 }
 
@@ -108,8 +128,9 @@ void installStopHandling()
 {
     state();
     bool const isInstalled = platform::answerStopRequests([](platform::StopRequest request) {
-        std::unique_lock const deferral(state().mutex, longestDeferral);
-        if (!deferral.owns_lock())
+        std::lock_guard const entry(state().entry);
+        std::unique_lock const deferrals(state().deferrals, longestDeferral);
+        if (!deferrals.owns_lock())
             endDuringWork(request);
         else if (state().handler)
             state().handler(request);
@@ -122,13 +143,16 @@ void installStopHandling()
 
 StopHandler::StopHandler(std::function<Handler()> const & start)
 {
-    std::lock_guard const deferral(state().mutex);
-    state().handler = start();
+    Deferral const deferral;
+    Handler handler = start();
+    std::lock_guard const change(state().change);
+    state().handler = std::move(handler);
 }
 
 StopHandler::~StopHandler()
 {
-    std::lock_guard const deferral(state().mutex);
+    Deferral const deferral;
+    std::lock_guard const change(state().change);
     state().handler = nullptr;
 }
 

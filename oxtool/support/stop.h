@@ -24,6 +24,8 @@ class StopGuard
     StopGuard(StopGuard const &) = delete;
     StopGuard & operator=(StopGuard const &) = delete;
 
+    // Several threads may defer stop requests at once. A deferral must not contain another one.
+
     /// Runs `acquire` with stop requests deferred, so it should be short, and returns its result.
     /// If `acquire` returns true, the guard stores `release` and `stopMessage`. After a stop
     /// request has called `release`, the text of `stopMessage` goes to standard error unless it is
