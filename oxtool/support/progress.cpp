@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 
 /// Returns the amount, the rate and the remaining time; empty before the first byte and after the
 /// last, when there is no rate.
-QString amountText(qint64 done, qint64 all, double seconds)
+QString bytesText(qint64 done, qint64 all, double seconds)
 {
     if (done <= 0 || done >= all)
         return {};
@@ -32,10 +32,25 @@ QString amountText(qint64 done, qint64 all, double seconds)
         .arg(static_cast<double>(all - done) / rate, 0, 'f', 0);
 }
 
+QString amountText(Progress::Amount const & amount, double seconds)
+{
+    QString text;
+    if (amount.allFiles > 0)
+        text = QStringLiteral(", %1 of %2 files").arg(amount.files).arg(amount.allFiles);
+    return text + bytesText(amount.bytes, amount.allBytes, seconds);
+}
+
 } // namespace
 
-Progress::Progress(QString const & what, qint64 all, Measure measure)
-    : what_(shownText(what)), all_(all), measure_(std::move(measure))
+Progress::Progress(QString const & what, qint64 all, Measure const & measure)
+    : Progress(what, [=] {
+          return Amount{0, 0, measure ? measure() : 0, all};
+      })
+{
+}
+
+Progress::Progress(QString const & what, Measurement measurement)
+    : what_(shownText(what)), measurement_(std::move(measurement))
 {
     if (!platform::isTerminal(stderr))
         return;
@@ -64,25 +79,31 @@ void Progress::erase()
         std::fputs("\r\033[K", stderr);
 }
 
+void Progress::interrupt(std::function<void()> const & write)
+{
+    std::lock_guard const guard(mutex_);
+    if (isShown_)
+        erase();
+    write();
+}
+
 void Progress::show()
 {
     auto const start = std::chrono::steady_clock::now();
     std::unique_lock guard(mutex_);
-    bool shown = false;
-    while (!end_.wait_for(guard, shown ? 200ms : 500ms, [this] { return ended_; })) {
+    while (!end_.wait_for(guard, isShown_ ? 200ms : 500ms, [this] { return ended_; })) {
         std::chrono::duration<double> const elapsed = std::chrono::steady_clock::now() - start;
-        QString figures = QStringLiteral(" %1 s").arg(elapsed.count(), 0, 'f', 1);
-        if (measure_)
-            figures += amountText(measure_(), all_, elapsed.count());
+        QString const figures = QStringLiteral(" %1 s").arg(elapsed.count(), 0, 'f', 1) +
+                                amountText(measurement_(), elapsed.count());
         // A character in the last column may wrap the line.
         int const columns = platform::terminalSize(stderr).columns - 1;
         QString const line =
             cutInMiddle(what_, columns - static_cast<int>(figures.size())) + figures;
         std::fprintf(stderr, "\r\033[K%s", cutAtEnd(line, columns).toUtf8().constData());
         std::fflush(stderr);
-        shown = true;
+        isShown_ = true;
     }
-    if (shown)
+    if (isShown_)
         erase();
 }
 

@@ -21,7 +21,21 @@ class Progress
     using Measure = std::function<qint64()>;
 
     /// With a `measure`, also shows the processed bytes of `all`, the rate and the remaining time.
-    explicit Progress(QString const & what, qint64 all = 0, Measure measure = {});
+    explicit Progress(QString const & what, qint64 all = 0, Measure const & measure = {});
+
+    /// Amount of work on several files. Without a number of files or bytes it is not shown.
+    struct Amount {
+        qint64 files = 0;
+        qint64 allFiles = 0;
+        qint64 bytes = 0;
+        qint64 allBytes = 0;
+    };
+
+    /// Returns the present amount. It is called periodically on another thread.
+    using Measurement = std::function<Amount()>;
+
+    /// Shows the processed files and bytes, the rate and the remaining time.
+    Progress(QString const & what, Measurement measurement);
     ~Progress();
     Progress(Progress const &) = delete;
     Progress & operator=(Progress const &) = delete;
@@ -29,15 +43,19 @@ class Progress
     /// Erases the line, so that a message can be written there.
     static void erase();
 
+    /// Erases the line of this object and calls `write`, which may write to the terminal. The next
+    /// update shows the line again.
+    void interrupt(std::function<void()> const & write);
+
   private:
     void show();
 
     QString const what_;
-    qint64 const all_;
-    Measure const measure_;
+    Measurement const measurement_;
     std::mutex mutex_;
     std::condition_variable end_;
     bool ended_ = false;
+    bool isShown_ = false;
     std::thread thread_;
 };
 

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "oxtool/support/progress.h"
+#include "shared/platform/new_file.h"
+
+#include <mutex>
+#include <vector>
+
+namespace ox::tool
+{
+
+/// Counts the files and bytes of a transfer on several threads, for its progress line.
+class Transfer
+{
+  public:
+    /// Adds a file to the expected amount. Call it before the transfer begins.
+    void expect(qint64 size);
+
+    /// A file in transfer: its bytes count while they arrive in the copy, and completely at the end
+    /// of the scope.
+    class File
+    {
+      public:
+        File(Transfer & transfer, platform::NewFile const & copy, qint64 size);
+        ~File();
+        File(File const &) = delete;
+        File & operator=(File const &) = delete;
+
+      private:
+        Transfer & transfer_;
+        platform::NewFile const & copy_;
+        qint64 const size_;
+    };
+
+    /// Returns the present amount.
+    Progress::Amount amount() const;
+
+  private:
+    mutable std::mutex mutex_;
+    Progress::Amount counted_;
+    std::vector<platform::NewFile const *> large_; ///< large files in transfer
+};
+
+} // namespace ox::tool
