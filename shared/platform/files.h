@@ -45,6 +45,10 @@ Result<> moveOver(NativeName const & from, NativeName const & to);
 /// process's umask.
 Result<> createFolder(NativeName const & name);
 
+/// Waits until the system has stored the names in a folder. No effect on Windows.
+/// Fails: also on a share without this operation.
+Result<> flushFolder(NativeName const & name);
+
 /// Deletes an empty folder. A link to a folder fails on Linux and is deleted on Windows.
 Result<> deleteFolder(NativeName const & name);
 

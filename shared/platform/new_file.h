@@ -87,8 +87,12 @@ class NewFile
     /// time in seconds since 1970 UTC: another process has just replaced it.
     Result<Previous> keepPrevious(char const * suffix, std::int64_t size, std::int64_t modified);
 
+    /// Whether a rename also flushes the folder, so that it survives a power failure. A caller who
+    /// renames many files flushes each folder once, with flushFolder().
+    enum class FolderFlush { Now, ByCaller };
+
     /// Renames the file to the target's name. Flush the content before.
-    Result<> putInPlace();
+    Result<> putInPlace(FolderFlush flush = FolderFlush::Now);
 
     /// Deletes the temporary file unless putInPlace() has renamed it.
     void remove();

@@ -132,6 +132,12 @@ Result<> createFolder(NativeName const & name)
     return resultOf(::mkdir(name.c_str(), 0777) == 0);
 }
 
+Result<> flushFolder(NativeName const & name)
+{
+    OpenFile folder(::open(name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return folder.isOpen() ? folder.flush() : lastError();
+}
+
 Result<> deleteFolder(NativeName const & name)
 {
     return resultOf(::rmdir(name.c_str()) == 0);

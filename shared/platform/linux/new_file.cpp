@@ -356,7 +356,7 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
     return Previous::Kept;
 }
 
-Result<> NewFile::putInPlace()
+Result<> NewFile::putInPlace(FolderFlush flush)
 {
     Place const & place = system_->place;
     char const * const temporary = system_->temporary.c_str();
@@ -380,7 +380,8 @@ Result<> NewFile::putInPlace()
     system_->temporary.clear();
     // A failed flush is no failure: some shares do not support it for folders, and the file is in
     // place.
-    static_cast<void>(system_->place.openFolder.flush());
+    if (flush == FolderFlush::Now)
+        static_cast<void>(system_->place.openFolder.flush());
     return {};
 }
 

@@ -131,6 +131,11 @@ Result<> createFolder(NativeName const & name)
     return resultOf(::CreateDirectoryW(name.c_str(), nullptr));
 }
 
+Result<> flushFolder(NativeName const &)
+{
+    return {};
+}
+
 Result<> deleteFolder(NativeName const & name)
 {
     return resultOf(::RemoveDirectoryW(name.c_str()));

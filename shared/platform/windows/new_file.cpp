@@ -333,7 +333,7 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
     return renamed ? Result(Previous::Kept) : renamed.error();
 }
 
-Result<> NewFile::putInPlace()
+Result<> NewFile::putInPlace(FolderFlush)
 {
     Result<> const renamed = renameTo(toHandle(system_->file), system_->target);
     if (renamed)
