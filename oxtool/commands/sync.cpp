@@ -1,67 +1,146 @@
 #include "oxtool/commands/commands.h"
 #include "oxtool/support/failure.h"
+#include "oxtool/support/file_update.h"
+#include "oxtool/support/folder_list.h"
+#include "oxtool/support/jobs.h"
 #include "oxtool/support/names.h"
 #include "oxtool/support/progress.h"
 #include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
-#include "oxtool/support/stop.h"
-#include "shared/fs/dir_listing.h"
-#include "shared/fs/file_sync.h"
+#include "oxtool/support/transfer.h"
 #include "shared/platform/files.h"
-#include "shared/platform/new_file.h"
+#include "shared/system/environment.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QStringList>
+
+#include <algorithm>
+#include <atomic>
 
 namespace ox::tool
 {
 namespace
 {
 
+constexpr int retryWaitMs = 5000;
+
 struct Options {
     QString source;
     QString target;
-    std::vector<QString> endings;
+    FolderSelection selection;
+    int jobs = 0;
     int pauseMs = -1;
+    bool comparesContent = false;
     bool retry = false;
+    bool dryRun = false;
     bool verbose = false;
     bool json = false;
 };
 
-/// Removes the temporary file of a copy when a stop request ends the process. The target is
-/// complete at every moment.
-class TemporaryFileGuard
-{
-  public:
-    explicit TemporaryFileGuard(QString const & target) : target_(target)
-    {
-        guard_.acquire([] { return true; },
-                       [this] { platform::removeNewFilesOfThisProcess(nativeName(target_)); },
-                       [this] { return stopMessage(); });
-    }
-
-    void complete()
-    {
-        guard_.complete([] { return true; });
-    }
-
-  private:
-    QString stopMessage() const
-    {
-        bool const exists = platform::kindOf(nativeName(target_)) != platform::NameKind::None;
-        return QStringLiteral("stopped, target %1: '%2'")
-            .arg(exists ? QStringLiteral("complete") : QStringLiteral("not created"), target_);
-    }
-
-    QString const target_;
-    StopGuard guard_;
+/// A folder of the target.
+struct Folder {
+    QString path; ///< full path with a separator at its end
+    bool exists = false;
+    bool isUsable = true; ///< false after its creation has failed
 };
 
+enum class State { UpToDate, Due, Copied, Failed };
+
+/// A file of the source with its target.
+struct Item {
+    std::size_t folder; ///< index of the target's folder
+    FileUpdate update;
+    State state = State::Due;
+    QString failure;
+    QStringList warnings;
+};
+
+QString withSeparator(QString const & path)
+{
+    QChar const separator = QLatin1Char(platform::ownSeparator);
+    return path.endsWith(separator) ? path : path + separator;
+}
+
+QString folderOf(QString const & path)
+{
+    return path.left(path.lastIndexOf(QLatin1Char(platform::ownSeparator)) + 1);
+}
+
+/// Reads the status of the master copy.
+/// Fails: throws Failure when it does not exist or is not a complete file.
+platform::FileStatus masterStatus(QString const & path)
+{
+    auto const status = platform::fileStatus(nativeName(path));
+    if (!status)
+        throw Failure(reasonOf(status.error()));
+    if (status->size == 0 && !QFileInfo(path).isFile())
+        throw Failure(QStringLiteral("not a regular file"));
+    if (status->size > 0 && status->modified <= 0)
+        throw Failure(QStringLiteral("the source has no time"));
+    return *status;
+}
+
+/// Compares a file with its target, and sets the state to UpToDate or Due.
+void compare(Item & item, Options const & options, bool folderExists)
+{
+    FileUpdate & update = item.update;
+    update.sourceStatus = masterStatus(update.source);
+    item.state = State::Due;
+    if (!folderExists)
+        return;
+    auto const target = platform::fileStatus(nativeName(update.target));
+    bool const exists = target && !target->isFolder;
+    // A target that cannot be looked at is not known to be missing, and kept as well.
+    update.isReplaced =
+        exists || (!target && target.error().kind() != platform::ErrorKind::NotFound);
+    bool const isEqual =
+        exists && target->size == update.sourceStatus.size &&
+        (options.comparesContent ? haveSameContent(update.source, update.target)
+                                 : target->modified == update.sourceStatus.modified);
+    if (isEqual)
+        item.state = State::UpToDate;
+}
+
+/// Copies a file, and with --retry-exe again as long as it looks unfinished.
+void copy(Item & item, Options const & options, Transfer & transfer)
+{
+    bool const mayRetry = options.retry && item.update.target.endsWith(QLatin1String(".exe"));
+    while (item.state == State::Due) {
+        UpdateResult const done = updateFile(item.update, transfer);
+        if (!done.warning.isEmpty())
+            item.warnings.append(done.warning);
+        bool const isRepeated = done.endsEmpty && mayRetry;
+        if (isRepeated) {
+            item.warnings.append(QStringLiteral("'%1' ends in zeros, compared again after 5 s")
+                                     .arg(item.update.source));
+            oxSleep(retryWaitMs);
+            compare(item, options, true);
+        }
+        if (!isRepeated || item.state == State::UpToDate)
+            item.state = State::Copied;
+    }
+}
+
+/// Calls `work` for an item, and stores a failure in it.
+template <typename Work>
+void attempt(Item & item, Work const & work)
+try {
+    work();
+} catch (Failure const & failure) {
+    item.state = State::Failed;
+    item.failure = failure.text();
+}
+
+/// Works in two passes over the files: the first compares, the second copies. So the amount to copy
+/// is known before the first copy, and a dry run ends after the first pass.
 class Sync
 {
   public:
-    Sync(Options const & options, Report & report) : options_(options), report_(report) {}
+    Sync(Options const & options, Report & report)
+        : options_(options), report_(report), jobs_(threadCount(options.jobs, options.pauseMs >= 0))
+    {
+    }
 
     void run()
     {
@@ -69,155 +148,212 @@ class Sync
         QString const target = options_.target;
         if (target.isEmpty())
             throw Failure(QStringLiteral("cannot copy to TARGET: the name is empty"));
+        report_.beginArray(QStringLiteral("files"));
         switch (platform::kindOf(nativeName(source))) {
         case platform::NameKind::Folder:
-            runFolder(withTrailingSeparator(source), withTrailingSeparator(target));
+            addFolders(withSeparator(source), withSeparator(target));
             break;
         case platform::NameKind::File:
-            if (ensureFolder(folderOf(fullPath(target))))
-                runFile(source, target);
+            folders_.push_back({folderOf(fullPath(target))});
+            addFile(fullPath(source), fullPath(target), target);
             break;
         case platform::NameKind::None:
             failToRead(source, platform::lastError());
         }
-        report_.set(QStringLiteral("copied"), copied_);
-        report_.set(QStringLiteral("upToDate"), upToDate_);
-        report_.set(QStringLiteral("failed"), failures_.size());
-        report_.set(QStringLiteral("folders"), folders_);
-        report_.set(QStringLiteral("warnings"), warnings_);
-        report_.line(QStringLiteral("done"), QStringLiteral("%1 copied, %2 up to date, %3 failed%4")
-                                                 .arg(copied_)
-                                                 .arg(upToDate_)
-                                                 .arg(failures_.size())
-                                                 .arg(foldersText()));
-        if (!failures_.isEmpty())
-            throw Failure::reported(failures_, status_);
+        comparePass();
+        if (!options_.dryRun)
+            createFolders();
+        copyPass();
+        flushFolders();
+        finish();
     }
 
   private:
-    using Text = _oxString8_evenSize<500>;
-
-    static QString withTrailingSeparator(QString const & path)
+    void addFolders(QString const & source, QString const & target)
     {
-        QChar const separator = QLatin1Char(platform::ownSeparator);
-        return path.endsWith(separator) ? path : path + separator;
-    }
-
-    QString foldersText() const
-    {
-        return folders_ > 0 ? QStringLiteral(", folders skipped: %1").arg(folders_) : QString();
-    }
-
-    static QString folderOf(QString const & path)
-    {
-        return path.left(path.lastIndexOf(QLatin1Char(platform::ownSeparator)) + 1);
-    }
-
-    void runFolder(QString const & source, QString const & target)
-    {
-        oxDirListing files;
-        for (QString const & ending : options_.endings)
-            files.addEndsWithFilter(ending);
-        files.init(source, true, true, true, false);
-        bool isReady = false;
-        while (files.nextFile()) {
-            if (files.isDir()) {
-                ++folders_;
+        QString const fullSource = fullPath(source);
+        QString const fullTarget = fullPath(target);
+        for (FolderContent const & content : listFolders(source, options_.selection, jobs_)) {
+            QString const & below = content.path;
+            if (content.failure.code != 0)
+                failToRead(source + below, content.failure);
+            if (!options_.selection.isRecursive)
+                skipped_ += static_cast<int>(content.subfolders.size());
+            if (content.isLink) {
+                ++skipped_;
                 continue;
             }
-            isReady = isReady || ensureFolder(fullPath(target));
-            if (!isReady)
-                return;
-            runFile(files.dirFileName(), target + files.fileName());
+            folders_.push_back({fullTarget + below});
+            for (QString const & name : content.files)
+                addFile(fullSource + below + name, fullTarget + below + name,
+                        target + below + name);
         }
-        if (files.error() != 0)
-            failToRead(source, platform::Error{files.error()});
     }
 
-    /// Creates a folder unless it exists; its parent must exist. Returns whether it exists then.
-    bool ensureFolder(QString const & folder)
+    void addFile(QString const & source, QString const & target, QString const & shownTarget)
     {
-        auto const name = nativeName(folder);
-        auto const exists = [&name] {
-            return platform::kindOf(name) == platform::NameKind::Folder;
+        Item item;
+        item.folder = folders_.size() - 1;
+        item.update.source = source;
+        item.update.target = target;
+        item.update.shownTarget = shownTarget;
+        item.update.comparesContent = options_.comparesContent;
+        item.update.pauseMs = options_.pauseMs;
+        items_.push_back(std::move(item));
+    }
+
+    void comparePass()
+    {
+        std::atomic<qint64> done = 0;
+        auto const all = static_cast<qint64>(items_.size());
+        Progress const progress(QStringLiteral("Comparing %1").arg(options_.source), [&] {
+            return Progress::Amount{done, all, 0, 0};
+        });
+        auto const noFinish = [](std::size_t) { return true; };
+        auto const findFolder = [this](std::size_t i) {
+            folders_[i].exists = isFolder(folders_[i].path);
         };
-        if (exists())
-            return true;
-        auto const created = platform::createFolderForEverybody(name);
-        if (created || exists()) // another process may have created it meanwhile
+        runJobs(jobs_, folders_.size(), findFolder, noFinish);
+        auto const compareItem = [&](std::size_t i) {
+            Item & item = items_[i];
+            attempt(item, [&] { compare(item, options_, folders_[item.folder].exists); });
+            ++done;
+        };
+        runJobs(jobs_, items_.size(), compareItem, noFinish);
+    }
+
+    static bool isFolder(QString const & path)
+    {
+        return platform::kindOf(nativeName(path)) == platform::NameKind::Folder;
+    }
+
+    /// Creates the missing folders of the target. The folder above the target must exist.
+    void createFolders()
+    {
+        bool const isEmpty = items_.empty() && folders_.size() == 1;
+        QString failed;
+        for (Folder & folder : folders_) {
+            if (folder.exists || isEmpty)
+                continue;
+            bool const isBelowFailed = !failed.isEmpty() && folder.path.startsWith(failed);
+            folder.isUsable = !isBelowFailed && createFolder(folder.path);
+            if (!folder.isUsable && !isBelowFailed)
+                failed = folder.path;
+        }
+    }
+
+    bool createFolder(QString const & folder)
+    {
+        auto const created = platform::createFolderForEverybody(nativeName(folder));
+        if (created || isFolder(folder)) // another process may have created it meanwhile
             return true;
         fail(
             QStringLiteral("cannot create folder '%1': %2").arg(folder, reasonOf(created.error())));
         return false;
     }
 
-    void runFile(QString const & source, QString const & target)
-    try {
-        Text errors;
-        Text info;
-        if (!update(source, target, errors, info)) {
-            failToUpdate(target, fromRecord(errors));
-            return;
-        }
-        if (!errors.isEmpty())
-            warn(fromRecord(errors));
-        ++(info.isEmpty() ? upToDate_ : copied_);
-        if (!info.isEmpty() || options_.verbose)
-            report_.line(info.isEmpty() ? QStringLiteral("up to date") : QStringLiteral("copied"),
-                         target);
-    } catch (Failure const & failure) {
-        failToUpdate(target, failure.text());
-    }
-
-    bool update(QString const & source, QString const & target, Text & errors, Text & info)
+    void copyPass()
     {
-        TemporaryFileGuard guard(target);
-        Progress const progress(QStringLiteral("Synchronising %1").arg(target));
-        // The library interprets relative paths, and names of one or two letters, as drives or
-        // roots.
-        bool const succeeded = updateFullPath(fullPath(source), fullPath(target), errors, info);
-        guard.complete();
-        return succeeded;
-    }
-
-    bool updateFullPath(QString const & source, QString const & target, Text & errors, Text & info)
-    {
-        auto const status = platform::fileStatus(nativeName(source));
-        bool const isEmpty = status && status->size == 0 && QFileInfo(source).isFile();
-        if (isEmpty)
-            return updateEmpty(source, status->modified, target, info);
-        return syncCopy(recordName(source), recordName(target), options_.retry, &errors, &info,
-                        options_.pauseMs, false);
-    }
-
-    /// Copies an empty file as the library copies others, since the library refuses empty files.
-    bool updateEmpty(QString const & source, qint64 modified, QString const & target, Text & info)
-    {
-        auto const present = platform::fileStatus(nativeName(target));
-        if (present && !present->isFolder && present->size == 0 && present->modified == modified)
-            return true;
-        using platform::NewFile;
-        NewFile copy;
-        auto const require = [](auto const & result, QString const & prefix = {}) {
-            if (!result)
-                throw Failure(prefix + reasonOf(result.error()));
+        Transfer transfer;
+        auto const isCopied = [&](Item const & item) {
+            return item.state == State::Due && folders_[item.folder].isUsable && !options_.dryRun;
         };
-        require(copy.open(nativeName(target), NewFile::Links::Replaced));
-        require(copy.create(NewFile::Access::Owner));
-        require(copy.copyFrom(nativeName(source)));
-        require(copy.allowEverybodyToExecute());
-        auto const previous = copy.keepPrevious("_old", 0, modified);
-        require(previous, QStringLiteral("cannot rename the previous file: "));
-        if (*previous == NewFile::Previous::IsUpToDate)
+        for (Item const & item : items_) {
+            if (isCopied(item))
+                transfer.expect(item.update.sourceStatus.size);
+        }
+        Progress progress(QStringLiteral("Synchronising %1").arg(options_.target),
+                          [&transfer] { return transfer.amount(); });
+        auto const work = [&](std::size_t i) {
+            Item & item = items_[i];
+            if (isCopied(item))
+                attempt(item, [&] { copy(item, options_, transfer); });
+        };
+        runJobs(jobs_, items_.size(), work, [&](std::size_t i) {
+            if (folders_[items_[i].folder].isUsable)
+                progress.interrupt([&] { show(items_[i]); });
             return true;
-        require(copy.putInPlace());
-        info = "Copied";
-        return true;
+        });
     }
 
-    void failToUpdate(QString const & target, QString const & reason)
+    /// Flushes each changed folder once, so that the renames survive a power failure. A failure is
+    /// not reported: some shares do not support it.
+    void flushFolders()
     {
-        fail(QStringLiteral("cannot update '%1': %2").arg(target, reason));
+        std::vector<std::size_t> changed;
+        for (Item const & item : items_) {
+            if (item.state == State::Copied && (changed.empty() || changed.back() != item.folder))
+                changed.push_back(item.folder);
+        }
+        runJobs(
+            jobs_, changed.size(),
+            [&](std::size_t i) {
+                auto const folder = nativeName(folders_[changed[i]].path);
+                static_cast<void>(platform::flushFolder(folder));
+            },
+            [](std::size_t) { return true; });
+    }
+
+    void show(Item const & item)
+    {
+        QString const & target = item.update.shownTarget;
+        for (QString const & warning : item.warnings)
+            warn(warning);
+        switch (item.state) {
+        case State::UpToDate:
+            ++upToDate_;
+            if (options_.verbose)
+                showFile("up to date", "upToDate", item);
+            break;
+        case State::Due:
+        case State::Copied:
+            ++copied_;
+            bytes_ += item.update.sourceStatus.size;
+            showFile(options_.dryRun ? "to copy" : "copied", "copied", item);
+            break;
+        case State::Failed:
+            fail(QStringLiteral("cannot update '%1': %2").arg(target, item.failure));
+            report_.append({{QStringLiteral("file"), target},
+                            {QStringLiteral("action"), QStringLiteral("failed")},
+                            {QStringLiteral("error"), item.failure}});
+        }
+    }
+
+    void showFile(char const * label, char const * action, Item const & item)
+    {
+        QString const & target = item.update.shownTarget;
+        platform::FileStatus const & status = item.update.sourceStatus;
+        report_.line(QLatin1String(label), target);
+        report_.append({{QStringLiteral("file"), target},
+                        {QStringLiteral("action"), QLatin1String(action)},
+                        {QStringLiteral("size"), static_cast<qint64>(status.size)},
+                        {QStringLiteral("time"), jsonTime(status.modified)}});
+    }
+
+    void finish()
+    {
+        report_.set(QStringLiteral("dryRun"), options_.dryRun);
+        report_.set(QStringLiteral("copied"), copied_);
+        report_.set(QStringLiteral("bytes"), bytes_);
+        report_.set(QStringLiteral("upToDate"), upToDate_);
+        report_.set(QStringLiteral("failed"), failures_.size());
+        report_.set(QStringLiteral("folders"), skipped_);
+        report_.set(QStringLiteral("warnings"), warnings_);
+        QString const counts =
+            QStringLiteral("%1 %2, %3 up to date, %4 failed")
+                .arg(copied_)
+                .arg(options_.dryRun ? QStringLiteral("to copy") : QStringLiteral("copied"))
+                .arg(upToDate_)
+                .arg(failures_.size());
+        report_.line(options_.dryRun ? QStringLiteral("dry run") : QStringLiteral("done"),
+                     counts + foldersText());
+        if (!failures_.isEmpty())
+            throw Failure::reported(failures_, status_);
+    }
+
+    QString foldersText() const
+    {
+        return skipped_ > 0 ? QStringLiteral(", folders skipped: %1").arg(skipped_) : QString();
     }
 
     void failToRead(QString const & source, platform::Error error)
@@ -240,9 +376,13 @@ class Sync
 
     Options const & options_;
     Report & report_;
+    int const jobs_;
+    std::vector<Folder> folders_;
+    std::vector<Item> items_;
     int copied_ = 0;
     int upToDate_ = 0;
-    int folders_ = 0;
+    int skipped_ = 0;
+    qint64 bytes_ = 0;
     QStringList failures_;
     int status_ = Done; ///< exit status of the failures
     QJsonArray warnings_;
@@ -259,7 +399,7 @@ Command syncCommand()
         .summary = "Copy new and changed files to TARGET",
         .details =
             "A file is copied if it is missing or differs in size or time. The previous file is\n"
-            "kept as FILE_old. One missing folder level is created.",
+            "kept as FILE_old. One missing folder level is created above the files of SOURCE.",
         .options = {{.name = "SOURCE",
                      .help = "Source file, or folder of source files",
                      .target = &options->source,
@@ -268,10 +408,26 @@ Command syncCommand()
                      .help = "Target file or folder",
                      .target = &options->target,
                      .isRequired = true},
+                    {.name = "--recursive",
+                     .letter = 'r',
+                     .help = "Copy subfolders as well; links to folders are skipped",
+                     .target = &options->selection.isRecursive},
+                    {.name = "--dry-run",
+                     .letter = 'n',
+                     .help = "Change nothing; only list the files",
+                     .target = &options->dryRun},
                     {.name = "--ends",
                      .valueName = "ENDING",
                      .help = "Copy only files with this ending, in any letter case",
-                     .target = &options->endings},
+                     .target = &options->selection.endings},
+                    {.name = "--exclude",
+                     .valueName = "PATTERN",
+                     .help = "Leave out files and folders with this name or path: *.tmp, cache/*",
+                     .target = &options->selection.excluded},
+                    {.name = "--checksum",
+                     .help = "Compare the content instead of the time",
+                     .target = &options->comparesContent},
+                    jobsOption(options->jobs),
                     pauseOption(options->pauseMs),
                     {.name = "--retry-exe",
                      .help = "Copy an unfinished .exe again after 5 s; needs --pause",
@@ -281,7 +437,8 @@ Command syncCommand()
                      .help = "List up-to-date files as well",
                      .target = &options->verbose},
                     jsonOption(options->json)},
-        .examples = {"oxtool sync /mnt/share/bin /opt/farm/bin --pause 50ms --retry-exe"},
+        .examples = {"oxtool sync /mnt/share/bin /opt/farm/bin --pause 50ms --retry-exe",
+                     "oxtool sync -r /mnt/share/textures /var/cache/textures --exclude '*.tmp'"},
         .run = reporting(
             options, [](Options const & given, Report & report) { Sync(given, report).run(); })};
 }

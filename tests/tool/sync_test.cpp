@@ -5,7 +5,13 @@
 
 #include <gtest/gtest.h>
 
+#include <QDateTime>
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+
+#include <algorithm>
 
 using namespace ox::tests;
 
@@ -86,21 +92,77 @@ TEST_F(Syncing, AcceptsRelativePathsAndCreatesOneFolder)
     EXPECT_EQ(deep.errors().count(u"oxtool: "_q), 1);
 }
 
-TEST_F(Syncing, LeavesTheTargetCompleteWhenStopped)
+TEST_F(Syncing, LeavesAllTargetsCompleteWhenStopped)
 {
     if (isWindows)
         GTEST_SKIP() << "signals cannot be sent here";
-    share.write(u"a/big"_q, QByteArray(3 << 20, 'x'));
-    share.write(u"b/big"_q, "old");
-    ToolRun run("sync %1 %2 --pause 100000", folders);
+    QStringList const names = words("big1 big2 big3 big4");
+    for (QString const & name : names)
+        share.write(u"a/"_q + name, QByteArray(3 << 20, 'x'));
+    share.write(u"b/big1"_q, "old");
+    ToolRun run("sync %1 %2 --pause 100000 --jobs 3", folders);
     EXPECT_TRUE(run.waitUntil([&] {
         QDir const target(path("b"));
-        QStringList const names = target.entryList({u".ox*"_q}, QDir::Files | QDir::Hidden);
-        return !names.isEmpty() && contentOf(target.filePath(names[0])).size() >= 1 << 20;
+        QStringList const copies = target.entryList({u".ox*"_q}, QDir::Files | QDir::Hidden);
+        return copies.size() == 3 && std::all_of(copies.begin(), copies.end(), [&](auto & name) {
+                   return contentOf(target.filePath(name)).size() >= 1 << 20;
+               });
     }));
     run.send("INT");
     EXPECT_EQ(run.status(), 130);
-    EXPECT_EQ(run.errors(), u"oxtool: stopped, target complete: '%1'\n"_q.arg(path("b/big")));
-    EXPECT_EQ(contentOf(path("b/big")), "old");
-    EXPECT_EQ(QDir(path("b")).entryList(QDir::Files | QDir::Hidden), words("big"));
+    QStringList errors = run.errors().split(u'\n', Qt::SkipEmptyParts);
+    errors.sort();
+    EXPECT_EQ(errors,
+              (QStringList{u"oxtool: stopped, target complete: '%1'"_q.arg(path("b/big1")),
+                           u"oxtool: stopped, target not created: '%1'"_q.arg(path("b/big2")),
+                           u"oxtool: stopped, target not created: '%1'"_q.arg(path("b/big3"))}));
+    EXPECT_EQ(contentOf(path("b/big1")), "old");
+    EXPECT_EQ(QDir(path("b")).entryList(QDir::Files | QDir::Hidden), words("big1"));
+}
+
+TEST_F(Syncing, ReportsTheFilesOfATreeInTheOrderOfASequentialRun)
+{
+    QDir(share.path()).mkpath(u"a/s1/deep"_q);
+    QDir(share.path()).mkpath(u"a/s2"_q);
+    QDir(share.path()).mkpath(u"b/s1/deep/k"_q); // a folder in place of a file
+    for (char const * folder : {"", "s1/", "s1/deep/", "s2/"}) {
+        for (int i = 0; i < 9; ++i)
+            share.write(u"a/%1f%2"_q.arg(text(folder)).arg(i), QByteArray(90000 * (9 - i), 'x'));
+    }
+    share.write(u"a/s1/deep/k"_q, "k");
+    share.write(u"a/s2/skip.TMP"_q, "x");
+    QStringList const values = folders + QStringList(u"*.tmp"_q);
+    ToolRun dryRun("sync %1 %2 -rn --exclude %3", values);
+    EXPECT_EQ(dryRun.status(), 0) << dryRun.errors().toStdString();
+    EXPECT_FALSE(QFile::exists(path("b/s2")));
+    ToolRun run("sync %1 %2 -r --exclude %3", values);
+    EXPECT_EQ(run.status(), 1);
+    EXPECT_EQ(run.errors().count(u'\n'), 1) << run.errors().toStdString();
+    // The dry run does not try to replace the folder.
+    QStringList planned = dryRun.output().replace(u"to copy "_q, u"copied  "_q).split(u'\n');
+    EXPECT_EQ(planned.removeAll(u"copied           %1"_q.arg(path("b/s1/deep/k"))), 1);
+    EXPECT_EQ(run.output().split(u'\n').mid(0, 36), planned.mid(0, 36));
+    EXPECT_TRUE(planned[36].endsWith(u"37 to copy, 0 up to date, 0 failed"_q));
+    EXPECT_EQ(contentOf(path("b/s1/deep/f7")), QByteArray(180000, 'x'));
+    EXPECT_FALSE(QFile::exists(path("b/s2/skip.TMP")));
+    QJsonObject const json = ToolRun("sync %1 %2 -r --verbose --json", folders).json();
+    EXPECT_EQ(json.value(u"upToDate"_q), 36);
+    EXPECT_EQ(json.value(u"files"_q).toArray().size(), 38);
+}
+
+TEST_F(Syncing, ComparesTheContentInPlaceOfTheTime)
+{
+    for (char const * file : {"a/same", "a/differs", "b/same", "b/differs"})
+        share.write(text(file), text(file).endsWith(u"same"_q) ? "same" : file);
+    QFile differs(path("b/differs"));
+    ASSERT_TRUE(differs.open(QFile::ReadWrite));
+    differs.setFileTime(QFileInfo(path("a/differs")).lastModified(), QFile::FileModificationTime);
+    QFile same(path("b/same"));
+    ASSERT_TRUE(same.open(QFile::ReadWrite));
+    same.setFileTime(QDateTime::currentDateTime().addDays(-3), QFile::FileModificationTime);
+    EXPECT_EQ(ToolRun("sync %1 %2 --json --dry-run", folders).json().value(u"copied"_q), 1);
+    QJsonObject const json = ToolRun("sync %1 %2 --json --checksum", folders).json();
+    EXPECT_EQ(json.value(u"files"_q).toArray()[0].toObject().value(u"file"_q), path("b/differs"));
+    EXPECT_EQ(contentOf(path("b/differs")), "a/differs");
+    EXPECT_EQ(contentOf(path("b/differs_old")), "b/differs");
 }

@@ -1,0 +1,114 @@
+#include "oxtool/support/file_update.h"
+
+#include "oxtool/support/failure.h"
+#include "oxtool/support/names.h"
+#include "oxtool/support/reason.h"
+#include "oxtool/support/stop.h"
+#include "shared/fs/copy_steps.h"
+#include "shared/platform/new_file.h"
+
+#include <cstring>
+#include <vector>
+
+namespace ox::tool
+{
+namespace
+{
+
+using platform::NewFile;
+
+template <typename Result>
+void require(Result const & result, QString const & prefix = {})
+{
+    if (!result)
+        throw Failure(prefix + reasonOf(result.error()));
+}
+
+QString stopMessage(FileUpdate const & update)
+{
+    bool const exists = platform::kindOf(nativeName(update.target)) != platform::NameKind::None;
+    return QStringLiteral("stopped, target %1: '%2'")
+        .arg(exists ? QStringLiteral("complete") : QStringLiteral("not created"),
+             update.shownTarget);
+}
+
+void createCopy(NewFile & copy, FileUpdate const & update, StopGuard & guard)
+{
+    require(copy.open(nativeName(update.target), NewFile::Links::Replaced));
+    platform::Result<> created;
+    guard.acquire(
+        [&] {
+            created = copy.create(NewFile::Access::Owner);
+            return static_cast<bool>(created);
+        },
+        [&copy] { copy.remove(); }, [&update] { return stopMessage(update); });
+    require(created);
+}
+
+/// Keeps the previous file and renames the copy. Stop requests are deferred in the meantime, so
+/// that they find the target under its name.
+void putInPlace(NewFile & copy, FileUpdate const & update, StopGuard & guard, UpdateResult & done)
+{
+    // No file has the size -1, so that the previous file counts as different.
+    qint64 const size = update.comparesContent ? -1 : update.sourceStatus.size;
+    platform::Result<> placed;
+    guard.complete([&] {
+        using Previous = NewFile::Previous;
+        auto const previous = update.isReplaced
+                                  ? copy.keepPrevious("_old", size, update.sourceStatus.modified)
+                                  : platform::Result(Previous::None);
+        if (!previous)
+            done.warning = QStringLiteral("cannot rename the previous file of '%1': %2")
+                               .arg(update.shownTarget, reasonOf(previous.error()));
+        if (previous && *previous == Previous::IsUpToDate)
+            return false;
+        placed = copy.putInPlace(NewFile::FolderFlush::ByCaller);
+        done.isCopied = static_cast<bool>(placed);
+        return done.isCopied;
+    });
+    require(placed);
+}
+
+} // namespace
+
+UpdateResult updateFile(FileUpdate const & update, Transfer & transfer)
+{
+    UpdateResult done;
+    NewFile copy;
+    StopGuard guard;
+    createCopy(copy, update, guard);
+    {
+        Transfer::File const file(transfer, copy, update.sourceStatus.size);
+        QString const failure =
+            fs::copyWhole(nativeName(update.source), copy, update.pauseMs, &done.endsEmpty);
+        if (!failure.isEmpty())
+            throw Failure(reasonIn(failure));
+    }
+    platform::Result<> const rights = copy.allowEverybodyToExecute();
+    putInPlace(copy, update, guard, done);
+    require(rights, QStringLiteral("cannot set its rights: "));
+    return done;
+}
+
+bool haveSameContent(QString const & one, QString const & other)
+{
+    constexpr std::size_t size = fs::copyPiece;
+    std::vector<char> first(size);
+    std::vector<char> second(size);
+    auto firstFile = platform::openForReading(nativeName(one), platform::Writers::Allowed);
+    require(firstFile);
+    auto secondFile = platform::openForReading(nativeName(other), platform::Writers::Allowed);
+    require(secondFile);
+    for (;;) {
+        auto const read = firstFile->read(first.data(), size);
+        require(read);
+        auto const readToo = secondFile->read(second.data(), size);
+        require(readToo);
+        if (*read != *readToo || std::memcmp(first.data(), second.data(), *read) != 0)
+            return false;
+        if (*read < size)
+            return true;
+    }
+}
+
+} // namespace ox::tool

@@ -1,0 +1,101 @@
+#include "oxtool/support/folder_list.h"
+
+#include "oxtool/support/jobs.h"
+#include "oxtool/support/name_patterns.h"
+#include "oxtool/support/names.h"
+#include "shared/fs/dir_listing.h"
+#include "shared/platform/folders.h"
+
+#include <algorithm>
+
+namespace ox::tool
+{
+namespace
+{
+
+/// A folder and the places of its subfolders among the listed folders.
+struct Node {
+    FolderContent content;
+    std::vector<std::size_t> subfolders;
+};
+
+QString withSeparator(QString const & path)
+{
+    return path + QLatin1Char(platform::ownSeparator);
+}
+
+/// Checks whether a subfolder may be entered: a link could lead back to a folder above it.
+bool mayEnter(QString const & root, FolderContent & folder)
+{
+    auto const opened = platform::FolderTree().open(nativeName(root + folder.path));
+    if (opened)
+        return true;
+    using platform::ErrorKind;
+    ErrorKind const kind = opened.error().kind();
+    folder.isLink = kind != ErrorKind::AccessDenied && kind != ErrorKind::NotFound;
+    if (!folder.isLink)
+        folder.failure = opened.error();
+    return false;
+}
+
+void listFolder(QString const & root, FolderContent & content, FolderSelection const & selection)
+{
+    QString const & path = content.path;
+    oxDirListing listing;
+    for (QString const & ending : selection.endings)
+        listing.addEndsWithFilter(ending);
+    // Not read into memory: that would read the status of each file.
+    listing.init(root + path, true, false, false, false);
+    while (listing.nextFile()) {
+        QString const name = listing.fileName();
+        if (!matchesAny(path + name, selection.excluded))
+            (listing.isDir() ? content.subfolders : content.files).append(name);
+    }
+    content.failure = platform::Error{listing.error()};
+    std::sort(content.files.begin(), content.files.end());
+    std::sort(content.subfolders.begin(), content.subfolders.end());
+}
+
+void appendInOrder(std::vector<FolderContent> & all, std::vector<Node> & nodes)
+{
+    std::vector<std::size_t> next = {0}; // a list, since a deep tree would overflow the stack
+    while (!next.empty()) {
+        Node & node = nodes[next.back()];
+        next.pop_back();
+        all.push_back(std::move(node.content));
+        next.insert(next.end(), node.subfolders.rbegin(), node.subfolders.rend());
+    }
+}
+
+} // namespace
+
+std::vector<FolderContent> listFolders(QString const & folder, FolderSelection const & selection,
+                                       int jobs)
+{
+    std::vector<Node> nodes(1);
+    // All folders of one depth are listed at once.
+    for (std::size_t begin = 0, end = 1; begin < end; begin = end, end = nodes.size()) {
+        runJobs(
+            jobs, end - begin,
+            [&](std::size_t i) {
+                FolderContent & content = nodes[begin + i].content;
+                if (content.path.isEmpty() || mayEnter(folder, content))
+                    listFolder(folder, content, selection);
+            },
+            [](std::size_t) { return true; });
+        for (std::size_t i = begin; selection.isRecursive && i < end; ++i) {
+            for (QString const & name : QStringList(nodes[i].content.subfolders)) {
+                nodes[i].subfolders.push_back(nodes.size());
+                Node subfolder;
+                subfolder.content.path = withSeparator(nodes[i].content.path + name);
+                nodes.push_back(std::move(subfolder));
+            }
+        }
+    }
+    std::vector<FolderContent> all;
+    all.reserve(nodes.size());
+    appendInOrder(all, nodes);
+    return all;
+}
+
+} // namespace ox::tool
