@@ -53,7 +53,8 @@ constexpr Candidate candidates[] = {
      [](auto data, auto size) -> std::uint64_t { return crc32_gzip_refl(0, data, size); }},
     {"crc64", "oxShared",
      [](auto data, auto size) -> std::uint64_t { return oxCRCCalc64(data, size); }},
-    // ISA-L inverts the register before the first and after the last byte.
+    // crc64_jones_refl() of ISA-L inverts the register before the first byte and after the last
+    // byte.
     {"crc64", "ISA-L",
      [](auto data, auto size) -> std::uint64_t {
          return ~crc64_jones_refl(~std::uint64_t{0}, data, size);
@@ -92,7 +93,7 @@ bool const areRegistered = [] {
     Candidate const * ours = nullptr;
     for (Size const size : sizes) {
         for (Candidate const & candidate : candidates) {
-            // The library's own function is the first of each subject.
+            // For each subject, the function of oxShared is the first candidate.
             if (std::string(candidate.who) == "oxShared")
                 ours = &candidate;
             std::string const name =

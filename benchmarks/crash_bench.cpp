@@ -83,7 +83,7 @@ void init(std::string const & folder)
     oxCrashHandler::instance()->setDumpPath(QString::fromStdString(folder));
 }
 
-/// Renames the dump like the library, but without its pause.
+/// Renames the dump as the library does, but without a pause before the rename.
 bool rename(MinidumpDescriptor const & dump, void * folder, bool succeeded)
 {
     char name[1000];
@@ -100,7 +100,7 @@ ExceptionHandler * installBreakpad(std::string const & folder)
                                 const_cast<char *>(folder.c_str()), true, -1);
 }
 
-/// Measures from the fault until the dump has its final name.
+/// Measures the time from the fault until the dump has its final name.
 void crashOurs(std::string const & folder)
 {
     init(folder);
@@ -113,7 +113,7 @@ void crashBreakpad(std::string const & folder)
     crash();
 }
 
-/// Measures the installation of the handler at the start of a program.
+/// Measures the installation of the crash handler at the start of a program.
 void initOurs(std::string const & folder)
 {
     start = Clock::now();

@@ -71,7 +71,7 @@ std::string lowerCase(std::string text)
     return text;
 }
 
-/// A text with a single occurrence of the pattern, ignoring case, at its end.
+/// A text that contains the pattern only at its end, even if letter case is ignored.
 struct Haystack {
     _OX_DataBuffer buffer;
     std::string text;

@@ -30,7 +30,7 @@ QString const & folder()
     return path;
 }
 
-/// Totals of the entries, so that the compiler cannot remove the reading.
+/// Sums over all entries. Without a use of the results the compiler could remove the measured code.
 struct Totals {
     int entries = 0;
     qint64 nameUnits = 0;

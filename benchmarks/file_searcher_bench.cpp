@@ -21,7 +21,7 @@ void require(bool condition)
 
 constexpr char word[] = "old-server";
 
-/// Returns lines of a job description, with the word at `matches` evenly spaced places.
+/// Returns the lines of a job description that contains the word `matches` times, evenly spaced.
 std::string jobs(int size, int matches)
 {
     std::string text;
@@ -92,7 +92,7 @@ auto inString(int size, int matches, FindNext findNext)
     };
 }
 
-/// Replaces the word and restores it, so that each iteration begins with the same text.
+/// Replaces the word and then restores it, so that each iteration starts with the same text.
 template <class Replace>
 void replaceAndRestore(benchmark::State & state, int matches, std::string const & other,
                        Replace const & replace)

@@ -40,7 +40,7 @@ void add(char const * subject, std::size_t size, char const * who, Work work)
     });
 }
 
-/// Returns a path as in the farm's records.
+/// Returns a path of this length, like the paths in the farm's records.
 std::string sampleText(std::size_t size)
 {
     std::string text;
@@ -83,7 +83,8 @@ void addAssign(char const * subject, char const * who, std::string const & text)
     });
 }
 
-/// Appends to a text of eight characters, which is truncated to them before each iteration.
+/// Registers appending to a text of eight characters. Each iteration first truncates the text to
+/// eight characters.
 template <typename Text>
 void addAppend(char const * subject, char const * who, std::string const & text)
 {

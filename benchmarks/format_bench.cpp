@@ -18,8 +18,8 @@ T & opaque(T & value)
     return value;
 }
 
-/// Registers a function of the library and QString::asprintf with the same result. Both take the
-/// value.
+/// Registers a function of the library, and a call of QString::asprintf with the same result for
+/// the value.
 template <typename Value, typename Ours, typename Peer>
 void add(char const * subject, Value value, Ours ours, Peer peer)
 {

@@ -18,7 +18,7 @@ namespace
 
 constexpr int processCount = 400;
 
-/// Idle processes in addition to those of the machine.
+/// Idle processes that the benchmark starts in addition to the processes of the machine.
 class Sleepers
 {
   public:
@@ -51,7 +51,8 @@ void startSleepers()
     static Sleepers const sleepers;
 }
 
-/// Totals of the processes, so that the compiler cannot remove the reading.
+/// Sums over all processes. Without a use of the results the compiler could remove the measured
+/// code.
 struct Totals {
     int processes = 0;
     long long memory = 0;
@@ -156,7 +157,7 @@ void add(char const * name, Totals (*read)())
         ->UseRealTime();
 }
 
-/// Reports in a counter by how many bytes the heap has grown during the snapshots.
+/// Takes snapshots and reports the growth of the heap during them in the counter grownBytes.
 void takeSnapshots(benchmark::State & state)
 {
     everythingByUs();

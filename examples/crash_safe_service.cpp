@@ -1,7 +1,8 @@
-// A service that continues after a crash where it stopped, and leaves a dump of the crash:
-//   crash_safe_service FOLDER [crash]     renders three frames; with "crash" it crashes after them
-// FOLDER receives the log, the dumps and the state. The state is complete at every moment: it is
-// written to a new file, which then takes the name of the previous one.
+// A service that continues after a crash at the frame where it stopped, and writes a dump of the
+// crash:
+//   crash_safe_service FOLDER [crash]     renders three frames; with "crash" it then crashes
+// FOLDER contains the log, the dumps and the state. The state file is complete at any moment: the
+// service writes a new file and then renames it to the name of the previous file.
 
 #include "shared/oxshared.h"
 
@@ -11,7 +12,7 @@
 namespace
 {
 
-/// Writes to a file that is open and has no buffer, so that it also works after a crash.
+/// A logger that writes to an open file without a buffer, so that it also works after a crash.
 class Log final : public oxLogger
 {
   public:
@@ -34,7 +35,7 @@ struct State {
     int frames = 0;
 };
 
-/// Returns the stored state, or that of a first start.
+/// Returns the stored state, or an empty state if there is none.
 State load(QString const & path)
 {
     State state;
@@ -61,7 +62,7 @@ int main(int argc, char ** argv)
         return 2;
     }
     QString const folder = QString::fromLocal8Bit(argv[1]) + QLatin1Char('/');
-    // The crash handler uses them until the process ends.
+    // Static, since the crash handler uses both objects until the process ends.
     static Log log;
     static __OX context;
     if (!log.open(folder + QStringLiteral("service.txt"))) {

@@ -1,7 +1,7 @@
-// Keeps a job loaded while other machines rewrite its file on the share:
-//   job_refresher FILE [CHECKS]     CHECKS: number of checks, one a second; endless without it
-// A check costs one status query until the file changes. A new version is loaded under the file's
-// lock. If it is damaged, the previous job stays.
+// Keeps a job in memory up to date while other machines rewrite its file on the share:
+//   job_refresher FILE [CHECKS]     CHECKS: number of checks, one a second; without it, no limit
+// While the file is unchanged, a check costs a single status query. A new version is loaded under
+// the file's lock. If the new version is damaged, the previous job stays loaded.
 
 #include "shared/data/data_buffer.h"
 #include "shared/fs/file.h"
@@ -57,7 +57,7 @@ class JobFile
             std::printf("no lock after %d ms\n", waited);
             return;
         }
-        // The file may have changed again before the lock was taken.
+        // The file may have changed again before this process got the lock.
         std::optional<Version> const found = version();
         auto next = std::make_unique<_OX_DataBuffer>();
         if (!next->loadFromFile(path_, true)) {

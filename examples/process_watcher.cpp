@@ -1,7 +1,8 @@
 // Watches the processes whose names begin with a prefix:
-//   process_watcher PREFIX [ROUNDS]     ROUNDS: number of rounds, one a second; endless without it
-// Each round prints the usage of every process, and which processes have started and ended. The
-// status is 0 if the last round found a process.
+//   process_watcher PREFIX [ROUNDS]     ROUNDS: number of rounds, one a second; without it, no
+//   limit
+// Each round prints the processor usage of every process, and the processes that have started or
+// ended. The exit status is 0 if the last round found a process.
 
 #include "shared/system/environment.h"
 #include "shared/system/process_list.h"
@@ -43,7 +44,7 @@ class Watcher
     _ProcessWatch observeProcess(_oxProcessEntry const & entry, int index)
     {
         auto const known = watches_.find(entry.pid);
-        // A new process may have the id of an ended one.
+        // A new process may have the id of a process that has ended.
         bool const isNew = known == watches_.end() || known->second.name != entry.name;
         _ProcessWatch watch =
             isNew ? _ProcessWatch{.pid = entry.pid, .name = entry.name} : known->second;

@@ -1,7 +1,7 @@
-// A pair of processes that share a state, such as a client and its control panel:
-//   shared_memory_pair write KEY     renders ten frames and waits for the reader
-//   shared_memory_pair read KEY      shows the frames until the last one
-// Both wait for the other for ten seconds.
+// Two processes that share a state, such as a client and its control panel:
+//   shared_memory_pair write KEY     renders ten frames and waits until the reader has shown the
+//   last one shared_memory_pair read KEY      shows the frames until the last one
+// Each process waits for the other one for up to ten seconds.
 
 #include "shared/system/environment.h"
 #include "shared/system/shared_memory.h"
@@ -18,12 +18,12 @@ constexpr int lastFrame = 10;
 constexpr int pauseMs = 20;
 constexpr int longestWaitMs = 10000;
 
-/// Only types whose bytes are the same in every build belong into a segment, which begins with
-/// zeros.
+/// The content of the segment, which begins with zeros. A segment may contain only types whose
+/// layout is the same in every build.
 struct State {
-    int frame; // the writer's
+    int frame; // set by the writer
     _oxString8_evenSize<100> scene;
-    int shownFrame; // the reader's
+    int shownFrame; // set by the reader
 };
 
 /// Calls `use` with the state under the segment's lock. Each side writes only its own members,

@@ -1,7 +1,7 @@
-// The main() of every benchmark program. Benchmarks are named SUBJECT/SIZE/WHO. In addition to the
-// usual lines it prints tables with the time of oxShared and its ratio to the time of each peer
-// with the same SUBJECT/SIZE. By default each benchmark is repeated in random order, so that a
-// disturbance of the machine affects all peers.
+// The main() of every benchmark program. Benchmarks are named SUBJECT/SIZE/WHO. After the usual
+// output the program prints tables with the time of oxShared, and its ratio to the time of each
+// peer with the same SUBJECT/SIZE. By default each benchmark runs several times and all runs are
+// mixed in a random order, so that a disturbance of the machine affects all peers equally.
 
 #include <benchmark/benchmark.h>
 
@@ -89,7 +89,7 @@ class RatioReporter : public benchmark::ConsoleReporter
     {
         std::string const & name = run.run_name.function_name;
         auto const slash = name.rfind('/');
-        // The type is also set for times that the benchmark measures itself.
+        // time_type is also set if a benchmark measures its own times.
         bool const isRealTime = !run.run_name.time_type.empty();
         Seconds const total = isRealTime ? run.real_accumulated_time : run.cpu_accumulated_time;
         // A run that ended with an error has no time.
@@ -140,7 +140,7 @@ class RatioReporter : public benchmark::ConsoleReporter
         return text + '\n';
     }
 
-    /// Ordered by the registration of the benchmarks.
+    /// The results in the order in which the benchmarks were registered.
     std::map<std::pair<std::int64_t, std::int64_t>, Result> results_;
 };
 
@@ -150,7 +150,8 @@ int main(int argc, char ** argv)
 {
     std::string repetitions = "--benchmark_repetitions=5";
     std::string interleaving = "--benchmark_enable_random_interleaving=true";
-    // The defaults come first, since the last of two equal flags wins.
+    // The defaults come before the user's flags, since the last of several equal flags takes
+    // effect.
     std::vector<char *> arguments{argv[0], repetitions.data(), interleaving.data()};
     arguments.insert(arguments.end(), argv + 1, argv + argc);
     arguments.push_back(nullptr);

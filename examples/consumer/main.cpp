@@ -1,5 +1,6 @@
-// A small application of the farm. It builds a record with texts of fixed capacity, saves it to a
-// buffer file under the file's lock, and loads it again, which checks its CRC.
+// A small application of the farm. It fills a record with texts of fixed capacity and saves the
+// record to a buffer file under the file's lock. Then it loads the file again, which checks the
+// CRC.
 
 #include "shared/oxshared.h"
 
