@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs missing packages, builds in release mode, runs the benchmarks and prints their tables:
 #   scripts/bench.sh [NAME…] [--benchmark_…]     NAME: checksum, …; default: all benchmarks
-# Passes flags of the benchmark library to every program, such as --benchmark_filter=crc32.
+# Flags of the benchmark library, such as --benchmark_filter=crc32, are passed to every program.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 

@@ -1,15 +1,15 @@
-# Sourced by the other scripts: the project folder, the caches, messages and builds.
+# Common definitions of the scripts: the project folder, the caches, messages and builds.
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cache=${XDG_CACHE_HOME:-$HOME/.cache}/oxshared
 export CCACHE_DIR=${CCACHE_DIR:-$cache/ccache}
-# The checkouts share their compiled objects.
+# With these settings, all checkouts on this machine share the cached objects.
 export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
 
 say() { printf '== %s\n' "$*"; }
 fail() { printf '%s: %s\n' "$(basename "$0")" "$*" >&2; exit 1; }
 
-# Configures a preset and builds all of its targets, or the given ones. Prints the end of the output
-# only after a failure.
+# Configures a preset and builds the given targets, or all targets. If a step fails, prints the end
+# of its output.
 build_preset() { # preset [target…]
   say "building (preset $1)"
   local log=$root/build/$1.log preset=$1

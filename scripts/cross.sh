@@ -1,8 +1,8 @@
-# Sourced by the scripts that build for another system. Dependencies that take long to build are
-# built once and kept in the folder `store` of the cache; the sourcing script sets this variable.
-# Each is built in a temporary folder and then renamed, so an interrupted run leaves no partial
-# result. build/cross in the checkout contains links to the dependencies of this checkout; the
-# presets use these links.
+# Common definitions of the scripts that build for another system. Dependencies that take long to
+# build are built once and kept in the folder `store` of the cache. The sourcing script sets this
+# variable. Each dependency is built in a temporary folder, which is then renamed, so an interrupted
+# run leaves no partial result. build/cross in the checkout contains links to the dependencies of
+# this checkout. The presets use these links.
 unfinished=$store/unfinished
 cross=$root/build/cross
 
@@ -12,9 +12,9 @@ quietly() { # command…
   "$@" >"$log" 2>&1 || { tail -n 40 "$log" >&2; fail "command failed: $*"; }
 }
 
-# Runs apt-get with separate package lists, so that those of the machine stay unchanged. The sources
-# are those of the machine. Errors of single sources are ignored here; a missing package fails
-# later.
+# Runs apt-get with its own package lists, so that the machine's lists stay unchanged. The package
+# sources are those of the machine. Errors of single sources are ignored here, since a missing
+# package causes an error later.
 private_apt() { # folder, architecture, source type, apt-get argument…
   local folder=$1 architecture=$2 type=$3 list
   shift 3
@@ -32,8 +32,8 @@ private_apt() { # folder, architecture, source type, apt-get argument…
     -o Dir::Cache="$folder" -o APT::Sandbox::User=root "$@"
 }
 
-# Downloads packages of the 32-bit architecture and unpacks them. They are not installed, since some
-# machines cannot install this architecture.
+# Downloads 32-bit packages and unpacks them. The packages are not installed, since some machines do
+# not allow the installation of 32-bit packages.
 unpack_i386() { # folder, package…
   local apt=$unfinished/apt-i386 into=$1 package
   shift
@@ -44,7 +44,7 @@ unpack_i386() { # folder, package…
   done
 }
 
-# Locks the store for this run and removes the rest of an interrupted run.
+# Locks the store for this run and removes what an interrupted run has left.
 begin_store() {
   mkdir -p "$store" "$cross"
   exec {lock}>"$store/lock"

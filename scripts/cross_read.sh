@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Lets every build write files of all formats and read those of all builds, and lets Breakpad's
-# reader read the crash dumps of all builds. Needs the builds of scripts/test.sh, scripts/linux32.sh
-# and scripts/windows.sh.
+# Checks that every build of the tool reads the files of all formats that every build has written,
+# and that Breakpad's reader reads the crash dumps of all builds. scripts/test.sh,
+# scripts/linux32.sh and scripts/windows.sh must have built the tool before.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 builds=(dev linux-i686 windows-x86_64 windows-i686)
-# Prints standard error only if the tool fails, since Wine writes its own messages there.
+# Prints standard error only if the tool fails, since Wine writes messages of its own there.
 oxtool() { # build, argument…
   local build=$root/build/$1 run
   case $1 in
@@ -19,7 +19,7 @@ oxtool() { # build, argument…
 
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
-cd "$folder" # all builds accept relative names
+cd "$folder" # every build accepts relative names
 cp "$root"/tests/data/golden/{small,text,binary}.raw .
 read_back=0
 for writer in "${builds[@]}"; do
@@ -46,7 +46,8 @@ for build in "${builds[@]}"; do
   mkdir "crash-$build"
   oxtool "$build" crash-test thread --dir "crash-$build" >/dev/null
   case $build in windows-*) reason='EXCEPTION_ACCESS_VIOLATION' ;; *) reason='SIGSEGV' ;; esac
-  # "Crash|SIGSEGV /SEGV_MAPERR|0x0|1": thread 0 only waits.
+  # The report contains a line such as "Crash|SIGSEGV /SEGV_MAPERR|0x0|1", whose last field is the
+  # crashed thread. Thread 0 only waits.
   report=$("$reader" -m "crash-$build"/*.oxdmp 2>/dev/null)
   grep -qE "^Crash\|$reason.*\|0x0\|[1-9]" <<<"$report" ||
     fail "the dump of $build does not contain the crash of a second thread"

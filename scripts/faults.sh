@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Runs every operation under every kind of fault, and prints how many runs that took:
+# Runs the tests of tests/faults with all kinds of faults and prints the number of runs:
 #   scripts/faults.sh [PATTERN]     PATTERN: tests of faults_tests to run, such as '*sync*'
-# A normal run of the tests leaves out some kinds for the tool. docs/reliability.md has the counts.
+# Without this script, the tests of the tool inject only some kinds of faults. docs/reliability.md
+# contains the numbers.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Builds the fuzz targets with clang and runs one of them, or all, two at a time:
-#   scripts/fuzz.sh [TARGET|all] [SECONDS] [LIBFUZZER-OPTION…]     60 seconds a target by default
-# A round begins with the corpus in tests/fuzz and with what earlier rounds have found, and adds to the
-# latter, which is in the cache folder. The end of each target is one line. A finding is shown with its
-# log and with the command that reproduces it.
+# Builds the fuzz targets with clang and runs one target, or all targets, two at the same time:
+#   scripts/fuzz.sh [TARGET|all] [SECONDS] [LIBFUZZER-OPTION…]     default: 60 seconds for each target
+# A run starts with the corpus in tests/fuzz/corpus and with the inputs that earlier runs have
+# stored in the cache folder. New inputs are stored there, too. Each target prints one line at its
+# end. For a finding the script prints the log and a command that reproduces the finding.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -18,7 +18,8 @@ if [ "$name" != all ]; then
   targets=("$name")
 fi
 
-# The number behind a word in a log, the last one.
+# Prints the number that follows a word in a log. If the word occurs more than once, the last one
+# counts.
 number_of() { # word, log
   { grep -oE "$1:? +[0-9]+" "$2" || echo 0; } | tail -n 1 | grep -oE '[0-9]+$'
 }
@@ -32,17 +33,19 @@ report_finding() { # target, file, log
   return 1
 }
 
-# In a shell of its own. The target writes its files into a folder in memory.
+# Runs a target for some time. Called in a subshell. The target writes its files to a folder in
+# memory.
 fuzz() { # target
   local program=$root/build/fuzz/tests/fuzz/fuzz_$1 corpus=("$store/$1" "$root/tests/fuzz/corpus/$1") file
   mkdir -p "$store/$1" "$store/findings"
   scratch=$(mktemp -d /dev/shm/oxshared-fuzz.XXXXXX)
   trap 'rm -rf "$scratch"' EXIT
-  # Stacks through libraries without frame pointers differ each time, and all of them would be kept.
+  # Short stacks save memory: the sanitizer keeps every different stack, and stacks through
+  # libraries without frame pointers differ each time.
   export TMPDIR=$scratch ASAN_OPTIONS=malloc_context_size=2:quarantine_size_mb=64
   cd "$scratch"
   local quiet=()
-  [ "$1" != command_line ] || quiet=(-close_fd_mask=3) # it prints what is wrong with the arguments
+  [ "$1" != command_line ] || quiet=(-close_fd_mask=3) # discards the tool's error messages
   if ! "$program" -max_total_time="$seconds" "${options[@]}" "${quiet[@]}" -artifact_prefix="$scratch/found-" \
     "${corpus[@]}" >/dev/null 2>log; then
     for file in found-*; do

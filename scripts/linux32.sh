@@ -6,7 +6,7 @@ set -euo pipefail
 store=$cache/linux-i686
 . "$root/scripts/cross.sh"
 
-# Qt Core with its dependencies. The compiler contains the C and C++ libraries.
+# Qt Core and its dependencies. The C and C++ libraries come with the compiler.
 packages=(qt6-base-dev libqt6core6 zlib1g zlib1g-dev libicu72 libdouble-conversion3 libb2-1 libgomp1
   libpcre2-16-0 libpcre2-8-0 libglib2.0-0 libzstd1)
 
@@ -16,7 +16,7 @@ make_libraries() { # folder
   unpack_i386 "$1" "${packages[@]}"
   local libraries=$1/usr/lib/i386-linux-gnu
   ln -sfn "$(basename "$(readlink "$libraries/libz.so")")" "$libraries/libz.so"
-  # Qt's CMake package refers to this folder, which belongs to another package of Qt.
+  # Qt's CMake package requires this folder to exist. It comes with another package of Qt.
   mkdir -p "$libraries/qt6/mkspecs/linux-g++"
 }
 

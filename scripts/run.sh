@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Builds the library and the tool and demonstrates the main job: packs a file into a folder that
-# represents the farm's share, and refreshes it by the path that a Windows machine of the farm uses.
+# Builds the library and the tool and demonstrates the main task: packs a file into a folder that
+# represents the farm's share, and loads it again by the path that a Windows machine of the farm
+# uses.
 #   scripts/run.sh [FILE]     FILE: the file to pack, by default the tool itself
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"

@@ -30,8 +30,8 @@ packages_of() {
 }
 
 wanted=()
-# npm downloads the source of the crash handler once into the cache. Any installed npm is
-# sufficient.
+# npm is needed once, to download the source of the crash handler into the cache. Any installed
+# version of npm is sufficient.
 if ! compgen -G "$cache/breakpad-*/deps" >/dev/null && ! command -v npm >/dev/null; then
   wanted+=(nodejs npm)
 fi
@@ -61,7 +61,7 @@ apt() {
 }
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-# The servers of the set "shares" must not start as services of this machine.
+# policy-rc.d prevents the servers of the set "shares" from starting as services of this machine.
 policy=/usr/sbin/policy-rc.d
 if [[ " $* " = *" shares "* ]] && [ ! -e "$policy" ]; then
   printf '#!/bin/sh\nexit 101\n' | "${as_root[@]}" tee "$policy" >/dev/null

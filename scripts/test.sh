@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Installs missing packages, builds the library, the tool and the tests, and runs all tests:
-#   scripts/test.sh [PRESET] [CTEST-ARGUMENT…]     PRESET: dev (the default), asan, tsan, qt5 or static
-# With tsan it builds and runs tests/races only.
+#   scripts/test.sh [PRESET] [CTEST-ARGUMENT…]     PRESET: dev (default), asan, tsan, qt5 or static
+# With the preset tsan, only tests/races is built and run.
 #   scripts/test.sh shares [--share NAME]… [--check NAME]… [--table]
-# builds the tool and runs tests/shares on network shares of its own, which need root and FUSE.
+# Builds the tool and runs tests/shares, which mounts its own network shares. This needs root and
+# FUSE.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -27,8 +28,8 @@ sets=(test)
 targets=()
 tests=()
 if [ "$preset" = tsan ]; then
-  # The sanitizer cannot place its memory where the kernel randomises more bits of addresses than it
-  # knows, also when CMake runs a program to list its tests.
+  # The thread sanitizer cannot start if the kernel randomises more bits of addresses than the
+  # sanitizer supports. This also applies when CMake runs a test program to list its tests.
   if [ -z "${OX_FIXED_ADDRESSES:-}" ] && setarch -R true 2>/dev/null; then
     OX_FIXED_ADDRESSES=1 exec setarch -R "$0" tsan "$@"
   fi

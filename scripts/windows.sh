@@ -27,8 +27,8 @@ for feature in gui widgets network sql dbus xml testlib concurrent printsupport 
   qt_options+=("-DFEATURE_$feature=OFF")
 done
 
-# Creates Wine for programs of both word sizes from the 64-bit part of the machine and a 32-bit part
-# beside it.
+# Combines the machine's 64-bit Wine with a 32-bit part, so that Wine runs programs of both word
+# sizes.
 make_wine() { # folder
   local version
   version=$(dpkg-query -W -f '${Version}' libwine:amd64)
@@ -40,7 +40,7 @@ make_wine() { # folder
   ln -s /usr/share "$1/usr/share"
 }
 
-# Creates the folder that contains drive C: and the registry.
+# Creates the Wine prefix, the folder with drive C: and the registry.
 make_prefix() { # folder
   WINEPREFIX=$1 quietly "$root/scripts/wine.sh" x86_64 wineboot -i
   WINEPREFIX=$1 "$cross/wine/usr/lib/wine/wineserver64" -w
@@ -58,7 +58,7 @@ make_qt() { # folder
     -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-$target.cmake" "${qt_options[@]}"
   quietly cmake --build "$build" --target install
   rm -rf "$build"
-  # Programs find all of their DLLs in Qt's folder.
+  # The programs need further DLLs. Copies them to Qt's folder, which is in the search path.
   cp "$(dirname "$("$triple-g++-posix" -print-file-name=libstdc++-6.dll)")"/{libstdc++-6,libgcc_s_*}.dll \
     "/usr/$triple/lib/libwinpthread-1.dll" "$1/bin/"
   "$triple-strip" --strip-unneeded "$1"/bin/Qt6Core.dll
@@ -70,7 +70,7 @@ wine_version=$(dpkg-query -W -f '${Version}' libwine:amd64)
 qt_version=$(dpkg-query -W -f '${source:Version}' qt6-base-dev)
 provide wine "wine-$wine_version" "Wine $wine_version for both word sizes (a minute or two)" make_wine
 for target in "${targets[@]}"; do
-  # Comments do not count: Qt takes long to build.
+  # The key ignores comments, since another key makes the script build Qt again, which takes long.
   key=$({ echo "${qt_options[@]}"; grep -hv '^ *#' "$root"/cmake/mingw.cmake "$root/cmake/mingw-$target.cmake"
     "$target-w64-mingw32-g++-posix" -dumpfullversion; } | sha256sum | cut -c 1-12)
   provide "qt-$target" "qt-$qt_version-$target-$key" \
@@ -82,8 +82,8 @@ end_store
 for target in "${targets[@]}"; do
   build_preset "windows-$target"
   # All test programs share one Wine server, which ends 20 seconds after the last program. The first
-  # program starts helper processes of the server. They keep the output of this program open, so it
-  # is a program without output.
+  # program under the server starts helper processes, which keep that program's output open. So the
+  # first program is one without output.
   WINEPREFIX=$cross/prefix "$cross/wine/usr/lib/wine/wineserver64" -p20 >/dev/null 2>&1 || true
   "$root/scripts/wine.sh" "$target" cmd /c rem >/dev/null 2>&1
   say "testing for Windows $target under Wine (up to ten minutes)"
