@@ -1,9 +1,9 @@
 # Builds Google Breakpad's client, which writes the crash dumps, as the object library oxBreakpad.
-# The objects become part of oxShared, which exports none of their functions.
+# The objects become part of oxShared. oxShared does not export their functions.
 #
-# The source comes from a package with a pinned checksum. It is downloaded once into the cache
-# folder, for all checkouts. It is unpacked in a temporary folder and then renamed, so an
-# interrupted run leaves no partial result.
+# The source is a package with a fixed checksum. The package is downloaded once into the cache
+# folder and serves all checkouts. It is unpacked in a temporary folder, which is then renamed, so
+# an interrupted run leaves no partial result.
 
 set(BREAKPAD_TARBALL "" CACHE FILEPATH
   "The package with Breakpad's source as a .tgz file, for machines without a network")
@@ -29,7 +29,8 @@ function(ox_download_breakpad folder)
   set(tarball "${tarball}" PARENT_SCOPE)
 endfunction()
 
-# Unpacks the package if necessary. Sets the variable named by `result` to its folder.
+# Unpacks the package unless its folder exists. Sets the variable with the name `result` to the
+# folder.
 function(ox_provide_breakpad result)
   if(DEFINED ENV{XDG_CACHE_HOME})
     set(cache "$ENV{XDG_CACHE_HOME}/oxshared")
@@ -100,7 +101,8 @@ else()
 endif()
 list(TRANSFORM sources PREPEND "${OX_BREAKPAD_SOURCE}/")
 if(NOT WIN32)
-  # This file replaces client/linux/minidump_writer/linux_ptrace_dumper.cc and includes it.
+  # ptrace_dumper.cpp includes client/linux/minidump_writer/linux_ptrace_dumper.cc and is compiled
+  # instead.
   list(APPEND sources "${PROJECT_SOURCE_DIR}/shared/platform/linux/ptrace_dumper.cpp")
 endif()
 
@@ -111,15 +113,15 @@ ox_configure_code(oxBreakpad)
 target_compile_options(oxBreakpad PRIVATE -w)
 if(WIN32)
   target_compile_definitions(oxBreakpad PRIVATE UNICODE _UNICODE)
-  # Without this option the optimiser reuses the memory of the stream that contains the crashed
-  # thread.
+  # Without this option the optimiser reuses the memory of the stream with the crashed thread too
+  # early.
   target_compile_options(oxBreakpad PRIVATE -fstack-reuse=none)
 else()
   target_compile_definitions(oxBreakpad PRIVATE HAVE_GETCONTEXT=1 HAVE_SYS_RANDOM_H=1 HAVE_GETRANDOM=1)
 endif()
 
-# License notices for all programs that contain Breakpad. The notice of Breakpad's system calls is
-# at the start of their source.
+# License notices for all programs that contain Breakpad. The notice of linux_syscall_support.h,
+# which Breakpad uses, is at the start of that file.
 file(READ "${OX_BREAKPAD}/deps/third_party/lss/linux_syscall_support.h" notice LIMIT 2000)
 string(REGEX REPLACE "\\*/.*" "*/\n" notice "${notice}")
 file(WRITE "${PROJECT_BINARY_DIR}/notices/linux-syscall-support.txt" "${notice}")

@@ -8,8 +8,8 @@ install(TARGETS oxShared EXPORT oxSharedTargets
   FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/oxShared")
 install(EXPORT oxSharedTargets NAMESPACE oxShared:: DESTINATION "${OX_PACKAGE_DIR}")
 
-# Moves the debug information of an installed library or program into FILE.debug beside it. A link
-# in the file lets debuggers and dump_syms find it.
+# Moves the debug information of an installed library or program into FILE.debug beside it.
+# Debuggers and dump_syms find FILE.debug by a link in the library or program.
 function(ox_split_debug_information target folder)
   if(NOT OX_DEBUG_INFO)
     return()
@@ -36,14 +36,15 @@ elseif(BUILD_SHARED_LIBS)
 endif()
 if(OX_BUILD_TOOL)
   ox_split_debug_information(oxtool "${CMAKE_INSTALL_BINDIR}")
-  # Without this setting the tool contains the path to the library in the build folder as empty
-  # space, whose length differs between builds.
+  # Without this setting, the installed tool contains unused bytes in place of the path to the build
+  # folder. Their number differs between builds.
   set_target_properties(oxtool PROPERTIES BUILD_RPATH_USE_ORIGIN ON)
 endif()
 
-# What debuggers show of the library's types. gdb looks for the script of a library in the folder
-# share/gdb/auto-load, under the library's whole path. The path of a package begins with the prefix of
-# the system that it is installed on.
+# Installs the files that make debuggers show the values of the library's types. gdb searches for
+# the script of a library in share/gdb/auto-load, followed by the whole path of the library. For a
+# package, this path begins with the prefix on the target system and not with the prefix of the
+# packaging step.
 install(FILES debugger/gdb_printers.py debugger/oxshared.natvis DESTINATION "${CMAKE_INSTALL_DATADIR}/oxShared")
 if(BUILD_SHARED_LIBS AND NOT WIN32)
   install(CODE "
@@ -65,7 +66,7 @@ install(FILES
   "${PROJECT_BINARY_DIR}/oxSharedConfigVersion.cmake"
   DESTINATION "${OX_PACKAGE_DIR}")
 
-# The pkg-config file contains paths relative to itself, so an installed tree can be moved.
+# The paths in the pkg-config file are relative to the file, so an installed tree can be moved.
 file(RELATIVE_PATH OX_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 string(REGEX REPLACE "/$" "" OX_PC_PREFIX "${OX_PC_PREFIX}")
 if(NOT BUILD_SHARED_LIBS)

@@ -6,9 +6,9 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
-# Editors need the compile commands.
+# Editors read compile_commands.json.
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
-# If a library is linked again with the same interface, its users are not linked again.
+# Programs are not linked again if a shared library is linked again with the same interface.
 set(CMAKE_LINK_DEPENDS_NO_SHARED ON)
 
 if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
@@ -17,12 +17,12 @@ endif()
 
 find_program(OX_CCACHE ccache)
 if(OX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  # ccache caches the users of a precompiled header only with this setting.
+  # Without this setting ccache does not cache sources that use a precompiled header.
   set(CMAKE_CXX_COMPILER_LAUNCHER
       "${CMAKE_COMMAND}" -E env CCACHE_SLOPPINESS=pch_defines,time_macros "${OX_CCACHE}")
 endif()
 
-# Folder of shared/platform with the sources of this system.
+# The folder in shared/platform that contains the sources for the target system.
 if(WIN32)
   set(OX_SYSTEM windows)
 else()
@@ -34,8 +34,8 @@ if(WIN32)
   set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 endif()
 
-# Finds Qt Core in the version OX_QT_VERSION, by default 6 or else 5. Sets OX_QT_VERSION to the
-# version that was found. The targets link to Qt::Core, which has the same name in both versions.
+# Finds Qt Core in the version OX_QT_VERSION. If the variable is empty, searches for version 6 and
+# then for version 5, and sets OX_QT_VERSION to the version that was found.
 macro(ox_find_qt)
   if(OX_QT_VERSION)
     find_package(Qt${OX_QT_VERSION} REQUIRED COMPONENTS Core)
@@ -58,13 +58,14 @@ check_cxx_compiler_flag(-fcf-protection OX_HAS_CF_PROTECTION)
 function(ox_harden target)
   target_compile_options(${target} PRIVATE -fstack-protector-strong)
   if(NOT OX_SANITIZE)
-    # Without optimisation the option only causes warnings, and it hides calls from the sanitizers.
+    # Without optimisation _FORTIFY_SOURCE only causes warnings. It also hides calls from the
+    # sanitizers.
     target_compile_options(${target} PRIVATE
       "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
   endif()
   if(WIN32)
-    # The run-time part of both options, linked statically. The linker does not support control-flow
-    # guard.
+    # libssp contains the run-time functions of the stack protector and of _FORTIFY_SOURCE. It is
+    # linked statically. The linker for Windows does not support control-flow guard.
     target_link_libraries(${target} PRIVATE -l:libssp.a)
     target_link_options(${target} PRIVATE -Wl,--dynamicbase,--nxcompat)
     if(CMAKE_SIZEOF_VOID_P EQUAL 8)
@@ -74,16 +75,17 @@ function(ox_harden target)
     if(OX_HAS_CF_PROTECTION)
       target_compile_options(${target} PRIVATE -fcf-protection)
     endif()
-    # The system resolves all functions at the start, so the crash handler resolves none.
+    # With -z now the system resolves all functions at the start, so a crash handler need not
+    # resolve any.
     target_link_options(${target} PRIVATE -Wl,-z,relro,-z,now,-z,noexecstack)
   endif()
 endfunction()
 
-# Makes the build independent of its folder: paths in debug information and in __FILE__ begin with
-# /oxShared, even those that a compiler cache has made relative to the build folder. A build id,
-# which depends on the content alone, identifies the release of a dump. The Windows presets build
-# without both: Wine, which runs the tests, fails to write a second dump of a program with a build id
-# and debug information.
+# Makes the output independent of the build folder: paths in debug information and in __FILE__ begin
+# with /oxShared. This includes paths that a compiler cache has made relative to the build folder. A
+# build id, which depends on the content alone, identifies the release that a dump belongs to. The
+# Windows presets build without build id and debug information, since Wine fails to write a second
+# dump of a program that has both.
 function(ox_make_reproducible target)
   file(RELATIVE_PATH source_path "${CMAKE_BINARY_DIR}" "${PROJECT_SOURCE_DIR}/.")
   target_compile_options(${target} PRIVATE
@@ -105,8 +107,8 @@ option(OX_PRECOMPILED_HEADERS "Compile the headers of Qt and of the standard lib
 
 # Precompiles system headers for a target, or reuses those of another target with the same options:
 #   ox_precompile(TARGET HEADER… | REUSE_FROM OTHER)
-# Headers of the project are not precompiled, since each change to them would compile everything
-# again.
+# Headers of the project are not precompiled, since each change to one of them would compile all
+# sources again.
 function(ox_precompile target)
   if(OX_PRECOMPILED_HEADERS)
     if(ARGV1 STREQUAL REUSE_FROM)
@@ -115,15 +117,16 @@ function(ox_precompile target)
       target_precompile_headers(${target} PRIVATE ${ARGN})
     endif()
     if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-      # ccache requires the first option. The others allow warnings that GCC 12 gives for the code
-      # of std::string when its header is precompiled; the preset static compiles without.
+      # ccache requires -fpch-preprocess. The other options keep some warnings from being errors:
+      # GCC 12 gives them for the code of std::string in a precompiled header. The preset static,
+      # which has no precompiled headers, treats these warnings as errors.
       target_compile_options(${target} PRIVATE -fpch-preprocess -Wno-error=array-bounds
         -Wno-error=restrict -Wno-error=stringop-overflow -Wno-error=stringop-overread)
     endif()
   endif()
 endfunction()
 
-# Adds the options of all code in the library and the tool, including Breakpad.
+# Adds the options for all code in the library and the tool, including Breakpad.
 function(ox_configure_code target)
   ox_harden(${target})
   ox_make_reproducible(${target})
@@ -132,13 +135,14 @@ function(ox_configure_code target)
   endif()
 endfunction()
 
-# Adds the compile options of the project's own targets. They do not apply to its users.
+# Adds the compile options for the project's own targets. The library's users do not get these
+# options.
 function(ox_configure_target target)
   ox_configure_code(${target})
   target_compile_definitions(${target} PRIVATE QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
   if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
-    # In C++, -Wconversion of GCC does not include these warnings.
+    # Clang's -Wconversion includes these warnings. GCC's -Wconversion does not include them in C++.
     target_compile_options(${target} PRIVATE -Wno-sign-conversion)
   endif()
   if(WIN32)
@@ -150,7 +154,7 @@ function(ox_configure_target target)
       target_link_options(${target} PRIVATE -Wl,--large-address-aware)
     endif()
   elseif(CMAKE_SIZEOF_VOID_P EQUAL 4)
-    # Enables files of 2 GiB and more, and times after 2038.
+    # Supports files of 2 GiB and more, and times after 2038.
     target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
   endif()
   if(OX_WARNINGS_AS_ERRORS)
