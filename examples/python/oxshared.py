@@ -8,7 +8,7 @@
     with LockFile("farm.ini").held("python on farm01", 5000):
         header, data = load_buffer("job17.oxdb")
 
-The pages docs/record_layouts.md, docs/file_formats.md and docs/lock_files.md describe all of it. Lock
+The pages docs/record_layouts.md, docs/file_formats.md and docs/lock_files.md describe all of these formats. Lock
 files need Linux. The steps for shares that refuse to remove an open file are not implemented here.
 """
 
@@ -38,13 +38,13 @@ class FixedString:
         self.size = characters + {"even": 3, "uneven": 2, "all": 2 + (characters + 2) % 2, "wide": 4}[kind]
 
     def read(self, memory, offset):
-        """Returns the text. A damaged length is read as the capacity."""
+        """Returns the text. A length above the capacity counts as the capacity."""
         length = min(struct.unpack_from("<H", memory, offset + self.length)[0], self.capacity)
         start = offset + self.value
         return bytes(memory[start : start + length * self.unit]).decode(self.encoding, "surrogatepass")
 
     def write(self, memory, offset, text):
-        """Writes the text, zeros behind it, and the length. The spare bytes stay unchanged."""
+        """Writes the text, zeros after the text, and the length. The spare bytes stay unchanged."""
         encoded = text.encode(self.encoding, "surrogatepass" if self.unit == 2 else "strict")
         if len(encoded) > self.capacity * self.unit:
             raise ValueError(f"text is longer than {self.capacity} characters: {text!r}")
@@ -61,7 +61,7 @@ HEADER = struct.Struct("<4iI3i")
 
 
 class BufferError(Exception):
-    """A buffer file cannot be loaded. `code` is the library's error code."""
+    """Raised if a buffer file cannot be loaded. `code` is the library's error code."""
 
     def __init__(self, code, reason):
         super().__init__(f"{reason} ({code})")
@@ -98,7 +98,7 @@ def save_compressed(path, data, values=(0, 0, 0)):
 
 
 def _gunzip(path, limit):
-    """Returns the content of all gzip members, or that of a file that is not gzip."""
+    """Returns the content of all gzip members. Returns the file itself if it is not gzip."""
     with open(path, "rb") as file:
         stream = file.read()
     if not stream.startswith(b"\x1f\x8b") and len(stream) <= limit:
@@ -136,7 +136,7 @@ def load_compressed(path):
 
 
 def load_buffer(path):
-    """Returns the header and the data of a plain buffer file, with the data as it is stored."""
+    """Returns the header and the data of a plain buffer file. Does not decompress the data."""
     try:
         status = os.stat(path)
     except OSError as error:
@@ -161,7 +161,7 @@ def load_buffer(path):
 
 
 def payload(header, data):
-    """Returns the data of a loaded buffer, decompressed if it is compressed."""
+    """Returns the data of a loaded buffer, and decompresses it if necessary."""
     if not header.is_compressed:
         return data
     if not 0 <= header.data_offset <= len(data) or not 0 <= header.size_uncompressed <= MAX_DATA:
@@ -176,11 +176,11 @@ def payload(header, data):
     return result
 
 
-LockStatus = namedtuple("LockStatus", "exists live who since")  # live: None if not known
+LockStatus = namedtuple("LockStatus", "exists live who since")  # `live` is None if unknown
 
 
 class LockFile:
-    """The lock of a file. One object holds the lock once."""
+    """The lock of a file. One call of unlock() releases it after any number of calls of lock()."""
 
     STALE_SECONDS = 10800
 
@@ -195,8 +195,8 @@ class LockFile:
             raise ValueError(f"file cannot be locked because of its name: {path!r}")
 
     def lock(self, who, timeout_ms=0):
-        """Waits until nobody holds the lock, and takes it. Returns False when the time runs out."""
-        fresh = None  # own lock file without its `flock`
+        """Waits until the lock is free and takes it. Returns False after the timeout."""
+        fresh = None  # created lock file whose `flock` is not available yet
         for _ in range(max(1, timeout_ms // 250)):
             fresh = self._create(who, fresh)
             if self._descriptor is not None:
@@ -210,7 +210,7 @@ class LockFile:
         return self._descriptor is not None
 
     def unlock(self):
-        """Releases the lock. Does nothing if the lock file has been deleted or replaced by others."""
+        """Releases the lock. Does nothing if other processes have deleted or replaced the lock file."""
         descriptor, self._descriptor = self._descriptor, None
         self._remove(descriptor)
 
@@ -242,9 +242,9 @@ class LockFile:
             os.close(descriptor)
 
     def _create(self, who, fresh):
-        """Creates the lock file, or continues with `fresh`, and takes its `flock`.
+        """Creates the lock file, or continues with the open file `fresh`, and takes its `flock`.
 
-        Returns the file that still lacks it, or None."""
+        Returns the open file if its `flock` is not available yet, otherwise None."""
         try:
             if fresh is None:
                 fresh = os.open(self.name, os.O_RDWR | os.O_CREAT | os.O_EXCL, 0o666)
@@ -253,7 +253,7 @@ class LockFile:
             if error.errno in (errno.EEXIST, errno.EBUSY, errno.ETXTBSY):
                 return None
             raise
-        # A share without `flock` gives None, and the creation alone decides.
+        # On a share without `flock`, _flock() returns None, and the creation alone takes the lock.
         if self._flock(fresh, fcntl.LOCK_EX) is False and not self._flock(fresh, fcntl.LOCK_SH):
             return fresh
         if not self._is_named(fresh):
@@ -269,7 +269,7 @@ class LockFile:
         return None
 
     def _remove(self, descriptor):
-        """Deletes the open lock file, or renames it. Leaves a file of others alone."""
+        """Deletes or renames the open lock file. Leaves the name alone if it refers to another file."""
         try:
             if self._is_named(descriptor):
                 try:
@@ -291,7 +291,7 @@ class LockFile:
                 os.close(descriptor)
 
     def _is_named(self, descriptor):
-        """Returns whether the name still means the open file."""
+        """Returns whether the name still refers to the open file."""
         held = os.fstat(descriptor)
         try:
             other = os.open(self.name, os.O_RDONLY | os.O_NONBLOCK | os.O_NOFOLLOW)
@@ -306,7 +306,7 @@ class LockFile:
 
     @staticmethod
     def _flock(descriptor, operation):
-        """Takes a `flock` in three tries within 7 ms. Returns None where there are no `flock`s."""
+        """Tries three times within 7 ms to take a `flock`. Returns None if the share has no `flock`s."""
         for pause in (0.002, 0.004, 0):
             try:
                 fcntl.flock(descriptor, operation | fcntl.LOCK_NB)
