@@ -28,7 +28,7 @@ std::span<ExpectedEnd const> expectedEnds()
 
 void addLibraryFolder(QString const &) {}
 
-TEST_F(CrashTest, AForkedChildThatCrashesKeepsItsParentsDump)
+TEST_F(CrashTest, AForkedChildThatCrashesDoesNotReplaceItsParentsDump)
 {
     // The parent process and the child process crash at the same time.
     run({u"fork"_q, u"abort"_q});

@@ -133,7 +133,7 @@ TEST(DataBuffer, KeepsALargeEnoughBlockAndRefusesInvalidSizes)
 
     _OX_DataBuffer copy;
     EXPECT_TRUE(copy.copyFromBuffer(text, 6));
-    EXPECT_EQ(copy.size, 0) << "the caller sets it";
+    EXPECT_EQ(copy.size, 0) << "the caller sets the size";
     EXPECT_TRUE(copy.copyFromBuffer(text, -1));
     EXPECT_FALSE(copy.copyFromBuffer(nullptr, 1));
     EXPECT_FALSE(copy.copyFromBuffer(text, INT_MAX));

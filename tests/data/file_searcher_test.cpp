@@ -124,7 +124,7 @@ TEST(FileSearcher, InsertsAndReplacesWithinItsBounds)
     EXPECT_EQ(contentOf(file), "012345678ab9");
 }
 
-TEST(FileSearcher, ChangesItsSizeBetweenTwoBlocks)
+TEST(FileSearcher, ChangesItsSizeByMovingBetweenTwoBlocks)
 {
     _oxFileSearcher file;
     fill(file, "0123456789");

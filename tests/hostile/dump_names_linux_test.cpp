@@ -17,10 +17,10 @@ namespace
 
 using HostileDumpName = NeighbourTest;
 
-TEST_F(HostileDumpName, IsNeitherWrittenThroughNorTaken)
+TEST_F(HostileDumpName, IsNeitherFollowedNorOverwritten)
 {
     if (hasAddressSanitizer)
-        GTEST_SKIP() << "the sanitizers take the signals of crashes";
+        GTEST_SKIP() << "the sanitizers handle the signals of crashes";
     auto const dumps = [this] {
         return QDir(inside("")).entryList({u"*.oxdmp"_q}, QDir::Files | QDir::NoSymLinks);
     };

@@ -78,7 +78,7 @@ class HostileName : public NeighbourTest
     QString const target = inside("target");
 };
 
-TEST_F(HostileName, IsNeitherWrittenThroughNorWaitedFor)
+TEST_F(HostileName, IsNeitherFollowedNorWaitedFor)
 {
     if (!isRoot())
         GTEST_SKIP() << needsRoot;
@@ -125,7 +125,7 @@ TEST_F(HostileName, IsReplacedByACopyOrRefused)
     });
 }
 
-TEST_F(HostileName, MayBeALinkOfTheUsersOwn)
+TEST_F(HostileName, IsFollowedIfItIsALinkOfTheSameUser)
 {
     writeFile(path("own"), {});
     int const file = ::open(path("own").toUtf8().constData(), O_RDONLY);
@@ -142,7 +142,7 @@ TEST_F(HostileName, MayBeALinkOfTheUsersOwn)
 
 // A stale pipe or device is removed like a stale file. A person has to remove a link, folder or
 // socket.
-TEST_F(HostileName, OfALockFileIsTakenForAHeldLock)
+TEST_F(HostileName, OfALockFileCountsAsAHeldLock)
 {
     QString const lockName = inside("target_lock.txt");
     timespec const old[] = {{1000, 0}, {1000, 0}};
@@ -202,7 +202,7 @@ TEST_F(HostileName, OfATemporaryFileIsNeitherFollowedNorWaitedFor)
     withEach([&](Planted const & planted) { plant(nameOf(planted.kind), planted.kind); });
     NewFile second;
     create(second, target);
-    EXPECT_FALSE(isStill(nameOf(Kind::File), Kind::File)) << "a left file is removed";
+    EXPECT_FALSE(isStill(nameOf(Kind::File), Kind::File)) << "a file of a dead process is removed";
     withEach(
         [&](Planted const & planted) { EXPECT_TRUE(isStill(nameOf(planted.kind), planted.kind)); });
 }

@@ -22,7 +22,7 @@ class NeighbourTest : public FolderTest
     void TearDown() override;
 
     /// Reason to skip a test that needs a second user.
-    static constexpr char needsRoot[] = "it takes root to become another user";
+    static constexpr char needsRoot[] = "only root can become another user";
     static bool isRoot();
 
     /// Returns the path of a name in the folder of the other user.

@@ -182,7 +182,7 @@ TEST_F(Races, OfSegments)
         for (++done; done % threadCount != 0;) // all threads attach before the first one detaches
             std::this_thread::yield();
     });
-    EXPECT_EQ(creators, 2 * rounds) << "a global one and a local one in each round";
+    EXPECT_EQ(creators, 2 * rounds) << "each round creates a global and a local segment";
 }
 
 TEST_F(Races, OfCopiesListingsAndEmptiedFolders)
@@ -248,7 +248,7 @@ class CountingLogger : public oxLogger
 TEST_F(Races, OfCrashHandlersAndDumpsOnDemand)
 {
     if (hasAddressSanitizer)
-        GTEST_SKIP() << "the sanitizers take the signals of crashes";
+        GTEST_SKIP() << "the sanitizers handle the signals of crashes";
     static CountingLogger logger;
     static __OX contexts[threadCount];
     QByteArray const dumpFolder = folder.path().toUtf8();

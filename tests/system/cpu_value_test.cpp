@@ -79,7 +79,7 @@ TEST(CPUValue, ConvertsBetweenMachineAndCores)
     EXPECT_EQ(load.value, 0.875f);
 }
 
-TEST(CPUValue, CalculatesWithTheLeftMachinesCores)
+TEST(CPUValue, CalculatesWithTheCoresOfTheLeftOperand)
 {
     _oxCPUValue const left(0.5f, 8), right(0.25f, 2);
     EXPECT_EQ((left + right).value, 0.75f);

@@ -204,7 +204,7 @@ TEST(ProcessListOnLinux, NeverSignalsAProcessGroup)
         testing::ExitedWithCode(7), "");
 }
 
-TEST(ProcessListOnLinux, ListsAThousandProcessesOfMore)
+TEST(ProcessListOnLinux, ListsTheFirstThousandOfMoreProcesses)
 {
     Forked const crowd([] {
         ::execl("/bin/sh", "sh", "-c",

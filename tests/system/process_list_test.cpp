@@ -154,7 +154,7 @@ TEST(ProcessList, RoundsMemoryAndDistributesUnaccountedMemory)
     EXPECT_EQ(entries[2].memMB, 4596);
 }
 
-TEST(ProcessReading, FindsTheFirstEntryOfEachIdAfterItsEnd)
+TEST(ProcessReading, FindsTheFirstEntryOfEachIdOnceItIsComplete)
 {
     using ox::platform::ProcessReading;
     auto const workingSet = [](ProcessReading const & reading, std::uint32_t id) {

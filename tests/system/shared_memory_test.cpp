@@ -148,7 +148,7 @@ TEST_F(SharedMemory, RefusesInvalidLockAndUnlockCalls)
     ASSERT_TRUE(other.attach());
     EXPECT_FALSE(other.unlock());
     memory.detach();
-    EXPECT_FALSE(other.isLocked()) << "detaching unlocks";
+    EXPECT_FALSE(other.isLocked()) << "detach() releases the lock";
     EXPECT_TRUE(other.lock());
 }
 

@@ -124,7 +124,7 @@ TEST(LocalClock, HasTheLocalCalendarFields)
     EXPECT_EQ(localClockAt(_oxTime(std::numeric_limits<__int64>::max(), true)), std::nullopt);
 }
 
-TEST(UserText, IsTheResultOrTheFailedStep)
+TEST(UserText, ContainsTheUserOrTheFailedStep)
 {
     QString const message = oxLastOSError8(5);
     EXPECT_EQ(userText(std::u16string(u"S-1-5-18")), u"S-1-5-18"_q);

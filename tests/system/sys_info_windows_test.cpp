@@ -18,7 +18,7 @@ namespace
 
 using namespace ox::platform;
 
-TEST(Registry, TurnsOffAValueOfOneAndNoOther)
+TEST(Registry, ChangesOnlyTheNumberOneToZero)
 {
     constexpr wchar_t path[] = L"Software\\oxShared test of switches";
     HKEY created = nullptr;

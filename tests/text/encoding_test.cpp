@@ -81,7 +81,7 @@ TEST(Uni16Runs, HaveTheFormatOfTheFarm)
     EXPECT_EQ(oxFromOXUni16(u"<uni16 \u0004\u0010>"_q), u"\u0410"_q);
     EXPECT_EQ(oxFromOXUni16(u"<UNI16 \u0004>\u0004\u0010\u0004>>"_q), u"\u043E\u0410\u043E"_q);
     EXPECT_EQ(oxFromOXUni16(u"<UNI16 \u0004>>"_q), u"\u043E"_q)
-        << "padded, and its last low byte is >";
+        << "the run is padded, and its last low byte is >";
     EXPECT_EQ(oxFromOXUni16(u"<UNI16\u0004\u0010\u0004>"_q), u"\u0410"_q);
     EXPECT_EQ(oxFromOXUni16(u"<UNI16\u0004\u0010></b> x"_q), u"\u0410</b> x"_q);
     EXPECT_EQ(oxFromOXUni16(u"<UNI16\u0004>>/<UNI16\u0004\u0010>x"_q), u"\u043E/\u0410x"_q);
@@ -115,7 +115,7 @@ TEST(ShortName, KeepsPrefixCapitalsAndDigits)
         EXPECT_EQ(oxCalcShortName(name), shortName) << name.toStdString();
 }
 
-TEST(Digit, IsAlsoASign)
+TEST(Digit, IncludesTheMinusSign)
 {
     for (char16_t const c : {u'0', u'9', u'-'})
         EXPECT_TRUE(oxIsDigit(c));
@@ -123,7 +123,7 @@ TEST(Digit, IsAlsoASign)
         EXPECT_FALSE(oxIsDigit(c));
 }
 
-TEST(IpAddress, IsReadThreeDigitsWide)
+TEST(IpAddress, IsParsedFromGroupsOfThreeDigits)
 {
     std::pair<QString, unsigned> const cases[] = {
         {u"192.168.001.010"_q, 0xC0A8010A},

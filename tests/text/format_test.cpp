@@ -12,7 +12,7 @@ using namespace ox::tests;
 namespace
 {
 
-TEST(Durations, HaveTheirForms)
+TEST(Durations, FollowThePatternOfEachFunction)
 {
     EXPECT_EQ(oxSec2ms(-65), u"-1.-5"_q);
     EXPECT_EQ(oxSec2hms(-3725, false), u"-1:02.05"_q);
@@ -25,7 +25,7 @@ TEST(Durations, HaveTheirForms)
 
 TEST(Numbers, HaveSeparatorsOfThousands)
 {
-    EXPECT_EQ(oxPointTsd(1000, false), u"1000"_q) << "only a rest above 1000 is grouped";
+    EXPECT_EQ(oxPointTsd(1000, false), u"1000"_q) << "only numbers above 1000 are grouped";
     EXPECT_EQ(oxPointTsd(1000999, true), u" 1000.999"_q);
     EXPECT_EQ(oxPointTsd(-1001, true), u"-1.001"_q);
     EXPECT_EQ(oxSpaceTsd(1001000, false), u"1 001 000"_q);
@@ -62,9 +62,9 @@ TEST(Numbers, AreFixedStrings)
     EXPECT_EQ(float2Str(2.5f, 1, 0x066B), QStringLiteral("2\u066B5"));
 }
 
-TEST(Numbers, HaveOtherBases)
+TEST(Numbers, AreWrittenInOtherBases)
 {
-    EXPECT_EQ(numberToStr(36 * 36 + 10, 2), u"0A"_q) << "the last digits";
+    EXPECT_EQ(numberToStr(36 * 36 + 10, 2), u"0A"_q) << "only the last digits are returned";
     EXPECT_EQ(numberToStr(ULLONG_MAX, INT_MAX), u"3W5E11264SGSF"_q);
     EXPECT_EQ(numberToStr(5, INT_MIN), QString());
 
@@ -116,7 +116,7 @@ TEST(Splitting, CutsAtTheOutermostSeparator)
     }
 }
 
-TEST(ShortNames, MeanTheSameSetting)
+TEST(ShortNames, ReferToTheSameSetting)
 {
     EXPECT_TRUE(_oxStringCompareShort(u"coImageWidth"_q, u"CoImageWidth"_q));
     EXPECT_TRUE(_oxStringCompareShort(u"co Image Width"_q, u" coImageWidth "_q));

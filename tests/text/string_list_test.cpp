@@ -22,7 +22,7 @@ _oxStringList listOf(std::vector<Entry> const & entries)
     return list;
 }
 
-TEST(StringList, KeepsWhatLiesBehindTheTexts)
+TEST(StringList, KeepsTheUnitsBehindTheTexts)
 {
     Entry marked("b");
     marked.value[300] = 0x1234;

@@ -7,7 +7,7 @@
 namespace
 {
 
-TEST(TimeText, HasItsPattern)
+TEST(TimeText, FollowsThePatternOfEachFunction)
 {
     TimeZone const zone(kolkata);
     _oxTime t;

@@ -214,7 +214,7 @@ TEST(TimeValue, ReturnsCalendarFields)
     EXPECT_EQ(utc(winter).dayOfMonth(-15), 31);
 
     _oxTime::oxTime_Start_OffSet = 7200;
-    EXPECT_EQ(utc(winter).getDayHour(), 14) << "uses the offset and not the date";
+    EXPECT_EQ(utc(winter).getDayHour(), 14) << "uses the measured offset and not that of the date";
     EXPECT_EQ(utc(winter).getDaySeconds(86400 + 5), 14 * 3600 + 5);
     EXPECT_EQ(utc(winter).getTotalDays(10 * 3600), 20469);
     EXPECT_EQ(utc(winter).toLocalTime(), winter + 7200);
@@ -231,7 +231,7 @@ TEST(TimeValue, WaitsForDeadlines)
     _oxTime const now = utc(1011);
     EXPECT_EQ(start.waitTimeDifference((std::int64_t{1} << 32) + 30, &now), 19)
         << "the result has 32 bits";
-    EXPECT_FALSE(start.waitTimeIsOver(11, true, &now)) << "the deadline itself";
+    EXPECT_FALSE(start.waitTimeIsOver(11, true, &now)) << "the deadline has not passed yet";
     EXPECT_TRUE(start.waitTimeIsOver(10, false, &now));
     EXPECT_EQ(start.value, 1000);
     EXPECT_TRUE(start.waitTimeIsOver(10, true, nullptr));
