@@ -103,7 +103,7 @@ typename Crc::Word bitByBit(typename Crc::Word crc, unsigned char byte)
     return crc;
 }
 
-/// Calls visit() with each CRC of the library.
+/// Calls visit() for each type of CRC in the library.
 template <class Visit>
 void forEachCrc(Visit visit)
 {
@@ -112,7 +112,7 @@ void forEachCrc(Visit visit)
     visit(Crc64());
 }
 
-/// Returns the kernel of this name, or null if this build lacks it.
+/// Returns the kernel with this name, or null if this build does not contain it.
 template <class Crc>
 CrcKernel<Crc> const * kernelNamed(std::string const & name)
 {

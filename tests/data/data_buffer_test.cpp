@@ -51,7 +51,7 @@ std::string inflated(_OX_DataBuffer & buffer)
 TEST(DataBuffer, ReturnsTheErrorTextsOfTheFarm)
 {
     struct {
-        int code; // plain numbers, since applications store them
+        int code; // numbers instead of constants, since applications store the numbers
         char const * text;
     } const cases[] = {{-100, "Unable to allocate memory"},
                        {-102, "Wrong File Header"},
@@ -205,7 +205,7 @@ TEST(DataBuffer, CompressesInPieces)
     EXPECT_TRUE(buffer.chunkzipFinish(zs));
     EXPECT_EQ(buffer.sizeAllocated, 150000) << "grows by one half when two pieces no longer fit";
 
-    // Reading ends even if other bytes follow the stream or the stream is damaged.
+    // Decompression ends at the end of the stream, even if other bytes follow, and at damage.
     char other[] = "behind";
     ASSERT_TRUE(buffer.append(other, 6));
     EXPECT_EQ(inflated(buffer), text);

@@ -44,7 +44,7 @@ TEST(FileSearcher, FindsNothingBehindTheEnd)
     _oxFileSearcher file;
     EXPECT_EQ(file.indexOf(Text("a"), 0), -1);
     fill(file, "Frame of a frame");
-    // Bytes behind the content are ignored.
+    // A search ignores bytes behind the content.
     std::strcpy(file.data + file.size, " frames");
     EXPECT_EQ(file.indexOf(ShortText("frame"), INT_MIN), 11);
     EXPECT_EQ(file.indexOf(Text("frame f"), 11), -1);
@@ -89,7 +89,7 @@ TEST(FileSearcher, ReplacesLatin1TextsInUtf16)
     EXPECT_EQ(file.replaceAll_unicode("name=", "n\xE4her="), 2);
     EXPECT_EQ(contentOf(file), utf16(QStringLiteral("\uFEFFnäher=Büro; näher=Łódź;name")));
 
-    // Longer texts are truncated to 250 characters.
+    // Search texts and replacements are truncated to 250 characters.
     QString const line(250, QLatin1Char('l'));
     fill(file, utf16(line + QLatin1Char('\n')));
     EXPECT_EQ(
@@ -174,7 +174,7 @@ TEST_F(SearcherFiles, SavesUnderTheNameOfTheLastFile)
                                                   "c",
                                                   7));
 
-    // A block that is large enough is reused.
+    // load() uses the existing block if it is large enough.
     char const * const block = file.data;
     ASSERT_TRUE(file.load(name));
     EXPECT_EQ(file.data, block);

@@ -25,7 +25,7 @@ namespace
 namespace fs = std::filesystem;
 
 constexpr int patienceMs = 30000;
-constexpr int wrong = 3; ///< exit status for Outcome::isWrong
+constexpr int wrong = 3; ///< exit status that means Outcome::isWrong
 constexpr Fault noFault = {"none", FaultKind::None};
 
 /// Writes the report to a pipe and ends this process. The exit status tells the parent the result.

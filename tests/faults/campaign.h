@@ -52,7 +52,7 @@ class Campaign
     Operation const & operation_;
     FaultMount mount_;
     Files after_;
-    std::vector<LoggedRequest> requests_; ///< of a run without a fault
+    std::vector<LoggedRequest> requests_; ///< the requests of a run without a fault
     std::optional<DiskModel> disk_;       ///< the disk before these requests
     LoggedRequest struck_;                ///< the request at which the fault occurred
 };

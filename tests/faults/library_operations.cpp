@@ -216,7 +216,7 @@ std::vector<Operation> copies()
         copying("resumeWithBuffer", withPart, Part, resumeWithBuffer),
         copying("resumeFromTheStart", withoutTarget, PartOfTheDead, resume),
         copying("resumeFromTheStartWithBuffer", withoutTarget, Part, resumeWithBuffer)};
-    all[1].mayHideFaults = true; // applications compare the sizes
+    all[1].mayHideFaults = true; // a lost part is not reported; applications compare the sizes
     return all;
 }
 

@@ -200,7 +200,7 @@ TEST_F(Resume, CopiesEveryByteOfAGrowingSourceOnce)
     QByteArray const content = bytes(3 * mebibyte);
     std::atomic<bool> written = false;
     std::thread writer([&] {
-        QFile log(from); // stays open, like the log of a renderer
+        QFile log(from); // keeps the file open, like a renderer
         ASSERT_TRUE(log.open(QIODevice::Append | QIODevice::Unbuffered));
         for (int at = 0; at < content.size(); at += 4099)
             log.write(content.constData() + at, std::min(4099, int(content.size()) - at));

@@ -62,7 +62,7 @@ TEST_F(DirListingOnLinux, MatchesPatternsByLetterCase)
     ASSERT_TRUE(listing.nextFile());
     EXPECT_EQ(listing.fileName(), text("shot_1"));
     EXPECT_FALSE(listing.nextFile());
-    // Before a dot "?" also matches nothing.
+    // In front of a dot, "?" in a pattern also matches the empty text.
     writeFile(path("shot.exr"));
     listing.init(path("sho?t?.*r*"), false, false, false, false);
     EXPECT_FALSE(listing.nextFile());

@@ -162,7 +162,7 @@ TEST_F(DirListing, SortsByCodeUnitsAndStaysOnTheLastEntry)
     EXPECT_FALSE(listing.nextFile());
     listing.close();
     EXPECT_EQ(listing.dirFileName(), path("\xef\xbf\xbd"));
-    // The next listing starts without the entries of the previous one.
+    // A new listing does not contain entries of the previous listing.
     listing.init(path("none"), false, true, true, false);
     EXPECT_FALSE(listing.nextFile());
     EXPECT_EQ(listing.fileName(), QString());

@@ -134,12 +134,12 @@ TEST_F(EmptyFolder, DeletesNothingInADryRunAndStopsOnRequest)
 
 TEST_F(EmptyFolder, EmptiesAVeryDeepTree)
 {
-    // Wine looks up each folder of a path separately and needs minutes for 2000 folders.
+    // Wine looks up each folder of a path separately, which takes minutes for 2000 folders.
     int const pieces = QDir::separator() == u'\\' ? 4 : 40;
     int const pieceDepth = 50;
     for (int i = 0; i < pieces; ++i) {
-        // The tree is built from pieces by renaming, so that no path exceeds the limit of the
-        // system.
+        // The tree is joined from pieces by renaming, since a single path to its bottom would
+        // exceed the system's limit.
         QString const bottom = path("f/next") + QString(text("/d")).repeated(pieceDepth - 1);
         ASSERT_TRUE(QDir().mkpath(bottom));
         ASSERT_TRUE(QDir().rename(path("f/sub"), bottom + text("/sub")));

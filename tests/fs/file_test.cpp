@@ -180,7 +180,7 @@ TEST_F(File, FreeSpaceIsThatOfTheNearestFolder)
 
 TEST(FileTime, ConversionsAreNotInverse)
 {
-    std::uint32_t halves[2]; // the low half is first
+    std::uint32_t halves[2]; // the low half comes first
     auto * const fileTime = reinterpret_cast<FILETIME *>(halves);
     timeToFileTime(0, fileTime);
     EXPECT_EQ(halves[0], 0xD53E8000u);

@@ -51,8 +51,8 @@ int increment(QString const & fileName, int count)
     return 0;
 }
 
-/// Creates a marker file beside the protected one and removes it after `ms`. Returns false if
-/// another process has created the marker.
+/// Creates a marker file beside the protected file and removes the marker after `ms` milliseconds.
+/// Returns false if another process has created the marker.
 bool isAlone(QString const & fileName, int ms)
 {
     QFile marker(fileName + QStringLiteral(".marker"));

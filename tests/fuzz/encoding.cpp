@@ -138,7 +138,7 @@ void checkDecoders(QString const & text)
         OX_HOLDS(!holdsMarker(coder, decoded) && decoded.size() <= text.size());
         OX_HOLDS(holdsMarker(coder, text) || decoded == text);
     }
-    if (text.size() < 1000) // the simple decoder takes quadratic time
+    if (text.size() < 1000) // the simple decoder needs quadratic time
         OX_HOLDS(oxFromOXUTF8(text) == decodedRuns(text));
 }
 

@@ -90,7 +90,7 @@ class Memory : public FolderTest
         SCOPED_TRACE(std::string(operation.name) + (failing == Failing::One ? ", " : ", from ") +
                      std::to_string(number));
         Result result = resultOf(operation, failing, number);
-        if (result.leaked != 0 || result.openFiles != 0) // a kept block is not allocated again
+        if (result.leaked != 0 || result.openFiles != 0) // kept blocks are allocated only once
             result = resultOf(operation, failing, number);
         EXPECT_EQ(result.leaked, 0);
         EXPECT_EQ(result.openFiles, 0);

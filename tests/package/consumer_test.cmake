@@ -57,7 +57,7 @@ run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}")
 run(${EMULATOR} "${tool}" --version)
 string(STRIP "${output}" version)
 
-# Windows searches for the DLLs of a program in the folder of the program.
+# Windows searches for the DLLs of a program in the program's own folder.
 set(programs "${build}/bin")
 if(SUFFIX)
   set(programs "${prefix}/bin")

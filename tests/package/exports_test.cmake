@@ -1,4 +1,5 @@
-# Compares the exported symbols of the library with the committed list. With RENEW writes the list.
+# Compares the exported symbols of the library with the committed list. If RENEW is set, writes the
+# list instead.
 cmake_minimum_required(VERSION 3.25)
 
 execute_process(COMMAND ${NM} --dynamic --defined-only --demangle --format=posix "${LIBRARY}"

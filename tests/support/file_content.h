@@ -8,10 +8,10 @@
 namespace ox::tests
 {
 
-/// Returns the bytes of a file, or nothing if it is not readable.
+/// Returns the bytes of a file, or nothing if the file is not readable.
 QByteArray contentOf(QString const & file);
 
-/// Returns the bytes of a text file, with Unix line ends on every system.
+/// Returns the bytes of a text file. Line ends are converted to those of Unix.
 QByteArray linesOf(QString const & file);
 
 /// Returns the bytes of a buffer.

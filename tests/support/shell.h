@@ -13,10 +13,11 @@ class Shell
     /// default that of the test.
     explicit Shell(QString program = QStringLiteral("sh"), QString folder = {});
 
-    /// Runs a script and waits for its end. The arguments are its $1, $2 and so on.
+    /// Runs a script and waits for its end. The script's $1, $2, … are the arguments.
     ProgramRun run(QByteArray const & script, QStringList const & arguments = {}) const;
 
-    /// Runs a script and returns its standard output and error in the order of printing.
+    /// Runs a script. Returns its standard output and standard error, in the order in which they
+    /// were printed.
     QString printed(QByteArray const & script, QStringList const & arguments = {}) const;
 
     /// Runs a script. Returns whether it ended with exit code 0.

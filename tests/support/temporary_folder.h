@@ -23,7 +23,7 @@ class TemporaryFolder
 class FolderTest : public testing::Test
 {
   protected:
-    /// Returns the path of a name in UTF-8 inside the folder.
+    /// Returns the path of a file in the folder. The name is in UTF-8.
     QString path(char const * name) const;
 
     TemporaryFolder folder;

@@ -12,7 +12,7 @@ void PrintTo(QString const & text, std::ostream * out);
 namespace ox::tests
 {
 
-/// Returns the text of Latin-1 bytes.
+/// Converts Latin-1 bytes to a text.
 QString text(char const * latin1);
 
 /// Converts a literal to a text: `u"frame"_q`.

@@ -5,7 +5,7 @@
 namespace ox::tests
 {
 
-/// True if the tests run on Windows.
+/// True on Windows.
 inline bool const isWindows = QDir::separator() == u'\\';
 
 /// True if the tests are built with the address sanitizer, which handles the signals of crashes and

@@ -28,7 +28,7 @@ TEST(BytePerc, ConvertsFractionsAndWrapsOutsideTheRange)
     float const infinity = std::numeric_limits<float>::infinity();
     std::pair<float, int> const cases[] = {{0, 0},           {0.001f, 1},    {0.5f, 128},
                                            {1, 255},         {1.5f, 127},    {2, 254},
-                                           {256 / 255.f, 1}, // wraps to 0, but a load is at least 1
+                                           {256 / 255.f, 1}, // 256 wraps to 0, but the minimum is 1
                                            {-0.01f, 253},    {1e30f, 1},     {-1e30f, 0},
                                            {infinity, 255},  {-infinity, 0}, {std::nanf(""), 0}};
     for (auto const & [f, expected] : cases)

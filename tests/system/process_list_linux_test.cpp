@@ -115,7 +115,7 @@ TEST(ProcessListOnLinux, NamesAProcessByItsExecutableAndItsUser)
     // A program uses almost no memory when it starts. After the program has answered, it uses more.
     process.write("answer\n");
     ASSERT_TRUE(process.waitForReadyRead());
-    // An update may delete the file of a running program.
+    // The program's file may be deleted while the program runs, for example by an update.
     ASSERT_TRUE(QFile::remove(program));
     auto const list = std::make_unique<_oxProcessList>();
     EXPECT_TRUE(list->processExists("render-node_0123456789abcdefgh.bin", false));
@@ -147,7 +147,7 @@ void endMainThread()
         return nullptr;
     };
     ::pthread_create(&thread, nullptr, work, nullptr);
-    ::syscall(SYS_exit, 0); // ends only this thread
+    ::syscall(SYS_exit, 0); // ends only the calling thread
 }
 
 TEST(ProcessListOnLinux, ListsRunningProcessesWithTheirFigures)

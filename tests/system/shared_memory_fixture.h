@@ -13,7 +13,7 @@
 namespace ox::tests
 {
 
-/// A test with a key that is unique to this run of the tests.
+/// A test with a key that no other run of the tests uses.
 class SharedMemory : public testing::Test
 {
   protected:

@@ -97,7 +97,7 @@ TEST_F(SharedMemory, PrefersTheGlobalSegmentUntilItHasUsedTheLocalOne)
     ASSERT_TRUE(fresh.attach());
     EXPECT_TRUE(fresh.usesGlobalName());
 
-    // After AlreadyExists for the local segment, attach() opens the local segment.
+    // If create() fails with AlreadyExists for the local segment, attach() opens the local segment.
     oxSharedMemory late(key.c_str());
     EXPECT_FALSE(late.create(10, false, false));
     ASSERT_TRUE(late.attach());

@@ -27,7 +27,7 @@ namespace
 
 using namespace ox::platform;
 
-/// Sets or unsets an environment variable during its lifetime.
+/// Sets or removes an environment variable. The destructor restores the previous value.
 class Variable
 {
   public:
@@ -141,7 +141,7 @@ TEST(FoldersOnLinux, FollowTheEnvironmentThenTheHome)
     EXPECT_EQ(getWinFolderProfile(), known.startsWith(u'/') ? known : QString());
 }
 
-/// Returns the idle time and the time of all processors together from /proc/stat.
+/// Returns the idle time and the total time of all processors, from /proc/stat.
 std::pair<double, double> readTimes()
 {
     std::ifstream stat("/proc/stat");

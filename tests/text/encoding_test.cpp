@@ -50,7 +50,7 @@ TEST_P(TransportEncoding, NeverEncodesTwice)
 TEST_P(TransportEncoding, DecodesManyMarkersInLinearTime)
 {
     QString const & marker = GetParam().marker;
-    // A decoder with quadratic time does not finish these in time.
+    // A decoder with quadratic time would exceed the time limit for these texts.
     int const many = 200000;
     QString const nested = marker.repeated(many);
     for (QString const & text :

@@ -16,7 +16,7 @@
 namespace
 {
 
-/// Behaviour that the 8-bit and the wide strings share.
+/// Tests of behaviour that 8-bit and wide strings have in common.
 template <typename S>
 class FixedStringCommon : public testing::Test
 {
@@ -122,7 +122,8 @@ TYPED_TEST(FixedStringCommon, KeepsItsMemoryImage)
     using S = TypeParam;
     using Unit = typename S::Unit;
     auto const capacity = S::capacity();
-    // Padding: the bytes between the characters and the length, and behind the length.
+    // Returns the padding: the bytes between the characters and the length, and the bytes after the
+    // length.
     auto const paddingOf = [](S const & s) {
         std::vector<unsigned char> bytes(sizeof s);
         std::memcpy(bytes.data(), &s, sizeof s);

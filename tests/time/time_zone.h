@@ -30,8 +30,8 @@ class TimeZone
     QByteArray saved_;
 };
 
-/// Skips a test if the run-time library ignores the dates of daylight saving in a rule, as on
-/// Windows.
+/// Skips a test if the C run-time library ignores the dates of daylight saving time in a rule. That
+/// of Windows does.
 #define SKIP_WITHOUT_DAYLIGHT_SAVING()                                                             \
     if (ox::tests::isWindows)                                                                      \
     GTEST_SKIP() << "daylight saving cannot be set for one process on this system"

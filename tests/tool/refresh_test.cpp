@@ -59,7 +59,7 @@ TEST_F(Refresh, MapsTheLongestMatchingRoot)
 TEST_F(Refresh, ReportsTheReasonAndChangesNothing)
 {
     QByteArray lying = goldenFile("text.oxns");
-    lying[12] = static_cast<char>(lying[12] + 1); // sizeUncompressed
+    lying[12] = static_cast<char>(lying[12] + 1); // changes sizeUncompressed
     share.write(u"lying"_q, lying);
     share.write(u"truncated"_q, goldenFile("text.oxdb").chopped(1));
     share.write(u"magic"_q, "oxDC" + goldenFile("text.oxdb").mid(4));

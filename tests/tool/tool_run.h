@@ -27,15 +27,17 @@ class ToolRun
     /// Kills the process if it is still running.
     ~ToolRun();
 
-    /// Writes the complete standard input and closes it.
+    /// Writes the input to the program's standard input and then closes the standard input.
     void sendInput(QByteArray const & input);
-    /// Waits until the standard output contains a text. Returns false if the program ended before.
+    /// Waits until the standard output contains a text. Returns false if the program ends without
+    /// printing it.
     bool waitForOutput(char const * text);
-    /// Sends a signal by its name ("TERM").
+    /// Sends a signal, given by its name, such as "TERM".
     void send(char const * signal);
-    /// Waits until a condition is true. Returns false if the program ended before.
+    /// Waits until a condition is true. Returns false if the program ends first.
     bool waitUntil(std::function<bool()> const & condition);
-    /// Waits for the end. Returns the exit status as a shell does: 128 + signal for a signal.
+    /// Waits for the end. Returns the exit status, or 128 + the number of the signal that ended the
+    /// program.
     int status();
 
     QString output() const { return QString::fromUtf8(output_); }
@@ -48,13 +50,13 @@ class ToolRun
     QByteArray errors_;
 };
 
-/// Runs a command line. Expects this exit status and a text in the standard error.
+/// Runs a command line. Expects an exit status, and a text in the standard error.
 void expectError(char const * line, QStringList const & values, int status, QString const & text);
 
-/// Returns a shell that runs scripts with the program as $0, in a folder or the current one.
+/// Returns a shell that runs scripts in a folder, by default the current folder. $0 is the program.
 Shell toolShell(QString const & folder = {});
 
-/// Returns whether a script can run on a pseudo-terminal.
+/// Returns whether the machine can run a script on a pseudo-terminal.
 bool hasTerminals();
 
 } // namespace ox::tests

@@ -45,11 +45,11 @@ inline bool concerns(FaultKind kind, std::string_view operation)
 struct FaultControl {
     std::atomic<std::uint32_t> isReady;   ///< not 0 after the mount has succeeded
     std::atomic<std::int64_t> openFiles;  ///< files and folders that processes have open
-    std::atomic<std::uint64_t> requests;  ///< requests since the test set this to 0
+    std::atomic<std::uint64_t> requests;  ///< requests since the test set this number to 0
     std::atomic<std::uint64_t> concerned; ///< requests that the kind of fault can affect
     std::atomic<std::uint64_t> faultAt;   ///< value of `concerned` at the fault, 0 for no fault
     std::atomic<FaultKind> kind;
-    std::atomic<std::int32_t> error;     ///< errno of the requests that fail
+    std::atomic<std::int32_t> error;     ///< errno of the failing requests
     std::atomic<std::uint64_t> struckAt; ///< first request that the fault affected, or 0
 };
 

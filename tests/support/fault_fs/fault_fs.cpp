@@ -360,7 +360,7 @@ void addFiles(fuse_operations & all)
     all.write = writeFile;
     all.copy_file_range = copyRange;
     all.lseek = seekInFile;
-    all.flush = [](char const * path, Info * info) { // a descriptor of the file is closed
+    all.flush = [](char const * path, Info * info) { // called when a descriptor is closed
         return serve({"FLUSH", path, info},
                      [&](auto const &) { return resultOf(::close(::dup(fileOf(info)))); });
     };
@@ -428,7 +428,7 @@ int mountAndServe(char const * program, char const * mountPoint)
     if (isMounted) {
         fuse_session * const session = fuse_get_session(system);
         fuse_set_signal_handlers(session);
-        std::vector<std::jthread> others; // they end when the file system is unmounted
+        std::vector<std::jthread> others; // the threads end when the file system is unmounted
         sigset_t blocked;
         sigset_t before;
         ::sigfillset(&blocked);
