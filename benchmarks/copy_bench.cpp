@@ -25,7 +25,7 @@ void require(bool condition)
         std::abort();
 }
 
-/// A file to copy and a name for the copy, in the folder for temporary files (TMPDIR).
+/// A source file and the path of its copy, both in the folder for temporary files (TMPDIR).
 class Pair
 {
   public:
@@ -54,7 +54,7 @@ void runProgram(std::vector<std::string> command, QString const & from, QString 
     require(child && (*child)->wait() == 0);
 }
 
-/// Copies in pieces, starting at a position.
+/// Copies the source from the position `begin` on with read and write calls of `pieceSize` bytes.
 void readAndWrite(QString const & from, QString const & to, qint64 begin, qint64 pieceSize)
 {
     auto const unbuffered = QIODevice::Unbuffered;
@@ -79,7 +79,7 @@ void resume(QString const & from, QString const & to)
     require(oxResumeFile(from, to, limitReported).isEmpty() && !limitReported);
 }
 
-/// Registers a benchmark. `before` prepares the target and is not measured.
+/// Registers a benchmark. `before` prepares the target; its time is not measured.
 void add(char const * name, qint64 size, std::function<void(QString const & to)> const & before,
          Job job)
 {

@@ -35,7 +35,8 @@ void reportSeconds()
         ::_exit(1);
 }
 
-/// Returns the seconds that a child process reports for the work in a temporary folder.
+/// Runs the work in a child process with a temporary folder. Returns the seconds that the child
+/// reports.
 double secondsOfChild(std::function<void(std::string const & folder)> const & work)
 {
     QTemporaryDir const folder;
@@ -64,7 +65,7 @@ void crash()
     *static_cast<int volatile *>(nullptr) = 1;
 }
 
-/// Reports the duration when the dump has its final name.
+/// A logger that reports the duration when the library logs the final name of the dump.
 class TimingLogger : public oxLogger
 {
   public:

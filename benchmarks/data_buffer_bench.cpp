@@ -29,7 +29,7 @@ void require(bool condition)
 
 // Searching
 
-/// Returns a text of common words, as in scripts, logs and job descriptions.
+/// Returns a text of common words, like scripts, logs and job descriptions.
 std::string prose(std::size_t size, std::mt19937 & random)
 {
     static constexpr char const * words[] = {
@@ -49,7 +49,8 @@ std::string prose(std::size_t size, std::mt19937 & random)
 
 std::string binary(std::size_t size, std::mt19937 & random)
 {
-    // Many small numbers, as in records, and no 0, since strcasestr would stop there.
+    // Mostly small numbers, as in records. The bytes contain no 0, since strcasestr would stop
+    // there.
     std::string bytes(size, '\0');
     std::generate(bytes.begin(), bytes.end(),
                   [&] { return random() % 3 ? char(1 + random() % 4) : char(1 + random() % 255); });
@@ -207,7 +208,7 @@ class Files
         _OX_DataBuffer large;
         require(large.newsize(256 << 20, 768));
         large.size = large.sizeAllocated;
-        for (int at = 0; at < large.size; at += 64) // changes a byte of each cache line
+        for (int at = 0; at < large.size; at += 64) // one random byte in each cache line
             large.data[at] = char(random());
         require(large.saveToFile(path("large").constData(), true));
         std::string text = prose(1 << 24, random);

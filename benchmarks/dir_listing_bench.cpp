@@ -15,7 +15,7 @@ namespace
 
 constexpr int fileCount = 100000;
 
-/// Returns a folder of many files, inside the folder for temporary files (TMPDIR).
+/// Creates a folder with many files in the folder for temporary files (TMPDIR). Returns its path.
 QString const & folder()
 {
     static QTemporaryDir const made;

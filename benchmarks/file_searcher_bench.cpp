@@ -50,7 +50,8 @@ char const * byStrcasestr(char const * from, char const *, std::string const & p
     return strcasestr(from, pattern.c_str());
 }
 
-/// Replaces without the library: builds a new string from the unchanged parts and the replacements.
+/// A replacement without the library. Builds a new string from the unchanged parts and the
+/// replacements.
 int replaceInString(std::string & text, std::string const & before, std::string const & after,
                     FindNext findNext)
 {

@@ -20,7 +20,8 @@ using Ours = _oxString8_evenSize<capacity>;
 using OursWide = _oxString<capacity>;
 using Static = boost::static_string<capacity>;
 
-/// Hides a value from the optimiser, like the content of a record at run time.
+/// Hides a value from the optimiser, which cannot know the content of a record in an application
+/// either.
 template <typename T>
 T & opaque(T & value)
 {
@@ -29,7 +30,8 @@ T & opaque(T & value)
     return value;
 }
 
-/// Registers an operation. `work` is copied into the benchmark and returns its result.
+/// Registers an operation. The benchmark keeps a copy of `work`, which returns the operation's
+/// result.
 template <typename Work>
 void add(char const * subject, std::size_t size, char const * who, Work work)
 {
@@ -149,7 +151,8 @@ void addComparisons(std::string const & text)
                      [](auto & a, auto & b) { return a.compare(b, Qt::CaseInsensitive); });
 }
 
-/// Searches for a word at the end of a text of the given size. The word differs in letter case.
+/// Registers searches for a word at the end of a text of this size. Pattern and text differ in
+/// letter case.
 void addSearch(std::size_t size)
 {
     std::string const needle = "FINAL.EXR";

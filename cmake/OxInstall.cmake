@@ -1,4 +1,4 @@
-# Defines what cmake --install installs: the library with its headers, the CMake package oxShared,
+# Defines what `cmake --install` installs: the library with its headers, the CMake package oxShared,
 # the pkg-config file, and the debug information of the library and the tool.
 
 include(CMakePackageConfigHelpers)

@@ -29,7 +29,7 @@ else()
   set(OX_SYSTEM linux)
 endif()
 
-# Windows searches for the DLLs of a program in the folder of the program.
+# Windows searches for the DLLs of a program in the program's own folder.
 if(WIN32)
   set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 endif()
@@ -53,8 +53,8 @@ include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)
 check_cxx_compiler_flag(-fcf-protection OX_HAS_CF_PROTECTION)
 
-# Adds options that make a fault harder to exploit. tests/package/hardening_test.cmake checks each
-# of them in the library and the tool.
+# Adds options that make faults in the code harder to exploit. tests/package/hardening_test.cmake
+# checks the effect of each option in the library and the tool.
 function(ox_harden target)
   target_compile_options(${target} PRIVATE -fstack-protector-strong)
   if(NOT OX_SANITIZE)

@@ -29,7 +29,7 @@ class JobFile
   public:
     explicit JobFile(QString const & path) : path_(path) {}
 
-    /// Loads the file if it has changed since the last load.
+    /// Loads the file unless it is unchanged since the last load.
     void refresh()
     {
         std::optional<Version> const found = version();

@@ -26,8 +26,8 @@ struct State {
     int shownFrame; // set by the reader
 };
 
-/// Calls `use` with the state under the segment's lock. Each side writes only its own members,
-/// since two processes that take the lock at the same moment may both succeed.
+/// Takes the segment's lock and calls `use` with the state. Each process writes only its own
+/// members: the lock is not exclusive if two processes take it at the same moment.
 template <typename Use>
 bool useState(oxSharedMemory & memory, Use use)
 {

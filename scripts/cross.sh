@@ -55,7 +55,7 @@ begin_store() {
 end_store() {
   rm -rf "$unfinished"
   exec {lock}>&-
-  # Copies the header-only packages of the host, separate from its other headers.
+  # CLI11 consists of headers only. Copies its headers, separate from other headers of the machine.
   mkdir -p "$cross/headers"/{include,share/cmake}
   cp -R /usr/include/CLI "$cross/headers/include/"
   cp -R /usr/share/cmake/CLI11 "$cross/headers/share/cmake/"

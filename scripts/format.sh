@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Formats all C++ sources. With --check only reports the files that are not formatted:
-#   scripts/format.sh [--check]
+# Formats all C++ sources:
+#   scripts/format.sh [--check]     --check only reports the files that are not formatted
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 

@@ -15,10 +15,11 @@ shift $(($# > 0))
 
 store=$cache/windows
 . "$root/scripts/cross.sh"
-# Folder with the CMake packages of the host tools, such as moc. The presets contain it, too.
+# The folder with the CMake packages of Qt's tools, such as moc. The presets contain this path, too.
 host_packages=/usr/lib/x86_64-linux-gnu/cmake
 
-# Options of Qt: only Core and its tools, with its own copies of third-party libraries.
+# Options for building Qt: only Core and its tools, with the third-party libraries that come with
+# Qt.
 qt_options=(-DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=ON -DBUILD_WITH_PCH=ON
   -DQT_BUILD_EXAMPLES=OFF -DQT_BUILD_TESTS=OFF)
 for feature in gui widgets network sql dbus xml testlib concurrent printsupport opengl icu glib zstd \

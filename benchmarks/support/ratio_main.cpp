@@ -58,7 +58,7 @@ std::string ratioText(double ratio)
     return text;
 }
 
-/// Prints the usual lines and stores the time per iteration of each repetition.
+/// A reporter that also stores the time per iteration of each repetition.
 class RatioReporter : public benchmark::ConsoleReporter
 {
   public:
