@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Generates the reference of the public headers and of the pages in docs/: build/reference/html.
-# A warning of Doxygen, such as an undocumented function, is an error.
+# A warning of Doxygen, such as an undocumented function, and a broken link are errors.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 cd "$root"
@@ -26,4 +26,5 @@ if ! doxygen docs/reference/Doxyfile >"$OX_OUTPUT/doxygen.log" 2>&1; then
   cat "$OX_OUTPUT/doxygen.log" >&2
   fail "Doxygen reported the warnings above"
 fi
+python3 docs/reference/check_links.py "$OX_OUTPUT/html" || fail "the links above lead nowhere"
 say "the reference is in $OX_OUTPUT/html/index.html"

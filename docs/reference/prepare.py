@@ -24,6 +24,16 @@ def subjects():
     return result
 
 
+def escaped_comment(match):
+    """Returns a line of a comment without characters that Doxygen takes for commands and tags."""
+    if match[0].startswith("///    "):  # code
+        return match[0]
+    line = re.sub(r'"([^"`\s]*[\\<][^"`\s]*)"', r"`\1`", match[0])
+    parts = re.split(r"(`[^`]*`)", line)
+    parts[::2] = [part.replace("\\", "\\\\") for part in parts[::2]]
+    return "".join(parts)
+
+
 def prepared_header(text, subject):
     """Returns a header as a part of its subject, whose text begins with the header's introduction."""
     # Specialisations for the standard library and fmt have nothing to document, and protected members
@@ -33,10 +43,10 @@ def prepared_header(text, subject):
         r"^  protected:\n.*?(?=^};)",
     ):
         text = re.sub(hidden, lambda match: "\n" * match[0].count("\n"), text, flags=re.MULTILINE | re.DOTALL)
+    text = re.sub(r"///.*", escaped_comment, text)
     labels = r"^( *)/// (Fails|Threads|Compatibility|Requires): "
     text = re.sub(labels, r"\1///\n\1/// **\2:** ", text, flags=re.MULTILINE)
     text = re.sub(r"\bdocs/(\w+)\.md", r"@ref doc_\1", text)
-    text = re.sub(r'"<(\w+)>"', r'"\<\1\>"', text)
     # An introduction is the first comment with an empty line behind it.
     introduction = re.search(r"^(?://[^\n]*\n)+(?=\n)", text, re.MULTILINE)
     lines = introduction[0].splitlines() if introduction else []
