@@ -210,9 +210,10 @@ class LockFile:
         return self._descriptor is not None
 
     def unlock(self):
-        """Releases the lock. Does nothing if other processes have deleted or replaced the lock file."""
+        """Releases the lock, if this object holds it and nobody has deleted or replaced its file."""
         descriptor, self._descriptor = self._descriptor, None
-        self._remove(descriptor)
+        if descriptor is not None:
+            self._remove(descriptor)
 
     @contextlib.contextmanager
     def held(self, who, timeout_ms=0):
