@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the missing Debian packages for the build and for the given sets:
-#   scripts/setup.sh [build|test|docs|bench|format|fuzz|tidy|qt5|linux32|shares|windows|abi]…
+#   scripts/setup.sh [build|test|docs|bench|format|fuzz|tidy|qt5|linux32|shares|kernel_shares|windows|abi]…
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -21,11 +21,12 @@ packages_of() {
       echo moosefs-master moosefs-chunkserver moosefs-client glusterfs-server glusterfs-client
       echo samba smbnetfs sshfs openssh-server iproute2 util-linux python3
       ;;
+    kernel_shares) echo user-mode-linux nfs-kernel-server samba kmod iproute2 ;;
     windows)
       echo g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev googletest dpkg-dev
       echo wine64 libc6-i386 lib32gcc-s1 qt6-base-dev-tools
       ;;
-    *) fail "unknown set '$1'; the sets are: build test docs bench format fuzz tidy qt5 linux32 shares windows abi" ;;
+    *) fail "unknown set '$1'; the sets are: build test docs bench format fuzz tidy qt5 linux32 shares kernel_shares windows abi" ;;
   esac
 }
 
@@ -62,8 +63,9 @@ apt() {
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 # policy-rc.d prevents the servers of the set "shares" from starting as services of this machine.
+# The servers of these sets must not start as services of this machine.
 policy=/usr/sbin/policy-rc.d
-if [[ " $* " = *" shares "* ]] && [ ! -e "$policy" ]; then
+if [[ " $* " = *shares* ]] && [ ! -e "$policy" ]; then
   printf '#!/bin/sh\nexit 101\n' | "${as_root[@]}" tee "$policy" >/dev/null
   "${as_root[@]}" chmod +x "$policy"
   trap '"${as_root[@]}" rm -f "$policy" "$log"' EXIT

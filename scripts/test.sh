@@ -10,7 +10,9 @@ set -euo pipefail
 
 if [ "${1:-}" = shares ]; then
   shift
-  "$root/scripts/setup.sh" test shares
+  sets=(test shares)
+  case " $* " in *\ nfs\ * | *\ cifs\ *) sets+=(kernel_shares) ;; esac
+  "$root/scripts/setup.sh" "${sets[@]}"
   build_preset dev oxtool
   say "testing on network shares"
   exec python3 -B "$root/tests/shares/run.py" "$root/build/dev/oxtool/oxtool" "$@"

@@ -9,6 +9,8 @@ their mounts. Runs at the same time do not affect each other."""
 import argparse
 import concurrent.futures
 import ctypes
+import dataclasses
+import json
 import os
 import pathlib
 import signal
@@ -17,6 +19,7 @@ import sys
 import time
 import traceback
 
+import kernel_shares
 import shares
 import support
 # Each module registers its checks when it is imported. Checks that interrupt a share come last.
@@ -25,6 +28,7 @@ import lock_checks  # noqa: F401
 import file_checks  # noqa: F401
 import loss_checks  # noqa: F401
 
+ALL = shares.ALL + kernel_shares.ALL
 LIMIT_SECONDS = 600
 INSIDE = "OX_INSIDE_NAME_SPACES"
 SPACES = ["unshare", "--mount", "--net", "--pid", "--fork", "--kill-child", "--mount-proc"]
@@ -73,80 +77,125 @@ def set_up_name_spaces():
         subprocess.run(command.split(), check=True)
 
 
+@dataclasses.dataclass
 class Row:
     """The result of a check on a share. `failure` is empty if the result is the expected one."""
 
-    def __init__(self, check, share):
-        self.check, self.share, self.found, self.failure = check, share, "", ""
-        began = time.monotonic()
-        folder = share.folder_of(check.name)
-        try:
-            self.found = check.run(folder)
-            if not check.accepts(share, self.found):
-                self.failure = f"'{self.found}' instead of '{check.expected(share)}'"
-        except Exception as error:
-            lines = traceback.extract_tb(error.__traceback__)
-            line = next((at.lineno for at in reversed(lines) if "_checks" in at.filename), 0)
-            self.found = "failed"
-            self.failure = f"line {line}: {type(error).__name__}: {error}"
-        self.seconds = time.monotonic() - began
+    check: str
+    share: str
+    found: str
+    failure: str
+    seconds: float
 
     def show(self):
         mark = "FAILED" if self.failure else "ok"
-        print(f"{self.share.name:15} {self.check.name:22} {self.seconds:5.1f} s  {mark:6} "
+        print(f"{self.share:16} {self.check:22} {self.seconds:5.1f} s  {mark:6} "
               f"{self.failure or self.found}", flush=True)
 
 
-def run_share(kind, selected):
+def run_check(check, share):
+    began = time.monotonic()
+    found, failure = "failed", ""
+    try:
+        found = check.run(share.folder_of(check.name))
+        if not check.accepts(share, found):
+            failure = f"'{found}' instead of '{check.expected(share)}'"
+    except Exception as error:
+        lines = traceback.extract_tb(error.__traceback__)
+        line = next((at.lineno for at in reversed(lines) if "_checks" in at.filename), 0)
+        failure = f"line {line}: {type(error).__name__}: {error}"
+    return Row(check.name, share.name, found, failure, time.monotonic() - began)
+
+
+def run_share(kind, selected, show):
+    """Rows of a share. One that cannot be mounted has one row, with the reason."""
     share = kind()
+    rows = []
     try:
         share.start([check.name for check in selected])
     except Exception as error:
-        traceback.print_exc()
-        print(f"{share.name:15} cannot be mounted: {error}", flush=True)
-        for log in share.folder.glob("**/*log"):
-            print(log.read_text(errors="replace")[-2000:] if log.is_file() else "")
-        return None
-    rows = []
+        logs = [log.read_text(errors="replace")[-1000:] for log in share.folder.glob("log")]
+        rows.append(Row("mount", share.name, "failed", f"{error!r} {logs}", 0))
+        show(rows[-1])
+        return rows
     for check in selected:
-        if check.loses_server and not share.can_lose_server:
-            continue
-        rows.append(Row(check, share))
-        rows[-1].show()
+        if share.can_lose_server or not check.loses_server:
+            rows.append(run_check(check, share))
+            show(rows[-1])
+    return rows
+
+
+def run_kernel_shares(kinds, options):
+    """Rows of the shares whose client is in the kernel."""
+    words = [str(pathlib.Path(options.tool).resolve())]
+    words += [word for kind in kinds for word in ("--share", kind.name)]
+    words += [word for name in options.check or () for word in ("--check", name)]
+    found = kernel_shares.run_guest(words)
+    if isinstance(found, str):
+        rows = [Row("mount", "guest", "failed", found, 0)]
+    else:
+        rows = [Row(**row) for row in found]
+    for row in rows:
+        row.show()
     return rows
 
 
 def print_table(kinds, selected, rows):
-    texts = {(row.check.name, row.share.name): row.found if row.failure
-             else row.check.expected(row.share) for row in rows}
+    found = {(row.check, row.share): row for row in rows}
+
+    def cell(check, kind):
+        row = found.get((check.name, kind.name))
+        text = (row.found if row.failure else check.expected(kind)) if row else "-"
+        return "" if text == support.KEPT else text
+
     print("| | " + " | ".join(kind.name for kind in kinds) + " |")
     print("|---" * (len(kinds) + 1) + "|")
     for check in selected:
-        cells = (texts.get((check.name, kind.name), "") for kind in kinds)
-        print(f"| {check.promise} | " + " | ".join(cells) + " |")
+        print(f"| {check.promise} | " + " | ".join(cell(check, kind) for kind in kinds) + " |")
+
+
+def options_of_program():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("tool")
+    parser.add_argument("--share", action="append", choices=[kind.name for kind in ALL])
+    parser.add_argument("--check", action="append", choices=[one.name for one in support.CHECKS])
+    parser.add_argument("--table", action="store_true", help="print the table of the documents")
+    return parser.parse_args()
 
 
 def main():
-    parser = argparse.ArgumentParser()
-    parser.add_argument("tool")
-    parser.add_argument("--share", action="append", choices=[kind.name for kind in shares.ALL])
-    parser.add_argument("--check", action="append", choices=[one.name for one in support.CHECKS])
-    parser.add_argument("--table", action="store_true", help="print the table of the documents")
-    options = parser.parse_args()
-    if INSIDE not in os.environ:
+    options = options_of_program()
+    place = os.environ.get(INSIDE)
+    if not place:
         if reason := refusal():
             print(f"shares: skipped: {reason}")
             return 0
         return run_in_name_spaces()
 
-    set_up_name_spaces()
-    support.tool = str(pathlib.Path(options.tool).resolve())
-    kinds = [kind for kind in shares.ALL if not options.share or kind.name in options.share]
-    selected = [one for one in support.CHECKS if not options.check or one.name in options.check]
     began = time.monotonic()
-    with concurrent.futures.ThreadPoolExecutor(len(kinds)) as pool:
-        results = list(pool.map(lambda kind: run_share(kind, selected), kinds))
-    rows = [row for result in results if result for row in result]
+    support.tool = str(pathlib.Path(options.tool).resolve())
+    kinds = [kind for kind in ALL if kind.name in options.share] if options.share else shares.ALL
+    selected = [one for one in support.CHECKS if not options.check or one.name in options.check]
+
+    def show(row):
+        if place == "guest":
+            print(json.dumps(dataclasses.asdict(row)), flush=True)
+        else:
+            row.show()
+
+    here = kinds
+    tasks = []
+    with concurrent.futures.ThreadPoolExecutor(len(ALL)) as pool:
+        if place != "guest":
+            set_up_name_spaces()
+            for_guest = [kind for kind in kinds if kind in kernel_shares.ALL]
+            here = [kind for kind in kinds if kind not in for_guest]
+            if for_guest:
+                tasks.append(pool.submit(run_kernel_shares, for_guest, options))
+        tasks += [pool.submit(run_share, kind, selected, show) for kind in here]
+    if place == "guest":
+        return 0
+    rows = [row for task in tasks for row in task.result()]
     if options.table:
         print_table(kinds, selected, rows)
     failed = [row for row in rows if row.failure]
@@ -154,7 +203,7 @@ def main():
         row.show()
     print(f"{len(rows) - len(failed)} checks passed, {len(failed)} failed, on {len(kinds)} shares "
           f"in {time.monotonic() - began:.0f} s")
-    return 1 if failed or None in results else 0
+    return 1 if failed else 0
 
 
 if __name__ == "__main__":

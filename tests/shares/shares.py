@@ -183,6 +183,7 @@ class Smb(Share):
 
     name = "smbnetfs"
     programs = ("smbd", "smbnetfs")
+    interfaces = "lo"
 
     def configure(self):
         folders = [f"{name} = {self.folder}/samba" for name in (
@@ -190,7 +191,7 @@ class Smb(Share):
             "private dir", "ncalrpc dir")]
         (self.folder / "samba").mkdir()
         self.conf = self.write(
-            "smb.conf", "[global]", "interfaces = lo", "bind interfaces only = yes",
+            "smb.conf", "[global]", f"interfaces = {self.interfaces}", "bind interfaces only = yes",
             "map to guest = Bad User", "guest account = root", "disable spoolss = yes",
             "load printers = no", f"log file = {self.folder}/samba/log", *folders, "[share]",
             f"path = {self.data}", "guest ok = yes", "read only = no", "force user = root",
