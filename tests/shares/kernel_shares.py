@@ -97,7 +97,7 @@ class Cifs(KernelShare, Smb):
         return mount
 
 
-ALL = (Nfs,)
+ALL = (Nfs, Cifs)
 
 
 def run_guest(arguments):

@@ -81,6 +81,7 @@ def loss_of_flock(s):
 
 
 @check("a refresh waits for the server",
+       smbnetfs="at times it fails with a message",
        gluster="it fails with a message", gluster_uncached="it fails with a message",
        sshfs="it fails with a message", sshfs_uncached="it fails with a message")
 def loss_before_refresh(s):

@@ -42,7 +42,7 @@ Flock takeFlock(int descriptor, int operation)
     for (int tried = 0; ::flock(descriptor, operation | LOCK_NB) != 0;) {
         if (errno == EINTR)
             continue;
-        if (errno != EWOULDBLOCK)
+        if (errno != EWOULDBLOCK && errno != EACCES) // EACCES: SMB with the kernel's client
             return Flock::Unsupported;
         if (tried + 1 == tries)
             return Flock::Busy;
