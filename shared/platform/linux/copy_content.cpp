@@ -1,13 +1,25 @@
 #include "shared/platform/linux/copy_content.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <exception>
 #include <limits>
 #include <memory>
-#include <new>
+#include <semaphore>
+#include <thread>
 
 #include <fcntl.h>
+#include <linux/magic.h>
+#include <sys/vfs.h>
 #include <unistd.h>
+
+// A copy on one server is copy_file_range. Any other large copy uses two threads: one reads the
+// next piece while the other writes the present one, so it takes as long as its slower side. One
+// thread is not enough for that: the kernel reads ahead only into its cache, which some shares do
+// not have, and a write to a share waits for the server.
 
 namespace ox::platform
 {
@@ -19,32 +31,168 @@ namespace
 constexpr off_t copyAtOnce = off_t{64} << 20;
 constexpr off_t readAtOnce = off_t{1} << 20;
 constexpr off_t toTheEnd = std::numeric_limits<off_t>::max();
+/// Size of a file from which on a thread pays off.
+constexpr off_t largeFile = off_t{4} << 20;
 
-Result<> copyByReading(OpenFile & from, OpenFile & to, off_t size)
+struct Free {
+    void operator()(char * memory) const { std::free(memory); }
+};
+using Memory = std::unique_ptr<char[], Free>;
+
+/// Allocates a piece, null without memory. It begins at a page, so that uncached reads are not
+/// split at other borders than those of the share.
+Memory allocatePiece()
 {
-    std::unique_ptr<char[]> const piece(new (std::nothrow) char[readAtOnce]);
-    if (!piece)
+    constexpr std::size_t pageSize = 4096;
+    return Memory(static_cast<char *>(std::aligned_alloc(pageSize, readAtOnce)));
+}
+
+/// Reads pieces of a file, up to its end or a number of bytes.
+class Pieces
+{
+  public:
+    Pieces(OpenFile & from, off_t size) : from_(from), left_(size) {}
+
+    bool isAtEnd() const { return left_ == 0; }
+
+    /// Reads up to readAtOnce bytes. Returns their number.
+    Result<std::size_t> read(char * memory)
+    {
+        auto const wanted = static_cast<std::size_t>(std::min(left_, readAtOnce));
+        Result<std::size_t> const length = from_.read(memory, wanted);
+        bool const isWhole = length && *length == wanted;
+        left_ = isWhole ? left_ - static_cast<off_t>(wanted) : 0;
+        return length;
+    }
+
+  private:
+    OpenFile & from_;
+    off_t left_;
+};
+
+/// Reads the pieces of a file on a thread of its own, one piece ahead.
+class PiecesAhead
+{
+  public:
+    explicit PiecesAhead(Pieces & pieces) : pieces_(pieces) {}
+    ~PiecesAhead()
+    {
+        isStopped_ = true;
+        empty_.release();
+    }
+    PiecesAhead(PiecesAhead const &) = delete;
+    PiecesAhead & operator=(PiecesAhead const &) = delete;
+
+    /// Returns false without memory or a thread.
+    bool start()
+    {
+        for (Slot & slot : slots_)
+            slot.memory = allocatePiece();
+        if (!slots_[0].memory || !slots_[1].memory)
+            return false;
+        sigset_t all;
+        sigset_t previous;
+        ::sigfillset(&all);
+        ::pthread_sigmask(SIG_SETMASK, &all, &previous); // signals are for the program's threads
+        try {
+            thread_ = std::jthread([this] { readAll(); });
+        } catch (std::exception const &) {
+        }
+        ::pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+        return thread_.joinable();
+    }
+
+    /// Calls `write` with each piece and its size.
+    template <typename Write>
+    Result<> forEach(Write const & write)
+    {
+        for (int i = 0;; i = 1 - i) {
+            filled_.acquire();
+            Slot const & slot = slots_[i];
+            if (!slot.length)
+                return slot.length.error();
+            Result<> const written = write(slot.memory.get(), *slot.length);
+            if (!written || slot.isLast)
+                return written;
+            empty_.release();
+        }
+    }
+
+  private:
+    struct Slot {
+        Memory memory;
+        Result<std::size_t> length = std::size_t{0};
+        bool isLast = false;
+    };
+
+    void readAll()
+    {
+        bool isLast = false;
+        for (int i = 0; !isLast; i = 1 - i) {
+            empty_.acquire();
+            if (isStopped_)
+                return;
+            slots_[i].length = pieces_.read(slots_[i].memory.get());
+            slots_[i].isLast = isLast = pieces_.isAtEnd();
+            filled_.release();
+        }
+    }
+
+    Pieces & pieces_;
+    Slot slots_[2];
+    std::counting_semaphore<3> empty_{2};
+    std::counting_semaphore<3> filled_{0};
+    std::atomic<bool> isStopped_ = false;
+    std::jthread thread_; ///< the last member, so that it ends first
+};
+
+Result<> copyByReading(OpenFile & from, OpenFile & to, off_t size, bool isLarge)
+{
+    auto const write = [&to](char const * memory, std::size_t length) {
+        return to.write(memory, length);
+    };
+    Pieces pieces(from, size);
+    if (isLarge && size >= largeFile) {
+        PiecesAhead ahead(pieces);
+        if (ahead.start())
+            return ahead.forEach(write);
+    }
+    Memory const memory = allocatePiece();
+    if (!memory)
         return Error{ENOMEM};
-    bool isAtEnd = false;
-    while (size > 0 && !isAtEnd) {
-        auto const wanted = static_cast<std::size_t>(std::min(size, readAtOnce));
-        Result<std::size_t> const length = from.read(piece.get(), wanted);
+    while (!pieces.isAtEnd()) {
+        Result<std::size_t> const length = pieces.read(memory.get());
         if (!length)
             return length.error();
-        if (Result<> const written = to.write(piece.get(), *length); !written)
+        if (Result<> const written = write(memory.get(), *length); !written)
             return written;
-        size -= static_cast<off_t>(*length);
-        isAtEnd = *length < wanted;
     }
     return {};
 }
 
-/// Copies up to `size` bytes from the current position of one file to that of another. The source
-/// has at least `expected` bytes there.
-Result<> copyBytes(OpenFile & from, OpenFile & to, off_t size, off_t expected)
+/// Returns whether one server may have both files. Between two FUSE mounts copy_file_range copies
+/// in the kernel, in small pieces one after the other.
+bool mayBeOnOneServer(struct stat const & source, OpenFile const & to)
+{
+    struct stat target;
+    struct statfs fileSystem;
+    int const descriptor = static_cast<int>(to.handle());
+    return ::fstat(descriptor, &target) != 0 || target.st_dev == source.st_dev ||
+           ::fstatfs(descriptor, &fileSystem) != 0 || fileSystem.f_type != FUSE_SUPER_MAGIC;
+}
+
+/// How to copy a file.
+struct Plan {
+    off_t size;       ///< of the source when the copy begins
+    bool isLarge;     ///< whether to read on a thread of its own
+    bool onOneServer; ///< whether the server may copy
+};
+
+/// Copies up to `size` bytes from the current position of one file to that of another.
+Result<> copyBytes(OpenFile & from, OpenFile & to, off_t size, Plan const & plan)
 {
     off_t total = 0;
-    ssize_t copied = 1;
+    ssize_t copied = plan.onOneServer ? 1 : 0;
     while (total < size && copied > 0) {
         copied = ::copy_file_range(static_cast<int>(from.handle()), nullptr,
                                    static_cast<int>(to.handle()), nullptr,
@@ -53,8 +201,8 @@ Result<> copyBytes(OpenFile & from, OpenFile & to, off_t size, off_t expected)
     }
     // Some file systems do not support copy_file_range or report an early end. Reading continues at
     // that position and finds the real end or the real error.
-    bool const isWhole = copied == 0 && total > 0 && total >= expected;
-    return isWhole ? Result<>() : copyByReading(from, to, size - total);
+    bool const isWhole = copied == 0 && total > 0 && total >= std::min(size, plan.size);
+    return isWhole ? Result<>() : copyByReading(from, to, size - total, plan.isLarge);
 }
 
 Result<> seekBoth(OpenFile & from, OpenFile & to, off_t position)
@@ -64,7 +212,7 @@ Result<> seekBoth(OpenFile & from, OpenFile & to, off_t position)
 }
 
 /// Copies the data of a file without its holes. Afterwards both positions are behind the last data.
-Result<> copyAroundHoles(OpenFile & from, OpenFile & to)
+Result<> copyAroundHoles(OpenFile & from, OpenFile & to, Plan const & plan)
 {
     int const source = static_cast<int>(from.handle());
     off_t hole = 0;
@@ -81,7 +229,7 @@ Result<> copyAroundHoles(OpenFile & from, OpenFile & to)
             return seekBoth(from, to, hole);
         Result<> result = seekBoth(from, to, data);
         if (result)
-            result = copyBytes(from, to, end - data, end - data);
+            result = copyBytes(from, to, end - data, plan);
         if (!result)
             return result;
         hole = end;
@@ -94,8 +242,10 @@ Result<> copyContent(OpenFile & from, struct stat const & source, OpenFile & to)
 {
     constexpr off_t blockUnit = 512;
     bool const hasHoles = S_ISREG(source.st_mode) && source.st_blocks * blockUnit < source.st_size;
-    Result<> const skipped = hasHoles ? copyAroundHoles(from, to) : Result<>();
-    return skipped ? copyBytes(from, to, toTheEnd, source.st_size) : skipped;
+    bool const isLarge = source.st_size >= largeFile;
+    Plan const plan{source.st_size, isLarge, !isLarge || mayBeOnOneServer(source, to)};
+    Result<> const skipped = hasHoles ? copyAroundHoles(from, to, plan) : Result<>();
+    return skipped ? copyBytes(from, to, toTheEnd, plan) : skipped;
 }
 
 void copyAttributes(OpenFile & file, struct stat const & source, bool mode)
