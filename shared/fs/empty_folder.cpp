@@ -1,6 +1,7 @@
 #include "shared/fs/empty_folder.h"
 
 #include "shared/fs/copy_steps.h"
+#include "shared/fs/empty_folder_steps.h"
 #include "shared/platform/clock.h"
 #include "shared/platform/folders.h"
 #include "shared/system/os_error.h"
@@ -10,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+using ox::fs::Keep;
 using ox::fs::systemText;
 using ox::platform::FolderTree;
 using ox::platform::Result;
@@ -25,26 +27,33 @@ QString nameOf(Entry const & entry)
     return ox::text::toQString(ox::platform::nameText(entry.name));
 }
 
-/// Empties a folder in one pass: files first, then each subfolder with its content. The open
-/// folders are in a list, since recursive calls would overflow the stack in a deep tree.
+void addFailure(_oxEmptyFolderResult & result, _oxEmptyFolderOptions const & options, bool isFolder,
+                QString const & path, QString const & reason)
+{
+    ++result.failures;
+    result.lastError = (isFolder ? QStringLiteral("Error deleting folder ")
+                                 : QStringLiteral("Unable to delete file ")) +
+                       path + QStringLiteral(", ") + reason;
+    if (options.report)
+        options.report(path, result.lastError);
+}
+
+/// Deletes entries of a folder in one pass: files first, then each subfolder with its content. The
+/// open folders are in a list, since recursive calls would overflow the stack in a deep tree.
 class Emptying
 {
   public:
-    Emptying(QString const & folder, _oxEmptyFolderOptions const & options)
-        : options_(options), newest_(ox::platform::currentTime() - std::max(options.minAge, 0))
+    Emptying(FolderTree & tree, QString const & folder, _oxEmptyFolderOptions const & options,
+             ox::fs::KeepRule const & keep)
+        : tree_(tree), options_(options), keep_(keep),
+          newest_(ox::platform::currentTime() - std::max(options.minAge, 0))
     {
-        QString const path = folder.endsWith(ownSeparator) ? folder : folder + ownSeparator;
-        levels_.push_back({path, {}, {}, false});
-        if (Result<> const opened = tree_.open(ox::text::nativePath(folder)); !opened)
-            failed(true, folder, systemText(opened));
-        else if (tree_.isRoot())
-            failed(true, folder, QStringLiteral("it is the root of a drive or share."));
-        else
-            result_.done = deleteFiles();
+        levels_.push_back({folder, {}, {}, false});
     }
 
-    _oxEmptyFolderResult run()
+    _oxEmptyFolderResult run(std::vector<Entry> entries)
     {
+        deleteFiles(std::move(entries));
         while (result_.done && levels_.size() + levels_.back().subfolders.size() > 1) {
             if (levels_.back().subfolders.empty())
                 leave();
@@ -61,6 +70,13 @@ class Emptying
         std::vector<Entry> subfolders; ///< not emptied yet
         bool keepsSomething;
     };
+
+    Keep ruleFor(QString const & path, QString const & name, bool isFolder) const
+    {
+        if (options_.skip.contains(name, Qt::CaseInsensitive) || (isFolder && !options_.recursive))
+            return Keep::All;
+        return keep_ ? keep_(path, isFolder) : Keep::Nothing;
+    }
 
     bool mayContinue() const { return !options_.stop || !options_.stop(); }
 
@@ -79,8 +95,12 @@ class Emptying
             failed(true, path, systemText(entered));
             return;
         }
-        levels_.push_back({path + ownSeparator, std::move(folder), {}, false});
-        deleteFiles();
+        bool const isKept = ruleFor(path, nameOf(folder), true) == Keep::Folder;
+        levels_.push_back({path + ownSeparator, std::move(folder), {}, isKept});
+        if (auto entries = tree_.entries())
+            deleteFiles(std::move(*entries));
+        else
+            failed(true, path, systemText(entries.error()));
     }
 
     void leave()
@@ -98,21 +118,16 @@ class Emptying
         }
     }
 
-    /// Deletes the files of the current folder and stores its subfolders in the level. Returns
-    /// false if the folder is not readable or `stop` returned true.
-    bool deleteFiles()
+    /// Deletes the files among the entries of the current folder and stores its subfolders in the
+    /// level.
+    void deleteFiles(std::vector<Entry> entries)
     {
         Level & level = levels_.back();
-        auto entries = tree_.entries();
-        if (!entries) {
-            failed(true, level.path.left(level.path.size() - 1), systemText(entries.error()));
-            return false;
-        }
         result_.done = true;
-        for (Entry & entry : *entries) {
+        for (Entry & entry : entries) {
             QString const name = nameOf(entry);
-            bool const isSkipped = options_.skip.contains(name, Qt::CaseInsensitive);
-            bool const isWanted = !isSkipped && (!entry.isFolder || options_.recursive);
+            Keep const rule = ruleFor(level.path + name, name, entry.isFolder);
+            bool const isWanted = rule == Keep::Nothing || (rule == Keep::Folder && entry.isFolder);
             if (isWanted && entry.isFolder)
                 level.subfolders.push_back(std::move(entry));
             else if (!isWanted || isTooYoung(entry))
@@ -120,7 +135,6 @@ class Emptying
             else if (!deleteEntry(entry, level.path + name))
                 break;
         }
-        return result_.done;
     }
 
     /// Returns false if `stop` returned true.
@@ -144,11 +158,7 @@ class Emptying
     void failed(bool isFolder, QString const & path, QString const & reason)
     {
         levels_.back().keepsSomething = true;
-        ++result_.failures;
-        result_.lastError = (isFolder ? QStringLiteral("Error deleting folder ")
-                                      : QStringLiteral("Unable to delete file ")) +
-                            path + QStringLiteral(", ") + reason;
-        report(path, result_.lastError);
+        addFailure(result_, options_, isFolder, path, reason);
     }
 
     void report(QString const & path, QString const & failure) const
@@ -157,9 +167,10 @@ class Emptying
             options_.report(path, failure);
     }
 
+    FolderTree & tree_;
     _oxEmptyFolderOptions const & options_;
+    ox::fs::KeepRule const & keep_;
     std::int64_t const newest_;
-    FolderTree tree_;
     std::vector<Level> levels_;
     _oxEmptyFolderResult result_;
 };
@@ -174,9 +185,34 @@ QString optionWords(bool recursive, bool ignoreErrors, int minAge)
 
 } // namespace
 
+_oxEmptyFolderResult ox::fs::deleteEntries(FolderTree & tree, QString const & folder,
+                                           std::vector<Entry> entries,
+                                           _oxEmptyFolderOptions const & options,
+                                           KeepRule const & keep)
+{
+    return Emptying(tree, folder, options, keep).run(std::move(entries));
+}
+
 _oxEmptyFolderResult oxEmptyFolder(QString const & folder, _oxEmptyFolderOptions const & options)
 {
-    return Emptying(folder, options).run();
+    FolderTree tree;
+    _oxEmptyFolderResult result;
+    if (Result<> const opened = tree.open(ox::text::nativePath(folder)); !opened) {
+        addFailure(result, options, true, folder, systemText(opened));
+        return result;
+    }
+    if (tree.isRoot()) {
+        addFailure(result, options, true, folder,
+                   QStringLiteral("it is the root of a drive or share."));
+        return result;
+    }
+    auto entries = tree.entries();
+    if (!entries) {
+        addFailure(result, options, true, folder, systemText(entries.error()));
+        return result;
+    }
+    QString const path = folder.endsWith(ownSeparator) ? folder : folder + ownSeparator;
+    return ox::fs::deleteEntries(tree, path, std::move(*entries), options);
 }
 
 bool oxEmptyFolder(QString const & folder, bool const & recursive, bool const & ignoreErrors,

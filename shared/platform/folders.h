@@ -26,6 +26,9 @@ class FolderWalk
     FolderWalk(FolderWalk const &) = delete;
     FolderWalk & operator=(FolderWalk const &) = delete;
 
+    /// Whether size and time of an entry come with its name.
+    static bool const hasStatus;
+
     /// Opens the folder, which next() does otherwise. Returns false when it cannot be read; next()
     /// is then false, too.
     bool open();
@@ -80,6 +83,10 @@ class FolderTree
     /// Opens the folder at the top of the tree, which becomes the current folder.
     /// Fails: also for a link to a folder.
     Result<> open(NativeName const & folder);
+
+    /// Opens the current folder of another tree, which stays open for longer than this one. So
+    /// several threads can work in one tree.
+    Result<> open(FolderTree const & other);
 
     /// Returns whether the current folder is the root of a drive, a share or a mounted file system.
     /// Also true when this cannot be determined.

@@ -168,6 +168,8 @@ struct FolderWalk::System {
     }
 };
 
+bool const FolderWalk::hasStatus = false;
+
 FolderWalk::FolderWalk(NativeName const & path) : system_(std::make_unique<System>())
 {
     std::size_t const separator = path.rfind(ownSeparator);
@@ -259,6 +261,16 @@ Result<> FolderTree::open(NativeName const & folder)
     if (!opened.isOpen())
         return lastError();
     system_->current = std::move(opened);
+    return {};
+}
+
+Result<> FolderTree::open(FolderTree const & other)
+{
+    OpenFile opened(openFolder(other.system_->folder(), "."));
+    if (!opened.isOpen())
+        return lastError();
+    system_->current = std::move(opened);
+    system_->above = other.system_->above;
     return {};
 }
 

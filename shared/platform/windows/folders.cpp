@@ -48,6 +48,8 @@ struct FolderWalk::System : FoundFiles {
     using FoundFiles::FoundFiles;
 };
 
+bool const FolderWalk::hasStatus = true;
+
 FolderWalk::FolderWalk(NativeName const & path) : system_(std::make_unique<System>(path)) {}
 
 FolderWalk::~FolderWalk() = default;
@@ -128,6 +130,16 @@ Result<> FolderTree::open(NativeName const & folder)
         return lastError();
     if (system_->path.ends_with(L'\\'))
         system_->path.pop_back();
+    system_->open.push_back(std::move(opened));
+    return {};
+}
+
+Result<> FolderTree::open(FolderTree const & other)
+{
+    auto opened = std::make_unique<Handle>(openFolder(other.system_->path));
+    if (!opened->isOpen())
+        return lastError();
+    system_->path = other.system_->path;
     system_->open.push_back(std::move(opened));
     return {};
 }
