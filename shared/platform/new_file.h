@@ -105,8 +105,4 @@ class NewFile
     std::unique_ptr<System> system_;
 };
 
-/// Removes the temporary files of this process in the folder of a target. Call it before the
-/// process ends without destructors.
-void removeNewFilesOfThisProcess(NativeName const & target);
-
 } // namespace ox::platform

@@ -396,16 +396,4 @@ void NewFile::remove()
     system_->temporary.clear();
 }
 
-void removeNewFilesOfThisProcess(NativeName const & target)
-{
-    Place place;
-    if (!place.open(target))
-        return;
-    NativeName const prefix = temporaryPrefix(thisSystem(), thisProcess());
-    forEachName(place.folder(), ".", [&](char const * name) {
-        if (std::string_view(name).starts_with(prefix))
-            ::unlinkat(place.folder(), name, 0);
-    });
-}
-
 } // namespace ox::platform

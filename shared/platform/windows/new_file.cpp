@@ -348,15 +348,4 @@ void NewFile::remove()
     system_->temporary.clear();
 }
 
-void removeNewFilesOfThisProcess(NativeName const & target)
-{
-    NativeName const full = fullPath(target);
-    NativeName const folder = full.substr(0, full.rfind(L'\\') + 1);
-    NativeName const prefix = temporaryPrefix(windowsSystem, ::GetCurrentProcessId());
-    forEachTemporary(folder, [&](NativeName const & name) {
-        if (name.starts_with(prefix))
-            static_cast<void>(deleteFile(folder + name));
-    });
-}
-
 } // namespace ox::platform
