@@ -1,15 +1,16 @@
 #include "oxtool/commands/commands.h"
+#include "oxtool/support/checksum_list.h"
 #include "oxtool/support/failure.h"
 #include "oxtool/support/input.h"
+#include "oxtool/support/jobs.h"
 #include "oxtool/support/names.h"
 #include "oxtool/support/progress.h"
 #include "oxtool/support/report.h"
 #include "oxtool/support/running_checksums.h"
 #include "shared/platform/files.h"
 
-#include <QJsonArray>
-
 #include <atomic>
+#include <optional>
 
 namespace ox::tool
 {
@@ -18,63 +19,140 @@ namespace
 
 struct Options {
     std::vector<QString> files;
+    QString list;
+    int jobs = 0;
     bool json = false;
 };
 
-RunningChecksums checksumsOf(QString const & path)
+/// Reads the files of a command, several at once, and reports each in the order of the command.
+class Checksums
 {
-    auto const status = platform::fileStatus(nativeName(path));
-    std::atomic<qint64> done = 0;
-    Progress const progress(QStringLiteral("Reading %1").arg(path), status ? status->size : 0,
-                            [&done] { return done.load(); });
-    RunningChecksums sums;
-    readPieces(path, [&](std::span<unsigned char> piece) {
-        sums.add(piece);
-        done = sums.size();
-    });
-    return sums;
-}
+  public:
+    Checksums(Options const & options, Report & report) : options_(options), report_(report) {}
 
-QString lineOf(RunningChecksums const & sums, QString const & path)
-{
-    return QStringLiteral("%1    %2   %3  %4  %5  %6")
-        .arg(hexText(sums.crc8(), 2), hexText(sums.crc16(), 4), hexText(sums.crc32()),
-             hexText(sums.crc64(), 16))
-        .arg(sums.size(), 10)
-        .arg(path);
-}
+    /// Shows all readable files, and fails if one of them is not readable.
+    void show()
+    {
+        report_.text(QStringLiteral("crc8  crc16  crc32     crc64                  bytes  file"));
+        forEachFile(options_.files, [this](std::size_t, FileChecksums const & sums) {
+            report_.text(listLine(sums));
+            report_.append(toJson(sums));
+        });
+        if (!failures_.isEmpty())
+            throw Failure::reported(failures_, status_);
+    }
 
-QJsonObject jsonOf(RunningChecksums const & sums, QString const & path)
-{
-    return {{QStringLiteral("file"), path},
-            {QStringLiteral("size"), sums.size()},
-            {QStringLiteral("crc8"), hexText(sums.crc8(), 2)},
-            {QStringLiteral("crc16"), hexText(sums.crc16(), 4)},
-            {QStringLiteral("crc32"), hexText(sums.crc32())},
-            {QStringLiteral("crc64"), hexText(sums.crc64(), 16)}};
-}
+    /// Compares the files of a list, and fails if one of them differs or is not readable.
+    void check()
+    {
+        std::vector<FileChecksums> const list = readChecksumList(options_.list);
+        std::vector<QString> names;
+        for (FileChecksums const & file : list)
+            names.push_back(file.file);
+        int intact = 0;
+        int changed = 0;
+        forEachFile(names, [&](std::size_t i, FileChecksums const & sums) {
+            bool const isIntact = sums == list[i];
+            ++(isIntact ? intact : changed);
+            report_.line(isIntact ? QStringLiteral("intact") : QStringLiteral("changed"),
+                         sums.file);
+            QJsonObject object = toJson(sums);
+            object.insert(QStringLiteral("intact"), isIntact);
+            report_.append(object);
+        });
+        report_.set(QStringLiteral("intact"), intact);
+        report_.set(QStringLiteral("changed"), changed);
+        report_.set(QStringLiteral("failed"), failures_.size());
+        report_.line(QStringLiteral("done"), QStringLiteral("%1 intact, %2 changed, %3 failed")
+                                                 .arg(intact)
+                                                 .arg(changed)
+                                                 .arg(failures_.size()));
+        if (changed > 0)
+            throw Failure(
+                QStringLiteral("files that differ from '%1': %2").arg(options_.list).arg(changed),
+                Damaged);
+        if (!failures_.isEmpty())
+            throw Failure::reported(failures_, status_);
+    }
 
-/// Shows all readable files, and fails if one of them is not readable.
+  private:
+    struct Outcome {
+        FileChecksums sums;
+        std::optional<Failure> failure;
+    };
+
+    template <typename Show>
+    void forEachFile(std::vector<QString> const & names, Show const & show)
+    {
+        std::atomic<qint64> files = 0;
+        std::atomic<qint64> bytes = 0;
+        Progress progress(names.size() == 1 ? QStringLiteral("Reading %1").arg(names[0])
+                                            : QStringLiteral("Reading"),
+                          [&, total = sizeOf(names), all = static_cast<qint64>(names.size())] {
+                              return Progress::Amount{files, all, bytes, total};
+                          });
+        std::vector<Outcome> outcomes(names.size());
+        report_.beginArray(QStringLiteral("files"));
+        auto const work = [&](std::size_t i) {
+            outcomes[i] = read(names[i], bytes);
+            ++files;
+        };
+        runJobs(threadCount(options_.jobs), names.size(), work, [&](std::size_t i) {
+            progress.interrupt([&] {
+                if (outcomes[i].failure)
+                    fail(names[i], *outcomes[i].failure);
+                else
+                    show(i, outcomes[i].sums);
+            });
+            return !isOutputLost();
+        });
+    }
+
+    /// Returns the size of the only file; 0 for several files, whose sizes would take a round trip
+    /// each.
+    static qint64 sizeOf(std::vector<QString> const & names)
+    {
+        if (names.size() != 1)
+            return 0;
+        auto const status = platform::fileStatus(nativeName(names[0]));
+        return status ? status->size : 0;
+    }
+
+    static Outcome read(QString const & path, std::atomic<qint64> & bytes)
+    try {
+        RunningChecksums sums;
+        readPieces(path, [&](std::span<unsigned char> piece) {
+            sums.add(piece);
+            bytes += static_cast<qint64>(piece.size());
+        });
+        return {checksumsOf(path, sums), std::nullopt};
+    } catch (Failure const & failure) {
+        return {{}, failure};
+    }
+
+    void fail(QString const & file, Failure const & failure)
+    {
+        report_.append({{QStringLiteral("file"), file}, {QStringLiteral("error"), failure.text()}});
+        writeError(failure.text());
+        failures_ += failure.text();
+        status_ = combinedStatus(status_, failure.status());
+    }
+
+    Options const & options_;
+    Report & report_;
+    QStringList failures_;
+    int status_ = Done; ///< exit status of the failures
+};
+
 void crc(Options const & options, Report & report)
 {
-    report.text(QStringLiteral("crc8  crc16  crc32     crc64                  bytes  file"));
-    QJsonArray files;
-    QStringList failures;
-    int status = Done;
-    for (QString const & path : options.files) {
-        try {
-            RunningChecksums const sums = checksumsOf(path);
-            files.append(jsonOf(sums, path));
-            report.text(lineOf(sums, path));
-        } catch (Failure const & failure) {
-            writeError(failure.text());
-            failures += failure.text();
-            status = combinedStatus(status, failure.status());
-        }
-    }
-    report.set(QStringLiteral("files"), files);
-    if (!failures.isEmpty())
-        throw Failure::reported(failures, status);
+    if (options.files.empty() == options.list.isEmpty())
+        throw Failure(QStringLiteral("missing FILE, or --check LIST without FILE"), WrongUse);
+    Checksums checksums(options, report);
+    if (options.list.isEmpty())
+        checksums.show();
+    else
+        checksums.check();
 }
 
 } // namespace
@@ -87,10 +165,17 @@ Command crcCommand()
             .summary = "Compute the 8, 16, 32 and 64 bit checksums of files",
             .options = {{.name = "FILE",
                          .help = "Files to read; - is the standard input",
-                         .target = &options->files,
-                         .isRequired = true},
+                         .target = &options->files},
+                        {.name = "--check",
+                         .letter = 'c',
+                         .valueName = "LIST",
+                         .help = "Compare files with the output of this command; - is the standard "
+                                 "input",
+                         .target = &options->list},
+                        jobsOption(options->jobs),
                         jsonOption(options->json)},
-            .examples = {"oxtool crc /mnt/share/jobs/job17.oxdb"},
+            .examples = {"oxtool crc /mnt/share/jobs/job17.oxdb",
+                         "oxtool crc /mnt/share/bin/* >bin.crc && oxtool crc --check bin.crc"},
             .run = reporting(options, crc)};
 }
 

@@ -32,12 +32,28 @@ QString bytesText(qint64 done, qint64 all, double seconds)
         .arg(static_cast<double>(all - done) / rate, 0, 'f', 0);
 }
 
+/// Returns the amount, the rate and the remaining time by the number of files, for files of unknown
+/// size.
+QString estimateText(Progress::Amount const & amount, double seconds)
+{
+    double const mebibytes = static_cast<double>(amount.bytes) / text::mebibyte;
+    QString const bytes = QStringLiteral(", %1 MiB, %2 MiB/s")
+                              .arg(mebibytes, 0, 'f', 1)
+                              .arg(mebibytes / seconds, 0, 'f', 1);
+    auto const left = static_cast<double>(amount.allFiles - amount.files);
+    return (amount.bytes > 0 ? bytes : QString()) +
+           QStringLiteral(", %1 s left")
+               .arg(seconds * left / static_cast<double>(amount.files), 0, 'f', 0);
+}
+
 QString amountText(Progress::Amount const & amount, double seconds)
 {
     QString text;
-    if (amount.allFiles > 0)
+    if (amount.allFiles > 1)
         text = QStringLiteral(", %1 of %2 files").arg(amount.files).arg(amount.allFiles);
-    return text + bytesText(amount.bytes, amount.allBytes, seconds);
+    bool const isEstimated = amount.allBytes == 0 && amount.files > 0;
+    return text + (isEstimated ? estimateText(amount, seconds)
+                               : bytesText(amount.bytes, amount.allBytes, seconds));
 }
 
 } // namespace

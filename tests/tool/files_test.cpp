@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QFile>
 #include <QJsonArray>
 
 using namespace ox::tests;
@@ -121,6 +122,37 @@ TEST(Crc, ComputesAllWidthsOverFilesOfManyPieces)
                          hex(oxCRCCalc(data, count), 8), hex(oxCRCCalc64(data, count), 16)}))
             << length;
     }
+}
+
+TEST(Crc, ComparesFilesWithAList)
+{
+    Share const share;
+    QStringList names;
+    for (int i = 0; i < 12; ++i)
+        names << share.write(u"%1 x"_q.arg(i), QByteArray(1 << (20 - i), 'x'));
+    ToolRun lines(words("crc") + names);
+    EXPECT_EQ(lines.status(), 0);
+    QString const list = share.write(u"list"_q, lines.output().toUtf8());
+    ToolRun intact("crc --check %1", {list});
+    EXPECT_EQ(intact.status(), 0) << intact.errors().toStdString();
+    EXPECT_TRUE(intact.output().endsWith(u"done             12 intact, 0 changed, 0 failed\n"_q));
+    ToolRun json(words("crc --json") + names);
+    json.status();
+    share.write(u"3 x"_q, "changed");
+    QFile::remove(names[5]);
+    ToolRun changed("crc --check - --json");
+    changed.sendInput(json.output().toUtf8());
+    EXPECT_EQ(changed.status(), 3);
+    EXPECT_EQ(changed.json().value(u"changed"_q), 1);
+    EXPECT_EQ(changed.json().value(u"failed"_q), 1);
+    QJsonArray const files = changed.json().value(u"files"_q).toArray();
+    ASSERT_EQ(files.size(), 12);
+    for (int i = 0; i < 12; ++i) {
+        EXPECT_EQ(files[i].toObject().value(u"file"_q), names[i]);
+        EXPECT_EQ(files[i].toObject().value(u"intact"_q).toBool(), i != 3 && i != 5);
+    }
+    expectError("crc --check %1", {share.write(u"list"_q, "crc8\nnone")}, 1,
+                u"line 2 is not one of 'oxtool crc'"_q);
 }
 
 TEST(Crc, ShowsTheOtherFilesWhenOneCannotBeRead)
