@@ -1,10 +1,12 @@
 #include "oxtool/commands/commands.h"
 #include "oxtool/support/failure.h"
+#include "oxtool/support/jobs.h"
 #include "oxtool/support/names.h"
 #include "oxtool/support/output_file.h"
 #include "oxtool/support/progress.h"
 #include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
+#include "oxtool/support/transfer.h"
 #include "shared/fs/copy.h"
 #include "shared/fs/copy_steps.h"
 #include "shared/platform/files.h"
@@ -13,6 +15,8 @@
 #include <QFileInfo>
 
 #include <functional>
+#include <optional>
+#include <set>
 
 namespace ox::tool
 {
@@ -22,10 +26,16 @@ namespace
 constexpr int noPieces = -1;
 
 struct Options {
-    QString from;
-    QString to;
+    std::vector<QString> files; ///< the files to copy, then the target
+    int jobs = 0;
     int pauseMs = noPieces;
     bool keep = false;
+    bool json = false;
+};
+
+struct ResumeOptions {
+    QString from;
+    QString to;
     bool json = false;
 };
 
@@ -36,14 +46,16 @@ qint64 sizeOf(QString const & path)
     return status ? status->size : 0;
 }
 
-/// Returns the file to write: TO, or in the folder TO a file with the source's name.
-QString targetOf(Options const & options)
+QString nameIn(QString const & folder, QString const & file)
 {
-    QString const to = options.to;
-    auto const status = platform::fileStatus(nativeName(to));
-    if (!status || !status->isFolder)
-        return to;
-    return QDir(to).filePath(QFileInfo(options.from).fileName());
+    return QDir(folder).filePath(QFileInfo(file).fileName());
+}
+
+/// Returns the file to write: `to`, or in the folder `to` a file with the source's name.
+QString targetOf(QString const & from, QString const & to)
+{
+    bool const isFolder = platform::kindOf(nativeName(to)) == platform::NameKind::Folder;
+    return isFolder ? nameIn(to, from) : to;
 }
 
 /// Runs a copy and shows its progress by the size of the target. Returns the text of a failure.
@@ -55,8 +67,11 @@ QString copyWithProgress(QString const & from, qint64 begin, Progress::Measure c
     return copy();
 }
 
-/// Copies to a temporary file, which replaces the target when it is complete.
-void copyWhole(QString const & from, QString const & to, int pauseMs, bool * endsEmpty)
+/// Copies to a temporary file, which replaces the target when it is complete. `copyContent` fills
+/// the temporary file and returns the text of a failure.
+template <typename CopyContent>
+void copyWhole(QString const & from, QString const & to, int pauseMs,
+               CopyContent const & copyContent)
 {
     using Access = OutputFile::Access;
     OutputFile file(to);
@@ -69,10 +84,7 @@ void copyWhole(QString const & from, QString const & to, int pauseMs, bool * end
         failure = QStringLiteral("it is a folder");
     } else {
         bool const bySystem = pauseMs == noPieces;
-        platform::NewFile & copy = file.create(bySystem ? Access::Owner : Access::ByMask);
-        failure = copyWithProgress(
-            from, 0, [&] { return copy.size().value_or(0); },
-            [&] { return fs::copyWhole(nativeName(from), copy, pauseMs, endsEmpty); });
+        failure = copyContent(file.create(bySystem ? Access::Owner : Access::ByMask));
     }
     if (!failure.isEmpty())
         throw Failure(QStringLiteral("cannot copy '%1' to '%2' (target %3): %4")
@@ -81,27 +93,158 @@ void copyWhole(QString const & from, QString const & to, int pauseMs, bool * end
     file.commit();
 }
 
-void copy(Options const & options, Report & report)
+/// Copies one file with a progress line.
+void copyOne(QString const & from, QString const & to, int pauseMs, bool * endsEmpty)
 {
-    QString const from = options.from;
-    QString const to = targetOf(options);
-    bool const isKept = options.keep && platform::fileStatus(nativeName(to));
-    bool endsEmpty = false;
-    if (!isKept)
-        copyWhole(from, to, options.pauseMs, &endsEmpty);
-    report.set(QStringLiteral("from"), from);
-    report.set(QStringLiteral("to"), to);
-    report.set(QStringLiteral("copied"), !isKept);
-    report.set(QStringLiteral("size"), sizeOf(to));
-    report.line(isKept ? QStringLiteral("skipped") : QStringLiteral("copied"),
-                QStringLiteral("%1, %2").arg(to, sizeText(sizeOf(to))));
-    if (options.pauseMs == noPieces || isKept)
-        return;
-    report.set(QStringLiteral("endsEmpty"), endsEmpty);
-    if (endsEmpty)
-        report.line(QStringLiteral("ends in zeros"),
-                    QStringLiteral("%1, possibly incomplete").arg(from));
+    copyWhole(from, to, pauseMs, [&](platform::NewFile & copy) {
+        return copyWithProgress(
+            from, 0, [&] { return copy.size().value_or(0); },
+            [&] { return fs::copyWhole(nativeName(from), copy, pauseMs, endsEmpty); });
+    });
 }
+
+/// A file to copy, and what was done.
+struct Item {
+    QString from;
+    QString to;
+    bool isKept = false;
+    bool endsEmpty = false;
+    qint64 size = 0;
+    std::optional<Failure> failure = std::nullopt;
+};
+
+/// Copies files, several at once, and reports each in the order of the command.
+class Copying
+{
+  public:
+    Copying(Options const & options, Report & report) : options_(options), report_(report) {}
+
+    void run()
+    {
+        if (options_.files.size() < 2)
+            throw Failure(QStringLiteral("missing TO"), WrongUse);
+        QString const to = options_.files.back();
+        std::vector<QString> const sources(options_.files.begin(), options_.files.end() - 1);
+        if (sources.size() > 1)
+            return copyIntoFolder(sources, to);
+        Item item = {sources[0], targetOf(sources[0], to)};
+        copy(item,
+             [&](bool * endsEmpty) { copyOne(item.from, item.to, options_.pauseMs, endsEmpty); });
+        QJsonObject const members = toJson(item);
+        for (QString const & name : members.keys())
+            report_.set(name, members.value(name));
+        showLines(item);
+    }
+
+  private:
+    void copyIntoFolder(std::vector<QString> const & sources, QString const & folder)
+    {
+        if (platform::kindOf(nativeName(folder)) != platform::NameKind::Folder)
+            throw Failure(QStringLiteral("cannot copy several files to '%1': it is not a folder")
+                              .arg(folder));
+        std::vector<Item> items;
+        std::set<QString> targets;
+        for (QString const & from : sources) {
+            Item & item = items.emplace_back(Item{from, nameIn(folder, from)});
+            // Of two copies at once, either could be the last.
+            if (!targets.insert(item.to.toCaseFolded()).second)
+                item.failure = Failure(QStringLiteral("cannot copy '%1' to '%2': another file of "
+                                                      "this command has the same name")
+                                           .arg(from, item.to));
+        }
+        copyAll(items);
+        if (!failures_.isEmpty())
+            throw Failure::reported(failures_, status_);
+    }
+
+    void copyAll(std::vector<Item> & items)
+    {
+        int const jobs = threadCount(options_.jobs, options_.pauseMs != noPieces);
+        Transfer transfer;
+        runJobs(
+            jobs, items.size(),
+            [&](std::size_t i) {
+                items[i].size = sizeOf(items[i].from);
+                transfer.expect(items[i].size);
+            },
+            [](std::size_t) { return true; });
+        Progress progress(QStringLiteral("Copying"), [&transfer] { return transfer.amount(); });
+        report_.beginArray(QStringLiteral("files"));
+        auto const work = [&](std::size_t i) { copyWithOthers(items[i], transfer); };
+        auto const show = [&](std::size_t i) {
+            progress.interrupt([&] { showItem(items[i]); });
+            return true;
+        };
+        runJobs(jobs, items.size(), work, show);
+    }
+
+    void copyWithOthers(Item & item, Transfer & transfer) const
+    try {
+        if (item.failure)
+            return;
+        copy(item, [&](bool * endsEmpty) {
+            copyWhole(item.from, item.to, options_.pauseMs, [&](platform::NewFile & target) {
+                Transfer::File const file(transfer, target, item.size);
+                return fs::copyWhole(nativeName(item.from), target, options_.pauseMs, endsEmpty);
+            });
+        });
+    } catch (Failure const & failure) {
+        item.failure = failure;
+    }
+
+    /// Calls `copyContent` unless the target is to be kept, and completes the item.
+    template <typename CopyContent>
+    void copy(Item & item, CopyContent const & copyContent) const
+    {
+        item.isKept = options_.keep && platform::fileStatus(nativeName(item.to));
+        if (!item.isKept)
+            copyContent(&item.endsEmpty);
+        item.size = sizeOf(item.to);
+    }
+
+    void showItem(Item const & item)
+    {
+        if (!item.failure) {
+            report_.append(toJson(item));
+            showLines(item);
+            return;
+        }
+        QString const text = item.failure->text();
+        writeError(text);
+        failures_.append(text);
+        status_ = combinedStatus(status_, item.failure->status());
+        report_.append({{QStringLiteral("from"), item.from},
+                        {QStringLiteral("to"), item.to},
+                        {QStringLiteral("error"), text}});
+    }
+
+    bool showsEnd(Item const & item) const { return options_.pauseMs != noPieces && !item.isKept; }
+
+    void showLines(Item const & item) const
+    {
+        report_.line(item.isKept ? QStringLiteral("skipped") : QStringLiteral("copied"),
+                     QStringLiteral("%1, %2").arg(item.to, sizeText(item.size)));
+        if (showsEnd(item) && item.endsEmpty)
+            report_.line(QStringLiteral("ends in zeros"),
+                         QStringLiteral("%1, possibly incomplete").arg(item.from));
+    }
+
+    QJsonObject toJson(Item const & item) const
+    {
+        QJsonObject object = {{QStringLiteral("from"), item.from},
+                              {QStringLiteral("to"), item.to},
+                              {QStringLiteral("copied"), !item.isKept},
+                              {QStringLiteral("size"), item.size}};
+        if (showsEnd(item))
+            object.insert(QStringLiteral("endsEmpty"), item.endsEmpty);
+        return object;
+    }
+
+    Options const & options_;
+    Report & report_;
+    QStringList failures_;
+    int status_ = Done; ///< exit status of the failures
+};
 
 /// Appends in place, so that the next call can continue a partly appended target.
 void append(QString const & from, QString const & to, qint64 begin)
@@ -123,14 +266,14 @@ void append(QString const & from, QString const & to, qint64 begin)
                           .arg(to, progress(), reasonIn(failure)));
 }
 
-void resume(Options const & options, Report & report)
+void resume(ResumeOptions const & options, Report & report)
 {
     QString const from = options.from;
-    QString const to = targetOf(options);
+    QString const to = targetOf(from, options.to);
     auto const old = platform::statusOfFile(nativeName(to));
     bool const isWhole = !old || old->size > sizeOf(from);
     if (isWhole)
-        copyWhole(from, to, noPieces, nullptr);
+        copyOne(from, to, noPieces, nullptr);
     else
         append(from, to, old->size);
     qint64 const size = sizeOf(to);
@@ -144,19 +287,6 @@ void resume(Options const & options, Report & report)
                 QStringLiteral("%1 to %2, now %3").arg(sizeText(added), to, sizeText(size)));
 }
 
-Option fromOption(Options & options)
-{
-    return {.name = "FROM", .help = "File to copy", .target = &options.from, .isRequired = true};
-}
-
-Option toOption(Options & options)
-{
-    return {.name = "TO",
-            .help = "Target file, or folder for the copy",
-            .target = &options.to,
-            .isRequired = true};
-}
-
 } // namespace
 
 Command copyCommand()
@@ -164,28 +294,42 @@ Command copyCommand()
     auto const options = std::make_shared<Options>();
     return {.name = "cp",
             .group = Group::Files,
-            .summary = "Copy a file with its time; TO is never incomplete",
-            .options = {fromOption(*options),
-                        toOption(*options),
+            .summary = "Copy files with their times; a target is never incomplete",
+            .options = {{.name = "FILE",
+                         .help = "Files to copy, then the target file or the folder for the copies",
+                         .target = &options->files,
+                         .isRequired = true},
+                        jobsOption(options->jobs),
                         pauseOption(options->pauseMs),
                         {.name = "--keep",
                          .help = "Skip the copy if the target exists",
                          .target = &options->keep},
                         jsonOption(options->json)},
-            .examples = {"oxtool cp --pause 50ms scene.0001.exr /mnt/share/out"},
-            .run = reporting(options, copy)};
+            .examples = {"oxtool cp --pause 50ms scene.0001.exr /mnt/share/out",
+                         "oxtool cp scene.*.exr /mnt/share/out"},
+            .run = reporting(options, [](Options const & given, Report & report) {
+                Copying(given, report).run();
+            })};
 }
 
 Command resumeCommand()
 {
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<ResumeOptions>();
     return {.name = "resume",
             .group = Group::Files,
             .summary = "Append the new data of a growing file to its copy",
             .details =
                 "If FROM is shorter than TO, it is copied from the beginning. A FROM above 25 MiB\n"
                 "cannot be appended.",
-            .options = {fromOption(*options), toOption(*options), jsonOption(options->json)},
+            .options = {{.name = "FROM",
+                         .help = "File to copy",
+                         .target = &options->from,
+                         .isRequired = true},
+                        {.name = "TO",
+                         .help = "Target file, or folder for the copy",
+                         .target = &options->to,
+                         .isRequired = true},
+                        jsonOption(options->json)},
             .examples = {"oxtool resume render.log /mnt/share/logs/render.log"},
             .run = reporting(options, resume)};
 }

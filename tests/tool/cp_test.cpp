@@ -58,6 +58,22 @@ TEST_F(Copying, CopiesContentAndTimeAlsoIntoAFolder)
     EXPECT_EQ(ToolRun("cp %1 %2 --pause 1 --json", {from, to}).json().value(u"endsEmpty"_q), true);
 }
 
+TEST_F(Copying, CopiesSeveralFilesIntoAFolder)
+{
+    EXPECT_EQ(
+        shell(R"(mkdir out other; echo 1 >b; echo 2 >other/a
+                       ! "$0" cp a b none other/a out; cat out/b; "$0" cp a b; ! "$0" cp a)"),
+        (QStringList{u"copied           out/a, 2097155 bytes (2.0 MiB)"_q,
+                     u"copied           out/b, 2 bytes"_q,
+                     text("oxtool: cannot copy 'none' to 'out/none' (target not created): "
+                          "No such file or directory"),
+                     text("oxtool: cannot copy 'other/a' to 'out/a': another file of this command "
+                          "has the same name"),
+                     u"1"_q, u"copied           b, 2097155 bytes (2.0 MiB)"_q,
+                     u"oxtool: missing TO"_q}));
+    expectError("cp %1 %1 %2", {from, to}, 1, u"cannot copy several files to "_q);
+}
+
 TEST_F(Copying, ShowsProgressOnATerminal)
 {
     if (!hasTerminals())
