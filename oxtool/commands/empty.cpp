@@ -1,15 +1,21 @@
 #include "oxtool/commands/commands.h"
+#include "oxtool/support/duration.h"
 #include "oxtool/support/failure.h"
+#include "oxtool/support/jobs.h"
+#include "oxtool/support/name_patterns.h"
 #include "oxtool/support/names.h"
 #include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
 #include "oxtool/support/stop.h"
-#include "shared/fs/empty_folder.h"
+#include "shared/fs/empty_folder_steps.h"
 #include "shared/platform/files.h"
+#include "shared/platform/folders.h"
 
 #include <QJsonArray>
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <future>
 #include <system_error>
 
@@ -18,19 +24,40 @@ namespace ox::tool
 namespace
 {
 
+using platform::FolderTree;
+
 struct Options {
     QString folder;
+    std::vector<QString> kept; ///< patterns of matchesAny()
+    int minAge = 0;            ///< in seconds
+    int jobs = 0;
     bool recursive = false;
     bool dryRun = false;
     bool json = false;
 };
 
-/// Empties a folder and reports each entry.
+/// A subfolder to delete with its content, and what was done there.
+struct Subfolder {
+    struct Entry {
+        QString path;
+        QString failure;
+    };
+
+    FolderTree::Entry folder;
+    _oxEmptyFolderResult result = {};
+    std::vector<Entry> entries = {};
+};
+
+/// Empties a folder and reports each entry. Files of the folder itself are deleted first, one after
+/// the other, since a folder handles one change at a time. Its subfolders follow, several at once.
 class Emptying
 {
   public:
     Emptying(Options const & options, Report & report)
-        : options_(options), report_(report), folder_(options.folder)
+        : options_(options), report_(report), folder_(options.folder),
+          path_(folder_.endsWith(QLatin1Char(platform::ownSeparator))
+                    ? folder_
+                    : folder_ + QLatin1Char(platform::ownSeparator))
     {
     }
 
@@ -68,17 +95,95 @@ class Emptying
 
     _oxEmptyFolderResult empty()
     {
+        FolderTree tree;
+        _oxEmptyFolderResult result;
+        if (auto const opened = tree.open(nativeName(folder_)); !opened)
+            return refused(reasonOf(opened.error()));
+        if (tree.isRoot())
+            return refused(QStringLiteral("it is the root of a drive or share"));
+        auto entries = tree.entries();
+        if (!entries)
+            return refused(reasonOf(entries.error()));
+
+        auto const isFolder = [](FolderTree::Entry const & entry) { return entry.isFolder; };
+        auto const subfolders = std::stable_partition(entries->begin(), entries->end(),
+                                                      [&](auto const & e) { return !isFolder(e); });
+        std::vector<Subfolder> folders;
+        for (auto each = entries->end(); each != subfolders; --each)
+            folders.push_back({std::move(*(each - 1))});
+        entries->erase(subfolders, entries->end());
+        auto const show = [this](QString const & path, QString const & failure) {
+            showEntry(path, failure);
+        };
+        result = deleteEntries(tree, std::move(*entries), show);
+        if (result.done)
+            deleteSubfolders(tree, folders, result);
+        return result;
+    }
+
+    _oxEmptyFolderResult refused(QString const & reason)
+    {
+        addFailure(QStringLiteral("cannot empty '%1': %2").arg(folder_, reason));
+        _oxEmptyFolderResult result;
+        result.failures = 1;
+        return result;
+    }
+
+    template <typename ReportEntry>
+    _oxEmptyFolderResult deleteEntries(FolderTree & tree, std::vector<FolderTree::Entry> entries,
+                                       ReportEntry const & reportEntry)
+    {
         _oxEmptyFolderOptions options;
         options.recursive = options_.recursive;
+        options.minAge = options_.minAge;
         options.isDryRun = options_.dryRun;
         options.stop = [this] { return stopped_.load(); };
-        options.report = [this](QString const & path, QString const & failure) {
-            if (failure.isEmpty())
-                addEntry(path);
-            else
-                addFailure(path, failure);
+        options.report = reportEntry;
+        return fs::deleteEntries(
+            tree, path_, std::move(entries), options, [this](QString const & path, bool) {
+                bool const isKept = matchesAny(path.mid(path_.size()), options_.kept);
+                return isKept ? fs::Keep::All : fs::Keep::Nothing;
+            });
+    }
+
+    void deleteSubfolders(FolderTree const & tree, std::vector<Subfolder> & folders,
+                          _oxEmptyFolderResult & all)
+    {
+        auto const work = [&](std::size_t i) { deleteSubfolder(tree, folders[i]); };
+        runJobs(threadCount(options_.jobs), folders.size(), work, [&](std::size_t i) {
+            Subfolder const folder = std::move(folders[i]);
+            for (Subfolder::Entry const & entry : folder.entries)
+                showEntry(entry.path, entry.failure);
+            all.count += folder.result.count;
+            all.bytes += folder.result.bytes;
+            all.failures += folder.result.failures;
+            all.done = all.done && folder.result.done;
+            return true;
+        });
+    }
+
+    void deleteSubfolder(FolderTree const & tree, Subfolder & folder)
+    {
+        FolderTree own;
+        auto const addEntry = [&folder](QString const & path, QString const & failure) {
+            folder.entries.push_back({path, failure});
         };
-        return oxEmptyFolder(folder_, options);
+        if (auto const opened = own.open(tree); !opened) {
+            addEntry(folder_, folder_ + QLatin1String(", ") + reasonOf(opened.error()));
+            folder.result.failures = 1;
+            return;
+        }
+        folder.result = deleteEntries(own, {folder.folder}, addEntry);
+    }
+
+    void showEntry(QString const & path, QString const & failure)
+    {
+        if (failure.isEmpty())
+            return addEntry(path);
+        // The library's text consists of a sentence, the path and the reason.
+        QString const reason =
+            failure.mid(failure.indexOf(path + QLatin1String(", ")) + path.size() + 2);
+        addFailure(QStringLiteral("cannot delete '%1': %2").arg(path, reasonIn(reason)));
     }
 
     void addEntry(QString const & path)
@@ -89,14 +194,8 @@ class Emptying
             report_.line(entryLabel(), path);
     }
 
-    /// The library's text consists of a sentence, the path and the reason.
-    void addFailure(QString const & path, QString const & failure)
+    void addFailure(QString const & text)
     {
-        QString const reason =
-            failure.mid(failure.indexOf(path + QLatin1String(", ")) + path.size() + 2);
-        QString const text = (path == folder_ ? QStringLiteral("cannot empty '%1': %2")
-                                              : QStringLiteral("cannot delete '%1': %2"))
-                                 .arg(path, reasonIn(reason));
         if (options_.json)
             failures_.append(text);
         else
@@ -140,10 +239,20 @@ class Emptying
     Options const & options_;
     Report & report_;
     QString const folder_;
+    QString const path_; ///< of the folder, with a separator at its end
     std::atomic<bool> stopped_ = false;
     QJsonArray entries_;
     QJsonArray failures_;
 };
+
+/// Parses an age in seconds. Returns false for a text that is none.
+bool parseAge(QString const & text, int & seconds)
+{
+    auto const age = parseDuration(text, std::chrono::seconds(1));
+    if (age)
+        seconds = static_cast<int>(std::chrono::ceil<std::chrono::seconds>(*age).count());
+    return age.has_value();
+}
 
 } // namespace
 
@@ -162,12 +271,24 @@ Command emptyCommand()
                          .letter = 'r',
                          .help = "Delete subfolders as well",
                          .target = &options->recursive},
+                        {.name = "--older-than",
+                         .valueName = "AGE",
+                         .help = "Delete only entries without a change for this time: 90s, 2h, 7d",
+                         .target = ParseValue([options](QString const & text) {
+                             return parseAge(text, options->minAge);
+                         })},
+                        {.name = "--keep",
+                         .valueName = "PATTERN",
+                         .help = "Keep files and folders with this name or path: *.log, job17/*",
+                         .target = &options->kept},
                         {.name = "--dry-run",
                          .letter = 'n',
                          .help = "Delete nothing; only list the entries",
                          .target = &options->dryRun},
+                        jobsOption(options->jobs),
                         jsonOption(options->json)},
-            .examples = {"oxtool empty /mnt/share/temp --recursive --dry-run"},
+            .examples = {"oxtool empty /mnt/share/temp --recursive --dry-run",
+                         "oxtool empty /mnt/share/temp -r --older-than 7d --keep '*.log'"},
             .run = reporting(options, [](Options const & given, Report & report) {
                 Emptying(given, report).run();
             })};
