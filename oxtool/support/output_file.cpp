@@ -55,12 +55,19 @@ void OutputFile::write(unsigned char const * bytes, qint64 size)
                                          static_cast<std::size_t>(size)));
 }
 
-void OutputFile::commit()
+void OutputFile::commit(Previous previous)
 {
     // Stop requests are not deferred during the flush, which takes long on a slow share.
     requireWritten(file_.file().flush());
     platform::Result<> placed;
     guard_.complete([&] {
+        if (previous == Previous::Kept) {
+            auto const kept = file_.keepPrevious("_old", -1, 0); // no file is up to date
+            if (!kept) {
+                placed = kept.error();
+                return false;
+            }
+        }
         placed = file_.putInPlace();
         return static_cast<bool>(placed);
     });

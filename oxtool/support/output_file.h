@@ -41,8 +41,11 @@ class OutputFile
             [&](platform::NativeName const & name) { write(pathText(name)); }));
     }
 
+    /// Whether the previous file is deleted, or kept under its name with "_old".
+    enum class Previous { Deleted, Kept };
+
     /// Flushes the temporary file and renames it to `path`, in place of the previous file.
-    void commit();
+    void commit(Previous previous = Previous::Deleted);
 
     /// Returns the state of `path` before `commit`, for messages: "unchanged" with a previous file,
     /// "not created" without.

@@ -6,6 +6,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
 
 using namespace ox::tests;
 
@@ -39,6 +40,29 @@ TEST_F(Replace, IgnoresLetterCaseAndReportsTheNumberOfMatches)
     EXPECT_EQ(json.json().value(u"size"_q).toInt(), 21);
     EXPECT_EQ(contentOf(file), QByteArray("srv=Ł\nbackup=ł srv\n"));
     EXPECT_EQ(share.names().size(), 1);
+}
+
+TEST_F(Replace, ShowsTheLinesOfADryRunAndKeepsBackups)
+{
+    QByteArray const before = contentOf(file);
+    QStringList const files = {file, share.write(u"two"_q, "a server\nb\nServer server\n")};
+    ToolRun dryRun("replace %1 server srv %2 --dry-run", files);
+    EXPECT_EQ(dryRun.status(), 0) << dryRun.errors().toStdString();
+    EXPECT_EQ(dryRun.output(),
+              QStringLiteral("line 1           Server=Łódź\nline 2           backup=łódź server\n"
+                             "matches          2 in %1\nline 1           a server\n"
+                             "line 3           Server server\nmatches          3 in %2\n")
+                  .arg(file, files[1]));
+    EXPECT_EQ(contentOf(file), before);
+    ToolRun run(words("replace %1 server srv %2 %1none --case-sensitive --backup --json", files));
+    EXPECT_EQ(run.status(), 5);
+    QJsonArray const results = run.json().value(u"files"_q).toArray();
+    EXPECT_EQ(results[0].toObject().value(u"found"_q), 1);
+    EXPECT_EQ(results[1].toObject().value(u"found"_q), 2);
+    EXPECT_TRUE(results[2].toObject().contains(u"error"_q));
+    EXPECT_EQ(contentOf(files[1]), "a srv\nb\nServer srv\n");
+    EXPECT_EQ(contentOf(file + u"_old"_q), before);
+    EXPECT_EQ(share.names(), words("farm.ini farm.ini_old two two_old"));
 }
 
 TEST_F(Replace, FailsForAMatchAtTheEndOnly)
