@@ -3,12 +3,15 @@
 #include "oxtool/support/file_update.h"
 #include "oxtool/support/folder_list.h"
 #include "oxtool/support/jobs.h"
+#include "oxtool/support/name_patterns.h"
 #include "oxtool/support/names.h"
 #include "oxtool/support/progress.h"
 #include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
 #include "oxtool/support/transfer.h"
+#include "shared/fs/empty_folder_steps.h"
 #include "shared/platform/files.h"
+#include "shared/platform/folders.h"
 #include "shared/system/environment.h"
 
 #include <QFileInfo>
@@ -17,6 +20,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <set>
 
 namespace ox::tool
 {
@@ -24,6 +28,9 @@ namespace
 {
 
 constexpr int retryWaitMs = 5000;
+
+/// A file that allows --delete in its folder.
+constexpr char deletionMarker[] = ".oxtool-sync";
 
 struct Options {
     QString source;
@@ -34,6 +41,8 @@ struct Options {
     bool comparesContent = false;
     bool retry = false;
     bool dryRun = false;
+    bool deletes = false;
+    bool isForced = false;
     bool verbose = false;
     bool json = false;
 };
@@ -132,6 +141,59 @@ try {
     item.failure = failure.text();
 }
 
+/// The names of the source, which --delete keeps in the target. Letter case is ignored: a share may
+/// store a copy under a name in another case.
+class SourceNames
+{
+  public:
+    void addFile(QString const & path) { files_.insert(path.toCaseFolded()); }
+
+    /// Adds a folder, with a separator at its end. The content of a skipped one is kept.
+    void addFolder(QString const & path, bool isSkipped)
+    {
+        (isSkipped ? skipped_ : folders_).insert(path.left(path.size() - 1).toCaseFolded());
+    }
+
+    fs::Keep ruleFor(QString const & path, bool isFolder, FolderSelection const & selection) const
+    {
+        QString const name = path.toCaseFolded();
+        if (matchesAny(path, selection.excluded) || skipped_.contains(name))
+            return fs::Keep::All;
+        if (isFolder)
+            return folders_.contains(name) ? fs::Keep::Folder : fs::Keep::Nothing;
+        // A link in place of a folder was followed by the copies.
+        bool const isKept = !isSelected(path, selection) || folders_.contains(name) ||
+                            isOfSource(name) || name == QLatin1String(deletionMarker) ||
+                            name.mid(name.lastIndexOf(QLatin1Char(platform::ownSeparator)) + 1)
+                                .startsWith(QLatin1String(".oxshared-"));
+        return isKept ? fs::Keep::All : fs::Keep::Nothing;
+    }
+
+  private:
+    static bool isSelected(QString const & path, FolderSelection const & selection)
+    {
+        auto const & endings = selection.endings;
+        return endings.empty() ||
+               std::any_of(endings.begin(), endings.end(), [&path](QString const & ending) {
+                   return path.endsWith(ending, Qt::CaseInsensitive);
+               });
+    }
+
+    /// Returns whether a name is one of the source, its previous version or its lock file.
+    bool isOfSource(QString const & name) const
+    {
+        auto const isAddition = [&](char const * addition) {
+            QLatin1String const end(addition);
+            return name.endsWith(end) && files_.contains(name.left(name.size() - end.size()));
+        };
+        return files_.contains(name) || isAddition("_old") || isAddition("_lock.txt");
+    }
+
+    std::set<QString> files_;
+    std::set<QString> folders_;
+    std::set<QString> skipped_;
+};
+
 /// Works in two passes over the files: the first compares, the second copies. So the amount to copy
 /// is known before the first copy, and a dry run ends after the first pass.
 class Sync
@@ -148,8 +210,11 @@ class Sync
         QString const target = options_.target;
         if (target.isEmpty())
             throw Failure(QStringLiteral("cannot copy to TARGET: the name is empty"));
+        auto const kind = platform::kindOf(nativeName(source));
+        if (options_.deletes)
+            requireDeletable(kind);
         report_.beginArray(QStringLiteral("files"));
-        switch (platform::kindOf(nativeName(source))) {
+        switch (kind) {
         case platform::NameKind::Folder:
             addFolders(withSeparator(source), withSeparator(target));
             break;
@@ -165,10 +230,26 @@ class Sync
             createFolders();
         copyPass();
         flushFolders();
+        if (options_.deletes)
+            deletePass();
         finish();
     }
 
   private:
+    /// Refuses to delete in a folder that is not marked for it: a mistyped TARGET would be emptied.
+    void requireDeletable(platform::NameKind source) const
+    {
+        if (source == platform::NameKind::File)
+            throw Failure(QStringLiteral("--delete needs a folder as SOURCE"), WrongUse);
+        QString const target = withSeparator(options_.target);
+        if (options_.isForced || !isFolder(target) ||
+            platform::fileStatus(nativeName(target + QLatin1String(deletionMarker))))
+            return;
+        throw Failure(QStringLiteral("cannot delete in '%1': create the file '%2' there to allow "
+                                     "it, or use --force")
+                          .arg(options_.target, QLatin1String(deletionMarker)));
+    }
+
     void addFolders(QString const & source, QString const & target)
     {
         QString const fullSource = fullPath(source);
@@ -179,10 +260,13 @@ class Sync
                 failToRead(source + below, content.failure);
             if (!options_.selection.isRecursive)
                 skipped_ += static_cast<int>(content.subfolders.size());
+            sourceNames_.addFolder(below, content.isLink);
             if (content.isLink) {
                 ++skipped_;
                 continue;
             }
+            for (QString const & name : content.files)
+                sourceNames_.addFile(below + name);
             folders_.push_back({fullTarget + below});
             for (QString const & name : content.files)
                 addFile(fullSource + below + name, fullTarget + below + name,
@@ -294,6 +378,47 @@ class Sync
             [](std::size_t) { return true; });
     }
 
+    /// Deletes what the source does not have. After a failure, such as an unreadable folder of the
+    /// source, nothing is deleted.
+    void deletePass()
+    {
+        QString const target = withSeparator(options_.target);
+        if (!isFolder(target))
+            return;
+        if (!failures_.isEmpty())
+            return warn(QStringLiteral("nothing was deleted, because of failures"));
+        platform::FolderTree tree;
+        auto const opened = tree.open(nativeName(target));
+        auto entries = opened ? tree.entries() : opened.error();
+        if (!entries)
+            return fail(
+                QStringLiteral("cannot delete in '%1': %2").arg(target, reasonOf(entries.error())));
+        _oxEmptyFolderOptions deletion;
+        deletion.recursive = options_.selection.isRecursive;
+        deletion.isDryRun = options_.dryRun;
+        deletion.report = [&](QString const & path, QString const & failure) {
+            showDeletion(path, failure);
+        };
+        static_cast<void>(fs::deleteEntries(
+            tree, target, std::move(*entries), deletion, [&](QString const & path, bool isFolder) {
+                return sourceNames_.ruleFor(path.mid(target.size()), isFolder, options_.selection);
+            }));
+    }
+
+    void showDeletion(QString const & path, QString const & failure)
+    {
+        if (!failure.isEmpty()) {
+            auto const reason = failure.lastIndexOf(path + QLatin1String(", "));
+            return fail(QStringLiteral("cannot delete '%1': %2")
+                            .arg(path, reasonIn(failure.mid(reason + path.size() + 2))));
+        }
+        ++deleted_;
+        report_.line(options_.dryRun ? QStringLiteral("to delete") : QStringLiteral("deleted"),
+                     path);
+        report_.append({{QStringLiteral("file"), path},
+                        {QStringLiteral("action"), QStringLiteral("deleted")}});
+    }
+
     void show(Item const & item)
     {
         QString const & target = item.update.shownTarget;
@@ -334,6 +459,7 @@ class Sync
     {
         report_.set(QStringLiteral("dryRun"), options_.dryRun);
         report_.set(QStringLiteral("copied"), copied_);
+        report_.set(QStringLiteral("deleted"), deleted_);
         report_.set(QStringLiteral("bytes"), bytes_);
         report_.set(QStringLiteral("upToDate"), upToDate_);
         report_.set(QStringLiteral("failed"), failures_.size());
@@ -346,9 +472,14 @@ class Sync
                 .arg(upToDate_)
                 .arg(failures_.size());
         report_.line(options_.dryRun ? QStringLiteral("dry run") : QStringLiteral("done"),
-                     counts + foldersText());
+                     counts + deletedText() + foldersText());
         if (!failures_.isEmpty())
             throw Failure::reported(failures_, status_);
+    }
+
+    QString deletedText() const
+    {
+        return options_.deletes ? QStringLiteral(", %1 deleted").arg(deleted_) : QString();
     }
 
     QString foldersText() const
@@ -379,8 +510,10 @@ class Sync
     int const jobs_;
     std::vector<Folder> folders_;
     std::vector<Item> items_;
+    SourceNames sourceNames_;
     int copied_ = 0;
     int upToDate_ = 0;
+    int deleted_ = 0;
     int skipped_ = 0;
     qint64 bytes_ = 0;
     QStringList failures_;
@@ -424,6 +557,15 @@ Command syncCommand()
                      .valueName = "PATTERN",
                      .help = "Leave out files and folders with this name or path: *.tmp, cache/*",
                      .target = &options->selection.excluded},
+                    {.name = "--delete",
+                     .help =
+                         "Delete what SOURCE does not have from a TARGET that contains the file "
+                         ".oxtool-sync",
+                     .target = &options->deletes},
+                    {.name = "--force",
+                     .help = "Delete from a TARGET without the file .oxtool-sync, too",
+                     .target = &options->isForced,
+                     .needs = "--delete"},
                     {.name = "--checksum",
                      .help = "Compare the content instead of the time",
                      .target = &options->comparesContent},

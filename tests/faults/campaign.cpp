@@ -281,8 +281,11 @@ void Campaign::testFiles(Files const & found, Outcome const & outcome, bool clea
 {
     Files all = operation_.before;
     all.insert(after_.begin(), after_.end());
+    auto const isIn = [&text = outcome.report.text](char const * part) {
+        return text.find(part) != std::string::npos;
+    };
     bool const hasWarning = outcome.report.hasSucceeded &&
-                            outcome.report.text.find("Unable to rename") != std::string::npos;
+                            (isIn("Unable to rename") || isIn("cannot rename the previous file"));
     for (auto const & [path, content] : all) {
         bool const isKept = hasWarning && path == operation_.backup;
         bool const isNew = outcome.report.hasSucceeded && !isKept;

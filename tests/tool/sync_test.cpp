@@ -166,3 +166,38 @@ TEST_F(Syncing, ComparesTheContentInPlaceOfTheTime)
     EXPECT_EQ(contentOf(path("b/differs")), "a/differs");
     EXPECT_EQ(contentOf(path("b/differs_old")), "b/differs");
 }
+
+TEST_F(Syncing, DeletesWhatTheSourceDoesNotHaveFromAMarkedFolder)
+{
+    for (char const * folder : {"a/sub", "b/sub/gone", "b/kept.d", "b/only"})
+        QDir(share.path()).mkpath(text(folder));
+    for (char const * file : {"a/1", "a/sub/2", "b/1_old", "b/1_lock.txt", "b/extra", "b/x.log",
+                              "b/sub/gone/3", "b/only/x.log", "b/kept.d/4", "b/only/5"})
+        share.write(text(file), "content");
+    QStringList const arguments =
+        words("sync %1 %2 -r --delete --exclude *.log --exclude kept.d", folders);
+    ToolRun refused(arguments);
+    EXPECT_EQ(refused.status(), 1);
+    EXPECT_TRUE(refused.errors().contains(u"create the file '.oxtool-sync' there"_q));
+    EXPECT_TRUE(QFile::exists(path("b/extra")) && !QFile::exists(path("b/1")));
+    ToolRun dryRun(arguments + words("--dry-run --force"));
+    EXPECT_EQ(dryRun.status(), 0) << dryRun.errors().toStdString();
+    EXPECT_EQ(dryRun.output().count(u"to delete "_q), 4) << dryRun.output().toStdString();
+    EXPECT_TRUE(QFile::exists(path("b/extra")));
+
+    share.write(u"b/.oxtool-sync"_q, {});
+    ToolRun run(arguments + words("--json"));
+    EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
+    EXPECT_EQ(run.json().value(u"copied"_q), 2);
+    EXPECT_EQ(run.json().value(u"deleted"_q), 4);
+    EXPECT_EQ(QDir(path("b")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+              words(".oxtool-sync 1 1_lock.txt 1_old kept.d only sub x.log"));
+    EXPECT_EQ(QDir(path("b/sub")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), words("2"));
+    EXPECT_EQ(QDir(path("b/only")).entryList(QDir::Files), words("x.log"));
+
+    // A target that cannot be replaced is a failure, after which nothing is deleted.
+    share.write(u"a/kept.d"_q, "content");
+    share.write(u"b/extra"_q, "content");
+    EXPECT_EQ(ToolRun("sync %1 %2 --delete", folders).status(), 1);
+    EXPECT_TRUE(QFile::exists(path("b/extra")));
+}
