@@ -101,7 +101,7 @@ class CheckedFile : public PlainFile
     {
         crc_ = 0xFFFFFFFF;
         while (block.length > 0) {
-            Block const piece{block.bytes, std::min(block.length, pieceSize)};
+            Block const piece{block.bytes, std::min(block.length, bytesToBorder(block.bytes))};
             if (!PlainFile::read(piece))
                 return false;
             oxCRCPartial(&crc_, reinterpret_cast<unsigned char *>(piece.bytes),
@@ -115,7 +115,16 @@ class CheckedFile : public PlainFile
     std::uint32_t crc() const { return ~crc_; }
 
   private:
-    static constexpr int pieceSize = 256 * 1024;
+    static constexpr int pieceSize = 1024 * 1024;
+
+    /// Returns the number of bytes to the next piece. All pieces but the first one begin at a page,
+    /// since an uncached share needs one request more for each piece that does not.
+    static int bytesToBorder(char const * bytes)
+    {
+        constexpr std::uintptr_t pageSize = 4096;
+        return pieceSize - static_cast<int>(reinterpret_cast<std::uintptr_t>(bytes) % pageSize);
+    }
+
     unsigned int crc_ = 0;
 };
 
