@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// Ends the program if a statement of an example does not hold, in every build.
+/// Ends the program with an error if a condition of an example is false, also in release builds.
 #define CHECK(statement)                                                                           \
     ((statement)                                                                                   \
          ? void()                                                                                  \

@@ -1,4 +1,5 @@
-// Examples of the reference: data, buffer files and files. They write into the folder FOLDER.
+// Examples in the reference documentation: data, buffer files and files. They write to the folder
+// FOLDER.
 
 #include "examples/reference/check.h"
 #include "shared/oxshared.h"
@@ -21,9 +22,9 @@ void checksumsExample()
 {
     //! [checksums]
     auto const * digits = reinterpret_cast<unsigned char const *>("123456789");
-    CHECK(oxCRCCalc(digits, 9) == 0xCBF43926); // as zlib and gzip
+    CHECK(oxCRCCalc(digits, 9) == 0xCBF43926); // the CRC-32 of zlib and gzip
 
-    unsigned int crc = 0xFFFFFFFF; // in parts
+    unsigned int crc = 0xFFFFFFFF; // the same, computed in parts
     oxCRCPartial(&crc, digits, 4);
     oxCRCPartial(&crc, digits + 4, 5);
     CHECK(~crc == 0xCBF43926);
@@ -91,7 +92,7 @@ void filesExample(QString const & folder)
 
     _oxTime written;
     __int64 size = 0;
-    CHECK(oxFileExists(log, &written, &size)); // one status query for all of it
+    CHECK(oxFileExists(log, &written, &size)); // one status query for both
     CHECK(size >= 16);
 
     if (QString const failure = oxDeleteFile(log); !failure.isEmpty())
@@ -110,7 +111,7 @@ void copiesExample(QString const & folder)
 
     writeToLogFile(source, "frame 0002", false, false);
     bool limitReported = false;
-    CHECK(oxResumeFile(source, copy, limitReported).isEmpty()); // appends what is new
+    CHECK(oxResumeFile(source, copy, limitReported).isEmpty()); // appends the new data
     //! [copies]
 }
 
@@ -121,8 +122,8 @@ void syncExample(QString const & folder)
     //! [file_sync]
     QString const local = folder + QStringLiteral("local.ini");
     _oxString8_evenSize<500> errors, info;
-    CHECK(syncCopy(master, local, false, &errors, &info, -1, false)); // copies
-    CHECK(syncCopy(master, local, false, &errors, &info, -1, false)); // is up to date
+    CHECK(syncCopy(master, local, false, &errors, &info, -1, false)); // copies the file
+    CHECK(syncCopy(master, local, false, &errors, &info, -1, false)); // finds it up to date
     CHECK(errors.isEmpty() && oxFileExists(local));
     //! [file_sync]
 }
@@ -150,7 +151,7 @@ void emptyFolderExample(QString const & folder)
     options.recursive = true;
     options.skip << QStringLiteral("keep.txt");
     options.isDryRun = true;
-    CHECK(oxEmptyFolder(old, options).count == 1); // what it would delete
+    CHECK(oxEmptyFolder(old, options).count == 1); // number of entries to delete
 
     options.isDryRun = false;
     _oxEmptyFolderResult const result = oxEmptyFolder(old, options);

@@ -1,4 +1,5 @@
-// Runs the examples of the reference: reference_examples FOLDER, where FOLDER is empty.
+// Runs the examples of the reference documentation: reference_examples FOLDER, where FOLDER is
+// empty.
 
 #include "examples/reference/check.h"
 

@@ -1,4 +1,4 @@
-// Examples of the reference: the machine, its processes, and crashes.
+// Examples in the reference documentation: the machine, its processes, and crashes.
 
 #include "examples/reference/check.h"
 #include "shared/oxshared.h"
@@ -12,7 +12,7 @@ namespace
 void machineExample()
 {
     //! [machine]
-    auto const machine = std::make_unique<_oxSysInfo>(); // 400 KiB: on the heap
+    auto const machine = std::make_unique<_oxSysInfo>(); // 400 KiB, therefore on the heap
     machine->update(false);
     std::printf("%s, %d cores, %d of %d MiB free, load %s\n", qPrintable(machine->osString),
                 machine->coreCount, machine->freeMemoryMB, machine->totalMemoryMB,
@@ -24,7 +24,7 @@ void machineExample()
 void processesExample()
 {
     //! [processes]
-    auto const list = std::make_unique<_oxProcessList>(); // 80 KiB: on the heap
+    auto const list = std::make_unique<_oxProcessList>(); // 80 KiB, therefore on the heap
     list->collectAllProcesses();
     list->initGetProcessInfo();
     for (int i = 1; i < list->count && i < 4; ++i) { // entry 0 is the idle process
@@ -65,7 +65,7 @@ void environmentExample()
     CHECK(!oxGetEnvironmentVariable(QStringLiteral("PATH")).isEmpty());
     _oxString8_evenSize<250> folder;
     if (oxApplicationPath(folder, nullptr))
-        std::printf("%s\n", folder.c_str()); // of this program, with a separator at its end
+        std::printf("%s\n", folder.c_str()); // the program's folder with a final separator
     //! [environment]
 }
 
@@ -94,7 +94,7 @@ class Logger : public oxLogger
 {
     void log(int, _oxString8_evenSize<500> const & text, bool) override
     {
-        std::fputs(text.c_str(), stderr); // no allocation: the heap may be damaged
+        std::fputs(text.c_str(), stderr); // allocates nothing: the heap may be damaged
     }
 };
 
@@ -103,7 +103,7 @@ void installCrashHandler(int argc, char ** argv, QString const & dumps)
     static Logger logger;
     static __OX context{_oxTime(true), &logger, dumps, "client.txt"};
     oxCrashHandler::instance()->init(context, argc, argv);
-    oxCrashHandler::instance()->setDumpPathDefault(); // into the log folder
+    oxCrashHandler::instance()->setDumpPathDefault(); // the log folder
 }
 //! [crashes]
 #endif

@@ -1,4 +1,4 @@
-// Examples of the reference: texts, times and numbers.
+// Examples in the reference documentation: texts, times and numbers.
 
 #include "examples/reference/check.h"
 #include "shared/formatters.h"
@@ -27,7 +27,7 @@ void stringListExample()
     //! [string_list]
     _oxStringList frames;
     for (char const * name : {"shot_2.exr", "Shot_1.exr", "SHOT_2.EXR"})
-        frames.append(name, true, false); // unless it is there, in any case
+        frames.append(name, true, false); // unless the list contains it in any case
     frames.sort(false);
     CHECK(frames.count() == 2);
     CHECK(frames[0] == "Shot_1.exr");
@@ -39,7 +39,7 @@ void encodingExample()
 {
     //! [encoding]
     QString const folder = QStringLiteral("D:\\jobs\\Łódź");
-    QString const stored = oxToOXUTF8(folder, false); // Latin-1 only
+    QString const stored = oxToOXUTF8(folder, false); // contains only Latin-1
     CHECK(oxFromOXUTF8(stored) == folder);
     CHECK(toXmlString(QStringLiteral("a<b")) == QStringLiteral("a&lt;b"));
     //! [encoding]

@@ -92,8 +92,8 @@ std::string const * contentIn(Files const & files, std::string const & path)
     return file == files.end() ? nullptr : &file->second;
 }
 
-/// The requests that begin with a name. Each of them looks up its name, two for a new name. The
-/// lookup of a folder on the way to a name does not count.
+/// Returns the number of requests that name a file. Each of them causes one LOOKUP of the name;
+/// RENAME and LINK cause two. The LOOKUP of a folder inside a path does not count.
 int byName(std::vector<LoggedRequest> const & requests)
 {
     int count = 0;

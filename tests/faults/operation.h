@@ -70,7 +70,7 @@ struct Operation {
     bool isRepeatable = true;
     /// After a success the new content survives a power failure.
     bool isFlushed = false;
-    /// The most requests by name without a fault; 0 is no limit.
+    /// Maximum number of requests by name in a run without a fault; 0 means no limit.
     int byName = 0;
 };
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Proves that help, manual pages, completions and docs/oxtool.md name the same commands and options.
+"""Tests that help, manual pages, completions and docs/oxtool.md name the same commands and options.
 
     interface_test.py TOOL SHARE DOCUMENT
 
@@ -39,7 +39,7 @@ def long_options(text):
 
 
 def commands_in_help(*path):
-    """Returns the commands of the help by their indented lines below a heading of a group."""
+    """Returns the commands that the help lists: the indented lines below the headings of groups."""
     text = printed(tool, "help", *path).split("Options:")[1]
     return re.findall(r"^  ([a-z][a-z0-9-]*)(?:  |$)", text, re.M)
 

@@ -72,7 +72,7 @@ std::filesystem::path testFolder; ///< the folder of the control file
 /// library calls getattr for the changed file. This call belongs to the same request and is not
 /// counted.
 thread_local bool isFresh = false;
-/// Whether it is a LOOKUP, which the FUSE library serves as a request for attributes.
+/// Whether the current request is a LOOKUP. The FUSE library serves a LOOKUP by a call of getattr.
 thread_local bool isLookup = false;
 
 struct Request {
@@ -268,7 +268,7 @@ int openFolder(char const * path, Info * info)
     });
 }
 
-/// Returns up to 16 entries a call, so that a listing takes several requests.
+/// Returns up to `--entries` entries a call, so that a listing takes several requests.
 int readFolder(char const * path, void * entries, fuse_fill_dir_t fill, off_t offset, Info * info,
                fuse_readdir_flags)
 {
@@ -400,12 +400,12 @@ void serveAll(fuse_session * session)
         if (length <= 0)
             break;
         isFresh = true;
-        bool const isInMemory = (buffer.flags & FUSE_BUF_IS_FD) == 0; // long ones are in a pipe
+        bool const isInMemory = (buffer.flags & FUSE_BUF_IS_FD) == 0; // long requests are in a pipe
         auto const opcode =
             isInMemory ? static_cast<fuse_in_header const *>(buffer.mem)->opcode : 0;
         isLookup = opcode == FUSE_LOOKUP;
         fuse_session_process_buf(session, &buffer);
-        // The FUSE library itself answers the request for the attributes of a removed open file.
+        // The FUSE library answers GETATTR for a removed open file without a call of getattr.
         if (isFresh && opcode == FUSE_GETATTR)
             serve({"GETATTR", nullptr}, [](auto const &) { return -ENOENT; });
     }
