@@ -126,6 +126,6 @@ file(READ "${OX_BREAKPAD}/deps/third_party/lss/linux_syscall_support.h" notice L
 string(REGEX REPLACE "\\*/.*" "*/\n" notice "${notice}")
 file(WRITE "${PROJECT_BINARY_DIR}/notices/linux-syscall-support.txt" "${notice}")
 configure_file("${OX_BREAKPAD}/deps/breakpad/LICENSE" "${PROJECT_BINARY_DIR}/notices/breakpad.txt" COPYONLY)
-if(OX_INSTALL)
+if(OX_INSTALL AND NOT OX_DEBIAN)
   install(DIRECTORY "${PROJECT_BINARY_DIR}/notices/" DESTINATION "${CMAKE_INSTALL_DOCDIR}/notices")
 endif()

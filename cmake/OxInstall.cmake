@@ -3,15 +3,19 @@
 
 include(CMakePackageConfigHelpers)
 
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 set(OX_PACKAGE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/oxShared")
 install(TARGETS oxShared EXPORT oxSharedTargets
-  FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/oxShared")
+  RUNTIME COMPONENT library
+  LIBRARY COMPONENT library NAMELINK_COMPONENT development
+  ARCHIVE COMPONENT development
+  FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/oxShared" COMPONENT development)
 install(EXPORT oxSharedTargets NAMESPACE oxShared:: DESTINATION "${OX_PACKAGE_DIR}")
 
 # Moves the debug information of an installed library or program into FILE.debug beside it.
 # Debuggers and dump_syms find FILE.debug by a link in the library or program.
 function(ox_split_debug_information target folder)
-  if(NOT OX_DEBUG_INFO)
+  if(NOT OX_DEBUG_INFO OR OX_DEBIAN) # cpack puts it into packages of its own
     return()
   endif()
   if(NOT CMAKE_OBJCOPY)
