@@ -127,9 +127,9 @@ void log(std::uint64_t number, Request const & request, int result)
               request.info ? 0 : AT_SYMLINK_NOFOLLOW);
     std::string line = std::to_string(number);
     for (std::string const & column :
-         {std::string(request.operation), std::to_string(status.st_ino), std::string(path),
-          std::string(request.newPath), std::to_string(request.size),
-          std::to_string(request.offset), std::to_string(result)})
+         {std::string(request.operation), std::to_string(status.st_ino),
+          std::string(request.path ? request.path : ""), std::string(request.newPath),
+          std::to_string(request.size), std::to_string(request.offset), std::to_string(result)})
         line += '\t' + column;
     append(logFile, line + '\n');
 }
