@@ -10,7 +10,7 @@ packages_of() {
     test) echo libgtest-dev gzip python3 util-linux libfuse3-dev fuse3 gdb libfmt-dev ;;
     test) echo libgtest-dev gzip python3 util-linux libfuse3-dev fuse3 zsh fish mandoc groff-base ;;
     docs) echo doxygen doxygen-awesome-css python3 ;;
-    bench) echo libbenchmark-dev libdeflate-dev libisal-dev libboost-dev libproc2-dev rsync ;;
+    bench) echo libbenchmark-dev libdeflate-dev libisal-dev libboost-dev libproc2-dev rsync rclone ;;
     format) echo clang-format ;;
     fuzz) echo clang libclang-rt-dev llvm ;;
     tidy) echo clang-tidy-19 ;;
