@@ -1,8 +1,8 @@
-"""Shares whose client is in the kernel: NFS and SMB. They run only when --share names them.
+"""Shares that are mounted by the kernel: NFS and SMB. They are checked only if --share names them.
 
-Few kernels of test machines have these clients, so both run in a guest: a Linux kernel as an ordinary
-process (User Mode Linux), whose root is the root of this machine, read-only. Each mount has a network
-of its own, so that the server sees two clients."""
+The kernels of most test machines lack these clients. The servers and mounts are therefore in a guest, a
+Linux kernel that runs as an ordinary process (User Mode Linux). The guest's root folder is that of this
+machine, read-only. Each mount has its own network, so that the server sees two clients."""
 
 import json
 import os
@@ -17,7 +17,7 @@ MODULES = "/usr/lib/uml/modules"
 
 
 class KernelShare(Share):
-    """Mounts in the network of a machine of its own."""
+    """A share that the kernel mounts. Each mount is in its own network."""
 
     subnet = 0
 
@@ -25,7 +25,7 @@ class KernelShare(Share):
         self.addresses = [self.network_of(number) for number in range(len(self.mounts))]
 
     def network_of(self, number):
-        """Creates the network of a mount, and returns the server's address in it."""
+        """Creates the network of a mount. Returns the server's address in this network."""
         space, subnet = f"{self.name}{number}", self.subnet + number
         inside = f"nsenter --net=/run/netns/{space}"
         for command in (
@@ -39,7 +39,7 @@ class KernelShare(Share):
 
     def mount(self, number, mount):
         kind, source, options = self.source_at(self.addresses[number])
-        # NFS derives the client's name from the name of the machine.
+        # NFS derives the client's name from the host name, so each mount has its own host name.
         script = f'hostname machine{number}; exec mount -i -t "$1" -o "$2" "$3" "$4"'
         words = ["nsenter", f"--net=/run/netns/{self.name}{number}", "unshare", "--uts",
                  "sh", "-c", script, "sh", kind, options, source, mount]
@@ -101,8 +101,8 @@ ALL = (Nfs, Cifs)
 
 
 def run_guest(arguments):
-    """Runs run.py with these arguments in a guest, and returns the rows that it printed as JSON, or
-    why there is no guest."""
+    """Runs run.py with these arguments in a guest. Returns the rows that run.py prints as JSON, or the
+    reason why the guest does not run."""
     folder = WORK / "guest"
     folder.mkdir(parents=True)
     init = folder / "init"

@@ -108,7 +108,7 @@ def run_check(check, share):
 
 
 def run_share(kind, selected, show):
-    """Rows of a share. One that cannot be mounted has one row, with the reason."""
+    """Returns the rows of a share. If the share cannot be mounted, a single row contains the reason."""
     share = kind()
     rows = []
     try:
@@ -126,7 +126,7 @@ def run_share(kind, selected, show):
 
 
 def run_kernel_shares(kinds, options):
-    """Rows of the shares whose client is in the kernel."""
+    """Returns the rows of the shares that the kernel of a guest mounts."""
     words = [str(pathlib.Path(options.tool).resolve())]
     words += [word for kind in kinds for word in ("--share", kind.name)]
     words += [word for name in options.check or () for word in ("--check", name)]

@@ -35,8 +35,8 @@ class Check:
         return self.deviations.get(share.name, KEPT)
 
     def accepts(self, share, found):
-        """Returns whether a result is the expected one. For "at times" KEPT is also accepted, and for
-        "up to N s late" any shorter delay."""
+        """Returns whether a result is the expected one. For "at times X", X and KEPT are accepted,
+        too; for "up to N s late", KEPT and any shorter delay."""
         expected = self.expected(share)
         if expected.startswith("at times"):
             return found in (expected, expected.removeprefix("at times "), KEPT)
