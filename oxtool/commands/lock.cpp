@@ -202,7 +202,9 @@ int run(Options const & options)
     if (show)
         return runReported(options.json, [&](Report & report) { show(options.file, report); });
     if (options.json)
-        throw Failure(QStringLiteral("--json requires --status or --break"), WrongUse);
+        return runReported(true, [](Report &) {
+            throw Failure(QStringLiteral("--json requires --status or --break"), WrongUse);
+        });
     if (options.command.empty())
         throw Failure(QStringLiteral("COMMAND, --status or --break is required"), WrongUse);
     return runUnderLock(options);

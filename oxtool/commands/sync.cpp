@@ -295,7 +295,7 @@ class Sync
         });
         auto const noFinish = [](std::size_t) { return true; };
         auto const findFolder = [this](std::size_t i) {
-            folders_[i].exists = isFolder(folders_[i].path);
+            folders_[i].exists = mayExist(folders_[i].path);
         };
         runJobs(jobs_, folders_.size(), findFolder, noFinish);
         auto const compareItem = [&](std::size_t i) {
@@ -304,6 +304,16 @@ class Sync
             ++done;
         };
         runJobs(jobs_, items_.size(), compareItem, noFinish);
+    }
+
+    /// A folder whose status cannot be read may hold previous files.
+    static bool mayExist(QString const & path)
+    {
+        using platform::NameKind;
+        NameKind const kind = platform::kindOf(nativeName(path));
+        return kind == NameKind::Folder ||
+               (kind == NameKind::None &&
+                platform::lastError().kind() != platform::ErrorKind::NotFound);
     }
 
     static bool isFolder(QString const & path)

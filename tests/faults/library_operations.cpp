@@ -252,7 +252,7 @@ std::vector<Operation> synchronisations()
             -1, "folder/target"),
         synchronising("syncUpToDate", {{"/source", newContent()}}, {{"/source", newContent()}}, -1,
                       "source")};
-    all[0].byName = 13; // 2 for the source; 2 search for temporary files, once a minute
+    all[0].byName = 14; // 2 for the source; 2 search for temporary files, once a minute
     all[3].byName = 2;
     all[0].backup = all[1].backup = "/target_old";
     all[0].isFlushed = all[1].isFlushed = true;

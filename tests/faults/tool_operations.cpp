@@ -92,7 +92,7 @@ Operation synchronising()
     return {.name = "sync",
             .before = before,
             .after = after,
-            .run = tool({"sync", "@from", "@to"}),
+            .run = tool({"sync", "@from", "@to", "--jobs", "1"}),
             .backup = "/to/a_old",
             .texts = {sourceIsMissing, "Destination folder does not exist!"},
             .isFlushed = true};

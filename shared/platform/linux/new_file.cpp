@@ -333,10 +333,9 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
         bool const isKnown = place.status(status, link);
         bool const isFresh = isKnown && isUpToDate(status);
         if (isKnown && !isFresh && ::renameat(folder, link.c_str(), folder, kept.c_str()) == 0) {
-            // rename() does nothing between two links of one file. The target and the new link are
-            // the first two.
-            if (status.st_nlink != 2)
-                ::unlinkat(folder, link.c_str(), 0);
+            // rename() does nothing if another process has just given the same file the name
+            // `_old`.
+            ::unlinkat(folder, link.c_str(), 0);
             return Previous::Kept;
         }
         Error const error = lastError();
