@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace ox::platform
 {
@@ -47,6 +48,17 @@ class SharedSegment
     /// Fails: isMissing() is true for the error if no process has the segment open; otherwise with
     /// another error of the system.
     Result<> open(std::string const & name, Reach reach);
+
+    /// A segment as list() returns it.
+    struct Listed {
+        std::string name; ///< for open()
+        Reach reach;
+    };
+    /// Returns the segments whose names, without "Global\", begin with `prefix`: all global ones
+    /// and the local ones that this process can open. A segment may disappear at any time; on Linux
+    /// the list also contains objects that no process has open.
+    /// Fails: when the system does not list segments.
+    static Result<std::vector<Listed>> list(std::string const & prefix);
 
     /// Returns whether an error of open() means that no process has the segment open.
     /// Compatibility: false for a name whose path is missing, since that error keeps the system's

@@ -44,6 +44,9 @@ class StatLine
     std::string_view command() const { return command_; }
     std::uint32_t parentId() const { return static_cast<std::uint32_t>(number(Parent)); }
 
+    /// Returns the start in ticks since the machine started.
+    std::uint64_t startTicks() const { return number(Start); }
+
     /// Returns the counters. The processor time is that of the whole process. The memory is that of
     /// the thread.
     ProcessCounters counters(std::int64_t tickIn100ns, std::int64_t pageSize) const
@@ -64,6 +67,7 @@ class StatLine
         UserTicks = 11,
         SystemTicks = 12,
         Threads = 17,
+        Start = 19,
         ResidentPages = 21,
         FieldCount
     };

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <utility>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mman.h>
@@ -267,6 +268,24 @@ Result<> SharedSegment::open(std::string const & name, Reach reach)
         }
         return std::nullopt;
     });
+}
+
+Result<std::vector<SharedSegment::Listed>> SharedSegment::list(std::string const & prefix)
+{
+    std::unique_ptr<DIR, int (*)(DIR *)> const folder(::opendir(objectFolder.data()), ::closedir);
+    if (!folder)
+        return lastError("opendir");
+    std::string const global = "Global";
+    std::string const ownEnd = '.' + std::to_string(::geteuid());
+    std::vector<Listed> all;
+    while (dirent const * const entry = ::readdir(folder.get())) {
+        std::string const name = entry->d_name;
+        if (name.starts_with(global + prefix))
+            all.push_back({global + '\\' + name.substr(global.size()), Reach::Global});
+        else if (name.starts_with(prefix) && name.ends_with(ownEnd))
+            all.push_back({name.substr(0, name.size() - ownEnd.size()), Reach::Local});
+    }
+    return all;
 }
 
 bool SharedSegment::isMissing(Error const & error)

@@ -16,6 +16,9 @@ struct TerminalSize {
 /// Returns the size of the terminal of a stream; 80 by 24 if it is not known.
 TerminalSize terminalSize(std::FILE * stream);
 
+/// Returns whether a stream is a terminal that shows colours, by the escape sequences of ECMA-48.
+bool hasColours(std::FILE * stream);
+
 /// Prepares the terminal of standard input and output for drawing: saves its content, hides the
 /// cursor, and delivers keys immediately and without echo. Returns false, with nothing changed, if
 /// one of the streams is not a terminal.
@@ -27,8 +30,14 @@ void restoreTerminal();
 /// Byte that waitForKey() returns at the end of the input.
 inline constexpr char endOfKeys = '\x04';
 
+/// Bytes that waitForKey() returns for keys that are not characters.
+inline constexpr char upKey = '\x10';
+inline constexpr char downKey = '\x0E';
+inline constexpr char pageUpKey = '\x02';
+inline constexpr char pageDownKey = '\x06';
+
 /// Waits until `end` for the next byte of keyboard input, after takeTerminal(); empty if none
-/// arrives. A key that is not a character gives several bytes or none.
+/// arrives. Another key that is not a character gives several bytes or none.
 std::optional<char> waitForKey(std::chrono::steady_clock::time_point end);
 
 } // namespace ox::platform

@@ -1,8 +1,21 @@
 #include "shared/platform/shared_segment.h"
 
-#include <utility>
+#include "shared/platform/windows/process_handle.h"
 
-#include <windows.h>
+#include <algorithm>
+#include <cwchar>
+#include <iterator>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <winternl.h>
+
+// The functions are in ntdll; the headers of the system do not declare them.
+extern "C" {
+NTSTATUS NTAPI NtOpenDirectoryObject(PHANDLE, ACCESS_MASK, POBJECT_ATTRIBUTES);
+NTSTATUS NTAPI NtQueryDirectoryObject(HANDLE, PVOID, ULONG, BOOLEAN, BOOLEAN, PULONG, PULONG);
+}
 
 namespace ox::platform
 {
@@ -89,6 +102,56 @@ class GlobalAccess
     SECURITY_ATTRIBUTES attributes_{sizeof attributes_, nullptr, FALSE};
 };
 
+/// Entry of a directory of the object manager.
+struct DirectoryEntry {
+    UNICODE_STRING name;
+    UNICODE_STRING type;
+};
+
+std::wstring_view viewOf(UNICODE_STRING const & text)
+{
+    return {text.Buffer, text.Length / sizeof(wchar_t)};
+}
+
+/// Opens a directory of the object manager; INVALID_HANDLE_VALUE after a failure.
+HANDLE openDirectory(std::wstring path)
+{
+    auto const bytes = static_cast<USHORT>(path.size() * sizeof(wchar_t));
+    UNICODE_STRING name{bytes, bytes, path.data()};
+    OBJECT_ATTRIBUTES attributes{};
+    attributes.Length = sizeof attributes;
+    attributes.ObjectName = &name;
+    constexpr ACCESS_MASK query = 1; // DIRECTORY_QUERY
+    HANDLE directory = nullptr;
+    return ::NtOpenDirectoryObject(&directory, query, &attributes) < 0 ? INVALID_HANDLE_VALUE
+                                                                       : directory;
+}
+
+/// Adds the sections in a directory of the object manager whose names begin with `prefix`.
+Result<> addSections(std::wstring const & path, std::string const & prefix,
+                     SharedSegment::Reach reach, std::vector<SharedSegment::Listed> & all)
+{
+    Handle const directory(openDirectory(path));
+    if (!directory.isOpen())
+        return Error{ERROR_ACCESS_DENIED, "NtOpenDirectoryObject"};
+    std::vector<std::uint64_t> buffer(1024);
+    ULONG next = 0;
+    for (BOOLEAN restart = TRUE;; restart = FALSE) {
+        if (::NtQueryDirectoryObject(directory.get(), buffer.data(),
+                                     static_cast<ULONG>(buffer.size() * sizeof buffer[0]), TRUE,
+                                     restart, &next, nullptr) < 0)
+            return {}; // the end of the directory
+        auto const & entry = *reinterpret_cast<DirectoryEntry const *>(buffer.data());
+        if (viewOf(entry.type) != L"Section")
+            continue;
+        std::array<char, 300> narrow;
+        std::string const name(narrowed(std::wstring(viewOf(entry.name)).c_str(), narrow));
+        bool const isGlobal = reach == SharedSegment::Reach::Global;
+        if (name.starts_with(prefix))
+            all.push_back({isGlobal ? "Global\\" + name : name, reach});
+    }
+}
+
 /// Returns whether a name is valid. The system truncates a name at its first 0, so it would open
 /// another segment.
 bool isValidName(std::string const & name)
@@ -139,6 +202,20 @@ Result<> SharedSegment::open(std::string const & name, Reach)
         return Error{ERROR_INVALID_NAME, "OpenFileMappingA"};
     system_->mapping = ::OpenFileMappingA(FILE_MAP_WRITE, FALSE, name.c_str());
     return resultOf(isOpen(), "OpenFileMappingA");
+}
+
+Result<std::vector<SharedSegment::Listed>> SharedSegment::list(std::string const & prefix)
+{
+    std::vector<Listed> all;
+    if (auto const added = addSections(L"\\BaseNamedObjects", prefix, Reach::Global, all); !added)
+        return added.error();
+    DWORD session = 0;
+    // In session 0 the names without "Global\" are in the same directory.
+    if (::ProcessIdToSessionId(::GetCurrentProcessId(), &session) && session != 0)
+        static_cast<void>(
+            addSections(L"\\Sessions\\" + std::to_wstring(session) + L"\\BaseNamedObjects", prefix,
+                        Reach::Local, all));
+    return all;
 }
 
 bool SharedSegment::isMissing(Error const & error)

@@ -4,6 +4,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <utility>
 
 #include <poll.h>
 #include <sys/ioctl.h>
@@ -39,6 +43,12 @@ TerminalSize terminalSize(std::FILE * stream)
     return known;
 }
 
+bool hasColours(std::FILE * stream)
+{
+    char const * const name = std::getenv("TERM");
+    return isTerminal(stream) && name && *name && std::string_view(name) != "dumb";
+}
+
 bool takeTerminal()
 {
     if (!isTerminal(stdout) || ::tcgetattr(STDIN_FILENO, &savedSettings) != 0)
@@ -62,6 +72,35 @@ void restoreTerminal()
     ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &savedSettings);
 }
 
+namespace
+{
+
+/// Reads the rest of an escape sequence. Returns the key, or the escape character alone.
+char readSequence()
+{
+    // The bytes of a sequence arrive together, so that the escape key itself is distinguishable.
+    constexpr int gapMs = 20;
+    std::string sequence;
+    char byte = 0;
+    pollfd keyboard{STDIN_FILENO, POLLIN, 0};
+    while (sequence.size() < 8 && ::poll(&keyboard, 1, gapMs) > 0 &&
+           ::read(STDIN_FILENO, &byte, 1) == 1) {
+        sequence += byte;
+        bool const isEnd = sequence.size() > 1 && byte >= '@' && byte <= '~';
+        if (isEnd)
+            break;
+    }
+    for (auto const & [text, key] :
+         {std::pair("[A", upKey), std::pair("OA", upKey), std::pair("[B", downKey),
+          std::pair("OB", downKey), std::pair("[5~", pageUpKey), std::pair("[6~", pageDownKey)}) {
+        if (sequence == text)
+            return key;
+    }
+    return '\033';
+}
+
+} // namespace
+
 std::optional<char> waitForKey(std::chrono::steady_clock::time_point end)
 {
     for (;;) {
@@ -73,7 +112,7 @@ std::optional<char> waitForKey(std::chrono::steady_clock::time_point end)
             return std::nullopt;
         char key = endOfKeys;
         if (ready > 0 && ::read(STDIN_FILENO, &key, 1) >= 0)
-            return key;
+            return key == '\033' ? readSequence() : key;
         if (errno != EINTR)
             return endOfKeys;
     }

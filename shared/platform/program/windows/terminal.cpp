@@ -35,6 +35,13 @@ TerminalSize terminalSize(std::FILE * stream)
             info.srWindow.Bottom - info.srWindow.Top + 1};
 }
 
+bool hasColours(std::FILE * stream)
+{
+    DWORD mode;
+    return ::GetConsoleMode(handleOf(stream), &mode) &&
+           (mode & ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+}
+
 bool takeTerminal()
 {
     DWORD output;
@@ -54,6 +61,28 @@ void restoreTerminal()
     ::SetConsoleMode(handleOf(stdin), savedMode);
 }
 
+namespace
+{
+
+/// Returns the byte for a key that is not a character; 0 for another key.
+char specialKey(WORD key)
+{
+    switch (key) {
+    case VK_UP:
+        return upKey;
+    case VK_DOWN:
+        return downKey;
+    case VK_PRIOR:
+        return pageUpKey;
+    case VK_NEXT:
+        return pageDownKey;
+    default:
+        return 0;
+    }
+}
+
+} // namespace
+
 std::optional<char> waitForKey(std::chrono::steady_clock::time_point end)
 {
     HANDLE const input = handleOf(stdin);
@@ -71,6 +100,8 @@ std::optional<char> waitForKey(std::chrono::steady_clock::time_point end)
         // Events of the mouse and the window, and released keys, are ignored.
         bool const isKey =
             count == 1 && event.EventType == KEY_EVENT && event.Event.KeyEvent.bKeyDown;
+        if (char const special = isKey ? specialKey(event.Event.KeyEvent.wVirtualKeyCode) : 0)
+            return special;
         wchar_t const key = isKey ? event.Event.KeyEvent.uChar.UnicodeChar : L'\0';
         if (key > 0 && key < 0x80)
             return static_cast<char>(key);
