@@ -5,8 +5,12 @@
 #include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
 #include "oxtool/support/stop.h"
+#include "shared/platform/shared_segment.h"
 #include "shared/system/environment.h"
 #include "shared/system/shared_memory.h"
+#include "shared/text/native_path.h"
+
+#include <QJsonArray>
 
 #include <algorithm>
 #include <limits>
@@ -117,6 +121,20 @@ void showBytes(std::span<std::byte const> bytes, Report & report)
     }
 }
 
+/// Size of the lock byte and the reserved bytes before the data.
+constexpr std::size_t headerSize = 8;
+
+/// Returns the key in the name of a segment, "Global\OX_KEY_1234567".
+QString keyIn(QString const & name)
+{
+    QLatin1String const begin("OX_");
+    QLatin1String const end("_1234567");
+    QString key = name.mid(name.indexOf(begin) + begin.size());
+    if (key.endsWith(end))
+        key.chop(end.size());
+    return key;
+}
+
 void show(Options const & options, Report & report)
 {
     oxSharedMemory memory(recordKey(options.key));
@@ -141,6 +159,48 @@ void show(Options const & options, Report & report)
     showBytes(shown, report);
 }
 
+/// Lists the segments of the farm that a process has open.
+void list(Options const &, Report & report)
+{
+    using platform::SharedSegment;
+    auto const segments = SharedSegment::list("OX_");
+    if (!segments)
+        throw Failure(QStringLiteral("cannot list segments: %1").arg(reasonOf(segments.error())));
+    QJsonArray entries;
+    for (SharedSegment::Listed const & listed : *segments) {
+        SharedSegment segment;
+        QString const name = text::toQString(platform::systemText(listed.name));
+        auto const opened = segment.open(listed.name, listed.reach);
+        if (!opened && SharedSegment::isMissing(opened.error()))
+            continue;
+        bool const isMapped = opened && segment.map();
+        auto const size = isMapped ? segment.viewSize().value_or(0) : 0;
+        bool const isLocked = isMapped && *static_cast<unsigned char const *>(segment.view()) != 0;
+        QJsonObject entry{{QStringLiteral("name"), name},
+                          {QStringLiteral("key"), keyIn(name)},
+                          {QStringLiteral("global"), listed.reach == SharedSegment::Reach::Global}};
+        if (isMapped) {
+            entry.insert(QStringLiteral("size"), static_cast<qint64>(size - headerSize));
+            entry.insert(QStringLiteral("locked"), isLocked);
+        } else if (!opened) {
+            entry.insert(QStringLiteral("error"), reasonOf(opened.error()));
+        }
+        QString const state = !isMapped  ? QStringLiteral("not readable")
+                              : isLocked ? QStringLiteral("held")
+                                         : QStringLiteral("free");
+        if (entries.isEmpty())
+            report.text(QStringLiteral("       bytes  lock          segment"));
+        report.text(QStringLiteral("%1  %2  %3")
+                        .arg(isMapped ? qint64(size - headerSize) : 0, 12)
+                        .arg(state, -12)
+                        .arg(name));
+        entries.append(entry);
+    }
+    report.set(QStringLiteral("segments"), entries);
+    if (entries.isEmpty())
+        report.text(QStringLiteral("no segment"));
+}
+
 } // namespace
 
 Command sharedMemoryCommand()
@@ -155,8 +215,8 @@ Command sharedMemoryCommand()
     return {
         .name = "shm",
         .group = Group::Machine,
-        .summary = "Show, create or lock a shared memory segment",
-        .examples = {"oxtool shm show ClientState"},
+        .summary = "List, show, create or lock shared memory segments",
+        .examples = {"oxtool shm list", "oxtool shm show ClientState"},
         .subcommands = {
             {.name = "create",
              .summary = "Create a segment, and keep it until Ctrl-C",
@@ -183,6 +243,10 @@ Command sharedMemoryCommand()
                           .range = atLeast(0)},
                          jsonOption(options->json)},
              .run = reporting(options, show)},
+            {.name = "list",
+             .summary = "List the segments that a process has open, with size and lock",
+             .options = {jsonOption(options->json)},
+             .run = reporting(options, list)},
             {.name = "lock",
              .summary = "Lock a segment until Ctrl-C",
              .options = {key()},

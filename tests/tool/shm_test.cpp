@@ -6,7 +6,9 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QJsonArray>
 
+#include <algorithm>
 #include <cstring>
 
 using namespace ox::tests;
@@ -30,6 +32,14 @@ TEST_F(Shm, ShowsTheContentOfASegment)
     EXPECT_EQ(shown.status(), 0) << shown.errors().toStdString();
     for (char const * part : {"held", " 4A 6F 62 01 FF ", " Job.."})
         EXPECT_TRUE(shown.output().contains(text(part))) << part;
+
+    ToolRun list("shm list --json");
+    QJsonArray const segments = list.json().value(u"segments"_q).toArray();
+    EXPECT_TRUE(std::ranges::any_of(segments, [this](QJsonValue const & each) {
+        QJsonObject const segment = each.toObject();
+        return segment.value(u"key"_q) == key && segment.value(u"size"_q) == 4088 &&
+               segment.value(u"locked"_q).toBool();
+    })) << list.output().toStdString();
 
     memory.unlock();
     QJsonObject const json = ToolRun("shm show %1 --json", {key}).json();
