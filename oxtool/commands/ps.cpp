@@ -1,9 +1,15 @@
 #include "oxtool/commands/commands.h"
 #include "oxtool/support/failure.h"
-#include "oxtool/support/process_line.h"
+#include "oxtool/support/process_rows.h"
 #include "oxtool/support/report.h"
+#include "oxtool/support/styled.h"
+#include "shared/platform/program/console.h"
+#include "shared/platform/program/terminal.h"
 
 #include <QJsonArray>
+
+#include <algorithm>
+#include <iterator>
 
 namespace ox::tool
 {
@@ -11,59 +17,71 @@ namespace
 {
 
 struct Options {
-    QString name;
+    QString name; ///< positional argument
+    ProcessSelection selection;
     bool json = false;
 };
 
-double secondsOf(long long cpuTime)
+Failure nothingFound(ProcessSelection const & selection)
 {
-    return static_cast<double>(cpuTime) / 1e7;
+    if (selection.name.isEmpty() && selection.user.isEmpty())
+        return Failure(QStringLiteral("cannot list processes: the system returned none"));
+    QStringList conditions;
+    if (!selection.name.isEmpty())
+        conditions += QStringLiteral("no name begins with '%1'").arg(selection.name);
+    if (!selection.user.isEmpty())
+        conditions += QStringLiteral("no process of user '%1'").arg(selection.user);
+    return Failure(
+        QStringLiteral("cannot find a process: %1").arg(conditions.join(QLatin1String(" or "))),
+        Missing);
 }
 
-QJsonObject jsonOf(_oxProcessEntry const & entry)
+void show(std::vector<ProcessRow> const & rows, Report & report, bool asJson)
 {
-    return {{QStringLiteral("pid"), static_cast<qint64>(entry.pid)},
-            {QStringLiteral("parentPid"), static_cast<qint64>(entry.parentPid)},
-            {QStringLiteral("name"), QString(entry.name)},
-            {QStringLiteral("user"), QString(entry.user)},
-            {QStringLiteral("memMB"), entry.memMB},
-            {QStringLiteral("cpuSeconds"), secondsOf(entry.cpuTime)}};
+    bool const isTerminal = platform::isTerminal(stdout);
+    ProcessTable const table(0, isTerminal ? platform::terminalSize(stdout).columns : 0);
+    QJsonArray entries;
+    if (!asJson && !rows.empty())
+        writeStyledLine(table.heading(), Style::Heading);
+    for (ProcessRow const & row : rows) {
+        report.text(table.line(row));
+        if (asJson)
+            entries.append(jsonOf(row));
+    }
+    report.set(QStringLiteral("processes"), entries);
 }
 
 void list(Options const & options, Report & report)
 {
-    _oxString8_UnevenSize<25> prefix(options.name);
+    ProcessSelection selection = options.selection;
+    if (!options.name.isEmpty())
+        selection.name = options.name;
+    // The library compares names by their first 25 characters.
+    _oxString8_UnevenSize<25> prefix(selection.name);
     prefix.makeUpper();
+    ProcessSelection shortened = selection;
+    shortened.name = prefix;
     auto const processes = std::make_unique<_oxProcessList>();
     processes->collectProcesses(prefix);
     processes->initGetProcessInfo();
-    QJsonArray entries;
+    std::vector<ProcessRow> rows;
     int total = processes->total();
     for (int i = 0; i < processes->count; ++i) {
-        _oxProcessEntry const & entry = processes->entries[i];
+        ProcessRow row = readProcess(*processes, i);
         // The list contains the idle process for every prefix.
-        if (prefix.hasData() && !entry.name.startsWith(prefix)) {
+        if (matches(row, shortened))
+            rows.push_back(std::move(row));
+        else
             --total;
-            continue;
-        }
-        processes->getProcessInfo(i);
-        if (entries.isEmpty())
-            report.text(processHeading(QStringLiteral("    CPU s")));
-        report.text(processLine(
-            entry, QString::number(secondsOf(entry.cpuTime), 'f', 2).rightJustified(9)));
-        entries.append(jsonOf(entry));
     }
-    int const listed = static_cast<int>(entries.size());
+    applyOrder(rows, selection);
+    int const listed = static_cast<int>(rows.size());
+    show(rows, report, options.json);
     if (listed < total)
         report.text(processCount(listed, total));
-    report.set(QStringLiteral("processes"), entries);
     report.set(QStringLiteral("total"), total);
-    if (entries.isEmpty() && options.name.isEmpty())
-        throw Failure(QStringLiteral("cannot list processes: the system returned none"));
-    if (entries.isEmpty())
-        throw Failure(
-            QStringLiteral("cannot find a process: no name begins with '%1'").arg(options.name),
-            Missing);
+    if (rows.empty())
+        throw nothingFound(selection);
 }
 
 } // namespace
@@ -71,16 +89,25 @@ void list(Options const & options, Report & report)
 Command processesCommand()
 {
     auto const options = std::make_shared<Options>();
-    return {
+    Command command = {
         .name = "ps",
         .group = Group::Machine,
-        .summary = "List the processes with owner, memory and processor time",
+        .summary = "List the processes with owner, memory, processor time, start and command line",
+        .details = "On a terminal below 100 columns the name stands before the wide columns. The\n"
+                   "environment variable NO_COLOR switches colours off.",
         .options = {{.name = "NAME",
                      .help = "List only processes whose name begins with NAME, in any letter case",
                      .target = &options->name},
-                    jsonOption(options->json)},
-        .examples = {"oxtool ps render"},
+                    {.name = "--name",
+                     .valueName = "NAME",
+                     .help = "The same as NAME",
+                     .target = &options->selection.name,
+                     .excludes = "NAME"}},
+        .examples = {"oxtool ps render", "oxtool ps --user farm --sort memory --top 10"},
         .run = reporting(options, list)};
+    std::ranges::move(selectionOptions(options->selection), std::back_inserter(command.options));
+    command.options.push_back(jsonOption(options->json));
+    return command;
 }
 
 } // namespace ox::tool

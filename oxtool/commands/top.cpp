@@ -1,16 +1,21 @@
 #include "oxtool/commands/commands.h"
-#include "oxtool/support/process_line.h"
+#include "oxtool/support/process_rows.h"
 #include "oxtool/support/report.h"
 #include "oxtool/support/shown_text.h"
 #include "oxtool/support/stop.h"
+#include "oxtool/support/styled.h"
 #include "shared/platform/program/terminal.h"
 #include "shared/system/environment.h"
 #include "shared/system/sys_info.h"
 
-#include <QStringList>
+#include <QByteArrayList>
 
 #include <algorithm>
+#include <functional>
+#include <iterator>
+#include <tuple>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace ox::tool
@@ -22,6 +27,7 @@ struct Options {
     int intervalMs = 2000;
     double leastUsage = 0;
     int count = 0;
+    ProcessSelection selection{{}, {}, "cpu", 0};
 };
 
 /// Usage of the machine and of its processes between two samples.
@@ -36,8 +42,9 @@ class UsageMonitor
         list_->collectAllProcesses();
         list_->initGetProcessInfo();
         std::unordered_map<unsigned int, _ProcessWatch> watches;
+        rows_.clear();
         for (int i = 0; i < list_->count; ++i) {
-            list_->getProcessInfo(i);
+            ProcessRow row = readProcess(*list_, i);
             _oxProcessEntry const & entry = list_->entries[i];
             _ProcessWatch & watch = watches[entry.pid];
             auto const before = watches_.find(entry.pid);
@@ -48,54 +55,43 @@ class UsageMonitor
             watch.pid = entry.pid;
             watch.name = entry.name;
             watch.calcCPUUsage(list_.get(), i, info_->coreCount);
+            row.usage = static_cast<double>(watch.cpuUsage);
+            rows_.push_back(std::move(row));
         }
         watches_ = std::move(watches);
     }
 
-    /// Returns a line about the machine, the column titles, and the processes with at least this
-    /// usage, sorted by descending usage.
-    QStringList lines(double leastUsage) const
+    /// Returns a line about the machine.
+    QString machineLine() const
     {
-        QStringList lines{
-            QStringLiteral("%1  load %2 of %3 cores, %4 of %5 MiB free, %6")
-                .arg(timeText(_oxTime::currentTime().value), info_->cpuUsage.strSystemPerc())
-                .arg(info_->coreCount)
-                .arg(info_->freeMemoryMB)
-                .arg(info_->totalMemoryMB)
-                .arg(processCount(list_->count, list_->total())),
-            processHeading(QStringLiteral("CORE %   ALL %"))};
-        for (Row const & row : sortedByUsage(leastUsage)) {
-            double const share = row.usage / info_->coreCount;
-            lines += processLine(*row.entry, QString::number(row.usage, 'f', 1).rightJustified(6) +
-                                                 QString::number(share, 'f', 1).rightJustified(8));
-        }
-        return lines;
+        return QStringLiteral("%1  load %2 of %3 cores, %4 of %5 MiB free, %6")
+            .arg(timeText(_oxTime::currentTime().value), info_->cpuUsage.strSystemPerc())
+            .arg(info_->coreCount)
+            .arg(info_->freeMemoryMB)
+            .arg(info_->totalMemoryMB)
+            .arg(processCount(list_->count, list_->total()));
     }
 
-  private:
-    struct Row {
-        _oxProcessEntry const * entry;
-        double usage;
-    };
-
-    std::vector<Row> sortedByUsage(double leastUsage) const
+    /// Returns the selected processes with at least this usage in their order. Processes that are
+    /// equal in it are sorted by descending memory.
+    std::vector<ProcessRow> rows(double leastUsage, ProcessSelection const & selection) const
     {
-        std::vector<Row> rows;
-        for (int i = 0; i < list_->count; ++i) {
-            _oxProcessEntry const & entry = list_->entries[i];
-            double const usage = static_cast<double>(watches_.at(entry.pid).cpuUsage);
-            if (usage >= leastUsage)
-                rows.push_back({&entry, usage});
-        }
-        std::ranges::stable_sort(rows, [](Row const & a, Row const & b) {
-            return a.usage != b.usage ? a.usage > b.usage : a.entry->memMB > b.entry->memMB;
+        std::vector<ProcessRow> rows;
+        std::ranges::copy_if(rows_, std::back_inserter(rows), [&](ProcessRow const & row) {
+            return row.usage >= leastUsage && matches(row, selection);
         });
+        std::ranges::stable_sort(rows, std::greater(), &ProcessRow::memMB);
+        applyOrder(rows, selection);
         return rows;
     }
 
+    int coreCount() const { return info_->coreCount; }
+
+  private:
     std::unique_ptr<_oxProcessList> list_ = std::make_unique<_oxProcessList>();
     std::unique_ptr<_oxSysInfo> info_ = std::make_unique<_oxSysInfo>();
     std::unordered_map<unsigned int, _ProcessWatch> watches_;
+    std::vector<ProcessRow> rows_;
 };
 
 /// Returns whether another report follows this number of reports.
@@ -104,48 +100,96 @@ bool hasNextReport(Options const & options, int reports)
     return options.count == 0 || reports < options.count;
 }
 
-void draw(QStringList lines)
+/// Table on the terminal, whose keys change the order and the first row.
+class LiveView
 {
-    auto const size = platform::terminalSize(stdout);
-    if (lines.size() > size.rows - 1)
-        lines.erase(lines.begin() + std::max(1, size.rows - 1), lines.end());
-    lines += QStringLiteral("q: quit");
-    QString frame = QStringLiteral("\033[H");
-    for (QString & line : lines) {
-        frame += cutAtEnd(shownText(line), size.columns - 1) + QStringLiteral("\033[K\r\n");
-    }
-    frame.chop(2);
-    frame += QStringLiteral("\033[J");
-    QByteArray const bytes = frame.toUtf8();
-    writeOutput(bytes.constData(), bytes.size());
-    std::fflush(stdout);
-}
+  public:
+    explicit LiveView(Options const & options) : options_(options), selection_(options.selection) {}
 
-/// Waits for the key that ends the command. Returns whether it was pressed.
-bool waitForQuit(int withinMs)
-{
-    auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(withinMs);
-    while (auto const key = platform::waitForKey(end)) {
-        if (*key == 'q' || *key == 'Q' || *key == platform::endOfKeys)
-            return true;
+    /// Draws until the user quits.
+    void run()
+    {
+        // The first report appears early.
+        int waitMs = std::min(options_.intervalMs, 500);
+        for (; hasNextReport(options_, drawn_) && !waitForQuit(waitMs); ++drawn_) {
+            monitor_.sample();
+            draw();
+            waitMs = options_.intervalMs;
+        }
     }
-    return false;
-}
 
-/// Draws on the terminal until the user quits.
-void showLive(Options const & options)
-{
-    UsageMonitor monitor;
-    // The first report appears early.
-    int waitMs = std::min(options.intervalMs, 500);
-    for (int drawn = 0; hasNextReport(options, drawn) && !waitForQuit(waitMs); ++drawn) {
-        monitor.sample();
-        QStringList const lines = monitor.lines(options.leastUsage);
+  private:
+    /// Waits and handles keys. Returns whether the key that ends the command was pressed.
+    bool waitForQuit(int withinMs)
+    {
+        auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(withinMs);
+        while (auto const key = platform::waitForKey(end)) {
+            if (*key == 'q' || *key == 'Q' || *key == platform::endOfKeys)
+                return true;
+            if (handle(*key) && drawn_ > 0)
+                draw();
+        }
+        return false;
+    }
+
+    /// Handles a key. Returns whether it changes the view.
+    bool handle(char key)
+    {
+        for (auto const & [letter, sort] :
+             {std::pair('c', "cpu"), std::pair('m', "memory"), std::pair('i', "id"),
+              std::pair('n', "name"), std::pair('t', "time")}) {
+            if (key == letter)
+                selection_.sort = sort;
+        }
+        int const page = std::max(1, platform::terminalSize(stdout).rows - 4);
+        for (auto const & [special, letter, rows] :
+             {std::tuple(platform::upKey, 'k', -1), std::tuple(platform::downKey, 'j', 1),
+              std::tuple(platform::pageUpKey, 'b', -page),
+              std::tuple(platform::pageDownKey, ' ', page)}) {
+            if (key == special || key == letter)
+                first_ += rows;
+        }
+        return true;
+    }
+
+    void draw()
+    {
+        auto const size = platform::terminalSize(stdout);
+        auto const rows = monitor_.rows(options_.leastUsage, selection_);
+        int const shown = std::max(0, size.rows - 3);
+        first_ = std::clamp(first_, 0, std::max(0, static_cast<int>(rows.size()) - shown));
+        ProcessTable const table(monitor_.coreCount(), size.columns);
+        QByteArrayList lines = {cut(monitor_.machineLine(), size, Style::None),
+                                cut(table.heading(), size, Style::Heading)};
+        for (int i = first_; i < static_cast<int>(rows.size()) && i < first_ + shown; ++i) {
+            ProcessRow const & row = rows[static_cast<std::size_t>(i)];
+            constexpr double busy = 50; // percent of a core
+            lines += cut(table.line(row), size, row.usage >= busy ? Style::Busy : Style::None);
+        }
+        while (lines.size() > std::max(1, size.rows - 1))
+            lines.removeLast();
+        lines += cut(QStringLiteral("q: quit  sort by c: cpu  m: memory  i: id  n: name  t: time  "
+                                    "j, k, space, b: scroll"),
+                     size, Style::None);
+        QByteArray const frame = "\033[H" + lines.join("\033[K\r\n") + "\033[K\033[J";
         // A stop request restores the terminal. Nothing may be drawn after that.
-        deferStopRequests([&lines] { draw(lines); });
-        waitMs = options.intervalMs;
+        deferStopRequests([&frame] {
+            writeOutput(frame.constData(), frame.size());
+            std::fflush(stdout);
+        });
     }
-}
+
+    static QByteArray cut(QString const & line, platform::TerminalSize size, Style style)
+    {
+        return styled(cutAtEnd(shownText(line), size.columns - 1), style);
+    }
+
+    Options const & options_;
+    ProcessSelection selection_;
+    UsageMonitor monitor_;
+    int first_ = 0; ///< index of the first shown process
+    int drawn_ = 0;
+};
 
 void showPlain(Options const & options)
 {
@@ -155,8 +199,11 @@ void showPlain(Options const & options)
         monitor.sample();
         if (written > 0)
             writeLine(QString());
-        for (QString const & line : monitor.lines(options.leastUsage))
-            writeLine(line);
+        ProcessTable const table(monitor.coreCount(), 0);
+        writeLine(monitor.machineLine());
+        writeLine(table.heading());
+        for (ProcessRow const & row : monitor.rows(options.leastUsage, options.selection))
+            writeLine(table.line(row));
     }
 }
 
@@ -164,7 +211,7 @@ int show(Options const & options)
 {
     StopGuard guard;
     if (guard.acquire(platform::takeTerminal, platform::restoreTerminal))
-        showLive(options);
+        LiveView(options).run();
     else
         showPlain(options);
     return 0;
@@ -175,13 +222,14 @@ int show(Options const & options)
 Command topCommand()
 {
     auto const options = std::make_shared<Options>();
-    return {
+    Command command = {
         .name = "top",
         .group = Group::Machine,
         .summary = "Monitor processor usage per process",
         .details =
-            "On a terminal the table is redrawn in place; q or Ctrl-C ends the command. In a pipe\n"
-            "the reports follow each other.",
+            "On a terminal the table is redrawn in place. The keys c, m, i, n and t sort by cpu,\n"
+            "memory, id, name and time; the arrow keys, or j, k, space and b, scroll; q or Ctrl-C\n"
+            "ends the command. In a pipe the reports follow each other.",
         .options = {{.name = "--interval",
                      .letter = 'i',
                      .valueName = "TIME",
@@ -202,8 +250,15 @@ Command topCommand()
                      .target = &options->count,
                      .showsDefault = true,
                      .range = atLeast(0)}},
-        .examples = {"oxtool top --min 5"},
+        .examples = {"oxtool top --min 5", "oxtool top --user farm --sort memory --top 20"},
         .run = [options] { return show(*options); }};
+    command.options.push_back(
+        {.name = "--name",
+         .valueName = "NAME",
+         .help = "Show only processes whose name begins with NAME, in any letter case",
+         .target = &options->selection.name});
+    std::ranges::move(selectionOptions(options->selection), std::back_inserter(command.options));
+    return command;
 }
 
 } // namespace ox::tool

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QJsonArray>
 #include <QRegularExpression>
 
@@ -44,6 +45,24 @@ TEST(Processes, AreListedByNamePrefix)
         EXPECT_EQ(forPeople.status(), 0) << forPeople.errors().toStdString();
         EXPECT_TRUE(forPeople.output().contains(u" %1 "_q.arg(ownId)));
     }
+    ToolRun own("ps --name tool_t --sort id --top 1000 --json");
+    QJsonArray const sorted = own.json().value(u"processes"_q).toArray();
+    ASSERT_FALSE(sorted.isEmpty());
+    double previous = 0;
+    for (QJsonValue const & each : sorted) {
+        QJsonObject const process = each.toObject();
+        EXPECT_GE(process.value(u"pid"_q).toDouble(), previous);
+        previous = process.value(u"pid"_q).toDouble();
+        auto const started =
+            QDateTime::fromString(process.value(u"started"_q).toString(), Qt::ISODate);
+        EXPECT_LT(qAbs(started.secsTo(QDateTime::currentDateTimeUtc())), 3600);
+        EXPECT_TRUE(process.value(u"commandLine"_q).toString().contains(u"tool_tests"_q));
+    }
+    QString const user = sorted[0].toObject().value(u"user"_q).toString();
+    ToolRun first({u"ps"_q, u"-u"_q, user.toUpper(), u"-n"_q, u"1"_q, u"-s"_q, u"time"_q});
+    EXPECT_EQ(first.status(), 0);
+    EXPECT_TRUE(first.output().contains(u"1 of "_q)) << first.output().toStdString();
+    expectError("ps --user %1", {u"nobody at all"_q}, 5, u"no process of user 'nobody at all'"_q);
     expectError("ps %1", {u"no such\x1b"_q}, 5,
                 u"oxtool: cannot find a process: no name begins with 'no such\\u001B'"_q);
 }

@@ -18,6 +18,7 @@ class OnTerminal
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(u"SHELL"_q, u"/bin/sh"_q);
         environment.insert(u"TOOL"_q, QStringLiteral(OX_TOOL));
+        environment.insert(u"TERM"_q, u"xterm"_q);
         process_.setProcessEnvironment(environment);
         process_.start(u"script"_q, {u"-qec"_q, QString::fromLatin1(commands), u"/dev/null"_q});
     }
@@ -33,6 +34,12 @@ class OnTerminal
             shown_ += process_.readAll();
         shown_ += process_.readAll();
         return shown_.contains(text);
+    }
+    bool waitForNew(char const * text, QByteArray::size_type from)
+    {
+        while (!shown_.mid(from).contains(text) && process_.waitForReadyRead(10000))
+            shown_ += process_.readAll();
+        return shown_.mid(from).contains(text);
     }
     void press(char key)
     {
@@ -63,7 +70,8 @@ TEST(TopOnTerminal, IsDrawnInPlaceAndRestoresTheTerminal)
         {R"("$TOOL" top --interval 50 --count 2)", 'x', "status 0"},
     };
     for (auto const & [run, key, status] : ends) {
-        OnTerminal terminal(QByteArray("trap : INT; stty rows 10 columns 60; before=$(stty -g); ") +
+        OnTerminal terminal(QByteArray("export NO_COLOR=1; trap : INT; stty rows 10 columns 60; "
+                                       "before=$(stty -g); ") +
                             run +
                             R"(; echo status $?; test $before = $(stty -g) && echo restored)");
         EXPECT_TRUE(terminal.waitFor("q: quit")) << run << terminal.shown().data();
@@ -80,7 +88,30 @@ TEST(TopOnTerminal, IsDrawnInPlaceAndRestoresTheTerminal)
         EXPECT_EQ(view.count('\n'), 9) << view.data();
         for (QByteArray const & line : view.mid(view.indexOf("\033[H") + 3).split('\n'))
             EXPECT_LE(line.indexOf("\033[K"), 60) << line.data();
+        EXPECT_LT(view.indexOf("NAME"), view.indexOf("USER")) << view.data();
     }
+}
+
+TEST(TopOnTerminal, SortsAndScrollsByKeys)
+{
+    if (!hasTerminals())
+        GTEST_SKIP() << "there is no script with a pseudo-terminal";
+    OnTerminal terminal("stty rows 8 columns 90; for i in 1 2 3 4 5 6; do sleep 60 & done; "
+                        "\"$TOOL\" top --interval 1d; kill $(jobs -p); echo ended");
+    ASSERT_TRUE(terminal.waitFor("q: quit")) << terminal.shown().data();
+    EXPECT_TRUE(terminal.shown().contains("\033[1m    PID")) << terminal.shown().data();
+    QByteArray seen;
+    for (char const * const keys : {"i", "\033[B", "j", "\033[6~", "k", "c"}) {
+        auto const before = terminal.shown().size();
+        for (char const * key = keys; *key; ++key)
+            terminal.press(*key);
+        ASSERT_TRUE(terminal.waitForNew("q: quit", before)) << keys;
+        QByteArray const frame = terminal.shown().mid(before);
+        EXPECT_NE(frame, seen) << keys << frame.data();
+        seen = frame;
+    }
+    terminal.press('q');
+    EXPECT_TRUE(terminal.waitFor("ended"));
 }
 
 TEST(TopInPipe, EndsWithItsReader)
