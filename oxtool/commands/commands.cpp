@@ -7,12 +7,12 @@ namespace ox::tool
 
 std::vector<Command> allCommands()
 {
-    std::vector<Command> commands = {refreshCommand(), packCommand(),         unpackCommand(),
-                                     inspectCommand(), crcCommand(),          lockCommand(),
-                                     locksCommand(),   copyCommand(),         resumeCommand(),
-                                     syncCommand(),    listCommand(),         emptyCommand(),
-                                     replaceCommand(), infoCommand(),         processesCommand(),
-                                     topCommand(),     sharedMemoryCommand(), layoutCommand()};
+    std::vector<Command> commands = {
+        refreshCommand(), packCommand(),         unpackCommand(),    inspectCommand(),
+        crcCommand(),     lockCommand(),         locksCommand(),     copyCommand(),
+        resumeCommand(),  syncCommand(),         listCommand(),      emptyCommand(),
+        replaceCommand(), infoCommand(),         processesCommand(), topCommand(),
+        killCommand(),    sharedMemoryCommand(), layoutCommand()};
 #ifndef OX_NO_CRASH_HANDLER
     commands.push_back(crashTestCommand());
 #endif

@@ -17,6 +17,7 @@ Command crcCommand();
 Command emptyCommand();
 Command infoCommand();
 Command inspectCommand();
+Command killCommand();
 Command layoutCommand();
 Command listCommand();
 Command lockCommand();

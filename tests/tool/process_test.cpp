@@ -1,3 +1,4 @@
+#include "tests/support/this_build.h"
 #include "tests/tool/tool_run.h"
 
 #include <gtest/gtest.h>
@@ -65,6 +66,19 @@ TEST(Processes, AreListedByNamePrefix)
     expectError("ps --user %1", {u"nobody at all"_q}, 5, u"no process of user 'nobody at all'"_q);
     expectError("ps %1", {u"no such\x1b"_q}, 5,
                 u"oxtool: cannot find a process: no name begins with 'no such\\u001B'"_q);
+}
+
+TEST(Processes, AreEndedByIdAfterConfirmation)
+{
+    ToolRun victim("top --interval 1d");
+    QString const id = QString::number(victim.id());
+    expectError("kill %1", {id}, 2, u"confirm with --yes"_q);
+    expectError("kill %1 --yes", {u"no-such-process"_q}, 5, u"'no-such-process'"_q);
+    QJsonObject const json = ToolRun("kill %1 --yes --json", {id}).json();
+    EXPECT_EQ(json.value(u"processes"_q).toArray().at(0).toObject().value(u"pid"_q).toDouble(),
+              id.toDouble());
+    EXPECT_EQ(victim.status(), isWindows ? 1 : 128 + 15);
+    expectError("kill %1 -y", {id}, 5, id);
 }
 
 TEST(Processes, AreSortedByUsageFromTheMinimumOn)

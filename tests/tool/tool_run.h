@@ -32,6 +32,7 @@ class ToolRun
     /// Waits until the standard output contains a text. Returns false if the program ends without
     /// printing it.
     bool waitForOutput(char const * text);
+    qint64 id() const { return process_.processId(); }
     /// Sends a signal, given by its name, such as "TERM".
     void send(char const * signal);
     /// Waits until a condition is true. Returns false if the program ends first.
