@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the missing Debian packages for the build and for the given sets:
-#   scripts/setup.sh [build|test|docs|bench|format|fuzz|tidy|qt5|linux32|shares|kernel_shares|windows|abi]…
+#   scripts/setup.sh [build|test|docs|bench|format|fuzz|tidy|qt5|linux32|shares|kernel_shares|windows|abi|package]…
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -11,11 +11,14 @@ packages_of() {
     test) echo libgtest-dev gzip python3 util-linux libfuse3-dev fuse3 zsh fish mandoc groff-base ;;
     docs) echo doxygen doxygen-awesome-css python3 ;;
     bench) echo libbenchmark-dev libdeflate-dev libisal-dev libboost-dev libproc2-dev rsync rclone ;;
+    test) echo libgtest-dev gzip make python3 util-linux libfuse3-dev fuse3 ;;
+    bench) echo libbenchmark-dev libdeflate-dev libisal-dev libboost-dev libproc2-dev rsync ;;
     format) echo clang-format ;;
     fuzz) echo clang libclang-rt-dev llvm ;;
     tidy) echo clang-tidy-19 ;;
     qt5) echo qtbase5-dev ;;
     abi) echo abigail-tools ;;
+    package) echo dpkg-dev lintian mmdebstrap ;;
     linux32) echo g++-multilib googletest qt6-base-dev-tools dpkg-dev ;;
     shares)
       echo moosefs-master moosefs-chunkserver moosefs-client glusterfs-server glusterfs-client
@@ -26,7 +29,7 @@ packages_of() {
       echo g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev googletest dpkg-dev
       echo wine64 libc6-i386 lib32gcc-s1 qt6-base-dev-tools
       ;;
-    *) fail "unknown set '$1'; the sets are: build test docs bench format fuzz tidy qt5 linux32 shares kernel_shares windows abi" ;;
+    *) fail "unknown set '$1'; the sets are: build test docs bench format fuzz tidy qt5 linux32 shares kernel_shares windows abi package" ;;
   esac
 }
 

@@ -1,0 +1,177 @@
+#!/usr/bin/env bash
+# Builds packages into build/packages and tests each where it is used:
+#   scripts/package.sh [deb|source]…     default: both
+#   deb     Debian packages: installed into a minimal root, used by an application, and removed
+#   source  the source archive: the Debian packages that it builds in another folder have the same
+#           bytes
+# The minimal root is made once and kept in the cache folder. Making it needs root.
+set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+kinds=("$@")
+[ $# -gt 0 ] || kinds=(deb source)
+for kind in "${kinds[@]}"; do
+  [[ $kind =~ ^(deb|source)$ ]] || fail "unknown package '$kind'; the packages are: deb source"
+done
+
+packages=$root/build/packages
+mkdir -p "$packages"
+made=$(mktemp -d)
+trap 'rm -rf "$made"' EXIT
+# The time of the commit, which is also the time of the files of a source archive. It is the time of
+# all files in the packages.
+SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git -C "$root" log -1 --format=%ct 2>/dev/null ||
+  stat -c %Y "$root/shared/version.h")}
+export SOURCE_DATE_EPOCH TZ=UTC LC_ALL=C.UTF-8
+
+quietly() { # command…
+  "$@" >"$made/log" 2>&1 || { tail -n 40 "$made/log" >&2; fail "command failed: $*"; }
+}
+
+package_version() { sed -n 's/^#define OX_VERSION_[A-Z]* \([0-9]*\)$/\1/p' "$root/shared/version.h" | paste -sd .; }
+
+# Builds the Debian packages of a source folder.
+build_deb() { # source folder, folder for the packages
+  local build=$1/build/package package
+  (cd "$1" && quietly cmake --preset package && quietly cmake --build --preset package)
+  rm -rf "$build/_CPack_Packages" "$build"/*.*deb
+  (cd "$build" && quietly cpack -G DEB)
+  rm -f "$2"/*.deb
+  for package in "$build"/*.*deb; do
+    finish_deb "$package" "$2/$(basename "${package%.*deb}").deb"
+  done
+}
+
+# Packs a package again, as Debian's own tools do: a trigger in place of the scripts that call
+# ldconfig, and in a package of debug symbols a link to the documents of its package. The checksums
+# of cpack for debug symbols contain the path of the build.
+finish_deb() { # package of cpack, finished package
+  local files=$made/files name
+  rm -rf "$files"
+  dpkg-deb -R "$1" "$files"
+  rm -f "$files"/DEBIAN/post{inst,rm}
+  name=$(dpkg-deb -f "$1" Package)
+  if [[ $name == *-dbgsym ]]; then
+    mkdir -p "$files/usr/share/doc"
+    ln -s "${name%-dbgsym}" "$files/usr/share/doc/$name"
+    sed -i '/^Package-Type:/d' "$files/DEBIAN/control"
+    find "$files/usr" -type f -exec chmod 644 {} +
+  fi
+  (cd "$files" && find usr -type f -print0 | sort -z | xargs -0 md5sum >DEBIAN/md5sums)
+  quietly dpkg-deb --root-owner-group --threads-max=1 -z2 -b "$files" "$2"
+}
+
+# Makes the root: the smallest system with apt, and the tools of an application's build. The packages
+# that ours depend on are downloaded and not installed; what they depend on is, since it is much.
+make_root() { # folder
+  local codename sources=() file
+  codename=$(. /etc/os-release && echo "$VERSION_CODENAME")
+  for file in /etc/apt/sources.list /etc/apt/sources.list.d/*.{list,sources}; do
+    [ ! -s "$file" ] || sources+=("$file")
+  done
+  quietly mmdebstrap --mode=root --format=directory --variant=apt --skip=cleanup/apt \
+    --include=g++,cmake,make,pkg-config --dpkgopt=force-unsafe-io \
+    --customize-hook='chroot "$1" apt-get -qq -y --no-install-recommends install qt6-base-dev zlib1g-dev' \
+    --customize-hook='chroot "$1" apt-get -qq -y purge libqt6core6 zlib1g-dev' \
+    "$codename" "$1" "${sources[@]}"
+}
+
+# Runs in the root, with the packages and the examples in /test.
+test_in_root() {
+  set -euo pipefail
+  export DEBIAN_FRONTEND=noninteractive PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root
+  quietly() { "$@" >/tmp/log 2>&1 || { tail -n 40 /tmp/log >&2; echo "command failed: $*" >&2; exit 1; }; }
+  install_packages() {
+    quietly apt-get -y --no-install-recommends -o Dpkg::Options::=--force-unsafe-io install "$@"
+  }
+  list_files() { find / -xdev \( -path /test -o -path /tmp -o -path /var/cache -o -path /var/log \
+    -o -path /proc -o -path '/var/lib/dpkg/*-old' \) -prune -o -print | sort; }
+  cd /test
+
+  echo "== the tool alone"
+  install_packages /test/oxtool_*.deb
+  oxtool --version
+  quietly oxtool pack /etc/os-release /tmp/job.oxdb
+  quietly oxtool inspect /tmp/job.oxdb
+  quietly apt-get -y purge oxtool
+
+  echo "== an application"
+  install_packages /test/liboxshared-dev_*.deb /test/liboxshared7_*.deb
+  quietly cmake -S examples -B /tmp/examples -DCMAKE_BUILD_TYPE=Release
+  quietly cmake --build /tmp/examples
+  quietly make -C /tmp -f /test/examples/Makefile job_refresher
+  /tmp/examples/consumer/consumer
+  /tmp/job_refresher /tmp/job.oxdb 1
+  quietly apt-get -y purge liboxshared-dev liboxshared7
+
+  echo "== removal"
+  list_files >/tmp/before
+  install_packages /test/*.deb
+  ! list_files | diff -q /tmp/before - >/dev/null || { echo "no file is installed" >&2; exit 1; }
+  quietly apt-get -y purge oxtool liboxshared-dev liboxshared7 oxtool-dbgsym liboxshared7-dbgsym
+  list_files | diff /tmp/before - || { echo "the packages leave the files above" >&2; exit 1; }
+}
+
+# The name spaces end with their last process, and take the mounts with them. There is no network, so
+# apt takes every dependency from the root.
+test_deb() {
+  local store=$cache/debian-root key
+  key=$({ declare -f make_root; cat /etc/debian_version; } | sha256sum | cut -c 1-12)
+  mkdir -p "$store"
+  exec {lock}>"$store/lock"
+  flock "$lock"
+  if [ ! -d "$store/$key" ]; then
+    say "making the minimal root (once, some minutes)"
+    rm -rf "$store"/*.unfinished
+    make_root "$store/$key.unfinished"
+    mv "$store/$key.unfinished" "$store/$key"
+  fi
+  exec {lock}>&-
+
+  lintian --fail-on error --tag-display-limit 0 "$packages"/*.deb
+  mkdir "$made"/{layer,root}
+  { declare -f test_in_root; echo test_in_root; } >"$made/test.sh"
+  OX_LOWER=$store/$key OX_MADE=$made OX_ROOT=$root unshare --mount --net --pid --fork --kill-child bash -euc '
+    mount -t tmpfs tmpfs "$OX_MADE/layer"
+    mkdir "$OX_MADE"/layer/{upper,work}
+    mount -t overlay overlay -o "lowerdir=$OX_LOWER,upperdir=$OX_MADE/layer/upper,workdir=$OX_MADE/layer/work" "$OX_MADE/root"
+    mount -t proc proc "$OX_MADE/root/proc"
+    mkdir "$OX_MADE/root/test"
+    cp -R "$OX_ROOT"/build/packages/*.deb "$OX_ROOT/examples" "$OX_MADE/test.sh" "$OX_MADE/root/test/"
+    chroot "$OX_MADE/root" bash /test/test.sh'
+}
+
+package_deb() {
+  "$root/scripts/setup.sh" package
+  say "building the Debian packages"
+  build_deb "$root" "$packages"
+  deb_is_built=1
+  say "testing the Debian packages"
+  test_deb
+}
+
+# The compiler cache keeps the objects of the second folder separate, so each was compiled there.
+package_source() {
+  "$root/scripts/setup.sh" package
+  local name second=$root/build/package-source
+  name=oxshared-$(package_version)
+  say "building the source archive"
+  git -C "$root" archive --prefix="$name/" HEAD | gzip -9n >"$packages/$name.tar.gz"
+  rm -rf "$second"
+  mkdir -p "$second/packages"
+  tar -xf "$packages/$name.tar.gz" -C "$second"
+  say "building the Debian packages of the source archive"
+  CCACHE_NAMESPACE=package-source CCACHE_BASEDIR=$second/$name build_deb "$second/$name" "$second/packages"
+  [ -n "${deb_is_built:-}" ] || build_deb "$root" "$packages"
+  [ -z "$(git -C "$root" status --porcelain)" ] || say "the checkout has changes that are not in the archive"
+  local package
+  for package in "$packages"/*.deb; do
+    cmp "$package" "$second/packages/$(basename "$package")" || fail "two builds differ: $(basename "$package")"
+  done
+  rm -rf "$second"
+}
+
+for kind in "${kinds[@]}"; do
+  "package_$kind"
+done
+(cd "$packages" && sha256sum -- *)
