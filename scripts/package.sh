@@ -43,13 +43,14 @@ build_deb() { # source folder, folder for the packages
 }
 
 # Packs a package again, as Debian's own tools do: a trigger in place of the scripts that call
-# ldconfig, and in a package of debug symbols a link to the documents of its package. The checksums
-# of cpack for debug symbols contain the path of the build.
+# ldconfig, compressed manual pages, and in a package of debug symbols a link to the documents of its
+# package. The checksums of cpack for debug symbols contain the path of the build.
 finish_deb() { # package of cpack, finished package
   local files=$made/files name
   rm -rf "$files"
   dpkg-deb -R "$1" "$files"
   rm -f "$files"/DEBIAN/post{inst,rm}
+  [ ! -d "$files/usr/share/man" ] || find "$files/usr/share/man" -type f -exec gzip -9n {} +
   name=$(dpkg-deb -f "$1" Package)
   if [[ $name == *-dbgsym ]]; then
     mkdir -p "$files/usr/share/doc"
