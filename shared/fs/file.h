@@ -42,13 +42,13 @@ OX_EXPORT bool oxFileExists(QString name, _oxTime * time = nullptr, __int64 * si
 OX_EXPORT bool oxDirectoryExists(_oxString8_evenSize<500> const & path);
 /// Returns whether a folder exists; the path is an 8-bit string of capacity 250.
 OX_EXPORT bool oxDirectoryExists(_oxString8_evenSize<250> const & path);
-/// Returns whether a folder exists; the path is an 8-bit string of capacity 200.
+/// Returns whether the folder `path`, an 8-bit string of capacity 200, exists.
 OX_EXPORT bool oxDirectoryExists(_oxString8_evenSize<200> const & path);
-/// Returns whether a folder exists; the path is a wide string.
+/// Returns whether the folder `path`, a wide string, exists.
 OX_EXPORT bool oxDirectoryExists(_oxString<500> const & path);
-/// Returns whether a folder exists; the path is a QString of any length.
+/// Returns whether the folder `path`, a QString of any length, exists.
 OX_EXPORT bool oxDirectoryExists(QString const & path);
-/// Returns whether a folder exists; the path is zero-terminated. Null and a path of more than 500
+/// Returns whether the folder `path` (zero-terminated) exists. Null and a path of more than 500
 /// bytes give false.
 OX_EXPORT bool oxDirectoryExists(char const * path);
 

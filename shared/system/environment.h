@@ -22,13 +22,12 @@ OX_EXPORT _oxString8_evenSize<250> oxGetEnvironmentVariable8(_oxString8_evenSize
 /// are omitted.
 OX_EXPORT void oxGetEnvironmentVariableList(QStringList & names, QStringList & values);
 
-/// Returns the folder of the running executable with a separator at its end. Returns the folder of
-/// `argv0` instead if the path of the executable is not known or has up to 3 characters, or if its
-/// folder does not fit into 250 characters. `argv0` may be null or relative to the current folder.
-/// Returns the empty text if no folder is known or fits, since a cut path would name another
-/// folder. On Linux a path beyond Latin-1 is in UTF-8.
+/// Returns the executable's folder with a trailing separator. Falls back to the folder of `argv0`
+/// if the executable's path is unknown or has at most 3 characters, or if its folder has more than
+/// 250 bytes. `argv0` may be null or relative to the current folder. If that fails too, returns the
+/// empty text; a path is never truncated, since it would name another folder. On Linux a path
+/// beyond Latin-1 is in UTF-8.
 OX_EXPORT _oxString8_evenSize<250> oxApplicationPath(char * argv0);
-/// Sets `path` to the folder of the running executable, with a separator at its end. Returns
-/// whether a folder was found; `path` is empty otherwise. `argv0`, which may be null, is used if
-/// the system does not report the executable.
+/// Sets `path` to the folder that the other overload returns. Returns whether a folder was found;
+/// `path` is empty otherwise.
 OX_EXPORT bool oxApplicationPath(_oxString8_evenSize<250> & path, char * argv0);

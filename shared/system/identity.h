@@ -40,12 +40,12 @@ OX_EXPORT QString oxPrintedText(ox_AppType const & type);
 /// messages.
 OX_EXPORT QString oxPrintedText(_oxOS const & os);
 
-/// Returns "all", "win", "lx" or "mac"; empty for any other value. With `withBits` the word size of
-/// this build follows, "32" or "64", for every system.
+/// Returns "all", "win", "lx" or "mac"; empty for any other value. `withBits` appends the word size
+/// of this build, "32" or "64", to every name.
 OX_EXPORT QString OS2String_short(_oxOS const & os, bool const & withBits);
 
-/// Returns the short name of the running system: "lx". With `withBits` the word size of this build
-/// follows: "lx64".
+/// Returns the short name of the running system: "lx". `withBits` appends the word size of this
+/// build: "lx64".
 OX_EXPORT QString thisOS2String_short(bool const & withBits);
 
 /// Returns the short name of the running system with the word size of this build: "win32", "lx64".

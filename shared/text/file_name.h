@@ -21,7 +21,7 @@ namespace ox::text
 /// any other name from Latin-1. On Windows every name is decoded from Latin-1.
 OX_EXPORT QString fileNameText(std::string_view bytes);
 
-/// Converts a zero-terminated name from an 8-bit record. Null gives the empty name.
+/// Converts `bytes`, a zero-terminated name from an 8-bit record. Null gives the empty name.
 inline QString fileNameText(char const * bytes)
 {
     return bytes ? fileNameText(std::string_view(bytes)) : QString();
@@ -55,7 +55,7 @@ QString fileNameText(_oxString<N> const & name)
     return name;
 }
 
-/// Converts a name in zero-terminated UTF-16. Null gives the empty name.
+/// Converts `units` (zero-terminated UTF-16). Null gives the empty name.
 inline QString fileNameText(unsigned short const * units)
 {
     return QString(reinterpret_cast<QChar const *>(units));

@@ -79,21 +79,22 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
 
     /// Creates the empty string; sets all units to 0.
     _oxString() { this->clear(); }
-    /// Creates a string of one character, sign-extended.
+    /// Creates a string of the character `c`, sign-extended.
     _oxString(char const & c) : _oxString() { *this += c; }
-    /// Creates a string of zero-terminated bytes, sign-extended. Null gives the empty string.
+    /// Creates a string of `text` (zero-terminated bytes), sign-extended. Null gives the empty
+    /// string.
     _oxString(char const * text) : _oxString() { *this += text; }
-    /// Creates a string of len bytes, sign-extended, zeros included. Only the low 16 bits of len
-    /// count. Null gives the empty string.
+    /// Creates a string of the `len` bytes at `text`, sign-extended, zeros included. Only the low
+    /// 16 bits of `len` count. Null gives the empty string.
     _oxString(char const * text, int len) : _oxString()
     {
         if (text)
             assign(text, static_cast<std::uint16_t>(len), ox::text::copySignExtended);
     }
-    /// Copies zero-terminated UTF-16 units. Null gives the empty string.
+    /// Copies `text` (zero-terminated UTF-16). Null gives the empty string.
     _oxString(unsigned short const * text) : _oxString() { *this = text; }
-    /// Copies len UTF-16 units, zeros included. Only the low 16 bits of len count. Null gives the
-    /// empty string.
+    /// Copies the `len` UTF-16 units at `text`, zeros included. Only the low 16 bits of `len`
+    /// count. Null gives the empty string.
     _oxString(unsigned short const * text, int len) : _oxString()
     {
         if (text)
@@ -104,19 +105,19 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     /// Copies a QString. Memory behind the text is not cleared.
     _oxString(QString const & text) { *this = text; }
 
-    /// Assigns zero-terminated Latin-1 bytes.
+    /// Assigns `text` (zero-terminated Latin-1).
     /// Compatibility: null sets the length to 0 and keeps all units, even the first, since records
     /// are compared as memory.
     _oxString & operator=(char const * text)
     {
         return text ? assign(text, std::strlen(text)) : setSize(0);
     }
-    /// Assigns zero-terminated UTF-16 units. Null sets the length to 0 and keeps all units.
+    /// Assigns `text` (zero-terminated UTF-16). Null sets the length to 0 and keeps all units.
     _oxString & operator=(unsigned short const * text)
     {
         return text ? assign(text, ox::text::textLength(text)) : setSize(0);
     }
-    /// Assigns one UTF-16 unit.
+    /// Assigns the UTF-16 unit `c`.
     _oxString & operator=(unsigned short const & c) { return assign(&c, 1); }
     /// Assigns the Latin-1 bytes of a view.
     _oxString & operator=(std::string_view text) { return assign(text.data(), text.size()); }
@@ -125,9 +126,9 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     /// Assigns a QString.
     _oxString & operator=(QString const & text) { return assign(text.utf16(), text.size()); }
 
-    /// Appends as many of the zero-terminated Latin-1 bytes as fit. Null is ignored.
+    /// Appends as much of `text` (zero-terminated Latin-1) as fits. Null is ignored.
     _oxString & add(char const * text) { return text ? append(text, std::strlen(text)) : *this; }
-    /// Appends as many of the zero-terminated UTF-16 units as fit. Null is ignored.
+    /// Appends as much of `text` (zero-terminated UTF-16) as fits. Null is ignored.
     _oxString & add(unsigned short const * text)
     {
         return text ? append(text, ox::text::textLength(text)) : *this;
@@ -142,37 +143,37 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     {
         return append(text.value, text.size());
     }
-    /// Appends as many of the zero-terminated bytes as fit, sign-extended. Null is ignored.
+    /// Appends as much of `text` (zero-terminated bytes) as fits, sign-extended. Null is ignored.
     _oxString & operator+=(char const * text)
     {
         return text ? append(text, std::strlen(text), ox::text::copySignExtended) : *this;
     }
-    /// Appends one byte, sign-extended, if it fits.
+    /// Appends the byte `c`, sign-extended, if it fits.
     _oxString & operator+=(char const & c) { return append(&c, 1, ox::text::copySignExtended); }
-    /// Appends one UTF-16 unit, if it fits.
+    /// Appends the UTF-16 unit `c`, if it fits.
     _oxString & operator+=(char16_t const & c) { return *this += static_cast<unsigned short>(c); }
-    /// Appends as many of the zero-terminated UTF-16 units as fit. Null is ignored.
+    /// Appends as much of `text` (zero-terminated UTF-16) as fits. Null is ignored.
     _oxString & operator+=(unsigned short const * text) { return add(text); }
     /// Appends as many characters of a QString as fit.
     _oxString & operator+=(QString const & text) { return append(text.utf16(), text.size()); }
 
-    /// Returns a copy with zero-terminated UTF-16 units appended, cut at the capacity. Null is
+    /// Returns a copy with `text` (zero-terminated UTF-16) appended, cut at the capacity. Null is
     /// ignored.
     _oxString combined(unsigned short const * text) const { return _oxString(*this).add(text); }
 
-    /// Returns a copy with one byte appended, sign-extended, if it fits.
+    /// Returns a copy with the byte `c` appended, sign-extended, if it fits.
     _oxString operator+(char const & c) const { return _oxString(*this) += c; }
-    /// Returns a copy with one UTF-16 unit appended, if it fits.
+    /// Returns a copy with the UTF-16 unit `c` appended, if it fits.
     _oxString operator+(char16_t const & c) const { return _oxString(*this) += c; }
-    /// Returns the text followed by zero-terminated UTF-16 units, as a QString of unlimited length.
-    /// Null adds nothing.
+    /// Returns this text followed by `text` (zero-terminated UTF-16), as a QString of unlimited
+    /// length. Null adds nothing.
     QString operator+(unsigned short const * text) const
     {
         std::size_t const n = text ? ox::text::textLength(text) : 0;
         return QString(*this) + ox::text::toQString(text, static_cast<int>(n));
     }
 
-    /// Appends the decimal text of a number. A number of more than 13 characters leaves the string
+    /// Appends the decimal text of `number`. A number of more than 13 characters leaves the string
     /// unchanged.
     /// Compatibility: the farm's records are written with a buffer of 14 bytes for the number and
     /// its terminator.
@@ -182,41 +183,41 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
         return digits.length < 14 ? add(digits.text) : *this;
     }
 
-    /// Returns whether the text begins with the prefix, ignoring case by Qt's Unicode rules. Every
+    /// Returns whether the text begins with `prefix`, ignoring case by Qt's Unicode rules. Every
     /// text begins with the empty prefix.
     bool startsWith(QString const & prefix) const
     {
         return QString(*this).startsWith(prefix, Qt::CaseInsensitive);
     }
-    /// Returns whether the text ends with the suffix, ignoring case by Qt's Unicode rules. Every
-    /// text ends with the empty suffix.
+    /// Returns whether the text ends with `suffix`, ignoring case by Qt's Unicode rules. Every text
+    /// ends with the empty suffix.
     bool endsWith(QString const & suffix) const
     {
         return QString(*this).endsWith(suffix, Qt::CaseInsensitive);
     }
-    /// Returns whether the text contains the needle, ignoring case by Qt's Unicode rules.
+    /// Returns whether the text contains `needle`, ignoring case by Qt's Unicode rules.
     bool contains(QString const & needle) const
     {
         return QString(*this).contains(needle, Qt::CaseInsensitive);
     }
 
-    /// Returns whether the text contains a needle of zero-terminated UTF-16 units, ignoring the
-    /// case of ASCII letters.
+    /// Returns whether the text contains `needle` (zero-terminated UTF-16), ignoring the case of
+    /// ASCII letters.
     bool contains(unsigned short const * needle) const { return contains(_oxString(needle)); }
-    /// Returns whether the text begins with a prefix of zero-terminated UTF-16 units, ignoring the
-    /// case of ASCII letters. False for the empty prefix.
+    /// Returns whether the text begins with `prefix` (zero-terminated UTF-16), ignoring the case of
+    /// ASCII letters. False for the empty prefix.
     bool startsWith(unsigned short const * prefix) const
     {
         return prefix && this->hasAt(prefix, Base::Start);
     }
-    /// Returns whether the text begins with a prefix of zero-terminated UTF-16 units, exactly.
-    /// Every text that is not empty begins with the empty prefix.
+    /// Returns whether the text begins with `prefix` (zero-terminated UTF-16), exactly. Every text
+    /// that is not empty begins with the empty prefix.
     bool startsWithCaseSen(unsigned short const * prefix) const
     {
         return this->hasAtStartExactly(prefix);
     }
-    /// Returns whether the text ends with a suffix of zero-terminated UTF-16 units, ignoring the
-    /// case of ASCII letters. False for the empty suffix.
+    /// Returns whether the text ends with `suffix` (zero-terminated UTF-16), ignoring the case of
+    /// ASCII letters. False for the empty suffix.
     bool endsWith(unsigned short const * suffix) const
     {
         return suffix && this->hasAt(suffix, Base::End);
@@ -248,10 +249,10 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
 
     /// Returns the text as oxToOXUTF8 encodes it without the readable words, cut at 500 characters.
     _oxString8_evenSize<500> toOXUTF8() const { return ox::text::toTransportForm(*this); }
-    /// Assigns the text that oxFromOXUTF8 decodes from zero-terminated Latin-1 bytes. Null gives
+    /// Assigns the text that oxFromOXUTF8 decodes from `text` (zero-terminated Latin-1). Null gives
     /// the empty string.
     _oxString & fromOXUTF8(char const * text) { return *this = ox::text::fromTransportForm(text); }
-    /// Assigns UTF-8 text. Null gives the empty string.
+    /// Assigns `text` (zero-terminated UTF-8). Null gives the empty string.
     _oxString & fromUTF8(char const * text) { return *this = QString::fromUtf8(text); }
 
     /// A view of the text, valid until the string changes.
@@ -266,23 +267,23 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     /// Converts the text to a QString. A byte order mark is kept.
     operator QString() const { return ox::text::toQString(value, size()); }
 
-    /// Exact equality with a QString.
+    /// Exact equality with the QString `b`.
     friend bool operator==(_oxString const & a, QString const & b)
     {
         return a.size() == b.size() && ox::text::equal(a.value, b.utf16(), a.size());
     }
-    /// Exact equality with zero-terminated UTF-16 units. No text equals null.
+    /// Exact equality with `b` (zero-terminated UTF-16). No text equals null.
     friend bool operator==(_oxString const & a, unsigned short const * b)
     {
         return b && ox::text::textLength(b) == static_cast<std::size_t>(a.size()) &&
                ox::text::equal(a.value, b, a.size());
     }
-    /// Compares this text with a QString by the rules for two wide strings.
+    /// Compares `a` with the QString `b` by the rules for two wide strings.
     friend std::strong_ordering operator<=>(_oxString const & a, QString const & b)
     {
         return a.orderTo(b.utf16(), b.size());
     }
-    /// Compares this text with zero-terminated UTF-16 units by the rules for two wide strings. Null
+    /// Compares `a` with `b` (zero-terminated UTF-16) by the rules for two wide strings. Null
     /// counts as the empty text.
     friend std::strong_ordering operator<=>(_oxString const & a, unsigned short const * b)
     {

@@ -75,16 +75,17 @@ class String8 : public FixedText<S, Record>
 
     /// Creates the empty string; sets all characters to 0.
     String8() { this->clear(); }
-    /// Copies zero-terminated bytes and sets all characters behind them to 0. Null gives the empty
+    /// Copies `text` (zero-terminated) and sets all characters behind it to 0. Null gives the empty
     /// string.
     String8(char const * text) : String8() { *this = text; }
-    /// Copies len bytes, zeros included, and sets all characters behind them to 0. Only the low 16
-    /// bits of len count. Null gives the empty string.
+    /// Copies the `len` bytes at `text`, zeros included, and sets all characters behind them to 0.
+    /// Only the low 16 bits of `len` count. Null gives the empty string.
     String8(char const * text, int len) : String8()
     {
         fromChar(text, static_cast<std::uint16_t>(len));
     }
-    /// Copies the low bytes of zero-terminated UTF-16 units. Null gives the empty string.
+    /// Copies the low bytes of the units of `text` (zero-terminated UTF-16). Null gives the empty
+    /// string.
     String8(unsigned short const * text) : String8() { *this = text; }
     /// Copies the bytes of a view.
     explicit String8(std::string_view text) : String8() { *this = text; }
@@ -97,16 +98,16 @@ class String8 : public FixedText<S, Record>
     {
     }
 
-    /// Assigns zero-terminated bytes.
+    /// Assigns `text` (zero-terminated).
     /// Compatibility: null sets the length to 0 and keeps all bytes, even the first, since records
     /// are compared as memory.
     S & operator=(char const * text) { return text ? assign(text, std::strlen(text)) : setSize(0); }
     /// Assigns the bytes of a view.
     S & operator=(std::string_view text) { return assign(text.data(), text.size()); }
-    /// Assigns one character.
+    /// Assigns the character `c`.
     S & operator=(char const & c) { return assign(&c, 1); }
-    /// Assigns the low bytes of zero-terminated UTF-16 units. Null sets the length to 0 and keeps
-    /// all bytes.
+    /// Assigns the low bytes of the units of `text` (zero-terminated UTF-16). Null sets the length
+    /// to 0 and keeps all bytes.
     S & operator=(unsigned short const * text)
     {
         return text ? assign(text, textLength(text)) : setSize(0);
@@ -119,22 +120,23 @@ class String8 : public FixedText<S, Record>
     {
         return self() = wide.operator S();
     }
-    /// Assigns len bytes, zeros included. Null sets the length to 0 and keeps all bytes.
+    /// Assigns the `len` bytes at `text`, zeros included. Null sets the length to 0 and keeps all
+    /// bytes.
     S & fromChar(char const * text, int len)
     {
         return text ? assign(text, std::max(len, 0)) : setSize(0);
     }
 
-    /// Appends as many of the zero-terminated bytes as fit. Null is ignored.
+    /// Appends as much of `text` (zero-terminated) as fits. Null is ignored.
     S & add(char const * text) { return text ? append(text, std::strlen(text)) : self(); }
     /// Appends as many bytes of a view as fit.
     S & add(std::string_view text) { return append(text.data(), text.size()); }
-    /// Appends as many of the zero-terminated bytes as fit. Null is ignored.
+    /// Appends as much of `text` (zero-terminated) as fits. Null is ignored.
     S & operator+=(char const * text) { return add(text); }
-    /// Appends the low byte of a UTF-16 unit, if it fits.
+    /// Appends the low byte of the UTF-16 unit `c`, if it fits.
     S & operator+=(unsigned short const & c) { return *this += static_cast<char>(c); }
 
-    /// Appends the decimal text of a number and sets the length with `calcLength`. Leaves the
+    /// Appends the decimal text of `number` and sets the length with `calcLength`. Leaves the
     /// string unchanged if the text would then exceed capacity - 2 characters.
     /// Compatibility: every release of the farm keeps two characters free here.
     S & addNr(long long number)
@@ -161,14 +163,14 @@ class String8 : public FixedText<S, Record>
                           [](char c, char expected) { return toUpper(c) == expected; });
     }
 
-    /// Returns the first position >= `from` of the low byte of a UTF-16 unit, exactly, or -1. A
-    /// `from` outside the text counts as 0.
+    /// Returns the first position >= `from` of the low byte of the UTF-16 unit `c`, exactly, or -1.
+    /// A `from` outside the text counts as 0.
     int indexOf(unsigned short const & c, int from = 0) const
     {
         return indexOf(static_cast<char>(c), from);
     }
-    /// Returns the last position <= `from` of the low byte of a UTF-16 unit, exactly, or -1. A
-    /// `from` outside the text counts as its last position.
+    /// Returns the last position <= `from` of the low byte of the UTF-16 unit `c`, exactly, or -1.
+    /// A `from` outside the text counts as its last position.
     int lastIndexOf(unsigned short const & c, int from = -1) const
     {
         return lastIndexOf(static_cast<char>(c), from);
@@ -192,8 +194,8 @@ class String8 : public FixedText<S, Record>
             widenSystemText(value, size(), dst, std::min(dstSize - 1, size()) + 1);
     }
 
-    /// Exact equality with a QString, which is first converted to a string of this type. Characters
-    /// beyond the capacity are therefore not compared.
+    /// Exact equality with the QString `b`, which is first converted to a string of this type.
+    /// Characters beyond the capacity are therefore not compared.
     friend bool operator==(S const & a, QString const & b) { return a == S(b); }
 
     /// Prints the bytes of the text.

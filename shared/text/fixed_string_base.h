@@ -83,32 +83,32 @@ class FixedText : public Record
         terminateAt(zero < 0 ? capacity() : zero);
     }
 
-    /// Appends as much of a text as fits.
+    /// Appends as much of `other` as fits.
     S & add(S const & other) { return append(other.value, other.size()); }
-    /// Appends as many of n units as fit, zeros included. Null is ignored.
+    /// Appends as many of the `n` units at `text` as fit, zeros included. Null is ignored.
     S & add(Unit const * text, unsigned int n) { return text ? append(text, n) : self(); }
-    /// Appends as much of a text as fits.
+    /// Appends as much of `other` as fits.
     S & operator+=(S const & other) { return add(other); }
-    /// Appends one unit, if it fits.
+    /// Appends the unit `c`, if it fits.
     S & operator+=(Unit const & c) { return append(&c, 1); }
 
-    /// Returns a copy with the argument appended, cut at the capacity.
+    /// Returns a copy with `other` appended, cut at the capacity.
     S operator+(S const & other) const { return S(self()).add(other); }
-    /// Returns a copy with one unit appended, if it fits.
+    /// Returns a copy with the unit `c` appended, if it fits.
     S operator+(Unit const & c) const { return S(self()) += c; }
-    /// Returns a copy with zero-terminated bytes appended, cut at the capacity. Null is ignored.
+    /// Returns a copy with `text` (zero-terminated) appended, cut at the capacity. Null is ignored.
     S combined(char const * text) const { return S(self()).add(text); }
 
-    /// Returns the text followed by the argument, as a QString of unlimited length.
+    /// Returns this text followed by `text`, as a QString of unlimited length.
     QString operator+(QString const & text) const { return QString(self()) + text; }
-    /// Returns the text followed by zero-terminated Latin-1 bytes, as a QString of unlimited
+    /// Returns this text followed by `text` (zero-terminated Latin-1), as a QString of unlimited
     /// length.
     QString operator+(char const * text) const
     {
         return QString(self()) + QString::fromLatin1(text);
     }
 
-    /// Appends the decimal text of a number, padded with zeros to minDigits characters, as far as
+    /// Appends the decimal text of `number`, padded with zeros to `minDigits` characters, as far as
     /// they fit. The minus sign counts as a character.
     /// Compatibility: the zeros precede the minus sign, as in the farm's stored names: -5 with
     /// three digits is "0-5".
@@ -127,95 +127,96 @@ class FixedText : public Record
         return compareIgnoringCase<Unit>(value, size(), other.value, other.size());
     }
 
-    /// Returns whether both texts are equal, ignoring case.
+    /// Returns whether the text equals `other`, ignoring case.
     bool isEqual(S const & other) const { return isEqual(other.value, other.size()); }
-    /// Returns whether the text equals n units at a pointer, ignoring case.
+    /// Returns whether the text equals the `n` units at `text`, ignoring case.
     bool isEqual(Unit const * text, int n) const
     {
         return n == size() && (n == 0 || (text && equalIgnoringCase(value, text, n)));
     }
-    /// Returns whether the text equals n units at a pointer, exactly.
+    /// Returns whether the text equals the `n` units at `text`, exactly.
     bool isEqualSameCase(Unit const * text, int n) const
     {
         return n == size() && (n == 0 || (text && equal(value, text, n)));
     }
 
-    /// Returns the first position >= `from` of the needle, ignoring case, or -1. A wide string
+    /// Returns the first position >= `from` of `needle`, ignoring case, or -1. A wide string
     /// sign-extends a needle that is given as bytes.
     int indexOf(S const & needle, int from = 0) const
     {
         return search(needle, from, Case::Ignored);
     }
-    /// Returns the first position >= `from` of the needle, exactly, or -1. A wide string
-    /// sign-extends a needle that is given as bytes. Compatibility: a needle as long as the text is
-    /// compared ignoring case, since the farm's applications look up whole names this way.
+    /// Returns the first position >= `from` of `needle`, exactly, or -1. A wide string sign-extends
+    /// a needle that is given as bytes.
+    /// Compatibility: a needle as long as the text is compared ignoring case, since the farm's
+    /// applications look up whole names this way.
     int indexOfCaseSen(S const & needle, int from = 0) const
     {
         return search(needle, from, Case::Exact);
     }
-    /// Returns the first position >= `from` of a unit, exactly, or -1. A `from` outside the text
-    /// counts as 0.
+    /// Returns the first position >= `from` of the unit `c`, exactly, or -1. A `from` outside the
+    /// text counts as 0.
     int indexOf(Unit const & c, int from = 0) const
     {
         return findUnit<Unit>(value, size(), c, from);
     }
-    /// Returns the last position <= `from` of a unit, exactly, or -1. A `from` outside the text
-    /// counts as its last position.
+    /// Returns the last position <= `from` of the unit `c`, exactly, or -1. A `from` outside the
+    /// text counts as its last position.
     int lastIndexOf(Unit const & c, int from = -1) const
     {
         return findLastUnit<Unit>(value, size(), c, from);
     }
 
-    /// Returns whether the text contains the needle, ignoring case. Every text contains the empty
+    /// Returns whether the text contains `needle`, ignoring case. Every text contains the empty
     /// needle.
     bool contains(S const & needle) const { return indexOf(needle) >= 0; }
-    /// Returns whether the text contains zero-terminated Latin-1 bytes, ignoring case. Every text
-    /// contains the empty needle.
+    /// Returns whether the text contains `needle` (zero-terminated Latin-1), ignoring case. Every
+    /// text contains the empty needle.
     bool contains(char const * needle) const
     {
         S text;
         return contains(text = needle);
     }
-    /// Returns whether the text contains the unit, exactly.
+    /// Returns whether the text contains the unit `c`, exactly.
     bool contains(Unit const & c) const { return indexOf(c) >= 0; }
 
-    /// Returns whether the text begins with the prefix, ignoring case. No text begins with the
-    /// empty prefix.
+    /// Returns whether the text begins with `prefix`, ignoring case. No text begins with the empty
+    /// prefix.
     bool startsWith(S const & prefix) const { return startsWith(prefix.value, prefix.size()); }
-    /// Returns whether the text begins with zero-terminated Latin-1 bytes, ignoring case. No text
-    /// begins with the empty prefix.
+    /// Returns whether the text begins with `prefix` (zero-terminated Latin-1), ignoring case. No
+    /// text begins with the empty prefix.
     bool startsWith(char const * prefix) const { return prefix && hasAt(prefix, Start); }
-    /// Returns whether the text begins with n units at a pointer, ignoring case. No text begins
-    /// with the empty prefix.
+    /// Returns whether the text begins with the `n` units at `prefix`, ignoring case. No text
+    /// begins with the empty prefix.
     bool startsWith(Unit const * prefix, int n) const
     {
         return prefix && n > 0 && n <= size() && equalIgnoringCase(value, prefix, n);
     }
-    /// Returns whether the text begins with the unit, exactly.
+    /// Returns whether the text begins with the unit `c`, exactly.
     bool startsWith(Unit const & c) const { return hasData() && value[0] == c; }
-    /// Returns whether the text begins with the prefix, exactly. Every text that is not empty
-    /// begins with the empty prefix.
+    /// Returns whether the text begins with `prefix` (zero-terminated Latin-1), exactly. Every text
+    /// that is not empty begins with the empty prefix.
     bool startsWithCaseSen(char const * prefix) const { return hasAtStartExactly(prefix); }
 
-    /// Returns whether the text ends with the suffix, ignoring case. No text ends with the empty
+    /// Returns whether the text ends with `suffix`, ignoring case. No text ends with the empty
     /// suffix.
     bool endsWith(S const & suffix) const
     {
         int const n = suffix.size();
         return n > 0 && n <= size() && equalIgnoringCase(end() - n, suffix.value, n);
     }
-    /// Returns whether the text ends with zero-terminated Latin-1 bytes, ignoring case. No text
-    /// ends with the empty suffix.
+    /// Returns whether the text ends with `suffix` (zero-terminated Latin-1), ignoring case. No
+    /// text ends with the empty suffix.
     bool endsWith(char const * suffix) const { return suffix && hasAt(suffix, End); }
-    /// Returns whether the text ends with a zero-terminated suffix, ignoring case. False when n is
-    /// 0 or above the length.
-    /// Compatibility: the whole suffix is compared and not its first n units, since callers pass an
-    /// n that is not the length of the suffix.
+    /// Returns whether the text ends with `suffix` (zero-terminated), ignoring case. False when `n`
+    /// is 0 or above the length.
+    /// Compatibility: the whole suffix is compared and not its first `n` units, since callers pass
+    /// an `n` that is not the length of the suffix.
     bool endsWith(Unit const * suffix, int n) const
     {
         return suffix && n != 0 && n <= size() && hasAt(suffix, End);
     }
-    /// Returns whether the text ends with the unit, exactly.
+    /// Returns whether the text ends with the unit `c`, exactly.
     bool endsWith(Unit const & c) const { return hasData() && end()[-1] == c; }
 
     /// Removes the units 0, 9, 10, 13 and 32 from both ends.
@@ -235,22 +236,22 @@ class FixedText : public Record
     {
         return replaceText(before, after, Case::Exact);
     }
-    /// Replaces every unit that equals c, ignoring case, by `by`.
+    /// Replaces every unit that equals `c`, ignoring case, by `by`.
     S & replace(Unit const & c, Unit const & by)
     {
         replaceUnit<Unit>(value, size(), c, by);
         return self();
     }
 
-    /// Removes every occurrence of a text, ignoring case. An occurrence that a removal creates
+    /// Removes every occurrence of `text`, ignoring case. An occurrence that a removal creates
     /// stays. A wide string sign-extends an argument that is given as bytes.
     S & remove(S const & text) { return replaceText(text, S(), Case::Ignored); }
-    /// Removes every occurrence of a text. Searches with indexOfCaseSen: an argument as long as
-    /// this text is compared ignoring case, any other argument exactly.
+    /// Removes every occurrence of `text`. Searches with indexOfCaseSen: a `text` as long as this
+    /// text is compared ignoring case, any other `text` exactly.
     S & removeCaseSens(S const & text) { return replaceText(text, S(), Case::Exact); }
-    /// Removes every unit that equals c, ignoring case, and returns a copy of the result.
+    /// Removes every unit that equals `c`, ignoring case, and returns a copy of the result.
     S remove(Unit const & c) { return setSize(removeUnit<Unit>(value, size(), c)); }
-    /// Removes n units at position pos.
+    /// Removes `n` units at position `pos`.
     S & remove(int pos, int n)
     {
         pos = clampPosition(pos);
@@ -258,7 +259,7 @@ class FixedText : public Record
         return setSize(splice<Unit>(value, size(), capacity(), pos, n, nullptr, 0));
     }
 
-    /// Inserts a text at position pos; the result is cut at the capacity. A wide string
+    /// Inserts `text` at position `pos`; the result is cut at the capacity. A wide string
     /// sign-extends an argument that is given as bytes.
     S & insert(int pos, S const & text)
     {
@@ -268,14 +269,14 @@ class FixedText : public Record
                                     text.size()));
     }
 
-    /// Returns a copy of the n units from position pos.
+    /// Returns a copy of the `n` units from position `pos`.
     S mid(int pos, int n) const
     {
         pos = clampPosition(pos);
         S result;
         return result.add(value + pos, static_cast<unsigned>(std::clamp(n, 0, size() - pos)));
     }
-    /// Returns a copy of the first n units.
+    /// Returns a copy of the first `n` units.
     S left(int n) const { return mid(0, n); }
 
     /// Maps the ASCII letters to upper case.
@@ -298,7 +299,7 @@ class FixedText : public Record
             return equal(a.value, b.value, a.length);
         return a.isEqualSameCase(b.value, b.size());
     }
-    /// Exact equality with zero-terminated Latin-1 bytes. No text equals null.
+    /// Exact equality with `b` (zero-terminated Latin-1). No text equals null.
     friend bool operator==(S const & a, char const * b)
     {
         return b && std::strlen(b) == static_cast<std::size_t>(a.size()) &&
@@ -314,8 +315,8 @@ class FixedText : public Record
         std::strong_ordering const prefixes = order(a.value, b.value, shorter) <=> 0;
         return prefixes != 0 ? prefixes : a.size() <=> b.size();
     }
-    /// Compares the text with zero-terminated Latin-1 bytes by the rules for two strings. The bytes
-    /// may exceed the capacity. Null counts as the empty text.
+    /// Compares `a` with `b` (zero-terminated Latin-1) by the rules for two strings. `b` may be
+    /// longer than the capacity. Null counts as the empty text.
     friend std::strong_ordering operator<=>(S const & a, char const * b)
     {
         char const * const text = b ? b : "";
@@ -407,8 +408,8 @@ class FixedText : public Record
 
     enum Side : bool { Start, End };
 
-    /// Returns whether this text begins or ends with a zero-terminated text, ignoring case. False
-    /// if the zero-terminated text is empty.
+    /// Returns whether this text begins or ends with `text` (zero-terminated), ignoring case. False
+    /// if `text` is empty.
     template <typename From>
     bool hasAt(From const * text, Side side) const
     {
@@ -419,8 +420,8 @@ class FixedText : public Record
         return equalIgnoringCase(side == Start ? begin() : end() - count, text, count);
     }
 
-    /// Returns whether this text begins with a zero-terminated text, exactly. False when this text
-    /// is empty.
+    /// Returns whether this text begins with `text` (zero-terminated), exactly. False when this
+    /// text is empty.
     template <typename From>
     bool hasAtStartExactly(From const * text) const
     {

@@ -81,11 +81,11 @@ class OX_EXPORT _oxTime
     /// that occurs twice, the second occurrence is set. A time in a skipped hour is set one hour
     /// later.
     void fromDateTime(int second, int minute, int hour, int day, int month, int year);
-    /// Sets local midnight of a date, with its year unchanged. An invalid date gives -1.
+    /// Sets local midnight of a date, with its year unchanged. An invalid date sets -1.
     _oxTime & operator=(QDate const & date);
-    /// Sets a local time from date and time of day, as fromDateTime does but without clamping the
-    /// date. The time zone of the argument is ignored: convert a value in another zone with
-    /// `toLocalTime()` first. An invalid date gives -1.
+    /// Sets a local time from the date and the time of day of `dateTime`, as fromDateTime does, but
+    /// does not clamp the date. Ignores the time zone of `dateTime`: convert a value of another
+    /// zone with `toLocalTime()` first. An invalid date or time of day sets -1.
     _oxTime & operator=(QDateTime const & dateTime);
 
     /// Order by the seconds.
@@ -93,7 +93,7 @@ class OX_EXPORT _oxTime
 
     /// Sets `fields` to the local calendar fields.
     void to_tm(std::tm & fields) const { to_tm_Offset(fields, 0); }
-    /// Sets `fields` to the local calendar fields `add` seconds later.
+    /// Sets `fields` to the local calendar fields of this time plus `add` seconds.
     void to_tm_Offset(std::tm & fields, __int64 const & add) const;
     /// Converts to the local calendar fields.
     operator std::tm() const;
@@ -106,18 +106,18 @@ class OX_EXPORT _oxTime
     int month() const;
     /// The local day of the week, Monday 0 to Sunday 6.
     int weekDay() const;
-    /// The local day of the month `days` days later, 1 to 31.
+    /// The local day of the month of this time plus `days` days, 1 to 31.
     int dayOfMonth(__int64 days) const;
 
     /// Hour of the day by the measured offset: 0 to 23, or 0 to -23 before 1970.
     int getDayHour() const;
     /// Minute of the day by the measured offset: 0 to 1439, or 0 to -1439 before 1970.
     int getDayMinutes() const;
-    /// Second of the day by the measured offset `add` seconds later: 0 to 86399, or 0 to -86399
-    /// before 1970.
+    /// Second of the day of this time plus `add` seconds: 0 to 86399, or 0 to -86399 before 1970.
+    /// The local time uses the measured offset.
     int getDaySeconds(__int64 add) const;
-    /// Days since 1970 by the measured offset `add` seconds later. Negative before 1970, rounded
-    /// toward 0.
+    /// Number of local days from 1970-01-01 to this time plus `add` seconds, rounded toward 0;
+    /// negative before 1970. The local time uses the measured offset.
     int getTotalDays(__int64 add) const;
     /// Returns the time in local seconds, by the measured offset, truncated to signed 32 bits.
     /// Compatibility: the farm's records contain local times in 32 bits.
@@ -215,7 +215,7 @@ struct OX_EXPORT _oxTime32 {
     void setCurrentTime(__int64 add);
     /// Sets `fields` to the local calendar fields.
     void to_tm(std::tm & fields) const { _oxTime(*this).to_tm(fields); }
-    /// Sets `fields` to the local calendar fields `add` seconds later.
+    /// Sets `fields` to the local calendar fields of this time plus `add` seconds.
     void to_tm_Offset(std::tm & fields, __int64 const & add) const
     {
         _oxTime(*this).to_tm_Offset(fields, add);
