@@ -8,7 +8,8 @@ import time
 from shares import wait_until
 import support
 from support import (
-    KEPT, big_content, check, delay_of, equal, oxtool, reads, report, require, result_of)
+    KEPT, LOCKED, big_content, check, delay_of, equal, oxtool, reads, report, require,
+    result_of)
 
 
 NAMES = {
@@ -29,7 +30,7 @@ def run_until(stop, work):
 
 
 @check("a refresh during packs on the other machine gets a whole file",
-       sshfs="at times a CRC error")
+       sshfs="at times it fails")
 def refresh_during_packs(s):
     content = s.folder / "refresh-content"
     content.mkdir()
@@ -39,20 +40,26 @@ def refresh_during_packs(s):
         source.write_bytes(b"%d " % number * (20000 + 5000 * (number % 3)))
         oxtool("lock", s.a / "f", "--timeout", 60000, "--", support.tool, "pack", source, s.a / "f")
 
+    def pack_now_and_then(number):
+        pack(number + 1)
+        time.sleep(0.3)  # otherwise the refresh seldom finds a free lock
+
     pack(1)
     wait_until((s.b / "f").exists, 60, "the first file")
     stop = threading.Event()
     torn, end = 0, time.monotonic() + 60
     with concurrent.futures.ThreadPoolExecutor(1) as pool:
-        packing = pool.submit(run_until, stop, lambda number: pack(number + 1))
+        packing = pool.submit(run_until, stop, pack_now_and_then)
         try:
             for refreshed in range(1000):
                 packed = len(os.listdir(content))
                 if (refreshed >= 6 and packed >= 5) or time.monotonic() > end:
                     break
-                done = oxtool("refresh", s.b / "f", "--timeout", 60000, "--out",
+                done = oxtool("refresh", s.b / "f", "--timeout", 20000, "--out",
                               s.folder / "out", status=None)
-                if "CRC Error" in done.stderr:
+                # A cache can show new content at its previous size, and a lock that was released.
+                if done.returncode == LOCKED or any(
+                        text in done.stderr for text in ("CRC Error", "End of file")):
                     torn += 1
                     continue
                 equal(done.returncode, 0, done.stderr)
@@ -62,7 +69,7 @@ def refresh_during_packs(s):
         finally:
             stop.set()
         require(packing.result(90) > 1, "no pack has run")
-    return "at times a CRC error" if torn else KEPT
+    return "at times it fails" if torn else KEPT
 
 
 @check("a refresh gets what the other machine has packed before",
@@ -144,19 +151,25 @@ def sync_both_ways(s):
     equal(report("sync", master, s.a / "bin")["copied"], 12, "files copied to the share")
     wait_until(lambda: (s.b / "bin").is_dir(), 60, "the folder")
     equal(report("sync", s.b / "bin", local)["copied"], 12, "files copied from the share")
-    equal(report("sync", master, s.b / "bin")["upToDate"], 12, "files up to date on the share")
-    equal(report("sync", s.b / "bin", local)["upToDate"], 12, "files up to date")
+
+    def delay_until_up_to_date(source, target):
+        return delay_of(lambda _: None, attempts=1, is_seen=lambda _: report(
+            "sync", source, target)["upToDate"] == 12)
+
+    delays = [delay_until_up_to_date(master, s.b / "bin"),
+              delay_until_up_to_date(s.b / "bin", local)]
     (master / "f3").write_text("version 2 of this file")
     equal(report("sync", master, s.a / "bin")["copied"], 1, "changed files copied to the share")
     equal((s.a / "bin" / "f3_old").read_text(), "version 1 of 3", "the previous file")
+
     def follows(_):
         oxtool("sync", "--ends", "f3", s.b / "bin", local)
         return (local / "f3").read_text() == "version 2 of this file"
 
-    late = delay_of(lambda _: None, follows, attempts=1)
+    delays.append(delay_of(lambda _: None, follows, attempts=1))
     left = [name for name in os.listdir(s.a / "bin") if name.startswith(".oxshared")]
     equal(left, [], "temporary files")
-    return late
+    return next((delay for delay in delays if delay != KEPT), KEPT)
 
 
 @check("a folder filled by one machine is listed and emptied by the other", sshfs="up to 30 s late")
@@ -167,7 +180,7 @@ def list_and_empty(s):
         (folder / f"f{number:03}").write_text("x" * number)
     (folder / "below" / "g").write_text("x")
     wait_until((s.b / "many" / "below" / "g").exists, 60, "the last file")
-    listed = report("ls", "--sort", "--dirs", s.b / "many")["entries"]
+    listed = report("ls", "--sort", "name", "--dirs", s.b / "many")["entries"]
     equal([(entry["name"], entry.get("size")) for entry in listed if not entry["folder"]],
           [(f"f{number:03}", number) for number in range(60)], "the listing")
     equal([entry["name"] for entry in listed if entry["folder"]], ["below"], "the folders")

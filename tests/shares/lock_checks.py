@@ -5,7 +5,7 @@ import os
 
 from shares import wait_until
 from support import (
-    KEPT, THREE_HOURS, check, equal, holder, kill, lock_file, make_old, oxtool, report,
+    KEPT, LOCKED, THREE_HOURS, check, equal, holder, kill, lock_file, make_old, oxtool, report,
     require, seen_age)
 
 
@@ -44,7 +44,7 @@ def waiting(s):
         taken = oxtool("lock", s.b / "f", "--timeout", 60000, "--", "true")
         equal(process.wait(30), 0, "the holder's status")
     equal(taken.returncode, 0, "the waiter's status")
-    equal(refused.returncode, 1, "the impatient waiter's status")
+    equal(refused.returncode, LOCKED, "the impatient waiter's status")
     require("locked by" in refused.stderr, refused.stderr)
     equal([name for name in os.listdir(s.a) if "_lock" in name], [], "what is left")
     return KEPT
@@ -64,7 +64,7 @@ def status_of_killed(s):
     with holder(s.a / "f") as process:
         kill(process)
         status = report("lock", "--status", s.b / "f")
-        refused = oxtool("lock", s.b / "f", "--timeout", 250, "--", "true", status=1)
+        refused = oxtool("lock", s.b / "f", "--timeout", 250, "--", "true", status=LOCKED)
         require("locked by" in refused.stderr, refused.stderr)
     require(status["held"], "the lock file of a killed process is gone")
     return {False: KEPT, None: "cannot tell", True: "looks alive"}[status["live"]]
@@ -87,4 +87,20 @@ def old_lock_of_living(s):
         make_old(lock_file(s.a))
         wait_until(lambda: seen_age(s.b) > THREE_HOURS, 60, "the old time")
         taken = oxtool("lock", s.b / "f", "--timeout", 250, "--", "true", status=None)
-    return KEPT if taken.returncode == 1 else "the other machine removes it"
+    return KEPT if taken.returncode == LOCKED else "the other machine removes it"
+
+
+@check("a lock of a living process is not broken, that of a killed one is",
+       sshfs="every lock is broken", sshfs_uncached="every lock is broken")
+def broken_lock(s):
+    with holder(s.a / "f") as process:
+        refused = oxtool("lock", "--break", s.b / "f", status=None)
+        if refused.returncode == 0:
+            return "every lock is broken"
+        equal(refused.returncode, LOCKED, "the status of the refusal")
+        require(process.poll() is None, "the holder has ended")
+    with holder(s.a / "f") as process:
+        kill(process)
+        oxtool("lock", "--break", s.b / "f")
+    oxtool("lock", s.b / "f", "--timeout", 0, "--", "true")
+    return KEPT

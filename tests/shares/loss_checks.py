@@ -6,8 +6,8 @@ import time
 
 from shares import wait_until
 from support import (
-    KEPT, THREE_HOURS, big_content, check, equal, holder, kill, lock_file, make_old, output_of,
-    oxtool, report, require, seen_age, start)
+    KEPT, LOCKED, THREE_HOURS, big_content, check, equal, holder, kill, lock_file, make_old,
+    output_of, oxtool, report, require, seen_age, start)
 
 
 def lose(s, seconds):
@@ -77,7 +77,7 @@ def loss_of_flock(s):
         wait_until(lambda: seen_age(s.b) > THREE_HOURS, 60, "the old time")
         taken = oxtool("lock", s.b / "f", "--timeout", 250, "--", "true", status=None)
         require(process.poll() is None, output_of(process))
-    return KEPT if taken.returncode == 1 else "the other machine removes it"
+    return KEPT if taken.returncode == LOCKED else "the other machine removes it"
 
 
 @check("a refresh waits for the server",

@@ -22,6 +22,7 @@ from shares import descendants, wait_until
 KEPT = "kept"
 CHECKS = []
 THREE_HOURS = 3 * 60 * 60
+LOCKED = 4  # exit status of the tool when another process holds the lock
 tool = None  # path of the tool, set by run.py
 
 
