@@ -1,0 +1,135 @@
+#!/usr/bin/env python3
+"""Measures a lock that many machines want at the same time:
+    benchmarks/lock_crowd.py TOOL FAULT_FS [--machines N]… [--delay MS] [--hold MS] [--turns N]
+
+Each machine is one process with one mount of its own: the slow file system of the tests (fault_fs) over
+a folder in memory, which delays and counts each request. A machine waits for the lock, holds it, and
+wants it again at once, a number of turns. Prints, for each number of machines: the time between the
+release by one machine and the next hold, the waits, and the requests that reach the server.
+
+Everything runs in name spaces for mounts and processes, which end with the first process."""
+
+import argparse
+import os
+import pathlib
+import signal
+import statistics
+import struct
+import subprocess
+import sys
+import time
+
+SPACES = ["unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc"]
+INSIDE = "OX_INSIDE_NAME_SPACES"
+WORK = pathlib.Path("/run/crowd")
+CONTROL_SIZE = 64
+REQUESTS_AT = 16  # FaultControl::requests
+
+
+class Machine:
+    """A mount of the common folder."""
+
+    def __init__(self, name, options):
+        self.folder = WORK / "machines" / name
+        self.mount = self.folder / "mount"
+        self.mount.mkdir(parents=True)
+        self.control = self.folder / "control"
+        self.control.write_bytes(bytes(CONTROL_SIZE))
+        self.server = subprocess.Popen(
+            [options.fault_fs, "--delay", str(options.delay * 1000), "--control", self.control,
+             WORK / "data", self.mount])
+
+    def is_ready(self):
+        return self.control.read_bytes()[0] == 1
+
+    def requests(self):
+        return struct.unpack_from("Q", self.control.read_bytes(), REQUESTS_AT)[0]
+
+    def end(self):
+        self.server.terminate()
+        self.server.wait()
+
+
+def turns_of(machine, options, start, log):
+    """What the process of a machine does. It writes a line for each turn: when it began to wait,
+    when it held the lock, when it released it, in seconds."""
+    script = f"date +%s.%N; sleep {options.hold / 1000}; date +%s.%N"
+    time.sleep(max(start - time.time(), 0))
+    for _ in range(options.turns):
+        began = time.time()
+        done = subprocess.run(
+            [options.tool, "lock", machine.mount / "f", "--timeout", "600000", "--",
+             "sh", "-c", script], stdout=subprocess.PIPE, text=True, check=True)
+        os.write(log, f"{began} {' '.join(done.stdout.split())}\n".encode())
+
+
+def run_crowd(count, options):
+    machines = [Machine(f"{count}-{number}", options) for number in range(count)]
+    while not all(machine.is_ready() for machine in machines):
+        time.sleep(0.1)
+    name = WORK / "log"
+    log = os.open(name, os.O_WRONLY | os.O_CREAT | os.O_TRUNC | os.O_APPEND)
+    start = time.time() + 1 + count / 100
+    before = sum(machine.requests() for machine in machines)
+    processes = []
+    for machine in machines:
+        process = os.fork()
+        if process == 0:
+            turns_of(machine, options, start, log)
+            os._exit(0)
+        processes.append(process)
+    if any(os.waitpid(process, 0)[1] for process in processes):
+        raise RuntimeError("a machine has failed")
+    requests = sum(machine.requests() for machine in machines) - before
+    os.close(log)
+    for machine in machines:
+        machine.end()
+    return [tuple(map(float, line.split())) for line in name.read_text().splitlines()], requests
+
+
+def show(count, turns, requests):
+    turns.sort(key=lambda turn: turn[1])
+    for one, following in zip(turns, turns[1:]):
+        if following[1] < one[2]:
+            raise RuntimeError("two machines had the lock at the same time")
+    # At the end fewer machines wait than there are.
+    crowded = turns[:-count] if len(turns) > count else turns
+    gaps = [following[1] - one[2] for one, following in zip(crowded, crowded[1:])]
+    waits = [held - began for began, held, _ in crowded]
+    seconds = turns[-1][2] - turns[0][0]
+    print(f"| {count} | {len(turns)} | {1000 * statistics.median(gaps):.0f} "
+          f"| {1000 * sorted(gaps)[len(gaps) * 95 // 100]:.0f} | {len(turns) / seconds:.1f} "
+          f"| {statistics.mean(waits):.1f} | {max(waits):.1f} "
+          f"| {max(waits) / statistics.mean(waits):.1f} | {requests / seconds:.0f} |", flush=True)
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("tool")
+    parser.add_argument("fault_fs")
+    parser.add_argument("--machines", type=int, action="append")
+    parser.add_argument("--delay", type=int, default=2, help="of each request, in ms")
+    parser.add_argument("--hold", type=int, default=50, help="time of a hold, in ms")
+    parser.add_argument("--turns", type=int, default=3, help="holds of each machine")
+    options = parser.parse_args()
+    if INSIDE not in os.environ:
+        signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
+        inside = subprocess.Popen([*SPACES, sys.executable, *sys.argv],
+                                  env=dict(os.environ, **{INSIDE: "1"}))
+        try:
+            return inside.wait()
+        finally:
+            inside.kill()
+    subprocess.run("mount -t tmpfs none /run".split(), check=True)
+    (WORK / "data").mkdir(parents=True)
+    print(f"{options.delay} ms a request, {options.hold} ms a hold")
+    print("| machines | holds | hand-over ms, median | 95 % | holds a second | mean wait s "
+          "| longest | longest / mean | requests a second |")
+    print("|---" * 9 + "|")
+    for count in options.machines or (1, 10, 50, 100, 200):
+        show(count, *run_crowd(count, options))
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
