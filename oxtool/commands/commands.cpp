@@ -1,6 +1,7 @@
 #include "oxtool/commands/commands.h"
 
 #include "oxtool/support/buffer_file.h"
+#include "oxtool/support/path_map.h"
 
 namespace ox::tool
 {
@@ -8,14 +9,17 @@ namespace ox::tool
 std::vector<Command> allCommands()
 {
     std::vector<Command> commands = {
-        refreshCommand(), packCommand(),         unpackCommand(),    inspectCommand(),
-        crcCommand(),     lockCommand(),         locksCommand(),     copyCommand(),
-        resumeCommand(),  syncCommand(),         listCommand(),      emptyCommand(),
-        replaceCommand(), infoCommand(),         processesCommand(), topCommand(),
-        killCommand(),    sharedMemoryCommand(), layoutCommand()};
+        refreshCommand(), packCommand(), unpackCommand(),       inspectCommand(),
+        crcCommand(),     lockCommand(), locksCommand(),        copyCommand(),
+        resumeCommand(),  syncCommand(), listCommand(),         emptyCommand(),
+        replaceCommand(), pathCommand(), infoCommand(),         processesCommand(),
+        topCommand(),     killCommand(), sharedMemoryCommand(), layoutCommand(),
+    };
 #ifndef OX_NO_CRASH_HANDLER
     commands.push_back(crashTestCommand());
 #endif
+    for (Command & command : commands)
+        acceptStoredPaths(command);
     return commands;
 }
 

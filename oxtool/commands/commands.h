@@ -23,6 +23,7 @@ Command listCommand();
 Command lockCommand();
 Command locksCommand();
 Command packCommand();
+Command pathCommand();
 Command processesCommand();
 Command refreshCommand();
 Command replaceCommand();

@@ -4,8 +4,8 @@
 #include "oxtool/support/held_lock.h"
 #include "oxtool/support/names.h"
 #include "oxtool/support/output_file.h"
+#include "oxtool/support/path_map.h"
 #include "oxtool/support/report.h"
-#include "oxtool/support/stored_path.h"
 
 #include <optional>
 
@@ -16,7 +16,6 @@ namespace
 
 struct Options {
     QString storedPath;
-    std::vector<RootMapping> mappings;
     int timeoutMs = 10000;
     QString out;
     bool json = false;
@@ -57,7 +56,7 @@ class Refresh
     void convertPath()
     {
         QString const & stored = options_.storedPath;
-        LocalPath const local = localPath(stored, options_.mappings);
+        LocalPath const local = localPath(stored, rootMappings());
         path_ = local.path;
         report_.set(QStringLiteral("storedPath"), stored);
         report_.set(QStringLiteral("localPath"), path_);
@@ -132,13 +131,6 @@ Command refreshCommand()
                      .help = "Path in Windows, Linux or Mac form",
                      .target = &options->storedPath,
                      .isRequired = true},
-                    {.name = "--map",
-                     .valueName = "STORED_ROOT=LOCAL_ROOT",
-                     .help = "Map a stored root to a local folder; the longest match wins",
-                     .target =
-                         [options](QString const & text) {
-                             return parseRootMapping(text, options->mappings.emplace_back());
-                         }},
                     timeoutOption(options->timeoutMs),
                     {.name = "--out",
                      .letter = 'o',

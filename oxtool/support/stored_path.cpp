@@ -63,9 +63,9 @@ LocalPath localPath(QString const & storedPath, std::vector<RootMapping> const &
         }
     }
     if (!best)
-        return {oxConvertPDToOS(storedPath), QString()};
+        return {oxConvertPDToOS(storedPath), QString(), QString()};
     QString const local = withoutTrailingSlashes(withSlashes(best->localRoot));
-    return {oxConvertPDToOS(local + path.mid(bestRoot.size())), best->storedRoot};
+    return {oxConvertPDToOS(local + path.mid(bestRoot.size())), best->storedRoot, best->source};
 }
 
 } // namespace ox::tool

@@ -11,6 +11,7 @@ namespace ox::tool
 struct RootMapping {
     QString storedRoot;
     QString localRoot;
+    QString source = {}; ///< where the mapping comes from, for messages
 };
 
 /// Parses "STORED_ROOT=LOCAL_ROOT", split at the first "=".
@@ -21,6 +22,7 @@ bool parseRootMapping(QString const & text, RootMapping & mapping);
 struct LocalPath {
     QString path;
     QString storedRoot; ///< root of the mapping that applied; empty if none
+    QString source;     ///< source of that mapping
 };
 
 /// Replaces the stored root of a path by the local root, and the separators by this system's. The

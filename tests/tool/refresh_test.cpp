@@ -56,6 +56,33 @@ TEST_F(Refresh, MapsTheLongestMatchingRoot)
     }
 }
 
+TEST_F(Refresh, SharesItsMappingsWithAllCommands)
+{
+    Share const config;
+    QDir().mkpath(config.path(u"oxtool"_q));
+    config.write(u"oxtool/oxtool.conf"_q,
+                 "# comment\nmap = \\\\farm\\conf=/conf\nmap = P:\\=/other\n");
+    auto const run = [&](char const * command) {
+        return toolShell().printed((std::string("export XDG_CONFIG_HOME=\"$1\" OXTOOL_MAP='P:\\=/p:"
+                                                "\\\\farm\\env=/env:'\"$2\"; \"$0\" ") +
+                                    command + " 2>&1; echo $?")
+                                       .c_str(),
+                                   {config.path(), u"//vol="_q + share.path()});
+    };
+    for (auto const & [stored, local] :
+         {std::pair("'\\\\farm\\env\\a'", "/env/a"), std::pair("'p:\\a'", "/p/a"),
+          std::pair("'\\\\FARM\\conf\\a'", "/conf/a"), std::pair("'a\\b'", "a\\b"),
+          std::pair("'\\\\farm\\x'", "//farm/x"),
+          std::pair("--map '\\\\farm\\env=/first' '\\\\farm\\env\\a'", "/first/a")}) {
+        QString const shown = run((std::string("path ") + stored).c_str());
+        EXPECT_TRUE(shown.contains(u"path             "_q + text(local) + u'\n'))
+            << shown.toStdString();
+    }
+    EXPECT_TRUE(run("crc '\\\\vol\\job17.oxdb'").endsWith(u"job17.oxdb\n0\n"_q));
+    config.write(u"oxtool/oxtool.conf"_q, "map = x\n");
+    EXPECT_TRUE(run("ls .").contains(u"oxtool.conf, line 1: "_q));
+}
+
 TEST_F(Refresh, ReportsTheReasonAndChangesNothing)
 {
     QByteArray lying = goldenFile("text.oxns");
