@@ -9,11 +9,12 @@ namespace ox::tool
 std::vector<Command> allCommands()
 {
     std::vector<Command> commands = {
-        refreshCommand(), packCommand(), unpackCommand(),       inspectCommand(),
-        crcCommand(),     lockCommand(), locksCommand(),        copyCommand(),
-        resumeCommand(),  syncCommand(), listCommand(),         emptyCommand(),
-        replaceCommand(), pathCommand(), infoCommand(),         processesCommand(),
-        topCommand(),     killCommand(), sharedMemoryCommand(), layoutCommand(),
+        refreshCommand(),   packCommand(),    unpackCommand(), inspectCommand(),
+        verifyCommand(),    crcCommand(),     lockCommand(),   locksCommand(),
+        copyCommand(),      resumeCommand(),  syncCommand(),   listCommand(),
+        emptyCommand(),     replaceCommand(), pathCommand(),   infoCommand(),
+        processesCommand(), topCommand(),     killCommand(),   sharedMemoryCommand(),
+        layoutCommand(),
     };
 #ifndef OX_NO_CRASH_HANDLER
     commands.push_back(crashTestCommand());

@@ -32,6 +32,7 @@ Command sharedMemoryCommand();
 Command syncCommand();
 Command topCommand();
 Command unpackCommand();
+Command verifyCommand();
 
 // Options of several commands.
 Option jsonOption(bool & json);

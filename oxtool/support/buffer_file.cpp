@@ -97,7 +97,7 @@ bool isInGzip(Format format)
     return format == Format::Compressed || format == Format::Gzip;
 }
 
-Format formatOf(QString const & path)
+std::optional<Format> detectFormat(QString const & path)
 {
     auto const bytes = bytesAt(path, 0, 4 + headerSize);
     if (!bytes)
@@ -106,11 +106,18 @@ Format formatOf(QString const & path)
     if (bytes->startsWith("\x1F\x8B"))
         return formatInGzip(path);
     if (!bytes->startsWith("oxDB"))
-        throw loadFailure(path, WrongMagic);
+        return std::nullopt;
     _OX_DataBuffer start;
     std::memcpy(headerOf(start), bytes->constData() + 4,
                 static_cast<std::size_t>(bytes->size() - 4));
     return start.isCompressed == 1 ? Format::CompressAndSave : Format::Plain;
+}
+
+Format formatOf(QString const & path)
+{
+    if (auto const format = detectFormat(path))
+        return *format;
+    throw loadFailure(path, WrongMagic);
 }
 
 platform::Result<QByteArray> bytesAt(QString const & path, std::int64_t position, int count)
@@ -142,6 +149,11 @@ char * headerOf(_OX_DataBuffer & buffer)
 void loadBufferFile(QString const & path, Format format, _OX_DataBuffer & buffer)
 {
     Progress const progress(QStringLiteral("Loading %1").arg(path));
+    loadQuietly(path, format, buffer);
+}
+
+void loadQuietly(QString const & path, Format format, _OX_DataBuffer & buffer)
+{
     switch (format) {
     case Format::Compressed:
         buffer.loadFromFileCompressed(path, true);
@@ -171,6 +183,11 @@ void loadPlainFile(QString const & path, _OX_DataBuffer & buffer,
 void decompressPayload(QString const & path, _OX_DataBuffer & loaded, _OX_DataBuffer & payload)
 {
     Progress const progress(QStringLiteral("Decompressing %1").arg(path));
+    decompressQuietly(path, loaded, payload);
+}
+
+void decompressQuietly(QString const & path, _OX_DataBuffer & loaded, _OX_DataBuffer & payload)
+{
     loaded.decompressTo(payload, nullptr);
     if (loaded.error != 0) // decompressTo also returns false for an empty payload
         throw decompressFailure(path, loaded.error);

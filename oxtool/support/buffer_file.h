@@ -31,7 +31,11 @@ QString formatName(Format format);
 /// Returns whether the whole file is a gzip stream, which ends with its CRC.
 bool isInGzip(Format format);
 
-/// Detects the format from the first bytes of a file.
+/// Detects the format from the first bytes of a file; empty for a file of another format.
+/// Fails: throws Failure when the file cannot be read.
+std::optional<Format> detectFormat(QString const & path);
+
+/// Detects the format of a buffer file.
 /// Fails: throws Failure when the format is unknown or the file cannot be read.
 Format formatOf(QString const & path);
 
@@ -44,7 +48,7 @@ constexpr int headerSize = 32;
 /// Returns the header of a buffer, for reading and writing.
 char * headerOf(_OX_DataBuffer & buffer);
 
-/// Loads a whole file; compressed data stays compressed.
+/// Loads a whole file, with a progress line; compressed data stays compressed.
 /// Fails: throws the Failure of loadFailure(); the buffer has the error code.
 void loadBufferFile(QString const & path, Format format, _OX_DataBuffer & buffer);
 
@@ -53,9 +57,14 @@ void loadBufferFile(QString const & path, Format format, _OX_DataBuffer & buffer
 void loadPlainFile(QString const & path, _OX_DataBuffer & buffer,
                    std::optional<platform::FileStatus> & status);
 
-/// Decompresses the data of a compress-and-save file, loaded from `path`, into an empty buffer.
+/// Decompresses the data of a compress-and-save file, loaded from `path`, into an empty buffer,
+/// with a progress line.
 /// Fails: throws Failure with the buffer's error text.
 void decompressPayload(QString const & path, _OX_DataBuffer & loaded, _OX_DataBuffer & payload);
+
+// The same without a progress line, for the work of several threads.
+void loadQuietly(QString const & path, Format format, _OX_DataBuffer & buffer);
+void decompressQuietly(QString const & path, _OX_DataBuffer & loaded, _OX_DataBuffer & payload);
 
 /// Return the failure of loading and of saving a file, for an error code of the buffer. The reason
 /// is the system's for a failed system call, otherwise the buffer's error text. Call them directly

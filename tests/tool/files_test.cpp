@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QDir>
 #include <QFile>
 #include <QJsonArray>
 
@@ -68,6 +69,38 @@ TEST(Inspect, DoesNotReportAnUnreadableFileAsDamaged)
     EXPECT_EQ(run.status(), 1);
     EXPECT_TRUE(run.json().value(u"intact"_q).isNull());
     EXPECT_TRUE(run.errors().contains(u"Unable to allocate memory"_q));
+}
+
+TEST(Verify, ListsTheDamagedFilesOfATree)
+{
+    Share const share;
+    QDir().mkpath(share.path(u"jobs"_q));
+    QStringList damaged;
+    for (char const * name : {"oxdb", "oxzp", "oxns", "gz"}) {
+        QByteArray content = goldenFile((std::string("binary.") + name).c_str());
+        share.write(u"jobs/good."_q + text(name), content);
+        content[content.size() / 2] = static_cast<char>(content[content.size() / 2] ^ 8);
+        damaged << share.write(u"jobs/bad."_q + text(name), content);
+    }
+    QString const zeros = share.write(u"jobs/zeros.OXDB"_q, QByteArray(100, '\0'));
+    damaged.sort();
+    auto const verify = [&](char const * line, int status, QStringList const & files) {
+        ToolRun run(line, {share.path(), zeros});
+        EXPECT_EQ(run.status(), status) << line;
+        QStringList listed;
+        for (QJsonValue const & file : run.json().value(u"files"_q).toArray())
+            listed << file[u"file"_q].toString();
+        EXPECT_EQ(listed, files) << line;
+        return run.json().value(u"counts"_q).toObject();
+    };
+    QJsonObject const counts = verify("verify %1 --recursive --json", 3, damaged);
+    EXPECT_EQ(counts[u"intact"_q], 4);
+    EXPECT_EQ(counts[u"damaged"_q], 4);
+    EXPECT_EQ(counts[u"otherFormat"_q], 1);
+    verify("verify %1 --json", 0, {});
+    verify("verify %1jobs --ends .oxdb --json", 3, {damaged[1], zeros});
+    verify("verify %2 %1none --json", 3, {zeros});
+    verify("verify %1none --json", 5, {});
 }
 
 TEST(Pack, WritesHeaderValuesAndWhatUnpackPipes)

@@ -28,7 +28,7 @@ TEST(Program, PrintsAnExampleInTheHelpOfEachCommand)
     for (char const * command :
          {"refresh", "pack", "unpack", "inspect", "lock",  "cp",     "resume",
           "sync",    "ls",   "empty",  "replace", "crc",   "layout", "info",
-          "ps",      "top",  "kill",   "shm",     "locks", "path"}) {
+          "ps",      "top",  "kill",   "shm",     "locks", "verify", "path"}) {
         ToolRun run("%1 --help", {text(command)});
         EXPECT_EQ(run.status(), 0);
         EXPECT_TRUE(run.output().contains(u"  oxtool "_q + QLatin1String(command)));
