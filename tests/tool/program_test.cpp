@@ -26,9 +26,9 @@ TEST(Program, ReportsWrongArgumentsWithStatusTwo)
 TEST(Program, PrintsAnExampleInTheHelpOfEachCommand)
 {
     for (char const * command :
-         {"refresh", "pack", "unpack", "inspect", "lock",  "cp",     "resume",
-          "sync",    "ls",   "empty",  "replace", "crc",   "layout", "info",
-          "ps",      "top",  "kill",   "shm",     "locks", "verify", "path"}) {
+         {"refresh", "pack",    "unpack", "inspect", "lock",   "cp",     "resume", "sync", "ls",
+          "empty",   "replace", "crc",    "layout",  "info",   "ps",     "top",    "kill", "shm",
+          "locks",   "verify",  "path",   "error",   "encode", "decode", "space",  "time"}) {
         ToolRun run("%1 --help", {text(command)});
         EXPECT_EQ(run.status(), 0);
         EXPECT_TRUE(run.output().contains(u"  oxtool "_q + QLatin1String(command)));

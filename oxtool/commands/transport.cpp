@@ -1,0 +1,89 @@
+// The commands encode and decode: the runs by which the farm's Latin-1 files transport other
+// letters.
+
+#include "oxtool/commands/commands.h"
+#include "oxtool/support/report.h"
+#include "oxtool/support/shown_text.h"
+#include "shared/platform/program/console.h"
+#include "shared/text/encoding.h"
+
+#include <cstdio>
+
+namespace ox::tool
+{
+namespace
+{
+
+struct Options {
+    QString text;
+    bool asUtf16 = false;
+    bool keepOriginal = false;
+    bool json = false;
+};
+
+/// Shows a text. A pipe gets it unchanged, since runs contain unprintable characters.
+void show(Options const & options, QString const & result, Report & report)
+{
+    report.set(QStringLiteral("text"), options.text);
+    report.set(QStringLiteral("result"), result);
+    if (options.json)
+        return;
+    QString const shown = platform::isTerminal(stdout) ? shownText(result) : result;
+    QByteArray const bytes = shown.toUtf8() + '\n';
+    writeOutput(bytes.constData(), bytes.size());
+}
+
+void encode(Options const & options, Report & report)
+{
+    auto const convert = options.asUtf16 ? oxToOXUni16 : oxToOXUTF8;
+    show(options, convert(options.text, options.keepOriginal), report);
+}
+
+void decode(Options const & options, Report & report)
+{
+    show(options, oxFromOXUni16(oxFromOXUTF8(options.text)), report);
+}
+
+Option textOption(Options & options)
+{
+    return {.name = "TEXT", .help = "Text to convert", .target = &options.text, .isRequired = true};
+}
+
+char const * const details =
+    "A word with a letter beyond Latin-1 is stored as a run: \"<UTF8\" or \"<UNI16\", its bytes\n"
+    "as one letter each, and \">\". On a terminal unprintable letters are shown as \\u0097.";
+
+} // namespace
+
+Command encodeCommand()
+{
+    auto const options = std::make_shared<Options>();
+    return {.name = "encode",
+            .group = Group::Diagnosis,
+            .summary = "Encode a text in the transport runs of the farm's Latin-1 files",
+            .details = details,
+            .options = {textOption(*options),
+                        {.name = "--utf16",
+                         .help = "Write 16-bit runs in place of UTF-8 runs",
+                         .target = &options->asUtf16},
+                        {.name = "--keep",
+                         .help = "Keep the readable word after its run",
+                         .target = &options->keepOriginal},
+                        jsonOption(options->json)},
+            .examples = {"oxtool encode \"$name\""},
+            .run = reporting(options, encode)};
+}
+
+Command decodeCommand()
+{
+    auto const options = std::make_shared<Options>();
+    return {.name = "decode",
+            .group = Group::Diagnosis,
+            .summary = "Decode the transport runs in a text of the farm's Latin-1 files",
+            .details = details,
+            .options = {textOption(*options), jsonOption(options->json)},
+            .examples = {"oxtool decode \"$stored\""},
+            .run = reporting(options, decode)};
+}
+
+} // namespace ox::tool
