@@ -9,13 +9,13 @@ namespace ox::tool
 std::vector<Command> allCommands()
 {
     std::vector<Command> commands = {
-        refreshCommand(),      packCommand(),      unpackCommand(), inspectCommand(),
-        verifyCommand(),       crcCommand(),       lockCommand(),   locksCommand(),
-        copyCommand(),         resumeCommand(),    syncCommand(),   listCommand(),
-        emptyCommand(),        replaceCommand(),   pathCommand(),   spaceCommand(),
-        infoCommand(),         processesCommand(), topCommand(),    killCommand(),
-        sharedMemoryCommand(), layoutCommand(),    errorCommand(),  encodeCommand(),
-        decodeCommand(),       timeCommand()};
+        refreshCommand(), packCommand(),         unpackCommand(),    inspectCommand(),
+        verifyCommand(),  crcCommand(),          lockCommand(),      locksCommand(),
+        copyCommand(),    resumeCommand(),       followCommand(),    syncCommand(),
+        listCommand(),    emptyCommand(),        replaceCommand(),   pathCommand(),
+        spaceCommand(),   infoCommand(),         processesCommand(), topCommand(),
+        killCommand(),    sharedMemoryCommand(), layoutCommand(),    errorCommand(),
+        encodeCommand(),  decodeCommand(),       timeCommand()};
 #ifndef OX_NO_CRASH_HANDLER
     commands.push_back(crashTestCommand());
 #endif

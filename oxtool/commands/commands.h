@@ -18,6 +18,7 @@ Command decodeCommand();
 Command emptyCommand();
 Command encodeCommand();
 Command errorCommand();
+Command followCommand();
 Command infoCommand();
 Command inspectCommand();
 Command killCommand();

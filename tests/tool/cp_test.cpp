@@ -8,6 +8,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <cstdio>
+
 using namespace ox::tests;
 
 namespace
@@ -160,4 +162,34 @@ TEST_F(Copying, AppendsTheNewDataOfTheSource)
                            u"appended         4 bytes to b, now 10 bytes"_q,
                            text("oxtool: cannot append to 'b' (512 of 2097165 bytes copied): "
                                 "Unable to write data")}));
+}
+
+TEST(Follow, CopiesWhatTheFileGainsAcrossARestart)
+{
+    Share const share;
+    QString const log = share.write(u"log"_q, "one\n");
+    QString const copy = share.path(u"copy"_q);
+    ToolRun run("follow %1 --to %2 --interval 10", {log, copy});
+    QByteArray const longLine(10000, 'x');
+    for (QByteArray const & content :
+         {QByteArray("one\n"), "one\ntwo\n" + longLine, QByteArray("anew\n"),
+          "replaced by a longer file\n" + longLine + longLine}) {
+        share.write(u"next"_q, content);
+        EXPECT_EQ(std::rename(qPrintable(share.path(u"next"_q)), qPrintable(log)), 0);
+        ASSERT_TRUE(run.waitUntil([&] { return contentOf(copy) == content; }));
+    }
+    run.send("INT");
+    EXPECT_EQ(run.status(), 130);
+    EXPECT_TRUE(run.errors().endsWith(u"copy' has 20026 bytes\n"_q)) << run.errors().toStdString();
+    EXPECT_EQ(run.errors().count(u"begins anew"_q), 2);
+
+    QFile grown(log);
+    ASSERT_TRUE(grown.open(QIODevice::Append) && grown.write("end") == 3);
+    grown.close();
+    ToolRun again("follow %1 --to %2 --interval 10 --idle 100 --json", {log, copy});
+    EXPECT_EQ(again.json().value(u"added"_q), 3);
+    EXPECT_EQ(contentOf(copy), contentOf(log));
+    ToolRun all("follow %1 --all --interval 10 --idle 20", {log});
+    EXPECT_EQ(all.status(), 0);
+    EXPECT_EQ(all.output().toUtf8(), contentOf(log));
 }

@@ -26,9 +26,10 @@ TEST(Program, ReportsWrongArgumentsWithStatusTwo)
 TEST(Program, PrintsAnExampleInTheHelpOfEachCommand)
 {
     for (char const * command :
-         {"refresh", "pack",    "unpack", "inspect", "lock",   "cp",     "resume", "sync", "ls",
-          "empty",   "replace", "crc",    "layout",  "info",   "ps",     "top",    "kill", "shm",
-          "locks",   "verify",  "path",   "error",   "encode", "decode", "space",  "time"}) {
+         {"refresh", "pack",   "unpack", "inspect", "lock",  "cp",     "resume",
+          "sync",    "ls",     "empty",  "replace", "crc",   "layout", "info",
+          "ps",      "top",    "kill",   "shm",     "locks", "verify", "path",
+          "error",   "encode", "decode", "space",   "time",  "follow"}) {
         ToolRun run("%1 --help", {text(command)});
         EXPECT_EQ(run.status(), 0);
         EXPECT_TRUE(run.output().contains(u"  oxtool "_q + QLatin1String(command)));
