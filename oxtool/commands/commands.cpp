@@ -14,8 +14,8 @@ std::vector<Command> allCommands()
         copyCommand(),    resumeCommand(),       followCommand(),    syncCommand(),
         listCommand(),    emptyCommand(),        replaceCommand(),   pathCommand(),
         spaceCommand(),   infoCommand(),         processesCommand(), topCommand(),
-        killCommand(),    sharedMemoryCommand(), layoutCommand(),    errorCommand(),
-        encodeCommand(),  decodeCommand(),       timeCommand()};
+        killCommand(),    sharedMemoryCommand(), layoutCommand(),    crashCommand(),
+        errorCommand(),   encodeCommand(),       decodeCommand(),    timeCommand()};
 #ifndef OX_NO_CRASH_HANDLER
     commands.push_back(crashTestCommand());
 #endif

@@ -12,6 +12,7 @@ std::vector<Command> allCommands();
 
 // One function per command, in the source file of the command's name.
 Command copyCommand();
+Command crashCommand();
 Command crashTestCommand();
 Command crcCommand();
 Command decodeCommand();

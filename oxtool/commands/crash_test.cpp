@@ -1,5 +1,6 @@
 #include "oxtool/commands/commands.h"
 #include "oxtool/support/crash_kinds.h"
+#include "oxtool/support/dump_readers.h"
 #include "oxtool/support/failure.h"
 #include "oxtool/support/names.h"
 #include "oxtool/support/reason.h"
@@ -13,11 +14,10 @@
 
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QJsonArray>
-#include <QProcess>
-#include <QStandardPaths>
 #include <QTemporaryDir>
+
+#include <algorithm>
 
 namespace ox::tool
 {
@@ -84,80 +84,30 @@ QStringList readAndDeleteLog(QString const & name)
     return text.isEmpty() ? QStringList() : text.split(QLatin1Char('\n'));
 }
 
-/// Breakpad's programs that read dumps, in a folder or in PATH.
-class DumpReaders
-{
-  public:
-    explicit DumpReaders(QString const & folder)
-        : stackwalk_(find(QStringLiteral("minidump_stackwalk"), folder)),
-          symbols_(find(QStringLiteral("dump_syms"), folder))
-    {
-    }
-
-    bool areInstalled() const { return !stackwalk_.isEmpty() && !symbols_.isEmpty(); }
-
-    /// Returns the machine-readable report on a dump of a program, as lines of fields.
-    QList<QStringList> read(QString const & dump, QString const & program) const
-    {
-        QTemporaryDir const folder;
-        // The debug information of an installed program is a file in the program's folder.
-        QByteArray const symbols = run(symbols_, {program, QFileInfo(program).path()});
-        // "MODULE Linux x86_64 1F0B… oxtool"
-        QStringList const module =
-            QString::fromUtf8(symbols.left(symbols.indexOf('\n'))).split(QLatin1Char(' '));
-        if (module.size() == 5) {
-            QDir const place(folder.filePath(module[4] + QLatin1Char('/') + module[3]));
-            place.mkpath(QStringLiteral("."));
-            QFile file(place.filePath(module[4] + QStringLiteral(".sym")));
-            file.open(QIODevice::WriteOnly);
-            file.write(symbols);
-        }
-        QList<QStringList> lines;
-        for (QByteArray const & line :
-             run(stackwalk_, {QStringLiteral("-m"), dump, folder.path()}).split('\n'))
-            lines += QString::fromUtf8(line).split(QLatin1Char('|'));
-        return lines;
-    }
-
-  private:
-    static QString find(QString const & name, QString const & folder)
-    {
-        return QStandardPaths::findExecutable(name, folder.isEmpty() ? QStringList()
-                                                                     : QStringList(folder));
-    }
-
-    static QByteArray run(QString const & program, QStringList const & arguments)
-    {
-        QProcess process;
-        process.start(program, arguments);
-        process.waitForFinished(-1);
-        return process.readAllStandardOutput();
-    }
-
-    QString stackwalk_;
-    QString symbols_;
-};
-
 /// Shows the signal or exception, and its place in the program: the first frame of the crashed
 /// thread that has a source line.
-void showCrash(QList<QStringList> const & lines, Report & report)
+void showCrash(CrashReport const & crash, Report & report)
 {
-    QString thread;
-    for (QStringList const & line : lines) {
-        if (line[0] == QLatin1String("Crash") && line.size() == 4) {
-            thread = line[3];
-            report.line(QStringLiteral("reason"),
-                        QStringLiteral("%1 at %2, thread %3").arg(line[1], line[2], thread));
-            report.set(QStringLiteral("reason"), line[1]);
-        } else if (!thread.isEmpty() && line[0] == thread && line.size() == 7 &&
-                   !line[4].isEmpty()) {
-            report.line(QStringLiteral("function"),
-                        QStringLiteral("%1, %2:%3").arg(line[3], line[4], line[5]));
-            report.set(QStringLiteral("function"), line[3]);
-            report.set(QStringLiteral("source"), line[4] + QLatin1Char(':') + line[5]);
-            return;
-        }
-    }
+    report.line(
+        QStringLiteral("reason"),
+        QStringLiteral("%1 at %2, thread %3").arg(crash.reason, crash.address, crash.thread));
+    report.set(QStringLiteral("reason"), crash.reason);
+    auto const known = std::ranges::find_if(
+        crash.frames, [](StackFrame const & frame) { return !frame.source.isEmpty(); });
+    if (known == crash.frames.end())
+        return;
+    report.line(QStringLiteral("function"), frameText(*known));
+    report.set(QStringLiteral("function"), known->function);
+    report.set(QStringLiteral("source"), known->source);
+}
+
+/// Reads a dump of this program, with symbols that are made for it.
+CrashReport readOwnDump(DumpReaders const & readers, QString const & dump, QString const & program)
+{
+    QTemporaryDir const symbols;
+    if (readers.canMakeSymbols())
+        readers.storeSymbols(program, symbols.path());
+    return readers.read(dump, symbols.path());
 }
 
 /// Fails: throws Failure when the folder does not exist.
@@ -204,8 +154,8 @@ void crashTest(Options const & options, Report & report)
     report.line(QStringLiteral("dump"), sizeText(QFile(dump).size()));
     report.set(QStringLiteral("dump"), dump);
     DumpReaders const readers(options.readers);
-    if (readers.areInstalled())
-        showCrash(readers.read(dump, fromArgument(program)), report);
+    if (readers.canRead())
+        showCrash(readOwnDump(readers, dump, fromArgument(program)), report);
     else
         report.line(QStringLiteral("reason"),
                     QStringLiteral("unknown; install minidump_stackwalk and dump_syms, or give "
@@ -243,7 +193,8 @@ Command crashTestCommand()
                      .showsDefault = true},
                     {.name = "--readers",
                      .valueName = "FOLDER",
-                     .help = "Folder of minidump_stackwalk and dump_syms; without it PATH is used",
+                     .help = "Folder of minidump_stackwalk and dump_syms; the default is that of "
+                             "this program, then PATH",
                      .target = &options->readers},
                     {.name = "--child", .target = &options->isChild, .isHidden = true},
                     jsonOption(options->json)},

@@ -10,7 +10,7 @@
 
 using namespace ox::tests;
 
-TEST(CrashTestCommand, ShowsTheDumpAndTheLogOfACrash)
+TEST(CrashTestCommand, ShowsTheDumpOfACrashWhichTheCommandCrashReads)
 {
     if (hasAddressSanitizer)
         GTEST_SKIP() << "the sanitizers take the signals of crashes";
@@ -24,6 +24,19 @@ TEST(CrashTestCommand, ShowsTheDumpAndTheLogOfACrash)
     EXPECT_TRUE(readDump(dump).isDump);
     // Only the dump remains.
     EXPECT_EQ(share.names().size(), 1);
+
+    QString const readers = QStringLiteral(OX_DUMP_READERS);
+    QString const symbols = share.path(u"symbols"_q);
+    EXPECT_TRUE(toolShell().succeeds("PATH=$1:$PATH \"$2\" \"$3\" \"$0\"",
+                                     {readers, QStringLiteral(OX_SYMBOLS_SCRIPT), symbols}));
+    QJsonObject const crash =
+        ToolRun("crash %1 -s %2 --readers %3 --json", {dump, symbols, readers}).json();
+    EXPECT_EQ(crash[u"reason"_q], u"SIGSEGV /SEGV_MAPERR"_q);
+    EXPECT_EQ(crash[u"module"_q], u"oxtool"_q);
+    QJsonObject const frame = crash[u"stack"_q].toArray().at(0).toObject();
+    EXPECT_EQ(frame[u"function"_q], u"ox::tool::accessNullPointer()"_q);
+    EXPECT_TRUE(frame[u"source"_q].toString().contains(u"crash_kinds.cpp:"_q));
+    expectError("crash %1 --readers %2", {share.write(u"no"_q, "dump"), readers}, 3, u"/no': "_q);
 }
 
 TEST(CrashTestCommand, RefusesAnExistingLogAndAMissingFolder)

@@ -29,7 +29,7 @@ TEST(Program, PrintsAnExampleInTheHelpOfEachCommand)
          {"refresh", "pack",   "unpack", "inspect", "lock",  "cp",     "resume",
           "sync",    "ls",     "empty",  "replace", "crc",   "layout", "info",
           "ps",      "top",    "kill",   "shm",     "locks", "verify", "path",
-          "error",   "encode", "decode", "space",   "time",  "follow"}) {
+          "error",   "encode", "decode", "space",   "time",  "follow", "crash"}) {
         ToolRun run("%1 --help", {text(command)});
         EXPECT_EQ(run.status(), 0);
         EXPECT_TRUE(run.output().contains(u"  oxtool "_q + QLatin1String(command)));
