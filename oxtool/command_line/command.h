@@ -56,7 +56,7 @@ struct Option {
     std::string excludes = {};                 ///< name of an option that must be absent
 };
 
-/// Heading of a command in the overview.
+/// Heading under which the overview lists a command.
 enum class Group { BufferFiles, Locks, Files, Machine, Diagnosis, Help };
 
 /// A command as data, from which the parser, the help and the overview are built.

@@ -26,8 +26,8 @@ struct UpdateResult {
     QString warning;        ///< why the previous file was not kept; may be empty
 };
 
-/// Copies a file to its target as the library's syncCopy does, also an empty one: to a temporary
-/// file, which is flushed, and then replaces the target; the previous file is kept as "_old". The
+/// Copies a file, even an empty one, to its target as the library's syncCopy does. Writes a
+/// temporary file, flushes it and renames it to the target; keeps the previous file as "_old". The
 /// caller has compared both files, and flushes the folder afterwards. A stop request removes the
 /// temporary file. Fails: throws Failure with the reason alone. The target is then unchanged,
 /// unless only its rights could not be set.

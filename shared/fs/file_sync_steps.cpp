@@ -73,8 +73,9 @@ class FileSync
         return Result::Failed;
     }
 
-    /// Returns whether the system finds the target in the folder that makeFolder() creates. This is
-    /// not so for a short path, and for a name with the separator of another system.
+    /// Returns whether the system finds the target in the folder that makeFolder() creates. It does
+    /// not if that folder's path is shorter than 3 characters, or if the file name contains the
+    /// separator of another system.
     bool isFolderOfTarget() const
     {
         Path const folder = oxGetDirName(target_);

@@ -45,8 +45,9 @@ Result<> moveOver(NativeName const & from, NativeName const & to);
 /// process's umask.
 Result<> createFolder(NativeName const & name);
 
-/// Waits until the system has stored the names in a folder. No effect on Windows.
-/// Fails: also on a share without this operation.
+/// Flushes a folder to disk (fsync), so that created and renamed entries survive a power failure.
+/// No effect on Windows.
+/// Fails: also on a share that does not support fsync of a folder.
 Result<> flushFolder(NativeName const & name);
 
 /// Deletes an empty folder. A link to a folder fails on Linux and is deleted on Windows.

@@ -42,7 +42,7 @@ class NewFile
     /// target's name changes. Empty without a previous file.
     NativeName previousName() const;
 
-    /// Who has rights on a new file that does not take over those of a previous file: only its
+    /// Selects who has rights on a new file if no previous file passes on its rights: only the
     /// owner, or all users as the process's umask allows.
     enum class Access { Owner, ByMask };
 

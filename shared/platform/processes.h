@@ -103,8 +103,8 @@ class ProcessTable
     /// Fails: when the system has no list.
     Result<> list(std::function<bool(ListedProcess const &)> const & keep);
 
-    /// Returns whether list() has read counters within the last `freshTime` that readCounters() has
-    /// not used yet.
+    /// Returns whether readCounters() would use the counters of list(): they are at most
+    /// `freshTime` old and not used yet.
     bool hasFreshListCounters() const;
 
     /// Reads the counters of at least these processes for counters(). Uses the counters of list()

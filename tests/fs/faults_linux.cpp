@@ -50,8 +50,8 @@ int __wrap_rename(char const * from, char const * to)
     return isRefused(from) ? -1 : __real_rename(from, to);
 }
 
-/// At the first call, another open file takes the lock first. The creator of a lock file has then
-/// created the file but does not have the lock yet.
+/// Before the first call, takes a flock through a second descriptor of the same file. The creator
+/// of a lock file has created the file then, and does not get the exclusive flock.
 int __wrap_flock(int descriptor, int operation)
 {
     static int calls = 0;

@@ -5,8 +5,9 @@
 #include "shared/text/utf16_view.h"
 #include "tests/fuzz/fuzz_input.h"
 
-// Fuzzes transport encodings, XML escapes, short names and addresses: an encoded text is decoded to
-// the same text, also between other text. Compares the decoder of UTF-8 runs with a simple decoder.
+// Fuzzes transport encodings, XML escapes, short names and addresses. Checks that an encoded text
+// is decoded to the same text, also if other text surrounds it. Compares the decoder of UTF-8 runs
+// with a simple decoder.
 
 namespace
 {

@@ -41,7 +41,7 @@ struct LoggedRequest {
 class FaultMount
 {
   public:
-    /// Mounts the folder and waits until the mount works, or for a timeout.
+    /// Mounts the folder. Waits until the mount works or a timeout has passed.
     FaultMount();
     ~FaultMount();
     FaultMount(FaultMount const &) = delete;

@@ -30,7 +30,7 @@ class TimeZone
     QByteArray saved_;
 };
 
-/// Skips a test if the C run-time library ignores the dates of daylight saving time in a rule. That
+/// Skips a test if the C run-time library ignores the dates of daylight saving time in TZ, as that
 /// of Windows does.
 #define SKIP_WITHOUT_DAYLIGHT_SAVING()                                                             \
     if (ox::tests::isWindows)                                                                      \

@@ -18,8 +18,8 @@ namespace ox::platform
 /// keeps their locks.
 inline constexpr std::uint32_t windowsSystem = 0;
 
-/// Age in seconds at which a temporary file of another system counts as abandoned; equal to that of
-/// a stale lock file.
+/// Age in seconds from which a temporary file of another system counts as left behind; equal to the
+/// age of a stale lock file.
 inline constexpr std::int64_t leftBehindAfter = 3 * 60 * 60;
 
 /// Returns the common prefix of the names of a process's temporary files.

@@ -172,7 +172,7 @@ Result<> NewFile::System::createAs(NativeName const & name, mode_t mode)
     OpenFile created(::openat(place.folder(), name.c_str(), flags, mode));
     if (!created.isOpen())
         return lastError();
-    // Another process may have removed the file before it was locked; then the name is missing.
+    // Another process may have removed the file before takeFlock(). The name is then missing.
     // Inode numbers are not compared, since some shares have none. On a file system without flocks
     // no process removes temporary files.
     struct stat opened;

@@ -55,7 +55,7 @@ inline HANDLE toHandle(OpenFile const & file)
     return reinterpret_cast<HANDLE>(file.handle());
 }
 
-/// Converts a handle to an open file, which owns it.
+/// Wraps a handle in an OpenFile, which then owns it.
 inline OpenFile toOpenFile(HANDLE handle)
 {
     return OpenFile(reinterpret_cast<std::intptr_t>(handle));

@@ -72,8 +72,8 @@ std::optional<Bytes> wholeBlock(Bytes bytes)
     return structure(bytes, block::totalLength, block::size);
 }
 
-/// Searches `count` consecutive structures for one that `accept` returns true for. Stops at a
-/// structure that does not fit.
+/// Returns the first of `count` consecutive structures for which `accept` returns true. Returns
+/// nothing if there is none, or if a structure exceeds the bytes.
 template <typename Accept>
 std::optional<Bytes> findStructure(Bytes bytes, Word count, std::size_t lengthOffset,
                                    std::size_t minimum, Accept const & accept)
