@@ -273,7 +273,7 @@ Command emptyCommand()
                          .target = &options->recursive},
                         {.name = "--older-than",
                          .valueName = "AGE",
-                         .help = "Delete only entries without a change for this time: 90s, 2h, 7d",
+                         .help = "Delete only entries unchanged for this time: 90s, 2h, 7d",
                          .target = ParseValue([options](QString const & text) {
                              return parseAge(text, options->minAge);
                          })},

@@ -40,9 +40,10 @@ QString holderStateText(_oxFileLockStatus const & status)
         break;
     }
     return status.isStale
-               ? QStringLiteral("stale: no process holds it; the next waiting process removes it")
-               : QStringLiteral(
-                     "abandoned: no process holds it; stale three hours after it was taken");
+               ? QStringLiteral(
+                     "left behind: no process holds it; the next waiting process removes it")
+               : QStringLiteral("left behind: no process holds it; waiting processes remove it "
+                                "three hours after it was taken");
 }
 
 Failure statusFailure(QString const & file, QString const & reason, int status = Failed)

@@ -37,8 +37,8 @@ struct Search {
     int status = Done;
 };
 
-/// Returns the state of a lock file. A lock that is released in between looks left behind at the
-/// first look.
+/// Returns the state of a lock file. Queries a lock that seems left behind a second time, since its
+/// holder may have released it during the first query.
 _oxFileLockStatus statusOfLock(QString const & lockFile)
 {
     platform::NativeName const name = nativeName(lockFile);
@@ -208,9 +208,9 @@ Command locksCommand()
         .group = Group::Locks,
         .summary = "List the locks of a folder: holder, time, held or left behind",
         .details =
-            "A lock that is left behind has no process any more: it ended without releasing the\n"
-            "lock. \"oxtool lock --break FILE\" removes it. The share may not report whether a\n"
-            "process holds the lock; the state is then \"cannot tell\".",
+            "A lock is left behind if the process that took it has ended without releasing it.\n"
+            "\"oxtool lock --break FILE\" removes such a lock. The state is \"cannot tell\" if\n"
+            "the share does not report whether a process holds the lock.",
         .options = {{.name = "FOLDER",
                      .help = "Folders with the locked files",
                      .target = &options->folders,

@@ -122,7 +122,8 @@ Command packCommand()
     return {.name = "pack",
             .group = Group::BufferFiles,
             .summary = "Write the bytes of a file to a buffer file",
-            .details = "Formats: db plain, zp compressed, ns compress-and-save, gz bare gzip.",
+            .details =
+                "Formats: db = plain, zp = compressed, ns = compress-and-save, gz = bare gzip.",
             .options = {{.name = "FILE",
                          .help = "File to pack; - is the standard input",
                          .target = &options->in,

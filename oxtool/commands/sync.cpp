@@ -569,11 +569,11 @@ Command syncCommand()
                      .target = &options->selection.excluded},
                     {.name = "--delete",
                      .help =
-                         "Delete what SOURCE does not have from a TARGET that contains the file "
-                         ".oxtool-sync",
+                         "Delete files of TARGET that SOURCE does not have; TARGET must contain "
+                         "the file .oxtool-sync",
                      .target = &options->deletes},
                     {.name = "--force",
-                     .help = "Delete from a TARGET without the file .oxtool-sync, too",
+                     .help = "Delete even if TARGET lacks the file .oxtool-sync",
                      .target = &options->isForced,
                      .needs = "--delete"},
                     {.name = "--checksum",

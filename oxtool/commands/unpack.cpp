@@ -48,7 +48,7 @@ Command unpackCommand()
     auto const options = std::make_shared<Options>();
     return {.name = "unpack",
             .group = Group::BufferFiles,
-            .summary = "Write the payload of a buffer file",
+            .summary = "Extract the payload of a buffer file",
             .details = "Without --format the format is detected.",
             .options = {{.name = "BUFFER_FILE",
                          .help = "Buffer file to unpack",

@@ -17,8 +17,9 @@ namespace
 
 [[noreturn]] void refuse(QString const & path, int line)
 {
-    throw Failure(
-        QStringLiteral("cannot read '%1': line %2 is not one of 'oxtool crc'").arg(path).arg(line));
+    throw Failure(QStringLiteral("cannot read '%1': line %2 does not have the form of 'oxtool crc'")
+                      .arg(path)
+                      .arg(line));
 }
 
 /// Removes the first word of a line, with the blanks in front, and returns it.

@@ -97,7 +97,7 @@ Option jobsOption(int & jobs)
     return {.name = "--jobs",
             .letter = 'j',
             .valueName = "N",
-            .help = "Number of files to work on at once; 8 by default, 1 with pauses",
+            .help = "Number of files to process in parallel; default 8, or 1 with pauses",
             .target = &jobs,
             .range = Range{1, 256}};
 }

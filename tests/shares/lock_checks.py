@@ -51,12 +51,12 @@ def waiting(s):
 
 
 @check("the other machine sees who holds a lock, and that the process lives",
-       smbnetfs="looks abandoned", sshfs="looks abandoned", sshfs_uncached="looks abandoned")
+       smbnetfs="looks left behind", sshfs="looks left behind", sshfs_uncached="looks left behind")
 def status_of_live(s):
     with holder(s.a / "f") as process:
         status = report("lock", "--status", s.b / "f")
         require(status["held"] and f"oxtool {process.pid}" in status["who"], str(status))
-    return {True: KEPT, None: "cannot tell", False: "looks abandoned"}[status["live"]]
+    return {True: KEPT, None: "cannot tell", False: "looks left behind"}[status["live"]]
 
 
 @check("the other machine sees that the holder was killed")
