@@ -428,17 +428,19 @@ int mountAndServe(char const * program, char const * mountPoint)
     if (isMounted) {
         fuse_session * const session = fuse_get_session(system);
         fuse_set_signal_handlers(session);
-        std::vector<std::jthread> others; // the threads end when the file system is unmounted
         sigset_t blocked;
         sigset_t before;
         ::sigfillset(&blocked);
         ::pthread_sigmask(SIG_BLOCK, &blocked, &before);
-        while (std::ssize(others) + 1 < threads)
-            others.emplace_back(serveAll, session);
+        for (long i = 1; i < threads; ++i)
+            std::thread(serveAll, session).detach();
         ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
         serveAll(session);
         fuse_remove_signal_handlers(session);
         fuse_unmount(system);
+        // The other threads wait for requests as long as another namespace has the mount.
+        if (threads > 1)
+            std::_Exit(0);
     }
     if (system)
         fuse_destroy(system);
