@@ -23,6 +23,7 @@ import tempfile
 import time
 
 FILE_SIZE = 20000
+FOLDERS = ("/source", "/target")
 Sizes = collections.namedtuple("Sizes", "files large_mib listed buffer_files delays")
 FULL = Sizes(2000, 256, 10000, 1000, [0.5, 2, 10])
 QUICK = Sizes(100, 32, 1000, 100, [2])
@@ -52,13 +53,13 @@ class Share:
         return self
 
     def __exit__(self, *_):
-        subprocess.run(["umount", "-l", str(self.path)], stderr=subprocess.DEVNULL, check=False)
         self.server.terminate()
         try:
             self.server.wait(10)
         except subprocess.TimeoutExpired:
             self.server.kill()
             self.server.wait()
+            subprocess.run(["umount", "-l", str(self.path)], check=False)
         shutil.rmtree(self.root, ignore_errors=True)
 
     def clear_log(self):
@@ -69,8 +70,12 @@ class Share:
         with open(self.log, encoding="utf-8", errors="replace") as lines:
             columns = [line.split("\t", 4) for line in lines]
         count = collections.Counter(line[1] for line in columns)
-        at_top = sum(line[1] in ("OPENDIR", "GETATTR") and line[3] == "/" for line in columns)
-        return (count["LOOKUP"] - count["RENAME"] - count["LINK"] + at_top, sum(count.values()))
+        # Each of these requests looks up its name, and two if there is a new name. Lookups of the
+        # folders on the way do not count. The top of the mount is never looked up.
+        names = sum(line[1] == "LOOKUP" and line[3] not in FOLDERS for line in columns)
+        folders = sum(line[1] in ("OPENDIR", "GETATTR") and line[3] == "/" for line in columns)
+        folders += sum(line[1] == "OPENDIR" and line[3] in FOLDERS for line in columns)
+        return (names + folders - count["RENAME"] - count["LINK"], sum(count.values()))
 
 
 def run(command, may_fail=False):
