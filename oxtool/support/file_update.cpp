@@ -79,8 +79,8 @@ UpdateResult updateFile(FileUpdate const & update, Transfer & transfer)
     createCopy(copy, update, guard);
     {
         Transfer::File const file(transfer, copy, update.sourceStatus.size);
-        QString const failure =
-            fs::copyWhole(nativeName(update.source), copy, update.pauseMs, &done.endsEmpty);
+        QString const failure = fs::copyWhole(nativeName(update.source), copy, update.pauseMs,
+                                              &done.endsEmpty, NewFile::Attributes::Omitted);
         if (!failure.isEmpty())
             throw Failure(reasonIn(failure));
     }
