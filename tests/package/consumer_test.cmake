@@ -1,9 +1,9 @@
 # Installs the library, builds the examples against it with CMake, and runs them. Also builds one
 # example with make and pkg-config.
 function(run)
-  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE errors)
   if(NOT status EQUAL 0)
-    message(FATAL_ERROR "${ARGN}\nended with ${status}:\n${output}")
+    message(FATAL_ERROR "${ARGN}\nended with ${status}:\n${output}${errors}")
   endif()
   set(output "${output}" PARENT_SCOPE)
 endfunction()
@@ -61,6 +61,8 @@ string(STRIP "${output}" version)
 set(programs "${build}/bin")
 if(SUFFIX)
   set(programs "${prefix}/bin")
+  # The toolchain file lets CMake search for packages only in the folders of the target system.
+  list(APPEND CACHE_ENTRIES "-DoxShared_DIR=${prefix}/lib/cmake/oxShared")
 endif()
 run(${CMAKE_COMMAND} -S "${EXAMPLES_DIR}" -B "${build}" -DCMAKE_PREFIX_PATH=${prefix} ${CACHE_ENTRIES}
     -DCMAKE_RUNTIME_OUTPUT_DIRECTORY=${programs} -G ${GENERATOR} -DCMAKE_BUILD_TYPE=Release)
