@@ -88,6 +88,16 @@ void errorsExample()
     //! [os_errors]
 }
 
+void versionExample()
+{
+    //! [version]
+#if OX_VERSION >= OX_VERSION_CHECK(7, 0, 26)
+    std::printf("compiled with %s, runs with %s\n", OX_VERSION_STRING, oxVersionString());
+#endif
+    CHECK(oxVersion() / 0x10000 == OX_VERSION_MAJOR);
+    //! [version]
+}
+
 #ifndef OX_NO_CRASH_HANDLER
 //! [crashes]
 class Logger : public oxLogger
@@ -113,7 +123,7 @@ void installCrashHandler(int argc, char ** argv, QString const & dumps)
 void systemExamples(int argc, char ** argv, QString const & folder)
 {
     for (auto const example : {machineExample, processesExample, sharedMemoryExample,
-                               environmentExample, identityExample, errorsExample})
+                               environmentExample, identityExample, errorsExample, versionExample})
         example();
 #ifndef OX_NO_CRASH_HANDLER
     installCrashHandler(argc, argv, folder);
