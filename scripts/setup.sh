@@ -7,12 +7,12 @@ set -euo pipefail
 packages_of() {
   case $1 in
     build) echo g++ cmake ninja-build ccache pkg-config qt6-base-dev zlib1g-dev libcli11-dev ;;
-    test) echo libgtest-dev gzip python3 util-linux libfuse3-dev fuse3 gdb libfmt-dev ;;
-    test) echo libgtest-dev gzip python3 util-linux libfuse3-dev fuse3 zsh fish mandoc groff-base ;;
+    test)
+      echo libgtest-dev gzip make python3 util-linux libfuse3-dev fuse3 gdb libfmt-dev
+      echo zsh fish mandoc groff-base
+      ;;
     docs) echo doxygen doxygen-awesome-css python3 ;;
     bench) echo libbenchmark-dev libdeflate-dev libisal-dev libboost-dev libproc2-dev rsync rclone ;;
-    test) echo libgtest-dev gzip make python3 util-linux libfuse3-dev fuse3 ;;
-    bench) echo libbenchmark-dev libdeflate-dev libisal-dev libboost-dev libproc2-dev rsync ;;
     format) echo clang-format ;;
     fuzz) echo clang libclang-rt-dev llvm ;;
     tidy) echo clang-tidy-19 ;;
