@@ -25,7 +25,8 @@ int runProgram(std::vector<std::string> arguments)
                                    "Inspect and change the files of a render farm, and monitor "
                                    "its machines.",
                                .version = oxVersionString(),
-                               .commands = allCommands()},
+                               .commands = allCommands(),
+                               .canGenerate = true},
                               std::move(arguments));
     } catch (Failure const & failure) {
         if (!failure.isReported())

@@ -119,7 +119,8 @@ class Parser
     {
         program_.commands.push_back(helpCommand());
         program_.commands.push_back(versionCommand());
-        program_.commands.push_back(generateCommand());
+        if (program_.canGenerate)
+            program_.commands.push_back(generateCommand());
         std::ranges::stable_sort(program_.commands, {}, [](Command const & command) {
             return std::ranges::find(groups, command.group) - std::begin(groups);
         });
