@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Builds packages into build/packages and tests each where it is used:
-#   scripts/package.sh [deb|source]…     default: both
+#   scripts/package.sh [deb|source|zip|zip-x86_64|zip-i686]…     default: deb source
 #   deb     Debian packages: installed into a minimal root, used by an application, and removed
 #   source  the source archive: the Debian packages that it builds in another folder have the same
 #           bytes
+#   zip     a ZIP for Windows of each width, tested under Wine; scripts/windows.sh builds Qt Core first
 # The minimal root is made once and kept in the cache folder. Making it needs root.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -11,7 +12,7 @@ set -euo pipefail
 kinds=("$@")
 [ $# -gt 0 ] || kinds=(deb source)
 for kind in "${kinds[@]}"; do
-  [[ $kind =~ ^(deb|source)$ ]] || fail "unknown package '$kind'; the packages are: deb source"
+  [[ $kind =~ ^(deb|source|zip(-x86_64|-i686)?)$ ]] || fail "unknown package '$kind'; the packages are: deb source zip zip-x86_64 zip-i686"
 done
 
 packages=$root/build/packages
@@ -172,7 +173,57 @@ package_source() {
   rm -rf "$second"
 }
 
+# Makes the ZIP of one width from the build of scripts/windows.sh.
+build_zip() { # x86_64 or i686, name of the ZIP's folder
+  local stage=$made/$2 qt=$root/build/cross/qt-$1 package
+  build_preset "windows-$1" oxShared oxtool
+  quietly cmake --install "$root/build/windows-$1" --prefix "$stage" --strip
+  cp "$qt"/bin/{Qt6Core,libstdc++-6,libgcc_s_*,libwinpthread-1}.dll "$stage/bin/"
+  "$1-w64-mingw32-strip" --strip-unneeded "$stage"/bin/lib{stdc++,gcc,winpthread}*.dll
+  for package in libqt6core6 libz-mingw-w64-dev gcc-mingw-w64-base mingw-w64-common; do
+    cp "/usr/share/doc/$package/copyright" "$stage/share/doc/oxShared/notices/$package.txt"
+  done
+  find "$stage" -exec touch -h -d "@$SOURCE_DATE_EPOCH" {} +
+  rm -f "$packages/$2.zip"
+  (cd "$made" && find "$2" -type f | sort | zip -q -X -9 "$packages/$2.zip" -@)
+}
+
+# Uses only what is in the ZIP, and Qt's headers for the application.
+test_zip() { # x86_64 or i686, name of the ZIP's folder
+  local unpacked=$made/unpacked/$2 qt=$root/build/cross/qt-$1 wine=("$root/scripts/wine.sh" "$1")
+  mkdir "$made/unpacked"
+  (cd "$made/unpacked" && cmake -E tar x "$packages/$2.zip")
+  export WINEPATH=
+  "${wine[@]}" "$unpacked/bin/oxtool.exe" --version
+  quietly "${wine[@]}" "$unpacked/bin/oxtool.exe" pack "$root/README.md" "$made/job.oxdb"
+  quietly cmake -G Ninja -S "$root/examples" -B "$made/examples" -DCMAKE_BUILD_TYPE=Release \
+    -DCMAKE_TOOLCHAIN_FILE="$qt/lib/cmake/Qt6/qt.toolchain.cmake" \
+    -DQT_CHAINLOAD_TOOLCHAIN_FILE="$root/cmake/mingw-$1.cmake" -DQT_HOST_PATH=/usr \
+    -DQT_HOST_PATH_CMAKE_DIR=/usr/lib/x86_64-linux-gnu/cmake -DZLIB_USE_STATIC_LIBS=ON \
+    -DoxShared_DIR="$unpacked/lib/cmake/oxShared" -DCMAKE_RUNTIME_OUTPUT_DIRECTORY="$unpacked/bin"
+  quietly cmake --build "$made/examples" --target consumer job_refresher
+  "${wine[@]}" "$unpacked/bin/consumer.exe"
+  "${wine[@]}" "$unpacked/bin/job_refresher.exe" "$made/job.oxdb" 1
+  unset WINEPATH
+  rm -rf "$made/unpacked" "$made/examples"
+}
+
+package_zip() { # x86_64 or i686
+  local name
+  "$root/scripts/setup.sh" package windows
+  [ -d "$root/build/cross/qt-$1/bin" ] || fail "run scripts/windows.sh $1 first: it builds Qt Core"
+  name=oxshared-$(package_version)-windows-$1
+  say "building $name.zip"
+  build_zip "$1" "$name"
+  say "testing $name.zip under Wine"
+  test_zip "$1" "$name"
+}
+
 for kind in "${kinds[@]}"; do
-  "package_$kind"
+  case $kind in
+    zip) package_zip x86_64; package_zip i686 ;;
+    zip-*) package_zip "${kind#zip-}" ;;
+    *) "package_$kind" ;;
+  esac
 done
 (cd "$packages" && sha256sum -- *)

@@ -18,7 +18,7 @@ packages_of() {
     tidy) echo clang-tidy-19 ;;
     qt5) echo qtbase5-dev ;;
     abi) echo abigail-tools ;;
-    package) echo dpkg-dev lintian mmdebstrap ;;
+    package) echo dpkg-dev lintian mmdebstrap zip ;;
     linux32) echo g++-multilib googletest qt6-base-dev-tools dpkg-dev ;;
     shares)
       echo moosefs-master moosefs-chunkserver moosefs-client glusterfs-server glusterfs-client
