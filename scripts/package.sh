@@ -1,16 +1,16 @@
 #!/usr/bin/env bash
 # Builds packages into build/packages and tests each where it is used:
-#   scripts/package.sh [deb|source|zip|zip-x86_64|zip-i686]…     default: deb source
+#   scripts/package.sh [deb|source|zip|zip-x86_64|zip-i686]…     default: deb
 #   deb     Debian packages: installed into a minimal root, used by an application, and removed
-#   source  the source archive: the Debian packages that it builds in another folder have the same
-#           bytes
+#   source  the source archive, whose Debian packages of another folder are compared with those of
+#           the checkout. README.md describes what still differs.
 #   zip     a ZIP for Windows of each width, tested under Wine; scripts/windows.sh builds Qt Core first
 # The minimal root is made once and kept in the cache folder. Making it needs root.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 kinds=("$@")
-[ $# -gt 0 ] || kinds=(deb source)
+[ $# -gt 0 ] || kinds=(deb)
 for kind in "${kinds[@]}"; do
   [[ $kind =~ ^(deb|source|zip(-x86_64|-i686)?)$ ]] || fail "unknown package '$kind'; the packages are: deb source zip zip-x86_64 zip-i686"
 done
