@@ -138,8 +138,8 @@ Command killCommand()
             .summary = "End processes by name or id, after a question",
             .details =
                 "On Linux a process gets SIGTERM, so it can release its locks; with --force it\n"
-                "gets SIGKILL. Windows has no such request and always ends it immediately. A\n"
-                "process that has got the id of an ended one meanwhile is not touched.",
+                "gets SIGKILL. On Windows a process cannot be asked and ends immediately. If the\n"
+                "system has reused a process id in the meantime, the new process is not ended.",
             .options = {{.name = "PROCESS",
                          .help = "Process id, or whole name in any letter case",
                          .target = &options->targets,

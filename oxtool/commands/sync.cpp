@@ -121,8 +121,10 @@ void copy(Item & item, Options const & options, Transfer & transfer)
             item.warnings.append(done.warning);
         bool const isRepeated = done.endsEmpty && mayRetry;
         if (isRepeated) {
-            item.warnings.append(QStringLiteral("'%1' ends in zeros, compared again after 5 s")
-                                     .arg(item.update.source));
+            item.warnings.append(
+                QStringLiteral(
+                    "'%1' ends in zero bytes and may be unfinished, compared again after 5 s")
+                    .arg(item.update.source));
             oxSleep(retryWaitMs);
             compare(item, options, true);
         }

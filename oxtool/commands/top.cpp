@@ -100,7 +100,7 @@ bool hasNextReport(Options const & options, int reports)
     return options.count == 0 || reports < options.count;
 }
 
-/// Table on the terminal, whose keys change the order and the first row.
+/// Live table on the terminal. Keys change the sort order and scroll.
 class LiveView
 {
   public:

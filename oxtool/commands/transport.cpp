@@ -50,8 +50,10 @@ Option textOption(Options & options)
 }
 
 char const * const details =
-    "A word with a letter beyond Latin-1 is stored as a run: \"<UTF8\" or \"<UNI16\", its bytes\n"
-    "as one letter each, and \">\". On a terminal unprintable letters are shown as \\u0097.";
+    "A word with a letter outside of Latin-1 is stored as a run, an escape sequence: \"<UTF8\" or\n"
+    "\"<UNI16\", one letter for each byte of the word, \">\". A terminal shows unprintable "
+    "letters\n"
+    "as \\u0097.";
 
 } // namespace
 
@@ -67,7 +69,7 @@ Command encodeCommand()
                          .help = "Write 16-bit runs in place of UTF-8 runs",
                          .target = &options->asUtf16},
                         {.name = "--keep",
-                         .help = "Keep the readable word after its run",
+                         .help = "Write the word in readable letters after its run",
                          .target = &options->keepOriginal},
                         jsonOption(options->json)},
             .examples = {"oxtool encode \"$name\""},

@@ -27,7 +27,7 @@ class OutputFile
     /// it. Without a previous file it returns `path`.
     QString nameToRead() const;
 
-    /// Creates the empty temporary file. Without a previous file it gets the rights of `access`.
+    /// Creates the empty temporary file. `access` sets its rights if there is no previous file.
     platform::NewFile & create(Access access = Access::ByMask);
 
     /// Writes the whole content.

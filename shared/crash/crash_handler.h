@@ -45,11 +45,11 @@ class OX_EXPORT oxCrashHandler
     /// Sets the context and, at the first call, installs the handler. The context must exist until
     /// the process ends. `argc` and `argv` are those of main(); `argv` may be null.
     ///
-    /// The dump folder is "sub/log" beside the last folder "bin" in the path of the executable, if
-    /// it exists; otherwise the system's temporary folder. "_debug" in this path is replaced by
-    /// "_release", so that debug builds use the release's folder.
+    /// The dump folder is "sub/log" beside the last folder "bin" in the path of the executable. If
+    /// "sub/log" does not exist, it is the system's temporary folder. "_debug" in the executable's
+    /// path is replaced by "_release", so that debug builds use the release's folder.
     ///
-    /// The time zone is read here; dumps are named by its rules for the next five years.
+    /// Reads the time zone's offsets of the next five years, for the local times in names of dumps.
     /// Threads: if several threads call it at once, the first call installs the handler, and the
     /// context of the last call is used.
     void init(__OX & context, int argc, char ** const argv);

@@ -42,8 +42,8 @@ OX_EXPORT QString oxGetFileName(QString path, unsigned short separator);
 /// Returns the text behind the last separator, or the whole path when no separator follows its
 /// first two characters. The separator is "/" when the path contains one, else "\".
 OX_EXPORT QString oxGetFileNameAutoPD(QString path);
-/// Returns the text behind the last separator, at any position, cut at 100 characters. The
-/// separator is "\" when the path contains one, else this system's.
+/// Returns the text behind the last separator, even if that is the first character; cut at 100
+/// characters. The separator is "\" when the path contains one, else this system's.
 OX_EXPORT _oxString8_evenSize<100> oxGetFileName(_oxString8_evenSize<500> const & path);
 /// Returns the text behind the last separator of an 8-bit path of capacity 250, cut at 100
 /// characters.

@@ -87,7 +87,7 @@ class ProcessTable
   public:
     /// Size of the buffer for raw performance data in bytes.
     static constexpr std::size_t rawSize = 308000;
-    /// How long counters of list() are usable for readCounters(), in 100 ns (10 ms).
+    /// Maximum age of counters of list() that readCounters() reuses: 10 ms, in units of 100 ns.
     static constexpr std::int64_t freshTime = 100'000;
 
     /// Creates a table that reads raw performance data into `raw`. The buffer must be aligned to 8

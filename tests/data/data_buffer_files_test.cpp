@@ -247,7 +247,7 @@ TEST_F(DataBufferFile, ReadsAndWritesTwoBlocks)
 
 TEST_F(DataBufferFile, KeepsItsLengthArgumentWhenTheHeaderOverwritesIt)
 {
-    // The first block overwrites the member that the length argument of the second block refers to.
+    // The second length is a reference to `size`, which the loaded first block overwrites.
     FileName const file =
         write("lying", "oxDB" + headerOf({0, 1000, 0, 0, 0, 0, 0, 0}) + QByteArray(2000, 'x'));
     _OX_DataBuffer buffer;

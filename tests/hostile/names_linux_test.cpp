@@ -65,7 +65,7 @@ class HostileName : public NeighbourTest
         }
     }
 
-    /// Replaces what has the path by a new object of this kind.
+    /// Removes the entry at the path and creates an entry of this kind there.
     void renew(QString const & path, Kind kind) const
     {
         std::filesystem::remove_all(path.toStdString());

@@ -14,8 +14,8 @@ namespace ox::platform
 // eight hexadecimal digits each. A process relies on the lock of such a file only if SYSTEM is the
 // number of its own system.
 
-/// SYSTEM of every Windows machine. All Windows machines share one number, since the file server
-/// keeps their locks.
+/// SYSTEM of every Windows machine. One number is sufficient, since the file server manages their
+/// locks: each Windows machine sees the locks of all others.
 inline constexpr std::uint32_t windowsSystem = 0;
 
 /// Age in seconds from which a temporary file of another system counts as left behind; equal to the

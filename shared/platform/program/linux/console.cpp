@@ -20,7 +20,7 @@ namespace
 void occupyClosedStreams()
 {
     for (int const number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        // Access in the opposite direction makes reading and writing fail as on a closed stream.
+        // Standard input is opened for writing and the others for reading, so each access fails.
         int const mode = number == STDIN_FILENO ? O_WRONLY : O_RDONLY;
         if (::fcntl(number, F_GETFD) < 0)
             ::open("/dev/null", mode | O_CLOEXEC); // open() returns the lowest free number
