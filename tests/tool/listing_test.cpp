@@ -6,6 +6,7 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 
 using namespace ox::tests;
@@ -105,7 +106,9 @@ TEST_F(Listing, EmptiesAFolderOrListsItsEntriesInADryRun)
         ToolRun(words("empty %1 -r --jobs 3 --keep *.EXR --keep %2 --keep c* --json",
                       {share.path(), u"sub.exr/d*"_q}))
             .json();
-    EXPECT_EQ(some.value(u"entries"_q).toArray(), QJsonArray({share.path(u"d"_q)}));
+    QJsonArray const entries = some.value(u"entries"_q).toArray();
+    ASSERT_EQ(entries.size(), 1);
+    EXPECT_EQ(QFileInfo(entries[0].toString()), QFileInfo(share.path(u"d"_q)));
     share.write(u"d"_q, "content");
     EXPECT_EQ(ToolRun("empty %1 -r --older-than 1h", {share.path()}).status(), 0);
     EXPECT_EQ(share.names(), before);

