@@ -14,6 +14,7 @@
 #include "shared/platform/folders.h"
 #include "shared/system/environment.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QStringList>
@@ -218,6 +219,7 @@ class Sync
         report_.beginArray(QStringLiteral("files"));
         switch (kind) {
         case platform::NameKind::Folder:
+            requireSeparate();
             addFolders(withSeparator(source), withSeparator(target));
             break;
         case platform::NameKind::File:
@@ -244,12 +246,38 @@ class Sync
         if (source == platform::NameKind::File)
             throw Failure(QStringLiteral("--delete needs a folder as SOURCE"), WrongUse);
         QString const target = withSeparator(options_.target);
-        if (options_.isForced || !isFolder(target) ||
-            platform::fileStatus(nativeName(target + QLatin1String(deletionMarker))))
+        if (options_.isForced || !isFolder(target) || isMarked(target))
             return;
         throw Failure(QStringLiteral("cannot delete in '%1': create the file '%2' there to allow "
                                      "it, or use --force")
                           .arg(options_.target, QLatin1String(deletionMarker)));
+    }
+
+    static bool isMarked(QString const & target)
+    {
+        auto const marker = nativeName(target + QLatin1String(deletionMarker));
+        return static_cast<bool>(platform::fileStatus(marker));
+    }
+
+    /// Refuses folders that contain each other: each run would copy the copies of the last one, or
+    /// delete SOURCE.
+    void requireSeparate() const
+    {
+        auto const whole = [](QString const & path) {
+            QString const canonical = QFileInfo(path).canonicalFilePath(); // resolves links
+            return QDir::fromNativeSeparators(canonical.isEmpty() ? fullPath(path) : canonical) +
+                   QLatin1Char('/');
+        };
+        QString const source = whole(options_.source);
+        QString const target = whole(options_.target);
+        auto const contains = [](QString const & folder, QString const & other) {
+            return other.size() > folder.size() &&
+                   other.startsWith(folder, platform::ownSeparator == '/' ? Qt::CaseSensitive
+                                                                          : Qt::CaseInsensitive);
+        };
+        if ((options_.deletes && contains(target, source)) ||
+            (options_.selection.isRecursive && contains(source, target)))
+            throw Failure(QStringLiteral("SOURCE and TARGET contain each other"), WrongUse);
     }
 
     void addFolders(QString const & source, QString const & target)
@@ -270,9 +298,16 @@ class Sync
             for (QString const & name : content.files)
                 sourceNames_.addFile(below + name);
             folders_.push_back({fullTarget + below});
-            for (QString const & name : content.files)
+            for (QString const & name : content.files) {
+                // A copied marker would allow deletions that nobody has allowed.
+                if (below.isEmpty() && name == QLatin1String(deletionMarker))
+                    continue;
                 addFile(fullSource + below + name, fullTarget + below + name,
                         target + below + name);
+                // The previous version must not replace a file of the source.
+                items_.back().update.keepsPrevious = !std::binary_search(
+                    content.files.begin(), content.files.end(), name + QLatin1String("_old"));
+            }
         }
     }
 
@@ -399,6 +434,12 @@ class Sync
             return;
         if (!failures_.isEmpty())
             return warn(QStringLiteral("nothing was deleted, because of failures"));
+        // The marker is tested again: the share of TARGET may have been mounted in the meantime.
+        if (!options_.isForced && !isMarked(target))
+            return;
+        if (!options_.isForced && items_.empty())
+            return fail(QStringLiteral("nothing was deleted: SOURCE has no file to copy; use "
+                                       "--force if it is meant to be empty"));
         platform::FolderTree tree;
         auto const opened = tree.open(nativeName(target));
         auto entries = opened ? tree.entries() : opened.error();

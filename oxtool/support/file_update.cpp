@@ -54,7 +54,7 @@ void putInPlace(NewFile & copy, FileUpdate const & update, StopGuard & guard, Up
     platform::Result<> placed;
     guard.complete([&] {
         using Previous = NewFile::Previous;
-        auto const previous = update.isReplaced
+        auto const previous = update.isReplaced && update.keepsPrevious
                                   ? copy.keepPrevious("_old", size, update.sourceStatus.modified)
                                   : platform::Result(Previous::None);
         if (!previous)

@@ -4,6 +4,7 @@
 #include "oxtool/support/name_patterns.h"
 #include "oxtool/support/names.h"
 #include "shared/fs/dir_listing.h"
+#include "shared/platform/files.h"
 #include "shared/platform/folders.h"
 
 #include <algorithm>
@@ -32,7 +33,9 @@ bool mayEnter(QString const & root, FolderContent & folder)
         return true;
     using platform::ErrorKind;
     ErrorKind const kind = opened.error().kind();
-    folder.isLink = kind != ErrorKind::AccessDenied && kind != ErrorKind::NotFound;
+    // The system reports a link as "not a folder" here. Followed, it leads to a folder.
+    folder.isLink = (kind == ErrorKind::NotFound || kind == ErrorKind::NotAFile) &&
+                    platform::kindOf(nativeName(root + folder.path)) == platform::NameKind::Folder;
     if (!folder.isLink)
         folder.failure = opened.error();
     return false;

@@ -46,10 +46,16 @@ bool matchesAny(QString const & path, std::vector<QString> const & patterns)
 {
     auto const withSlashes = [](QString text) { return text.replace(u'\\', u'/'); };
     return std::any_of(patterns.begin(), patterns.end(), [&](QString const & pattern) {
-        QString const wanted = withSlashes(pattern);
+        QString wanted = withSlashes(pattern);
+        while (wanted.size() > 1 && wanted.endsWith(u'/'))
+            wanted.chop(1);
+        bool const isFromTop = wanted.startsWith(u'/') || wanted.startsWith(QLatin1String("./"));
+        if (isFromTop)
+            wanted.remove(0, wanted.indexOf(u'/') + 1);
         QString const whole = withSlashes(path);
         QStringView const name = QStringView(whole).mid(whole.lastIndexOf(u'/') + 1);
-        return matchesPattern(wanted.contains(u'/') ? QStringView(whole) : name, wanted);
+        bool const isWhole = isFromTop || wanted.contains(u'/');
+        return matchesPattern(isWhole ? QStringView(whole) : name, wanted);
     });
 }
 
