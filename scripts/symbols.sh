@@ -14,7 +14,7 @@ dump_syms=$(command -v "$here/dump_syms" || command -v dump_syms) ||
   dump_syms=$(compgen -G "${XDG_CACHE_HOME:-$HOME/.cache}/oxshared/breakpad-*/bin/linux-x64/dump_syms" | head -n 1) ||
   fail "cannot find dump_syms"
 
-is_elf() { [ "$(head -c 4 -- "$1" | od -An -tx1)" = " 7f 45 4c 46" ]; }
+is_elf() { [ -f "$1" ] && [ "$(head -c 4 -- "$1" | od -An -tx1)" = " 7f 45 4c 46" ]; }
 
 # Prints the name of a file in a dump: that of a library is its soname.
 name_in_dump() {
@@ -32,13 +32,15 @@ count=0
 store() { # file
   local name id
   name=$(name_in_dump "$1")
+  # The name is content of the file and becomes a path.
+  [[ $name =~ ^[A-Za-z0-9_+~@,=-][A-Za-z0-9._+~@,=-]*$ ]] ||
+    { printf 'oxtool-symbols: unusable name %q in %q\n' "$name" "$1" >&2; return; }
   "$dump_syms" -n "$name" "$1" "$(dirname -- "$1")" >"$made" 2>/dev/null ||
-    { printf 'oxtool-symbols: no symbols in %s\n' "$1" >&2; return; }
+    { printf 'oxtool-symbols: no symbols in %q\n' "$1" >&2; return; }
   # "MODULE Linux x86_64 1F0B… oxtool": a dump matches only the symbols with this number.
   id=$(head -n 1 "$made" | cut -d ' ' -f 4)
   [[ $id =~ ^[0-9A-F]+$ ]] || fail "dump_syms wrote no module line for $1"
-  mkdir -p -- "$folder/$name/$id"
-  cp -- "$made" "$folder/$name/$id/$name.sym"
+  install -D -m 0644 -- "$made" "$folder/$name/$id/$name.sym"
   printf '%s\n' "$folder/$name/$id/$name.sym"
   count=$((count + 1))
 }

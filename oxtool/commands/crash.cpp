@@ -55,7 +55,13 @@ void showStack(CrashReport const & crash, Report & report)
 
 void show(Options const & options, Report & report)
 {
-    requireExisting(options.dump);
+    // A pipe would block the reader.
+    if (auto const dump =
+            platform::openForReading(nativeName(options.dump), platform::Writers::Allowed);
+        !dump)
+        throw Failure(
+            QStringLiteral("cannot read '%1': %2").arg(options.dump, reasonOf(dump.error())),
+            statusOf(dump.error()));
     if (!options.symbols.isEmpty())
         requireExisting(options.symbols);
     DumpReaders const readers(options.readers);

@@ -66,6 +66,7 @@ class Emptying
         // The pass runs on another thread, so that a stop request can wait for its end and report
         // the exact number of deleted entries.
         std::shared_future<_oxEmptyFolderResult> pass;
+        bool hasEnded = true;
         StopGuard guard;
         guard.acquire(
             [&] {
@@ -74,9 +75,13 @@ class Emptying
             },
             [&] {
                 stopped_ = true;
-                pass.wait();
+                // A share that does not respond must not delay the end of the program.
+                hasEnded = pass.wait_for(std::chrono::seconds(5)) != std::future_status::timeout;
             },
-            [&] { return QStringLiteral("stopped: ") + summary(pass.get()); });
+            [&] {
+                return hasEnded ? QStringLiteral("stopped: ") + summary(pass.get())
+                                : QStringLiteral("stopped during the deletion of an entry");
+            });
         pass.wait();
         guard.release();
         showResult(pass.get());

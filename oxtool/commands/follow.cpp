@@ -82,10 +82,15 @@ class Copy
     explicit Copy(QString const & path) : path_(path) {}
 
     /// Returns the size; 0 if the copy does not exist.
+    /// Fails: throws Failure when its status cannot be read, so that it is not taken for empty.
     qint64 size() const
     {
-        auto const status = platform::statusOfFile(nativeName(path_));
-        return status ? status->size : 0;
+        auto const status = platform::fileStatus(nativeName(path_));
+        if (!status && status.error().kind() != platform::ErrorKind::NotFound)
+            throw Failure(
+                QStringLiteral("cannot read '%1': %2").arg(path_, reasonOf(status.error())),
+                statusOf(status.error()));
+        return status && !status->isFolder ? status->size : 0;
     }
 
     void clear() const { static_cast<void>(open(platform::Content::Emptied)); }
@@ -160,7 +165,10 @@ class Follower
         QElapsedTimer idle;
         idle.start();
         while (!isOutputLost()) {
-            if (!options_.copy.isEmpty() && copy_.size() != source_.position()) {
+            // The copy stays while the source is missing.
+            bool const mayRestart =
+                !options_.copy.isEmpty() && platform::statusOfFile(nativeName(options_.file));
+            if (mayRestart && copy_.size() != source_.position()) {
                 // Another program has changed or deleted the copy.
                 copy_.clear();
                 source_.rewind();

@@ -18,6 +18,8 @@ namespace ox::tool
 namespace
 {
 
+constexpr int nameLimit = 25; // the process list cuts longer names
+
 struct Options {
     std::vector<QString> targets;
     bool yes = false;
@@ -35,8 +37,7 @@ bool isMeant(_oxProcessEntry const & process, QString const & target)
     QString const suffix = QString::fromLatin1(platform::executableSuffix.data(),
                                                static_cast<int>(platform::executableSuffix.size()));
     auto const isName = [&process](QString const & name) {
-        // The library cuts names at 25 characters.
-        return QString(process.name).compare(name.left(25), Qt::CaseInsensitive) == 0;
+        return QString(process.name).compare(name, Qt::CaseInsensitive) == 0;
     };
     return isName(target) || isName(target + suffix);
 }
@@ -45,9 +46,16 @@ bool isMeant(_oxProcessEntry const & process, QString const & target)
 /// Fails: throws Failure when a target has no process.
 std::vector<ProcessRow> findProcesses(std::vector<QString> const & targets)
 {
+    for (QString const & target : targets) {
+        if (target.size() >= nameLimit) // several names can have the same beginning
+            throw Failure(QStringLiteral("'%1' is too long for a name: give the id").arg(target),
+                          WrongUse);
+    }
     auto const list = std::make_unique<_oxProcessList>();
     list->collectAllProcesses();
     list->initGetProcessInfo();
+    if (list->total() > list->count)
+        throw Failure(QStringLiteral("cannot search all of %1 processes").arg(list->total()));
     auto const self = static_cast<unsigned int>(QCoreApplication::applicationPid());
     std::vector<bool> isFound(targets.size(), false);
     std::vector<ProcessRow> rows;

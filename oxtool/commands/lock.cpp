@@ -11,7 +11,6 @@
 #include "shared/platform/program/child_process.h"
 #include "shared/platform/result.h"
 
-#include <limits>
 #include <memory>
 
 namespace ox::tool
@@ -133,8 +132,9 @@ void breakLock(QString const & file, Report & report)
         return;
     }
     setMembers(report, status);
-    auto const removed = platform::removeLeftLockFile(nativeName(lockFileName(file)),
-                                                      std::numeric_limits<std::int64_t>::max());
+    // A lock file that is newer than the one shown belongs to another process.
+    auto const removed =
+        platform::removeLeftLockFile(nativeName(lockFileName(file)), status.since.value + 1);
     if (!removed) {
         report.set(QStringLiteral("removed"), false);
         throw breakFailure(file, status, removed.error());

@@ -103,7 +103,8 @@ class Verify
         walkFiles(
             folder, options_.recursive,
             [this](QString const & path, platform::FolderWalk & entry) {
-                if (isWanted(path))
+                // A link in a folder of another user may lead to a device.
+                if (isWanted(path) && !entry.isLink())
                     candidates_.push_back({path, entry.size(), !options_.endings.empty()});
             },
             [this](Failure const & failure) { fail(failure); });

@@ -32,9 +32,10 @@ Output run(QString const & program, QStringList const & arguments)
 {
     QProcess process;
     process.start(program, arguments);
-    process.waitForFinished(-1);
+    bool const hasEnded = process.waitForFinished(-1);
     return {process.readAllStandardOutput(),
-            process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0};
+            hasEnded && process.error() != QProcess::FailedToStart &&
+                process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0};
 }
 
 /// Parses "0|1|oxtool|main|/oxShared/oxtool/main.cpp|17|0x3".

@@ -109,7 +109,12 @@ GrowingFile::Change GrowingFile::poll(std::function<void()> const & restart,
     if (isUnchanged)
         return Change::None;
 
-    platform::OpenFile file = openSource(path_);
+    auto opened = platform::openForReading(nativeName(path_), platform::Writers::Allowed);
+    if (!opened && opened.error().kind() == platform::ErrorKind::NotFound)
+        return Change::Missing; // renamed since the status query
+    if (!opened)
+        fail(path_, opened.error());
+    platform::OpenFile file = *std::move(opened);
     qint64 const size = sizeOf(file, path_);
     bool const isRestarted = !isSameContent(file, size);
     if (isRestarted) {

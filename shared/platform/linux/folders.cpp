@@ -4,6 +4,7 @@
 #include "shared/platform/open_file.h"
 
 #include <cerrno>
+#include <limits>
 #include <optional>
 
 #include <dirent.h>
@@ -300,8 +301,12 @@ Result<std::vector<FolderTree::Entry>> FolderTree::entries() const
         struct stat status = {};
         // An entry that was deleted in the meantime is listed, too. remove() accepts that it is
         // missing.
-        if (::fstatat(system_->folder(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+        if (::fstatat(system_->folder(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
             status.st_mode = found->d_type == DT_DIR ? S_IFDIR : S_IFREG;
+            // An entry whose age is not known must not count as old.
+            if (errno != ENOENT)
+                status.st_mtim.tv_sec = std::numeric_limits<time_t>::max();
+        }
         bool const isFolder = S_ISDIR(status.st_mode);
         entries.push_back({name, isFolder, isFolder ? 0 : status.st_size, status.st_mtim.tv_sec});
         errno = 0;
