@@ -100,6 +100,23 @@ std::string suggestion(std::string const & given, std::vector<std::string> const
     return nearest.empty() ? std::string() : "; did you mean '" + nearest + "'?";
 }
 
+/// CLI11 reads an argument in brackets as a list: "[a,b]" would become "a" and "b". A 0 character,
+/// which no argument contains, prevents this.
+void maskBrackets(std::vector<std::string> & arguments)
+{
+    for (std::string & argument : arguments) {
+        if (argument.size() > 1 && argument.front() == '[' && argument.back() == ']')
+            argument += '\0';
+    }
+}
+
+/// Returns an argument, or a message about one, without the mask.
+std::string unmasked(std::string text)
+{
+    std::erase(text, '\0');
+    return text;
+}
+
 /// Returns the message about a value that is not one of the choices; empty for one that is.
 std::string checkChoice(std::vector<std::string> const & choices, std::string const & text)
 {
@@ -145,6 +162,7 @@ class Parser
     Command const * parse(std::vector<std::string> arguments, int & status)
     {
         isJson_ = wantsJson(arguments);
+        maskBrackets(arguments);
         std::reverse(arguments.begin(), arguments.end());
         try {
             app_.parse(arguments);
@@ -275,18 +293,28 @@ class Parser
             Overloaded{
                 [&](bool * flag) { return app.add_flag(names, *flag); },
                 [&](std::vector<std::string> * list) {
-                    CLI::Option * const added = app.add_option(names, *list);
+                    CLI::Option * const added = app.add_option_function<std::vector<std::string>>(
+                        names, [list](std::vector<std::string> const & texts) {
+                            for (std::string const & text : texts)
+                                list->push_back(unmasked(text));
+                        });
                     return isPositional(option) ? added : once(added);
+                },
+                [&](std::string * value) {
+                    return app.add_option_function<std::string>(
+                        names, [value](std::string const & text) { *value = unmasked(text); });
                 },
                 [&](QString * value) {
                     return app.add_option_function<std::string>(
-                        names, [value](std::string const & text) { *value = fromArgument(text); });
+                        names, [value](std::string const & text) {
+                            *value = fromArgument(unmasked(text));
+                        });
                 },
                 [&](std::vector<QString> * list) {
                     CLI::Option * const added = app.add_option_function<std::vector<std::string>>(
                         names, [list](std::vector<std::string> const & texts) {
                             for (std::string const & text : texts)
-                                list->push_back(fromArgument(text));
+                                list->push_back(fromArgument(unmasked(text)));
                         });
                     return isPositional(option) ? added : once(added);
                 },
@@ -312,7 +340,7 @@ class Parser
                     return once(app.add_option_function<std::vector<std::string>>(
                         names, [&option, &parse](std::vector<std::string> const & texts) {
                             for (std::string const & text : texts) {
-                                if (!parse(fromArgument(text)))
+                                if (!parse(fromArgument(unmasked(text))))
                                     throw CLI::ValidationError(
                                         option.name, "'" + text + "' does not have the form " +
                                                          option.valueName);
@@ -420,7 +448,7 @@ class Parser
     int handle(CLI::ParseError const & error)
     {
         if (error.get_exit_code() != 0 || isUnknownCommand(selectedApp()))
-            return reportWrongUse(messageOf(error), helpLine());
+            return reportWrongUse(unmasked(messageOf(error)), helpLine());
         std::ostringstream text;
         app_.exit(error, text, text);
         print(text.str());
