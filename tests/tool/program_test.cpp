@@ -38,6 +38,7 @@ TEST(Program, PrintsAnExampleInTheHelpOfEachCommand)
         EXPECT_EQ(same.output(), run.output());
     }
     EXPECT_EQ(ToolRun("-V").output(), ToolRun("version").output());
+    EXPECT_TRUE(ToolRun("crc [a,b]").errors().contains(u"'[a,b]'"_q));
 }
 
 TEST(Program, NamesWhatIsWrongAndTheNearest)

@@ -195,6 +195,12 @@ TEST_F(Syncing, DeletesWhatTheSourceDoesNotHaveFromAMarkedFolder)
     EXPECT_EQ(QDir(path("b/sub")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), words("2"));
     EXPECT_EQ(QDir(path("b/only")).entryList(QDir::Files), words("x.log"));
 
+    QDir(share.path()).mkpath(u"empty"_q);
+    EXPECT_EQ(ToolRun("sync %1 %2 --delete", {path("empty"), path("b")}).status(), 1);
+    EXPECT_EQ(ToolRun("sync %1 %2 --delete --force", {path("b/sub"), path("b")}).status(), 2);
+    EXPECT_EQ(ToolRun("sync %1 %2 -r", {path("b"), path("b/sub")}).status(), 2);
+    EXPECT_TRUE(QFile::exists(path("b/sub/2")));
+
     // A target that cannot be replaced is a failure, after which nothing is deleted.
     share.write(u"a/kept.d"_q, "content");
     share.write(u"b/extra"_q, "content");
