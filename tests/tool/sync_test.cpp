@@ -160,6 +160,8 @@ TEST_F(Syncing, ComparesTheContentInPlaceOfTheTime)
     QFile same(path("b/same"));
     ASSERT_TRUE(same.open(QFile::ReadWrite));
     same.setFileTime(QDateTime::currentDateTime().addDays(-3), QFile::FileModificationTime);
+    differs.close(); // Windows refuses to replace an open file
+    same.close();
     EXPECT_EQ(ToolRun("sync %1 %2 --json --dry-run", folders).json().value(u"copied"_q), 1);
     QJsonObject const json = ToolRun("sync %1 %2 --json --checksum", folders).json();
     EXPECT_EQ(json.value(u"files"_q).toArray()[0].toObject().value(u"file"_q), path("b/differs"));
