@@ -57,7 +57,7 @@ QByteArray formattedText(T const & value)
 /// Formatter of the library's types. `Base` is the formatter of a string view, `View`.
 template <typename Base, typename View>
 struct Formatter : Base {
-    /// Formats the text of a value by the specification that `parse` has read.
+    /// Formats the text of a value with the options that `parse` has read.
     template <typename T, typename Context>
     auto format(T const & value, Context & context) const
     {
