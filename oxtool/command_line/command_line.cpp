@@ -28,14 +28,6 @@ Range atLeast(int least)
 namespace
 {
 
-template <typename... Functions>
-struct Overloaded : Functions... {
-    using Functions::operator()...;
-};
-// Clang before version 17 does not deduce it.
-template <typename... Functions>
-Overloaded(Functions...) -> Overloaded<Functions...>;
-
 std::string footerOf(Command const & command)
 {
     std::string text = detailsOf(command);

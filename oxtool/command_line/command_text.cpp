@@ -10,14 +10,6 @@ namespace ox::tool
 namespace
 {
 
-template <typename... Functions>
-struct Overloaded : Functions... {
-    using Functions::operator()...;
-};
-// Clang before version 17 does not deduce it.
-template <typename... Functions>
-Overloaded(Functions...) -> Overloaded<Functions...>;
-
 std::string defaultOf(Option const & option)
 {
     return std::visit(

@@ -9,6 +9,15 @@
 namespace ox::tool
 {
 
+/// A visitor of a variant, made of one lambda for each type.
+template <typename... Functions>
+struct Overloaded : Functions... {
+    using Functions::operator()...;
+};
+// Clang before version 17 does not deduce the types of the lambdas without this guide.
+template <typename... Functions>
+Overloaded(Functions...) -> Overloaded<Functions...>;
+
 /// Exit statuses of the program from 0 on.
 inline constexpr char const * exitStatusTexts[] = {"done",    "failed", "wrong use",
                                                    "damaged", "locked", "missing"};

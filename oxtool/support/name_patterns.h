@@ -14,8 +14,8 @@ bool matchesPattern(QStringView name, QStringView pattern);
 
 /// Returns whether a path below a folder matches one of the patterns. A pattern without a separator
 /// applies to the last component of the path, a pattern with one to the whole path. Both
-/// separators are valid; "job17/" means "job17", and "/job17" or "./job17" only that of the top
-/// folder.
+/// separators are valid. A separator at the end of a pattern has no effect. "/job17" and "./job17"
+/// match only "job17" directly in the folder.
 bool matchesAny(QString const & path, std::vector<QString> const & patterns);
 
 } // namespace ox::tool

@@ -160,7 +160,7 @@ void convertBytes(std::string & bytes)
         bytes = local.toStdString();
 }
 
-/// Replaces the paths in the variable of an option by local ones.
+/// Converts the stored paths that an option has received to local paths.
 void makeLocal(Target const & target)
 {
     auto const convert = [](QString & path) {
