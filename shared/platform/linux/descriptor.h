@@ -20,8 +20,7 @@ class Descriptor
         close();
         errno = error;
     }
-    Descriptor(Descriptor const &) = delete;
-    Descriptor & operator=(Descriptor const &) = delete;
+    Descriptor(Descriptor && other) noexcept : descriptor_(other.release()) {}
 
     int get() const { return descriptor_; }
     bool isOpen() const { return descriptor_ >= 0; }

@@ -96,6 +96,31 @@ int openExisting(NativeName const & name)
     return writable >= 0 ? writable : ::open(name.c_str(), O_RDONLY | existing);
 }
 
+/// An existing lock file. errno has the reason of a file that is not open, and of
+/// Flock::Unsupported.
+struct FoundLockFile {
+    Descriptor file;
+    Flock flock = Flock::Unsupported;
+};
+
+/// Opens an existing lock file and takes a flock. The client of a share can open a name from its
+/// cache although another machine has replaced the file. The flock fails with ESTALE then. A few
+/// tries follow within 2047 ms, since clients keep a name for about a second.
+FoundLockFile openWithFlock(NativeName const & name, int operation)
+{
+    constexpr int tries = 12;
+    for (int tried = 0;; ++tried) {
+        FoundLockFile found{Descriptor(openExisting(name))};
+        if (!found.file.isOpen())
+            return found;
+        found.flock = takeFlock(found.file.get(), operation);
+        if (found.flock != Flock::Unsupported || errno != ESTALE || tried + 1 == tries)
+            return found;
+        found.file.close();
+        pauseAfter(tried);
+    }
+}
+
 /// The first bytes of an open file, in memory that needs no allocation.
 class Start
 {
@@ -296,10 +321,12 @@ bool lockFileExists(NativeName const & name)
 
 Result<> removeLeftLockFile(NativeName const & name, std::int64_t writtenBefore)
 {
-    Descriptor file(openExisting(name));
+    auto [file, flock] = openWithFlock(name, LOCK_EX);
     if (!file.isOpen())
         return resultOf(errno == ENOENT, "open");
-    if (takeFlock(file.get(), LOCK_EX) != Flock::Taken)
+    if (flock == Flock::Busy)
+        return Error{EWOULDBLOCK, "flock"};
+    if (flock == Flock::Unsupported)
         return lastError("flock");
     if (targetOf(name, file.get()) != NameTarget::ThisFile ||
         !wasWrittenBefore(file.get(), writtenBefore))
@@ -326,13 +353,12 @@ LockFileView viewLockFile(NativeName const & name)
     view.exists = true;
     view.modified = status.st_mtim.tv_sec;
     view.holder = LockFileView::Holder::Unknown;
-    Descriptor const file(openExisting(name));
-    if (!file.isOpen())
-        return view;
     // A process that has ended has no flock. A holder has an exclusive flock, or a shared one if
     // another process was viewing the file when it took the lock. Closing the file releases the
     // flocks taken here.
-    Flock const shared = takeFlock(file.get(), LOCK_SH);
+    auto const [file, shared] = openWithFlock(name, LOCK_SH);
+    if (!file.isOpen())
+        return view;
     if (shared == Flock::Busy)
         view.holder = LockFileView::Holder::Process;
     else if (shared == Flock::Taken && takeFlock(file.get(), LOCK_EX) != Flock::Busy)
