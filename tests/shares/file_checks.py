@@ -30,7 +30,7 @@ def run_until(stop, work):
 
 
 @check("a refresh during packs on the other machine gets a whole file",
-       sshfs="at times it fails")
+       smbnetfs="at times it fails", sshfs="at times it fails")
 def refresh_during_packs(s):
     content = s.folder / "refresh-content"
     content.mkdir()
