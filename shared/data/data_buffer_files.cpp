@@ -417,8 +417,14 @@ bool ox::data::loadFile(_OX_DataBuffer & buffer, NativeName const & name, bool w
 {
     platform::FileStatus opened;
     auto file = platform::openForReading(name, platform::Writers::Refused, &opened);
-    // Compatibility: an existing file that cannot be opened is not reported as missing.
-    status = file ? std::optional(opened) : platform::statusOfFile(name);
+    // Compatibility: an existing file that cannot be opened is not reported as missing. The status
+    // of a file that was not found is not read, since another process can create it meanwhile.
+    if (file)
+        status = opened;
+    else if (file.error().kind() != platform::ErrorKind::NotFound)
+        status = platform::statusOfFile(name);
+    else
+        status.reset();
     if (status)
         return loadOpenFile(buffer, std::move(file), status->size, withHeader);
     buffer.error = Missing;
