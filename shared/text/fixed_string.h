@@ -6,8 +6,8 @@
 #include <string_view>
 #include <utility>
 
-/// Fixed-capacity UTF-16 strings without heap memory, for texts of any characters. A surrogate pair
-/// counts as two characters, and a cut at the capacity can split it.
+/// Fixed-capacity UTF-16 strings without heap memory, for texts with characters beyond Latin-1. A
+/// surrogate pair counts as two characters, and a cut at the capacity can split it.
 ///
 ///     _oxString<500> path = QStringLiteral("D:\\jobs\\Łódź.oxdb");
 ///     if (path.endsWith(".oxdb"))
@@ -17,7 +17,7 @@ namespace ox::text
 {
 
 #ifdef __GNUC__
-/// A unit that view() also accesses as `char16_t`.
+/// A unit of a wide string. The attribute allows view() to access the unit as `char16_t`.
 using WideUnit [[gnu::may_alias]] = unsigned short;
 #else
 /// A unit of a wide string.
@@ -37,7 +37,7 @@ struct WideRecord {
     std::uint16_t reserved = 0; ///< set by the constructors only; never read
 };
 
-/// Copies units to a QString. A byte order mark is kept.
+/// Returns a QString of the `length` UTF-16 units at `units`. A byte order mark is kept.
 OX_EXPORT QString toQString(unsigned short const * units, int length);
 /// Implements _oxString::toOXUTF8.
 OX_EXPORT QString toTransportForm(QString const & text);
@@ -52,8 +52,7 @@ OX_EXPORT QString fromTransportForm(char const * text);
 /// - Sign extension (byte 0xE9 becomes unit 0xFFE9): the constructors from bytes, `+=`, and every
 ///   operation with an _oxString parameter, which the constructor creates from the bytes:
 ///   `indexOf`, `indexOfCaseSen`, `replace`, `replaceCaseSen`, `remove`, `removeCaseSens`,
-///   `insert`, `compare` and `isEqual`. Pass a QString to them if a text contains other than ASCII
-///   characters.
+///   `insert`, `compare` and `isEqual`. Pass non-ASCII texts to these operations as QString.
 /// - Latin-1 (byte 0xE9 becomes unit 0x00E9): assignment, `add`, `combined`, `contains`,
 ///   `startsWith`, `endsWith` and the comparison operators.
 ///
@@ -77,15 +76,15 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     using Base::operator+;
     using Base::operator+=;
 
-    /// Creates the empty string; sets all units to 0.
+    /// Creates the empty string and sets all units to 0.
     _oxString() { this->clear(); }
     /// Creates a string of the character `c`, sign-extended.
     _oxString(char const & c) : _oxString() { *this += c; }
     /// Creates a string of `text` (zero-terminated bytes), sign-extended. Null gives the empty
     /// string.
     _oxString(char const * text) : _oxString() { *this += text; }
-    /// Creates a string of the `len` bytes at `text`, sign-extended, zeros included. Only the low
-    /// 16 bits of `len` count. Null gives the empty string.
+    /// Creates a string of the `len` bytes at `text`, sign-extended, including 0 bytes. Only the
+    /// low 16 bits of `len` count. Null gives the empty string.
     _oxString(char const * text, int len) : _oxString()
     {
         if (text)
@@ -93,16 +92,16 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     }
     /// Copies `text` (zero-terminated UTF-16). Null gives the empty string.
     _oxString(unsigned short const * text) : _oxString() { *this = text; }
-    /// Copies the `len` UTF-16 units at `text`, zeros included. Only the low 16 bits of `len`
+    /// Copies the `len` UTF-16 units at `text`, including 0 units. Only the low 16 bits of `len`
     /// count. Null gives the empty string.
     _oxString(unsigned short const * text, int len) : _oxString()
     {
         if (text)
             assign(text, static_cast<std::uint16_t>(len));
     }
-    /// Copies the UTF-16 units of a view.
+    /// Copies the UTF-16 units of the view `text`.
     explicit _oxString(std::u16string_view text) : _oxString() { *this = text; }
-    /// Copies a QString. Memory behind the text is not cleared.
+    /// Copies the QString `text`. Leaves the units behind the terminator uninitialised.
     _oxString(QString const & text) { *this = text; }
 
     /// Assigns `text` (zero-terminated Latin-1).
@@ -119,11 +118,11 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     }
     /// Assigns the UTF-16 unit `c`.
     _oxString & operator=(unsigned short const & c) { return assign(&c, 1); }
-    /// Assigns the Latin-1 bytes of a view.
+    /// Assigns the Latin-1 bytes of the view `text`.
     _oxString & operator=(std::string_view text) { return assign(text.data(), text.size()); }
-    /// Assigns the UTF-16 units of a view.
+    /// Assigns the UTF-16 units of the view `text`.
     _oxString & operator=(std::u16string_view text) { return assign(units(text), text.size()); }
-    /// Assigns a QString.
+    /// Assigns the QString `text`.
     _oxString & operator=(QString const & text) { return assign(text.utf16(), text.size()); }
 
     /// Appends as much of `text` (zero-terminated Latin-1) as fits. Null is ignored.
@@ -133,11 +132,11 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     {
         return text ? append(text, ox::text::textLength(text)) : *this;
     }
-    /// Appends as many of the Latin-1 bytes of a view as fit.
+    /// Appends as many of the Latin-1 bytes of the view `text` as fit.
     _oxString & add(std::string_view text) { return append(text.data(), text.size()); }
-    /// Appends as many of the UTF-16 units of a view as fit.
+    /// Appends as many of the UTF-16 units of the view `text` as fit.
     _oxString & add(std::u16string_view text) { return append(units(text), text.size()); }
-    /// Appends as many characters of an 8-bit string as fit, from Latin-1.
+    /// Appends as many Latin-1 bytes of the 8-bit string `text` as fit.
     template <ox::text::FixedString8 S8>
     _oxString & add(S8 const & text)
     {
@@ -154,7 +153,7 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     _oxString & operator+=(char16_t const & c) { return *this += static_cast<unsigned short>(c); }
     /// Appends as much of `text` (zero-terminated UTF-16) as fits. Null is ignored.
     _oxString & operator+=(unsigned short const * text) { return add(text); }
-    /// Appends as many characters of a QString as fit.
+    /// Appends as much of the QString `text` as fits.
     _oxString & operator+=(QString const & text) { return append(text.utf16(), text.size()); }
 
     /// Returns a copy with `text` (zero-terminated UTF-16) appended, cut at the capacity. Null is
@@ -165,37 +164,37 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     _oxString operator+(char const & c) const { return _oxString(*this) += c; }
     /// Returns a copy with the UTF-16 unit `c` appended, if it fits.
     _oxString operator+(char16_t const & c) const { return _oxString(*this) += c; }
-    /// Returns this text followed by `text` (zero-terminated UTF-16), as a QString of unlimited
-    /// length. Null adds nothing.
+    /// Returns this text followed by `text` (zero-terminated UTF-16), as a QString, which is not
+    /// cut at the capacity. Null is ignored.
     QString operator+(unsigned short const * text) const
     {
         std::size_t const n = text ? ox::text::textLength(text) : 0;
         return QString(*this) + ox::text::toQString(text, static_cast<int>(n));
     }
 
-    /// Appends the decimal text of `number`. A number of more than 13 characters leaves the string
-    /// unchanged.
-    /// Compatibility: the farm's records are written with a buffer of 14 bytes for the number and
-    /// its terminator.
+    /// Appends `number` in decimal, cut at the capacity. Appends nothing if the number has more
+    /// than 13 characters.
+    /// Compatibility: the farm's applications write the number with a terminator into a buffer of
+    /// 14 bytes.
     _oxString & addNr(long long number)
     {
         ox::text::NumberText const digits(number);
         return digits.length < 14 ? add(digits.text) : *this;
     }
 
-    /// Returns whether the text begins with `prefix`, ignoring case by Qt's Unicode rules. Every
-    /// text begins with the empty prefix.
+    /// Returns whether the text begins with the QString `prefix`, ignoring case by Qt's Unicode
+    /// rules. True if `prefix` is empty.
     bool startsWith(QString const & prefix) const
     {
         return QString(*this).startsWith(prefix, Qt::CaseInsensitive);
     }
-    /// Returns whether the text ends with `suffix`, ignoring case by Qt's Unicode rules. Every text
-    /// ends with the empty suffix.
+    /// Returns whether the text ends with the QString `suffix`, ignoring case by Qt's Unicode
+    /// rules. True if `suffix` is empty.
     bool endsWith(QString const & suffix) const
     {
         return QString(*this).endsWith(suffix, Qt::CaseInsensitive);
     }
-    /// Returns whether the text contains `needle`, ignoring case by Qt's Unicode rules.
+    /// Returns whether the text contains the QString `needle`, ignoring case by Qt's Unicode rules.
     bool contains(QString const & needle) const
     {
         return QString(*this).contains(needle, Qt::CaseInsensitive);
@@ -205,26 +204,26 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     /// ASCII letters.
     bool contains(unsigned short const * needle) const { return contains(_oxString(needle)); }
     /// Returns whether the text begins with `prefix` (zero-terminated UTF-16), ignoring the case of
-    /// ASCII letters. False for the empty prefix.
+    /// ASCII letters. False if `prefix` is empty.
     bool startsWith(unsigned short const * prefix) const
     {
         return prefix && this->hasAt(prefix, Base::Start);
     }
-    /// Returns whether the text begins with `prefix` (zero-terminated UTF-16), exactly. Every text
-    /// that is not empty begins with the empty prefix.
+    /// Returns whether the text begins with `prefix` (zero-terminated UTF-16), exactly. An empty
+    /// `prefix` matches every text that is not empty.
     bool startsWithCaseSen(unsigned short const * prefix) const
     {
         return this->hasAtStartExactly(prefix);
     }
     /// Returns whether the text ends with `suffix` (zero-terminated UTF-16), ignoring the case of
-    /// ASCII letters. False for the empty suffix.
+    /// ASCII letters. False if `suffix` is empty.
     bool endsWith(unsigned short const * suffix) const
     {
         return suffix && this->hasAt(suffix, Base::End);
     }
 
-    /// Writes the low bytes of min(length, dstSize - 1) units and a terminator to `dst`. Writes
-    /// nothing when `dst` is null or `dstSize` is 0.
+    /// Copies the text to the `dstSize` bytes at `dst`: the low byte of each unit, as many as fit,
+    /// and a terminator. Writes nothing if `dst` is null or `dstSize` is 0.
     void toChar(char * dst, unsigned short dstSize) const
     {
         if (!dst || dstSize == 0)
@@ -234,28 +233,25 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
         dst[n] = 0;
     }
 
-    /// Converts the low bytes of the first 249 characters. A conversion to an 8-bit string of any
-    /// capacity other than 250 and 500 uses QString instead: Latin-1, '?' for other characters, cut
-    /// at that capacity.
-    ///
-    /// Convert only texts of at most 249 characters: the length of the result is that of this text,
-    /// even if fewer characters are copied.
-    /// Compatibility: the farm's applications detect a cut text by this length.
+    /// Converts to an 8-bit string of the low bytes of the first 249 units. Convert only texts of
+    /// at most 249 units: the result has the length of this text, even if fewer units are copied.
+    /// The conversion to 8-bit strings of any capacity other than 250 and 500 uses QString instead:
+    /// Latin-1, '?' for other characters, cut at that capacity.
+    /// Compatibility: the farm's applications detect a cut text by the length of the result.
     operator _oxString8_evenSize<250>() const { return narrowed<250>(); }
-    /// Converts the low bytes of the first 499 characters. Convert only texts of at most 499
-    /// characters: the length of the result is that of this text, even if fewer characters are
-    /// copied.
+    /// Converts to an 8-bit string of the low bytes of the first 499 units. Convert only texts of
+    /// at most 499 units: the result has the length of this text, even if fewer units are copied.
     operator _oxString8_evenSize<500>() const { return narrowed<500>(); }
 
-    /// Returns the text as oxToOXUTF8 encodes it without the readable words, cut at 500 characters.
+    /// Returns the text encoded by oxToOXUTF8 with `keepOriginal` false, cut at 500 characters.
     _oxString8_evenSize<500> toOXUTF8() const { return ox::text::toTransportForm(*this); }
-    /// Assigns the text that oxFromOXUTF8 decodes from `text` (zero-terminated Latin-1). Null gives
-    /// the empty string.
+    /// Assigns `text` (zero-terminated Latin-1), decoded by oxFromOXUTF8. Null gives the empty
+    /// string.
     _oxString & fromOXUTF8(char const * text) { return *this = ox::text::fromTransportForm(text); }
     /// Assigns `text` (zero-terminated UTF-8). Null gives the empty string.
     _oxString & fromUTF8(char const * text) { return *this = QString::fromUtf8(text); }
 
-    /// A view of the text, valid until the string changes.
+    /// Returns a view of the text, valid until the string changes.
     std::u16string_view view() const
     {
         return {reinterpret_cast<char16_t const *>(value), static_cast<std::size_t>(size())};
@@ -267,23 +263,23 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     /// Converts the text to a QString. A byte order mark is kept.
     operator QString() const { return ox::text::toQString(value, size()); }
 
-    /// Exact equality with the QString `b`.
+    /// Returns whether `a` equals the QString `b`, exactly.
     friend bool operator==(_oxString const & a, QString const & b)
     {
         return a.size() == b.size() && ox::text::equal(a.value, b.utf16(), a.size());
     }
-    /// Exact equality with `b` (zero-terminated UTF-16). No text equals null.
+    /// Returns whether `a` equals `b` (zero-terminated UTF-16), exactly. False if `b` is null.
     friend bool operator==(_oxString const & a, unsigned short const * b)
     {
         return b && ox::text::textLength(b) == static_cast<std::size_t>(a.size()) &&
                ox::text::equal(a.value, b, a.size());
     }
-    /// Compares `a` with the QString `b` by the rules for two wide strings.
+    /// Compares `a` with the QString `b` in the `<=>` order of two wide strings.
     friend std::strong_ordering operator<=>(_oxString const & a, QString const & b)
     {
         return a.orderTo(b.utf16(), b.size());
     }
-    /// Compares `a` with `b` (zero-terminated UTF-16) by the rules for two wide strings. Null
+    /// Compares `a` with `b` (zero-terminated UTF-16) in the `<=>` order of two wide strings. Null
     /// counts as the empty text.
     friend std::strong_ordering operator<=>(_oxString const & a, unsigned short const * b)
     {
@@ -292,7 +288,7 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
         return a.orderTo(text, static_cast<std::ptrdiff_t>(ox::text::textLength(text)));
     }
 
-    /// Prints the text as UTF-8.
+    /// Prints the text to `stream` as UTF-8.
     friend std::ostream & operator<<(std::ostream & stream, _oxString const & text)
     {
         ox::text::printUtf8(stream, text);
@@ -326,7 +322,7 @@ namespace ox::text
 using WideCapacities = std::integer_sequence<int, 10, 25, 30, 48, 50, 75, 100, 125, 150, 200, 225,
                                              250, 500, 1000, 2500>;
 
-/// Returns whether the wide strings of these capacities have the layout of the records.
+/// Returns whether the wide strings of the capacities `N` have the layout of the farm's records.
 template <int... N>
 constexpr bool areWideRecords(std::integer_sequence<int, N...>)
 {

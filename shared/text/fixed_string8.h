@@ -10,15 +10,15 @@
 #include <type_traits>
 #include <utility>
 
-/// Fixed-capacity 8-bit strings without heap memory, which the farm's binary records contain. The
-/// memory image is the same in every build; docs/record_layouts.md shows it.
+/// Fixed-capacity 8-bit strings without heap memory, for the farm's binary records. The memory
+/// layout is the same in every build; docs/record_layouts.md shows it.
 ///
 ///     _oxString8_evenSize<250> name = "job17";
 ///     name.add("_left").addNr(7);
 ///     if (name.indexOf("LEFT") > 0)
 ///         log(QString(name));
 ///
-/// Conversions between bytes and QString use Latin-1. toWchar_t uses the system's code page.
+/// Conversions between bytes and QString use Latin-1. Only toWchar_t uses the system's code page.
 
 namespace ox::text
 {
@@ -29,7 +29,7 @@ struct EvenRecord8 {
     static constexpr int N = Capacity; ///< the maximum number of units of the text
     using Unit = char;
 
-    // Leaves the memory uninitialised: the strings initialise it, except the spare byte.
+    // Leaves the memory uninitialised. The constructors of the strings initialise all but `spare`.
     EvenRecord8() {}
 
     char value[N + 1];    ///< the text and its terminator
@@ -49,7 +49,7 @@ struct UnevenRecord8 {
     std::uint16_t length; ///< characters of the text, without the terminator
 };
 
-/// A wide string with a conversion operator to S.
+/// A wide string with a conversion operator to `S`.
 template <typename Wide, typename S>
 concept ConvertsTo = requires(Wide const & wide)
 {
@@ -73,13 +73,13 @@ class String8 : public FixedText<S, Record>
     using Base::value;
     using Base::operator+=;
 
-    /// Creates the empty string; sets all characters to 0.
+    /// Creates the empty string and sets all characters to 0.
     String8() { this->clear(); }
     /// Copies `text` (zero-terminated) and sets all characters behind it to 0. Null gives the empty
     /// string.
     String8(char const * text) : String8() { *this = text; }
-    /// Copies the `len` bytes at `text`, zeros included, and sets all characters behind them to 0.
-    /// Only the low 16 bits of `len` count. Null gives the empty string.
+    /// Copies the `len` bytes at `text`, including 0 bytes, and sets all characters behind them to
+    /// 0. Only the low 16 bits of `len` count. Null gives the empty string.
     String8(char const * text, int len) : String8()
     {
         fromChar(text, static_cast<std::uint16_t>(len));
@@ -87,12 +87,12 @@ class String8 : public FixedText<S, Record>
     /// Copies the low bytes of the units of `text` (zero-terminated UTF-16). Null gives the empty
     /// string.
     String8(unsigned short const * text) : String8() { *this = text; }
-    /// Copies the bytes of a view.
+    /// Copies the bytes of the view `text`.
     explicit String8(std::string_view text) : String8() { *this = text; }
-    /// Copies the Latin-1 form of a QString, with '?' for other characters. Memory behind the text
-    /// is not cleared.
+    /// Copies the QString `text` as Latin-1, with '?' for other characters. Leaves the characters
+    /// behind the terminator uninitialised.
     String8(QString const & text) { *this = text; }
-    /// Converts a wide string by its conversion operator.
+    /// Converts the wide string `wide` by its conversion operator.
     template <ConvertsTo<S> Wide>
     explicit String8(Wide const & wide) : String8(wide.operator S())
     {
@@ -102,7 +102,7 @@ class String8 : public FixedText<S, Record>
     /// Compatibility: null sets the length to 0 and keeps all bytes, even the first, since records
     /// are compared as memory.
     S & operator=(char const * text) { return text ? assign(text, std::strlen(text)) : setSize(0); }
-    /// Assigns the bytes of a view.
+    /// Assigns the bytes of the view `text`.
     S & operator=(std::string_view text) { return assign(text.data(), text.size()); }
     /// Assigns the character `c`.
     S & operator=(char const & c) { return assign(&c, 1); }
@@ -112,16 +112,16 @@ class String8 : public FixedText<S, Record>
     {
         return text ? assign(text, textLength(text)) : setSize(0);
     }
-    /// Assigns the Latin-1 form of a QString, with '?' for other characters.
+    /// Assigns the QString `text` as Latin-1, with '?' for other characters.
     S & operator=(QString const & text) { return assign(text.utf16(), text.size(), copyAsLatin1); }
-    /// Assigns a wide string by its conversion operator.
+    /// Assigns the wide string `wide`, converted by its conversion operator.
     template <ConvertsTo<S> Wide>
     S & operator=(Wide const & wide)
     {
         return self() = wide.operator S();
     }
-    /// Assigns the `len` bytes at `text`, zeros included. Null sets the length to 0 and keeps all
-    /// bytes.
+    /// Assigns the `len` bytes at `text`, including 0 bytes. Null sets the length to 0 and keeps
+    /// all bytes.
     S & fromChar(char const * text, int len)
     {
         return text ? assign(text, std::max(len, 0)) : setSize(0);
@@ -129,16 +129,16 @@ class String8 : public FixedText<S, Record>
 
     /// Appends as much of `text` (zero-terminated) as fits. Null is ignored.
     S & add(char const * text) { return text ? append(text, std::strlen(text)) : self(); }
-    /// Appends as many bytes of a view as fit.
+    /// Appends as many bytes of the view `text` as fit.
     S & add(std::string_view text) { return append(text.data(), text.size()); }
     /// Appends as much of `text` (zero-terminated) as fits. Null is ignored.
     S & operator+=(char const * text) { return add(text); }
     /// Appends the low byte of the UTF-16 unit `c`, if it fits.
     S & operator+=(unsigned short const & c) { return *this += static_cast<char>(c); }
 
-    /// Appends the decimal text of `number` and sets the length with `calcLength`. Leaves the
-    /// string unchanged if the text would then exceed capacity - 2 characters.
-    /// Compatibility: every release of the farm keeps two characters free here.
+    /// Appends `number` in decimal, then sets the length with `calcLength`. Leaves the string
+    /// unchanged if the result would be longer than capacity - 2 characters.
+    /// Compatibility: every release of the farm leaves two characters of the capacity unused.
     S & addNr(long long number)
     {
         NumberText const digits(number);
@@ -149,13 +149,14 @@ class String8 : public FixedText<S, Record>
         return self();
     }
 
-    /// Parses the number at the start of the text as `atoi` does; a number beyond the range of int
-    /// gives the nearest int. With `ok` the text must consist of digits behind an optional '-';
-    /// otherwise the result is 0 and *ok is false. The empty text and "-" give 0, and *ok is true.
+    /// Parses the number at the start of the text as `atoi` does. A number beyond the range of int
+    /// gives the nearest int.
+    ///
+    /// With `ok`, the text must consist of an optional '-' and digits. Sets *ok to whether it does;
+    /// any other text gives 0. The empty text and "-" are accepted and give 0.
     int toInt(bool * ok = nullptr) const { return text::toInt(value, size(), ok); }
 
-    /// Returns whether this text, mapped to upper case, equals `upper`, which must be in upper case
-    /// already.
+    /// Returns whether the text equals `upper`, ignoring case. `upper` must be in upper case.
     bool isEqualUpperInput(S const & upper) const
     {
         return size() == upper.size() &&
@@ -163,42 +164,43 @@ class String8 : public FixedText<S, Record>
                           [](char c, char expected) { return toUpper(c) == expected; });
     }
 
-    /// Returns the first position >= `from` of the low byte of the UTF-16 unit `c`, exactly, or -1.
-    /// A `from` outside the text counts as 0.
+    /// Returns the position of the first occurrence of the low byte of the UTF-16 unit `c` at or
+    /// after `from`, exactly, or -1. A `from` outside the text counts as 0.
     int indexOf(unsigned short const & c, int from = 0) const
     {
         return indexOf(static_cast<char>(c), from);
     }
-    /// Returns the last position <= `from` of the low byte of the UTF-16 unit `c`, exactly, or -1.
-    /// A `from` outside the text counts as its last position.
+    /// Returns the position of the last occurrence of the low byte of the UTF-16 unit `c` at or
+    /// before `from`, exactly, or -1. A `from` outside the text counts as the last position of the
+    /// text.
     int lastIndexOf(unsigned short const & c, int from = -1) const
     {
         return lastIndexOf(static_cast<char>(c), from);
     }
 
-    /// A view of the text, valid until the string changes.
+    /// Returns a view of the text, valid until the string changes.
     std::string_view view() const { return {value, static_cast<std::size_t>(size())}; }
     /// Converts to a view of the text, valid until the string changes. A temporary string does not
     /// convert, since the view could outlive it: call view().
     operator std::string_view() const & { return view(); }
     operator std::string_view() const && = delete;
-    /// Converts the text from Latin-1.
+    /// Converts the text from Latin-1 to a QString.
     operator QString() const { return QString::fromLatin1(value, size()); }
 
     /// Converts the text up to its first 0 byte from the system's code page (Latin-1 on Linux) to
-    /// zero-terminated UTF-16 at `dst`. Writes at most min(dstSize - 1, length) + 1 units and cuts
-    /// what does not fit. Writes nothing when `dst` is null or `dstSize` is below 1.
+    /// zero-terminated UTF-16 at `dst`. Writes at most min(dstSize - 1, length) units and the
+    /// terminator; longer results are cut. Writes nothing if `dst` is null or `dstSize` is below 1.
     void toWchar_t(unsigned short * dst, int const & dstSize) const
     {
         if (dst && dstSize > 0)
             widenSystemText(value, size(), dst, std::min(dstSize - 1, size()) + 1);
     }
 
-    /// Exact equality with the QString `b`, which is first converted to a string of this type.
-    /// Characters beyond the capacity are therefore not compared.
+    /// Returns whether `a` equals the QString `b`, exactly. `b` is first converted to a string of
+    /// this type, so characters beyond the capacity are not compared.
     friend bool operator==(S const & a, QString const & b) { return a == S(b); }
 
-    /// Prints the bytes of the text.
+    /// Prints the bytes of the text to `stream`.
     friend std::ostream & operator<<(std::ostream & stream, S const & text)
     {
         printBytes(stream, text.view());
@@ -222,8 +224,8 @@ class _oxString8_evenSize
     using Base = ox::text::String8<_oxString8_evenSize, ox::text::EvenRecord8<N>>;
 
   public:
-    /// Creates the empty string; sets all characters to 0. The constructor is not defaulted, since
-    /// `S()` and `S{}` would then write the spare byte.
+    /// Creates the empty string and sets all characters to 0. The constructor is not defaulted:
+    /// with a defaulted one, `S()` and `S{}` would also set the spare byte to 0.
     _oxString8_evenSize() {}
     using Base::Base;
     using Base::operator=;
@@ -237,13 +239,13 @@ class _oxString8_UnevenSize
     using Base = ox::text::String8<_oxString8_UnevenSize, ox::text::UnevenRecord8<N>>;
 
   public:
-    /// Creates the empty string; sets all characters to 0.
+    /// Creates the empty string and sets all characters to 0.
     _oxString8_UnevenSize() {}
     using Base::Base;
     using Base::operator=;
 };
 
-/// Storage of an 8-bit string with the length in front, for records of old applications.
+/// Storage of an 8-bit string with the length before the text, for records of old applications.
 template <int N>
 struct _oxString8_AllSize {
     /// Creates the empty string.
@@ -271,7 +273,8 @@ using UnevenCapacities8 = std::integer_sequence<int, 7, 15, 25, 75, 125>;
 /// The capacities of `_oxString8_AllSize` that the farm's records use.
 using AllSizeCapacities8 = std::integer_sequence<int, 10>;
 
-/// Returns whether `S` is a record of `size` bytes with its members at these offsets.
+/// Returns whether `S` is a record of `size` bytes with the members `value` and `length` at the
+/// offsets of these names.
 template <typename S>
 constexpr bool hasLayout(std::size_t size, std::size_t value, std::size_t length)
 {
@@ -279,14 +282,14 @@ constexpr bool hasLayout(std::size_t size, std::size_t value, std::size_t length
            offsetof(S, length) == length;
 }
 
-/// Returns whether the strings of these even capacities have the layout of the records.
+/// Returns whether the strings of the even capacities `N` have the layout of the farm's records.
 template <int... N>
 constexpr bool areEvenRecords(std::integer_sequence<int, N...>)
 {
     return (hasLayout<_oxString8_evenSize<N>>(N + 4, 0, N + 2) && ...);
 }
 
-/// Returns whether the strings of these uneven capacities have the layout of the records.
+/// Returns whether the strings of the uneven capacities `N` have the layout of the farm's records.
 template <int... N>
 constexpr bool areUnevenRecords(std::integer_sequence<int, N...>)
 {

@@ -17,19 +17,21 @@ namespace ox::text
 
 /// Common operations of the 8-bit and the wide fixed-capacity strings.
 ///
-/// `S` is the string class. `Record` is its memory: `value` (capacity + 1 units) and `length`. A
-/// unit is a `char` in the 8-bit strings and an `unsigned short` in the wide ones. The text is the
-/// first `length` units and may contain 0 units. Every operation ends the text with a 0 unit, keeps
-/// the length within the capacity, and silently drops the units that do not fit. Units behind the
-/// terminator stay unchanged, unless the comment of an operation says otherwise.
+/// `S` is the derived string class. `Record` is the memory: `value` (capacity + 1 units) and
+/// `length`. A unit is a `char` in the 8-bit strings and an `unsigned short` in the wide strings.
+/// The text is the first `length` units and may contain 0 units. Unless its comment says otherwise,
+/// an operation that changes the text
+/// - writes a 0 unit, the terminator, behind the text,
+/// - silently drops the units that exceed the capacity,
+/// - keeps the units behind the terminator unchanged.
 ///
 /// Records also come from files and packets, so the contents are untrusted. Every operation treats
 /// a `length` above the capacity as the capacity, so that no operation accesses memory outside the
-/// object. Positions and counts outside the text are clamped to it. A null pointer is an empty
-/// text.
+/// object. Positions and counts outside the text are clamped to the text. A null pointer counts as
+/// the empty text.
 ///
-/// "Ignoring case" concerns the ASCII letters only; "exactly" means that case counts. Any argument
-/// may be the string itself or point into it.
+/// "Ignoring case" applies to ASCII letters only; "exactly" means case-sensitive. An argument may
+/// be the string itself or point into the string.
 template <typename S, typename Record>
 class FixedText : public Record
 {
@@ -45,16 +47,16 @@ class FixedText : public Record
     /// Number of units of the text.
     int size() const { return std::min<int>(length, capacity()); }
 
-    /// Returns whether the text has no units.
+    /// Returns whether the text is empty.
     bool isEmpty() const { return length == 0; }
-    /// Returns whether the text has units.
+    /// Returns whether the text is not empty.
     bool hasData() const { return length != 0; }
 
     /// The zero-terminated text.
     Unit const * c_str() const { return value; }
     /// The first unit.
     Unit const * begin() const { return value; }
-    /// The end of the text, where the terminator is.
+    /// The end of the text: the position of the terminator.
     Unit const * end() const { return value + size(); }
 
     /// Empties the string and sets all capacity + 1 units to 0.
@@ -64,19 +66,19 @@ class FixedText : public Record
         length = 0;
     }
 
-    /// Sets every unit behind the text to 0, so that a stored record contains no old characters.
+    /// Sets every unit behind the text to 0, so that a stored record contains no earlier text.
     void clearUnused()
     {
         auto const used = static_cast<std::size_t>(size());
         std::memset(value + used, 0, sizeof value - used * sizeof(Unit));
     }
 
-    /// Sets the length to n, clamped to 0 and the capacity, and writes the terminator. A larger
-    /// length adds the units that are already in the memory.
+    /// Sets the length to `n`, clamped to the range 0 to capacity, and writes the terminator. If
+    /// this makes the text longer, the units that follow the text in memory become part of it.
     void setLength(short n) { terminateAt(std::clamp<int>(n, 0, capacity())); }
 
-    /// Sets the length to the number of units before the first 0 unit, or to the capacity when it
-    /// has no 0 unit.
+    /// Sets the length to the position of the first 0 unit in `value`, or to the capacity if none
+    /// of the first `capacity()` units is 0.
     void calcLength()
     {
         int const zero = findUnit<Unit>(value, capacity(), 0, 0);
@@ -85,7 +87,7 @@ class FixedText : public Record
 
     /// Appends as much of `other` as fits.
     S & add(S const & other) { return append(other.value, other.size()); }
-    /// Appends as many of the `n` units at `text` as fit, zeros included. Null is ignored.
+    /// Appends as many of the `n` units at `text` as fit, including 0 units. Null is ignored.
     S & add(Unit const * text, unsigned int n) { return text ? append(text, n) : self(); }
     /// Appends as much of `other` as fits.
     S & operator+=(S const & other) { return add(other); }
@@ -96,22 +98,24 @@ class FixedText : public Record
     S operator+(S const & other) const { return S(self()).add(other); }
     /// Returns a copy with the unit `c` appended, if it fits.
     S operator+(Unit const & c) const { return S(self()) += c; }
-    /// Returns a copy with `text` (zero-terminated) appended, cut at the capacity. Null is ignored.
+    /// Returns a copy with `text` (zero-terminated Latin-1) appended, cut at the capacity. Null is
+    /// ignored.
     S combined(char const * text) const { return S(self()).add(text); }
 
-    /// Returns this text followed by `text`, as a QString of unlimited length.
+    /// Returns this text followed by the QString `text`, as a QString, which is not cut at the
+    /// capacity.
     QString operator+(QString const & text) const { return QString(self()) + text; }
-    /// Returns this text followed by `text` (zero-terminated Latin-1), as a QString of unlimited
-    /// length.
+    /// Returns this text followed by `text` (zero-terminated Latin-1), as a QString, which is not
+    /// cut at the capacity.
     QString operator+(char const * text) const
     {
         return QString(self()) + QString::fromLatin1(text);
     }
 
-    /// Appends the decimal text of `number`, padded with zeros to `minDigits` characters, as far as
-    /// they fit. The minus sign counts as a character.
+    /// Appends `number` in decimal, padded on the left with zeros to at least `minDigits`
+    /// characters. The minus sign counts as a character. The text is cut at the capacity.
     /// Compatibility: the zeros precede the minus sign, as in the farm's stored names: -5 with
-    /// three digits is "0-5".
+    /// `minDigits` 3 is "0-5".
     S & addNr(long long number, unsigned char minDigits)
     {
         NumberText const digits(number);
@@ -120,8 +124,9 @@ class FixedText : public Record
         return self().add(digits.text);
     }
 
-    /// Compares the upper-cased texts by unsigned unit values; on an equal prefix the shorter text
-    /// comes first. Returns -1, 0 or 1.
+    /// Returns -1, 0 or 1 if the text is less than, equal to or greater than `other`, ignoring
+    /// case. Compares the unsigned values of the units in upper case; a prefix of a text is less
+    /// than the text.
     int compare(S const & other) const
     {
         return compareIgnoringCase<Unit>(value, size(), other.value, other.size());
@@ -140,28 +145,28 @@ class FixedText : public Record
         return n == size() && (n == 0 || (text && equal(value, text, n)));
     }
 
-    /// Returns the first position >= `from` of `needle`, ignoring case, or -1. A wide string
-    /// sign-extends a needle that is given as bytes.
+    /// Returns the position of the first occurrence of `needle` at or after `from`, ignoring case,
+    /// or -1. A wide string sign-extends a needle that is passed as bytes.
     int indexOf(S const & needle, int from = 0) const
     {
         return search(needle, from, Case::Ignored);
     }
-    /// Returns the first position >= `from` of `needle`, exactly, or -1. A wide string sign-extends
-    /// a needle that is given as bytes.
+    /// Returns the position of the first occurrence of `needle` at or after `from`, exactly, or -1.
+    /// A wide string sign-extends a needle that is passed as bytes.
     /// Compatibility: a needle as long as the text is compared ignoring case, since the farm's
-    /// applications look up whole names this way.
+    /// applications look up whole names with this function.
     int indexOfCaseSen(S const & needle, int from = 0) const
     {
         return search(needle, from, Case::Exact);
     }
-    /// Returns the first position >= `from` of the unit `c`, exactly, or -1. A `from` outside the
-    /// text counts as 0.
+    /// Returns the position of the first occurrence of the unit `c` at or after `from`, exactly, or
+    /// -1. A `from` outside the text counts as 0.
     int indexOf(Unit const & c, int from = 0) const
     {
         return findUnit<Unit>(value, size(), c, from);
     }
-    /// Returns the last position <= `from` of the unit `c`, exactly, or -1. A `from` outside the
-    /// text counts as its last position.
+    /// Returns the position of the last occurrence of the unit `c` at or before `from`, exactly, or
+    /// -1. A `from` outside the text counts as the last position of the text.
     int lastIndexOf(Unit const & c, int from = -1) const
     {
         return findLastUnit<Unit>(value, size(), c, from);
@@ -180,38 +185,36 @@ class FixedText : public Record
     /// Returns whether the text contains the unit `c`, exactly.
     bool contains(Unit const & c) const { return indexOf(c) >= 0; }
 
-    /// Returns whether the text begins with `prefix`, ignoring case. No text begins with the empty
-    /// prefix.
+    /// Returns whether the text begins with `prefix`, ignoring case. False if `prefix` is empty.
     bool startsWith(S const & prefix) const { return startsWith(prefix.value, prefix.size()); }
-    /// Returns whether the text begins with `prefix` (zero-terminated Latin-1), ignoring case. No
-    /// text begins with the empty prefix.
+    /// Returns whether the text begins with `prefix` (zero-terminated Latin-1), ignoring case.
+    /// False if `prefix` is empty.
     bool startsWith(char const * prefix) const { return prefix && hasAt(prefix, Start); }
-    /// Returns whether the text begins with the `n` units at `prefix`, ignoring case. No text
-    /// begins with the empty prefix.
+    /// Returns whether the text begins with the `n` units at `prefix`, ignoring case. False if `n`
+    /// is 0.
     bool startsWith(Unit const * prefix, int n) const
     {
         return prefix && n > 0 && n <= size() && equalIgnoringCase(value, prefix, n);
     }
     /// Returns whether the text begins with the unit `c`, exactly.
     bool startsWith(Unit const & c) const { return hasData() && value[0] == c; }
-    /// Returns whether the text begins with `prefix` (zero-terminated Latin-1), exactly. Every text
-    /// that is not empty begins with the empty prefix.
+    /// Returns whether the text begins with `prefix` (zero-terminated Latin-1), exactly. An
+    /// empty `prefix` matches every text that is not empty.
     bool startsWithCaseSen(char const * prefix) const { return hasAtStartExactly(prefix); }
 
-    /// Returns whether the text ends with `suffix`, ignoring case. No text ends with the empty
-    /// suffix.
+    /// Returns whether the text ends with `suffix`, ignoring case. False if `suffix` is empty.
     bool endsWith(S const & suffix) const
     {
         int const n = suffix.size();
         return n > 0 && n <= size() && equalIgnoringCase(end() - n, suffix.value, n);
     }
-    /// Returns whether the text ends with `suffix` (zero-terminated Latin-1), ignoring case. No
-    /// text ends with the empty suffix.
+    /// Returns whether the text ends with `suffix` (zero-terminated Latin-1), ignoring case. False
+    /// if `suffix` is empty.
     bool endsWith(char const * suffix) const { return suffix && hasAt(suffix, End); }
-    /// Returns whether the text ends with `suffix` (zero-terminated), ignoring case. False when `n`
-    /// is 0 or above the length.
-    /// Compatibility: the whole suffix is compared and not its first `n` units, since callers pass
-    /// an `n` that is not the length of the suffix.
+    /// Returns whether the text ends with `suffix` (zero-terminated), ignoring case. False if
+    /// `suffix` is empty, or `n` is 0 or above the length of the text.
+    /// Compatibility: the whole suffix is compared, not only its first `n` units, since callers
+    /// pass an `n` that is not the length of the suffix.
     bool endsWith(Unit const * suffix, int n) const
     {
         return suffix && n != 0 && n <= size() && hasAt(suffix, End);
@@ -219,19 +222,19 @@ class FixedText : public Record
     /// Returns whether the text ends with the unit `c`, exactly.
     bool endsWith(Unit const & c) const { return hasData() && end()[-1] == c; }
 
-    /// Removes the units 0, 9, 10, 13 and 32 from both ends.
+    /// Removes the units 0, tab, line feed, carriage return and blank from both ends.
     S & trim() { return setSize(text::trim<Unit>(value, size())); }
 
     /// Replaces every occurrence of `before` by `after`, ignoring case, from left to right.
     /// Inserted text is not searched. The text is cut at the capacity after each replacement. A
-    /// wide string sign-extends arguments that are given as bytes.
+    /// wide string sign-extends arguments that are passed as bytes.
     S & replace(S const & before, S const & after)
     {
         return replaceText(before, after, Case::Ignored);
     }
-    /// Replaces every occurrence of `before` by `after`, as replace does. Searches with
-    /// indexOfCaseSen: a `before` as long as the text is compared ignoring case, any other `before`
-    /// exactly.
+    /// Replaces every occurrence of `before` by `after`, as `replace` does, but searches with
+    /// `indexOfCaseSen`: a `before` as long as the text is compared ignoring case, any other
+    /// `before` exactly.
     S & replaceCaseSen(S const & before, S const & after)
     {
         return replaceText(before, after, Case::Exact);
@@ -243,15 +246,15 @@ class FixedText : public Record
         return self();
     }
 
-    /// Removes every occurrence of `text`, ignoring case. An occurrence that a removal creates
-    /// stays. A wide string sign-extends an argument that is given as bytes.
+    /// Removes every occurrence of `text`, ignoring case. Does not search for occurrences that only
+    /// a removal creates. A wide string sign-extends an argument that is passed as bytes.
     S & remove(S const & text) { return replaceText(text, S(), Case::Ignored); }
-    /// Removes every occurrence of `text`. Searches with indexOfCaseSen: a `text` as long as this
-    /// text is compared ignoring case, any other `text` exactly.
+    /// Removes every occurrence of `text`, as `remove` does, but searches with `indexOfCaseSen`: a
+    /// `text` as long as this text is compared ignoring case, any other `text` exactly.
     S & removeCaseSens(S const & text) { return replaceText(text, S(), Case::Exact); }
-    /// Removes every unit that equals `c`, ignoring case, and returns a copy of the result.
+    /// Removes every unit that equals `c`, ignoring case, from this text and returns a copy of it.
     S remove(Unit const & c) { return setSize(removeUnit<Unit>(value, size(), c)); }
-    /// Removes `n` units at position `pos`.
+    /// Removes the `n` units that begin at position `pos`.
     S & remove(int pos, int n)
     {
         pos = clampPosition(pos);
@@ -260,7 +263,7 @@ class FixedText : public Record
     }
 
     /// Inserts `text` at position `pos`; the result is cut at the capacity. A wide string
-    /// sign-extends an argument that is given as bytes.
+    /// sign-extends an argument that is passed as bytes.
     S & insert(int pos, S const & text)
     {
         if (&text == this)
@@ -269,7 +272,7 @@ class FixedText : public Record
                                     text.size()));
     }
 
-    /// Returns a copy of the `n` units from position `pos`.
+    /// Returns a copy of the `n` units that begin at position `pos`.
     S mid(int pos, int n) const
     {
         pos = clampPosition(pos);
@@ -292,31 +295,31 @@ class FixedText : public Record
         return self();
     }
 
-    /// Exact equality.
+    /// Returns whether `a` equals `b`, exactly.
     friend bool operator==(S const & a, S const & b)
     {
         if (a.length == b.length && a.length <= capacity()) [[likely]]
             return equal(a.value, b.value, a.length);
         return a.isEqualSameCase(b.value, b.size());
     }
-    /// Exact equality with `b` (zero-terminated Latin-1). No text equals null.
+    /// Returns whether `a` equals `b` (zero-terminated Latin-1), exactly. False if `b` is null.
     friend bool operator==(S const & a, char const * b)
     {
         return b && std::strlen(b) == static_cast<std::size_t>(a.size()) &&
                equal(a.value, b, a.size());
     }
 
-    /// Compares the memory of both texts over the shorter length, then the lengths.
-    /// Compatibility: in the wide strings the low byte of each unit is compared first, so 0x0100 is
-    /// smaller than 0x00FF. Sorted records are searched by comparison of their memory.
+    /// Compares `a` with `b` by `memcmp` over the shorter length, then by length.
+    /// Compatibility: sorted records are searched with this order. In wide strings it compares the
+    /// low byte of each unit first, so the unit 0x0100 is less than 0x00FF.
     friend std::strong_ordering operator<=>(S const & a, S const & b)
     {
         auto const shorter = std::min<std::ptrdiff_t>({a.length, b.length, capacity()});
         std::strong_ordering const prefixes = order(a.value, b.value, shorter) <=> 0;
         return prefixes != 0 ? prefixes : a.size() <=> b.size();
     }
-    /// Compares `a` with `b` (zero-terminated Latin-1) by the rules for two strings. `b` may be
-    /// longer than the capacity. Null counts as the empty text.
+    /// Compares `a` with `b` (zero-terminated Latin-1) in the `<=>` order of two strings. `b` may
+    /// be longer than the capacity. Null counts as the empty text.
     friend std::strong_ordering operator<=>(S const & a, char const * b)
     {
         char const * const text = b ? b : "";
@@ -331,11 +334,11 @@ class FixedText : public Record
     }
 
   protected:
-    /// Leaves the memory uninitialised; the constructors of the strings initialise it.
+    /// Leaves the memory uninitialised; the constructors of `S` initialise it.
     FixedText() {}
 
-    /// Copies the length and all capacity + 1 units, including those behind the terminator. A spare
-    /// byte between units and length stays unchanged.
+    /// Copies the length and all capacity + 1 units, including the units behind the terminator.
+    /// Does not copy the spare byte of an 8-bit string of even capacity.
     FixedText(FixedText const & other) : Record() { *this = other; }
     FixedText & operator=(FixedText const & other)
     {
@@ -359,7 +362,7 @@ class FixedText : public Record
         return setSize(n);
     }
 
-    /// Returns how many of n units fit behind the first `used` units.
+    /// Returns how many of `n` units fit behind the first `used` units.
     template <std::integral Count>
     static int fitting(Count n, int used = 0)
     {
@@ -367,8 +370,8 @@ class FixedText : public Record
         return static_cast<int>(std::cmp_less(n, freeUnits) ? static_cast<unsigned>(n) : freeUnits);
     }
 
-    /// Assigns n units or bytes, cut at the capacity. `copy(to, from, n)` copies them to the
-    /// string.
+    /// Assigns the `n` units or bytes at `from`, cut at the capacity. `copy(to, from, count)`
+    /// copies or converts the units that fit.
     template <typename From, std::integral Count, typename Copy>
     S & assign(From const * from, Count n, Copy copy)
     {
@@ -396,8 +399,8 @@ class FixedText : public Record
         return append(from, n, [](Unit * to, From const * text, int k) { copyUnits(to, text, k); });
     }
 
-    /// Compares the memory of this text with n units or bytes over the shorter length, then the
-    /// lengths. n may exceed the capacity.
+    /// Compares this text with the `n` units or Latin-1 bytes at `text`, in the `<=>` order of two
+    /// strings. `n` may exceed the capacity.
     template <typename From>
     std::strong_ordering orderTo(From const * text, std::ptrdiff_t n) const
     {
@@ -408,8 +411,8 @@ class FixedText : public Record
 
     enum Side : bool { Start, End };
 
-    /// Returns whether this text begins or ends with `text` (zero-terminated), ignoring case. False
-    /// if `text` is empty.
+    /// Returns whether this text has `text` (zero-terminated) at its start or its end, ignoring
+    /// case. False if `text` is empty.
     template <typename From>
     bool hasAt(From const * text, Side side) const
     {
@@ -420,8 +423,8 @@ class FixedText : public Record
         return equalIgnoringCase(side == Start ? begin() : end() - count, text, count);
     }
 
-    /// Returns whether this text begins with `text` (zero-terminated), exactly. False when this
-    /// text is empty.
+    /// Returns whether this text begins with `text` (zero-terminated), exactly. False if this text
+    /// is empty.
     template <typename From>
     bool hasAtStartExactly(From const * text) const
     {
@@ -448,7 +451,7 @@ class FixedText : public Record
     }
 };
 
-/// Accepts every class that derives from FixedText; for the concept below.
+/// Accepts every class that derives from FixedText. The concept FixedString tests for it.
 template <typename S, typename Record>
 void isFixedText(FixedText<S, Record> const &);
 
@@ -463,22 +466,22 @@ concept FixedString = requires(S const & text)
 template <typename S>
 concept FixedString8 = FixedString<S> && sizeof(typename S::Unit) == 1;
 
-/// Two fixed strings of different types, where the unit of A is at least as wide as that of B. The
-/// compiler derives the operators with swapped operands.
+/// Two fixed-capacity strings of different types, where a unit of A is at least as wide as a unit
+/// of B. The compiler derives the operators with swapped operands.
 template <typename A, typename B>
 concept DifferentFixedStrings = FixedString<A> && FixedString<B> && !std::same_as<A, B> &&
                                 sizeof(typename A::Unit) >= sizeof(typename B::Unit);
 
-/// Exact equality of strings of different types. A byte equals the unit of the same value
-/// (Latin-1).
+/// Returns whether `a` equals `b`, a string of another type, exactly. A byte equals the unit of the
+/// same value (Latin-1).
 template <typename A, typename B>
 requires DifferentFixedStrings<A, B>
 bool operator==(A const & a, B const & b)
 {
     return a.size() == b.size() && equal(a.value, b.value, a.size());
 }
-/// Compares strings of different types as two strings of one type: the memory over the shorter
-/// length, then the lengths.
+/// Compares `a` with `b`, a string of another type, in the `<=>` order of two strings of one type.
+/// A byte counts as the unit of the same value (Latin-1).
 template <typename A, typename B>
 requires DifferentFixedStrings<A, B> std::strong_ordering operator<=>(A const & a, B const & b)
 {
