@@ -8,34 +8,34 @@
 #include <type_traits>
 #include <utility>
 
-/// Growable list of wide strings in one block of memory, with a fixed layout. Searches can ignore
-/// the case of ASCII letters.
+/// Growable array of wide strings in one block of memory. The list object has a fixed memory
+/// layout. Searches can ignore the case of ASCII letters.
 ///
 ///     _oxStringList frames;
-///     frames.append(name, true, false); // unless an entry equals it, ignoring case
+///     frames.append(name, true, false); // appends the name unless the list has it in any case
 ///     frames.sort(false);
 ///
 /// References to entries are valid until the list changes.
-/// Fails: when memory is lacking, `append` and copying leave the list empty.
+/// Fails: if a memory allocation fails, `append` and copying leave the list empty.
 class OX_EXPORT _oxStringList
 {
   public:
     /// Type of the entries.
     using Entry = _oxString<500>;
 
-    /// Creates an empty list, which has no memory.
+    /// Creates an empty list. Allocates no memory.
     _oxStringList() = default;
-    /// Copies the other list, as copyFrom does.
+    /// Copies `other`, as copyFrom does.
     _oxStringList(_oxStringList const & other) { copyFrom(other); }
-    /// Takes the entries of the other list, which is empty afterwards.
+    /// Moves the entries of `other` to the new list and leaves `other` empty.
     _oxStringList(_oxStringList && other) noexcept { swap(other); }
-    /// Copies the other list, as copyFrom does.
+    /// Copies `other`, as copyFrom does.
     _oxStringList & operator=(_oxStringList const & other)
     {
         copyFrom(other);
         return *this;
     }
-    /// Swaps the entries of both lists.
+    /// Swaps the entries of this list and `other`.
     _oxStringList & operator=(_oxStringList && other) noexcept
     {
         swap(other);
@@ -43,9 +43,9 @@ class OX_EXPORT _oxStringList
     }
     ~_oxStringList() { clear(); }
 
-    /// Replaces the entries by copies of the other list's entries, byte for byte.
+    /// Replaces the entries of this list by byte-for-byte copies of the entries of `other`.
     void copyFrom(_oxStringList const & other);
-    /// Swaps the entries of both lists without copying them.
+    /// Swaps the entries of this list and `other` without copying them.
     void swap(_oxStringList & other) noexcept
     {
         std::swap(count_, other.count_);
@@ -67,35 +67,36 @@ class OX_EXPORT _oxStringList
     /// The end of the entries.
     Entry const * end() const { return items_ + count_; }
 
-    /// Returns entry i, unchecked: i must be 0 to count() - 1. In an empty list any i gives the
-    /// empty string.
+    /// Returns entry `i` without a range check: `i` must be 0 to count() - 1. In an empty list any
+    /// `i` gives the empty string.
     Entry const & operator[](int i) const { return items_ ? items_[i] : emptyEntry(); }
-    /// Returns entry i, or the first entry when i is out of range. An empty list gives the empty
+    /// Returns entry `i`, or the first entry if `i` is out of range. An empty list gives the empty
     /// string.
-    /// Compatibility: the farm's applications show the first entry when a stored selection is out
-    /// of date.
+    /// Compatibility: the farm's applications show the first entry if a stored selection is out of
+    /// date.
     Entry const & at(int const & i) const { return (*this)[i >= 0 && i < count_ ? i : 0]; }
-    /// Returns the low bytes of the first 499 units of `at(i)`, zero-terminated, in a buffer of the
-    /// list. The next call overwrites the buffer.
+    /// Returns entry `at(i)` as zero-terminated bytes: the low bytes of its first 499 units. The
+    /// bytes are in a buffer of the list, which the next call overwrites.
     char const * atAsChar(int const & i) const;
 
-    /// Returns the index of the first entry that equals s, or -1.
+    /// Returns the index of the first entry that equals `s`, or -1. Ignores case unless
+    /// `caseSensitive`.
     int find(Entry const & s, bool const & caseSensitive) const;
 
-    /// Appends a copy of s. With `unique` it appends nothing when `find` finds s. s may be an entry
-    /// of the list.
-    /// Fails: when memory is lacking, the list is empty afterwards.
+    /// Appends a copy of `s`. With `unique`, appends nothing if `find(s, caseSensitive)` finds an
+    /// entry. `s` may be an entry of the list.
+    /// Fails: if the memory allocation fails, the list is empty afterwards.
     void append(Entry const & s, bool const & unique, bool const & caseSensitive);
 
-    /// Sorts the entries by _oxString::compare, which ignores case. Equal entries keep their order,
-    /// even if `descending`. The sort temporarily needs 16 bytes per entry. When this memory is
-    /// lacking, it sorts in place, which takes longer.
+    /// Sorts the entries by _oxString::compare, which ignores case, in ascending or `descending`
+    /// order. The sort is stable in both orders. It temporarily allocates 16 bytes per entry; if
+    /// the allocation fails, it sorts in place, which takes longer.
     ///
-    /// Compatibility: the reserved words of the entries do not move, since each belongs to a
-    /// position in the list and not to a text.
+    /// Compatibility: the sort does not move the `reserved` members of the entries, since each
+    /// belongs to a position in the list and not to a text.
     void sort(bool const & descending);
 
-    /// Returns the entries in the form ("first", "second"), for logs and messages.
+    /// Returns the entries of `list` in the form ("first", "second"), for logs and messages.
     friend OX_EXPORT QString oxPrintedText(_oxStringList const & list);
 
   private:
@@ -109,7 +110,8 @@ class OX_EXPORT _oxStringList
     mutable char scratch_[501] = {};
 };
 
-/// Checks the memory layout. Only the size of the pointer differs between the builds.
+/// Checks the memory layout of the list at compile time. Only the pointer size differs between
+/// 32-bit and 64-bit builds.
 struct _oxStringList::Layout {
     static_assert(std::is_standard_layout_v<_oxStringList>);
     static_assert(offsetof(_oxStringList, count_) == 0);
