@@ -7,77 +7,82 @@
 /// Encodings of texts in the farm's records, configuration and XML files. None of these functions
 /// fails.
 ///
-/// Such files hold Latin-1. A word with a character above 255 is therefore stored as a run: a
-/// marker, the bytes of the word as one Latin-1 character each, and ">". The marker of a UTF-8 run
-/// is "<UTF8", that of a 16-bit run is "<UNI16". Markers are recognised in any letter case.
+/// These files contain Latin-1. A word with a character above 255 is therefore stored as a run: a
+/// marker, each byte of the word as a Latin-1 character, and ">". The marker of a UTF-8 run is
+/// "<UTF8"; the marker of a 16-bit run is "<UNI16". Markers are recognised in any letter case.
 
-/// Encodes every word that holds a character above 255 as a UTF-8 run. Words end at blanks, line
-/// feeds, carriage returns and tabs. With `keepOriginal` the readable word follows its run. Returns
-/// a text that already holds the marker unchanged, so that no text is encoded twice.
+/// Encodes every word of `text` that contains a character above 255 as a UTF-8 run. The separators
+/// of words are blank, line feed, carriage return and tab. With `keepOriginal`, the readable word
+/// follows its run. A text that already contains the marker is returned unchanged, so that no text
+/// is encoded twice.
 OX_EXPORT QString oxToOXUTF8(QString text, bool keepOriginal);
 
-/// Decodes every UTF-8 run. If a decoded run produces another run, that run is decoded, too.
-/// Separators at both ends of the content of a run are removed. A byte that is not UTF-8 becomes
-/// U+FFFD, a character above 255 inside a run becomes "?". An unclosed run ends before the last
-/// character of the text.
+/// Decodes every UTF-8 run of `text`, including runs that decoding creates. Separators at the start
+/// and at the end of a run's content are removed. A byte that is not UTF-8 becomes U+FFFD; a
+/// character above 255 inside a run becomes "?". A run without a ">" ends before the last character
+/// of the text.
 ///
 /// The first ">" closes a run. A word that contains ">" therefore does not round-trip; every other
 /// word does.
 OX_EXPORT QString oxFromOXUTF8(QString text);
 
-/// Encodes every word that holds a character above 255 as a 16-bit run: each UTF-16 unit as its
-/// high byte and its low byte. Words end at blanks only. `keepOriginal` and the marker have the
-/// same effect as in oxToOXUTF8.
+/// Encodes every word of `text` that contains a character above 255 as a 16-bit run: each UTF-16
+/// unit becomes a pair of characters, its high byte and its low byte. Only a blank separates words.
+/// `keepOriginal` and a marker in the text have the same effect as in oxToOXUTF8.
 OX_EXPORT QString oxToOXUni16(QString text, bool keepOriginal);
 
-/// Decodes every 16-bit run. If a decoded run produces another run, that run is decoded, too. An
-/// odd last character of a run is dropped. An unclosed run ends before the last character of the
-/// text.
+/// Decodes every 16-bit run of `text`, including runs that decoding creates. If the content of a
+/// run has an odd length, its last character is dropped. A run without a ">" ends before the last
+/// character of the text.
 ///
 /// The first ">" that is the first character of a pair closes the run. A ">" that is the second
-/// character of a pair is a low byte, and closes the run only when no other ">" does.
+/// character of a pair is a low byte. It closes the run only if no other ">" does.
 ///
-/// A blank behind the marker is either padding, which is skipped, or the high byte of a letter from
-/// U+2000 to U+20FF. A ">" ends a word if one of these follows: the end of the text, a separator, a
-/// printable ASCII character other than ">", or a character above 255 (of the readable word). The
-/// blank is padding if no ">" closes the pairs that begin with it. It is also padding if the
-/// closing ">" of these pairs does not end a word, but that of the pairs behind the blank does.
-/// Encoded values in markup and paths therefore round-trip. A run that another program padded can
-/// be decoded wrongly if it contains a letter whose low byte is ">".
+/// A blank behind the marker is either padding by another program, which is skipped, or the high
+/// byte of a letter from U+2000 to U+20FF. It is padding in two cases:
+/// - The pairs that begin with the blank have no closing ">".
+/// - Their closing ">" does not end a word, but the closing ">" of the pairs that begin behind the
+///   blank does.
 ///
-/// Two kinds of words do not round-trip: one with a letter from U+3E00 to U+3EFF, whose high byte
-/// closes the run, and one whose bytes contain the marker and a ">" (U+3C55 U+4E49 U+3136 U+043E).
+/// A ">" ends a word if one of these follows: the end of the text, a blank, line feed, carriage
+/// return or tab, a printable ASCII character other than ">", or a character above 255 (of the
+/// readable word). Encoded values in markup and paths therefore round-trip. A padded run can be
+/// decoded wrongly if it contains a letter whose low byte is ">".
+///
+/// Two kinds of words do not round-trip: a word with a letter from U+3E00 to U+3EFF, whose high
+/// byte closes the run, and a word whose bytes contain the marker and a ">", such as U+3C55 U+4E49
+/// U+3136 U+043E.
 OX_EXPORT QString oxFromOXUni16(QString text);
 
-/// Escapes a text for XML: the five special characters become named entities, the German letters
-/// ÄÖÜäöüß numeric entities. Any other character above 255 becomes "?".
+/// Escapes `text` for XML: <, >, ", ' and & become named entities; the German letters ÄÖÜäöüß
+/// become numeric entities. A character above 255 becomes "?".
 OX_EXPORT QString toXmlString(QString text);
 
-/// Decodes the entities that toXmlString writes. Other entities stay unchanged; a character above
-/// 255 becomes "?".
+/// Decodes the entities in `text` that toXmlString writes. Other entities stay unchanged. A
+/// character above 255 becomes "?".
 /// Compatibility: "&amp;" is decoded before the numeric entities. The literal text "&#196;",
 /// encoded as "&amp;#196;", is therefore decoded to "Ä".
 OX_EXPORT QString fromXmlString(QString text);
 
-/// Returns the short form by which setting names are compared: the prefix "co", "pp" or "os" in
-/// lower case if the name has one in any letter case, then the capitals, the digits 1 to 9, "_" and
-/// "-" of the rest. "coImageWidth" becomes "coIW". "Color_ID" and "CompanyProjectName" count as
-/// names without a prefix.
+/// Returns the short form of a setting's name, for comparisons. It is the prefix "co", "pp" or "os"
+/// in lower case, if `name` begins with one in any letter case, followed by the capitals, the
+/// digits 1 to 9, "_" and "-" of the rest: "coImageWidth" becomes "coIW". The names "Color_ID" and
+/// "CompanyProjectName", in any letter case, count as names without a prefix.
 OX_EXPORT QString oxCalcShortName(QString const & name);
 
-/// Returns whether c is a digit 0 to 9 or "-". The sign counts as a digit because scans for numbers
-/// accept it.
+/// Returns whether `c` is a digit 0 to 9 or "-". The sign counts as a digit, since searches for
+/// numbers accept it.
 OX_EXPORT bool oxIsDigit(unsigned short const & c);
 
-/// Parses a dotted IPv4 address; returns it as a number with the first field in the highest byte,
-/// or 0 if the text is not such an address. The fields have three digits, as in "192.168.001.010".
-/// Only the last field may be shorter: "10.168.001.010" gives 0.
+/// Returns the dotted IPv4 address `ip` as a number with the first field in the highest byte, or 0
+/// if `ip` is not an IPv4 address in this form: the fields have three digits, as in
+/// "192.168.001.010". Only the last field may be shorter: "10.168.001.010" gives 0.
 ///
 /// The fourth field may be missing ("192.168.001", "192.168.001."). The lowest byte is then 255
 /// with `lastByteFull` (the broadcast address of a subnet), else 0.
 ///
 /// Compatibility: the farm writes fields of three digits, so only the first "." is searched.
-/// Further fields are read by position: the character in front of each is skipped, whatever it is.
-/// A single character behind the third field, and all characters behind the fourth one, are
-/// ignored.
+/// The further fields are read at fixed positions, and any character in front of a field is
+/// accepted. A single character behind the third field and all characters behind the fourth field
+/// are ignored.
 OX_EXPORT unsigned int IPString2IP(QString ip, bool const & lastByteFull);
