@@ -28,67 +28,70 @@ using QtHash =
 
 /// A point in time: seconds since 1970-01-01 00:00:00 UTC.
 ///
-/// Compatibility: there are two local times, as in the farm's records. Calendar fields and texts
-/// follow the time zone's rules for the date in question. The fast day arithmetic adds
-/// `oxTime_Start_OffSet`, which is measured once and does not follow later changes of daylight
-/// saving.
+/// Compatibility: there are two kinds of local time, as in the farm's records:
+/// - Calendar fields and texts follow the rules of the time zone for each date.
+/// - Functions "by the measured offset" add `oxTime_Start_OffSet`, which is faster. The offset is
+///   measured once and does not follow later changes of daylight saving time.
 ///
-/// Every value is allowed. Sums beyond 64 bits wrap around. If the calendar cannot express the year
-/// of a time, all its calendar fields are -1.
+/// Every value is allowed. Sums beyond 64 bits wrap around. If the C library does not support the
+/// year of a time, all calendar fields of the time are -1.
 class OX_EXPORT _oxTime
 {
   public:
     /// Seconds since 1970-01-01 00:00:00 UTC.
     __int64 value = 0;
 
-    /// Local time minus UTC in seconds; -1 before the first measurement.
+    /// The measured offset: local time minus UTC in seconds; -1 before the first measurement.
     /// Threads: measured without a lock; concurrent measurements give the same value.
     static int oxTime_Start_OffSet;
 
     /// 1970-01-01 00:00:00 UTC.
     _oxTime() = default;
-    /// Creates the current time, or 0 when `now` is false. Accepts only a bool, since a number
-    /// without a second argument would silently become the current time.
+    /// Creates the current time, or 1970-01-01 00:00:00 UTC if `now` is false. Accepts only a bool,
+    /// since a number without a second argument would silently become the current time.
     explicit _oxTime(std::same_as<bool> auto now)
     {
         if (now)
             setCurrentTime(0);
     }
-    /// Creates a time from seconds since 1970. Local time (`isUTC` false) is converted with
-    /// `oxTime_Start_OffSet`.
+    /// Creates a time from `t` seconds since 1970: UTC, or local time by the measured offset if
+    /// `isUTC` is false.
     /// Compatibility: this constructor measures the offset only if the offset is 99. Before the
-    /// first measurement the offset is -1, so local times become one second late, as in the farm's
-    /// records.
+    /// first measurement the offset is -1, so a local time becomes one second late, as in the
+    /// farm's records.
     _oxTime(__int64 t, bool isUTC);
 
     /// Returns the current time.
     static _oxTime currentTime() { return _oxTime(true); }
-    /// Sets the current time plus `add` seconds.
+    /// Sets this time to the current time plus `add` seconds.
     void setCurrentTime(__int64 add);
-    /// Sets a time given in 100-ns ticks since 1601-01-01 UTC, as two 32-bit halves. Higher bits of
-    /// the arguments are ignored. Fractions of a second are truncated towards 1970.
+    /// Sets the time from a Windows FILETIME: 100-ns ticks since 1601-01-01 UTC, in two 32-bit
+    /// halves. Higher bits of `low` and `high` are ignored. Fractions of a second are truncated
+    /// toward 1970.
     void from_FILETIME(unsigned long low, unsigned long high);
-    /// Converts a file time (seconds since 1970) as if the daylight saving at its date were that of
-    /// the measured offset. File times are then comparable across a change of daylight saving.
+    /// Returns the file time `t` (seconds since 1970 UTC), plus the time zone's offset at `t`,
+    /// minus the measured offset. File times before and after a change of daylight saving time are
+    /// then comparable.
     static _oxTime convertStatFileTime(__int64 const & t);
 
-    /// Sets local midnight of a date. If daylight saving skips midnight on that day, it sets the
+    /// Sets local midnight of a date. If daylight saving time skips midnight on that day, sets the
     /// end of the skipped hour. Month and day are clamped to 1 to 12 and 1 to 31. A year below 0
-    /// becomes 2014, a year below 100 counts from 2000, and a year above 3000 becomes 3000.
+    /// becomes 2014, the years 0 to 99 become 2000 to 2099, and a year above 3000 becomes 3000.
     void fromDate(int day, int month, int year);
-    /// Sets a local time, whose date is clamped as by fromDate. The year 1900 stands for the
-    /// current year, and 1.1.1900 for today. The years 1901 to 1989 count from 2000. Of an hour
-    /// that occurs twice, the second occurrence is set. A time in a skipped hour is set one hour
-    /// later.
+    /// Sets a local date and time of day. The date is clamped as by fromDate. Then the year 1900
+    /// becomes the current year, 1 January 1900 becomes today, and the years 1901 to 1989 become
+    /// 2001 to 2089. In an hour that occurs twice, sets the second occurrence. A time in a skipped
+    /// hour becomes one hour later.
     void fromDateTime(int second, int minute, int hour, int day, int month, int year);
-    /// Sets local midnight of a date, with its year unchanged. An invalid date sets -1.
+    /// Sets local midnight of `date`, as fromDate does, but does not clamp the date. An invalid
+    /// date sets -1 seconds.
     _oxTime & operator=(QDate const & date);
-    /// Sets a local time from the date and the time of day of `dateTime`, as fromDateTime does, but
-    /// does not clamp the date. Ignores the time zone of `dateTime`: convert a value of another
-    /// zone with `toLocalTime()` first. An invalid date or time of day sets -1.
+    /// Sets the local date and time of day of `dateTime`, as fromDateTime does, but does not clamp
+    /// the date. Ignores the time zone of `dateTime`: convert a value of another time zone with
+    /// `QDateTime::toLocalTime()` first. An invalid date or time of day sets -1 seconds.
     _oxTime & operator=(QDateTime const & dateTime);
 
-    /// Order by the seconds.
+    /// Compares the seconds.
     auto operator<=>(_oxTime const &) const = default;
 
     /// Sets `fields` to the local calendar fields.
@@ -97,7 +100,7 @@ class OX_EXPORT _oxTime
     void to_tm_Offset(std::tm & fields, __int64 const & add) const;
     /// Converts to the local calendar fields.
     operator std::tm() const;
-    /// Converts to the local date. The date is invalid when the calendar cannot express it.
+    /// Converts to the local date. The date is invalid if the C library does not support the year.
     operator QDate() const;
 
     /// The local year, such as 2026.
@@ -113,42 +116,42 @@ class OX_EXPORT _oxTime
     int getDayHour() const;
     /// Minute of the day by the measured offset: 0 to 1439, or 0 to -1439 before 1970.
     int getDayMinutes() const;
-    /// Second of the day of this time plus `add` seconds: 0 to 86399, or 0 to -86399 before 1970.
-    /// The local time uses the measured offset.
+    /// Second of the day of this time plus `add` seconds, by the measured offset: 0 to 86399, or 0
+    /// to -86399 before 1970.
     int getDaySeconds(__int64 add) const;
-    /// Number of local days from 1970-01-01 to this time plus `add` seconds, rounded toward 0;
-    /// negative before 1970. The local time uses the measured offset.
+    /// Number of days from 1970-01-01 to this time plus `add` seconds, by the measured offset,
+    /// rounded toward 0; negative before 1970.
     int getTotalDays(__int64 add) const;
-    /// Returns the time in local seconds, by the measured offset, truncated to signed 32 bits.
+    /// Returns the local time in seconds, by the measured offset, truncated to signed 32 bits.
     /// Compatibility: the farm's records contain local times in 32 bits.
     __int64 toLocalTime() const;
-    /// Converts a value in local seconds to UTC by the measured offset.
+    /// Converts this time from local time to UTC, by the measured offset.
     void convertFromLocalTime();
 
-    /// Returns the seconds from `now` to the end of a wait of `wait` seconds that began at this
-    /// time; negative after its end. The result is truncated to 32 bits. A null `now` is the
-    /// current time.
+    /// Returns the seconds that remain at `now` of a wait of `wait` seconds that began at this
+    /// time; negative after the end of the wait. The result is truncated to 32 bits. A null `now`
+    /// is the current time.
     int waitTimeDifference(__int64 const & wait, _oxTime const * now) const;
-    /// Returns whether `now` is later than the end of a wait of `wait` seconds that began at this
-    /// time. If it is later, `restart` sets this time to `now`, which begins the next wait. A null
-    /// `now` is the current time.
+    /// Returns whether a wait of `wait` seconds that began at this time has ended before `now`. If
+    /// it has, `restart` sets this time to `now`, which begins the next wait. A null `now` is the
+    /// current time.
     bool waitTimeIsOver(__int64 const & wait, bool const & restart, _oxTime const * now);
 
-    /// Returns the offset of local time from UTC in seconds, and measures it if it is still -1.
+    /// Returns `oxTime_Start_OffSet`. Measures it first if it is -1.
     static int getTime_Start_OffSet();
-    /// Returns the error of the offset in seconds. With `apply` it first corrects the offset and
-    /// returns the remaining error. A zone more than half a day from UTC gives an offset that is
-    /// wrong by one day.
+    /// Returns the present error of `oxTime_Start_OffSet` in seconds. With `apply`, first corrects
+    /// the offset, then returns the remaining error. In a time zone more than half a day from UTC
+    /// the corrected offset is wrong by one day.
     static int testIfOfsetIsRight(bool apply);
 
-    // Texts in local time. The comments show Saturday 2026-11-14 09:05:07. Numbers have at least
+    // Texts in local time. The examples show Saturday 2026-11-14 09:05:07. Numbers have at least
     // two digits. A year of two digits is the year minus 2000, which is negative before 2000. If
-    // the calendar cannot express the year, the name of a month or weekday is a number.
+    // the C library does not support the year, the name of a month or weekday is a number.
 
     /// Local month, day and time: "11.14 09:05.07".
     /// Compatibility: the month comes first, as in the farm's logs.
     QString asString() const;
-    /// Local month, day and time `add` seconds later: "11.14 09:05.07".
+    /// Local month, day and time of this time plus `add` seconds: "11.14 09:05.07".
     QString asStringOffset(__int64 const & add) const;
     /// Local time of day by the measured offset: "09:05.07".
     QString asStringHourMinSec() const;
@@ -196,8 +199,8 @@ class OX_EXPORT _oxTime
     /// Local day and month, and a blank: "14.Nov. ".
     _oxString8_evenSize<250> asOX8StringDateMonth() const;
 
-    /// Returns the time as ISO 8601 in UTC, for logs and messages: 2026-11-14T08:05:07Z. A time
-    /// outside the years 0 to 9999 is "@" and its seconds.
+    /// Returns `time` as ISO 8601 in UTC, for logs and messages: 2026-11-14T08:05:07Z. Outside the
+    /// years 0 to 9999, returns "@" and the seconds since 1970.
     friend OX_EXPORT QString oxPrintedText(_oxTime const & time);
 };
 
@@ -208,10 +211,10 @@ struct OX_EXPORT _oxTime32 {
 
     /// Converts to 64 bits.
     operator _oxTime() const { return _oxTime(value, true); }
-    /// Order by the seconds.
+    /// Compares the seconds.
     auto operator<=>(_oxTime32 const &) const = default;
 
-    /// Sets the current time plus `add` seconds, truncated to 32 bits.
+    /// Sets this time to the current time plus `add` seconds, truncated to 32 bits.
     void setCurrentTime(__int64 add);
     /// Sets `fields` to the local calendar fields.
     void to_tm(std::tm & fields) const { _oxTime(*this).to_tm(fields); }
@@ -225,12 +228,12 @@ struct OX_EXPORT _oxTime32 {
 
     /// Local month, day and time: "11.14 09:05.07".
     QString asString() const { return _oxTime(*this).asString(); }
-    /// Local month, day and time `add` seconds later: "11.14 09:05.07".
+    /// Local month, day and time of this time plus `add` seconds: "11.14 09:05.07".
     QString asStringOffset(__int64 const & add) const { return _oxTime(*this).asStringOffset(add); }
     /// Local month, day and time: "11.14. 09:05.07".
     _oxString8_evenSize<250> asOX8String() const { return _oxTime(*this).asOX8String(); }
 
-    /// Returns the time as ISO 8601 in UTC, for logs and messages.
+    /// Returns `time` as ISO 8601 in UTC, for logs and messages.
     friend QString oxPrintedText(_oxTime32 const & time) { return oxPrintedText(_oxTime(time)); }
 };
 
