@@ -14,8 +14,8 @@ namespace ox::text
 namespace
 {
 
-/// Processes eight bytes or four UTF-16 units at a time as the lanes of a 64-bit word. The first
-/// lane is in the lowest bits.
+/// Processes eight bytes or four UTF-16 units in parallel, as the lanes of a 64-bit word (SWAR).
+/// The first lane is in the lowest bits.
 template <typename Unit>
 struct Lanes {
     static_assert(std::endian::native == std::endian::little, "the records are little-endian");
@@ -33,7 +33,8 @@ struct Lanes {
         return word;
     }
 
-    /// Loads the first and the last half word of n units. Both may overlap.
+    /// Loads the first and the last half word of `n` units into one word. The half words overlap if
+    /// `n` is below `count`.
     static Word loadEnds(Unit const * text, int n)
     {
         std::uint32_t halves[2];
@@ -53,13 +54,13 @@ struct Lanes {
         return word - (isLetter >> (bits - 6)); // moves the top bit to the bit of 'a' - 'A'
     }
 
-    /// Marks each lane that is 0 by its top bit. A lane above a 0 lane may be marked wrongly.
+    /// Sets the top bit of each lane that is 0. May also set it in other lanes above a 0 lane.
     static constexpr Word zeros(Word word) { return (word - ones) & ~word & tops; }
 
     static constexpr int first(Word marks) { return std::countr_zero(marks) / bits; }
 };
 
-/// One unit of a needle, for the comparison with all lanes of a word at once.
+/// Compares one unit of a needle with all lanes of a word in parallel.
 template <typename Unit>
 class Anchor
 {
@@ -71,7 +72,7 @@ class Anchor
     {
     }
 
-    /// Returns 0 in the lanes that equal the unit.
+    /// Returns a word in which each lane that equals the unit is 0.
     std::uint64_t difference(std::uint64_t lanes) const { return (lanes | caseBits_) ^ unit_; }
 
   private:
@@ -94,7 +95,7 @@ bool equalUnits(unsigned short const * a, char const * b, int n, Case letters)
     });
 }
 
-/// Number of units that the compiler can compare at once without a branch.
+/// Number of units in 32 bytes, which `blocksDiffer` compares without a branch.
 template <typename Unit>
 constexpr int blockSize = 32 / sizeof(Unit);
 
@@ -115,7 +116,7 @@ bool blocksDiffer(Unit const * a, Unit const * b)
     return (words[0] | words[1] | words[2] | words[3]) != 0;
 }
 
-/// Returns the position of the first units that differ, ignoring case, or n.
+/// Returns the first position where `a` and `b` differ, ignoring case, or `n`.
 template <typename Unit>
 int mismatch(Unit const * a, Unit const * b, int n)
 {
@@ -141,8 +142,8 @@ int mismatch(Unit const * a, Unit const * b, int n)
     return pos;
 }
 
-/// Returns the first position of the needle, or -1. Compares the whole needle only where its first
-/// and its last unit match.
+/// Returns the position of the first occurrence of `needle` at or after `from`, or -1. Compares the
+/// whole needle only where its first and its last unit match.
 template <typename Unit>
 int find(Unit const * text, int length, Unit const * needle, int needleLength, int from,
          Case letters)
@@ -194,9 +195,9 @@ constexpr bool isDigit(char c)
     return c >= '0' && c <= '9';
 }
 
-/// Returns the number at the start of a text, limited to the range of int.
-/// Compatibility: blanks before the number are skipped, and the text ends at its first 0 byte, as
-/// in the farm's applications.
+/// Returns the number at the start of `text`, limited to the range of int.
+/// Compatibility: white space before the number is skipped, and the text ends at its first 0 byte,
+/// as in the farm's applications.
 int leadingInt(std::string_view text)
 {
     text = text.substr(0, text.find('\0'));
