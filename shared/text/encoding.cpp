@@ -46,7 +46,8 @@ bool isSeparator(char16_t c, View separators)
     return separators.find(c) != none;
 }
 
-/// The UTF-8 form: a run contains the UTF-8 bytes of a word.
+/// The UTF-8 form: a run contains the UTF-8 bytes of a word. `marker` begins a run; a character of
+/// `separators` ends a word.
 struct Utf8Form {
     static constexpr View marker = u"<utf8";
     static constexpr View separators = u" \n\r\t";
@@ -56,7 +57,7 @@ struct Utf8Form {
     class Reader;
 };
 
-/// The 16-bit form: a run contains the high and the low byte of each unit of a word.
+/// The 16-bit form: a run contains the high and the low byte of each UTF-16 unit of a word.
 struct Uni16Form {
     static constexpr View marker = u"<uni16";
     static constexpr View separators = u" ";
@@ -81,8 +82,8 @@ void Uni16Form::encode(View word, Text & out)
 }
 
 /// Reads a text with UTF-8 runs unit by unit. A decoded run is read again, since it may contain or
-/// complete a marker. If a run begins inside a decoded run, the rest of the decoded run belongs to
-/// it and is decoded once more.
+/// complete a marker. If a new run begins inside a decoded run, the rest of the decoded run becomes
+/// the start of the new run and is decoded a second time.
 class Utf8Form::Reader
 {
   public:
@@ -103,7 +104,7 @@ class Utf8Form::Reader
     {
         if (!isAtEnd() && front() == u' ')
             skip();
-        // Decoded units contain no ">", since each run ends at the first one.
+        // Decoded units contain no ">", since each run ends at its first ">".
         std::size_t const close = text_.find(u'>');
         if (close != none) {
             decoded_ += text_.substr(0, close);
@@ -124,8 +125,8 @@ class Utf8Form::Reader
   private:
     void decode()
     {
-        // Only separators are trimmed. A trim of all Unicode spaces would remove the bytes A0 and
-        // 85, which are the last bytes of common letters.
+        // Only separators are trimmed. A trim of all Unicode spaces would remove the bytes
+        // 0xA0 and 0x85, which are the last bytes of common letters.
         while (read_ < decoded_.size() && isSeparator(decoded_[read_], separators))
             ++read_;
         while (read_ < decoded_.size() && isSeparator(decoded_.back(), separators))
@@ -140,8 +141,9 @@ class Utf8Form::Reader
         skipAscii();
     }
 
-    /// Skips ASCII units, which decoding does not change. Repeated decoding soon turns all other
-    /// units into ASCII, so nested runs decode few units more than once.
+    /// Moves `ascii_` to the end of the ASCII units from `read_` on, which decoding does not
+    /// change. Repeated decoding soon turns all other units into ASCII, so nested runs decode few
+    /// units more than once.
     void skipAscii()
     {
         ascii_ = std::clamp(ascii_, read_, decoded_.size());
@@ -150,13 +152,14 @@ class Utf8Form::Reader
     }
 
     Text decoded_;
-    std::size_t read_ = 0;  ///< start of the decoded units that are not read yet
+    std::size_t read_ = 0;  ///< position in decoded_ of the next unit to read
     std::size_t ascii_ = 0; ///< end of the ASCII units from read_ on
-    View text_;             ///< text behind the decoded units
+    View text_;             ///< text that follows the decoded units
 };
 
 /// Reads a text with 16-bit runs unit by unit. A decoded run is read again, since it may contain or
-/// complete a marker. Decoding halves the length of a run.
+/// complete a marker. A decoded run overwrites the end of its encoded form, which is at least twice
+/// as long.
 class Uni16Form::Reader
 {
   public:
@@ -186,8 +189,8 @@ class Uni16Form::Reader
     }
 
   private:
-    /// Returns whether the run begins with the blank that some writers put behind the marker. A
-    /// blank is also the high byte of the letters U+2000 to U+20FF.
+    /// Returns whether the run begins with a padding blank, which some programs write behind the
+    /// marker. A blank can also be the high byte of a letter from U+2000 to U+20FF.
     bool isPadded()
     {
         if (isAtEnd() || front() != u' ')
@@ -197,8 +200,8 @@ class Uni16Form::Reader
     }
 
     /// Returns the position of the ">" that closes a run whose pairs of bytes begin at `first`, or
-    /// none. A ">" at the second position of a pair is a low byte and does not close the run. The
-    /// search stops at the next marker and at a character above 255.
+    /// `none`. A ">" that is the second character of a pair is a low byte and does not close the
+    /// run. The search stops at the next marker and at a character above 255.
     std::size_t closeOfPairs(std::size_t first)
     {
         auto const stopsAt = [this, first](std::size_t i) {
@@ -207,8 +210,8 @@ class Uni16Form::Reader
             return text_[i] == u'>' ? (i - first) % 2 == 0
                                     : startsWithIgnoringCase(View(text_).substr(i), marker);
         };
-        // The text behind decodedEnd_ never changes. There the scan continues where the last scan
-        // of the same pairs stopped.
+        // The text behind decodedEnd_ never changes. Once the scan is in this text, it continues
+        // where the last scan of the same pairs stopped.
         std::size_t & stop = stops_[first % 2];
         std::size_t i = first;
         while (!stopsAt(i))
@@ -230,8 +233,8 @@ class Uni16Form::Reader
     }
 
     Text text_;
-    std::size_t at_ = 0;
-    std::size_t decodedEnd_ = 0;    ///< end of the decoded units, which begin at at_
+    std::size_t at_ = 0;            ///< position of the next unit to read
+    std::size_t decodedEnd_ = 0;    ///< end of the last decoded run
     std::size_t stops_[2] = {0, 0}; ///< ends of the last scans from even and odd positions
 };
 
@@ -298,8 +301,9 @@ struct XmlEntity {
     QLatin1String text;
 };
 
-/// The entities in the order of decoding. "&amp;" follows the other named entities, so that an
-/// escaped named entity is decoded only once.
+/// The entities in the order of decoding. "&amp;" follows the other named entities, so that the
+/// text
+/// "&lt;", escaped as "&amp;lt;", is not decoded to "<".
 constexpr XmlEntity xmlEntities[] = {
     {u'<', QLatin1String("&lt;", 4)},        {u'>', QLatin1String("&gt;", 4)},
     {u'"', QLatin1String("&quot;", 6)},      {u'\'', QLatin1String("&apos;", 6)},
@@ -316,7 +320,8 @@ QString throughLatin1(QString const & text)
     return QString::fromLatin1(bytes.constData(), bytes.size());
 }
 
-/// Returns the number of an address field, or nothing if it is not a number from 0 to 255.
+/// Returns the value of an IPv4 address field, or nothing if `digits` is not a number from 0 to
+/// 255.
 std::optional<unsigned> addressField(View digits)
 {
     if (digits.empty() || digits.size() > 3)
@@ -406,8 +411,8 @@ unsigned int IPString2IP(QString ip, bool const & lastByteFull)
         return 0;
     unsigned address = *field << 24;
     for (int shift : {16, 8}) {
-        // Compatibility: the fields have three digits, as the farm writes them. A shorter field
-        // before the last one is an error.
+        // Compatibility: the fields have three digits, as the farm writes them. Only the last field
+        // may be shorter.
         rest.remove_prefix(std::min<std::size_t>(4, rest.size()));
         field = addressField(rest.substr(0, 3));
         if (!field)

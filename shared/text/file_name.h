@@ -11,57 +11,57 @@
 #include <string_view>
 #include <type_traits>
 
-/// Converts a file name of any text type to the QString that names the same file. A function that
-/// takes a file name as a fixed string has an overload for each of these types, so that no name is
-/// cut or converted to Latin-1 on its way.
+/// Conversions of file names from any text type to the QString that names the same file. A function
+/// with a fixed string as a file-name parameter has overloads for all these types, so that no name
+/// is cut or converted to Latin-1.
 namespace ox::text
 {
 
-/// Converts a name from an 8-bit record. On Linux a name that is valid UTF-8 is decoded from UTF-8,
-/// any other name from Latin-1. On Windows every name is decoded from Latin-1.
+/// Converts `bytes`, a name from an 8-bit record. On Linux a name that is valid UTF-8 is decoded
+/// from UTF-8, any other name from Latin-1. On Windows every name is decoded from Latin-1.
 OX_EXPORT QString fileNameText(std::string_view bytes);
 
-/// Converts `bytes`, a zero-terminated name from an 8-bit record. Null gives the empty name.
+/// Converts `bytes` (zero-terminated), a name from an 8-bit record. Null gives the empty name.
 inline QString fileNameText(char const * bytes)
 {
     return bytes ? fileNameText(std::string_view(bytes)) : QString();
 }
 
-/// Converts a name from an 8-bit record, given as a QByteArray.
+/// Converts the QByteArray `bytes`, a name from an 8-bit record.
 inline QString fileNameText(QByteArray const & bytes)
 {
     return fileNameText(
         std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
 }
 
-/// Converts a name in an 8-bit string of even capacity.
+/// Converts `name`, an 8-bit string of even capacity.
 template <int N>
 QString fileNameText(_oxString8_evenSize<N> const & name)
 {
     return fileNameText(name.view());
 }
 
-/// Converts a name in an 8-bit string of uneven capacity.
+/// Converts `name`, an 8-bit string of uneven capacity.
 template <int N>
 QString fileNameText(_oxString8_UnevenSize<N> const & name)
 {
     return fileNameText(name.view());
 }
 
-/// Converts a name in a wide string.
+/// Converts `name`, a wide string.
 template <int N>
 QString fileNameText(_oxString<N> const & name)
 {
     return name;
 }
 
-/// Converts `units` (zero-terminated UTF-16). Null gives the empty name.
+/// Converts `units` (zero-terminated UTF-16), a file name. Null gives the empty name.
 inline QString fileNameText(unsigned short const * units)
 {
     return QString(reinterpret_cast<QChar const *>(units));
 }
 
-/// Returns the name unchanged.
+/// Returns the QString `name` unchanged.
 inline QString fileNameText(QString const & name)
 {
     return name;

@@ -19,7 +19,7 @@
 namespace
 {
 
-/// A number of at least `digits` characters.
+/// A number that is padded with zeros to `digits` characters.
 struct Number {
     long long value;
     int digits = 0;
@@ -43,7 +43,7 @@ unsigned long long magnitude(long long n)
     return n < 0 ? 0 - static_cast<unsigned long long>(n) : static_cast<unsigned long long>(n);
 }
 
-/// Joins pieces of text on the stack, so that the result is the only allocation.
+/// Concatenates pieces of text on the stack, so that the resulting QString is the only allocation.
 class Line
 {
   public:
@@ -69,11 +69,11 @@ class Line
     }
 
   private:
-    char16_t units_[80]; // three numbers with their separators
+    char16_t units_[80]; // enough for three numbers with separators
     char16_t * end_ = units_;
 };
 
-/// Joins pieces of text, at most three of them numbers.
+/// Concatenates pieces of text. At most three pieces are numbers.
 template <typename... Piece>
 QString line(Piece... pieces)
 {
@@ -119,8 +119,8 @@ QString withThousands(long long n, bool spaceForPositive, char16_t separator)
     return text.toQString();
 }
 
-/// Truncates toward zero. Returns the nearest limit for numbers outside the range of Int, and 0 for
-/// NaN.
+/// Truncates `x` toward zero. Returns the nearest Int for a number outside the range of Int, and 0
+/// for NaN.
 template <typename Int>
 Int truncated(double x)
 {
@@ -132,8 +132,9 @@ Int truncated(double x)
     return x < -end ? std::numeric_limits<Int>::min() : static_cast<Int>(x);
 }
 
-/// Returns a power of ten, a repeated product in single precision. The table is computed at compile
-/// time, since some processors keep intermediate products at a higher precision.
+/// Returns 10 to the power of `exponent`, computed by repeated multiplication in single precision.
+/// The table is computed at compile time, since some processors keep intermediate products at a
+/// higher precision.
 float powerOfTen(int exponent)
 {
     static constexpr auto powers = [] {
@@ -149,8 +150,8 @@ float powerOfTen(int exponent)
 
 enum class Occurrence { First, Last };
 
-/// Truncates the text at the first or the last separator. Returns the removed part, or nothing if
-/// no separator occurs.
+/// Truncates `text` at the first or the last occurrence of a separator, ignoring case. Returns the
+/// removed part, or nothing if no separator occurs.
 std::optional<QString> cut(QString & text, Occurrence which,
                            std::initializer_list<QString const *> separators)
 {
@@ -194,8 +195,8 @@ _oxString<25> float2Str(float f, int const & decimals, unsigned short const & se
 {
     double const value = std::clamp<double>(f, INT_MIN, INT_MAX);
     int const whole = truncated<int>(value);
-    // Compatibility: the product is rounded to a float before the fraction is rounded, so 0.35
-    // becomes 0.4.
+    // Compatibility: the product is rounded to a float before the fraction is rounded, so 0.35 with
+    // one decimal becomes 0.4.
     auto const scaled = static_cast<float>((value - whole) * powerOfTen(decimals));
     auto const fraction = truncated<long long>(scaled + (scaled >= 0 ? 0.5 : -0.5));
 
@@ -313,7 +314,7 @@ bool _oxStringCompareShort(QString const & a, QString b)
     if (name.compare(b, Qt::CaseInsensitive) == 0)
         return true;
     QString const shortName = oxCalcShortName(name);
-    // A short name without capitals and digits consists of a prefix only, which many names share.
+    // A short name that ends with a lower-case letter is only a prefix, which many names share.
     bool const isDistinctive = !shortName.isEmpty() && !shortName.back().isLower();
     return isDistinctive && shortName == oxCalcShortName(b);
 }

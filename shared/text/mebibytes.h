@@ -9,19 +9,19 @@ namespace ox::text
 
 inline constexpr std::int64_t mebibyte = 1024 * 1024; ///< in bytes
 
-/// Converts MiB to bytes.
+/// Converts `count` MiB to bytes.
 constexpr std::int64_t bytesOfMebibytes(std::int64_t count)
 {
     return count * mebibyte;
 }
 
-/// Converts bytes to MiB, rounded down.
+/// Converts `bytes` to MiB, rounded down.
 constexpr std::uint64_t wholeMebibytes(std::uint64_t bytes)
 {
     return bytes / mebibyte;
 }
 
-/// Converts bytes to MiB, rounded down and limited to `most` MiB.
+/// Converts `bytes` to MiB, rounded down, but returns at most `most` MiB.
 constexpr int wholeMebibytes(std::uint64_t bytes, int most)
 {
     return static_cast<int>(std::min(wholeMebibytes(bytes), static_cast<std::uint64_t>(most)));

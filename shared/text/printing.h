@@ -14,19 +14,19 @@ class QDebug;
 namespace ox::text
 {
 
-/// Prints bytes unchanged, as operator<< prints a std::string_view.
+/// Prints `bytes` unchanged to `stream`, as operator<< prints a std::string_view.
 OX_EXPORT void printBytes(std::ostream & stream, std::string_view bytes);
-/// Prints a text as UTF-8.
+/// Prints `text` to `stream` as UTF-8.
 OX_EXPORT void printUtf8(std::ostream & stream, QString const & text);
 
-/// A type that can be printed to a std::ostream and to a QDebug: one with a function
-/// `oxPrintedText` in its namespace, which returns its text for logs and messages.
+/// A type that can be printed to a std::ostream and to a QDebug: its namespace contains a function
+/// `oxPrintedText`, which returns the text of a value for logs and messages.
 template <typename T>
 concept Printable = std::same_as<decltype(oxPrintedText(std::declval<T const &>())), QString>;
 
 } // namespace ox::text
 
-/// Prints a value as UTF-8.
+/// Prints `value` to `stream` as UTF-8.
 template <ox::text::Printable T>
 std::ostream & operator<<(std::ostream & stream, T const & value)
 {
@@ -34,7 +34,7 @@ std::ostream & operator<<(std::ostream & stream, T const & value)
     return stream;
 }
 
-/// Prints a value to a QDebug.
+/// Prints `value` to a QDebug.
 template <std::same_as<QDebug> Debug, ox::text::Printable T>
 Debug operator<<(Debug debug, T const & value)
 {

@@ -15,16 +15,16 @@ namespace
 
 using Entry = _oxStringList::Entry;
 
-/// Returns the capacity of a list with `count` entries. It depends on the count alone, since the
-/// list has no member for its capacity. It grows in steps of an eighth to a quarter, so that
-/// appending rarely moves a long list.
+/// Returns the capacity of a list with `count` entries. The capacity depends only on the count,
+/// since the list has no member for it. It grows by an eighth to a quarter at a time, so that
+/// appending rarely reallocates a long list.
 constexpr std::uint64_t capacityFor(std::uint64_t count)
 {
     std::uint64_t const step = std::max<std::uint64_t>(std::bit_floor(count) / 4, 1);
     return (count + step - 1) & ~(step - 1);
 }
 
-/// Returns the size in bytes of the memory for `count` entries, or 0 if a list cannot have so many.
+/// Returns the bytes to allocate for `count` entries, or 0 if a list cannot have so many entries.
 std::size_t bytesFor(std::uint64_t count)
 {
     constexpr auto limit = static_cast<std::size_t>(std::numeric_limits<std::ptrdiff_t>::max());
@@ -33,8 +33,8 @@ std::size_t bytesFor(std::uint64_t count)
     return fits ? static_cast<std::size_t>(bytes) : 0;
 }
 
-/// Sort key of an entry: four units of its text. The units before them are equal in all entries
-/// whose keys are compared.
+/// Sort key of an entry: four units of its text from some position. Keys are compared only between
+/// entries whose texts are equal before this position.
 struct SortKey {
     std::uint64_t units; ///< the four units in upper case, the first one highest
     std::uint32_t taken; ///< how many of the four units the text has; the others are 0
@@ -62,8 +62,9 @@ struct SortKey {
     }
 };
 
-/// Sorts the keys of entries that are equal before `position`. Most texts differ within a few
-/// units, so the sort reads most entries only once, which saves cache misses.
+/// Sorts the keys of entries whose texts are equal before `position`. Sorts by four units, then
+/// each group of equal keys by the next four units. Most texts differ within a few units, so the
+/// sort reads most entries only once, which saves cache misses.
 void sortKeys(std::span<SortKey> keys, Entry const * entries, int position, bool descending)
 {
     for (SortKey & key : keys)
@@ -82,8 +83,8 @@ void sortKeys(std::span<SortKey> keys, Entry const * entries, int position, bool
     }
 }
 
-/// Moves the entries into the order of the keys. An assignment copies length and units; the
-/// reserved words keep their places.
+/// Moves the entries into the order of the keys. An assignment of entries copies the length and the
+/// units, so the `reserved` members keep their places.
 void permute(std::span<SortKey> keys, Entry * entries)
 {
     for (std::uint32_t start = 0; start < keys.size(); ++start) {
@@ -100,8 +101,8 @@ void permute(std::span<SortKey> keys, Entry * entries)
     }
 }
 
-/// Sorts without keys. std::stable_sort needs no additional memory, but moves the entries more
-/// often.
+/// Sorts the entries without keys. std::stable_sort also works without additional memory, but moves
+/// entries more often.
 void sortInPlace(std::span<Entry> entries, bool descending)
 {
     std::stable_sort(entries.begin(), entries.end(),
@@ -196,7 +197,8 @@ Entry const & _oxStringList::emptyEntry()
     return empty;
 }
 
-/// Allocates memory for one more entry. When memory is lacking, the list becomes empty.
+/// Reallocates the entries with space for one more. If this fails, empties the list and returns
+/// false.
 bool _oxStringList::grow()
 {
     std::size_t const bytes = bytesFor(static_cast<std::uint64_t>(count_) + 1);
