@@ -11,9 +11,9 @@ namespace ox::time
 
 using FileNameText = _oxString8_evenSize<50>;
 
-/// Returns two digits each of month, day, hour, minute and second: "1114_090507".
+/// Returns month, day, hour, minute and second of `fields` with two digits each: "1114_090507".
 FileNameText fileNameText(std::tm const & fields);
-/// Returns two digits each of year, month, day, hour and minute: "261114_0905".
+/// Returns year, month, day, hour and minute of `fields` with two digits each: "261114_0905".
 FileNameText fileNameTextYearMinute(std::tm const & fields);
 
 } // namespace ox::time

@@ -17,7 +17,8 @@ std::int64_t offsetAt(std::int64_t time)
     return local ? platform::timeOfUtcFields(*local) - time : 0;
 }
 
-/// Returns the first time in (before, after] with another offset than `before`.
+/// Returns the first time after `before` whose offset differs from the offset at `before`. The
+/// offset must change once between `before` and `after`.
 std::int64_t changeBetween(std::int64_t before, std::int64_t after)
 {
     std::int64_t const offset = offsetAt(before);

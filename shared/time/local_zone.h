@@ -8,18 +8,17 @@
 namespace ox::time
 {
 
-/// Offsets of the local time zone, read in advance. With them a crashed process computes local
-/// times without a call of the system, since locks and heap may then be unusable.
+/// Table of the local time zone's offsets, read in advance. From the table, a crashed process
+/// computes local times without the C library, since locks and heap may be unusable after a crash.
 class LocalZone
 {
   public:
-    /// Reads the changes of the zone's offset from a year before `now` to five years after it.
-    /// `now` is in seconds since 1970 UTC. Before and after this period the nearest known offset
-    /// applies.
+    /// Reads the changes of the zone's offset from one year before `now` to five years after `now`
+    /// (in seconds since 1970 UTC). Before and after this period the nearest known offset applies.
     void read(std::int64_t now);
 
-    /// Returns the local date and time of day of a time in seconds since 1970 UTC; the other fields
-    /// are 0. Takes no locks and allocates no memory.
+    /// Returns the local date and time of day of `time` (in seconds since 1970 UTC). The other
+    /// fields are 0. Takes no locks and allocates no memory.
     std::tm fields(std::int64_t time) const;
 
   private:

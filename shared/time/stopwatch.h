@@ -9,9 +9,9 @@
 namespace ox::time
 {
 
-/// Returns the milliseconds from one reading of the tick counter to another, even if the counter
-/// restarted at 0 between them. Intervals of 2^31 ms (24.8 days) and more wrap to small values.
-/// Compatibility: callers rely on results that are never negative.
+/// Returns the milliseconds from the tick count `start` to the tick count `now`, even if the
+/// counter restarted at 0 in between. Intervals of 2^31 ms (24.8 days) and more wrap to small
+/// values. Compatibility: callers rely on results that are never negative.
 constexpr int ticksBetween(std::uint32_t start, std::uint32_t now)
 {
     return static_cast<int>((now - start) & 0x7FFFFFFF);
@@ -19,8 +19,8 @@ constexpr int ticksBetween(std::uint32_t start, std::uint32_t now)
 
 } // namespace ox::time
 
-/// Stopwatch in milliseconds by the system's tick counter. Changes of the system's clock do not
-/// affect it. The resolution is 1 ms on Linux, 10 to 16 ms on Windows.
+/// Stopwatch in milliseconds, based on the system's tick counter. Changes of the system clock do
+/// not affect the stopwatch. The resolution is 1 ms on Linux and 10 to 16 ms on Windows.
 ///
 ///     oxTimer timer;
 ///     copyFrames();
@@ -36,12 +36,12 @@ class OX_EXPORT oxTimer
 
     /// Returns the milliseconds since the last start, 0 to 2^31 - 1; longer times wrap around.
     int elapsed() const;
-    /// Returns the milliseconds since the last start, and restarts from 0. No time between the two
-    /// steps is lost.
+    /// Returns the milliseconds since the last start, and restarts from 0. Reads the tick counter
+    /// only once, so that consecutive results add up to the whole time.
     int restart();
 
-    /// Returns the time since the last start as ".250s" or "1.500s". A time of up to one second has
-    /// no seconds in front of the point.
+    /// Returns the time since the last start as ".250s" or "1.500s". Up to 1000 ms, no digit
+    /// precedes the point.
     QString elapsedString() const;
     /// Returns the time since the last start as ".250s" or "1.500s", and restarts from 0.
     QString restartAndString();

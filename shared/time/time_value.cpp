@@ -34,11 +34,12 @@ std::atomic_ref<int> offset()
     return std::atomic_ref(_oxTime::oxTime_Start_OffSet);
 }
 
-/// Returns the local calendar fields. All of them are -1 if the year does not fit.
+/// Returns the local calendar fields of `time`, or fields that are all -1 if the C library or the
+/// sums below do not support the year.
 std::tm calendarFields(__int64 time)
 {
     auto const fields = ox::platform::localFields(time);
-    // The results of tm_year + 1900 and tm_year - 100 must not overflow.
+    // The callers compute tm_year + 1900 and tm_year - 100, which must not overflow.
     if (fields && fields->tm_year <= std::numeric_limits<int>::max() - 1900 &&
         fields->tm_year >= std::numeric_limits<int>::min() + 100)
         return *fields;
@@ -61,10 +62,10 @@ std::tm fieldsOf(int second, int minute, int hour, int day, int month, int year)
     return fields;
 }
 
-/// Converts local calendar fields to a time. The first conversion assumes standard time and returns
-/// whether the date has daylight saving time. The second conversion uses that flag, so it is right
-/// in the hour that occurs twice in autumn. In the hour that spring skips, the second conversion is
-/// an hour too early, and the result of the first one is used.
+/// Converts local calendar fields to a time with two conversions. The first conversion assumes
+/// standard time and sets `tm_isdst`, which the second conversion uses. In the hour that occurs
+/// twice in autumn, both give the second occurrence. In the hour that is skipped in spring, the
+/// second conversion is one hour too early, so the result of the first conversion is returned.
 __int64 timeOfLocal(std::tm const & fields)
 {
     std::tm standard = fields;
@@ -278,8 +279,8 @@ int _oxTime::testIfOfsetIsRight(bool apply)
         error -= secondsPerDay;
     if (!apply)
         return error;
-    // The sum uses the tested value, so that two threads that measure at once do not add the error
-    // twice.
+    // `assumed` is the value to which `error` applies. `offset() += error` would add the error
+    // twice if two threads measure at once.
     offset() = assumed + error;
     return testIfOfsetIsRight(false);
 }
