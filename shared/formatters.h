@@ -22,42 +22,42 @@
 #endif
 
 /// Formatters of the library's types, for `std::format` and for fmt. No other header of the library
-/// includes this one, and it is active for what the application has: a standard library with
-/// `std::format`, the headers of fmt, or both.
+/// includes this header. It defines the formatters for `std::format` if the standard library has
+/// `std::format`, and the formatters for fmt if the compiler finds the headers of fmt.
 ///
 ///     std::format("{:<20} {}", job.name, job.started);
 ///     fmt::print("{} on {}\n", job.name, _oxOS::Linux);
 ///
-/// A value has the text that `operator<<` prints: the bytes of an 8-bit string, UTF-8 of a wide
-/// one, ISO 8601 in UTC for a time, the name of an enumerator. The specifications are those of
+/// A formatter writes the same text as `operator<<`: the bytes of an 8-bit string, a wide string in
+/// UTF-8, a time as ISO 8601 in UTC, an enumerator by name. The format specifications are those of
 /// strings: fill, alignment, width and precision.
 
 namespace ox::text
 {
 
-/// Returns the text of an 8-bit string for a formatter.
+/// Returns the bytes of the 8-bit string `text` for a formatter.
 template <FixedString8 S>
 std::string_view formattedText(S const & text)
 {
     return text.view();
 }
-/// Returns the text of a wide string for a formatter, in UTF-8.
+/// Returns the wide string `text` in UTF-8 for a formatter.
 template <int N>
 QByteArray formattedText(_oxString<N> const & text)
 {
     return QString(text).toUtf8();
 }
-/// Returns the text of a printable value for a formatter, in UTF-8.
+/// Returns the text of the printable `value` in UTF-8 for a formatter.
 template <Printable T>
 QByteArray formattedText(T const & value)
 {
     return oxPrintedText(value).toUtf8();
 }
 
-/// Formatter of the library's types. `Base` is the formatter of a string view, `View`.
+/// Formatter of the library's types. `Base` is the formatter of the string view type `View`.
 template <typename Base, typename View>
 struct Formatter : Base {
-    /// Formats the text of a value with the options that `parse` has read.
+    /// Formats the text of `value` with the format specification that `Base::parse` has read.
     template <typename T, typename Context>
     auto format(T const & value, Context & context) const
     {
@@ -111,7 +111,8 @@ namespace ox::text
 using FmtFormatter = Formatter<fmt::formatter<fmt::string_view>, fmt::string_view>;
 } // namespace ox::text
 
-// fmt/ranges.h defines formatters of all ranges. Without these lines the strings would have two.
+// fmt/ranges.h defines formatters of all ranges. Without these specialisations the strings and the
+// list would have two formatters each.
 FMT_BEGIN_NAMESPACE
 template <typename T, typename Char>
 struct is_range;

@@ -2,17 +2,18 @@
 
 #include "shared/export.h"
 
-/// Version of the headers, and of the library that runs. CMakeLists.txt and the packages take the
-/// version from here. CONTRIBUTING.md contains the rule on what may change between two versions.
+/// Version of the headers and of the library that the process has loaded. CMakeLists.txt and the
+/// packages read the version from this header. CONTRIBUTING.md states what may change between two
+/// versions.
 
 #define OX_VERSION_MAJOR 7
 #define OX_VERSION_MINOR 0
 #define OX_VERSION_PATCH 26
 
-/// Makes one number of a version, to compare with OX_VERSION. Each part is 0 to 255.
+/// Combines a version into one number, for comparisons with OX_VERSION. Each part is 0 to 255.
 #define OX_VERSION_CHECK(major, minor, patch) ((major)*0x10000 + (minor)*0x100 + (patch))
 
-/// Version of the headers as one number, also for the preprocessor:
+/// Version of the headers as one number. The preprocessor can compare it:
 ///     #if OX_VERSION >= OX_VERSION_CHECK(7, 0, 26)
 #define OX_VERSION OX_VERSION_CHECK(OX_VERSION_MAJOR, OX_VERSION_MINOR, OX_VERSION_PATCH)
 
@@ -22,12 +23,11 @@
 /// Version of the headers as a text, such as "7.0.26".
 #define OX_VERSION_STRING OX_VERSION_TEXT_(OX_VERSION_MAJOR, OX_VERSION_MINOR, OX_VERSION_PATCH)
 
-/// Returns the version of the library that runs, as one number like OX_VERSION. It differs from
+/// Returns the version of the loaded library as one number, like OX_VERSION. It differs from
 /// OX_VERSION if the application was compiled with the headers of another version.
 /// Threads: any, at any time.
 [[nodiscard]] OX_EXPORT int oxVersion();
 
-/// Returns the version of the library that runs, as a text like OX_VERSION_STRING. The text is
-/// static.
+/// Returns the version of the loaded library as a text, like OX_VERSION_STRING. The text is static.
 /// Threads: any, at any time.
 [[nodiscard]] OX_EXPORT char const * oxVersionString();
