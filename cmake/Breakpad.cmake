@@ -1,9 +1,9 @@
 # Builds Google Breakpad's client, which writes the crash dumps, as the object library oxBreakpad.
 # The objects become part of oxShared. oxShared does not export their functions.
 #
-# The source is a package with a fixed checksum. The package is downloaded once into the cache
-# folder and serves all checkouts. It is unpacked in a temporary folder, which is then renamed, so
-# an interrupted run leaves no partial result.
+# The source is an npm package with a fixed checksum. The package is downloaded once into the user's
+# cache folder, which all checkouts share. It is unpacked into a temporary folder, which is then
+# renamed, so an interrupted run leaves no partial source folder.
 
 set(BREAKPAD_TARBALL "" CACHE FILEPATH
   "The package with Breakpad's source as a .tgz file, for machines without a network")
@@ -29,8 +29,8 @@ function(ox_download_breakpad folder)
   set(tarball "${tarball}" PARENT_SCOPE)
 endfunction()
 
-# Unpacks the package unless its folder exists. Sets the variable with the name `result` to the
-# folder.
+# Sets the variable that `result` names to the folder of the unpacked package. If the folder does not
+# exist, downloads the package (unless BREAKPAD_TARBALL is set), verifies and unpacks it.
 function(ox_provide_breakpad result)
   if(DEFINED ENV{XDG_CACHE_HOME})
     set(cache "$ENV{XDG_CACHE_HOME}/oxshared")
@@ -68,7 +68,7 @@ function(ox_provide_breakpad result)
 endfunction()
 
 ox_provide_breakpad(OX_BREAKPAD)
-# Breakpad's programs that read dumps and extract symbols. They run on 64-bit Linux.
+# Folder of Breakpad's programs that read dumps and extract symbols. They run on 64-bit Linux.
 set(OX_BREAKPAD_READERS "${OX_BREAKPAD}/bin/linux-x64")
 
 set(OX_BREAKPAD_SOURCE "${OX_BREAKPAD}/deps/breakpad/src")
@@ -101,8 +101,8 @@ else()
 endif()
 list(TRANSFORM sources PREPEND "${OX_BREAKPAD_SOURCE}/")
 if(NOT WIN32)
-  # ptrace_dumper.cpp includes client/linux/minidump_writer/linux_ptrace_dumper.cc and is compiled
-  # instead.
+  # ptrace_dumper.cpp is compiled in place of client/linux/minidump_writer/linux_ptrace_dumper.cc,
+  # which it includes.
   list(APPEND sources "${PROJECT_SOURCE_DIR}/shared/platform/linux/ptrace_dumper.cpp")
 endif()
 
@@ -113,15 +113,15 @@ ox_configure_code(oxBreakpad)
 target_compile_options(oxBreakpad PRIVATE -w)
 if(WIN32)
   target_compile_definitions(oxBreakpad PRIVATE UNICODE _UNICODE)
-  # Without this option the optimiser reuses the memory of the stream with the crashed thread too
-  # early.
+  # Without this option GCC reuses the stack memory of the dump stream that names the crashed thread
+  # while the stream is still in use.
   target_compile_options(oxBreakpad PRIVATE -fstack-reuse=none)
 else()
   target_compile_definitions(oxBreakpad PRIVATE HAVE_GETCONTEXT=1 HAVE_SYS_RANDOM_H=1 HAVE_GETRANDOM=1)
 endif()
 
-# License notices for all programs that contain Breakpad. The notice of linux_syscall_support.h,
-# which Breakpad uses, is at the start of that file.
+# License notices for all programs that contain Breakpad. Breakpad uses linux_syscall_support.h; the
+# license notice of this header is the comment at its start.
 file(READ "${OX_BREAKPAD}/deps/third_party/lss/linux_syscall_support.h" notice LIMIT 2000)
 string(REGEX REPLACE "\\*/.*" "*/\n" notice "${notice}")
 file(WRITE "${PROJECT_BINARY_DIR}/notices/linux-syscall-support.txt" "${notice}")

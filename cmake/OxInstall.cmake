@@ -12,10 +12,10 @@ install(TARGETS oxShared EXPORT oxSharedTargets
   FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/oxShared" COMPONENT development)
 install(EXPORT oxSharedTargets NAMESPACE oxShared:: DESTINATION "${OX_PACKAGE_DIR}")
 
-# Moves the debug information of an installed library or program into FILE.debug beside it.
-# Debuggers and dump_syms find FILE.debug by a link in the library or program.
+# Moves the debug information of an installed library or program FILE into FILE.debug in the same
+# folder. Debuggers and dump_syms find FILE.debug by the .gnu_debuglink section of FILE.
 function(ox_split_debug_information target folder)
-  if(NOT OX_DEBUG_INFO OR OX_DEBIAN) # cpack puts it into packages of its own
+  if(NOT OX_DEBUG_INFO OR OX_DEBIAN) # cpack puts it into separate packages
     return()
   endif()
   if(NOT CMAKE_OBJCOPY)
@@ -40,15 +40,15 @@ elseif(BUILD_SHARED_LIBS)
 endif()
 if(OX_BUILD_TOOL)
   ox_split_debug_information(oxtool "${CMAKE_INSTALL_BINDIR}")
-  # Without this setting, the installed tool contains unused bytes in place of the path to the build
-  # folder. Their number differs between builds.
+  # Without this setting, the installed tool contains padding in place of the path of the build
+  # folder, so the tool differs between builds in folders with paths of different lengths.
   set_target_properties(oxtool PROPERTIES BUILD_RPATH_USE_ORIGIN ON)
 endif()
 
-# Installs the files that make debuggers show the values of the library's types. gdb searches for
-# the script of a library in share/gdb/auto-load, followed by the whole path of the library. For a
-# package, this path begins with the prefix on the target system and not with the prefix of the
-# packaging step.
+# Installs the files with which debuggers show the values of the library's types. gdb searches for
+# the script of a library under share/gdb/auto-load, in a subfolder with the full path of the
+# library. In a package, this path begins with /usr, the prefix on the target system, and not with
+# the prefix of the packaging step.
 install(FILES debugger/gdb_printers.py debugger/oxshared.natvis DESTINATION "${CMAKE_INSTALL_DATADIR}/oxShared")
 if(BUILD_SHARED_LIBS AND NOT WIN32)
   install(CODE "
@@ -70,7 +70,7 @@ install(FILES
   "${PROJECT_BINARY_DIR}/oxSharedConfigVersion.cmake"
   DESTINATION "${OX_PACKAGE_DIR}")
 
-# The paths in the pkg-config file are relative to the file, so an installed tree can be moved.
+# The paths in the pkg-config file are relative to the file, so that an installed tree can be moved.
 file(RELATIVE_PATH OX_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 string(REGEX REPLACE "/$" "" OX_PC_PREFIX "${OX_PC_PREFIX}")
 if(NOT BUILD_SHARED_LIBS)

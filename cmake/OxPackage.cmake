@@ -1,9 +1,9 @@
-# Defines the Debian packages that cpack makes of an installation to /usr: the library, its
-# development files, the tool, and the debug symbols of library and tool. scripts/package.sh builds
-# and tests them.
+# Defines the Debian packages that cpack builds from an installation to /usr: the library, its
+# development files, the tool, and the debug symbols of the library and the tool. scripts/package.sh
+# builds and tests the packages.
 #
-# The component of a rule without COMPONENT is that of its folder: "tool" in oxtool, otherwise
-# "development".
+# An install rule without COMPONENT belongs to the component "tool" in the folder oxtool, and to the
+# component "development" in all other folders.
 
 set(OX_PACKAGE_CONTACT "oxShared developers <oxshared@farm.example>" CACHE STRING
   "Maintainer of the packages, as NAME <ADDRESS>")
@@ -11,7 +11,7 @@ set(OX_PACKAGE_CONTACT "oxShared developers <oxshared@farm.example>" CACHE STRIN
 set(CPACK_PACKAGE_NAME oxshared)
 set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
 set(CPACK_PACKAGE_CONTACT "${OX_PACKAGE_CONTACT}")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has a description of its own
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own description
 set(CPACK_COMPONENTS_ALL library development tool)
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_STRIP_FILES OFF)
@@ -55,7 +55,7 @@ applications of the farm do, and monitors the machine and its processes.")
 
 # Each package has a copyright file and a changelog. Packages with code have the notices of
 # Breakpad, too.
-string(TIMESTAMP year "%Y" UTC) # of SOURCE_DATE_EPOCH, if it is set
+string(TIMESTAMP year "%Y" UTC) # of the time SOURCE_DATE_EPOCH if the variable is set
 file(WRITE "${PROJECT_BINARY_DIR}/debian/copyright"
 "oxShared: the sources contain no licence. Ask the maintainer before you pass the package on.
 

@@ -6,9 +6,9 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
-# Editors read compile_commands.json.
+# Writes compile_commands.json, which editors read.
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
-# Programs are not linked again if a shared library is linked again with the same interface.
+# Programs are not linked again each time a shared library is linked again.
 set(CMAKE_LINK_DEPENDS_NO_SHARED ON)
 
 if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
@@ -75,17 +75,17 @@ function(ox_harden target)
     if(OX_HAS_CF_PROTECTION)
       target_compile_options(${target} PRIVATE -fcf-protection)
     endif()
-    # With -z now the system resolves all functions at the start, so a crash handler need not
-    # resolve any.
+    # With -z now the dynamic linker resolves all functions at program start, so the crash handler
+    # calls no unresolved function.
     target_link_options(${target} PRIVATE -Wl,-z,relro,-z,now,-z,noexecstack)
   endif()
 endfunction()
 
 # Makes the output independent of the build folder: paths in debug information and in __FILE__ begin
-# with /oxShared. This includes paths that a compiler cache has made relative to the build folder. A
-# build id, which depends on the content alone, identifies the release that a dump belongs to. The
-# Windows presets build without build id and debug information, since Wine fails to write a second
-# dump of a program that has both.
+# with /oxShared, even if a compiler cache has made them relative to the build folder. The build id
+# depends only on the content; it identifies the release that a dump belongs to. The Windows presets
+# build without a build id and without debug information, since Wine fails to write a second dump of
+# a program that has both.
 function(ox_make_reproducible target)
   file(RELATIVE_PATH source_path "${CMAKE_BINARY_DIR}" "${PROJECT_SOURCE_DIR}/.")
   target_compile_options(${target} PRIVATE
@@ -105,10 +105,11 @@ endfunction()
 
 option(OX_PRECOMPILED_HEADERS "Compile the headers of Qt and of the standard library once per group of targets" ON)
 
-# Precompiles system headers for a target, or reuses those of another target with the same options:
+# Precompiles system headers for a target, or reuses the precompiled headers of another target with
+# the same options:
 #   ox_precompile(TARGET HEADER… | REUSE_FROM OTHER)
-# Headers of the project are not precompiled, since each change to one of them would compile all
-# sources again.
+# Headers of the project are not precompiled, since a change to one of them would cause all sources
+# to be compiled again.
 function(ox_precompile target)
   if(OX_PRECOMPILED_HEADERS)
     if(ARGV1 STREQUAL REUSE_FROM)
@@ -117,9 +118,9 @@ function(ox_precompile target)
       target_precompile_headers(${target} PRIVATE ${ARGN})
     endif()
     if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-      # ccache requires -fpch-preprocess. The other options keep some warnings from being errors:
-      # GCC 12 gives them for the code of std::string in a precompiled header. The preset static,
-      # which has no precompiled headers, treats these warnings as errors.
+      # ccache requires -fpch-preprocess. The other options exclude warnings from -Werror: GCC 12
+      # reports them wrongly for std::string in a precompiled header. They remain errors in the
+      # preset "static", which has no precompiled headers.
       target_compile_options(${target} PRIVATE -fpch-preprocess -Wno-error=array-bounds
         -Wno-error=restrict -Wno-error=stringop-overflow -Wno-error=stringop-overread)
     endif()
@@ -135,8 +136,8 @@ function(ox_configure_code target)
   endif()
 endfunction()
 
-# Adds the compile options for the project's own targets. The library's users do not get these
-# options.
+# Adds the compile options for the project's own targets. They do not apply to targets that link the
+# library.
 function(ox_configure_target target)
   ox_configure_code(${target})
   target_compile_definitions(${target} PRIVATE QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS)
@@ -150,7 +151,8 @@ function(ox_configure_target target)
     target_compile_definitions(${target} PRIVATE _WIN32_WINNT=0x0601 NOMINMAX WIN32_LEAN_AND_MEAN)
     target_link_libraries(${target} PRIVATE ntdll)
     if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-      # Data buffers of full size need more than half of the address space.
+      # Without this option a program can use only half of its 4 GiB of addresses, which is too
+      # little for data buffers of full size.
       target_link_options(${target} PRIVATE -Wl,--large-address-aware)
     endif()
   elseif(CMAKE_SIZEOF_VOID_P EQUAL 4)

@@ -1,5 +1,5 @@
-# Common part of the toolchain files for both Windows targets, which set MINGW_TRIPLE and include
-# this file.
+# Common part of the toolchain files mingw-i686.cmake and mingw-x86_64.cmake, which set MINGW_TRIPLE
+# and include this file.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_C_COMPILER ${MINGW_TRIPLE}-gcc-posix)
 set(CMAKE_CXX_COMPILER ${MINGW_TRIPLE}-g++-posix)
