@@ -29,8 +29,8 @@ function(ox_download_breakpad folder)
   set(tarball "${tarball}" PARENT_SCOPE)
 endfunction()
 
-# Sets the variable that `result` names to the folder of the unpacked package. If the folder does not
-# exist, downloads the package (unless BREAKPAD_TARBALL is set), verifies and unpacks it.
+# Sets the variable that `result` names to the folder of the unpacked package. If this folder does
+# not exist, downloads the package (unless BREAKPAD_TARBALL is set), verifies and unpacks it.
 function(ox_provide_breakpad result)
   if(DEFINED ENV{XDG_CACHE_HOME})
     set(cache "$ENV{XDG_CACHE_HOME}/oxshared")

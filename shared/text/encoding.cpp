@@ -99,7 +99,7 @@ class Utf8Form::Reader
             text_.remove_prefix(1);
     }
 
-    /// Decodes the run at the current position, behind its marker.
+    /// Decodes the run whose marker ends at the current position.
     void decodeRun()
     {
         if (!isAtEnd() && front() == u' ')
@@ -126,7 +126,7 @@ class Utf8Form::Reader
     void decode()
     {
         // Only separators are trimmed. A trim of all Unicode spaces would remove the bytes
-        // 0xA0 and 0x85, which are the last bytes of common letters.
+        // 0xA0 and 0x85, the last bytes of common letters in UTF-8.
         while (read_ < decoded_.size() && isSeparator(decoded_[read_], separators))
             ++read_;
         while (read_ < decoded_.size() && isSeparator(decoded_.back(), separators))
@@ -169,7 +169,7 @@ class Uni16Form::Reader
     char16_t front() const { return text_[at_]; }
     void skip() { ++at_; }
 
-    /// Decodes the run at the current position, behind its marker.
+    /// Decodes the run whose marker ends at the current position.
     void decodeRun()
     {
         if (isPadded())
@@ -177,7 +177,7 @@ class Uni16Form::Reader
         std::size_t close = closeOfPairs(at_);
         if (close == none)
             close = text_.find(u'>', at_);
-        // The last character of the text is not part of an unclosed run.
+        // A run without a ">" ends before the last character of the text.
         std::size_t const last = close != none ? close : std::max(at_, text_.size() - 1);
         Text word;
         word.reserve((last - at_) / 2);
@@ -301,9 +301,8 @@ struct XmlEntity {
     QLatin1String text;
 };
 
-/// The entities in the order of decoding. "&amp;" follows the other named entities, so that the
-/// text
-/// "&lt;", escaped as "&amp;lt;", is not decoded to "<".
+/// The entities in the order of decoding. "&amp;" follows the other named entities, so that
+/// "&amp;lt;", the escaped form of the text "&lt;", is not decoded to "<".
 constexpr XmlEntity xmlEntities[] = {
     {u'<', QLatin1String("&lt;", 4)},        {u'>', QLatin1String("&gt;", 4)},
     {u'"', QLatin1String("&quot;", 6)},      {u'\'', QLatin1String("&apos;", 6)},

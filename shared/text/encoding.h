@@ -35,8 +35,8 @@ OX_EXPORT QString oxToOXUni16(QString text, bool keepOriginal);
 /// run has an odd length, its last character is dropped. A run without a ">" ends before the last
 /// character of the text.
 ///
-/// The first ">" that is the first character of a pair closes the run. A ">" that is the second
-/// character of a pair is a low byte. It closes the run only if no other ">" does.
+/// A run ends at the first ">" that is the first character of a pair. A ">" that is the second
+/// character of a pair is a low byte. It ends the run only if no other ">" does.
 ///
 /// A blank behind the marker is either padding by another program, which is skipped, or the high
 /// byte of a letter from U+2000 to U+20FF. It is padding in two cases:
@@ -54,8 +54,8 @@ OX_EXPORT QString oxToOXUni16(QString text, bool keepOriginal);
 /// U+3136 U+043E.
 OX_EXPORT QString oxFromOXUni16(QString text);
 
-/// Escapes `text` for XML: <, >, ", ' and & become named entities; the German letters ÄÖÜäöüß
-/// become numeric entities. A character above 255 becomes "?".
+/// Escapes `text` for XML: `<`, `>`, `&`, quotation mark and apostrophe become named entities; the
+/// German letters ÄÖÜäöüß become numeric entities. A character above 255 becomes "?".
 OX_EXPORT QString toXmlString(QString text);
 
 /// Decodes the entities in `text` that toXmlString writes. Other entities stay unchanged. A

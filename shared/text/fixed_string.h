@@ -49,12 +49,12 @@ OX_EXPORT QString fromTransportForm(char const * text);
 /// UTF-16 string of capacity N. Memory: N + 1 units, the length, a reserved word.
 ///
 /// Bytes become units in one of two ways:
-/// - Sign extension (byte 0xE9 becomes unit 0xFFE9): the constructors from bytes, `+=`, and every
-///   operation with an _oxString parameter, which the constructor creates from the bytes:
+/// - Sign extension (byte 0xE9 becomes unit 0xFFE9): the constructors from bytes, `+=`, `+` with a
+///   character, and every operation with an _oxString parameter, which is constructed from bytes:
 ///   `indexOf`, `indexOfCaseSen`, `replace`, `replaceCaseSen`, `remove`, `removeCaseSens`,
 ///   `insert`, `compare` and `isEqual`. Pass non-ASCII texts to these operations as QString.
-/// - Latin-1 (byte 0xE9 becomes unit 0x00E9): assignment, `add`, `combined`, `contains`,
-///   `startsWith`, `endsWith` and the comparison operators.
+/// - Latin-1 (byte 0xE9 becomes unit 0x00E9): assignment, `+` with a text, `add`, `combined`,
+///   `contains`, `startsWith`, `endsWith` and the comparison operators.
 ///
 /// Compatibility: stored records contain units of both conversions and are compared unit by unit.
 template <int N>
@@ -106,7 +106,7 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
 
     /// Assigns `text` (zero-terminated Latin-1).
     /// Compatibility: null sets the length to 0 and keeps all units, even the first, since records
-    /// are compared as memory.
+    /// are compared by memcmp.
     _oxString & operator=(char const * text)
     {
         return text ? assign(text, std::strlen(text)) : setSize(0);

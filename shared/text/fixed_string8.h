@@ -78,7 +78,7 @@ class String8 : public FixedText<S, Record>
     /// Copies `text` (zero-terminated) and sets all characters behind it to 0. Null gives the empty
     /// string.
     String8(char const * text) : String8() { *this = text; }
-    /// Copies the `len` bytes at `text`, including 0 bytes, and sets all characters behind them to
+    /// Copies the `len` bytes at `text`, including 0 bytes, and sets the characters behind them to
     /// 0. Only the low 16 bits of `len` count. Null gives the empty string.
     String8(char const * text, int len) : String8()
     {
@@ -100,7 +100,7 @@ class String8 : public FixedText<S, Record>
 
     /// Assigns `text` (zero-terminated).
     /// Compatibility: null sets the length to 0 and keeps all bytes, even the first, since records
-    /// are compared as memory.
+    /// are compared by memcmp.
     S & operator=(char const * text) { return text ? assign(text, std::strlen(text)) : setSize(0); }
     /// Assigns the bytes of the view `text`.
     S & operator=(std::string_view text) { return assign(text.data(), text.size()); }

@@ -54,20 +54,20 @@ inline bool equal(unsigned short const * a, unsigned short const * b, int n)
 /// Returns whether the `n` UTF-16 units at `a` equal the `n` Latin-1 bytes at `b`.
 OX_EXPORT bool equal(unsigned short const * a, char const * b, int n);
 
-/// Compares the `n` bytes at `a` and at `b` by memcmp. Returns a value below 0, 0, or a value above
-/// 0.
+/// Compares the `n` bytes at `a` and at `b` by memcmp. Returns a negative value, 0 or a positive
+/// value.
 inline int order(char const * a, char const * b, std::ptrdiff_t n)
 {
     return std::memcmp(a, b, static_cast<std::size_t>(n));
 }
 /// Compares the `n` UTF-16 units at `a` and at `b` by memcmp, which compares the low byte of each
-/// unit first. Returns a value below 0, 0, or a value above 0.
+/// unit first. Returns a negative value, 0 or a positive value.
 inline int order(unsigned short const * a, unsigned short const * b, std::ptrdiff_t n)
 {
     return std::memcmp(a, b, static_cast<std::size_t>(n) * sizeof *a);
 }
 /// Compares the `n` UTF-16 units at `a` with the `n` Latin-1 bytes at `b`, as if the bytes were
-/// UTF-16 units. Returns a value below 0, 0, or a value above 0.
+/// UTF-16 units. Returns a negative value, 0 or a positive value.
 OX_EXPORT int order(unsigned short const * a, char const * b, std::ptrdiff_t n);
 
 /// Returns whether the `n` bytes at `a` and at `b` are equal, ignoring the case of ASCII letters.
