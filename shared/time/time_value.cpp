@@ -34,8 +34,7 @@ std::atomic_ref<int> offset()
     return std::atomic_ref(_oxTime::oxTime_Start_OffSet);
 }
 
-/// Returns the local calendar fields of `time`, or fields that are all -1 if the C library or the
-/// sums below do not support the year.
+/// Returns the local calendar fields of `time`, or -1 in all fields if the year is out of range.
 std::tm calendarFields(__int64 time)
 {
     auto const fields = ox::platform::localFields(time);

@@ -54,8 +54,8 @@ class OX_EXPORT _oxTime
         if (now)
             setCurrentTime(0);
     }
-    /// Creates a time from `t` seconds since 1970: UTC, or local time by the measured offset if
-    /// `isUTC` is false.
+    /// Creates a time from `t`, the seconds since 1970 in UTC or, if `isUTC` is false, in local
+    /// time by the measured offset.
     /// Compatibility: this constructor measures the offset only if the offset is 99. Before the
     /// first measurement the offset is -1, so a local time becomes one second late, as in the
     /// farm's records.
@@ -81,14 +81,14 @@ class OX_EXPORT _oxTime
     /// Sets a local date and time of day. The date is clamped as by fromDate. Then the year 1900
     /// becomes the current year, 1 January 1900 becomes today, and the years 1901 to 1989 become
     /// 2001 to 2089. In an hour that occurs twice, sets the second occurrence. A time in a skipped
-    /// hour becomes one hour later.
+    /// hour is moved one hour later.
     void fromDateTime(int second, int minute, int hour, int day, int month, int year);
     /// Sets local midnight of `date`, as fromDate does, but does not clamp the date. An invalid
-    /// date sets -1 seconds.
+    /// date sets the seconds to -1.
     _oxTime & operator=(QDate const & date);
     /// Sets the local date and time of day of `dateTime`, as fromDateTime does, but does not clamp
     /// the date. Ignores the time zone of `dateTime`: convert a value of another time zone with
-    /// `QDateTime::toLocalTime()` first. An invalid date or time of day sets -1 seconds.
+    /// `QDateTime::toLocalTime()` first. An invalid date or time of day sets the seconds to -1.
     _oxTime & operator=(QDateTime const & dateTime);
 
     /// Compares the seconds.
