@@ -58,8 +58,8 @@ check_cxx_compiler_flag(-fcf-protection OX_HAS_CF_PROTECTION)
 function(ox_harden target)
   target_compile_options(${target} PRIVATE -fstack-protector-strong)
   if(NOT OX_SANITIZE)
-    # Without optimisation _FORTIFY_SOURCE only causes warnings. It also hides calls from the
-    # sanitizers.
+    # Without optimisation _FORTIFY_SOURCE only causes warnings. It also replaces functions that the
+    # sanitizers intercept.
     target_compile_options(${target} PRIVATE
       "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
   endif()
@@ -151,8 +151,8 @@ function(ox_configure_target target)
     target_compile_definitions(${target} PRIVATE _WIN32_WINNT=0x0601 NOMINMAX WIN32_LEAN_AND_MEAN)
     target_link_libraries(${target} PRIVATE ntdll)
     if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-      # Without this option a program can use only half of its 4 GiB of addresses, which is too
-      # little for data buffers of full size.
+      # Without this option a program can use only half of its address space of 4 GiB, which is
+      # too little for data buffers of full size.
       target_link_options(${target} PRIVATE -Wl,--large-address-aware)
     endif()
   elseif(CMAKE_SIZEOF_VOID_P EQUAL 4)

@@ -25,7 +25,7 @@ bool isWide(char16_t c)
     return c > 0xFF;
 }
 
-bool holdsWide(View text)
+bool containsWide(View text)
 {
     return std::any_of(text.begin(), text.end(), isWide);
 }
@@ -251,14 +251,14 @@ template <class Form>
 QString encodeRuns(QString const & source, bool keepOriginal)
 {
     View const text = viewOf(source);
-    if (!holdsWide(text) || findMarker<Form>(text) != none)
+    if (!containsWide(text) || findMarker<Form>(text) != none)
         return source;
     Text out;
     out.reserve(text.size() * 3);
     for (std::size_t at = 0; at < text.size();) {
         std::size_t const end = std::min(text.find_first_of(Form::separators, at), text.size());
         View const word = text.substr(at, end - at);
-        bool const wide = holdsWide(word);
+        bool const wide = containsWide(word);
         if (wide) {
             std::transform(Form::marker.begin(), Form::marker.end(), std::back_inserter(out),
                            ox::text::toUpper<char16_t>);
@@ -312,7 +312,7 @@ constexpr XmlEntity xmlEntities[] = {
     {u'\u00FC', QLatin1String("&#252;", 6)}, {u'\u00DF', QLatin1String("&#223;", 6)},
 };
 
-QString throughLatin1(QString const & text)
+QString replaceNonLatin1(QString const & text)
 {
     // Without the size, Qt 5 ends the text at the first 0 character.
     QByteArray const bytes = text.toLatin1();
@@ -368,14 +368,14 @@ QString toXmlString(QString text)
         else
             out += entity->text;
     }
-    return throughLatin1(out);
+    return replaceNonLatin1(out);
 }
 
 QString fromXmlString(QString text)
 {
     for (XmlEntity const & entity : xmlEntities)
         text.replace(entity.text, QString(QChar(entity.character)));
-    return throughLatin1(text);
+    return replaceNonLatin1(text);
 }
 
 QString oxCalcShortName(QString const & name)

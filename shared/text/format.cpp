@@ -150,8 +150,8 @@ float powerOfTen(int exponent)
 
 enum class Occurrence { First, Last };
 
-/// Truncates `text` at the first or the last occurrence of a separator, ignoring case. Returns the
-/// removed part, or nothing if no separator occurs.
+/// Truncates `text` before the first or the last occurrence of a separator, ignoring case. Returns
+/// the removed part, or nothing if no separator occurs.
 std::optional<QString> cut(QString & text, Occurrence which,
                            std::initializer_list<QString const *> separators)
 {

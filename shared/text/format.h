@@ -81,21 +81,21 @@ OX_EXPORT QString oxSec2dhms(long long s);
 /// Compatibility: 1000 without `always` is ".000", as in the farm's logs.
 OX_EXPORT QString oxMill2s(int ms, bool const & always);
 
-/// Truncates `str` at the last occurrence of `sep1`, `sep2` or `sep3`, ignoring case, and assigns
-/// the removed part to `rest`, which begins with the separator. Empty separators are ignored. If no
-/// separator occurs, `str` and `rest` stay unchanged.
+/// Truncates `str` before the last occurrence of `sep1`, `sep2` or `sep3`, ignoring case, and
+/// assigns the removed part to `rest`, which begins with the separator. Empty separators are
+/// ignored. If no separator occurs, `str` and `rest` stay unchanged.
 OX_EXPORT void splitAtLastOccurence(QString & str, QString & rest, QString const & sep1,
                                     QString const & sep2, QString const & sep3);
-/// Truncates `str` at the first occurrence of `sep1`, `sep2` or `sep3` and assigns the removed part
-/// to `rest`, by the rules of splitAtLastOccurence.
+/// Truncates `str` before the first occurrence of `sep1`, `sep2` or `sep3` and assigns the removed
+/// part to `rest`, by the rules of splitAtLastOccurence.
 OX_EXPORT void splitAtFirstOccurence(QString & str, QString & rest, QString const & sep1,
                                      QString const & sep2, QString const & sep3);
 
-/// Truncates `str` at the last occurrence of `sep1`, `sep2` or `sep3`, by the rules of
+/// Truncates `str` before the last occurrence of `sep1`, `sep2` or `sep3`, by the rules of
 /// splitAtLastOccurence.
 OX_EXPORT void cutAtLastOccurence(QString & str, QString const & sep1, QString const & sep2,
                                   QString const & sep3);
-/// Truncates `str` at the first occurrence of `sep1`, `sep2` or `sep3`, by the rules of
+/// Truncates `str` before the first occurrence of `sep1`, `sep2` or `sep3`, by the rules of
 /// splitAtLastOccurence.
 OX_EXPORT void cutAtFirstOccurence(QString & str, QString const & sep1, QString const & sep2,
                                    QString const & sep3);

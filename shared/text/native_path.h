@@ -11,13 +11,13 @@ namespace ox::text
 /// The separator between the parts of a path on this system: "/" on Linux, "\" on Windows.
 inline constexpr QChar ownSeparator = QChar(char16_t{platform::ownSeparator});
 
-/// Converts a file name to the form that the operating system takes.
+/// Converts the file name `name` to the form that system calls take.
 inline platform::NativeName nativePath(QString const & name)
 {
     return platform::nativeName(viewOf(name));
 }
 
-/// Converts a file name in a fixed string to the form that the operating system takes.
+/// Converts `name`, a file name in a fixed string, to the form that system calls take.
 template <typename S>
 platform::NativeName nativePath(S const & name)
 {
