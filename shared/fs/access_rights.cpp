@@ -10,8 +10,7 @@ using ox::platform::NativeName;
 namespace
 {
 
-/// Returns the path in the system's form, or an empty name for null and for a path of more than 500
-/// bytes.
+/// Returns the path as a native name; empty for null and for a path longer than 500 bytes.
 NativeName recordPath(char const * path)
 {
     if (!path || std::strlen(path) > 500)

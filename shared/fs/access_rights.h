@@ -10,18 +10,18 @@
 /// The functions add rights to the existing ones and return whether this succeeded. On Linux they
 /// add the mode bits of owner, group and others; on Windows they add an entry for everybody to the
 /// access list.
-/// Fails: for a `char const *` path that is null, empty or longer than 500 bytes; otherwise
+/// Fails: also for a `char const *` path that is null, empty or longer than 500 bytes.
 /// `oxLastOSError` has the reason.
 
-/// Grants everybody the rights to read a folder and to create files in it. With `inherit` files and
-/// folders that are created in it later get the same rights, where the system supports this. On
-/// Windows existing entries that inherit their rights get them, too.
+/// Grants everybody the rights to read a folder and to create files in it. With `inherit`, on
+/// Windows, the content of the folder gets the same rights: entries that are created later, and
+/// existing entries that inherit their rights. Linux ignores `inherit`.
 OX_EXPORT bool oxSetFolderRights_ReadWriteAll(char const * path, bool inherit);
 /// Grants everybody the rights to read a folder and to create files in it; the path is a QString of
 /// any length.
 OX_EXPORT bool oxSetFolderRights_ReadWriteAll(QString const & path, bool inherit);
-/// Grants everybody the rights to read a folder and to create files in it; the path has any other
-/// type of text.
+/// Grants everybody the rights to read a folder and to create files in it; the path is of any other
+/// string type.
 template <ox::text::FileNameObject Path>
 bool oxSetFolderRights_ReadWriteAll(Path const & path, bool inherit)
 {
@@ -33,8 +33,8 @@ OX_EXPORT bool oxSetFileRights_ReadWriteExecuteAll(char const * path);
 /// Grants everybody the rights to read, write and execute a file; the path is a QString of any
 /// length.
 OX_EXPORT bool oxSetFileRights_ReadWriteExecuteAll(QString const & path);
-/// Grants everybody the rights to read, write and execute a file; the path has any other type of
-/// text.
+/// Grants everybody the rights to read, write and execute a file; the path is of any other string
+/// type.
 template <ox::text::FileNameObject Path>
 bool oxSetFileRights_ReadWriteExecuteAll(Path const & path)
 {

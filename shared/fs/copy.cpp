@@ -79,7 +79,7 @@ QString notWritten()
 }
 
 /// Copies the source's bytes from `begin` to `end` to the target, and appends them to the buffer,
-/// if any. Bytes that other processes append to the source during this call are left to the next
+/// if any. Bytes that other processes append to the source during this call are copied by the next
 /// call. After a failed write the buffer has the same new bytes as the target.
 QString transfer(OpenFile & source, OpenFile & target, std::int64_t begin, std::int64_t end,
                  _OX_DataBuffer * added)
@@ -114,7 +114,7 @@ QString transfer(OpenFile & source, OpenFile & target, std::int64_t begin, std::
     return {};
 }
 
-/// Copies the whole source to the target and to the buffer, which loses its previous content.
+/// Replaces the content of the target and of the buffer by the whole source.
 QString copyInto(_OX_DataBuffer & added, NativeName const & from, NativeName const & to,
                  std::int64_t size)
 {

@@ -14,8 +14,8 @@ namespace
 {
 
 /// Returns whether a piece ends in zeros. Tests up to three of its last ten bytes.
-/// Compatibility: a test of all bytes returns another result for some files, and the farm's
-/// applications depend on this result.
+/// Compatibility: the other bytes are not tested, since the farm's applications depend on this
+/// result.
 bool endsInZeros(char const * piece, std::size_t size)
 {
     auto const isZero = [end = piece + size](int back) { return end[-back] == 0; };

@@ -35,7 +35,8 @@ void oxDirListing::init(QString path, bool const & includeDirs, bool const & rea
         readRows(sortByName);
 }
 
-/// Opens a folder without a test of its kind before, which would be one more request to the share.
+/// Opens the listing of `path`. Opens the path as a folder without a status query, which would be
+/// one more round trip to the share. Lists a single file only if this fails.
 void oxDirListing::open(QString const & path)
 {
     auto const walkThrough = [this](QString const & wanted) {

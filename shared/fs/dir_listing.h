@@ -24,8 +24,8 @@ class FolderWalk;
 ///         use(listing.dirFileName(), listing.fileTime());
 ///
 /// A listing reads the folder entry by entry, or all entries into memory first. Names need no round
-/// trip per entry. Size and time together need at most one round trip per entry, when one of them
-/// is first used.
+/// trip per entry. Size and time together need at most one round trip per entry, made when one of
+/// them is first used.
 ///
 /// Links are followed. A link to a folder is a folder. A link without a target is a file with the
 /// time of the link. On Linux each byte of a name that is not UTF-8 becomes the lone surrogate
@@ -51,35 +51,37 @@ class OX_EXPORT oxDirListing
     /// With includeDirs folders are entries, too, except "." and "..". With readIntoMemory all
     /// entries that pass the filters are read at once. With sortByName entries in memory are sorted
     /// by the UTF-16 units of their names, so "B" precedes "a". `reserved` has no effect.
-    /// Fails: an empty path and an unreadable folder have no entries; for an unreadable folder
+    /// Fails: an empty path gives no entries. An unreadable folder gives no entries either, and
     /// error() returns the reason.
     void init(QString path, bool const & includeDirs, bool const & readIntoMemory,
               bool const & sortByName, bool const & reserved);
 
-    /// Adds an ending to the filter. With a filter only files whose name has one of its endings,
-    /// ignoring case, are entries. Folders are not filtered. The filter applies to the entries
-    /// after the current one; for a listing in memory add it before init().
+    /// Adds an ending of file names, such as ".exr", to the filter. With a filter a file is an
+    /// entry only if its name ends with one of the endings, ignoring case. Folders are not
+    /// filtered. The filter applies to the entries after the current one; for a listing in memory
+    /// add it before init().
     void addEndsWithFilter(QString const & ending);
 
-    /// Moves to the next entry, the first one after init(). Returns false at the end.
+    /// Moves to the next entry; the first call after init() moves to the first entry. Returns false
+    /// at the end.
     bool nextFile();
 
     // The current entry. Before the first entry and after the last one the name is empty, size and
     // time are 0, and isDir() is false.
-    // Compatibility: at its end a listing in memory stays on its last entry, since callers read the
-    // last name after the loop.
+    // Compatibility: a listing in memory stays on its last entry, even after nextFile() has
+    // returned false, since callers read the last name after the loop.
 
     /// Name without the folder.
     QString fileName() const;
     /// Sets `name` to the name without the folder.
     void fileName(QString & name) const;
-    /// Name with its folder.
+    /// Path of the entry: the folder followed by the name.
     QString dirFileName() const;
     /// Size in bytes; 0 for a folder.
     __int64 fileSize() const;
     /// Sets `size` to the size in bytes; 0 for a folder.
     void fileSize(__int64 & size) const;
-    /// Time of the last write, equal to that of oxFileExists.
+    /// Time of the last write, the same value as that of oxFileExists.
     _oxTime fileTime() const;
     /// Sets `time` to the time of the last write.
     void fileTime(_oxTime & time) const;

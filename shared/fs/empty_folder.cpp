@@ -137,7 +137,7 @@ class Emptying
         }
     }
 
-    /// Returns false if `stop` returned true.
+    /// Deletes an entry and reports the result. Returns false if `stop` returned true.
     bool deleteEntry(Entry const & entry, QString const & path)
     {
         result_.done = mayContinue();
@@ -175,7 +175,7 @@ class Emptying
     _oxEmptyFolderResult result_;
 };
 
-/// Returns the options in the notation of the farm's messages.
+/// Returns the options as text for the messages, such as " -rec -ign -del 3600".
 QString optionWords(bool recursive, bool ignoreErrors, int minAge)
 {
     return (recursive ? QStringLiteral(" -rec") : QString()) +

@@ -11,16 +11,16 @@
 /// Deletes the content of a folder. The folder itself stays, and nothing outside of it changes.
 ///
 /// Links and junctions are deleted and never followed, even if a link replaces a folder during the
-/// call. On Linux a file system that is mounted inside stays and is reported as a failure. On
-/// Windows the mount point is deleted like a link; the content of the mounted volume stays. An
-/// entry that cannot be deleted is reported, and the others are deleted.
+/// call. On Linux a file system that is mounted inside the folder stays and is reported as a
+/// failure. On Windows the mount point is deleted like a link; the content of the mounted volume
+/// stays. An entry that cannot be deleted is reported, and the others are deleted.
 ///
 /// Fails: an empty path, a link, and the root of a drive, of a share or of a mounted file system
 /// are refused.
 
 /// Options of oxEmptyFolder.
 struct _oxEmptyFolderOptions {
-    /// Also empties subfolders and deletes those that become empty. Without it subfolders stay.
+    /// Also empties subfolders and deletes those that become empty. If false, subfolders stay.
     bool recursive = false;
     /// Minimum age in seconds since the last write: younger entries stay. 0 or less deletes entries
     /// of any age.
@@ -28,9 +28,9 @@ struct _oxEmptyFolderOptions {
     /// Names of files and folders, without a path, compared ignoring case. Entries with one of
     /// these names stay at every level, with all their content.
     QStringList skip;
-    /// Dry run: deletes nothing, and reports as if everything had been deleted.
+    /// Dry run: deletes nothing, but counts and reports the entries as if they had been deleted.
     bool isDryRun = false;
-    /// Called before each deletion; true ends the call. May be empty.
+    /// Called before each deletion. If it returns true, oxEmptyFolder ends. May be empty.
     std::function<bool()> stop;
     /// Called after each deletion and each failure, with the path of the entry. `failure` is empty
     /// if the entry was deleted, otherwise it is the reason: "Unable to delete file ..., " or
@@ -43,17 +43,17 @@ struct _oxEmptyFolderResult {
     int count = 0;     ///< number of deleted files, links and folders
     __int64 bytes = 0; ///< size of the deleted files in bytes
     int failures = 0;  ///< number of entries that could not be deleted
-    bool done = false; ///< true if the folder was readable and `stop` never returned true
+    bool done = false; ///< false if the folder is refused, unreadable or moved, or `stop` is true
     QString lastError; ///< text of the last failure
 };
 
-/// Deletes the content of a folder as the options say, and returns what was done.
+/// Deletes the content of a folder with the given options.
 OX_EXPORT _oxEmptyFolderResult oxEmptyFolder(QString const & folder,
                                              _oxEmptyFolderOptions const & options);
 
-/// Deletes the content of a folder, with the parameters of the farm's applications. Returns whether
-/// everything was deleted. With ignoreErrors it also returns true when some entries could not be
-/// deleted, but not when the folder could not be read.
+/// Deletes the content of a folder, with the parameters of the farm's applications. Returns true if
+/// no deletion failed. With ignoreErrors failed deletions do not count, but the result is still
+/// false if the folder could not be read.
 ///
 /// `recursive`, `minAge` (seconds) and `skip` are those of _oxEmptyFolderOptions; `count`, `bytes`
 /// and `lastError` receive the values of _oxEmptyFolderResult. Any pointer may be null. `messages`

@@ -9,17 +9,19 @@
 namespace ox::fs
 {
 
-/// Decision about an entry besides the options: it may be deleted; a folder stays while its content
-/// may be deleted; or the entry stays with all its content.
+/// What a KeepRule keeps of an entry, in addition to the entries that the options keep:
+/// - Nothing: the entry may be deleted.
+/// - Folder: a folder stays, and its content may be deleted.
+/// - All: the entry stays with all its content.
 enum class Keep { Nothing, Folder, All };
 
-/// Decides about an entry by its path.
+/// Rule that decides what to keep of the entry at `path`.
 using KeepRule = std::function<Keep(QString const & path, bool isFolder)>;
 
-/// Deletes entries of the tree's current folder, folders with their content. `folder` is its path
-/// with a separator at its end. Applies the options as oxEmptyFolder does, and `keep` if it is not
-/// empty. `done` of the result is false if `stop` returned true, or if the tree is no longer
-/// usable.
+/// Deletes entries of the tree's current folder, folders with their content. `folder` is the path
+/// of the current folder, with a separator at its end. Applies the options as oxEmptyFolder does,
+/// and `keep` if it is not empty. `done` of the result is false if `stop` returned true or
+/// FolderTree::leave failed.
 _oxEmptyFolderResult deleteEntries(platform::FolderTree & tree, QString const & folder,
                                    std::vector<platform::FolderTree::Entry> entries,
                                    _oxEmptyFolderOptions const & options,

@@ -183,7 +183,7 @@ bool oxRenameFile(QString const & from, QString const & to, bool overwrite)
         Result<FileStatus> const status = fileStatus(source);
         if (status && !status->isFolder)
             return reportToThread(ox::platform::moveOver(source, target));
-        // A source whose status cannot be read may exist.
+        // If the source's status is not readable, the source may exist, so the target stays.
         if (!status && status.error().kind() != ErrorKind::NotFound)
             return reportToThread(status);
         static_cast<void>(ox::platform::deleteFile(target));

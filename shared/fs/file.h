@@ -12,10 +12,10 @@
 /// Operations on single files and folders, on local disks and on the farm's shares.
 ///
 /// A file exists if its name refers to something other than a folder. Links are followed: a link
-/// without a target does not exist. On Linux, root changes no file through the link of another
-/// user. An empty name and a name with a 0 character refer to nothing. A function that returns a
-/// text returns the empty text for success. The text of a failure ends with the system's message.
-/// Only a lack of memory throws (std::bad_alloc).
+/// without a target does not exist. On Linux a process of root changes no file through a link of
+/// another user. An empty name and a name with a 0 character refer to no file. A function that
+/// returns a text returns the empty text for success. The text of a failure ends with the system's
+/// message. Only a lack of memory throws (std::bad_alloc).
 
 /// Returns whether a file exists, even if it cannot be opened. Makes one status query.
 OX_EXPORT bool oxFileExists(_oxString<500> const & name);
@@ -25,14 +25,13 @@ OX_EXPORT bool oxFileExists(_oxString<500> const & name);
 /// exist.
 OX_EXPORT bool oxFileExists(_oxString8_evenSize<500> const & name, _oxTime * time = nullptr,
                             __int64 * size = nullptr);
-/// Returns whether a file exists, and its last-write time and size in bytes; the name is an 8-bit
-/// string of capacity 250.
+/// Returns whether a file exists, and sets `*time` and `*size`; the name is an 8-bit string of
+/// capacity 250.
 OX_EXPORT bool oxFileExists(_oxString8_evenSize<250> const & name, _oxTime * time = nullptr,
                             __int64 * size = nullptr);
-/// Returns whether a file exists, and its last-write time and size in bytes; the name is a wide
-/// string.
+/// Returns whether a file exists, and sets `*time` and `*size`; the name is a wide string.
 OX_EXPORT bool oxFileExists(_oxString<500> const & name, _oxTime * time, __int64 * size);
-/// Returns whether a file exists, and its last-write time and size in bytes; the name is a QString.
+/// Returns whether a file exists, and sets `*time` and `*size`; the name is a QString.
 /// Compatibility: only the first 500 characters of the name count, since the farm's records contain
 /// no longer paths.
 OX_EXPORT bool oxFileExists(QString name, _oxTime * time = nullptr, __int64 * size = nullptr);
@@ -72,13 +71,14 @@ OX_EXPORT bool oxDeleteFolder(QString const & path);
 OX_EXPORT bool oxCreateFolder(QString const & path, bool withParents);
 
 /// Renames or moves a file, even to another drive. Returns whether this succeeded. Without
-/// overwrite an existing file under the new name makes the call fail. With overwrite that file is
-/// deleted, even when `from` does not exist. That file stays if the system cannot report whether
-/// `from` exists.
+/// `overwrite` the call fails if a file `to` exists. With `overwrite` the file `to` is deleted,
+/// even if `from` does not exist. The file `to` stays if the system cannot report whether `from`
+/// exists.
 ///
-/// If both names refer to the same file, overwrite keeps its content. Two spellings of one name
-/// succeed, and the file gets the letter case of `to`. Of two hard links, `to` remains. If `from`
-/// is a symbolic link to `to`, the call fails.
+/// If both names refer to the same file, `overwrite` keeps the file's content:
+/// - Two spellings of one name: the file gets the letter case of `to`.
+/// - Two hard links: `to` remains.
+/// - `from` is a symbolic link to `to`: the call fails.
 OX_EXPORT bool oxRenameFile(QString const & from, QString const & to, bool overwrite);
 
 /// Sets the access and modification times of a file to `*time`, and its creation time where the
@@ -101,8 +101,8 @@ OX_EXPORT bool writeToLogFile(_oxString8_evenSize<250> const & name, _oxString8_
 /// Appends one line to a text file; the name is a QString of any characters.
 OX_EXPORT bool writeToLogFile(QString const & name, _oxString8_evenSize<3000> line, bool overwrite,
                               bool addTime);
-/// Appends one line to a text file; the name has any other type of text. A literal is interpreted
-/// like the name in an 8-bit record.
+/// Appends one line to a text file; the name is of any other string type. A literal is decoded like
+/// a name in an 8-bit record.
 template <ox::text::FileName Name>
 bool writeToLogFile(Name const & name, _oxString8_evenSize<3000> line, bool overwrite, bool addTime)
 {

@@ -63,7 +63,7 @@ NativeName leftoverName(_oxString8_evenSize<250> const & lockFileName)
 
 void removeIfStale(NativeName const & name)
 {
-    // The next try to take the lock reports whether the file is gone.
+    // The result is ignored: the next attempt to take the lock shows whether the file is gone.
     static_cast<void>(
         ox::platform::removeLeftLockFile(name, _oxTime(true).value - staleAfterSeconds));
 }
@@ -99,8 +99,8 @@ bool _oxFileLocker::lock(int const & timeoutMs, QString const & who, int * waite
     NativeName const name = nativePath(lockFileName_);
     auto file = std::make_unique<LockFile>();
     Result<> taken;
-    // Taking the lock also reports whether it is free. A separate test needs a second round trip to
-    // the share, and its result is outdated when it arrives.
+    // Taking the lock also shows whether it is free. A separate test would need a second round trip
+    // to the share, and its result would be outdated when it arrives.
     auto const isHeldByOther = [&] {
         if (checkOnly)
             return ox::platform::lockFileExists(name);

@@ -17,7 +17,7 @@ class LockFile;
 struct _oxFileLockStatus {
     /// Who holds the lock.
     enum Holder {
-        Nobody,  ///< no lock file, or the lock file of a dead process (`exists` is true)
+        Nobody,  ///< no lock file, or one that is left behind (`exists` is then true)
         Process, ///< a process
         Unknown  ///< a lock file exists; whether a process holds it is not known
     };
@@ -25,12 +25,12 @@ struct _oxFileLockStatus {
     /// System's error code if the lock file's existence is not known (the folder is missing or not
     /// readable, the share is not mounted); otherwise 0. `oxLastOSError` returns its text.
     int systemError = 0;
-    bool exists = false;    ///< whether the lock file exists and others wait
+    bool exists = false;    ///< whether the lock file exists; others then wait
     Holder holder = Nobody; ///< who holds the lock
     QString who;            ///< the holder's description; empty if not readable
     _oxTime since;          ///< last write of the lock file: when the lock was taken
-    /// Whether the lock file is older than three hours. The next waiter whose time runs out removes
-    /// it, unless a process holds it.
+    /// Whether the lock file is older than three hours. The next lock() or isFree() whose time runs
+    /// out removes it, unless a process holds it.
     bool isStale = false;
 };
 
@@ -39,63 +39,66 @@ struct _oxFileLockStatus {
 /// A process that rewrites the file first takes the lock: it creates a companion file
 /// ("a.ini_lock.txt" for "a.ini") and keeps it open. Others wait while the companion file exists.
 /// The lock is advisory, and made for the few seconds in which a configuration file is rewritten. A
-/// lock file that is older than three hours and that no process holds is the remainder of a crash,
-/// and is removed. docs/lock_files.md describes the protocol.
+/// lock file is stale when it is older than three hours. A waiter whose time runs out removes a
+/// stale lock file that no process holds, since a crash has left it behind. docs/lock_files.md
+/// describes the protocol.
 ///
 ///     _oxFileLocker locker(fileName);
 ///     if (locker.lock(5000, QStringLiteral("Server on farm01"), nullptr, false))
 ///         rewrite(fileName); // unlocked at the end of the scope
 ///
 /// A child process that starts another program does not inherit the lock. A child process that is
-/// only forked (fork without exec) keeps the lock held until it ends.
+/// only forked (fork without exec) keeps the lock held until the child ends.
 /// Threads: one thread at a time.
 class OX_EXPORT _oxFileLocker
 {
   public:
     /// Sets the name of the lock file; does not take the lock. A file cannot be locked if its name
-    /// is empty, contains a 0 character or exceeds the record (250 bytes with "_lock.txt").
+    /// is empty, contains a 0 character or does not fit lockFileName(): more than 250 bytes with
+    /// "_lock.txt" or, on Windows, not Latin-1.
     explicit _oxFileLocker(QString const & fileToLock);
     /// Releases the lock, as unlock() does.
     ~_oxFileLocker();
     _oxFileLocker(_oxFileLocker const &) = delete;
     _oxFileLocker & operator=(_oxFileLocker const &) = delete;
 
-    /// Waits until nobody holds the lock, and takes it unless checkOnly. `who` describes the holder
-    /// for people who read the lock file; it is written as Latin-1.
+    /// Waits until the lock is free, and takes it unless checkOnly. `who` describes the holder for
+    /// people who read the lock file; it is written as Latin-1.
     ///
-    /// Tries to take the lock immediately and then every 250 ms, timeoutMs / 250 times but at least
-    /// once. If the lock is still held then, it removes a stale lock file and tries a last time.
+    /// Tries to take the lock immediately and then every 250 ms: timeoutMs / 250 times, but at
+    /// least once. If the lock is still not free, removes the lock file if it is stale, and tries a
+    /// last time.
     ///
     /// `waitedMs`, if given, receives the time waited in steps of 250 ms, negated when the lock
     /// file could not be created.
     ///
-    /// Fails: when the time runs out (waitedMs is at least 250), or when the lock file could not be
-    /// created (waitedMs is 0 or negative, and `oxLastOSError` has the reason). A file that cannot
-    /// be locked gives -1 immediately.
-    /// An object that already holds the lock waits for itself.
+    /// Fails: returns false when the time runs out (waitedMs is at least 250), or when the lock
+    /// file could not be created (waitedMs is 0 or negative, and `oxLastOSError` has the reason).
+    /// For a file that cannot be locked it returns false immediately and sets waitedMs to -1.
+    /// An object that already holds the lock waits for itself until the time runs out.
     bool lock(int const & timeoutMs, QString const & who, int * waitedMs, bool checkOnly);
 
-    /// Tries once to take the lock, without waiting: one request by name while another process
-    /// holds it. Removes no stale lock file.
+    /// Tries once to take the lock, without waiting. Makes a single open call if another process
+    /// holds the lock. Does not remove a stale lock file.
     ///
-    /// Fails: `isHeldByOther`, if given, becomes true when another process holds the lock. It
-    /// becomes false when the lock file could not be created (`oxLastOSError` has the reason), and
-    /// for a file that cannot be locked.
+    /// Fails: returns false. `isHeldByOther`, if given, becomes true when the lock file already
+    /// exists, even if it is left behind. It becomes false when the lock file could not be created
+    /// for another reason (`oxLastOSError` has the reason), and for a file that cannot be locked.
     bool tryLock(QString const & who, bool * isHeldByOther = nullptr);
 
-    /// Returns whether nobody holds the lock, or its holder releases it within timeoutMs. Creates
-    /// nothing. `waitedMs` as in lock().
+    /// Returns whether the lock is free or becomes free within timeoutMs. Creates nothing, but
+    /// removes a stale lock file as lock() does. `waitedMs` as in lock().
     bool isFree(int const & timeoutMs, int * waitedMs);
 
-    /// Releases the lock, if this object holds it: deletes the lock file, or renames it to its name
-    /// with ".none" appended. Some shares allow neither while the file is open. The file is then
-    /// closed first, and the release can take about a second. Also returns true if this object does
-    /// not hold the lock.
-    /// Fails: false when the lock file still exists; `oxLastOSError` has the reason. Others then
-    /// wait until it is deleted or three hours have passed.
+    /// Releases the lock, if this object holds it: deletes the lock file or, if this fails, appends
+    /// ".none" to its name. Some shares refuse both while the file is open. The file is then closed
+    /// first, and the release can take about a second. Also returns true if this object does not
+    /// hold the lock.
+    /// Fails: returns false when the lock file still exists; `oxLastOSError` has the reason. Others
+    /// then wait until the lock file is deleted or stale.
     bool unlock();
 
-    /// Full name of the lock file as an 8-bit record: Latin-1, or on Linux UTF-8 for a name that
+    /// Full path of the lock file as an 8-bit record: Latin-1, or on Linux UTF-8 for a name that
     /// Latin-1 cannot express. Empty for a file that cannot be locked.
     _oxString8_evenSize<250> const & lockFileName() const { return lockFileName_; }
 

@@ -10,8 +10,8 @@
 /// target is up to date.
 ///
 /// The source is copied when the target is missing or differs in size or last-write time. The copy
-/// gets the source's time, and read, write and execute rights for everybody. A replaced target is
-/// kept as `target` + "_old" and replaces an older file of that name. A missing target folder is
+/// gets the source's time, and read, write and execute rights for everybody. The previous target is
+/// renamed to `target` + "_old" and replaces an older file of that name. A missing target folder is
 /// created, with rights for everybody.
 ///
 /// The copy is written under a temporary name in the target's folder, flushed, and then renamed.
@@ -19,18 +19,19 @@
 /// complete under its name or under "_old", even when the process is killed or several processes
 /// synchronise the same file. A link at the target is replaced and not followed.
 ///
-/// `pause` is the pauseMs of oxCopyFile in milliseconds. With retryExe and `errors` the copy of an
-/// ".exe" that looks unfinished (endsEmpty of oxCopyFile) is repeated every 5 seconds until it
-/// looks complete. This needs a `pause` of 0 or more, since the system's own copy does not set
-/// endsEmpty.
+/// `pause` has the meaning of pauseMs in oxCopyFile: milliseconds between pieces, or negative for
+/// the system's own copy. With retryExe and `errors`, the copy of an ".exe" is repeated every 5
+/// seconds while it looks unfinished (endsEmpty of oxCopyFile). This needs a `pause` of 0 or more,
+/// since the system's own copy does not set endsEmpty.
 ///
-/// `errors` receives failures and announcements of retries. `info` receives what was done; with
-/// `verbose` also that the target is up to date. Texts are appended to both and cut at the
+/// `errors` receives failures and announcements of retries. `info` receives the actions and, with
+/// `verbose`, a line if the target is already up to date. Texts are appended to both and cut at the
 /// capacity. Both may be null.
 ///
-/// Fails: after a failed copy the previous file is unchanged; a copy that is shorter than its
-/// source is a failure. A previous file that cannot be renamed is reported and replaced. If the
-/// rights cannot be set, the result is false, although the new file is in place.
+/// Fails: after a failed copy the previous file is unchanged. A copy that is shorter than its
+/// source is a failure. If the rights cannot be set, the result is false, although the new file is
+/// in place. If the previous file cannot be renamed, `errors` receives a message, and the file is
+/// replaced without "_old".
 /// Compatibility: only one folder level is created, so that a mistyped path does not grow into a
 /// tree.
 OX_EXPORT bool syncCopy(_oxString8_evenSize<500> source, _oxString8_evenSize<500> target,
@@ -43,7 +44,7 @@ OX_EXPORT bool syncCopy(QString const & source, QString const & target, bool con
                         _oxString8_evenSize<500> * errors, _oxString8_evenSize<500> * info,
                         int pause, bool const & verbose);
 
-/// Updates a file from its master copy, with names of any other types of text, which may differ.
+/// Updates a file from its master copy, with names of any other string types, which may differ.
 template <ox::text::FileName Source, ox::text::FileName Target>
 bool syncCopy(Source const & source, Target const & target, bool const & retryExe,
               _oxString8_evenSize<500> * errors, _oxString8_evenSize<500> * info, int pause,

@@ -43,12 +43,13 @@ class FileSync
         auto const target = platform::fileStatus(nativePath(target_));
         bool const exists = target && !target->isFolder;
         bool const isEqual = exists && target->size == size && target->modified == time.value;
-        // A target whose status cannot be read may exist, so it is kept as well.
+        // If the target's status is not readable, the target may exist, so it is kept as well.
         bool const isReplaced =
             exists || (!target && target.error().kind() != platform::ErrorKind::NotFound);
         if (exists && !isEqual)
             append(info_, "Renaming dest file", target_, ";\n");
-        // The folder of an existing target exists, and that of a missing one is opened next.
+        // No status query of the folder is needed: an existing target has a folder, and copy()
+        // opens the folder of a missing target.
         if (!isFolderOfTarget() && !makeFolder())
             return Result::Failed;
         if (!isEqual)
@@ -73,9 +74,9 @@ class FileSync
         return Result::Failed;
     }
 
-    /// Returns whether the system finds the target in the folder that makeFolder() creates. It does
-    /// not if that folder's path is shorter than 3 characters, or if the file name contains the
-    /// separator of another system.
+    /// Returns whether the folder that makeFolder() creates is the folder in which the system looks
+    /// up the target. They differ if the folder's path is shorter than 3 characters, or if the file
+    /// name contains the separator of another system.
     bool isFolderOfTarget() const
     {
         Path const folder = oxGetDirName(target_);
@@ -97,7 +98,7 @@ class FileSync
         return false;
     }
 
-    /// Copies to a new file beside the target and then gives it the name of the target.
+    /// Copies to a new file in the target's folder, then renames it to the target.
     Result copy(int pause, bool isReplaced, __int64 size, _oxTime time) const
     {
         platform::NewFile copy;
@@ -132,8 +133,8 @@ class FileSync
         return copyWhole(nativePath(source_), copy, pause, endsEmpty, Attributes::Omitted);
     }
 
-    /// Keeps the previous file as `_old`. Returns true if another process has put the same file in
-    /// place in the meantime.
+    /// Keeps the previous file under its name with "_old". Returns true if another process has
+    /// already put the same file in place.
     bool keepOld(platform::NewFile & copy, __int64 size, _oxTime time) const
     {
         using Previous = platform::NewFile::Previous;

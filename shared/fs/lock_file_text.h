@@ -26,8 +26,8 @@ inline std::string lockFileText(QString const & who, _oxTime const & since)
     return text;
 }
 
-/// Returns the description of the holder, which may have several lines. Empty if the text does not
-/// have the form of a lock file.
+/// Returns the holder's description from the text of a lock file; it may have several lines. Empty
+/// if the text does not have the form of lockFileText().
 inline QString holderIn(std::string_view text)
 {
     if (!text.starts_with(holderLabel))

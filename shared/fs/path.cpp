@@ -18,8 +18,8 @@ using Index = decltype(QString().size());
 constexpr QChar slash = u'/';
 constexpr QChar backslash = u'\\';
 
-/// Returns whether a separator or dot at this position splits a path. The first two positions never
-/// do.
+/// Returns whether a separator or dot at this position splits a path. Positions 0 and 1 never do,
+/// nor does -1 (not found).
 template <typename Position>
 bool splits(Position position)
 {
@@ -107,8 +107,8 @@ void removeAll(QString & text, QLatin1String characters)
     text.truncate(static_cast<Index>(end - text.begin()));
 }
 
-/// Removes the characters that are illegal in names of files and of folders. Separators and colons
-/// stay, since the two kinds of names treat them differently.
+/// Removes the characters that are illegal in names of files and of folders. Keeps separators and
+/// colons, which the callers handle.
 QString withoutIllegal(QString text, bool allowSpaces, bool keepPlaceholders)
 {
     removeAll(text, QLatin1String("\n\r\t|;#}{\"=?`~*"));

@@ -32,29 +32,29 @@ OX_EXPORT _oxString<500> oxConvertPDToOS(_oxString<500> const & path);
 OX_EXPORT _oxString<250> oxConvertPDToOS(_oxString<250> const & path);
 
 /// Returns the extension with its dot: ".exr" for "a\shot.exr".
-/// Compatibility: a path without a dot behind its first two characters is returned whole, since
+/// Compatibility: a path without a dot after its first two characters is returned whole, since
 /// callers compare the result with the extensions they know.
 OX_EXPORT QString oxGetFileNameExtention(QString path);
 
-/// Returns the text behind the last separator, or the whole path when no separator follows its
+/// Returns the text after the last separator, or the whole path when no separator follows its
 /// first two characters.
 OX_EXPORT QString oxGetFileName(QString path, unsigned short separator);
-/// Returns the text behind the last separator, or the whole path when no separator follows its
+/// Returns the text after the last separator, or the whole path when no separator follows its
 /// first two characters. The separator is "/" when the path contains one, else "\".
 OX_EXPORT QString oxGetFileNameAutoPD(QString path);
-/// Returns the text behind the last separator, even if that is the first character; cut at 100
+/// Returns the text after the last separator, even if that is the first character; cut at 100
 /// characters. The separator is "\" when the path contains one, else this system's.
 OX_EXPORT _oxString8_evenSize<100> oxGetFileName(_oxString8_evenSize<500> const & path);
-/// Returns the text behind the last separator of an 8-bit path of capacity 250, cut at 100
+/// Returns the text after the last separator of an 8-bit path of capacity 250, cut at 100
 /// characters.
 OX_EXPORT _oxString8_evenSize<100> oxGetFileName(_oxString8_evenSize<250> const & path);
-/// Returns the text behind the last separator of an 8-bit path of capacity 200, cut at 100
+/// Returns the text after the last separator of an 8-bit path of capacity 200, cut at 100
 /// characters.
 OX_EXPORT _oxString8_evenSize<100> oxGetFileName(_oxString8_evenSize<200> const & path);
-/// Returns the text behind the last separator of a wide path of capacity 250, cut at 100
+/// Returns the text after the last separator of a wide path of capacity 250, cut at 100
 /// characters.
 OX_EXPORT _oxString<100> oxGetFileName(_oxString<250> const & path);
-/// Returns the text behind the last separator of a wide path of capacity 500, cut at 100
+/// Returns the text after the last separator of a wide path of capacity 500, cut at 100
 /// characters.
 OX_EXPORT _oxString<100> oxGetFileName(_oxString<500> const & path);
 
@@ -94,7 +94,7 @@ OX_EXPORT bool isRelativePath(QString path);
 
 /// Returns whether a path is the root of a drive or share. A path of up to three characters is a
 /// root; a longer path with a drive is not. Any other path is a root if it has at most three parts
-/// behind its first two characters: `\\srv\share\dir\` is a root, `\\srv\share\dir\x` is not.
+/// after its first two characters: `\\srv\share\dir\` is a root, `\\srv\share\dir\x` is not.
 /// Compatibility: the farm's applications count the parts this way.
 OX_EXPORT bool oxIsRootpath(QString const & path);
 
@@ -114,8 +114,8 @@ OX_EXPORT QString oxRemoveIllegalCharFromFile(QString name, bool allowSpaces,
 
 /// Returns a folder path without the characters that oxRemoveIllegalCharFromFile removes, but with
 /// its separators and the colon of a leading drive letter. Set `last` if the text is a whole path
-/// and not the front of a longer one. Blanks and dots at its end are then removed, too, since
-/// Windows ignores them there. A last part "." or ".." stays.
+/// and not the beginning of a longer one. Blanks and dots at the end of the path are then removed,
+/// too, since Windows ignores them. A last part "." or ".." stays.
 OX_EXPORT QString oxRemoveIllegalCharFromDir(QString path, bool allowSpaces,
                                              bool const & keepFramePlaceholders, bool last);
 
