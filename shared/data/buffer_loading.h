@@ -6,20 +6,19 @@
 #include <cstdint>
 #include <optional>
 
-// Loads plain buffer files with one open of the name, for callers that need the file's status as
-// well.
+// Loads plain buffer files for callers that also need the file's status. Each file is opened once.
 
 namespace ox::data
 {
 
-/// Loads as _OX_DataBuffer::loadFromFile. Sets `status` to that of the loaded file; also after a
-/// failure if the file exists.
+/// Loads a file as _OX_DataBuffer::loadFromFile does. Sets `status` to the file's status, also
+/// after a failure; empty if there is no such file.
 bool loadFile(_OX_DataBuffer & buffer, platform::NativeName const & name, bool withHeader,
               std::optional<platform::FileStatus> & status);
 
-/// Loads as _OX_DataBuffer::loadFromFile, from the current position of an open file. `fileSize` is
-/// the number of bytes from there to its end.
-/// Fails: also with NotOpened for a file that could not be opened.
+/// Loads an open file as _OX_DataBuffer::loadFromFile does, from its current position. `fileSize`
+/// is the number of bytes from the current position to the end of the file.
+/// Fails: also with NotOpened if `file` is a failed open.
 bool loadOpenFile(_OX_DataBuffer & buffer, platform::Result<platform::OpenFile> file,
                   std::int64_t fileSize, bool withHeader);
 

@@ -15,11 +15,11 @@
 
 // Search for a byte pattern in a text.
 //
-// The search first looks for two bytes of the pattern, the two rarest by a fixed table, at 64
-// positions of the text at a time. It compares the whole pattern where both occur. If many of these
-// comparisons fail, a byte that differed replaces one of the two. If they cost more than the
-// distance covered, the search changes to the algorithm of Knuth, Morris and Pratt, which always
-// takes linear time.
+// The search first looks for two bytes of the pattern, the two rarest ones by a fixed table, at 64
+// positions of the text at a time. Where both bytes match, it compares the whole pattern. If many
+// of these comparisons fail, the byte at which one failed replaces one of the two bytes. If the
+// comparisons cost much more than the scan itself, the search changes to the Knuth-Morris-Pratt
+// algorithm (KMP), which always takes linear time.
 
 namespace ox::data
 {
@@ -33,7 +33,7 @@ constexpr Byte folded(Byte byte)
     return ignoreCase ? text::toLower(byte) : byte;
 }
 
-/// Estimated frequency of each byte in texts and records: a rank, 0 for rare bytes.
+/// Estimated frequency of each byte in texts and records, as a rank: the rarest bytes have 0.
 inline constexpr auto commonness = [] {
     using namespace std::string_view_literals;
     constexpr auto mostCommonFirst =
@@ -44,8 +44,8 @@ inline constexpr auto commonness = [] {
     return result;
 }();
 
-/// Tests sixteen positions of a text at once for one byte of the pattern. Lane i of the result is
-/// set if position text + i + index has the byte that the pattern has at this index.
+/// Tests sixteen positions of a text at once for the pattern's byte at `index`. Lane i of the
+/// result is set if text[i + index] matches this byte.
 template <bool ignoreCase>
 class Probe
 {
@@ -100,7 +100,7 @@ class Probe
 #endif
 };
 
-/// Returns 64 bits. Bit i is set when both probes match at position text + i.
+/// Returns a mask of 64 positions. Bit i is set when both probes match at position text + i.
 template <class Probe>
 inline std::uint64_t candidates(Byte const * text, Probe const & first, Probe const & second)
 {
@@ -111,8 +111,8 @@ inline std::uint64_t candidates(Byte const * text, Probe const & first, Probe co
     return Probe::bits(a) | Probe::bits(b) << 16 | Probe::bits(c) << 32 | Probe::bits(d) << 48;
 }
 
-/// Searches a text repeatedly from left to right for a pattern of at most `longestPattern` bytes.
-/// Each search uses the measurements of the previous searches.
+/// Searches for a pattern of at most `longestPattern` bytes. An object may search the same text
+/// several times, from left to right: each search uses the measurements of the previous searches.
 template <bool ignoreCase>
 class ByteSearch
 {
@@ -129,7 +129,7 @@ class ByteSearch
     }
 
     /// Returns the first position >= `from` of the pattern, or -1. A negative `from` counts as 0.
-    /// The empty pattern has no position.
+    /// An empty pattern gives -1.
     int find(std::span<char const> text, int from)
     {
         from = std::max(from, 0);
@@ -143,17 +143,19 @@ class ByteSearch
     }
 
   private:
+    // Costs in bytes: the limits for replacing a probe and for changing to KMP, and the fixed cost
+    // of one comparison.
     static constexpr int smallLoss = 512;
     static constexpr int largeLoss = 16384;
     static constexpr int costOfCandidate = 8;
 
     Probe<ignoreCase> probe(int index) const { return {index, bytes_[index]}; }
 
-    int rarest(int besides) const
+    int rarest(int excluded) const
     {
-        int best = besides == 0 ? 1 : 0;
+        int best = excluded == 0 ? 1 : 0;
         for (int i = best + 1; i < length_; ++i) {
-            if (i != besides && commonness[bytes_[i]] < commonness[bytes_[best]])
+            if (i != excluded && commonness[bytes_[i]] < commonness[bytes_[best]])
                 best = i;
         }
         return best;
@@ -176,30 +178,30 @@ class ByteSearch
         Probe<ignoreCase> second = probe(secondProbe_);
         int at = 0;
         for (; positions - at >= 64; at += 64) {
-            int different = 0;
+            int mismatch = 0;
             std::uint64_t found = candidates(text + at, first, second);
             for (; found; found &= found - 1) {
                 int const position = at + std::countr_zero(found);
-                different = matchLength(text + position);
-                if (different == length_) {
-                    way_ += position;
+                mismatch = matchLength(text + position);
+                if (mismatch == length_) {
+                    scanned_ += position;
                     return position;
                 }
-                compared_ += different + costOfCandidate;
+                compared_ += mismatch + costOfCandidate;
             }
-            if (compared_ > largeLoss + 8 * (way_ + at)) {
+            if (compared_ > largeLoss + 8 * (scanned_ + at)) {
                 prepareLinearTime();
                 return findInLinearTime(text, at + 64, positions);
             }
-            if (compared_ > allowance_ + (way_ + at) / 4) {
+            if (compared_ > allowance_ + (scanned_ + at) / 4) {
                 firstProbe_ = secondProbe_;
-                secondProbe_ = different;
+                secondProbe_ = mismatch;
                 first = second;
-                second = probe(different);
+                second = probe(mismatch);
                 allowance_ += smallLoss;
             }
         }
-        way_ += at;
+        scanned_ += at;
         for (; at < positions; ++at) {
             if (matchLength(text + at) == length_)
                 return at;
@@ -236,11 +238,11 @@ class ByteSearch
     }
 
     int length_;
-    int firstProbe_;            ///< index in the pattern of the byte that is looked for first
-    int secondProbe_;           ///< index in the pattern of the second byte that is looked for
-    std::int64_t way_ = 0;      ///< positions passed by all searches
-    std::int64_t compared_ = 0; ///< cost of comparisons that failed, in bytes
-    std::int64_t allowance_ = smallLoss; ///< cost at which the second probe changes, in bytes
+    int firstProbe_;                     ///< pattern index of the byte that is tested first
+    int secondProbe_;                    ///< pattern index of the byte that is tested second
+    std::int64_t scanned_ = 0;           ///< positions scanned by all searches
+    std::int64_t compared_ = 0;          ///< cost of failed comparisons, in bytes
+    std::int64_t allowance_ = smallLoss; ///< cost in bytes at which a probe is replaced
     bool hasLinearTime_ = false;
     std::array<Byte, longestPattern> bytes_;
     std::array<std::uint16_t, longestPattern> borders_; ///< failure function, if hasLinearTime_

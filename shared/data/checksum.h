@@ -9,8 +9,8 @@
 //
 // A length of 0 is allowed in every function; `data` may then be null.
 
-/// Builds the table of the 32-bit checksum. oxCRCCalc() calls it; a caller of oxCRCPartial() must
-/// call it once before.
+/// Builds the table of the 32-bit checksum. Call it once before oxCRCPartial(); oxCRCCalc() calls
+/// it itself.
 /// Threads: repeated and concurrent calls are safe.
 OX_EXPORT void oxCRCInitialize();
 
@@ -22,8 +22,8 @@ OX_EXPORT void oxCRCInitialize();
 ///     oxCRCPartial(&crc, second, secondLength);
 ///     crc = ~crc;
 ///
-/// Call oxCRCInitialize() or oxCRCCalc() once before. Otherwise the result is wrong: each byte only
-/// shifts the register by 8 bits.
+/// Call oxCRCInitialize() or oxCRCCalc() once before the first call. Otherwise the result is wrong:
+/// each byte only shifts the register by 8 bits.
 OX_EXPORT void oxCRCPartial(unsigned int * crc, unsigned char const * data, unsigned int len);
 
 /// Returns the CRC-32 of `len` bytes, as in zlib and gzip: "123456789" gives 0xCBF43926, no bytes

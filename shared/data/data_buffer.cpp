@@ -229,8 +229,8 @@ int _OX_DataBuffer::decompressToB(char * dest, int const & destLen, int const * 
     error = 0;
     if (offset)
         dataOffset = *offset;
-    // `size` may exceed the bytes behind dataOffset: some callers put their own header in front and
-    // count it in `size`. bytesAt limits the length.
+    // `size` may exceed the bytes after dataOffset: some callers store a header of their own before
+    // dataOffset and count it in `size`. bytesAt limits the length.
     auto const stream = bytesAt(dataOffset, size);
     uLongf produced = uLongf(std::max(destLen, 0));
     error = uncompress(zlibBytes(dest), &produced, zlibBytes(stream.data()), uLong(stream.size()));
@@ -248,8 +248,8 @@ bool _OX_DataBuffer::decompressTo(_OX_DataBuffer & dest, int const * offset)
         return fail(Z_STREAM_ERROR);
     if (!dest.newsize(sizeUncompressed, memoryLimitMB))
         return fail(OutOfMemory);
-    // Compatibility: the length of the whole block of dest is the expected length, so a larger
-    // block results in WrongLength.
+    // Compatibility: the expected length is the capacity of dest, so a block of dest that is larger
+    // than the result gives WrongLength.
     dest.size = decompressToB(dest.data, dest.sizeAllocated, offset);
     dest.isCompressed = 0;
     return dest.size > 0;
@@ -299,8 +299,8 @@ bool _OX_DataBuffer::chunkzipAdd(z_stream & zs, unsigned char * in, int len, boo
         if (result == Z_STREAM_ERROR)
             return fail(result);
         size += freeBytes - int(zs.avail_out);
-        // A piece is done when zlib has consumed it. zlib may write what it has buffered with a
-        // later piece.
+        // A piece is done when zlib has consumed all of its bytes. zlib may keep output in its own
+        // buffer and write it with a later piece.
         bool const done = last ? result == Z_STREAM_END : zs.avail_in == 0;
         more = zs.avail_out == 0 && !done;
     }

@@ -16,10 +16,10 @@
 /// Growable block of bytes with a small header. Computes its CRC-32, and compresses, searches,
 /// saves and loads the bytes. docs/file_formats.md describes the files.
 ///
-/// Fails: a function returns false or a negative code and sets `error` to the code. Only a lack of
-/// memory for the name of a file throws (std::bad_alloc). A failure keeps the block, except when
-/// memory is lacking: the buffer then has no block. A request above `memoryLimitMB` fails with an
-/// unchanged `error`, unless the comment of the function says otherwise.
+/// Fails: a function returns false or a negative code and sets `error` to the code. A failure keeps
+/// the block, except when memory is lacking: the block is then freed. A function that needs a block
+/// of more than `memoryLimitMB` fails with an unchanged `error`, unless its comment says otherwise.
+/// Only a lack of memory for a file name throws (std::bad_alloc).
 ///
 /// The header words may come from a file and are untrusted. No operation accesses memory outside
 /// the block, whatever `size`, `dataOffset` and `sizeUncompressed` contain.
@@ -55,7 +55,7 @@ class OX_EXPORT _OX_DataBuffer
         FileError = EndOfFile - 1, ///< the system failed to read
     };
 
-    /// Largest block that an operation allocates on its own, in MiB.
+    /// Largest block in MiB that an operation allocates, unless the caller passes a limit.
     static constexpr int memoryLimitMB = 768;
 
     /// Creates an empty buffer without a block.
@@ -84,8 +84,8 @@ class OX_EXPORT _OX_DataBuffer
     /// Sets all bytes of the block to 0.
     void fillZero();
 
-    /// Appends len bytes behind the valid bytes; a len below 1 has no effect. `src` must not lie in
-    /// the block.
+    /// Appends len bytes to the valid bytes; a len below 1 has no effect. `src` must not lie in the
+    /// block.
     /// Fails: with Corrupt when `src` is null or `size` is negative or beyond the block; otherwise
     /// as resize() with a limit of `memoryLimitMB`.
     bool append(char * src, int const & len);
@@ -97,7 +97,7 @@ class OX_EXPORT _OX_DataBuffer
     bool copyFromBuffer(char const * src, int const & len);
 
     /// Copies the first len bytes of the block, at most `sizeAllocated`, to `dest`. `size` does not
-    /// limit them.
+    /// limit the number of bytes.
     void copyToBuffer(char * dest, int const & len) const;
 
     /// Sets `crc` to the CRC-32 of the first `size` bytes.
@@ -111,20 +111,19 @@ class OX_EXPORT _OX_DataBuffer
 
     // Search
 
-    /// Returns the first position >= `from` of the pattern in the first `size` bytes, exactly, or
-    /// -1. The empty pattern has no position. A negative `from` counts as 0.
+    /// Returns the first position >= `from` of `pattern` in the first `size` bytes, or -1. The case
+    /// of letters matters. An empty pattern gives -1. A negative `from` counts as 0.
     int indexOf(_oxString8_evenSize<250> const & pattern, int from) const;
 
-    /// Returns the first position >= `from` of the pattern in the first `size` bytes, ignoring the
-    /// case of ASCII letters, or -1. The empty pattern has no position. A negative `from` counts as
-    /// 0.
+    /// Returns the first position >= `from` of `pattern` in the first `size` bytes, ignoring the
+    /// case of ASCII letters, or -1. An empty pattern gives -1. A negative `from` counts as 0.
     int indexOfIgnCase(_oxString8_evenSize<250> const & pattern, int from) const;
 
     // Compression of a whole block to a zlib stream
 
-    /// Compresses srcLen bytes into this buffer. The compressed data begins behind `offset` bytes,
-    /// which are free for the caller. Sets `size` to the compressed length without `offset`, and
-    /// `sizeUncompressed`, `dataOffset` and `isCompressed`.
+    /// Compresses srcLen bytes into this buffer. The compressed data begins at `offset`; the bytes
+    /// before it are free for the caller. Sets `size` to the compressed length without `offset`,
+    /// and `sizeUncompressed`, `dataOffset` and `isCompressed`.
     /// Fails: with zlib's code; with `error` 0 when the result may need more than `memoryLimitMB`;
     /// with OutOfMemory when memory is lacking, which leaves no block.
     bool compressFromB(char const * src, int const & srcLen, int const & offset);
@@ -155,7 +154,7 @@ class OX_EXPORT _OX_DataBuffer
     /// Fails: as newsize() with a limit of `memoryLimitMB`; otherwise with zlib's code.
     bool chunkzipStart(z_stream & zs, int initialSize);
 
-    /// Compresses len more bytes, and ends the stream if they are the last.
+    /// Compresses len more bytes. With `last` it also ends the stream.
     /// Fails: with Z_BUF_ERROR (-5) when the block is full and has already grown in this call;
     /// otherwise with zlib's code, or as resize() with a limit of `memoryLimitMB`.
     /// Compatibility: the block grows by one half, at most once per call, when twice the input does
@@ -181,9 +180,9 @@ class OX_EXPORT _OX_DataBuffer
 
     // Files from and to the caller's memory. The functions return 0 or an error code.
     //
-    // A file name is a QString, a record, or any other type of text that names a file: a literal, a
-    // fixed string of another capacity, std::string. Opening never waits: it fails for a folder and
-    // for a named pipe.
+    // A file name is a QString, a record, or any other string type (ox::text::FileName): a literal,
+    // a fixed string of another capacity, std::string. Opening never waits: it fails for a folder
+    // and for a named pipe.
     //
     // After NotOpened, NotReadable, NotWritten, zlib's -1 and a code below EndOfFile the thread's
     // last error is the system's reason (oxLastOSError). The other codes concern the content of the
@@ -202,7 +201,7 @@ class OX_EXPORT _OX_DataBuffer
     static int saveToFile(QString const & file, bool const & withMagic, char * const block1,
                           int const & len1, char * const block2, int const & len2);
 
-    /// Loads two blocks from a plain file. Bytes behind the blocks are ignored.
+    /// Loads two blocks from a plain file. Bytes after the blocks are ignored.
     /// Fails: NotOpened; WrongMagic; EndOfFile when the file ends early; a code below EndOfFile
     /// when reading fails.
     static int loadFromFile(_oxString8_evenSize<500> file, bool const & withMagic,
@@ -225,8 +224,8 @@ class OX_EXPORT _OX_DataBuffer
     /// Loads two blocks from a gzip file.
     /// Fails: NotReadable when the file cannot be opened; WrongMagic; zlib's code when the file is
     /// damaged or truncated.
-    /// Compatibility: a complete stream with too few bytes gives 0, since the farm reads records
-    /// that older applications wrote shorter.
+    /// Compatibility: a complete stream with too few bytes gives 0, since older applications wrote
+    /// shorter records.
     static int loadFromFileCompressed(_oxString8_evenSize<500> file, bool const & withMagic,
                                       char * const block1, int const & len1, char * const block2,
                                       int const & len2);
@@ -279,8 +278,8 @@ class OX_EXPORT _OX_DataBuffer
     /// Compresses len bytes and saves them as a buffer file; the name is a QString.
     static int compressNSaveToFile(QString const & file, char * data, int const & len);
 
-    /// Loads and decompresses len bytes from a file of compressNSaveToFile(). With `exact` the
-    /// length in the header is compared before the data is decompressed.
+    /// Loads and decompresses len bytes from a file of compressNSaveToFile(). With `exact` the call
+    /// fails before the decompression if the length in the header differs from len.
     /// Fails: as loadFromFile() with a header; WrongLength when the file contains a different
     /// number of bytes; zlib's code when the data is damaged.
     static int compressNLoadFromFile(_oxString8_evenSize<500> const & file, char * dest,
@@ -290,8 +289,8 @@ class OX_EXPORT _OX_DataBuffer
     static int compressNLoadFromFile(QString const & file, char * dest, int const & len,
                                      bool const & exact);
 
-    // Files from and to this buffer. A failed load keeps what it has read so far, even in the
-    // header.
+    // Files from and to this buffer. After a failed load, header and block contain what was read
+    // before the failure.
 
     /// Saves the `size` bytes as a plain file. Computes `crc`; with `withHeader` writes magic and
     /// header before the bytes.
@@ -338,23 +337,23 @@ class OX_EXPORT _OX_DataBuffer
     /// Loads a whole plain gzip file and sets `size`; the name is a QString.
     bool loadGzipFile(QString const & file, unsigned int const & chunk);
 
-    // As the functions above, with a file name of any other type of text.
+    // The functions above for file names of any other string type.
 
-    /// Saves two blocks as a plain file; the name has any other type of text.
+    /// Saves two blocks as a plain file; the name is of any other string type.
     template <ox::text::FileName Name>
     static int saveToFile(Name const & file, bool const & withMagic, char * const block1,
                           int const & len1, char * const block2, int const & len2)
     {
         return saveToFile(ox::text::fileNameText(file), withMagic, block1, len1, block2, len2);
     }
-    /// Loads two blocks from a plain file; the name has any other type of text.
+    /// Loads two blocks from a plain file; the name is of any other string type.
     template <ox::text::FileName Name>
     static int loadFromFile(Name const & file, bool const & withMagic, char * const block1,
                             int const & len1, char * const block2, int const & len2)
     {
         return loadFromFile(ox::text::fileNameText(file), withMagic, block1, len1, block2, len2);
     }
-    /// Saves two blocks as a gzip file; the name has any other type of text.
+    /// Saves two blocks as a gzip file; the name is of any other string type.
     template <ox::text::FileName Name>
     static int saveToFileCompressed(Name const & file, bool const & withMagic, char * const block1,
                                     int const & len1, char * const block2, int const & len2)
@@ -362,7 +361,7 @@ class OX_EXPORT _OX_DataBuffer
         return saveToFileCompressed(ox::text::fileNameText(file), withMagic, block1, len1, block2,
                                     len2);
     }
-    /// Loads two blocks from a gzip file; the name has any other type of text.
+    /// Loads two blocks from a gzip file; the name is of any other string type.
     template <ox::text::FileName Name>
     static int loadFromFileCompressed(Name const & file, bool const & withMagic,
                                       char * const block1, int const & len1, char * const block2,
@@ -371,70 +370,70 @@ class OX_EXPORT _OX_DataBuffer
         return loadFromFileCompressed(ox::text::fileNameText(file), withMagic, block1, len1, block2,
                                       len2);
     }
-    /// Saves len bytes as a plain gzip file; the name has any other type of text.
+    /// Saves len bytes as a plain gzip file; the name is of any other string type.
     template <ox::text::FileName Name>
     static int saveGzipFile(Name const & file, char const * data, int const & len)
     {
         return saveGzipFile(ox::text::fileNameText(file), data, len);
     }
-    /// Loads up to len bytes from a plain gzip file; the name has any other type of text.
+    /// Loads up to len bytes from a plain gzip file; the name is of any other string type.
     template <ox::text::FileName Name>
     static int loadGzipFile(Name const & file, char * dest, unsigned int const & len,
                             bool const & exact)
     {
         return loadGzipFile(ox::text::fileNameText(file), dest, len, exact);
     }
-    /// Saves len bytes as a compressed buffer file; the name has any other type of text.
+    /// Saves len bytes as a compressed buffer file; the name is of any other string type.
     template <ox::text::FileName Name>
     static int saveToFileCompressedHeader(Name const & file, char * data, int const & len)
     {
         return saveToFileCompressedHeader(ox::text::fileNameText(file), data, len);
     }
-    /// Loads len bytes from a compressed buffer file; the name has any other type of text.
+    /// Loads len bytes from a compressed buffer file; the name is of any other string type.
     template <ox::text::FileName Name>
     static int loadFromFileCompressedHeader(Name const & file, char * dest, int const & len)
     {
         return loadFromFileCompressedHeader(ox::text::fileNameText(file), dest, len);
     }
-    /// Compresses len bytes and saves them as a buffer file; the name has any other type of text.
+    /// Compresses len bytes and saves them as a buffer file; the name is of any other string type.
     template <ox::text::FileName Name>
     static int compressNSaveToFile(Name const & file, char * data, int const & len)
     {
         return compressNSaveToFile(ox::text::fileNameText(file), data, len);
     }
-    /// Loads and decompresses len bytes from a file of compressNSaveToFile(); the name has any
-    /// other type of text.
+    /// Loads and decompresses len bytes from a file of compressNSaveToFile(); the name is of any
+    /// other string type.
     template <ox::text::FileName Name>
     static int compressNLoadFromFile(Name const & file, char * dest, int const & len,
                                      bool const & exact)
     {
         return compressNLoadFromFile(ox::text::fileNameText(file), dest, len, exact);
     }
-    /// Saves the `size` bytes as a plain file; the name has any other type of text.
+    /// Saves the `size` bytes as a plain file; the name is of any other string type.
     template <ox::text::FileName Name>
     bool saveToFile(Name const & file, bool const & withHeader)
     {
         return saveToFile(ox::text::fileNameText(file), withHeader);
     }
-    /// Loads a whole plain file; the name has any other type of text.
+    /// Loads a whole plain file; the name is of any other string type.
     template <ox::text::FileName Name>
     bool loadFromFile(Name const & file, bool withHeader)
     {
         return loadFromFile(ox::text::fileNameText(file), withHeader);
     }
-    /// Saves the `size` bytes as a compressed buffer file; the name has any other type of text.
+    /// Saves the `size` bytes as a compressed buffer file; the name is of any other string type.
     template <ox::text::FileName Name>
     bool saveToFileCompressed(Name const & file)
     {
         return saveToFileCompressed(ox::text::fileNameText(file));
     }
-    /// Loads a compressed buffer file; the name has any other type of text.
+    /// Loads a compressed buffer file; the name is of any other string type.
     template <ox::text::FileName Name>
     bool loadFromFileCompressed(Name const & file, bool growToFit)
     {
         return loadFromFileCompressed(ox::text::fileNameText(file), growToFit);
     }
-    /// Loads a whole plain gzip file; the name has any other type of text.
+    /// Loads a whole plain gzip file; the name is of any other string type.
     template <ox::text::FileName Name>
     bool loadGzipFile(Name const & file, unsigned int const & chunk)
     {
@@ -467,5 +466,6 @@ static_assert(offsetof(_OX_DataBuffer, sizeAllocated) == 32);
 static_assert(offsetof(_OX_DataBuffer, data) == (sizeof(void *) == 8 ? 40 : 36));
 static_assert(offsetof(_OX_DataBuffer, error) == offsetof(_OX_DataBuffer, data) + sizeof(void *));
 
-/// Returns the text of a zlib error code. For -1 it ends with the text of the system's last error.
+/// Returns the text of a zlib error code. For Z_ERRNO the text ends with the text of the system's
+/// last error.
 OX_EXPORT QString oxConvertZLibError(int & code);

@@ -13,7 +13,7 @@
 #include <optional>
 #include <utility>
 
-// The header is written in the processor's byte order, which must be that of the files.
+// The header is written in the processor's byte order, and the files are little-endian.
 static_assert(std::endian::native == std::endian::little);
 
 namespace
@@ -91,7 +91,7 @@ class PlainFile
 };
 
 /// A plain file that computes the CRC-32 of the block last read. It reads in pieces, so that each
-/// piece is still in the processor's cache.
+/// piece is still in the processor's cache when its CRC is computed.
 class CheckedFile : public PlainFile
 {
   public:
@@ -101,7 +101,7 @@ class CheckedFile : public PlainFile
     {
         crc_ = 0xFFFFFFFF;
         while (block.length > 0) {
-            Block const piece{block.bytes, std::min(block.length, bytesToBorder(block.bytes))};
+            Block const piece{block.bytes, std::min(block.length, pieceLengthAt(block.bytes))};
             if (!PlainFile::read(piece))
                 return false;
             oxCRCPartial(&crc_, reinterpret_cast<unsigned char *>(piece.bytes),
@@ -117,9 +117,10 @@ class CheckedFile : public PlainFile
   private:
     static constexpr int pieceSize = 1024 * 1024;
 
-    /// Returns the number of bytes to the next piece. All pieces but the first one begin at a page,
-    /// since an uncached share needs one request more for each piece that does not.
-    static int bytesToBorder(char const * bytes)
+    /// Returns the length of the piece that begins at `bytes`. Every piece but the first one begins
+    /// at a page boundary in memory: on an uncached share, any other piece costs an additional
+    /// request.
+    static int pieceLengthAt(char const * bytes)
     {
         constexpr std::uintptr_t pageSize = 4096;
         return pieceSize - static_cast<int>(reinterpret_cast<std::uintptr_t>(bytes) % pageSize);
@@ -265,8 +266,8 @@ bool readGrowing(GzipFile & file, _OX_DataBuffer & buffer, unsigned step)
     return finish(0, total);
 }
 
-/// Returns whether a file that cannot be opened counts as missing. A name without a readable status
-/// is not known to be missing.
+/// Returns whether a file that cannot be opened counts as missing: it does not exist, or it is a
+/// folder. A file whose status is not readable does not count as missing.
 bool countsAsMissing(NativeName const & name)
 {
     ox::platform::KeptError const kept;

@@ -32,8 +32,8 @@ char * newBlock(std::int64_t contentSize)
     return contentSize <= largestContent ? new (std::nothrow) char[std::size_t(bytes)] : nullptr;
 }
 
-/// Replaces a block by a new one and discards its content. When memory is lacking, the block is
-/// null.
+/// Replaces a block by a new one and discards its content. Returns false when memory is lacking;
+/// the block is then null.
 bool renewBlock(char *& block, std::int32_t & capacity, std::int32_t contentSize)
 {
     delete[] block;
@@ -48,8 +48,8 @@ void swapBlocks(_oxFileSearcher & file)
     std::swap(file.capacity, file.spareCapacity);
 }
 
-/// The new content, which is appended in pieces. If it is not longer than the previous content, it
-/// overwrites bytes that were already read. Otherwise it goes to the spare block.
+/// Builds the new content of a file from appended pieces. If the content does not grow, the pieces
+/// overwrite bytes that were already read. Otherwise they go to the spare block.
 class NewContent
 {
   public:

@@ -54,8 +54,8 @@ class OX_EXPORT _oxFileSearcher
     /// leaves the file truncated.
     bool save(QString const & file);
 
-    /// Returns the first position >= `from` of the pattern, exactly, or -1. The empty pattern has
-    /// no position. A negative `from` counts as 0.
+    /// Returns the first position >= `from` of the pattern, or -1. The case of letters matters. An
+    /// empty pattern gives -1. A negative `from` counts as 0.
     template <int N>
     int indexOf(_oxString8_evenSize<N> const & pattern, int from) const
     {
@@ -63,7 +63,7 @@ class OX_EXPORT _oxFileSearcher
     }
 
     /// Returns the first position >= `from` of the pattern, ignoring the case of ASCII letters, or
-    /// -1. The empty pattern has no position. A negative `from` counts as 0.
+    /// -1. An empty pattern gives -1. A negative `from` counts as 0.
     template <int N>
     int indexOfIgnCase(_oxString8_evenSize<N> const & pattern, int from) const
     {

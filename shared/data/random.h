@@ -3,9 +3,9 @@
 #include "shared/export.h"
 #include "shared/text/fixed_string8.h"
 
-// Deterministic generator of pseudo-random numbers (Park and Miller's minimal standard). The caller
-// keeps its state, a seed of 32 bits. Equal seeds give equal numbers on every machine. The numbers
-// are predictable: do not use them for secrets.
+// Deterministic generator of pseudo-random numbers (Park and Miller's minimal standard). The state
+// is a seed of 32 bits, which the caller keeps. Equal seeds give equal numbers on every machine.
+// The numbers are predictable: do not use them for secrets.
 
 /// Advances `seed` by one step and returns it scaled to the range from 0 to 1. The result can be 1,
 /// since a number just below 1 is rounded to 1.
