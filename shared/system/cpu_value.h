@@ -24,8 +24,8 @@ struct OX_EXPORT _oxBytePerc {
     /// The percentage, 0.0 to 100.0.
     float toFperc() const { return static_cast<float>(value / 2.55); }
     /// The percentage as an integer, 1 to 101.
-    /// Compatibility: 1.275 is added before truncation, since the applications that compare these
-    /// numbers do so.
+    /// Compatibility: 1.275 is added before truncation, as in the applications that compare these
+    /// numbers.
     unsigned char toIperc() const { return static_cast<unsigned char>(value / 2.55 + 1.275); }
 
     /// Sets a fraction, rounded to 1/255. A fraction above 0 gives at least 1, so that a small load
@@ -39,7 +39,7 @@ struct OX_EXPORT _oxBytePerc {
     /// Whether the value is above 0 and below 254.
     bool noMaxima() const { return value > 0 && value < 254; }
 
-    /// Order by the value.
+    /// Compares the values.
     auto operator<=>(_oxBytePerc const &) const = default;
 
     /// Adds a fraction; the sum is limited to 255.
@@ -54,8 +54,9 @@ struct OX_EXPORT _oxBytePerc {
 /// CPU load as a fraction of the whole machine, with the machine's number of cores for conversions.
 /// A negative load means "not measured". Only `clamp` limits the load to 0 to 1.
 ///
-/// Functions with "System" in the name count the whole machine as 1 (100 %), those with "Core" one
-/// core. Functions with "Perc" or "Proc" use percent, the others fractions.
+/// Functions with "System" in the name count the whole machine as 1 (100 %). Functions with "Core"
+/// count one core as 1 (100 %). Functions with "Perc" or "Proc" use percent, the others use
+/// fractions.
 class OX_EXPORT _oxCPUValue
 {
   public:
@@ -93,9 +94,9 @@ class OX_EXPORT _oxCPUValue
         value = static_cast<float>(value + p / 100.0 / coreCount);
     }
 
-    /// Adds a load as a fraction of the machine, whatever its number of cores.
+    /// Adds the fraction of another load; the other number of cores has no effect.
     _oxCPUValue & operator+=(_oxCPUValue const & o) { return value += o.value, *this; }
-    /// Subtracts a load as a fraction of the machine, whatever its number of cores.
+    /// Subtracts the fraction of another load; the other number of cores has no effect.
     _oxCPUValue & operator-=(_oxCPUValue const & o) { return value -= o.value, *this; }
     /// Multiplies the load.
     _oxCPUValue & operator*=(float const & f) { return value *= f, *this; }
@@ -106,7 +107,7 @@ class OX_EXPORT _oxCPUValue
     /// Returns the difference, with the number of cores of the left load.
     _oxCPUValue operator-(_oxCPUValue const & o) const { return _oxCPUValue(*this) -= o; }
 
-    /// Order of the fractions, without the numbers of cores.
+    /// Compares the fractions; the numbers of cores have no effect.
     std::partial_ordering operator<=>(_oxCPUValue const & o) const { return value <=> o.value; }
 
     /// The load as a fraction of the machine.

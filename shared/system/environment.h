@@ -13,21 +13,21 @@ OX_EXPORT void oxSleep(int ms);
 /// "ProgramW6432", so that a 32-bit process also gets the 64-bit program folder.
 OX_EXPORT QString oxGetEnvironmentVariable(QString const & name);
 
-/// Returns the value of an environment variable, cut at 250 characters. On Linux a value beyond
-/// Latin-1 is in UTF-8, so that a path still names its file.
+/// Returns the value of an environment variable, cut at 250 characters. On Linux a value that
+/// Latin-1 cannot express is in UTF-8, so that a path still names its file.
 OX_EXPORT _oxString8_evenSize<250> oxGetEnvironmentVariable8(_oxString8_evenSize<250> const & name);
 
-/// Sets two lists to the names and values of all environment variables, with equal indices. A name
-/// that begins with "=" (the system's entries for drives) keeps this character. Entries without "="
-/// are omitted.
+/// Sets `names` to the names of all environment variables, and `values` to their values in the same
+/// order. The system's entries for drives have names that begin with "=". An entry without another
+/// "=" is omitted.
 OX_EXPORT void oxGetEnvironmentVariableList(QStringList & names, QStringList & values);
 
 /// Returns the executable's folder with a trailing separator. Falls back to the folder of `argv0`
 /// if the executable's path is unknown or has at most 3 characters, or if its folder has more than
 /// 250 bytes. `argv0` may be null or relative to the current folder. If that fails too, returns the
-/// empty text; a path is never truncated, since it would name another folder. On Linux a path
-/// beyond Latin-1 is in UTF-8.
+/// empty text; a path is never truncated, since it would name another folder. On Linux a path that
+/// Latin-1 cannot express is in UTF-8.
 OX_EXPORT _oxString8_evenSize<250> oxApplicationPath(char * argv0);
-/// Sets `path` to the folder that the other overload returns. Returns whether a folder was found;
-/// `path` is empty otherwise.
+/// Sets `path` to the executable's folder, by the rules of the other overload. Returns whether a
+/// folder was found; otherwise `path` is empty.
 OX_EXPORT bool oxApplicationPath(_oxString8_evenSize<250> & path, char * argv0);

@@ -13,7 +13,7 @@ using ox::platform::UserOf;
 namespace
 {
 
-/// Returns an empty name for a value without an enumerator.
+/// Returns the enumerator's name; empty for a value that is not an enumerator.
 char const * nameOf(ox_AppType type)
 {
     switch (type) {
@@ -49,7 +49,7 @@ char const * nameOf(ox_AppType type)
     return "";
 }
 
-/// Names of a system. Both are empty for a value without an enumerator.
+/// Names of a system. Both are empty for a value that is not an enumerator.
 struct SystemNames {
     QString name;
     QString shortName;

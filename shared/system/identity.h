@@ -40,12 +40,12 @@ OX_EXPORT QString oxPrintedText(ox_AppType const & type);
 /// messages.
 OX_EXPORT QString oxPrintedText(_oxOS const & os);
 
-/// Returns "all", "win", "lx" or "mac"; empty for any other value. `withBits` appends the word size
-/// of this build, "32" or "64", to every name.
+/// Returns "all", "win", "lx" or "mac"; empty for any other value. With `withBits` the name ends
+/// with the word size of this build: "win32", "lx64".
 OX_EXPORT QString OS2String_short(_oxOS const & os, bool const & withBits);
 
-/// Returns the short name of the running system: "lx". `withBits` appends the word size of this
-/// build: "lx64".
+/// Returns the short name of the running system: "lx". With `withBits` the name ends with the word
+/// size of this build: "lx64".
 OX_EXPORT QString thisOS2String_short(bool const & withBits);
 
 /// Returns the short name of the running system with the word size of this build: "win32", "lx64".
@@ -68,18 +68,18 @@ OX_EXPORT QString getWinFolderLocalAppData();
 /// Fails: returns the empty text; `oxLastOSError` has the reason.
 OX_EXPORT QString getWinFolderAppData();
 
-// Entries of the system's list of users; the environment has no influence. A failure returns a text
-// that begins with "Error " or "ERROR: "; `oxLastOSError` has the reason.
+// The following functions read the system's list of users, and no environment variables. A failure
+// returns a text that begins with "Error " or "ERROR: "; `oxLastOSError` has the reason.
 
-/// Returns the user whose settings the process uses: the SID under which HKEY_CURRENT_USER is
-/// loaded (Windows), the id of the real user (Linux).
+/// Returns the id of the user whose settings the process uses: the SID under which
+/// HKEY_CURRENT_USER is loaded (Windows), the real user id (Linux).
 /// Fails: returns a text that begins with "Error " or "ERROR: ".
 OX_EXPORT QString getHKEY_CURRENT_USER_SID();
 /// Returns the home folder of the user whose settings the process uses (Linux: the real user).
 /// Fails: returns a text that begins with "Error " or "ERROR: ".
 OX_EXPORT QString getCurrentUserHomePath();
-/// Returns the user whose rights the process has: the SID of its token (Windows), the id of the
-/// effective user (Linux).
+/// Returns the id of the user whose rights the process has: the SID of the process's token
+/// (Windows), the effective user id (Linux).
 /// Fails: returns a text that begins with "Error " or "ERROR: ".
 OX_EXPORT _oxString8_evenSize<250> GetProcessUserSID();
 /// Returns the home folder of the user whose rights the process has (Linux: the effective user).

@@ -10,7 +10,8 @@
 namespace ox::system
 {
 
-/// Working set in bytes that a 32-bit process reads instead of every larger value: 2^32 - 1.
+/// Largest working set in bytes that a 32-bit process can read: 2^32 - 1. A 32-bit process reads
+/// this value for every larger working set, too.
 constexpr std::uint64_t cutWorkingSet = 4294967295;
 
 /// Returns the `memMB` of an entry for a working set in bytes: rounded to the nearest MiB, at least
@@ -24,8 +25,9 @@ inline int shownMemory(std::uint64_t workingSet)
     return static_cast<int>(text::wholeMebibytes(workingSet + text::mebibyte / 2) & 0x0FFFFFFF);
 }
 
-/// Distributes the part of the used memory (MiB) that no entry accounts for, in equal shares, to
-/// the entries above 4000 MiB, whose working set is probably larger than a 32-bit process can read.
+/// Distributes the used memory that no entry accounts for (`usedMB` minus the memory of all
+/// entries, in MiB) in equal shares to the entries above 4000 MiB. Their working set is probably
+/// larger than a 32-bit process can read.
 inline void distributeMemory(std::span<_oxProcessEntry> entries, std::int64_t usedMB)
 {
     auto const isCut = [](_oxProcessEntry const & entry) { return entry.memMB > 4000; };

@@ -23,14 +23,14 @@ struct ox::system::ProcessListBlock {
 namespace
 {
 
-/// Requests the privilege to open processes of other users. Without it these processes cannot be
-/// opened.
+/// Enables the privilege to open processes of other users.
 void requestDebugPrivilege()
 {
     static_cast<void>(ox::platform::setPrivilege("SeDebugPrivilege", true));
 }
 
-/// Calls `visit` for each entry with this name in upper case. An empty name matches no entry.
+/// Calls `visit` for each entry with this name, which is in upper case. An empty name matches no
+/// entry.
 template <typename Visit>
 void forEachNamed(_oxProcessList const & list, _oxString8_UnevenSize<25> const & name,
                   Visit const & visit)
@@ -73,7 +73,7 @@ void _oxProcessList::collectProcesses(_oxString8_UnevenSize<25> const & prefix)
         return true;
     };
     auto const keep = [&](ox::platform::ListedProcess const & process) {
-        // getProcessInfo skips entry 0, so the idle process takes it.
+        // Entry 0 is the idle process, since getProcessInfo skips entry 0.
         if (count == 0)
             add(0, 0, "IDLE");
         _oxString8_UnevenSize<25> name(process.name);
@@ -107,8 +107,8 @@ void _oxProcessList::recordFailedReading(ox::platform::Error const & error)
     ox::platform::setLastError(error);
 }
 
-/// Returns whether the figures of an entry may be read.
-/// Compatibility: the unused entry behind the last entry is included, since the farm's applications
+/// Returns whether memory, processor time and user of an entry may be read.
+/// Compatibility: the unused entry after the last entry is included, since the farm's applications
 /// read it.
 bool _oxProcessList::isReadable(int index) const
 {
@@ -189,7 +189,7 @@ void _oxProcessList::fix32bit_4GBmemory()
         return static_cast<std::int64_t>(ox::text::wholeMebibytes(bytes));
     };
     std::int64_t usedMB = mebibytes(memory->total - memory->available);
-    // The call needs a buffer of its own, since `perfBuffer` still contains the figures of the
+    // kernelMemory needs a buffer of its own, since `perfBuffer` still contains the counters of the
     // entries that are read below.
     std::vector<char> buffer(65536);
     if (auto const kernel = ox::platform::kernelMemory(buffer)) {
@@ -322,7 +322,8 @@ QString lineOf(_oxProcessEntry const & entry, float cpuUsage, int coreCount, boo
     return withPid ? line + QStringLiteral(" %1").arg(entry.pid) : line;
 }
 
-/// Returns the lines of the processes that `accept` returns true for after the interval.
+/// Measures all processes over waitMs milliseconds. Returns a line for each process for which
+/// `accept` returns true, called with the entry and its CPU usage.
 template <typename Accept>
 QStringList linesOver(int waitMs, int coreCount, bool withPid, Accept const & accept)
 {

@@ -42,12 +42,12 @@ struct _oxProcessEntry {
 };
 
 /// Snapshot of up to 1000 processes. An object has about 80 KiB: create it on the heap. Each
-/// snapshot reuses its memory.
+/// snapshot reuses the memory of the previous one.
 ///
-/// Memory and processor time are read in two steps. initGetProcessInfo and the constructor read
-/// them for all processes at one moment. getProcessInfo copies the values of one process to its
-/// entry; it reads the values of a process that started later at once. Names are compared ignoring
-/// case, by their first 25 characters.
+/// Memory and processor time are read in two steps. initGetProcessInfo and the constructor read the
+/// values of all processes at the same time. getProcessInfo copies the values of one process to its
+/// entry; for a process that has started since then, it reads the current values. Names are
+/// compared ignoring case, by their first 25 characters.
 class OX_EXPORT _oxProcessList
 {
   public:
@@ -57,7 +57,7 @@ class OX_EXPORT _oxProcessList
     int count = 0; ///< number of filled entries
     /// The processes of the snapshot; the first `count` entries are filled.
     _oxProcessEntry entries[capacity];
-    _oxString8_evenSize<500> errorText; ///< texts of all failed readings
+    _oxString8_evenSize<500> errorText; ///< error texts of all failed reads
     long long perfTime = 0;             ///< time of the last reading in 100 ns; 0 if it failed
     double perfTimeDelta = 0;           ///< time between the last two readings in 100 ns
     bool collected = false;             ///< whether there is a snapshot
@@ -72,17 +72,19 @@ class OX_EXPORT _oxProcessList
     /// Fails: the snapshot is empty, and `oxLastOSError` has the reason.
     void collectAllProcesses();
     /// Takes a new snapshot of the idle process and the processes whose names begin with `prefix`,
-    /// ignoring case. All processes of the machine are searched. The empty prefix matches all.
+    /// ignoring case. Searches all processes of the machine, not only the first 999. The empty
+    /// prefix matches all.
     /// Fails: the snapshot is empty, and `oxLastOSError` has the reason.
     void collectProcesses(_oxString8_UnevenSize<25> const & prefix);
     /// Number of processes that the last snapshot found; only `count` of them have entries.
     int total() const { return total_; }
 
-    /// Reads memory and processor time of all processes, and clears them in the entries. On Linux a
-    /// snapshot reads them along with the names, and a call within 10 ms uses those values.
+    /// Reads memory and processor time of all processes, and sets them to 0 in the entries. On
+    /// Linux a snapshot also reads these values, and a call within 10 ms after the snapshot uses
+    /// them.
     void initGetProcessInfo();
-    /// Sets `memMB` and `cpuTime` of an entry, if both are 0, and `user`. `index` is 1 to `count`,
-    /// including the unused entry behind the filled ones. Other indices have no effect.
+    /// Sets `user` of an entry, and `memMB` and `cpuTime` if both are 0. `index` is 1 to `count`,
+    /// including the unused entry after the filled ones. Other indices have no effect.
     /// Compatibility: entry 0, the idle process, is never set; the farm's applications rely on this
     /// range.
     void getProcessInfo(int index);
@@ -161,9 +163,10 @@ OX_EXPORT bool setPrivilege(char const * privilegeName, bool enable);
 
 /// Returns whether another instance of the calling application is running. The executable is
 /// `baseName`, or `baseName` + "console" for the console variant, with the system's suffix. With
-/// `checkConsole` both variants count, and `isConsole` states which variant calls. `pidOut` is
-/// written as by doesProcessExistTwice for the variant without console, and not at all with both
-/// `checkConsole` and `isConsole`.
+/// `checkConsole` both variants count. `isConsole` states whether the caller is the console
+/// variant. `pidOut` receives the id of the last process of the variant without console, as
+/// doesProcessExistTwice sets it. With both `checkConsole` and `isConsole`, `pidOut` is not
+/// written.
 OX_EXPORT bool ourProcessAlreadyExists(_oxString8_UnevenSize<25> baseName, bool isConsole,
                                        bool checkConsole, long long * pidOut = nullptr);
 
@@ -174,6 +177,6 @@ OX_EXPORT bool ourProcessAlreadyExists(_oxString8_UnevenSize<25> baseName, bool 
 OX_EXPORT QString listProcess(_oxString8_UnevenSize<25> namePrefix, int waitMs, int coreCount,
                               bool withPid);
 /// Reports all processes that use at least minCorePerc percent of one core (rounded) or more than
-/// 500 MiB, measured over waitMs milliseconds. The first line contains the limits; the others are
-/// those of listProcess.
+/// 500 MiB, measured over waitMs milliseconds. The first line contains the limits; each other line
+/// has the form of listProcess.
 OX_EXPORT QString listAllProcesses(int minCorePerc, int waitMs, int coreCount, bool withPid);

@@ -26,8 +26,8 @@ Reach reachOf(bool global)
 }
 
 /// Returns the first byte of the segment, which is the lock.
-/// Compatibility: the lock is tested and set by two plain accesses, since other processes of the
-/// farm do so, too.
+/// Compatibility: the lock is taken by a load and a store, not by an atomic exchange, as in the
+/// farm's other processes.
 std::atomic_ref<unsigned char> lockByte(SharedSegment const & segment)
 {
     return std::atomic_ref(*static_cast<unsigned char *>(segment.view()));
@@ -54,7 +54,7 @@ bool oxSharedMemory::create(int size, bool global, bool fallBackToLocal)
         return fail("Create: size out of range");
     if (isAttached())
         return fail("We are already attached to memory.");
-    // The segment is still open if detach failed to close it.
+    // The segment is still open if an earlier detach failed to close it.
     if (segment_->isOpen())
         return fail("We have already created memory.");
     if (global) {

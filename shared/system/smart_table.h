@@ -24,10 +24,11 @@ struct SmartAttribute {
 /// SMART table: their number is not 512, or their sum is not 0 modulo 256.
 std::optional<std::vector<SmartAttribute>> parseSmartTable(std::span<unsigned char const> table);
 
-/// Returns the temperature in °C: attribute 194, or 190 if the disk does not have it.
+/// Returns the temperature in °C: attribute 194 or, if the disk does not have it, attribute 190.
+/// Empty if the disk has neither.
 std::optional<int> temperatureOf(std::span<SmartAttribute const> attributes);
 
-/// Returns "194: status: 34 value: 67  worst: 40  Raw:33 0 0 0 0 0   Res: 0".
+/// Returns a line of a report: "194: status: 34 value: 67  worst: 40  Raw:33 0 0 0 0 0   Res: 0".
 QString lineOf(SmartAttribute const & attribute);
 
 } // namespace ox::system

@@ -29,7 +29,7 @@ struct IdleSample;
 class OX_EXPORT _oxSysInfo
 {
   public:
-    /// Whether each reading of the disk's health prints its report to standard output, in lines of
+    /// If true, each reading of the disk's health prints a report to standard output, in lines of
     /// the form " %s\n".
     bool verbose = false;
     /// Name and version of the system: "Win7_sp1", "Debian GNU/Linux 12".
@@ -57,11 +57,11 @@ class OX_EXPORT _oxSysInfo
     int freeMemoryMB = 256;
     /// Load of the machine between the last two updates.
     _oxCPUValue cpuUsage{0, 1};
-    /// Time of the last change of the result of `guiUser`.
+    /// Time at which the result of `guiUser` last changed.
     _oxTime guiUserChanged;
     /// Processes at the last call of `guiUser`.
     _oxProcessList processList;
-    /// Last result of `guiUser`; "init" before.
+    /// Last result of `guiUser`; "init" before the first call.
     QString guiUserLast = QStringLiteral("init");
     /// Model of the first physical disk.
     QString diskName = QStringLiteral("none");
@@ -92,8 +92,9 @@ class OX_EXPORT _oxSysInfo
     QString getCpuUsageDebug(bool init);
 
     /// Returns the user of the desktop: the owner of the last desktop shell in the process list.
-    /// "noDebugPriv" if the owner cannot be read, "????" if the owner has no name, empty without a
-    /// desktop. On Linux the desktop of a system account, such as a login screen, does not count.
+    /// Returns "noDebugPriv" if the owner cannot be read, "????" if the owner has no name, and the
+    /// empty text if there is no desktop. On Linux the desktop of a system account, such as a login
+    /// screen, does not count.
     QString guiUser();
 
     /// Returns whether the policy of user-account control is readable and has no value "EnableLUA".
@@ -102,8 +103,8 @@ class OX_EXPORT _oxSysInfo
     /// result of this test.
     bool isUACenabled();
     /// Returns whether the system has 64 bits.
-    /// Compatibility: on Windows it returns whether the system can report this for a 32-bit
-    /// process, and not what it reports, as in the farm's records.
+    /// Compatibility: on Windows it returns whether the system can report the word size
+    /// (IsWow64Process succeeds), and not what the system reports, as in the farm's records.
     bool isX64();
 
     /// Returns the size of the kernel's memory pools in MiB, or -1 if it is not known.

@@ -56,7 +56,7 @@ QString shortVendor(std::string const & vendor)
     return QString::fromLatin1(vendor.data(), static_cast<int>(vendor.size()));
 }
 
-/// Limit for sizes in MiB. The sum of the limit and 1 does not overflow.
+/// Limit for sizes in MiB: one less than the largest int, so that totalMegabytes can add 1.
 constexpr int mebibyteLimit = std::numeric_limits<int>::max() - 1;
 
 QString busText(platform::DiskBus bus)
@@ -178,7 +178,7 @@ std::optional<platform::LocalClock> localClockAt(_oxTime const & time)
 
 DiskHealth diskHealthOf(platform::Result<platform::Disk> const & disk, bool withHealth)
 {
-    // The lines are appended one by one. The construction of a QStringList from several lines
+    // The lines are appended one by one, since the construction of a QStringList from several lines
     // crashes when memory is lacking.
     DiskHealth health;
     if (!disk || !disk->bus) {

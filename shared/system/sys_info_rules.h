@@ -10,7 +10,7 @@
 
 #include <optional>
 
-/// Rules by which the farm derives its values from those of the system; the same on every system.
+/// Derives the farm's values from the values of the system, by the same rules on every system.
 namespace ox::system
 {
 
@@ -61,7 +61,7 @@ struct DiskHealth {
     QStringList lines;              ///< report for diagnosis
 };
 
-/// Returns the health of a disk, or of a disk that could not be read.
+/// Returns the health of a disk. If the disk could not be read, the report states this.
 DiskHealth diskHealthOf(platform::Result<platform::Disk> const & disk, bool withHealth);
 
 /// Returns the user of the desktop: `ownerOf(index)` of the last of `count` processes for which
