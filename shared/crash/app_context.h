@@ -7,13 +7,13 @@
 class oxLogger
 {
   public:
-    /// Writes one line. `level` is 0 for information, 1 for a warning, 2 for an error. With `flag`
-    /// the line must be in the file when the call returns.
+    /// Writes one line. `level` is 0 for information, 1 for a warning, 2 for an error. If `flag` is
+    /// true, the line must be in the file when the call returns.
     ///
     /// After a crash the heap and any lock may be unusable, so a call may only write to a file that
     /// is already open. The call is abandoned when it crashes or takes three seconds. On Windows it
-    /// runs on a separate thread. Keep `log` the first virtual function: the farm's applications
-    /// are built separately from the library.
+    /// runs on a separate thread. `log` must stay the first virtual function, since applications
+    /// are built separately from the library and depend on the order of the virtual functions.
     virtual void log(int level, _oxString8_evenSize<500> const & text, bool flag) = 0;
 
   protected:

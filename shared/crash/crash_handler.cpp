@@ -60,12 +60,12 @@ void log(LogText text, DumpReason reason)
         writeLine(&text);
 }
 
-/// A full path in the system's own characters.
+/// A full path in native characters.
 class FullName
 {
   public:
-    /// Builds the path of a file in the folder of another file. Characters that do not fit are
-    /// dropped.
+    /// Builds the path of the file `name` in the folder of the file `neighbour`. Characters that do
+    /// not fit are dropped.
     FullName(NativeChar const * neighbour, std::string_view name)
     {
         std::basic_string_view<NativeChar> const path(neighbour);
@@ -113,7 +113,8 @@ LogText nameOfDump(__int64 time)
     return name.add("_").addNr(sizeof(void *) * 8, 2).add(".oxdmp");
 }
 
-/// Renames a dump to its final name and logs its path.
+/// Renames a dump to its final name and logs its path. If the rename fails, the dump keeps its
+/// temporary name.
 void finish(WrittenDump const & dump)
 {
     constexpr int secondsToTry = 60;
@@ -149,8 +150,8 @@ bool onDump(WrittenDump const & dump)
     return dump.succeeded && !isPassedToSystem;
 }
 
-/// Returns the absolute folder without a closing separator. Empty if it is too long for the dump
-/// writer or not available.
+/// Returns the absolute path of a folder, without a separator at its end. Empty if the path is too
+/// long for the dump writer or cannot be determined.
 NativeName dumpFolder(NativeName const & folder)
 {
     if (folder.empty())

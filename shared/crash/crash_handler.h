@@ -35,8 +35,8 @@
 class OX_EXPORT oxCrashHandler
 {
   public:
-    /// Returns the only object, which the first call creates. The end of the process removes its
-    /// handler.
+    /// Returns the only object, which the first call creates. The handler is removed at the end of
+    /// the process.
     static oxCrashHandler * instance();
 
     oxCrashHandler(oxCrashHandler const &) = delete;
@@ -46,17 +46,17 @@ class OX_EXPORT oxCrashHandler
     /// the process ends. `argc` and `argv` are those of main(); `argv` may be null.
     ///
     /// The dump folder is "sub/log" beside the last folder "bin" in the path of the executable. If
-    /// "sub/log" does not exist, it is the system's temporary folder. "_debug" in the executable's
-    /// path is replaced by "_release", so that debug builds use the release's folder.
+    /// "sub/log" does not exist, the dump folder is the system's temporary folder. "_debug" in the
+    /// executable's path is replaced by "_release", so that debug builds use the release's folder.
     ///
     /// Reads the time zone's offsets of the next five years, for the local times in names of dumps.
     /// Threads: if several threads call it at once, the first call installs the handler, and the
     /// context of the last call is used.
     void init(__OX & context, int argc, char ** const argv);
 
-    /// Prepares the calling thread for a stack overflow. On Linux no dump of a stack overflow can
-    /// be written without it. `init` calls it for its own thread; call it at the start of every
-    /// other thread that may recurse deeply.
+    /// Prepares the calling thread for a stack overflow. On Linux a thread that is not prepared
+    /// writes no dump of its stack overflow. `init` prepares its own thread; call prepareThread()
+    /// at the start of every other thread that may recurse deeply.
     static void prepareThread();
 
     /// Sets the dump folder of an installed handler. The folder must exist when a dump is written.
@@ -77,8 +77,8 @@ class OX_EXPORT oxCrashHandler
     /// Compatibility: the log line is "crash detected truedump called", without a blank between the
     /// two parts, since the farm compares these texts across versions.
     bool writeMinidump();
-    /// Writes a dump for an exception; null writes one as writeMinidump() does. Returns whether
-    /// this succeeded.
+    /// Writes a dump for an exception; for null it does the same as writeMinidump(). Returns
+    /// whether this succeeded.
     bool WriteMinidumpForException(EXCEPTION_POINTERS * exinfo);
 
   private:
