@@ -17,9 +17,9 @@
 //
 // The search first looks for two bytes of the pattern, the two rarest ones by a fixed table, at 64
 // positions of the text at a time. Where both bytes match, it compares the whole pattern. If many
-// of these comparisons fail, the byte at which one failed replaces one of the two bytes. If the
-// comparisons cost much more than the scan itself, the search changes to the Knuth-Morris-Pratt
-// algorithm (KMP), which always takes linear time.
+// of these comparisons fail, the byte at which a comparison failed replaces one of the two bytes.
+// If the comparisons cost much more than the scan itself, the search changes to the
+// Knuth-Morris-Pratt algorithm (KMP), which always takes linear time.
 
 namespace ox::data
 {

@@ -185,7 +185,7 @@ _oxString8_evenSize<150> _OX_DataBuffer::errorString(int const & code)
     case EndOfFile:
         return "File error: End of file reached!";
     case Z_ERRNO:
-        // Compatibility: the farm's logs show zlib's system errors under the text of stream errors.
+        // Compatibility: in the farm's logs Z_ERRNO has the text of a stream error.
         return zlibText(Z_STREAM_ERROR);
     default:
         if (code < EndOfFile)

@@ -27,7 +27,8 @@
 class OX_EXPORT _OX_DataBuffer
 {
   public:
-    /// The eight 32-bit words from `headerValue0` to `isCompressed` are the header of the files.
+    /// The eight 32-bit words from `headerValue0` to `isCompressed` are the header of a buffer
+    /// file.
     std::int32_t headerValue0 = 0; ///< free for the caller
     std::int32_t size = 0;         ///< valid bytes; for compressed data counted from `dataOffset`
     std::int32_t sizeUncompressed = 0; ///< length before compression, in bytes

@@ -43,8 +43,8 @@ OX_EXPORT QString oxCopyFile(QString const & from, QString const & to, bool over
 /// whole source and loses its previous content.
 ///
 /// A source of more than 25 MiB is not appended: the call fails with "Log file larger than 25 MB,
-/// stopping copy to oxShare." and sets limitReported to true. Further calls for such a source with
-/// a true limitReported return success and copy nothing.
+/// stopping copy to oxShare." and sets limitReported to true. While limitReported is true, further
+/// calls for such a source return success and copy nothing.
 ///
 /// A named pipe is refused as source and as target, a device as target. If the process runs as
 /// root, a target that is a link of another user is refused.

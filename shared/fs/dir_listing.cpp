@@ -35,8 +35,8 @@ void oxDirListing::init(QString path, bool const & includeDirs, bool const & rea
         readRows(sortByName);
 }
 
-/// Opens the listing of `path`. Opens the path as a folder without a status query, which would be
-/// one more round trip to the share. Lists a single file only if this fails.
+/// Opens `path` as a folder without a status query, which would be one more round trip to the
+/// share. If this fails and `path` is a file, lists only this file.
 void oxDirListing::open(QString const & path)
 {
     auto const walkThrough = [this](QString const & wanted) {

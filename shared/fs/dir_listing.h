@@ -56,10 +56,10 @@ class OX_EXPORT oxDirListing
     void init(QString path, bool const & includeDirs, bool const & readIntoMemory,
               bool const & sortByName, bool const & reserved);
 
-    /// Adds an ending of file names, such as ".exr", to the filter. With a filter a file is an
-    /// entry only if its name ends with one of the endings, ignoring case. Folders are not
-    /// filtered. The filter applies to the entries after the current one; for a listing in memory
-    /// add it before init().
+    /// Adds an ending of file names, such as ".exr", to the filter. With a filter a file is listed
+    /// only if its name ends with one of the endings, ignoring case. Folders are not filtered. The
+    /// filter applies to the entries after the current one; for a listing in memory add it before
+    /// init().
     void addEndsWithFilter(QString const & ending);
 
     /// Moves to the next entry; the first call after init() moves to the first entry. Returns false
@@ -81,7 +81,7 @@ class OX_EXPORT oxDirListing
     __int64 fileSize() const;
     /// Sets `size` to the size in bytes; 0 for a folder.
     void fileSize(__int64 & size) const;
-    /// Time of the last write, the same value as that of oxFileExists.
+    /// Time of the last write, the same value that oxFileExists sets.
     _oxTime fileTime() const;
     /// Sets `time` to the time of the last write.
     void fileTime(_oxTime & time) const;

@@ -108,8 +108,8 @@ class Emptying
         Level const left = std::move(levels_.back());
         levels_.pop_back();
         QString const path = left.path.left(left.path.size() - 1);
-        if (Result<> const gone = tree_.leave(); !gone) {
-            failed(true, path, systemText(gone));
+        if (Result<> const result = tree_.leave(); !result) {
+            failed(true, path, systemText(result));
             result_.done = false;
         } else if (left.keepsSomething || isTooYoung(left.folder)) {
             levels_.back().keepsSomething = true;
@@ -118,8 +118,8 @@ class Emptying
         }
     }
 
-    /// Deletes the files among the entries of the current folder and stores its subfolders in the
-    /// level.
+    /// Deletes the files among `entries` of the current folder, and stores the subfolders in the
+    /// current level.
     void deleteFiles(std::vector<Entry> entries)
     {
         Level & level = levels_.back();
@@ -154,7 +154,7 @@ class Emptying
         return true;
     }
 
-    /// Reports an entry that could not be deleted. Its folder is not deleted either.
+    /// Reports an entry that could not be deleted. The folder that contains the entry stays, too.
     void failed(bool isFolder, QString const & path, QString const & reason)
     {
         levels_.back().keepsSomething = true;
@@ -170,7 +170,7 @@ class Emptying
     FolderTree & tree_;
     _oxEmptyFolderOptions const & options_;
     ox::fs::KeepRule const & keep_;
-    std::int64_t const newest_;
+    std::int64_t const newest_; ///< entries written later stay; seconds since 1970-01-01 UTC
     std::vector<Level> levels_;
     _oxEmptyFolderResult result_;
 };

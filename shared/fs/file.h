@@ -32,8 +32,8 @@ OX_EXPORT bool oxFileExists(_oxString8_evenSize<250> const & name, _oxTime * tim
 /// Returns whether a file exists, and sets `*time` and `*size`; the name is a wide string.
 OX_EXPORT bool oxFileExists(_oxString<500> const & name, _oxTime * time, __int64 * size);
 /// Returns whether a file exists, and sets `*time` and `*size`; the name is a QString.
-/// Compatibility: only the first 500 characters of the name count, since the farm's records contain
-/// no longer paths.
+/// Compatibility: only the first 500 characters of the name count, the length of the longest path
+/// in the farm's records.
 OX_EXPORT bool oxFileExists(QString name, _oxTime * time = nullptr, __int64 * size = nullptr);
 
 /// Returns whether a folder exists. A path shorter than 3 characters gives false, even "/". One
@@ -92,10 +92,10 @@ OX_EXPORT bool oxSetFileTime(QString const & name, _oxTime * time);
 /// done): " and the system's message; bytes written before the failure remain.
 OX_EXPORT QString oxWriteBufferToFile(QString name, unsigned char * data, __int64 size);
 
-/// Appends one line to a text file. With overwrite the line replaces the content. With addTime it
-/// begins with the local time and ": ". At most 3000 characters are written, line break included.
-/// Each line is one write call, so that lines of several processes do not mix on a local disk.
-/// Returns whether the line was written.
+/// Appends one line to a text file. With overwrite the line replaces the content. With addTime the
+/// line begins with the local time and ": ". At most 3000 characters are written, line break
+/// included. Each line is one write call, so that lines of several processes do not mix on a local
+/// disk. Returns whether the line was written.
 OX_EXPORT bool writeToLogFile(_oxString8_evenSize<250> const & name, _oxString8_evenSize<3000> line,
                               bool overwrite, bool addTime);
 /// Appends one line to a text file; the name is a QString of any characters.

@@ -23,7 +23,8 @@ struct _oxFileLockStatus {
     };
 
     /// System's error code if the lock file's existence is not known (the folder is missing or not
-    /// readable, the share is not mounted); otherwise 0. `oxLastOSError` returns its text.
+    /// readable, the share is not mounted); otherwise 0. `oxLastOSError(systemError)` returns the
+    /// text.
     int systemError = 0;
     bool exists = false;    ///< whether the lock file exists; others then wait
     Holder holder = Nobody; ///< who holds the lock

@@ -39,7 +39,7 @@ OX_EXPORT bool syncCopy(_oxString8_evenSize<500> source, _oxString8_evenSize<500
                         _oxString8_evenSize<500> * info, int pause, bool const & verbose);
 
 /// Updates a file from its master copy, with QStrings as names. A name that does not fit a record
-/// (longer than 500 bytes, or on Windows not Latin-1) counts as missing.
+/// (longer than 500 bytes, or on Windows not Latin-1) is treated as the name of a missing file.
 OX_EXPORT bool syncCopy(QString const & source, QString const & target, bool const & retryExe,
                         _oxString8_evenSize<500> * errors, _oxString8_evenSize<500> * info,
                         int pause, bool const & verbose);

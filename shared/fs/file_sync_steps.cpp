@@ -48,8 +48,8 @@ class FileSync
             exists || (!target && target.error().kind() != platform::ErrorKind::NotFound);
         if (exists && !isEqual)
             append(info_, "Renaming dest file", target_, ";\n");
-        // No status query of the folder is needed: an existing target has a folder, and copy()
-        // opens the folder of a missing target.
+        // A target in the folder that makeFolder() creates needs no status query of this folder: an
+        // existing target has a folder, and copy() opens the folder of a missing target.
         if (!isFolderOfTarget() && !makeFolder())
             return Result::Failed;
         if (!isEqual)

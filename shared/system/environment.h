@@ -9,8 +9,9 @@
 /// less.
 OX_EXPORT void oxSleep(int ms);
 
-/// Returns the value of an environment variable, empty if it is not set. "ProgramFiles" first reads
-/// "ProgramW6432", so that a 32-bit process also gets the 64-bit program folder.
+/// Returns the value of an environment variable, empty if it is not set. For "ProgramFiles" it
+/// returns the value of "ProgramW6432", if set, so that a 32-bit process also gets the 64-bit
+/// program folder.
 OX_EXPORT QString oxGetEnvironmentVariable(QString const & name);
 
 /// Returns the value of an environment variable, cut at 250 characters. On Linux a value that

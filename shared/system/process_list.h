@@ -137,7 +137,7 @@ class OX_EXPORT _oxProcessList
     char * const perfBuffer;
 };
 
-/// Measures the CPU usage of one process between readings.
+/// Measures the CPU usage of one process between two calls of calcCPUUsage.
 class OX_EXPORT _ProcessWatch
 {
   public:

@@ -34,8 +34,8 @@ class OX_EXPORT _oxSysInfo
     bool verbose = false;
     /// Name and version of the system: "Win7_sp1", "Debian GNU/Linux 12".
     QString osString;
-    /// Code of the system: 40 Windows 2000, 50 XP, 60 Vista, 70 Windows 7 and newer, plus the
-    /// service pack (at most 9). Any other Windows has the base 0; Linux is 0.
+    /// Version code of the system: 40 Windows 2000, 50 XP, 60 Vista, 70 Windows 7 and newer, plus
+    /// the service pack (at most 9). Any other Windows has the base 0; Linux is 0.
     unsigned short osVersionNumber = 0;
     /// Physical memory in MiB.
     int totalMemoryMB = 512;
@@ -46,7 +46,7 @@ class OX_EXPORT _oxSysInfo
     QString cpuString;
     /// Sum of the clocks of all logical processors in GHz; 0 if not known.
     float cpuGHzTotal = 0;
-    /// The same sum, but two hyper-threads of a core count as 1.3 cores.
+    /// The value of cpuGHzTotal, except that two hyper-threads of a core count as 1.3 cores.
     float cpuGHzEffective = 0;
     /// Whether the processors use hyper-threading.
     bool hyperThreading = false;

@@ -66,7 +66,7 @@ DiskHealth diskHealthOf(platform::Result<platform::Disk> const & disk, bool with
 
 /// Returns the user of the desktop: `ownerOf(index)` of the last of `count` processes for which
 /// `isShell(index)` is true. Skips an owner "noDebugPriv" if an earlier shell has another owner.
-/// "????" if the owner has no name, empty without a shell.
+/// Returns "????" if the owner has no name, and the empty text if there is no shell.
 template <typename IsShell, typename OwnerOf>
 QString desktopUser(int count, IsShell isShell, OwnerOf ownerOf)
 {
