@@ -9,7 +9,7 @@
 namespace ox::platform
 {
 
-// Constants of file times on Windows, which count ticks of 100 ns since 1601-01-01 UTC.
+// A file time on Windows (FILETIME) counts ticks of 100 ns since 1601-01-01 UTC.
 inline constexpr std::int64_t ticksPerSecond = 10'000'000;
 inline constexpr std::int64_t secondsFrom1601To1970 = 11'644'473'600;
 
@@ -17,12 +17,12 @@ inline constexpr std::int64_t secondsFrom1601To1970 = 11'644'473'600;
 std::int64_t currentTime();
 
 /// Returns the local calendar fields of a time, by the time zone's rules for that date. Empty when
-/// the calendar cannot express the year.
+/// the C library does not support the year.
 std::optional<std::tm> localFields(std::int64_t time);
 
-/// Converts local calendar fields to a time. `tm_isdst` states whether they are in daylight-saving
-/// time. Fields out of range are normalised, and `tm_isdst` is corrected. Returns -1 when the time
-/// is not representable.
+/// Converts local calendar fields to a time. `tm_isdst` states whether the fields are in
+/// daylight-saving time. Normalises fields out of range and corrects `tm_isdst`. Returns -1 when
+/// the time is not representable.
 std::int64_t timeOfLocalFields(std::tm & fields);
 
 /// Converts UTC calendar fields to a time.

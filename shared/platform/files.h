@@ -8,8 +8,9 @@
 namespace ox::platform
 {
 
-/// Returns the status of a name with one status query to the share.
-/// Fails: when the name does not exist or cannot be opened.
+/// Returns the status of a file or folder. On Linux this is one status query; on Windows the call
+/// also opens a file to read its current size and time.
+/// Fails: when the name does not exist or, on Windows, the file cannot be opened.
 Result<FileStatus> fileStatus(NativeName const & name);
 
 /// Returns the status of a file. Empty for a folder, and for a name that does not exist or cannot
@@ -23,21 +24,20 @@ inline std::optional<FileStatus> statusOfFile(NativeName const & name)
 /// What a name refers to.
 enum class NameKind { None, File, Folder };
 
-/// Looks up whether a name is a file, a folder or does not exist, with one status query. A file
-/// that cannot be opened is a file, too.
+/// Returns what a name refers to, with one status query. The file need not be readable.
 NameKind kindOf(NativeName const & name);
 
 /// Deletes a file, even a read-only one. If the name is a link, deletes the link and not its
-/// target. Succeeds if the name does not exist, since other processes delete the same files.
+/// target. Succeeds if the name does not exist, since another process may have deleted the file.
 Result<> deleteFile(NativeName const & name);
 
 /// Renames or moves a file, even to another drive or share.
 /// Fails: when the new name exists. The file then stays complete under its old name.
 Result<> moveFile(NativeName const & from, NativeName const & to);
 
-/// Moves a file to the name of another file, which is deleted. If both names refer to the same
-/// file, its content stays: of two hard links `to` remains, and two spellings of one name apply the
-/// letter case of `to`.
+/// Moves a file to the name of another file and deletes that file. If both names refer to the same
+/// file, its content stays. Of two hard links only `to` remains. If the names differ only in letter
+/// case, the file gets the letter case of `to`.
 /// Fails: also when `from` is a symbolic link to `to`.
 Result<> moveOver(NativeName const & from, NativeName const & to);
 
@@ -50,20 +50,21 @@ Result<> createFolder(NativeName const & name);
 /// Fails: also on a share that does not support fsync of a folder.
 Result<> flushFolder(NativeName const & name);
 
-/// Deletes an empty folder. A link to a folder fails on Linux and is deleted on Windows.
+/// Deletes an empty folder. If the name is a link to a folder, fails on Linux and deletes the link
+/// on Windows.
 Result<> deleteFolder(NativeName const & name);
 
 /// Sets the access and modification times of a file, and its creation time where the system
-/// supports this, in seconds since 1970-01-01 UTC. Without `seconds` it sets the current time,
-/// which requires the right to write the file; any other time requires ownership of the file. Links
-/// are followed; for root, links of other users are refused.
+/// supports this. `seconds` counts from 1970-01-01 UTC; without it, sets the current time. On
+/// Linux the current time requires the right to write the file, and any other time requires
+/// ownership of the file. Links are followed; root refuses links of other users.
 Result<> setFileTimes(NativeName const & name, std::optional<std::int64_t> seconds);
 
 /// Whether the system runs only files with an executable bit.
 extern bool const hasExecutableBits;
 
 /// Makes a file executable for owner, group and others. No effect on Windows. Links are followed;
-/// for root, links of other users are refused.
+/// root refuses links of other users.
 Result<> makeExecutable(NativeName const & name);
 
 /// Returns the free space in bytes, for this user, of the drive or share that contains a path. The
@@ -71,12 +72,12 @@ Result<> makeExecutable(NativeName const & name);
 Result<std::uint64_t> freeBytes(NativeName const & path);
 
 /// Copies a file with its permission bits and times, as far as the target's file system stores
-/// them, in the system's fastest way: on a share the server copies. With `modified` (seconds since
-/// 1970-01-01 UTC) the copy gets this time.
+/// them. Uses the system's fastest method: within a share the server copies. With `modified`
+/// (seconds since 1970-01-01 UTC) the copy gets this modification time.
 ///
-/// A file or link under the target's name is replaced and not followed. With failIfExists an
-/// existing name makes the call fail; the check and the creation are one atomic step.
-/// Fails: also for a source that openForReading refuses. A failure leaves no target.
+/// A file or link under the target's name is replaced and not followed. With `failIfExists` the
+/// call fails if the target's name exists; the check and the creation are one atomic step.
+/// Fails: also for a source that openForReading refuses. A failure leaves no incomplete target.
 Result<> copyFile(NativeName const & from, NativeName const & to, bool failIfExists,
                   std::optional<std::int64_t> modified = std::nullopt);
 
@@ -85,16 +86,16 @@ Result<> copyFile(NativeName const & from, NativeName const & to, bool failIfExi
 /// or a device.
 Result<> mayReplace(NativeName const & target, NativeName const & source);
 
-/// Unit of a native name.
+/// Character type of a native name.
 using NativeChar = NativeName::value_type;
 
-/// Renames a file on its drive; both paths are absolute and may be long. Allocates no memory and
-/// takes no lock of the process.
+/// Renames a file within its drive. Both paths are absolute; on Windows `to` may be longer than
+/// MAX_PATH. Allocates no memory and acquires no mutex, so that a crash handler can call it.
 /// Fails: with AlreadyExists when the new name exists.
 Result<> renameToNewName(NativeChar const * from, NativeChar const * to);
 
-// Rights for all users of the system, in addition to the existing ones. Links are followed; for
-// root, links of other users are refused.
+// The functions below grant rights to all users of the system and keep the existing rights. Links
+// are followed; root refuses links of other users.
 
 /// Grants all users the rights to read, write, execute and delete a file.
 Result<> allowEverybodyToExecute(NativeName const & file);

@@ -10,31 +10,31 @@
 namespace ox::platform
 {
 
-/// Iterates over the entries of one folder. Links are followed. Name and type of an entry need no
-/// system call of their own. Size and time come with them on Windows; on Linux they need one status
-/// query per entry, made when they are first used.
+/// Iterates over the entries of one folder. Links are followed. The system returns the name and the
+/// type of many entries per call, on Windows also their size and time. On Linux the first use of
+/// the size, the time or the type of a link makes one status query for that entry.
 class FolderWalk
 {
   public:
     /// Sets the folder and the wanted entries; makes no system call. The part of `path` behind its
     /// last separator is the name of one entry or, if it ends with '*', a pattern. In a pattern '*'
-    /// matches any characters. '?' matches one character, or none before a dot and at the end. A
-    /// dot before '*' or '?' also matches the end of a name, so that "*.*" matches every name. Case
-    /// is ignored on Windows and matters on Linux.
+    /// matches any characters. '?' matches one character; before a dot and at the end of the name
+    /// it also matches none. A dot before '*' or '?' also matches the end of a name, so that "*.*"
+    /// matches every name. Matching ignores case on Windows only.
     explicit FolderWalk(NativeName const & path);
     ~FolderWalk();
     FolderWalk(FolderWalk const &) = delete;
     FolderWalk & operator=(FolderWalk const &) = delete;
 
-    /// Whether size and time of an entry come with its name.
+    /// Whether the system returns size and time of an entry together with its name.
     static bool const hasStatus;
 
-    /// Opens the folder, which next() does otherwise. Returns false when it cannot be read; next()
-    /// is then false, too.
+    /// Opens the folder; without this call, the first next() opens it. Returns false when the
+    /// folder cannot be read; next() then returns false, too.
     bool open();
 
-    /// Moves to the next wanted entry, never "." or "..". Returns false at the end, and when the
-    /// folder, or the rest of it, cannot be read.
+    /// Moves to the next wanted entry; skips "." and "..". Returns false at the end, and when the
+    /// folder or the rest of it cannot be read.
     bool next();
 
     /// Returns the system's error code that ended the iteration; 0 after all entries.
@@ -59,8 +59,8 @@ class FolderWalk
     std::unique_ptr<System> system_;
 };
 
-/// Walks through a folder tree and deletes its entries, while other processes may change it. It
-/// never leaves the tree: it follows no link and enters no other file system, even if a link or a
+/// Walks through a folder tree and deletes its entries, even while other processes change the tree.
+/// Never leaves the tree: follows no link and enters no other file system, even if a link or a
 /// mount point replaces a folder during the walk. A deep tree needs no additional stack and, on
 /// Linux, no additional descriptors.
 class FolderTree
@@ -84,8 +84,8 @@ class FolderTree
     /// Fails: also for a link to a folder.
     Result<> open(NativeName const & folder);
 
-    /// Opens the current folder of another tree, which stays open for longer than this one. So
-    /// several threads can work in one tree.
+    /// Opens the current folder of another FolderTree, so that several threads can work in one
+    /// tree. The other object must outlive this one.
     Result<> open(FolderTree const & other);
 
     /// Returns whether the current folder is the root of a drive, a share or a mounted file system.

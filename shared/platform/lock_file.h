@@ -10,11 +10,11 @@
 namespace ox::platform
 {
 
-/// A lock file, which exists only while one process on one of the farm's machines holds it.
+/// A lock file, which at most one process of all machines of the farm holds.
 ///
-/// Of all processes that see the same folder at most one holds the lock file of a name: the process
-/// that has created it. The file also stays open in a way that other processes can detect, so that
-/// they can distinguish the file of a dead process from a held one.
+/// The process that creates the file holds the lock; all other processes that see the same folder
+/// find the name in use. The holder keeps the file open in a way that other processes can detect.
+/// So they can distinguish a held file from one left behind by a process that has ended.
 class LockFile
 {
   public:
@@ -25,12 +25,12 @@ class LockFile
     LockFile(LockFile const &) = delete;
     LockFile & operator=(LockFile const &) = delete;
 
-    /// Tries to create and hold the lock file. Waits at most some milliseconds, and changes no
-    /// existing file. Call it only while the file is not held.
+    /// Tries to create and hold the lock file. Waits at most a few milliseconds, and changes no
+    /// existing file. Call it only while this object holds no lock file.
     ///
-    /// Fails: isTaken() is true for the error if the name exists or another process was faster.
-    /// isTaken() is also true if another process examines the new file at this moment; the next
-    /// call with the same name then completes the operation.
+    /// Fails: isTaken() is true for the error if the name exists or another process was faster. It
+    /// is also true if another process is examining the new file; the next call with the same name
+    /// then completes the operation.
     Result<> take(NativeName const & name);
 
     /// Returns whether this object holds the lock file.
@@ -40,11 +40,11 @@ class LockFile
     void write(std::string_view content);
 
     /// Releases the lock: deletes the file or, if the system refuses this, renames it to
-    /// `leftover`, which is replaced. A share can refuse both while the file is open. The file is
-    /// then closed first, and the call tries to delete it for about a second. A file of another
-    /// process under the name stays. Succeeds if the file is not held.
+    /// `leftover`, which is replaced. If a share refuses both while the file is open, the call
+    /// closes the file and retries for about a second. If the name now refers to the file of
+    /// another process, that file stays. Succeeds if the file is not held.
     ///
-    /// Fails: with the reason why the lock file still exists.
+    /// Fails: with the error of the last attempt; the lock file then still exists.
     Result<> release(NativeName const & leftover);
 
   private:
@@ -55,20 +55,20 @@ class LockFile
     bool isPending_ = false; ///< created, but not yet taken
 };
 
-/// Returns whether an error of LockFile::take means that another process has the name.
+/// Returns whether an error of LockFile::take means that the name is in use.
 inline bool isTaken(Error const & error)
 {
     return error.kind() == ErrorKind::AlreadyExists || error.kind() == ErrorKind::InUse;
 }
 
-/// Returns whether the name of a lock file exists, whatever it refers to.
+/// Returns whether the name of a lock file exists, even as a folder or a broken link.
 bool lockFileExists(NativeName const & name);
 
 /// Deletes a lock file that no process holds and whose last write is older than `writtenBefore`
-/// (seconds since 1970-01-01 UTC). A held file stays, however old it is. A file on a share that
-/// does not report whether it is held stays, too. Succeeds if the file does not exist.
+/// (seconds since 1970-01-01 UTC). A held file stays, however old it is. A file also stays if the
+/// share does not report whether it is held. Succeeds if the file does not exist.
 ///
-/// Fails: as InUse for a held file, a file that another process examines, and a younger file.
+/// Fails: as InUse for a held file, a file that another process is examining, and a younger file.
 Result<> removeLeftLockFile(NativeName const & name, std::int64_t writtenBefore);
 
 /// State of a lock file.

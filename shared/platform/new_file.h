@@ -12,9 +12,9 @@ namespace ox::platform
 /// A new file that replaces another file only when it is complete.
 ///
 /// At every moment the target's name refers to the previous file or to the complete new one, even
-/// after a kill or a power failure. Other users who can write in the folder cannot redirect a
-/// change of the new file to another file. The file is created under a temporary name in the
-/// target's folder. The folder stays open, and all operations use the file's descriptor or handle.
+/// after a kill or a power failure. The file is created under a temporary name in the target's
+/// folder. The folder stays open, and all operations use the file's descriptor or handle. So other
+/// users with write access to the folder cannot redirect an operation to another file by a link.
 ///
 /// The next NewFile in the folder removes temporary files of ended processes. docs/platforms.md
 /// describes how they are recognised.
@@ -42,28 +42,30 @@ class NewFile
     /// target's name changes. Empty without a previous file.
     NativeName previousName() const;
 
-    /// Selects who has rights on a new file if no previous file passes on its rights: only the
-    /// owner, or all users as the process's umask allows.
+    /// Selects who has rights on a new file that does not take over the rights of a previous file:
+    /// only the owner, or all users as the process's umask allows.
     enum class Access { Owner, ByMask };
 
     /// Creates the empty file. Call it only after `open`.
     Result<> create(Access access);
 
-    /// The file, open for writing. Call it only after `create`.
+    /// Returns the file, open for writing. Call it only after `create`.
     OpenFile & file();
 
-    /// Whether copyFrom copies times and permission bits. Omit them if both are set afterwards.
+    /// Whether copyFrom copies times and permission bits. Use Omitted if the caller sets both
+    /// afterwards.
     enum class Attributes { Copied, Omitted };
 
-    /// Copies another file into this one in the system's fastest way, with its times and, unless
-    /// the mode is that of the previous file, its permission bits. Holes are kept where the system
-    /// supports this. `opened`, if given, receives the source's status when the source is open.
+    /// Copies another file into this one by the system's fastest method. Also copies its times and,
+    /// unless this file has taken over the rights of a previous file, its permission bits. Keeps
+    /// holes where the system supports this. `opened`, if given, receives the source's status as
+    /// soon as the source is open.
     Result<> copyFrom(NativeName const & source, Attributes attributes = Attributes::Copied,
                       std::optional<FileStatus> * opened = nullptr);
 
-    /// Calls `write` with a name of the file, for code that needs a name. No other user can
-    /// redirect the name.
-    /// Fails: when the name refers to another file afterwards.
+    /// Calls `write` with a path of the file, for code that opens the file by name. No other user
+    /// can redirect the path.
+    /// Fails: when the path refers to another file afterwards.
     template <typename Write>
     Result<> writeByName(Write const & write)
     {
@@ -79,19 +81,21 @@ class NewFile
     /// Grants all users the rights to read, write and execute the file.
     Result<> allowEverybodyToExecute();
 
-    /// Result of keepPrevious.
+    /// Result of keepPrevious: the previous file is kept as a backup, does not exist, or is already
+    /// the new file.
     enum class Previous { Kept, None, IsUpToDate };
 
-    /// Keeps the previous file under the target's name with a suffix, and replaces an older file of
-    /// that name. Returns IsUpToDate without a change if the target has the given size in bytes and
-    /// time in seconds since 1970 UTC: another process has just replaced it.
+    /// Keeps the previous file as a backup: its name becomes the target's name plus `suffix`, and
+    /// an older backup is replaced. Changes nothing and returns IsUpToDate if the target already
+    /// has this `size` (in bytes) and `modified` time (seconds since 1970-01-01 UTC), because
+    /// another process has just replaced it.
     Result<Previous> keepPrevious(char const * suffix, std::int64_t size, std::int64_t modified);
 
-    /// Whether a rename also flushes the folder, so that it survives a power failure. A caller who
-    /// renames many files flushes each folder once, with flushFolder().
+    /// Whether a rename also flushes the folder, so that the new name survives a power failure. A
+    /// caller that renames many files flushes each folder once, with flushFolder().
     enum class FolderFlush { Now, ByCaller };
 
-    /// Renames the file to the target's name. Flush the content before.
+    /// Renames the file to the target's name. Call file().flush() first.
     Result<> putInPlace(FolderFlush flush = FolderFlush::Now);
 
     /// Deletes the temporary file unless putInPlace() has renamed it.

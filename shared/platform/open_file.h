@@ -28,7 +28,7 @@ class OpenFile
   public:
     /// Creates an object without an open file.
     OpenFile() = default;
-    /// Takes ownership of an open descriptor or handle; -1 is none.
+    /// Takes ownership of an open descriptor or handle; -1 means no file.
     explicit OpenFile(std::intptr_t handle) : handle_(handle) {}
     /// Closes the file and leaves the thread's last error unchanged.
     ~OpenFile();
@@ -43,7 +43,7 @@ class OpenFile
 
     /// Returns whether a file is open.
     bool isOpen() const { return handle_ != none; }
-    /// The descriptor (Linux) or handle (Windows).
+    /// Returns the descriptor (Linux) or handle (Windows).
     std::intptr_t handle() const { return handle_; }
     /// Returns the descriptor or handle; the caller must close it.
     std::intptr_t release() { return std::exchange(handle_, none); }
@@ -59,8 +59,8 @@ class OpenFile
     Result<std::int64_t> size() const;
     /// Sets all times of the file, in seconds since 1970-01-01 UTC.
     Result<> setTimes(std::int64_t seconds);
-    /// Waits until the system has stored the content. Succeeds on a file system without this
-    /// operation.
+    /// Flushes the content to disk (fsync). On Linux, succeeds on a file system that does not
+    /// support this.
     Result<> flush();
     /// Closes the file.
     /// Fails: when the system reports at this point that data was not written.
@@ -75,20 +75,20 @@ class OpenFile
 // The functions below never wait for another process: a named pipe, a folder and a socket fail with
 // NotAFile.
 
-/// Whether other processes may write to an open file, on a system that can refuse this. With
-/// Refused, a file that is open for writing cannot be read by others either.
+/// Whether other processes may open the file for writing; Linux always allows it. With Refused, a
+/// file that this process opens for writing cannot be opened for reading either.
 enum class Writers { Refused, Allowed };
 
 /// Opens a file, a device or the unnamed pipe of /dev/stdin for reading. `status`, if given,
-/// receives the status of the opened file, which needs no round trip of its own.
+/// receives the status of the opened file, without an additional round trip.
 Result<OpenFile> openForReading(NativeName const & name, Writers writers,
                                 FileStatus * status = nullptr);
 
 /// Whether an opened file keeps its content or is emptied.
 enum class Content { Kept, Emptied };
 
-/// Opens a file for writing, at its end or emptied, and creates it if it does not exist. Links are
-/// followed; for root, links of other users are refused. Also opens the unnamed pipe of
+/// Opens a file for writing at its end, or empties it first. Creates a file that does not exist.
+/// Links are followed; root refuses links of other users. Also opens the unnamed pipe of
 /// /dev/stdout, and devices other than disks.
 Result<OpenFile> openForWriting(NativeName const & name, Content content, Writers writers);
 
@@ -106,7 +106,7 @@ Result<OpenFile> createFile(NativeName const & name, IfExists ifExists);
 std::string textForFile(std::string_view lines);
 
 /// Opens a gzip stream of zlib on an open file, at the default compression level. The stream takes
-/// ownership of the file. `mode` is that of gzdopen ("rb", "wb").
+/// ownership of the file. `mode` is the mode of gzdopen, such as "rb" or "wb".
 Result<gzFile_s *> openGzip(OpenFile file, char const * mode);
 
 } // namespace ox::platform

@@ -12,8 +12,8 @@ bool isSurrogate(char32_t unit, char16_t first)
     return (unit & 0xFFFFFC00) == first;
 }
 
-/// Returns whether a code point represents a byte that is not UTF-8. The byte is in the low 8 bits
-/// of the code point.
+/// Returns whether a code point represents a byte that is not UTF-8. The low 8 bits of the code
+/// point are the byte.
 bool isInvalidByte(char32_t code)
 {
     return code >= 0xDC80 && code <= 0xDCFF;

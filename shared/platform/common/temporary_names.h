@@ -10,12 +10,13 @@
 namespace ox::platform
 {
 
-// Names of temporary files: ".oxshared-SYSTEM-PROCESS-NUMBER.tmp". SYSTEM, PROCESS and NUMBER have
-// eight hexadecimal digits each. A process relies on the lock of such a file only if SYSTEM is the
-// number of its own system.
+// Names of temporary files: ".oxshared-SYSTEM-PROCESS-NUMBER.tmp". SYSTEM (a number of the running
+// operating system), PROCESS (the process id) and NUMBER (random) have eight hexadecimal digits
+// each. Only processes with the same SYSTEM are sure to see each other's locks. So an unlocked file
+// of another SYSTEM counts as left behind only from a certain age.
 
-/// SYSTEM of every Windows machine. One number is sufficient, since the file server manages their
-/// locks: each Windows machine sees the locks of all others.
+/// SYSTEM of every Windows machine. One number is sufficient, since the file server manages the
+/// locks of Windows machines: each of them sees the locks of all others.
 inline constexpr std::uint32_t windowsSystem = 0;
 
 /// Age in seconds from which a temporary file of another system counts as left behind; equal to the
@@ -38,10 +39,10 @@ inline NativeName temporaryName(std::uint32_t system, std::uint32_t process, std
     return temporaryPrefix(system, process).append(text, text + length);
 }
 
-/// Whether a name is that of a temporary file, and of which system.
+/// Whether a name belongs to a temporary file, and to one of this or another system.
 enum class Temporary { No, OfThisSystem, OfAnother };
 
-/// Returns whether a name is that of a temporary file, and whether it is of this system.
+/// Returns whether `name` belongs to a temporary file, and whether its SYSTEM is `system`.
 inline Temporary temporaryKind(std::basic_string_view<NativeName::value_type> name,
                                std::uint32_t system)
 {
