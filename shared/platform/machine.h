@@ -35,17 +35,16 @@ struct Processors {
 /// Returns the processors of the machine.
 Processors processors();
 
-/// On Windows, returns whether the system can report that a 32-bit process runs on a 64-bit system,
-/// whatever it reports. On Linux, returns whether the kernel has 64 bits. Empty if the system lacks
-/// the function.
+/// On Windows, returns whether the call of IsWow64Process succeeds; its result does not matter.
+/// Empty if the system lacks this function. On Linux, returns whether the kernel has 64 bits.
 std::optional<bool> answersWordSize();
 
-/// Returns whether the system's policy has a switch for user-account control, whatever its value.
-/// Empty when the policy cannot be opened, and on Linux.
+/// Returns whether the registry's system policy contains a value that turns User Account Control on
+/// or off. Its setting does not matter. Empty when the policy cannot be opened, and on Linux.
 std::optional<bool> hasAccountControlSwitch();
 
-/// Turns on the performance counters of processors and processes that are off, if the user may do
-/// this. No effect on Linux, where the kernel always counts.
+/// Enables the disabled performance counters of processors and processes, if the user has the right
+/// to do so. No effect on Linux, where the kernel always counts.
 void enablePerformanceCounters();
 
 /// Physical memory of the machine in bytes.
@@ -65,21 +64,21 @@ struct KernelMemory {
 };
 
 /// Returns the memory that the kernel uses. `buffer` receives the raw counters.
-/// Fails: the step of the error is the source of the counters.
+/// Fails: Error::step names the source of the counters.
 Result<KernelMemory> kernelMemory(std::span<char> buffer);
 
 /// Returns the system's own report on the memory; empty on Windows.
 std::optional<std::u16string> memoryReport();
 
-/// Average idle time of the machine's processors, and the moment of its reading. Both are in 100 ns
-/// with an arbitrary origin.
+/// Average idle time of the machine's processors at one moment. Both members count 100 ns from an
+/// arbitrary origin.
 struct IdleSample {
     std::int64_t idle; ///< idle time since the origin
     std::int64_t time; ///< moment of the reading
 };
 
 /// Returns the idle time of the processors. `buffer` receives the raw counters.
-/// Fails: the step of the error is the source of the counters.
+/// Fails: Error::step names the source of the counters.
 Result<IdleSample> idleSample(std::span<char> buffer);
 
 /// Bus of a disk.

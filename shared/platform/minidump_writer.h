@@ -10,8 +10,8 @@
 namespace ox::platform
 {
 
-/// Maximum length of the dump folder's path in units. On Windows the dump library silently cuts the
-/// names of files in folders with longer paths.
+/// Maximum length of the dump folder's path in units. On Windows the dump library silently
+/// truncates the file name of a dump whose folder has a longer path.
 #ifdef _WIN32
 inline constexpr std::size_t longestDumpFolder = 218;
 #else
@@ -43,15 +43,15 @@ struct WrittenDump {
 class MinidumpWriter
 {
   public:
-    /// Called after each attempt to write a dump. For a dump on demand the result becomes that of
-    /// write(). After a crash a result of false passes the crash on to the previous handlers and to
-    /// the system. After a crash the heap and any lock may be unusable, and on Linux the call runs
-    /// inside a signal handler.
+    /// Called after each attempt to write a dump. For a dump on demand, write() returns the
+    /// callback's result. After a crash, false passes the crash on to the previous handlers and to
+    /// the system. After a crash the heap and any lock may be unusable, and on Linux the callback
+    /// runs inside a signal handler.
     using Callback = bool (*)(WrittenDump const & dump);
 
-    /// Installs the handlers. `folder` is an absolute path without a separator at its end, of at
-    /// most longestDumpFolder units. If it does not exist no dump is written, but the callback is
-    /// called.
+    /// Installs the crash handlers. `folder` is an absolute path without a separator at its end, of
+    /// at most longestDumpFolder units. If the folder does not exist, no dump is written, but the
+    /// callback is called.
     MinidumpWriter(NativeName const & folder, Callback callback);
     ~MinidumpWriter();
     MinidumpWriter(MinidumpWriter const &) = delete;
@@ -61,8 +61,8 @@ class MinidumpWriter
     /// longestDumpFolder units.
     void setFolder(NativeName const & folder);
 
-    /// Writes a dump of the running process, as if the calling thread had an exception of this
-    /// code. Returns the result of the callback.
+    /// Writes a dump of the running process, as if the calling thread had an exception with the
+    /// given code. Returns the result of the callback.
     bool write(std::uint32_t code);
     /// Writes a dump for an exception of the calling thread. Returns the result of the callback;
     /// false if the exception has no record or no context.
@@ -73,15 +73,16 @@ class MinidumpWriter
     std::unique_ptr<Implementation> implementation_;
 };
 
-/// Calls `work` after a crash and returns whether it has ended normally. Abandons `work` if it
+/// Calls `work(data)` after a crash and returns whether it has returned. Abandons `work` if it
 /// crashes, calls abort() or takes longer than three seconds, for example because it waits for a
-/// lock of a crashed thread.
+/// lock that a crashed thread holds.
 bool runGuarded(void (*work)(void *), void * data);
 
 /// Returns the code of an exception; 0 if it has no record.
 std::uint32_t exceptionCode(EXCEPTION_POINTERS const & exception);
 
-/// Reserves memory for the calling thread, once, so that its stack overflow can be handled.
+/// Reserves stack memory for the calling thread's crash handler, so that a stack overflow of the
+/// thread can be handled. Further calls of a thread have no effect.
 void prepareThreadForCrash();
 
 } // namespace ox::platform

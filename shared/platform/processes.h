@@ -33,10 +33,10 @@ struct ListedProcess {
 /// Resources that a process has used.
 struct ProcessCounters {
     std::int64_t cpuTime;     ///< processor time of all threads in 100 ns
-    std::uint64_t workingSet; ///< in bytes; a 32-bit process reads larger values as 2^32 - 1
+    std::uint64_t workingSet; ///< in bytes; a 32-bit process reads at most 2^32 - 1
 };
 
-/// Counters of many processes from one pass over the machine's processes.
+/// Counters of many processes, read in one pass over the machine's processes.
 class ProcessReading
 {
   public:
@@ -79,9 +79,9 @@ class ProcessReading
 
 /// Processes of this machine, with their counters at one moment.
 ///
-/// On Linux one pass over /proc gives the list and the counters, so list() also reads counters and
-/// stores them. On Windows the counters come in a block of raw performance data. An object has
-/// about 300 kB: create it on the heap. The table needs no further memory.
+/// On Linux one pass over /proc returns the list and the counters, so list() also reads and stores
+/// counters. On Windows the counters come in a block of raw performance data. An object occupies
+/// about 300 kB: create it on the heap. It allocates no further memory.
 class ProcessTable
 {
   public:
@@ -96,11 +96,10 @@ class ProcessTable
     ProcessTable(ProcessTable const &) = delete;
     ProcessTable & operator=(ProcessTable const &) = delete;
 
-    /// Calls `keep` for each process of the machine. Kernel threads and ended processes are
-    /// omitted. The idle process (id 0) is the first, if the system lists it. `keep` returns
-    /// whether the caller keeps the process; on Linux the counters of the kept processes are read,
-    /// too.
-    /// Fails: when the system has no list.
+    /// Calls `keep` for each process of the machine. Omits kernel threads and ended processes. The
+    /// idle process (id 0) is the first, if the system lists it. `keep` returns whether the caller
+    /// keeps the process; on Linux the call also reads the counters of the kept processes.
+    /// Fails: when the system's list of processes is not readable.
     Result<> list(std::function<bool(ListedProcess const &)> const & keep);
 
     /// Returns whether readCounters() would use the counters of list(): they are at most
@@ -110,11 +109,11 @@ class ProcessTable
     /// Reads the counters of at least these processes for counters(). Uses the counters of list()
     /// while they are fresh, and otherwise reads new counters. Returns their time in 100 ns, with
     /// an arbitrary origin.
-    /// Fails: the table then has no counters; the step of the error is the source of the counters.
+    /// Fails: the table then has no counters; Error::step names the source of the counters.
     Result<std::int64_t> readCounters(std::span<std::uint32_t const> ids);
     /// Reads new counters of all processes of the machine for counters(). Returns their time in 100
     /// ns, with an arbitrary origin.
-    /// Fails: the table then has no counters; the step of the error is the source of the counters.
+    /// Fails: the table then has no counters; Error::step names the source of the counters.
     Result<std::int64_t> readAllCounters();
 
     /// Returns the counters of a process from the last reading. Reads them now if the last reading
@@ -138,7 +137,7 @@ struct ProcessOwner {
         Unknown,      ///< `error` is the system's error code
         NotOpened     ///< the process does not exist or cannot be opened
     };
-    Kind kind = NotOpened;       ///< what is known
+    Kind kind = NotOpened;       ///< result of the lookup
     int error = 0;               ///< system's error code, 0 for none
     std::array<char, 32> name{}; ///< zero-terminated, cut at 31 bytes
 
@@ -146,8 +145,8 @@ struct ProcessOwner {
     void setName(std::string_view text);
 };
 
-/// Looks up the owners of processes and caches their accounts, since a directory service may be
-/// slow.
+/// Looks up the owners of processes and caches the account names, since a directory service may
+/// answer slowly.
 class ProcessOwners
 {
   public:
@@ -164,8 +163,8 @@ class ProcessOwners
         ProcessOwner owner;
     };
 
-    /// Returns the account that owns a process, or the result to report if the account is not
-    /// available.
+    /// Returns the account that owns a process. If the account is not available, returns the result
+    /// of of().
     static std::variant<AccountId, ProcessOwner> accountOf(std::uint32_t id);
     /// Looks up the name of an account.
     static ProcessOwner nameOf(AccountId const & account);

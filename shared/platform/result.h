@@ -39,7 +39,7 @@ class KeptError
     Error error_;
 };
 
-/// Value of a call that can fail, or its error.
+/// Result of a call that can fail: its value or its error.
 template <typename Value = void>
 class [[nodiscard]] Result
 {
@@ -69,7 +69,7 @@ class [[nodiscard]] Result
     Error error_;
 };
 
-/// Success of a call without a value, or its error.
+/// Result of a call without a value that can fail: success or its error.
 template <>
 class [[nodiscard]] Result<void>
 {

@@ -12,10 +12,10 @@ namespace ox::platform
 
 /// Named block of memory that processes on one machine share, mapped into this process.
 ///
-/// A segment exists exactly as long as a process has it open, even if a process dies. If several
-/// processes create a segment of one name at the same time, one of them succeeds. A new segment
-/// contains zeros. Its memory is allocated when it is created, so no later access fails for lack of
-/// memory. Child processes do not inherit segments.
+/// A segment exists exactly as long as a process has it open; the end of a process, even by a
+/// crash, closes its segments. If several processes create a segment of one name at the same time,
+/// one of them succeeds. A new segment contains zeros. Its memory is allocated when it is created,
+/// so no later access fails for lack of memory. Child processes do not inherit segments.
 ///
 /// Opening and mapping are two steps, since each has its own errors.
 class SharedSegment
@@ -24,7 +24,7 @@ class SharedSegment
     /// Who can open a segment.
     enum class Reach {
         Global, ///< all interactive users, the system and the services
-        Local   ///< Windows: the session; elsewhere: the user
+        Local   ///< Windows: processes of the same session; Linux: processes of the same user
     };
 
     /// Creates an object without a segment.
@@ -34,9 +34,9 @@ class SharedSegment
     SharedSegment(SharedSegment const &) = delete;
     SharedSegment & operator=(SharedSegment const &) = delete;
 
-    /// Prepares the access rights of global segments, once. Call it before creating a global
-    /// segment.
-    /// Fails: the error contains the failed step.
+    /// Builds the access rights for global segments. Call it before creating a global segment;
+    /// further calls have no effect.
+    /// Fails: Error::step names the failed system call.
     Result<> prepareGlobalAccess();
 
     /// Creates a segment of `size` bytes. Call it only while no segment is open.
@@ -61,7 +61,7 @@ class SharedSegment
     static Result<std::vector<Listed>> list(std::string const & prefix);
 
     /// Returns whether an error of open() means that no process has the segment open.
-    /// Compatibility: false for a name whose path is missing, since that error keeps the system's
+    /// Compatibility: false on Windows for ERROR_PATH_NOT_FOUND, which the caller reports with its
     /// code.
     static bool isMissing(Error const & error);
 
@@ -72,7 +72,7 @@ class SharedSegment
     /// mapped.
     Result<> map();
 
-    /// The first mapped byte; null while not mapped.
+    /// Returns the address of the mapped memory; null while the segment is not mapped.
     void * view() const { return view_; }
     /// Returns the size of the mapped region in bytes, in whole pages.
     Result<std::size_t> viewSize() const;

@@ -34,13 +34,13 @@ Result<std::u16string> executablePath();
 /// Fails: when the current folder no longer exists.
 Result<std::u16string> absolutePath(char const * file);
 
-/// Returns the full path of a UTF-16 name; nativeName converts the result to the name of the same
-/// file.
+/// Returns the full path of a UTF-16 name; nativeName converts the result to a name of that file.
 /// Fails: when the current folder no longer exists.
 Result<std::u16string> absolutePath(std::u16string_view name);
 
-/// Returns the system's folder for temporary files. On Linux this is the folder in the first of
-/// TMPDIR, TMP, TEMP and TEMPDIR that is set; "/tmp" if none is set or the path is not a folder.
+/// Returns the system's folder for temporary files. On Linux this is the value of the first
+/// variable that is set of TMPDIR, TMP, TEMP and TEMPDIR; "/tmp" if none is set or the value is not
+/// a folder.
 std::u16string temporaryFolder();
 
 /// Returns the part of a path up to its last separator, which is included; empty without a

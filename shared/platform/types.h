@@ -1,7 +1,7 @@
 #pragma once
 
-/// System types that public functions use. On Windows they are the system's own types, declared
-/// without its headers. On Linux they are plain types with the same names and sizes.
+/// System types that public functions use. On Windows these are forward declarations of the
+/// system's own types. On Linux they are plain types with the same names and sizes.
 
 #include <cstdint>
 

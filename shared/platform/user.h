@@ -22,18 +22,18 @@ enum class UserFolder { Home, LocalData, RoamingData };
 /// Returns a folder of the user, without a separator at its end.
 Result<std::u16string> userFolder(UserFolder folder);
 
-/// Which user of the process: the one whose settings it uses (on Linux the real user), or the one
+/// Which user of the process: the user whose settings it uses (on Linux the real user), or the user
 /// whose rights it has (on Linux the effective user).
 enum class UserOf { Settings, Process };
 
-/// Steps of errors of userId and userHome, in addition to system calls: opening and reading the
-/// system's list of users, which is in the registry on Windows.
+/// Values of Error::step after userId and userHome, besides the names of system calls: opening or
+/// reading the system's list of users has failed. On Windows the list is in the registry.
 inline constexpr char openUserList[] = "open registry";
 inline constexpr char readUserList[] = "read value";
-/// Name of the system call that reads the token of a process, for the step of an error.
+/// Value of Error::step when the access token of the process cannot be read (Windows).
 inline constexpr char readToken[] = "GetTokenInformation";
 
-/// Sizes in bytes of a failed read of a token; otherwise 0.
+/// Buffer sizes in bytes of a GetTokenInformation call that failed; 0 otherwise.
 struct TokenSize {
     unsigned long needed = 0;   ///< required size
     unsigned long capacity = 0; ///< size of the buffer
@@ -47,13 +47,13 @@ Result<std::u16string> userId(UserOf which, TokenSize & token);
 /// readToken fails.
 Result<std::u16string> userHome(UserOf which, TokenSize & token);
 
-/// Returns the file names of the executables of desktop shells, in upper case. The owner of such a
-/// process is the user of the desktop.
+/// Returns the file names of the executables of desktop shells, in upper case. The owner of a
+/// desktop shell's process is the user of the desktop.
 std::span<std::string_view const> desktopShells();
 
-/// Returns whether a process may belong to the user of the desktop. On Linux it returns false for a
-/// system account, such as that of a login screen (a user id below UID_MIN), and for a process that
-/// has ended.
+/// Returns whether a desktop shell's process may belong to the user of the desktop. On Linux,
+/// returns false for a process that has ended, and for a system account (a user id below UID_MIN),
+/// such as the account of a login screen. Always true on Windows.
 bool mayBeDesktopUsers(std::uint32_t processId);
 
 /// Time of the last user input by a clock that counts milliseconds.
