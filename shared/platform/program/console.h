@@ -16,8 +16,8 @@ bool isTerminal(std::FILE * stream);
 /// Prepares the standard streams of a program. Standard input and output transfer bytes unchanged.
 /// The terminal interprets UTF-8 and escape sequences. A write to a closed pipe, or beyond the
 /// maximum file size, returns an error and does not end the process. A standard stream that is
-/// closed at the start of the process stays unusable, and no file that is opened later gets its
-/// number.
+/// closed at the start of the process stays unusable, and no file that is opened later gets the
+/// descriptor number of the stream.
 void prepareStandardStreams();
 
 /// Returns the standard input as an open file, at its current position.

@@ -11,7 +11,8 @@ namespace ox::platform
 
 /// Facts about a process that the list of processes does not contain.
 struct ProcessDetails {
-    /// Distinguishes the process from others with the same id. The unit is the system's.
+    /// Start time in the system's own unit and origin. Distinguishes the process from earlier and
+    /// later processes with the same id.
     std::uint64_t start = 0;
     std::int64_t startTime = 0;      ///< in seconds since 1970-01-01 UTC
     std::u16string commandLine = {}; ///< cut at 4096 bytes; empty if it is not readable
@@ -22,12 +23,13 @@ std::optional<ProcessDetails> processDetails(std::uint32_t id);
 
 /// How a process is ended.
 enum class Ending {
-    Requested, ///< it can release its resources; Windows has no such request and ends it at once
-    Immediate  ///< the system ends it
+    Requested, ///< SIGTERM, so that the process can release its resources; Immediate on Windows
+    Immediate  ///< SIGKILL or TerminateProcess
 };
 
-/// Ends the process with an id if it is still the one with this `start`.
-/// Fails: as NotFound when that process no longer runs; as AccessDenied without the right, and on
+/// Ends the process `id` if its ProcessDetails::start is `start`, so that a later process with the
+/// same id is not ended.
+/// Fails: as NotFound when the process does not run; as AccessDenied without the right, and on
 /// Linux for the ids 0 and 1.
 Result<> endProcess(std::uint32_t id, std::uint64_t start, Ending ending);
 

@@ -9,15 +9,16 @@ struct StopRequest {
     bool fromTerminal; ///< from the keyboard: child processes receive it, too
 };
 
-/// Installs a function that is called for stop requests, which then no longer end the process. The
-/// calls come one at a time on a separate thread, which may do anything a thread may do. Requests
-/// that the process ignores from its start stay ignored. Call it once, before other threads run.
+/// Installs the function `answer`, which is called for each stop request; stop requests then do not
+/// end the process. The calls come one at a time, on a separate thread and not in a signal handler.
+/// Requests that the process ignores from its start stay ignored. Call it once, before other
+/// threads run.
 /// Fails: returns false and sets the thread's last error when no thread can be created; stop
 /// requests then end the process.
 bool answerStopRequests(void (*answer)(StopRequest));
 
-/// Ends the process as the stop request does by default, so that the parent process detects it (a
-/// shell reports 128 + signal). Calls no destructors and flushes no streams.
+/// Ends the process as the stop request does by default, so that the parent process can detect the
+/// request (a shell reports 128 + signal). Calls no destructors and flushes no streams.
 [[noreturn]] void endAsRequested(StopRequest request);
 
 } // namespace ox::platform

@@ -20,8 +20,8 @@ TerminalSize terminalSize(std::FILE * stream);
 bool hasColours(std::FILE * stream);
 
 /// Prepares the terminal of standard input and output for drawing: saves its content, hides the
-/// cursor, and delivers keys immediately and without echo. Returns false, with nothing changed, if
-/// one of the streams is not a terminal.
+/// cursor, and delivers keys immediately and without echo. Returns false and changes nothing if one
+/// of the streams is not a terminal.
 bool takeTerminal();
 
 /// Restores the settings and the content that the terminal had before takeTerminal().
@@ -36,8 +36,9 @@ inline constexpr char downKey = '\x0E';
 inline constexpr char pageUpKey = '\x02';
 inline constexpr char pageDownKey = '\x06';
 
-/// Waits until `end` for the next byte of keyboard input, after takeTerminal(); empty if none
-/// arrives. Another key that is not a character gives several bytes or none.
+/// Waits until `end` for the next byte of keyboard input; empty if none arrives. Call it after
+/// takeTerminal(). A key without a character and without a constant above yields one or more bytes
+/// on Linux and none on Windows.
 std::optional<char> waitForKey(std::chrono::steady_clock::time_point end);
 
 } // namespace ox::platform
