@@ -16,22 +16,23 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
-// A copy on one server is copy_file_range. Any other large copy uses two threads: one reads the
-// next piece while the other writes the present one, so it takes as long as its slower side. One
-// thread is not enough for that: the kernel reads ahead only into its cache, which some shares do
-// not have, and a write to a share waits for the server.
+// Within one server, copy_file_range makes the server copy. Any other large copy uses two threads:
+// one thread reads the next piece while the other thread writes the current piece. The copy then
+// takes only as long as the slower of reading and writing. With one thread it takes longer: some
+// shares bypass the page cache, into which the kernel reads ahead, and a write to a share waits for
+// the server.
 
 namespace ox::platform
 {
 namespace
 {
 
-/// Maximum number of bytes of one system call, so that a copy on a slow share reacts to a signal in
-/// time.
+/// Maximum number of bytes per system call. It is limited, so that a copy on a slow share reacts to
+/// a signal in time.
 constexpr off_t copyAtOnce = off_t{64} << 20;
 constexpr off_t readAtOnce = off_t{1} << 20;
 constexpr off_t toTheEnd = std::numeric_limits<off_t>::max();
-/// Size of a file from which on a thread pays off.
+/// File size in bytes from which a second thread makes the copy faster.
 constexpr off_t largeFile = off_t{4} << 20;
 
 struct Free {
@@ -39,15 +40,15 @@ struct Free {
 };
 using Memory = std::unique_ptr<char[], Free>;
 
-/// Allocates a piece, null without memory. It begins at a page, so that uncached reads are not
-/// split at other borders than those of the share.
+/// Allocates the buffer of one piece; null without memory. The buffer is page-aligned, so that an
+/// uncached read is split only where the share splits it.
 Memory allocatePiece()
 {
     constexpr std::size_t pageSize = 4096;
     return Memory(static_cast<char *>(std::aligned_alloc(pageSize, readAtOnce)));
 }
 
-/// Reads pieces of a file, up to its end or a number of bytes.
+/// Reads a file in pieces, up to `size` bytes or its end.
 class Pieces
 {
   public:
@@ -70,7 +71,7 @@ class Pieces
     off_t left_;
 };
 
-/// Reads the pieces of a file on a thread of its own, one piece ahead.
+/// Reads the pieces of a file on a separate thread, one piece ahead of the writer.
 class PiecesAhead
 {
   public:
@@ -83,7 +84,7 @@ class PiecesAhead
     PiecesAhead(PiecesAhead const &) = delete;
     PiecesAhead & operator=(PiecesAhead const &) = delete;
 
-    /// Returns false without memory or a thread.
+    /// Allocates the buffers and starts the thread. Returns false if one of them is not available.
     bool start()
     {
         for (Slot & slot : slots_)
@@ -143,7 +144,7 @@ class PiecesAhead
     std::counting_semaphore<3> empty_{2};
     std::counting_semaphore<3> filled_{0};
     std::atomic<bool> isStopped_ = false;
-    std::jthread thread_; ///< the last member, so that it ends first
+    std::jthread thread_; ///< last member, so that it is joined before the others are destroyed
 };
 
 Result<> copyByReading(OpenFile & from, OpenFile & to, off_t size, bool isLarge)
@@ -170,8 +171,8 @@ Result<> copyByReading(OpenFile & from, OpenFile & to, off_t size, bool isLarge)
     return {};
 }
 
-/// Returns whether one server may have both files. Between two FUSE mounts copy_file_range copies
-/// in the kernel, in small pieces one after the other.
+/// Returns whether both files may be on one server. Returns false for a target on another FUSE
+/// mount: copy_file_range would copy in the kernel, in small pieces one after the other.
 bool mayBeOnOneServer(struct stat const & source, OpenFile const & to)
 {
     struct stat target;
@@ -183,12 +184,12 @@ bool mayBeOnOneServer(struct stat const & source, OpenFile const & to)
 
 /// How to copy a file.
 struct Plan {
-    off_t size;       ///< of the source when the copy begins
-    bool isLarge;     ///< whether to read on a thread of its own
-    bool onOneServer; ///< whether the server may copy
+    off_t size;       ///< size of the source in bytes when the copy begins
+    bool isLarge;     ///< whether to read on a separate thread
+    bool onOneServer; ///< whether to use copy_file_range
 };
 
-/// Copies up to `size` bytes from the current position of one file to that of another.
+/// Copies up to `size` bytes from the current position of `from` to the current position of `to`.
 Result<> copyBytes(OpenFile & from, OpenFile & to, off_t size, Plan const & plan)
 {
     off_t total = 0;
@@ -199,8 +200,8 @@ Result<> copyBytes(OpenFile & from, OpenFile & to, off_t size, Plan const & plan
                                    static_cast<std::size_t>(std::min(size - total, copyAtOnce)), 0);
         total += std::max<ssize_t>(copied, 0);
     }
-    // Some file systems do not support copy_file_range or report an early end. Reading continues at
-    // that position and finds the real end or the real error.
+    // Some file systems do not support copy_file_range or report the end too early. copyByReading
+    // then continues at the current position and finds the real end or the real error.
     bool const isWhole = copied == 0 && total > 0 && total >= std::min(size, plan.size);
     return isWhole ? Result<>() : copyByReading(from, to, size - total, plan.isLarge);
 }
@@ -211,7 +212,8 @@ Result<> seekBoth(OpenFile & from, OpenFile & to, off_t position)
     return moved ? to.seek(position) : moved;
 }
 
-/// Copies the data of a file without its holes. Afterwards both positions are behind the last data.
+/// Copies the data of a file and keeps its holes. Afterwards both positions are at the end of the
+/// copied part.
 Result<> copyAroundHoles(OpenFile & from, OpenFile & to, Plan const & plan)
 {
     int const source = static_cast<int>(from.handle());
