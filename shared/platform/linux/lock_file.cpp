@@ -16,17 +16,17 @@
 #include <unistd.h>
 
 // The protocol, which docs/lock_files.md explains: O_EXCL decides which process gets the name. A
-// process may remove the name only after it has the flock of an inode and has seen that the name
-// still refers to this inode. The process that creates the file takes the flock and compares in the
-// same way, so no process removes the file of another process. Some shares refuse to remove an open
-// file; see removeClosed for them.
+// process may remove the name only after it has taken the flock of an inode and has verified that
+// the name still refers to this inode. The process that creates the file takes the flock and
+// verifies the name, too. So no process removes the file of another process. Some shares refuse to
+// remove an open file; removeClosed handles them.
 
 namespace ox::platform
 {
 namespace
 {
 
-/// Pauses before the next try: 1 ms after try 0, and twice as long after each further try.
+/// Pauses after try number `tried`: 1 ms after try 0, and twice as long after each further try.
 void pauseAfter(int tried)
 {
     std::this_thread::sleep_for(std::chrono::milliseconds(1 << tried));
@@ -34,8 +34,8 @@ void pauseAfter(int tried)
 
 enum class Flock { Taken, Busy, Unsupported };
 
-/// Takes a flock without waiting for a holder. A process that only views the file has the flock for
-/// a moment, so a few tries follow within 7 ms.
+/// Takes a flock without waiting for a holder. A process that only views the file holds the flock
+/// for a moment, so the call retries for up to 7 ms.
 Flock takeFlock(int descriptor, int operation)
 {
     constexpr int tries = 4;
@@ -51,15 +51,14 @@ Flock takeFlock(int descriptor, int operation)
     return Flock::Taken;
 }
 
-/// Flags to open an existing lock file. They follow no link, and do not wait for a pipe or a
-/// device.
+/// Flags with which open() follows no link and does not wait for a pipe or a device.
 constexpr int existing = O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC;
 
 enum class NameTarget { ThisFile, OtherOrNone, Unknown };
 
-/// Compares the target of a name with an open file. The name is opened again, since a network file
-/// system may answer stat() from its cache. stat() is used only if the name cannot be opened,
-/// because of too many open files or a missing read permission.
+/// Returns whether a name refers to an open file. Opens the name again, since a network file system
+/// may answer stat() from its cache. Uses stat() only if the name cannot be opened, because of too
+/// many open files or a missing read permission.
 NameTarget targetOf(NativeName const & name, int descriptor)
 {
     Descriptor const file(::open(name.c_str(), O_RDONLY | existing));
@@ -77,8 +76,9 @@ NameTarget targetOf(NativeName const & name, int descriptor)
     return isSame ? NameTarget::ThisFile : NameTarget::OtherOrNone;
 }
 
-/// Returns whether the server confirms that an open file has no name any more. Needs no request by
-/// name. False also on a share without link counts, and on NFS, which renames a deleted open file.
+/// Returns whether the server reports that an open file has no name. Queries the descriptor and not
+/// the name. False also on a share without link counts, and on NFS, which renames a deleted open
+/// file.
 bool isUnlinked(int descriptor)
 {
     struct statx status;
@@ -88,24 +88,23 @@ bool isUnlinked(int descriptor)
     return (status.stx_mask & STATX_NLINK) != 0 && status.stx_nlink == 0;
 }
 
-/// Opens an existing lock file. Over NFS, an exclusive flock needs a file that is open for writing.
-/// The file of another user is often only readable.
+/// Opens an existing lock file for writing, which an exclusive flock over NFS requires. Otherwise
+/// opens it for reading, since the file of another user is often only readable.
 int openExisting(NativeName const & name)
 {
     int const writable = ::open(name.c_str(), O_RDWR | existing);
     return writable >= 0 ? writable : ::open(name.c_str(), O_RDONLY | existing);
 }
 
-/// An existing lock file. errno has the reason of a file that is not open, and of
-/// Flock::Unsupported.
+/// An existing lock file. errno has the error if `file` is not open or `flock` is Unsupported.
 struct FoundLockFile {
     Descriptor file;
     Flock flock = Flock::Unsupported;
 };
 
 /// Opens an existing lock file and takes a flock. The client of a share can open a name from its
-/// cache although another machine has replaced the file. The flock fails with ESTALE then. A few
-/// tries follow within 2047 ms, since clients keep a name for about a second.
+/// cache although another machine has replaced the file; flock() then fails with ESTALE. In this
+/// case the call retries for up to 2047 ms, since clients cache a name for about a second.
 FoundLockFile openWithFlock(NativeName const & name, int operation)
 {
     constexpr int tries = 12;
@@ -121,7 +120,7 @@ FoundLockFile openWithFlock(NativeName const & name, int operation)
     }
 }
 
-/// The first bytes of an open file, in memory that needs no allocation.
+/// The first 4096 bytes of an open file. Allocates no memory.
 class Start
 {
   public:
@@ -137,8 +136,8 @@ class Start
     ssize_t size_ = 0;
 };
 
-/// Identifies a closed file among others of the same name. Some shares derive inode numbers from
-/// names, and a local disk reuses them, so the content is compared, too.
+/// Identifies a closed file among later files of the same name. Some shares derive inode numbers
+/// from names, and a local disk reuses inode numbers, so the content is compared, too.
 struct Identity {
     dev_t device = 0;
     ino_t number = 0;
@@ -164,14 +163,14 @@ bool wasWrittenBefore(int descriptor, std::int64_t time)
     return ::fstat(descriptor, &status) == 0 && status.st_mtim.tv_sec < time;
 }
 
-/// Returns whether a share may have refused a removal only because the file is open.
+/// Returns whether `error` of a removal may mean that the share refuses to remove an open file.
 bool isOpenFileRefusal(int error)
 {
     return error == EBUSY || error == ETXTBSY || error == EACCES || error == EPERM;
 }
 
-/// Deletes a name, or renames it to `leftover`, if given, when the system refuses to delete it.
-/// Fails with the error of the deletion. A missing name counts as deleted.
+/// Deletes a name. If the system refuses this and `leftover` is not empty, renames the file to
+/// `leftover`. A missing name counts as deleted. Fails with the error of the deletion.
 Result<> removeName(NativeName const & name, NativeName const & leftover)
 {
     if (::unlink(name.c_str()) == 0 || errno == ENOENT)
@@ -183,9 +182,9 @@ Result<> removeName(NativeName const & name, NativeName const & leftover)
 }
 
 /// Removes a lock file that this process has closed, for shares that refuse to remove an open file.
-/// Each try opens the name and removes it only if `isSameFile` accepts the file. A new lock under
-/// the name is open, so these shares refuse to remove it. The first successful try is the last one,
-/// since the name may belong to another process afterwards.
+/// Each try opens the name and removes it only if `isSameFile` accepts the file. If another process
+/// has taken a new lock under the name, its file is open, so these shares refuse to remove it. No
+/// try follows a success, since the name may then belong to another process.
 Result<> removeClosed(NativeName const & name, NativeName const & leftover, int tries,
                       std::function<bool(int)> const & isSameFile)
 {
@@ -204,12 +203,12 @@ Result<> removeClosed(NativeName const & name, NativeName const & leftover, int 
         }
         if (tried + 1 == tries)
             return removed;
-        pauseAfter(tried); // a process may be viewing the file, or closing may be in progress
+        pauseAfter(tried); // a process may be viewing the file, or the close may be in progress
     }
 }
 
-/// Creates a lock file exclusively and returns its descriptor. The error of an existing name is
-/// EEXIST or EBUSY.
+/// Creates a lock file (O_EXCL) and returns its descriptor. Fails with EEXIST or EBUSY if the name
+/// exists.
 Result<int> createExclusively(NativeName const & name)
 {
     constexpr int tries = 3;
@@ -223,13 +222,13 @@ Result<int> createExclusively(NativeName const & name)
         // no error for an existing name, so sshfs reports EPERM if another machine was faster.
         if (error.code == ETXTBSY || (error.code == EPERM && lockFileExists(name)))
             return Error{EBUSY, error.step};
-        // The other machine may have released its lock since.
+        // EPERM without an existing name: the other machine may have just released its lock.
         if (error.code != EPERM || tried == tries)
             return error;
     }
 }
 
-/// Returns 0 if the folder of a missing file is readable, else the system's error.
+/// Returns 0 if the folder of a missing file is readable, otherwise the system's error code.
 int folderErrorOf(NativeName const & name)
 {
     if (name.empty())
@@ -254,19 +253,19 @@ LockFile::~LockFile()
 Result<> LockFile::take(NativeName const & name)
 {
     if (!isPending_) {
-        name_ = name; // before there is a file, for lack of memory may end this
+        name_ = name; // before the file exists, since a lack of memory throws
         Result<int> const created = createExclusively(name);
         if (!created)
             return created.error();
-        // Other users must be able to open the file whatever the umask, or a stale file stays.
+        // Other users must be able to open the file, whatever the umask, to remove it when stale.
         ::fchmod(*created, 0666);
         handle_ = *created;
         isPending_ = true;
     }
     int const file = static_cast<int>(handle_);
-    // A shared flock also prevents removal, and processes that only view the file cannot block it.
-    // Without flock support the name alone is the lock, and no process removes it (see
-    // removeLeftLockFile).
+    // A shared flock also prevents removal, and a process that only views the file cannot block it.
+    // On a share without flock support the name alone is the lock, and removeLeftLockFile does not
+    // remove it.
     if (takeFlock(file, LOCK_EX) == Flock::Busy && takeFlock(file, LOCK_SH) == Flock::Busy)
         return Error{EWOULDBLOCK, "flock"};
     switch (targetOf(name_, file)) {
@@ -299,13 +298,13 @@ Result<> LockFile::release(NativeName const & leftover)
     NameTarget const target = targetOf(name_, file.get());
     if (target == NameTarget::OtherOrNone)
         return {};
-    // The name is removed before the file is closed: without the flock the name could belong to
-    // another lock. The second test finds shares that report success and keep the file.
+    // The name is removed before the file is closed: after the close the name could belong to
+    // another lock. The second check detects shares that report success but keep the file.
     if (target == NameTarget::ThisFile && removeName(name_, leftover) &&
         (isUnlinked(file.get()) || targetOf(name_, file.get()) != NameTarget::ThisFile))
         return {};
 
-    ::futimens(file.get(), nullptr); // a new time, so that no waiter treats the file as stale
+    ::futimens(file.get(), nullptr); // the current time, so that no waiter treats the file as stale
     Identity const own = identityOf(file.get());
     file.close();
     constexpr int tries = 11; // 1023 ms of pauses
@@ -353,8 +352,8 @@ LockFileView viewLockFile(NativeName const & name)
     view.exists = true;
     view.modified = status.st_mtim.tv_sec;
     view.holder = LockFileView::Holder::Unknown;
-    // A process that has ended has no flock. A holder has an exclusive flock, or a shared one if
-    // another process was viewing the file when it took the lock. Closing the file releases the
+    // A process that has ended has no flock. A holder has an exclusive flock, or a shared flock if
+    // another process was viewing the file at the moment of take(). Closing the file releases the
     // flocks taken here.
     auto const [file, shared] = openWithFlock(name, LOCK_SH);
     if (!file.isOpen())
