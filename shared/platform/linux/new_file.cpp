@@ -40,8 +40,8 @@ int descriptorOf(OpenFile const & file)
     return static_cast<int>(file.handle());
 }
 
-/// Returns a number for the running kernel and its process namespace. On some file systems only
-/// processes of the same kernel see a flock.
+/// Returns a number that identifies the running kernel and the PID namespace of this process. On
+/// some file systems only processes of the same kernel see a flock.
 std::uint32_t thisSystem()
 {
     char text[64];
@@ -66,8 +66,8 @@ NativeName freshName()
     return temporaryName(thisSystem(), thisProcess(), number);
 }
 
-/// Opens an existing file to lock it. Over NFS, an exclusive lock needs a file that is open for
-/// writing.
+/// Opens an existing file for writing, which an exclusive flock over NFS requires. Otherwise opens
+/// it for reading.
 int openToLock(int folder, char const * name)
 {
     int const writable = ::openat(folder, name, O_RDWR | nonBlocking);
@@ -83,12 +83,13 @@ bool takeFlock(int file)
     return result == 0;
 }
 
-/// Changes the name of an open file. SMB refuses this while the file is open, so the file is closed
-/// then. A FUSE client reports a closed file to the server later than close() returns.
+/// Calls `change`, which renames or deletes an open file. An SMB share can refuse this with EBUSY
+/// while the file is open. The call then closes the file by `close` and retries for up to 255 ms,
+/// since a FUSE client may report the close to the server after close() has returned.
 template <typename Change, typename Close>
 Result<> changeName(Change const & change, Close const & close)
 {
-    constexpr int tries = 9; // 255 ms of pauses
+    constexpr int tries = 9; // 255 ms of pauses between them
     Result<> changed = resultOf(change());
     if (changed || changed.error().code != EBUSY)
         return changed;
@@ -102,7 +103,8 @@ Result<> changeName(Change const & change, Close const & close)
     return changed;
 }
 
-/// Removes a temporary file that no process holds.
+/// Removes a temporary file if no process holds its flock and, with `changedBefore`, if its status
+/// last changed before this time.
 void removeLeftFile(int folder, char const * name, std::optional<timespec> changedBefore)
 {
     Descriptor file(openToLock(folder, name));
@@ -111,8 +113,8 @@ void removeLeftFile(int folder, char const * name, std::optional<timespec> chang
     bool const isLeft =
         file.isOpen() && ::fstat(file.get(), &opened) == 0 && S_ISREG(opened.st_mode) &&
         (!changedBefore || opened.st_ctim.tv_sec < changedBefore->tv_sec) && takeFlock(file.get());
-    // The name is compared, since another process may have renamed the file to its final name and
-    // closed it before the flock was free.
+    // The name is checked, since another process may have renamed the file to its final name before
+    // it released the flock.
     if (isLeft && ::fstatat(folder, name, &named, AT_SYMLINK_NOFOLLOW) == 0 &&
         isSame(opened, named))
         static_cast<void>(changeName([=] { return ::unlinkat(folder, name, 0) == 0; },
@@ -120,7 +122,7 @@ void removeLeftFile(int folder, char const * name, std::optional<timespec> chang
 }
 
 /// Returns whether a folder should be searched now. Repeated calls for one folder return true once
-/// a minute, since a process that writes many files into it must not list it for each of them.
+/// a minute, since a process that writes many files must not list the folder for each file.
 bool isSearchDue(struct stat const & folder, timespec now)
 {
     static std::atomic<std::uint64_t> last = 0;
@@ -131,7 +133,8 @@ bool isSearchDue(struct stat const & folder, timespec now)
     return last.exchange(seed) != seed;
 }
 
-/// Removes the temporary files of processes that were killed. `now` is the time of the file server.
+/// Removes the temporary files that killed processes have left behind. `now` is the current time by
+/// the clock of the file server.
 void removeLeftFiles(int folder, timespec now)
 {
     struct stat status;
@@ -163,8 +166,8 @@ struct NewFile::System {
     Result<> copyPreviousRights();
 };
 
-/// Creates the temporary file. Fails with AlreadyExists if the name is in use; the caller tries
-/// another name.
+/// Creates the temporary file. Fails with AlreadyExists if the name is in use; the caller then
+/// tries another name.
 Result<> NewFile::System::createAs(NativeName const & name, mode_t mode)
 {
     int const flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
@@ -172,9 +175,9 @@ Result<> NewFile::System::createAs(NativeName const & name, mode_t mode)
     OpenFile created(::openat(place.folder(), name.c_str(), flags, mode));
     if (!created.isOpen())
         return lastError();
-    // Another process may have removed the file before takeFlock(). The name is then missing.
-    // Inode numbers are not compared, since some shares have none. On a file system without flocks
-    // no process removes temporary files.
+    // Before takeFlock(), another process may have removed the file as left behind. Its name is
+    // then missing. Inode numbers are not compared, since some shares have none. On a file system
+    // without flocks no process removes temporary files.
     struct stat opened;
     struct stat named;
     bool const hasFlock = takeFlock(descriptorOf(created));
@@ -187,15 +190,14 @@ Result<> NewFile::System::createAs(NativeName const & name, mode_t mode)
     }
     temporary = std::move(kept);
     file = std::move(created);
-    // Without its flock the new file looks like that of an ended process, and the search removes
-    // it.
+    // Without a flock, the new file itself would count as left behind and be removed.
     if (hasFlock)
         removeLeftFiles(place.folder(), opened.st_ctim);
     return {};
 }
 
-/// Copies the permission bits of the previous file and, if permitted, its owner and group. Without
-/// the group, the rights of the group are dropped.
+/// Copies the permission bits of the previous file and, if permitted, its owner and group. If the
+/// group cannot be set, the file's own group gets no rights.
 Result<> NewFile::System::copyPreviousRights()
 {
     int const target = descriptorOf(file);
@@ -218,7 +220,7 @@ Result<> NewFile::open(NativeName const & target, Links links)
     Place & place = system_->place;
     struct stat status;
     if (Result<> const opened = place.open(target); !opened) {
-        // A path such as "a/" denotes a folder even if none exists.
+        // A path such as "a/" fails with EISDIR even if the folder does not exist.
         bool const isMissing =
             opened.error().code == EISDIR && ::stat(target.c_str(), &status) != 0;
         return isMissing ? lastError() : opened.error();
@@ -230,7 +232,8 @@ Result<> NewFile::open(NativeName const & target, Links links)
         return isFollowed && !S_ISREG(status.st_mode) ? Result<>(Error{ENOTSUP}) : Result<>();
     };
     if (isFollowed) {
-        // Some links in /proc have a target without a name, such as a pipe.
+        // Some links in /proc lead to an object without a name, such as a pipe. The system can
+        // follow them, and followLinks() cannot.
         if (::fstatat(place.folder(), place.name.c_str(), &status, 0) == 0)
             if (Result<> const checked = check(); !checked)
                 return checked;
@@ -305,7 +308,7 @@ Result<> NewFile::allowEverybodyToExecute()
     int const file = descriptorOf(system_->file);
     if (::fchmod(file, 0777) == 0)
         return {};
-    // Some file systems refuse each change, also that to the present mode.
+    // Some file systems refuse fchmod(), even with the present mode.
     Error const error = lastError();
     struct stat status;
     bool const isAllowed = ::fstat(file, &status) == 0 && (status.st_mode & 0777) == 0777;
@@ -323,9 +326,9 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
                status.st_mtim.tv_sec == modified;
     };
     struct stat status;
-    // The previous file gets the name `_old` by a second link, so it keeps the target's name until
-    // the new file takes that name. The status is read through the link, since another process may
-    // have just put a new file in place. That file must not become `_old`.
+    // The previous file gets its backup name by a second hard link. So it keeps the target's name
+    // until the new file takes that name. The status is read through the link, since another
+    // process may have just put a new file in place, which must not become the backup.
     for (int i = 0; i < maxTries; ++i) {
         NativeName const link = freshName();
         if (::linkat(folder, place.name.c_str(), folder, link.c_str(), 0) != 0)
@@ -333,8 +336,8 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
         bool const isKnown = place.status(status, link);
         bool const isFresh = isKnown && isUpToDate(status);
         if (isKnown && !isFresh && ::renameat(folder, link.c_str(), folder, kept.c_str()) == 0) {
-            // rename() does nothing if another process has just given the same file the name
-            // `_old`.
+            // rename() does nothing if another process has just made the same file the backup, so
+            // the link is removed in any case.
             ::unlinkat(folder, link.c_str(), 0);
             return Previous::Kept;
         }
@@ -342,10 +345,11 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
         ::unlinkat(folder, link.c_str(), 0);
         if (isFresh)
             return Previous::IsUpToDate;
-        if (error.code != ENOENT) // another process may have removed the link as a leftover
+        if (error.code != ENOENT) // another process may have removed the link as left behind
             return error;
     }
-    // The file system does not support hard links of this file, so the file itself is renamed.
+    // linkat() has failed: the file system does not support hard links of this file, or the file is
+    // missing. The file itself is renamed.
     if (!place.status(status, place.name))
         return errno == ENOENT ? Result(Previous::None) : lastError();
     if (isUpToDate(status))
@@ -362,7 +366,7 @@ Result<> NewFile::putInPlace(FolderFlush flush)
     auto const rename = [&] {
         return ::renameat(place.folder(), temporary, place.folder(), place.name.c_str()) == 0;
     };
-    // An SMB server gives a written file a new time when it is closed.
+    // An SMB server sets the modification time of a written file when the file is closed.
     auto const closeWithItsTime = [&] {
         struct stat status;
         bool const hasTime = ::fstat(descriptorOf(system_->file), &status) == 0;
@@ -377,8 +381,8 @@ Result<> NewFile::putInPlace(FolderFlush flush)
     if (!renamed)
         return renamed;
     system_->temporary.clear();
-    // A failed flush is no failure: some shares do not support it for folders, and the file is in
-    // place.
+    // A failed flush is ignored: some shares do not support it for folders, and the file is
+    // already in place.
     if (flush == FolderFlush::Now)
         static_cast<void>(system_->place.openFolder.flush());
     return {};

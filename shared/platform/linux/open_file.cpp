@@ -18,8 +18,8 @@ namespace ox::platform
 namespace
 {
 
-/// Flags with which opening does not wait for the other end of a pipe, and a terminal does not
-/// become the controlling terminal.
+/// Flags with which open() does not wait for the other end of a pipe, and with which an opened
+/// terminal does not become the controlling terminal.
 constexpr int nonBlocking = O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 constexpr mode_t everybody = 0666;
 
@@ -39,8 +39,8 @@ Result<OpenFile> openNonBlocking(int folder, NativeName const & name, int flags,
                                  FileStatus * result = nullptr)
 {
     OpenFile file(::openat(folder, name.c_str(), flags | nonBlocking, everybody));
-    // Another client may have a lease on the file. The server needs a moment to end the lease, so
-    // this call waits.
+    // EWOULDBLOCK: another client has a lease on the file. The second call waits until the server
+    // has ended the lease.
     if (!file.isOpen() && errno == EWOULDBLOCK)
         file = OpenFile(::openat(folder, name.c_str(), flags | O_NOCTTY | O_CLOEXEC, everybody));
     struct stat status;
@@ -48,14 +48,14 @@ Result<OpenFile> openNonBlocking(int folder, NativeName const & name, int flags,
         return lastError();
     if (S_ISDIR(status.st_mode))
         return Error{EISDIR};
-    // The system itself returns ENXIO for writing to a pipe without a reader.
+    // open() itself returns ENXIO for writing to a pipe without a reader.
     bool const isRead = flags == O_RDONLY;
     bool const isNamedPipe = S_ISFIFO(status.st_mode) && !isUnnamedPipe(descriptorOf(file));
     if (isNamedPipe || (S_ISBLK(status.st_mode) && !isRead))
         return Error{isRead ? ENOTSUP : ENXIO};
     if (!S_ISREG(status.st_mode) && ::fcntl(descriptorOf(file), F_SETFL, flags & O_APPEND) != 0)
         return lastError();
-    // The kernel then reads twice as far ahead. Shorter files are read in one piece.
+    // POSIX_FADV_SEQUENTIAL doubles the kernel's read-ahead. Shorter files are read in one piece.
     constexpr off_t severalPieces = off_t{1} << 20;
     if (isRead && status.st_size > severalPieces)
         ::posix_fadvise(descriptorOf(file), 0, 0, POSIX_FADV_SEQUENTIAL);
@@ -126,8 +126,8 @@ Result<> OpenFile::flush()
 {
     if (::fsync(descriptorOf(*this)) != 0 && errno != EINVAL && errno != ENOSYS)
         return lastError();
-    // A duplicate is closed, since a share reports a full disk when any descriptor of the file is
-    // closed.
+    // A share reports a full disk when a descriptor of the file is closed, so a duplicate is closed
+    // here.
     int const second = ::fcntl(descriptorOf(*this), F_DUPFD_CLOEXEC, 0);
     return resultOf(second >= 0 && ::close(second) == 0);
 }
@@ -147,7 +147,7 @@ Result<OpenFile> openForWriting(NativeName const & name, Content content, Writer
     int const flags = O_WRONLY | O_CREAT | (content == Content::Kept ? O_APPEND : O_TRUNC);
     if (::geteuid() != 0)
         return openNonBlocking(AT_FDCWD, name, flags);
-    // A name that is not a link needs only this call.
+    // If the name is not a link, this is the only call.
     Result<OpenFile> file = openNonBlocking(AT_FDCWD, name, flags | O_NOFOLLOW);
     if (file || file.error().code != ELOOP)
         return file;

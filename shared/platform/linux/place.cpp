@@ -17,14 +17,15 @@ namespace
 constexpr int maxLinks = 40;
 constexpr int maxTries = 100;
 
-/// Opens the folder of a path. A relative path begins at the open folder `at`.
+/// Opens the folder that contains the file of a path. `path` is absolute or relative to the open
+/// folder `at`.
 OpenFile openFolderOf(int at, NativeName const & path)
 {
     std::size_t const separator = path.rfind(ownSeparator);
     NativeName const folder = separator == path.npos ? "." : path.substr(0, separator + 1);
     int const flags = O_DIRECTORY | O_CLOEXEC;
     int const readable = ::openat(at, folder.c_str(), O_RDONLY | flags);
-    // Files in a folder without read permission are still accessible.
+    // O_PATH opens a folder without read permission; its files are still accessible.
     bool const isUnreadable = readable < 0 && errno == EACCES;
     return OpenFile(isUnreadable ? ::openat(at, folder.c_str(), O_PATH | flags) : readable);
 }
@@ -119,7 +120,7 @@ NativeName pathOf(OpenFile const & file)
 Result<OpenFile> createAt(Place const & place, IfExists ifExists, mode_t mode)
 {
     int const flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-    // Other processes may create the file between the two calls, so several tries are needed.
+    // Other processes may create the file again after unlinkat(), so several tries are necessary.
     for (int i = 0; i < maxTries; ++i) {
         int const file = ::openat(place.folder(), place.name.c_str(), flags, mode);
         if (file >= 0)

@@ -8,8 +8,8 @@
 namespace ox::platform
 {
 
-/// A file name in an open folder. The folder stays the same even if its path is renamed or
-/// relinked.
+/// A file name in an open folder. Refers to the same folder even if the folder is renamed or a link
+/// in its path changes.
 struct Place {
     OpenFile openFolder; ///< the folder
     NativeName name;     ///< the name in the folder
@@ -20,10 +20,12 @@ struct Place {
     /// Fails: also when the path has no file name ("a/").
     Result<> open(NativeName const & path);
 
-    /// How far followLinks goes. A link of /proc leads to an open file instead of a name.
+    /// How far followLinks goes: to the file, or at most to a link in /proc. Such a link leads to
+    /// an open file, which may have no name.
     enum class Until { File, LinkOfProc };
 
-    /// Follows the name while it is a link. Succeeds if the target does not exist.
+    /// Follows links until the name does not refer to a link. Succeeds if the target does not
+    /// exist.
     /// Fails: for root, also for a link of another user.
     Result<> followLinks(Until until = Until::File);
 
@@ -43,14 +45,14 @@ struct Place {
     Result<> moveTo(int at, NativeName const & path);
 };
 
-/// Opens a file to change its attributes, and neither reads nor writes it. Links are followed.
+/// Opens a file to change its attributes; it cannot be read or written. Links are followed.
 Result<OpenFile> openToChange(NativeName const & name);
 
-/// Returns a path of an open file that no other user can redirect.
+/// Returns a path in /proc that refers to an open file. No other user can redirect it.
 NativeName pathOf(OpenFile const & file);
 
-/// Creates a file for writing. `ifExists` states whether an existing file or link makes the call
-/// fail or is replaced.
+/// Creates a file for writing. If the name exists, `ifExists` selects whether the call fails or
+/// replaces the file or link.
 Result<OpenFile> createAt(Place const & place, IfExists ifExists, mode_t mode);
 
 } // namespace ox::platform
