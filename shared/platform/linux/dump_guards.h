@@ -10,15 +10,15 @@
 namespace ox::platform
 {
 
-/// Kills the process 30 seconds after start(), unless stop() is called. If the dump folder does not
-/// respond, the process and its stopped threads may be unable to end themselves.
+/// Kills the process 30 seconds after start(), unless stop() is called. This is necessary if the
+/// dump folder does not respond: the process and its stopped threads may be unable to end.
 class KillTimer
 {
   public:
     KillTimer() { create(); }
     ~KillTimer()
     {
-        if (isThere_)
+        if (exists_)
             ::timer_delete(timer_);
     }
     KillTimer(KillTimer const &) = delete;
@@ -30,7 +30,7 @@ class KillTimer
         sigevent event{};
         event.sigev_notify = SIGEV_SIGNAL;
         event.sigev_signo = SIGKILL;
-        isThere_ = ::timer_create(CLOCK_MONOTONIC, &event, &timer_) == 0;
+        exists_ = ::timer_create(CLOCK_MONOTONIC, &event, &timer_) == 0;
     }
     /// Starts the timer.
     void start() { set(30); }
@@ -41,12 +41,12 @@ class KillTimer
     void set(std::time_t seconds)
     {
         itimerspec const time{{}, {seconds, 0}};
-        if (isThere_)
+        if (exists_)
             ::timer_settime(timer_, 0, &time, nullptr);
     }
 
     timer_t timer_{};
-    bool isThere_ = false;
+    bool exists_ = false;
 };
 
 /// Restores the protection of the process's memory (PR_SET_DUMPABLE) at the end of the scope, since
@@ -57,7 +57,7 @@ class DumpableState
     DumpableState() = default;
     ~DumpableState()
     {
-        // PR_SET_DUMPABLE cannot restore the state in which only root may read the memory.
+        // PR_SET_DUMPABLE cannot set 2 (only root may read the memory), so 0 replaces it.
         if (before_ != 1)
             ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
     }

@@ -33,14 +33,14 @@ constexpr std::array crashSignals{SIGSEGV, SIGABRT, SIGFPE, SIGILL, SIGBUS, SIGT
 /// The handlers that the signals had before this library installed its own.
 struct sigaction earlierHandlers[crashSignals.size()];
 
-// Breakpad's own signal handler makes all crashing threads wait for one mutex. While the first
-// thread ends the process, the next one begins a second dump. The handler here lets only one thread
-// write a dump.
+// Breakpad's own signal handler makes all crashing threads wait for one mutex. When the first
+// thread releases the mutex to end the process, the next thread begins a second dump. The handler
+// in this file lets only one thread write a dump.
 
 /// Id of the thread that handles its crash, or one of the two values below.
 std::atomic<pid_t> crashingThread;
 constexpr pid_t noThread = 0;
-constexpr pid_t passedOn = -1; ///< the earlier handlers get all crashes
+constexpr pid_t passedOn = -1; ///< crashes are passed on to the earlier handlers
 
 /// Id of the thread that writes a dump on demand, or noThread.
 std::atomic<pid_t> onDemandThread;
@@ -51,8 +51,9 @@ void pauseShortly()
     ::nanosleep(&pause, nullptr);
 }
 
-/// Returns true for the first thread that crashes. All other threads wait here for the end of the
-/// process. Returns false to them only after crashes are passed on to the earlier handlers.
+/// Returns true for the first thread that crashes, and for the next one if the first thread no
+/// longer exists. Any other thread waits here for the end of the process. If crashes are passed on
+/// to the earlier handlers, returns false.
 bool becomeCrashingThread()
 {
     pid_t const self = ::gettid();
@@ -69,8 +70,9 @@ bool becomeCrashingThread()
     }
 }
 
-/// Waits for a dump on demand of another thread. Two dumps at the same time would each miss the
-/// threads that the other one has stopped. The wait is short, so that a crash is always handled.
+/// Waits until no other thread writes a dump on demand. Of two dumps at the same time, each would
+/// miss the threads that the other dump has stopped. Waits at most 2 seconds, so that a crash is
+/// always handled.
 void waitForOnDemandDump()
 {
     constexpr int maxPauses = 200;
@@ -87,7 +89,7 @@ void waitForOnDemandDump()
 class OnDemandDump
 {
   public:
-    /// Waits for the end of the process while another thread handles a crash.
+    /// Waits while another thread handles a crash, which usually ends the process.
     OnDemandDump()
     {
         onDemandThread = ::gettid();
@@ -100,7 +102,8 @@ class OnDemandDump
     OnDemandDump(OnDemandDump const &) = delete;
     OnDemandDump & operator=(OnDemandDump const &) = delete;
 
-    /// Returns whether this thread is already handling its crash, for example in the logger.
+    /// Returns whether this thread is already handling its own crash: the callback of that crash,
+    /// for example a logger, requests this dump.
     bool isCrashing() const { return crashingThread == ::gettid(); }
 };
 
@@ -111,7 +114,7 @@ void restoreEarlierHandlers()
 }
 
 /// Sends the signal again with the same information. The signal arrives when its handler returns. A
-/// fault usually occurs again by itself, but not if another thread has removed its cause.
+/// fault usually recurs without this, but not if another thread has removed its cause.
 void resendSignal(int signal, siginfo_t & information)
 {
     if (::syscall(SYS_rt_tgsigqueueinfo, ::getpid(), ::gettid(), signal, &information) != 0)
@@ -138,7 +141,7 @@ void * instructionOf(ucontext_t const & context)
 #endif
 }
 
-/// Jump buffer and thread of the work that runGuarded calls.
+/// Jump buffer and thread of the function that runGuarded calls.
 sigjmp_buf guardedJump;
 pthread_t guardedThread;
 
@@ -205,7 +208,7 @@ class MinidumpWriter::Implementation
             ::sigaction(crashSignals[i], &own, &earlierHandlers[i]);
     }
 
-    /// Waits while another thread handles a crash, which ends the process.
+    /// Waits while another thread handles a crash, which usually ends the process.
     ~Implementation()
     {
         if (crashingThread != ::gettid() && becomeCrashingThread()) {
@@ -225,7 +228,7 @@ class MinidumpWriter::Implementation
             delete previous;
     }
 
-    /// Writes a dump. The callback runs after the dump, without any lock.
+    /// Writes a dump and calls the callback afterwards, without holding the mutex.
     bool writeOnDemand(DumpReason reason, EXCEPTION_RECORD const & record, void * context)
     {
         std::string file;
@@ -266,7 +269,8 @@ class MinidumpWriter::Implementation
         return ::sigaction(signal, &present, nullptr) == 0;
     }
 
-    /// Writes the dump of a crash. Returns false if the earlier handlers get the crash.
+    /// Writes the dump of a crash. Returns false if the crash is to be passed on to the earlier
+    /// handlers.
     bool handleCrash(int signal, siginfo_t & information, void * context)
     {
         killTimer_.start();
@@ -317,7 +321,7 @@ class MinidumpWriter::Implementation
         signal.si_addr = record.ExceptionAddress;
         spareDescriptors_.release();
         DumpableState const state;
-        // Breakpad's handler sets this itself only for signals that the kernel has sent.
+        // Breakpad's handler sets PR_SET_DUMPABLE itself only for signals that the kernel has sent.
         ::prctl(PR_SET_DUMPABLE, 1, 0, 0, 0);
         bool const succeeded = once.HandleSignal(signal.si_signo, &signal, context);
         spareDescriptors_.reserve();
