@@ -12,7 +12,7 @@ NativeName nativeName(std::u16string_view name)
 
 std::u16string recordText(std::string_view name)
 {
-    // Names that are not UTF-8 were written by a system with Latin-1 file names.
+    // A name that is not UTF-8 was written by a system with Latin-1 file names.
     return systemText(name);
 }
 

@@ -21,7 +21,7 @@ NativeName withoutSeparatorsAtEnd(NativeName name)
     return name;
 }
 
-/// Adds mode bits to the file of a name. Links are followed.
+/// Adds permission bits to a file. Links are followed.
 Result<> addBits(NativeName const & name, ::mode_t bits)
 {
     Result<OpenFile> const file = openToChange(name);
@@ -31,7 +31,7 @@ Result<> addBits(NativeName const & name, ::mode_t bits)
     if (::fstat(static_cast<int>(file->handle()), &status) != 0)
         return lastError();
     ::mode_t const mode = status.st_mode & 07777;
-    // The mode is changed only if necessary, since only the owner may change it.
+    // chmod() is called only if a bit is missing, since only the owner may call it.
     return resultOf((mode & bits) == bits || ::chmod(pathOf(*file).c_str(), mode | bits) == 0);
 }
 

@@ -53,7 +53,7 @@ struct SplitName {
     NativeName file;
 };
 
-/// Returns whether two names of one file refer to the same entry of a folder.
+/// Returns whether two names refer to the same folder entry.
 bool isOneEntry(NativeName const & one, NativeName const & other)
 {
     SplitName const first(one);
@@ -61,8 +61,8 @@ bool isOneEntry(NativeName const & one, NativeName const & other)
     return first.file == second.file && isOneFolder(first.folder, second.folder);
 }
 
-/// Renames a file to another of its own names. rename() does nothing between two links of one file,
-/// so the file gets a third name first.
+/// Renames a file to a name that already refers to it: a hard link or another spelling. rename()
+/// does nothing between two names of one file, so the file gets a third name first.
 Result<> renameToOwnName(NativeName const & from, NativeName const & to, bool hasHardLinks)
 {
     if (isOneEntry(from, to))

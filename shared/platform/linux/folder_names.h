@@ -15,9 +15,10 @@ struct CloseFolder {
     void operator()(DIR * folder) const { ::closedir(folder); }
 };
 
-/// Calls `visit` for each name in a folder except "." and "..". The path is absolute or relative to
-/// the open folder `at`. Visits nothing if the folder cannot be read or memory is lacking.
-/// std::filesystem's iterator ends the process when memory is lacking.
+/// Calls `visit` for each name in a folder except "." and "..". `folder` is an absolute path or
+/// relative to the open folder `at`. Visits nothing if the folder cannot be read or memory is
+/// lacking. The iterator of std::filesystem is not used, since it ends the process when memory is
+/// lacking.
 template <typename Visit>
 void forEachName(int at, char const * folder, Visit const & visit)
 {

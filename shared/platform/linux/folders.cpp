@@ -21,7 +21,7 @@ bool isWildcard(char16_t c)
     return c == u'*' || c == u'?';
 }
 
-/// Returns whether a pattern matches the empty end of a name.
+/// Returns whether a pattern matches the empty text.
 bool matchesEmptyText(std::u16string_view pattern)
 {
     while (!pattern.empty()) {
@@ -35,7 +35,7 @@ bool matchesEmptyText(std::u16string_view pattern)
 }
 
 /// Returns whether a name matches a pattern. Each '*' first matches nothing. After a mismatch the
-/// last '*' matches one more character; the earlier ones need no further try.
+/// last '*' matches one more character; backtracking to an earlier '*' is not necessary.
 bool matches(std::u16string_view name, std::u16string_view pattern)
 {
     std::size_t n = 0;
@@ -72,7 +72,7 @@ struct CloseFolder {
     void operator()(DIR * folder) const { ::closedir(folder); }
 };
 
-/// Identifies a folder.
+/// Device and inode number, which identify a folder.
 struct Identity {
     dev_t device;
     ino_t number;
@@ -98,8 +98,8 @@ int descriptorOf(OpenFile const & file)
     return static_cast<int>(file.handle());
 }
 
-/// Returns whether a folder is a mount point. Also detects a folder of the same file system that is
-/// mounted a second time, if the kernel reports it.
+/// Returns whether a folder is a mount point. Also detects a bind mount of the same file system, if
+/// the kernel reports it.
 bool isMountPoint(int folder)
 {
     struct statx status;
@@ -112,7 +112,7 @@ bool isMountPoint(int folder)
 struct FolderWalk::System {
     NativeName folder;
     NativeName wanted;
-    std::u16string pattern; ///< empty for all names, and for one name without wildcards
+    std::u16string pattern; ///< empty if all names are wanted or only the name `wanted`
     bool isOneName = false;
     std::unique_ptr<DIR, CloseFolder> open;
     bool hasEnded = false;
@@ -155,7 +155,8 @@ struct FolderWalk::System {
         return readStatus();
     }
 
-    /// Reads the status of the entry once. A broken link has the status of the link itself.
+    /// Reads the status of the entry, unless it is already known. For a broken link this is the
+    /// status of the link itself. Returns false if the entry does not exist.
     bool readStatus()
     {
         if (status)
@@ -254,7 +255,7 @@ FolderTree::~FolderTree() = default;
 
 Result<> FolderTree::open(NativeName const & folder)
 {
-    // A separator at the end would make the system follow a link.
+    // With a separator at the end, the system would follow a link.
     NativeName name = folder;
     while (name.size() > 1 && name.ends_with(ownSeparator))
         name.pop_back();
@@ -299,11 +300,10 @@ Result<std::vector<FolderTree::Entry>> FolderTree::entries() const
         if (name == "." || name == "..")
             continue;
         struct stat status = {};
-        // An entry that was deleted in the meantime is listed, too. remove() accepts that it is
-        // missing.
+        // An entry that was deleted in the meantime is listed, too; remove() succeeds for it.
         if (::fstatat(system_->folder(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
             status.st_mode = found->d_type == DT_DIR ? S_IFDIR : S_IFREG;
-            // An entry whose age is not known must not count as old.
+            // Callers delete old entries, so an entry of unknown age gets the latest time.
             if (errno != ENOENT)
                 status.st_mtim.tv_sec = std::numeric_limits<time_t>::max();
         }

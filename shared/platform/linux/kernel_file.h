@@ -16,7 +16,7 @@ namespace ox::platform
 {
 
 /// Reads the start of a file, up to the size of `buffer`.
-/// Fails: the step of the error is the path.
+/// Fails: Error::step is the path.
 inline Result<std::string_view> tryReadStart(char const * path, std::span<char> buffer)
 {
     Descriptor const file(::open(path, O_RDONLY | O_CLOEXEC));
@@ -42,8 +42,8 @@ inline std::string_view readStart(char const * path, std::span<char> buffer)
     return tryReadStart(path, buffer).value_or({});
 }
 
-/// Reads a whole file, even a file of the kernel, which does not report its size. Empty if the file
-/// is not readable.
+/// Reads a whole file, even a file in /proc or /sys, whose size the kernel does not report. Empty
+/// if the file is not readable.
 inline std::string wholeFile(char const * path)
 {
     for (std::string text(4096, '\0');; text.resize(text.size() * 2)) {
@@ -55,7 +55,7 @@ inline std::string wholeFile(char const * path)
     }
 }
 
-/// Returns the text before the next separator, and removes it with the separator from `text`.
+/// Returns the text before the next separator. Removes this text and the separator from `text`.
 inline std::string_view takeUntil(std::string_view & text, char separator)
 {
     std::size_t const end = text.find(separator);
@@ -74,7 +74,7 @@ inline std::string_view trimmed(std::string_view text)
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-/// Parses the number at the start of a text, behind any blanks. Empty if there is none.
+/// Parses the number at the start of a text; skips leading blanks. Empty if there is no number.
 template <typename Number>
 std::optional<Number> numberOf(std::string_view text)
 {

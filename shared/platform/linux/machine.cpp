@@ -19,7 +19,7 @@ namespace ox::platform
 namespace
 {
 
-/// Returns a value without quotation marks and escapes, by the rules of a shell.
+/// Returns a value of an os-release file without quotation marks and backslash escapes.
 std::string unquoted(std::string_view value)
 {
     value = trimmed(value);
@@ -74,7 +74,7 @@ DiskBus busOf(fs::path const & folder)
     return folder.filename().string().starts_with("sd") ? DiskBus::Scsi : DiskBus::Other;
 }
 
-/// Returns the temperature of the first sensor below the folders where drivers register disk
+/// Returns the temperature, in °C, of the first sensor in the folders where drivers register disk
 /// sensors.
 std::optional<int> temperatureOf(fs::path const & folder)
 {
@@ -91,14 +91,14 @@ std::optional<int> temperatureOf(fs::path const & folder)
     return celsius;
 }
 
-/// Reads the table of an ATA disk through the SCSI layer. Only root may do this.
+/// Reads the SMART table of an ATA disk through the SCSI layer. Only root may do this.
 std::vector<unsigned char> smartTableOf(fs::path const & device)
 {
     Descriptor const disk(::open(device.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!disk.isOpen())
         return {};
-    // ATA pass-through command of 16 bytes: PIO data-in, one sector. Feature D0h of command B0h
-    // with the signature C24Fh reads the table.
+    // ATA PASS-THROUGH (16): PIO data-in, one sector. The ATA command B0h (SMART) with the feature
+    // D0h and the signature C24Fh reads the table.
     unsigned char command[16] = {0x85, 4 << 1, 0x0e, 0, 0xd0, 0, 1,    0,
                                  0,    0,      0x4f, 0, 0xc2, 0, 0xb0, 0};
     unsigned char sense[32] = {};
@@ -248,8 +248,8 @@ std::optional<IdleSample> idleSampleOf(std::string_view stat, long ticksPerSecon
     while (takeUntil(stat, '\n').starts_with("cpu"))
         ++processors;
 
-    // The columns are user, nice, system, idle, iowait (idle, too), irq, softirq and steal. Later
-    // columns are parts of these.
+    // The columns are user, nice, system, idle, iowait, irq, softirq and steal. Idle and iowait
+    // count as idle time. Later columns are already contained in these.
     total = trimmed(total);
     std::int64_t const unit = 10'000'000 / ticksPerSecond;
     std::int64_t idle = 0;
