@@ -18,10 +18,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-// The protocol, which docs/shared_memory.md explains: each process that has a segment open has the
-// shared flock of its object. A new object has its full size and a flock before it gets its name. A
-// process with the exclusive flock is the only user of the object, and either fills it again or
-// removes its name.
+// A segment is a file in /dev/shm, its object. The protocol, which docs/shared_memory.md explains:
+// each process that has a segment open holds a shared flock on the object. A new object has its
+// full size and a flock before it gets its name. A process that holds the exclusive flock is the
+// only user of the object. It either fills the object again or removes its name.
 
 namespace ox::platform
 {
@@ -30,9 +30,9 @@ namespace
 
 constexpr std::string_view objectFolder = "/dev/shm/";
 
-/// Returns the name of the object. If the name of the segment is not a valid file name, the result
-/// is its start with illegal characters replaced, and a hash of the whole name, so that two
-/// segments have different objects.
+/// Returns the file name of a segment's object. If the segment's name is not a valid file name, the
+/// result is the start of the segment's name, with illegal characters replaced, and a hash of the
+/// whole name. So two segments have different objects.
 std::string objectName(std::string const & segment)
 {
     constexpr std::size_t prefixLength = 200;
@@ -64,14 +64,14 @@ std::size_t wholePages(std::size_t size)
 
 } // namespace
 
-/// The open object of a segment.
+/// The object of a segment and its descriptor.
 struct SharedSegment::System {
     enum class State { Live, Orphan, Changing };
 
     bool isOpen() const { return descriptor >= 0; }
     bool takeFlock(int operation) const { return ::flock(descriptor, operation | LOCK_NB) == 0; }
 
-    /// Selects the object of a segment. The object may be missing.
+    /// Selects the object of a segment. The object need not exist.
     void selectObject(std::string const & name, Reach where)
     {
         reach = where;
@@ -86,13 +86,14 @@ struct SharedSegment::System {
                named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
     }
 
-    /// Opens the object and returns its state. Live: other processes have it open, and this process
-    /// has the shared flock, too. Orphan: no process has it open, and this process has the
-    /// exclusive flock. Changing: another process is filling or removing it.
+    /// Opens the object and returns its state.
+    /// - Live: other processes have it open, and this process now holds a shared flock, too.
+    /// - Orphan: no other process has it open, and this process now holds the exclusive flock.
+    /// - Changing: another process is filling or removing it.
     Result<State> find()
     {
-        // Any user can create a link or a pipe with this name. The flags follow no link and wait
-        // for no pipe.
+        // Any user can create a link or a pipe of this name. With these flags open() follows no
+        // link and does not wait for a pipe.
         descriptor = ::open(path.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
         if (!isOpen())
             return lastError("open");
@@ -110,19 +111,19 @@ struct SharedSegment::System {
         if (isAlone)
             return State::Orphan;
         size = static_cast<std::size_t>(status.st_size);
-        // A process that may not remove an object of another owner leaves it empty.
+        // Size 0: a process has emptied the object because it may not remove another user's object.
         return size > 0 ? State::Live : State::Changing;
     }
 
-    /// Returns whether a file may be the object of a segment. A local segment only uses an object
-    /// of this user.
+    /// Returns whether a file may be the object of the segment. The object of a local segment must
+    /// belong to this user.
     bool mayBeSegment(struct stat const & status) const
     {
         return S_ISREG(status.st_mode) && (reach == Reach::Global || status.st_uid == ::geteuid());
     }
 
-    /// Allocates the memory of the object, since a write to a hole on a full system causes a
-    /// SIGBUS. It is allocated in pieces, so that signals are delivered in between.
+    /// Allocates the memory of the object in advance: without free memory, a write to a hole would
+    /// cause a SIGBUS. Allocates it in pieces, so that signals are delivered in between.
     Result<> reserve(std::size_t wanted)
     {
         constexpr std::size_t piece = 16 << 20;
@@ -134,7 +135,7 @@ struct SharedSegment::System {
     }
 
     /// Allocates a piece with all signals blocked. Some kernels free the whole piece when a signal
-    /// arrives, so a periodic timer would prevent the allocation.
+    /// arrives, so the signals of a periodic timer would prevent the allocation.
     Result<> reservePiece(std::size_t offset, std::size_t length) const
     {
         sigset_t all;
@@ -150,14 +151,14 @@ struct SharedSegment::System {
         return error == 0 ? Result<>() : Error{error, "posix_fallocate"};
     }
 
-    /// Creates an object without a name, and gives it its name when it is complete.
+    /// Creates an object without a name (O_TMPFILE), and links it to its name when it is complete.
     Result<> createObject(std::size_t wanted)
     {
         mode_t const mode = reach == Reach::Global ? 0666 : 0600;
         descriptor = ::open(objectFolder.data(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode);
         char self[40]; // a std::string may throw, which would leave the object open
         std::snprintf(self, sizeof self, "/proc/self/fd/%d", descriptor);
-        // fchmod sets the mode again, since the umask must not apply to segments.
+        // fchmod() sets the mode again, since open() has applied the umask.
         if (!isOpen() || ::fchmod(descriptor, mode) != 0 || !takeFlock(LOCK_SH))
             return lastError("open");
         if (auto const reserved = reserve(wanted); !reserved)
@@ -166,8 +167,8 @@ struct SharedSegment::System {
                         "linkat");
     }
 
-    /// Fills an orphan again, even one of another user, which only that user may remove. The
-    /// exclusive flock becomes a shared one in one step.
+    /// Fills an orphan with zeros, even an orphan of another user, which this process may not
+    /// remove. Then converts the exclusive flock into a shared flock in one step.
     Result<> refill(std::size_t wanted)
     {
         if (::ftruncate(descriptor, 0) != 0)
@@ -177,8 +178,8 @@ struct SharedSegment::System {
         return resultOf(takeFlock(LOCK_SH), "flock");
     }
 
-    /// Closes the object. The last process deletes the object, or empties it if it may not delete
-    /// it.
+    /// Closes the object. The last process that closes it also deletes it, or empties it if it has
+    /// no right to delete it.
     Result<> closeObject()
     {
         if (!isOpen())
@@ -189,9 +190,9 @@ struct SharedSegment::System {
         return resultOf(::close(std::exchange(descriptor, -1)) == 0, "close");
     }
 
-    /// Repeats a step every millisecond as long as its result is empty, which means that the object
-    /// is changing. Fails after two seconds, since another process may be stopped or malicious.
-    /// Closes the object after a failure.
+    /// Repeats `step` every millisecond while it returns empty, which means that the object is
+    /// changing. Fails after two seconds, since another process may be stopped or malicious. Closes
+    /// the object after a failure.
     template <typename Step>
     Result<> retryWhileChanging(Step step)
     {
