@@ -10,8 +10,8 @@
 namespace ox::platform
 {
 
-/// Returns the user of a process. The folder of a process in /proc belongs to its effective user,
-/// even if its files are not readable.
+/// Returns the effective user of a process: the owner of its folder in /proc, which is readable
+/// even if the files in the folder are not.
 std::variant<ProcessOwners::AccountId, ProcessOwner> ProcessOwners::accountOf(std::uint32_t id)
 {
     char path[24] = "/proc/";
@@ -40,8 +40,7 @@ ProcessOwner ProcessOwners::nameOf(AccountId const & account)
     else if (error == EACCES || error == EPERM)
         owner.kind = ProcessOwner::AccessDenied;
     else
-        // An account without a name and a missing database are NoAccount. Other errors are Unknown
-        // with their code.
+        // NoAccount: the account has no name, or there is no user database.
         owner.kind = error == 0 || error == ENOENT || error == ESRCH ? ProcessOwner::NoAccount
                                                                      : ProcessOwner::Unknown;
     return owner;

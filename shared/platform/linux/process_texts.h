@@ -8,13 +8,13 @@
 #include <limits>
 #include <string_view>
 
-// Parsers for the content of the kernel's files about a process.
+// Parsers for the files of a process in /proc.
 
 namespace ox::platform
 {
 
-/// The line in the file "stat" of a process: "ID (COMMAND) STATE PARENT …". Does not copy the
-/// bytes.
+/// Parses the line in the file "stat" of a process: "ID (COMMAND) STATE PARENT …". Refers to the
+/// bytes of the line and does not copy them.
 class StatLine
 {
   public:
@@ -40,15 +40,16 @@ class StatLine
     }
     bool isThreadAlive() const { return fields_[State] != "Z" && fields_[State] != "X"; }
 
-    /// Returns the command, at most 15 arbitrary characters.
+    /// Returns the command name: at most 15 bytes, which may be any characters.
     std::string_view command() const { return command_; }
     std::uint32_t parentId() const { return static_cast<std::uint32_t>(number(Parent)); }
 
-    /// Returns the start in ticks since the machine started.
+    /// Returns the start time in clock ticks since the machine started.
     std::uint64_t startTicks() const { return number(Start); }
 
-    /// Returns the counters. The processor time is that of the whole process. The memory is that of
-    /// the thread.
+    /// Returns the counters. `tickIn100ns` is the length of a clock tick in 100 ns, and `pageSize`
+    /// is in bytes. The processor time is that of the whole process. The memory is 0 in the line of
+    /// a thread that has ended.
     ProcessCounters counters(std::int64_t tickIn100ns, std::int64_t pageSize) const
     {
         std::uint64_t ticks = 0;
@@ -59,7 +60,7 @@ class StatLine
     }
 
   private:
-    /// Positions of the fields behind the command.
+    /// Positions of the fields that follow the command name, from 0.
     enum Field {
         State = 0,
         Parent = 1,
@@ -99,7 +100,8 @@ inline std::string_view lastComponent(std::string_view path)
     return path.substr(path.rfind('/') + 1);
 }
 
-/// Returns the file name of an executable, from the target of the link "exe" of its process.
+/// Returns the file name of an executable. `linkTarget` is the target of the link "exe" of its
+/// process.
 inline std::string_view executableName(std::string_view linkTarget)
 {
     constexpr std::string_view deleted = " (deleted)";
@@ -108,11 +110,11 @@ inline std::string_view executableName(std::string_view linkTarget)
     return lastComponent(linkTarget);
 }
 
-/// Length at which the kernel truncates a command.
+/// Length in bytes at which the kernel truncates a command name.
 inline constexpr std::size_t truncatedCommand = 15;
 
-/// Returns a command that the kernel may have truncated, completed from the arguments in the file
-/// "cmdline" of its process.
+/// Returns the complete form of a command name that the kernel may have truncated. `arguments` is
+/// the content of the file "cmdline" of its process.
 inline std::string_view completedCommand(std::string_view command, std::string_view arguments)
 {
     std::string_view const first = lastComponent(arguments.substr(0, arguments.find('\0')));

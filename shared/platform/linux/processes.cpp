@@ -25,7 +25,8 @@ int openProc()
     return ::open(procFolder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
 }
 
-/// A path "ID/FILE" below /proc. The id may be that of a thread, which /proc does not list.
+/// A path "ID/FILE" below /proc. ID may also be the id of a thread; /proc has a folder for each
+/// thread but does not list it.
 class ProcessPath
 {
   public:
@@ -77,8 +78,8 @@ struct StatBuffer {
     char buffer[1024];
 };
 
-/// The line in the file "stat" of a process or a thread, read at the construction. Empty if the
-/// process or the thread has ended.
+/// The line in the file "stat" of a process or a thread; the constructor reads the file. Empty if
+/// the process or the thread has ended.
 class ReadStatLine : private StatBuffer, public StatLine
 {
   public:
@@ -87,8 +88,8 @@ class ReadStatLine : private StatBuffer, public StatLine
     ReadStatLine & operator=(ReadStatLine const &) = delete;
 };
 
-/// Returns the thread whose files contain executable, arguments and memory of a process: the main
-/// thread, or a living thread if the main thread has ended.
+/// Returns the thread whose files in /proc show the executable, the arguments and the memory of a
+/// process: the main thread, or another running thread if the main thread has ended.
 std::uint32_t shownThread(int proc, std::uint32_t id, StatLine const & stat)
 {
     if (stat.isThreadAlive())
@@ -125,8 +126,8 @@ std::optional<ProcessCounters> countersNow(int proc, std::uint32_t id)
     return stat.isRunning() ? std::optional(countersOf(proc, id, stat)) : std::nullopt;
 }
 
-/// Returns the file name of the executable of a process. If the executable is not readable, returns
-/// the command, which is completed from the arguments if the kernel may have truncated it.
+/// Returns the file name of the executable of a process. If the link to the executable is not
+/// readable, returns the command name, completed from the arguments if it may be truncated.
 std::string_view nameOf(int proc, std::uint32_t id, StatLine const & stat, std::span<char> buffer)
 {
     std::uint32_t const thread = shownThread(proc, id, stat);
@@ -140,7 +141,7 @@ std::string_view nameOf(int proc, std::uint32_t id, StatLine const & stat, std::
     return completedCommand(command, readFile(proc, thread, "cmdline", buffer));
 }
 
-/// Returns the current time in 100 ns.
+/// Returns the time of the monotonic clock in 100 ns.
 std::int64_t now()
 {
     timespec time{};
@@ -148,7 +149,7 @@ std::int64_t now()
     return std::int64_t{time.tv_sec} * 10'000'000 + time.tv_nsec / 100;
 }
 
-/// Reads a process's counters and adds them, if it is running.
+/// Reads the counters of a process and adds them to `reading`, if the process is running.
 void addNow(ProcessReading & reading, int proc, std::uint32_t id)
 {
     if (auto const counters = countersNow(proc, id))
@@ -221,7 +222,7 @@ std::optional<ProcessCounters> ProcessTable::counters(std::uint32_t id) const
 
 void killProcess(std::uint32_t id)
 {
-    // kill() sends the signal to groups of processes for 0 and for negative ids.
+    // For the id 0 and for negative ids, kill() sends the signal to a process group.
     if (id > 1 && id <= INT_MAX)
         ::kill(static_cast<pid_t>(id), SIGKILL);
 }

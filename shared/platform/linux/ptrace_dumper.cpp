@@ -1,10 +1,10 @@
-// Breakpad's ptrace dumper with another way to stop threads. It is compiled into oxBreakpad in
-// place of linux_ptrace_dumper.cc.
+// Breakpad's ptrace dumper, changed to stop threads by PTRACE_INTERRUPT. It is compiled into
+// oxBreakpad in place of linux_ptrace_dumper.cc.
 //
-// Breakpad stops a thread by a SIGSTOP. If another signal reaches the thread at the same moment,
-// Breakpad mistakes that stop for the SIGSTOP. The signal is then lost, and the late SIGSTOP stops
-// the whole process permanently. Here the kernel interrupts the thread without a signal, and a
-// pending signal is delivered when the thread continues.
+// Breakpad stops a thread by PTRACE_ATTACH, which sends a SIGSTOP. If another signal reaches the
+// thread at the same moment, Breakpad mistakes the stop by that signal for the SIGSTOP. The other
+// signal is then lost, and the late SIGSTOP stops the whole process permanently. PTRACE_INTERRUPT
+// stops the thread without a signal, and a pending signal is delivered when the thread continues.
 
 #include "client/linux/minidump_writer/linux_ptrace_dumper.h"
 #include "third_party/lss/linux_syscall_support.h"
@@ -22,8 +22,8 @@ namespace
 
 long attach(pid_t thread)
 {
-    // If this process hangs, the threads stay stopped. The kernel therefore kills this process when
-    // its parent ends.
+    // If this process hangs, the traced threads stay stopped. So the kernel kills this process
+    // when its parent, which is the traced process, ends.
     sys_prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
     if (sys_ptrace(PTRACE_SEIZE, thread, nullptr, nullptr) != 0)
         return -1;
@@ -51,14 +51,13 @@ long trace(int request, pid_t thread, void * address, void * data)
     }
 }
 
-/// Waits until a thread has stopped, at most three seconds for all threads of a dump together. A
-/// thread that hangs in the kernel, for example in a read from an unreachable share, is left out of
-/// the dump.
+/// Waits until a thread has stopped, at most three seconds for all threads of a dump together. The
+/// dump omits a thread that hangs in the kernel, for example in a read from an unreachable share.
 pid_t waitForStop(pid_t thread, int * status, int options)
 {
     constexpr timespec pause{0, 20'000};
     constexpr std::time_t timeoutSeconds = 3;
-    static timespec end{}; // one process writes one dump
+    static timespec end{}; // set once, since each dump has its own process
     timespec now{};
     ::clock_gettime(CLOCK_MONOTONIC, &now);
     if (end.tv_sec == 0)
