@@ -49,7 +49,7 @@ std::optional<std::u16string> errorMessage(int code)
     char buffer[500];
     std::string_view const message = ::strerror_r(code, buffer, sizeof buffer);
     errno = saved;
-    // In each language only the text for an unknown error ends with the code.
+    // In every language only the message for an unknown error code ends with the code.
     if (message.ends_with(std::to_string(code)))
         return std::nullopt;
     return systemText(message);

@@ -10,7 +10,8 @@ namespace ox::platform
 namespace
 {
 
-/// Memory for the signal handlers of a thread, with a guard page below.
+/// Alternate signal stack of a thread, with guard pages below. A signal handler needs it after a
+/// stack overflow.
 class SignalStack
 {
   public:
@@ -32,8 +33,7 @@ class SignalStack
     }
     ~SignalStack()
     {
-        // The system refuses to change the stack while a signal handler uses it; the memory must
-        // stay then.
+        // sigaltstack() fails while a signal handler uses the stack; the memory then stays mapped.
         if (memory_ != MAP_FAILED && ::sigaltstack(&previous_, nullptr) == 0)
             ::munmap(memory_, guard + size);
     }

@@ -11,7 +11,7 @@
 namespace ox::platform
 {
 
-/// Reserves the descriptors that a dump needs, so that a dump can also be written when the process
+/// Reserves the descriptors that a dump needs, so that a dump can be written even if the process
 /// has no free descriptors.
 class SpareDescriptors
 {
@@ -21,8 +21,8 @@ class SpareDescriptors
     SpareDescriptors(SpareDescriptors const &) = delete;
     SpareDescriptors & operator=(SpareDescriptors const &) = delete;
 
-    /// Opens the reserved descriptors that are not open. The numbers of the standard streams stay
-    /// free.
+    /// Opens the reserved descriptors that are not open. Does not occupy the numbers 0 to 2 of the
+    /// standard streams.
     void reserve()
     {
         for (std::atomic<int> & spare : descriptors_) {

@@ -51,7 +51,7 @@ void sleepMilliseconds(int milliseconds)
 
 Result<std::u16string> executablePath()
 {
-    // The length of the link is unknown, and a result that fills the buffer may be truncated.
+    // readlink() truncates without an error, so a result that fills the buffer is not complete.
     for (std::string path(256, '\0');; path.resize(path.size() * 2)) {
         ssize_t const length = ::readlink("/proc/self/exe", path.data(), path.size());
         if (length < 0)

@@ -22,7 +22,8 @@ namespace
 
 constexpr std::int64_t nanoseconds = 1'000'000'000;
 
-/// Returns the folder in an environment variable. Empty for a relative path.
+/// Returns the folder in an environment variable. Empty if the variable is not set or contains a
+/// relative path.
 std::optional<std::string> folderVariable(char const * name)
 {
     char const * const value = std::getenv(name);
@@ -34,7 +35,8 @@ uid_t numberOf(UserOf which)
     return which == UserOf::Settings ? ::getuid() : ::geteuid();
 }
 
-/// Returns the folder in an environment variable, or `defaultFolder` in the home folder.
+/// Returns the folder in the environment variable `variable`; without it, `defaultFolder` in the
+/// home folder.
 Result<std::u16string> folderInHome(char const * variable, char const * defaultFolder)
 {
     if (auto const named = folderVariable(variable))
@@ -58,8 +60,8 @@ std::int64_t clockCount(clockid_t clock)
     return countOf(time);
 }
 
-/// Returns the time of the last input at a terminal, or 0 if none followed its creation or its last
-/// change of owner.
+/// Returns the time of the last input at a terminal, in ns since 1970-01-01 UTC. Returns 0 if no
+/// input followed the creation of the terminal or its last change of owner.
 std::int64_t lastTyped(char const * terminal)
 {
     struct stat status;
@@ -144,7 +146,7 @@ std::optional<InputTicks> inputTicks()
     for (int console = 1; console < 64; ++console)
         typed = std::max(typed, lastTyped(("/dev/tty" + std::to_string(console)).c_str()));
 
-    // The ticks come from the boot-time clock, which no program sets.
+    // The ticks come from CLOCK_BOOTTIME, which no program can set.
     std::int64_t const running = clockCount(CLOCK_BOOTTIME);
     std::int64_t const ago = clockCount(CLOCK_REALTIME) - typed;
     if (typed == 0 || ago < 0 || ago >= running)
