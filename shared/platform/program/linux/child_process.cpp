@@ -12,7 +12,7 @@ namespace ox::platform
 namespace
 {
 
-/// Attributes of a child process in which no signal is blocked, and the signals that this process
+/// Attributes of a new process: no signal is blocked, and the signals that prepareStandardStreams()
 /// ignores have their default action.
 class DefaultSignals
 {

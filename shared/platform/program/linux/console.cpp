@@ -14,13 +14,14 @@ namespace ox::platform
 namespace
 {
 
-/// Opens the null device for each closed standard stream. Otherwise the next opened file gets the
-/// number of the stream, and texts for the stream are written into that file. Child processes see
-/// the stream as closed.
+/// Opens the null device for each closed standard stream. Otherwise the next opened file would get
+/// the descriptor number of the stream, and output to the stream would go into that file. Child
+/// processes do not inherit the null device, so they find the stream closed.
 void occupyClosedStreams()
 {
     for (int const number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        // Standard input is opened for writing and the others for reading, so each access fails.
+        // Standard input is opened for writing and the outputs for reading, so that reading from
+        // the stream or writing to it fails.
         int const mode = number == STDIN_FILENO ? O_WRONLY : O_RDONLY;
         if (::fcntl(number, F_GETFD) < 0)
             ::open("/dev/null", mode | O_CLOEXEC); // open() returns the lowest free number

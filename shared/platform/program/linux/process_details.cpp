@@ -42,7 +42,7 @@ std::int64_t bootTime()
     return now.tv_sec - sinceBoot.tv_sec - (now.tv_nsec < sinceBoot.tv_nsec ? 1 : 0);
 }
 
-/// Returns the arguments, which end with a 0 each, separated by spaces.
+/// Returns the arguments of a process, separated by spaces. In `bytes` each argument ends with a 0.
 std::u16string joinedArguments(std::string bytes)
 {
     while (bytes.ends_with('\0'))
@@ -51,8 +51,8 @@ std::u16string joinedArguments(std::string bytes)
     return fromFileName(bytes);
 }
 
-/// Sends a signal through a descriptor of the process. An older kernel has none, and sends the
-/// signal to the id.
+/// Sends a signal to a process through its pidfd `descriptor`. If this is negative, since older
+/// kernels have no pidfd, sends the signal to the process id.
 bool sendSignal(std::uint32_t id, int descriptor, int signal)
 {
     if (descriptor >= 0)
@@ -78,11 +78,11 @@ std::optional<ProcessDetails> processDetails(std::uint32_t id)
 
 Result<> endProcess(std::uint32_t id, std::uint64_t start, Ending ending)
 {
-    // kill() sends the signal to groups of processes for 0 and for negative ids.
+    // For the id 0 and for negative ids, kill() sends the signal to a process group.
     if (id <= 1 || id > INT_MAX)
         return Error{EPERM, "kill"};
-    // The descriptor refers to the process that has the id now. If that process started at `start`,
-    // no other one gets the signal, even if the process ends in between.
+    // The pidfd refers to the process that has the id at this moment. If that process started at
+    // `start`, no other process gets the signal, even if the process ends in between.
     Descriptor const process(static_cast<int>(::syscall(SYS_pidfd_open, id, 0)));
     if (!process.isOpen() && errno == ESRCH)
         return Error{ESRCH, "pidfd_open", ErrorKind::NotFound};

@@ -75,10 +75,11 @@ void restoreTerminal()
 namespace
 {
 
-/// Reads the rest of an escape sequence. Returns the key, or the escape character alone.
+/// Reads the rest of an escape sequence. Returns the byte of its key, or the escape character if
+/// the sequence is unknown or empty.
 char readSequence()
 {
-    // The bytes of a sequence arrive together, so that the escape key itself is distinguishable.
+    // The bytes of a sequence arrive together; after the escape key itself there is a gap.
     constexpr int gapMs = 20;
     std::string sequence;
     char byte = 0;

@@ -12,8 +12,8 @@ namespace ox::platform
 namespace
 {
 
-/// Quotes an argument by the rules by which programs parse their command line. Backslashes are
-/// escaped only before a quotation mark.
+/// Quotes an argument by the rules of CommandLineToArgvW. Backslashes are escaped only before a
+/// quotation mark.
 std::wstring quoted(std::wstring const & argument)
 {
     if (!argument.empty() && argument.find_first_of(L" \t\n\v\"") == argument.npos)
@@ -40,7 +40,8 @@ std::wstring commandLine(std::vector<std::string> const & command)
     return line;
 }
 
-/// Inheritable copies of the standard streams. The child process inherits no other handle.
+/// Inheritable duplicates of the standard streams' handles. The child process inherits no other
+/// handle.
 class InheritedStreams
 {
   public:

@@ -52,7 +52,7 @@ void prepareStandardStreams()
     }
     ::_setmode(::_fileno(stdin), _O_BINARY);
     ::_setmode(::_fileno(stdout), _O_BINARY);
-    // The texts are UTF-8. The console keeps its settings after the process ends, so they are
+    // The program writes UTF-8. The console keeps its settings after the process ends, so they are
     // restored at exit.
     static UINT const codePage = ::GetConsoleOutputCP();
     if (codePage != 0 && ::SetConsoleOutputCP(CP_UTF8))
@@ -76,7 +76,7 @@ Result<OpenFile> openStandardInput()
 
 std::vector<std::string> utf8Arguments(int, char **)
 {
-    // The arguments of main are in the code page, which lacks most characters.
+    // The arguments of main() are in the ANSI code page, which lacks most characters.
     int count = 0;
     std::unique_ptr<wchar_t *, decltype(&::LocalFree)> const all(
         ::CommandLineToArgvW(::GetCommandLineW(), &count), ::LocalFree);

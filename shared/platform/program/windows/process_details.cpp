@@ -19,7 +19,7 @@ std::uint64_t countOf(FILETIME time)
     return std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
 }
 
-/// Returns the creation time of an open process that has not ended; empty for another one.
+/// Returns the creation time of an open process; empty if the process has ended.
 std::optional<FILETIME> creationTime(HANDLE process)
 {
     DWORD exitCode = 0;
@@ -29,8 +29,8 @@ std::optional<FILETIME> creationTime(HANDLE process)
     return runs ? std::optional(created) : std::nullopt;
 }
 
-/// Returns the command line of an open process. Empty on failure, and before Windows 8.1, which has
-/// no such query.
+/// Returns the command line of an open process. Empty on failure, and on Windows before 8.1, which
+/// lacks this query.
 std::u16string commandLineOf(HANDLE process)
 {
     constexpr auto commandLineQuery = static_cast<PROCESSINFOCLASS>(60);

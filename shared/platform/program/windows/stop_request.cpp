@@ -12,14 +12,13 @@ namespace
 
 void (*answerOf)(StopRequest) = nullptr;
 
-/// Handles a request. The system calls this on a new thread for each request.
+/// Handles a stop request. The system calls this function on a new thread for each request.
 BOOL WINAPI onRequest(DWORD event)
 {
     static std::mutex oneAtATime;
     {
         std::lock_guard const lock(oneAtATime);
-        // All processes of a console receive its requests, so child processes have received it,
-        // too.
+        // The console sends a request to all its processes, so child processes receive it, too.
         answerOf({static_cast<int>(event), true});
     }
     bool const endsWithReturn = event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT;

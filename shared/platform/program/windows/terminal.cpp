@@ -45,7 +45,7 @@ bool hasColours(std::FILE * stream)
 bool takeTerminal()
 {
     DWORD output;
-    // ENABLE_PROCESSED_INPUT keeps the meaning of Ctrl-C.
+    // With ENABLE_PROCESSED_INPUT, Ctrl-C still sends a stop request.
     if (!::GetConsoleMode(handleOf(stdout), &output) ||
         (output & ENABLE_VIRTUAL_TERMINAL_PROCESSING) == 0 ||
         !::GetConsoleMode(handleOf(stdin), &savedMode) ||
@@ -64,7 +64,7 @@ void restoreTerminal()
 namespace
 {
 
-/// Returns the byte for a key that is not a character; 0 for another key.
+/// Returns the byte of terminal.h for a key without a character; 0 if the key has none.
 char specialKey(WORD key)
 {
     switch (key) {
@@ -97,7 +97,7 @@ std::optional<char> waitForKey(std::chrono::steady_clock::time_point end)
         DWORD count = 0;
         if (waited != WAIT_OBJECT_0 || !::ReadConsoleInputW(input, &event, 1, &count))
             return endOfKeys;
-        // Events of the mouse and the window, and released keys, are ignored.
+        // Events of the mouse and the window, and the release of a key, are ignored.
         bool const isKey =
             count == 1 && event.EventType == KEY_EVENT && event.Event.KeyEvent.bKeyDown;
         if (char const special = isKey ? specialKey(event.Event.KeyEvent.wVirtualKeyCode) : 0)
