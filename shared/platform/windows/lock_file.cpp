@@ -4,8 +4,8 @@
 
 extern "C" NTSYSAPI LONG NTAPI RtlGetLastNtStatus();
 
-// The protocol, which docs/lock_files.md explains: creating the file decides which process gets the
-// name. The holder keeps the file open without sharing, so the system refuses to rename, delete or
+// The protocol, which docs/lock_files.md explains: CREATE_NEW decides which process gets the name.
+// The holder keeps the file open without sharing, so the system refuses to rename, delete or
 // replace it.
 
 namespace ox::platform
@@ -13,8 +13,8 @@ namespace ox::platform
 namespace
 {
 
-/// Returns the last error of a call that opens a name. The error is also InUse for a file whose
-/// deletion waits for another process to close it.
+/// Returns the last error of a call that opens a name. A pending deletion of the file, which waits
+/// for another process to close it, counts as InUse.
 Error openError(char const * step)
 {
     constexpr LONG deletePending = static_cast<LONG>(0xC0000056);
@@ -33,8 +33,8 @@ Result<> deleteOnClose(HANDLE file)
                     "SetFileInformationByHandle");
 }
 
-/// Returns whether two files are the same. The creation time distinguishes a file from a later file
-/// of the same name.
+/// Returns whether both records describe the same file. The creation time distinguishes a file from
+/// a later file of the same name.
 bool isSameFile(BY_HANDLE_FILE_INFORMATION const & a, BY_HANDLE_FILE_INFORMATION const & b)
 {
     return a.dwVolumeSerialNumber == b.dwVolumeSerialNumber &&
@@ -51,7 +51,8 @@ Result<> rename(NativeName const & name, NativeName const & newName)
                     "MoveFileExW");
 }
 
-/// Tries once to remove a closed lock file, see removeClosed.
+/// Makes one try of removeClosed: opens the file and deletes it. If the system refuses to delete
+/// it, renames it to `leftover`. Succeeds if the name is missing or refers to another file.
 Result<> tryToRemove(NativeName const & name, NativeName const & leftover,
                      BY_HANDLE_FILE_INFORMATION const & own)
 {
@@ -67,9 +68,9 @@ Result<> tryToRemove(NativeName const & name, NativeName const & leftover,
     return rename(name, leftover);
 }
 
-/// Removes a lock file that this process has closed, if the system refuses to delete it through the
-/// handle that created it. Opening the file again fails while another process holds a lock of this
-/// name. While the file is open, the name cannot pass to another file.
+/// Removes a lock file that this process has closed because the system refuses to delete it through
+/// the handle that created it. Each try opens the file again, which fails while another process
+/// holds a lock of this name. While the file is open, no other file can get the name.
 Result<> removeClosed(NativeName const & name, NativeName const & leftover,
                       BY_HANDLE_FILE_INFORMATION const & own)
 {
@@ -118,8 +119,8 @@ Result<> LockFile::release(NativeName const & leftover)
     if (!isHeld())
         return {};
     Handle file(toHandle(std::exchange(handle_, none)));
-    // The file is deleted by its handle, since the name may belong to another lock once the file is
-    // closed.
+    // The file is deleted through its handle, since the name may belong to another lock once the
+    // file is closed.
     if (deleteOnClose(file.get()))
         return {};
     BY_HANDLE_FILE_INFORMATION own;
@@ -136,8 +137,8 @@ bool lockFileExists(NativeName const & name)
 
 Result<> removeLeftLockFile(NativeName const & name, std::int64_t writtenBefore)
 {
-    // Opening without sharing fails while a process holds the lock, and no process can take the
-    // lock before the file is removed.
+    // Opening the file without sharing fails while a process holds the lock. While the file is open
+    // here, no process can take the lock.
     Handle const file(openFile(name, DELETE | FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES,
                                shareNothing, OPEN_EXISTING));
     if (!file.isOpen()) {
@@ -161,7 +162,7 @@ LockFileView viewLockFile(NativeName const & name)
     WIN32_FILE_ATTRIBUTE_DATA data{};
     if (!::GetFileAttributesExW(name.c_str(), GetFileExInfoStandard, &data)) {
         if (Error const error = openError("GetFileAttributesExW"); !isTaken(error)) {
-            // A missing folder has another error than a missing file.
+            // Only a missing file is no error. A missing folder has the code ERROR_PATH_NOT_FOUND.
             view.error = error.code == ERROR_FILE_NOT_FOUND ? 0 : error.code;
             return view;
         }
