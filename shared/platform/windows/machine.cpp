@@ -81,8 +81,9 @@ std::vector<unsigned char> smartTableOf(Handle const & disk)
 
 std::optional<SystemVersion> systemVersion()
 {
-    // GetVersionExW returns the newest version that the manifest of a program supports, so programs
-    // on one machine could get different versions. The farm compares these texts.
+    // GetVersionExW returns at most the version that the manifest of the program supports. So
+    // programs on one machine could get different versions, but the farm compares the versions of
+    // machines.
     OSVERSIONINFOEXW info{};
     info.dwOSVersionInfoSize = sizeof info;
     if (::RtlGetVersion(&info) != 0)
@@ -170,7 +171,7 @@ Result<IdleSample> idleSample(std::span<char> buffer)
     auto const time = performanceTime(*block);
     auto const processors = PerformanceObject::find(*block, Title::Processor);
     auto const all = processors ? processors->instanceNamed(u"_Total") : std::nullopt;
-    // For processors this counter contains the idle time.
+    // In the object of the processors, this counter contains the idle time.
     auto const idle = all ? processors->value(*all, Title::ProcessorTime) : std::nullopt;
     if (!time || !idle)
         return missingPerformanceData();
@@ -180,8 +181,8 @@ Result<IdleSample> idleSample(std::span<char> buffer)
 Result<Disk> firstDisk(bool withHealth)
 {
     constexpr wchar_t name[] = L"\\\\.\\PhysicalDrive0";
-    // Only an administrator may open the disk for commands. Any user may query the name of the
-    // disk.
+    // Only an administrator may open the disk for commands (SMART). Any user may query its
+    // description.
     HANDLE opened = openFile(name, GENERIC_READ | GENERIC_WRITE, shareWriting, OPEN_EXISTING);
     if (opened == INVALID_HANDLE_VALUE)
         opened = openFile(name, 0, shareWriting, OPEN_EXISTING);

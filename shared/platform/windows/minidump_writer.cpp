@@ -16,10 +16,10 @@ namespace
 using google_breakpad::ExceptionHandler;
 using SignalHandler = void (*)(int);
 
-/// Exception code of an abort() in a dump, since the system defines none.
+/// Exception code in the dump of an abort(), for which the system defines no code.
 constexpr DWORD abortCode = 0xE0000001;
 
-/// Returns the exit code of a process whose dump failed.
+/// Returns the exit code with which GuardThread ends the process after this exception.
 DWORD exitCodeOf(EXCEPTION_POINTERS const & exception)
 {
     constexpr DWORD afterAbort = 3;
@@ -27,17 +27,17 @@ DWORD exitCodeOf(EXCEPTION_POINTERS const & exception)
     return code == abortCode ? afterAbort : code;
 }
 
-/// A thread that exists before a crash, since no thread can be started after the crash. It ends the
-/// process if the handling of a crash hangs. It also runs work that may crash or hang without
-/// stopping the caller.
+/// A thread that is started before any crash, since no thread can be started after a crash. It ends
+/// the process if the handling of a crash hangs. It also runs functions that may crash or hang,
+/// without stopping the caller.
 class GuardThread
 {
   public:
     GuardThread() : thread_(::CreateThread(nullptr, 0, loop, this, 0, nullptr)) {}
 
-    /// Ends the process with the exit code when this thread has had no work for half a minute,
-    /// unless stopKillTimer is called. The dump library may wait for a lock that the crashed thread
-    /// holds.
+    /// Ends the process with `exitCode` if 30 seconds pass without a call of run() or
+    /// stopKillTimer(). This is necessary if the dump library waits for a lock that the crashed
+    /// thread holds.
     void startKillTimer(DWORD exitCode)
     {
         exitCode_ = exitCode;
@@ -101,9 +101,10 @@ GuardThread & guardThread()
     return thread;
 }
 
-// Breakpad's own filter removes itself while it writes a dump, so a crash of another thread ends
-// the process before the dump is complete. While the first thread ends the process, the next one
-// begins a second dump. The filter here lets only one thread write a dump.
+// Breakpad's own exception filter removes itself while it writes a dump, so a crash of another
+// thread ends the process before the dump is complete. While the first thread ends the process, the
+// next crashed thread begins a second dump. The filter in this file lets only one thread write a
+// dump.
 
 LPTOP_LEVEL_EXCEPTION_FILTER dumpFilter = nullptr; ///< Breakpad's filter
 LPTOP_LEVEL_EXCEPTION_FILTER earlierFilter = nullptr;
@@ -119,15 +120,15 @@ void pauseShortly()
     ::Sleep(10);
 }
 
-/// Waits for the end of the process while another thread handles its crash.
+/// Waits while another thread handles its crash, which usually ends the process.
 void waitForCrash()
 {
     while (crashingThread != noThread && crashingThread != ::GetCurrentThreadId())
         pauseShortly();
 }
 
-/// Passes an exception to the earlier filter, if Breakpad does not handle it or the earlier filter
-/// itself has crashed.
+/// Passes an exception on to the earlier filter. Called if Breakpad does not handle the exception,
+/// or if the crashing thread crashes again.
 LONG passOn(EXCEPTION_POINTERS * exception)
 {
     guardThread().stopKillTimer();
@@ -165,12 +166,11 @@ LONG WINAPI onCrash(EXCEPTION_POINTERS * exception)
     return action;
 }
 
-/// Handles an abort() like a crash, since the system does not report it as an exception. abort()
-/// continues if the crash is passed on.
+/// Handles an abort() like a crash, since the system does not report it as an exception. Returns to
+/// abort() if the crash is passed on.
 void onAbort(int signal)
 {
-    // The run-time library removes the handler before the call, but another thread may call
-    // abort().
+    // The run-time library has removed the handler, but another thread may call abort(), too.
     std::signal(SIGABRT, onAbort);
     EXCEPTION_RECORD record{};
     CONTEXT context{};
@@ -196,8 +196,8 @@ class CrashFilters
         earlierFilter = ::SetUnhandledExceptionFilter(onCrash);
         earlierAbortHandler = std::signal(SIGABRT, onAbort);
     }
-    /// Replaces the filter that Breakpad has installed. Breakpad treats this class's filter as the
-    /// earlier filter.
+    /// Installs onCrash in place of the filter that Breakpad has installed, and stores Breakpad's
+    /// filter. Breakpad calls onCrash as its own earlier filter.
     void setDumpFilter() { dumpFilter = ::SetUnhandledExceptionFilter(onCrash); }
     ~CrashFilters()
     {
@@ -231,8 +231,8 @@ class MinidumpWriter::Implementation
         handler_.set_dump_path(folder);
     }
 
-    /// Writes a dump. The callback runs after the dump, without any lock; a crash in it is a crash
-    /// of its thread.
+    /// Writes a dump and calls the callback afterwards, without holding the mutex. A crash in the
+    /// callback is handled as a crash of the calling thread.
     bool writeOnDemand(DumpReason reason, EXCEPTION_POINTERS & exception)
     {
         NativeName file;
@@ -249,8 +249,8 @@ class MinidumpWriter::Implementation
     }
 
   private:
-    /// Returns whether this dump is expected. The crash of a second thread also leads to a call
-    /// while Breakpad's own filter is installed.
+    /// Returns whether to write this dump: only for the crash that onCrash handles, or on demand.
+    /// While Breakpad's own filter is installed, a crash of a second thread calls this, too.
     static bool begin(void * self, EXCEPTION_POINTERS * exception, MDRawAssertionInfo *)
     {
         dumpThread = ::GetCurrentThreadId();
