@@ -12,9 +12,9 @@ namespace ox::platform
 namespace
 {
 
-/// Maximum length of a name without a prefix. The system accepts longer names only as full paths
-/// with a prefix that removes the limit. The limit is that of folders, which leaves 12 characters
-/// for a file name.
+/// Maximum length of a name without the prefix \\?\, which removes the limit and requires a full
+/// path. This is the limit for creating a folder: MAX_PATH (260), less the terminator and the 12
+/// characters of a file name in the folder.
 constexpr std::size_t longestPlainName = 247;
 
 std::wstring fullName(std::wstring const & name)
@@ -61,8 +61,8 @@ std::u16string nameText(std::basic_string_view<NativeName::value_type> name)
 
 int widenSystemText(std::string_view text, unsigned short * units, int capacity)
 {
-    // The text is converted into a separate buffer, since the system returns nothing if a text does
-    // not fit.
+    // The text is converted into a separate buffer, since MultiByteToWideChar fails if the result
+    // does not fit.
     std::wstring wide(text.size(), L'\0');
     int const length = ::MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()),
                                              wide.data(), static_cast<int>(wide.size()));

@@ -22,8 +22,8 @@ Result<> resultOfCode(DWORD error)
     return error == ERROR_SUCCESS ? Result<>() : Result<>(Error{static_cast<int>(error)});
 }
 
-/// Adds an entry for everybody to the access list of an object. `get` reads the list, `set` writes
-/// it; both return the system's error code.
+/// Adds an entry for all users to the access-control list of an object. `get` reads the list, `set`
+/// writes it; both return the system's error code.
 template <typename Get, typename Set>
 Result<> allowEverybody(Get const & get, Set const & set, DWORD rights, DWORD inheritance)
 {
@@ -37,7 +37,7 @@ Result<> allowEverybody(Get const & get, Set const & set, DWORD rights, DWORD in
     if (Result<> const read = resultOfCode(get(&present, &descriptor)); !read)
         return read;
     Local<void> const descriptorOwner(descriptor);
-    if (!present) // an object without a list allows everything
+    if (!present) // an object without a list grants all rights to all users
         return {};
 
     EXPLICIT_ACCESS_W entry = {};
@@ -81,7 +81,8 @@ Result<> allowEverybodyToExecute(NativeName const & name)
 
 Result<> allowEverybodyToFill(NativeName const & folder, bool inherit)
 {
-    // The folder is given by name, since the system then applies inherited entries to its content.
+    // The list is set by name, since SetNamedSecurityInfoW also applies inheritable entries to the
+    // existing content of the folder.
     std::wstring object = folder;
     return allowEverybody(
         [&](PACL * list, PSECURITY_DESCRIPTOR * descriptor) {

@@ -11,8 +11,7 @@ namespace ox::platform
 namespace
 {
 
-/// Returns the drive or share of a path with the separator behind it, or an empty name if the path
-/// has none.
+/// Returns the drive or share of a path with the separator after it; empty if the path has none.
 NativeName rootOf(NativeName path)
 {
     bool const isUnlimitedShare = path.starts_with(LR"(\\?\UNC\)");
@@ -27,8 +26,8 @@ NativeName rootOf(NativeName path)
     return end == path.npos ? NativeName() : path.substr(0, end + 1);
 }
 
-/// Returns whether two names refer to one file with a single link. Deleting one of the names then
-/// deletes the other.
+/// Returns whether two names refer to one file that has a single hard link: for example, one name
+/// is a symbolic link. Deleting the file by one name then also deletes it for the other name.
 bool isOneFile(NativeName const & one, NativeName const & other)
 {
     BY_HANDLE_FILE_INFORMATION files[2];
@@ -82,8 +81,7 @@ Result<FileStatus> fileStatus(NativeName const & name)
         return lastError();
     if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
         return FileStatus{true, 0, secondsOf(data.ftLastWriteTime)};
-    // The file is opened without access rights. This fails if another process has it open without
-    // sharing.
+    // The file is opened, without access rights, so that a file that cannot be opened is an error.
     Handle const file(openFile(name, 0, shareNothing, OPEN_EXISTING));
     LARGE_INTEGER size;
     if (!file.isOpen() || !::GetFileSizeEx(file.get(), &size))

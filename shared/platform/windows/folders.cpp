@@ -15,8 +15,8 @@ bool isLink(DWORD attributes)
     return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 
-/// Opens a folder that is not a link. While it is open, no process can rename, delete or replace
-/// it.
+/// Opens a folder; fails for a link. While the folder is open, no process can rename, delete or
+/// replace it.
 HANDLE openFolder(NativeName const & name)
 {
     Handle folder(openFile(name, FILE_LIST_DIRECTORY | FILE_READ_ATTRIBUTES, shareReading,
@@ -33,7 +33,8 @@ HANDLE openFolder(NativeName const & name)
     return INVALID_HANDLE_VALUE;
 }
 
-/// Returns the full path of an open folder in the form without a length limit. Empty on failure.
+/// Returns the full path of an open folder with the prefix \\?\, which removes the length limit.
+/// Empty on failure.
 NativeName fullName(HANDLE folder)
 {
     NativeName name(32768, L'\0');
@@ -81,7 +82,8 @@ bool FolderWalk::isFolder()
 
 bool FolderWalk::isLink()
 {
-    // Other reparse points are ordinary entries with a special storage.
+    // Reparse points that do not stand for another name are ordinary files, such as deduplicated
+    // or offline files.
     return platform::isLink(system_->record().dwFileAttributes) &&
            IsReparseTagNameSurrogate(system_->record().dwReserved0);
 }
@@ -98,7 +100,7 @@ std::int64_t FolderWalk::modified()
 
 struct FolderTree::System {
     std::vector<std::unique_ptr<Handle>> open;
-    NativeName path; ///< path of the current folder without a closing separator
+    NativeName path; ///< path of the current folder, without a separator at its end
 
     NativeName nameOf(Entry const & entry) const { return path + ownSeparator_ + entry.name; }
 
@@ -119,7 +121,7 @@ Result<> FolderTree::open(NativeName const & folder)
     NativeName name = folder;
     while (name.size() > 3 && (name.ends_with(L'\\') || name.ends_with(L'/')))
         name.pop_back();
-    // A drive without a separator denotes its current folder.
+    // Without a separator, "C:" would refer to the current folder of the drive.
     if (name.ends_with(L':'))
         name += L'\\';
     auto opened = std::make_unique<Handle>(openFolder(name));

@@ -19,7 +19,8 @@ class FoundFiles
     FoundFiles(FoundFiles const &) = delete;
     FoundFiles & operator=(FoundFiles const &) = delete;
 
-    /// Finds the first file, which next() does otherwise. Returns false after a failure.
+    /// Finds the first file; without this call, the first next() finds it. Returns false after a
+    /// failure.
     bool open()
     {
         if (find_ == INVALID_HANDLE_VALUE)
@@ -27,7 +28,8 @@ class FoundFiles
         return error_ == ERROR_SUCCESS;
     }
 
-    /// Moves to the next file. Returns false at the end, where error() is 0, and after a failure.
+    /// Moves to the next file. Returns false at the end and after a failure; error() is 0 at the
+    /// end.
     bool next()
     {
         while (std::exchange(hasFirst_, false) || step()) {
@@ -47,7 +49,7 @@ class FoundFiles
         if (hasEnded_)
             return false;
         if (find_ == INVALID_HANDLE_VALUE) {
-            // Omits short names, and reads many records per round trip.
+            // FindExInfoBasic omits short names; the flag reads many records per round trip.
             find_ = ::FindFirstFileExW(path_.c_str(), FindExInfoBasic, &record_,
                                        FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH);
             if (find_ != INVALID_HANDLE_VALUE)

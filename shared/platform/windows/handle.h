@@ -55,7 +55,7 @@ inline HANDLE toHandle(OpenFile const & file)
     return reinterpret_cast<HANDLE>(file.handle());
 }
 
-/// Wraps a handle in an OpenFile, which then owns it.
+/// Creates an OpenFile that takes ownership of a handle.
 inline OpenFile toOpenFile(HANDLE handle)
 {
     return OpenFile(reinterpret_cast<std::intptr_t>(handle));
