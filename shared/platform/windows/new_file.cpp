@@ -22,8 +22,8 @@ constexpr int maxTries = 100;
 constexpr DWORD retryAfterMs = 10;
 constexpr DWORD allRights = GENERIC_READ | GENERIC_WRITE | DELETE | READ_CONTROL | WRITE_DAC;
 
-/// Seconds during which a temporary file in use may be closed. Before and after code writes the
-/// file by name, no handle is open for a moment.
+/// Age in seconds up to which a temporary file without an open handle counts as in use. No handle
+/// is open for a moment before and after NewFile::writeByName writes the file.
 constexpr std::int64_t reopenedWithin = 10;
 
 NativeName freshName()
@@ -31,8 +31,8 @@ NativeName freshName()
     return temporaryName(windowsSystem, ::GetCurrentProcessId(), std::random_device()());
 }
 
-/// Returns the path of an open file or folder without links and without a length limit. Returns
-/// `fallback` on failure.
+/// Returns the path of an open file or folder, with links resolved and with the prefix \\?\, which
+/// removes the length limit. Returns `fallback` on failure.
 NativeName finalPath(HANDLE file, NativeName const & fallback)
 {
     NativeName path(32768, L'\0');
@@ -50,8 +50,8 @@ NativeName fullPath(NativeName const & path)
     return full;
 }
 
-/// Renames an open file and replaces the file of that name. Retries for a second while another
-/// process has that file open, for example to replace it, too.
+/// Renames an open file to `path` and replaces an existing file. Retries for a second while another
+/// process has the existing file open, for example to replace it, too.
 Result<> renameTo(HANDLE file, NativeName const & path)
 {
     std::size_t const bytes = path.size() * sizeof(wchar_t);
@@ -79,18 +79,19 @@ void setAttributes(HANDLE file, DWORD attributes)
     ::SetFileInformationByHandle(file, FileBasicInfo, &basic, sizeof basic);
 }
 
-/// Returns the time of the latest change in seconds, by the clock of the file server.
+/// Returns the time of the latest change of an open file, in seconds since 1970-01-01 UTC by the
+/// clock of the file server.
 std::int64_t lastChange(HANDLE file)
 {
     FILE_BASIC_INFO basic{};
     ::GetFileInformationByHandleEx(file, FileBasicInfo, &basic, sizeof basic);
-    // Some file systems lack some of these times.
+    // Some file systems do not store all of these times.
     std::int64_t const latest = std::max(
         {basic.ChangeTime.QuadPart, basic.LastWriteTime.QuadPart, basic.CreationTime.QuadPart});
     return secondsOf({static_cast<DWORD>(latest), static_cast<DWORD>(latest >> 32)});
 }
 
-/// Removes a temporary file that no process has open.
+/// Removes a temporary file if no process has it open and it last changed before `changedBefore`.
 void removeLeftFile(NativeName const & path, std::int64_t changedBefore)
 {
     DWORD const access = DELETE | FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
@@ -117,7 +118,7 @@ void forEachTemporary(NativeName const & folder, Visit const & visit)
 }
 
 /// Returns whether a folder should be searched now. Repeated calls for one folder return true once
-/// a minute, since a process that writes many files into it must not list it for each of them.
+/// a minute, since a process that writes many files must not list the folder for each file.
 bool isSearchDue(NativeName const & folder, std::int64_t now)
 {
     static std::atomic<std::size_t> last = 0;
@@ -128,7 +129,7 @@ bool isSearchDue(NativeName const & folder, std::int64_t now)
 } // namespace
 
 struct NewFile::System {
-    OpenFile openFolder; ///< cannot be renamed or deleted as long as it is open
+    OpenFile openFolder; ///< while it is open, no process can rename or delete the folder
     NativeName folder;   ///< ends with a separator
     NativeName target;
     bool hasPrevious = false;
@@ -170,8 +171,8 @@ Result<> NewFile::System::copyPreviousRights()
                     ::SetKernelObjectSecurity(toHandle(file), rights, descriptor.data()));
 }
 
-/// Opens the temporary file again after it was written by name. Fails if it is not the created
-/// file.
+/// Opens the temporary file again after writeByName. Fails if the name refers to another file than
+/// the one that create() has created.
 Result<> NewFile::System::reopen()
 {
     DWORD const flags = FILE_FLAG_OPEN_REPARSE_POINT;
@@ -204,7 +205,8 @@ void NewFile::System::removeLeftFiles() const
             Temporary const kind = temporaryKind(name, windowsSystem);
             std::int64_t const before =
                 now - (kind == Temporary::OfAnother ? leftBehindAfter : reopenedWithin);
-            // A file that may be in use is not opened, since its writer could not open it then.
+            // A file that may be in use is not opened: while it is open here, its writer cannot
+            // open it.
             if (kind != Temporary::No && secondsOf(found.ftCreationTime) < before &&
                 secondsOf(found.ftLastWriteTime) < before)
                 removeLeftFile(folder + name, before);
@@ -237,7 +239,7 @@ Result<> NewFile::open(NativeName const & target, Links links)
     attributes = ::GetFileAttributesW(system_->target.c_str());
     system_->hasPrevious = attributes != INVALID_FILE_ATTRIBUTES;
     system_->keepsRights = system_->hasPrevious && links == Links::Followed;
-    // The system itself returns this code for writing to a folder.
+    // CreateFileW itself returns ERROR_ACCESS_DENIED when a folder is opened for writing.
     if (system_->hasPrevious && (attributes & FILE_ATTRIBUTE_DIRECTORY))
         return Error{ERROR_ACCESS_DENIED, "", ErrorKind::NotAFile};
     return {};
@@ -309,7 +311,8 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
                                                 std::int64_t modified)
 {
     NativeName const kept = system_->target + NativeName(suffix, suffix + std::strlen(suffix));
-    // Only one process at a time can open the file with the right to delete it. The others wait.
+    // Only one process at a time can open the file with these access and sharing modes. The other
+    // processes retry.
     DWORD const access = DELETE | FILE_READ_ATTRIBUTES;
     OpenFile previous;
     for (int i = 0; i < maxTries && !previous.isOpen(); ++i) {

@@ -18,7 +18,7 @@ namespace
 
 constexpr std::size_t largestTransfer = std::size_t{4} << 20;
 
-/// Returns an open file. Refuses pipes, since their other end may never respond.
+/// Returns `file` if it is open. Refuses pipes, since their other end may never respond.
 Result<OpenFile> opened(OpenFile file)
 {
     if (!file.isOpen())
