@@ -11,7 +11,9 @@ namespace
 using Bytes = PerformanceObject::Bytes;
 using Word = std::uint32_t;
 
-// Offsets and sizes of the structures. They are equal in programs of 32 and 64 bits.
+// Offsets and sizes, in bytes, of the system's structures PERF_DATA_BLOCK, PERF_OBJECT_TYPE,
+// PERF_COUNTER_DEFINITION and PERF_INSTANCE_DEFINITION. They are equal in 32-bit and 64-bit
+// programs.
 namespace block
 {
 constexpr std::size_t totalLength = 20, headerLength = 24, objectCount = 28, time100ns = 72;
@@ -35,7 +37,7 @@ constexpr std::size_t length = 0, nameOffset = 16, nameLength = 20;
 constexpr std::size_t size = 24;
 } // namespace instance
 
-/// Returns `length` bytes at an offset. Empty if there are fewer bytes.
+/// Returns `length` bytes at an offset. Empty if the range exceeds `bytes`.
 std::optional<Bytes> part(Bytes bytes, std::size_t offset, std::size_t length)
 {
     if (offset > bytes.size() || length > bytes.size() - offset)
@@ -54,8 +56,8 @@ std::optional<Number> read(Bytes bytes, std::size_t offset)
     return number;
 }
 
-/// Returns the structure at the beginning of the bytes, which contains its own length. Empty if it
-/// is shorter than `minimum`.
+/// Returns the structure at the beginning of the bytes. The structure contains its own length at
+/// `lengthOffset`. Empty if the length is below `minimum` or exceeds the bytes.
 std::optional<Bytes> structure(Bytes bytes, std::size_t lengthOffset, std::size_t minimum)
 {
     auto const length = read<Word>(bytes, lengthOffset);
@@ -72,8 +74,8 @@ std::optional<Bytes> wholeBlock(Bytes bytes)
     return structure(bytes, block::totalLength, block::size);
 }
 
-/// Returns the first of `count` consecutive structures for which `accept` returns true. Returns
-/// nothing if there is none, or if a structure exceeds the bytes.
+/// Returns the first of `count` consecutive structures that `accept` accepts. Empty if it accepts
+/// none, or if a structure before that is not valid.
 template <typename Accept>
 std::optional<Bytes> findStructure(Bytes bytes, Word count, std::size_t lengthOffset,
                                    std::size_t minimum, Accept const & accept)
@@ -98,7 +100,8 @@ bool hasName(Bytes definition, std::u16string_view name)
 {
     auto const offset = read<Word>(definition, instance::nameOffset);
     auto const length = read<Word>(definition, instance::nameLength);
-    // The length includes the terminator, so a longer name has another length.
+    // The length includes the terminator. The lengths are compared, since a longer name may begin
+    // with `name`.
     std::size_t const size = name.size() * sizeof(char16_t);
     if (!length || *length != size + sizeof(char16_t))
         return false;
@@ -128,7 +131,8 @@ Bytes PerformanceObject::instances() const
     return definitions ? object_.subspan(definitions->size()) : Bytes();
 }
 
-/// Searches the instances. An instance consists of its definition and the block of its counters.
+/// Returns the counters of the first instance that `accept` accepts; empty if it accepts none. An
+/// instance consists of its definition and its block of counters.
 template <typename Accept>
 std::optional<Bytes> PerformanceObject::findInstance(Accept const & accept) const
 {

@@ -9,7 +9,7 @@
 namespace ox::platform
 {
 
-/// Numbers of the objects and counters in performance data.
+/// Title indexes: the numbers that Windows gives to objects and counters in performance data.
 enum class Title : std::uint32_t {
     Memory = 4,
     ProcessorTime = 6,
@@ -24,28 +24,28 @@ enum class Title : std::uint32_t {
 
 /// One object of a block of raw performance data: processes, processors or memory.
 ///
-/// Counter providers of any origin write the block. Every offset and length in the block is
-/// checked. A structure that exceeds the enclosing one is treated as missing. The object does not
-/// own the bytes.
+/// Third-party counter providers can write parts of the block, so every offset and length in it is
+/// checked. A structure that exceeds the enclosing structure is treated as missing. The class does
+/// not own the bytes.
 class PerformanceObject
 {
   public:
     using Bytes = std::span<char const>;
 
-    /// Returns the object with a title; empty if the block does not contain it or is damaged before
-    /// it.
+    /// Returns the object with this title. Empty if the block does not contain the object, or if
+    /// the block before the object is damaged.
     static std::optional<PerformanceObject> find(Bytes block, Title title);
 
     /// Calls `visit` for each instance with the bytes of its counters, in the order of the block.
     void forEachInstance(std::function<void(Bytes)> const & visit) const;
-    /// Returns the counters of the first instance with a name; empty if the object does not contain
-    /// it.
+    /// Returns the counters of the first instance with this name; empty if there is none.
     std::optional<Bytes> instanceNamed(std::u16string_view name) const;
     /// Returns the counters of an object without instances, such as the memory; empty if the object
     /// has instances.
     std::optional<Bytes> onlyInstance() const;
 
-    /// Returns the value of a counter of 4 or 8 bytes; empty if the object does not contain it.
+    /// Returns the value of a counter of 4 or 8 bytes. `instance` is the bytes of the instance's
+    /// counters. Empty if the object does not contain the counter or it has another size.
     std::optional<std::uint64_t> value(Bytes instance, Title counter) const;
 
   private:
@@ -53,7 +53,7 @@ class PerformanceObject
 
     template <typename Accept>
     std::optional<Bytes> findInstance(Accept const & accept) const;
-    /// Returns the part of the object with its instances: the bytes behind the counter definitions.
+    /// Returns the part of the object after the counter definitions, which contains its instances.
     Bytes instances() const;
 
     Bytes object_;

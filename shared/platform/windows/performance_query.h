@@ -6,12 +6,12 @@
 namespace ox::platform
 {
 
-/// Queries the performance data of one object. Returns the part of the buffer that the system
-/// filled.
+/// Queries the performance data of one object into `buffer`. Returns the part of the buffer that
+/// the system has filled.
 Result<std::span<char const>> queryPerformanceData(Title object, std::span<char> buffer);
 
-/// Returns the error for performance data that does not contain the expected object. The step of
-/// the error is that of the query.
+/// Returns the error for performance data that does not contain the expected object. Error::step is
+/// the same as after a failed query.
 Error missingPerformanceData();
 
 } // namespace ox::platform

@@ -9,8 +9,8 @@
 namespace ox::platform
 {
 
-/// Converts a text to Latin-1 in `buffer`, with '?' for other characters; cut at the size of
-/// `buffer`.
+/// Converts a text to Latin-1 in `buffer`, with '?' for characters that Latin-1 lacks. Truncates
+/// the text at the size of `buffer`.
 template <std::size_t size>
 std::string_view narrowed(wchar_t const * text, std::array<char, size> & buffer)
 {
@@ -20,7 +20,8 @@ std::string_view narrowed(wchar_t const * text, std::array<char, size> & buffer)
     return {buffer.data(), n};
 }
 
-/// Opens a process; INVALID_HANDLE_VALUE after a failure, where the system returns null.
+/// Opens a process. Returns INVALID_HANDLE_VALUE on failure, as Handle requires; OpenProcess itself
+/// returns null.
 inline HANDLE openProcess(DWORD access, std::uint32_t id)
 {
     HANDLE const process = ::OpenProcess(access, FALSE, id);

@@ -19,7 +19,7 @@ ProcessOwner failedWith(DWORD error)
     return owner;
 }
 
-/// Returns the owner in the security descriptor of a process, or null on failure. The result points
+/// Returns the owner in the security descriptor of a process; null on failure. The result points
 /// into `buffer`.
 PSID ownerOf(HANDLE process, std::vector<char> & buffer)
 {

@@ -33,8 +33,8 @@ std::int64_t countOf(FILETIME time)
     return static_cast<std::int64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
 }
 
-/// Reads the counters of a process that is missing in the performance data. A process that has
-/// ended can still be opened while another process has a handle to it.
+/// Reads the counters of a process that the performance data does not contain. Empty if the process
+/// has ended; it can still be opened while another process has a handle to it.
 std::optional<ProcessCounters> countersNow(std::uint32_t id)
 {
     Handle const process(openProcess(PROCESS_QUERY_LIMITED_INFORMATION, id));
@@ -81,8 +81,8 @@ Result<std::int64_t> ProcessTable::readCounters(std::span<std::uint32_t const>)
 Result<std::int64_t> ProcessTable::readAllCounters()
 {
     current_.begin(0);
-    // The signature is cleared, so that neither the previous block nor a truncated block counts as
-    // valid.
+    // The signature at the start of the buffer is cleared before the query and after a failed
+    // query. So neither the previous block nor a truncated block counts as valid.
     auto const clearSignature = [this] { std::ranges::fill(raw_.first(8), '\0'); };
     clearSignature();
     auto const block = queryPerformanceData(Title::Process, raw_);
@@ -125,7 +125,8 @@ Result<> setPrivilege(char const * name, bool enable)
     privileges.Privileges[0].Attributes = enable ? SE_PRIVILEGE_ENABLED : 0;
     if (!::LookupPrivilegeValueA(nullptr, name, &privileges.Privileges[0].Luid))
         return lastError("LookupPrivilegeValueA");
-    // The call also succeeds if the token lacks the privilege; only the last error shows it.
+    // AdjustTokenPrivileges also succeeds if the token lacks the privilege; only the last error
+    // then differs.
     bool const isAdjusted =
         ::AdjustTokenPrivileges(token.get(), FALSE, &privileges, 0, nullptr, nullptr) != FALSE;
     return resultOf(isAdjusted && ::GetLastError() != ERROR_NOT_ALL_ASSIGNED,

@@ -10,9 +10,9 @@
 namespace ox::platform
 {
 
-/// Parses the storage descriptor that a disk's driver returns on Windows: a header of 32-bit words
-/// in little-endian order, and texts at the offsets in it. Empty if the bytes do not contain the
-/// whole header. A text outside the bytes is ignored.
+/// Parses the storage descriptor (STORAGE_DEVICE_DESCRIPTOR) that a disk's driver returns: a header
+/// of 32-bit little-endian words, which contain the offsets of texts. Empty if `answer` does not
+/// contain the whole header. A text outside `answer` is ignored.
 inline std::optional<Disk> parseStorageDescriptor(std::span<unsigned char const> answer)
 {
     constexpr std::size_t headSize = 36, modelWord = 16, busWord = 28;
