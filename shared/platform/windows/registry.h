@@ -13,7 +13,7 @@ namespace ox::platform
 class RegistryKey
 {
   public:
-    /// Opens an existing key. 32-bit programs use the registry of 64-bit programs.
+    /// Opens an existing key in the 64-bit view of the registry, even in a 32-bit program.
     RegistryKey(HKEY root, wchar_t const * path, REGSAM rights)
     {
         if (::RegOpenKeyExW(root, path, 0, rights | KEY_WOW64_64KEY, &key_) != ERROR_SUCCESS)
@@ -55,8 +55,8 @@ class RegistryKey
                          sizeof value);
     }
 
-    /// Returns a text value with its environment variables expanded; empty if it does not exist or
-    /// is too long for a path.
+    /// Returns a text value with its environment variables expanded. Empty if the value does not
+    /// exist or has more than 1023 characters.
     std::optional<std::wstring> text(wchar_t const * name) const
     {
         wchar_t value[1024];
@@ -71,7 +71,7 @@ class RegistryKey
     HKEY key_ = nullptr;
 };
 
-/// Sets a 4-byte value to 0 if it is 1; any other value stays unchanged.
+/// Sets the 4-byte value `name` of the key `path` to 0 if it is 1. Any other value stays unchanged.
 inline void turnOff(HKEY root, wchar_t const * path, wchar_t const * name)
 {
     RegistryKey const key(root, path, KEY_QUERY_VALUE | KEY_SET_VALUE);

@@ -11,8 +11,8 @@ namespace
 
 constexpr std::size_t longestMessage = 500;
 
-/// Returns a message in the default language from the table of the system or of a module. Empty if
-/// the table has none.
+/// Returns the message for a code, in the default language, from the message table of the system or
+/// of a module. `source` selects the table. Empty if the table does not contain the code.
 std::optional<std::u16string> message(DWORD source, HMODULE module, DWORD code)
 {
     DWORD const saved = ::GetLastError();

@@ -11,7 +11,7 @@
 
 #include <winternl.h>
 
-// The functions are in ntdll; the headers of the system do not declare them.
+// Functions of ntdll that the system's headers do not declare.
 extern "C" {
 NTSTATUS NTAPI NtOpenDirectoryObject(PHANDLE, ACCESS_MASK, POBJECT_ATTRIBUTES);
 NTSTATUS NTAPI NtQueryDirectoryObject(HANDLE, PVOID, ULONG, BOOLEAN, BOOLEAN, PULONG, PULONG);
@@ -33,8 +33,8 @@ class GlobalAccess
 
     SECURITY_ATTRIBUTES * attributes() { return &attributes_; }
 
-    /// Builds the attributes once. A failed call releases all its memory, so the next call starts
-    /// from the beginning.
+    /// Builds the attributes, unless they exist. A failed call releases all its memory, so that the
+    /// next call starts from the beginning.
     Result<> build()
     {
         if (attributes_.lpSecurityDescriptor)
@@ -113,7 +113,7 @@ std::wstring_view viewOf(UNICODE_STRING const & text)
     return {text.Buffer, text.Length / sizeof(wchar_t)};
 }
 
-/// Opens a directory of the object manager; INVALID_HANDLE_VALUE after a failure.
+/// Opens a directory of the object manager. Returns INVALID_HANDLE_VALUE on failure.
 HANDLE openDirectory(std::wstring path)
 {
     auto const bytes = static_cast<USHORT>(path.size() * sizeof(wchar_t));
@@ -127,7 +127,8 @@ HANDLE openDirectory(std::wstring path)
                                                                        : directory;
 }
 
-/// Adds the sections in a directory of the object manager whose names begin with `prefix`.
+/// Appends to `all` the sections (file mappings) in a directory of the object manager whose names
+/// begin with `prefix`.
 Result<> addSections(std::wstring const & path, std::string const & prefix,
                      SharedSegment::Reach reach, std::vector<SharedSegment::Listed> & all)
 {
@@ -152,7 +153,7 @@ Result<> addSections(std::wstring const & path, std::string const & prefix,
     }
 }
 
-/// Returns whether a name is valid. The system truncates a name at its first 0, so it would open
+/// Returns whether a name contains no 0. The system would truncate the name at the 0 and open
 /// another segment.
 bool isValidName(std::string const & name)
 {
@@ -210,7 +211,7 @@ Result<std::vector<SharedSegment::Listed>> SharedSegment::list(std::string const
     if (auto const added = addSections(L"\\BaseNamedObjects", prefix, Reach::Global, all); !added)
         return added.error();
     DWORD session = 0;
-    // In session 0 the names without "Global\" are in the same directory.
+    // In session 0 the local names are in the directory of the global names.
     if (::ProcessIdToSessionId(::GetCurrentProcessId(), &session) && session != 0)
         static_cast<void>(
             addSections(L"\\Sessions\\" + std::to_wstring(session) + L"\\BaseNamedObjects", prefix,

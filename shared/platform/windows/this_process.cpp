@@ -11,8 +11,8 @@ namespace ox::platform
 namespace
 {
 
-/// Calls `read(buffer, capacity)` with growing buffers until the result fits. The system's calls
-/// return the length of the result, or at least `capacity` if it does not fit.
+/// Calls `read(buffer, capacity)` with growing buffers until the result fits. `read` is a system
+/// call that returns the length of the result, or at least `capacity` if the result does not fit.
 template <typename Read>
 std::wstring readIntoGrowingBuffer(Read read)
 {
@@ -25,7 +25,7 @@ std::wstring readIntoGrowingBuffer(Read read)
     }
 }
 
-/// Converts 8-bit text of the system, such as the arguments of a program.
+/// Converts text in the ANSI code page, such as the arguments of a program, to UTF-16.
 std::wstring fromCodePage(std::string_view text)
 {
     std::wstring wide(text.size(), L'\0');

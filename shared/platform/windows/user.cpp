@@ -19,8 +19,8 @@ namespace ox::platform
 namespace
 {
 
-/// Returns the SID of the user whose settings are in use, which is the name of the registry key
-/// with these settings.
+/// Returns the SID of the user whose settings the process uses: the name of the registry key that
+/// HKEY_CURRENT_USER refers to.
 Result<std::u16string> settingsId()
 {
     HKEY opened = nullptr;
