@@ -46,7 +46,7 @@ struct LocalClock {
 };
 
 /// Sets the machine's clock.
-/// Fails: when the user may not do this, or the system rejects the time.
+/// Fails: when the user lacks the right to do so, or the system rejects the time.
 Result<> setLocalClock(LocalClock const & clock);
 
 } // namespace ox::platform

@@ -10,7 +10,7 @@
 namespace ox::platform
 {
 
-/// A lock file, which at most one process of all machines of the farm holds.
+/// A lock file that at most one process on all machines of the farm holds at a time.
 ///
 /// The process that creates the file holds the lock; all other processes that see the same folder
 /// find the name in use. The holder keeps the file open in a way that other processes can detect.

@@ -35,12 +35,12 @@ struct Processors {
 /// Returns the processors of the machine.
 Processors processors();
 
-/// On Windows, returns whether the call of IsWow64Process succeeds; its result does not matter.
-/// Empty if the system lacks this function. On Linux, returns whether the kernel has 64 bits.
+/// On Windows, returns whether IsWow64Process succeeds, whatever it reports; empty if the system
+/// lacks this function. On Linux, returns whether the kernel has 64 bits.
 std::optional<bool> answersWordSize();
 
-/// Returns whether the registry's system policy contains a value that turns User Account Control on
-/// or off. Its setting does not matter. Empty when the policy cannot be opened, and on Linux.
+/// Returns whether the system policy in the registry contains the switch of User Account Control
+/// (EnableLUA), whether on or off. Empty when the policy cannot be opened, and on Linux.
 std::optional<bool> hasAccountControlSwitch();
 
 /// Enables the disabled performance counters of processors and processes, if the user has the right
@@ -70,8 +70,8 @@ Result<KernelMemory> kernelMemory(std::span<char> buffer);
 /// Returns the system's own report on the memory; empty on Windows.
 std::optional<std::u16string> memoryReport();
 
-/// Average idle time of the machine's processors at one moment. Both members count 100 ns from an
-/// arbitrary origin.
+/// Average idle time of the machine's processors up to one moment. Both members count 100 ns from
+/// an arbitrary origin.
 struct IdleSample {
     std::int64_t idle; ///< idle time since the origin
     std::int64_t time; ///< moment of the reading

@@ -61,8 +61,8 @@ class MinidumpWriter
     /// longestDumpFolder units.
     void setFolder(NativeName const & folder);
 
-    /// Writes a dump of the running process, as if the calling thread had an exception with the
-    /// given code. Returns the result of the callback.
+    /// Writes a dump of the running process, as if the calling thread had an exception with this
+    /// `code`. Returns the result of the callback.
     bool write(std::uint32_t code);
     /// Writes a dump for an exception of the calling thread. Returns the result of the callback;
     /// false if the exception has no record or no context.
@@ -73,9 +73,9 @@ class MinidumpWriter
     std::unique_ptr<Implementation> implementation_;
 };
 
-/// Calls `work(data)` after a crash and returns whether it has returned. Abandons `work` if it
-/// crashes, calls abort() or takes longer than three seconds, for example because it waits for a
-/// lock that a crashed thread holds.
+/// Calls `work(data)` after a crash. Returns true if `work` returns normally. Abandons `work` and
+/// returns false if it crashes, calls abort() or takes longer than three seconds, for example
+/// because it waits for a lock that a crashed thread holds.
 bool runGuarded(void (*work)(void *), void * data);
 
 /// Returns the code of an exception; 0 if it has no record.

@@ -38,8 +38,8 @@ class NewFile
     /// that is not a regular file and, for root, for a link of another user.
     Result<> open(NativeName const & target, Links links);
 
-    /// Returns a name under which the previous file can be read. The name stays valid when the
-    /// target's name changes. Empty without a previous file.
+    /// Returns a name under which the previous file can be read; empty if there is none. On Linux
+    /// the name stays valid even after the target is renamed or replaced.
     NativeName previousName() const;
 
     /// Selects who has rights on a new file that does not take over the rights of a previous file:

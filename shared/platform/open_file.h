@@ -92,7 +92,7 @@ enum class Content { Kept, Emptied };
 /// /dev/stdout, and devices other than disks.
 Result<OpenFile> openForWriting(NativeName const & name, Content content, Writers writers);
 
-/// Opens a regular file for writing, as openForWriting with Writers::Allowed does.
+/// Opens a file like openForWriting with Writers::Allowed, but only a regular file.
 Result<OpenFile> openInPlace(NativeName const & name, Content content);
 
 /// How the creation of a file treats an existing name.

@@ -25,8 +25,8 @@ inline constexpr std::string_view executableSuffix = "";
 struct ListedProcess {
     std::uint32_t id;       ///< process id
     std::uint32_t parentId; ///< process id of the parent
-    /// File name of the executable. On Linux these are bytes; if the executable is not readable,
-    /// they are the command name. On Windows the name is Latin-1, with '?' for other characters.
+    /// File name of the executable. On Linux these are its bytes, or the command name if the
+    /// executable is not readable. On Windows the name is Latin-1, with '?' for other characters.
     std::string_view name;
 };
 
@@ -163,8 +163,8 @@ class ProcessOwners
         ProcessOwner owner;
     };
 
-    /// Returns the account that owns a process. If the account is not available, returns the result
-    /// of of().
+    /// Returns the account that owns a process. If the account is not available, returns the
+    /// ProcessOwner that of() reports.
     static std::variant<AccountId, ProcessOwner> accountOf(std::uint32_t id);
     /// Looks up the name of an account.
     static ProcessOwner nameOf(AccountId const & account);

@@ -26,8 +26,8 @@ Result<std::u16string> userFolder(UserFolder folder);
 /// whose rights it has (on Linux the effective user).
 enum class UserOf { Settings, Process };
 
-/// Values of Error::step after userId and userHome, besides the names of system calls: opening or
-/// reading the system's list of users has failed. On Windows the list is in the registry.
+/// Values of Error::step when userId or userHome cannot open or cannot read the system's list of
+/// users. On Windows the list is in the registry.
 inline constexpr char openUserList[] = "open registry";
 inline constexpr char readUserList[] = "read value";
 /// Value of Error::step when the access token of the process cannot be read (Windows).

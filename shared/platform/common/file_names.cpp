@@ -45,8 +45,8 @@ struct CodePoint {
     std::size_t length;
 };
 
-/// Returns the code point at the start of the bytes, or U+FFFD with the length 1 if they are not
-/// UTF-8.
+/// Returns the code point at the start of the bytes, or U+FFFD with the length 1 if the bytes do
+/// not start with valid UTF-8.
 CodePoint first(std::string_view bytes)
 {
     static constexpr char32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};

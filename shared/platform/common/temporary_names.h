@@ -39,7 +39,7 @@ inline NativeName temporaryName(std::uint32_t system, std::uint32_t process, std
     return temporaryPrefix(system, process).append(text, text + length);
 }
 
-/// Whether a name belongs to a temporary file, and to one of this or another system.
+/// Whether a name belongs to a temporary file, and whether its SYSTEM is that of this system.
 enum class Temporary { No, OfThisSystem, OfAnother };
 
 /// Returns whether `name` belongs to a temporary file, and whether its SYSTEM is `system`.

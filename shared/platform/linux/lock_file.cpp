@@ -163,7 +163,8 @@ bool wasWrittenBefore(int descriptor, std::int64_t time)
     return ::fstat(descriptor, &status) == 0 && status.st_mtim.tv_sec < time;
 }
 
-/// Returns whether `error` of a removal may mean that the share refuses to remove an open file.
+/// Returns whether the error code of a failed removal may mean that the share refuses to remove an
+/// open file.
 bool isOpenFileRefusal(int error)
 {
     return error == EBUSY || error == ETXTBSY || error == EACCES || error == EPERM;

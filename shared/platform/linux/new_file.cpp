@@ -84,8 +84,8 @@ bool takeFlock(int file)
 }
 
 /// Calls `change`, which renames or deletes an open file. An SMB share can refuse this with EBUSY
-/// while the file is open. The call then closes the file by `close` and retries for up to 255 ms,
-/// since a FUSE client may report the close to the server after close() has returned.
+/// while the file is open. In this case calls `close` and retries `change` for up to 255 ms, since
+/// a FUSE client may report the close to the server only after close() has returned.
 template <typename Change, typename Close>
 Result<> changeName(Change const & change, Close const & close)
 {

@@ -147,7 +147,7 @@ Result<OpenFile> openForWriting(NativeName const & name, Content content, Writer
     int const flags = O_WRONLY | O_CREAT | (content == Content::Kept ? O_APPEND : O_TRUNC);
     if (::geteuid() != 0)
         return openNonBlocking(AT_FDCWD, name, flags);
-    // If the name is not a link, this is the only call.
+    // If the name is not a link, no further step is necessary.
     Result<OpenFile> file = openNonBlocking(AT_FDCWD, name, flags | O_NOFOLLOW);
     if (file || file.error().code != ELOOP)
         return file;

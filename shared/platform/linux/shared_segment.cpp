@@ -18,10 +18,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-// A segment is a file in /dev/shm, its object. The protocol, which docs/shared_memory.md explains:
-// each process that has a segment open holds a shared flock on the object. A new object has its
-// full size and a flock before it gets its name. A process that holds the exclusive flock is the
-// only user of the object. It either fills the object again or removes its name.
+// The memory of a segment is a file in /dev/shm, called the object of the segment.
+//
+// The protocol, which docs/shared_memory.md explains: each process that has a segment open holds a
+// shared flock on the object. A new object has its full size and a flock before it gets its name. A
+// process that holds the exclusive flock is the only user of the object. It either fills the object
+// again or removes its name.
 
 namespace ox::platform
 {

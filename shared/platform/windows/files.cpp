@@ -37,14 +37,14 @@ bool isOneFile(NativeName const & one, NativeName const & other)
         if (!file.isOpen() || !::GetFileInformationByHandle(file.get(), &files[i]))
             return false;
     }
-    // Some servers return the index 0 for all files.
+    // Some servers return the file index 0 for all files.
     return (files[0].nFileIndexHigh | files[0].nFileIndexLow) != 0 &&
            files[0].dwVolumeSerialNumber == files[1].dwVolumeSerialNumber &&
            files[0].nFileIndexHigh == files[1].nFileIndexHigh &&
            files[0].nFileIndexLow == files[1].nFileIndexLow && files[0].nNumberOfLinks == 1;
 }
 
-/// An absolute path in the form without a length limit. It allocates no memory.
+/// An absolute path with the prefix \\?\, which removes the length limit. Allocates no memory.
 class UnlimitedName
 {
   public:
@@ -114,7 +114,7 @@ Result<> moveFile(NativeName const & from, NativeName const & to)
 
 Result<> moveOver(NativeName const & from, NativeName const & to)
 {
-    // Succeeds for names of one file that differ only in letter case.
+    // moveFile() succeeds if both names refer to one file and differ only in letter case.
     Result<> const moved = moveFile(from, to);
     if (moved || moved.error().kind() != ErrorKind::AlreadyExists)
         return moved;
