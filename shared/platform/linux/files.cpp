@@ -28,17 +28,17 @@ Result<> moveByCopying(NativeName const & from, NativeName const & to)
     return unlinked;
 }
 
-bool isOneFile(struct stat const & one, struct stat const & other)
+bool isSameFile(struct stat const & one, struct stat const & other)
 {
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
-bool isOneFolder(NativeName const & one, NativeName const & other)
+bool isSameFolder(NativeName const & one, NativeName const & other)
 {
     struct stat first;
     struct stat second;
     return ::stat(one.c_str(), &first) == 0 && ::stat(other.c_str(), &second) == 0 &&
-           isOneFile(first, second);
+           isSameFile(first, second);
 }
 
 struct SplitName {
@@ -54,18 +54,18 @@ struct SplitName {
 };
 
 /// Returns whether two names refer to the same folder entry.
-bool isOneEntry(NativeName const & one, NativeName const & other)
+bool isSameEntry(NativeName const & one, NativeName const & other)
 {
     SplitName const first(one);
     SplitName const second(other);
-    return first.file == second.file && isOneFolder(first.folder, second.folder);
+    return first.file == second.file && isSameFolder(first.folder, second.folder);
 }
 
 /// Renames a file to a name that already refers to it: a hard link or another spelling. rename()
 /// does nothing between two names of one file, so the file gets a third name first.
 Result<> renameToOwnName(NativeName const & from, NativeName const & to, bool hasHardLinks)
 {
-    if (isOneEntry(from, to))
+    if (isSameEntry(from, to))
         return {};
     NativeName const between = from + "~ox" + std::to_string(::getpid());
     if (Result<> const renamed = renameToNewName(from.c_str(), between.c_str()); !renamed)
@@ -114,10 +114,10 @@ Result<> moveOver(NativeName const & from, NativeName const & to)
     struct stat target;
     if (::lstat(from.c_str(), &source) != 0 || ::lstat(to.c_str(), &target) != 0)
         return lastError();
-    if (isOneFile(source, target))
+    if (isSameFile(source, target))
         return renameToOwnName(from, to, source.st_nlink > 1);
     struct stat linked;
-    if (S_ISLNK(source.st_mode) && ::stat(from.c_str(), &linked) == 0 && isOneFile(linked, target))
+    if (S_ISLNK(source.st_mode) && ::stat(from.c_str(), &linked) == 0 && isSameFile(linked, target))
         return Error{EEXIST};
     if (::rename(from.c_str(), to.c_str()) == 0)
         return {};

@@ -163,10 +163,10 @@ struct FolderWalk::System {
             return true;
         struct stat found = {};
         int const at = ::dirfd(open.get());
-        bool const isThere = ::fstatat(at, name, &found, 0) == 0 ||
-                             ::fstatat(at, name, &found, AT_SYMLINK_NOFOLLOW) == 0;
+        bool const exists = ::fstatat(at, name, &found, 0) == 0 ||
+                            ::fstatat(at, name, &found, AT_SYMLINK_NOFOLLOW) == 0;
         status = found;
-        return isThere;
+        return exists;
     }
 };
 

@@ -58,7 +58,7 @@ std::uint32_t thisProcess()
     return static_cast<std::uint32_t>(::getpid());
 }
 
-NativeName freshName()
+NativeName newTemporaryName()
 {
     std::uint32_t number = 0;
     if (::getrandom(&number, sizeof number, 0) != sizeof number)
@@ -262,7 +262,7 @@ Result<> NewFile::create(Access access)
     mode_t const mode = system_->keepsMode || access == Access::Owner ? 0600 : 0666;
     Result<> created = Error{EEXIST};
     for (int i = 0; i < maxTries && !created && created.error().code == EEXIST; ++i)
-        created = system_->createAs(freshName(), mode);
+        created = system_->createAs(newTemporaryName(), mode);
     return created && system_->keepsMode ? system_->copyPreviousRights() : created;
 }
 
@@ -330,7 +330,7 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
     // until the new file takes that name. The status is read through the link, since another
     // process may have just put a new file in place, which must not become the backup.
     for (int i = 0; i < maxTries; ++i) {
-        NativeName const link = freshName();
+        NativeName const link = newTemporaryName();
         if (::linkat(folder, place.name.c_str(), folder, link.c_str(), 0) != 0)
             break;
         bool const isKnown = place.status(status, link);

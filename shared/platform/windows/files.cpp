@@ -28,7 +28,7 @@ NativeName rootOf(NativeName path)
 
 /// Returns whether two names refer to one file that has a single hard link: for example, one name
 /// is a symbolic link. Deleting the file by one name then also deletes it for the other name.
-bool isOneFile(NativeName const & one, NativeName const & other)
+bool isSameFileWithOneLink(NativeName const & one, NativeName const & other)
 {
     BY_HANDLE_FILE_INFORMATION files[2];
     NativeName const * const names[] = {&one, &other};
@@ -118,7 +118,7 @@ Result<> moveOver(NativeName const & from, NativeName const & to)
     Result<> const moved = moveFile(from, to);
     if (moved || moved.error().kind() != ErrorKind::AlreadyExists)
         return moved;
-    if (isOneFile(from, to))
+    if (isSameFileWithOneLink(from, to))
         return Error{ERROR_ALREADY_EXISTS};
     Result<> const deleted = deleteFile(to);
     return deleted ? moveFile(from, to) : deleted;

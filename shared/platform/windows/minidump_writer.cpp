@@ -49,13 +49,13 @@ class GuardThread
     bool run(void (*work)(void *), void * data)
     {
         constexpr DWORD timeoutMs = 3000;
-        if (!thread_ || isLost_)
+        if (!thread_ || hasTimedOut_)
             return false;
         work_ = work;
         data_ = data;
         ::SetEvent(begin_);
-        isLost_ = ::WaitForSingleObject(end_, timeoutMs) != WAIT_OBJECT_0;
-        return !isLost_;
+        hasTimedOut_ = ::WaitForSingleObject(end_, timeoutMs) != WAIT_OBJECT_0;
+        return !hasTimedOut_;
     }
 
   private:
@@ -90,7 +90,7 @@ class GuardThread
     std::atomic<DWORD> exitCode_ = 1;
     void (*work_)(void *) = nullptr;
     void * data_ = nullptr;
-    bool isLost_ = false;
+    bool hasTimedOut_ = false;
     HANDLE const thread_;
 };
 

@@ -26,7 +26,7 @@ constexpr DWORD allRights = GENERIC_READ | GENERIC_WRITE | DELETE | READ_CONTROL
 /// is open for a moment before and after NewFile::writeByName writes the file.
 constexpr std::int64_t reopenedWithin = 10;
 
-NativeName freshName()
+NativeName newTemporaryName()
 {
     return temporaryName(windowsSystem, ::GetCurrentProcessId(), std::random_device()());
 }
@@ -254,7 +254,7 @@ Result<> NewFile::create(Access)
 {
     DWORD error = ERROR_FILE_EXISTS;
     for (int i = 0; i < maxTries && error == ERROR_FILE_EXISTS; ++i) {
-        NativeName const path = system_->folder + freshName();
+        NativeName const path = system_->folder + newTemporaryName();
         Handle created(openFile(path, allRights, shareAll, CREATE_NEW));
         error = created.isOpen() ? ERROR_SUCCESS : ::GetLastError();
         if (!created.isOpen())
