@@ -22,10 +22,12 @@ struct Milliseconds {
     int * value;
 };
 
-/// Variable that receives the values of an option. Its type determines the number of values: none
-/// for a `bool`, one for a number, a duration or a text, the number of elements of a span, and any
-/// number for a list or a parser, whose option is repeated for each value. A QString receives a
-/// text or a file name, a std::string the unchanged bytes.
+/// Variable that receives the values of an option. Its type determines the number of values:
+/// - `bool`: none;
+/// - a number, a duration or a text: one;
+/// - a span: one for each element;
+/// - a list or a parser: any number; the option is repeated for each value.
+/// A QString receives a text or a file name, a std::string the unchanged bytes.
 using Target =
     std::variant<bool *, int *, double *, Milliseconds, QString *, std::vector<QString> *,
                  std::string *, std::vector<std::string> *, std::span<int>, ParseValue>;
@@ -35,7 +37,7 @@ struct Range {
     double most;
 };
 
-/// Returns the range of integers from `least` on.
+/// Returns the range from `least` to the largest `int`.
 Range atLeast(int least);
 
 /// An option of a command, or a positional argument.
@@ -51,12 +53,12 @@ struct Option {
     bool isHidden = false;                     ///< whether the help leaves the option out
     std::optional<Range> range = {};           ///< of a number, or of a duration in ms
     std::vector<std::string> choices = {};     ///< the values of a text; empty for any
-    std::vector<std::string> suggestions = {}; ///< values that a shell completes; others are valid
-    std::string needs = {};                    ///< name of an option that is also required
-    std::string excludes = {};                 ///< name of an option that must be absent
+    std::vector<std::string> suggestions = {}; ///< completed by a shell; other values are valid
+    std::string needs = {};                    ///< name of another option that must be given
+    std::string excludes = {};                 ///< name of another option that must be absent
 };
 
-/// Heading under which the overview lists a command.
+/// Group of commands, which has its own heading in the help of the program (the overview).
 enum class Group { BufferFiles, Locks, Files, Machine, Diagnosis, Help };
 
 /// A command as data, from which the parser, the help and the overview are built.
@@ -64,10 +66,10 @@ struct Command {
     std::string name = {};
     Group group = {};
     std::string summary = {}; ///< one line, imperative
-    std::string details = {}; ///< facts that the options do not contain; may have several lines
+    std::string details = {}; ///< facts that no option's help contains; may have several lines
     std::vector<Option> options = {};
     std::vector<std::string> examples = {}; ///< whole command lines
-    std::vector<Command> subcommands = {};  ///< if not empty, one of them is required
+    std::vector<Command> subcommands = {};  ///< if not empty, the user must name one of them
     std::function<int()> run = {};          ///< returns the exit status; throws Failure
     bool isHidden = false;                  ///< whether overview, pages and completions omit it
 };

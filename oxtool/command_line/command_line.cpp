@@ -39,7 +39,7 @@ std::string footerOf(Command const & command)
     return text + "\n";
 }
 
-/// Returns the message about a number outside of a range; empty for one inside.
+/// Returns an error message if `text` is not a number in the range, otherwise an empty text.
 std::string checkRange(Range const & range, std::string & text)
 {
     if (CLI::Range(range.least, range.most)(text).empty())
@@ -49,8 +49,8 @@ std::string checkRange(Range const & range, std::string & text)
            std::to_string(static_cast<long long>(range.most));
 }
 
-/// Parses a duration. Returns the message about a text that is none, or that is outside of the
-/// range; empty on success.
+/// Parses a duration into `value`, in ms. Returns an error message if `text` is not a duration or
+/// is outside of the option's range, otherwise an empty text.
 std::string parseMilliseconds(Option const & option, std::string const & text, int & value)
 {
     auto const duration = parseDuration(fromArgument(text), std::chrono::milliseconds(1));
@@ -78,22 +78,23 @@ std::string exitStatusLine()
     return line + '\n';
 }
 
-/// Returns whether a message about wrong use is also written as JSON.
+/// Returns whether the arguments contain --json, so that a message about wrong use is also written
+/// as JSON.
 bool wantsJson(std::vector<std::string> const & arguments)
 {
     auto const end = std::ranges::find(arguments, "--");
     return std::find(arguments.begin(), end, "--json") != end;
 }
 
-/// Returns "; did you mean 'NAME'?" with the nearest name; empty if no name is near.
+/// Returns "; did you mean 'NAME'?" with the name nearest to `given`; empty if no name is near.
 std::string suggestion(std::string const & given, std::vector<std::string> const & names)
 {
     std::string const nearest = nearestName(given, names);
     return nearest.empty() ? std::string() : "; did you mean '" + nearest + "'?";
 }
 
-/// CLI11 reads an argument in brackets as a list: "[a,b]" would become "a" and "b". A 0 character,
-/// which no argument contains, prevents this.
+/// Appends a NUL character to each argument in brackets. Without it CLI11 would split the argument
+/// "[a,b]" into "a" and "b". An argument of the user never contains NUL.
 void maskBrackets(std::vector<std::string> & arguments)
 {
     for (std::string & argument : arguments) {
@@ -102,14 +103,14 @@ void maskBrackets(std::vector<std::string> & arguments)
     }
 }
 
-/// Returns an argument, or a message about one, without the mask.
+/// Returns an argument, or a message that contains one, without the NUL of maskBrackets().
 std::string unmasked(std::string text)
 {
     std::erase(text, '\0');
     return text;
 }
 
-/// Returns the message about a value that is not one of the choices; empty for one that is.
+/// Returns an error message if `text` is not one of the choices, otherwise an empty text.
 std::string checkChoice(std::vector<std::string> const & choices, std::string const & text)
 {
     if (std::find(choices.begin(), choices.end(), text) != choices.end())
@@ -134,7 +135,7 @@ class Parser
             return std::ranges::find(groups, command.group) - std::begin(groups);
         });
         app_.require_subcommand(1);
-        // An argument such as //farm/share is a path, also on Windows.
+        // An argument such as //farm/share is a path and not an option, also on Windows.
         app_.allow_windows_style_options(false);
         app_.get_formatter()->label("SUBCOMMAND", "COMMAND");
         app_.set_help_flag("-h,--help", "Print this help");
@@ -195,7 +196,7 @@ class Parser
                 }};
     }
 
-    /// The build runs this command.
+    /// Returns the command `generate`, which the build runs.
     Command generateCommand() const
     {
         auto const folder = std::make_shared<QString>();
@@ -225,7 +226,7 @@ class Parser
                 return reportWrongUse(unknownCommand(*app, name), parents + " --help");
             app = found.front();
         }
-        // CLI::App::help prints the help of the selected command, which is "help".
+        // CLI::App::help() would print the help of the selected command, which is "help".
         std::string const name = (parents.empty() ? "" : parents + ' ') + app->get_name();
         print(app->get_formatter()->make_help(app, name, CLI::AppFormatMode::Normal));
         return Done;
@@ -343,7 +344,8 @@ class Parser
             option.target);
     }
 
-    /// Returns the message about a command that the program or its command `app` does not have.
+    /// Returns the message about an unknown command. `app` is the program, or the command that has
+    /// no subcommand of this name.
     std::string unknownCommand(CLI::App const & app, std::string const & name) const
     {
         std::string const parent = &app == &app_ ? std::string() : app.get_name() + ' ';
@@ -355,7 +357,7 @@ class Parser
 
     static bool isVisible(CLI::App const * app) { return !app->get_group().empty(); }
 
-    /// Returns the message about an option that a command does not have.
+    /// Returns the message about an unknown option of the command `app`.
     static std::string unknownOption(CLI::App const & app, std::string const & option)
     {
         std::vector<std::string> names;
@@ -372,7 +374,7 @@ class Parser
         return argument.size() > 1 && argument.starts_with('-') && argument != "--";
     }
 
-    /// Returns whether the first unknown argument is in the place of a command.
+    /// Returns whether the first unknown argument stands where `app` expects a command.
     bool isUnknownCommand(CLI::App const & app) const
     {
         std::vector<std::string> const unknown = app_.remaining(true);
@@ -383,8 +385,8 @@ class Parser
     std::string messageOf(CLI::ParseError const & error) const
     {
         CLI::App const & app = selectedApp();
-        // CLI11 reports an unknown command as a missing one, and a missing argument before an
-        // unknown option.
+        // CLI11 reports an unknown command as a missing command. If an argument is missing, it does
+        // not report an unknown option.
         std::vector<std::string> const unknown = app_.remaining(true);
         if (isUnknownCommand(app))
             return unknownCommand(app, unknown.front());
@@ -409,7 +411,7 @@ class Parser
         return text;
     }
 
-    /// Returns the command of the command line, or the program if none is known.
+    /// Returns the command or subcommand that the arguments select; without one, the program.
     CLI::App const & selectedApp() const
     {
         CLI::App const * app = &app_;
@@ -418,7 +420,7 @@ class Parser
         return *app;
     }
 
-    /// Returns the command line that prints the help of the given command.
+    /// Returns the command line that prints the help of the selected command.
     std::string helpLine() const
     {
         std::string line = app_.get_name();

@@ -14,7 +14,7 @@ struct Program {
     std::string summary;
     std::string version;
     std::vector<Command> commands;
-    bool canGenerate = false; ///< whether the hidden command `generate`, which writes files, exists
+    bool canGenerate = false; ///< adds the hidden command `generate`, see writeGeneratedFiles()
 };
 
 /// Parses the arguments (without the program's name), runs the selected command, and returns its

@@ -26,7 +26,7 @@ std::string defaultOf(Option const & option)
         option.target);
 }
 
-/// Returns an option in a synopsis: "[--ends ENDING]...".
+/// Returns an option in the form of a synopsis: "[--ends ENDING]...".
 std::string usageOf(Option const & option)
 {
     std::string text = option.name;
@@ -161,7 +161,7 @@ Completion completionOf(Option const & option)
     };
     if (contains("FOLDER"))
         return Completion::Folders;
-    // Values with these names are files, or folders as well.
+    // Values with these names are files or folders.
     constexpr std::string_view paths[] = {"COPY", "DUMP",   "FROM",   "LIST", "PATH",
                                           "TO",   "SOURCE", "TARGET", "IN",   "STORED_PATH"};
     if (contains("FILE") || std::ranges::find(paths, name) != std::end(paths))

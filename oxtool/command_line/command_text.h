@@ -4,21 +4,21 @@
 
 #include <string>
 
-// The parts of commands and options as text, which the help, the pages and the completions share.
+// Texts about commands and options that the help, the manual pages and the completions share.
 
 namespace ox::tool
 {
 
-/// A visitor of a variant, made of one lambda for each type.
+/// Visitor for std::visit, made of one lambda for each type of the variant.
 template <typename... Functions>
 struct Overloaded : Functions... {
     using Functions::operator()...;
 };
-// Clang before version 17 does not deduce the types of the lambdas without this guide.
+// Clang before version 17 needs this deduction guide.
 template <typename... Functions>
 Overloaded(Functions...) -> Overloaded<Functions...>;
 
-/// Exit statuses of the program from 0 on.
+/// Meanings of the exit statuses 0, 1, 2 and so on, as the help prints them.
 inline constexpr char const * exitStatusTexts[] = {"done",    "failed", "wrong use",
                                                    "damaged", "locked", "missing"};
 
@@ -32,32 +32,34 @@ char const * titleOf(Group group);
 bool isPositional(Option const & option);
 /// Returns whether an option takes no value.
 bool isFlag(Option const & option);
-/// Returns whether an option may be given several times, or a positional argument has several
+/// Returns whether an option may be given several times, or a positional argument may have several
 /// values.
 bool isList(Option const & option);
 bool isDuration(Option const & option);
 
-/// Returns the names of an option for the argument library: "-o,--out".
+/// Returns the names of an option in the form of CLI11: "-o,--out".
 std::string namesOf(Option const & option);
 /// Returns the help of an option: "Maximum wait for the lock (default 10s)".
 std::string helpOf(Option const & option);
-/// Returns the details of a command, with a sentence about durations if it has one.
+/// Returns the details of a command. If it has an option for a duration, they end with a sentence
+/// about the units.
 std::string detailsOf(Command const & command);
-/// Returns a duration with the largest unit that has no fraction: "1500ms", "5s".
+/// Returns a duration as a whole number of the largest possible unit: "1500ms", "5s".
 std::string durationText(int ms);
 
 /// Returns the command line with all visible options: "oxtool ls [--ends ENDING]... FOLDER". `path`
-/// is the name of the program with those of the commands.
+/// is the program with the command and subcommand: "oxtool shm show".
 std::string synopsisOf(std::string const & path, Command const & command);
 
 /// What a shell completes as the value of an option or as a positional argument.
 enum class Completion { Nothing, Words, Files, Folders, Programs };
-/// Returns the completion, by the name of the value: FOLDER, BUFFER_FILE.
+/// Returns the completion of an option. The name of the value determines files and folders, such as
+/// FOLDER or BUFFER_FILE.
 Completion completionOf(Option const & option);
-/// Returns the values of `Completion::Words`.
+/// Returns the values that a shell completes for `Completion::Words`.
 std::vector<std::string> const & wordsOf(Option const & option);
 
-/// A command with its whole name ("shm show").
+/// A command with its full name, such as "shm show".
 struct NamedCommand {
     std::string path;
     Command const * command;

@@ -33,7 +33,7 @@ std::string joined(Texts const & texts, char const * separator = " ")
     return all;
 }
 
-/// Returns the names of an option as typed: "-o", "--out".
+/// Returns the names of an option as the user types them: "-o", "--out".
 Texts typedNames(Option const & option)
 {
     Texts names = {option.name};
@@ -42,8 +42,9 @@ Texts typedNames(Option const & option)
     return names;
 }
 
-/// Options of the program itself, and of each command.
+/// Options of the program without a command.
 Texts const programOptions = {"-h", "--help", "--help-all", "-V", "--version"};
+/// Options that every command has.
 Texts const commandOptions = {"-h", "--help"};
 
 Texts typedOptions(Command const & command)
@@ -68,7 +69,7 @@ Texts namesOf(std::vector<Command> const & commands)
     return names;
 }
 
-/// Returns the values of all positional arguments, and of the subcommand.
+/// Returns the names of the subcommands and the words of all positional arguments.
 Texts positionalWords(Command const & command)
 {
     Texts all = namesOf(command.subcommands);
@@ -88,7 +89,7 @@ bool hasPositional(Command const & command, Completion completion)
 
 // bash
 
-/// Returns an assignment of the variable that determines the files of a completion.
+/// Returns the assignment of the bash variable `files`: the option of compgen for files or folders.
 std::string bashFiles(Completion completion)
 {
     if (completion == Completion::Files)
@@ -152,7 +153,7 @@ constexpr char bashEnd[] = R"(    if [[ $current == -* && ! $isValue ]]; then
 
 // zsh
 
-/// Returns the part ":NAME:ACTION" of an argument for _arguments.
+/// Returns the part ":NAME:ACTION" of a specification for zsh's _arguments.
 std::string zshAction(Option const & option, std::string const & name)
 {
     std::string const start = ':' + replaced(name, ":", "\\:") + ':';
@@ -189,7 +190,7 @@ std::string zshOption(Option const & option)
            text;
 }
 
-/// Returns the arguments of _arguments for a command without subcommands.
+/// Returns the specifications for _arguments of a command without subcommands.
 std::string zshArguments(Command const & command)
 {
     Texts all = {"'(- *)'{-h,--help}'[Print the help]'"};
@@ -212,8 +213,8 @@ std::string zshArguments(Command const & command)
     return joined(all, " \\\n            ");
 }
 
-/// Returns a function that completes one of the commands and then its arguments. `name` is the
-/// function's name, `options` are arguments of _arguments.
+/// Returns a zsh function `name` that completes the name of one of the commands, then the arguments
+/// of this command. `options` are the specifications of the options before the command.
 std::string zshFunction(std::string const & name, std::string const & options,
                         std::vector<Command> const & commands)
 {
@@ -252,7 +253,7 @@ std::string fishQuoted(std::string const & text)
     return '\'' + replaced(replaced(text, "\\", "\\\\"), "'", "\\'") + '\'';
 }
 
-/// Returns the arguments of complete for the values of an option.
+/// Returns the arguments of fish's `complete` for the values of an option.
 std::string fishValues(Option const & option)
 {
     switch (completionOf(option)) {
@@ -283,7 +284,7 @@ std::string fishOption(std::string const & begin, Option const & option)
     return text + " -d " + fishQuoted(helpOf(option)) + '\n';
 }
 
-/// Returns the lines for the subcommands of a command, or for the commands of the program.
+/// Returns a line for each visible command. `begin` is the beginning of each line.
 std::string fishCommands(std::string const & begin, std::vector<Command> const & commands)
 {
     std::string text;
@@ -295,8 +296,8 @@ std::string fishCommands(std::string const & begin, std::vector<Command> const &
 }
 
 constexpr char fishBegin[] = R"(
-# Succeeds if the words before the cursor begin with these commands, and with "--alone" if no other
-# word follows.
+# Succeeds if the words before the cursor begin with the given commands. After "--alone", no other
+# word may follow the commands.
 function __oxtool_in
     set -l words (commandline -opc)
     set -e words[1]

@@ -14,7 +14,7 @@ namespace ox::tool
 namespace
 {
 
-/// Returns a line for each command and subcommand, as docs/oxtool.md contains them.
+/// Returns the section "Synopses" of docs/oxtool.md: a line for each command and subcommand.
 std::string synopses(Program const & program)
 {
     std::string text;

@@ -13,7 +13,7 @@ namespace ox::tool
 namespace
 {
 
-/// Escapes a text, which may have several lines, for a page.
+/// Escapes a text of one or several lines for groff and mandoc.
 std::string escaped(std::string const & text)
 {
     std::string result;
@@ -57,7 +57,7 @@ std::string beginOf(Program const & program, std::string const & page, std::stri
            "\"\n.SH NAME\n" + escaped(page) + " \\- " + escaped(summary) + '\n';
 }
 
-/// Returns the synopsis, a line for each subcommand.
+/// Returns the section SYNOPSIS, with a line for each command without subcommands.
 std::string synopsisSection(std::vector<NamedCommand> const & commands, std::string const & program)
 {
     std::string text = ".SH SYNOPSIS\n.nf\n";
@@ -68,7 +68,7 @@ std::string synopsisSection(std::vector<NamedCommand> const & commands, std::str
     return text + ".fi\n";
 }
 
-/// Returns an item of the list of options: "-o FILE, --out FILE" and the help.
+/// Returns the entry of an option: "-o FILE, --out FILE" and the help.
 std::string itemOf(Option const & option)
 {
     std::string const value = isPositional(option) || isFlag(option) ? "" : " " + option.valueName;

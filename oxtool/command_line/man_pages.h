@@ -8,8 +8,8 @@
 namespace ox::tool
 {
 
-/// Returns the manual pages by their file names: that of the program, "oxtool.1", and one of each
-/// visible command, "oxtool-ls.1", which contains its subcommands.
+/// Returns the content of each manual page by its file name: "oxtool.1" for the program, and a page
+/// such as "oxtool-ls.1" for each visible command with its subcommands.
 std::map<std::string, std::string> manPages(Program const & program);
 
 } // namespace ox::tool

@@ -7,9 +7,9 @@
 namespace ox::tool
 {
 
-/// Returns the name that a user probably meant: the only one that begins with the given text,
-/// otherwise the one with the fewest typing errors, up to a third of its letters. Empty if no name
-/// is near.
+/// Returns the name that a user probably meant: the only name that begins with `given`, otherwise
+/// the name with the fewest typing errors. Accepts one error, or errors in a third of the letters
+/// if that is more. Returns an empty text if no name is near.
 std::string nearestName(std::string_view given, std::vector<std::string> const & names);
 
 } // namespace ox::tool
