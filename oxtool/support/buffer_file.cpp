@@ -27,16 +27,16 @@ bool isSystemFailure(int code)
     return code == NotReadable || code == NotWritten || code == Z_ERRNO || code <= FileError;
 }
 
-/// Returns the reason for the error code Missing, which the buffer sets for every file that it
-/// cannot open.
+/// Returns the reason for the error code Missing. The buffer sets this code for every file that it
+/// cannot open, so the function opens the file once more to get the system's reason.
 QString missingReason(QString const & path)
 {
     auto const bytes = bytesAt(path, 0, 1);
     return bytes ? QString(_OX_DataBuffer::errorString(Missing)) : reasonOf(bytes.error());
 }
 
-/// Returns the system's reason for a failed system call, otherwise the buffer's error text. Call it
-/// directly after the failure.
+/// Returns the system's reason after a failed system call, otherwise the buffer's error text. Call
+/// it directly after the failed call.
 QString bufferReason(QString const & path, int code)
 {
     platform::Error const error = platform::lastError();
@@ -157,7 +157,7 @@ void loadQuietly(QString const & path, Format format, _OX_DataBuffer & buffer)
     switch (format) {
     case Format::Compressed:
         buffer.loadFromFileCompressed(path, true);
-        // The buffer loads a missing file as an empty one.
+        // For a missing file loadFromFileCompressed() returns an empty buffer and no error.
         if (buffer.error == 0 && buffer.size == 0 &&
             platform::kindOf(nativeName(path)) != platform::NameKind::File)
             throw loadFailure(path, _OX_DataBuffer::Missing);

@@ -22,7 +22,7 @@ namespace
                       .arg(line));
 }
 
-/// Removes the first word of a line, with the blanks in front, and returns it.
+/// Removes the first word of a line, with the blanks in front of it, and returns the word.
 QString takeWord(QString & line)
 {
     int begin = 0;
@@ -53,7 +53,7 @@ std::vector<FileChecksums> fromJson(QByteArray const & text, QString const & pat
     return list;
 }
 
-/// Parses a line of listLine(). Returns false if it has another form.
+/// Parses a line that listLine() has written. Returns false if the line has another form.
 bool parseLine(QString line, FileChecksums & sums)
 {
     sums.crc8 = takeWord(line);

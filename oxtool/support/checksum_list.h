@@ -10,7 +10,7 @@
 namespace ox::tool
 {
 
-/// Checksums of a file, as the command crc shows them: upper-case hexadecimal texts.
+/// Checksums of a file as `oxtool crc` shows them: upper-case hexadecimal numbers.
 struct FileChecksums {
     QString file;
     qint64 size = 0;
@@ -24,15 +24,16 @@ struct FileChecksums {
 
 FileChecksums checksumsOf(QString const & file, RunningChecksums const & sums);
 
-/// Returns the line of a list: checksums, size and name in columns.
+/// Returns the line of a checksum list for one file: checksums, size and name in columns.
 QString listLine(FileChecksums const & sums);
 
-/// Returns the JSON object of a list.
+/// Returns the JSON object of a checksum list for one file.
 QJsonObject toJson(FileChecksums const & sums);
 
-/// Reads a list: lines of listLine(), or the JSON object of `crc --json`, which also holds names
-/// with unprintable characters. "-" is the standard input.
-/// Fails: throws Failure when the list is not readable, or a line has another form.
+/// Reads a checksum list in one of two forms: lines of listLine(), or the JSON object of
+/// `oxtool crc --json`. Only JSON preserves names with unprintable characters. The path "-" means
+/// the standard input.
+/// Fails: throws Failure when the list is not readable, or has another form.
 std::vector<FileChecksums> readChecksumList(QString const & path);
 
 } // namespace ox::tool

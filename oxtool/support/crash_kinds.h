@@ -8,7 +8,7 @@ namespace ox::tool
 /// Kind of crash that a program can cause.
 struct CrashKind {
     char const * name;
-    char const * function; ///< name in the symbols of the function that crashes
+    char const * function; ///< name of the crashing function, as in the debug symbols
     void (*crash)();
 };
 

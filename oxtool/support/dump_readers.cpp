@@ -58,9 +58,10 @@ DumpReaders::DumpReaders(QString const & folder)
 
 void DumpReaders::storeSymbols(QString const & program, QString const & folder) const
 {
-    // The debug information of an installed program is a file in the program's folder.
+    // The second argument is the folder where dump_syms searches a separate file with debug
+    // information; an installed program has such a file in its own folder.
     QByteArray const symbols = run(symbols_, {program, QFileInfo(program).path()}).bytes;
-    // "MODULE Linux x86_64 1F0B… oxtool"
+    // The first line is "MODULE Linux x86_64 1F0B… oxtool".
     QStringList const module =
         QString::fromUtf8(symbols.left(symbols.indexOf('\n'))).split(QLatin1Char(' '));
     if (module.size() != 5)
@@ -74,7 +75,7 @@ void DumpReaders::storeSymbols(QString const & program, QString const & folder) 
 
 CrashReport DumpReaders::read(QString const & dump, QString const & symbols) const
 {
-    // A full path cannot look like an option.
+    // A relative path could begin with "-" and be read as an option.
     QStringList arguments = {QStringLiteral("-m"), fullPath(dump)};
     if (!symbols.isEmpty())
         arguments += symbols;

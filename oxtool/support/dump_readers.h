@@ -8,12 +8,12 @@
 namespace ox::tool
 {
 
-/// A frame of a stack. Function and source are empty without symbols of its module.
+/// Stack frame. `function` and `source` are empty if the module has no symbols.
 struct StackFrame {
     QString module;
     QString function;
     QString source; ///< "/oxShared/oxtool/main.cpp:17"
-    QString offset; ///< in the module or, with symbols, in the function or line
+    QString offset; ///< from the module's start; with symbols, from the function's or line's start
 };
 
 /// What a dump contains about its crash.
@@ -24,11 +24,13 @@ struct CrashReport {
     std::vector<StackFrame> frames; ///< stack of that thread, the innermost frame first
 };
 
-/// Breakpad's programs that read dumps. They are in a given folder; without one, in the folder of
-/// this program or in PATH.
+/// Breakpad's programs minidump_stackwalk, which reads dumps, and dump_syms, which extracts
+/// symbols.
 class DumpReaders
 {
   public:
+    /// Searches the programs in `folder`; if that is empty, in the folder of this program, then in
+    /// PATH.
     explicit DumpReaders(QString const & folder);
 
     /// Returns whether read() can run.
@@ -36,11 +38,12 @@ class DumpReaders
     /// Returns whether storeSymbols() can run.
     bool canMakeSymbols() const { return !symbols_.isEmpty(); }
 
-    /// Makes the symbols of a program, and writes them to their place in a folder of symbols.
+    /// Extracts the symbols of a program to the symbol folder `folder`, under the name that
+    /// minidump_stackwalk searches: FOLDER/NAME/ID/NAME.sym.
     void storeSymbols(QString const & program, QString const & folder) const;
 
-    /// Reads a dump with the symbols of a folder; an empty name for none.
-    /// Fails: throws Failure when the file is not a dump.
+    /// Reads a dump with the symbols in the symbol folder `symbols`; without symbols if it is
+    /// empty. Fails: throws Failure when the file is not a dump.
     CrashReport read(QString const & dump, QString const & symbols) const;
 
   private:
@@ -48,7 +51,7 @@ class DumpReaders
     QString symbols_;
 };
 
-/// Returns "function, source" of a frame, or "module + offset" without symbols.
+/// Returns "function, source" of a frame; without symbols "module + offset".
 QString frameText(StackFrame const & frame);
 
 } // namespace ox::tool

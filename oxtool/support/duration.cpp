@@ -27,7 +27,7 @@ bool isPartOfNumber(QChar letter)
     return (letter >= u'0' && letter <= u'9') || letter == u'.';
 }
 
-/// Returns the length of a unit; `bare` for an empty name, 0 for an unknown one.
+/// Returns the length of the unit `name`: `bare` for an empty name, 0 for an unknown unit.
 milliseconds lengthOf(QString const & name, milliseconds bare)
 {
     auto const unit = std::find_if(std::begin(units), std::end(units), [&](Unit const & each) {

@@ -24,8 +24,8 @@ enum ExitStatus {
 /// not exist, otherwise `Failed`.
 ExitStatus statusOf(platform::Error error);
 
-/// Returns the exit status of two failures: the one that both have, otherwise `Failed`. `Done` is
-/// no failure.
+/// Combines the exit statuses of two steps. If only one step failed, returns its status. If both
+/// failed, returns their status if it is the same, otherwise `Failed`.
 int combinedStatus(int one, int other);
 
 /// Exception that ends a command with a message for the user and the program's exit status.

@@ -45,11 +45,11 @@ void createCopy(NewFile & copy, FileUpdate const & update, StopGuard & guard)
     require(created);
 }
 
-/// Keeps the previous file and renames the copy. Stop requests are deferred in the meantime, so
-/// that they find the target under its name.
+/// Keeps the previous file as "_old" and renames the copy to the target. Stop requests are deferred
+/// meanwhile, so that the process does not end while no file has the target's name.
 void putInPlace(NewFile & copy, FileUpdate const & update, StopGuard & guard, UpdateResult & done)
 {
-    // No file has the size -1, so that the previous file counts as different.
+    // No file has the size -1, so keepPrevious() does not find the target up to date.
     qint64 const size = update.comparesContent ? -1 : update.sourceStatus.size;
     platform::Result<> placed;
     guard.complete([&] {

@@ -17,25 +17,26 @@ struct FileUpdate {
     bool isReplaced = false;      ///< whether a file exists under the target's name
     bool keepsPrevious = true;    ///< whether a replaced target gets the name `_old`
     bool comparesContent = false; ///< also replaces a target of equal size and time
-    int pauseMs = -1;             ///< pause after each MiB; below 0 the system copies
+    int pauseMs = -1;             ///< pause after each MiB, in ms; below 0: the system's own copy
 };
 
 /// What updateFile() has done.
 struct UpdateResult {
     bool isCopied = false;  ///< false if another process has just updated the target
     bool endsEmpty = false; ///< whether the source ends in zeros; only with a pause
-    QString warning;        ///< why the previous file was not kept; may be empty
+    QString warning;        ///< message if the previous file could not be kept; otherwise empty
 };
 
-/// Copies a file, even an empty one, to its target as the library's syncCopy does. Writes a
-/// temporary file, flushes it and renames it to the target; keeps the previous file as "_old". The
-/// caller has compared both files, and flushes the folder afterwards. A stop request removes the
-/// temporary file. Fails: throws Failure with the reason alone. The target is then unchanged,
-/// unless only its rights could not be set.
+/// Copies a file to its target as the library's syncCopy does, also an empty file. Writes a
+/// temporary file, flushes it and renames it to the target; keeps the previous file as "_old". A
+/// stop request removes the temporary file. The caller compares both files before the call, and
+/// flushes the folder after it.
+/// Fails: throws Failure whose text is only the reason. The target is then unchanged; but if only
+/// its rights could not be set, it is replaced.
 UpdateResult updateFile(FileUpdate const & update, Transfer & transfer);
 
-/// Returns whether two files have the same content. Throws Failure, with the reason alone, if one
-/// of them is not readable.
+/// Returns whether two files have the same content.
+/// Fails: throws Failure whose text is only the reason when one of them is not readable.
 bool haveSameContent(QString const & one, QString const & other);
 
 } // namespace ox::tool

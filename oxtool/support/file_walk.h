@@ -12,7 +12,8 @@ namespace ox::tool
 
 /// Calls `visit` for each file of a folder, and of its subfolders if `recursive`. Links to folders
 /// are not followed, so that the walk ends and stays in the folder. `entry` is valid during the
-/// call; its size and time may need a status query. The order is that of the system.
+/// call of `visit`; its size and time may cost a system call. The files come in the order in which
+/// the system lists them.
 /// Fails: calls `fail` for a folder that cannot be read, and continues with the next one.
 void walkFiles(
     QString const & folder, bool recursive,

@@ -14,7 +14,7 @@ namespace ox::tool
 namespace
 {
 
-/// A folder and the places of its subfolders among the listed folders.
+/// A folder, and the indices of its subfolders in the list of nodes.
 struct Node {
     FolderContent content;
     std::vector<std::size_t> subfolders;
@@ -25,7 +25,8 @@ QString withSeparator(QString const & path)
     return path + QLatin1Char(platform::ownSeparator);
 }
 
-/// Checks whether a subfolder may be entered: a link could lead back to a folder above it.
+/// Returns whether to list a subfolder. A link is not entered, since it could lead back to a folder
+/// above it. Otherwise sets `isLink`, or `failure` if the subfolder is not readable.
 bool mayEnter(QString const & root, FolderContent & folder)
 {
     auto const opened = platform::FolderTree().open(nativeName(root + folder.path));
@@ -33,7 +34,7 @@ bool mayEnter(QString const & root, FolderContent & folder)
         return true;
     using platform::ErrorKind;
     ErrorKind const kind = opened.error().kind();
-    // The system reports a link as "not a folder" here. Followed, it leads to a folder.
+    // open() does not follow a link and fails with one of these two kinds; kindOf() follows it.
     folder.isLink = (kind == ErrorKind::NotFound || kind == ErrorKind::NotAFile) &&
                     platform::kindOf(nativeName(root + folder.path)) == platform::NameKind::Folder;
     if (!folder.isLink)
@@ -47,7 +48,7 @@ void listFolder(QString const & root, FolderContent & content, FolderSelection c
     oxDirListing listing;
     for (QString const & ending : selection.endings)
         listing.addEndsWithFilter(ending);
-    // Not read into memory: that would read the status of each file.
+    // Without readIntoMemory, which would query the status of each file.
     listing.init(root + path, true, false, false, false);
     while (listing.nextFile()) {
         QString const name = listing.fileName();
@@ -61,7 +62,7 @@ void listFolder(QString const & root, FolderContent & content, FolderSelection c
 
 void appendInOrder(std::vector<FolderContent> & all, std::vector<Node> & nodes)
 {
-    std::vector<std::size_t> next = {0}; // a list, since a deep tree would overflow the stack
+    std::vector<std::size_t> next = {0}; // recursion would overflow the stack in a deep tree
     while (!next.empty()) {
         Node & node = nodes[next.back()];
         next.pop_back();
@@ -76,7 +77,7 @@ std::vector<FolderContent> listFolders(QString const & folder, FolderSelection c
                                        int jobs)
 {
     std::vector<Node> nodes(1);
-    // All folders of one depth are listed at once.
+    // All folders of one depth are listed in parallel.
     for (std::size_t begin = 0, end = 1; begin < end; begin = end, end = nodes.size()) {
         runJobs(
             jobs, end - begin,

@@ -11,25 +11,26 @@
 namespace ox::tool
 {
 
-/// Content of one folder, by names only: size and time cost a system call per file on some systems.
+/// Names in one folder. On some systems size and time would cost a system call per file.
 struct FolderContent {
-    QString path;            ///< below the listed folder; empty or with a separator at its end
+    QString path;            ///< relative to the top folder; empty or with a separator at its end
     QStringList files;       ///< names, sorted
     QStringList subfolders;  ///< names, sorted
-    platform::Error failure; ///< why the folder is not readable (further); code 0 after success
-    bool isLink = false;     ///< a link to a folder, which is not entered
+    platform::Error failure; ///< why the folder, or its rest, is not readable; code 0 on success
+    bool isLink = false;     ///< whether it is a link to a folder, which is not entered
 };
 
 /// What to list.
 struct FolderSelection {
-    std::vector<QString> endings;  ///< files need one of these endings, in any case; empty for all
+    std::vector<QString> endings;  ///< a file has one of these, ignoring case; empty for all files
     std::vector<QString> excluded; ///< patterns of matchesAny(); excluded folders are not entered
-    bool isRecursive = false;      ///< links to folders are listed and not entered
+    bool isRecursive = false;      ///< whether to list subfolders, too
 };
 
-/// Lists a folder, whose path ends with a separator, and with `isRecursive` its subfolders. Lists
-/// up to `jobs` folders at once. Returns the folders in the order of a walk: each before its
-/// subfolders, which are sorted by name.
+/// Lists `folder` and, with `isRecursive`, its subfolders; up to `jobs` folders in parallel. The
+/// path of `folder` ends with a separator. Returns the folders in depth-first order: each one
+/// before its subfolders, which are sorted by name. A link to a folder is listed as an entry
+/// without names.
 std::vector<FolderContent> listFolders(QString const & folder, FolderSelection const & selection,
                                        int jobs);
 

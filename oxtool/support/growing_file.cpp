@@ -13,7 +13,7 @@ namespace ox::tool
 namespace
 {
 
-/// Number of bytes that identify the content at each end.
+/// Number of bytes that are compared at the beginning and at the end of the content read so far.
 constexpr qint64 sampleSize = 4096;
 
 [[noreturn]] void fail(QString const & path, platform::Error error)
@@ -122,7 +122,7 @@ GrowingFile::Change GrowingFile::poll(std::function<void()> const & restart,
         restart();
     }
     qint64 const begin = position_;
-    // A size that grows during the call is left to the next one.
+    // Bytes that are appended during this call are read by the next call.
     while (position_ < size) {
         qint64 const length = std::min<qint64>(size - position_, text::mebibyte);
         QByteArray const bytes = read(file, position_, length);

@@ -10,8 +10,8 @@
 namespace ox::tool
 {
 
-/// Reads what a file gains. It detects by the content when the file begins anew, because it has
-/// become shorter or another file has its name: a share may report the same file number for both.
+/// Reads the bytes that are appended to a file. Detects a file that was truncated or replaced by
+/// its content, since a share may report the same file number for the previous and the new file.
 class GrowingFile
 {
   public:
@@ -26,14 +26,15 @@ class GrowingFile
     /// Fails: throws Failure when the file cannot be read.
     void skipToEnd();
 
-    /// Sets the position to the size of `copy`, if the copy is a beginning of the file; otherwise
-    /// the position stays 0. Returns whether it is one.
+    /// If the file begins with the content of `copy`, sets the position to the size of `copy` and
+    /// returns true; otherwise leaves the position at 0. Compares only the first and the last 4 KiB
+    /// of the copy.
     /// Fails: throws Failure when one of the files cannot be read.
     bool skipCopied(QString const & copy);
 
-    /// Passes the bytes since the last call to `receive`. If the file begins anew, calls `restart`
-    /// first. A file that does not exist has the change Missing and keeps the position, since a
-    /// program may be replacing it.
+    /// Passes the bytes since the last call to `receive`. If the file was truncated or replaced,
+    /// calls `restart` first, then passes the whole file. If the file does not exist, returns
+    /// Missing and keeps the position, since a program may be replacing the file.
     /// Fails: throws Failure when the file cannot be read.
     Change poll(std::function<void()> const & restart, Receive const & receive);
 
@@ -52,7 +53,7 @@ class GrowingFile
     qint64 position_ = 0;
     qint64 lastSize_ = -1;
     qint64 lastModified_ = -1;
-    QByteArray head_; ///< first bytes before the position
+    QByteArray head_; ///< first bytes of the file, up to the position
     QByteArray tail_; ///< last bytes before the position
 };
 

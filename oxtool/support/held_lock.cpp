@@ -34,7 +34,8 @@ QString ownName()
         .arg(QCoreApplication::applicationPid());
 }
 
-/// Returns the failure for a lock file that could not be created. Call it directly after that.
+/// Returns the Failure for a lock file that could not be created. Call it directly after the failed
+/// call.
 Failure lockFileFailure(QString const & file)
 {
     QString const reason = lastReason();
@@ -48,7 +49,7 @@ Failure lockFileFailure(QString const & file)
         statusOf(status.error()));
 }
 
-/// Progress line of a wait for a lock. It contains the holder.
+/// Progress line during the wait for a lock. It contains the holder.
 class WaitingLine
 {
   public:
@@ -61,7 +62,7 @@ class WaitingLine
     /// Call it after each poll.
     void update()
     {
-        // A query of the holder is a few round trips to the share, so not every poll makes one.
+        // A query of the holder takes a few round trips to the share, so it is made every 5 s.
         constexpr int pollsPerQuery = 5000 / pollMs;
         if (!platform::isTerminal(stderr) || polls_++ % pollsPerQuery != 0)
             return;
@@ -81,9 +82,9 @@ class WaitingLine
 
 } // namespace
 
-// Each poll tries to take the lock, which is one request to the share. The pauses are outside of
-// the try, so that stop requests are not deferred for their time. The first pause and the last one
-// are those of isFree(), which removes a stale lock file.
+// Each poll calls tryLock(), which is one request to the share. tryLock() defers stop requests, so
+// the pauses are outside of it. The first and the last pause are calls of isFree(), which also
+// removes a stale lock file.
 HeldLock::HeldLock(QString const & file, int timeoutMs) : file_(file), locker_(file)
 {
     if (locker_.lockFileName().isEmpty())

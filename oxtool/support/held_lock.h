@@ -12,18 +12,17 @@ namespace ox::tool
 class HeldLock
 {
   public:
-    /// Waits for the lock and takes it.
-    /// Fails: throws Failure when another process holds the lock for more than `timeoutMs`
-    /// milliseconds, with its description, or when the lock file cannot be created. With 0 it does
-    /// not wait.
+    /// Waits up to `timeoutMs` milliseconds for the lock and takes it. With 0 it does not wait.
+    /// Fails: throws Failure when another process still holds the lock, with the holder's
+    /// description, or when the lock file cannot be created.
     HeldLock(QString const & file, int timeoutMs);
     /// Releases the lock. A failure is reported on standard error.
     ~HeldLock();
     HeldLock(HeldLock const &) = delete;
     HeldLock & operator=(HeldLock const &) = delete;
 
-    /// Releases the lock. Returns the message of a failure, which leaves the lock file behind;
-    /// empty on success. Has no effect the second time.
+    /// Releases the lock. Returns an error message if the lock file could not be removed, otherwise
+    /// an empty text. Has no effect the second time.
     QString release();
     /// Time in milliseconds for which the constructor waited.
     int waitedMs() const { return waitedMs_; }
@@ -40,10 +39,11 @@ class HeldLock
     StopGuard guard_;
 };
 
-/// Returns the name of a file's lock file.
+/// Returns the path of the lock file of `file`.
 QString lockFileName(QString const & file);
 
-/// Returns why a path has no lock file: it is empty, or the lock file's name exceeds the record.
+/// Returns why a file cannot be locked: its path is empty, or too long for a lock file's path of
+/// 250 bytes.
 QString unlockableReason(QString const & file);
 
 } // namespace ox::tool
