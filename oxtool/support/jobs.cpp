@@ -1,5 +1,5 @@
-// A small pool of threads. QThreadPool is not used: when the system refuses a thread, its work
-// never runs, and the caller is not told.
+// A small thread pool. QThreadPool is not used: if the system cannot create a thread, QThreadPool
+// neither runs the work nor reports an error.
 
 #include "oxtool/support/jobs.h"
 
@@ -37,7 +37,7 @@ class Pool
     Pool(Pool const &) = delete;
     Pool & operator=(Pool const &) = delete;
 
-    /// Starts up to `jobs` threads. Returns false if the system refuses the first one.
+    /// Starts up to `jobs` threads. Returns false if the system cannot create even one.
     bool start(std::size_t jobs)
     {
         try {
@@ -49,7 +49,7 @@ class Pool
         return !threads_.empty();
     }
 
-    /// Waits for the end of an item's work, and throws its exception.
+    /// Waits until the work on `item` has ended, and rethrows its exception.
     void wait(std::size_t item)
     {
         std::unique_lock guard(mutex_);

@@ -8,19 +8,19 @@
 namespace ox::tool
 {
 
-/// Returns the option --jobs. Without it `jobs` stays 0.
+/// Returns the option --jobs. If the user does not give it, `jobs` stays 0.
 Option jobsOption(int & jobs);
 
-/// Returns the number of threads for --jobs. Without the option it is 8, which hides most of the
-/// round trips to a share, and 1 with `hasPauses`, since pauses limit the load on the share.
+/// Returns the number of threads for a value of --jobs. For 0 (no option) it is 8, which hides most
+/// of a share's latency; but 1 with `hasPauses`, since pauses are to limit the load on the share.
 int threadCount(int jobs, bool hasPauses = false);
 
-/// Works on items 0 to `count` - 1 on up to `jobs` threads at once, and calls `finish` for each of
-/// them in their order on the calling thread, after its `work`. `finish` returns false to end
-/// early; started work is then completed without `finish`. With one job, or if no thread can be
-/// created, everything runs on the calling thread.
+/// Calls `work` for the items 0 to `count` - 1 on up to `jobs` threads. Calls `finish` for each
+/// item on the calling thread, in ascending order, after the item's `work`. If `finish` returns
+/// false, no further item is started; running calls of `work` are completed, without `finish`. With
+/// one job, or if no thread can be created, everything runs on the calling thread.
 ///
-/// An exception of `work` is thrown in place of its item's `finish`.
+/// An exception of an item's `work` is rethrown in place of the item's `finish`.
 void runJobs(int jobs, std::size_t count, std::function<void(std::size_t)> const & work,
              std::function<bool(std::size_t)> const & finish);
 

@@ -1,5 +1,5 @@
-// No QRegularExpression: on Windows, Qt's thread-local data of it can crash the end of a thread,
-// and threads that list folders use this file.
+// QRegularExpression is not used: on Windows, its thread-local data in Qt can crash a thread that
+// ends, and these functions run on the threads that list folders.
 
 #include "oxtool/support/name_patterns.h"
 
@@ -19,7 +19,7 @@ bool isEqual(QChar one, QChar other)
 
 bool matchesPattern(QStringView name, QStringView pattern)
 {
-    // Each '*' first matches nothing. After a mismatch the last '*' matches one more character.
+    // Each '*' first matches no character. After each mismatch the last '*' matches one more.
     qsizetype n = 0;
     qsizetype p = 0;
     qsizetype starEnd = -1;

@@ -17,16 +17,15 @@ platform::NativeName nativeName(QString const & path);
 /// Fails: throws Failure when the path is relative and the current folder no longer exists.
 QString fullPath(QString const & path);
 
-/// Returns a path as a record of the library.
-/// Fails: throws Failure when the path exceeds the record, since a truncated path refers to another
-/// file.
+/// Returns a path as an 8-bit record of the library, with up to 500 bytes.
+/// Fails: throws Failure when the path is longer, since a truncated path refers to another file.
 _oxString8_evenSize<500> recordName(QString const & path);
 
-/// Returns the text of a library's record, in which file names are encoded as by recordName.
+/// Returns the path in an 8-bit record of the library. Reverses recordName().
 QString fromRecord(_oxString8_evenSize<500> const & record);
 
-/// Returns an argument of the command line as text. Bytes that are not UTF-8 are kept: as a path
-/// the text opens the file that the user has given.
+/// Returns an argument of the command line as text. Bytes that are not UTF-8 round-trip: used as a
+/// path, the text names the file that the user has given.
 QString fromArgument(std::string const & argument);
 
 } // namespace ox::tool

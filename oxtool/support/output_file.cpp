@@ -57,12 +57,12 @@ void OutputFile::write(unsigned char const * bytes, qint64 size)
 
 void OutputFile::commit(Previous previous)
 {
-    // Stop requests are not deferred during the flush, which takes long on a slow share.
+    // The flush takes long on a slow share, so it runs before complete() defers stop requests.
     requireWritten(file_.file().flush());
     platform::Result<> placed;
     guard_.complete([&] {
         if (previous == Previous::Kept) {
-            auto const kept = file_.keepPrevious("_old", -1, 0); // no file is up to date
+            auto const kept = file_.keepPrevious("_old", -1, 0); // no file has the size -1
             if (!kept) {
                 placed = kept.error();
                 return false;

@@ -8,10 +8,11 @@
 namespace ox::tool
 {
 
-/// An output file that replaces the file under its name only when it is complete. It is written to
-/// a temporary file in the same folder, which is removed unless `commit` renames it. It gets the
-/// mode of the file that it replaces and, for root, its owner. A failure throws Failure with the
-/// system's reason.
+/// Output file that replaces the previous file of the same name only when it is complete. The
+/// content goes to a temporary file in the same folder, which the destructor deletes unless
+/// commit() has renamed it. The new file gets the mode of the previous file and, for root, its
+/// owner.
+/// Fails: all functions throw Failure with the system's reason.
 class OutputFile
 {
   public:
@@ -23,17 +24,18 @@ class OutputFile
     /// Fails: when the previous file is write-protected.
     void requireWritable() const;
 
-    /// Returns a name under which the previous file can be read, also when another process renames
-    /// it. Without a previous file it returns `path`.
+    /// Returns a name under which the previous file can be read. The name stays valid if another
+    /// process renames the file. Without a previous file it returns `path`.
     QString nameToRead() const;
 
-    /// Creates the empty temporary file. `access` sets its rights if there is no previous file.
+    /// Creates the empty temporary file. Without a previous file, `access` determines its rights.
     platform::NewFile & create(Access access = Access::ByMask);
 
     /// Writes the whole content.
     void write(unsigned char const * bytes, qint64 size);
 
-    /// Calls `write` with the name of the temporary file, which it writes.
+    /// Creates the temporary file and calls `write` with its name. `write` writes the whole
+    /// content.
     template <typename Write>
     void writeByName(Write const & write)
     {
@@ -53,7 +55,7 @@ class OutputFile
 
   private:
     static QString pathText(platform::NativeName const & name);
-    /// Fails: when the result is a failure, with its reason.
+    /// Throws Failure with the reason if `result` is a failure.
     void requireWritten(platform::Result<> const & result) const;
 
     QString path_;

@@ -23,7 +23,7 @@ namespace
 /// The mappings of one process.
 struct PathMap {
     std::vector<RootMapping> mappings;
-    bool isComplete = false; ///< whether variable and file have been read
+    bool isComplete = false; ///< whether the environment variable and the file have been read
 };
 
 PathMap & pathMap()
@@ -32,7 +32,7 @@ PathMap & pathMap()
     return map;
 }
 
-/// Adds a mapping of a source: "OXTOOL_MAP" or a line of the file.
+/// Parses a mapping and adds it. `source` is "OXTOOL_MAP" or a line of the file, for messages.
 void add(QString const & text, QString const & source)
 {
     RootMapping mapping;
@@ -44,8 +44,8 @@ void add(QString const & text, QString const & source)
     pathMap().mappings.push_back(std::move(mapping));
 }
 
-/// Returns the end of the first mapping in a list. The colon of a drive at the start of a root is
-/// part of the root on every system.
+/// Returns the end of the first mapping in a list. The colon of a drive ("P:") at the start of a
+/// root is not a separator, on any system.
 QString::size_type endOfFirst(QString const & list, QChar separator)
 {
     auto const isDriveAt = [&list](QString::size_type at) {
@@ -111,8 +111,8 @@ QString readFile(QString const & name)
     return QString::fromUtf8(bytes.data(), static_cast<int>(*read));
 }
 
-/// Reads lines of the form "map = STORED_ROOT=LOCAL_ROOT". Empty lines, and lines that begin with
-/// "#", have no effect.
+/// Adds the mappings of the configuration file, whose lines have the form
+/// "map = STORED_ROOT=LOCAL_ROOT". Empty lines, and lines that begin with "#", have no effect.
 void readConfiguration()
 {
     QString const name = configurationFile();
@@ -142,8 +142,8 @@ bool isStoredForm(QString const & path)
     return isDrive || path.startsWith(QLatin1String("\\\\"));
 }
 
-/// Returns whether the value of an option is a path. A command converts its STORED_PATH itself, and
-/// shows both.
+/// Returns whether the value of an option is a path that acceptStoredPaths() converts. It does not
+/// convert STORED_PATH: the command does this itself and shows the stored and the local path.
 bool isPath(Option const & option)
 {
     Completion const completion = completionOf(option);
@@ -151,7 +151,8 @@ bool isPath(Option const & option)
            (completion == Completion::Files || completion == Completion::Folders);
 }
 
-/// Converts a path that a command receives as unchanged bytes. They stay unless a mapping applies.
+/// Converts a stored path that a command receives as bytes. They stay unchanged if no mapping
+/// applies.
 void convertBytes(std::string & bytes)
 {
     QString const path = fromArgument(bytes);

@@ -62,13 +62,13 @@ std::vector<Option> selectionOptions(ProcessSelection & selection)
             {.name = "--sort",
              .letter = 's',
              .valueName = "KEY",
-             .help = "Sort by cpu, memory, id, name or time (the start, newest first)",
+             .help = "Sort by cpu, memory, id, name or time (start time, newest first)",
              .target = &selection.sort,
              .choices = {"cpu", "memory", "id", "name", "time"}},
             {.name = "--top",
              .letter = 'n',
              .valueName = "N",
-             .help = "Show only the first N processes, by default those with the highest cpu",
+             .help = "Show only the first N processes; without --sort, sort by cpu",
              .target = &selection.top,
              .range = atLeast(1)}};
 }

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-// The processes as `ps`, `top` and `kill` show them.
+// Processes as `ps`, `top` and `kill` show them.
 
 namespace ox::tool
 {
@@ -21,17 +21,17 @@ struct ProcessRow {
     unsigned int pid = 0;
     unsigned int parentPid = 0;
     QString name;
-    QString user; ///< empty for a process that the library has not read
+    QString user; ///< empty if unknown
     int memMB = 0;
     double cpuSeconds = 0;
     double usage = 0; ///< percent of one core; only in `top`
     std::optional<platform::ProcessDetails> details;
 };
 
-/// Which processes are shown, and in which order.
+/// Filter and order of the shown processes.
 struct ProcessSelection {
-    QString name;     ///< prefix in any letter case; empty for all
-    QString user;     ///< in any letter case; empty for all
+    QString name;     ///< prefix of the name, ignoring case; empty for all
+    QString user;     ///< name of the user, ignoring case; empty for all
     std::string sort; ///< empty for the system's order
     int top = 0;      ///< number of processes; 0 for no limit
 };
@@ -39,23 +39,24 @@ struct ProcessSelection {
 /// Returns the options --user, --sort and --top.
 std::vector<Option> selectionOptions(ProcessSelection & selection);
 
-/// Reads entry `index` of a list, after initGetProcessInfo, and its details.
+/// Returns entry `index` of a list, with its details. Call initGetProcessInfo() of the list before.
 ProcessRow readProcess(_oxProcessList & list, int index);
 
-/// Returns whether the name and the user of a process match.
+/// Returns whether the name and the user of a process match the selection.
 bool matches(ProcessRow const & row, ProcessSelection const & selection);
 
-/// Sorts the processes: cpu by usage or, without it, by processor time, memory and time (the start)
-/// in descending order, id and name in ascending order. Keeps the first `top` processes.
+/// Sorts the processes by `selection.sort` and keeps the first `selection.top`. The keys memory and
+/// time (start time) sort in descending order, id and name in ascending order. The key cpu, which
+/// is also the default for `selection.top`, sorts by usage and then by processor time, descending.
 void applyOrder(std::vector<ProcessRow> & rows, ProcessSelection const & selection);
 
-/// Text form of a table of processes.
+/// Formats processes as the rows of a table.
 class ProcessTable
 {
   public:
-    /// With a `coreCount` the figures are the usage of one core and of all cores, otherwise the
-    /// processor time. On a terminal below 100 columns the name stands before the wide columns, and
-    /// lines are cut. `columns` 0 means no terminal.
+    /// If `coreCount` is not 0, the table shows the usage of one core and of all cores in percent,
+    /// otherwise the processor time. `columns` is the width of the terminal, 0 without one. Lines
+    /// are cut to this width; below 100 columns the name comes before the wide columns.
     explicit ProcessTable(int coreCount, int columns) : coreCount_(coreCount), columns_(columns) {}
 
     QString heading() const;

@@ -16,8 +16,8 @@ namespace
 
 using namespace std::chrono_literals;
 
-/// Returns the amount, the rate and the remaining time; empty before the first byte and after the
-/// last, when there is no rate.
+/// Returns the amount, the rate and the remaining time. Returns an empty text before the first byte
+/// and after the last byte, when there is no rate.
 QString bytesText(qint64 done, qint64 all, double seconds)
 {
     if (done <= 0 || done >= all)
@@ -32,8 +32,8 @@ QString bytesText(qint64 done, qint64 all, double seconds)
         .arg(static_cast<double>(all - done) / rate, 0, 'f', 0);
 }
 
-/// Returns the amount, the rate and the remaining time by the number of files, for files of unknown
-/// size.
+/// Returns the amount, the rate and the remaining time if the total size is unknown. The number of
+/// files determines the remaining time.
 QString estimateText(Progress::Amount const & amount, double seconds)
 {
     double const mebibytes = static_cast<double>(amount.bytes) / text::mebibyte;

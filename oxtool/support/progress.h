@@ -20,10 +20,11 @@ class Progress
     /// Returns the number of processed bytes. It is called periodically on another thread.
     using Measure = std::function<qint64()>;
 
-    /// With a `measure`, also shows the processed bytes of `all`, the rate and the remaining time.
+    /// With a `measure`, also shows the processed bytes, the rate and the remaining time. `all` is
+    /// the total number of bytes.
     explicit Progress(QString const & what, qint64 all = 0, Measure const & measure = {});
 
-    /// Amount of work on several files. Without a number of files or bytes it is not shown.
+    /// Amount of work on several files. `allFiles` and `allBytes` are the totals, 0 if unknown.
     struct Amount {
         qint64 files = 0;
         qint64 allFiles = 0;
@@ -40,7 +41,7 @@ class Progress
     Progress(Progress const &) = delete;
     Progress & operator=(Progress const &) = delete;
 
-    /// Erases the line, so that a message can be written there.
+    /// Erases the progress line on the terminal, so that a message can take its place.
     static void erase();
 
     /// Erases the line of this object and calls `write`, which may write to the terminal. The next

@@ -24,8 +24,8 @@ QString lastReason()
 
 QString reasonIn(QString const & libraryText)
 {
-    // No QRegularExpression: on Windows, Qt's thread-local data of it can crash the end of a
-    // thread.
+    // QRegularExpression is not used: on Windows, its thread-local data in Qt can crash a thread
+    // that ends.
     QLatin1String const lead("Error ");
     auto const end = libraryText.indexOf(QLatin1String(": "));
     bool isNumber = false;

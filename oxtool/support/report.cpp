@@ -77,7 +77,7 @@ bool finishOutput()
 {
     if (std::fclose(stdout) != 0 && outputError == 0)
         outputError = platform::lastError().code;
-    // Without standard output a report is not wanted.
+    // A caller who has closed standard output does not want a report.
     if (outputError == noStream && hasOnlyReport)
         return true;
     if (outputError != 0 && outputError != brokenPipe)
@@ -133,7 +133,7 @@ void Report::finish(QString const & failure)
     QString const text = jsonText(members_);
     if (array_ == Array::None)
         writeText(text);
-    else // "{" is written already
+    else // beginArray() has written "{"
         writeText(QStringLiteral("\n    ],") + text.mid(1));
 }
 

@@ -17,7 +17,7 @@ void writeOutput(char const * bytes, qint64 size);
 /// Writes one line to standard output in UTF-8, escaped by shownText(), and flushes it.
 void writeLine(QString const & line);
 
-/// Returns whether a write to standard output has failed, so that an endless command can end.
+/// Returns whether a write to standard output has failed. A command without an end then stops.
 bool isOutputLost();
 
 /// Writes a JSON object in one line to standard output, and flushes it.
@@ -27,10 +27,12 @@ void writeJsonLine(QJsonObject const & object);
 void writeError(QString const & text);
 
 /// Closes standard output. Returns false when output was lost, and reports the reason on standard
-/// error unless the reader has closed the pipe. A report without standard output is not lost.
+/// error unless the reader has closed the pipe. If the process has no standard output, the text of
+/// a report does not count as lost, but output of writeOutput() does.
 bool finishOutput();
 
-/// Result of a command: lines of text immediately, or one JSON object at the end.
+/// Writes the result of a command: as text, each line immediately, or as one JSON object at the
+/// end.
 class Report
 {
   public:
@@ -45,9 +47,9 @@ class Report
     /// Sets a member of the JSON object. Has no effect in text form.
     void set(QString const & name, QJsonValue const & value);
 
-    /// Begins the JSON object with an array member. append() writes each element immediately, so
-    /// that a long array needs no memory. The other members follow. Call it at most once. Has no
-    /// effect in text form.
+    /// Begins the JSON object with an array member. append() writes each element of the array
+    /// immediately, so that a long array needs no memory. The other members follow the array. Call
+    /// it at most once. Has no effect in text form.
     void beginArray(QString const & name);
     void append(QJsonObject const & element);
 
@@ -64,11 +66,12 @@ class Report
 /// Returns the message of an exception.
 QString messageOf(std::exception const & error);
 
-/// Runs the work of a command and finishes its report, also after a failure, which is rethrown.
+/// Runs the work of a command and finishes its report. Returns `Done`. If `work` throws, the report
+/// contains the message, and the exception is rethrown.
 int runReported(bool asJson, std::function<void(Report &)> const & work);
 
-/// Returns a function that calls runReported() with the options of a command. `Options` has a
-/// member `json`.
+/// Returns the function `Command::run` of a command whose `work` takes its options and a Report.
+/// `Options` has a member `json`.
 template <typename Options, typename Work>
 auto reporting(std::shared_ptr<Options> const & options, Work work)
 {
@@ -83,8 +86,9 @@ QString sizeText(qint64 bytes);
 /// Returns a number in upper-case hexadecimal, padded with zeros to `digits`.
 QString hexText(quint64 value, int digits = 8);
 
-/// Return a time in seconds since 1970-01-01 UTC as local time, and as ISO 8601 in UTC.
+/// Returns a time (seconds since 1970-01-01 UTC) as local time: "2026-11-21 04:31:27".
 QString timeText(qint64 seconds);
+/// Returns a time (seconds since 1970-01-01 UTC) in UTC as ISO 8601: "2026-11-21T03:31:27Z".
 QString jsonTime(qint64 seconds);
 
 } // namespace ox::tool

@@ -13,9 +13,9 @@ RunningChecksums::RunningChecksums()
     oxCRCInitialize();
 }
 
-// The 16 and 64 bit functions always begin with a register of 0. To continue from another register,
-// the register is XORed into the first bytes. If there are fewer bytes than the register has, the
-// remaining part of the register is XORed into the result.
+// oxCRCCalc16() and oxCRCCalc64() always start with a CRC register of 0. To continue from another
+// register value, the value is XORed into the first bytes. If there are fewer bytes than the
+// register has, the rest of the value is XORed into the result.
 void RunningChecksums::add(std::span<unsigned char> bytes)
 {
     auto const length = static_cast<unsigned int>(bytes.size());

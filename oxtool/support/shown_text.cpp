@@ -31,8 +31,8 @@ struct Range {
     char32_t last;
 };
 
-/// Blocks of wide characters. Terminals disagree on symbols, and a line that is too long wraps. So
-/// a block with wide symbols counts as wide.
+/// Blocks of characters that take two columns. Terminals disagree on the width of some symbols; a
+/// block with such symbols counts as wide, since a line that is too long would wrap.
 constexpr Range wideRanges[] = {
     {0x1100, 0x115F},   // Hangul syllable beginnings
     {0x231A, 0x23FF},   // technical symbols
@@ -68,7 +68,7 @@ int columnsOf(std::u32string_view text)
     return columns;
 }
 
-/// Returns the number of leading characters that fit into the columns.
+/// Returns the number of leading characters that fit into `columns` columns.
 template <typename Text>
 std::size_t lengthThatFits(Text const & text, int columns)
 {

@@ -37,8 +37,8 @@ State & state()
     return instance;
 }
 
-/// Defers stop requests in its scope. A waiting stop request lets the present deferrals end and
-/// begins before the next ones.
+/// Defers stop requests in its scope. A stop request waits until the running deferrals have ended;
+/// meanwhile no new deferral begins.
 class Deferral
 {
   public:
@@ -90,7 +90,8 @@ void StopGuard::release()
     });
 }
 
-/// The caller blocks deferrals until the process ends, so that no resource is acquired any more.
+/// Releases the resources of all guards and ends the process. The caller blocks new deferrals, so
+/// that no further resource is acquired.
 void endByStopRequest(platform::StopRequest request)
 {
     auto & guards = state().guards;
@@ -108,7 +109,7 @@ void endByStopRequest(platform::StopRequest request)
 namespace
 {
 
-/// Ends the process without a release: the share may never respond.
+/// Ends the process without releasing any resource, since the share may never respond.
 void endDuringWork(platform::StopRequest request)
 {
     writeError(QStringLiteral("stopped during a file operation: a lock file or a temporary file "

@@ -24,20 +24,21 @@ class StopGuard
     StopGuard(StopGuard const &) = delete;
     StopGuard & operator=(StopGuard const &) = delete;
 
-    // Several threads may defer stop requests at once. A deferral must not contain another one.
+    // While stop requests are deferred, a request waits, for five seconds at most. Several threads
+    // may defer stop requests at the same time. Deferrals must not be nested.
 
-    /// Runs `acquire` with stop requests deferred, so it should be short, and returns its result.
-    /// If `acquire` returns true, the guard stores `release` and `stopMessage`. After a stop
-    /// request has called `release`, the text of `stopMessage` goes to standard error unless it is
-    /// empty.
-    /// Fails: throws Failure, without a call of `acquire`, when stop requests cannot be handled.
+    /// Runs `acquire` with stop requests deferred, and returns its result. `acquire` should be
+    /// short. If it returns true, the guard stores `release` and `stopMessage`. A stop request
+    /// calls `release`, and then writes the text of `stopMessage` to standard error unless it is
+    /// empty. Fails: throws Failure, without a call of `acquire`, when stop requests cannot be
+    /// handled.
     bool acquire(Acquire const & acquire, Release release, Message stopMessage = {});
 
-    /// Releases the resource. Has no effect without one.
+    /// Releases the resource. Has no effect if there is none.
     void release();
 
     /// Runs `complete` with stop requests deferred, and returns its result. If `complete` returns
-    /// true, the guard forgets the resource without a release.
+    /// true, the guard forgets the resource and never calls `release`.
     bool complete(std::function<bool()> const & complete);
 
   private:
@@ -51,8 +52,8 @@ class StopGuard
 void deferStopRequests(std::function<void()> const & work);
 
 /// Installs the handling of stop requests: a request releases the resources of all StopGuards, the
-/// last acquired first, and ends the process. If deferred requests wait longer than five seconds,
-/// as on a share that does not respond, the process reports that it releases nothing, and ends.
+/// last acquired first, and ends the process. If a request is deferred for more than five seconds,
+/// as on a share that does not respond, the process ends without releasing them, and reports this.
 /// Call it once, at the start of the program.
 void installStopHandling();
 

@@ -29,11 +29,11 @@ bool isDrive(QString const & path)
     return path.size() >= 2 && path.at(1) == QLatin1Char(':') && path.at(0).isLetter();
 }
 
-/// Returns whether the root is a prefix of the path, in whole components. Both contain slashes
-/// only, and the root has none at its end.
+/// Returns whether `root` is a prefix of `path` that ends at the end of a component. The only
+/// separator in both is the slash, and `root` has none at its end.
 bool matches(QString const & root, QString const & path)
 {
-    // The root "/" is empty here, and matches no share.
+    // The stored root "/" is an empty text here. It must not match a share such as "//farm/share".
     if (isShare(root) != isShare(path))
         return false;
     bool const ignoreCase = isShare(root) || isDrive(root);

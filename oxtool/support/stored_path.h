@@ -7,7 +7,8 @@
 namespace ox::tool
 {
 
-/// Maps a root in the paths of another machine to a folder of this machine.
+/// Maps the root of stored paths to a folder of this machine. A stored path is a path in the form
+/// of the machine that has stored it, such as "\\farm\share\jobs".
 struct RootMapping {
     QString storedRoot;
     QString localRoot;
@@ -18,7 +19,7 @@ struct RootMapping {
 /// Fails: false when a side is empty.
 bool parseRootMapping(QString const & text, RootMapping & mapping);
 
-/// Path of another system in this system's form.
+/// Local path of a stored path.
 struct LocalPath {
     QString path;
     QString storedRoot; ///< root of the mapping that applied; empty if none

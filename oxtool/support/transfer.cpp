@@ -9,7 +9,8 @@ namespace ox::tool
 namespace
 {
 
-/// Smaller files count when they are complete: the size of a copy takes a round trip.
+/// Smaller files count only when complete, since each query of a growing copy's size takes a round
+/// trip to the share.
 constexpr qint64 largeSize = text::bytesOfMebibytes(8);
 
 } // namespace

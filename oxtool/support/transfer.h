@@ -16,8 +16,8 @@ class Transfer
     /// Adds a file to the expected amount. Call it before the transfer begins.
     void expect(qint64 size);
 
-    /// A file in transfer: its bytes count while they arrive in the copy, and completely at the end
-    /// of the scope.
+    /// A file that is being copied. Its bytes count as they arrive in the copy; at the end of the
+    /// scope the whole file counts.
     class File
     {
       public:
@@ -32,7 +32,7 @@ class Transfer
         qint64 const size_;
     };
 
-    /// Returns the present amount.
+    /// Returns the current amount.
     Progress::Amount amount() const;
 
   private:
