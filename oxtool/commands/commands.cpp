@@ -58,7 +58,7 @@ Option pauseOption(int & pauseMs)
     return {.name = "--pause",
             .letter = 'p',
             .valueName = "TIME",
-            .help = "Copy 1 MiB at a time and pause after each, to limit the load on the share",
+            .help = "Copy in pieces of 1 MiB and pause after each, to limit the load on the share",
             .target = Milliseconds{&pauseMs},
             .range = atLeast(0)};
 }

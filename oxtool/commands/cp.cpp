@@ -23,6 +23,7 @@ namespace ox::tool
 namespace
 {
 
+/// Value of `pauseMs` without --pause: the system copies the whole file at once.
 constexpr int noPieces = -1;
 
 struct Options {
@@ -39,7 +40,7 @@ struct ResumeOptions {
     bool json = false;
 };
 
-/// Returns the size of a file; 0 for one that does not exist.
+/// Returns the size of a file; 0 if the file does not exist.
 qint64 sizeOf(QString const & path)
 {
     auto const status = platform::fileStatus(nativeName(path));
@@ -51,14 +52,15 @@ QString nameIn(QString const & folder, QString const & file)
     return QDir(folder).filePath(QFileInfo(file).fileName());
 }
 
-/// Returns the file to write: `to`, or in the folder `to` a file with the source's name.
+/// Returns the target file: `to`; if `to` is a folder, the file in it with the name of `from`.
 QString targetOf(QString const & from, QString const & to)
 {
     bool const isFolder = platform::kindOf(nativeName(to)) == platform::NameKind::Folder;
     return isFolder ? nameIn(to, from) : to;
 }
 
-/// Runs a copy and shows its progress by the size of the target. Returns the text of a failure.
+/// Calls `copy`, shows its progress, and returns its failure text. `size` returns the size of the
+/// target, which is `begin` before the copy.
 QString copyWithProgress(QString const & from, qint64 begin, Progress::Measure const & size,
                          std::function<QString()> const & copy)
 {
@@ -68,7 +70,7 @@ QString copyWithProgress(QString const & from, qint64 begin, Progress::Measure c
 }
 
 /// Copies to a temporary file, which replaces the target when it is complete. `copyContent` fills
-/// the temporary file and returns the text of a failure.
+/// the temporary file and returns the text of a failure, or an empty text.
 template <typename CopyContent>
 void copyWhole(QString const & from, QString const & to, int pauseMs,
                CopyContent const & copyContent)
@@ -103,17 +105,17 @@ void copyOne(QString const & from, QString const & to, int pauseMs, bool * endsE
     });
 }
 
-/// A file to copy, and what was done.
+/// A file to copy, and the result.
 struct Item {
     QString from;
     QString to;
-    bool isKept = false;
+    bool isKept = false; ///< whether --keep has skipped the copy
     bool endsEmpty = false;
     qint64 size = 0;
     std::optional<Failure> failure = std::nullopt;
 };
 
-/// Copies files, several at once, and reports each in the order of the command.
+/// Copies files in parallel, and reports them in the order of the command line.
 class Copying
 {
   public:
@@ -122,7 +124,7 @@ class Copying
     void run()
     {
         if (options_.files.size() < 2)
-            throw Failure(QStringLiteral("missing TO"), WrongUse);
+            throw Failure(QStringLiteral("missing target file or folder"), WrongUse);
         QString const to = options_.files.back();
         std::vector<QString> const sources(options_.files.begin(), options_.files.end() - 1);
         if (sources.size() > 1)
@@ -146,7 +148,7 @@ class Copying
         std::set<QString> targets;
         for (QString const & from : sources) {
             Item & item = items.emplace_back(Item{from, nameIn(folder, from)});
-            // Of two copies at once, either could be the last.
+            // Both would be copied in parallel, and either could replace the other.
             if (!targets.insert(item.to.toCaseFolded()).second)
                 item.failure = Failure(QStringLiteral("cannot copy '%1' to '%2': another file of "
                                                       "this command has the same name")
@@ -192,7 +194,7 @@ class Copying
         item.failure = failure;
     }
 
-    /// Calls `copyContent` unless the target is to be kept, and completes the item.
+    /// Calls `copyContent` unless --keep applies to an existing target. Sets the item's result.
     template <typename CopyContent>
     void copy(Item & item, CopyContent const & copyContent) const
     {
@@ -246,7 +248,7 @@ class Copying
     int status_ = Done; ///< exit status of the failures
 };
 
-/// Appends in place, so that the next call can continue a partly appended target.
+/// Appends directly to the target, so that the next call can continue after an interruption.
 void append(QString const & from, QString const & to, qint64 begin)
 {
     auto const progress = [&] {

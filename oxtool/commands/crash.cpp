@@ -55,7 +55,7 @@ void showStack(CrashReport const & crash, Report & report)
 
 void show(Options const & options, Report & report)
 {
-    // A pipe would block the reader.
+    // The open fails for a named pipe, which would block minidump_stackwalk.
     if (auto const dump =
             platform::openForReading(nativeName(options.dump), platform::Writers::Allowed);
         !dump)
@@ -98,7 +98,8 @@ Command crashCommand()
     return {.name = "crash",
             .group = Group::Diagnosis,
             .summary = "Show reason, module and stack of a crash dump",
-            .details = "\"oxtool-symbols FOLDER FILE...\" makes the symbols of a release.",
+            .details =
+                "\"oxtool-symbols FOLDER FILE...\" writes the symbols of a release to FOLDER.",
             .options = {{.name = "DUMP",
                          .help = "Crash dump of any system",
                          .target = &options->dump,
@@ -106,12 +107,12 @@ Command crashCommand()
                         {.name = "--symbols",
                          .letter = 's',
                          .valueName = "FOLDER",
-                         .help = "Folder of the symbols of all releases",
+                         .help = "Folder with the symbols of all releases",
                          .target = &options->symbols},
                         {.name = "--readers",
                          .valueName = "FOLDER",
-                         .help = "Folder of minidump_stackwalk; the default is that of this "
-                                 "program, then PATH",
+                         .help = "Folder of minidump_stackwalk; default: the folder of oxtool, "
+                                 "then PATH",
                          .target = &options->readers},
                         jsonOption(options->json)},
             .examples = {"oxtool crash client__dump_1114_090507_7.0.26_261114_0905_64.oxdmp "

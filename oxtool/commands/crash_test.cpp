@@ -26,20 +26,21 @@ namespace
 
 struct Options {
     std::string kind;
-    std::string folder = "."; ///< unchanged argument, which the child process receives
+    std::string folder = "."; ///< bytes of the argument, passed unchanged to the child process
     QString readers;
     bool isChild = false;
     bool json = false;
 };
 
-/// Returns the path of the child process's log. Its name is part of the dump's name.
+/// Returns the path of the child process's log. The dump's name contains the name of the log.
 QString logName(QString const & folder)
 {
     return QDir::toNativeSeparators(
         QDir(folder).absoluteFilePath(QStringLiteral("crash-test.txt")));
 }
 
-/// Logs to an unbuffered file that is opened before the crash, since little else works after it.
+/// Logs without a buffer to a file that is opened before the crash. After a crash a write to an
+/// open file still works, unlike most other calls.
 class FileLogger : public oxLogger
 {
   public:
@@ -84,8 +85,7 @@ QStringList readAndDeleteLog(QString const & name)
     return text.isEmpty() ? QStringList() : text.split(QLatin1Char('\n'));
 }
 
-/// Shows the signal or exception, and its place in the program: the first frame of the crashed
-/// thread that has a source line.
+/// Shows the signal or exception, and the innermost stack frame that has a source line.
 void showCrash(CrashReport const & crash, Report & report)
 {
     report.line(
@@ -101,7 +101,7 @@ void showCrash(CrashReport const & crash, Report & report)
     report.set(QStringLiteral("source"), known->source);
 }
 
-/// Reads a dump of this program, with symbols that are made for it.
+/// Reads a dump of this program, with the symbols that dump_syms extracts from the program.
 CrashReport readOwnDump(DumpReaders const & readers, QString const & dump, QString const & program)
 {
     QTemporaryDir const symbols;
@@ -110,7 +110,7 @@ CrashReport readOwnDump(DumpReaders const & readers, QString const & dump, QStri
     return readers.read(dump, symbols.path());
 }
 
-/// Fails: throws Failure when the folder does not exist.
+/// Throws Failure unless `folder` is an existing folder.
 void requireFolder(QString const & folder)
 {
     auto const status = platform::fileStatus(nativeName(folder));
@@ -193,8 +193,8 @@ Command crashTestCommand()
                      .showsDefault = true},
                     {.name = "--readers",
                      .valueName = "FOLDER",
-                     .help = "Folder of minidump_stackwalk and dump_syms; the default is that of "
-                             "this program, then PATH",
+                     .help = "Folder of minidump_stackwalk and dump_syms; default: the folder of "
+                             "oxtool, then PATH",
                      .target = &options->readers},
                     {.name = "--child", .target = &options->isChild, .isHidden = true},
                     jsonOption(options->json)},

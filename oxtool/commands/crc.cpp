@@ -24,13 +24,14 @@ struct Options {
     bool json = false;
 };
 
-/// Reads the files of a command, several at once, and reports each in the order of the command.
+/// Reads files in parallel, and reports them in the order of the command line or list.
 class Checksums
 {
   public:
     Checksums(Options const & options, Report & report) : options_(options), report_(report) {}
 
-    /// Shows all readable files, and fails if one of them is not readable.
+    /// Shows the checksums of the files.
+    /// Fails: after all readable files, throws Failure when a file is not readable.
     void show()
     {
         report_.text(QStringLiteral("crc8  crc16  crc32     crc64                  bytes  file"));
@@ -42,7 +43,8 @@ class Checksums
             throw Failure::reported(failures_, status_);
     }
 
-    /// Compares the files of a list, and fails if one of them differs or is not readable.
+    /// Compares the files of a checksum list with the list.
+    /// Fails: after all files, throws Failure when a file differs or is not readable.
     void check()
     {
         std::vector<FileChecksums> const list = readChecksumList(options_.list);
@@ -108,8 +110,8 @@ class Checksums
         });
     }
 
-    /// Returns the size of the only file; 0 for several files, whose sizes would take a round trip
-    /// each.
+    /// Returns the size of a single file. Returns 0 for several files, since each query of a size
+    /// takes a round trip.
     static qint64 sizeOf(std::vector<QString> const & names)
     {
         if (names.size() != 1)
@@ -147,7 +149,7 @@ class Checksums
 void crc(Options const & options, Report & report)
 {
     if (options.files.empty() == options.list.isEmpty())
-        throw Failure(QStringLiteral("missing FILE, or --check LIST without FILE"), WrongUse);
+        throw Failure(QStringLiteral("either FILE or --check LIST is required"), WrongUse);
     Checksums checksums(options, report);
     if (options.list.isEmpty())
         checksums.show();
@@ -169,8 +171,8 @@ Command crcCommand()
                         {.name = "--check",
                          .letter = 'c',
                          .valueName = "LIST",
-                         .help = "Compare files with the output of this command; - is the standard "
-                                 "input",
+                         .help = "Check the files of LIST, an output of this command; - is the "
+                                 "standard input",
                          .target = &options->list},
                         jobsOption(options->jobs),
                         jsonOption(options->json)},

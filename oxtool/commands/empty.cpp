@@ -36,7 +36,7 @@ struct Options {
     bool json = false;
 };
 
-/// A subfolder to delete with its content, and what was done there.
+/// A subfolder to delete with its content, and the result.
 struct Subfolder {
     struct Entry {
         QString path;
@@ -48,8 +48,9 @@ struct Subfolder {
     std::vector<Entry> entries = {};
 };
 
-/// Empties a folder and reports each entry. Files of the folder itself are deleted first, one after
-/// the other, since a folder handles one change at a time. Its subfolders follow, several at once.
+/// Empties a folder and reports each entry. First deletes the files directly in the folder, one
+/// after the other, since the system changes a folder's entries only one at a time. Then deletes
+/// the subfolders in parallel.
 class Emptying
 {
   public:
@@ -63,8 +64,8 @@ class Emptying
 
     void run()
     {
-        // The pass runs on another thread, so that a stop request can wait for its end and report
-        // the exact number of deleted entries.
+        // The deletion runs on another thread, so that a stop request can wait for its end and
+        // report the exact number of deleted entries.
         std::shared_future<_oxEmptyFolderResult> pass;
         bool hasEnded = true;
         StopGuard guard;
@@ -88,7 +89,8 @@ class Emptying
     }
 
   private:
-    /// Starts the pass on another thread. If no thread can be created, the first wait runs it.
+    /// Starts the deletion on another thread. If no thread can be created, the deletion runs on the
+    /// thread that first waits for the result.
     std::shared_future<_oxEmptyFolderResult> start()
     {
         try {
@@ -185,7 +187,7 @@ class Emptying
     {
         if (failure.isEmpty())
             return addEntry(path);
-        // The library's text consists of a sentence, the path and the reason.
+        // `failure` has the form "SENTENCE PATH, REASON".
         QString const reason =
             failure.mid(failure.indexOf(path + QLatin1String(", ")) + path.size() + 2);
         addFailure(QStringLiteral("cannot delete '%1': %2").arg(path, reasonIn(reason)));
@@ -244,13 +246,13 @@ class Emptying
     Options const & options_;
     Report & report_;
     QString const folder_;
-    QString const path_; ///< of the folder, with a separator at its end
+    QString const path_; ///< path of the folder with a separator at its end
     std::atomic<bool> stopped_ = false;
     QJsonArray entries_;
     QJsonArray failures_;
 };
 
-/// Parses an age in seconds. Returns false for a text that is none.
+/// Parses an age into `seconds`, rounded up. Returns false if the text is not an age.
 bool parseAge(QString const & text, int & seconds)
 {
     auto const age = parseDuration(text, std::chrono::seconds(1));
@@ -278,13 +280,13 @@ Command emptyCommand()
                          .target = &options->recursive},
                         {.name = "--older-than",
                          .valueName = "AGE",
-                         .help = "Delete only entries unchanged for this time: 90s, 2h, 7d",
+                         .help = "Delete only entries not changed within this time: 90s, 2h, 7d",
                          .target = ParseValue([options](QString const & text) {
                              return parseAge(text, options->minAge);
                          })},
                         {.name = "--keep",
                          .valueName = "PATTERN",
-                         .help = "Keep files and folders with this name or path: *.log, job17/*",
+                         .help = "Keep entries whose name or path matches: *.log, job17/*",
                          .target = &options->kept},
                         {.name = "--dry-run",
                          .letter = 'n',

@@ -19,7 +19,7 @@ struct Options {
     bool json = false;
 };
 
-/// Parses "5", "-1073741819" or "0xC0000005" as a number of 32 bits.
+/// Parses a 32-bit number, such as "5", "-1073741819" or "0xC0000005".
 std::optional<quint32> parseNumber(QString const & text)
 {
     bool isNumber = false;
@@ -31,14 +31,14 @@ std::optional<quint32> parseNumber(QString const & text)
     return isNumber && isInRange ? std::optional(static_cast<quint32>(number)) : std::nullopt;
 }
 
-/// Returns the system's message for an error code; empty if it has none.
+/// Returns the system's message for an error code; empty if the system has none.
 QString systemMessage(quint32 code)
 {
     auto const message = platform::errorMessage(static_cast<int>(code));
     return message ? text::toQString(*message) : QString();
 }
 
-/// Returns the text of an exception code; empty if it is unknown.
+/// Returns the text of an exception code; empty if the code is unknown.
 QString exceptionText(quint32 code)
 {
     QString const text = exceptionCodeText(code);
@@ -56,8 +56,7 @@ void show(Options const & options, Report & report)
 {
     auto const number = parseNumber(options.number);
     if (!number)
-        throw Failure(QStringLiteral("'%1' is not a number of 32 bits").arg(options.number),
-                      WrongUse);
+        throw Failure(QStringLiteral("'%1' is not a 32-bit number").arg(options.number), WrongUse);
     report.set(QStringLiteral("number"), static_cast<qint32>(*number));
     report.set(QStringLiteral("hexadecimal"), hexText(*number));
     report.line(QStringLiteral("number"),
@@ -74,7 +73,7 @@ Command errorCommand()
     return {.name = "error",
             .group = Group::Diagnosis,
             .summary = "Show the text of a system error or an exception code",
-            .details = "System errors have the numbers of the system that the command runs on.",
+            .details = "System error numbers are those of the system that oxtool runs on.",
             .options = {{.name = "NUMBER",
                          .help = "Decimal, or hexadecimal after 0x",
                          .target = &options->number,

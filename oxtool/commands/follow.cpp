@@ -29,8 +29,8 @@ struct Options {
     bool json = false;
 };
 
-/// Writes text of a file to the terminal, with unprintable characters escaped. Other outputs get
-/// the unchanged bytes.
+/// Writes text to standard output: on a terminal with unprintable characters escaped, otherwise the
+/// unchanged bytes.
 class TextOutput
 {
   public:
@@ -55,7 +55,8 @@ class TextOutput
         std::fflush(stdout);
     }
 
-    /// Returns the length without an incomplete UTF-8 sequence, or a carriage return, at the end.
+    /// Returns the length of `pending_` without an incomplete UTF-8 sequence, or a carriage return,
+    /// at the end.
     int wholeCharacters() const
     {
         auto const size = static_cast<int>(pending_.size());
@@ -75,14 +76,14 @@ class TextOutput
     QByteArray pending_;
 };
 
-/// The copy of a growing file. At every moment it is a beginning of the file.
+/// The copy of a growing file. At any time it contains the first bytes of the file.
 class Copy
 {
   public:
     explicit Copy(QString const & path) : path_(path) {}
 
     /// Returns the size; 0 if the copy does not exist.
-    /// Fails: throws Failure when its status cannot be read, so that it is not taken for empty.
+    /// Fails: throws Failure when the status cannot be read, since 0 would mean an empty copy.
     qint64 size() const
     {
         auto const status = platform::fileStatus(nativeName(path_));
@@ -165,7 +166,7 @@ class Follower
         QElapsedTimer idle;
         idle.start();
         while (!isOutputLost()) {
-            // The copy stays while the source is missing.
+            // While the source is missing, the copy stays unchanged.
             bool const mayRestart =
                 !options_.copy.isEmpty() && platform::statusOfFile(nativeName(options_.file));
             if (mayRestart && copy_.size() != source_.position()) {
@@ -202,7 +203,9 @@ class Follower
                            .arg(options_.file));
         wasMissing_ = isMissing;
         if (isRestarted)
-            writeError(QStringLiteral("'%1' begins anew").arg(options_.file));
+            writeError(QStringLiteral("'%1' was truncated or replaced; following it from its "
+                                      "beginning")
+                           .arg(options_.file));
         if (options_.copy.isEmpty() || (change != GrowingFile::Change::Grown && !isRestarted))
             return;
         qint64 const size = source_.position();
@@ -237,32 +240,32 @@ Command followCommand()
     return {
         .name = "follow",
         .group = Group::Files,
-        .summary = "Show or copy what a growing file gains, until Ctrl-C",
+        .summary = "Show or copy the new data of a growing file, until Ctrl-C",
         .details =
-            "A file that begins anew, because it was truncated or replaced, is followed from its\n"
-            "beginning. A terminal gets the text with unprintable characters escaped.",
+            "A file that was truncated or replaced is followed from its beginning. On a terminal,\n"
+            "unprintable characters are escaped.",
         .options = {{.name = "FILE",
                      .help = "Growing file, such as a render log",
                      .target = &options->file,
                      .isRequired = true},
                     {.name = "--to",
                      .valueName = "COPY",
-                     .help = "Append to COPY in place of the standard output; continues a copy",
+                     .help = "Append to COPY instead of standard output; continue an existing copy",
                      .target = &options->copy},
                     {.name = "--all",
-                     .help = "Show the present content first",
+                     .help = "Show the current content first",
                      .target = &options->all,
                      .excludes = "--to"},
                     {.name = "--interval",
                      .letter = 'i',
                      .valueName = "TIME",
-                     .help = "Time between two looks at FILE",
+                     .help = "Time between two polls of FILE",
                      .target = Milliseconds{&options->intervalMs},
                      .showsDefault = true,
                      .range = Range{10, 24 * 3600 * 1000}},
                     {.name = "--idle",
                      .valueName = "TIME",
-                     .help = "End when FILE has not grown for this time; 0 for no end",
+                     .help = "End when FILE has not grown for this time; 0 for no limit",
                      .target = Milliseconds{&options->idleMs},
                      .showsDefault = true,
                      .range = atLeast(0)},

@@ -14,8 +14,8 @@ struct Options {
     bool json = false;
 };
 
-/// Reports the facts about the machine: as lines, some with several facts, and as one JSON member
-/// per fact.
+/// Reports the facts about the machine. A line of text can contain several facts; in JSON each fact
+/// is a member of its own.
 class Information
 {
   public:

@@ -124,7 +124,7 @@ class Inspection
         report_.set(QStringLiteral("header"), json);
     }
 
-    /// Returns the stored CRC: that of the header, or the one at the end of a gzip stream.
+    /// Returns the stored CRC: from the trailer of a gzip stream, otherwise from the header.
     std::optional<quint32> storedCrc() const
     {
         if (!isInGzip(format_))
@@ -135,7 +135,7 @@ class Inspection
                    : std::nullopt;
     }
 
-    /// Returns the CRC of the loaded content; empty if the load failed before.
+    /// Returns the CRC of the loaded content; empty if the content could not be loaded.
     std::optional<quint32> computedCrc() const
     {
         if (isInGzip(format_))

@@ -18,7 +18,7 @@ namespace ox::tool
 namespace
 {
 
-constexpr int nameLimit = 25; // the process list cuts longer names
+constexpr int nameLimit = 25; // the process list truncates longer names
 
 struct Options {
     std::vector<QString> targets;
@@ -27,7 +27,7 @@ struct Options {
     bool json = false;
 };
 
-/// Returns whether a target, an id or a whole name, means a process.
+/// Returns whether `target`, a process id or a whole name, selects a process.
 bool isMeant(_oxProcessEntry const & process, QString const & target)
 {
     bool isNumber = false;
@@ -42,20 +42,21 @@ bool isMeant(_oxProcessEntry const & process, QString const & target)
     return isName(target) || isName(target + suffix);
 }
 
-/// Returns the processes of all targets. This process is not one of them.
-/// Fails: throws Failure when a target has no process.
+/// Returns the processes that the targets select, without this process.
+/// Fails: throws Failure when a target selects no process.
 std::vector<ProcessRow> findProcesses(std::vector<QString> const & targets)
 {
     for (QString const & target : targets) {
         if (target.size() >= nameLimit) // several names can have the same beginning
-            throw Failure(QStringLiteral("'%1' is too long for a name: give the id").arg(target),
+            throw Failure(QStringLiteral("'%1' is too long for a name; give the id").arg(target),
                           WrongUse);
     }
     auto const list = std::make_unique<_oxProcessList>();
     list->collectAllProcesses();
     list->initGetProcessInfo();
     if (list->total() > list->count)
-        throw Failure(QStringLiteral("cannot search all of %1 processes").arg(list->total()));
+        throw Failure(QStringLiteral("cannot search %1 processes: more than the process list holds")
+                          .arg(list->total()));
     auto const self = static_cast<unsigned int>(QCoreApplication::applicationPid());
     std::vector<bool> isFound(targets.size(), false);
     std::vector<ProcessRow> rows;
@@ -143,18 +144,18 @@ Command killCommand()
     auto const options = std::make_shared<Options>();
     return {.name = "kill",
             .group = Group::Machine,
-            .summary = "End processes by name or id, after a question",
+            .summary = "End processes by name or id, after a confirmation",
             .details =
                 "On Linux a process gets SIGTERM, so it can release its locks; with --force it\n"
-                "gets SIGKILL. On Windows a process cannot be asked and ends immediately. If the\n"
-                "system has reused a process id in the meantime, the new process is not ended.",
+                "gets SIGKILL. On Windows a process always ends immediately. If the system has\n"
+                "reused a process id in the meantime, the new process is not ended.",
             .options = {{.name = "PROCESS",
                          .help = "Process id, or whole name in any letter case",
                          .target = &options->targets,
                          .isRequired = true},
                         {.name = "--yes",
                          .letter = 'y',
-                         .help = "Do not ask; required if standard input is not a terminal",
+                         .help = "Do not ask; required unless standard input is a terminal",
                          .target = &options->yes},
                         {.name = "--force",
                          .help = "End the processes immediately",
