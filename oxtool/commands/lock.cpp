@@ -56,9 +56,9 @@ Failure statusFailure(QString const & file, int systemError)
     return statusFailure(file, reasonOf(systemError), statusOf(platform::Error{systemError}));
 }
 
-/// Returns the system's error code for the folder of a path with a share or a drive; 0 if the
-/// folder exists. On Linux such a path is a file name without a folder, whose lock no other process
-/// sees.
+/// Returns the system's error code for the folder of a path that begins with a share or a drive.
+/// Returns 0 if the folder exists, or if the path has another form. On Linux an unmapped path such
+/// as "\\farm\share\a" names a file in the current folder, whose lock no other process sees.
 int systemErrorOfFolder(QString const & file)
 {
     bool const isStoredPath = file.startsWith(QLatin1String("\\\\")) ||
@@ -84,7 +84,8 @@ _oxFileLockStatus statusOfLock(QString const & file)
     return status;
 }
 
-/// Returns the failure to remove a lock file. A process may have taken the lock since `status`.
+/// Returns the Failure for a lock file that could not be removed. A process may have taken the lock
+/// after the query of `status`.
 Failure breakFailure(QString const & file, _oxFileLockStatus const & status, platform::Error error)
 {
     bool const isHeld = platform::isTaken(error) || status.holder == _oxFileLockStatus::Process;
@@ -121,7 +122,8 @@ void showStatus(QString const & file, Report & report)
     report.line(QStringLiteral("holder"), holderStateText(status));
 }
 
-/// Removes a lock file that no process holds, as a waiting process removes a stale one.
+/// Removes a lock file that no process holds, in the same way as a waiting process removes the lock
+/// file of a stale lock.
 void breakLock(QString const & file, Report & report)
 {
     _oxFileLockStatus const status = statusOfLock(file);
@@ -132,7 +134,7 @@ void breakLock(QString const & file, Report & report)
         return;
     }
     setMembers(report, status);
-    // A lock file that is newer than the one shown belongs to another process.
+    // A lock file newer than `status` belongs to another process and is not removed.
     auto const removed =
         platform::removeLeftLockFile(nativeName(lockFileName(file)), status.since.value + 1);
     if (!removed) {
@@ -143,7 +145,7 @@ void breakLock(QString const & file, Report & report)
     report.line(QStringLiteral("holder"), holderText(status));
 }
 
-/// Returns the exit status of a command that cannot be run, as shells do.
+/// Returns the exit status that shells return for a command that cannot be run.
 int statusOfFailedStart(platform::Error error)
 {
     constexpr int cannotRun = 126;
@@ -151,8 +153,8 @@ int statusOfFailedStart(platform::Error error)
     return error.kind() == platform::ErrorKind::NotFound ? notFound : cannotRun;
 }
 
-/// Runs the command and waits for its end. The terminal sends its stop requests to the command as
-/// well; other requests are passed on to it.
+/// Runs the command and waits for its end. Ctrl-C in a terminal reaches the command directly; other
+/// stop requests are passed on to the command.
 int runCommand(std::vector<std::string> const & command)
 {
     std::unique_ptr<platform::ChildProcess> child;

@@ -27,10 +27,10 @@ struct Options {
 
 QLatin1String const ending("_lock.txt");
 
-/// The locks of a tree by the names of their lock files.
+/// States of locks by the paths of their lock files.
 using Locks = std::map<QString, _oxFileLockStatus>;
 
-/// One search for lock files in all folders.
+/// Result of one search for lock files in all folders.
 struct Search {
     Locks locks;
     QStringList failures;
@@ -127,7 +127,7 @@ bool isSame(_oxFileLockStatus const & one, _oxFileLockStatus const & other)
     return one.holder == other.holder && one.since == other.since && one.who == other.who;
 }
 
-/// Shows each change of the locks in a line, or in JSON as one object per line.
+/// Shows each change of a lock in a line; with --json as a JSON object in one line.
 class Watch
 {
   public:
@@ -206,7 +206,7 @@ Command locksCommand()
     return {
         .name = "locks",
         .group = Group::Locks,
-        .summary = "List the locks of a folder: holder, time, held or left behind",
+        .summary = "List the locks in folders with their state, time and holder",
         .details =
             "A lock is left behind if the process that took it has ended without releasing it.\n"
             "\"oxtool lock --break FILE\" removes such a lock. The state is \"cannot tell\" if\n"

@@ -36,7 +36,7 @@ struct Options {
 };
 
 struct Entry {
-    QString name; ///< below the listed folder
+    QString name; ///< path relative to the listed folder
     QString path;
     bool isFolder = false;
     bool hasStatus = false;
@@ -44,8 +44,8 @@ struct Entry {
     qint64 modified = 0;
 };
 
-/// Reads size and time of an entry as the library's listing does: a link without a target has the
-/// time of the link.
+/// Reads size and time of an entry. As in the library's listing, a link without a target has the
+/// size and the time of the link itself.
 void readStatus(Entry & entry)
 {
     auto const status = platform::fileStatus(nativeName(entry.path));
@@ -61,7 +61,7 @@ void readStatus(Entry & entry)
     }
 }
 
-/// Returns a size with three or four digits: "1.5 GiB".
+/// Returns a size with a binary unit: "1.5 GiB".
 QString humanSize(qint64 bytes)
 {
     if (bytes < 1024)
@@ -92,7 +92,7 @@ class Listing
         if (options_.folder.isEmpty())
             throw Failure(QStringLiteral("cannot list folder '': the name is empty"), Missing);
         if (options_.selection.isRecursive && options_.folder.endsWith(u'*'))
-            throw Failure(QStringLiteral("--recursive takes no pattern"), WrongUse);
+            throw Failure(QStringLiteral("--recursive needs a folder, not a pattern"), WrongUse);
         report_.set(QStringLiteral("path"), options_.folder);
         report_.beginArray(QStringLiteral("entries"));
         if (options_.selection.isRecursive)
@@ -151,13 +151,13 @@ class Listing
         }
     }
 
-    /// Reads the status of entries, several at once, and shows them in their order.
+    /// Reads the status of entries in parallel, and shows the entries in their order.
     void process(std::vector<Entry> entries)
     {
-        constexpr std::size_t atOnce = 16;
+        constexpr std::size_t groupSize = 16;
         auto const forEach = [&](std::size_t group, auto const & use) {
-            std::size_t const end = std::min(entries.size(), (group + 1) * atOnce);
-            std::for_each(entries.begin() + static_cast<std::ptrdiff_t>(group * atOnce),
+            std::size_t const end = std::min(entries.size(), (group + 1) * groupSize);
+            std::for_each(entries.begin() + static_cast<std::ptrdiff_t>(group * groupSize),
                           entries.begin() + static_cast<std::ptrdiff_t>(end), use);
         };
         auto const work = [&](std::size_t group) {
@@ -166,7 +166,7 @@ class Listing
                     readStatus(entry);
             });
         };
-        runJobs(jobs_, (entries.size() + atOnce - 1) / atOnce, work, [&](std::size_t group) {
+        runJobs(jobs_, (entries.size() + groupSize - 1) / groupSize, work, [&](std::size_t group) {
             forEach(group, [this](Entry & entry) { accept(entry); });
             return !isOutputLost();
         });
@@ -186,7 +186,7 @@ class Listing
 
     void showSorted()
     {
-        // The largest and the newest are first, since they are the ones of interest.
+        // Size and time are sorted in descending order, since users look for large and new files.
         auto const key = [this](Entry const & entry) {
             return options_.sort == "size"   ? -entry.size
                    : options_.sort == "time" ? -entry.modified
@@ -300,7 +300,7 @@ Command listCommand()
                      .help = "Show sizes as KiB, MiB, GiB or TiB",
                      .target = &options->human},
                     {.name = "--total",
-                     .help = "Show the number of files and their size in a last line",
+                     .help = "Show the number of files and their total size in the last line",
                      .target = &options->total},
                     jobsOption(options->jobs),
                     jsonOption(options->json)},

@@ -24,7 +24,7 @@ struct Options {
     bool json = false;
 };
 
-/// Loads a file whose length is not known, such as a pipe.
+/// Loads a file whose length is not known in advance, such as a pipe.
 void loadStream(QString const & path, _OX_DataBuffer & buffer)
 {
     constexpr int limitMB = _OX_DataBuffer::memoryLimitMB;
@@ -32,7 +32,8 @@ void loadStream(QString const & path, _OX_DataBuffer & buffer)
     readPieces(path, [&](std::span<unsigned char> piece) {
         auto const length = static_cast<int>(piece.size());
         qint64 const needed = qint64{buffer.size} + length;
-        // The capacity is doubled, so that the content is moved only a few times.
+        // Doubling the capacity limits the number of reallocations, each of which copies the
+        // content.
         qint64 const capacity =
             std::max(needed, std::min<qint64>(limit, qint64{buffer.sizeAllocated} * 2));
         bool const fits = needed <= buffer.sizeAllocated ||
@@ -42,7 +43,7 @@ void loadStream(QString const & path, _OX_DataBuffer & buffer)
     });
 }
 
-/// Returns whether a path refers to a stream, such as a pipe, whose length is not known.
+/// Returns whether a path refers to a stream, such as a pipe, whose length is not known in advance.
 bool isStream(QString const & path)
 {
     auto const status = platform::statusOfFile(nativeName(path));
@@ -63,7 +64,7 @@ void loadPayload(QString const & path, _OX_DataBuffer & buffer)
                 .arg(path));
 }
 
-/// Returns 0 or the buffer's error code.
+/// Saves a buffer to `path`. Returns 0, or the buffer's error code.
 int save(_OX_DataBuffer & buffer, Format format, QString const & path)
 {
     if (format == Format::Gzip)
@@ -123,7 +124,8 @@ Command packCommand()
             .group = Group::BufferFiles,
             .summary = "Write the bytes of a file to a buffer file",
             .details =
-                "Formats: db = plain, zp = compressed, ns = compress-and-save, gz = bare gzip.",
+                "Formats: db (plain file), zp (gzip of header and data), ns (plain file with\n"
+                "compressed data), gz (gzip of the data alone).",
             .options = {{.name = "FILE",
                          .help = "File to pack; - is the standard input",
                          .target = &options->in,
@@ -135,7 +137,7 @@ Command packCommand()
                         format,
                         {.name = "--header",
                          .valueName = "N",
-                         .help = "Values of the application's three header words",
+                         .help = "Values of the three header words for the application",
                          .target = std::span<int>(options->headerValues)},
                         jsonOption(options->json)},
             .examples = {"oxtool pack scene.txt /mnt/share/jobs/job17.oxdb --format db"},

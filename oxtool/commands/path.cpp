@@ -73,9 +73,9 @@ Command pathCommand()
             .group = Group::Files,
             .summary = "Show the local path of a stored path, or all mappings",
             .details =
-                "Mappings come from --map, then from the variable OXTOOL_MAP (separated like the\n"
-                "folders of PATH, or by line breaks), then from the lines \"map = STORED=LOCAL\"\n"
-                "of the configuration file.",
+                "Mappings come from --map, then from the environment variable OXTOOL_MAP\n"
+                "(separated like the folders of PATH, or by line breaks), then from the lines\n"
+                "\"map = STORED_ROOT=LOCAL_ROOT\" of the configuration file.",
             .options = {{.name = "STORED_PATH",
                          .help = "Path in Windows, Linux or Mac form",
                          .target = &options->path},

@@ -74,7 +74,7 @@ class Refresh
                              .arg(sizeText(status.size), timeText(status.modified)));
     }
 
-    /// Loads the file and shows its status, which comes with the opened file.
+    /// Loads the file, and shows its size and time from the status of the opened file.
     void load()
     {
         std::optional<platform::FileStatus> status;

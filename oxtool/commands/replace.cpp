@@ -26,14 +26,15 @@ struct Options {
     std::string search;
     std::string replacement;
     bool utf16 = false;
-    bool isExact = false; ///< compares letter case
+    bool isExact = false; ///< whether the search respects letter case
     bool dryRun = false;
     bool backup = false;
     bool json = false;
 };
 
-/// Returns the bytes of an argument in the file's encoding.
-/// Fails: throws Failure when the text is too long for the record or not representable in it.
+/// Returns the bytes of `argument` in the file's encoding. `name` is the name of the argument, for
+/// messages.
+/// Fails: throws Failure when the text is longer than the record or not representable in it.
 Text bytesOf(char const * name, std::string const & argument, bool utf16)
 {
     auto const refuse = [name](QString const & reason) {
@@ -53,7 +54,7 @@ Text bytesOf(char const * name, std::string const & argument, bool utf16)
     return Text(reinterpret_cast<char const *>(text.utf16()), 2 * static_cast<int>(text.size()));
 }
 
-/// Fails: throws Failure when the file does not exist.
+/// Throws Failure when the file does not exist.
 void requireExisting(QString const & path)
 {
     auto const status = platform::fileStatus(nativeName(path));
@@ -62,7 +63,8 @@ void requireExisting(QString const & path)
                       statusOf(status.error()));
 }
 
-/// Loads the file `path` under `name`, a name that stays valid.
+/// Loads the file `path`. `name` is a name of this file that stays valid if another process renames
+/// the file.
 void load(_oxFileSearcher & file, QString const & name, QString const & path)
 {
     if (file.load(name))
@@ -75,7 +77,7 @@ void load(_oxFileSearcher & file, QString const & name, QString const & path)
                   status ? Failed : statusOf(status.error()));
 }
 
-/// Replaces a text in files, one after the other.
+/// Replaces a text in one file after the other.
 class Replacing
 {
   public:
@@ -106,7 +108,7 @@ class Replacing
     }
 
   private:
-    /// Stores a member of the JSON object of a file.
+    /// Function that stores a member of the JSON object of a file.
     using SetMember = std::function<void(QString const &, QJsonValue const &)>;
 
     void replaceInOneOfSeveral(QString const & path)
@@ -167,7 +169,7 @@ class Replacing
     {
         if (find(file, file.size - length()) < 0)
             return false;
-        // The last bytes of the file may overlap the previous match.
+        // The text at the end of the file is not a match if it overlaps the previous match.
         int next = 0;
         for (int at = 0; (at = find(file, next)) >= 0;)
             next = at + length();
@@ -182,8 +184,9 @@ class Replacing
         return count;
     }
 
-    /// Replaces the matches in their own letter case, for which the library has no function, and
-    /// by its rules: the last byte of the file stays.
+    /// Sets `content` to the file's content with all exact matches replaced, and returns the number
+    /// of matches. The library replaces only regardless of case. As in the library, a match at the
+    /// end of the file is counted but not replaced.
     int replaceExactly(_oxFileSearcher const & file, std::string & content) const
     {
         auto const append = [&](int begin, int end) {
@@ -242,7 +245,7 @@ class Replacing
         return count;
     }
 
-    /// Returns the position behind the line break of a line.
+    /// Returns the position after the line break of the line that begins at `begin`.
     int lineEnd(_oxFileSearcher const & file, int begin) const
     {
         int const unit = options_.utf16 ? 2 : 1;
@@ -296,7 +299,7 @@ Command replaceCommand()
                          .isRequired = true},
                         {.name = "MORE", .help = "More files to change", .target = &options->more},
                         {.name = "--case-sensitive",
-                         .help = "Find the text in its own letter case only",
+                         .help = "Respect the letter case of the text",
                          .target = &options->isExact},
                         {.name = "--dry-run",
                          .letter = 'n',

@@ -29,9 +29,9 @@ struct Options {
     bool json = false;
 };
 
-/// Returns the key as a record.
-/// Fails: throws Failure when the key exceeds the record, since a truncated key refers to another
-/// segment.
+/// Returns the key as an 8-bit record of the library.
+/// Fails: throws Failure when the key is too long for the name of a segment or not in Latin-1,
+/// since a changed key refers to another segment.
 _oxString8_evenSize<250> recordKey(QString const & key)
 {
     constexpr int longestKey = 232;
@@ -43,7 +43,7 @@ _oxString8_evenSize<250> recordKey(QString const & key)
     return record;
 }
 
-/// Returns the failure of an action, such as "attach to", with the library's error text.
+/// Returns the Failure of an action, such as "attach to", with the library's error text.
 Failure failureOf(char const * action, Options const & options, oxSharedMemory const & memory)
 {
     bool const isMissing = memory.error() == oxSharedMemory::DoesNotExist;
@@ -82,8 +82,8 @@ int create(Options const & options)
     waitForStopRequest();
 }
 
-/// Locks the segment until a stop request ends the program. Stop requests are deferred while it
-/// waits for the lock, up to two seconds.
+/// Locks the segment until a stop request ends the program. The wait for the lock, which takes up
+/// to two seconds, defers stop requests.
 int lock(Options const & options)
 {
     oxSharedMemory memory(recordKey(options.key));
@@ -159,7 +159,7 @@ void show(Options const & options, Report & report)
     showBytes(shown, report);
 }
 
-/// Lists the segments of the farm that a process has open.
+/// Lists the segments of the farm that any process has open.
 void list(Options const &, Report & report)
 {
     using platform::SharedSegment;
@@ -228,8 +228,8 @@ Command sharedMemoryCommand()
                           .isRequired = true},
                          {.name = "--local",
                           .help =
-                              "Create a segment of this session (on Linux: user); the default is a "
-                              "global one, if permitted",
+                              "Create a segment for this session only (on Linux: for this user); "
+                              "default: global, if permitted",
                           .target = &options->local}},
              .run = [options] { return create(*options); }},
             {.name = "show",

@@ -30,7 +30,7 @@ namespace
 
 constexpr int retryWaitMs = 5000;
 
-/// A file that allows --delete in its folder.
+/// Name of the file that allows --delete in the folder TARGET that contains it (the marker).
 constexpr char deletionMarker[] = ".oxtool-sync";
 
 struct Options {
@@ -77,8 +77,8 @@ QString folderOf(QString const & path)
     return path.left(path.lastIndexOf(QLatin1Char(platform::ownSeparator)) + 1);
 }
 
-/// Reads the status of the master copy.
-/// Fails: throws Failure when it does not exist or is not a complete file.
+/// Returns the status of the master copy, the file in SOURCE.
+/// Fails: throws Failure when it does not exist, is not a regular file or has no last-write time.
 platform::FileStatus masterStatus(QString const & path)
 {
     auto const status = platform::fileStatus(nativeName(path));
@@ -101,7 +101,7 @@ void compare(Item & item, Options const & options, bool folderExists)
         return;
     auto const target = platform::fileStatus(nativeName(update.target));
     bool const exists = target && !target->isFolder;
-    // A target that cannot be looked at is not known to be missing, and kept as well.
+    // A target whose status is not readable may exist, so it is also kept as "_old".
     update.isReplaced =
         exists || (!target && target.error().kind() != platform::ErrorKind::NotFound);
     bool const isEqual =
@@ -112,7 +112,8 @@ void compare(Item & item, Options const & options, bool folderExists)
         item.state = State::UpToDate;
 }
 
-/// Copies a file, and with --retry-exe again as long as it looks unfinished.
+/// Copies a file. With --retry-exe, an .exe that ends in zeros is compared again after 5 s, and
+/// copied again if it has changed.
 void copy(Item & item, Options const & options, Transfer & transfer)
 {
     bool const mayRetry = options.retry && item.update.target.endsWith(QLatin1String(".exe"));
@@ -134,7 +135,7 @@ void copy(Item & item, Options const & options, Transfer & transfer)
     }
 }
 
-/// Calls `work` for an item, and stores a failure in it.
+/// Calls `work`, and stores a Failure in the item.
 template <typename Work>
 void attempt(Item & item, Work const & work)
 try {
@@ -144,14 +145,15 @@ try {
     item.failure = failure.text();
 }
 
-/// The names of the source, which --delete keeps in the target. Letter case is ignored: a share may
-/// store a copy under a name in another case.
+/// Relative paths of the source's files and folders, which --delete keeps in the target. Letter
+/// case is ignored, since a share may store a copy under a name in another case.
 class SourceNames
 {
   public:
     void addFile(QString const & path) { files_.insert(path.toCaseFolded()); }
 
-    /// Adds a folder, with a separator at its end. The content of a skipped one is kept.
+    /// Adds a folder. `path` has a separator at its end. If the folder was skipped, its whole
+    /// content in the target is kept.
     void addFolder(QString const & path, bool isSkipped)
     {
         (isSkipped ? skipped_ : folders_).insert(path.left(path.size() - 1).toCaseFolded());
@@ -164,7 +166,7 @@ class SourceNames
             return fs::Keep::All;
         if (isFolder)
             return folders_.contains(name) ? fs::Keep::Folder : fs::Keep::Nothing;
-        // A link in place of a folder was followed by the copies.
+        // A link with the name of a source folder is kept: the files were copied through it.
         bool const isKept = !isSelected(path, selection) || folders_.contains(name) ||
                             isOfSource(name) || name == QLatin1String(deletionMarker) ||
                             name.mid(name.lastIndexOf(QLatin1Char(platform::ownSeparator)) + 1)
@@ -182,7 +184,7 @@ class SourceNames
                });
     }
 
-    /// Returns whether a name is one of the source, its previous version or its lock file.
+    /// Returns whether `name` is a file of the source, or the previous version or lock file of one.
     bool isOfSource(QString const & name) const
     {
         auto const isAddition = [&](char const * addition) {
@@ -197,8 +199,9 @@ class SourceNames
     std::set<QString> skipped_;
 };
 
-/// Works in two passes over the files: the first compares, the second copies. So the amount to copy
-/// is known before the first copy, and a dry run ends after the first pass.
+/// Works in two passes over the files: the first pass compares, the second one copies. So the
+/// amount to copy is known before the first copy. In a dry run the second pass only lists the
+/// files.
 class Sync
 {
   public:
@@ -240,7 +243,8 @@ class Sync
     }
 
   private:
-    /// Refuses to delete in a folder that is not marked for it: a mistyped TARGET would be emptied.
+    /// Throws Failure if TARGET does not contain the marker and --force is not given: --delete
+    /// would empty a mistyped TARGET.
     void requireDeletable(platform::NameKind source) const
     {
         if (source == platform::NameKind::File)
@@ -259,8 +263,8 @@ class Sync
         return static_cast<bool>(platform::fileStatus(marker));
     }
 
-    /// Refuses folders that contain each other: each run would copy the copies of the last one, or
-    /// delete SOURCE.
+    /// Throws Failure if one folder contains the other: each run would copy the copies of the
+    /// previous run, or --delete would delete SOURCE.
     void requireSeparate() const
     {
         auto const whole = [](QString const & path) {
@@ -299,12 +303,12 @@ class Sync
                 sourceNames_.addFile(below + name);
             folders_.push_back({fullTarget + below});
             for (QString const & name : content.files) {
-                // A copied marker would allow deletions that nobody has allowed.
+                // A copied marker would allow --delete in TARGET, which only the user may allow.
                 if (below.isEmpty() && name == QLatin1String(deletionMarker))
                     continue;
                 addFile(fullSource + below + name, fullTarget + below + name,
                         target + below + name);
-                // The previous version must not replace a file of the source.
+                // The previous version of NAME must not replace the copy of a file NAME_old.
                 items_.back().update.keepsPrevious = !std::binary_search(
                     content.files.begin(), content.files.end(), name + QLatin1String("_old"));
             }
@@ -343,7 +347,8 @@ class Sync
         runJobs(jobs_, items_.size(), compareItem, noFinish);
     }
 
-    /// A folder whose status cannot be read may hold previous files.
+    /// Returns whether a folder exists, or whether its status is not readable: it may then contain
+    /// previous files.
     static bool mayExist(QString const & path)
     {
         using platform::NameKind;
@@ -358,7 +363,7 @@ class Sync
         return platform::kindOf(nativeName(path)) == platform::NameKind::Folder;
     }
 
-    /// Creates the missing folders of the target. The folder above the target must exist.
+    /// Creates the missing folders of the target. The parent folder of the target must exist.
     void createFolders()
     {
         bool const isEmpty = items_.empty() && folders_.size() == 1;
@@ -408,7 +413,7 @@ class Sync
     }
 
     /// Flushes each changed folder once, so that the renames survive a power failure. A failure is
-    /// not reported: some shares do not support it.
+    /// not reported, since some shares do not support the flush.
     void flushFolders()
     {
         std::vector<std::size_t> changed;
@@ -585,7 +590,7 @@ Command syncCommand()
         .summary = "Copy new and changed files to TARGET",
         .details =
             "A file is copied if it is missing or differs in size or time. The previous file is\n"
-            "kept as FILE_old. One missing folder level is created above the files of SOURCE.",
+            "kept as FILE_old. A missing target folder is created if its parent folder exists.",
         .options = {{.name = "SOURCE",
                      .help = "Source file, or folder of source files",
                      .target = &options->source,
@@ -608,7 +613,7 @@ Command syncCommand()
                      .target = &options->selection.endings},
                     {.name = "--exclude",
                      .valueName = "PATTERN",
-                     .help = "Leave out files and folders with this name or path: *.tmp, cache/*",
+                     .help = "Skip files and folders whose name or path matches: *.tmp, cache/*",
                      .target = &options->selection.excluded},
                     {.name = "--delete",
                      .help =
@@ -625,7 +630,7 @@ Command syncCommand()
                     jobsOption(options->jobs),
                     pauseOption(options->pauseMs),
                     {.name = "--retry-exe",
-                     .help = "Copy an unfinished .exe again after 5 s; needs --pause",
+                     .help = "Copy an unfinished .exe again after 5 s; requires --pause",
                      .target = &options->retry},
                     {.name = "--verbose",
                      .letter = 'v',

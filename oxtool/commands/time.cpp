@@ -17,7 +17,7 @@ struct Options {
     bool json = false;
 };
 
-/// A text of a time, by the name of its function.
+/// A text form of a time: the function that returns it, with the function's name.
 struct Form {
     char const * name;
     QString (_oxTime::*text)() const;
@@ -46,7 +46,7 @@ constexpr Form forms[] = {
     {"asStringFileName_TruncSec", &_oxTime::asStringFileName_TruncSec},
 };
 
-/// Parses "now", seconds since 1970 or a time in ISO 8601, which is local without a time zone.
+/// Parses "now", seconds since 1970, or a time in ISO 8601. A time without a time zone is local.
 std::optional<_oxTime> parseTime(QString const & text)
 {
     if (text == QLatin1String("now"))

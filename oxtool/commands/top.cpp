@@ -30,7 +30,7 @@ struct Options {
     ProcessSelection selection{{}, {}, "cpu", 0};
 };
 
-/// Usage of the machine and of its processes between two samples.
+/// Measures the usage of the machine and of its processes between two samples.
 class UsageMonitor
 {
   public:
@@ -48,7 +48,7 @@ class UsageMonitor
             _oxProcessEntry const & entry = list_->entries[i];
             _ProcessWatch & watch = watches[entry.pid];
             auto const before = watches_.find(entry.pid);
-            // The system may have reused the process id.
+            // If name or time do not fit, the system has reused the process id.
             if (before != watches_.end() && before->second.name == entry.name &&
                 before->second.lastCpuTime <= entry.cpuTime)
                 watch = before->second;
@@ -72,8 +72,8 @@ class UsageMonitor
             .arg(processCount(list_->count, list_->total()));
     }
 
-    /// Returns the selected processes with at least this usage in their order. Processes that are
-    /// equal in it are sorted by descending memory.
+    /// Returns the selected processes whose usage is at least `leastUsage`, in the order of the
+    /// selection. Processes that are equal in the sort key are sorted by descending memory.
     std::vector<ProcessRow> rows(double leastUsage, ProcessSelection const & selection) const
     {
         std::vector<ProcessRow> rows;
@@ -94,7 +94,7 @@ class UsageMonitor
     std::vector<ProcessRow> rows_;
 };
 
-/// Returns whether another report follows this number of reports.
+/// Returns whether another report follows the first `reports` reports.
 bool hasNextReport(Options const & options, int reports)
 {
     return options.count == 0 || reports < options.count;
@@ -106,10 +106,10 @@ class LiveView
   public:
     explicit LiveView(Options const & options) : options_(options), selection_(options.selection) {}
 
-    /// Draws until the user quits.
+    /// Draws the table until the user quits, or --count reports are drawn.
     void run()
     {
-        // The first report appears early.
+        // The first report appears after at most 500 ms.
         int waitMs = std::min(options_.intervalMs, 500);
         for (; hasNextReport(options_, drawn_) && !waitForQuit(waitMs); ++drawn_) {
             monitor_.sample();
@@ -119,7 +119,7 @@ class LiveView
     }
 
   private:
-    /// Waits and handles keys. Returns whether the key that ends the command was pressed.
+    /// Handles keys for `withinMs` milliseconds. Returns true when a key ends the command.
     bool waitForQuit(int withinMs)
     {
         auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(withinMs);
@@ -132,7 +132,7 @@ class LiveView
         return false;
     }
 
-    /// Handles a key. Returns whether it changes the view.
+    /// Handles a key. Returns true: the table is drawn again after each key.
     bool handle(char key)
     {
         for (auto const & [letter, sort] :
@@ -172,7 +172,7 @@ class LiveView
                                     "j, k, space, b: scroll"),
                      size, Style::None);
         QByteArray const frame = "\033[H" + lines.join("\033[K\r\n") + "\033[K\033[J";
-        // A stop request restores the terminal. Nothing may be drawn after that.
+        // A stop request restores the terminal, after which nothing may be drawn.
         deferStopRequests([&frame] {
             writeOutput(frame.constData(), frame.size());
             std::fflush(stdout);

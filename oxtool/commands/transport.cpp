@@ -1,5 +1,5 @@
-// The commands encode and decode: the runs by which the farm's Latin-1 files transport other
-// letters.
+// The commands encode and decode. A transport run is the escape sequence by which the farm's
+// Latin-1 files store a word with letters outside of Latin-1.
 
 #include "oxtool/commands/commands.h"
 #include "oxtool/support/report.h"
@@ -21,7 +21,7 @@ struct Options {
     bool json = false;
 };
 
-/// Shows a text. A pipe gets it unchanged, since runs contain unprintable characters.
+/// Shows `result`. Escapes unprintable characters only on a terminal, since runs contain them.
 void show(Options const & options, QString const & result, Report & report)
 {
     report.set(QStringLiteral("text"), options.text);

@@ -12,7 +12,7 @@ namespace
 struct Options {
     QString in;
     QString out;
-    std::string format; ///< empty: detected from the content
+    std::string format; ///< if empty, detected from the content
 };
 
 void writePayload(_OX_DataBuffer const & payload, QString const & out)
@@ -48,8 +48,8 @@ Command unpackCommand()
     auto const options = std::make_shared<Options>();
     return {.name = "unpack",
             .group = Group::BufferFiles,
-            .summary = "Extract the payload of a buffer file",
-            .details = "Without --format the format is detected.",
+            .summary = "Extract the data of a buffer file (the payload)",
+            .details = "Without --format the format is detected from the first bytes.",
             .options = {{.name = "BUFFER_FILE",
                          .help = "Buffer file to unpack",
                          .target = &options->in,

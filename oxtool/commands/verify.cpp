@@ -30,10 +30,9 @@ struct Options {
 struct Candidate {
     QString path;
     qint64 size;
-    bool mustBeBufferFile; ///< whether another format counts as damage
+    bool mustBeBufferFile; ///< whether a file of another format counts as damaged
 };
 
-/// Checks a file.
 Verification check(Candidate const & candidate)
 {
     Verification const result = verifyFile(candidate.path);
@@ -103,7 +102,7 @@ class Verify
         walkFiles(
             folder, options_.recursive,
             [this](QString const & path, platform::FolderWalk & entry) {
-                // A link in a folder of another user may lead to a device.
+                // A link is skipped: another user could have created a link to a device.
                 if (isWanted(path) && !entry.isLink())
                     candidates_.push_back({path, entry.size(), !options_.endings.empty()});
             },
@@ -149,7 +148,7 @@ class Verify
 
     void list(char const * verdict, Candidate const & candidate, Verification const & result)
     {
-        // The message repeats the path: "cannot load 'PATH': reason".
+        // The failure is "cannot load 'PATH': REASON", and the line below shows the path itself.
         QString const reason =
             result.failure.mid(result.failure.lastIndexOf(QLatin1String("': ")) + 3);
         QJsonObject json = {{QStringLiteral("file"), candidate.path},
@@ -200,9 +199,8 @@ Command verifyCommand()
         .group = Group::BufferFiles,
         .summary = "Check the buffer files of folders, and list the damaged ones",
         .details =
-            "Files in folders that have none of the four formats are counted and skipped. With\n"
-            "--ends, every file with this ending must be a buffer file. The exit status is 3\n"
-            "if a file is damaged.",
+            "In folders, files of other formats are counted and skipped; with --ends, every file\n"
+            "with this ending must be a buffer file. The exit status is 3 if a file is damaged.",
         .options = {{.name = "PATH",
                      .help = "Folders, or buffer files of any format",
                      .target = &options->paths,

@@ -207,7 +207,7 @@ Option mapOption()
 {
     return {.name = "--map",
             .valueName = "STORED_ROOT=LOCAL_ROOT",
-            .help = "Map a stored root to a local folder; the longest match wins",
+            .help = "Replace the root of a stored path by a local folder; the longest match wins",
             .target = [](QString const & text) {
                 RootMapping mapping;
                 if (!parseRootMapping(text, mapping))
