@@ -41,7 +41,7 @@ bool isDuration(Option const & option);
 std::string namesOf(Option const & option);
 /// Returns the help of an option: "Maximum wait for the lock (default 10s)".
 std::string helpOf(Option const & option);
-/// Returns the details of a command. If it has an option for a duration, they end with a sentence
+/// Returns the details of a command. If an option is a duration, the text ends with a sentence
 /// about the units.
 std::string detailsOf(Command const & command);
 /// Returns a duration as a whole number of the largest possible unit: "1500ms", "5s".

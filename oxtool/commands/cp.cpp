@@ -148,7 +148,7 @@ class Copying
         std::set<QString> targets;
         for (QString const & from : sources) {
             Item & item = items.emplace_back(Item{from, nameIn(folder, from)});
-            // Both would be copied in parallel, and either could replace the other.
+            // Two sources of one target would be copied in parallel, and either could be the last.
             if (!targets.insert(item.to.toCaseFolded()).second)
                 item.failure = Failure(QStringLiteral("cannot copy '%1' to '%2': another file of "
                                                       "this command has the same name")

@@ -30,8 +30,8 @@ class Checksums
   public:
     Checksums(Options const & options, Report & report) : options_(options), report_(report) {}
 
-    /// Shows the checksums of the files.
-    /// Fails: after all readable files, throws Failure when a file is not readable.
+    /// Shows the checksums of the readable files.
+    /// Fails: throws Failure after the last file when a file is not readable.
     void show()
     {
         report_.text(QStringLiteral("crc8  crc16  crc32     crc64                  bytes  file"));
@@ -44,7 +44,7 @@ class Checksums
     }
 
     /// Compares the files of a checksum list with the list.
-    /// Fails: after all files, throws Failure when a file differs or is not readable.
+    /// Fails: throws Failure after the last file when a file differs or is not readable.
     void check()
     {
         std::vector<FileChecksums> const list = readChecksumList(options_.list);
@@ -70,9 +70,10 @@ class Checksums
                                                  .arg(changed)
                                                  .arg(failures_.size()));
         if (changed > 0)
-            throw Failure(
-                QStringLiteral("files that differ from '%1': %2").arg(options_.list).arg(changed),
-                Damaged);
+            throw Failure(QStringLiteral("number of files that differ from '%1': %2")
+                              .arg(options_.list)
+                              .arg(changed),
+                          Damaged);
         if (!failures_.isEmpty())
             throw Failure::reported(failures_, status_);
     }

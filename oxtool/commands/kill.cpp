@@ -28,7 +28,7 @@ struct Options {
 };
 
 /// Returns whether `target`, a process id or a whole name, selects a process.
-bool isMeant(_oxProcessEntry const & process, QString const & target)
+bool isSelectedBy(_oxProcessEntry const & process, QString const & target)
 {
     bool isNumber = false;
     auto const id = target.toUInt(&isNumber);
@@ -48,7 +48,7 @@ std::vector<ProcessRow> findProcesses(std::vector<QString> const & targets)
 {
     for (QString const & target : targets) {
         if (target.size() >= nameLimit) // several names can have the same beginning
-            throw Failure(QStringLiteral("'%1' is too long for a name; give the id").arg(target),
+            throw Failure(QStringLiteral("'%1' is too long; give the process id").arg(target),
                           WrongUse);
     }
     auto const list = std::make_unique<_oxProcessList>();
@@ -66,7 +66,7 @@ std::vector<ProcessRow> findProcesses(std::vector<QString> const & targets)
             continue;
         bool isSelected = false;
         for (std::size_t k = 0; k < targets.size(); ++k) {
-            if (isMeant(entry, targets[k]))
+            if (isSelectedBy(entry, targets[k]))
                 isSelected = isFound[k] = true;
         }
         if (isSelected)

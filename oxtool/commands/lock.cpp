@@ -174,7 +174,8 @@ int runCommand(std::vector<std::string> const & command)
 }
 
 /// Takes the lock.
-/// Fails: with the exit status of --conflict-exit-code when another process holds it.
+/// Fails: throws Failure with the exit status of --conflict-exit-code when another process holds
+/// the lock.
 std::unique_ptr<HeldLock> takeLock(Options const & options)
 {
     try {

@@ -30,7 +30,7 @@ namespace
 
 constexpr int retryWaitMs = 5000;
 
-/// Name of the file that allows --delete in the folder TARGET that contains it (the marker).
+/// Name of the marker: the file that TARGET must contain for --delete.
 constexpr char deletionMarker[] = ".oxtool-sync";
 
 struct Options {
@@ -281,7 +281,8 @@ class Sync
         };
         if ((options_.deletes && contains(target, source)) ||
             (options_.selection.isRecursive && contains(source, target)))
-            throw Failure(QStringLiteral("SOURCE and TARGET contain each other"), WrongUse);
+            throw Failure(QStringLiteral("SOURCE and TARGET must not contain each other"),
+                          WrongUse);
     }
 
     void addFolders(QString const & source, QString const & target)
@@ -308,7 +309,8 @@ class Sync
                     continue;
                 addFile(fullSource + below + name, fullTarget + below + name,
                         target + below + name);
-                // The previous version of NAME must not replace the copy of a file NAME_old.
+                // The previous version gets the name NAME_old. It must not replace the copy of a
+                // source file of this name.
                 items_.back().update.keepsPrevious = !std::binary_search(
                     content.files.begin(), content.files.end(), name + QLatin1String("_old"));
             }

@@ -48,7 +48,7 @@ class UsageMonitor
             _oxProcessEntry const & entry = list_->entries[i];
             _ProcessWatch & watch = watches[entry.pid];
             auto const before = watches_.find(entry.pid);
-            // If name or time do not fit, the system has reused the process id.
+            // If the name differs or the time has decreased, the system has reused the process id.
             if (before != watches_.end() && before->second.name == entry.name &&
                 before->second.lastCpuTime <= entry.cpuTime)
                 watch = before->second;

@@ -10,7 +10,7 @@
 namespace ox::tool
 {
 
-// These functions have external linkage, so that the symbols contain their names.
+// These functions have external linkage, so that the debug symbols contain their names.
 
 [[gnu::noinline]] void accessNullPointer()
 {

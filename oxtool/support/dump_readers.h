@@ -42,8 +42,8 @@ class DumpReaders
     /// minidump_stackwalk searches: FOLDER/NAME/ID/NAME.sym.
     void storeSymbols(QString const & program, QString const & folder) const;
 
-    /// Reads a dump with the symbols in the symbol folder `symbols`; without symbols if it is
-    /// empty. Fails: throws Failure when the file is not a dump.
+    /// Reads a dump. `symbols` is the symbol folder; empty for none.
+    /// Fails: throws Failure when the file is not a dump.
     CrashReport read(QString const & dump, QString const & symbols) const;
 
   private:

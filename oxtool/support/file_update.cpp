@@ -46,7 +46,7 @@ void createCopy(NewFile & copy, FileUpdate const & update, StopGuard & guard)
 }
 
 /// Keeps the previous file as "_old" and renames the copy to the target. Stop requests are deferred
-/// meanwhile, so that the process does not end while no file has the target's name.
+/// meanwhile, so that the process does not end between these two steps.
 void putInPlace(NewFile & copy, FileUpdate const & update, StopGuard & guard, UpdateResult & done)
 {
     // No file has the size -1, so keepPrevious() does not find the target up to date.

@@ -10,10 +10,10 @@
 namespace ox::tool
 {
 
-/// Calls `visit` for each file of a folder, and of its subfolders if `recursive`. Links to folders
-/// are not followed, so that the walk ends and stays in the folder. `entry` is valid during the
-/// call of `visit`; its size and time may cost a system call. The files come in the order in which
-/// the system lists them.
+/// Calls `visit` for each file of a folder and, with `recursive`, of its subfolders. Links to
+/// folders are not followed, so that the walk ends and stays in the folder. The files come in the
+/// system's order. `entry` is valid during the call of `visit`; its size and time may cost a system
+/// call.
 /// Fails: calls `fail` for a folder that cannot be read, and continues with the next one.
 void walkFiles(
     QString const & folder, bool recursive,

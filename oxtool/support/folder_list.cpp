@@ -25,8 +25,8 @@ QString withSeparator(QString const & path)
     return path + QLatin1Char(platform::ownSeparator);
 }
 
-/// Returns whether to list a subfolder. A link is not entered, since it could lead back to a folder
-/// above it. Otherwise sets `isLink`, or `failure` if the subfolder is not readable.
+/// Returns whether to list a subfolder. Returns false and sets `isLink` for a link, which could
+/// lead back to a folder above it. Returns false and sets `failure` for an unreadable subfolder.
 bool mayEnter(QString const & root, FolderContent & folder)
 {
     auto const opened = platform::FolderTree().open(nativeName(root + folder.path));

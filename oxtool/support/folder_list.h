@@ -29,8 +29,8 @@ struct FolderSelection {
 
 /// Lists `folder` and, with `isRecursive`, its subfolders; up to `jobs` folders in parallel. The
 /// path of `folder` ends with a separator. Returns the folders in depth-first order: each one
-/// before its subfolders, which are sorted by name. A link to a folder is listed as an entry
-/// without names.
+/// before its subfolders, which are sorted by name. Also returns the links to folders, without
+/// names.
 std::vector<FolderContent> listFolders(QString const & folder, FolderSelection const & selection,
                                        int jobs);
 

@@ -10,8 +10,9 @@
 namespace ox::tool
 {
 
-/// Reads the bytes that are appended to a file. Detects a file that was truncated or replaced by
-/// its content, since a share may report the same file number for the previous and the new file.
+/// Reads the bytes that are appended to a file. Compares the content to detect that the file was
+/// truncated or replaced: a share may report the same file number for the previous and the new
+/// file.
 class GrowingFile
 {
   public:
@@ -32,9 +33,10 @@ class GrowingFile
     /// Fails: throws Failure when one of the files cannot be read.
     bool skipCopied(QString const & copy);
 
-    /// Passes the bytes since the last call to `receive`. If the file was truncated or replaced,
-    /// calls `restart` first, then passes the whole file. If the file does not exist, returns
-    /// Missing and keeps the position, since a program may be replacing the file.
+    /// Calls `receive` with the bytes that were appended since the last poll. If the file was
+    /// truncated or replaced, calls `restart` first, then `receive` with the whole content. If the
+    /// file does not exist, returns Missing and keeps the position, since a program may be
+    /// replacing the file.
     /// Fails: throws Failure when the file cannot be read.
     Change poll(std::function<void()> const & restart, Receive const & receive);
 

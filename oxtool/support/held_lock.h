@@ -42,8 +42,8 @@ class HeldLock
 /// Returns the path of the lock file of `file`.
 QString lockFileName(QString const & file);
 
-/// Returns why a file cannot be locked: its path is empty, or too long for a lock file's path of
-/// 250 bytes.
+/// Returns why a file cannot be locked: its path is empty or longer than 241 bytes (250 bytes with
+/// "_lock.txt").
 QString unlockableReason(QString const & file);
 
 } // namespace ox::tool

@@ -11,8 +11,8 @@ namespace ox::tool
 /// Returns the option --jobs. If the user does not give it, `jobs` stays 0.
 Option jobsOption(int & jobs);
 
-/// Returns the number of threads for a value of --jobs. For 0 (no option) it is 8, which hides most
-/// of a share's latency; but 1 with `hasPauses`, since pauses are to limit the load on the share.
+/// Returns the number of threads for a value of --jobs. For 0 (no option) returns 8, which hides
+/// most of a share's latency, or 1 with `hasPauses`, since pauses limit the load on the share.
 int threadCount(int jobs, bool hasPauses = false);
 
 /// Calls `work` for the items 0 to `count` - 1 on up to `jobs` threads. Calls `finish` for each

@@ -12,7 +12,7 @@ namespace ox::tool
 /// content goes to a temporary file in the same folder, which the destructor deletes unless
 /// commit() has renamed it. The new file gets the mode of the previous file and, for root, its
 /// owner.
-/// Fails: all functions throw Failure with the system's reason.
+/// Fails: the functions throw Failure with the system's reason.
 class OutputFile
 {
   public:

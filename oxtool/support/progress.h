@@ -32,7 +32,7 @@ class Progress
         qint64 allBytes = 0;
     };
 
-    /// Returns the present amount. It is called periodically on another thread.
+    /// Returns the current amount. It is called periodically on another thread.
     using Measurement = std::function<Amount()>;
 
     /// Shows the processed files and bytes, the rate and the remaining time.

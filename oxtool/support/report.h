@@ -17,7 +17,8 @@ void writeOutput(char const * bytes, qint64 size);
 /// Writes one line to standard output in UTF-8, escaped by shownText(), and flushes it.
 void writeLine(QString const & line);
 
-/// Returns whether a write to standard output has failed. A command without an end then stops.
+/// Returns whether a write to standard output has failed. A command that runs until Ctrl-C then
+/// ends.
 bool isOutputLost();
 
 /// Writes a JSON object in one line to standard output, and flushes it.
@@ -70,8 +71,8 @@ QString messageOf(std::exception const & error);
 /// contains the message, and the exception is rethrown.
 int runReported(bool asJson, std::function<void(Report &)> const & work);
 
-/// Returns the function `Command::run` of a command whose `work` takes its options and a Report.
-/// `Options` has a member `json`.
+/// Returns a function for `Command::run`: it calls `work` with the options and a Report, by
+/// runReported(). `Options` has a member `json`.
 template <typename Options, typename Work>
 auto reporting(std::shared_ptr<Options> const & options, Work work)
 {

@@ -9,8 +9,8 @@ namespace ox::tool
 namespace
 {
 
-/// Smaller files count only when complete, since each query of a growing copy's size takes a round
-/// trip to the share.
+/// A file of at least this size counts while its copy grows. A smaller file counts only when
+/// complete, since each query of the copy's size takes a round trip to the share.
 constexpr qint64 largeSize = text::bytesOfMebibytes(8);
 
 } // namespace
