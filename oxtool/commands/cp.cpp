@@ -321,8 +321,8 @@ Command resumeCommand()
             .group = Group::Files,
             .summary = "Append the new data of a growing file to its copy",
             .details =
-                "If FROM is shorter than TO, it is copied from the beginning. A FROM above 25 MiB\n"
-                "cannot be appended.",
+                "If FROM is shorter than TO, the whole FROM is copied. A FROM above 25 MiB cannot\n"
+                "be appended.",
             .options = {{.name = "FROM",
                          .help = "File to copy",
                          .target = &options->from,

@@ -101,7 +101,7 @@ Command crashCommand()
             .details =
                 "\"oxtool-symbols FOLDER FILE...\" writes the symbols of a release to FOLDER.",
             .options = {{.name = "DUMP",
-                         .help = "Crash dump of any system",
+                         .help = "Crash dump from any operating system",
                          .target = &options->dump,
                          .isRequired = true},
                         {.name = "--symbols",

@@ -137,7 +137,7 @@ Command packCommand()
                         format,
                         {.name = "--header",
                          .valueName = "N",
-                         .help = "Values of the three header words for the application",
+                         .help = "Values of headerValue0, headerValue1 and headerValue2",
                          .target = std::span<int>(options->headerValues)},
                         jsonOption(options->json)},
             .examples = {"oxtool pack scene.txt /mnt/share/jobs/job17.oxdb --format db"},

@@ -87,7 +87,7 @@ platform::FileStatus masterStatus(QString const & path)
     if (status->size == 0 && !QFileInfo(path).isFile())
         throw Failure(QStringLiteral("not a regular file"));
     if (status->size > 0 && status->modified <= 0)
-        throw Failure(QStringLiteral("the source has no time"));
+        throw Failure(QStringLiteral("the source has no last-write time"));
     return *status;
 }
 

@@ -62,11 +62,11 @@ Command encodeCommand()
     auto const options = std::make_shared<Options>();
     return {.name = "encode",
             .group = Group::Diagnosis,
-            .summary = "Encode a text in the transport runs of the farm's Latin-1 files",
+            .summary = "Encode a text for the farm's Latin-1 files",
             .details = details,
             .options = {textOption(*options),
                         {.name = "--utf16",
-                         .help = "Write 16-bit runs in place of UTF-8 runs",
+                         .help = "Write 16-bit runs instead of UTF-8 runs",
                          .target = &options->asUtf16},
                         {.name = "--keep",
                          .help = "Write the word in readable letters after its run",
@@ -81,7 +81,7 @@ Command decodeCommand()
     auto const options = std::make_shared<Options>();
     return {.name = "decode",
             .group = Group::Diagnosis,
-            .summary = "Decode the transport runs in a text of the farm's Latin-1 files",
+            .summary = "Decode a text from the farm's Latin-1 files",
             .details = details,
             .options = {textOption(*options), jsonOption(options->json)},
             .examples = {"oxtool decode \"$stored\""},
