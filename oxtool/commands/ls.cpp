@@ -83,7 +83,7 @@ class Listing
   public:
     Listing(Options const & options, Report & report)
         : options_(options), report_(report), jobs_(threadCount(options.jobs)),
-          newest_(platform::currentTime())
+          now_(platform::currentTime())
     {
     }
 
@@ -175,7 +175,7 @@ class Listing
     void accept(Entry & entry)
     {
         bool const isOld = options_.newer && !entry.isFolder &&
-                           (newest_ - entry.modified) * 1000 > options_.newer->count();
+                           (now_ - entry.modified) * 1000 > options_.newer->count();
         if (isOld)
             return;
         if (options_.sort.empty())
@@ -252,7 +252,7 @@ class Listing
     Options const & options_;
     Report & report_;
     int const jobs_;
-    qint64 const newest_;
+    qint64 const now_;
     std::vector<Entry> sorted_;
     int files_ = 0;
     int folders_ = 0;
