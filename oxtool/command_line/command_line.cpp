@@ -171,6 +171,7 @@ class Parser
     {
         auto const path = std::make_shared<std::vector<std::string>>();
         std::vector<std::string> names;
+        names.reserve(program_.commands.size());
         for (Command const & command : program_.commands)
             names.push_back(command.name);
         return {.name = "help",
@@ -393,7 +394,7 @@ class Parser
         auto const option = std::ranges::find_if(unknown, isOption);
         if (option != unknown.end())
             return unknownOption(app, *option);
-        std::string const text = error.what();
+        std::string text = error.what();
         if (text == "A subcommand is required")
             return "missing command";
         auto const isA = [&error](CLI::ExitCodes code) {

@@ -49,6 +49,7 @@ class Checksums
     {
         std::vector<FileChecksums> const list = readChecksumList(options_.list);
         std::vector<QString> names;
+        names.reserve(list.size());
         for (FileChecksums const & file : list)
             names.push_back(file.file);
         int intact = 0;
