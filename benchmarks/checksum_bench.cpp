@@ -1,5 +1,6 @@
 #include "shared/data/checksum.h"
 #include "shared/data/crc.h"
+#include "shared/data/crc_kernels.h"
 
 #include <benchmark/benchmark.h>
 #include <isa-l/crc.h>
@@ -7,11 +8,15 @@
 #include <libdeflate.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <numeric>
 #include <string>
+#include <utility>
 #include <vector>
+
+using ox::data::Crc32;
 
 namespace
 {
@@ -80,16 +85,64 @@ void run(benchmark::State & state, Checksum checksum, Checksum ours, std::size_t
     state.SetBytesProcessed(static_cast<std::int64_t>(size) * state.iterations());
 }
 
+/// Runs one kernel of CRC-32, which may be slower than the one that the library selects.
+void runKernel(benchmark::State & state, decltype(ox::data::CrcKernel<Crc32>::advance) advance,
+               std::size_t size)
+{
+    std::vector<unsigned char> const data(size, 'x');
+    for (auto _ : state)
+        benchmark::DoNotOptimize(~advance(~std::uint32_t{0}, data.data(), size));
+}
+
+struct Size {
+    char const * name;
+    std::size_t bytes;
+};
+
+/// Adds the name of the kernel that the library selects to the report.
+void reportKernel()
+{
+    auto const kernels = ox::data::crcKernels<Crc32>();
+    auto const isSupported = [](auto const & kernel) { return kernel.isSupported(); };
+    benchmark::AddCustomContext("CRC kernel", std::ranges::find_if(kernels, isSupported)->name);
+}
+
+/// Registers the kernels of processors with fewer instructions.
+void addKernels(Size size)
+{
+    bool isFastest = true;
+    for (auto const & kernel : ox::data::crcKernels<Crc32>()) {
+        if (!kernel.isSupported())
+            continue;
+        if (std::exchange(isFastest, false))
+            continue;
+        std::string const subject = std::string("crc32 ") + kernel.name + '/' + size.name + '/';
+        benchmark::RegisterBenchmark((subject + "oxShared").c_str(), runKernel, kernel.advance,
+                                     size.bytes);
+        for (Candidate const & peer : candidates) {
+            std::string const who = peer.who;
+            if (who == "zlib" || who == "libdeflate")
+                benchmark::RegisterBenchmark((subject + who).c_str(), run, peer.checksum,
+                                             peer.checksum, size.bytes);
+        }
+    }
+}
+
 bool const areRegistered = [] {
-    struct Size {
-        char const * name;
-        std::size_t bytes;
-    };
-    constexpr Size sizes[] = {{"4KiB", std::size_t{4} << 10},
+    constexpr Size sizes[] = {{"8", 8},
+                              {"16", 16},
+                              {"32", 32},
+                              {"64", 64},
+                              {"128", 128},
+                              {"256", 256},
+                              {"512", 512},
+                              {"1024", 1024},
+                              {"4KiB", std::size_t{4} << 10},
                               {"64KiB", std::size_t{64} << 10},
                               {"1MiB", std::size_t{1} << 20},
                               {"16MiB", std::size_t{16} << 20},
                               {"64MiB", std::size_t{64} << 20}};
+    reportKernel();
     Candidate const * ours = nullptr;
     for (Size const size : sizes) {
         for (Candidate const & candidate : candidates) {
@@ -101,6 +154,8 @@ bool const areRegistered = [] {
             benchmark::RegisterBenchmark(name.c_str(), run, candidate.checksum, ours->checksum,
                                          size.bytes);
         }
+        if (size.bytes <= 4096)
+            addKernels(size);
     }
     return true;
 }();

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <fstream>
 #include <iterator>
 #include <map>
 #include <ostream>
@@ -144,6 +145,17 @@ class RatioReporter : public benchmark::ConsoleReporter
     std::map<std::pair<std::int64_t, std::int64_t>, Result> results_;
 };
 
+/// Returns the name of the processor, or an empty text if the system has no such file.
+std::string processorName()
+{
+    std::ifstream file("/proc/cpuinfo");
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with("model name"))
+            return line.substr(line.find(':') + 2);
+    }
+    return {};
+}
+
 } // namespace
 
 int main(int argc, char ** argv)
@@ -160,6 +172,7 @@ int main(int argc, char ** argv)
     benchmark::Initialize(&count, arguments.data());
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data()))
         return 1;
+    benchmark::AddCustomContext("processor", processorName());
     RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
