@@ -87,29 +87,53 @@ constexpr std::uint64_t asNextBytes(typename Crc::Word crc)
     return bytes;
 }
 
+/// Advances the register over `count` bytes with one lookup for each.
+template <class Crc, std::size_t count>
+typename Crc::Word advanceCrcByStep(typename Crc::Word crc, unsigned char const * data)
+{
+    using Word = typename Crc::Word;
+    constexpr auto & tables = crcTables<Crc>;
+    std::uint64_t words[2] = {};
+    std::memcpy(words, data, count);
+    words[0] ^= asNextBytes<Crc>(crc);
+    if constexpr (count >= sizeof crc)
+        crc = 0;
+    else
+        crc = static_cast<Word>(Crc::isReflected ? crc >> (8 * count) : crc << (8 * count));
+#pragma GCC unroll 16
+    for (std::size_t i = 0; i < count; ++i)
+        crc ^= tables[count - 1 - i][words[i / 8] >> (8 * (i % 8)) & 0xFF];
+    return crc;
+}
+
+/// Advances the register over less than sixteen bytes with tables.
+template <class Crc>
+typename Crc::Word advanceCrcShort(typename Crc::Word crc, unsigned char const * data,
+                                   std::size_t length)
+{
+    if ((length & 8) != 0) {
+        crc = advanceCrcByStep<Crc, 8>(crc, data);
+        data += 8;
+    }
+    if ((length & 4) != 0) {
+        crc = advanceCrcByStep<Crc, 4>(crc, data);
+        data += 4;
+    }
+    if ((length & 2) != 0) {
+        crc = advanceCrcByStep<Crc, 2>(crc, data);
+        data += 2;
+    }
+    return (length & 1) != 0 ? advanceCrcByStep<Crc, 1>(crc, data) : crc;
+}
+
 /// Advances the register over `length` bytes with tables only, sixteen bytes at a time.
 template <class Crc>
 typename Crc::Word advanceCrcByTables(typename Crc::Word crc, unsigned char const * data,
                                       std::size_t length)
 {
-    using Word = typename Crc::Word;
-    constexpr auto & tables = crcTables<Crc>;
-    for (; length >= 16; data += 16, length -= 16) {
-        std::uint64_t words[2];
-        std::memcpy(words, data, sizeof words);
-        words[0] ^= asNextBytes<Crc>(crc);
-        crc = 0;
-#pragma GCC unroll 8
-        for (std::size_t i = 0; i < 8; ++i) {
-            crc ^= tables[15 - i][words[0] >> (8 * i) & 0xFF];
-            crc ^= tables[7 - i][words[1] >> (8 * i) & 0xFF];
-        }
-    }
-    for (; length > 0; ++data, --length) {
-        Word const shifted = static_cast<Word>(Crc::isReflected ? crc >> 8 : crc << 8);
-        crc = shifted ^ tables[0][(asNextBytes<Crc>(crc) ^ *data) & 0xFF];
-    }
-    return crc;
+    for (; length >= 16; data += 16, length -= 16)
+        crc = advanceCrcByStep<Crc, 16>(crc, data);
+    return advanceCrcShort<Crc>(crc, data, length);
 }
 
 } // namespace ox::data

@@ -2,73 +2,118 @@
 // instruction set, in a namespace that has Vector and with the macro OX_TARGET. A template cannot
 // replace the repeated inclusion, since each function must be compiled for its instruction set.
 
-/// Folds whole vectors, at least one, to 128 bits. The result has the same remainder as the data
-/// followed by as many zero bits as the register has. `nextBytes` is the register in the form of
-/// asNextBytes(). `isReversed` is true for a CRC that is not reflected: the first byte of a block
-/// then holds its highest powers.
+/// Moves blocks behind the end of the data and returns their sum. `carried` is added to the first
+/// block. `factors` has an entry for each block.
 template <bool isReversed>
 __attribute__((always_inline)) OX_TARGET inline Block
-fold(FoldConstants const & constants, std::uint64_t nextBytes, unsigned char const * data,
-     std::size_t length)
+moveBehindEnd(Block carried, FoldFactors const * factors, unsigned char const * data,
+              std::size_t blocks)
+{
+    constexpr std::size_t blocksInVector = sizeof(Vector::Type) / sizeof(Block);
+    auto sum = Vector128::withLowBits(0);
+    if (blocks >= blocksInVector) {
+        auto x = Vector::sum(Vector::reverseBytes<isReversed>(Vector::load(data)),
+                             Vector::withLowBlock(carried));
+        auto sums = Vector::fold(x, Vector::load(factors), Vector::withLowBits(0));
+        while ((blocks -= blocksInVector) >= blocksInVector) {
+            data += sizeof(Vector::Type);
+            factors += blocksInVector;
+            x = Vector::reverseBytes<isReversed>(Vector::load(data));
+            sums = Vector::fold(x, Vector::load(factors), sums);
+        }
+        sum = Vector::sumOfBlocks(sums);
+        if (blocks == 0)
+            return sum;
+        data += sizeof(Vector::Type);
+        factors += blocksInVector;
+        carried = Vector128::withLowBits(0);
+    }
+    for (; blocks > 0; --blocks, ++factors, data += sizeof(Block)) {
+        auto const x = Vector128::reverseBytes<isReversed>(Vector128::load(data));
+        sum = Vector128::fold(Vector128::sum(x, carried), Vector128::load(factors), sum);
+        carried = Vector128::withLowBits(0);
+    }
+    return sum;
+}
+
+/// Folds more than FoldConstants::atOnce blocks to one behind their end. `carried` is added to the
+/// first block.
+template <bool isReversed>
+__attribute__((always_inline)) OX_TARGET inline Block
+foldLong(FoldConstants const & constants, Block carried, unsigned char const * data,
+         std::size_t blocks)
 {
     constexpr std::size_t size = sizeof(Vector::Type);
-    constexpr std::size_t blocks = size / sizeof(Block);
+    constexpr std::size_t blocksInVector = size / sizeof(Block);
     constexpr std::size_t chains = FoldConstants::chains;
+    constexpr std::size_t step = chains * blocksInVector;
     constexpr std::size_t cacheLine = 64;
     constexpr std::size_t ahead = 4096; // farther than the processor prefetches by itself
 
-    auto x = Vector::reverseBytes<isReversed>(
-        Vector::sum(Vector::load(data), Vector::withLowBits(nextBytes)));
-    data += size;
-    length -= size;
-
-    if (length >= (chains - 1) * size) {
-        typename Vector::Type chain[chains];
-        chain[0] = x;
+    typename Vector::Type chain[chains];
 #pragma GCC unroll 8
-        for (std::size_t i = 1; i < chains; ++i)
-            chain[i] = Vector::reverseBytes<isReversed>(Vector::load(data + (i - 1) * size));
-        data += (chains - 1) * size;
-        length -= (chains - 1) * size;
+    for (std::size_t i = 0; i < chains; ++i)
+        chain[i] = Vector::reverseBytes<isReversed>(Vector::load(data + i * size));
+    chain[0] = Vector::sum(chain[0], Vector::withLowBlock(carried));
+    data += chains * size;
+    blocks -= step;
 
-        auto const factors = Vector::broadcast(constants.byBlocks[chains * blocks]);
-        for (; length >= chains * size; data += chains * size, length -= chains * size) {
+    auto const factors = Vector::broadcast(constants.byBlocks[step]);
+    for (; blocks >= step; data += chains * size, blocks -= step) {
 #pragma GCC unroll 8
-            for (std::size_t i = 0; i < chains; ++i) {
-                if (i * size % cacheLine == 0)
-                    __builtin_prefetch(data + i * size + ahead);
-                chain[i] =
-                    Vector::fold(chain[i], factors,
-                                 Vector::reverseBytes<isReversed>(Vector::load(data + i * size)));
-            }
+        for (std::size_t i = 0; i < chains; ++i) {
+            if (i * size % cacheLine == 0)
+                __builtin_prefetch(data + i * size + ahead);
+            chain[i] = Vector::fold(
+                chain[i], factors, Vector::reverseBytes<isReversed>(Vector::load(data + i * size)));
         }
-
-        x = chain[chains - 1];
-#pragma GCC unroll 8
-        for (std::size_t i = 0; i < chains - 1; ++i)
-            x = Vector::fold(chain[i],
-                             Vector::broadcast(constants.byBlocks[(chains - 1 - i) * blocks]), x);
     }
 
-    auto const byVector = Vector::broadcast(constants.byBlocks[blocks]);
-    for (; length >= size; data += size, length -= size)
-        x = Vector::fold(x, byVector, Vector::reverseBytes<isReversed>(Vector::load(data)));
-
-    auto const behindEnd =
-        Vector::load(&constants.behindEnd[FoldConstants::blocksInWidestVector - blocks]);
-    return Vector::sumOfBlocks(Vector::fold(x, behindEnd, Vector::withLowBits(0)));
+    FoldFactors const * const behindEnd =
+        constants.behindEnd.data() + FoldConstants::atOnce - step - blocks;
+    auto sums = Vector::withLowBits(0);
+#pragma GCC unroll 8
+    for (std::size_t i = 0; i < chains; ++i)
+        sums = Vector::fold(chain[i], Vector::load(behindEnd + i * blocksInVector), sums);
+    return Vector128::sum(
+        Vector::sumOfBlocks(sums),
+        moveBehindEnd<isReversed>(Vector128::withLowBits(0), behindEnd + step, data, blocks));
 }
 
-/// Advances a CRC register over `length` bytes: with tables until whole vectors are left, then by
-/// folding.
+/// Advances a CRC register over `length` bytes: with tables if they are less than a block, else by
+/// folding. The bytes before the first whole block become a block by zeros in front of them, which
+/// do not change the remainder.
 template <class Crc>
 OX_TARGET typename Crc::Word advance(typename Crc::Word crc, unsigned char const * data,
                                      std::size_t length)
 {
-    std::size_t const head = length % sizeof(Vector::Type);
-    crc = advanceCrcByTables<Crc>(crc, data, head);
-    if (length == head)
-        return crc;
-    return remainder<Crc>(fold<!Crc::isReflected>(foldConstants<Crc>, asNextBytes<Crc>(crc),
-                                                  data + head, length - head));
+    constexpr bool isReversed = !Crc::isReflected;
+    FoldConstants const & constants = foldConstants<Crc>;
+    if (length < sizeof(Block))
+        return advanceCrcShort<Crc>(crc, data, length);
+
+    std::size_t const headLength = length % sizeof(Block);
+    std::size_t const blocks = length / sizeof(Block);
+    bool const isLong = blocks >= FoldConstants::atOnce;
+    FoldFactors const * const behindEnd =
+        constants.behindEnd.data() + FoldConstants::atOnce - (isLong ? 0 : blocks);
+
+    auto const start = Vector128::withLowBits(asNextBytes<Crc>(crc));
+    auto carried = Vector128::reverseBytes<isReversed>(start);
+    auto sum = Vector128::withLowBits(0);
+    if (headLength != 0) {
+        auto const head = Vector128::reverseBytes<isReversed>(Vector128::shuffle(
+            Vector128::sum(Vector128::load(data), start), byteShifts.data() + headLength));
+        // The register may be longer than the head. The rest of it is added to the first block.
+        carried = Vector128::reverseBytes<isReversed>(
+            Vector128::shuffle(start, byteShifts.data() + sizeof(Block) + headLength));
+        data += headLength;
+        if (isLong)
+            carried = Vector128::fold(head, Vector128::load(&constants.byBlocks[1]), carried);
+        else
+            sum = Vector128::fold(head, Vector128::load(behindEnd - 1), sum);
+    }
+    sum = Vector128::sum(sum, isLong ? foldLong<isReversed>(constants, carried, data, blocks)
+                                     : moveBehindEnd<isReversed>(carried, behindEnd, data, blocks));
+    return remainder<Crc>(sum);
 }

@@ -13,6 +13,9 @@
 // block at that place. Any amount of data therefore shrinks to one block with the same CRC. The
 // product takes two carry-less multiplications, one for each half of the block.
 //
+// In long data each step moves some vectors by the same distance. In short data, and at the end of
+// long data, each block moves by its own distance to the end, so that no product waits for another.
+//
 // One kernel serves every width. A CRC of W bits with the polynomial P is a CRC of 64 bits with the
 // polynomial P * x^(64-W), whose register contains the register of W bits at the highest powers.
 
@@ -33,13 +36,16 @@ struct FoldConstants {
     /// sixteen registers.
     static constexpr std::size_t chains = 6;
     static constexpr std::size_t longest = chains * blocksInWidestVector;
+    /// Number of blocks that can move to the end at once: those of all chains, and those that are
+    /// too few for another step of the chains.
+    static constexpr std::size_t atOnce = 2 * longest;
 
     /// Entry [n] moves a block by n blocks; entry [0] is unused.
     std::array<FoldFactors, longest + 1> byBlocks;
 
-    /// Factors that move the blocks of the widest vector to half a block behind its end, where they
-    /// are added.
-    std::array<FoldFactors, blocksInWidestVector> behindEnd;
+    /// Factors that move the last `atOnce` blocks of the data to half a block behind its end, where
+    /// they are added. The last entry is for the last block.
+    std::array<FoldFactors, atOnce> behindEnd;
 
     /// Factors that divide the folded block by the widened polynomial Q = x^64 + ...: the quotient
     /// x^128 / Q, and Q. Each omits one of its 65 coefficients: x^0 if reflected, else x^64.
@@ -52,26 +58,32 @@ template <class Crc>
 inline constexpr std::uint64_t widePolynomial =
     std::uint64_t{Crc::polynomial} << (64 - 8 * sizeof(Crc::polynomial));
 
-/// Returns x^n modulo the widened polynomial.
+/// Computes the factors that move a block by 64 * n bits, for all n up to 2 * atOnce. Entry [0] is
+/// unused.
 template <class Crc>
-constexpr std::uint64_t powerOfX(std::size_t n)
+constexpr std::array<FoldFactors, 2 * FoldConstants::atOnce + 1> factorsByHalfBlocks()
 {
-    std::uint64_t power = 1;
-    for (; n > 0; --n)
-        power = power << 1 ^ (power >> 63 != 0 ? widePolynomial<Crc> : 0);
-    return power;
-}
+    // The product of two reflected words is one bit too low, which is a factor x. The exponents are
+    // smaller by 1 for that reason.
+    constexpr int firstExponent = Crc::isReflected ? 63 : 64;
+    auto const timesX = [](std::uint64_t power, int times) {
+        for (; times > 0; --times)
+            power = power << 1 ^ (power >> 63 != 0 ? widePolynomial<Crc> : 0);
+        return power;
+    };
 
-/// Returns the factors that move a block by n bits.
-template <class Crc>
-constexpr FoldFactors factorsForBits(std::size_t n)
-{
-    // The low half of a reflected block holds the higher powers. The product of two reflected words
-    // is one bit too low, which is a factor x. The exponents are smaller by 1 for that reason.
-    if constexpr (Crc::isReflected)
-        return {reflectBits(powerOfX<Crc>(n + 63)), reflectBits(powerOfX<Crc>(n - 1))};
-    else
-        return {powerOfX<Crc>(n), powerOfX<Crc>(n + 64)};
+    std::array<FoldFactors, 2 * FoldConstants::atOnce + 1> factors{};
+    std::uint64_t power = timesX(1, firstExponent);
+    for (std::size_t n = 1; n < factors.size(); ++n) {
+        std::uint64_t const next = timesX(power, 64);
+        // The low half of a reflected block holds the higher powers.
+        if constexpr (Crc::isReflected)
+            factors[n] = {reflectBits(next), reflectBits(power)};
+        else
+            factors[n] = {power, next};
+        power = next;
+    }
+    return factors;
 }
 
 /// Computes FoldConstants::divisors of a CRC.
@@ -96,14 +108,12 @@ constexpr FoldFactors makeDivisors()
 template <class Crc>
 constexpr FoldConstants makeFoldConstants()
 {
+    constexpr auto factors = factorsByHalfBlocks<Crc>();
     FoldConstants constants{};
     for (std::size_t n = 1; n <= FoldConstants::longest; ++n)
-        constants.byBlocks[n] = factorsForBits<Crc>(128 * n);
-    std::size_t bits = 128 * FoldConstants::blocksInWidestVector;
-    for (FoldFactors & factors : constants.behindEnd) {
-        bits -= 128;
-        factors = factorsForBits<Crc>(bits + 64);
-    }
+        constants.byBlocks[n] = factors[2 * n];
+    for (std::size_t n = 0; n < FoldConstants::atOnce; ++n)
+        constants.behindEnd[FoldConstants::atOnce - 1 - n] = factors[2 * n + 1];
     constants.divisors = makeDivisors<Crc>();
     return constants;
 }

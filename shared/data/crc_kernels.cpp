@@ -3,6 +3,8 @@
 #include "shared/data/crc_folding.h"
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 
 #if defined(__x86_64__) || defined(__i386__)
 #define OX_HAS_FOLDING_KERNELS
@@ -22,6 +24,17 @@ namespace
 {
 
 using Block = __m128i;
+
+/// Byte orders for a shuffle. The 16 entries from [n] on move the first n bytes of a block to its
+/// end, those from [16 + n] on move the bytes behind the first n to its start. The other bytes of
+/// the block become 0.
+constexpr auto byteShifts = [] {
+    std::array<unsigned char, 48> order{};
+    order.fill(0x80);
+    for (std::size_t i = 0; i < sizeof(Block); ++i)
+        order[sizeof(Block) + i] = static_cast<unsigned char>(i);
+    return order;
+}();
 
 // Vector operations of the kernel, one struct for each width. `reverseBytes` reverses the bytes of
 // each block if `isReversed`. `fold` moves the blocks of `x` by the distance of `factors` and adds
@@ -50,7 +63,14 @@ struct Vector128 {
         return _mm_set_epi64x(0, static_cast<long long>(bits));
     }
 
+    OX_INLINE(OX_SSE) Type withLowBlock(Block block) { return block; }
+
     OX_INLINE(OX_SSE) Type sum(Type a, Type b) { return _mm_xor_si128(a, b); }
+
+    OX_INLINE(OX_SSE) Type shuffle(Type x, unsigned char const * order)
+    {
+        return _mm_shuffle_epi8(x, load(order));
+    }
 
     OX_INLINE(OX_SSE) Type byteOrder()
     {
@@ -94,8 +114,10 @@ struct Vector256 {
 
     OX_INLINE(OX_AVX2) Type withLowBits(std::uint64_t bits)
     {
-        return _mm256_zextsi128_si256(Vector128::withLowBits(bits));
+        return withLowBlock(Vector128::withLowBits(bits));
     }
+
+    OX_INLINE(OX_AVX2) Type withLowBlock(Block block) { return _mm256_zextsi128_si256(block); }
 
     OX_INLINE(OX_AVX2) Type sum(Type a, Type b) { return _mm256_xor_si256(a, b); }
 
@@ -138,8 +160,10 @@ struct Vector512 {
 
     OX_INLINE(OX_AVX512) Type withLowBits(std::uint64_t bits)
     {
-        return _mm512_zextsi128_si512(Vector128::withLowBits(bits));
+        return withLowBlock(Vector128::withLowBits(bits));
     }
+
+    OX_INLINE(OX_AVX512) Type withLowBlock(Block block) { return _mm512_zextsi128_si512(block); }
 
     OX_INLINE(OX_AVX512) Type sum(Type a, Type b) { return _mm512_xor_si512(a, b); }
 
@@ -172,19 +196,28 @@ OX_INLINE(OX_SSE)
 typename Crc::Word remainder(Block x)
 {
     auto const divisors = Vector128::broadcast(foldConstants<Crc>.divisors);
-    std::uint64_t words[2];
+    Block rest;
     if constexpr (Crc::isReflected) {
         auto const quotient = _mm_clmulepi64_si128(x, divisors, 0x00);
-        auto rest = Vector128::sum(x, _mm_clmulepi64_si128(quotient, divisors, 0x10));
+        rest = Vector128::sum(x, _mm_clmulepi64_si128(quotient, divisors, 0x10));
         if constexpr ((widePolynomial<Crc> & 1) != 0)
             rest = Vector128::sum(rest, _mm_slli_si128(quotient, 8));
-        _mm_storeu_si128(reinterpret_cast<Block *>(words), rest);
-        return static_cast<typename Crc::Word>(words[1]);
     } else {
         auto const quotient = Vector128::sum(x, _mm_clmulepi64_si128(x, divisors, 0x01));
-        auto const rest = Vector128::sum(x, _mm_clmulepi64_si128(quotient, divisors, 0x11));
-        _mm_storeu_si128(reinterpret_cast<Block *>(words), rest);
-        return static_cast<typename Crc::Word>(words[0] >> (64 - 8 * sizeof(typename Crc::Word)));
+        rest = Vector128::sum(x, _mm_clmulepi64_si128(quotient, divisors, 0x11));
+    }
+    // The register is at the highest powers: at the start of the high half, or reversed at the end
+    // of the low half.
+    constexpr int position = Crc::isReflected ? 2 : 1;
+    auto const bits = static_cast<std::uint32_t>(_mm_extract_epi32(rest, position));
+    if constexpr (sizeof(typename Crc::Word) <= sizeof bits) {
+        constexpr std::size_t unused =
+            Crc::isReflected ? 0 : sizeof bits - sizeof(typename Crc::Word);
+        return static_cast<typename Crc::Word>(bits >> (8 * unused));
+    } else {
+        static_assert(Crc::isReflected);
+        auto const highBits = static_cast<std::uint32_t>(_mm_extract_epi32(rest, position + 1));
+        return std::uint64_t{highBits} << 32 | bits;
     }
 }
 
@@ -244,14 +277,38 @@ std::span<CrcKernel<Crc> const> crcKernels()
     return kernels;
 }
 
+namespace
+{
+
+template <class Crc>
+typename Crc::Word selectAndAdvance(typename Crc::Word crc, unsigned char const * data,
+                                    std::size_t length);
+
+/// The kernel of this machine; before the first call, the function that selects it. A static
+/// variable of advanceCrc() would be tested for its initialisation at each call.
+template <class Crc>
+constinit std::atomic<decltype(CrcKernel<Crc>::advance)> selectedAdvance = selectAndAdvance<Crc>;
+
+template <class Crc>
+typename Crc::Word selectAndAdvance(typename Crc::Word crc, unsigned char const * data,
+                                    std::size_t length)
+{
+    auto const advance = std::ranges::find_if(crcKernels<Crc>(), [](auto const & kernel) {
+                             return kernel.isSupported();
+                         })->advance;
+    selectedAdvance<Crc>.store(advance, std::memory_order_relaxed);
+    return advance(crc, data, length);
+}
+
+} // namespace
+
 template <class Crc>
 typename Crc::Word advanceCrc(typename Crc::Word crc, unsigned char const * data,
                               std::size_t length)
 {
-    static auto const advance = std::ranges::find_if(crcKernels<Crc>(), [](auto const & kernel) {
-                                    return kernel.isSupported();
-                                })->advance;
-    return advance(crc, data, length);
+    if (length < 16) // every kernel uses tables here
+        return advanceCrcShort<Crc>(crc, data, length);
+    return selectedAdvance<Crc>.load(std::memory_order_relaxed)(crc, data, length);
 }
 
 #define OX_INSTANTIATE(Crc)                                                                        \
