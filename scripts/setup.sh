@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the missing Debian packages for the build and for the given sets:
-#   scripts/setup.sh [build|test|docs|bench|format|fuzz|tidy|qt5|linux32|shares|kernel_shares|windows|abi|package]…
+#   scripts/setup.sh [build|test|docs|bench|format|fuzz|tidy|qt5|linux32|shares|kernel_shares|windows|abi|package|std_format]…
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -18,6 +18,7 @@ packages_of() {
     tidy) echo clang-tidy-19 ;;
     qt5) echo qtbase5-dev ;;
     abi) echo abigail-tools ;;
+    std_format) echo clang-19 libc++-19-dev ;;
     package) echo dpkg-dev lintian mmdebstrap zip ;;
     linux32) echo g++-multilib googletest qt6-base-dev-tools dpkg-dev ;;
     shares)
@@ -29,7 +30,7 @@ packages_of() {
       echo g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev googletest dpkg-dev
       echo wine64 libc6-i386 lib32gcc-s1 qt6-base-dev-tools
       ;;
-    *) fail "unknown set '$1'; the sets are: build test docs bench format fuzz tidy qt5 linux32 shares kernel_shares windows abi package" ;;
+    *) fail "unknown set '$1'; the sets are: build test docs bench format fuzz tidy qt5 linux32 shares kernel_shares windows abi package std_format" ;;
   esac
 }
 
