@@ -56,6 +56,18 @@ def prepared_header(text, subject):
     return "\n".join([*opening, "", f"/** @addtogroup {subject}", "@{ */", text, "/** @} */", ""])
 
 
+def with_doxygen_spans(text):
+    """Returns a text without code blocks in the form that Doxygen shows: it ends a code span at a single quote, and
+    does not know a bold one."""
+
+    def with_quotes(match):
+        return f"``{match[1]}``" if "'" in match[1] else match[0]
+
+    # Matches every span, so that a match never begins at the end of another.
+    text = re.sub(r"(?<!`)`((?:[^`\n]|\n(?!\n))+)`(?!`)", with_quotes, text)
+    return re.sub(r"\*\*(`[^`]+`)\*\*", r"<b>\1</b>", text)
+
+
 def prepared_page(text, name):
     """Returns a page of docs/ with anchors like those of GitHub, and with fences around its code."""
 
@@ -65,11 +77,9 @@ def prepared_page(text, name):
 
     code = r"(?<=\n\n)(?: {4}[^\n]*\n|\n(?= {4}))+"
     text = re.sub(code, lambda match: "```\n" + textwrap.dedent(match[0]) + "```\n", text)
-    # Doxygen ends a code span at a single quote, and does not know a bold one.
-    text = re.sub(r"(?<!`)`([^`\n]*'[^`\n]*)`(?!`)", r"``\1``", text)
-    text = re.sub(r"\*\*(`[^`]+`)\*\*", r"<b>\1</b>", text)
     parts = re.split(r"(^```.*?^```$)", text, flags=re.MULTILINE | re.DOTALL)
-    parts[::2] = [re.sub(r"^(##+) (.*)$", with_anchor, part, flags=re.MULTILINE) for part in parts[::2]]
+    for index in range(0, len(parts), 2):
+        parts[index] = re.sub(r"^(##+) (.*)$", with_anchor, with_doxygen_spans(parts[index]), flags=re.MULTILINE)
     text = re.sub(r"^# (.*)$", rf"# \1 {{#{name}}}", "".join(parts), count=1, flags=re.MULTILINE)
     text = re.sub(r"\]\(#([\w-]+)\)", rf"](#{name}-\1)", text)
     text = re.sub(r"\]\((\w+)\.md#([\w-]+)\)", r"](#doc_\1-\2)", text)
