@@ -38,19 +38,25 @@ NATVIS = {
     "_oxProcessEntry": "processes[0].entries[0]", "_oxProcessList": "processes[0]", "_OX_DataBuffer": "buffer",
     "_oxBytePerc": "half", "_oxCPUValue": "load",
 }
+SPACE = "{http://schemas.microsoft.com/vstudio/debugger/natvis/2010}"
+# The schema of natvis files requires this order of the elements in a type.
+ORDER = ["AlternativeType", "Intrinsic", "DisplayString", "StringView", "Expand"]
 KEYWORDS = {"long", "char", "char16_t", "unsigned", "int", "_OX_DataBuffer", "ErrorCode"}
+
+
+def natvis_types():
+    return xml.etree.ElementTree.parse(f"{SOURCE}/debugger/oxshared.natvis").getroot()
 
 
 def natvis_expressions():
     """Yields the expressions of the natvis file for gdb: each member name follows a value's name."""
-    space = "{http://schemas.microsoft.com/vstudio/debugger/natvis/2010}"
-    with_expressions = {space + tag for tag in ("StringView", "Item", "Size", "ValuePointer")}
-    for entry in xml.etree.ElementTree.parse(f"{SOURCE}/debugger/oxshared.natvis").getroot():
+    with_expressions = {SPACE + tag for tag in ("StringView", "Item", "Size", "ValuePointer")}
+    for entry in natvis_types():
         variable = "values." + NATVIS[entry.get("Name")]
-        intrinsics = {node.get("Name"): node.get("Expression") for node in entry.iter(space + "Intrinsic")}
+        intrinsics = {node.get("Name"): node.get("Expression") for node in entry.iter(SPACE + "Intrinsic")}
         found = [node.get("Condition") for node in entry.iter() if node.get("Condition")]
         found += [node.text for node in entry.iter() if node.tag in with_expressions]
-        for node in entry.iter(space + "DisplayString"):
+        for node in entry.iter(SPACE + "DisplayString"):
             found += re.findall(r"{([^}]+)}", node.text)
         for text in found:
             text = re.sub(r",[^,()]*$", "", text).replace("$T1", "250")
@@ -115,6 +121,11 @@ class Debugger(unittest.TestCase):
     def test_error_texts_are_those_of_the_library(self):
         self.assertEqual(len(self.errors), 16)
         self.assertEqual(self.error_texts, self.errors, self.messages)
+
+    def test_elements_of_the_natvis_file_have_the_order_of_its_schema(self):
+        for entry in natvis_types():
+            places = [ORDER.index(node.tag.removeprefix(SPACE)) for node in entry]
+            self.assertEqual(places, sorted(places), entry.get("Name"))
 
     def test_expressions_of_the_natvis_file_are_valid(self):
         failed = [expression for expression, value in zip(self.natvis, self.natvis_values) if not value]
