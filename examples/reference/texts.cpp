@@ -76,8 +76,8 @@ void timesExample()
 {
     //! [times]
     _oxTime started;
-    started.fromDateTime(7, 5, 9, 14, 11,
-                         2026); // local time: second, minute, hour, day, month, year
+    // Second, minute, hour, day, month and year of the local time.
+    started.fromDateTime(7, 5, 9, 14, 11, 2026);
     CHECK(started.asString() == QStringLiteral("11.14 09:05.07"));
     CHECK(started.asStringFileName() == QStringLiteral("1114_090507"));
 
