@@ -1,5 +1,5 @@
-// A service that continues after a crash at the frame where it stopped, and writes a dump of the
-// crash:
+// A service that writes a dump when it crashes. When it is started again, it continues after the
+// last rendered frame:
 //   crash_safe_service FOLDER [crash]     renders three frames; with "crash" it then crashes
 // FOLDER contains the log, the dumps and the state. The state file is complete at any moment: the
 // service writes a new file and then renames it to the name of the previous file.
@@ -12,7 +12,7 @@
 namespace
 {
 
-/// A logger that writes to an open file without a buffer, so that it also works after a crash.
+/// A logger that works after a crash: its file is already open and has no buffer.
 class Log final : public oxLogger
 {
   public:
@@ -62,7 +62,7 @@ int main(int argc, char ** argv)
         return 2;
     }
     QString const folder = QString::fromLocal8Bit(argv[1]) + QLatin1Char('/');
-    // Static, since the crash handler uses both objects until the process ends.
+    // Static, since the crash handler uses the logger and the context until the process ends.
     static Log log;
     static __OX context;
     if (!log.open(folder + QStringLiteral("service.txt"))) {
@@ -78,7 +78,7 @@ int main(int argc, char ** argv)
     std::printf("start %d, continues after frame %d\n", ++state.starts, state.frames);
     std::fflush(stdout);
     for (int frame = 0; frame < 3; ++frame) {
-        ++state.frames; // The work of a real service stands here.
+        ++state.frames; // A real service renders the frame here.
         if (!save(path, state)) {
             std::fputs("the state cannot be saved\n", stderr);
             return 1;

@@ -1,6 +1,6 @@
 // Keeps a job in memory up to date while other machines rewrite its file on the share:
 //   job_refresher FILE [CHECKS]     CHECKS: number of checks, one a second; without it, no limit
-// While the file is unchanged, a check costs a single status query. A new version is loaded under
+// While the file is unchanged, a check costs one status query (stat). A new version is loaded under
 // the file's lock. If the new version is damaged, the previous job stays loaded.
 
 #include "shared/data/data_buffer.h"

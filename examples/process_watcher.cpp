@@ -1,6 +1,6 @@
 // Watches the processes whose names begin with a prefix:
-//   process_watcher PREFIX [ROUNDS]     ROUNDS: number of rounds, one a second; without it, no
-//   limit
+//   process_watcher PREFIX [ROUNDS]
+// ROUNDS is the number of rounds, one a second; without it the program does not end.
 // Each round prints the processor usage of every process, and the processes that have started or
 // ended. The exit status is 0 if the last round found a process.
 

@@ -1,7 +1,7 @@
 // Two processes that share a state, such as a client and its control panel:
-//   shared_memory_pair write KEY     renders ten frames and waits until the reader has shown the
-//   last one shared_memory_pair read KEY      shows the frames until the last one
-// Each process waits for the other one for up to ten seconds.
+//   shared_memory_pair write KEY     renders ten frames, waits until the last one has been shown
+//   shared_memory_pair read KEY      shows the frames, ends after the last one
+// Each process waits up to ten seconds for the other one.
 
 #include "shared/system/environment.h"
 #include "shared/system/shared_memory.h"

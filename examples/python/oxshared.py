@@ -9,7 +9,7 @@
         header, data = load_buffer("job17.oxdb")
 
 The pages docs/record_layouts.md, docs/file_formats.md and docs/lock_files.md describe all of these formats. Lock
-files need Linux. The steps for shares that refuse to remove an open file are not implemented here.
+files need Linux. The steps for shares that refuse to remove an open file are not implemented.
 """
 
 import contextlib
@@ -196,7 +196,7 @@ class LockFile:
 
     def lock(self, who, timeout_ms=0):
         """Waits until the lock is free and takes it. Returns False after the timeout."""
-        fresh = None  # created lock file whose `flock` is not available yet
+        fresh = None  # created lock file whose `flock` another process has
         for _ in range(max(1, timeout_ms // 250)):
             fresh = self._create(who, fresh)
             if self._descriptor is not None:
@@ -243,9 +243,9 @@ class LockFile:
             os.close(descriptor)
 
     def _create(self, who, fresh):
-        """Creates the lock file, or continues with the open file `fresh`, and takes its `flock`.
+        """Creates the lock file, or uses the already created file `fresh`, and takes its `flock`.
 
-        Returns the open file if its `flock` is not available yet, otherwise None."""
+        Success sets `_descriptor`. Returns the created file if another process has its `flock`, otherwise None."""
         try:
             if fresh is None:
                 fresh = os.open(self.name, os.O_RDWR | os.O_CREAT | os.O_EXCL, 0o666)
@@ -270,7 +270,7 @@ class LockFile:
         return None
 
     def _remove(self, descriptor):
-        """Deletes or renames the open lock file. Leaves the name alone if it refers to another file."""
+        """Deletes or renames the open lock file, unless its name refers to another file. Closes it."""
         try:
             if self._is_named(descriptor):
                 try:

@@ -1,5 +1,4 @@
-// Examples in the reference documentation: data, buffer files and files. They write to the folder
-// FOLDER.
+// Examples in the reference documentation: data, buffer files and files. They write to `folder`.
 
 #include "examples/reference/check.h"
 #include "shared/oxshared.h"
@@ -24,7 +23,7 @@ void checksumsExample()
     auto const * digits = reinterpret_cast<unsigned char const *>("123456789");
     CHECK(oxCRCCalc(digits, 9) == 0xCBF43926); // the CRC-32 of zlib and gzip
 
-    unsigned int crc = 0xFFFFFFFF; // the same, computed in parts
+    unsigned int crc = 0xFFFFFFFF; // the same CRC, computed in parts
     oxCRCPartial(&crc, digits, 4);
     oxCRCPartial(&crc, digits + 4, 5);
     CHECK(~crc == 0xCBF43926);

@@ -1,5 +1,5 @@
-// Runs the examples of the reference documentation: reference_examples FOLDER, where FOLDER is
-// empty.
+// Runs the examples of the reference documentation:
+//   reference_examples FOLDER     FOLDER: an empty folder for their files
 
 #include "examples/reference/check.h"
 

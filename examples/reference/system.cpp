@@ -46,7 +46,7 @@ void sharedMemoryExample()
     if (!server.attach())
         CHECK(server.create(sizeof(State), false, false));
 
-    oxSharedMemory client("ReferenceExample"); // in another process
+    oxSharedMemory client("ReferenceExample"); // stands for another process
     CHECK(client.attach());
     if (client.lock()) {
         State const state{17};
@@ -113,7 +113,7 @@ void installCrashHandler(int argc, char ** argv, QString const & dumps)
     static Logger logger;
     static __OX context{_oxTime(true), &logger, dumps, "client.txt"};
     oxCrashHandler::instance()->init(context, argc, argv);
-    oxCrashHandler::instance()->setDumpPathDefault(); // the log folder
+    oxCrashHandler::instance()->setDumpPathDefault(); // dumps go to the log folder
 }
 //! [crashes]
 #endif

@@ -27,7 +27,7 @@ void stringListExample()
     //! [string_list]
     _oxStringList frames;
     for (char const * name : {"shot_2.exr", "Shot_1.exr", "SHOT_2.EXR"})
-        frames.append(name, true, false); // unless the list contains it in any case
+        frames.append(name, true, false); // unless it is in the list, ignoring case
     frames.sort(false);
     CHECK(frames.count() == 2);
     CHECK(frames[0] == "Shot_1.exr");
