@@ -29,7 +29,7 @@ def run_until(stop, work):
     return number
 
 
-@check("a refresh during packs on the other machine gets a whole file",
+@check("a refresh loads a complete file while the other machine packs it",
        smbnetfs="at times it fails", sshfs="at times it fails")
 def refresh_during_packs(s):
     content = s.folder / "refresh-content"
@@ -72,7 +72,7 @@ def refresh_during_packs(s):
     return "at times it fails" if torn else KEPT
 
 
-@check("a refresh gets what the other machine has packed before",
+@check("a refresh loads the file that the other machine has just packed",
        gluster="up to 2 s late", smbnetfs="up to 2 s late", sshfs="up to 30 s late")
 def refresh_after_pack(s):
     source = s.folder / "source"
@@ -90,7 +90,7 @@ def refresh_after_pack(s):
     return delay_of(pack, is_new)
 
 
-@check("a copy has the content, the time and the permission bits, also on the other machine",
+@check("both machines read content, time and permission bits of a copy",
        smbnetfs="kept, except over a file that is being read")
 def copies(s):
     source = s.folder / "copy-source"
@@ -116,7 +116,7 @@ def copies(s):
     return KEPT
 
 
-@check("resume follows a file that grows on the other machine",
+@check("resume appends the data of a file that grows on the other machine",
        gluster="up to 2 s late", smbnetfs="cannot append", sshfs="up to 30 s late")
 def growing_file(s):
     log, local = s.folder / "grow.log", s.folder / "grow-copy.log"
@@ -140,7 +140,7 @@ def growing_file(s):
     return delay_of(lambda _: None, follows, attempts=1)
 
 
-@check("sync copies what the other machine has changed",
+@check("sync copies the files that the other machine has changed",
        gluster="up to 2 s late", smbnetfs="up to 2 s late", sshfs="up to 30 s late")
 def sync_both_ways(s):
     master, local = s.folder / "sync-master", s.folder / "sync-local"
@@ -172,7 +172,7 @@ def sync_both_ways(s):
     return next((delay for delay in delays if delay != KEPT), KEPT)
 
 
-@check("a folder filled by one machine is listed and emptied by the other", sshfs="up to 30 s late")
+@check("one machine can list and empty a folder that the other has filled", sshfs="up to 30 s late")
 def list_and_empty(s):
     folder = s.a / "many"
     (folder / "below").mkdir(parents=True)
@@ -190,7 +190,7 @@ def list_and_empty(s):
                     attempts=1)
 
 
-@check("replace changes a file for the other machine",
+@check("the other machine reads the result of replace at once",
        gluster="up to 2 s late", smbnetfs="up to 2 s late", sshfs="up to 30 s late", nfs="up to 30 s late")
 def replaced_text(s):
     (s.a / "farm.ini").write_text("server=old\nother=1\nserver=old\n#")
@@ -202,7 +202,7 @@ def replaced_text(s):
     return delay_of(lambda _: None, lambda _: reads(s.b / "farm.ini", wanted), attempts=1)
 
 
-@check("files can have names of all kinds",
+@check("files can have names with any characters",
        smbnetfs="others: quotes, Latin-1, line break, escape, backslash, colon, wildcards, "
        "dot at the end, blank at the end, device name")
 def odd_names(s):

@@ -10,7 +10,7 @@ from shares import wait_until
 from support import KEPT, check, delay_of, error_name, reads, require, result_of
 
 
-@check("of two machines one creates a file", smbnetfs="at times both create it",
+@check("if two machines create the same file exclusively, one fails", smbnetfs="at times both create it",
        sshfs="at times the other one gets EPERM", sshfs_uncached="at times the other one gets EPERM")
 def exclusive_creation(s):
     rounds = 150
@@ -38,7 +38,7 @@ def exclusive_creation(s):
     return "at times the other one gets EPERM" if refused else KEPT
 
 
-@check("a flock excludes the other machine",
+@check("a flock of one machine also excludes the other machine",
        smbnetfs="only on one machine", sshfs="only on one machine",
        sshfs_uncached="only on one machine")
 def flock_across(s):
@@ -84,13 +84,13 @@ def replace_foreign_open(s):
             return f"{result}, then the reader gets {error_name(error)}"
 
 
-@check("a file has hard links", smbnetfs="EPERM")
+@check("a file can have hard links", smbnetfs="EPERM")
 def hard_links(s):
     (s.a / "f").write_text("x")
     return result_of(os.link, s.a / "f", s.a / "g")
 
 
-@check("a new file is seen at once by stat")
+@check("stat on the other machine finds a new file at once")
 def new_file_seen(s):
     def create(number):
         (s.b / f"f{number}").exists()
@@ -99,7 +99,7 @@ def new_file_seen(s):
     return delay_of(create, lambda number: (s.b / f"f{number}").exists())
 
 
-@check("size and time of a replaced file are seen at once by stat",
+@check("stat on the other machine returns size and time of a replaced file at once",
        gluster="up to 2 s late", smbnetfs="up to 2 s late", sshfs="up to 30 s late",
        nfs="up to 30 s late")
 def replaced_file_seen(s):
@@ -115,7 +115,7 @@ def replaced_file_seen(s):
                     lambda number: (s.b / "f").stat().st_size == number + 2)
 
 
-@check("an open after a close reads the new content",
+@check("after one machine has closed a file, an open on the other reads the new content",
        gluster="up to 2 s late", smbnetfs="up to 2 s late", sshfs="up to 30 s late")
 def content_after_open(s):
     def write(number):

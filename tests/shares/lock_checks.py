@@ -10,7 +10,7 @@ from support import (
     require, seen_age)
 
 
-@check("one process of all machines holds a lock", smbnetfs="at times two hold it",
+@check("at any time only one process on all machines holds a lock", smbnetfs="at times two hold it",
        gluster="at times holders read old content")
 def mutual_exclusion(s):
     """Runs three processes on each machine. A log on a local disk shows whether two processes held
@@ -52,7 +52,7 @@ def waiting(s):
     return KEPT
 
 
-@check("the other machine sees who holds a lock, and that the process lives",
+@check("lock --status on the other machine shows the holder, and that it is running",
        smbnetfs="looks left behind", sshfs="looks left behind", sshfs_uncached="looks left behind")
 def status_of_live(s):
     with holder(s.a / "f") as process:
@@ -61,7 +61,7 @@ def status_of_live(s):
     return {True: KEPT, None: "cannot tell", False: "looks left behind"}[status["live"]]
 
 
-@check("the other machine sees that the holder was killed")
+@check("lock --status on the other machine shows that the holder was killed")
 def status_of_killed(s):
     with holder(s.a / "f") as process:
         kill(process)
@@ -76,7 +76,7 @@ def status_of_killed(s):
     return {False: KEPT, None: "cannot tell", True: "looks alive"}[status["live"]]
 
 
-@check("a stale lock of a killed process is removed by the other machine")
+@check("the other machine removes the stale lock of a killed process")
 def stale_lock(s):
     with holder(s.a / "f") as process:
         kill(process)
@@ -86,7 +86,7 @@ def stale_lock(s):
     return KEPT if taken.returncode == 0 else "it stays"
 
 
-@check("a lock of a living process stays, however old it looks",
+@check("the other machine never removes the lock of a running process",
        sshfs="the other machine removes it", sshfs_uncached="the other machine removes it")
 def old_lock_of_living(s):
     with holder(s.a / "f"):
@@ -96,7 +96,7 @@ def old_lock_of_living(s):
     return KEPT if taken.returncode == LOCKED else "the other machine removes it"
 
 
-@check("a lock of a living process is not broken, that of a killed one is",
+@check("lock --break removes only the lock of a killed process",
        sshfs="every lock is broken", sshfs_uncached="every lock is broken")
 def broken_lock(s):
     with holder(s.a / "f") as process:

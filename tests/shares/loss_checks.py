@@ -35,7 +35,7 @@ def has_one_of(file, *contents):
         return False
 
 
-@check("a copy goes on when the server returns",
+@check("a copy continues after a restart of the server",
        gluster="it fails; the previous file stays",
        gluster_uncached="it fails; the previous file stays",
        smbnetfs="it fails; the previous file stays", sshfs="it fails; the previous file stays",
@@ -63,7 +63,7 @@ def loss_during_copy(s):
     return KEPT if status == 0 else "it fails; the previous file stays"
 
 
-@check("a holder releases its lock after the server has been away",
+@check("a holder can release its lock after a restart of the server",
        gluster="at times the lock file stays, and the tool reports it",
        gluster_uncached="at times the lock file stays, and the tool reports it")
 def loss_during_lock(s):
@@ -78,7 +78,7 @@ def loss_during_lock(s):
     return KEPT if free else "the lock file stays, and the tool reports it"
 
 
-@check("a lock of a living process stays after the server has been away",
+@check("the lock of a running process stays after a restart of the server",
        **{share: "the other machine removes it"
           for share in ("gluster", "gluster_uncached", "smbnetfs", "sshfs", "sshfs_uncached")})
 def loss_of_flock(s):
@@ -91,7 +91,7 @@ def loss_of_flock(s):
     return KEPT if taken.returncode == LOCKED else "the other machine removes it"
 
 
-@check("a refresh waits for the server",
+@check("a refresh waits until the server has restarted",
        smbnetfs="at times it fails with a message",
        gluster="it fails with a message", gluster_uncached="it fails with a message",
        sshfs="it fails with a message", sshfs_uncached="it fails with a message")
