@@ -1,3 +1,4 @@
+#include "shared/text/case_kernels.h"
 #include "shared/text/fixed_string.h"
 
 #include <benchmark/benchmark.h>
@@ -151,6 +152,22 @@ void addComparisons(std::string const & text)
                      [](auto & a, auto & b) { return a.compare(b, Qt::CaseInsensitive); });
 }
 
+/// Registers `compare` with each supported kernel, of which the library selects the first one.
+void addCaseKernels(std::string const & text)
+{
+    std::string const upper = upperCased(text);
+    for (auto const & kernel : ox::text::caseKernels<char>()) {
+        if (!kernel.isSupported())
+            continue;
+        std::string const subject = std::string("compare no case by ") + kernel.name;
+        addPair<Ours>(subject.c_str(), "oxShared", text, upper, [&kernel](auto & a, auto & b) {
+            return kernel.compare(a.value, a.size(), b.value, b.size());
+        });
+        addPair<std::string>(subject.c_str(), "strcasecmp", text, upper,
+                             [](auto & a, auto & b) { return strcasecmp(a.c_str(), b.c_str()); });
+    }
+}
+
 /// Registers searches for a word at the end of a text of this size. Pattern and text differ in
 /// letter case.
 void addSearch(std::size_t size)
@@ -200,6 +217,7 @@ bool const registered = [] {
         addAppend<std::u16string>("append wide", "std::u16string", text);
 
         addComparisons(text);
+        addCaseKernels(text);
     }
     for (std::size_t const size : {20, 60, 240})
         addSearch(size);

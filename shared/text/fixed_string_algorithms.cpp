@@ -1,10 +1,9 @@
 #include "shared/text/fixed_string_algorithms.h"
 
 #include "shared/platform/file_names.h"
+#include "shared/text/unit_lanes.h"
 
 #include <algorithm>
-#include <array>
-#include <bit>
 #include <charconv>
 #include <climits>
 #include <string_view>
@@ -13,52 +12,6 @@ namespace ox::text
 {
 namespace
 {
-
-/// Processes eight bytes or four UTF-16 units in parallel, as the lanes of a 64-bit word (SWAR).
-/// The first lane is in the lowest bits.
-template <typename Unit>
-struct Lanes {
-    static_assert(std::endian::native == std::endian::little, "the records are little-endian");
-    using Word = std::uint64_t;
-
-    static constexpr int bits = 8 * sizeof(Unit);
-    static constexpr int count = sizeof(Word) / sizeof(Unit);
-    static constexpr Word ones = ~Word{0} / ((Word{1} << bits) - 1);
-    static constexpr Word tops = ones << (bits - 1);
-
-    static Word load(Unit const * text)
-    {
-        Word word;
-        std::memcpy(&word, text, sizeof word);
-        return word;
-    }
-
-    /// Loads the first and the last half word of `n` units into one word. The half words overlap if
-    /// `n` is below `count`.
-    static Word loadEnds(Unit const * text, int n)
-    {
-        std::uint32_t halves[2];
-        std::memcpy(&halves[0], text, sizeof halves[0]);
-        std::memcpy(&halves[1], text + n - count / 2, sizeof halves[1]);
-        return halves[0] | Word{halves[1]} << 32;
-    }
-
-    static constexpr Word all(int unit) { return ones * static_cast<Word>(unit); }
-
-    static constexpr Word upper(Word word)
-    {
-        Word const low = word & ~tops;
-        Word const fromA = low + (tops - all('a'));
-        Word const beyondZ = low + (tops - all('z' + 1));
-        Word const isLetter = (fromA ^ beyondZ) & ~word & tops;
-        return word - (isLetter >> (bits - 6)); // moves the top bit to the bit of 'a' - 'A'
-    }
-
-    /// Sets the top bit of each lane that is 0. May also set it in other lanes above a 0 lane.
-    static constexpr Word zeros(Word word) { return (word - ones) & ~word & tops; }
-
-    static constexpr int first(Word marks) { return std::countr_zero(marks) / bits; }
-};
 
 /// Compares one unit of a needle with all lanes of a word in parallel.
 template <typename Unit>
@@ -95,53 +48,6 @@ bool equalUnits(unsigned short const * a, char const * b, int n, Case letters)
     });
 }
 
-/// Number of units in 32 bytes, which `blocksDiffer` compares without a branch.
-template <typename Unit>
-constexpr int blockSize = 32 / sizeof(Unit);
-
-template <typename Unit>
-bool blocksDiffer(Unit const * a, Unit const * b)
-{
-    using U = std::make_unsigned_t<Unit>;
-    constexpr U caseBit = 'a' - 'A';
-    std::array<U, blockSize<Unit>> difference;
-    for (std::size_t i = 0; i < difference.size(); ++i) {
-        U const x = unsignedUnit(a[i]);
-        U const y = unsignedUnit(b[i]);
-        U const letter = static_cast<U>((x | caseBit) - 'a');
-        U const ignored = letter <= U{'z' - 'a'} ? caseBit : U{0};
-        difference[i] = static_cast<U>((x ^ y) & ~ignored);
-    }
-    auto const words = std::bit_cast<std::array<std::uint64_t, 4>>(difference);
-    return (words[0] | words[1] | words[2] | words[3]) != 0;
-}
-
-/// Returns the first position where `a` and `b` differ, ignoring case, or `n`.
-template <typename Unit>
-int mismatch(Unit const * a, Unit const * b, int n)
-{
-    using L = Lanes<Unit>;
-    int pos = 0;
-    while (pos + blockSize<Unit> <= n && !blocksDiffer(a + pos, b + pos))
-        pos += blockSize<Unit>;
-    for (; pos + L::count <= n; pos += L::count) {
-        auto const difference = L::upper(L::load(a + pos)) ^ L::upper(L::load(b + pos));
-        if (difference != 0)
-            return pos + L::first(difference);
-    }
-    if (n - pos >= L::count / 2) {
-        auto const difference =
-            L::upper(L::loadEnds(a + pos, n - pos)) ^ L::upper(L::loadEnds(b + pos, n - pos));
-        if (difference == 0)
-            return n;
-        int const lane = L::first(difference);
-        return lane < L::count / 2 ? pos + lane : n - L::count + lane;
-    }
-    while (pos < n && toUpper(a[pos]) == toUpper(b[pos]))
-        ++pos;
-    return pos;
-}
-
 /// Returns the position of the first occurrence of `needle` at or after `from`, or -1. Compares the
 /// whole needle only where its first and its last unit match.
 template <typename Unit>
@@ -155,7 +61,7 @@ int find(Unit const * text, int length, Unit const * needle, int needleLength, i
 
     auto const matchesAt = [=](int pos) {
         return letters == Case::Exact ? equal(text + pos, needle, needleLength)
-                                      : mismatch(text + pos, needle, needleLength) == needleLength;
+                                      : equalIgnoringCase(text + pos, needle, needleLength);
     };
     Anchor<Unit> const head(needle[0], letters);
     Anchor<Unit> const tail(needle[needleLength - 1], letters);
@@ -243,29 +149,9 @@ int order(unsigned short const * a, char const * b, std::ptrdiff_t n)
     return 0;
 }
 
-bool equalIgnoringCase(char const * a, char const * b, int n)
-{
-    return mismatch(a, b, n) == n;
-}
-
-bool equalIgnoringCase(unsigned short const * a, unsigned short const * b, int n)
-{
-    return mismatch(a, b, n) == n;
-}
-
 bool equalIgnoringCase(unsigned short const * a, char const * b, int n)
 {
     return equalUnits(a, b, n, Case::Ignored);
-}
-
-template <typename Unit>
-int compareIgnoringCase(Unit const * a, int lengthA, Unit const * b, int lengthB)
-{
-    int const shorter = std::min(lengthA, lengthB);
-    int const pos = mismatch(a, b, shorter);
-    if (pos < shorter)
-        return unsignedUnit(toUpper(a[pos])) < unsignedUnit(toUpper(b[pos])) ? -1 : 1;
-    return (lengthA > lengthB) - (lengthA < lengthB);
 }
 
 template <typename Unit>
@@ -424,7 +310,6 @@ void widenSystemText(char const * text, int length, unsigned short * to, int cap
 }
 
 #define OX_INSTANTIATE(Unit)                                                                       \
-    template int compareIgnoringCase(Unit const *, int, Unit const *, int);                        \
     template int indexOfText(Unit const *, int, Unit const *, int, int, Case);                     \
     template int findUnit(Unit const *, int, Unit, int);                                           \
     template int findLastUnit(Unit const *, int, Unit, int);                                       \

@@ -1,3 +1,4 @@
+#include "shared/text/case_kernels.h"
 #include "shared/text/fixed_string.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +11,9 @@
 #include <iterator>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace
@@ -229,6 +232,34 @@ TYPED_TEST(FixedStringCommon, WorksInContainersAndStreams)
     std::ostringstream stream;
     stream << S("job17");
     EXPECT_EQ(stream.str(), "job17");
+}
+
+TYPED_TEST(FixedStringCommon, IgnoresCaseAlikeWithEveryKernel)
+{
+    using Unit = std::make_unsigned_t<typename TypeParam::Unit>;
+    std::pair<int, int> const pairs[] = {{'a', 'A'},   {'Z', 'z'},   {'@', '`'},
+                                         {'{', '['},   {'z', 'y'},   {0xE9, 0xC9},
+                                         {0x80, 0x7F}, {'a', 0x141}, {0x6161, 0x4161}};
+    for (auto const & kernel : ox::text::caseKernels<typename TypeParam::Unit>()) {
+        for (int n = kernel.isSupported() ? 1 : 100; n < 100; ++n) {
+            for (int at = 0; at < n; ++at) {
+                for (auto const & [x, y] : pairs) {
+                    std::vector<typename TypeParam::Unit> a(static_cast<std::size_t>(n), 'q');
+                    std::vector<typename TypeParam::Unit> b(a.size(), 'Q');
+                    auto const pos = static_cast<std::size_t>(at);
+                    Unit const left = ox::text::toUpper(static_cast<Unit>(x));
+                    Unit const right = ox::text::toUpper(static_cast<Unit>(y));
+                    a[pos] = static_cast<typename TypeParam::Unit>(x);
+                    b[pos] = static_cast<typename TypeParam::Unit>(y);
+                    SCOPED_TRACE(testing::Message() << kernel.name << ' ' << n << ' ' << at);
+                    ASSERT_EQ(kernel.mismatch(a.data(), b.data(), n), left == right ? n : at);
+                    ASSERT_EQ(kernel.compare(a.data(), n, b.data(), n),
+                              (left > right) - (left < right));
+                    ASSERT_EQ(kernel.compare(a.data(), at, b.data(), n), -1);
+                }
+            }
+        }
+    }
 }
 
 } // namespace
