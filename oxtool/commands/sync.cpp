@@ -10,6 +10,7 @@
 #include "oxtool/support/report.h"
 #include "oxtool/support/transfer.h"
 #include "shared/fs/empty_folder_steps.h"
+#include "shared/fs/file_sync_steps.h"
 #include "shared/platform/files.h"
 #include "shared/platform/folders.h"
 #include "shared/system/environment.h"
@@ -27,8 +28,6 @@ namespace ox::tool
 {
 namespace
 {
-
-constexpr int retryWaitMs = 5000;
 
 /// Name of the marker: the file that TARGET must contain for --delete.
 constexpr char deletionMarker[] = ".oxtool-sync";
@@ -99,15 +98,13 @@ void compare(Item & item, Options const & options, bool folderExists)
     item.state = State::Due;
     if (!folderExists)
         return;
-    auto const target = platform::fileStatus(nativeName(update.target));
-    bool const exists = target && !target->isFolder;
-    // A target whose status is not readable may exist, so it is also kept as "_old".
-    update.isReplaced =
-        exists || (!target && target.error().kind() != platform::ErrorKind::NotFound);
-    bool const isEqual =
-        exists && target->size == update.sourceStatus.size &&
-        (options.comparesContent ? haveSameContent(update.source, update.target)
-                                 : target->modified == update.sourceStatus.modified);
+    fs::SyncTarget const target =
+        fs::compareWithMaster(platform::fileStatus(nativeName(update.target)),
+                              update.sourceStatus.size, update.sourceStatus.modified);
+    update.isReplaced = target.mayExist;
+    bool const isEqual = target.hasSameSize &&
+                         (options.comparesContent ? haveSameContent(update.source, update.target)
+                                                  : target.hasSameTime);
     if (isEqual)
         item.state = State::UpToDate;
 }
@@ -127,7 +124,7 @@ void copy(Item & item, Options const & options, Transfer & transfer)
                 QStringLiteral(
                     "'%1' ends in zero bytes and may be unfinished, compared again after 5 s")
                     .arg(item.update.source));
-            oxSleep(retryWaitMs);
+            oxSleep(fs::syncRetryMs);
             compare(item, options, true);
         }
         if (!isRepeated || item.state == State::UpToDate)

@@ -5,6 +5,7 @@
 #include "oxtool/support/reason.h"
 #include "oxtool/support/stop.h"
 #include "shared/fs/copy_steps.h"
+#include "shared/fs/file_sync_steps.h"
 #include "shared/platform/new_file.h"
 
 #include <cstring>
@@ -51,22 +52,18 @@ void putInPlace(NewFile & copy, FileUpdate const & update, StopGuard & guard, Up
 {
     // No file has the size -1, so keepPrevious() does not find the target up to date.
     qint64 const size = update.comparesContent ? -1 : update.sourceStatus.size;
-    platform::Result<> placed;
+    fs::SyncPlacement placement;
     guard.complete([&] {
-        using Previous = NewFile::Previous;
-        auto const previous = update.isReplaced && update.keepsPrevious
-                                  ? copy.keepPrevious("_old", size, update.sourceStatus.modified)
-                                  : platform::Result(Previous::None);
-        if (!previous)
-            done.warning = QStringLiteral("cannot rename the previous file of '%1': %2")
-                               .arg(update.shownTarget, reasonOf(previous.error()));
-        if (previous && *previous == Previous::IsUpToDate)
-            return false;
-        placed = copy.putInPlace(NewFile::FolderFlush::ByCaller);
-        done.isCopied = static_cast<bool>(placed);
+        placement =
+            fs::putSyncedCopyInPlace(copy, update.isReplaced && update.keepsPrevious, size,
+                                     update.sourceStatus.modified, NewFile::FolderFlush::ByCaller);
+        done.isCopied = placement.placed && !placement.wasUpToDate;
         return done.isCopied;
     });
-    require(placed);
+    if (!placement.kept)
+        done.warning = QStringLiteral("cannot rename the previous file of '%1': %2")
+                           .arg(update.shownTarget, reasonOf(placement.kept.error()));
+    require(placement.placed);
 }
 
 } // namespace

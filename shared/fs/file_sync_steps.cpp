@@ -17,8 +17,6 @@ namespace
 using Path = _oxString8_evenSize<500>;
 using Attributes = platform::NewFile::Attributes;
 
-constexpr int retryWaitMs = 5000;
-
 class FileSync
 {
   public:
@@ -40,20 +38,17 @@ class FileSync
         if (time.value <= 0)
             return failed("Source has no file time! ", source_);
 
-        auto const target = platform::fileStatus(nativePath(target_));
-        bool const exists = target && !target->isFolder;
-        bool const isEqual = exists && target->size == size && target->modified == time.value;
-        // If the target's status is not readable, the target may exist, so it is kept as well.
-        bool const isReplaced =
-            exists || (!target && target.error().kind() != platform::ErrorKind::NotFound);
-        if (exists && !isEqual)
+        SyncTarget const target =
+            compareWithMaster(platform::fileStatus(nativePath(target_)), size, time.value);
+        bool const isEqual = target.isUpToDate();
+        if (target.exists && !isEqual)
             append(info_, "Renaming dest file", target_, ";\n");
         // A target in the folder that makeFolder() creates needs no status query of this folder: an
         // existing target has a folder, and copy() opens the folder of a missing target.
         if (!isFolderOfTarget() && !makeFolder())
             return Result::Failed;
         if (!isEqual)
-            return copy(pause, isReplaced, size, time);
+            return copy(pause, target.mayExist, size, time);
         if (verbose)
             append(info_, "No need to copy ", source_, " => ", target_, ". ");
         return Result::UpToDate;
@@ -116,8 +111,11 @@ class FileSync
         if (!failure.isEmpty())
             return failed(Path(failure), source_, " => ", target_);
         QString const rightsFailure = systemText(copy.allowEverybodyToExecute());
-        bool const isDone = isReplaced && keepOld(copy, size, time);
-        QString const moveFailure = isDone ? QString() : systemText(copy.putInPlace());
+        SyncPlacement const done = putSyncedCopyInPlace(copy, isReplaced, size, time.value,
+                                                        platform::NewFile::FolderFlush::Now);
+        if (!reportToThread(done.kept))
+            append(errors_, "Unable to rename file! ", target_, " ", oxLastOSError8().c_str());
+        QString const moveFailure = systemText(done.placed);
         if (moveFailure.isEmpty())
             return finished(rightsFailure, endsEmpty);
         return failed(Path(moveFailure), source_, " => ", target_);
@@ -131,17 +129,6 @@ class FileSync
         if (!created)
             return pause < 0 ? systemText(created) : targetNotOpened();
         return copyWhole(nativePath(source_), copy, pause, endsEmpty, Attributes::Omitted);
-    }
-
-    /// Keeps the previous file under its name with "_old". Returns true if another process has
-    /// already put the same file in place.
-    bool keepOld(platform::NewFile & copy, __int64 size, _oxTime time) const
-    {
-        using Previous = platform::NewFile::Previous;
-        auto const previous = copy.keepPrevious("_old", size, time.value);
-        if (!reportToThread(previous))
-            append(errors_, "Unable to rename file! ", target_, " ", oxLastOSError8().c_str());
-        return previous && *previous == Previous::IsUpToDate;
     }
 
     Result finished(QString const & rightsFailure, bool endsEmpty) const
@@ -161,6 +148,34 @@ class FileSync
 
 } // namespace
 
+SyncTarget compareWithMaster(platform::Result<platform::FileStatus> const & target,
+                             std::int64_t size, std::int64_t modified)
+{
+    bool const exists = target && !target->isFolder;
+    // A target whose status cannot be read may exist, so it is kept as well.
+    bool const isUnknown = !target && target.error().kind() != platform::ErrorKind::NotFound;
+    return {.exists = exists,
+            .mayExist = exists || isUnknown,
+            .hasSameSize = exists && target->size == size,
+            .hasSameTime = exists && target->modified == modified};
+}
+
+SyncPlacement putSyncedCopyInPlace(platform::NewFile & copy, bool keepsPrevious, std::int64_t size,
+                                   std::int64_t modified, platform::NewFile::FolderFlush flush)
+{
+    using Previous = platform::NewFile::Previous;
+    SyncPlacement done;
+    if (keepsPrevious) {
+        auto const previous = copy.keepPrevious("_old", size, modified);
+        if (!previous)
+            done.kept = previous.error();
+        done.wasUpToDate = previous && *previous == Previous::IsUpToDate;
+    }
+    if (!done.wasUpToDate)
+        done.placed = copy.putInPlace(flush);
+    return done;
+}
+
 bool syncCopy(Path const & source, Path const & target, bool retryExe, Path * errors, Path * info,
               int pause, bool verbose, std::function<void(int)> const & sleep)
 {
@@ -173,7 +188,7 @@ bool syncCopy(Path const & source, Path const & target, bool retryExe, Path * er
         *errors += "Last byte was empty. Waiting 5s, then start copy again. File: ";
         *errors += oxGetFileName(target).c_str();
         *errors += " .";
-        sleep(retryWaitMs);
+        sleep(syncRetryMs);
     }
 }
 
