@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <span>
@@ -22,14 +23,20 @@ struct Milliseconds {
     int * value;
 };
 
+/// Variable that receives an age. The value of the option may have a unit ("7d"). A number
+/// without a unit is in seconds.
+struct Age {
+    std::optional<std::chrono::milliseconds> * value;
+};
+
 /// Variable that receives the values of an option. Its type determines the number of values:
 /// - `bool`: none;
-/// - a number, a duration or a text: one;
+/// - a number, a duration, an age or a text: one;
 /// - a span: one for each element;
 /// - a list or a parser: any number; the option is repeated for each value.
 /// A QString receives a text or a file name, a std::string the unchanged bytes.
 using Target =
-    std::variant<bool *, int *, double *, Milliseconds, QString *, std::vector<QString> *,
+    std::variant<bool *, int *, double *, Milliseconds, Age, QString *, std::vector<QString> *,
                  std::string *, std::vector<std::string> *, std::span<int>, ParseValue>;
 
 struct Range {

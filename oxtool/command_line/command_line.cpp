@@ -66,6 +66,13 @@ std::string parseMilliseconds(Option const & option, std::string const & text, i
     return {};
 }
 
+/// Parses an age. Returns the message about a text that is none; empty on success.
+std::string parseAge(std::string const & text, std::optional<std::chrono::milliseconds> & value)
+{
+    value = parseDuration(fromArgument(text), std::chrono::seconds(1));
+    return value ? std::string() : "'" + text + "' is not an age such as 90s, 10min, 2h or 7d";
+}
+
 /// Returns "Exit status: 0 done, 1 failed, …".
 std::string exitStatusLine()
 {
@@ -313,13 +320,13 @@ class Parser
                     return isPositional(option) ? added : once(added);
                 },
                 [&](Milliseconds duration) {
-                    return app.add_option_function<std::string>(
-                        names, [&option, duration](std::string const & text) {
-                            std::string const message =
-                                parseMilliseconds(option, text, *duration.value);
-                            if (!message.empty())
-                                throw CLI::ValidationError(option.name, message);
-                        });
+                    return parsed([&option, duration](std::string const & text) {
+                        return parseMilliseconds(option, text, *duration.value);
+                    });
+                },
+                [&](Age age) {
+                    return parsed(
+                        [age](std::string const & text) { return parseAge(text, *age.value); });
                 },
                 [&](std::span<int> numbers) {
                     return app
@@ -349,6 +356,15 @@ class Parser
     /// no subcommand of this name.
     std::string unknownCommand(CLI::App const & app, std::string const & name) const
     {
+        // `parse` returns the message about a wrong value; empty on success.
+        auto const parsed = [&](auto const & parse) {
+            return app.add_option_function<std::string>(
+                names, [&option, parse](std::string const & text) {
+                    std::string const message = parse(text);
+                    if (!message.empty())
+                        throw CLI::ValidationError(option.name, message);
+                });
+        };
         std::string const parent = &app == &app_ ? std::string() : app.get_name() + ' ';
         std::vector<std::string> names;
         for (CLI::App const * const each : app.get_subcommands(isVisible))

@@ -100,6 +100,11 @@ bool isDuration(Option const & option)
     return std::holds_alternative<Milliseconds>(option.target);
 }
 
+bool isAge(Option const & option)
+{
+    return std::holds_alternative<Age>(option.target);
+}
+
 std::string namesOf(Option const & option)
 {
     if (option.letter == 0)
@@ -117,11 +122,15 @@ std::string helpOf(Option const & option)
 
 std::string detailsOf(Command const & command)
 {
-    auto const duration = std::ranges::find_if(command.options, isDuration);
-    if (duration == command.options.end())
-        return command.details;
-    return command.details + (command.details.empty() ? "" : "\n") + duration->valueName +
-           " has a unit: 250ms, 5s, 10min, 2h or 1d. A bare number is in ms.";
+    std::string text = command.details;
+    auto const add = [&](auto const & hasUnit, char const * units) {
+        auto const option = std::ranges::find_if(command.options, hasUnit);
+        if (option != command.options.end())
+            text += (text.empty() ? "" : "\n") + option->valueName + units;
+    };
+    add(isDuration, " has a unit: 250ms, 5s, 10min, 2h or 1d. A bare number is in ms.");
+    add(isAge, " has a unit: 90s, 10min, 2h or 7d. A bare number is in seconds.");
+    return text;
 }
 
 std::string durationText(int ms)

@@ -36,13 +36,14 @@ bool isFlag(Option const & option);
 /// values.
 bool isList(Option const & option);
 bool isDuration(Option const & option);
+bool isAge(Option const & option);
 
 /// Returns the names of an option in the form of CLI11: "-o,--out".
 std::string namesOf(Option const & option);
 /// Returns the help of an option: "Maximum wait for the lock (default 10s)".
 std::string helpOf(Option const & option);
-/// Returns the details of a command. If an option is a duration, the text ends with a sentence
-/// about the units.
+/// Returns the details of a command. If an option is a duration or an age, the text ends with
+/// sentences about the units.
 std::string detailsOf(Command const & command);
 /// Returns a duration as a whole number of the largest possible unit: "1500ms", "5s".
 std::string durationText(int ms);

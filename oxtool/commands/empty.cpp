@@ -1,5 +1,4 @@
 #include "oxtool/commands/commands.h"
-#include "oxtool/support/duration.h"
 #include "oxtool/support/failure.h"
 #include "oxtool/support/jobs.h"
 #include "oxtool/support/name_patterns.h"
@@ -17,6 +16,7 @@
 #include <atomic>
 #include <chrono>
 #include <future>
+#include <optional>
 #include <system_error>
 
 namespace ox::tool
@@ -29,7 +29,7 @@ using platform::FolderTree;
 struct Options {
     QString folder;
     std::vector<QString> kept; ///< patterns of matchesAny()
-    int minAge = 0;            ///< in seconds
+    std::optional<std::chrono::milliseconds> minAge;
     int jobs = 0;
     bool recursive = false;
     bool dryRun = false;
@@ -142,7 +142,9 @@ class Emptying
     {
         _oxEmptyFolderOptions options;
         options.recursive = options_.recursive;
-        options.minAge = options_.minAge;
+        if (options_.minAge)
+            options.minAge =
+                static_cast<int>(std::chrono::ceil<std::chrono::seconds>(*options_.minAge).count());
         options.isDryRun = options_.dryRun;
         options.stop = [this] { return stopped_.load(); };
         options.report = reportEntry;
@@ -252,15 +254,6 @@ class Emptying
     QJsonArray failures_;
 };
 
-/// Parses an age into `seconds`, rounded up. Returns false if the text is not an age.
-bool parseAge(QString const & text, int & seconds)
-{
-    auto const age = parseDuration(text, std::chrono::seconds(1));
-    if (age)
-        seconds = static_cast<int>(std::chrono::ceil<std::chrono::seconds>(*age).count());
-    return age.has_value();
-}
-
 } // namespace
 
 Command emptyCommand()
@@ -280,10 +273,8 @@ Command emptyCommand()
                          .target = &options->recursive},
                         {.name = "--older-than",
                          .valueName = "AGE",
-                         .help = "Delete only entries not changed within this time: 90s, 2h, 7d",
-                         .target = ParseValue([options](QString const & text) {
-                             return parseAge(text, options->minAge);
-                         })},
+                         .help = "Delete only entries not changed within this time",
+                         .target = Age{&options->minAge}},
                         {.name = "--keep",
                          .valueName = "PATTERN",
                          .help = "Keep entries whose name or path matches: *.log, job17/*",

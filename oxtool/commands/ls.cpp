@@ -1,5 +1,4 @@
 #include "oxtool/commands/commands.h"
-#include "oxtool/support/duration.h"
 #include "oxtool/support/failure.h"
 #include "oxtool/support/folder_list.h"
 #include "oxtool/support/jobs.h"
@@ -284,12 +283,8 @@ Command listCommand()
                      .target = &options->selection.endings},
                     {.name = "--newer",
                      .valueName = "AGE",
-                     .help =
-                         "List only files that were changed within this time: 90s, 10min, 2h, 7d",
-                     .target = ParseValue([options](QString const & text) {
-                         options->newer = parseDuration(text, std::chrono::seconds(1));
-                         return options->newer.has_value();
-                     })},
+                     .help = "List only files that were changed within this time",
+                     .target = Age{&options->newer}},
                     {.name = "--sort",
                      .valueName = "KEY",
                      .help = "Sort by name, by size (largest first) or by time (newest first)",

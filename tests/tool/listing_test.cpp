@@ -75,7 +75,8 @@ TEST_F(Listing, ListsATreeBySizeTimeAndAge)
     QString const shown = human.output();
     EXPECT_TRUE(shown.contains(u"  3.0 MiB  "_q)) << shown.toStdString();
     EXPECT_TRUE(shown.endsWith(u"total            2 files, 3.0 MiB\n"_q)) << shown.toStdString();
-    expectError("ls --newer soon %1", {share.path()}, 2, u"'soon' does not have the form AGE"_q);
+    expectError("ls --newer soon %1", {share.path()}, 2,
+                u"'soon' is not an age such as 90s, 10min, 2h or 7d"_q);
 }
 
 TEST_F(Listing, FailsForAMissingFolder)
