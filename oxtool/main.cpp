@@ -26,6 +26,7 @@ int runProgram(std::vector<std::string> arguments)
                                    "its machines.",
                                .version = oxVersionString(),
                                .commands = allCommands(),
+                               .options = generalOptions(),
                                .canGenerate = true},
                               std::move(arguments));
     } catch (Failure const & failure) {

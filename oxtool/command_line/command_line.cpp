@@ -93,6 +93,61 @@ bool wantsJson(std::vector<std::string> const & arguments)
     return std::find(arguments.begin(), end, "--json") != end;
 }
 
+using Arguments = std::vector<std::string>;
+
+bool hasOption(std::vector<Option> const & options, std::string const & argument)
+{
+    std::string const name = argument.substr(0, argument.find('='));
+    return std::ranges::find(options, name, &Option::name) != options.end();
+}
+
+/// Returns the end of the option at `at` with its value; `at` itself if it is none of `options`.
+Arguments::const_iterator endOfOption(std::vector<Option> const & options,
+                                      Arguments::const_iterator at, Arguments::const_iterator end)
+{
+    if (at == end || !hasOption(options, *at))
+        return at;
+    auto const named = std::ranges::find(options, *at, &Option::name);
+    bool const hasNext = named != options.end() && !isFlag(*named) && at + 1 != end;
+    return at + (hasNext ? 2 : 1);
+}
+
+/// Moves the program's options from before the command behind it, if the command has them as well.
+Arguments withOptionsBehindCommand(Program const & program, Arguments const & arguments)
+{
+    auto const skip = [&program](auto at, auto end) {
+        return endOfOption(program.options, at, end);
+    };
+    auto command = arguments.begin();
+    for (auto next = skip(command, arguments.end()); next != command;
+         next = skip(command, arguments.end()))
+        command = next;
+    auto end = command;
+    std::vector<Option> const * options = nullptr;
+    auto const * commands = &program.commands;
+    for (; end != arguments.end(); ++end) {
+        auto const found = std::ranges::find(*commands, *end, &Command::name);
+        if (found == commands->end())
+            break;
+        options = &found->options;
+        commands = &found->subcommands;
+    }
+    if (!options)
+        return arguments;
+    Arguments kept;
+    Arguments moved;
+    for (auto at = arguments.begin(); at != command;) {
+        auto const next = skip(at, command);
+        Arguments & place = hasOption(*options, *at) ? moved : kept;
+        place.insert(place.end(), at, next);
+        at = next;
+    }
+    kept.insert(kept.end(), command, end);
+    kept.insert(kept.end(), moved.begin(), moved.end());
+    kept.insert(kept.end(), end, arguments.end());
+    return kept;
+}
+
 /// Returns "; did you mean 'NAME'?" with the name nearest to `given`; empty if no name is near.
 std::string suggestion(std::string const & given, std::vector<std::string> const & names)
 {
@@ -151,6 +206,8 @@ class Parser
         app_.footer("'" + program_.name +
                     " help COMMAND' prints the arguments and an example of a command.\n\n" +
                     exitStatusLine());
+        for (Option const & option : program_.options)
+            add(app_, option);
         for (Command const & command : program_.commands)
             add(app_, command).group(command.isHidden ? "" : titleOf(command.group));
     }
@@ -162,6 +219,7 @@ class Parser
     Command const * parse(std::vector<std::string> arguments, int & status)
     {
         isJson_ = wantsJson(arguments);
+        arguments = withOptionsBehindCommand(program_, arguments);
         maskBrackets(arguments);
         std::reverse(arguments.begin(), arguments.end());
         try {
@@ -194,13 +252,20 @@ class Parser
 
     Command versionCommand() const
     {
+        auto const json = std::make_shared<bool>(false);
         return {.name = "version",
                 .group = Group::Help,
                 .summary = "Print the version",
+                .options = {{.name = "--json",
+                             .help = "Print the result as one JSON object",
+                             .target = json.get()}},
                 .examples = {program_.name + " version"},
-                .run = [this] {
-                    writeLine(QString::fromStdString(program_.version));
-                    return int{Done};
+                .run = [this, json] {
+                    return runReported(*json, [this](Report & report) {
+                        QString const version = QString::fromStdString(program_.version);
+                        report.set(QStringLiteral("version"), version);
+                        report.text(version);
+                    });
                 }};
     }
 
@@ -290,6 +355,15 @@ class Parser
         auto const once = [](CLI::Option * repeated) {
             return repeated->type_size(1)->allow_extra_args(false);
         };
+        // `parse` returns the message about a wrong value; empty on success.
+        auto const parsed = [&](auto const & parse) {
+            return app.add_option_function<std::string>(
+                names, [&option, parse](std::string const & text) {
+                    std::string const message = parse(text);
+                    if (!message.empty())
+                        throw CLI::ValidationError(option.name, message);
+                });
+        };
         return *std::visit(
             Overloaded{
                 [&](bool * flag) { return app.add_flag(names, *flag); },
@@ -356,15 +430,6 @@ class Parser
     /// no subcommand of this name.
     std::string unknownCommand(CLI::App const & app, std::string const & name) const
     {
-        // `parse` returns the message about a wrong value; empty on success.
-        auto const parsed = [&](auto const & parse) {
-            return app.add_option_function<std::string>(
-                names, [&option, parse](std::string const & text) {
-                    std::string const message = parse(text);
-                    if (!message.empty())
-                        throw CLI::ValidationError(option.name, message);
-                });
-        };
         std::string const parent = &app == &app_ ? std::string() : app.get_name() + ' ';
         std::vector<std::string> names;
         for (CLI::App const * const each : app.get_subcommands(isVisible))

@@ -14,6 +14,9 @@ struct Program {
     std::string summary;
     std::string version;
     std::vector<Command> commands;
+    /// Options that may also stand before the command. There they apply to each command that has
+    /// an option of the same name; the others ignore them.
+    std::vector<Option> options = {};
     bool canGenerate = false; ///< adds the hidden command `generate`, see writeGeneratedFiles()
 };
 

@@ -47,10 +47,10 @@ Texts const programOptions = {"-h", "--help", "--help-all", "-V", "--version"};
 /// Options that every command has.
 Texts const commandOptions = {"-h", "--help"};
 
-Texts typedOptions(Command const & command)
+/// Adds the names of options.
+Texts typedOptions(Texts all, std::vector<Option> const & options)
 {
-    Texts all = commandOptions;
-    for (Option const & option : command.options) {
+    for (Option const & option : options) {
         if (option.isHidden || isPositional(option))
             continue;
         Texts const names = typedNames(option);
@@ -102,18 +102,25 @@ std::string bashCaseOf(std::string const & path, Command const & command)
     Completion const files = hasPositional(command, Completion::Files)     ? Completion::Files
                              : hasPositional(command, Completion::Folders) ? Completion::Folders
                                                                            : Completion::Nothing;
-    return "    " + quoted(path) + ") options=" + quoted(joined(typedOptions(command))) +
+    return "    " + quoted(path) +
+           ") options=" + quoted(joined(typedOptions(commandOptions, command.options))) +
            " words=" + quoted(joined(positionalWords(command))) + bashFiles(files) + " ;;\n";
 }
 
-std::string bashValueCaseOf(std::string const & path, Option const & option)
+std::string bashValueCases(std::string const & path, std::vector<Option> const & options)
 {
-    Texts patterns;
-    for (std::string const & name : typedNames(option))
-        patterns.push_back(quoted(path + ':' + name));
-    return "    " + joined(patterns, " | ") +
-           ") isValue=1 files='' words=" + quoted(joined(wordsOf(option))) +
-           bashFiles(completionOf(option)) + " ;;\n";
+    std::string text;
+    for (Option const & option : options) {
+        if (isPositional(option) || isFlag(option) || option.isHidden)
+            continue;
+        Texts patterns;
+        for (std::string const & name : typedNames(option))
+            patterns.push_back(quoted(path + ':' + name));
+        text += "    " + joined(patterns, " | ") +
+                ") isValue=1 files='' words=" + quoted(joined(wordsOf(option))) +
+                bashFiles(completionOf(option)) + " ;;\n";
+    }
+    return text;
 }
 
 constexpr char bashBegin[] =
@@ -301,6 +308,11 @@ constexpr char fishBegin[] = R"(
 function __oxtool_in
     set -l words (commandline -opc)
     set -e words[1]
+    # Options before the command, of which these have a value.
+    while string match -q -- '-*' "$words[1]"
+        contains -- "$words[1]" VALUED; and set -e words[2]
+        set -e words[1]
+    end
     set words (string match -v -- '-*' $words)
     set -l alone
     if test "$argv[1]" = --alone
@@ -324,19 +336,17 @@ std::string bashCompletion(Program const & program)
 {
     std::string const name = '_' + program.name;
     Texts paths;
-    std::string values;
-    std::string cases = "    '') options=" + quoted(joined(programOptions)) +
-                        " words=" + quoted(joined(namesOf(program.commands))) + " ;;\n";
+    std::string values = bashValueCases({}, program.options);
+    std::string cases =
+        "    '') options=" + quoted(joined(typedOptions(programOptions, program.options))) +
+        " words=" + quoted(joined(namesOf(program.commands))) + " ;;\n";
     for (auto const & [path, command] : visibleCommands(program.commands)) {
         auto const space = path.rfind(' ');
         paths.push_back(space == std::string::npos
                             ? ':' + path
                             : quoted(path.substr(0, space)) + ':' + path.substr(space + 1));
         cases += bashCaseOf(path, *command);
-        for (Option const & option : command->options) {
-            if (!isPositional(option) && !isFlag(option) && !option.isHidden)
-                values += bashValueCaseOf(path, option);
-        }
+        values += bashValueCases(path, command->options);
     }
     return "# Completion of " + program.name + " for bash.\n" + name + "()\n{\n" + bashBegin +
            "        " + joined(paths, " | ") +
@@ -347,8 +357,10 @@ std::string bashCompletion(Program const & program)
 
 std::string zshCompletion(Program const & program)
 {
-    std::string const options = "'(- *)'{-h,--help}'[Print the help]' '(- *)'--help-all'[Print the "
-                                "help of all commands]' '(- *)'{-V,--version}'[Print the version]'";
+    std::string options = "'(- *)'{-h,--help}'[Print the help]' '(- *)'--help-all'[Print the help "
+                          "of all commands]' '(- *)'{-V,--version}'[Print the version]'";
+    for (Option const & option : program.options)
+        options += ' ' + zshOption(option);
     std::string const name = '_' + program.name;
     return "#compdef " + program.name + '\n' + zshFunction(name, options, program.commands) + name +
            " \"$@\"\n";
@@ -357,8 +369,16 @@ std::string zshCompletion(Program const & program)
 std::string fishCompletion(Program const & program)
 {
     std::string const begin = "complete -c " + program.name + " -n '__oxtool_in";
-    std::string text = "# Completion of " + program.name + " for fish." +
-                       replaced(fishBegin, "oxtool", program.name);
+    Texts valued;
+    for (Option const & option : program.options) {
+        if (!isFlag(option))
+            valued.push_back(option.name);
+    }
+    std::string text =
+        "# Completion of " + program.name + " for fish." +
+        replaced(replaced(fishBegin, "VALUED", joined(valued)), "oxtool", program.name);
+    for (Option const & option : program.options)
+        text += fishOption(begin + " --alone'", option);
     text += fishCommands(begin + " --alone'", program.commands);
     for (auto const & [path, command] : visibleCommands(program.commands)) {
         text += fishCommands(begin + " --alone " + path + "'", command->subcommands);

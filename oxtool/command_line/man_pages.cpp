@@ -156,6 +156,8 @@ std::string overviewOf(Program const & program)
           std::pair("\\fB\\-\\-help\\-all\\fR", "Print the help of all commands"),
           std::pair("\\fB\\-V\\fR, \\fB\\-\\-version\\fR", "Print the version")})
         text += std::string(".TP\n") + names + '\n' + help + ".\n";
+    for (Option const & option : program.options)
+        text += itemOf(option);
     return text + exitStatusSection();
 }
 

@@ -24,6 +24,12 @@ std::vector<Command> allCommands()
     return commands;
 }
 
+std::vector<Option> generalOptions()
+{
+    static bool json = false; // the option of the command receives the value
+    return {jsonOption(json), mapOption()};
+}
+
 Option jsonOption(bool & json)
 {
     return {.name = "--json", .help = "Print the result as one JSON object", .target = &json};

@@ -10,6 +10,9 @@ namespace ox::tool
 /// Returns all commands in the order of the overview.
 std::vector<Command> allCommands();
 
+/// Returns the options that may stand before the command.
+std::vector<Option> generalOptions();
+
 // One function per command, in the source file of the command's name.
 Command copyCommand();
 Command crashCommand();

@@ -145,6 +145,9 @@ listed = set(re.findall(r"^\.BR oxtool\\-(\S+) \(1\)", read(f"{share}/man/man1/o
 expect_equal("oxtool.1", {name.replace("\\-", "-") for name in listed}, {path[0] for path in commands})
 for path in leaves:
     expect_equal(f"page of {path}", options_in_page(path), options[tuple(path)])
+program = options_in_help(())
+overview = read(f"{share}/man/man1/oxtool.1").replace("\\-", "-")
+expect_equal("options in oxtool.1", set(re.findall(r"\\fB(--[a-z-]+)", overview)) - general, program)
 check_pages(f"{share}/man/man1/{page}" for page in pages | {"oxtool.1"})
 
 # docs/oxtool.md
@@ -165,7 +168,8 @@ for path in leaves:
     expect_equal(f"synopsis of {path}", long_options(usage[0] if usage else ""), options[tuple(path)])
 
 # Completions
-lines = ["oxtool "] + [f"oxtool {' '.join(path)} --" for path in leaves] + ["oxtool pack --format "]
+lines = ["oxtool "] + [f"oxtool {' '.join(path)} --" for path in leaves]
+lines += ["oxtool pack --format ", "oxtool --", "oxtool --json --map a=b ls --hum"]
 for shell, complete in (("bash", complete_in_bash), ("fish", complete_in_fish), ("zsh", complete_in_zsh)):
     if not shutil.which(shell):
         print(f"skipped: {shell} is not installed")
@@ -174,7 +178,10 @@ for shell, complete in (("bash", complete_in_bash), ("fish", complete_in_fish), 
     expect_equal(f"commands in {shell}", found[0], {path[0] for path in commands})
     for path, words in zip(leaves, found[1:]):
         expect_equal(f"options of {path} in {shell}", words - general, options[tuple(path)])
-    expect_equal(f"values in {shell}", found[len(leaves) + 1], {"db", "gz", "ns", "zp"})
+    values, general_options, human = found[len(leaves) + 1:len(leaves) + 4]
+    expect_equal(f"values in {shell}", values, {"db", "gz", "ns", "zp"})
+    expect_equal(f"general options in {shell}", general_options - general, program)
+    expect_equal(f"option behind general options in {shell}", human, {"--human"})
 
 print("\n".join(failures) or f"{len(commands)} commands, {sum(map(len, options.values()))} options")
 sys.exit(1 if failures else 0)

@@ -64,6 +64,24 @@ TEST(Program, NamesWhatIsWrongAndTheNearest)
     }
 }
 
+TEST(Program, TakesGeneralOptionsBeforeTheCommand)
+{
+    for (auto const & [before, behind] :
+         {std::pair("--json version", "version --json"),
+          std::pair("--json --map x=/y path x/a", "path x/a --map x=/y --json"),
+          std::pair("--map=x=/y --json path x/a", "path --json --map=x=/y x/a"),
+          std::pair("--map x=/y version", "version"),
+          std::pair("--map x version", "--map x version"),
+          std::pair("--json shm show no-such-key", "shm show --json no-such-key"),
+          std::pair("--json lss", "lss --json"), std::pair("--json", "--json")}) {
+        ToolRun one(before);
+        ToolRun other(behind);
+        EXPECT_EQ(one.status(), other.status()) << before;
+        EXPECT_EQ(one.output(), other.output()) << before;
+        EXPECT_EQ(one.output().isEmpty(), text(before) == u"--map x version"_q) << before;
+    }
+}
+
 TEST(Program, ReportsAClosedPipeAndAFullDisk)
 {
     EXPECT_EQ(toolShell().printed("{ sleep 0.2; \"$0\" layout; echo status $? >&2; } | true"),
