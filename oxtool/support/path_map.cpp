@@ -4,6 +4,7 @@
 #include "oxtool/support/failure.h"
 #include "oxtool/support/names.h"
 #include "oxtool/support/reason.h"
+#include "oxtool/support/report.h"
 #include "shared/platform/open_file.h"
 #include "shared/platform/this_process.h"
 #include "shared/platform/user.h"
@@ -176,6 +177,15 @@ void makeLocal(Target const & target)
         convertBytes(**bytes);
 }
 
+/// Fails: throws Failure when a mapping is wrong. The failure is also the result in JSON.
+void makeAllLocal(std::vector<Target> const & paths, bool asJson)
+try {
+    std::for_each(paths.begin(), paths.end(), makeLocal);
+} catch (Failure const & failure) {
+    Report(asJson).finish(failure.text());
+    throw;
+}
+
 } // namespace
 
 std::vector<RootMapping> const & rootMappings()
@@ -223,15 +233,18 @@ void acceptStoredPaths(Command & command)
     for (Command & subcommand : command.subcommands)
         acceptStoredPaths(subcommand);
     std::vector<Target> paths;
+    bool const * json = nullptr;
     for (Option const & option : command.options) {
         if (isPath(option))
             paths.push_back(option.target);
+        if (option.name == "--json")
+            json = std::get<bool *>(option.target);
     }
     if (paths.empty())
         return;
     command.options.push_back(mapOption());
-    command.run = [paths, run = command.run] {
-        std::for_each(paths.begin(), paths.end(), makeLocal);
+    command.run = [paths, json, run = command.run] {
+        makeAllLocal(paths, json && *json);
         return run();
     };
 }

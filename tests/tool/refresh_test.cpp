@@ -80,7 +80,12 @@ TEST_F(Refresh, SharesItsMappingsWithAllCommands)
     }
     EXPECT_TRUE(run("crc '\\\\vol\\job17.oxdb'").endsWith(u"job17.oxdb\n0\n"_q));
     config.write(u"oxtool/oxtool.conf"_q, "map = x\n");
-    EXPECT_TRUE(run("ls .").contains(u"oxtool.conf, line 1: "_q));
+    for (char const * command : {"ls .", "--json ls .", "path --json", "follow --json --to b a"}) {
+        QString const shown = run(command);
+        EXPECT_TRUE(shown.contains(u"oxtool.conf, line 1: "_q) && shown.endsWith(u"\n2\n"_q))
+            << shown.toStdString();
+        EXPECT_EQ(shown.contains(u"\"error\": "_q), text(command) != u"ls ."_q) << command;
+    }
 }
 
 TEST_F(Refresh, ReportsTheReasonAndChangesNothing)
