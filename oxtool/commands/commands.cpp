@@ -35,6 +35,11 @@ Option jsonOption(bool & json)
     return {.name = "--json", .help = "Print the result as one JSON object", .target = &json};
 }
 
+Option jsonLinesOption(bool & json)
+{
+    return {.name = "--json", .help = "Print one JSON object per line", .target = &json};
+}
+
 Option formatOption(std::string & format)
 {
     std::vector<std::string> names;

@@ -46,6 +46,7 @@ Command verifyCommand();
 
 // Options of several commands.
 Option jsonOption(bool & json);
+Option jsonLinesOption(bool & json);
 Option formatOption(std::string & format);
 Option timeoutOption(int & timeoutMs);
 Option pauseOption(int & pauseMs);

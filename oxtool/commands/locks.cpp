@@ -133,7 +133,7 @@ class Watch
   public:
     explicit Watch(Options const & options) : options_(options) {}
 
-    int run()
+    void run()
     {
         if (!options_.json)
             writeLine(heading());
@@ -148,7 +148,6 @@ class Watch
                 break;
             oxSleep(options_.intervalMs);
         }
-        return Done;
     }
 
   private:
@@ -241,7 +240,7 @@ Command locksCommand()
         .examples = {"oxtool locks /mnt/share --recursive"},
         .run = [options] {
             if (options->watch)
-                return Watch(*options).run();
+                return runInLines(options->json, [&] { Watch(*options).run(); });
             return runReported(options->json, [&](Report & report) { list(*options, report); });
         }};
 }

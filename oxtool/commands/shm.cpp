@@ -59,32 +59,35 @@ QString nameInUse(oxSharedMemory const & memory)
     return memory.usesGlobalName() ? memory.globalName() : memory.localName();
 }
 
-QString segmentText(oxSharedMemory const & memory)
+/// Shows a segment that was created or locked, and keeps it until a stop request ends the program.
+[[noreturn]] void keepUntilStop(char const * label, oxSharedMemory & memory, bool asJson)
 {
-    return QStringLiteral("%1, %2").arg(nameInUse(memory), sizeText(memory.size()));
-}
-
-[[noreturn]] void waitForStopRequest()
-{
+    if (asJson)
+        writeJsonLine({{QStringLiteral("name"), nameInUse(memory)},
+                       {QStringLiteral("global"), memory.usesGlobalName()},
+                       {QStringLiteral("size"), memory.size()},
+                       {QStringLiteral("locked"), memory.isLocked()}});
+    else
+        Report(false).line(QLatin1String(label), QStringLiteral("%1, %2").arg(
+                                                     nameInUse(memory), sizeText(memory.size())));
     for (;;)
         oxSleep(std::numeric_limits<int>::max());
 }
 
 /// Creates the segment, and keeps it until a stop request ends the program.
-int create(Options const & options)
+[[noreturn]] void create(Options const & options)
 {
     oxSharedMemory memory(recordKey(options.key));
     StopGuard guard;
     if (!guard.acquire([&] { return memory.create(options.size, !options.local, !options.local); },
                        [&] { memory.detach(); }))
         throw failureOf("create", options, memory);
-    Report(false).line(QStringLiteral("created"), segmentText(memory));
-    waitForStopRequest();
+    keepUntilStop("created", memory, options.json);
 }
 
 /// Locks the segment until a stop request ends the program. The wait for the lock, which takes up
 /// to two seconds, defers stop requests.
-int lock(Options const & options)
+[[noreturn]] void lock(Options const & options)
 {
     oxSharedMemory memory(recordKey(options.key));
     StopGuard guard;
@@ -100,8 +103,7 @@ int lock(Options const & options)
         throw failureOf("attach to", options, memory);
     if (!isLocked)
         throw Failure(failureOf("lock", options, memory).text(), Locked);
-    Report(false).line(QStringLiteral("locked"), segmentText(memory));
-    waitForStopRequest();
+    keepUntilStop("locked", memory, options.json);
 }
 
 /// Shows a hex dump with 16 bytes per line: "00000000  4A 6F 62 20 …  Job …".
@@ -230,8 +232,9 @@ Command sharedMemoryCommand()
                           .help =
                               "Create a segment for this session only (on Linux: for this user); "
                               "default: global, if permitted",
-                          .target = &options->local}},
-             .run = [options] { return create(*options); }},
+                          .target = &options->local},
+                         jsonLinesOption(options->json)},
+             .run = [options] { return runInLines(options->json, [&] { create(*options); }); }},
             {.name = "show",
              .summary = "Show the size, the lock and the first bytes of a segment",
              .options = {key(),
@@ -249,8 +252,8 @@ Command sharedMemoryCommand()
              .run = reporting(options, list)},
             {.name = "lock",
              .summary = "Lock a segment until Ctrl-C",
-             .options = {key()},
-             .run = [options] { return lock(*options); }}}};
+             .options = {key(), jsonLinesOption(options->json)},
+             .run = [options] { return runInLines(options->json, [&] { lock(*options); }); }}}};
 }
 
 } // namespace ox::tool

@@ -9,8 +9,10 @@
 #include "shared/system/sys_info.h"
 
 #include <QByteArrayList>
+#include <QJsonArray>
 
 #include <algorithm>
+#include <cmath>
 #include <functional>
 #include <iterator>
 #include <tuple>
@@ -27,6 +29,7 @@ struct Options {
     int intervalMs = 2000;
     double leastUsage = 0;
     int count = 0;
+    bool json = false;
     ProcessSelection selection{{}, {}, "cpu", 0};
 };
 
@@ -70,6 +73,17 @@ class UsageMonitor
             .arg(info_->freeMemoryMB)
             .arg(info_->totalMemoryMB)
             .arg(processCount(list_->count, list_->total()));
+    }
+
+    /// Returns the figures of the machine, with the members that `info` and `ps` use.
+    QJsonObject machineJson() const
+    {
+        return {{QStringLiteral("time"), jsonTime(_oxTime::currentTime().value)},
+                {QStringLiteral("cpuUsage"), info_->cpuUsage.asSystemFloat()},
+                {QStringLiteral("coreCount"), info_->coreCount},
+                {QStringLiteral("freeMemoryMB"), info_->freeMemoryMB},
+                {QStringLiteral("totalMemoryMB"), info_->totalMemoryMB},
+                {QStringLiteral("total"), list_->total()}};
     }
 
     /// Returns the selected processes whose usage is at least `leastUsage`, in the order of the
@@ -191,30 +205,48 @@ class LiveView
     int drawn_ = 0;
 };
 
+void writeText(UsageMonitor const & monitor, std::vector<ProcessRow> const & rows)
+{
+    ProcessTable const table(monitor.coreCount(), 0);
+    writeLine(monitor.machineLine());
+    writeLine(table.heading());
+    for (ProcessRow const & row : rows)
+        writeLine(table.line(row));
+}
+
+void writeJson(UsageMonitor const & monitor, std::vector<ProcessRow> const & rows)
+{
+    QJsonArray processes;
+    for (ProcessRow const & row : rows) {
+        QJsonObject process = jsonOf(row);
+        process.insert(QStringLiteral("usage"), std::round(row.usage * 10) / 10);
+        processes.append(process);
+    }
+    QJsonObject report = monitor.machineJson();
+    report.insert(QStringLiteral("processes"), processes);
+    writeJsonLine(report);
+}
+
 void showPlain(Options const & options)
 {
     UsageMonitor monitor;
     for (int written = 0; hasNextReport(options, written) && !isOutputLost(); ++written) {
         oxSleep(options.intervalMs);
         monitor.sample();
-        if (written > 0)
+        if (written > 0 && !options.json)
             writeLine(QString());
-        ProcessTable const table(monitor.coreCount(), 0);
-        writeLine(monitor.machineLine());
-        writeLine(table.heading());
-        for (ProcessRow const & row : monitor.rows(options.leastUsage, options.selection))
-            writeLine(table.line(row));
+        auto const write = options.json ? writeJson : writeText;
+        write(monitor, monitor.rows(options.leastUsage, options.selection));
     }
 }
 
-int show(Options const & options)
+void show(Options const & options)
 {
     StopGuard guard;
-    if (guard.acquire(platform::takeTerminal, platform::restoreTerminal))
+    if (!options.json && guard.acquire(platform::takeTerminal, platform::restoreTerminal))
         LiveView(options).run();
     else
         showPlain(options);
-    return 0;
 }
 
 } // namespace
@@ -229,7 +261,7 @@ Command topCommand()
         .details =
             "On a terminal the table is redrawn in place. The keys c, m, i, n and t sort by cpu,\n"
             "memory, id, name and time; the arrow keys, or j, k, space and b, scroll; q or Ctrl-C\n"
-            "ends the command. In a pipe the reports follow each other.",
+            "ends the command. In a pipe, and with --json, the reports follow each other.",
         .options = {{.name = "--interval",
                      .letter = 'i',
                      .valueName = "TIME",
@@ -250,14 +282,16 @@ Command topCommand()
                      .target = &options->count,
                      .showsDefault = true,
                      .range = atLeast(0)}},
-        .examples = {"oxtool top --min 5", "oxtool top --user farm --sort memory --top 20"},
-        .run = [options] { return show(*options); }};
+        .examples = {"oxtool top --min 5", "oxtool top --user farm --sort memory --top 20",
+                     "oxtool top --json --interval 10s --top 5 >usage.jsonl"},
+        .run = [options] { return runInLines(options->json, [&] { show(*options); }); }};
     command.options.push_back(
         {.name = "--name",
          .valueName = "NAME",
          .help = "Show only processes whose name begins with NAME, in any letter case",
          .target = &options->selection.name});
     std::ranges::move(selectionOptions(options->selection), std::back_inserter(command.options));
+    command.options.push_back(jsonLinesOption(options->json));
     return command;
 }
 

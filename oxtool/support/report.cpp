@@ -58,8 +58,9 @@ void writeLine(QString const & line)
         outputError = platform::lastError().code;
 }
 
-void writeJsonLine(QJsonObject const & object)
+void writeJsonLine(QJsonObject object)
 {
+    object.insert(QStringLiteral("ok"), !object.contains(QStringLiteral("error")));
     writeLine(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));
 }
 
@@ -157,6 +158,16 @@ int runReported(bool asJson, std::function<void(Report &)> const & work)
     }
     report.finish();
     return Done;
+}
+
+int runInLines(bool asJson, std::function<void()> const & work)
+try {
+    work();
+    return Done;
+} catch (std::exception const & error) {
+    if (asJson)
+        writeJsonLine({{QStringLiteral("error"), messageOf(error)}});
+    throw;
 }
 
 QString sizeText(qint64 bytes)

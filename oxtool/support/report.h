@@ -21,8 +21,8 @@ void writeLine(QString const & line);
 /// ends.
 bool isOutputLost();
 
-/// Writes a JSON object in one line to standard output, and flushes it.
-void writeJsonLine(QJsonObject const & object);
+/// Writes a JSON object with the member "ok" in one line to standard output, and flushes it.
+void writeJsonLine(QJsonObject object);
 
 /// Writes "oxtool: " and the text, escaped by shownText(), to standard error.
 void writeError(QString const & text);
@@ -71,8 +71,12 @@ QString messageOf(std::exception const & error);
 /// contains the message, and the exception is rethrown.
 int runReported(bool asJson, std::function<void(Report &)> const & work);
 
-/// Returns a function for `Command::run`: it calls `work` with the options and a Report, by
-/// runReported(). `Options` has a member `json`.
+/// Runs the work of a command that writes one JSON object per line. Writes a failure as the last
+/// line, and rethrows it.
+int runInLines(bool asJson, std::function<void()> const & work);
+
+/// Returns a function that calls runReported() with the options of a command. `Options` has a
+/// member `json`.
 template <typename Options, typename Work>
 auto reporting(std::shared_ptr<Options> const & options, Work work)
 {

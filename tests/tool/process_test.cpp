@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QJsonArray>
+#include <QJsonDocument>
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -97,4 +98,17 @@ TEST(Processes, AreSortedByUsageFromTheMinimumOn)
     EXPECT_EQ(calm.status(), 0);
     EXPECT_TRUE(usagesIn(calm.output()).front().empty());
     EXPECT_TRUE(calm.output().contains(u"CORE %"_q));
+
+    ToolRun forScripts("top --interval 50 --count 2 --json --name tool_t");
+    EXPECT_EQ(forScripts.status(), 0);
+    QStringList const lines = forScripts.output().trimmed().split(u'\n');
+    EXPECT_EQ(lines.size(), 2) << forScripts.output().toStdString();
+    auto const processIn = [](QJsonObject const & report) {
+        EXPECT_TRUE(report.value(u"ok"_q).toBool() && report.contains(u"total"_q));
+        return report.value(u"processes"_q).toArray().at(0).toObject();
+    };
+    QJsonObject const shown = processIn(QJsonDocument::fromJson(lines.last().toUtf8()).object());
+    QStringList expected = processIn(ToolRun("ps tool_t --json").json()).keys();
+    expected.insert(expected.indexOf(u"user"_q), u"usage"_q); // keys are sorted
+    EXPECT_EQ(shown.keys(), expected);
 }
