@@ -1,4 +1,5 @@
 #include "oxtool/commands/commands.h"
+#include "oxtool/commands/follow.h"
 #include "oxtool/support/failure.h"
 #include "oxtool/support/jobs.h"
 #include "oxtool/support/names.h"
@@ -37,6 +38,8 @@ struct Options {
 struct ResumeOptions {
     QString from;
     QString to;
+    bool follows = false;
+    FollowOptions times; ///< of --follow
     bool json = false;
 };
 
@@ -289,6 +292,16 @@ void resume(ResumeOptions const & options, Report & report)
                 QStringLiteral("%1 to %2, now %3").arg(sizeText(added), to, sizeText(size)));
 }
 
+/// Continues the copy until a stop request.
+int followTarget(ResumeOptions const & options)
+{
+    FollowOptions following = options.times;
+    following.file = options.from;
+    following.copy = targetOf(options.from, options.to);
+    following.json = options.json;
+    return follow(following);
+}
+
 } // namespace
 
 Command copyCommand()
@@ -317,23 +330,37 @@ Command copyCommand()
 Command resumeCommand()
 {
     auto const options = std::make_shared<ResumeOptions>();
-    return {.name = "resume",
-            .group = Group::Files,
-            .summary = "Append the new data of a growing file to its copy",
-            .details =
-                "If FROM is shorter than TO, the whole FROM is copied. A FROM above 25 MiB cannot\n"
-                "be appended.",
-            .options = {{.name = "FROM",
-                         .help = "File to copy",
-                         .target = &options->from,
-                         .isRequired = true},
-                        {.name = "TO",
-                         .help = "Target file, or folder for the copy",
-                         .target = &options->to,
-                         .isRequired = true},
-                        jsonOption(options->json)},
-            .examples = {"oxtool resume render.log /mnt/share/logs/render.log"},
-            .run = reporting(options, resume)};
+    std::vector<Option> times = followTimes(options->times);
+    for (Option & time : times)
+        time.needs = "--follow";
+    Option json = jsonOption(options->json);
+    json.help += "; with --follow one per line";
+    return {
+        .name = "resume",
+        .group = Group::Files,
+        .summary = "Append the new data of a growing file to its copy",
+        .details =
+            "If FROM is shorter than TO, TO becomes a copy of the whole FROM. If FROM is larger\n"
+            "than 25 MiB, nothing is appended, and the command fails; --follow has no limit.",
+        .options =
+            {{.name = "FROM", .help = "File to copy", .target = &options->from, .isRequired = true},
+             {.name = "TO",
+              .help = "Target file, or folder for the copy",
+              .target = &options->to,
+              .isRequired = true},
+             {.name = "--follow",
+              .help = "Continue until Ctrl-C, as 'oxtool follow FROM --to TO' does",
+              .target = &options->follows},
+             times[0],
+             times[1],
+             json},
+        .examples = {"oxtool resume render.log /mnt/share/logs/render.log",
+                     "oxtool resume --follow render.log /mnt/share/logs"},
+        .run = [options] {
+            if (options->follows)
+                return followTarget(*options);
+            return runReported(options->json, [&](Report & report) { resume(*options, report); });
+        }};
 }
 
 } // namespace ox::tool

@@ -1,3 +1,5 @@
+#include "oxtool/commands/follow.h"
+
 #include "oxtool/commands/commands.h"
 #include "oxtool/support/failure.h"
 #include "oxtool/support/growing_file.h"
@@ -13,21 +15,14 @@
 
 #include <QElapsedTimer>
 
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 namespace ox::tool
 {
 namespace
 {
-
-struct Options {
-    QString file;
-    QString copy;
-    int intervalMs = 1000;
-    int idleMs = 0;
-    bool all = false;
-    bool json = false;
-};
 
 /// Writes text to standard output: on a terminal with unprintable characters escaped, otherwise the
 /// unchanged bytes.
@@ -126,18 +121,17 @@ class Copy
 class Follower
 {
   public:
-    explicit Follower(Options const & options)
+    explicit Follower(FollowOptions const & options)
         : options_(options), source_(options.file), copy_(options.copy)
     {
     }
 
-    int run()
+    void run()
     {
         if (options_.copy.isEmpty())
             follow([] {}, [this](QByteArray const & bytes) { output_.write(bytes); });
         else
             followToCopy();
-        return Done;
     }
 
   private:
@@ -222,7 +216,7 @@ class Follower
                                    .arg(sizeText(added), options_.copy, sizeText(size)));
     }
 
-    Options const & options_;
+    FollowOptions const & options_;
     GrowingFile source_;
     Copy copy_;
     TextOutput output_;
@@ -231,13 +225,32 @@ class Follower
 
 } // namespace
 
+std::vector<Option> followTimes(FollowOptions & options)
+{
+    return {{.name = "--interval",
+             .letter = 'i',
+             .valueName = "TIME",
+             .help = "Time between two polls of the growing file",
+             .target = Milliseconds{&options.intervalMs},
+             .showsDefault = true,
+             .range = Range{10, 24 * 3600 * 1000}},
+            {.name = "--idle",
+             .valueName = "TIME",
+             .help = "End when the file has not grown for this time; 0 for no limit",
+             .target = Milliseconds{&options.idleMs},
+             .showsDefault = true,
+             .range = atLeast(0)}};
+}
+
+int follow(FollowOptions const & options)
+{
+    return runInLines(options.json, [&] { Follower(options).run(); });
+}
+
 Command followCommand()
 {
-    auto const options = std::make_shared<Options>();
-    Option json = jsonOption(options->json);
-    json.help = "Print one JSON object per line";
-    json.needs = "--to";
-    return {
+    auto const options = std::make_shared<FollowOptions>();
+    Command command = {
         .name = "follow",
         .group = Group::Files,
         .summary = "Show or copy the new data of a growing file, until Ctrl-C",
@@ -255,24 +268,14 @@ Command followCommand()
                     {.name = "--all",
                      .help = "Show the current content first",
                      .target = &options->all,
-                     .excludes = "--to"},
-                    {.name = "--interval",
-                     .letter = 'i',
-                     .valueName = "TIME",
-                     .help = "Time between two polls of FILE",
-                     .target = Milliseconds{&options->intervalMs},
-                     .showsDefault = true,
-                     .range = Range{10, 24 * 3600 * 1000}},
-                    {.name = "--idle",
-                     .valueName = "TIME",
-                     .help = "End when FILE has not grown for this time; 0 for no limit",
-                     .target = Milliseconds{&options->idleMs},
-                     .showsDefault = true,
-                     .range = atLeast(0)},
-                    json},
+                     .excludes = "--to"}},
         .examples = {"oxtool follow /mnt/share/logs/render.log",
                      "oxtool follow render.log --to /mnt/share/logs/render.log"},
-        .run = [options] { return Follower(*options).run(); }};
+        .run = [options] { return follow(*options); }};
+    std::ranges::move(followTimes(*options), std::back_inserter(command.options));
+    command.options.push_back(jsonLinesOption(options->json));
+    command.options.back().needs = "--to";
+    return command;
 }
 
 } // namespace ox::tool

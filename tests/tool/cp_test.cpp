@@ -189,6 +189,11 @@ TEST(Follow, CopiesWhatTheFileGainsAcrossARestart)
     ToolRun again("follow %1 --to %2 --interval 10 --idle 100 --json", {log, copy});
     EXPECT_EQ(again.json().value(u"added"_q), 3);
     EXPECT_EQ(contentOf(copy), contentOf(log));
+    grown.remove();
+    share.write(u"log"_q, "anew");
+    ToolRun resumed("resume %1 %2 --follow --interval 10 --idle 100 --json", {log, copy});
+    EXPECT_TRUE(resumed.json().value(u"ok"_q).toBool());
+    EXPECT_EQ(contentOf(copy), "anew");
     ToolRun all("follow %1 --all --interval 10 --idle 20", {log});
     EXPECT_EQ(all.status(), 0);
     EXPECT_EQ(all.output().toUtf8(), contentOf(log));
