@@ -4,6 +4,8 @@
 #include "oxtool/support/output_file.h"
 #include "oxtool/support/report.h"
 
+#include <algorithm>
+
 namespace ox::tool
 {
 namespace
@@ -13,6 +15,7 @@ struct Options {
     QString in;
     QString out;
     std::string format; ///< if empty, detected from the content
+    bool json = false;
 };
 
 void writePayload(_OX_DataBuffer const & payload, QString const & out)
@@ -26,7 +29,16 @@ void writePayload(_OX_DataBuffer const & payload, QString const & out)
     file.commit();
 }
 
-int unpack(Options const & options)
+/// Returns the value of --format for a format.
+QString nameOf(Format format)
+{
+    auto const & names = formatNames();
+    auto const found =
+        std::ranges::find_if(names, [format](auto const & each) { return each.second == format; });
+    return found == names.end() ? QString() : QString::fromStdString(found->first);
+}
+
+void unpack(Options const & options, Report & report)
 {
     QString const path = options.in;
     Format const format =
@@ -37,8 +49,12 @@ int unpack(Options const & options)
     bool const isCompressed = format == Format::CompressAndSave;
     if (isCompressed)
         decompressPayload(path, loaded, decompressed);
-    writePayload(isCompressed ? decompressed : loaded, options.out);
-    return Done;
+    _OX_DataBuffer const & payload = isCompressed ? decompressed : loaded;
+    writePayload(payload, options.out);
+    report.set(QStringLiteral("file"), path);
+    report.set(QStringLiteral("out"), options.out);
+    report.set(QStringLiteral("format"), nameOf(format));
+    report.set(QStringLiteral("payload"), payload.size);
 }
 
 } // namespace
@@ -46,6 +62,8 @@ int unpack(Options const & options)
 Command unpackCommand()
 {
     auto const options = std::make_shared<Options>();
+    Option json = jsonOption(options->json);
+    json.needs = "--out";
     return {.name = "unpack",
             .group = Group::BufferFiles,
             .summary = "Extract the data of a buffer file (the payload)",
@@ -59,9 +77,10 @@ Command unpackCommand()
                          .valueName = "FILE",
                          .help = "Write the payload to FILE instead of standard output",
                          .target = &options->out},
-                        formatOption(options->format)},
+                        formatOption(options->format),
+                        json},
             .examples = {"oxtool unpack /mnt/share/jobs/job17.oxdb --out scene.txt"},
-            .run = [options] { return unpack(*options); }};
+            .run = reporting(options, unpack)};
 }
 
 } // namespace ox::tool
