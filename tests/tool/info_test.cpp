@@ -54,4 +54,17 @@ TEST(Explain, ShowsCodesTextsAndTimesOfTheFarm)
         ToolRun run(line, {omega, utf8});
         EXPECT_EQ(run.json().value(text(name)), expected) << line << run.errors().toStdString();
     }
+    for (char const * line : {"encode -", "encode - --utf16"}) {
+        QString const lines = u"a \u03A9\n\u0A0A"_q; // a 16-bit run with line breaks
+        ToolRun encoded(line);
+        encoded.sendInput(lines.toUtf8());
+        EXPECT_EQ(encoded.status(), 0);
+        ToolRun decoded("decode - --latin1");
+        decoded.sendInput(encoded.output().toLatin1());
+        EXPECT_EQ(decoded.status(), 0);
+        EXPECT_EQ(decoded.output(), lines) << line;
+    }
+    ToolRun refused("decode -");
+    refused.sendInput("\xE9 ");
+    EXPECT_EQ(refused.status(), 1);
 }
