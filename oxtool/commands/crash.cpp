@@ -66,8 +66,10 @@ void show(Options const & options, Report & report)
         requireExisting(options.symbols);
     DumpReaders const readers(options.readers);
     if (!readers.canRead())
-        throw Failure(QStringLiteral("cannot find minidump_stackwalk; give its folder with "
-                                     "--readers"));
+        throw Failure(
+            QStringLiteral("cannot find minidump_stackwalk, which only the installation on "
+                           "64-bit Linux contains; read the dump there, or give the "
+                           "program's folder with --readers"));
     CrashReport const crash = readers.read(options.dump, options.symbols);
     auto const own = std::ranges::find_if(crash.frames, hasSource);
     bool const hasSources = own != crash.frames.end();

@@ -157,9 +157,10 @@ void crashTest(Options const & options, Report & report)
     if (readers.canRead())
         showCrash(readOwnDump(readers, dump, fromArgument(program)), report);
     else
-        report.line(QStringLiteral("reason"),
-                    QStringLiteral("unknown; install minidump_stackwalk and dump_syms, or give "
-                                   "their folder with --readers"));
+        report.line(
+            QStringLiteral("reason"),
+            QStringLiteral("unknown; minidump_stackwalk is missing here: run 'oxtool crash' "
+                           "on 64-bit Linux, or give its folder with --readers"));
 }
 
 std::vector<std::string> kindNames()
