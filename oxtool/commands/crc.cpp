@@ -63,9 +63,10 @@ class Checksums
             object.insert(QStringLiteral("intact"), isIntact);
             report_.append(object);
         });
-        report_.set(QStringLiteral("intact"), intact);
-        report_.set(QStringLiteral("changed"), changed);
-        report_.set(QStringLiteral("failed"), failures_.size());
+        report_.set(QStringLiteral("counts"),
+                    QJsonObject{{QStringLiteral("intact"), intact},
+                                {QStringLiteral("changed"), changed},
+                                {QStringLiteral("failed"), failures_.size()}});
         report_.line(QStringLiteral("done"), QStringLiteral("%1 intact, %2 changed, %3 failed")
                                                  .arg(intact)
                                                  .arg(changed)

@@ -130,7 +130,7 @@ class Emptying
 
     _oxEmptyFolderResult refused(QString const & reason)
     {
-        addFailure(QStringLiteral("cannot empty '%1': %2").arg(folder_, reason));
+        addFailure(folder_, QStringLiteral("cannot empty '%1': %2").arg(folder_, reason));
         _oxEmptyFolderResult result;
         result.failures = 1;
         return result;
@@ -192,21 +192,24 @@ class Emptying
         // `failure` has the form "SENTENCE PATH, REASON".
         QString const reason =
             failure.mid(failure.indexOf(path + QLatin1String(", ")) + path.size() + 2);
-        addFailure(QStringLiteral("cannot delete '%1': %2").arg(path, reasonIn(reason)));
+        addFailure(path, QStringLiteral("cannot delete '%1': %2").arg(path, reasonIn(reason)));
     }
 
     void addEntry(QString const & path)
     {
         if (options_.json)
-            entries_.append(path);
+            files_.append(QJsonObject{{QStringLiteral("file"), path},
+                                      {QStringLiteral("action"), QStringLiteral("deleted")}});
         else
             report_.line(entryLabel(), path);
     }
 
-    void addFailure(QString const & text)
+    void addFailure(QString const & path, QString const & text)
     {
         if (options_.json)
-            failures_.append(text);
+            files_.append(QJsonObject{{QStringLiteral("file"), path},
+                                      {QStringLiteral("action"), QStringLiteral("failed")},
+                                      {QStringLiteral("error"), text}});
         else
             writeError(text);
     }
@@ -228,8 +231,10 @@ class Emptying
     {
         report_.set(QStringLiteral("folder"), folder_);
         report_.set(QStringLiteral("dryRun"), options_.dryRun);
-        report_.set(QStringLiteral("entries"), entries_);
-        report_.set(QStringLiteral("failures"), failures_);
+        report_.set(QStringLiteral("files"), files_);
+        report_.set(QStringLiteral("counts"),
+                    QJsonObject{{QStringLiteral("deleted"), static_cast<qint64>(result.count)},
+                                {QStringLiteral("failed"), static_cast<qint64>(result.failures)}});
         report_.set(QStringLiteral("bytes"), static_cast<qint64>(result.bytes));
         if (!result.done || result.failures > 0)
             throw Failure(QStringLiteral("cannot delete every entry of '%1': %2")
@@ -250,8 +255,7 @@ class Emptying
     QString const folder_;
     QString const path_; ///< path of the folder with a separator at its end
     std::atomic<bool> stopped_ = false;
-    QJsonArray entries_;
-    QJsonArray failures_;
+    QJsonArray files_;
 };
 
 } // namespace

@@ -95,7 +95,7 @@ class Inspection
         std::int64_t const modified = status ? status->modified : 0;
         show("file", "file", path_, path_);
         show("format", "format", formatName(format_), formatText(format_));
-        show("file size", "fileSize", static_cast<qint64>(size), sizeText(size));
+        show("file size", "size", static_cast<qint64>(size), sizeText(size));
         show("modified", "modified", jsonTime(modified), timeText(modified));
     }
 

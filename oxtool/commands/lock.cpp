@@ -110,6 +110,7 @@ void setMembers(Report & report, _oxFileLockStatus const & status)
 void showStatus(QString const & file, Report & report)
 {
     _oxFileLockStatus const status = statusOfLock(file);
+    report.set(QStringLiteral("file"), file);
     report.set(QStringLiteral("lockFile"), lockFileName(file));
     report.set(QStringLiteral("held"), status.exists);
     report.line(QStringLiteral("lock"), lockFileName(file));
@@ -127,6 +128,7 @@ void showStatus(QString const & file, Report & report)
 void breakLock(QString const & file, Report & report)
 {
     _oxFileLockStatus const status = statusOfLock(file);
+    report.set(QStringLiteral("file"), file);
     report.set(QStringLiteral("lockFile"), lockFileName(file));
     report.set(QStringLiteral("removed"), status.exists);
     if (!status.exists) {

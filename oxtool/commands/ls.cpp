@@ -92,7 +92,7 @@ class Listing
             throw Failure(QStringLiteral("cannot list folder '': the name is empty"), Missing);
         if (options_.selection.isRecursive && options_.folder.endsWith(u'*'))
             throw Failure(QStringLiteral("--recursive needs a folder, not a pattern"), WrongUse);
-        report_.set(QStringLiteral("path"), options_.folder);
+        report_.set(QStringLiteral("folder"), options_.folder);
         report_.beginArray(QStringLiteral("entries"));
         if (options_.selection.isRecursive)
             listTree();
@@ -208,9 +208,9 @@ class Listing
         bytes_ += entry.size;
         if (options_.json)
             report_.append({{QStringLiteral("name"), entry.name},
-                            {QStringLiteral("folder"), entry.isFolder},
+                            {QStringLiteral("isFolder"), entry.isFolder},
                             {QStringLiteral("size"), entry.size},
-                            {QStringLiteral("time"), jsonTime(entry.modified)}});
+                            {QStringLiteral("modified"), jsonTime(entry.modified)}});
         else
             report_.text(lineOf(entry));
     }
@@ -227,7 +227,8 @@ class Listing
 
     void showTotal()
     {
-        report_.set(QStringLiteral("files"), files_);
+        report_.set(QStringLiteral("counts"), QJsonObject{{QStringLiteral("files"), files_},
+                                                          {QStringLiteral("folders"), folders_}});
         report_.set(QStringLiteral("bytes"), bytes_);
         if (!options_.total)
             return;

@@ -509,18 +509,19 @@ class Sync
         report_.append({{QStringLiteral("file"), target},
                         {QStringLiteral("action"), QLatin1String(action)},
                         {QStringLiteral("size"), static_cast<qint64>(status.size)},
-                        {QStringLiteral("time"), jsonTime(status.modified)}});
+                        {QStringLiteral("modified"), jsonTime(status.modified)}});
     }
 
     void finish()
     {
         report_.set(QStringLiteral("dryRun"), options_.dryRun);
-        report_.set(QStringLiteral("copied"), copied_);
-        report_.set(QStringLiteral("deleted"), deleted_);
         report_.set(QStringLiteral("bytes"), bytes_);
-        report_.set(QStringLiteral("upToDate"), upToDate_);
-        report_.set(QStringLiteral("failed"), failures_.size());
-        report_.set(QStringLiteral("folders"), skipped_);
+        report_.set(QStringLiteral("counts"),
+                    QJsonObject{{QStringLiteral("copied"), copied_},
+                                {QStringLiteral("upToDate"), upToDate_},
+                                {QStringLiteral("deleted"), deleted_},
+                                {QStringLiteral("failed"), failures_.size()},
+                                {QStringLiteral("skippedFolders"), skipped_}});
         report_.set(QStringLiteral("warnings"), warnings_);
         QString const counts =
             QStringLiteral("%1 %2, %3 up to date, %4 failed")

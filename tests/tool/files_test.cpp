@@ -176,8 +176,8 @@ TEST(Crc, ComparesFilesWithAList)
     ToolRun changed("crc --check - --json");
     changed.sendInput(json.output().toUtf8());
     EXPECT_EQ(changed.status(), 3);
-    EXPECT_EQ(changed.json().value(u"changed"_q), 1);
-    EXPECT_EQ(changed.json().value(u"failed"_q), 1);
+    QJsonObject const counts = changed.json().value(u"counts"_q).toObject();
+    EXPECT_TRUE(counts[u"changed"_q] == 1 && counts[u"failed"_q] == 1);
     QJsonArray const files = changed.json().value(u"files"_q).toArray();
     ASSERT_EQ(files.size(), 12);
     for (int i = 0; i < 12; ++i) {

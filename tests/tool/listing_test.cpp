@@ -43,7 +43,7 @@ TEST_F(Listing, FiltersAndSortsTheEntries)
     ASSERT_EQ(entries.size(), 1);
     EXPECT_EQ(entries[0].toObject().value(u"name"_q), u"d"_q);
     EXPECT_EQ(entries[0].toObject().value(u"size"_q), 7);
-    EXPECT_TRUE(entries[0].toObject().value(u"time"_q).toString().startsWith(u"20"_q));
+    EXPECT_TRUE(entries[0].toObject().value(u"modified"_q).toString().startsWith(u"20"_q));
 }
 
 TEST_F(Listing, ListsATreeBySizeTimeAndAge)
@@ -107,9 +107,10 @@ TEST_F(Listing, EmptiesAFolderOrListsItsEntriesInADryRun)
         ToolRun(words("empty %1 -r --jobs 3 --keep *.EXR --keep %2 --keep c* --json",
                       {share.path(), u"sub.exr/d*"_q}))
             .json();
-    QJsonArray const entries = some.value(u"entries"_q).toArray();
+    QJsonArray const entries = some.value(u"files"_q).toArray();
     ASSERT_EQ(entries.size(), 1);
-    EXPECT_EQ(QFileInfo(entries[0].toString()), QFileInfo(share.path(u"d"_q)));
+    EXPECT_EQ(QFileInfo(entries[0].toObject().value(u"file"_q).toString()),
+              QFileInfo(share.path(u"d"_q)));
     share.write(u"d"_q, "content");
     EXPECT_EQ(ToolRun("empty %1 -r --older-than 1h", {share.path()}).status(), 0);
     EXPECT_EQ(share.names(), before);
@@ -117,7 +118,7 @@ TEST_F(Listing, EmptiesAFolderOrListsItsEntriesInADryRun)
     EXPECT_EQ(ToolRun("empty %1", {share.path()}).status(), 0);
     EXPECT_EQ(share.names(), QStringList(u"sub.exr"_q));
     QJsonObject const json = ToolRun("empty %1 --recursive --json", {share.path()}).json();
-    EXPECT_EQ(json.value(u"entries"_q).toArray().size(), 3);
+    EXPECT_EQ(json.value(u"counts"_q).toObject().value(u"deleted"_q), 3);
     EXPECT_EQ(json.value(u"bytes"_q), 7);
     EXPECT_EQ(share.names(), QStringList());
 }

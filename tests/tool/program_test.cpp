@@ -123,7 +123,7 @@ TEST(Program, EscapesControlCharactersOfUntrustedTexts)
     }
     EXPECT_TRUE(ToolRun({hostile}).errors().contains(u"a\\u001B[2J"_q));
     ToolRun list("ls %1 --json", {file});
-    EXPECT_EQ(list.json().value(u"path"_q), file);
+    EXPECT_EQ(list.json().value(u"folder"_q), file);
     EXPECT_FALSE(list.output().contains(QChar(0x9B))) << list.output().toStdString();
 }
 

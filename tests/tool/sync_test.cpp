@@ -47,8 +47,8 @@ TEST_F(Syncing, CopiesNewAndChangedFiles)
     share.write(u"a/note.txt"_q, "3");
     share.write(u"b/empty.exe"_q, "old");
     ToolRun first("sync %1 %2 --ends .exe --json", folders);
-    EXPECT_EQ(first.json().value(u"copied"_q), 2);
-    EXPECT_EQ(first.json().value(u"failed"_q), 0);
+    EXPECT_EQ(first.json().value(u"counts"_q).toObject().value(u"copied"_q), 2);
+    EXPECT_EQ(first.json().value(u"counts"_q).toObject().value(u"failed"_q), 0);
     EXPECT_EQ(synchronised(), words("empty.exe empty.exe_old two.EXE"));
     EXPECT_EQ(contentOf(path("b/empty.exe")), "");
     EXPECT_EQ(contentOf(path("b/empty.exe_old")), "old");
@@ -146,7 +146,7 @@ TEST_F(Syncing, ReportsTheFilesOfATreeInTheOrderOfASequentialRun)
     EXPECT_EQ(contentOf(path("b/s1/deep/f7")), QByteArray(180000, 'x'));
     EXPECT_FALSE(QFile::exists(path("b/s2/skip.TMP")));
     QJsonObject const json = ToolRun("sync %1 %2 -r --verbose --json", folders).json();
-    EXPECT_EQ(json.value(u"upToDate"_q), 36);
+    EXPECT_EQ(json.value(u"counts"_q).toObject().value(u"upToDate"_q), 36);
     EXPECT_EQ(json.value(u"files"_q).toArray().size(), 38);
 }
 
@@ -162,7 +162,12 @@ TEST_F(Syncing, ComparesTheContentInPlaceOfTheTime)
     same.setFileTime(QDateTime::currentDateTime().addDays(-3), QFile::FileModificationTime);
     differs.close(); // Windows refuses to replace an open file
     same.close();
-    EXPECT_EQ(ToolRun("sync %1 %2 --json --dry-run", folders).json().value(u"copied"_q), 1);
+    EXPECT_EQ(ToolRun("sync %1 %2 --json --dry-run", folders)
+                  .json()
+                  .value(u"counts"_q)
+                  .toObject()
+                  .value(u"copied"_q),
+              1);
     QJsonObject const json = ToolRun("sync %1 %2 --json --checksum", folders).json();
     EXPECT_EQ(json.value(u"files"_q).toArray()[0].toObject().value(u"file"_q), path("b/differs"));
     EXPECT_EQ(contentOf(path("b/differs")), "a/differs");
@@ -190,8 +195,8 @@ TEST_F(Syncing, DeletesWhatTheSourceDoesNotHaveFromAMarkedFolder)
     share.write(u"b/.oxtool-sync"_q, {});
     ToolRun run(arguments + words("--json"));
     EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
-    EXPECT_EQ(run.json().value(u"copied"_q), 2);
-    EXPECT_EQ(run.json().value(u"deleted"_q), 4);
+    EXPECT_EQ(run.json().value(u"counts"_q).toObject().value(u"copied"_q), 2);
+    EXPECT_EQ(run.json().value(u"counts"_q).toObject().value(u"deleted"_q), 4);
     EXPECT_EQ(QDir(path("b")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
               words(".oxtool-sync 1 1_lock.txt 1_old kept.d only sub x.log"));
     EXPECT_EQ(QDir(path("b/sub")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), words("2"));
