@@ -105,14 +105,14 @@ std::string exitStatusSection()
     return text;
 }
 
-std::string examplesSection(Command const & command)
+std::string examplesSection(std::vector<NamedCommand> const & commands)
 {
-    if (command.examples.empty())
-        return {};
-    std::string text = ".SH EXAMPLES\n.nf\n";
-    for (std::string const & example : command.examples)
-        text += escaped(example) + '\n';
-    return text + ".fi\n";
+    std::string lines;
+    for (auto const & [path, command] : commands) {
+        for (std::string const & example : command->examples)
+            lines += escaped(example) + '\n';
+    }
+    return lines.empty() ? lines : ".SH EXAMPLES\n.nf\n" + lines + ".fi\n";
 }
 
 std::string pageOf(Program const & program, Command const & command)
@@ -131,7 +131,7 @@ std::string pageOf(Program const & program, Command const & command)
             text += ".SS " + escaped(path) + '\n' + escaped(each->summary) + ".\n";
         text += optionItems(*each);
     }
-    return text + exitStatusSection() + examplesSection(command) + ".SH SEE ALSO\n.BR " +
+    return text + exitStatusSection() + examplesSection(all) + ".SH SEE ALSO\n.BR " +
            escaped(program.name) + " (1)\n";
 }
 

@@ -218,7 +218,7 @@ Command sharedMemoryCommand()
         .name = "shm",
         .group = Group::Machine,
         .summary = "List, show, create or lock shared memory segments",
-        .examples = {"oxtool shm list", "oxtool shm show ClientState"},
+        .examples = {"oxtool shm list"},
         .subcommands = {
             {.name = "create",
              .summary = "Create a segment, and keep it until Ctrl-C",
@@ -234,6 +234,7 @@ Command sharedMemoryCommand()
                               "default: global, if permitted",
                           .target = &options->local},
                          jsonLinesOption(options->json)},
+             .examples = {"oxtool shm create ClientState 4096"},
              .run = [options] { return runInLines(options->json, [&] { create(*options); }); }},
             {.name = "show",
              .summary = "Show the size, the lock and the first bytes of a segment",
@@ -245,14 +246,17 @@ Command sharedMemoryCommand()
                           .showsDefault = true,
                           .range = atLeast(0)},
                          jsonOption(options->json)},
+             .examples = {"oxtool shm show ClientState --bytes 256"},
              .run = reporting(options, show)},
             {.name = "list",
              .summary = "List the segments that a process has open, with size and lock",
              .options = {jsonOption(options->json)},
+             .examples = {"oxtool shm list --json"},
              .run = reporting(options, list)},
             {.name = "lock",
              .summary = "Lock a segment until Ctrl-C",
              .options = {key(), jsonLinesOption(options->json)},
+             .examples = {"oxtool shm lock ClientState"},
              .run = [options] { return runInLines(options->json, [&] { lock(*options); }); }}}};
 }
 
