@@ -5,7 +5,9 @@
 # An install rule without COMPONENT belongs to the component "tool" in the folder oxtool, and to the
 # component "development" in all other folders.
 
-set(OX_PACKAGE_CONTACT "oxShared developers <oxshared@farm.example>" CACHE STRING
+# The project has no address for mail. Names that end with ".invalid" never receive mail, and lintian
+# accepts them.
+set(OX_PACKAGE_CONTACT "oxShared developers <developers@oxshared.invalid>" CACHE STRING
   "Maintainer of the packages, as NAME <ADDRESS>")
 
 set(CPACK_PACKAGE_NAME oxshared)
