@@ -146,7 +146,7 @@ bool const areRegistered = [] {
     Candidate const * ours = nullptr;
     for (Size const size : sizes) {
         for (Candidate const & candidate : candidates) {
-            // For each subject, the function of oxShared is the first candidate.
+            // The first candidate of each subject is the function of oxShared.
             if (std::string(candidate.who) == "oxShared")
                 ours = &candidate;
             std::string const name =

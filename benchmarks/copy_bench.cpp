@@ -54,7 +54,8 @@ void runProgram(std::vector<std::string> command, QString const & from, QString 
     require(child && (*child)->wait() == 0);
 }
 
-/// Copies the source from the position `begin` on with read and write calls of `pieceSize` bytes.
+/// Copies the source, starting at the offset `begin`, with read and write calls of `pieceSize`
+/// bytes.
 void readAndWrite(QString const & from, QString const & to, qint64 begin, qint64 pieceSize)
 {
     auto const unbuffered = QIODevice::Unbuffered;

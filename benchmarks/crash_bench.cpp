@@ -65,7 +65,7 @@ void crash()
     *static_cast<int volatile *>(nullptr) = 1;
 }
 
-/// A logger that reports the duration when the library logs the final name of the dump.
+/// Reports the duration to the parent process when the library logs the final name of the dump.
 class TimingLogger : public oxLogger
 {
   public:

@@ -29,7 +29,7 @@ void require(bool condition)
 
 // Searching
 
-/// Returns a text of common words, like scripts, logs and job descriptions.
+/// Returns a random text of common words, similar to scripts, logs and job descriptions.
 std::string prose(std::size_t size, std::mt19937 & random)
 {
     static constexpr char const * words[] = {
@@ -184,7 +184,7 @@ void registerSearches()
 
 // Files
 
-/// The files for loading and the folder for saving. They are created on first use.
+/// The files to load and the folder for saved files. Both are created on first use.
 class Files
 {
   public:

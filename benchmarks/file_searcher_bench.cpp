@@ -21,7 +21,7 @@ void require(bool condition)
 
 constexpr char word[] = "old-server";
 
-/// Returns the lines of a job description that contains the word `matches` times, evenly spaced.
+/// Returns a job description in which the word occurs `matches` times, evenly spaced.
 std::string jobs(int size, int matches)
 {
     std::string text;
@@ -50,7 +50,7 @@ char const * byStrcasestr(char const * from, char const *, std::string const & p
     return strcasestr(from, pattern.c_str());
 }
 
-/// A replacement without the library. Builds a new string from the unchanged parts and the
+/// Replaces all matches without the library. Builds a new string from the unchanged parts and the
 /// replacements.
 int replaceInString(std::string & text, std::string const & before, std::string const & after,
                     FindNext findNext)

@@ -21,8 +21,8 @@ using Ours = _oxString8_evenSize<capacity>;
 using OursWide = _oxString<capacity>;
 using Static = boost::static_string<capacity>;
 
-/// Hides a value from the optimiser, which cannot know the content of a record in an application
-/// either.
+/// Hides a value from the optimiser, so that the compiler cannot compute results at compile time.
+/// In an application, the content of a record is unknown at compile time, too.
 template <typename T>
 T & opaque(T & value)
 {
@@ -31,8 +31,8 @@ T & opaque(T & value)
     return value;
 }
 
-/// Registers an operation. The benchmark keeps a copy of `work`, which returns the operation's
-/// result.
+/// Registers the benchmark of an operation. `work` runs the operation and returns its result. The
+/// benchmark keeps a copy of `work`.
 template <typename Work>
 void add(char const * subject, std::size_t size, char const * who, Work work)
 {
@@ -43,7 +43,7 @@ void add(char const * subject, std::size_t size, char const * who, Work work)
     });
 }
 
-/// Returns a path of this length, like the paths in the farm's records.
+/// Returns a path of `size` characters, similar to the paths in the farm's records.
 std::string sampleText(std::size_t size)
 {
     std::string text;
@@ -86,8 +86,8 @@ void addAssign(char const * subject, char const * who, std::string const & text)
     });
 }
 
-/// Registers appending to a text of eight characters. Each iteration first truncates the text to
-/// eight characters.
+/// Registers the benchmark of an append to a text of eight characters. Each iteration first
+/// truncates the text to eight characters.
 template <typename Text>
 void addAppend(char const * subject, char const * who, std::string const & text)
 {
@@ -110,7 +110,7 @@ void addAppend(char const * subject, char const * who, std::string const & text)
         });
 }
 
-/// Registers an operation on two texts.
+/// Registers the benchmark of an operation on two texts.
 template <typename Text, typename Operation>
 void addPair(char const * subject, char const * who, std::string const & a, std::string const & b,
              Operation operation)
@@ -168,7 +168,7 @@ void addCaseKernels(std::string const & text)
     }
 }
 
-/// Registers searches for a word at the end of a text of this size. Pattern and text differ in
+/// Registers searches for a word at the end of a text of `size` characters. Word and text differ in
 /// letter case.
 void addSearch(std::size_t size)
 {

@@ -18,8 +18,8 @@ T & opaque(T & value)
     return value;
 }
 
-/// Registers a function of the library, and a call of QString::asprintf with the same result for
-/// the value.
+/// Registers the benchmarks of a function of the library and of a call of QString::asprintf that
+/// returns the same text.
 template <typename Value, typename Ours, typename Peer>
 void add(char const * subject, Value value, Ours ours, Peer peer)
 {

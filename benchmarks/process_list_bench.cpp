@@ -18,7 +18,7 @@ namespace
 
 constexpr int processCount = 400;
 
-/// Idle processes that the benchmark starts in addition to the processes of the machine.
+/// Starts idle processes in addition to the processes of the machine. The destructor kills them.
 class Sleepers
 {
   public:
@@ -157,7 +157,7 @@ void add(char const * name, Totals (*read)())
         ->UseRealTime();
 }
 
-/// Takes snapshots and reports the growth of the heap during them in the counter grownBytes.
+/// Takes snapshots of all processes. The counter grownBytes reports by how much the heap has grown.
 void takeSnapshots(benchmark::State & state)
 {
     everythingByUs();

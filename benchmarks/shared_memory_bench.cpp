@@ -15,7 +15,7 @@ namespace interprocess = boost::interprocess;
 
 constexpr char key[] = "OxBenchmark";
 
-/// Changes a byte in each page, like a process that fills a new segment.
+/// Changes a byte in each page, so that the kernel allocates every page.
 void fill(void * memory, std::size_t size)
 {
     for (std::size_t i = 0; i < size; i += 4096)

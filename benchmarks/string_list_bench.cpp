@@ -18,8 +18,8 @@ using Pointers = std::vector<Entry const *>;
 
 enum class Names { Paths, Short };
 
-/// Returns names in a random order that is the same in every run. They are paths of one folder,
-/// which differ only at their ends, or short names, which differ early.
+/// Returns names in a random order that is the same in every run: paths in one folder, which differ
+/// only at the end, or short names, which differ in the first characters.
 QStringList sampleNames(Names names, int count)
 {
     std::minstd_rand random(1);
@@ -55,8 +55,8 @@ std::string nameOf(char const * subject, int size, char const * who)
     return std::string(subject) + '/' + std::to_string(size) + '/' + who;
 }
 
-/// Registers sort(list). Each iteration sorts a new copy of an unsorted list; the copying is not
-/// measured.
+/// Registers the benchmark of sort(list). Each iteration sorts a new copy of an unsorted list. The
+/// measured time does not include the copying.
 template <typename List, typename Sort>
 void addSort(char const * subject, Names names, int size, char const * who, Sort sort)
 {
@@ -66,7 +66,7 @@ void addSort(char const * subject, Names names, int size, char const * who, Sort
         for ([[maybe_unused]] auto _ : state) {
             state.PauseTiming();
             list = unsorted;
-            // begin() makes a QStringList copy its shared entries, so the copying is not measured.
+            // begin() detaches a QStringList from the shared entries before the measurement starts.
             static_cast<void>(list.begin());
             state.ResumeTiming();
             sort(list);
@@ -121,7 +121,7 @@ void addAppends(int size)
     });
 }
 
-/// Registers searches for the last name with the other letter case.
+/// Registers case-insensitive searches for the last name, written in capitals.
 void addFinds(int size)
 {
     QStringList const names = sampleNames(Names::Paths, size);
