@@ -19,7 +19,7 @@ function(ox_split_debug_information target folder)
     return()
   endif()
   if(NOT CMAKE_OBJCOPY)
-    message(STATUS "There is no objcopy: ${target} is installed with its debug information inside.")
+    message(STATUS "There is no objcopy: ${target} is installed together with its debug information.")
     return()
   endif()
   install(CODE "
