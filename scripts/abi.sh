@@ -9,7 +9,7 @@ set -euo pipefail
 list=$root/tests/package/abi.txt
 case ${1:-} in
   '' | --renew) ;;
-  *) fail "unknown argument '$1'; it takes --renew or nothing" ;;
+  *) fail "unknown argument '$1'; the only argument is --renew" ;;
 esac
 "$root/scripts/setup.sh" test abi
 build_preset dev oxShared

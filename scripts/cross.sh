@@ -1,8 +1,8 @@
 # Common definitions of the scripts that build for another system. Dependencies that take long to
-# build are built once and kept in the folder `store` of the cache. The sourcing script sets this
-# variable. Each dependency is built in a temporary folder, which is then renamed, so an interrupted
-# run leaves no partial result. build/cross in the checkout contains links to the dependencies of
-# this checkout. The presets use these links.
+# build are built once and kept in the cache, in the folder $store, which the calling script sets.
+# Each dependency is built in a temporary folder, which is then renamed, so an interrupted run
+# leaves no partial result. build/cross in the checkout contains links to the dependencies of this
+# checkout. The presets use these links.
 unfinished=$store/unfinished
 cross=$root/build/cross
 
@@ -12,9 +12,9 @@ quietly() { # command…
   "$@" >"$log" 2>&1 || { tail -n 40 "$log" >&2; fail "command failed: $*"; }
 }
 
-# Runs apt-get with its own package lists, so that the machine's lists stay unchanged. The package
-# sources are those of the machine. Errors of single sources are ignored here, since a missing
-# package causes an error later.
+# Runs apt-get with the machine's package sources but with separate package lists, so that the
+# machine's lists stay unchanged. Ignores errors of single sources, since a missing package causes
+# an error later.
 private_apt() { # folder, architecture, source type, apt-get argument…
   local folder=$1 architecture=$2 type=$3 list
   shift 3
@@ -44,7 +44,7 @@ unpack_i386() { # folder, package…
   done
 }
 
-# Locks the store for this run and removes what an interrupted run has left.
+# Locks the store for this run and removes the temporary folder of an interrupted run.
 begin_store() {
   mkdir -p "$store" "$cross"
   exec {lock}>"$store/lock"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Checks that every build of the tool reads the files of all formats that every build has written,
-# and that Breakpad's reader reads the crash dumps of all builds. scripts/test.sh,
-# scripts/linux32.sh and scripts/windows.sh must have built the tool before.
+# Checks that every build of the tool can read the files that every other build writes, in all
+# formats, and that Breakpad's reader can read the crash dumps of all builds. First run
+# scripts/test.sh, scripts/linux32.sh and scripts/windows.sh, which build the tool.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -28,7 +28,7 @@ for writer in "${builds[@]}"; do
       oxtool "$writer" pack --format "$format" "$raw" "$writer-$raw-$format" >/dev/null
       for reader in "${builds[@]}"; do
         oxtool "$reader" unpack "$writer-$raw-$format" --out payload
-        cmp "$raw" payload || fail "$reader reads other bytes than those of $raw from the $format file of $writer"
+        cmp "$raw" payload || fail "$reader reads a payload that differs from $raw in the $format file of $writer"
         rm payload
         read_back=$((read_back + 1))
       done
@@ -37,9 +37,9 @@ for writer in "${builds[@]}"; do
 done
 for build in "${builds[@]}"; do oxtool "$build" layout | grep -vE '^(_OX_DataBuffer|_oxStringList) ' >"layout-$build"; done
 for build in "${builds[@]}"; do
-  cmp layout-dev "layout-$build" || fail "the records of $build have another layout"
+  cmp layout-dev "layout-$build" || fail "the layout of the records of $build differs from that of dev"
 done
-say "${#builds[@]} builds read $read_back files of each other, and their records have the same layout"
+say "${#builds[@]} builds can read $read_back files of each other, and their records have the same layout"
 
 reader=$(compgen -G "$cache/breakpad-*/bin/linux-x64/minidump_stackwalk" | head -n 1)
 for build in "${builds[@]}"; do

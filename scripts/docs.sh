@@ -26,5 +26,5 @@ if ! doxygen docs/reference/Doxyfile >"$OX_OUTPUT/doxygen.log" 2>&1; then
   cat "$OX_OUTPUT/doxygen.log" >&2
   fail "Doxygen reported the warnings above"
 fi
-python3 docs/reference/check_links.py "$OX_OUTPUT/html" || fail "the links above lead nowhere"
+python3 docs/reference/check_links.py "$OX_OUTPUT/html" || fail "the targets of the links above do not exist"
 say "the reference is in $OX_OUTPUT/html/index.html"

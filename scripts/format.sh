@@ -7,7 +7,7 @@ set -euo pipefail
 case ${1:-} in
   '') mode=(-i) ;;
   --check) mode=(--dry-run --Werror) ;;
-  *) fail "unknown argument '$1'; it takes --check or nothing" ;;
+  *) fail "unknown argument '$1'; the only argument is --check" ;;
 esac
 "$root/scripts/setup.sh" format
 cd "$root"

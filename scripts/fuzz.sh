@@ -18,8 +18,7 @@ if [ "$name" != all ]; then
   targets=("$name")
 fi
 
-# Prints the number that follows a word in a log. If the word occurs more than once, the last one
-# counts.
+# Prints the number that follows the last occurrence of a word in a log, or 0.
 number_of() { # word, log
   { grep -oE "$1:? +[0-9]+" "$2" || echo 0; } | tail -n 1 | grep -oE '[0-9]+$'
 }
@@ -33,15 +32,15 @@ report_finding() { # target, file, log
   return 1
 }
 
-# Runs a target for some time. Called in a subshell. The target writes its files to a folder in
-# memory.
+# Runs a target for the given time. Must be called in a subshell, since it changes the current
+# folder. The target writes its files to a folder in memory.
 fuzz() { # target
   local program=$root/build/fuzz/tests/fuzz/fuzz_$1 corpus=("$store/$1" "$root/tests/fuzz/corpus/$1") file
   mkdir -p "$store/$1" "$store/findings"
   scratch=$(mktemp -d /dev/shm/oxshared-fuzz.XXXXXX)
   trap 'rm -rf "$scratch"' EXIT
-  # Short stacks save memory: the sanitizer keeps every different stack, and stacks through
-  # libraries without frame pointers differ each time.
+  # Short stack traces save memory: the sanitizer keeps every distinct stack trace, and the traces
+  # of calls through libraries without frame pointers differ each time.
   export TMPDIR=$scratch ASAN_OPTIONS=malloc_context_size=2:quarantine_size_mb=64
   cd "$scratch"
   local quiet=()

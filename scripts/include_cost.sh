@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Measures how long it takes to compile a public header by itself:
 #   scripts/include_cost.sh [-r RUNS] [HEADER…]     default: the umbrella header and all headers in it
-# Each run compiles <QString> and then the header. Prints the median of the user seconds, and the
-# median of the header's time divided by that of <QString>. The quotient depends less on the
-# machine's load.
+# Each run compiles <QString> and then the header. Prints two medians: the user time in seconds, and
+# the header's time divided by the time of <QString>. The quotient depends less on the machine's
+# load.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 cd "$root"

@@ -16,7 +16,8 @@ make_libraries() { # folder
   unpack_i386 "$1" "${packages[@]}"
   local libraries=$1/usr/lib/i386-linux-gnu
   ln -sfn "$(basename "$(readlink "$libraries/libz.so")")" "$libraries/libz.so"
-  # Qt's CMake package requires this folder to exist. It comes with another package of Qt.
+  # Qt's CMake package requires this folder to exist, but the folder is part of another Debian
+  # package.
   mkdir -p "$libraries/qt6/mkspecs/linux-g++"
 }
 

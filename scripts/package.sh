@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# Builds packages into build/packages and tests each where it is used:
+# Builds packages into build/packages and tests each package on its target system:
 #   scripts/package.sh [deb|source|zip|zip-x86_64|zip-i686]…     default: deb
 #   deb     Debian packages: installed into a minimal root, used by an application, and removed
-#   source  the source archive, whose Debian packages of another folder are compared with those of
-#           the checkout. README.md describes what still differs.
-#   zip     a ZIP for Windows of each width, tested under Wine; scripts/windows.sh builds Qt Core first
-# The minimal root is made once and kept in the cache folder. Making it needs root.
+#   source  the source archive: unpacked and built in another folder. Fails if the Debian packages
+#           differ from those of the checkout. README.md describes the known difference.
+#   zip     a ZIP for each word size of Windows, tested under Wine; scripts/windows.sh builds Qt Core first
+# The minimal root is a folder with a small Debian system. It is created once, as the user root, and
+# kept in the cache folder.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -19,8 +20,8 @@ packages=$root/build/packages
 mkdir -p "$packages"
 made=$(mktemp -d)
 trap 'rm -rf "$made"' EXIT
-# The time of the commit, which is also the time of the files of a source archive. It is the time of
-# all files in the packages.
+# All files in the packages get the time of the commit. Without a repository, shared/version.h has
+# this time, since git archive sets it for all files of a source archive.
 SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git -C "$root" log -1 --format=%ct 2>/dev/null ||
   stat -c %Y "$root/shared/version.h")}
 export SOURCE_DATE_EPOCH TZ=UTC LC_ALL=C.UTF-8
@@ -43,9 +44,10 @@ build_deb() { # source folder, folder for the packages
   done
 }
 
-# Packs a package again, as Debian's own tools do: a trigger in place of the scripts that call
-# ldconfig, compressed manual pages, and in a package of debug symbols a link to the documents of its
-# package. The checksums of cpack for debug symbols contain the path of the build.
+# Repacks a package from cpack in the form that Debian's own tools create: an ldconfig trigger
+# instead of scripts that call ldconfig, compressed manual pages, and, in a package of debug
+# symbols, a link to the documentation of the package with the code. Computes the checksums again,
+# since those of cpack contain the path of the build folder for debug symbols.
 finish_deb() { # package of cpack, finished package
   local files=$made/files name
   rm -rf "$files"
@@ -63,8 +65,9 @@ finish_deb() { # package of cpack, finished package
   quietly dpkg-deb --root-owner-group --threads-max=1 -z2 -b "$files" "$2"
 }
 
-# Makes the root: the smallest system with apt, and the tools of an application's build. The packages
-# that ours depend on are downloaded and not installed; what they depend on is, since it is much.
+# Creates the minimal root: the smallest system with apt, and the tools that build an application.
+# Qt and zlib, on which our packages depend, remain in apt's cache but are not installed, so that
+# the test installs them as dependencies. Their own dependencies stay installed, which saves time.
 make_root() { # folder
   local codename sources=() file
   codename=$(. /etc/os-release && echo "$VERSION_CODENAME")
@@ -78,7 +81,8 @@ make_root() { # folder
     "$codename" "$1" "${sources[@]}"
 }
 
-# Runs in the root, with the packages and the examples in /test.
+# The test of the Debian packages. Runs in a copy of the minimal root, with the packages and the
+# examples in /test.
 test_in_root() {
   set -euo pipefail
   export DEBIAN_FRONTEND=noninteractive PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root
@@ -114,8 +118,9 @@ test_in_root() {
   list_files | diff /tmp/before - || { echo "the packages leave the files above" >&2; exit 1; }
 }
 
-# The name spaces end with their last process, and take the mounts with them. There is no network, so
-# apt takes every dependency from the root.
+# Tests the Debian packages in an overlay of the minimal root, in name spaces of their own. The
+# mounts end with the last process in these name spaces. No network is available, so apt installs
+# every dependency from its cache in the root.
 test_deb() {
   local store=$cache/debian-root key
   key=$({ declare -f make_root; cat /etc/debian_version; } | sha256sum | cut -c 1-12)
@@ -123,7 +128,7 @@ test_deb() {
   exec {lock}>"$store/lock"
   flock "$lock"
   if [ ! -d "$store/$key" ]; then
-    say "making the minimal root (once, some minutes)"
+    say "creating the minimal root (once, some minutes)"
     rm -rf "$store"/*.unfinished
     make_root "$store/$key.unfinished"
     mv "$store/$key.unfinished" "$store/$key"
@@ -152,7 +157,9 @@ package_deb() {
   test_deb
 }
 
-# The compiler cache keeps the objects of the second folder separate, so each was compiled there.
+# Builds the source archive, then compares its Debian packages with those of the checkout. A
+# separate namespace of the compiler cache ensures that the second build compiles every source
+# itself.
 package_source() {
   "$root/scripts/setup.sh" package
   local name second=$root/build/package-source
@@ -173,7 +180,7 @@ package_source() {
   rm -rf "$second"
 }
 
-# Makes the ZIP of one width from the build of scripts/windows.sh.
+# Creates the ZIP for one word size from the build of scripts/windows.sh.
 build_zip() { # x86_64 or i686, name of the ZIP's folder
   local stage=$made/$2 qt=$root/build/cross/qt-$1 package
   build_preset "windows-$1" oxShared oxtool
@@ -188,7 +195,8 @@ build_zip() { # x86_64 or i686, name of the ZIP's folder
   (cd "$made" && find "$2" -type f | sort | zip -q -X -9 "$packages/$2.zip" -@)
 }
 
-# Uses only what is in the ZIP, and Qt's headers for the application.
+# Tests a ZIP under Wine. The tool and the example applications run with the DLLs in the ZIP only;
+# the build of the applications also uses Qt's headers.
 test_zip() { # x86_64 or i686, name of the ZIP's folder
   local unpacked=$made/unpacked/$2 qt=$root/build/cross/qt-$1 wine=("$root/scripts/wine.sh" "$1")
   mkdir "$made/unpacked"

@@ -59,7 +59,8 @@ make_qt() { # folder
     -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-$target.cmake" "${qt_options[@]}"
   quietly cmake --build "$build" --target install
   rm -rf "$build"
-  # The programs need further DLLs. Copies them to Qt's folder, which is in the search path.
+  # The programs also need the DLLs of the compiler. Copies these DLLs to Qt's folder, which is in
+  # the search path.
   cp "$(dirname "$("$triple-g++-posix" -print-file-name=libstdc++-6.dll)")"/{libstdc++-6,libgcc_s_*}.dll \
     "/usr/$triple/lib/libwinpthread-1.dll" "$1/bin/"
   "$triple-strip" --strip-unneeded "$1"/bin/Qt6Core.dll

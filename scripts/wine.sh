@@ -9,7 +9,8 @@ unset DISPLAY WAYLAND_DISPLAY
 export WINEPREFIX="${WINEPREFIX:-$cross/prefix}" WINEARCH=win64 WINEDEBUG="${WINEDEBUG:--all}"
 export WINESERVER="$libraries/wine/wineserver64"
 export WINEDLLPATH="$libraries/i386-linux-gnu/wine:$libraries/x86_64-linux-gnu/wine"
-# The path contains only Qt's folder, since Wine fails with a zlib1.dll of the other word size.
+# The search path for DLLs contains only Qt's folder, since Wine fails if it finds a zlib1.dll of
+# the other word size.
 export WINEPATH="${WINEPATH-Z:$cross/qt-$arch/bin}"
 case $arch in
   x86_64) export WINELOADER="$libraries/wine/wine64" ;;
