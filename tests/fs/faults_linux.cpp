@@ -1,6 +1,6 @@
-// Simulates faults of a lock file that a share or another process causes. The linker replaces
-// system calls of the child program by the functions in this file. The environment variable
-// OX_TEST_FAULT selects the fault.
+// Simulates a share that refuses to remove lock files, and another process that holds a flock on a
+// lock file. The linker replaces system calls of the child program by the functions in this file.
+// The environment variable OX_TEST_FAULT selects the fault.
 
 #include "tests/support/descriptor_linux.h"
 
@@ -50,21 +50,22 @@ int __wrap_rename(char const * from, char const * to)
     return isRefused(from) ? -1 : __real_rename(from, to);
 }
 
-/// Before the first call, takes a flock through a second descriptor of the same file. The creator
-/// of a lock file has created the file then, and does not get the exclusive flock.
+/// The first call happens after the library has created the lock file and before it takes the
+/// exclusive flock. At this moment, takes a conflicting flock through a second descriptor of the
+/// file, like another process.
 int __wrap_flock(int descriptor, int operation)
 {
     static int calls = 0;
-    static int neighbour = -1;
-    bool const looks = isFault("looks");
-    bool const leaves = isFault("examines and leaves");
-    if (calls++ == 0 && (looks || leaves || isFault("examines"))) {
+    static int other = -1;
+    bool const isShared = isFault("shared flock");
+    bool const isBrief = isFault("brief exclusive flock");
+    if (calls++ == 0 && (isShared || isBrief || isFault("exclusive flock"))) {
         std::string const file = "/proc/self/fd/" + std::to_string(descriptor);
-        neighbour = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
-        __real_flock(neighbour, looks ? LOCK_SH : LOCK_EX);
+        other = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+        __real_flock(other, isShared ? LOCK_SH : LOCK_EX);
     }
     constexpr int triesBeforeRelease = 12;
-    if (leaves && calls == triesBeforeRelease)
-        ::close(neighbour);
+    if (isBrief && calls == triesBeforeRelease)
+        ::close(other);
     return __real_flock(descriptor, operation);
 }

@@ -14,7 +14,7 @@ TEST_F(FileLocker, ShowsTheHolderInTheLockFileWhileHeld)
     ASSERT_TRUE(locker.lock(0, who + QStringLiteral("\n\u00e9"), nullptr, false));
     ::umask(mask);
     EXPECT_EQ(_oxFileLocker(cyrillic).status().who, who + QStringLiteral("\n\u00e9"));
-    // Every user can write to the lock file and can therefore remove a stale one.
+    // Every user may write to the lock file, so that every user can remove a stale lock.
     struct stat status;
     ASSERT_EQ(::stat(QFile::encodeName(cyrillic + QStringLiteral("_lock.txt")), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0666u);
@@ -39,20 +39,21 @@ TEST_F(FileLocker, IsReleasedWhereOpenFilesCannotBeRemoved)
 
     writeFile(lockName);
     EXPECT_EQ(Child(childProgram, {text("contend"), file, text("7")}).finish(), 0)
-        << "a left lock file is removed, too";
+        << "a lock file that was left behind is removed, too";
     EXPECT_FALSE(QFile::exists(lockName));
     qunsetenv("OX_TEST_FAULT");
 }
 
-TEST_F(FileLocker, CopesWithTheFlockOfAnotherProcess)
+TEST_F(FileLocker, HandlesAFlockOfAnotherProcess)
 {
     struct Case {
         char const * fault;
         int result;
         bool keepsTheFile;
     };
-    for (Case const & each : {Case{"looks", 0, false}, Case{"examines and leaves", 0, false},
-                              Case{"examines", 3, false}, Case{"refuses to remove", 4, true}}) {
+    for (Case const & each :
+         {Case{"shared flock", 0, false}, Case{"brief exclusive flock", 0, false},
+          Case{"exclusive flock", 3, false}, Case{"refuses to remove", 4, true}}) {
         qputenv("OX_TEST_FAULT", each.fault);
         EXPECT_EQ(Child(childProgram, {text("try"), file, text("3")}).finish(), each.result)
             << each.fault;
@@ -67,7 +68,8 @@ TEST_F(FileLocker, IsNotInheritedByOtherPrograms)
     ASSERT_TRUE(locker.lock(0, who, nullptr, false));
     Child child(childProgram, {QStringLiteral("hold"), folder.filePath(QStringLiteral("other"))});
     ASSERT_TRUE(child.hasPrinted());
-    ASSERT_TRUE(QFile::rename(lockName, lockName + u'2')); // so that unlocking keeps the file
+    // Under another name, unlock() does not remove the lock file.
+    ASSERT_TRUE(QFile::rename(lockName, lockName + u'2'));
     locker.unlock();
     ASSERT_TRUE(QFile::rename(lockName + u'2', lockName));
     EXPECT_EQ(_oxFileLocker(file).status().holder, _oxFileLockStatus::Nobody);
