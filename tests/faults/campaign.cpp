@@ -24,11 +24,12 @@ namespace
 
 namespace fs = std::filesystem;
 
-constexpr int patienceMs = 30000;
+constexpr int timeoutMs = 30000;
 constexpr int wrong = 3; ///< exit status that means Outcome::isWrong
 constexpr Fault noFault = {"none", FaultKind::None};
 
-/// Writes the report to a pipe and ends this process. The exit status tells the parent the result.
+/// Writes the report to a pipe and ends this process. The exit status passes the result to the
+/// parent.
 [[noreturn]] void endWith(Report const & report, int pipe)
 {
     bool const isWritten = ::write(pipe, report.text.data(), report.text.size()) >= 0;
@@ -41,7 +42,7 @@ bool readToEnd(int pipe, std::string & text)
 {
     for (;;) {
         pollfd ready = {pipe, POLLIN, 0};
-        if (::poll(&ready, 1, patienceMs) <= 0)
+        if (::poll(&ready, 1, timeoutMs) <= 0)
             return false;
         char piece[1024];
         ssize_t const count = ::read(pipe, piece, sizeof piece);
@@ -56,15 +57,15 @@ bool isLock(std::string_view path)
     return path.ends_with("_lock.txt");
 }
 
-/// Returns whether a path is that of a lock file or a temporary file. A process removes both before
+/// Returns whether the path names a lock file or a temporary file, which a process removes before
 /// it ends.
-bool isPassing(std::string const & path)
+bool isTransient(std::string const & path)
 {
     return isLock(path) || path.find("/.oxshared-") != path.npos;
 }
 
-/// Returns whether a path is that of a renamed lock file. A process renames its lock file if it
-/// cannot remove it.
+/// Returns whether the path names a renamed lock file. A process renames its lock file if it cannot
+/// remove it.
 bool isReleasedLock(std::string_view path)
 {
     return path.ends_with("_lock.txt.none");
@@ -80,10 +81,11 @@ void ageLocks(fs::path const & folder)
     }
 }
 
+/// Returns whether a process with this fault can still remove its files.
 bool canCleanUp(Fault const & fault)
 {
     return fault.kind != FaultKind::Kill && fault.kind != FaultKind::Disconnect &&
-           fault.kind != FaultKind::Unremoving;
+           fault.kind != FaultKind::RemoveError;
 }
 
 std::string const * contentIn(Files const & files, std::string const & path)
@@ -92,16 +94,18 @@ std::string const * contentIn(Files const & files, std::string const & path)
     return file == files.end() ? nullptr : &file->second;
 }
 
-/// Returns the number of requests that name a file. Each of them causes one LOOKUP of the name;
-/// RENAME and LINK cause two. The LOOKUP of a folder inside a path does not count.
+/// Returns the number of requests by name, such as open, status or rename. The kernel looks up the
+/// name with a LOOKUP before each of these requests, and with two before a RENAME or LINK. A LOOKUP
+/// of a parent folder in a longer path does not count.
 int byName(std::vector<LoggedRequest> const & requests)
 {
     int count = 0;
     for (std::size_t i = 0; i < requests.size(); ++i) {
         auto const & [operation, path] = std::tie(requests[i].operation, requests[i].path);
-        bool const isOnTheWay = i + 1 < requests.size() && requests[i + 1].operation == "LOOKUP" &&
-                                requests[i + 1].path.starts_with(path + '/');
-        count += operation == "LOOKUP" ? !isOnTheWay : operation == "OPENDIR" && path == "/";
+        bool const isParentFolder = i + 1 < requests.size() &&
+                                    requests[i + 1].operation == "LOOKUP" &&
+                                    requests[i + 1].path.starts_with(path + '/');
+        count += operation == "LOOKUP" ? !isParentFolder : operation == "OPENDIR" && path == "/";
         count -= operation == "RENAME" || operation == "LINK";
     }
     return count;
@@ -122,7 +126,7 @@ std::vector<Fault> allFaults()
             {"ESTALE", FaultKind::Error, ESTALE},
             {"ENOSPC", FaultKind::Full, ENOSPC},
             {"EDQUOT", FaultKind::Full, EDQUOT},
-            {"a refused removal", FaultKind::Unremoving, EBUSY},
+            {"a refused removal", FaultKind::RemoveError, EBUSY},
             {"a short transfer", FaultKind::Short},
             {"a delay", FaultKind::Delay},
             {"SIGKILL", FaultKind::Kill, EINTR},
@@ -146,7 +150,7 @@ void Campaign::run(std::vector<Fault> const & faults)
 {
     if (!mount_.refusal().empty())
         GTEST_SKIP() << mount_.refusal();
-    if (!learn())
+    if (!recordRun())
         return;
     int runs = 0;
     for (Fault const & fault : faults) {
@@ -157,8 +161,8 @@ void Campaign::run(std::vector<Fault> const & faults)
     testing::Test::RecordProperty("runs", runs);
 }
 
-/// Runs the operation without a fault. Stores its requests and the resulting files.
-bool Campaign::learn()
+/// Runs the operation without a fault. Stores the requests and the resulting files.
+bool Campaign::recordRun()
 {
     makeFiles(mount_.backing(), operation_.before);
     disk_.emplace(mount_.backing());
@@ -175,31 +179,31 @@ bool Campaign::learn()
     return !testing::Test::HasFailure();
 }
 
-/// Runs the operation with a fault at a request. Returns false if the operation made fewer requests
-/// or hung.
+/// Runs the operation with a fault at the request with this number. Returns false if the operation
+/// made fewer requests or hung.
 bool Campaign::runWith(Fault const & fault, std::uint64_t request)
 {
     makeFiles(mount_.backing(), operation_.before);
     mount_.arm(fault, request);
     Outcome const outcome = runOnce();
     mount_.disarm();
-    bool const isStruck = mount_.struckAt() != 0;
-    if (isStruck)
-        struck_ = mount_.log().at(mount_.struckAt() - 1);
-    SCOPED_TRACE(isStruck
-                     ? std::string(fault.name) + " at request " + std::to_string(struck_.number) +
-                           ", " + struck_.operation + ' ' + struck_.path
-                     : std::string("no fault"));
-    EXPECT_FALSE(outcome.isHung) << "it hangs";
-    EXPECT_TRUE(mount_.waitUntilClosed()) << "files stay open";
-    EXPECT_TRUE(isStruck || !outcome.isKilled);
-    if (isStruck)
+    bool const wasInjected = mount_.faultedRequest() != 0;
+    if (wasInjected)
+        faultedRequest_ = mount_.log().at(mount_.faultedRequest() - 1);
+    SCOPED_TRACE(wasInjected ? std::string(fault.name) + " at request " +
+                                   std::to_string(faultedRequest_.number) + ", " +
+                                   faultedRequest_.operation + ' ' + faultedRequest_.path
+                             : std::string("no fault"));
+    EXPECT_FALSE(outcome.isHung) << "the operation hangs";
+    EXPECT_TRUE(mount_.waitUntilClosed()) << "a file is still open after the end of the process";
+    EXPECT_TRUE(wasInjected || !outcome.isKilled);
+    if (wasInjected)
         testReport(fault, outcome);
     testFiles(filesIn(mount_.backing()), outcome, canCleanUp(fault));
     if (!outcome.report.hasSucceeded && operation_.isRepeatable)
         testNextRun();
-    EXPECT_TRUE(isStruck || outcome.report.hasSucceeded) << outcome.report.text;
-    return isStruck && !outcome.isHung;
+    EXPECT_TRUE(wasInjected || outcome.report.hasSucceeded) << outcome.report.text;
+    return wasInjected && !outcome.isHung;
 }
 
 Campaign::Outcome Campaign::runOnce()
@@ -227,54 +231,56 @@ Campaign::Outcome Campaign::runOnce()
     return outcome;
 }
 
-/// Checks that a failed run reports the cause. A fault without an error code, such as a delay, must
-/// not make a run fail.
+/// Checks that a failed run reports the injected error. A fault without an error code, such as a
+/// delay, must not make a run fail.
 void Campaign::testReport(Fault const & fault, Outcome const & outcome) const
 {
     std::string const & text = outcome.report.text;
-    EXPECT_FALSE(outcome.isWrong) << "it reports success for content that is wrong";
+    EXPECT_FALSE(outcome.isWrong) << "the operation reports success, but the content is wrong";
     if (fault.kind == FaultKind::Kill) {
-        EXPECT_FALSE(outcome.report.hasSucceeded) << "it is not killed";
+        EXPECT_FALSE(outcome.report.hasSucceeded) << "the process was not killed";
         return;
     }
     if (outcome.isWrong || outcome.report.hasSucceeded)
         return;
-    EXPECT_NE(fault.error, 0) << "it fails: " << text;
+    EXPECT_NE(fault.error, 0) << "the operation fails although the fault has no error code: "
+                              << text;
     auto const isNamed = [&text](std::string const & part) {
         return text.find(part) != std::string::npos;
     };
     auto const & others = operation_.texts;
     EXPECT_TRUE(isNamed(std::strerror(fault.error)) ||
                 std::any_of(others.begin(), others.end(), isNamed))
-        << "the text does not name the cause: " << text;
+        << "the reported text does not contain the error of the file system: " << text;
 }
 
-/// Returns what is wrong with a file, or an empty text.
-std::string Campaign::complaintAbout(std::string const & path, Files const & found, bool isNew,
-                                     bool cleansUp) const
+/// Returns how the content of a file violates the rules of the operation, or an empty text. `isNew`
+/// requires the new content. `cleansUp` is false if the process could not remove its files.
+std::string Campaign::problemOf(std::string const & path, Files const & found, bool isNew,
+                                bool cleansUp) const
 {
     std::string const * const now = contentIn(found, path);
     std::string const * const after = contentIn(after_, path);
     if (isSame(now, after))
         return {};
     if (isNew && !operation_.mayHideFaults)
-        return "is not the new one after a success";
+        return "does not have the new content after a success";
     if (isSame(now, contentIn(operation_.before, path)))
         return {};
     auto const exception = operation_.mayBe.find(path);
     unsigned const mayBe = exception == operation_.mayBe.end() ? 0 : exception->second;
     if (!now)
         return mayBe & Missing ? "" : "is missing";
-    unsigned const asPart = cleansUp && !mayStay(path) ? Part : Part | PartOfTheDead;
+    unsigned const asPart = cleansUp && !removalFailed(path) ? Part : Part | UnremovedPart;
     bool const isPart = after && mayBe & asPart && after->starts_with(*now);
     bool const hasOtherSize = after && mayBe & OtherSize && after->size() != now->size();
-    return isPart || hasOtherSize ? "" : "is neither the previous nor the new one";
+    return isPart || hasOtherSize ? "" : "has neither the previous nor the new content";
 }
 
-/// Returns whether the fault made the removal of this file fail.
-bool Campaign::mayStay(std::string const & path) const
+/// Returns whether the fault occurred when the process removed this file.
+bool Campaign::removalFailed(std::string const & path) const
 {
-    return struck_.path == path && struck_.operation == "UNLINK";
+    return faultedRequest_.path == path && faultedRequest_.operation == "UNLINK";
 }
 
 void Campaign::testFiles(Files const & found, Outcome const & outcome, bool cleansUp) const
@@ -289,13 +295,14 @@ void Campaign::testFiles(Files const & found, Outcome const & outcome, bool clea
     for (auto const & [path, content] : all) {
         bool const isKept = hasWarning && path == operation_.backup;
         bool const isNew = outcome.report.hasSucceeded && !isKept;
-        EXPECT_EQ(complaintAbout(path, found, isNew, cleansUp), "") << path;
+        EXPECT_EQ(problemOf(path, found, isNew, cleansUp), "") << path;
     }
     if (!operation_.backup.empty() && !hasWarning)
         testBackup(found);
     for (auto const & [path, content] : found) {
-        bool const isLeft = isPassing(path) && (!cleansUp || mayStay(path));
-        EXPECT_TRUE(all.contains(path) || isLeft || isReleasedLock(path)) << path << " is left";
+        bool const isLeft = isTransient(path) && (!cleansUp || removalFailed(path));
+        EXPECT_TRUE(all.contains(path) || isLeft || isReleasedLock(path))
+            << path << " was not removed";
     }
 }
 
@@ -307,15 +314,16 @@ void Campaign::testBackup(Files const & found) const
     std::string const * const previous = contentIn(operation_.before, target);
     EXPECT_TRUE(isSame(contentIn(found, target), previous) ||
                 isSame(contentIn(found, backup), previous))
-        << "the previous file is lost";
+        << "the previous content is lost";
 }
 
-/// Checks that the run after a failure or a kill completes the operation and cleans up.
+/// Checks that another run, after a failed or killed one, completes the operation and removes lock
+/// files and temporary files.
 void Campaign::testNextRun()
 {
     ageLocks(mount_.backing());
     mount_.arm(noFault, 0);
-    struck_ = {};
+    faultedRequest_ = {};
     Outcome const next = runOnce();
     EXPECT_TRUE(mount_.waitUntilClosed());
     EXPECT_TRUE(next.report.hasSucceeded) << "the next run fails: " << next.report.text;
@@ -326,7 +334,7 @@ void Campaign::cutPower()
 {
     if (!mount_.refusal().empty())
         GTEST_SKIP() << mount_.refusal();
-    if (!learn())
+    if (!recordRun())
         return;
     for (LoggedRequest const & request : requests_) {
         disk_->apply(request);
@@ -337,9 +345,11 @@ void Campaign::cutPower()
             testFiles(disk_->content(keeps), {}, false);
         }
     }
-    EXPECT_TRUE(disk_->content(DiskModel::Keeps::Everything) == after_) << "the model is wrong";
+    EXPECT_TRUE(disk_->content(DiskModel::Keeps::Everything) == after_)
+        << "the disk model differs from the file system";
     bool const isFlushed = disk_->content(DiskModel::Keeps::Flushed) == after_;
-    EXPECT_TRUE(isFlushed || !operation_.isFlushed) << "a success is lost with the power";
+    EXPECT_TRUE(isFlushed || !operation_.isFlushed)
+        << "the new content does not survive a power failure after a success";
     testing::Test::RecordProperty("states", 3 * static_cast<int>(requests_.size()));
 }
 

@@ -12,12 +12,12 @@ namespace ox::tests
 
 /// Returns all faults.
 std::vector<Fault> allFaults();
-/// Returns a few faults, for operations that take long to run, and even fewer with the address
-/// sanitizer. Returns all faults if the environment variable OX_FAULTS is "all".
+/// Returns some of the faults, for operations that take long to run. Returns even fewer with the
+/// address sanitizer, and all if the environment variable OX_FAULTS is "all".
 std::vector<Fault> someFaults();
 
-/// Runs an operation once for each fault at each of its requests to the file system. Then checks
-/// the report and the remaining files.
+/// A fault-injection campaign: runs an operation once for each combination of a fault and a request
+/// to the file system. After each run, checks the report and the files.
 class Campaign
 {
   public:
@@ -26,8 +26,8 @@ class Campaign
     /// Runs the campaign with these faults. Skips the test if the file system cannot be mounted.
     void run(std::vector<Fault> const & faults);
 
-    /// Applies the requests of a run without a fault to a model of a disk, and checks the content
-    /// of the disk after each request.
+    /// Simulates a power failure after each request of a run without a fault: applies the requests
+    /// to a model of a disk and checks the content that the disk keeps.
     void cutPower();
 
   private:
@@ -38,23 +38,23 @@ class Campaign
         Report report;
     };
 
-    bool learn();
+    bool recordRun();
     bool runWith(Fault const & fault, std::uint64_t request);
     Outcome runOnce();
     void testReport(Fault const & fault, Outcome const & outcome) const;
     void testFiles(Files const & found, Outcome const & outcome, bool cleansUp) const;
     void testBackup(Files const & found) const;
     void testNextRun();
-    std::string complaintAbout(std::string const & path, Files const & found, bool isNew,
-                               bool cleansUp) const;
-    bool mayStay(std::string const & path) const;
+    std::string problemOf(std::string const & path, Files const & found, bool isNew,
+                          bool cleansUp) const;
+    bool removalFailed(std::string const & path) const;
 
     Operation const & operation_;
     FaultMount mount_;
     Files after_;
     std::vector<LoggedRequest> requests_; ///< the requests of a run without a fault
-    std::optional<DiskModel> disk_;       ///< the disk before these requests
-    LoggedRequest struck_;                ///< the request at which the fault occurred
+    std::optional<DiskModel> disk_;       ///< starts with the files before these requests
+    LoggedRequest faultedRequest_;        ///< the request at which the fault occurred
 };
 
 } // namespace ox::tests

@@ -82,7 +82,7 @@ Files DiskModel::content(Keeps keeps) const
     for (auto const & [path, number] : names) {
         File const & file = files_.at(number);
         std::string const folder = folderOf(path);
-        // The paths are sorted, so a folder precedes its entries.
+        // The paths are sorted, so the loop visits a folder before its entries.
         if (folder.empty() || found.contains(folder))
             found[path] = keeps == Keeps::Everything ? file.content : file.flushed;
     }

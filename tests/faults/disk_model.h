@@ -11,10 +11,11 @@
 namespace ox::tests
 {
 
-/// Model of a disk whose power fails after one of the logged requests.
+/// Model of a disk and of the files that remain on it if the power fails after one of the logged
+/// requests.
 ///
-/// Content survives if its file was flushed, and a name survives if its folder was flushed. Other
-/// content and names are kept or lost. A disk may keep a name and lose the content.
+/// Flushed content always remains, and so do the names in a flushed folder. The disk may keep or
+/// lose everything else. It may also keep the name of a file and lose the content.
 class DiskModel
 {
   public:
@@ -25,7 +26,7 @@ class DiskModel
         {"what was flushed", Keeps::Flushed},
         {"names and the content that was flushed", Keeps::NamesAndFlushedContent}};
 
-    /// Starts with the files of a folder, all of them flushed.
+    /// Starts with a copy of the files in a folder. All of them count as flushed.
     explicit DiskModel(std::filesystem::path const & folder);
 
     void apply(LoggedRequest const & request);

@@ -22,22 +22,22 @@ class Tool : public testing::TestWithParam<Operation>
 
 } // namespace
 
-TEST_P(Library, KeepsItsPromisesUnderFaults)
+TEST_P(Library, HandlesAFaultAtEveryRequest)
 {
     Campaign(GetParam()).run(allFaults());
 }
 
-TEST_P(Library, KeepsItsPromisesWhenThePowerFails)
+TEST_P(Library, IsConsistentAfterEveryPowerFailure)
 {
     Campaign(GetParam()).cutPower();
 }
 
-TEST_P(Tool, KeepsItsPromisesUnderFaults)
+TEST_P(Tool, HandlesAFaultAtEveryRequest)
 {
     Campaign(GetParam()).run(someFaults());
 }
 
-TEST_P(Tool, KeepsItsPromisesWhenThePowerFails)
+TEST_P(Tool, IsConsistentAfterEveryPowerFailure)
 {
     Campaign(GetParam()).cutPower();
 }
@@ -45,7 +45,7 @@ TEST_P(Tool, KeepsItsPromisesWhenThePowerFails)
 INSTANTIATE_TEST_SUITE_P(Faults, Library, testing::ValuesIn(libraryOperations()), nameOf);
 INSTANTIATE_TEST_SUITE_P(Faults, Tool, testing::ValuesIn(toolOperations()), nameOf);
 
-// Replaces the pauses between the library's tries, since a campaign contains thousands of them.
+// Removes the pauses between the library's attempts, since a campaign contains thousands of pauses.
 
 extern "C" int __wrap_nanosleep(timespec const *, timespec *)
 {

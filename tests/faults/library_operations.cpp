@@ -31,7 +31,8 @@ QString target(Folder folder)
     return nameIn(folder, "target");
 }
 
-/// Returns the report of a call. After a failure it contains the text and the thread's last error.
+/// Returns the report of a call. After a failure, the report contains `text` and the thread's last
+/// error.
 Report report(bool hasSucceeded, QString const & text = {})
 {
     if (hasSucceeded)
@@ -129,7 +130,8 @@ std::vector<Form> const & forms()
     return all;
 }
 
-/// A save truncates the file first, so after a failure the file contains the part that was written.
+/// Saves a buffer file. Saving truncates the file first, so after a failure the file contains the
+/// beginning of the new content.
 Operation saving(Form const & form)
 {
     return {.name = std::string("save") + form.name,
@@ -145,8 +147,8 @@ Operation saving(Form const & form)
 Operation loading(Form const & form)
 {
     Files const files = {{"/target", savedAs(form.name)}};
-    // If the status query for the file fails, the library returns its code for a missing file and
-    // no system error.
+    // If the status query for the file fails, the library reports a missing file and no system
+    // error.
     std::string const missing = "code " + std::to_string(_OX_DataBuffer::Missing);
     return {.name = std::string("load") + form.name,
             .before = files,
@@ -210,13 +212,13 @@ std::vector<Operation> copies()
         return oxResumeFile(from, to, limitReported, &added);
     };
     std::vector<Operation> all = {
-        copying("copy", sourceAndTarget, Missing | PartOfTheDead, copy),
+        copying("copy", sourceAndTarget, Missing | UnremovedPart, copy),
         copying("copyInPieces", sourceAndTarget, Missing | Part | OtherSize, inPieces),
         copying("resume", withPart, Part, resume),
         copying("resumeWithBuffer", withPart, Part, resumeWithBuffer),
-        copying("resumeFromTheStart", withoutTarget, PartOfTheDead, resume),
+        copying("resumeFromTheStart", withoutTarget, UnremovedPart, resume),
         copying("resumeFromTheStartWithBuffer", withoutTarget, Part, resumeWithBuffer)};
-    all[1].mayHideFaults = true; // a lost part is not reported; applications compare the sizes
+    all[1].mayHideFaults = true; // a short copy is not reported; applications compare the sizes
     return all;
 }
 
@@ -240,7 +242,7 @@ Operation synchronising(char const * name, Files const & before, Files const & a
 std::vector<Operation> synchronisations()
 {
     Files before = sourceAndTarget;
-    before["/target_old"] = "the one before";
+    before["/target_old"] = "previous backup";
     Files after = sourceTwice;
     after["/target_old"] = previousContent();
     std::vector<Operation> all = {
@@ -252,7 +254,7 @@ std::vector<Operation> synchronisations()
             -1, "folder/target"),
         synchronising("syncUpToDate", {{"/source", newContent()}}, {{"/source", newContent()}}, -1,
                       "source")};
-    all[0].byName = 14; // 2 for the source; 2 search for temporary files, once a minute
+    all[0].byName = 14; // 2 for the source, 2 to search for temporary files (once a minute)
     all[3].byName = 2;
     all[0].backup = all[1].backup = "/target_old";
     all[0].isFlushed = all[1].isFlushed = true;

@@ -14,7 +14,7 @@ namespace ox::tests
 /// The files below a folder. The key is the path with a leading slash, the value is the content.
 using Files = std::map<std::string, std::string>;
 
-/// The value for a folder, which has no content.
+/// The value in Files for a folder, which has no content.
 inline std::string const isFolder = "\x01 folder";
 
 Files filesIn(std::filesystem::path const & folder);
@@ -27,13 +27,13 @@ void makeFiles(std::filesystem::path const & folder, Files const & files);
 std::string const & previousContent();
 std::string const & newContent();
 
-/// Returns the file that the operation "save" + name writes for the new content.
+/// Returns the content of the file that the operation "save" + `name` writes.
 std::string savedAs(std::string_view name);
 
 /// The result of one run of an operation.
 struct Report {
     bool hasSucceeded = false;
-    std::string text = {}; ///< the reason of a failure, or the warning of a success
+    std::string text = {}; ///< error text of a failure, or a warning after a success
 };
 
 /// Report::text of a run in which the library reported success, but the content is wrong.
@@ -42,35 +42,37 @@ inline constexpr char wrongContent[] = "wrong content";
 /// States that a file may have after a fault, in addition to its previous and its new content.
 enum FileState : unsigned {
     Part = 1,          ///< the beginning of the new content, or an empty file
-    PartOfTheDead = 2, ///< Part, if the fault prevented the removal of the file
+    UnremovedPart = 2, ///< Part, if the process was killed or failed to remove the file
     Missing = 4,       ///< the file does not exist
     OtherSize = 8,     ///< a size that differs from that of the new content
 };
 
-/// A function of the library or a command of the tool, as an operation of a campaign. After a fault
-/// the operation has reported a failure or is complete, and every file has its previous or its new
-/// content at any time. The members from `mayBe` to `isRepeatable` are the documented exceptions.
+/// A function of the library or a command of the tool, as an operation of a campaign. After a
+/// fault, the operation must be complete or must have reported a failure. At any time, every file
+/// must have its previous or its new content. The members from `mayBe` to `isRepeatable` are the
+/// documented exceptions.
 struct Operation {
     std::string name;
     Files before;
-    Files after = {}; ///< after a success; if empty, those that a run without a fault leaves
+    Files after = {}; ///< files after a success; if empty, a run without a fault determines them
 
     /// Runs the operation in a folder. The campaign calls this function in a separate process.
     std::function<Report(std::string const & folder)> run;
 
     std::map<std::string, unsigned> mayBe = {}; ///< FileStates that are allowed, by path
-    /// A run that reports success may leave the same states as a failed run.
+    /// A run that reports success may leave its files in the same states as a failed run.
     bool mayHideFaults = false;
     /// Path of the backup, which receives the target's previous content. If the run succeeds with
     /// the warning that the target cannot be renamed, the backup may keep its own previous content.
     std::string backup = {};
-    /// Texts that a failed run may report instead of the system's text for the error.
+    /// Alternatives to the system's error text in the report of a failed run.
     std::vector<std::string> texts = {};
-    /// A run after a failed run completes the operation.
+    /// Another run, after a failed run, completes the operation.
     bool isRepeatable = true;
     /// After a success the new content survives a power failure.
     bool isFlushed = false;
-    /// Maximum number of requests by name in a run without a fault; 0 means no limit.
+    /// Maximum number of requests by name, such as open or status, in a run without a fault; 0
+    /// means no limit.
     int byName = 0;
 };
 

@@ -11,8 +11,8 @@ namespace
 
 using Run = std::function<Report(std::string const &)>;
 
-/// Replaces the process by the tool. An argument that begins with '@' is a path in the test's
-/// folder.
+/// Returns a function that replaces the process by the tool (exec). An argument that begins with
+/// '@' is a path in the test's folder.
 Run tool(std::vector<std::string> arguments)
 {
     return [arguments](std::string const & folder) -> Report {
@@ -32,7 +32,7 @@ Run tool(std::vector<std::string> arguments)
 Files const sourceAndTarget = {{"/source", newContent()}, {"/target", previousContent()}};
 Files const sourceTwice = {{"/source", newContent()}, {"/target", newContent()}};
 
-// Texts that the library reports for several causes.
+// Error texts that the library returns for several causes, including failed status queries.
 constexpr char fileIsMissing[] = "File does not exists!";
 constexpr char sourceIsMissing[] = "Source file does not exist";
 

@@ -18,12 +18,12 @@ namespace ox::tests
 namespace
 {
 
-constexpr int patienceMs = 10000;
+constexpr int timeoutMs = 10000;
 
 template <typename Condition>
 bool waitUntil(Condition const & condition)
 {
-    auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(patienceMs);
+    auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end)
             return false;
@@ -32,7 +32,8 @@ bool waitUntil(Condition const & condition)
     return true;
 }
 
-/// Returns a name pattern for the folder, in memory if possible, since flushes to memory are fast.
+/// Returns a name pattern for a temporary folder. The folder is in memory (/dev/shm) if possible,
+/// where flushes are fast.
 QString folderName()
 {
     QString const memory = QStringLiteral("/dev/shm");
@@ -49,13 +50,13 @@ FaultMount::FaultMount() : root_(folderName())
         refusal_ = "a folder for the mount cannot be created";
         return;
     }
-    // The piece is small, so that a file of a few pages takes several reads and writes.
+    // With this small limit, a file of a few pages takes several read and write requests.
     QStringList words = {QStringLiteral("--piece"), QStringLiteral("16384")};
     for (char const * const name : {"log", "data", "control"})
         words << QStringLiteral("--") + QLatin1String(name) << root_.filePath(QLatin1String(name));
     words << root_.filePath(QStringLiteral("backing")) << root_.filePath(QStringLiteral("mount"));
     server_.start(QStringLiteral(OX_FAULT_FS), words);
-    bool const hasStarted = server_.waitForStarted(patienceMs) && waitUntil([this] {
+    bool const hasStarted = server_.waitForStarted(timeoutMs) && waitUntil([this] {
                                 return control_->isReady != 0 || server_.waitForFinished(1);
                             });
     if (!hasStarted || server_.state() != QProcess::Running)
@@ -65,9 +66,9 @@ FaultMount::FaultMount() : root_(folderName())
 FaultMount::~FaultMount()
 {
     server_.terminate();
-    if (server_.state() != QProcess::NotRunning && !server_.waitForFinished(patienceMs)) {
+    if (server_.state() != QProcess::NotRunning && !server_.waitForFinished(timeoutMs)) {
         server_.kill();
-        server_.waitForFinished(patienceMs);
+        server_.waitForFinished(timeoutMs);
         ::umount2(folder().c_str(), MNT_DETACH);
     }
     if (control_)
@@ -95,8 +96,8 @@ void FaultMount::arm(Fault const & fault, std::uint64_t request)
     std::filesystem::resize_file(pathOf("log"), 0);
     std::filesystem::resize_file(pathOf("data"), 0);
     control_->requests = 0;
-    control_->concerned = 0;
-    control_->struckAt = 0;
+    control_->eligible = 0;
+    control_->faultedRequest = 0;
     control_->kind = fault.kind;
     control_->error = fault.error;
     control_->faultAt = request;

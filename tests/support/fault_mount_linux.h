@@ -47,22 +47,22 @@ class FaultMount
     FaultMount(FaultMount const &) = delete;
     FaultMount & operator=(FaultMount const &) = delete;
 
-    /// Returns why the folder cannot be mounted, or an empty text. A test skips itself with this
-    /// text.
+    /// Returns why the folder cannot be mounted, or an empty text if it is mounted. A test uses the
+    /// text as the reason to skip itself.
     std::string const & refusal() const { return refusal_; }
 
     std::filesystem::path folder() const { return pathOf("mount"); }
     std::filesystem::path backing() const { return pathOf("backing"); }
 
-    /// Empties the log and arms a fault. The fault occurs at the given one of the requests that it
-    /// can affect, counted from 1. 0 means no fault.
+    /// Empties the log and arms a fault. `request` counts only the requests that the fault can
+    /// affect, from 1. 0 means no fault.
     void arm(Fault const & fault, std::uint64_t request);
-    /// Returns the number of the request at which the fault occurred, or 0 if it has not occurred.
-    std::uint64_t struckAt() const { return control_->struckAt; }
-    /// Ends a persistent fault.
+    /// Returns the number of the first request with the fault, among all requests, or 0.
+    std::uint64_t faultedRequest() const { return control_->faultedRequest; }
+    /// Disarms the fault, so that later requests succeed.
     void disarm() { control_->faultAt = 0; }
-    /// Waits until no file is open, since the kernel closes the files of a killed process with a
-    /// delay. Returns false after a timeout.
+    /// Waits until no file in the mount is open. The kernel closes the files of a killed process
+    /// with a delay. Returns false after a timeout.
     bool waitUntilClosed() const;
 
     std::vector<LoggedRequest> log() const;

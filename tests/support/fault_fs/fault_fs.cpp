@@ -12,8 +12,8 @@
 //   --piece    largest read or write, by default 128 KiB
 //   --entries  number of names in one READDIR, by default 16
 //   --pages    1 lets the kernel keep the pages of open files, so that it reads ahead
-//   --log      file that receives the lines
-//   --data     file that receives the written bytes, in the order of the log
+//   --log      file for the log lines
+//   --data     file for the bytes of all writes, in the order of the log
 //   --control  file with a FaultControl. The program then ends together with its parent process and
 //              removes the folder of this file.
 //
@@ -68,16 +68,16 @@ bool keepsPages = false;
 std::chrono::microseconds delay(0);
 std::filesystem::path testFolder; ///< the folder of the control file
 
-/// Whether the current request of the kernel has not been counted yet. After a change the FUSE
-/// library calls getattr for the changed file. This call belongs to the same request and is not
-/// counted.
+/// Whether the current request of the kernel still has to be counted. For some requests the FUSE
+/// library calls two functions: that of the request, and then getattr for the changed file. Only
+/// the first call is counted.
 thread_local bool isFresh = false;
 /// Whether the current request is a LOOKUP. The FUSE library serves a LOOKUP by a call of getattr.
 thread_local bool isLookup = false;
 
 struct Request {
     char const * operation;
-    char const * path; ///< null if the open file has been removed
+    char const * path; ///< null for an open file that has been removed
     Info const * info = nullptr;
     char const * newPath = "";
     std::size_t size = 0;
@@ -90,8 +90,8 @@ char const * below(char const * path)
     return path[1] == '\0' ? "." : path + 1;
 }
 
-/// Returns a path for system calls that are relative to the backing folder. An open file has a path
-/// below /proc/self/fd.
+/// Returns the path of a file for system calls such as fstatat(backing, …): a path relative to the
+/// backing folder, or below /proc/self/fd for an open file.
 std::string nameOf(char const * path, Info const * info)
 {
     return info ? "/proc/self/fd/" + std::to_string(info->fh) : below(path);
@@ -107,7 +107,8 @@ DIR * folderOf(Info const * info)
     return reinterpret_cast<DIR *>(info->fh);
 }
 
-/// Converts the result of a system call to the form of FUSE.
+/// Converts the result of a system call to the form that FUSE expects: a negative errno for an
+/// error.
 int resultOf(long result)
 {
     return result < 0 ? -errno : static_cast<int>(result);
@@ -134,19 +135,19 @@ void log(std::uint64_t number, Request const & request, int result)
     append(logFile, line + '\n');
 }
 
-/// Injects the fault if its request has come. Returns the error of the request, or 0 for no error.
-/// A short transfer reduces the size of the request.
-int strike(std::uint64_t number, Request & request)
+/// Injects the armed fault if this is its request. Returns the errno with which the request must
+/// fail, or 0. For a short transfer, reduces the size of the request.
+int injectFault(std::uint64_t number, Request & request)
 {
     FaultKind const kind = control->kind;
     std::uint64_t const at = control->faultAt;
-    if (at == 0 || !concerns(kind, request.operation))
+    if (at == 0 || !canAffect(kind, request.operation))
         return 0;
-    std::uint64_t const concerned = ++control->concerned;
-    if (kind < FaultKind::Full ? concerned != at : concerned < at)
+    std::uint64_t const eligible = ++control->eligible;
+    if (kind < FaultKind::Full ? eligible != at : eligible < at)
         return 0;
-    if (control->struckAt == 0)
-        control->struckAt = number;
+    if (control->faultedRequest == 0)
+        control->faultedRequest = number;
     if (kind == FaultKind::Kill)
         ::kill(fuse_get_context()->pid, SIGKILL);
     if (kind == FaultKind::Delay)
@@ -168,7 +169,7 @@ int serve(Request request, Perform const & perform)
     std::uint64_t const number = ++control->requests;
     if (delay.count() > 0)
         std::this_thread::sleep_for(delay);
-    int const fault = strike(number, request);
+    int const fault = injectFault(number, request);
     int const result = fault != 0 ? -fault : perform(request);
     log(number, request, result);
     return result;
@@ -268,7 +269,7 @@ int openFolder(char const * path, Info * info)
     });
 }
 
-/// Returns up to `--entries` entries a call, so that a listing takes several requests.
+/// Returns up to `--entries` entries per call, so that a listing takes several requests.
 int readFolder(char const * path, void * entries, fuse_fill_dir_t fill, off_t offset, Info * info,
                fuse_readdir_flags)
 {
