@@ -31,14 +31,15 @@ using namespace ox::tests;
 namespace
 {
 
-/// An object of a kind in place of a file, with the expected error codes of operations on the file.
+/// A kind of object that another user has created under the name of a file, and the errno that
+/// operations on this name must report; 0 means success.
 struct Planted {
     Kind kind;
-    int write;   ///< functions that write to a file, as root
-    int change;  ///< functions that change permissions or times, as root
-    int append;  ///< oxResumeFile, as root
-    int copy;    ///< oxCopyFile
-    int segment; ///< oxSharedMemory
+    int write;   ///< of functions that write to a file, as root
+    int change;  ///< of functions that change permissions or times, as root
+    int append;  ///< of oxResumeFile, as root
+    int copy;    ///< of oxCopyFile
+    int segment; ///< of oxSharedMemory
 };
 
 constexpr Planted allPlanted[] = {
@@ -54,7 +55,7 @@ constexpr Planted allPlanted[] = {
 class HostileName : public NeighbourTest
 {
   protected:
-    /// Runs a test for each kind of object. The test creates the object itself.
+    /// Runs a test for each kind of object. The test has to create the object.
     template <typename Test>
     static void withEach(Test const & test)
     {
@@ -140,8 +141,8 @@ TEST_F(HostileName, IsFollowedIfItIsALinkOfTheSameUser)
     EXPECT_TRUE(isStill(target, Kind::FileLink));
 }
 
-// A stale pipe or device is removed like a stale file. A person has to remove a link, folder or
-// socket.
+// A stale lock that is a pipe or a device is removed like a stale lock file. A link, a folder or a
+// socket stays until a person removes it.
 TEST_F(HostileName, OfALockFileCountsAsAHeldLock)
 {
     QString const lockName = inside("target_lock.txt");

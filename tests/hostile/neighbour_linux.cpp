@@ -64,7 +64,7 @@ constexpr char toFile[] = "/file";
 constexpr char toNewFile[] = "/folder/new";
 constexpr char toFolder[] = "/folder";
 
-/// The elements have the order of Kind.
+/// The elements have the same order as the enumerators of Kind.
 constexpr KindOfThing kindsOfThings[] = {
     {S_IFREG, [](auto const & path, auto const &) { return makeFile(path); }},
     {S_IFLNK, makeLink<toFile>},
@@ -86,14 +86,14 @@ std::string encoded(QString const & path)
     return path.toStdString();
 }
 
-/// Changes the owner to the user nobody. Only root can change an owner.
+/// Changes the owner of a file to the user nobody. Without root rights, does nothing.
 void handOver(std::string const & path)
 {
     EXPECT_TRUE(::geteuid() != 0 || ::lchown(path.c_str(), nobody, nobody) == 0) << path;
 }
 
-/// A process of the user nobody that continuously replaces names in a folder. The process ends with
-/// this object, or when this process ends.
+/// Starts a process of the user nobody that continuously replaces the objects under some names in a
+/// folder. The destructor kills the process. The process also ends when the test process ends.
 class Racer
 {
   public:

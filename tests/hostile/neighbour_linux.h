@@ -9,11 +9,13 @@
 namespace ox::tests
 {
 
-/// Kinds of objects that another user can create under a name. The links lead to the victim.
+/// Kinds of objects that another user can create under a name. The links lead into the victim's
+/// tree.
 enum class Kind { File, FileLink, NewFileLink, FolderLink, Folder, Pipe, Socket, Device };
 
-/// A test with a folder of the user nobody. Beside it is the victim, a tree that no operation in
-/// the folder may change. If the test does not run as root, both belong to the user of the test.
+/// A test with a folder of the user nobody. Beside the folder is the victim: a folder tree that no
+/// operation in the folder of nobody may change. If the test does not run as root, both belong to
+/// the user of the test.
 class NeighbourTest : public FolderTest
 {
   protected:
@@ -25,25 +27,27 @@ class NeighbourTest : public FolderTest
     static constexpr char needsRoot[] = "only root can become another user";
     static bool isRoot();
 
-    /// Returns the path of a name in the folder of the other user.
+    /// Returns the path of a file in the folder of the other user.
     QString inside(char const * name) const;
     /// Creates an object of this kind, owned by the other user. Only root can create a device.
     void plant(QString const & path, Kind kind) const;
     /// Returns whether the path still refers to an object of this kind.
     static bool isStill(QString const & path, Kind kind);
 
-    /// An operation of root in the folder.
+    /// An operation that root performs in the folder of the other user.
     struct Act {
         char const * name;
         std::function<void()> run;
     };
-    /// As root, runs the acts in turn for OX_RACE_SECONDS (by default 1). Meanwhile the other user
-    /// replaces the given names and the temporary files in the folder by objects of these kinds.
+    /// As root, runs the acts in turn for OX_RACE_SECONDS (by default 1). At the same time, the
+    /// other user replaces the files with the given names, and the temporary files, by objects of
+    /// these kinds.
     void race(std::vector<std::string> const & names, std::vector<Kind> const & kinds,
               std::vector<Act> const & acts);
 
   private:
-    /// Describes the modes, owners, link counts, sizes, times and contents of the victim's files.
+    /// Returns a text with the modes, owners, link counts, sizes, times and contents of the
+    /// victim's files.
     std::string victim() const;
 
     std::string before_;

@@ -1,5 +1,5 @@
-// Another user continuously replaces files, folders and links in its own folder, while root works
-// there. No file outside of the folder may change.
+// Another user continuously replaces files, folders and links in its own folder, while root runs
+// operations in the same folder. No file outside of the folder may change.
 
 #include "shared/data/data_buffer.h"
 #include "shared/fs/access_rights.h"
@@ -141,8 +141,8 @@ TEST_F(HostileRace, TheToolsLocksChangeNoOtherFile)
          {tool("lock %2 --timeout 0 -- true"), tool("refresh %2 --timeout 0 --out %2")});
 }
 
-// Folders are left out: if the target is a folder or a link to one, these commands copy into that
-// folder.
+// The other user creates no folders and no links to folders, since these commands copy into a
+// target that is a folder.
 TEST_F(HostileRace, TheToolsCopiesReachNoOtherFile)
 {
     race({"target"}, allButFolders,
