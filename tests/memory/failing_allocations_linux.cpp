@@ -1,5 +1,5 @@
-// The allocator of the test program. Its functions replace those of the C library, in the program
-// and in all of its libraries.
+// The allocator of the test program. Its functions replace malloc() and the other allocation
+// functions of the C library, in the program and in all of its libraries.
 
 #include "tests/memory/failing_allocations_linux.h"
 
@@ -98,7 +98,7 @@ void MemoryLimit::begin() const
 
 void MemoryLimit::end()
 {
-    // The remaining count applies to the next part of the operation.
+    // The next part of the operation continues to count down.
     number_ = untilFailure;
     untilFailure = never;
     wasReached_ = wasReached_ || hasFailed;

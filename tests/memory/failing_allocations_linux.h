@@ -5,11 +5,11 @@
 namespace ox::tests
 {
 
-/// Which allocations of the thread fail: a single one, or one and all that follow it.
+/// Which allocations of the thread fail: a single allocation, or also all later ones.
 enum class Failing { One, AllFrom };
 
-/// Makes the allocation with the given number, counted from 1, fail during an operation. This
-/// applies to malloc and to everything that uses it: operator new, Qt, zlib and the C library.
+/// Makes the allocation with the given number, counted from 1, fail during an operation. Counts all
+/// calls of malloc, including those by operator new, Qt, zlib and the C library.
 class MemoryLimit
 {
   public:

@@ -1,6 +1,6 @@
-// In separate runs of the public operations each allocation fails once, alone and together with all
-// that follow it. The operation then has a documented result or throws std::bad_alloc, leaks
-// nothing, and works again when memory is available.
+// Runs each public operation many times. In each run another allocation fails, either alone or
+// together with all later allocations. The operation must then return a documented result or throw
+// std::bad_alloc. It must leak nothing, and must succeed when memory is available again.
 
 #include "shared/oxshared.h"
 #include "tests/memory/failing_allocations_linux.h"
@@ -25,20 +25,20 @@ using namespace ox::tests;
 namespace
 {
 
-/// Runs an operation within the limit. Returns a text with its result and the resulting state of
-/// objects and files.
+/// Runs an operation under the limit. Returns a text with the result of the operation and the
+/// resulting state of objects and files.
 using Run = std::function<std::string(MemoryLimit &)>;
 
 struct Operation {
     char const * name;
     Run run;
-    /// Results that are allowed after a failed allocation, besides the result with unlimited
-    /// memory. A result that begins with "threw" follows std::bad_alloc. "threw" alone is always
-    /// allowed.
+    /// Results that are allowed after a failed allocation, in addition to the result without a
+    /// limit. A result begins with "threw" if the operation threw std::bad_alloc. The result
+    /// "threw" without an addition is always allowed.
     std::vector<std::string> failures = {};
 };
 
-/// Creates a run whose result is the text of a function, or an empty text after an exception.
+/// Returns a Run whose result is the text that `make` returns, or an empty text after an exception.
 Run textOf(std::function<QString()> make)
 {
     return [make = std::move(make)](MemoryLimit & limit) {
@@ -48,7 +48,7 @@ Run textOf(std::function<QString()> make)
     };
 }
 
-/// Creates a run whose result is "done" or "failed", or an empty text after an exception.
+/// Returns a Run whose result is "done" or "failed", or an empty text after an exception.
 Run success(std::function<bool()> work)
 {
     return textOf([work = std::move(work)] { return work() ? u"done"_q : u"failed"_q; });
@@ -61,7 +61,7 @@ class Memory : public FolderTest
     {
         long failures = 0;
         for (Operation const & operation : operations) {
-            // In the first run, the library and Qt allocate what they keep.
+            // The first run makes the library and Qt allocate the blocks that they never free.
             resultOf(operation, Failing::One, unlimited);
             std::string const expected = resultOf(operation, Failing::One, unlimited).text;
             for (Failing const failing : {Failing::One, Failing::AllFrom}) {
@@ -82,15 +82,16 @@ class Memory : public FolderTest
 
     static constexpr long unlimited = 0;
 
-    /// Checks a run in which the allocation `number` fails. Returns false if the run made fewer
-    /// allocations or had a wrong result.
+    /// Checks a run in which the allocation with this number fails. Returns false if the run made
+    /// fewer allocations or had a wrong result.
     bool survives(Operation const & operation, std::string const & expected, Failing failing,
                   long number)
     {
         SCOPED_TRACE(std::string(operation.name) + (failing == Failing::One ? ", " : ", from ") +
                      std::to_string(number));
         Result result = resultOf(operation, failing, number);
-        if (result.leaked != 0 || result.openFiles != 0) // kept blocks are allocated only once
+        if (result.leaked != 0 ||
+            result.openFiles != 0) // not a leak if the block is allocated only once
             result = resultOf(operation, failing, number);
         EXPECT_EQ(result.leaked, 0);
         EXPECT_EQ(result.openFiles, 0);
@@ -180,7 +181,7 @@ TEST_F(Memory, OfTexts)
                     getWinFolderAppData() + QString(GetProcessUserSID()) +
                     QString(_OX_DataBuffer::errorString(-102));
          })},
-        // Without memory the C library reports the user database as not readable.
+        // Without memory, the C library reports that the user database is not readable.
         {"home",
          textOf([] { return getCurrentUserHomePath(); }),
          {"ERROR: Unable to open registry;"}},
@@ -318,8 +319,8 @@ TEST_F(Memory, OfFiles)
     QString const old = path("target_old");
     unsigned char bytes[] = "bytes";
     bool limitReported = false;
-    // Runs work on a target with the content "old". The result consists of the failure's text, the
-    // content of the target, and that of target_old.
+    // Runs work on a target with the content "old". The result consists of the error text, the
+    // content of the target, and the content of target_old.
     auto const target = [&](std::function<QString()> const & work) {
         return [&, work](MemoryLimit & limit) {
             QFile::remove(old);
