@@ -29,7 +29,7 @@ unsigned int partial(unsigned int crc, char const * text, unsigned int length)
     return crc;
 }
 
-// Computed before main(), when no other call has built the table yet.
+// Computed before main(), before another call can build the table.
 std::array const checksumsBeforeTheBuild = {partial(0x12345678, "ab", 2),
                                             partial(0x12345678, "abcdef", 6)};
 
@@ -76,7 +76,7 @@ TEST(Checksum, AgreesWithAnIndependentProgram)
     }
 }
 
-/// Returns random data. A regular pattern could hide a fault of a kernel.
+/// Returns random bytes. A regular pattern could hide a fault of a kernel (a CRC implementation).
 std::vector<unsigned char> noise(std::size_t size)
 {
     std::vector<unsigned char> data(size);

@@ -40,7 +40,7 @@ QByteArray bytesOf(FileName const & name)
     return contentOf(file);
 }
 
-/// Returns a header as it is stored in a file, from its eight words.
+/// Returns the 32 bytes of a file header with these eight words.
 QByteArray headerOf(std::initializer_list<std::int32_t> words)
 {
     return {reinterpret_cast<char const *>(words.begin()), int(words.size() * 4)};
@@ -247,7 +247,7 @@ TEST_F(DataBufferFile, ReadsAndWritesTwoBlocks)
 
 TEST_F(DataBufferFile, KeepsItsLengthArgumentWhenTheHeaderOverwritesIt)
 {
-    // The second length is a reference to `size`, which the loaded first block overwrites.
+    // The second length is a reference to `size`. Loading the first block overwrites `size`.
     FileName const file =
         write("lying", "oxDB" + headerOf({0, 1000, 0, 0, 0, 0, 0, 0}) + QByteArray(2000, 'x'));
     _OX_DataBuffer buffer;
@@ -331,10 +331,10 @@ TEST_F(DataBufferFile, RequiresTheExactLengthOnRequest)
     EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 28, false), WrongLength);
     EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 27, true), 0);
     // The stored length equals the value of an error code. The load must not report success.
-    _OX_DataBuffer lying;
-    ASSERT_TRUE(lying.loadFromFile(file, true));
-    lying.sizeUncompressed = WrongLength;
-    ASSERT_TRUE(lying.saveToFile(file, true));
+    _OX_DataBuffer wrongLength;
+    ASSERT_TRUE(wrongLength.loadFromFile(file, true));
+    wrongLength.sizeUncompressed = WrongLength;
+    ASSERT_TRUE(wrongLength.saveToFile(file, true));
     EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 27, false), WrongLength);
 
     FileName const gz = golden("small.gz");

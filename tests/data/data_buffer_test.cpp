@@ -151,7 +151,7 @@ TEST(DataBuffer, DecompressesBehindAnOffset)
     EXPECT_EQ(packed.sizeUncompressed, 5000);
     EXPECT_EQ(packed.dataOffset, offset);
 
-    // An explicit offset replaces dataOffset. The size may include a header of the caller.
+    // The parameter offset replaces dataOffset. The size may include a header of the caller.
     packed.size += offset;
     packed.resize(packed.size, 768);
     packed.dataOffset = -7;
@@ -205,7 +205,8 @@ TEST(DataBuffer, CompressesInPieces)
     EXPECT_TRUE(buffer.chunkzipFinish(zs));
     EXPECT_EQ(buffer.sizeAllocated, 150000) << "grows by one half when two pieces no longer fit";
 
-    // Decompression ends at the end of the stream, even if other bytes follow, and at damage.
+    // Decompression stops at the end of the stream, even if other bytes follow, and at a damaged
+    // byte.
     char other[] = "behind";
     ASSERT_TRUE(buffer.append(other, 6));
     EXPECT_EQ(inflated(buffer), text);

@@ -22,7 +22,7 @@ using ShortText = _oxString8_evenSize<250>;
 
 constexpr int headroom = _oxFileSearcher::headroom;
 
-/// Sets the content of the searcher as load() does.
+/// Sets the content of the searcher, with the same allocation as load().
 void fill(_oxFileSearcher & file, std::string const & content)
 {
     file.freeBuffer();
@@ -141,7 +141,7 @@ TEST(FileSearcher, ChangesItsSizeByMovingBetweenTwoBlocks)
     EXPECT_EQ(file.data, first) << "no allocation";
     file.data[2] = '!';
 
-    // The content can grow by up to the headroom, or by more if the existing block is large enough.
+    // One call can add up to `headroom` bytes, or more if the existing block is large enough.
     EXPECT_TRUE(file.changeDataSize(1, headroom));
     EXPECT_TRUE(file.changeDataSize(1, headroom));
     EXPECT_TRUE(file.changeDataSize(1, -2 * headroom));

@@ -39,7 +39,7 @@ void extend(QString const & name, QByteArray const & more)
     file.write(more);
 }
 
-/// A test with the paths of a source and a target, and with the state that oxResumeFile needs
+/// A test with the paths of a source and a target, and with the state that oxResumeFile keeps
 /// between two calls.
 class Copy : public FolderTest
 {
@@ -112,7 +112,7 @@ TEST_F(Copy, RefusesItsOwnSourceAsTarget)
 
 TEST_F(Copy, ReportsWhetherTheLastPieceEndsInZeros)
 {
-    // In these texts "0" represents a zero byte.
+    // The character "0" in these texts stands for a zero byte.
     std::pair<char const *, bool> const cases[] = {{"0", true},
                                                    {"x", false},
                                                    {"xxxxxxxxx0", true},
@@ -136,7 +136,7 @@ TEST_F(Resume, AppendsTheNewBytesOfTheSource)
 {
     QByteArray const content = bytes(mebibyte + 5);
     writeFile(from, content.left(1000));
-    EXPECT_EQ(resume(), QString()); // copies the whole file, since the target does not exist
+    EXPECT_EQ(resume(), QString()); // no target exists, so the call copies the whole file
     extend(from, content.mid(1000));
     _OX_DataBuffer added;
     ASSERT_TRUE(added.append(const_cast<char *>("kept "), 5));

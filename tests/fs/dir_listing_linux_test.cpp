@@ -15,7 +15,7 @@ using namespace ox::tests;
 using DirListingOnLinux = FolderTest;
 
 // The names contain Latin-1, a truncated character, and bytes that are never valid in UTF-8.
-// "\xed\xb3\xbf" encodes the surrogate that represents the byte "\xff" of another name.
+// "\xed\xb3\xbf" is the UTF-8 form of the surrogate that stands for the invalid byte "\xff".
 TEST_F(DirListingOnLinux, FindsFilesUnderNamesThatAreNotUtf8)
 {
     std::set<std::string> const names{"caf\xe9.exr", "\xd0", "\xed\xb3\xbf",  "\xff",
@@ -62,7 +62,7 @@ TEST_F(DirListingOnLinux, MatchesPatternsByLetterCase)
     ASSERT_TRUE(listing.nextFile());
     EXPECT_EQ(listing.fileName(), text("shot_1"));
     EXPECT_FALSE(listing.nextFile());
-    // In front of a dot, "?" in a pattern also matches the empty text.
+    // Directly before a dot, "?" in a pattern also matches the empty text.
     writeFile(path("shot.exr"));
     listing.init(path("sho?t?.*r*"), false, false, false, false);
     EXPECT_FALSE(listing.nextFile());

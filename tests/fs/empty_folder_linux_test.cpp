@@ -94,7 +94,8 @@ TEST_F(EmptyFolderOnLinux, FollowsNoLinkThatReplacesAFolderDuringTheCall)
         if (entry == path("f/sub/second"))
             replaceByLink();
     });
-    // After the move, ".." of the folder is not the folder that the call came from.
+    // After the move, ".." of the folder leads to another parent, so the call must stop with
+    // ESTALE.
     EXPECT_FALSE(result.done);
     EXPECT_TRUE(result.lastError.endsWith(QString(oxLastOSError(ESTALE))));
     EXPECT_TRUE(isOutsideUntouched());

@@ -138,8 +138,8 @@ TEST_F(EmptyFolder, EmptiesAVeryDeepTree)
     int const pieces = QDir::separator() == u'\\' ? 4 : 40;
     int const pieceDepth = 50;
     for (int i = 0; i < pieces; ++i) {
-        // The tree is joined from pieces by renaming, since a single path to its bottom would
-        // exceed the system's limit.
+        // Builds the tree from pieces with rename(), since a single path to the deepest folder
+        // would exceed the system's limit.
         QString const bottom = path("f/next") + QString(text("/d")).repeated(pieceDepth - 1);
         ASSERT_TRUE(QDir().mkpath(bottom));
         ASSERT_TRUE(QDir().rename(path("f/sub"), bottom + text("/sub")));

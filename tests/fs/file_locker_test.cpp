@@ -56,11 +56,12 @@ TEST_F(FileLocker, DistinguishesALockThatCannotBeCreatedFromAHeldOne)
 {
     _oxFileLocker inMissingFolder(folder.filePath(QStringLiteral("missing/a.ini")));
     EXPECT_FALSE(inMissingFolder.lock(1000, who, &waited, false));
-    EXPECT_EQ(waited, 0) << "the negated waiting time of the first try";
+    EXPECT_EQ(waited, 0) << "the negated waiting time of the first attempt, 0 ms";
     EXPECT_NE(inMissingFolder.status().systemError, 0);
     EXPECT_EQ(_oxFileLocker(file).status().systemError, 0);
 
-    // A name must not be truncated or changed, since the result could be the name of another file.
+    // A name that would have to be truncated or changed is refused, since the result names another
+    // file.
     QString const longest = folder.filePath(QString(240 - folder.path().size(), u'n'));
     _oxFileLocker fits(longest);
     EXPECT_TRUE(fits.lock(0, who, nullptr, false));
@@ -142,7 +143,6 @@ TEST_F(FileLocker, WaitersForAStaleLockNeverRemoveANewOne)
     ageLockFile(20000);
     expectAllSucceed(10, childProgram, {QStringLiteral("exclusive"), file});
     EXPECT_FALSE(QFile::exists(lockName));
-    // Each process removes stale locks many times. The holders of these locks have not released
-    // them.
+    // Each process often removes stale locks that other processes have not released.
     expectAllSucceed(8, childProgram, {QStringLiteral("contend"), file, QStringLiteral("600")});
 }

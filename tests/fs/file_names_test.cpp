@@ -1,4 +1,5 @@
-// Some applications compile without these macros, so that a literal converts to QString.
+// Without these macros, a string literal converts to QString. Some applications compile in this
+// way.
 #undef QT_NO_CAST_FROM_ASCII
 #undef QT_NO_CAST_TO_ASCII
 
@@ -25,8 +26,8 @@ class FileNames : public FolderTest
     FileNames() { QDir::setCurrent(folder.path()); }
     ~FileNames() override { QDir::setCurrent(before_); }
 
-    /// Checks that every function that accepts a record as a file name uses this file and creates
-    /// no other file.
+    /// Checks that every function that accepts `name` as a file name uses the file `file` and
+    /// creates no other file.
     template <typename Name>
     void expectNames(Name const & name, QString const & file)
     {

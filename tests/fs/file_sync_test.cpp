@@ -46,7 +46,7 @@ class FileSync : public FolderTest
         return syncCopy(record(source), record(target), true, &errors, &info, pause, verbose);
     }
 
-    /// Returns a message in which $ is replaced by the source and @ by the target.
+    /// Returns a message in which the path of the source replaces $ and the path of the target @.
     Text message(char const * form) const
     {
         QString result;
@@ -234,7 +234,7 @@ TEST_F(FileSync, CopiesAnUnfinishedExecutableAgain)
 
     EXPECT_TRUE(run(false, &errors, 0));
     EXPECT_TRUE(run(true, nullptr, 0));
-    EXPECT_TRUE(run(true, &errors, -1)); // a copy by the system does not check for zeros
+    EXPECT_TRUE(run(true, &errors, -1)); // a copy by the system call does not check for zeros
     target = path("local/tool.bin");
     EXPECT_TRUE(run(true, &errors, 0));
     EXPECT_EQ(errors, "");

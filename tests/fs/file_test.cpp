@@ -101,7 +101,7 @@ TEST_F(File, CreatesAndRemovesFolders)
     EXPECT_FALSE(oxCreateFolder(deep, false));
     EXPECT_TRUE(oxCreateFolder(deep, true));
     EXPECT_TRUE(QFileInfo(deep).isDir());
-    EXPECT_TRUE(oxCreateFolder(deep, false)) << "it exists";
+    EXPECT_TRUE(oxCreateFolder(deep, false)) << "the folder exists already";
     EXPECT_TRUE(oxCreateFolder(text("C:\\"), true)) << "a drive";
     EXPECT_FALSE(oxCreateFolder(writeFile(path("file")), true));
     EXPECT_FALSE(oxCreateFolder(path("file/below"), true));

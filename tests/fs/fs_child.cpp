@@ -62,8 +62,8 @@ bool isAlone(QString const & fileName, int ms)
     return marker.remove();
 }
 
-/// Takes the lock once, with any number of attempts. Exit code 3: another process held the lock,
-/// too.
+/// Takes the lock once, with any number of attempts. Exit code 3: another process held the lock at
+/// the same time.
 int exclusive(QString const & fileName, int)
 {
     _oxFileLocker locker(fileName);
@@ -78,9 +78,9 @@ ox::platform::NativeName lockNameOf(QString const & fileName)
         std::u16string_view(QString(fileName + QStringLiteral("_lock.txt")).toStdU16String()));
 }
 
-/// Takes the lock `count` times. Does not release every third lock, like a holder that was killed.
-/// Treats every lock file as stale, and therefore often meets new locks. Exit codes: 3 another
-/// process held the lock, too; 4 the lock was not released.
+/// Takes the lock `count` times. Releases only two of three locks, as if the holder of the third
+/// was killed. Treats every lock file as stale, and so often attempts to remove a new lock. Exit
+/// codes: 3 another process held the lock at the same time, 4 the lock was not released.
 int contend(QString const & fileName, int count)
 {
     auto const name = lockNameOf(fileName);
@@ -99,8 +99,8 @@ int contend(QString const & fileName, int count)
     return 0;
 }
 
-/// Takes and releases the lock `count` times. Exit codes: 3 another process held the lock, too; 4
-/// the lock was not released.
+/// Takes and releases the lock `count` times. Exit codes: 3 another process held the lock at the
+/// same time, 4 the lock was not released.
 int takeTurns(QString const & fileName, int count)
 {
     auto const name = lockNameOf(fileName);
@@ -118,8 +118,8 @@ int takeTurns(QString const & fileName, int count)
     return 0;
 }
 
-/// Tries to take the lock up to `count` times, and then releases it. Exit codes: 3 the lock was not
-/// taken, 4 the lock was not released.
+/// Attempts to take the lock up to `count` times, then releases the lock. Exit codes: 3 the lock
+/// was not taken, 4 the lock was not released.
 int tryTimes(QString const & fileName, int count)
 {
     LockFile lock;

@@ -8,7 +8,7 @@
 namespace ox::tests
 {
 
-/// Lets several processes append to one log file and checks that every line is complete.
+/// Runs several processes that append to one log file, and checks that every line is complete.
 inline void expectLogLinesDoNotMix(QString const & name)
 {
     expectAllSucceed(4, QStringLiteral(OX_TEST_CHILD),

@@ -110,7 +110,7 @@ TEST(Path, ResolvesTheFirstSequenceOfParentFolders)
                                {"..\\..\\x", "x"},
                                {"ab/cd../x", "ab/cd../x"},
                                {"ab/../", ""}});
-    // An algorithm with quadratic time would exceed the time limit for these paths.
+    // With these paths, an algorithm of quadratic time would exceed the time limit of the test.
     int const many = 1000000;
     QString const steps = text("../").repeated(many);
     QString const share = text("//srv/") + QString(many, u's') + u'/';
