@@ -1,7 +1,7 @@
-// A program that links oxShared like an application. It instantiates all members of
-// fixed strings with capacities that the library does not use. The program links only if the
-// library exports all functions that these members call. It also compares the version of the
-// headers with that of the library.
+// Links oxShared like an application and instantiates all members of fixed strings, with capacities
+// that the library itself does not use. The program links only if the library exports all functions
+// that these members call. It also compares the version in the headers with the version of the
+// library.
 
 #include "shared/text/fixed_string.h"
 #include "shared/version.h"

@@ -1,4 +1,4 @@
-# Checks that the built library and tool have the properties that the options of ox_harden give.
+# Checks that the options of ox_harden() have taken effect in the built library and tool.
 function(expect tool pattern meaning)
   execute_process(COMMAND ${tool} "${file}" OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
   if(NOT output MATCHES "${pattern}")
@@ -34,7 +34,7 @@ function(check_linux_file)
     expect("${READELF};--dyn-syms;-W" " __(mem|str|v?s?n?printf|v?fprintf|read|pread|getcwd|fread)[a-z]*_chk" "fortified calls")
   endif()
   if(HAS_CF_PROTECTION)
-    # The compiler's start-up code always contains endbr, so a function of the project is checked.
+    # Checks a function of the project, since the compiler's start-up code always contains endbr.
     set(function _Z13oxLastOSErrori)
     if(file MATCHES "oxtool$")
       set(function main)

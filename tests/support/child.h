@@ -22,7 +22,7 @@ class Child
     /// Closes the child's standard input, so that the child continues, and waits for its end.
     /// Returns the exit code, or -1 after a crash or a timeout.
     int finish();
-    /// Kills the child, which cannot clean up.
+    /// Kills the child, so that it cannot release locks or remove files.
     void kill();
     unsigned id() const { return static_cast<unsigned>(process_.processId()); }
 

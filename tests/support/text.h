@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <iosfwd>
 
-/// Prints a text in the message of a failed test. GoogleTest looks up this function in the
-/// namespace of QString.
+/// Prints a text in the message of a failed test. GoogleTest finds this function only in the
+/// namespace of QString, the global namespace.
 void PrintTo(QString const & text, std::ostream * out);
 
 namespace ox::tests

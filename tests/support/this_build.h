@@ -8,8 +8,8 @@ namespace ox::tests
 /// True on Windows.
 inline bool const isWindows = QDir::separator() == u'\\';
 
-/// True if the tests are built with the address sanitizer, which handles the signals of crashes and
-/// needs much memory.
+/// True if the tests are built with the address sanitizer. The sanitizer handles the signals of
+/// crashes and needs much memory.
 #ifdef __SANITIZE_ADDRESS__
 inline constexpr bool hasAddressSanitizer = true;
 #else
