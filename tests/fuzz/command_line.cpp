@@ -7,8 +7,8 @@
 #include "shared/fs/path.h"
 #include "tests/fuzz/fuzz_input.h"
 
-// Fuzzes the parser of the tool's command lines and the mapping of stored paths. The parser gets
-// the tool's own commands with replaced functions, so that no command runs.
+// Fuzzes the parser of the tool's command lines and the mapping of stored paths. The parser knows
+// the commands of the tool, but the functions that run them are replaced, so that no command runs.
 
 namespace
 {
@@ -18,8 +18,8 @@ using namespace ox::tool;
 
 int runs = 0;
 
-/// Returns the command with a function that only counts its calls. The new function keeps a copy of
-/// the previous function, which owns the variables of the options.
+/// Returns a copy of the command that does nothing when it runs. Its function keeps a copy of the
+/// command's own function, which owns the variables of the options.
 Command inert(Command command)
 {
     if (command.run)
@@ -35,7 +35,7 @@ Command inert(Command command)
 void parse(Input & in)
 {
     std::vector<Command> const all = allCommands();
-    // Building a parser with all commands is slow, so most inputs build one with a single command.
+    // Building a parser with all commands is slow, so most inputs build a parser with one command.
     std::size_t const which = in.number() % (all.size() + 1);
     Program program{"oxtool", "Summary", "1", {}};
     for (std::size_t i = 0; i < all.size(); ++i) {

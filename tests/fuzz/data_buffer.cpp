@@ -16,7 +16,7 @@ constexpr std::size_t headerSize = 32;
 constexpr std::size_t dataStart = 4 + headerSize;
 constexpr std::int64_t limit = std::int64_t{_OX_DataBuffer::memoryLimitMB} << 20;
 
-/// Replaces a valid size above 1 MiB by an invalid one, since large allocations are slow.
+/// Replaces a valid size above 1 MiB by an invalid size, since large allocations are slow.
 int cheap(int size)
 {
     return size > 1 << 20 && size <= limit ? size | 0x40000000 : size;
@@ -87,8 +87,8 @@ void setWord(std::string & header, std::size_t index, std::size_t value)
 
 enum Frame { Raw, Plain, CompressedBuffer, CompressAndSave, BareGzip, FrameCount };
 
-/// Returns a file with the payload in one of the formats, with a correct checksum. The fuzzer would
-/// hardly ever find a matching checksum.
+/// Returns the content of a file with the payload in the format `frame`. Computes the checksum,
+/// since the fuzzer would hardly ever find the correct one.
 std::string framed(Frame frame, std::string header, std::string const & payload)
 {
     std::string const stream = frame == CompressAndSave ? deflated(payload, ZlibStream) : payload;
@@ -112,7 +112,7 @@ std::string framed(Frame frame, std::string header, std::string const & payload)
     }
 }
 
-/// Loads the file with all functions for plain buffer files. The next operations use `buffer`.
+/// Loads the file with all functions for plain buffer files. `buffer` receives the loaded content.
 void loadPlain(QString const & file, std::string_view content, _OX_DataBuffer & buffer)
 {
     bool const hasData = content.size() > dataStart;
@@ -139,8 +139,8 @@ void loadPlain(QString const & file, std::string_view content, _OX_DataBuffer & 
     OX_HOLDS(code != 0 || content.substr(4).starts_with(blocks));
 }
 
-/// Loads the file with all functions for compressed files. The content that loadGzipFile() returns
-/// determines the expected results of the other functions.
+/// Loads the file with all functions for compressed files. Derives the expected results of the
+/// other functions from the result of loadGzipFile().
 void loadGzip(QString const & file, int length, _OX_DataBuffer & buffer)
 {
     _OX_DataBuffer bare;

@@ -5,9 +5,9 @@
 #include "shared/text/utf16_view.h"
 #include "tests/fuzz/fuzz_input.h"
 
-// Fuzzes transport encodings, XML escapes, short names and addresses. Checks that an encoded text
-// is decoded to the same text, also if other text surrounds it. Compares the decoder of UTF-8 runs
-// with a simple decoder.
+// Fuzzes transport encodings, XML escapes, short names and IP addresses. Checks that every text
+// round-trips through the encoder and the decoder, also inside another text. Compares the decoder
+// of UTF-8 runs with a simple decoder.
 
 namespace
 {
@@ -19,7 +19,7 @@ struct Coder {
     QString (*decode)(QString);
     QString marker;
     QString separators;
-    bool (*closes)(QChar); ///< whether the character, inside a word, ends the encoded run
+    bool (*closes)(QChar); ///< returns whether a character inside a word ends the encoded run
 };
 
 Coder const coders[] = {
@@ -52,7 +52,8 @@ QString bytesOf(QString const & word)
     return bytes;
 }
 
-/// Returns the text with each word replaced by the result of `visit` for it.
+/// Returns the text with each `word` replaced by visit(word). Any character in `separators` ends a
+/// word.
 template <typename Visit>
 QString mapWords(QString const & text, QString const & separators, Visit const & visit)
 {
@@ -69,8 +70,9 @@ QString mapWords(QString const & text, QString const & separators, Visit const &
     return result + visit(word);
 }
 
-/// Returns whether every encoded word can be decoded: it contains no character that ends its run,
-/// and its bytes contain no marker.
+/// Returns whether the decoder can restore every word that the encoder changes. It cannot if the
+/// word contains a character that ends an encoded run, or if the bytes of the word contain a
+/// marker.
 bool isReversible(Coder const & coder, QString const & text)
 {
     bool isReversible = true;
@@ -103,8 +105,7 @@ void checkRoundTrip(Coder const & coder, QString const & before, QString const &
     OX_HOLDS(coder.decode(coder.encode(text, true)) == doubled);
 }
 
-/// A simple decoder with the documented result of oxFromOXUTF8(). It decodes one run after the
-/// other.
+/// Decodes one run after the other, with the documented result of oxFromOXUTF8().
 QString decodedRuns(QString text)
 {
     Coder const & coder = coders[0];
@@ -154,7 +155,8 @@ void checkXml(QString const & text)
         if (isWide(c))
             c = u'?';
     }
-    // fromXmlString() decodes "&amp;" first, so it also decodes a numeric entity that was text.
+    // fromXmlString() decodes "&amp;" first. So a text with "&#" does not round-trip: "&amp;#65;"
+    // becomes "A".
     if (!text.contains(QLatin1String("&#")))
         OX_HOLDS(fromXmlString(escaped) == expected);
     OX_HOLDS(isLatin1(fromXmlString(text)) && fromXmlString(text).size() <= text.size());

@@ -3,9 +3,9 @@
 #include "shared/data/byte_search.h"
 #include "tests/fuzz/fuzz_input.h"
 
-// Fuzzes the file searcher and compares it with a simple implementation: searches, changes of the
-// content, and replacements. Many contents repeat a piece of the input, since the search switches
-// to another algorithm after many partial matches.
+// Fuzzes searches, changes of the content and replacements by the file searcher, and compares the
+// results with a simple implementation. Many contents repeat a piece of the input, since the search
+// switches to another algorithm after many partial matches.
 
 namespace
 {
@@ -33,7 +33,7 @@ std::string repeated(Input & in)
     return text + in.text();
 }
 
-/// Replaces all matches by the documented rule: a match that includes the last byte is counted but
+/// Replaces all matches. By the documented rule, a match that includes the last byte is counted but
 /// not replaced.
 int replaceAll(std::string & text, std::string_view search, std::string_view replacement)
 {

@@ -5,9 +5,9 @@
 #include <climits>
 #include <compare>
 
-// Fuzzes fixed strings of several types with a sequence of operations. The model is a standard
-// string that is truncated to the capacity. Some lengths are set to values that no operation
-// stores, like those of a damaged file.
+// Fuzzes fixed strings of several types with a sequence of operations. Compares each string with a
+// model: a standard string that is truncated to the capacity. Sets some lengths to arbitrary
+// values, as in a damaged file.
 
 namespace
 {
@@ -26,10 +26,10 @@ class Interpreter
     struct Pair {
         S text;
         Model model;
-        bool isForeign = false; ///< no operation has set its length
+        bool isForeign = false; ///< the length is arbitrary; no operation has set it
     };
 
-    /// The arguments of an operation. Each operation uses a part of them.
+    /// The arguments for all operations. Each operation uses only some of them.
     struct Arguments {
         int at, count;
         Unit c, by;
@@ -55,7 +55,7 @@ class Interpreter
                                  pair(),
                                  pair()};
             if (operation % 32 == 31)
-                lie(a);
+                setArbitraryLength(a);
             else if (operation % 32 < 18)
                 change(operation % 32, a, b, with);
             else
@@ -100,8 +100,8 @@ class Interpreter
         return result;
     }
 
-    /// Sets the length to any value, like that of a record from another program.
-    void lie(Pair & a)
+    /// Sets the length to an arbitrary value, as in a damaged record.
+    void setArbitraryLength(Pair & a)
     {
         a.text.length = in_.number<std::uint16_t>();
         a.model.assign(a.text.value, a.text.value + a.text.size());
@@ -269,7 +269,7 @@ class Interpreter
             OX_HOLDS(a.text.contains(with.c) == (a.model.find(c) != a.model.npos));
             break;
         case 20: {
-            // A text is less than a longer text that begins with it.
+            // A prefix of a text is less than the text.
             std::basic_string<std::make_unsigned_t<Unit>> const x(upperA.begin(), upperA.end());
             std::basic_string<std::make_unsigned_t<Unit>> const y(upperB.begin(), upperB.end());
             OX_HOLDS(a.text.compare(b.text) == (x > y) - (x < y));

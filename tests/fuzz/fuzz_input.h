@@ -12,12 +12,12 @@
 #include <string_view>
 
 // Common parts of the fuzz targets. A target decodes its input with Input and checks conditions
-// with OX_HOLDS. Input returns 0 for bytes behind its end, so every input is valid.
+// with OX_HOLDS. After the last byte, Input returns zeros, so every input is valid.
 
 /// The entry point of every fuzz target.
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size);
 
-/// Ends the process if the condition is false. The fuzzer then stores the input.
+/// Ends the process if the condition is false, so that the fuzzer stores the input.
 #define OX_HOLDS(condition) ((condition) ? void() : ox::fuzz::fail(#condition, __FILE__, __LINE__))
 
 namespace ox::fuzz
@@ -51,8 +51,8 @@ class Input
     /// Returns a number from 0 to end - 1.
     int below(int end) { return number() % end; }
 
-    /// Returns a number from -4 to 235, and sometimes any number. Texts and blocks have their ends
-    /// near 0.
+    /// Returns a number from -4 to 235, or sometimes any 32-bit number. Most numbers are small, so
+    /// that many of them lie near the begin or end of a short text or block.
     int position()
     {
         int const near = number();
@@ -66,7 +66,7 @@ class Input
         rest_.remove_prefix(taken.size());
         return taken;
     }
-    /// Reads a byte with a length, and returns that many of the following bytes.
+    /// Reads a byte as a length, and returns as many of the following bytes.
     std::string text() { return std::string(bytes(number())); }
     /// Returns the bytes before the next line feed.
     std::string_view line()
@@ -81,11 +81,11 @@ class Input
     std::string_view rest_;
 };
 
-/// Limit of operations for one input, which bounds the time that an input takes.
+/// Maximum number of operations for one input. Limits the time that an input takes.
 inline constexpr int mostOperations = 200;
 
-/// Converts UTF-8, in which a lone surrogate has three bytes, to UTF-16. Corpus files contain
-/// UTF-8, since it is readable.
+/// Converts UTF-8 to UTF-16. Accepts a lone surrogate, encoded in three bytes. The corpus files
+/// contain UTF-8, so that an editor can show them.
 QString utf16Of(std::string_view bytes);
 
 inline QString latin1(std::string_view bytes)
@@ -98,8 +98,8 @@ inline char upper(char c)
     return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
 }
 
-/// Returns the first position at or after `from` where `needle` occurs, or -1. `same` compares two
-/// units.
+/// Returns the first position at or after `from` where `needle` occurs, or -1. `same` returns
+/// whether two units are equal.
 template <typename Text, typename Same>
 int naiveFind(Text const & text, Text const & needle, int from, Same same)
 {
@@ -111,9 +111,9 @@ int naiveFind(Text const & text, Text const & needle, int from, Same same)
     return -1;
 }
 
-/// Writes a file of this name in a temporary folder of the process, and returns its path.
+/// Writes a file in a temporary folder of the process, and returns the path of the file.
 QString writeFile(char const * name, std::string_view content);
-/// Returns the path of a name in that folder.
+/// Returns the path of a file in the temporary folder of writeFile().
 QString filePath(char const * name);
 std::string contentOf(QString const & path);
 

@@ -9,8 +9,8 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-// Fuzzes the parsers of texts from the kernel and of configuration files, and the readers of lock
-// files and shared segments that another process has created.
+// Fuzzes the parsers of kernel files, such as /proc/PID/stat, and of configuration files. Fuzzes
+// also the functions that read lock files and shared segments of other processes.
 
 namespace
 {
@@ -72,7 +72,7 @@ void readLockFile(std::string_view text)
     OX_HOLDS(status.holder == _oxFileLockStatus::Nobody && status.who.size() <= 4096);
 }
 
-/// Attaches to a segment of any size and content, which another user of the segment keeps open.
+/// Attaches to a segment of any size and content. A second descriptor keeps the segment in use.
 void readSegment(std::string_view text)
 {
     std::string const key = "fuzz" + std::to_string(::getpid());

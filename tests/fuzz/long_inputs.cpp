@@ -8,16 +8,16 @@
 #include <vector>
 
 // Implements the option "--long-inputs SECONDS FOLDER…" of a fuzz target, which searches for inputs
-// that take more than linear time. It repeats an input of the corpus, or a piece of it, up to two
-// lengths and compares the processor times.
+// that take more than linear time. Repeats an input of the corpus, or a piece of an input, until it
+// has one of two lengths, and compares the processor times of both lengths.
 
 namespace
 {
 
 constexpr std::size_t shortLength = 16 << 10;
 constexpr std::size_t longLength = 8 * shortLength;
-constexpr double mostGrowth = 24; // three times the linear growth
-constexpr double noise = 0.004;   // seconds
+constexpr double mostGrowth = 24; // ratio of the times; linear growth is 8
+constexpr double noise = 0.004;   // shorter times, in seconds, are not reliable
 
 double now()
 {

@@ -7,7 +7,8 @@
 
 #include <numeric>
 
-// Fuzzes the parsers of data from disks, of performance data, and of lock files of other processes.
+// Fuzzes the parsers of disk data (SMART tables), performance data, and lock files of other
+// processes.
 
 namespace
 {
@@ -53,7 +54,7 @@ void setWord(std::string & bytes, std::size_t offset, std::size_t value)
         std::memcpy(&bytes[offset], &word, sizeof word);
 }
 
-/// Returns whether a part lies within the bytes.
+/// Returns whether the span `part` lies within `bytes`.
 bool isIn(std::string const & bytes, PerformanceObject::Bytes part)
 {
     return part.empty() || (part.data() >= bytes.data() &&

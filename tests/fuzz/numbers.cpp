@@ -29,7 +29,8 @@ QString printed(char const * format, ...)
     return QString::fromLatin1(text);
 }
 
-/// Separates groups of three digits from the right. Does not separate a front part of up to 1000.
+/// Inserts a separator between groups of three digits. By a documented exception, leading digits up
+/// to 1000 are not separated, as in "1000.000".
 std::string grouped(unsigned long long number, char separator)
 {
     std::string const digits = std::to_string(number);
@@ -99,8 +100,8 @@ Wide difference(Wide a, Wide b)
     return Wide(Bits(a) - Bits(b));
 }
 
-/// Compares the date and time fields with the calendar of the standard library. The time is within
-/// the years of that calendar.
+/// Compares the date and time fields with the calendar of the standard library. The year must be in
+/// the range of this calendar.
 void checkCalendar(_oxTime const & time)
 {
     using namespace std::chrono;

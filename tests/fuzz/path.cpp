@@ -16,8 +16,8 @@ QChar separatorOf(QString const & path)
     return path.contains(u'\\') ? QChar(u'\\') : QChar(char16_t{ox::platform::ownSeparator});
 }
 
-/// Checks that the overloads for a record return the same parts, if the record can hold the whole
-/// path.
+/// Checks that the overloads for a fixed string return the folder `folder` and the name `name`, if
+/// the string can hold the whole path.
 template <typename S>
 void checkRecord(QString const & path, QString const & folder, QString const & name)
 {

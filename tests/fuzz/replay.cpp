@@ -6,8 +6,8 @@
 #include <random>
 #include <vector>
 
-// Runs a fuzz target with the files in the given folders and with modified copies of them, the same
-// in every run. This tests the targets in every build, with any compiler and on any system.
+// Runs a fuzz target with the files in the given folders, and with modified copies of the files.
+// The modifications are the same in every run. So every build tests the targets, without libFuzzer.
 
 namespace
 {
@@ -21,7 +21,7 @@ void feed(std::string const & bytes)
     LLVMFuzzerTestOneInput(reinterpret_cast<std::uint8_t const *>(bytes.data()), bytes.size());
 }
 
-/// Changes, removes or duplicates some bytes.
+/// Changes, removes or copies some random bytes.
 void change(std::string & bytes, std::minstd_rand & random)
 {
     std::size_t const at = random() % (bytes.size() + 1);

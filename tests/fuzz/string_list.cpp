@@ -4,8 +4,8 @@
 
 #include <vector>
 
-// Fuzzes the string list and compares it with a vector of entries, including the bytes behind the
-// texts.
+// Fuzzes the string list and compares it with a vector of entries, including the bytes after the
+// end of each text.
 
 namespace
 {
@@ -32,13 +32,13 @@ int find(Entries const & entries, Entry const & wanted, bool isCaseSensitive)
 
 Entry readEntry(Input & in)
 {
-    // A sort key holds four units. Texts with a longer equal prefix make sort() compute further
+    // sort() compares keys of four units. Texts with a longer common prefix make it compute further
     // keys.
     QString const prefix(in.number() % 16, u'a');
     Entry entry(prefix + utf16Of(in.line()));
     entry.value[400] = in.number(); // distinguishes entries with equal texts
     if (in.below(32) == 0)
-        entry.length = in.number<std::uint16_t>(); // like a length from a damaged file
+        entry.length = in.number<std::uint16_t>(); // as in a damaged file
     return entry;
 }
 
