@@ -27,8 +27,8 @@ namespace
 
 constexpr int threadCount = 8;
 
-/// Calls the work on 8 threads with the number of the thread. The threads begin each round at the
-/// same time.
+/// Calls work(thread) on 8 threads, numbered from 0, `rounds` times. All threads begin each round
+/// at the same time.
 template <typename Work>
 void together(int rounds, Work const & work)
 {
@@ -46,9 +46,9 @@ void together(int rounds, Work const & work)
         each.join();
 }
 
-using Races = FolderTest;
+using ThreadSafety = FolderTest;
 
-TEST_F(Races, OfTheFirstChecksums)
+TEST_F(ThreadSafety, OfTheFirstChecksums)
 {
     auto const data = reinterpret_cast<unsigned char const *>("123456789");
     together(20, [&](int thread) {
@@ -63,7 +63,7 @@ TEST_F(Races, OfTheFirstChecksums)
     });
 }
 
-TEST_F(Races, OfTimesWhoseZoneIsNotYetRead)
+TEST_F(ThreadSafety, OfTimesWhoseZoneIsNotYetRead)
 {
     qputenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3");
     together(20, [](int) {
@@ -76,7 +76,7 @@ TEST_F(Races, OfTimesWhoseZoneIsNotYetRead)
     });
 }
 
-TEST_F(Races, OfTexts)
+TEST_F(ThreadSafety, OfTexts)
 {
     _oxString<500> const shared = u"coImageWidth \u0416"_q;
     _oxStringList list;
@@ -95,7 +95,7 @@ TEST_F(Races, OfTexts)
     });
 }
 
-TEST_F(Races, OfTheSystem)
+TEST_F(ThreadSafety, OfTheSystem)
 {
     auto const id = static_cast<unsigned>(QCoreApplication::applicationPid());
     together(3, [&](int thread) {
@@ -123,7 +123,7 @@ TEST_F(Races, OfTheSystem)
     });
 }
 
-TEST_F(Races, OfLogLines)
+TEST_F(ThreadSafety, OfLogLines)
 {
     QByteArray const name = path("log").toUtf8();
     together(50, [&](int thread) {
@@ -136,7 +136,7 @@ TEST_F(Races, OfLogLines)
     EXPECT_EQ(lines, 50 * threadCount);
 }
 
-TEST_F(Races, OfLocks)
+TEST_F(ThreadSafety, OfLocks)
 {
     using namespace ox::platform;
     QByteArray const name = path("file").toUtf8();
@@ -165,7 +165,7 @@ TEST_F(Races, OfLocks)
     });
 }
 
-TEST_F(Races, OfSegments)
+TEST_F(ThreadSafety, OfSegments)
 {
     constexpr int rounds = 10;
     std::string const key = "races" + std::to_string(QCoreApplication::applicationPid());
@@ -185,7 +185,7 @@ TEST_F(Races, OfSegments)
     EXPECT_EQ(creators, 2 * rounds) << "each round creates a global and a local segment";
 }
 
-TEST_F(Races, OfCopiesListingsAndEmptiedFolders)
+TEST_F(ThreadSafety, OfCopiesListingsAndEmptiedFolders)
 {
     QByteArray const content(300000, 'c');
     writeFile(path("source"), content);
@@ -215,7 +215,7 @@ TEST_F(Races, OfCopiesListingsAndEmptiedFolders)
     EXPECT_EQ(contentOf(path("synced")), content);
 }
 
-TEST_F(Races, OfBuffersAndSearchers)
+TEST_F(ThreadSafety, OfBuffersAndSearchers)
 {
     together(5, [&](int thread) {
         std::string content(100000, static_cast<char>('a' + thread));
@@ -245,7 +245,7 @@ class CountingLogger : public oxLogger
     std::atomic<int> lines = 0;
 };
 
-TEST_F(Races, OfCrashHandlersAndDumpsOnDemand)
+TEST_F(ThreadSafety, OfCrashHandlersAndDumpsOnDemand)
 {
     if (hasAddressSanitizer)
         GTEST_SKIP() << "the sanitizers handle the signals of crashes";
