@@ -24,7 +24,7 @@ TEST(ExceptionText, ReturnsTheTextsOfExceptions)
         QLatin1String("EXCEPTION: The thread tried to read from or write to a virtual address "
                       "for which it does not have the appropriate access. (Possible NULL "
                       "Pointer)"));
-    // The longest text must also fit into the 8-bit record.
+    // The longest text must fit into the 8-bit string, too.
     EXPECT_TRUE(oxLastOSError8(static_cast<int>(0x80000002))
                     .view()
                     .ends_with("32-bit values on 4-byte boundaries, and so on."));

@@ -13,7 +13,7 @@ using ox::platform::PerformanceObject;
 using ox::platform::performanceTime;
 using ox::platform::Title;
 
-/// Writes the structures in the layout that Windows uses.
+/// Writes the structures of performance data in the layout that Windows uses.
 class Writer
 {
   public:
@@ -81,8 +81,8 @@ void addObject(Writer & out, std::uint32_t title, std::vector<Counter> const & c
     out.word(object, out.bytes.size() - object);
 }
 
-/// Returns performance data with three objects: a processor and the total of the processors, five
-/// instances of processes, and the memory.
+/// Returns performance data with three objects: processors (one processor and the total), processes
+/// (five instances), and the memory.
 std::vector<char> sampleBlock()
 {
     Writer out;

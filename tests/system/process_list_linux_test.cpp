@@ -24,8 +24,8 @@ using namespace ox::tests;
 namespace
 {
 
-/// Runs a function in a forked process with a new process group. The destructor kills the whole
-/// group.
+/// Runs a function in a forked process, which has a process group of its own. The destructor kills
+/// the whole group.
 class Forked
 {
   public:
@@ -90,7 +90,7 @@ TEST(ProcessListOnLinux, AgreesWithTheProcessorClockOfTheProcess)
         }
         return time;
     };
-    // The processor time must be above 0 at the first measurement.
+    // At the first measurement, the process must have used some processor time.
     while (busy.cpuTime() < 300000)
         ::usleep(10000);
     double const before = read();
@@ -112,7 +112,8 @@ TEST(ProcessListOnLinux, NamesAProcessByItsExecutableAndItsUser)
     QProcess process;
     process.start(program, QStringList());
     ASSERT_TRUE(process.waitForStarted());
-    // A program uses almost no memory when it starts. After the program has answered, it uses more.
+    // A program uses almost no memory when it starts. Waits until the program has answered and uses
+    // more.
     process.write("answer\n");
     ASSERT_TRUE(process.waitForReadyRead());
     // The program's file may be deleted while the program runs, for example by an update.
@@ -172,13 +173,13 @@ TEST(ProcessListOnLinux, ListsRunningProcessesWithTheirFigures)
         kernelThreads += list->entries[i].parentPid == 2 || list->entries[i].name == "KTHREADD";
     EXPECT_EQ(kernelThreads, 0);
 
-    // This process started after the last call of initGetProcessInfo.
+    // The process "partlyEnded" started after the last call of initGetProcessInfo.
     int const index = list->getListIDByPID(partlyEnded.id(), false);
     ASSERT_GE(index, 1);
     list->getProcessInfo(index);
     EXPECT_EQ(list->entries[index].name.view(), "SYSTEM_TESTS");
     EXPECT_GE(list->entries[index].memMB, 1);
-    // Process 1 is the first process of the system. In a container it may be an application.
+    // Process 1 is the init process. In a container it may be an application.
     int const one = list->getListIDByPID(1, false);
     ASSERT_GE(one, 1);
     list->getProcessInfo(one);

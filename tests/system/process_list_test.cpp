@@ -31,8 +31,8 @@ QString ownFileName()
     return QFileInfo(ownProgram()).fileName();
 }
 
-/// A second instance of a program, by default of this program. It runs until its standard input is
-/// closed.
+/// Starts a second instance of a program, by default of this program. The instance runs until its
+/// standard input is closed.
 class SecondInstance : public Child
 {
   public:
@@ -93,8 +93,8 @@ TEST(ProcessList, FindsASecondInstanceUntilItIsKilled)
     ASSERT_GE(index, 1);
     EXPECT_EQ(list->entries[index].parentPid, ownId());
 
-    // The constructor of the list read all figures before this process started. getProcessInfo
-    // reads the current figures.
+    // The constructor of the list read the figures of all processes before the second instance
+    // started. getProcessInfo reads the current figures.
     list->getProcessInfo(index);
     EXPECT_GE(list->entries[index].memMB, 1);
 
@@ -102,7 +102,7 @@ TEST(ProcessList, FindsASecondInstanceUntilItIsKilled)
     list->killProcess(secondId);
     EXPECT_TRUE(second.hasEnded());
     EXPECT_FALSE(list->processExistsPID(secondId, true));
-    // A process that has ended has no figures, even while another process has a handle to it.
+    // Figures of a process that has ended stay 0, even while another process has a handle to it.
     _oxProcessEntry & behind = list->entries[list->count];
     behind.pid = secondId;
     behind.cpuTime = behind.memMB = 0;

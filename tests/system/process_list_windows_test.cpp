@@ -25,7 +25,7 @@ TEST(ProcessListOnWindows, ReadsOwnersAndFigures)
     ASSERT_GE(index, 1);
     _oxProcessEntry const & own = list->entries[index];
     EXPECT_TRUE(own.name.endsWith(".EXE"));
-    // Each process has figures, even if the system's performance data contains no processes.
+    // getProcessInfo reads the figures even if the system's performance data contains no processes.
     list->getProcessInfo(index);
     EXPECT_FALSE(own.user.isEmpty());
     EXPECT_NE(own.user.view(), "noDebugPriv");

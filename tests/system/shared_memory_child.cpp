@@ -22,7 +22,7 @@ int hold()
     return 0;
 }
 
-/// Creates the segment and holds it. The exit code is the error code if the call fails.
+/// Creates the segment and holds it. If the creation fails, the exit code is its error code.
 int create(oxSharedMemory & memory, int size)
 {
     return memory.create(size, true, true) ? hold() : memory.error();
@@ -36,8 +36,8 @@ int lock(oxSharedMemory & memory, int)
     return memory.lock() ? hold() : 102;
 }
 
-/// Adds 1 to the first byte `count` times, each time under the lock. If the lock does not work, the
-/// pauses let other processes change the byte at the same time. Exit code 101: not attached.
+/// Adds 1 to the first byte `count` times, each time under the lock. Pauses between the read and
+/// the write, so that a lock that does not work loses updates. Exit code 101: not attached.
 int increment(oxSharedMemory & memory, int count)
 {
     if (!memory.attach())

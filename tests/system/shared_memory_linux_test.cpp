@@ -64,7 +64,7 @@ class SharedMemoryAsRoot : public SharedMemoryOnLinux
             GTEST_SKIP() << "only root can become another user and mount a file system";
     }
 
-    /// Runs the work in a forked process that ends without calling destructors. Returns the result
+    /// Runs the work in a forked process, which ends without destructor calls. Returns the result
     /// of the work.
     template <typename Work>
     static bool isTrueInFork(Work const & work)
@@ -181,7 +181,7 @@ TEST_F(SharedMemoryAsRoot, FallsBackToTheLocalSegmentWithoutAccessToTheGlobalOne
     }));
     QFile::remove(globalObject);
 
-    // A local object that another user owns is not accepted, either.
+    // A local object of another user is refused, too.
     writeFile(localObject, garbage);
     ASSERT_EQ(::chown(localObject.toStdString().c_str(), nobody, nobody), 0);
     EXPECT_FALSE(memory.create(10, false, false));

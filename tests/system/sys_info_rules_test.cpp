@@ -118,7 +118,7 @@ TEST(LocalClock, HasTheLocalCalendarFields)
               std::make_tuple(2026, 11, 6, 14));
     EXPECT_EQ(std::tie(clock.hour, clock.minute, clock.second, clock.milliseconds),
               std::make_tuple(9, 5, 7, 0));
-    // The year is out of range, although its low 16 bits are a valid year.
+    // The year does not fit into 16 bits, although its low 16 bits are a valid year.
     EXPECT_EQ(localClockAt(_oxTime(std::int64_t{65536} * 31556952 + time.value, true)),
               std::nullopt);
     EXPECT_EQ(localClockAt(_oxTime(std::numeric_limits<__int64>::max(), true)), std::nullopt);
@@ -156,8 +156,7 @@ TEST(DesktopUser, IsTheLastOwnerThatCanBeLookedUp)
     }
 }
 
-/// Returns a table as a disk reports it: attributes of 12 bytes each and a checksum in the last
-/// byte.
+/// Returns a SMART table: attributes of 12 bytes each, and a checksum in the last byte.
 std::vector<unsigned char> smartTable(std::vector<std::vector<unsigned char>> const & attributes)
 {
     std::vector<unsigned char> table(512);
@@ -198,7 +197,7 @@ TEST(SmartTable, ShowsAttributesAndTemperature)
     EXPECT_EQ(diskHealthOf(disk, true).temperature, 34);
     disk.smartTable = smartTable({startStops});
     EXPECT_EQ(diskHealthOf(disk, true).temperature, 21);
-    // A table has space for 30 attributes.
+    // A SMART table has space for 30 attributes.
     disk.smartTable = smartTable(std::vector(42, startStops));
     EXPECT_EQ(diskHealthOf(disk, true).lines.size(), 1 + 30 + 1);
 }
@@ -232,8 +231,8 @@ TEST(StorageDescriptor, IsReadWithinItsBounds)
     EXPECT_EQ(disk->model, u"Farm Disk 500");
     EXPECT_EQ(disk->bus, DiskBus::Ata);
 
-    // Answers with a truncated text, with no text, and with an offset into the header or
-    // behind the end.
+    // Damaged answers: a truncated text, no text, a text offset within the header (35), and a text
+    // offset after the end (60).
     EXPECT_EQ(parseStorageDescriptor(std::span(answer).first(42))->model, u"Farm");
     EXPECT_EQ(parseStorageDescriptor(std::span(answer).first(36))->model, u"");
     for (int const offset : {35, 60}) {

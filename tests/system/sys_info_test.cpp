@@ -26,7 +26,7 @@ TEST(SysInfo, IsCompleteAfterConstruction)
     EXPECT_EQ(info->guiUserChanged.value, 0);
     EXPECT_TRUE(info->isX64());
     EXPECT_LE(_oxSysInfo::getLastUserInput().value, _oxTime(true).value);
-    // The kernel uses a part of the memory.
+    // The kernel uses only a part of the memory.
     EXPECT_LT(info->getKernelMemory(), info->totalMemoryMB);
     EXPECT_GE(info->getSystemCacheSize(), 0);
 }
