@@ -48,7 +48,7 @@ std::string inflated(_OX_DataBuffer & buffer)
 
 } // namespace
 
-TEST(DataBuffer, ReturnsTheErrorTextsOfTheFarm)
+TEST(DataBuffer, ReturnsTheDocumentedErrorTexts)
 {
     struct {
         int code; // numbers instead of constants, since applications store the numbers

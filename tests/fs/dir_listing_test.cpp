@@ -168,7 +168,7 @@ TEST_F(DirListing, SortsByCodeUnitsAndStaysOnTheLastEntry)
     EXPECT_EQ(listing.fileName(), QString());
 }
 
-TEST_F(DirListing, OfNothingIsEmptyAndSafe)
+TEST_F(DirListing, OfAnEmptyOrMissingFolderHasNoEntries)
 {
     oxDirListing listing;
     auto const expectEmpty = [&listing] {

@@ -8,8 +8,8 @@ using namespace ox::tests;
 namespace
 {
 
-/// Returns the UTF-8 bytes of a text as Latin-1 characters, one for each byte. An encoded run
-/// contains this form.
+/// Returns the UTF-8 bytes of a text as a text with one Latin-1 character per byte. An encoded run
+/// contains a text in this form.
 QString bytesOf(QString const & text)
 {
     return QString::fromLatin1(text.toUtf8());
@@ -31,7 +31,7 @@ INSTANTIATE_TEST_SUITE_P(Forms, TransportEncoding,
                                          Coder{"Uni16", oxToOXUni16, oxFromOXUni16, u"<UNI16"_q}),
                          [](auto const & coder) { return std::string(coder.param.name); });
 
-TEST_P(TransportEncoding, KeepsTheReadableWordBehindItsRun)
+TEST_P(TransportEncoding, AppendsTheUnencodedWordOnRequest)
 {
     QString const word = u"x\u20ACy\u041F"_q;
     QString const encoded = GetParam().encode(u"a "_q + word + u" b"_q, true);
@@ -50,7 +50,7 @@ TEST_P(TransportEncoding, NeverEncodesTwice)
 TEST_P(TransportEncoding, DecodesManyMarkersInLinearTime)
 {
     QString const & marker = GetParam().marker;
-    // A decoder with quadratic time would exceed the time limit for these texts.
+    // With these texts, a decoder of quadratic time would exceed the time limit of the test.
     int const many = 200000;
     QString const nested = marker.repeated(many);
     for (QString const & text :
@@ -59,7 +59,7 @@ TEST_P(TransportEncoding, DecodesManyMarkersInLinearTime)
         EXPECT_LT(GetParam().decode(text).size(), text.size());
 }
 
-TEST(Utf8Runs, HaveTheFormatOfTheFarm)
+TEST(Utf8Runs, HaveTheDocumentedFormat)
 {
     EXPECT_EQ(oxToOXUTF8(u"see \u041F\u043E\n\u20ACx"_q, false),
               u"see <UTF8"_q + bytesOf(u"\u041F\u043E"_q) + u">\n<UTF8"_q + bytesOf(u"\u20ACx"_q) +
@@ -68,13 +68,13 @@ TEST(Utf8Runs, HaveTheFormatOfTheFarm)
     EXPECT_EQ(oxFromOXUTF8(u"<UTF8abc>d>"_q), u"abcd>"_q);
     EXPECT_EQ(oxFromOXUTF8(u"<tag><UTF8"_q + bytesOf(u"\u041F"_q) + u"></tag>"_q),
               u"<tag>\u041F</tag>"_q);
-    // Nested runs: the first ">" closes the first run, so the second run is decoded twice.
+    // In nested runs, the first ">" ends the outer run, so the inner run is decoded twice.
     EXPECT_EQ(oxFromOXUTF8(u"<UTF8a<UTF8\u00C3\u0083\u00C2\u00A9<UTF8b >c>d>"_q), u"a\u00E9bcd"_q);
     EXPECT_EQ(oxFromOXUTF8(u"<UTF8"_q + bytesOf(u"\u041F\u0420"_q)), u"\u041F\uFFFD\u00A0"_q);
     EXPECT_EQ(oxFromOXUTF8(u"<UTF8\u00C0\u00AF\u00F5\u041F>"_q), u"\uFFFD\uFFFD\uFFFD?"_q);
 }
 
-TEST(Uni16Runs, HaveTheFormatOfTheFarm)
+TEST(Uni16Runs, HaveTheDocumentedFormat)
 {
     EXPECT_EQ(oxToOXUni16(u"a\n\u0410 \u20AC"_q, false),
               u"<UNI16\0a\0\n\u0004\u0010> <UNI16\u0020\u00AC>"_q);

@@ -31,7 +31,7 @@ TEST(FixedString8, NarrowsUnitsToTheirLowByteAndQStringsToLatin1)
     EXPECT_EQ(wide, (std::vector<unsigned short>{'x', 0, 0xE9, 0, 0x7777}));
 }
 
-TEST(FixedString8, CountedFormsFollowTheirRules)
+TEST(FixedString8, OverloadsWithACountFollowTheirRules)
 {
     Even s("a\0b", 3);
     EXPECT_EQ(s.view(), std::string_view("a\0b", 3));
@@ -55,7 +55,7 @@ TEST(FixedString8, CountedFormsFollowTheirRules)
         << "truncated before the comparison";
 }
 
-TEST(FixedString8, NumbersHaveTheirLimits)
+TEST(FixedString8, ConvertsNumbersWithinTheirLimits)
 {
     EXPECT_EQ(Even().addNr(12345678), "12345678");
     EXPECT_EQ(Even().addNr(123456789), "") << "one byte of the capacity stays free";
@@ -70,7 +70,7 @@ TEST(FixedString8, NumbersHaveTheirLimits)
     EXPECT_EQ(Even("12x").toInt(nullptr), 12);
 }
 
-TEST(FixedString8, AllSizeStorageStartsCleared)
+TEST(FixedString8, AllSizeStorageIsInitialisedToZero)
 {
     _oxString8_AllSize<10> s;
     EXPECT_EQ(s.length, 0);

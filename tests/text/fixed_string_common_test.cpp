@@ -19,13 +19,13 @@
 namespace
 {
 
-/// Tests of behaviour that 8-bit and wide strings have in common.
+/// Tests of the behaviour that 8-bit and wide strings share.
 template <typename S>
 class FixedStringCommon : public testing::Test
 {
 };
 
-// 22 is a capacity that no record uses.
+// The library itself does not use the capacity 22.
 using Strings = testing::Types<_oxString8_evenSize<12>, _oxString8_evenSize<22>,
                                _oxString8_UnevenSize<15>, _oxString<10>, _oxString<2500>>;
 TYPED_TEST_SUITE(FixedStringCommon, Strings);
@@ -85,7 +85,7 @@ TYPED_TEST(FixedStringCommon, TreatsNullPointersAsEmptyTexts)
     EXPECT_EQ(kept.value[0], 'a') << "assigning null keeps the bytes";
 }
 
-/// Tests overloads that the fuzz target fixed_string does not call, and rules for positions and
+/// Tests the overloads that the fuzz target fixed_string does not call, and rules for positions and
 /// letters.
 TYPED_TEST(FixedStringCommon, AcceptsSingleUnitsAndTextsOfOtherKinds)
 {
@@ -167,7 +167,7 @@ TYPED_TEST(FixedStringCommon, KeepsItsMemoryImage)
 }
 
 /// The pointer is volatile, so that the compiler cannot discard the previous content of the memory
-/// when it constructs an object there.
+/// when it constructs an object in it.
 TYPED_TEST(FixedStringCommon, NeverWritesTheSpareByte)
 {
     using S = TypeParam;

@@ -78,8 +78,7 @@ TEST(FixedString, FollowsQtsCaseRulesForQStrings)
 
 TEST(FixedString, RoundTripsEveryUnitThroughAQString)
 {
-    // A byte order mark, a lone surrogate and half of a surrogate pair are treated like other
-    // units.
+    // Byte order marks, lone surrogates and the first half of a surrogate pair are ordinary units.
     for (Units const units : {Units(u"\uFEFFab"), Units(u"a\xD800z"), Units(u"\xFFFEq")})
         EXPECT_EQ(Wide(QString(Wide(units))).view(), units);
     EXPECT_EQ(Wide(QString(9, u'x') + QStringLiteral("\U0001F600")).view(), u"xxxxxxxxx\xD83D");

@@ -12,7 +12,8 @@
 #include <fmt/ostream.h>
 #include <fmt/ranges.h>
 
-// The library's formatters must not be ambiguous together with fmt's headers for ranges and dates.
+// The formatters must not be ambiguous if an application includes fmt's headers for ranges and
+// dates.
 TEST(Formatters, PrintTextsAsTheStreamsDo)
 {
     _oxString8_evenSize<250> const job = "job17";
@@ -27,7 +28,7 @@ TEST(Formatters, PrintTextsAsTheStreamsDo)
               "2026-11-14T09:05:07Z 1970-01-01T00:00:00Z   25% of 8 cores   Client 9");
 }
 
-// A temporary string has no conversion, since the view would outlive the string.
+// A temporary string does not convert to a view, since the view would outlive the string.
 static_assert(std::is_convertible_v<_oxString8_evenSize<250> const &, std::string_view>);
 static_assert(std::is_convertible_v<_oxString<500> &, std::u16string_view>);
 static_assert(!std::is_convertible_v<_oxString8_evenSize<250>, std::string_view>);

@@ -11,7 +11,7 @@ TEST_P(LocalZone, ReturnsTheCalendarFieldsOfTheSystem)
     std::int64_t const now = 1'794'000'000;
     ox::time::LocalZone zone;
     zone.read(now);
-    // The step is not a divisor of a day, so the times cover all hours and both sides of each
+    // The step of 7919 s does not divide a day, so the times cover all hours and both sides of each
     // change.
     for (std::int64_t time = now - 360 * 86400; time < now + 4 * 365 * 86400; time += 7919) {
         std::tm expected;

@@ -83,7 +83,7 @@ TEST(TimeValue, FollowsTheZonesRulesForTheDate)
         EXPECT_EQ(std::tm(utc(summer)).tm_hour, c.summerHour);
         EXPECT_EQ(std::tm(_oxTime32{static_cast<unsigned>(summer)}).tm_hour, c.summerHour);
 
-        // fromDateTime() converts the local fields back to the same second.
+        // The local fields must round-trip through fromDateTime().
         for (__int64 t : {winter, summer}) {
             std::tm const f = utc(t);
             _oxTime back;
@@ -108,7 +108,7 @@ TEST(TimeValue, ConvertsTheHoursAroundDaylightSaving)
     } const cases[] = {
         {0, 3, 29, 3, 1774746000},   // the first minute of summer time
         {30, 1, 25, 10, 1792884600}, // still summer time
-        {30, 2, 25, 10, 1792891800}, // this hour occurs twice; the second occurrence is used
+        {30, 2, 25, 10, 1792891800}, // an hour that occurs twice; means the second occurrence
     };
     for (auto const & c : cases) {
         _oxTime t;
@@ -200,7 +200,7 @@ TEST(TimeValue, ConvertsStatTimesByTheMeasuredOffset)
     _oxTime t;
     t.from_FILETIME(0xFFFFFFFF, 0xFFFFFFFF);
     EXPECT_EQ(t.value, -11644473600) << "ticks are a signed number";
-    // A process that starts in winter measures this offset.
+    // The offset (seconds) that a process measures if it starts in winter.
     _oxTime::oxTime_Start_OffSet = 3600;
     EXPECT_EQ(_oxTime::convertStatFileTime(winter).value, winter);
     SKIP_WITHOUT_DAYLIGHT_SAVING();

@@ -10,7 +10,8 @@
 #include <ctime>
 
 /// Sets the time zone of the process during the object's lifetime, and resets the measured offset.
-/// The zone is given as a rule, since a minimal machine does not know the names of zones.
+/// `rule` is a POSIX rule such as "CET-1CEST,…", since a minimal system has no database of zone
+/// names.
 class TimeZone
 {
   public:
@@ -30,11 +31,11 @@ class TimeZone
     QByteArray saved_;
 };
 
-/// Skips a test if the C run-time library ignores the dates of daylight saving time in TZ, as that
-/// of Windows does.
+/// Skips a test on Windows, where the C run-time library ignores the dates of daylight saving time
+/// in the environment variable TZ.
 #define SKIP_WITHOUT_DAYLIGHT_SAVING()                                                             \
     if (ox::tests::isWindows)                                                                      \
-    GTEST_SKIP() << "daylight saving cannot be set for one process on this system"
+    GTEST_SKIP() << "this system cannot set daylight saving time for a single process"
 
 inline constexpr char berlin[] = "CET-1CEST,M3.5.0,M10.5.0/3";
 inline constexpr char newYork[] = "EST5EDT,M3.2.0,M11.1.0";
