@@ -15,7 +15,7 @@ using namespace ox::tests;
 namespace
 {
 
-/// A folder with the source "a". Some tests add a previous target "b".
+/// A test with a folder that contains the source "a". Some tests add an existing target "b".
 class Copying : public testing::Test
 {
   protected:
@@ -29,7 +29,7 @@ class Copying : public testing::Test
 
     bool works(char const * command) const { return toolShell(share.path()).succeeds(command); }
 
-    /// Returns whether the temporary file of a copy contains at least the first piece.
+    /// Returns whether the temporary file of an unfinished copy contains at least the first piece.
     bool isHalfCopied() const
     {
         for (QString const & name : share.names()) {
@@ -144,7 +144,7 @@ TEST_F(Copying, RemovesTemporaryFilesOfKilledProcessesOnly)
 TEST_F(Copying, RefusesLinksOfOtherUsersAsRoot)
 {
     if (!works("test $(id -u) = 0 && ln -s b link && chown -h 65534 link"))
-        GTEST_SKIP() << "it takes root to make such a link";
+        GTEST_SKIP() << "only root can create a link of another user";
     EXPECT_EQ(shell(R"sh(echo 1 >b; echo 12 >log; ! "$0" cp a link; ! "$0" resume log link; cat b
                          chown -h 0 link; "$0" resume log link; cat b)sh"),
               (QStringList{u"oxtool: cannot write 'link': Permission denied"_q,

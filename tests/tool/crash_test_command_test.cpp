@@ -13,7 +13,7 @@ using namespace ox::tests;
 TEST(CrashTestCommand, ShowsTheDumpOfACrashWhichTheCommandCrashReads)
 {
     if (hasAddressSanitizer)
-        GTEST_SKIP() << "the sanitizers take the signals of crashes";
+        GTEST_SKIP() << "the sanitizers handle the signals of crashes";
     Share const share;
     ToolRun run("crash-test thread --dir %1 --json", {share.path()});
     EXPECT_EQ(run.status(), 0) << run.errors().toStdString();
@@ -22,7 +22,7 @@ TEST(CrashTestCommand, ShowsTheDumpOfACrashWhichTheCommandCrashReads)
     EXPECT_EQ(result.value(u"log"_q).toArray().size(), 2);
     QString const dump = result.value(u"dump"_q).toString();
     EXPECT_TRUE(readDump(dump).isDump);
-    // Only the dump remains.
+    // The dump is the only new file.
     EXPECT_EQ(share.names().size(), 1);
 
     QString const readers = QStringLiteral(OX_DUMP_READERS);

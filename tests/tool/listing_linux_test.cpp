@@ -27,7 +27,8 @@ TEST(ListingOnLinux, ReportsTheNumberOfDeletedFilesWhenStopped)
     QString const longName(200, u'x');
     for (int i = 0; i < all; ++i)
         share.write(longName + QString::number(i), {});
-    // The report is longer than a pipe can hold, so the program blocks while it prints the report.
+    // The report is larger than the buffer of a pipe, so the program blocks while it prints the
+    // report.
     ToolRun run("empty %1", {share.path()});
     EXPECT_TRUE(run.waitForOutput("deleted"));
     run.send("INT");

@@ -41,7 +41,7 @@ TEST(Program, PrintsAnExampleInTheHelpOfEachCommand)
     EXPECT_TRUE(ToolRun("crc [a,b]").errors().contains(u"'[a,b]'"_q));
 }
 
-TEST(Program, NamesWhatIsWrongAndTheNearest)
+TEST(Program, ReportsUnknownWordsWithTheNearestMatch)
 {
     for (auto const & [line, message] :
          {std::pair("refersh a", "unknown command 'refersh'; did you mean 'refresh'?"),
@@ -131,8 +131,8 @@ TEST(Program, WorksWithoutThreadsOrFailsAtTheStart)
 {
     if (hasAddressSanitizer)
         GTEST_SKIP() << "the address sanitizer needs more memory than the test allows";
-    // Starting a thread fails, since the stack of a thread is larger than the process's memory
-    // limit.
+    // The program cannot start a thread, since the stack size (ulimit -s) is larger than the memory
+    // limit (ulimit -v).
     Share const share;
     QString const file = share.write(u"file"_q, "content");
     EXPECT_EQ(
@@ -146,7 +146,7 @@ TEST(Program, WorksWithoutThreadsOrFailsAtTheStart)
 
 TEST(Program, ShowsProgressInOneLineOfATerminalOnly)
 {
-    // Each letter takes two columns of the terminal; a combining mark takes none.
+    // Each letter in the name takes two columns of the terminal; the combining mark takes none.
     QString const wideName = u"\u65E5\u672C\U0001F600\u0301"_q.repeated(10);
     Share const share;
     QString const file = share.path(wideName);

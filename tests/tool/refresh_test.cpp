@@ -122,7 +122,7 @@ TEST_F(Refresh, LeavesNoFileWhenStoppedWhileLoadingOrWriting)
 {
     share.writeSparse(u"large"_q, qint64(700) << 20);
     share.writeSparse(u"raw"_q, qint64(200) << 20);
-    // This file has a valid CRC, so the command starts to write the output.
+    // The file "valid" has a valid CRC, so the command starts to write the output.
     ASSERT_EQ(ToolRun("pack %1raw %1valid", {share.path()}).status(), 0);
     QStringList const before = share.names();
     for (auto const & [name, step] :

@@ -18,7 +18,7 @@ using namespace ox::tests;
 namespace
 {
 
-/// Source folder "a" and target folder "b".
+/// A test with the source folder "a" and the target folder "b".
 class Syncing : public testing::Test
 {
   protected:
@@ -138,7 +138,7 @@ TEST_F(Syncing, ReportsTheFilesOfATreeInTheOrderOfASequentialRun)
     ToolRun run("sync %1 %2 -r --exclude %3", values);
     EXPECT_EQ(run.status(), 1);
     EXPECT_EQ(run.errors().count(u'\n'), 1) << run.errors().toStdString();
-    // The dry run does not try to replace the folder.
+    // The real run fails to replace the folder by a file. The dry run does not detect this failure.
     QStringList planned = dryRun.output().replace(u"to copy "_q, u"copied  "_q).split(u'\n');
     EXPECT_EQ(planned.removeAll(u"copied           %1"_q.arg(path("b/s1/deep/k"))), 1);
     EXPECT_EQ(run.output().split(u'\n').mid(0, 36), planned.mid(0, 36));
@@ -208,7 +208,7 @@ TEST_F(Syncing, DeletesWhatTheSourceDoesNotHaveFromAMarkedFolder)
     EXPECT_EQ(ToolRun("sync %1 %2 -r", {path("b"), path("b/sub")}).status(), 2);
     EXPECT_TRUE(QFile::exists(path("b/sub/2")));
 
-    // A target that cannot be replaced is a failure, after which nothing is deleted.
+    // If a target cannot be replaced, the command fails and deletes nothing.
     share.write(u"a/kept.d"_q, "content");
     share.write(u"b/extra"_q, "content");
     EXPECT_EQ(ToolRun("sync %1 %2 --delete", folders).status(), 1);

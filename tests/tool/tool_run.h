@@ -12,7 +12,7 @@
 namespace ox::tests
 {
 
-/// Splits a command line at its spaces, then replaces %1, %2, … with the values.
+/// Splits a command line at the spaces, then replaces %1, %2, … by the values.
 QStringList words(char const * line, QStringList const & values = {});
 
 /// Runs the built program as a process.
@@ -51,7 +51,8 @@ class ToolRun
     QByteArray errors_;
 };
 
-/// Runs a command line. Expects an exit status, and a text in the standard error.
+/// Runs the tool with a command line. The test fails unless the exit status is `status` and
+/// standard error contains `text`.
 void expectError(char const * line, QStringList const & values, int status, QString const & text);
 
 /// Returns a shell that runs scripts in a folder, by default the current folder. $0 is the program.
