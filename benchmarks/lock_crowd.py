@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
-"""Measures a lock that many machines want at the same time:
+"""Measures a lock for which many machines wait at the same time:
     benchmarks/lock_crowd.py TOOL FAULT_FS [--machines N]… [--delay MS] [--hold MS] [--turns N]
 
-Each machine is one process with one mount of its own: the slow file system of the tests (fault_fs) over
-a folder in memory, which delays and counts each request. A machine waits for the lock, holds it, and
-wants it again at once, a number of turns. Prints, for each number of machines: the time between the
-release by one machine and the next hold, the waits, and the requests that reach the server.
+Each machine is a process with a separate mount of fault_fs over a common folder in memory. fault_fs
+delays and counts each request. In each turn, a machine waits for the lock, holds it for a while and
+releases it. For each number of machines, prints the hand-over time (from the release by one machine
+until the next machine holds the lock), the waiting times, and the requests that reach the server.
 
-Everything runs in name spaces for mounts and processes, which end with the first process."""
+All processes and mounts are in new name spaces, which end with their first process."""
 
 import argparse
 import os
@@ -27,7 +27,7 @@ REQUESTS_AT = 16  # FaultControl::requests
 
 
 class Machine:
-    """A mount of the common folder."""
+    """A machine: a mount of the common folder."""
 
     def __init__(self, name, options):
         self.folder = WORK / "machines" / name
@@ -51,8 +51,8 @@ class Machine:
 
 
 def turns_of(machine, options, start, log):
-    """What the process of a machine does. It writes a line for each turn: when it began to wait,
-    when it held the lock, when it released it, in seconds."""
+    """Runs the turns of one machine. Logs a line for each turn with three times in seconds: when the
+    machine began to wait, got the lock, and released it."""
     script = f"date +%s.%N; sleep {options.hold / 1000}; date +%s.%N"
     time.sleep(max(start - time.time(), 0))
     for _ in range(options.turns):
@@ -79,7 +79,7 @@ def run_crowd(count, options):
             os._exit(0)
         processes.append(process)
     if any(os.waitpid(process, 0)[1] for process in processes):
-        raise RuntimeError("a machine has failed")
+        raise RuntimeError("the process of a machine failed")
     requests = sum(machine.requests() for machine in machines) - before
     os.close(log)
     for machine in machines:
@@ -91,8 +91,8 @@ def show(count, turns, requests):
     turns.sort(key=lambda turn: turn[1])
     for one, following in zip(turns, turns[1:]):
         if following[1] < one[2]:
-            raise RuntimeError("two machines had the lock at the same time")
-    # At the end fewer machines wait than there are.
+            raise RuntimeError("two machines held the lock at the same time")
+    # Excludes the last turn of each machine, since fewer machines wait at the end.
     crowded = turns[:-count] if len(turns) > count else turns
     gaps = [following[1] - one[2] for one, following in zip(crowded, crowded[1:])]
     waits = [held - began for began, held, _ in crowded]
@@ -108,9 +108,9 @@ def main():
     parser.add_argument("tool")
     parser.add_argument("fault_fs")
     parser.add_argument("--machines", type=int, action="append")
-    parser.add_argument("--delay", type=int, default=2, help="of each request, in ms")
-    parser.add_argument("--hold", type=int, default=50, help="time of a hold, in ms")
-    parser.add_argument("--turns", type=int, default=3, help="holds of each machine")
+    parser.add_argument("--delay", type=int, default=2, help="delay of each request in ms")
+    parser.add_argument("--hold", type=int, default=50, help="how long a machine holds the lock, in ms")
+    parser.add_argument("--turns", type=int, default=3, help="how often each machine takes the lock")
     options = parser.parse_args()
     if INSIDE not in os.environ:
         signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))

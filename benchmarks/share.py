@@ -3,13 +3,14 @@
 
     share.py [--quick] [--files N] [--delay MS]... [--only PART]... OXTOOL FAULT_FS
 
-fault_fs mounts a folder in memory and delays each request. The kernel caches nothing, so it also
-counts each request. The tool and its alternatives run on the same mount, one after the other, and
-the fastest of three runs counts; of operations above a second, the only run.
+fault_fs mounts a folder in memory and delays each request. The kernel does not cache the folder, so
+fault_fs sees and counts each request. The tool and its alternatives run on the same mount, one after
+the other. The result is the fastest of three runs. Operations of more than a second run only once.
 
-Prints a table for each delay. "by name" are requests that begin with a name: open, status, create,
-remove, rename. "least" is the smallest possible number of them, per file where there are several.
-"all" includes lookups, requests on open files, reads and writes.
+Prints a table for each delay. The column "by name" counts the requests that contain a name: open,
+status, create, remove, rename. "least by name" is the smallest possible number of these requests,
+per file if there are several files. "all" includes lookups and requests on open files, such as reads
+and writes.
 """
 
 import argparse
@@ -30,7 +31,7 @@ QUICK = Sizes(100, 32, 1000, 100, [2])
 
 
 class Share:
-    """A folder in memory behind fault_fs; it ends with the scope."""
+    """A folder in memory, mounted by fault_fs. Leaving the `with` block unmounts and removes it."""
 
     def __init__(self, program, delay_ms):
         self.root = pathlib.Path(tempfile.mkdtemp(prefix="share_bench_", dir="/dev/shm"))
@@ -66,12 +67,13 @@ class Share:
         os.truncate(self.log, 0)
 
     def requests(self):
-        """Returns the requests by name and all requests since clear_log()."""
+        """Returns the number of requests by name and of all requests since clear_log()."""
         with open(self.log, encoding="utf-8", errors="replace") as lines:
             columns = [line.split("\t", 4) for line in lines]
         count = collections.Counter(line[1] for line in columns)
-        # Each of these requests looks up its name, and two if there is a new name. Lookups of the
-        # folders on the way do not count. The top of the mount is never looked up.
+        # The kernel sends one LOOKUP before each request by name, and two before a RENAME or LINK.
+        # Lookups of parent folders do not count. The kernel never looks up the root of the mount, so
+        # its requests are counted instead.
         names = sum(line[1] == "LOOKUP" and line[3] not in FOLDERS for line in columns)
         folders = sum(line[1] in ("OPENDIR", "GETATTR") and line[3] == "/" for line in columns)
         folders += sum(line[1] == "OPENDIR" and line[3] in FOLDERS for line in columns)
@@ -88,7 +90,7 @@ def run(command, may_fail=False):
 
 
 class Measurement:
-    """The tool and its alternatives on one operation."""
+    """The results of the tool and of its alternatives for one operation."""
 
     def __init__(self, shares, label, least, per_file=1):
         self.shares, self.label, self.least, self.per_file = shares, label, least, per_file
@@ -151,7 +153,7 @@ class Bench:
             os.utime(file, (1700000000 + number, 1700000000 + number))
 
     def sync(self, to_share):
-        """Copies a folder from the share or to it: new, up to date, and 1 % changed."""
+        """Copies a folder from or to the share: to a new target, up to date, and with 1 % changed files."""
         with self.share() as share:
             local = share.root / "local"
             self.make_files(share.root / "source")
@@ -192,7 +194,7 @@ class Bench:
                 yield measurement
 
     def large(self):
-        """Copies one large file. The alternative "one side" only reads or writes the share."""
+        """Copies one large file. The alternative "one side" only reads from or only writes to the share."""
         with self.share() as one, self.share() as two:
             local = one.root / "local"
             for file in (local, one.backing / "large"):
@@ -251,10 +253,10 @@ class Bench:
 
 def main():
     parser = argparse.ArgumentParser(prog="share.py")
-    parser.add_argument("--quick", action="store_true", help="fewer files, 2 ms alone")
-    parser.add_argument("--files", type=int, help="files of a synchronisation")
-    parser.add_argument("--delay", type=float, action="append", help="milliseconds of a request")
-    parser.add_argument("--only", action="append", help="a part: lock, from, to, large, list, verify")
+    parser.add_argument("--quick", action="store_true", help="use fewer files, and only the delay of 2 ms")
+    parser.add_argument("--files", type=int, help="number of files of a synchronisation")
+    parser.add_argument("--delay", type=float, action="append", help="delay of each request in milliseconds")
+    parser.add_argument("--only", action="append", help="run only this part: lock, from, to, large, list or verify")
     parser.add_argument("oxtool")
     parser.add_argument("fault_fs")
     options = parser.parse_args()
