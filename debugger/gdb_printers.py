@@ -1,8 +1,8 @@
-"""Shows the library's types in gdb as what they mean: texts, times, lists, buffers.
+"""gdb pretty-printers, which show the library's types as texts, times, lists and buffers.
 
-gdb loads this file by itself with an installed shared library; docs/debugger.md describes the other
-cases. The printers only read memory, so they also work on a core. Lengths and counts in a damaged
-record are limited to its memory.
+gdb loads this file automatically with an installed shared library; docs/debugger.md describes the
+other cases. The printers only read memory, so they also work with a core file. In a damaged record,
+they limit lengths and counts to the memory of the record.
 """
 
 import datetime
@@ -12,7 +12,7 @@ import gdb.printing
 
 
 def shown(text):
-    """Returns a text in quotes, with unprintable characters escaped and cut as gdb cuts strings."""
+    """Returns a text in quotes. Escapes unprintable characters, and truncates at gdb's `print elements`."""
     limit = gdb.parameter("print elements") or len(text)
     escaped = "".join(
         "\\" + c if c in '"\\' else c if c.isprintable() else c.encode("unicode_escape").decode()
@@ -22,7 +22,7 @@ def shown(text):
 
 
 def bytes_at(address, count):
-    """Returns bytes of the program, or None where it has no readable memory."""
+    """Reads bytes from the program's memory. Returns None if they are not readable."""
     try:
         return bytes(gdb.selected_inferior().read_memory(address, count)) if count > 0 else b""
     except gdb.MemoryError:
@@ -53,7 +53,7 @@ def string_text(value):
 
 
 class Printer:
-    """A printer of a value whose summary is its class's `summary`."""
+    """Base class of the printers. A derived class returns the shown text from `summary`."""
 
     def __init__(self, value):
         self.value = value
@@ -111,7 +111,7 @@ class ProcessEntryPrinter(Printer):
 
 
 class ListPrinter(Printer):
-    """A printer of a container, which gdb also shows as an array of its entries."""
+    """Base class of the printers of containers. gdb also shows the entries as an array."""
 
     def children(self):
         entries, count = self.entries(self.value)
@@ -217,7 +217,7 @@ def build_printers():
     return printers
 
 
-# A process list is larger than the values that gdb reads by default.
+# By default, gdb does not read values as large as a process list.
 if (gdb.parameter("max-value-size") or 1 << 20) < 1 << 20:
     gdb.execute("set max-value-size 1048576")
 gdb.printing.register_pretty_printer(gdb.current_objfile(), build_printers(), replace=True)

@@ -1,4 +1,4 @@
-"""Tests what gdb shows of the core file of debugger_values, with the installed library:
+"""Tests how gdb shows the values in a core file of debugger_values, with the installed library:
 gdb_test.py SOURCE_DIR BUILD_DIR PROGRAM GDB CMAKE LIB_DIR
 """
 
@@ -32,7 +32,7 @@ VALUES = {
 }
 
 
-# Types of the natvis file, each with a value of the type. The file contains no other types.
+# All types in the natvis file, each with a value of the type.
 NATVIS = {
     "_oxString8_evenSize<*>": "even", "_oxString<*>": "wide", "_oxTime": "time", "_oxStringList": "list",
     "_oxProcessEntry": "processes[0].entries[0]", "_oxProcessList": "processes[0]", "_OX_DataBuffer": "buffer",
@@ -63,7 +63,7 @@ def natvis_expressions():
             while "()" in text:
                 text = re.sub(r"(\w+)\(\)", lambda match: f"({intrinsics[match[1]]})", text)
             text = text.replace("ErrorCode", "_OX_DataBuffer::ErrorCode")
-            words = re.split(r"\b([A-Za-z_]\w*)", text)  # identifiers have odd positions
+            words = re.split(r"\b([A-Za-z_]\w*)", text)  # identifiers are at odd indices
             words[1::2] = [word if word in KEYWORDS else f"{variable}.{word}" for word in words[1::2]]
             yield "".join(words)
 
@@ -78,7 +78,7 @@ class Debugger(unittest.TestCase):
         prefix, cls.core = folder.name + "/installed", folder.name + "/core"
         subprocess.run([CMAKE, "--install", BUILD, "--prefix", prefix], stdout=subprocess.DEVNULL, check=True)
         scripts, libraries = prefix + "/share/gdb/auto-load", os.path.join(prefix, LIB)
-        # docs/debugger.md recommends the first two settings for a library outside of the system.
+        # docs/debugger.md recommends the first two settings for a library outside of the system folders.
         cls.settings = (f"add-auto-load-safe-path {scripts}", f"add-auto-load-scripts-directory {scripts}",
                         f"set environment LD_LIBRARY_PATH {libraries}", f"set solib-search-path {libraries}")
         cls.program_output, errors = cls.gdb("run", "generate-core-file " + cls.core)
