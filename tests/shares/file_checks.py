@@ -42,7 +42,7 @@ def refresh_during_packs(s):
 
     def pack_now_and_then(number):
         pack(number + 1)
-        time.sleep(0.3)  # otherwise the refresh seldom finds a free lock
+        time.sleep(0.3)  # without a pause, the refresh seldom finds a free lock
 
     pack(1)
     wait_until((s.b / "f").exists, 60, "the first file")
@@ -57,7 +57,7 @@ def refresh_during_packs(s):
                     break
                 done = oxtool("refresh", s.b / "f", "--timeout", 20000, "--out",
                               s.folder / "out", status=None)
-                # A cache can show new content at its previous size, and a lock that was released.
+                # The cache of a share can return new content with the previous size, or a released lock.
                 if done.returncode == LOCKED or any(
                         text in done.stderr for text in ("CRC Error", "End of file")):
                     torn += 1
@@ -65,10 +65,10 @@ def refresh_during_packs(s):
                 equal(done.returncode, 0, done.stderr)
                 got = (s.folder / "out").read_bytes()
                 number = int(got.split(b" ", 1)[0])
-                equal(got == (content / f"{number}").read_bytes(), True, "whether it is whole")
+                equal(got == (content / f"{number}").read_bytes(), True, "whether the payload is complete")
         finally:
             stop.set()
-        require(packing.result(90) > 1, "no pack has run")
+        require(packing.result(90) > 1, "no pack command has run")
     return "at times it fails" if torn else KEPT
 
 
@@ -104,7 +104,7 @@ def copies(s):
     for copy in (s.b / "system", s.b / "pieces", s.b / "again", s.folder / "copy-back"):
         equal(copy.read_bytes() == source.read_bytes(), True, f"the content of {copy.name}")
         equal(int(copy.stat().st_mtime), 1_600_000_000, f"the time of {copy.name}")
-    # A copy replaces an existing file that the other machine has open for reading.
+    # A copy must replace an existing file that the other machine has open for reading.
     source.write_bytes(b"other")
     with open(s.b / "system", "rb"):
         replaced = oxtool("cp", source, s.a / "system", status=None)
@@ -131,7 +131,7 @@ def growing_file(s):
         equal((s.a / "log").read_bytes(), log.read_bytes(), "the log on the share")
         oxtool("resume", s.b / "log", local)
         got = local.read_bytes()
-        require(log.read_bytes().startswith(got), "the followed log is another one")
+        require(log.read_bytes().startswith(got), "the followed log does not begin like the source")
 
     def follows(_):
         oxtool("resume", s.b / "log", local)
@@ -185,7 +185,7 @@ def list_and_empty(s):
           [(f"f{number:03}", number) for number in range(60)], "the listing")
     equal([entry["name"] for entry in listed if entry["folder"]], ["below"], "the folders")
     oxtool("empty", "--recursive", s.b / "many")
-    equal(report("ls", "--dirs", s.b / "many")["entries"], [], "what the same machine lists")
+    equal(report("ls", "--dirs", s.b / "many")["entries"], [], "the listing after the call, on the same machine")
     return delay_of(lambda _: None, lambda _: report("ls", "--dirs", s.a / "many")["entries"] == [],
                     attempts=1)
 

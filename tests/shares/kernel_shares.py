@@ -17,7 +17,7 @@ MODULES = "/usr/lib/uml/modules"
 
 
 class KernelShare(Share):
-    """A share that the kernel mounts. Each mount is in its own network."""
+    """A share that the kernel mounts. Each mount has a separate network namespace."""
 
     subnet = 0
 
@@ -25,7 +25,7 @@ class KernelShare(Share):
         self.addresses = [self.network_of(number) for number in range(len(self.mounts))]
 
     def network_of(self, number):
-        """Creates the network of a mount. Returns the server's address in this network."""
+        """Creates the network namespace of a mount. Returns the server's address in this network."""
         space, subnet = f"{self.name}{number}", self.subnet + number
         inside = f"nsenter --net=/run/netns/{space}"
         for command in (
@@ -101,8 +101,8 @@ ALL = (Nfs, Cifs)
 
 
 def run_guest(arguments):
-    """Runs run.py with these arguments in a guest. Returns the rows that run.py prints as JSON, or the
-    reason why the guest does not run."""
+    """Runs run.py with these arguments in a guest (User-mode Linux). Returns the rows that run.py prints
+    as JSON, or the reason why the guest does not run."""
     folder = WORK / "guest"
     folder.mkdir(parents=True)
     init = folder / "init"

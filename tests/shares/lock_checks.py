@@ -1,4 +1,4 @@
-"""Checks of locks that two machines take and view."""
+"""Checks of locks that two machines take and whose status they query."""
 
 import concurrent.futures
 import os
@@ -34,7 +34,7 @@ def mutual_exclusion(s):
     if lines != ["begin", "end"] * (len(lines) // 2):
         return "at times two hold it"
     left = [name for name in os.listdir(s.a) if "_lock" in name]
-    equal(left, [], "what is left of the locks")
+    equal(left, [], "remaining lock files")
     counted = int((s.a / "counter").read_text())
     return KEPT if counted == turns * len(workers) else "holders read old content"
 
@@ -46,9 +46,9 @@ def waiting(s):
         taken = oxtool("lock", s.b / "f", "--timeout", 60000, "--", "true")
         equal(process.wait(30), 0, "the holder's status")
     equal(taken.returncode, 0, "the waiter's status")
-    equal(refused.returncode, LOCKED, "the impatient waiter's status")
+    equal(refused.returncode, LOCKED, "the status of the waiter with a short timeout")
     require("locked by" in refused.stderr, refused.stderr)
-    equal([name for name in os.listdir(s.a) if "_lock" in name], [], "what is left")
+    equal([name for name in os.listdir(s.a) if "_lock" in name], [], "remaining lock files")
     return KEPT
 
 
@@ -72,7 +72,7 @@ def status_of_killed(s):
             status = report("lock", "--status", s.b / "f")
         refused = oxtool("lock", s.b / "f", "--timeout", 250, "--", "true", status=LOCKED)
         require("locked by" in refused.stderr, refused.stderr)
-    require(status["held"], "the lock file of a killed process is gone")
+    require(status["held"], "the lock file of a killed process does not exist")
     return {False: KEPT, None: "cannot tell", True: "looks alive"}[status["live"]]
 
 
@@ -103,7 +103,7 @@ def broken_lock(s):
         refused = oxtool("lock", "--break", s.b / "f", status=None)
         if refused.returncode == 0:
             return "every lock is broken"
-        equal(refused.returncode, LOCKED, "the status of the refusal")
+        equal(refused.returncode, LOCKED, "the status of the refused --break")
         require(process.poll() is None, "the holder has ended")
     with holder(s.a / "f") as process:
         kill(process)

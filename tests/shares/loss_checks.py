@@ -1,4 +1,4 @@
-"""Checks in which the server ends during a command and restarts. Each leaves a working share."""
+"""Checks that kill the server during a command and restart it. After each check the share works."""
 
 import os
 import subprocess
@@ -18,7 +18,7 @@ def lose(s, seconds):
 
 
 def end_of(process, seconds=60):
-    """Waits for a process. Returns its status, or None after killing a process that hangs."""
+    """Waits for a process. Returns its exit status. If the process hangs, kills it and returns None."""
     try:
         return process.wait(seconds)
     except subprocess.TimeoutExpired:
@@ -27,8 +27,8 @@ def end_of(process, seconds=60):
 
 
 def has_one_of(file, *contents):
-    """Returns whether a file has one of these contents. A server that has just returned can refuse
-    to read."""
+    """Returns whether a file has one of these contents. Returns False after an error, since a server
+    can refuse to read just after its restart."""
     try:
         return file.read_bytes() in contents
     except OSError:
@@ -50,16 +50,16 @@ def loss_during_copy(s):
     lose(s, 2)
     status = end_of(process)
     whole = source.read_bytes()
-    wait_until(lambda: has_one_of(target, b"previous", whole), 30, "a whole target")
+    wait_until(lambda: has_one_of(target, b"previous", whole), 30, "a complete target")
     equal(target.read_bytes() == whole, status == 0, "whether the target is the new file")
     if status is None:
         return "it hangs"
     if status != 0:
         require("cannot copy" in output_of(process), output_of(process))
     oxtool("cp", source, target)
-    equal(target.read_bytes() == whole, True, "whether the next copy is whole")
+    equal(target.read_bytes() == whole, True, "whether the next copy is complete")
     left = [name for name in os.listdir(s.a) if name != "copy"]
-    equal(left, [], "what is left after the next copy")
+    equal(left, [], "other files after the next copy")
     return KEPT if status == 0 else "it fails; the previous file stays"
 
 

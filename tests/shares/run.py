@@ -6,9 +6,9 @@ The servers and mounts are inside new name spaces for mounts, processes and netw
 process of the name spaces ends or is killed, the kernel kills all their processes and removes all
 their mounts. Runs at the same time do not affect each other.
 
-All shares are checked at the same time, and servers are killed at any moment, so a busy machine can
-make a server miss its own time limits. Each failed check is therefore repeated on new shares with
-nothing else running. It counts as failed if it fails there, too."""
+All shares are checked at the same time, and the checks kill servers, so a busy machine can make a
+server exceed its own time limits. run.py therefore repeats each failed check on new shares, without
+other checks at the same time. A check counts as failed if it fails twice."""
 
 import argparse
 import concurrent.futures
@@ -27,7 +27,7 @@ import traceback
 import kernel_shares
 import shares
 import support
-# Each module registers its checks when it is imported. Checks that interrupt a share come last.
+# Each module registers its checks when it is imported. The checks that kill servers come last.
 import file_system_checks  # noqa: F401
 import lock_checks  # noqa: F401
 import file_checks  # noqa: F401
@@ -36,7 +36,7 @@ import loss_checks  # noqa: F401
 ALL = shares.ALL + kernel_shares.ALL
 LIMIT_SECONDS = 600
 INSIDE = "OX_INSIDE_NAME_SPACES"
-FAILED = "OX_FAILED_CHECKS"  # a file for the failed checks, a line SHARE:CHECK each
+FAILED = "OX_FAILED_CHECKS"  # path of the file for the failed checks, with a line SHARE:CHECK for each
 SPACES = ["unshare", "--mount", "--net", "--pid", "--fork", "--kill-child", "--mount-proc"]
 
 
@@ -52,20 +52,20 @@ def refusal():
 
 
 def run_and_repeat(tool):
-    """Runs the checks, and the failed ones once more."""
+    """Runs the checks, then repeats the failed ones once."""
     with tempfile.NamedTemporaryFile("w+") as failed:
         status = run_in_name_spaces(sys.argv, failed.name)
         again = failed.read().split()
     if status == 0 or not again:
         return status
-    print(f"Repeats what has failed: {', '.join(again)}", flush=True)
+    print(f"Repeating the failed checks: {', '.join(again)}", flush=True)
     words = [word for one in again for word in ("--only", one)]
     return run_in_name_spaces([sys.argv[0], tool, *words], os.devnull)
 
 
 def run_in_name_spaces(command, failed):
     """Runs this program again as the first process of new name spaces. The name spaces end when
-    this process ends, even by SIGKILL."""
+    this process ends, even if SIGKILL ends it."""
     def end_with_parent():
         ctypes.CDLL(None).prctl(1, signal.SIGKILL)  # PR_SET_PDEATHSIG
 
@@ -98,7 +98,7 @@ def set_up_name_spaces():
 
 @dataclasses.dataclass
 class Row:
-    """The result of a check on a share. `failure` is empty if the result is the expected one."""
+    """The result of a check on a share. `failure` is empty if the result equals the expected one."""
 
     check: str
     share: str
@@ -181,7 +181,7 @@ def options_of_program():
     parser.add_argument("--check", action="append", choices=[one.name for one in support.CHECKS])
     parser.add_argument("--only", action="append", metavar="SHARE:CHECK",
                         help="one check of one share")
-    parser.add_argument("--table", action="store_true", help="print the table of the documents")
+    parser.add_argument("--table", action="store_true", help="print a table for the pages in docs")
     return parser.parse_args()
 
 

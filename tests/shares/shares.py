@@ -1,7 +1,7 @@
 """Network shares for the checks. Each share is mounted twice; each mount represents one machine.
 
 All servers and mounts are inside the name spaces of run.py and end with them. The data is on a
-tmpfs, since some servers cannot export an overlay file system, which the root folder may be."""
+tmpfs, since some servers cannot export an overlay file system, and the root file system may be one."""
 
 import copy
 import os
@@ -24,7 +24,7 @@ def wait_until(condition, seconds=START_SECONDS, what="a condition"):
 
 
 def descendants(process):
-    """Returns the ids of a process and all of its descendants, whatever their process groups are."""
+    """Returns the ids of a process and of all its descendants, in any process group."""
     parents = {}
     for entry in pathlib.Path("/proc").glob("[0-9]*/stat"):
         try:
@@ -71,8 +71,8 @@ class Share:
         self.servers.append(self.spawn(*command))
 
     def start(self, checks=()):
-        """Mounts the share and creates a folder for each check. The second mount starts after the
-        folders of the first mount exist, so its cache does not contain the previous state."""
+        """Mounts the share and creates a folder for each check. Starts the second mount after the
+        first mount has created the folders, so that its cache contains no older state."""
         for program in self.programs:
             if not shutil.which(program):
                 raise FileNotFoundError(f"{program} is not installed")
@@ -93,7 +93,8 @@ class Share:
         return True
 
     def folder_of(self, check):
-        """Returns a copy of this share with the check's folders on both machines and the local disk."""
+        """Returns a copy of this share whose a, b and folder are the check's folders on both machines and on
+        the local disk."""
         own = copy.copy(self)
         own.a, own.b = (self.root_of(mount) / check for mount in self.mounts)
         own.folder = self.folder / "checks" / check
@@ -104,8 +105,8 @@ class Share:
         return f" {mount} " in pathlib.Path("/proc/mounts").read_text()
 
     def works(self):
-        """Returns whether the second machine can read what the first one has written. Some servers
-        need a few seconds after their start."""
+        """Returns whether the second machine can read a file that the first machine writes. After their
+        start, some servers need a few seconds for this."""
         try:
             probe = self.root_of(self.mounts[0]) / "probe"
             probe.write_text("data")
@@ -164,7 +165,7 @@ class MooseFs(Share):
             "chunk.cfg", *account, f"DATA_PATH = {self.folder}/chunkmeta",
             "HDD_CONF_FILENAME = " + self.write("hdd.cfg", str(self.data)),
             f"MASTER_HOST = {address}", f"BIND_HOST = {address}", f"CSSERV_LISTEN_HOST = {address}",
-            "HDD_LEAVE_SPACE_DEFAULT = 16MiB")  # the default is larger than a small disk
+            "HDD_LEAVE_SPACE_DEFAULT = 16MiB")  # the default exceeds the capacity of a small disk
 
     def start_server(self):
         # "-a" restores metadata that a killed master had not saved.

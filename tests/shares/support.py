@@ -1,9 +1,9 @@
 """Common parts of the checks. A check tests one promise of a network share from two machines.
 
-A check returns KEPT, or a short text that describes the deviation of the share. The decorator
-`check` lists the expected deviation of each share. A check fails if the result is not the expected
-one, even if the share keeps the promise. This keeps the tables in docs/lock_files.md and
-docs/platforms.md correct."""
+A check returns KEPT if the share keeps the promise, otherwise a short text that describes the
+deviation of the share. The decorator `check` lists the expected deviations of the shares. A check
+fails if the result differs from the expected one, even if the result is KEPT. So the tables in
+docs/lock_files.md and docs/platforms.md stay correct."""
 
 import contextlib
 import errno
@@ -36,8 +36,8 @@ class Check:
         return self.deviations.get(share.name, KEPT)
 
     def accepts(self, share, found):
-        """Returns whether a result is the expected one. For "at times X", X and KEPT are accepted,
-        too; for "up to N s late", KEPT and any shorter delay."""
+        """Returns whether a result is allowed. If "at times X" is expected, X and KEPT are allowed,
+        too. If "up to N s late" is expected, KEPT and any shorter delay are allowed."""
         expected = self.expected(share)
         if expected.startswith("at times"):
             return found in (expected, expected.removeprefix("at times "), KEPT)
@@ -58,7 +58,7 @@ def error_name(error):
 
 
 def oxtool(*words, wait=60, status=0):
-    """Runs the tool. The check fails if the exit status is not `status`; None accepts any status."""
+    """Runs the tool. The check fails unless the exit status is `status`; None accepts any status."""
     done = subprocess.run([tool, *map(str, words)], capture_output=True, timeout=wait, text=True,
                           errors="surrogateescape", check=False)
     if status is not None and done.returncode != status:
@@ -72,8 +72,8 @@ def report(*words, **options):
 
 
 def start(*words):
-    """Starts the tool with its output in a file. A pipe would stay open as long as children of a
-    killed tool live."""
+    """Starts the tool with its output in a file. With a pipe, the reader would wait for the children
+    of a killed tool, too."""
     output = tempfile.TemporaryFile("w+", errors="surrogateescape", dir="/run")
     process = subprocess.Popen([tool, *map(str, words)], stdin=subprocess.DEVNULL, stdout=output,
                                stderr=output)
@@ -103,7 +103,7 @@ def equal(found, expected, what):
 
 
 def result_of(call, *arguments):
-    """Calls a function. Returns KEPT, or the name of the system error, such as EBUSY."""
+    """Calls a function. Returns KEPT if it succeeds, otherwise the name of the error, such as EBUSY."""
     try:
         call(*arguments)
     except OSError as error:
@@ -126,7 +126,8 @@ def delay_of(change, is_seen, attempts=3):
 
 
 def reads(file, content):
-    """Returns whether a file has this content. A cached name of a removed file gives ESTALE."""
+    """Returns whether a file has this content. Returns False after an error, such as ESTALE if the name
+    of a removed file is still cached."""
     try:
         return file.read_text() == content
     except OSError:
