@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks the sources of the library and of the tool with clang-tidy, as .clang-tidy selects:
+"""Runs the clang-tidy checks that .clang-tidy selects on the sources of the library and the tool:
   scripts/tidy.py BUILD_FOLDER [FILE…]      without a file: all sources that the build compiles
 A source that passed is checked again only after its preprocessed text or .clang-tidy has changed.
 The build must not use precompiled headers, which clang-tidy cannot read.
@@ -19,7 +19,7 @@ TIDY = "clang-tidy-19"
 
 
 def sources(build, wanted):
-    """The entries of the compilation database for the wanted files, or for library and tool."""
+    """Returns the entries of the compilation database for `wanted`, or for the library and the tool."""
     entries = json.loads((build / "compile_commands.json").read_text())
     by_file = {pathlib.Path(entry["file"]): entry for entry in entries}
     folders = [ROOT / "shared", ROOT / "oxtool"]
@@ -28,7 +28,7 @@ def sources(build, wanted):
 
 
 def key_of(entry, config):
-    """A hash of the configuration and of the preprocessed text, which determine the result."""
+    """Returns a hash of .clang-tidy and of the preprocessed source, which determine the result."""
     arguments = shlex.split(entry["command"])
     arguments[arguments.index("-o") + 1] = "-"
     arguments[arguments.index("-c")] = "-E"
@@ -39,7 +39,7 @@ def key_of(entry, config):
 
 
 def check(build, entry, config):
-    """Returns what clang-tidy reports on a source; nothing if the source passes."""
+    """Returns the report of clang-tidy on a source, or an empty text if the source passes."""
     passed = CACHE / key_of(entry, config)
     if passed.exists():
         return ""

@@ -1,8 +1,8 @@
 """Writes the binary interface of the library as a short text, from the output of abidw:
   abi_list.py ABIDW_XML FILE_WITH_PUBLIC_HEADERS
-The text contains layouts, enumerators and virtual functions of the types of the public headers, and
-every exported function with its return type. Of types of other libraries and of private headers it
-contains only the names."""
+The text contains the layouts, enumerators and virtual functions of the types in the public headers,
+and every exported function with its return type. Types of other libraries and of private headers
+appear by name only."""
 import subprocess
 import sys
 import xml.etree.ElementTree as ElementTree

@@ -1,7 +1,7 @@
 """Tests examples/python/oxshared.py against the library in both directions.
 
-oxtool writes and reads the buffer files and lock files; the golden files are read, too. The tests of
-strings and times call exported functions of the library.
+The tests of buffer files and lock files exchange files with oxtool, and also read the golden files.
+The tests of strings and times call exported functions of the library.
 """
 
 import ctypes
@@ -35,13 +35,13 @@ def tool_json(*arguments):
 
 
 def call(symbol, *arguments):
-    """Calls an exported function of the library. Passes the address of a bytearray."""
+    """Calls an exported function of the library. Passes a bytearray as the address of its bytes."""
     passed = [(ctypes.c_char * len(a)).from_buffer(a) if isinstance(a, bytearray) else a for a in arguments]
     return getattr(LIBRARY, symbol)(*passed)
 
 
 def string(kind, capacity, text=None):
-    """Returns the layout of a string and memory for it, filled with 0xAB before the text is written."""
+    """Returns the layout of a fixed string, and memory filled with 0xAB into which `text` is written."""
     layout = FixedString(kind, capacity)
     memory = bytearray(b"\xab" * layout.size)
     if text is not None:
@@ -211,7 +211,7 @@ class BufferFiles(Folder):
 
 class LockFiles(Folder):
     def hold(self, path):
-        """Starts oxtool, which holds the lock until its standard input ends."""
+        """Starts an oxtool that holds the lock until its standard input ends."""
         command = [os.environ["OX_TOOL"], "lock", path, "--", "sh", "-c", "echo ready; read line"]
         holder = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         self.addCleanup(holder.wait)

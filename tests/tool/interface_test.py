@@ -3,8 +3,8 @@
 
     interface_test.py TOOL SHARE DOCUMENT
 
-SHARE is the folder of the generated files, DOCUMENT is docs/oxtool.md. The completions run in the real
-shells. A shell or a checker of manual pages that is not installed is skipped.
+SHARE is the folder of the generated files, DOCUMENT is docs/oxtool.md. The completions run in real
+shells. If a shell or the checker of manual pages is not installed, its tests are skipped.
 """
 import os
 import pty
@@ -39,7 +39,7 @@ def long_options(text):
 
 
 def commands_in_help(*path):
-    """Returns the commands that the help lists: the indented lines below the headings of groups."""
+    """Returns the commands in a help text, which are the indented lines below the headings of groups."""
     text = printed(tool, "help", *path).split("Options:")[1]
     return re.findall(r"^  ([a-z][a-z0-9-]*)(?:  |$)", text, re.M)
 
@@ -61,7 +61,7 @@ def check_pages(pages):
         for checker in (["mandoc", "-T", "lint", "-W", "warning"], ["groff", "-man", "-Tutf8", "-ww", "-z"]):
             if shutil.which(checker[0]):
                 run = subprocess.run(checker + [page], capture_output=True, text=True)
-                # A page without a date is the same in every build.
+                # The pages contain no date, so that they are equal in every build.
                 found = [line for line in (run.stdout + run.stderr).splitlines() if "missing date" not in line]
                 if found:
                     failures.append(f"{checker[0]}: " + found[0])
@@ -88,7 +88,7 @@ def complete_in_fish(lines):
 
 
 def complete_in_zsh(lines):
-    """Types the lines in an interactive shell, whose Tab key writes all matches to a file."""
+    """Types the lines in an interactive shell. The Tab key of the shell writes all matches to a file."""
     with tempfile.TemporaryDirectory() as folder:
         setup = f"""fpath=({share}/zsh/site-functions $fpath)
         autoload -U compinit && compinit -u -D
@@ -123,7 +123,7 @@ def complete_in_zsh(lines):
                         raise TimeoutError(f"zsh does not complete {line}")
                     time.sleep(0.01)
                     try:
-                        os.read(terminal, 65536)  # so that the shell never waits for the terminal
+                        os.read(terminal, 65536)  # empties the terminal, so that the shell never waits to write
                     except BlockingIOError:
                         pass
                 results.append({word.rstrip("=") for word in read(f"{folder}/found").split()} - {"END"})
