@@ -1,6 +1,7 @@
 // The program that crashes: crash_child LOG_FILE DUMP_FOLDER WORD…
-// Each WORD is an action or a kind of crash. The DUMP_FOLDER "default" selects the folder that
-// init() sets. If no word causes a crash, the exit code is 0.
+// Each WORD is an action, such as "dump", or a kind of crash, such as "null". The program performs
+// the words in order. The DUMP_FOLDER "default" selects the folder that init() sets. If no word
+// causes a crash, the exit code is 0.
 
 #include "oxtool/support/crash_kinds.h"
 #include "shared/crash/crash_handler.h"
@@ -23,7 +24,7 @@
 namespace
 {
 
-/// A logger that writes to an open file without a buffer.
+/// Logs to a file without buffering, so that no line is lost in a crash.
 class FileLogger : public oxLogger
 {
   public:
@@ -41,7 +42,8 @@ class FileLogger : public oxLogger
             std::fwrite("\n", 1, 1, file_);
         }
     }
-    /// Selects a fault that occurs before every line. Returns false for an unknown word.
+    /// Selects the fault that the logger causes before it writes a line. Returns false for an
+    /// unknown word.
     bool doWord(char const * word);
 
   private:

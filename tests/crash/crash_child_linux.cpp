@@ -17,8 +17,8 @@
 namespace
 {
 
-/// Volatile, so that the compiler does not remove the accesses. Without the second block, free()
-/// would merge the first block with the free end of the heap.
+/// Volatile, so that the compiler does not remove the accesses. The second block keeps free() from
+/// merging the first block with the free space at the end of the heap.
 void * volatile blocks[2];
 
 void allocateBlocks()
@@ -31,7 +31,7 @@ void allocateBlocks()
 /// in a freed block with an invalid address, and the next allocation uses this pointer.
 void crashInMalloc()
 {
-    std::thread([] {}).join(); // with a single thread so far, malloc takes no lock
+    std::thread([] {}).join(); // malloc takes no lock before the process starts a thread
     allocateBlocks();
     std::free(blocks[0]);
     static_cast<void * volatile *>(blocks[0])[1] = reinterpret_cast<void *>(16);
@@ -45,7 +45,8 @@ void freeTwice()
     std::free(blocks[0]);
 }
 
-/// Limits the size of files. Only the beginning of a dump can then be written, as on a full disk.
+/// Limits the size of files, so that only the beginning of a dump can be written, as on a full
+/// disk.
 void limitFileSize()
 {
     std::signal(SIGXFSZ, SIG_IGN);

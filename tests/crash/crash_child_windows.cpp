@@ -19,7 +19,7 @@ LONG WINAPI endByEarlierHandler(EXCEPTION_POINTERS *)
 /// Crashes while this thread holds the lock of the heap.
 void crashWithHeapLocked()
 {
-    ::Sleep(1000); // other threads that are still starting need the heap
+    ::Sleep(1000); // waits for other threads, which need the heap while they start
     ::HeapLock(::GetProcessHeap());
     ox::tool::crash("null");
 }

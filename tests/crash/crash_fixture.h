@@ -14,7 +14,7 @@
 namespace ox::tests
 {
 
-/// Runs the program that crashes. The dumps and the log are in a temporary folder.
+/// A test that runs the program that crashes. The dumps and the log are in a temporary folder.
 class CrashTest : public FolderTest
 {
   protected:

@@ -45,7 +45,7 @@ TEST_F(CrashTest, AForkedChildThatCrashesDoesNotReplaceItsParentsDump)
 
 TEST_F(CrashTest, TheProcessEndsIfNoDumpCanBeWritten)
 {
-    // Root can write to every folder except folders of the kernel.
+    // Root can write to every folder except those of the kernel, such as /proc.
     QString const readOnly = ::geteuid() == 0 ? u"/proc"_q : folder.path();
     ::chmod(folder.path().toUtf8().constData(), 0700);
     for (auto const & [words, dumpFolder] :
@@ -87,7 +87,7 @@ TEST_F(CrashTest, TheDumpReaderNamesTheFunctionThatCrashed)
     };
     ProgramRun const symbolReader = runReader("dump_syms", {program});
     if (!symbolReader.hasEnded || symbolReader.hasCrashed)
-        GTEST_SKIP() << "the dump readers do not run on this machine";
+        GTEST_SKIP() << "Breakpad's dump readers do not run on this machine";
     // The first line has the form "MODULE Linux x86_64 1F0B… crash_child".
     QByteArray const & symbols = symbolReader.output;
     QList<QByteArray> const module = symbols.left(symbols.indexOf('\n')).split(' ');
@@ -99,7 +99,8 @@ TEST_F(CrashTest, TheDumpReaderNamesTheFunctionThatCrashed)
 
     for (ox::tool::CrashKind const & kind : ox::tool::crashKinds()) {
         SCOPED_TRACE(kind.name);
-        // In a 32-bit build, the reader cannot unwind frames of the C library without its symbols.
+        // In a 32-bit build, the dump reader cannot unwind the C library without the symbols of the
+        // library.
         bool const endsInLibrary = text(kind.name) == u"abort"_q || text(kind.name) == u"throw"_q;
         if (sizeof(void *) == 4 && endsInLibrary)
             continue;

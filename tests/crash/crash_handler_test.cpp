@@ -62,7 +62,8 @@ TEST_F(CrashTest, ADumpOnDemandAndALaterCrashHaveSeparateDumps)
 {
     run({u"dump"_q, u"init"_q, u"dump-for-exception"_q, u"null"_q});
     EXPECT_EQ(output, "true\ntrue\n");
-    // If the name for a second is in use, the dump gets the name for the next free second.
+    // The name contains the time in seconds. If the name exists, the dump gets the name of the next
+    // free second.
     ASSERT_EQ(dumps().size(), 3);
     EXPECT_EQ(dump(0).code, 0xC0000025u);
     EXPECT_EQ(dump(1).code, 0xC0000094u);
@@ -115,7 +116,7 @@ TEST_F(CrashTest, ALoggerThatCrashesDuringADumpOnDemandIsACrashOfTheApplication)
 TEST_F(CrashTest, WithoutItsFolderADumpFailsAndTheProcessEnds)
 {
     run({u"dump"_q, u"null"_q}, path("missing"));
-    // The system may print text of its own after the program's output.
+    // The system may print its own text after the program's output.
     EXPECT_TRUE(output.startsWith("false\n")) << output.toStdString();
     EXPECT_EQ(exitCode, static_cast<int>(expectedEnds()[0].exitCode));
     EXPECT_EQ(lines(), (QList<QByteArray>{"crash detected falsedump called", "crash detected false",

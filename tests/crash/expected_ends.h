@@ -8,16 +8,16 @@
 /// The expected end of a process for a kind of crash on this system.
 struct ExpectedEnd {
     char const * word;
-    bool crashed;           ///< the end as QProcess reports it
-    std::uint32_t exitCode; ///< the exit code, or the signal number after a signal
+    bool crashed;           ///< whether QProcess reports a crash
+    std::uint32_t exitCode; ///< the exit code, or the number of the signal that ended the process
     std::uint32_t dumpCode;
     bool isMainThread;
 };
 
-/// Returns the expected end for each kind of crash. The first element is for an access to a null
-/// pointer.
+/// Returns the expected end of a process for each kind of crash. The first element belongs to the
+/// access to a null pointer.
 std::span<ExpectedEnd const> expectedEnds();
 
-/// Adds a folder to the search path for libraries. A copied program needs the folder of the
-/// original.
+/// Adds a folder to the search path for libraries. A copied program finds its libraries only in the
+/// folder of the original program.
 void addLibraryFolder(QString const & folder);
