@@ -54,7 +54,7 @@ Run success(std::function<bool()> work)
     return textOf([work = std::move(work)] { return work() ? u"done"_q : u"failed"_q; });
 }
 
-class Memory : public FolderTest
+class AllocationFailure : public FolderTest
 {
   protected:
     void expectSurvival(std::vector<Operation> const & operations)
@@ -128,7 +128,7 @@ class Memory : public FolderTest
     static constexpr auto allFiles = QDir::Files | QDir::Hidden;
 };
 
-TEST_F(Memory, OfTexts)
+TEST_F(AllocationFailure, InTexts)
 {
     QString const wide = u"wide \u0416\u20AC name"_q;
     QString const file = u"C:\\a\\b\\..\\shot_\u0416.exr"_q;
@@ -188,7 +188,7 @@ TEST_F(Memory, OfTexts)
     });
 }
 
-TEST_F(Memory, OfStringLists)
+TEST_F(AllocationFailure, InStringLists)
 {
     _oxStringList three;
     for (char const * name : {"c", "a", "b"})
@@ -217,7 +217,7 @@ TEST_F(Memory, OfStringLists)
     });
 }
 
-TEST_F(Memory, OfDataBuffers)
+TEST_F(AllocationFailure, InDataBuffers)
 {
     QByteArray content(5000, 'x');
     auto const zlibContent = reinterpret_cast<unsigned char *>(content.data());
@@ -312,7 +312,7 @@ TEST_F(Memory, OfDataBuffers)
     });
 }
 
-TEST_F(Memory, OfFiles)
+TEST_F(AllocationFailure, InFiles)
 {
     QString const source = writeFile(path("source"), "newer content");
     QString const to = path("target");
@@ -398,7 +398,7 @@ TEST_F(Memory, OfFiles)
     });
 }
 
-TEST_F(Memory, OfTheSystem)
+TEST_F(AllocationFailure, InSystemInformation)
 {
     auto const id = static_cast<unsigned>(QCoreApplication::applicationPid());
     std::string const key = "memory" + std::to_string(id);

@@ -95,7 +95,7 @@ TEST_F(ThreadSafety, OfTexts)
     });
 }
 
-TEST_F(ThreadSafety, OfTheSystem)
+TEST_F(ThreadSafety, OfSystemInformation)
 {
     auto const id = static_cast<unsigned>(QCoreApplication::applicationPid());
     together(3, [&](int thread) {
