@@ -79,7 +79,7 @@ TEST_F(Copying, CopiesSeveralFilesIntoAFolder)
 TEST_F(Copying, ShowsProgressOnATerminal)
 {
     if (!hasTerminals())
-        GTEST_SKIP() << "there is no script with a pseudo-terminal";
+        GTEST_SKIP() << "the program script, which creates a pseudo-terminal, is not available";
     QString const shown = shell("script -qec \"'$0' cp a b --pause 600\" /dev/null").join(u'\n');
     EXPECT_TRUE(shown.contains(u" %, 1.0 of 2.0 MiB, "_q)) << shown.toStdString();
 }
@@ -164,7 +164,7 @@ TEST_F(Copying, AppendsTheNewDataOfTheSource)
                                 "Unable to write data")}));
 }
 
-TEST(Follow, CopiesWhatTheFileGainsAcrossARestart)
+TEST(Follow, CopiesAppendedDataAndRestartedFiles)
 {
     Share const share;
     QString const log = share.write(u"log"_q, "one\n");

@@ -10,7 +10,7 @@
 
 using namespace ox::tests;
 
-TEST(CrashTestCommand, ShowsTheDumpOfACrashWhichTheCommandCrashReads)
+TEST(CrashTestCommand, WritesADumpThatTheCommandCrashReads)
 {
     if (hasAddressSanitizer)
         GTEST_SKIP() << "the sanitizers handle the signals of crashes";

@@ -103,7 +103,7 @@ TEST(Verify, ListsTheDamagedFilesOfATree)
     verify("verify %1none --json", 5, {});
 }
 
-TEST(Pack, WritesHeaderValuesAndWhatUnpackPipes)
+TEST(Pack, WritesHeaderValuesAndAPayloadThatUnpackRestores)
 {
     Share const share;
     QStringList const names = {goldenPath("binary.raw"), share.path(u"packed"_q)};

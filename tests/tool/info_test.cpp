@@ -15,7 +15,7 @@ QJsonValue member(QJsonObject const & object, char const * name)
 
 } // namespace
 
-TEST(Info, ReportsTheSameFactsInBothForms)
+TEST(Info, ReportsTheSameFactsAsTextAndAsJson)
 {
     ToolRun forScripts("info --interval 50 --json");
     QJsonObject const json = forScripts.json();

@@ -60,7 +60,8 @@ TEST(Processes, AreListedByNamePrefix)
             QDateTime::fromString(process.value(u"started"_q).toString(), Qt::ISODate);
         EXPECT_LT(qAbs(started.secsTo(QDateTime::currentDateTimeUtc())), 3600);
         QString const commandLine = process.value(u"commandLine"_q).toString();
-        EXPECT_TRUE(commandLine.contains(u"tool_tests"_q) || isWindows) << "Wine reports none";
+        EXPECT_TRUE(commandLine.contains(u"tool_tests"_q) || isWindows)
+            << "Wine reports no command line";
     }
     QString const user = sorted[0].toObject().value(u"user"_q).toString();
     ToolRun first({u"ps"_q, u"-u"_q, user.toUpper(), u"-n"_q, u"1"_q, u"-s"_q, u"time"_q});
@@ -84,7 +85,7 @@ TEST(Processes, AreEndedByIdAfterConfirmation)
     expectError("kill %1 -y", {id}, 5, id);
 }
 
-TEST(Processes, AreSortedByUsageFromTheMinimumOn)
+TEST(Processes, AreSortedByUsageAndFilteredByTheMinimum)
 {
     ToolRun run("top --interval 200 --count 2");
     EXPECT_EQ(run.status(), 0) << run.errors().toStdString();

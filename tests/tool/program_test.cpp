@@ -156,7 +156,7 @@ TEST(Program, ShowsProgressInOneLineOfATerminalOnly)
                      .printed("\"$0\" lock \"$1\" --timeout 1000 -- true", {file})
                      .contains(u"Waiting"_q));
     if (!hasTerminals())
-        GTEST_SKIP() << "there is no script with a pseudo-terminal";
+        GTEST_SKIP() << "the program script, which creates a pseudo-terminal, is not available";
     QString const shown = toolShell().printed(
         "script -qec \"stty columns 60; '$0' lock '$1' --timeout 1000 -- true\" /dev/null", {file});
     QRegularExpression const frame(u"\\033\\[K(Waiting for[^\\033]* \\d\\.\\d s)"_q);

@@ -63,7 +63,7 @@ TEST_F(Shm, HoldsASegmentAndItsLockUntilStopped)
                 u"cannot lock segment '%1': lock: unable to get lock"_q.arg(key));
     expectError("shm create %1 9 --local", {key}, 1, {});
     if (isWindows)
-        return; // signals cannot be sent here
+        return; // the test cannot send signals on this system
     locker.send("INT");
     EXPECT_EQ(locker.status(), 130);
     EXPECT_FALSE(memory.isLocked());

@@ -95,7 +95,7 @@ TEST_F(Syncing, AcceptsRelativePathsAndCreatesOneFolder)
 TEST_F(Syncing, LeavesAllTargetsCompleteWhenStopped)
 {
     if (isWindows)
-        GTEST_SKIP() << "signals cannot be sent here";
+        GTEST_SKIP() << "the test cannot send signals on this system";
     QStringList const names = words("big1 big2 big3 big4");
     for (QString const & name : names)
         share.write(u"a/"_q + name, QByteArray(3 << 20, 'x'));

@@ -58,7 +58,7 @@ class OnTerminal
 TEST(TopOnTerminal, IsDrawnInPlaceAndRestoresTheTerminal)
 {
     if (!hasTerminals())
-        GTEST_SKIP() << "there is no script with a pseudo-terminal";
+        GTEST_SKIP() << "the program script, which creates a pseudo-terminal, is not available";
     struct {
         char const * run;
         char key;
@@ -95,7 +95,7 @@ TEST(TopOnTerminal, IsDrawnInPlaceAndRestoresTheTerminal)
 TEST(TopOnTerminal, SortsAndScrollsByKeys)
 {
     if (!hasTerminals())
-        GTEST_SKIP() << "there is no script with a pseudo-terminal";
+        GTEST_SKIP() << "the program script, which creates a pseudo-terminal, is not available";
     OnTerminal terminal("stty rows 8 columns 90; for i in 1 2 3 4 5 6; do sleep 60 & done; "
                         "\"$TOOL\" top --interval 1d; kill $(jobs -p); echo ended");
     ASSERT_TRUE(terminal.waitFor("q: quit")) << terminal.shown().data();
@@ -114,7 +114,7 @@ TEST(TopOnTerminal, SortsAndScrollsByKeys)
     EXPECT_TRUE(terminal.waitFor("ended"));
 }
 
-TEST(TopInPipe, EndsWithItsReader)
+TEST(TopInPipe, EndsWhenItsReaderEnds)
 {
     EXPECT_TRUE(
         runProgram(u"sh"_q, {u"-c"_q, u"'%1' top --interval 50 | head -n 1"_q.arg(text(OX_TOOL))})
