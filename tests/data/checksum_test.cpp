@@ -130,9 +130,10 @@ class CrcKernels : public testing::TestWithParam<char const *>
     {
         auto const kernel = kernelNamed<Crc32>(GetParam());
         if (kernel == nullptr)
-            GTEST_SKIP() << "a build for this kind of processor has no such kernel";
+            GTEST_SKIP() << "a build for this processor architecture does not contain this kernel";
         if (!kernel->isSupported())
-            GTEST_SKIP() << "this processor or its operating system lacks the instructions";
+            GTEST_SKIP()
+                << "this processor or its operating system does not support the instructions";
     }
 };
 
@@ -159,7 +160,7 @@ TEST_P(CrcKernels, AgreeWithTheDefinitionAtEveryLengthAndAlignment)
     });
 }
 
-TEST_P(CrcKernels, AgreeWithTheDefinitionOnLongDataAndReadNothingBehindIt)
+TEST_P(CrcKernels, AgreeWithTheDefinitionOnLongDataAndReadNothingAfterIt)
 {
     std::vector<unsigned char> const data = noise((std::size_t{3} << 20) + 5 * 16 + 7);
     forEachCrc([&]<class Crc>(Crc) {

@@ -139,7 +139,7 @@ TEST_F(DataBufferFile, IsReadByGzipAndPython)
     EXPECT_EQ(raw, bytesOf(golden("binary.raw")));
     if (QStandardPaths::findExecutable(QStringLiteral("gzip")).isEmpty() ||
         QStandardPaths::findExecutable(QStringLiteral("python3")).isEmpty())
-        GTEST_SKIP() << "gzip and python3 are needed to read the files back";
+        GTEST_SKIP() << "the test needs gzip and python3";
 
     QStringList const decompress = {QStringLiteral("-dc")};
     EXPECT_EQ(outputOf("gzip", decompress + QStringList(QString::fromUtf8(gz.c_str()))), raw);
@@ -292,7 +292,7 @@ TEST_F(DataBufferFile, DistinguishesMissingUnreadableAndUnwritableFiles)
     EXPECT_EQ(_OX_DataBuffer::compressNSaveToFile(nowhere, block, 9), 0);
 
     if (!QFile::exists(QStringLiteral("/dev/full")))
-        GTEST_SKIP() << "a device that is always full is needed";
+        GTEST_SKIP() << "the test needs /dev/full";
     EXPECT_FALSE(buffer.saveToFile("/dev/full", true));
     EXPECT_EQ(buffer.error, NotWritten);
     EXPECT_EQ(_OX_DataBuffer::saveGzipFile("/dev/full", block, 9), Z_ERRNO);
@@ -302,7 +302,7 @@ TEST_F(DataBufferFile, DoesNotWaitForAPipe)
 {
     QString const pipe = folder_.filePath(text("pipe"));
     if (!runProgram(text("mkfifo"), {pipe}).hasSucceeded())
-        GTEST_SKIP() << "mkfifo is needed";
+        GTEST_SKIP() << "the test needs the program mkfifo";
     _OX_DataBuffer buffer;
     EXPECT_FALSE(buffer.loadFromFile(path("pipe"), true));
     EXPECT_EQ(buffer.error, Corrupt);

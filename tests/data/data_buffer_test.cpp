@@ -139,7 +139,7 @@ TEST(DataBuffer, KeepsALargeEnoughBlockAndRefusesInvalidSizes)
     EXPECT_FALSE(copy.copyFromBuffer(text, INT_MAX));
 }
 
-TEST(DataBuffer, DecompressesBehindAnOffset)
+TEST(DataBuffer, DecompressesFromAnOffset)
 {
     std::string const text(5000, 'r');
     int const offset = 16;
@@ -203,7 +203,8 @@ TEST(DataBuffer, CompressesInPieces)
     for (int at = 0; at < 300000; at += 1000)
         ASSERT_TRUE(buffer.chunkzipAdd(zs, bytes + at, 1000, at == 299000));
     EXPECT_TRUE(buffer.chunkzipFinish(zs));
-    EXPECT_EQ(buffer.sizeAllocated, 150000) << "grows by one half when two pieces no longer fit";
+    EXPECT_EQ(buffer.sizeAllocated, 150000)
+        << "the block grows by one half if it has no space for two pieces";
 
     // Decompression stops at the end of the stream, even if other bytes follow, and at a damaged
     // byte.
@@ -223,12 +224,13 @@ TEST(DataBuffer, StopsWhenACompressedPieceDoesNotFit)
     z_stream zs;
     EXPECT_FALSE(buffer.chunkzipStart(zs, -1));
     ASSERT_TRUE(buffer.chunkzipStart(zs, 1));
-    EXPECT_FALSE(buffer.chunkzipAdd(zs, bytes, 5000, false)) << "one half of 1 rounds to 0";
+    EXPECT_FALSE(buffer.chunkzipAdd(zs, bytes, 5000, false))
+        << "the block does not grow, since one half of 1 rounds to 0";
     EXPECT_EQ(buffer.sizeAllocated, 1);
     EXPECT_FALSE(buffer.chunkzipAdd(zs, bytes, -1, true));
     buffer.chunkzipFinish(zs);
     ASSERT_TRUE(buffer.chunkzipStart(zs, 1000));
-    EXPECT_FALSE(buffer.chunkzipAdd(zs, bytes, 5000, true)) << "grows only once a call";
+    EXPECT_FALSE(buffer.chunkzipAdd(zs, bytes, 5000, true)) << "the block grows only once per call";
     EXPECT_EQ(buffer.sizeAllocated, 1500);
     EXPECT_EQ(buffer.size, 1500);
     EXPECT_EQ(buffer.error, Z_BUF_ERROR);

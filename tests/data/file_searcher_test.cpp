@@ -39,12 +39,12 @@ using SearcherFiles = FolderTest;
 
 } // namespace
 
-TEST(FileSearcher, FindsNothingBehindTheEnd)
+TEST(FileSearcher, FindsNothingAfterTheEnd)
 {
     _oxFileSearcher file;
     EXPECT_EQ(file.indexOf(Text("a"), 0), -1);
     fill(file, "Frame of a frame");
-    // A search ignores bytes behind the content.
+    // A search ignores bytes after the end of the content.
     std::strcpy(file.data + file.size, " frames");
     EXPECT_EQ(file.indexOf(ShortText("frame"), INT_MIN), 11);
     EXPECT_EQ(file.indexOf(Text("frame f"), 11), -1);
@@ -138,7 +138,7 @@ TEST(FileSearcher, ChangesItsSizeByMovingBetweenTwoBlocks)
     EXPECT_EQ(file.spare, first);
     EXPECT_EQ(file.capacity, 10 + headroom);
     EXPECT_TRUE(file.changeDataSize(2, 1));
-    EXPECT_EQ(file.data, first) << "no allocation";
+    EXPECT_EQ(file.data, first) << "the call needs no allocation";
     file.data[2] = '!';
 
     // One call can add up to `headroom` bytes, or more if the existing block is large enough.

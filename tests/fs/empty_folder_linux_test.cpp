@@ -104,7 +104,7 @@ TEST_F(EmptyFolderOnLinux, FollowsNoLinkThatReplacesAFolderDuringTheCall)
 TEST_F(EmptyFolderOnLinux, ReportsUndeletableEntriesAndContinues)
 {
     if (::geteuid() == 0)
-        GTEST_SKIP() << "the administrator may delete everything";
+        GTEST_SKIP() << "root may delete everything";
     writeFile(path("f/a"));
     writeFile(path("f/sub/b"));
     QDir().mkpath(path("f/closed"));

@@ -38,7 +38,7 @@ TEST_F(FileOnLinux, KeepsTimeAndExecutableRightsOnAnotherFileSystem)
     QTemporaryDir other(text("/dev/shm/ox_XXXXXX"));
     if (!other.isValid() ||
         QStorageInfo(other.path()).device() == QStorageInfo(folder.path()).device())
-        GTEST_SKIP() << "there is only one file system";
+        GTEST_SKIP() << "the test needs a second file system";
     QByteArray const content(3000000, 'm');
     QString const from = writeFile(path("a"), content);
     QString const to = other.filePath(text("a"));

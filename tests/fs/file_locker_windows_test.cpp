@@ -22,7 +22,7 @@ TEST_F(FileLocker, RenamesALockFileThatCannotBeDeleted)
 {
     for (int i = 0; i < 2; ++i) {
         _oxFileLocker locker(file);
-        ASSERT_TRUE(locker.lock(0, who, nullptr, false)) << "the name is free";
+        ASSERT_TRUE(locker.lock(0, who, nullptr, false)) << "no lock file has the name";
         ::SetFileAttributesW(lockName.toStdWString().c_str(), FILE_ATTRIBUTE_READONLY);
         EXPECT_TRUE(locker.unlock());
         EXPECT_FALSE(QFile::exists(lockName));

@@ -153,7 +153,7 @@ TEST_F(FileSync, ReportsWhyTheCopyFailed)
 TEST_F(FileSync, NeverFollowsALinkAtTheTarget)
 {
     if (QDir::separator() == u'\\')
-        GTEST_SKIP() << "making a link takes a privilege on this system";
+        GTEST_SKIP() << "the creation of a link needs a privilege on this system";
     QString const elsewhere = path("local/elsewhere");
     ASSERT_TRUE(QFile::link(elsewhere, target));
     EXPECT_TRUE(sync());

@@ -67,7 +67,8 @@ TEST_F(File, IsFoundUnderNamesBeyondAscii)
     QString const name = writeFile(path("f\xc3\xa9\xd0\xb6.bin")); // "fé" and a Cyrillic letter
     EXPECT_TRUE(oxFileExists(name));
     EXPECT_TRUE(oxFileExists(_oxString<500>(name)));
-    EXPECT_FALSE(oxFileExists(_oxString8_evenSize<500>(name))) << "Latin-1 cannot hold it";
+    EXPECT_FALSE(oxFileExists(_oxString8_evenSize<500>(name)))
+        << "the name is not representable in Latin-1";
     QString const latin1 = writeFile(path("f\xc3\xa9.bin"));
     EXPECT_TRUE(oxFileExists(_oxString8_evenSize<500>(latin1)));
     ASSERT_TRUE(QFile::setPermissions(latin1, QFile::ReadOwner));
@@ -114,7 +115,7 @@ TEST_F(File, CreatesAndRemovesFolders)
     EXPECT_TRUE(QFileInfo(path("a/b/c")).isDir());
     QDir::setCurrent(before);
 
-    EXPECT_FALSE(oxDeleteFolder(path("x"))) << "not empty";
+    EXPECT_FALSE(oxDeleteFolder(path("x"))) << "the folder is not empty";
     EXPECT_TRUE(oxDeleteFolder(deep));
     EXPECT_FALSE(QFile::exists(deep));
     EXPECT_FALSE(oxDeleteFolder(path("file")));
@@ -132,7 +133,7 @@ TEST_F(File, RenamesAndOverwritesOnRequest)
     EXPECT_TRUE(oxRenameFile(a, a, true));
     EXPECT_TRUE(oxRenameFile(a, QDir::toNativeSeparators(folder.path() + text("/./a")), true));
     EXPECT_EQ(contentOf(a), "from a");
-    EXPECT_FALSE(oxRenameFile(a, folder.path(), true)) << "a folder has the name";
+    EXPECT_FALSE(oxRenameFile(a, folder.path(), true)) << "a folder has the new name";
     EXPECT_FALSE(oxRenameFile(folder.path(), path("c"), true)) << "a folder is not a file";
     EXPECT_FALSE(oxRenameFile(path("none"), a, true));
     EXPECT_FALSE(QFile::exists(a)) << "the target is deleted first";

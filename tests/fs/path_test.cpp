@@ -37,7 +37,7 @@ TEST(Path, ConvertsSeparatorsOnly)
     EXPECT_EQ(oxConvertPDToOS(mixed), own);
 }
 
-TEST(Path, SplitsOnlyBehindTheSecondCharacter)
+TEST(Path, SplitsOnlyAfterTheSecondCharacter)
 {
     expectRows(oxGetFileNameExtention,
                {{"abc", "abc"}, {"a.b", "a.b"}, {"ab.c", ".c"}, {"a\\b.c.exr", ".exr"}, {"", ""}});

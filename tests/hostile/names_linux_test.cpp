@@ -203,7 +203,8 @@ TEST_F(HostileName, OfATemporaryFileIsNeitherFollowedNorWaitedFor)
     withEach([&](Planted const & planted) { plant(nameOf(planted.kind), planted.kind); });
     NewFile second;
     create(second, target);
-    EXPECT_FALSE(isStill(nameOf(Kind::File), Kind::File)) << "a file of a dead process is removed";
+    EXPECT_FALSE(isStill(nameOf(Kind::File), Kind::File))
+        << "a temporary file of an ended process is removed";
     withEach(
         [&](Planted const & planted) { EXPECT_TRUE(isStill(nameOf(planted.kind), planted.kind)); });
 }

@@ -43,7 +43,7 @@ TEST(Child, DISABLED_ListsOddEntries)
     std::printf("[%s][%s]", qPrintable(names.join(u'|')), qPrintable(values.join(u'|')));
 }
 
-TEST(Environment, SplitsHiddenEntriesAtTheirSecondEquals)
+TEST(Environment, SplitsHiddenEntriesAtTheSecondEqualsSign)
 {
     EXPECT_TRUE(
         runDisabledTest(ownProgram(), u"ListsOddEntries"_q).contains("[=C:|EMPTY][C:\\jobs|]"));

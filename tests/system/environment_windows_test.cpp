@@ -26,7 +26,7 @@ TEST(Environment, ReturnsValuesBeyondTheCodePage)
     EXPECT_EQ(oxGetEnvironmentVariable(u"OX_TEST_LONG"_q), QString(5000, u'x'));
 }
 
-TEST(Environment, SplitsHiddenEntriesAtTheirSecondEquals)
+TEST(Environment, SplitsHiddenEntriesAtTheSecondEqualsSign)
 {
     ::SetEnvironmentVariableW(L"=Q:", L"Q:\\jobs");
     QStringList names, values;

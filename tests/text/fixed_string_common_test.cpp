@@ -149,7 +149,7 @@ TYPED_TEST(FixedStringCommon, KeepsItsMemoryImage)
     EXPECT_EQ(s.value[3], Unit{'d'}) << "setLength keeps the units in between";
     s = other;
     EXPECT_EQ(std::memcmp(s.value, other.value, sizeof s.value), 0)
-        << "copies the units behind the text";
+        << "the units after the end of the text are copied";
     s.add("abc").trim().replace("a", "bb").insert(1, "x").remove('b');
     s.addNr(5).makeUpper();
     s.clear();

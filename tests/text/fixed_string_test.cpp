@@ -57,7 +57,7 @@ TEST(FixedString, AcceptsUnitsInEveryForm)
     EXPECT_TRUE(Wide() != null && Wide("a") > null);
 }
 
-TEST(FixedString, OrdersByTheBytesOfItsImage)
+TEST(FixedString, OrdersByTheBytesInMemory)
 {
     Wide const highByte(u"\u0100"), lowByte(u"\u00FF");
     EXPECT_TRUE(highByte < lowByte);

@@ -22,13 +22,13 @@ _oxStringList listOf(std::vector<Entry> const & entries)
     return list;
 }
 
-TEST(StringList, KeepsTheUnitsBehindTheTexts)
+TEST(StringList, KeepsTheUnitsAfterTheEndOfTheTexts)
 {
     Entry marked("b");
     marked.value[300] = 0x1234;
     marked.reserved = 7;
     _oxStringList list = listOf({"a", marked});
-    EXPECT_EQ(list[1].value[300], 0x1234) << "the units behind the text are copied";
+    EXPECT_EQ(list[1].value[300], 0x1234) << "the units after the end of the text are copied";
     EXPECT_EQ(list[1].reserved, 0) << "the reserved word is not copied";
     const_cast<Entry &>(list[1]).reserved = 9;
     _oxStringList const copy(list);
