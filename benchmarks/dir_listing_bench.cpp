@@ -38,7 +38,7 @@ struct Totals {
     qint64 seconds = 0;
 };
 
-Totals namesByUs()
+Totals namesByOxShared()
 {
     Totals totals;
     oxDirListing listing;
@@ -60,7 +60,7 @@ Totals namesByStandardLibrary()
     return totals;
 }
 
-Totals allByUs()
+Totals allByOxShared()
 {
     Totals totals;
     oxDirListing listing;
@@ -104,9 +104,9 @@ void add(char const * name, Totals (*list)())
 }
 
 [[maybe_unused]] bool const registered = [] {
-    add("names/100k/oxShared", namesByUs);
+    add("names/100k/oxShared", namesByOxShared);
     add("names/100k/directory_iterator", namesByStandardLibrary);
-    add("namesSizesTimes/100k/oxShared", allByUs);
+    add("namesSizesTimes/100k/oxShared", allByOxShared);
     add("namesSizesTimes/100k/QDirIterator", allByQt);
     return true;
 }();

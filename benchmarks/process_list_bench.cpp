@@ -72,13 +72,13 @@ _oxProcessList & list()
     return *kept;
 }
 
-Totals idsAndNamesByUs()
+Totals idsAndNamesByOxShared()
 {
     list().collectAllProcesses();
     return {list().count, processCount, 0, processCount};
 }
 
-Totals everythingByUs()
+Totals everythingByOxShared()
 {
     list().collectAllProcesses();
     list().initGetProcessInfo();
@@ -160,10 +160,10 @@ void add(char const * name, Totals (*read)())
 /// Takes snapshots of all processes. The counter grownBytes reports by how much the heap has grown.
 void takeSnapshots(benchmark::State & state)
 {
-    everythingByUs();
+    everythingByOxShared();
     auto const before = ::mallinfo2();
     for ([[maybe_unused]] auto _ : state)
-        everythingByUs();
+        everythingByOxShared();
     auto const after = ::mallinfo2();
     state.counters["grownBytes"] = static_cast<double>(after.uordblks + after.hblkhd) -
                                    static_cast<double>(before.uordblks + before.hblkhd);
@@ -174,9 +174,9 @@ void takeSnapshots(benchmark::State & state)
         ->Iterations(10000)
         ->Repetitions(1)
         ->Unit(benchmark::kMicrosecond);
-    add("idsAndNames/400/oxShared", idsAndNamesByUs);
+    add("idsAndNames/400/oxShared", idsAndNamesByOxShared);
     add("idsAndNames/400/libproc2", idsAndNamesByLibproc);
-    add("everything/400/oxShared", everythingByUs);
+    add("everything/400/oxShared", everythingByOxShared);
     add("everything/400/libproc2", everythingByLibproc);
     add("everything/400/ps", everythingByPs);
     return true;

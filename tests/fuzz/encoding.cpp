@@ -5,8 +5,8 @@
 #include "shared/text/utf16_view.h"
 #include "tests/fuzz/fuzz_input.h"
 
-// Fuzzes transport encodings, XML escapes, short names and IP addresses. Checks that every text
-// round-trips through the encoder and the decoder, also inside another text. Compares the decoder
+// Fuzzes transport encodings, XML escapes, short names and IP addresses. Checks that every
+// text that the encoder can represent round-trips, also inside another text. Compares the decoder
 // of UTF-8 runs with a simple decoder.
 
 namespace

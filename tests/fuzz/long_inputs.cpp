@@ -16,7 +16,7 @@ namespace
 
 constexpr std::size_t shortLength = 16 << 10;
 constexpr std::size_t longLength = 8 * shortLength;
-constexpr double mostGrowth = 24; // ratio of the times; linear growth is 8
+constexpr double mostGrowth = 24; // maximum ratio of the times; linear growth is 8
 constexpr double noise = 0.004;   // shorter times, in seconds, are not reliable
 
 double now()

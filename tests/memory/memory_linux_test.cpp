@@ -90,7 +90,7 @@ class AllocationFailure : public FolderTest
         SCOPED_TRACE(std::string(operation.name) + (failing == Failing::One ? ", " : ", from ") +
                      std::to_string(number));
         Result result = resultOf(operation, failing, number);
-        // A block that is allocated only once, in the first run, is not a leak.
+        // A block that remains after the first run but not after an equal second run is not a leak.
         if (result.leaked != 0 || result.openFiles != 0)
             result = resultOf(operation, failing, number);
         EXPECT_EQ(result.leaked, 0);

@@ -90,9 +90,9 @@ TEST_F(Refresh, SharesItsMappingsWithAllCommands)
 
 TEST_F(Refresh, ReportsTheReasonAndChangesNothing)
 {
-    QByteArray lying = goldenFile("text.oxns");
-    lying[12] = static_cast<char>(lying[12] + 1); // changes sizeUncompressed
-    share.write(u"lying"_q, lying);
+    QByteArray wrongSize = goldenFile("text.oxns");
+    wrongSize[12] = static_cast<char>(wrongSize[12] + 1); // changes sizeUncompressed
+    share.write(u"wrongSize"_q, wrongSize);
     share.write(u"truncated"_q, goldenFile("text.oxdb").chopped(1));
     share.write(u"magic"_q, "oxDC" + goldenFile("text.oxdb").mid(4));
     share.writeSparse(u"large"_q, (qint64(768) << 20) + 1);
@@ -102,7 +102,7 @@ TEST_F(Refresh, ReportsTheReasonAndChangesNothing)
     for (auto const & [line, status, reason] : {
              std::tuple("refresh %1truncated --out %1payload", 3, "CRC Error, data corrupt!"),
              std::tuple("refresh %1magic --out %1payload", 3, "Wrong File Header"),
-             std::tuple("refresh %1lying --out %1payload", 3,
+             std::tuple("refresh %1wrongSize --out %1payload", 3,
                         "Decompression error, wrong result size"),
              std::tuple("refresh %1missing", 5, "/missing': No such file or directory"),
              std::tuple("refresh %1no/folder", 5, "/no': No such file or directory"),

@@ -406,7 +406,8 @@ void serveAll(fuse_session * session)
             isInMemory ? static_cast<fuse_in_header const *>(buffer.mem)->opcode : 0;
         isLookup = opcode == FUSE_LOOKUP;
         fuse_session_process_buf(session, &buffer);
-        // The FUSE library answers GETATTR for a removed open file without a call of getattr.
+        // The FUSE library answers GETATTR for a removed open file without a call of getattr. So
+        // counts this request here.
         if (isFresh && opcode == FUSE_GETATTR)
             serve({"GETATTR", nullptr}, [](auto const &) { return -ENOENT; });
     }
@@ -439,7 +440,8 @@ int mountAndServe(char const * program, char const * mountPoint)
         serveAll(session);
         fuse_remove_signal_handlers(session);
         fuse_unmount(system);
-        // The other threads wait for requests as long as another namespace has the mount.
+        // Ends without the other threads. They wait for requests as long as another mount namespace
+        // contains the mount.
         if (threads > 1)
             std::_Exit(0);
     }
