@@ -41,8 +41,9 @@ std::u16string recordText(std::string_view name);
 std::u16string nameText(std::basic_string_view<NativeName::value_type> name);
 
 /// Converts a UTF-16 name to the bytes of an 8-bit record, from which nativeName restores the same
-/// file name. The bytes are Latin-1. On Linux they are UTF-8 if the name is not Latin-1, or if
-/// recordText would decode its Latin-1 bytes to another name. Empty if neither encoding works.
+/// file name. The bytes are Latin-1. Exception on Linux: they are UTF-8 if the name has characters
+/// that Latin-1 lacks, or if recordText would decode the Latin-1 bytes to another name. Empty if
+/// neither encoding restores the name.
 std::optional<std::string> recordName(std::u16string_view name);
 
 /// Converts UTF-16 to UTF-8. A lone surrogate is not representable in UTF-8 and becomes its

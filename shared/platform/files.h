@@ -8,8 +8,8 @@
 namespace ox::platform
 {
 
-/// Returns the status of a file or folder, with one status query. On Windows the call also opens a
-/// file, without access rights.
+/// Returns the status of a file or folder, with one status query. On Windows, a file (but not a
+/// folder) is also opened, without access rights.
 /// Fails: when the name does not exist or, on Windows, the file cannot be opened.
 Result<FileStatus> fileStatus(NativeName const & name);
 

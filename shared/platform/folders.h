@@ -34,7 +34,7 @@ class FolderWalk
     bool open();
 
     /// Moves to the next wanted entry; skips "." and "..". Returns false at the end, and when the
-    /// folder or the rest of it cannot be read.
+    /// folder or its remaining entries cannot be read.
     bool next();
 
     /// Returns the system's error code that ended the iteration; 0 after all entries.

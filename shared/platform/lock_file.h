@@ -19,8 +19,8 @@ class LockFile
 {
   public:
     LockFile() = default;
-    /// Closes a held file without deleting it, as the end of the process does. Deletes a file that
-    /// take() has created but not yet taken.
+    /// Closes a held file without deleting it, as the end of the process does. If take() has
+    /// created the file but has not yet acquired the lock, deletes the file.
     ~LockFile();
     LockFile(LockFile const &) = delete;
     LockFile & operator=(LockFile const &) = delete;
@@ -40,9 +40,9 @@ class LockFile
     void write(std::string_view content);
 
     /// Releases the lock: deletes the file or, if the system refuses this, renames it to
-    /// `leftover`, which is replaced. If a share refuses both while the file is open, the call
-    /// closes the file and retries for about a second. If the name now refers to the file of
-    /// another process, that file stays. Succeeds if the file is not held.
+    /// `leftover` and replaces an existing file of that name. If a share refuses both while the
+    /// file is open, the call closes the file and retries for about a second. If the name now
+    /// refers to the file of another process, that file stays. Succeeds if the file is not held.
     ///
     /// Fails: with the error of the last attempt; the lock file then still exists.
     Result<> release(NativeName const & leftover);

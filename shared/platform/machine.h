@@ -92,8 +92,8 @@ struct Disk {
     std::optional<int> temperature;        ///< in °C, if the system measures it
 };
 
-/// Returns the description of the first physical disk. With `withHealth` it includes the
-/// temperature and, for an ATA disk, the SMART table.
+/// Returns the description of the first physical disk. If `withHealth` is true, the description
+/// includes the temperature and, for an ATA disk, the SMART table.
 /// Fails: when the machine has no disk or the disk cannot be opened.
 Result<Disk> firstDisk(bool withHealth);
 

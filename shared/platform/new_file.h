@@ -65,7 +65,7 @@ class NewFile
 
     /// Calls `write` with a path of the file, for code that opens the file by name. No other user
     /// can redirect the path.
-    /// Fails: when the path refers to another file afterwards.
+    /// Fails: when the path refers to another file after the call of `write`.
     template <typename Write>
     Result<> writeByName(Write const & write)
     {

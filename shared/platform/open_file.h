@@ -75,8 +75,9 @@ class OpenFile
 // The functions below never wait for another process: a named pipe, a folder and a socket fail with
 // NotAFile.
 
-/// Whether other processes may open the file for writing; Linux always allows it. With Refused, a
-/// file that this process opens for writing cannot be opened for reading either.
+/// Whether other processes may open the file for writing while it is open; Linux always allows it.
+/// On Windows, openForWriting with Refused opens the file exclusively: no other call can open it,
+/// not even for reading.
 enum class Writers { Refused, Allowed };
 
 /// Opens a file, a device or the unnamed pipe of /dev/stdin for reading. `status`, if given,

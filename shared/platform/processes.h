@@ -48,7 +48,7 @@ class ProcessReading
     void begin(std::int64_t time);
     /// Adds the counters of a process; ignores processes above the capacity.
     void add(std::uint32_t id, ProcessCounters const & counters);
-    /// Ends the reading, so that of() finds its counters. `time` is in 100 ns.
+    /// Ends the reading; before this call of() finds no counters. `time` is in 100 ns.
     void end(std::int64_t time);
 
     /// Moves the processes of another reading to this one.
@@ -98,7 +98,7 @@ class ProcessTable
 
     /// Calls `keep` for each process of the machine. Omits kernel threads and ended processes. The
     /// idle process (id 0) is the first, if the system lists it. `keep` returns whether the caller
-    /// keeps the process; on Linux the call also reads the counters of the kept processes.
+    /// keeps the process; on Linux list() also reads the counters of the kept processes.
     /// Fails: when the system's list of processes is not readable.
     Result<> list(std::function<bool(ListedProcess const &)> const & keep);
 

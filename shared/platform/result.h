@@ -55,7 +55,7 @@ class [[nodiscard]] Result
     Value & operator*() & { return *value_; }
     Value const & operator*() const & { return *value_; }
     Value && operator*() && { return *std::move(value_); }
-    /// Members of the value; use it only after success.
+    /// Accesses the members of the value; call it only after success.
     Value * operator->() { return &*value_; }
     Value const * operator->() const { return &*value_; }
     /// The value, or `other` after a failure.

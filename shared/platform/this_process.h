@@ -29,7 +29,7 @@ void sleepMilliseconds(int milliseconds);
 /// Returns the full path of the running executable.
 Result<std::u16string> executablePath();
 
-/// Returns the full path of a file, given as an argument of a program. A relative path is resolved
+/// Returns the full path of `file`, which is a program argument. A relative path is resolved
 /// against the current folder.
 /// Fails: when the current folder no longer exists.
 Result<std::u16string> absolutePath(char const * file);
@@ -38,9 +38,9 @@ Result<std::u16string> absolutePath(char const * file);
 /// Fails: when the current folder no longer exists.
 Result<std::u16string> absolutePath(std::u16string_view name);
 
-/// Returns the system's folder for temporary files. On Linux this is the value of the first
-/// variable that is set of TMPDIR, TMP, TEMP and TEMPDIR; "/tmp" if none is set or the value is not
-/// a folder.
+/// Returns the system's folder for temporary files. On Linux this is the value of TMPDIR, TMP, TEMP
+/// or TEMPDIR: the first of these variables that is set. Returns "/tmp" if none is set or the value
+/// is not a folder.
 std::u16string temporaryFolder();
 
 /// Returns the part of a path up to its last separator, which is included; empty without a
