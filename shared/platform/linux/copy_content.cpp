@@ -40,8 +40,8 @@ struct Free {
 };
 using Memory = std::unique_ptr<char[], Free>;
 
-/// Allocates the buffer of one piece; null without memory. The buffer is page-aligned, so that an
-/// uncached read is split only where the share splits it.
+/// Allocates the buffer of one piece; null if there is not enough memory. The buffer is
+/// page-aligned, so that an uncached read is not split because of the buffer's alignment.
 Memory allocatePiece()
 {
     constexpr std::size_t pageSize = 4096;
@@ -84,7 +84,8 @@ class PiecesAhead
     PiecesAhead(PiecesAhead const &) = delete;
     PiecesAhead & operator=(PiecesAhead const &) = delete;
 
-    /// Allocates the buffers and starts the thread. Returns false if one of them is not available.
+    /// Allocates the buffers and starts the thread. Returns false if the memory or the thread is
+    /// not available.
     bool start()
     {
         for (Slot & slot : slots_)
@@ -171,8 +172,9 @@ Result<> copyByReading(OpenFile & from, OpenFile & to, off_t size, bool isLarge)
     return {};
 }
 
-/// Returns whether both files may be on one server. Returns false for a target on another FUSE
-/// mount: copy_file_range would copy in the kernel, in small pieces one after the other.
+/// Returns whether both files may be on one server. Returns false if the target is on a FUSE mount
+/// and the source is on another mount: copy_file_range would then copy in the kernel, in small
+/// pieces one after the other.
 bool mayBeOnOneServer(struct stat const & source, OpenFile const & to)
 {
     struct stat target;

@@ -82,8 +82,8 @@ Result<> createFolderForEverybody(NativeName const & folder)
         return lastError();
     Descriptor const made(::openat(place.folder(), place.name.c_str(),
                                    O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    // Another user with write access to the parent can replace the folder in the meantime, so a
-    // folder with content is refused.
+    // Another user with write access to the parent can replace the folder between mkdirat() and
+    // openat(), so a folder with content is refused.
     struct stat status;
     if (!made.isOpen() || ::fstat(made.get(), &status) != 0)
         return lastError();

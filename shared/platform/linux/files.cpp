@@ -176,7 +176,7 @@ Result<> renameToNewName(NativeChar const * from, NativeChar const * to)
         return {};
     if (errno != EINVAL && errno != ENOSYS)
         return lastError();
-    // Some file systems do not support RENAME_NOREPLACE.
+    // The file system does not support RENAME_NOREPLACE, so the name is checked before the rename.
     struct stat status;
     if (::lstat(to, &status) == 0)
         return Error{EEXIST};

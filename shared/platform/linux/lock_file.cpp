@@ -88,8 +88,8 @@ bool isUnlinked(int descriptor)
     return (status.stx_mask & STATX_NLINK) != 0 && status.stx_nlink == 0;
 }
 
-/// Opens an existing lock file for writing, which an exclusive flock over NFS requires. Otherwise
-/// opens it for reading, since the file of another user is often only readable.
+/// Opens an existing lock file for writing, which an exclusive flock over NFS requires. If that
+/// fails, opens it for reading, since the file of another user is often only readable.
 int openExisting(NativeName const & name)
 {
     int const writable = ::open(name.c_str(), O_RDWR | existing);
@@ -264,9 +264,9 @@ Result<> LockFile::take(NativeName const & name)
         isPending_ = true;
     }
     int const file = static_cast<int>(handle_);
-    // A shared flock also prevents removal, and a process that only views the file cannot block it.
-    // On a share without flock support the name alone is the lock, and removeLeftLockFile does not
-    // remove it.
+    // If the exclusive flock is busy, a shared flock suffices: it also prevents removal, and a
+    // process that only views the file cannot block it. On a share without flock support the name
+    // alone is the lock, and removeLeftLockFile does not remove the file.
     if (takeFlock(file, LOCK_EX) == Flock::Busy && takeFlock(file, LOCK_SH) == Flock::Busy)
         return Error{EWOULDBLOCK, "flock"};
     switch (targetOf(name_, file)) {

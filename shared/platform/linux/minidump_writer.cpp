@@ -113,8 +113,8 @@ void restoreEarlierHandlers()
         ::sigaction(crashSignals[i], &earlierHandlers[i], nullptr);
 }
 
-/// Sends the signal again with the same information. The signal arrives when its handler returns. A
-/// fault usually recurs without this, but not if another thread has removed its cause.
+/// Sends the signal again with the same information. The signal arrives when its handler returns.
+/// A fault usually recurs without a second signal, but not if another thread has removed the cause.
 void resendSignal(int signal, siginfo_t & information)
 {
     if (::syscall(SYS_rt_tgsigqueueinfo, ::getpid(), ::gettid(), signal, &information) != 0)

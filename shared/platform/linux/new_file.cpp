@@ -66,8 +66,8 @@ NativeName newTemporaryName()
     return temporaryName(thisSystem(), thisProcess(), number);
 }
 
-/// Opens an existing file for writing, which an exclusive flock over NFS requires. Otherwise opens
-/// it for reading.
+/// Opens an existing file for writing, which an exclusive flock over NFS requires. If that fails,
+/// opens it for reading.
 int openToLock(int folder, char const * name)
 {
     int const writable = ::openat(folder, name, O_RDWR | nonBlocking);
@@ -121,8 +121,8 @@ void removeLeftFile(int folder, char const * name, std::optional<timespec> chang
                                      [&file] { return file.close(); }));
 }
 
-/// Returns whether a folder should be searched now. Repeated calls for one folder return true once
-/// a minute, since a process that writes many files must not list the folder for each file.
+/// Returns whether to search a folder for temporary files now. True once a minute for each folder,
+/// since a process that writes many files must not list the folder for each file.
 bool isSearchDue(struct stat const & folder, timespec now)
 {
     static std::atomic<std::uint64_t> last = 0;
@@ -175,9 +175,9 @@ Result<> NewFile::System::createAs(NativeName const & name, mode_t mode)
     OpenFile created(::openat(place.folder(), name.c_str(), flags, mode));
     if (!created.isOpen())
         return lastError();
-    // Before takeFlock(), another process may have removed the file as left behind. Its name is
-    // then missing. Inode numbers are not compared, since some shares have none. On a file system
-    // without flocks no process removes temporary files.
+    // Before takeFlock(), another process may have removed the new file, which looked left behind
+    // without a flock. The name is then missing. Inode numbers are not compared, since some shares
+    // have none. On a file system without flocks no process removes temporary files.
     struct stat opened;
     struct stat named;
     bool const hasFlock = takeFlock(descriptorOf(created));
@@ -233,7 +233,7 @@ Result<> NewFile::open(NativeName const & target, Links links)
     };
     if (isFollowed) {
         // Some links in /proc lead to an object without a name, such as a pipe. The system can
-        // follow them, and followLinks() cannot.
+        // follow such a link, but followLinks() cannot.
         if (::fstatat(place.folder(), place.name.c_str(), &status, 0) == 0)
             if (Result<> const checked = check(); !checked)
                 return checked;
@@ -308,7 +308,7 @@ Result<> NewFile::allowEverybodyToExecute()
     int const file = descriptorOf(system_->file);
     if (::fchmod(file, 0777) == 0)
         return {};
-    // Some file systems refuse fchmod(), even with the present mode.
+    // Some file systems refuse every fchmod(), even if the file already has the wanted mode.
     Error const error = lastError();
     struct stat status;
     bool const isAllowed = ::fstat(file, &status) == 0 && (status.st_mode & 0777) == 0777;

@@ -48,7 +48,7 @@ Result<OpenFile> openNonBlocking(int folder, NativeName const & name, int flags,
         return lastError();
     if (S_ISDIR(status.st_mode))
         return Error{EISDIR};
-    // open() itself returns ENXIO for writing to a pipe without a reader.
+    // ENXIO is also the error of open() itself for writing to a named pipe without a reader.
     bool const isRead = flags == O_RDONLY;
     bool const isNamedPipe = S_ISFIFO(status.st_mode) && !isUnnamedPipe(descriptorOf(file));
     if (isNamedPipe || (S_ISBLK(status.st_mode) && !isRead))

@@ -25,7 +25,7 @@ OpenFile openFolderOf(int at, NativeName const & path)
     NativeName const folder = separator == path.npos ? "." : path.substr(0, separator + 1);
     int const flags = O_DIRECTORY | O_CLOEXEC;
     int const readable = ::openat(at, folder.c_str(), O_RDONLY | flags);
-    // O_PATH opens a folder without read permission; its files are still accessible.
+    // O_PATH opens a folder even if the process may not read it. Its files are still accessible.
     bool const isUnreadable = readable < 0 && errno == EACCES;
     return OpenFile(isUnreadable ? ::openat(at, folder.c_str(), O_PATH | flags) : readable);
 }

@@ -45,7 +45,7 @@ struct Place {
     Result<> moveTo(int at, NativeName const & path);
 };
 
-/// Opens a file to change its attributes; it cannot be read or written. Links are followed.
+/// Opens a file only to change its attributes, not to read or write it. Links are followed.
 Result<OpenFile> openToChange(NativeName const & name);
 
 /// Returns a path in /proc that refers to an open file. No other user can redirect it.

@@ -35,8 +35,8 @@ uid_t numberOf(UserOf which)
     return which == UserOf::Settings ? ::getuid() : ::geteuid();
 }
 
-/// Returns the folder in the environment variable `variable`; without it, `defaultFolder` in the
-/// home folder.
+/// Returns the folder in the environment variable `variable`. If the variable is not set or has a
+/// relative path, returns `defaultFolder` in the home folder.
 Result<std::u16string> folderInHome(char const * variable, char const * defaultFolder)
 {
     if (auto const named = folderVariable(variable))
