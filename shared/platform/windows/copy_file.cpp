@@ -36,7 +36,7 @@ Result<> mayReplace(NativeName const & target, NativeName const & source)
 {
     auto const first = identityOf(target);
     auto const second = identityOf(source);
-    // Some servers return the file index 0 for all files.
+    // Some servers return the file index 0 for all files, so 0 does not identify a file.
     bool const areKnown = first && second && (first->nFileIndexHigh | first->nFileIndexLow) != 0;
     if (areKnown && first->dwVolumeSerialNumber == second->dwVolumeSerialNumber &&
         first->nFileIndexHigh == second->nFileIndexHigh &&

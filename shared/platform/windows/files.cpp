@@ -37,7 +37,7 @@ bool isSameFileWithOneLink(NativeName const & one, NativeName const & other)
         if (!file.isOpen() || !::GetFileInformationByHandle(file.get(), &files[i]))
             return false;
     }
-    // Some servers return the file index 0 for all files.
+    // Some servers return the file index 0 for all files, so 0 does not identify a file.
     return (files[0].nFileIndexHigh | files[0].nFileIndexLow) != 0 &&
            files[0].dwVolumeSerialNumber == files[1].dwVolumeSerialNumber &&
            files[0].nFileIndexHigh == files[1].nFileIndexHigh &&

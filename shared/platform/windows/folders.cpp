@@ -82,8 +82,8 @@ bool FolderWalk::isFolder()
 
 bool FolderWalk::isLink()
 {
-    // Reparse points that do not stand for another name are ordinary files, such as deduplicated
-    // or offline files.
+    // A reparse point that does not stand for another name, such as a deduplicated or an offline
+    // file, is not a link.
     return platform::isLink(system_->record().dwFileAttributes) &&
            IsReparseTagNameSurrogate(system_->record().dwReserved0);
 }

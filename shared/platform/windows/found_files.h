@@ -49,7 +49,7 @@ class FoundFiles
         if (hasEnded_)
             return false;
         if (find_ == INVALID_HANDLE_VALUE) {
-            // FindExInfoBasic omits short names; the flag reads many records per round trip.
+            // FindExInfoBasic omits short names; LARGE_FETCH reads many records per round trip.
             find_ = ::FindFirstFileExW(path_.c_str(), FindExInfoBasic, &record_,
                                        FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH);
             if (find_ != INVALID_HANDLE_VALUE)

@@ -68,9 +68,10 @@ Result<> tryToRemove(NativeName const & name, NativeName const & leftover,
     return rename(name, leftover);
 }
 
-/// Removes a lock file that this process has closed because the system refuses to delete it through
-/// the handle that created it. Each try opens the file again, which fails while another process
-/// holds a lock of this name. While the file is open, no other file can get the name.
+/// Removes a closed lock file. Called after the system has refused to delete the file through the
+/// handle that created it, and this handle has been closed. Each try opens the file again, which
+/// fails while another process holds a lock of this name. While the file is open, no other file can
+/// get the name.
 Result<> removeClosed(NativeName const & name, NativeName const & leftover,
                       BY_HANDLE_FILE_INFORMATION const & own)
 {
@@ -162,7 +163,7 @@ LockFileView viewLockFile(NativeName const & name)
     WIN32_FILE_ATTRIBUTE_DATA data{};
     if (!::GetFileAttributesExW(name.c_str(), GetFileExInfoStandard, &data)) {
         if (Error const error = openError("GetFileAttributesExW"); !isTaken(error)) {
-            // Only a missing file is no error. A missing folder has the code ERROR_PATH_NOT_FOUND.
+            // A missing file is not an error. A missing folder (ERROR_PATH_NOT_FOUND) is one.
             view.error = error.code == ERROR_FILE_NOT_FOUND ? 0 : error.code;
             return view;
         }

@@ -81,9 +81,9 @@ std::vector<unsigned char> smartTableOf(Handle const & disk)
 
 std::optional<SystemVersion> systemVersion()
 {
-    // GetVersionExW returns at most the version that the manifest of the program supports. So
-    // programs on one machine could get different versions, but the farm compares the versions of
-    // machines.
+    // GetVersionExW returns at most the version that the manifest of the program supports, so
+    // programs on one machine could get different versions. The farm compares the versions of
+    // machines, so RtlGetVersion is called.
     OSVERSIONINFOEXW info{};
     info.dwOSVersionInfoSize = sizeof info;
     if (::RtlGetVersion(&info) != 0)
@@ -171,7 +171,7 @@ Result<IdleSample> idleSample(std::span<char> buffer)
     auto const time = performanceTime(*block);
     auto const processors = PerformanceObject::find(*block, Title::Processor);
     auto const all = processors ? processors->instanceNamed(u"_Total") : std::nullopt;
-    // In the object of the processors, this counter contains the idle time.
+    // In the object Title::Processor, the counter Title::ProcessorTime contains the idle time.
     auto const idle = all ? processors->value(*all, Title::ProcessorTime) : std::nullopt;
     if (!time || !idle)
         return missingPerformanceData();

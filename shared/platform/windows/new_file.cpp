@@ -85,7 +85,7 @@ std::int64_t lastChange(HANDLE file)
 {
     FILE_BASIC_INFO basic{};
     ::GetFileInformationByHandleEx(file, FileBasicInfo, &basic, sizeof basic);
-    // Some file systems do not store all of these times.
+    // Some file systems do not store all of these times, so the latest one counts.
     std::int64_t const latest = std::max(
         {basic.ChangeTime.QuadPart, basic.LastWriteTime.QuadPart, basic.CreationTime.QuadPart});
     return secondsOf({static_cast<DWORD>(latest), static_cast<DWORD>(latest >> 32)});
@@ -117,8 +117,8 @@ void forEachTemporary(NativeName const & folder, Visit const & visit)
     ::FindClose(search);
 }
 
-/// Returns whether a folder should be searched now. Repeated calls for one folder return true once
-/// a minute, since a process that writes many files must not list the folder for each file.
+/// Returns whether to search a folder for temporary files now. True once a minute for each folder,
+/// since a process that writes many files must not list the folder for each file.
 bool isSearchDue(NativeName const & folder, std::int64_t now)
 {
     static std::atomic<std::size_t> last = 0;

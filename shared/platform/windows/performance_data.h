@@ -45,7 +45,7 @@ class PerformanceObject
     std::optional<Bytes> onlyInstance() const;
 
     /// Returns the value of a counter of 4 or 8 bytes. `instance` is the bytes of the instance's
-    /// counters. Empty if the object does not contain the counter or it has another size.
+    /// counters. Empty if the object does not contain the counter or the counter has another size.
     std::optional<std::uint64_t> value(Bytes instance, Title counter) const;
 
   private:

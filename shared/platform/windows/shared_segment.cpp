@@ -127,8 +127,8 @@ HANDLE openDirectory(std::wstring path)
                                                                        : directory;
 }
 
-/// Appends to `all` the sections (file mappings) in a directory of the object manager whose names
-/// begin with `prefix`.
+/// Appends to `all` the sections (file mappings) whose names begin with `prefix`. Searches the
+/// directory `path` of the object manager.
 Result<> addSections(std::wstring const & path, std::string const & prefix,
                      SharedSegment::Reach reach, std::vector<SharedSegment::Listed> & all)
 {
@@ -211,7 +211,7 @@ Result<std::vector<SharedSegment::Listed>> SharedSegment::list(std::string const
     if (auto const added = addSections(L"\\BaseNamedObjects", prefix, Reach::Global, all); !added)
         return added.error();
     DWORD session = 0;
-    // In session 0 the local names are in the directory of the global names.
+    // In session 0 the local names are in the directory of the global names, listed above.
     if (::ProcessIdToSessionId(::GetCurrentProcessId(), &session) && session != 0)
         static_cast<void>(
             addSections(L"\\Sessions\\" + std::to_wstring(session) + L"\\BaseNamedObjects", prefix,
