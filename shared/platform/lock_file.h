@@ -52,7 +52,7 @@ class LockFile
 
     NativeName name_;
     std::intptr_t handle_ = none;
-    bool isPending_ = false; ///< created, but not yet taken
+    bool isPending_ = false; ///< the file is created, but the lock is not acquired yet
 };
 
 /// Returns whether an error of LockFile::take means that the name is in use.
