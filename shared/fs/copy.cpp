@@ -78,9 +78,9 @@ QString notWritten()
     return QStringLiteral("Unable to write data");
 }
 
-/// Copies the source's bytes from `begin` to `end` to the target, and appends them to the buffer,
-/// if any. Bytes that other processes append to the source during this call are copied by the next
-/// call. After a failed write the buffer has the same new bytes as the target.
+/// Copies the source's bytes from `begin` to `end` to the target, and appends them to `added` if it
+/// is not null. Bytes that other processes append to the source during this call are copied by the
+/// next call. After a failed write `added` has received only the bytes that the target contains.
 QString transfer(OpenFile & source, OpenFile & target, std::int64_t begin, std::int64_t end,
                  _OX_DataBuffer * added)
 {

@@ -52,8 +52,8 @@ OX_EXPORT _oxEmptyFolderResult oxEmptyFolder(QString const & folder,
                                              _oxEmptyFolderOptions const & options);
 
 /// Deletes the content of a folder, with the parameters of the farm's applications. Returns true if
-/// no deletion failed. With ignoreErrors failed deletions do not count, but the result is still
-/// false if the folder could not be read.
+/// no deletion failed. With ignoreErrors it returns true even if deletions failed, but still false
+/// if the folder could not be read.
 ///
 /// `recursive`, `minAge` (seconds) and `skip` are those of _oxEmptyFolderOptions; `count`, `bytes`
 /// and `lastError` receive the values of _oxEmptyFolderResult. Any pointer may be null. `messages`

@@ -12,10 +12,10 @@
 /// Operations on single files and folders, on local disks and on the farm's shares.
 ///
 /// A file exists if its name refers to something other than a folder. Links are followed: a link
-/// without a target does not exist. On Linux a process of root changes no file through a link of
-/// another user. An empty name and a name with a 0 character refer to no file. A function that
-/// returns a text returns the empty text for success. The text of a failure ends with the system's
-/// message. Only a lack of memory throws (std::bad_alloc).
+/// without a target does not exist. On Linux a process that runs as root changes no file through a
+/// link of another user. An empty name and a name with a 0 character refer to no file. A function
+/// that returns a text returns the empty text for success. The text of a failure ends with the
+/// system's message. Only a lack of memory throws (std::bad_alloc).
 
 /// Returns whether a file exists, even if it cannot be opened. Makes one status query.
 OX_EXPORT bool oxFileExists(_oxString<500> const & name);
@@ -66,7 +66,7 @@ OX_EXPORT bool oxDeleteFolder(QString const & path);
 
 /// Creates a folder, and with withParents every missing folder above it. Returns whether the folder
 /// exists afterwards, whoever created it. A path of 3 characters or fewer (a drive) gives true
-/// without a system call. Only this system's separators count.
+/// without a system call. Only this system's separators separate the folders of the path.
 /// Fails: folders that were created before the failure remain.
 OX_EXPORT bool oxCreateFolder(QString const & path, bool withParents);
 
@@ -101,8 +101,8 @@ OX_EXPORT bool writeToLogFile(_oxString8_evenSize<250> const & name, _oxString8_
 /// Appends one line to a text file; the name is a QString of any characters.
 OX_EXPORT bool writeToLogFile(QString const & name, _oxString8_evenSize<3000> line, bool overwrite,
                               bool addTime);
-/// Appends one line to a text file; the name is of any other string type. A literal is decoded like
-/// a name in an 8-bit record.
+/// Appends one line to a text file; the name is of any other string type. ox::text::fileNameText
+/// decodes the name; it treats a string literal as a name from an 8-bit record.
 template <ox::text::FileName Name>
 bool writeToLogFile(Name const & name, _oxString8_evenSize<3000> line, bool overwrite, bool addTime)
 {
@@ -125,6 +125,6 @@ OX_EXPORT QString setExecutable_Rights(QString name, bool verbose);
 OX_EXPORT void timeToFileTime(__int64 seconds, FILETIME * fileTime);
 
 /// Converts a FILETIME to seconds since 1601-01-01 UTC.
-/// Compatibility: the farm's records contain values since 1601. `_oxTime::from_FILETIME` converts
+/// Compatibility: the farm's records contain seconds since 1601. `_oxTime::from_FILETIME` converts
 /// to seconds since 1970.
 OX_EXPORT void fileTimeToTime(_oxTime & time, FILETIME * fileTime);

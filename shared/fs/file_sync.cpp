@@ -8,8 +8,8 @@
 namespace
 {
 
-/// Returns the name as a record of 500 bytes, or an empty name if it does not fit. No file has an
-/// empty name.
+/// Returns the name as a record of 500 bytes. A name that does not fit becomes the empty name,
+/// which syncCopy treats as the name of a missing file.
 _oxString8_evenSize<500> recordOf(QString const & name)
 {
     auto const bytes = ox::platform::recordName(ox::text::viewOf(name));

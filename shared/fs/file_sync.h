@@ -6,8 +6,8 @@
 
 #include <QString>
 
-/// Updates a file from its master copy, on the share or on a farm machine. Returns whether the
-/// target is up to date.
+/// Updates the file `target` from its master copy `source`; both can be on the share or on a local
+/// disk. Returns whether the target is up to date.
 ///
 /// The source is copied when the target is missing or differs in size or last-write time. The copy
 /// gets the source's time, and read, write and execute rights for everybody. The previous target is

@@ -43,8 +43,9 @@ class FileSync
         bool const isEqual = target.isUpToDate();
         if (target.exists && !isEqual)
             append(info_, "Renaming dest file", target_, ";\n");
-        // A target in the folder that makeFolder() creates needs no status query of this folder: an
-        // existing target has a folder, and copy() opens the folder of a missing target.
+        // If makeFolder() would create the folder that contains the target, the query whether this
+        // folder exists is omitted: the folder of an existing target exists, and for a missing
+        // target copy() creates the folder if it cannot open it.
         if (!isFolderOfTarget() && !makeFolder())
             return Result::Failed;
         if (!isEqual)
@@ -70,8 +71,8 @@ class FileSync
     }
 
     /// Returns whether the folder that makeFolder() creates is the folder in which the system looks
-    /// up the target. They differ if the folder's path is shorter than 3 characters, or if the file
-    /// name contains the separator of another system.
+    /// up the target. The two folders can differ if the path of the created folder is shorter than
+    /// 3 characters, or if the file name contains the separator of another system.
     bool isFolderOfTarget() const
     {
         Path const folder = oxGetDirName(target_);

@@ -6,7 +6,8 @@
 namespace ox::fs
 {
 
-/// Returns the state of a lock file, also of one whose name exceeds the record of _oxFileLocker.
+/// Returns the state of a lock file. The name may be longer than the 250 bytes that _oxFileLocker
+/// supports.
 _oxFileLockStatus statusOfLockFile(platform::NativeName const & lockFile);
 
 } // namespace ox::fs

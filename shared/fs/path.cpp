@@ -318,7 +318,8 @@ QString oxPathResolve(QString path)
     auto tail = steps;
     bool isClimbing = true;
     for (; tail.substr(0, token.size()) == token; tail.remove_prefix(token.size())) {
-        // The head ends with a separator, so folderCut never adds a separator.
+        // Only the length of the cut is used: the head ends with a separator, so folderCut never
+        // adds one.
         auto const length =
             isClimbing ? folderCut(head, char16_t{separator.unicode()}).length : head.size();
         isClimbing = length < head.size();

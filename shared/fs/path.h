@@ -17,7 +17,7 @@
 /// Two rules hold unless a function says otherwise:
 /// - "AutoPD" functions use "/" as the separator when the path contains one, else "\". Functions of
 ///   fixed strings use "\" when the text contains one, else this system's separator.
-/// - A separator or a dot splits a path only at a position greater than 1.
+/// - A separator or a dot splits a path only at a position greater than 1, counted from 0.
 /// Compatibility: a leading "/", the "\\" of a share and the dot of a hidden file therefore never
 /// split.
 
@@ -42,8 +42,9 @@ OX_EXPORT QString oxGetFileName(QString path, unsigned short separator);
 /// Returns the text after the last separator, or the whole path when no separator follows its
 /// first two characters. The separator is "/" when the path contains one, else "\".
 OX_EXPORT QString oxGetFileNameAutoPD(QString path);
-/// Returns the text after the last separator, even if that is the first character; cut at 100
-/// characters. The separator is "\" when the path contains one, else this system's.
+/// Returns the text after the last separator, even if the separator is the path's first character.
+/// The result is cut at 100 characters. The separator is "\" when the path contains one, else this
+/// system's.
 OX_EXPORT _oxString8_evenSize<100> oxGetFileName(_oxString8_evenSize<500> const & path);
 /// Returns the text after the last separator of an 8-bit path of capacity 250, cut at 100
 /// characters.
@@ -119,11 +120,12 @@ OX_EXPORT QString oxRemoveIllegalCharFromFile(QString name, bool allowSpaces,
 OX_EXPORT QString oxRemoveIllegalCharFromDir(QString path, bool allowSpaces,
                                              bool const & keepFramePlaceholders, bool last);
 
-/// Returns a file name for the link of a web page: cleaned as by oxRemoveIllegalCharFromFile,
-/// without blanks, placeholders and the characters & % + ' that have a meaning in links.
+/// Returns a file name for use in a link of a web page. Removes the characters & % + ', which have
+/// a meaning in links, and what oxRemoveIllegalCharFromFile removes without allowSpaces and
+/// keepFramePlaceholders.
 OX_EXPORT QString oxRemoveIllegalCharFromHtmlFile(QString name);
 
-/// Returns a folder path for the link of a web page: each part cleaned as by
-/// oxRemoveIllegalCharFromHtmlFile, with "/" as separator. The colon of a drive becomes "_", since
-/// "C:" would be a protocol.
+/// Returns a folder path for use in a link of a web page. Each part of the path is cleaned as by
+/// oxRemoveIllegalCharFromHtmlFile, and every separator becomes "/". The colon of a drive becomes
+/// "_", since "C:" would be a URL scheme.
 OX_EXPORT QString oxRemoveIllegalCharFromHtmlDir(QString path);
