@@ -111,8 +111,8 @@ namespace ox::text
 using FmtFormatter = Formatter<fmt::formatter<fmt::string_view>, fmt::string_view>;
 } // namespace ox::text
 
-// fmt/ranges.h defines formatters of all ranges. Without these specialisations the strings and the
-// list would have two formatters each.
+// fmt/ranges.h defines a formatter for every range type. Without these specialisations each string
+// type and _oxStringList would have two formatters, which does not compile.
 FMT_BEGIN_NAMESPACE
 template <typename T, typename Char>
 struct is_range;
