@@ -35,7 +35,7 @@ struct Candidate {
 
 Verification check(Candidate const & candidate)
 {
-    Verification const result = verifyFile(candidate.path);
+    Verification result = verifyFile(candidate.path);
     if (result.verdict != Verdict::OtherFormat || !candidate.mustBeBufferFile)
         return result;
     Failure const failure = loadFailure(candidate.path, _OX_DataBuffer::WrongMagic);

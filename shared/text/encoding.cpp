@@ -104,7 +104,8 @@ class Utf8Form::Reader
     {
         if (!isAtEnd() && front() == u' ')
             skip();
-        // Decoded units contain no ">", since each run ends at its first ">".
+        // Only text_ is searched: the units in decoded_ contain no ">", since every decoded run
+        // ended at its first ">".
         std::size_t const close = text_.find(u'>');
         if (close != none) {
             decoded_ += text_.substr(0, close);
@@ -141,9 +142,9 @@ class Utf8Form::Reader
         skipAscii();
     }
 
-    /// Moves `ascii_` to the end of the ASCII units from `read_` on, which decoding does not
-    /// change. Repeated decoding soon turns all other units into ASCII, so nested runs decode few
-    /// units more than once.
+    /// Moves `ascii_` to the end of the ASCII units that begin at `read_`. Decoding does not change
+    /// ASCII units, so decode() skips them. It soon turns all other units into ASCII, so nested
+    /// runs decode few units more than once.
     void skipAscii()
     {
         ascii_ = std::clamp(ascii_, read_, decoded_.size());
@@ -210,8 +211,8 @@ class Uni16Form::Reader
             return text_[i] == u'>' ? (i - first) % 2 == 0
                                     : startsWithIgnoringCase(View(text_).substr(i), marker);
         };
-        // The text behind decodedEnd_ never changes. Once the scan is in this text, it continues
-        // where the last scan of the same pairs stopped.
+        // The text behind decodedEnd_ never changes. A scan that reaches this text jumps to the
+        // position where the last scan of pairs with the same parity (`first % 2`) stopped.
         std::size_t & stop = stops_[first % 2];
         std::size_t i = first;
         while (!stopsAt(i))

@@ -64,10 +64,11 @@ OX_EXPORT QString toXmlString(QString text);
 /// encoded as "&amp;#196;", is therefore decoded to "Ä".
 OX_EXPORT QString fromXmlString(QString text);
 
-/// Returns the short form of a setting's name, for comparisons. It is the prefix "co", "pp" or "os"
-/// in lower case, if `name` begins with one in any letter case, followed by the capitals, the
-/// digits 1 to 9, "_" and "-" of the rest: "coImageWidth" becomes "coIW". The names "Color_ID" and
-/// "CompanyProjectName", in any letter case, count as names without a prefix.
+/// Returns the short form of a setting's name, for comparisons: "coImageWidth" becomes "coIW". The
+/// short form consists of
+/// - the prefix "co", "pp" or "os" in lower case, if `name` begins with it in any letter case;
+/// - the capitals, the digits 1 to 9, "_" and "-" of the rest of the name.
+/// The names "Color_ID" and "CompanyProjectName", in any letter case, have no prefix.
 OX_EXPORT QString oxCalcShortName(QString const & name);
 
 /// Returns whether `c` is a digit 0 to 9 or "-". The sign counts as a digit, since searches for

@@ -274,12 +274,12 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
         return b && ox::text::textLength(b) == static_cast<std::size_t>(a.size()) &&
                ox::text::equal(a.value, b, a.size());
     }
-    /// Compares `a` with the QString `b` in the `<=>` order of two wide strings.
+    /// Compares `a` with the QString `b` as `<=>` compares two wide strings.
     friend std::strong_ordering operator<=>(_oxString const & a, QString const & b)
     {
         return a.orderTo(b.utf16(), b.size());
     }
-    /// Compares `a` with `b` (zero-terminated UTF-16) in the `<=>` order of two wide strings. Null
+    /// Compares `a` with `b` (zero-terminated UTF-16) as `<=>` compares two wide strings. Null
     /// counts as the empty text.
     friend std::strong_ordering operator<=>(_oxString const & a, unsigned short const * b)
     {

@@ -29,7 +29,8 @@ struct EvenRecord8 {
     static constexpr int N = Capacity; ///< the maximum number of units of the text
     using Unit = char;
 
-    // Leaves the memory uninitialised. The constructors of the strings initialise all but `spare`.
+    // Leaves the memory uninitialised. The constructors of the strings set `value` and `length`;
+    // none sets `spare`.
     EvenRecord8() {}
 
     char value[N + 1];    ///< the text and its terminator
@@ -152,8 +153,8 @@ class String8 : public FixedText<S, Record>
     /// Parses the number at the start of the text as `atoi` does. A number beyond the range of int
     /// gives the nearest int.
     ///
-    /// With `ok`, the text must consist of an optional '-' and digits. Sets *ok to whether it does;
-    /// any other text gives 0. The empty text and "-" are accepted and give 0.
+    /// With `ok`, sets *ok to whether the whole text consists of an optional '-' and digits, and
+    /// returns 0 if it does not. For the empty text and "-" *ok is true and the result is 0.
     int toInt(bool * ok = nullptr) const { return text::toInt(value, size(), ok); }
 
     /// Returns whether the text equals `upper`, ignoring case. `upper` must be in upper case.
@@ -273,8 +274,8 @@ using UnevenCapacities8 = std::integer_sequence<int, 7, 15, 25, 75, 125>;
 /// The capacities of `_oxString8_AllSize` that the farm's records use.
 using AllSizeCapacities8 = std::integer_sequence<int, 10>;
 
-/// Returns whether `S` is a record of `size` bytes with the members `value` and `length` at the
-/// offsets of these names.
+/// Returns whether `S` is a record of `size` bytes whose members `value` and `length` have the
+/// offsets that the parameters of the same names contain.
 template <typename S>
 constexpr bool hasLayout(std::size_t size, std::size_t value, std::size_t length)
 {

@@ -112,7 +112,7 @@ template <typename Unit>
 OX_EXPORT int replaceAll(Unit * value, int length, int capacity, Unit const * before,
                          int beforeLength, Unit const * after, int afterLength, Case letters);
 
-/// Replaces every unit that equals `c`, ignoring case, by `by`.
+/// Replaces every unit that equals `c`, ignoring case, with `by`.
 template <typename Unit>
 OX_EXPORT void replaceUnit(Unit * value, int length, Unit c, Unit by);
 /// Removes every unit that equals `c`, ignoring case.

@@ -74,7 +74,7 @@ class FixedText : public Record
     }
 
     /// Sets the length to `n`, clamped to the range 0 to capacity, and writes the terminator. If
-    /// this makes the text longer, the units that follow the text in memory become part of it.
+    /// this makes the text longer, the units behind the previous end become part of the text.
     void setLength(short n) { terminateAt(std::clamp<int>(n, 0, capacity())); }
 
     /// Sets the length to the position of the first 0 unit in `value`, or to the capacity if none
@@ -239,7 +239,7 @@ class FixedText : public Record
     {
         return replaceText(before, after, Case::Exact);
     }
-    /// Replaces every unit that equals `c`, ignoring case, by `by`.
+    /// Replaces every unit that equals `c`, ignoring case, with `by`.
     S & replace(Unit const & c, Unit const & by)
     {
         replaceUnit<Unit>(value, size(), c, by);
@@ -252,7 +252,7 @@ class FixedText : public Record
     /// Removes every occurrence of `text`, as `remove` does, but searches with `indexOfCaseSen`: a
     /// `text` as long as this text is compared ignoring case, any other `text` exactly.
     S & removeCaseSens(S const & text) { return replaceText(text, S(), Case::Exact); }
-    /// Removes every unit that equals `c`, ignoring case, from this text and returns a copy of it.
+    /// Removes every unit that equals `c`, ignoring case. Returns a copy of the changed string.
     S remove(Unit const & c) { return setSize(removeUnit<Unit>(value, size(), c)); }
     /// Removes the `n` units that begin at position `pos`.
     S & remove(int pos, int n)
@@ -318,8 +318,8 @@ class FixedText : public Record
         std::strong_ordering const prefixes = order(a.value, b.value, shorter) <=> 0;
         return prefixes != 0 ? prefixes : a.size() <=> b.size();
     }
-    /// Compares `a` with `b` (zero-terminated Latin-1) in the `<=>` order of two strings. `b` may
-    /// be longer than the capacity. Null counts as the empty text.
+    /// Compares `a` with `b` (zero-terminated Latin-1) as `<=>` compares two strings. `b` may be
+    /// longer than the capacity. Null counts as the empty text.
     friend std::strong_ordering operator<=>(S const & a, char const * b)
     {
         char const * const text = b ? b : "";
@@ -399,7 +399,7 @@ class FixedText : public Record
         return append(from, n, [](Unit * to, From const * text, int k) { copyUnits(to, text, k); });
     }
 
-    /// Compares this text with the `n` units or Latin-1 bytes at `text`, in the `<=>` order of two
+    /// Compares this text with the `n` units or Latin-1 bytes at `text` as `<=>` compares two
     /// strings. `n` may exceed the capacity.
     template <typename From>
     std::strong_ordering orderTo(From const * text, std::ptrdiff_t n) const
@@ -467,7 +467,7 @@ template <typename S>
 concept FixedString8 = FixedString<S> && sizeof(typename S::Unit) == 1;
 
 /// Two fixed-capacity strings of different types, where a unit of A is at least as wide as a unit
-/// of B. The compiler derives the operators with swapped operands.
+/// of B. For the swapped operands (B, A) the compiler uses the operators of (A, B).
 template <typename A, typename B>
 concept DifferentFixedStrings = FixedString<A> && FixedString<B> && !std::same_as<A, B> &&
                                 sizeof(typename A::Unit) >= sizeof(typename B::Unit);
@@ -480,8 +480,8 @@ bool operator==(A const & a, B const & b)
 {
     return a.size() == b.size() && equal(a.value, b.value, a.size());
 }
-/// Compares `a` with `b`, a string of another type, in the `<=>` order of two strings of one type.
-/// A byte counts as the unit of the same value (Latin-1).
+/// Compares `a` with `b`, a string of another type, as `<=>` compares two strings of one type. A
+/// byte counts as the unit of the same value (Latin-1).
 template <typename A, typename B>
 requires DifferentFixedStrings<A, B> std::strong_ordering operator<=>(A const & a, B const & b)
 {

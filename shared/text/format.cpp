@@ -73,7 +73,8 @@ class Line
     char16_t * end_ = units_;
 };
 
-/// Concatenates pieces of text. At most three pieces are numbers.
+/// Concatenates pieces of text. At most three of the pieces may be numbers, since the buffer of
+/// Line has space for three.
 template <typename... Piece>
 QString line(Piece... pieces)
 {
@@ -133,8 +134,8 @@ Int truncated(double x)
 }
 
 /// Returns 10 to the power of `exponent`, computed by repeated multiplication in single precision.
-/// The table is computed at compile time, since some processors keep intermediate products at a
-/// higher precision.
+/// The table is computed at compile time: at run time some processors would keep the intermediate
+/// products at a higher precision, and the results would differ.
 float powerOfTen(int exponent)
 {
     static constexpr auto powers = [] {

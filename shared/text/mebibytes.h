@@ -7,7 +7,7 @@
 namespace ox::text
 {
 
-inline constexpr std::int64_t mebibyte = 1024 * 1024; ///< in bytes
+inline constexpr std::int64_t mebibyte = 1 << 20; ///< in bytes
 
 /// Converts `count` MiB to bytes.
 constexpr std::int64_t bytesOfMebibytes(std::int64_t count)

@@ -30,6 +30,7 @@ class OX_EXPORT _oxStringList
     /// Moves the entries of `other` to the new list and leaves `other` empty.
     _oxStringList(_oxStringList && other) noexcept { swap(other); }
     /// Copies `other`, as copyFrom does.
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): copyFrom tests it
     _oxStringList & operator=(_oxStringList const & other)
     {
         copyFrom(other);
