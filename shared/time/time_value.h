@@ -42,7 +42,7 @@ class OX_EXPORT _oxTime
     __int64 value = 0;
 
     /// The measured offset: local time minus UTC in seconds; -1 before the first measurement.
-    /// Threads: measured without a lock; concurrent measurements give the same value.
+    /// Threads: measured without a lock; concurrent measurements store the same value.
     static int oxTime_Start_OffSet;
 
     /// 1970-01-01 00:00:00 UTC.
@@ -128,13 +128,13 @@ class OX_EXPORT _oxTime
     /// Converts this time from local time to UTC, by the measured offset.
     void convertFromLocalTime();
 
-    /// Returns the seconds that remain at `now` of a wait of `wait` seconds that began at this
-    /// time; negative after the end of the wait. The result is truncated to 32 bits. A null `now`
-    /// is the current time.
-    int waitTimeDifference(__int64 const & wait, _oxTime const * now) const;
-    /// Returns whether a wait of `wait` seconds that began at this time has ended before `now`. If
-    /// it has, `restart` sets this time to `now`, which begins the next wait. A null `now` is the
+    /// Returns the seconds from `now` to the end of a wait that began at this time and lasts `wait`
+    /// seconds; negative after the end. The result is truncated to 32 bits. A null `now` is the
     /// current time.
+    int waitTimeDifference(__int64 const & wait, _oxTime const * now) const;
+    /// Returns whether a wait that began at this time and lasts `wait` seconds has ended before
+    /// `now`. If it has ended and `restart` is true, sets this time to `now`, which begins the next
+    /// wait. A null `now` is the current time.
     bool waitTimeIsOver(__int64 const & wait, bool const & restart, _oxTime const * now);
 
     /// Returns `oxTime_Start_OffSet`. Measures it first if it is -1.
