@@ -34,8 +34,8 @@ std::size_t bytesFor(std::uint64_t count)
 }
 
 /// Sort key of an entry: four units of its text from some position. Keys are compared only between
-/// entries whose texts are equal before this position. In a descending sort, `units` and `taken` are
-/// the bitwise complements.
+/// entries whose texts are equal before this position. In a descending sort, `units` and `taken`
+/// are complemented bit by bit.
 struct SortKey {
     std::uint64_t units; ///< the four units in upper case; the first unit is in the highest bits
     std::uint32_t taken; ///< how many of the four units the text has; the others are 0
