@@ -62,8 +62,8 @@ std::tm fieldsOf(int second, int minute, int hour, int day, int month, int year)
 }
 
 /// Converts local calendar fields to a time with two conversions. The first conversion assumes
-/// standard time and sets `tm_isdst`, which the second conversion uses. In the hour that occurs
-/// twice in autumn, both give the second occurrence. In the hour that is skipped in spring, the
+/// standard time and sets `tm_isdst`, which the second conversion uses. For an hour that occurs
+/// twice in autumn, both conversions give its second occurrence. For an hour skipped in spring, the
 /// second conversion is one hour too early, so the result of the first conversion is returned.
 __int64 timeOfLocal(std::tm const & fields)
 {
