@@ -116,8 +116,8 @@ bool writeToLogFile(Name const & name, _oxString8_evenSize<3000> line, bool over
 /// drive as one with free space.
 OX_EXPORT unsigned int oxGetFreeDriveSpaceMB(QString path);
 
-/// Makes a file executable for owner, group and others. On a system without executable bits it does
-/// nothing; verbose then prints a line to standard output.
+/// Makes a file executable for owner, group and others. On a system without executable bits it
+/// changes nothing, but prints a line to standard output if `verbose` is true.
 /// Fails: "Unable to set executable rights, " and the system's message.
 OX_EXPORT QString setExecutable_Rights(QString name, bool verbose);
 
