@@ -26,14 +26,14 @@ namespace ox::data
 
 using Byte = unsigned char;
 
-/// Maps A to Z to lower case if the search ignores case.
+/// Returns the byte; if the search ignores case, the letters A-Z are mapped to lower case.
 template <bool ignoreCase>
 constexpr Byte folded(Byte byte)
 {
     return ignoreCase ? text::toLower(byte) : byte;
 }
 
-/// Estimated frequency of each byte in texts and records, as a rank: the rarest bytes have 0.
+/// Estimated frequency of each byte in texts and records, as a rank: the rarest bytes have rank 0.
 inline constexpr auto commonness = [] {
     using namespace std::string_view_literals;
     constexpr auto mostCommonFirst =
@@ -143,8 +143,8 @@ class ByteSearch
     }
 
   private:
-    // Costs in bytes: the limits for replacing a probe and for changing to KMP, and the fixed cost
-    // of one comparison.
+    // Costs, counted in compared bytes: `smallLoss` is the limit for replacing a probe, `largeLoss`
+    // the limit for changing to KMP, `costOfCandidate` the fixed cost of one comparison.
     static constexpr int smallLoss = 512;
     static constexpr int largeLoss = 16384;
     static constexpr int costOfCandidate = 8;

@@ -15,8 +15,8 @@ namespace
 
 // The process-wide table of the 32-bit checksum. Once the table is built, oxCRCPartial() uses
 // faster kernels with their own constants instead.
-// Compatibility: before that the table is zero, and oxCRCPartial() computes the wrong result that
-// its comment describes.
+// Compatibility: as long as the table is not built, its entries are 0 and oxCRCPartial() computes
+// the wrong result that checksum.h describes.
 std::atomic<std::uint32_t> crc32Table[256];
 std::atomic<unsigned char> crc32TableIsBuilt;
 

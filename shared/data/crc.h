@@ -87,7 +87,7 @@ constexpr std::uint64_t asNextBytes(typename Crc::Word crc)
     return bytes;
 }
 
-/// Advances the register over `count` bytes with one lookup for each.
+/// Advances the register over `count` bytes with one table lookup for each byte.
 template <class Crc, std::size_t count>
 typename Crc::Word advanceCrcByStep(typename Crc::Word crc, unsigned char const * data)
 {

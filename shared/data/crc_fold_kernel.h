@@ -2,8 +2,9 @@
 // instruction set, in a namespace that has Vector and with the macro OX_TARGET. A template cannot
 // replace the repeated inclusion, since each function must be compiled for its instruction set.
 
-/// Moves blocks behind the end of the data and returns their sum. `carried` is added to the first
-/// block. `factors` has an entry for each block.
+/// Moves each block to half a block behind the end of the data (see FoldConstants::behindEnd) and
+/// returns the sum of the moved blocks. First adds `carried` to the first block. `factors` has one
+/// entry for each block.
 template <bool isReversed>
 __attribute__((always_inline)) OX_TARGET inline Block
 moveBehindEnd(Block carried, FoldFactors const * factors, unsigned char const * data,
@@ -36,8 +37,8 @@ moveBehindEnd(Block carried, FoldFactors const * factors, unsigned char const * 
     return sum;
 }
 
-/// Folds more than FoldConstants::atOnce blocks to one behind their end. `carried` is added to the
-/// first block.
+/// Folds at least FoldConstants::atOnce blocks into one block, half a block behind the end of the
+/// data. First adds `carried` to the first block.
 template <bool isReversed>
 __attribute__((always_inline)) OX_TARGET inline Block
 foldLong(FoldConstants const & constants, Block carried, unsigned char const * data,
@@ -80,9 +81,9 @@ foldLong(FoldConstants const & constants, Block carried, unsigned char const * d
         moveBehindEnd<isReversed>(Vector128::withLowBits(0), behindEnd + step, data, blocks));
 }
 
-/// Advances a CRC register over `length` bytes: with tables if they are less than a block, else by
-/// folding. The bytes before the first whole block become a block by zeros in front of them, which
-/// do not change the remainder.
+/// Advances a CRC register over `length` bytes: with tables if `length` is less than a block, else
+/// by folding. If `length` is not a multiple of the block size, the surplus bytes at the start are
+/// the head. Leading zeros fill the head up to a block and do not change the remainder.
 template <class Crc>
 OX_TARGET typename Crc::Word advance(typename Crc::Word crc, unsigned char const * data,
                                      std::size_t length)
@@ -104,7 +105,8 @@ OX_TARGET typename Crc::Word advance(typename Crc::Word crc, unsigned char const
     if (headLength != 0) {
         auto const head = Vector128::reverseBytes<isReversed>(Vector128::shuffle(
             Vector128::sum(Vector128::load(data), start), byteShifts.data() + headLength));
-        // The register may be longer than the head. The rest of it is added to the first block.
+        // If the head is shorter than the register, the remaining bytes of the register are added
+        // to the first block.
         carried = Vector128::reverseBytes<isReversed>(
             Vector128::shuffle(start, byteShifts.data() + sizeof(Block) + headLength));
         data += headLength;

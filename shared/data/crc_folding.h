@@ -36,19 +36,20 @@ struct FoldConstants {
     /// sixteen registers.
     static constexpr std::size_t chains = 6;
     static constexpr std::size_t longest = chains * blocksInWidestVector;
-    /// Number of blocks that can move to the end at once: those of all chains, and those that are
-    /// too few for another step of the chains.
+    /// Number of entries of `behindEnd`. At the end of long data at most this number of blocks is
+    /// left: the blocks in the chains, and the last blocks, which are too few for another step.
     static constexpr std::size_t atOnce = 2 * longest;
 
     /// Entry [n] moves a block by n blocks; entry [0] is unused.
     std::array<FoldFactors, longest + 1> byBlocks;
 
-    /// Factors that move the last `atOnce` blocks of the data to half a block behind its end, where
-    /// they are added. The last entry is for the last block.
+    /// Factors that move the last `atOnce` blocks of the data to half a block behind the end of the
+    /// data, where the kernel adds the blocks. The last entry is for the last block.
     std::array<FoldFactors, atOnce> behindEnd;
 
     /// Factors that divide the folded block by the widened polynomial Q = x^64 + ...: the quotient
-    /// x^128 / Q, and Q. Each omits one of its 65 coefficients: x^0 if reflected, else x^64.
+    /// x^128 / Q, and Q. Each has 65 coefficients and is stored in 64 bits without one coefficient:
+    /// that of x^0 if the CRC is reflected, else that of x^64.
     FoldFactors divisors;
 };
 
@@ -63,8 +64,8 @@ inline constexpr std::uint64_t widePolynomial =
 template <class Crc>
 constexpr std::array<FoldFactors, 2 * FoldConstants::atOnce + 1> factorsByHalfBlocks()
 {
-    // The product of two reflected words is one bit too low, which is a factor x. The exponents are
-    // smaller by 1 for that reason.
+    // The carry-less product of two reflected words has an additional factor x. To compensate,
+    // each exponent is smaller by 1.
     constexpr int firstExponent = Crc::isReflected ? 63 : 64;
     auto const timesX = [](std::uint64_t power, int times) {
         for (; times > 0; --times)
@@ -90,7 +91,8 @@ constexpr std::array<FoldFactors, 2 * FoldConstants::atOnce + 1> factorsByHalfBl
 template <class Crc>
 constexpr FoldFactors makeDivisors()
 {
-    // Long division of x^128. The first bit of the quotient, that of x^64, is already subtracted.
+    // Long division of x^128 by the polynomial. The loop starts after the first step, which gives
+    // the quotient's bit x^64.
     std::uint64_t quotient = 0;
     std::uint64_t remainder = widePolynomial<Crc>;
     for (int bit = 63; bit >= 0; --bit) {

@@ -9,7 +9,7 @@
 #if defined(__x86_64__) || defined(__i386__)
 #define OX_HAS_FOLDING_KERNELS
 #include <immintrin.h>
-// The compiler's intrinsics create an undefined vector by reading an uninitialised vector.
+// Some intrinsics read an uninitialised vector to get an undefined value: not worth a warning.
 #pragma GCC diagnostic ignored "-Wuninitialized"
 #ifndef __clang__
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
@@ -284,8 +284,8 @@ template <class Crc>
 typename Crc::Word selectAndAdvance(typename Crc::Word crc, unsigned char const * data,
                                     std::size_t length);
 
-/// The kernel of this machine; before the first call, the function that selects it. A static
-/// variable of advanceCrc() would be tested for its initialisation at each call.
+/// The kernel of this machine; before the first call, the function that selects the kernel. It is
+/// not a static variable in advanceCrc(), since each call would test whether that is initialised.
 template <class Crc>
 constinit std::atomic<decltype(CrcKernel<Crc>::advance)> selectedAdvance = selectAndAdvance<Crc>;
 
