@@ -18,7 +18,7 @@ bool loadFile(_OX_DataBuffer & buffer, platform::NativeName const & name, bool w
 
 /// Loads an open file as _OX_DataBuffer::loadFromFile does, from its current position. `fileSize`
 /// is the number of bytes from the current position to the end of the file.
-/// Fails: also with NotOpened if `file` is a failed open.
+/// Fails: as _OX_DataBuffer::loadFromFile; with NotOpened if `file` contains an error.
 bool loadOpenFile(_OX_DataBuffer & buffer, platform::Result<platform::OpenFile> file,
                   std::int64_t fileSize, bool withHeader);
 

@@ -134,15 +134,15 @@ class OX_EXPORT _OX_DataBuffer
     /// its block.
     bool compressFrom(_OX_DataBuffer & src, int const & offset);
 
-    /// Decompresses the `size` bytes at `dataOffset` into exactly destLen bytes. Sets `dataOffset`
-    /// to *offset first, if given. Returns destLen.
+    /// Decompresses the `size` bytes at `dataOffset` into exactly destLen bytes. If `offset` is
+    /// not null, first sets `dataOffset` to *offset. Returns destLen.
     /// Fails: returns the code and sets `error` to it: zlib's code, or WrongLength when the length
     /// of the result differs from destLen or from `sizeUncompressed`.
     int decompressToB(char * dest, int const & destLen, int const * offset);
 
     /// Decompresses into another buffer. Sets the `size` of `dest` to the length of the result, or
-    /// to the code of the error. Returns whether the length is above 0. `offset` as in
-    /// decompressToB().
+    /// to the code of the error. Returns whether the length is above 0. `offset` has
+    /// the same effect as in decompressToB().
     /// Fails: sets `error` of this buffer: OutOfMemory when `dest` cannot get a block of
     /// `sizeUncompressed` bytes, otherwise as decompressToB().
     /// Compatibility: an existing block of `dest` that is larger than `sizeUncompressed` gives
@@ -181,11 +181,11 @@ class OX_EXPORT _OX_DataBuffer
 
     // Files from and to the caller's memory. The functions return 0 or an error code.
     //
-    // A file name is a QString, a record, or any other string type (ox::text::FileName): a literal,
-    // a fixed string of another capacity, std::string. Opening never waits: it fails for a folder
-    // and for a named pipe.
+    // A file name is a QString, an _oxString8_evenSize<500>, or any other type that satisfies
+    // ox::text::FileName: a literal, a fixed string of another capacity, std::string. Opening never
+    // waits: it fails for a folder and for a named pipe.
     //
-    // After NotOpened, NotReadable, NotWritten, zlib's -1 and a code below EndOfFile the thread's
+    // After NotOpened, NotReadable, NotWritten, zlib's -1 and a code below EndOfFile, the thread's
     // last error is the system's reason (oxLastOSError). The other codes concern the content of the
     // file or, with OutOfMemory, the memory.
     //
@@ -255,7 +255,7 @@ class OX_EXPORT _OX_DataBuffer
     static int loadGzipFile(QString const & file, char * dest, unsigned int const & len,
                             bool const & exact);
 
-    /// Saves len bytes as a compressed buffer file, whose header contains only their length.
+    /// Saves len bytes as a compressed buffer file. Its header contains only the length `len`.
     /// Fails: as saveToFileCompressed().
     static int saveToFileCompressedHeader(_oxString8_evenSize<500> const & file, char * data,
                                           int const & len);
@@ -295,8 +295,8 @@ class OX_EXPORT _OX_DataBuffer
 
     /// Saves the `size` bytes as a plain file. Computes `crc`; with `withHeader` writes magic and
     /// header before the bytes.
-    /// Fails: with the codes of the static function; with NotWritten, and an unchanged file, when
-    /// `size` is negative or beyond the block.
+    /// Fails: with the codes of the static saveToFile(); with NotWritten, and an unchanged file,
+    /// when `size` is negative or beyond the block.
     bool saveToFile(_oxString8_evenSize<500> const & file, bool const & withHeader);
     /// Saves the `size` bytes as a plain file; the name is a QString.
     bool saveToFile(QString const & file, bool const & withHeader);
@@ -305,7 +305,7 @@ class OX_EXPORT _OX_DataBuffer
     /// header, and its CRC is checked.
     /// Fails: Missing; Corrupt when the CRC is wrong or the file has no content; OutOfMemory when
     /// the file is larger than `memoryLimitMB` or memory is lacking; otherwise with the codes of
-    /// the static function.
+    /// the static loadFromFile().
     bool loadFromFile(_oxString8_evenSize<500> const & file, bool withHeader);
     /// Loads a whole plain file and sets `size`; the name is a QString.
     bool loadFromFile(QString const & file, bool withHeader);
@@ -338,7 +338,7 @@ class OX_EXPORT _OX_DataBuffer
     /// Loads a whole plain gzip file and sets `size`; the name is a QString.
     bool loadGzipFile(QString const & file, unsigned int const & chunk);
 
-    // The functions above for file names of any other string type.
+    // Overloads of the functions above for file names of any other string type.
 
     /// Saves two blocks as a plain file; the name is of any other string type.
     template <ox::text::FileName Name>

@@ -53,7 +53,7 @@ Result<OpenFile> open(NativeName const & name, Mode mode)
                               : openForWriting(name, Content::Emptied, Writers::Refused);
 }
 
-/// A file in the plain format, with its error codes.
+/// A file in the plain format. Provides the error codes of this format.
 class PlainFile
 {
   public:
@@ -117,8 +117,8 @@ class CheckedFile : public PlainFile
   private:
     static constexpr int pieceSize = 1024 * 1024;
 
-    /// Returns the length of the piece that begins at `bytes`. Every piece but the first one begins
-    /// at a page boundary in memory: on an uncached share, any other piece costs an additional
+    /// Returns the length of the piece that begins at `bytes`. The next piece then begins at a page
+    /// boundary in memory: on an uncached share, a read to an unaligned address costs an additional
     /// request.
     static int pieceLengthAt(char const * bytes)
     {
@@ -129,7 +129,8 @@ class CheckedFile : public PlainFile
     unsigned int crc_ = 0;
 };
 
-/// A file in a compressed format, read and written by zlib's gzip interface, with its error codes.
+/// A file in a compressed format, read and written by zlib's gzip interface. Provides the error
+/// codes of these formats.
 class GzipFile
 {
   public:
@@ -418,8 +419,9 @@ bool ox::data::loadFile(_OX_DataBuffer & buffer, NativeName const & name, bool w
 {
     platform::FileStatus opened;
     auto file = platform::openForReading(name, platform::Writers::Refused, &opened);
-    // Compatibility: an existing file that cannot be opened is not reported as missing. The status
-    // of a file that was not found is not read, since another process can create it meanwhile.
+    // Compatibility: an existing file that cannot be opened is not reported as missing. If the file
+    // was not found, its status is not read: another process may have created the file since then,
+    // and the error would not be Missing.
     if (file)
         status = opened;
     else if (file.error().kind() != platform::ErrorKind::NotFound)
@@ -480,7 +482,7 @@ bool _OX_DataBuffer::loadGzipFile(QString const & file, unsigned int const & chu
     return readGrowing(gzip, *this, chunk);
 }
 
-// Overloads for names in records.
+// Overloads for file names in an _oxString8_evenSize<500>.
 
 int _OX_DataBuffer::saveToFile(_oxString8_evenSize<500> file, bool const & withMagic,
                                char * const block1, int const & len1, char * const block2,

@@ -32,8 +32,8 @@ char * newBlock(std::int64_t contentSize)
     return contentSize <= largestContent ? new (std::nothrow) char[std::size_t(bytes)] : nullptr;
 }
 
-/// Replaces a block by a new one and discards its content. Returns false when memory is lacking;
-/// the block is then null.
+/// Replaces a block by a new one and discards the old content. Returns false when memory is
+/// lacking; `block` is then null.
 bool renewBlock(char *& block, std::int32_t & capacity, std::int32_t contentSize)
 {
     delete[] block;

@@ -39,7 +39,7 @@ class OX_EXPORT _oxFileSearcher
     _oxFileSearcher(_oxFileSearcher const &) = delete;
     _oxFileSearcher & operator=(_oxFileSearcher const &) = delete;
 
-    /// Frees both blocks and sets the sizes to 0. `fileName` stays unchanged.
+    /// Frees the blocks `data` and `spare`, and sets the sizes to 0. `fileName` stays unchanged.
     void freeBuffer();
 
     /// Loads a file of at most `largestFile` bytes.
