@@ -94,17 +94,17 @@ class OX_EXPORT _oxCPUValue
         value = static_cast<float>(value + p / 100.0 / coreCount);
     }
 
-    /// Adds the fraction of another load; the other number of cores has no effect.
+    /// Adds the fraction of another load; the number of cores of `o` has no effect.
     _oxCPUValue & operator+=(_oxCPUValue const & o) { return value += o.value, *this; }
-    /// Subtracts the fraction of another load; the other number of cores has no effect.
+    /// Subtracts the fraction of another load; the number of cores of `o` has no effect.
     _oxCPUValue & operator-=(_oxCPUValue const & o) { return value -= o.value, *this; }
     /// Multiplies the load.
     _oxCPUValue & operator*=(float const & f) { return value *= f, *this; }
     /// Divides the load.
     _oxCPUValue & operator/=(float const & f) { return value /= f, *this; }
-    /// Returns the sum, with the number of cores of the left load.
+    /// Returns the sum. Its number of cores is that of the left operand.
     _oxCPUValue operator+(_oxCPUValue const & o) const { return _oxCPUValue(*this) += o; }
-    /// Returns the difference, with the number of cores of the left load.
+    /// Returns the difference. Its number of cores is that of the left operand.
     _oxCPUValue operator-(_oxCPUValue const & o) const { return _oxCPUValue(*this) -= o; }
 
     /// Compares the fractions; the numbers of cores have no effect.

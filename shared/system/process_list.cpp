@@ -29,8 +29,8 @@ void requestDebugPrivilege()
     static_cast<void>(ox::platform::setPrivilege("SeDebugPrivilege", true));
 }
 
-/// Calls `visit` for each entry with this name, which is in upper case. An empty name matches no
-/// entry.
+/// Calls `visit` for each entry whose name is `name`. `name` must be in upper case; an empty `name`
+/// matches no entry.
 template <typename Visit>
 void forEachNamed(_oxProcessList const & list, _oxString8_UnevenSize<25> const & name,
                   Visit const & visit)
@@ -73,7 +73,8 @@ void _oxProcessList::collectProcesses(_oxString8_UnevenSize<25> const & prefix)
         return true;
     };
     auto const keep = [&](ox::platform::ListedProcess const & process) {
-        // Entry 0 is the idle process, since getProcessInfo skips entry 0.
+        // Entry 0 must be the idle process: getProcessInfo skips entry 0, so any other process in
+        // entry 0 would stay without values.
         if (count == 0)
             add(0, 0, "IDLE");
         _oxString8_UnevenSize<25> name(process.name);
@@ -323,7 +324,7 @@ QString lineOf(_oxProcessEntry const & entry, float cpuUsage, int coreCount, boo
 }
 
 /// Measures all processes over waitMs milliseconds. Returns a line for each process for which
-/// `accept` returns true, called with the entry and its CPU usage.
+/// `accept(entry, usage)` returns true; `usage` is the CPU usage of the process.
 template <typename Accept>
 QStringList linesOver(int waitMs, int coreCount, bool withPid, Accept const & accept)
 {

@@ -79,9 +79,9 @@ class OX_EXPORT _oxProcessList
     /// Number of processes that the last snapshot found; only `count` of them have entries.
     int total() const { return total_; }
 
-    /// Reads memory and processor time of all processes, and sets them to 0 in the entries. On
-    /// Linux a snapshot also reads these values, and a call within 10 ms after the snapshot uses
-    /// them.
+    /// Reads memory and processor time of all processes, for later calls of getProcessInfo. Sets
+    /// `memMB` and `cpuTime` of all entries to 0. On Linux a snapshot also reads these values; a
+    /// call within 10 ms after the snapshot uses the values of the snapshot.
     void initGetProcessInfo();
     /// Sets `user` of an entry, and `memMB` and `cpuTime` if both are 0. `index` is 1 to `count`,
     /// including the unused entry after the filled ones. Other indices have no effect.
@@ -106,7 +106,7 @@ class OX_EXPORT _oxProcessList
     /// Returns whether a process has this name; false for the empty name. Takes a snapshot first if
     /// none exists, or with `refresh`.
     /// Compatibility: `pidOut` is not written, since the applications keep a number of their own in
-    /// it.
+    /// the variable that they pass.
     bool processExists(_oxString8_UnevenSize<25> name, bool refresh, long long * pidOut = nullptr);
     /// Returns whether at least two processes have this name. Takes a snapshot first if none
     /// exists. `pidOut` receives the id of the last process with the name, even if it is the only

@@ -67,9 +67,9 @@ class OX_EXPORT oxSharedMemory
     /// or an object that is already attached; otherwise with the system's code.
     bool create(int size, bool global, bool fallBackToLocal);
 
-    /// Detaches, and attaches to an existing segment. After a create() or a successful attach() it
-    /// uses the same name again. Otherwise it opens the global segment or, if this fails, the local
-    /// segment.
+    /// Detaches, and attaches to an existing segment. After a create() or a successful attach(),
+    /// this call uses the same name, global or local. Otherwise it opens the global segment or, if
+    /// this fails, the local segment.
     /// Fails: with DoesNotExist when the segment does not exist; otherwise with the system's code.
     bool attach();
 

@@ -134,7 +134,7 @@ int _oxSysInfo::getKernelMemory()
 {
     auto const memory = ox::platform::kernelMemory(perfBufferOf(*this));
     // Compatibility: the result is -1 if the paged pool has less than 2 bytes, whatever the size of
-    // the other pool.
+    // the nonpaged pool.
     if (!ox::platform::reportToThread(memory) || memory->pagedPool < 2)
         return -1;
     return wholeMebibytes(memory->pagedPool + memory->nonPagedPool, largest);

@@ -61,7 +61,9 @@ struct DiskHealth {
     QStringList lines;              ///< report for diagnosis
 };
 
-/// Returns the health of a disk. If the disk could not be read, the report states this.
+/// Returns the health of a disk. With `withHealth` the SMART table of an ATA disk is read, too:
+/// `lines` contains the table, and `temperature` is that of the table, if available. If the disk
+/// could not be read, `lines` states this.
 DiskHealth diskHealthOf(platform::Result<platform::Disk> const & disk, bool withHealth);
 
 /// Returns the user of the desktop: `ownerOf(index)` of the last of `count` processes for which
