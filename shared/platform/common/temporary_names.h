@@ -10,10 +10,10 @@
 namespace ox::platform
 {
 
-// Names of temporary files: ".oxshared-SYSTEM-PROCESS-NUMBER.tmp". SYSTEM (a number of the running
-// operating system), PROCESS (the process id) and NUMBER (random) have eight hexadecimal digits
-// each. Only processes with the same SYSTEM are sure to see each other's locks. So an unlocked file
-// of another SYSTEM counts as left behind only from a certain age.
+// Names of temporary files: ".oxshared-SYSTEM-PROCESS-NUMBER.tmp". Each part has eight
+// hexadecimal digits: SYSTEM identifies the running operating system, PROCESS is the process id,
+// NUMBER is random. Only processes with the same SYSTEM are sure to see each other's locks. So an
+// unlocked file of another SYSTEM counts as left behind only from a certain age.
 
 /// SYSTEM of every Windows machine. One number is sufficient, since the file server manages the
 /// locks of Windows machines: each of them sees the locks of all others.

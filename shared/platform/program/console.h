@@ -27,8 +27,8 @@ Result<OpenFile> openStandardInput();
 /// UTF-8 stay unchanged.
 std::vector<std::string> utf8Arguments(int argc, char ** argv);
 
-/// Converts an argument of utf8Arguments to UTF-16; nativeName converts the result to the file name
-/// that the user has given.
+/// Converts an argument from utf8Arguments to UTF-16. If the argument is a file name, nativeName
+/// converts the result to exactly the name that the user has given.
 std::u16string argumentText(std::string_view argument);
 
 /// Returns the login name of the current user in UTF-8; empty if it is not known.

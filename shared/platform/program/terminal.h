@@ -16,7 +16,7 @@ struct TerminalSize {
 /// Returns the size of the terminal of a stream; 80 by 24 if it is not known.
 TerminalSize terminalSize(std::FILE * stream);
 
-/// Returns whether a stream is a terminal that shows colours, by the escape sequences of ECMA-48.
+/// Returns whether a stream is a terminal that supports the colour escape sequences of ECMA-48.
 bool hasColours(std::FILE * stream);
 
 /// Prepares the terminal of standard input and output for drawing: saves its content, hides the
@@ -37,8 +37,8 @@ inline constexpr char pageUpKey = '\x02';
 inline constexpr char pageDownKey = '\x06';
 
 /// Waits until `end` for the next byte of keyboard input; empty if none arrives. Call it after
-/// takeTerminal(). A key without a character and without a constant above yields one or more bytes
-/// on Linux and none on Windows.
+/// takeTerminal(). A key that is neither a character nor one of upKey to pageDownKey yields one or
+/// more bytes on Linux and none on Windows.
 std::optional<char> waitForKey(std::chrono::steady_clock::time_point end);
 
 } // namespace ox::platform

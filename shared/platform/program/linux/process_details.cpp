@@ -51,8 +51,8 @@ std::u16string joinedArguments(std::string bytes)
     return fromFileName(bytes);
 }
 
-/// Sends a signal to a process through its pidfd `descriptor`. If this is negative, since older
-/// kernels have no pidfd, sends the signal to the process id.
+/// Sends a signal to a process through its pidfd `descriptor`. Older kernels have no pidfd:
+/// `descriptor` is then negative, and the signal is sent to the process with the id `id`.
 bool sendSignal(std::uint32_t id, int descriptor, int signal)
 {
     if (descriptor >= 0)
@@ -78,7 +78,8 @@ std::optional<ProcessDetails> processDetails(std::uint32_t id)
 
 Result<> endProcess(std::uint32_t id, std::uint64_t start, Ending ending)
 {
-    // For the id 0 and for negative ids, kill() sends the signal to a process group.
+    // kill() takes 0 or a negative id for a process group, and an id above INT_MAX would become
+    // negative. Process 1 is the init process.
     if (id <= 1 || id > INT_MAX)
         return Error{EPERM, "kill"};
     // The pidfd refers to the process that has the id at this moment. If that process started at

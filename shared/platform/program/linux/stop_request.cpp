@@ -22,7 +22,8 @@ bool answerStopRequests(void (*answer)(StopRequest))
         if (current.sa_handler != SIG_IGN)
             sigaddset(&requests, number);
     }
-    // New threads inherit the mask, so only the thread below receives the signals.
+    // New threads inherit this signal mask. The signals stay blocked in every thread, and only the
+    // sigwaitinfo() below receives them.
     ::pthread_sigmask(SIG_BLOCK, &requests, nullptr);
     try {
         std::thread([requests, answer] {

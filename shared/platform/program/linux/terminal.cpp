@@ -79,7 +79,8 @@ namespace
 /// the sequence is unknown or empty.
 char readSequence()
 {
-    // The bytes of a sequence arrive together; after the escape key itself there is a gap.
+    // The bytes of a sequence arrive together. An escape character without a byte within this time
+    // comes from the Escape key.
     constexpr int gapMs = 20;
     std::string sequence;
     char byte = 0;

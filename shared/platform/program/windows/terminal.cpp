@@ -64,7 +64,7 @@ void restoreTerminal()
 namespace
 {
 
-/// Returns the byte of terminal.h for a key without a character; 0 if the key has none.
+/// Returns the constant of terminal.h for a key, such as upKey; 0 if the key has no constant.
 char specialKey(WORD key)
 {
     switch (key) {
