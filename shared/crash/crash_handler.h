@@ -90,5 +90,5 @@ class OX_EXPORT oxCrashHandler
 /// the exception code, and returns 1, which executes the block's handler.
 OX_EXPORT unsigned long filter(EXCEPTION_POINTERS * exinfo, _oxString<250> & message);
 
-/// Returns the empty text: stack traces are read from the dumps.
+/// Always returns the empty text. To get a stack trace, read the dump with a debugger.
 OX_EXPORT QString oxOutputStackTrace(int depth);
