@@ -51,7 +51,7 @@ void writeLine(void * text)
 }
 
 /// Logs a line. During the handling of a crash, a crash of the logger is caught. During a dump on
-/// demand, a crash of the logger is a crash of the application.
+/// demand, a crash of the logger is handled like any other crash of the application.
 void log(LogText text, DumpReason reason)
 {
     if (reason == DumpReason::Crash)

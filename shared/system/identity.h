@@ -6,7 +6,7 @@
 
 #include <QString>
 
-/// The applications of the farm. The farm's records contain the values.
+/// The applications of the farm. The farm's records contain the values, so they must not change.
 enum class ox_AppType : int {
     None,
     Server,
@@ -24,7 +24,8 @@ enum class ox_AppType : int {
     Script
 };
 
-/// The operating systems of the farm. The farm's records contain the values.
+/// The operating systems of the farm. The farm's records contain the values, so they must not
+/// change.
 enum class _oxOS : int { All, Windows, Linux, Mac };
 
 /// Returns the enumerator's name, or "unknown" for any other value.
