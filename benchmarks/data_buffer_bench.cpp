@@ -49,8 +49,8 @@ std::string prose(std::size_t size, std::mt19937 & random)
 
 std::string binary(std::size_t size, std::mt19937 & random)
 {
-    // Mostly small numbers, as in records. The bytes contain no 0, since strcasestr would stop
-    // there.
+    // Mostly small numbers, as in records. The bytes contain no 0, since strcasestr stops at the
+    // first 0.
     std::string bytes(size, '\0');
     std::generate(bytes.begin(), bytes.end(),
                   [&] { return random() % 3 ? char(1 + random() % 4) : char(1 + random() % 255); });

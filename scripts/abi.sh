@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Compares the binary interface of the library with tests/package/abi.txt:
 #   scripts/abi.sh [--renew]     --renew writes the file instead
-# The interface is that of the preset dev on 64-bit Linux with Qt 6. CONTRIBUTING.md lists the
-# changes that are allowed.
+# Uses the build of the preset dev on 64-bit Linux with Qt 6. CONTRIBUTING.md lists the changes that
+# are allowed.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 

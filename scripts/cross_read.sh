@@ -6,7 +6,7 @@ set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 builds=(dev linux-i686 windows-x86_64 windows-i686)
-# Prints standard error only if the tool fails, since Wine writes messages of its own there.
+# Prints standard error only if the tool fails, since Wine writes messages to standard error, too.
 oxtool() { # build, argument…
   local build=$root/build/$1 run
   case $1 in

@@ -66,7 +66,7 @@ class HostileName : public NeighbourTest
         }
     }
 
-    /// Removes the entry at the path and creates an entry of this kind there.
+    /// Replaces the entry at the path by an object of this kind.
     void renew(QString const & path, Kind kind) const
     {
         std::filesystem::remove_all(path.toStdString());

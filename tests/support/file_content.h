@@ -11,7 +11,7 @@ namespace ox::tests
 /// Returns the bytes of a file, or nothing if the file is not readable.
 QByteArray contentOf(QString const & file);
 
-/// Returns the bytes of a text file. Line ends are converted to those of Unix.
+/// Returns the bytes of a text file, with each CR LF converted to LF.
 QByteArray linesOf(QString const & file);
 
 /// Returns the bytes of a buffer.

@@ -9,8 +9,8 @@ namespace ox::tests
 class Shell
 {
   public:
-    /// `program` is the $0 of the scripts. `folder` is the current folder of the scripts, by
-    /// default that of the test.
+    /// `program` is the $0 of the scripts. The scripts run in `folder`, by default in the
+    /// current folder of the test.
     explicit Shell(QString program = QStringLiteral("sh"), QString folder = {});
 
     /// Runs a script and waits for its end. The script's $1, $2, … are the arguments.

@@ -27,7 +27,7 @@ class ToolRun
     /// Kills the process if it is still running.
     ~ToolRun();
 
-    /// Writes the input to the program's standard input and then closes the standard input.
+    /// Writes the input to the program's standard input, then closes the standard input.
     void sendInput(QByteArray const & input);
     /// Waits until the standard output contains a text. Returns false if the program ends without
     /// printing it.

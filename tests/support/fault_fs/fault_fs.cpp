@@ -69,8 +69,8 @@ std::chrono::microseconds delay(0);
 std::filesystem::path testFolder; ///< the folder of the control file
 
 /// Whether the current request of the kernel still has to be counted. For some requests the FUSE
-/// library calls two functions: that of the request, and then getattr for the changed file. Only
-/// the first call is counted.
+/// library calls two functions: the function of the request, and then getattr for the changed file.
+/// Only the first call is counted.
 thread_local bool isFresh = false;
 /// Whether the current request is a LOOKUP. The FUSE library serves a LOOKUP by a call of getattr.
 thread_local bool isLookup = false;
