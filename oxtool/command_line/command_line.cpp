@@ -66,7 +66,8 @@ std::string parseMilliseconds(Option const & option, std::string const & text, i
     return {};
 }
 
-/// Parses an age. Returns the message about a text that is none; empty on success.
+/// Parses an age into `value`. Returns an error message if `text` is not an age, otherwise an empty
+/// text.
 std::string parseAge(std::string const & text, std::optional<std::chrono::milliseconds> & value)
 {
     value = parseDuration(fromArgument(text), std::chrono::seconds(1));
@@ -101,7 +102,8 @@ bool hasOption(std::vector<Option> const & options, std::string const & argument
     return std::ranges::find(options, name, &Option::name) != options.end();
 }
 
-/// Returns the end of the option at `at` with its value; `at` itself if it is none of `options`.
+/// Returns the position after the option at `at` and its value. Returns `at` if the argument there
+/// is none of `options`.
 Arguments::const_iterator endOfOption(std::vector<Option> const & options,
                                       Arguments::const_iterator at, Arguments::const_iterator end)
 {
@@ -112,7 +114,8 @@ Arguments::const_iterator endOfOption(std::vector<Option> const & options,
     return at + (hasNext ? 2 : 1);
 }
 
-/// Moves the program's options from before the command behind it, if the command has them as well.
+/// Moves each option that stands before the command behind it if the command has an option of the
+/// same name.
 Arguments withOptionsBehindCommand(Program const & program, Arguments const & arguments)
 {
     auto const skip = [&program](auto at, auto end) {
@@ -355,7 +358,7 @@ class Parser
         auto const once = [](CLI::Option * repeated) {
             return repeated->type_size(1)->allow_extra_args(false);
         };
-        // `parse` returns the message about a wrong value; empty on success.
+        // `parse` returns an error message for a wrong value, otherwise an empty text.
         auto const parsed = [&](auto const & parse) {
             return app.add_option_function<std::string>(
                 names, [&option, parse](std::string const & text) {
@@ -467,8 +470,8 @@ class Parser
     std::string messageOf(CLI::ParseError const & error) const
     {
         CLI::App const & app = selectedApp();
-        // CLI11 reports an unknown command as a missing command. If an argument is missing, it does
-        // not report an unknown option.
+        // CLI11 reports an unknown command as a missing command, and does not report an unknown
+        // option if an argument is missing. So the messages about both are built here.
         std::vector<std::string> const unknown = app_.remaining(true);
         if (isUnknownCommand(app))
             return unknownCommand(app, unknown.front());

@@ -14,8 +14,8 @@ struct Program {
     std::string summary;
     std::string version;
     std::vector<Command> commands;
-    /// Options that may also stand before the command. There they apply to each command that has
-    /// an option of the same name; the others ignore them.
+    /// Options that may also stand before the command. A command that has an option of the same
+    /// name receives such an option; other commands ignore it.
     std::vector<Option> options = {};
     bool canGenerate = false; ///< adds the hidden command `generate`, see writeGeneratedFiles()
 };

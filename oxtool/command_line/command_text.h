@@ -54,8 +54,8 @@ std::string synopsisOf(std::string const & path, Command const & command);
 
 /// What a shell completes as the value of an option or as a positional argument.
 enum class Completion { Nothing, Words, Files, Folders, Programs };
-/// Returns the completion of an option. The name of the value determines files and folders, such as
-/// FOLDER or BUFFER_FILE.
+/// Returns the completion of an option. The name of the option's value, such as FOLDER or
+/// BUFFER_FILE, determines whether a shell completes files or folders.
 Completion completionOf(Option const & option);
 /// Returns the values that a shell completes for `Completion::Words`.
 std::vector<std::string> const & wordsOf(Option const & option);

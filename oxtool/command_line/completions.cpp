@@ -47,7 +47,7 @@ Texts const programOptions = {"-h", "--help", "--help-all", "-V", "--version"};
 /// Options that every command has.
 Texts const commandOptions = {"-h", "--help"};
 
-/// Adds the names of options.
+/// Returns `all` with the names of the visible `options` appended, without positional arguments.
 Texts typedOptions(Texts all, std::vector<Option> const & options)
 {
     for (Option const & option : options) {
@@ -69,7 +69,8 @@ Texts namesOf(std::vector<Command> const & commands)
     return names;
 }
 
-/// Returns the names of the subcommands and the words of all positional arguments.
+/// Returns the names of the subcommands and the values that a shell completes for all positional
+/// arguments.
 Texts positionalWords(Command const & command)
 {
     Texts all = namesOf(command.subcommands);

@@ -34,7 +34,7 @@ std::size_t distance(std::string_view a, std::string_view b)
 std::string nearestName(std::string_view given, std::vector<std::string> const & names)
 {
     constexpr std::size_t longest = 40; // limits the time for a long argument
-    // Every option begins with "--", so dashes alone select none.
+    // Dashes alone get no suggestion, since every option begins with "--".
     if (given.size() > longest || given.find_first_not_of('-') == std::string_view::npos)
         return {};
     auto const begins = [given](std::string const & name) { return name.starts_with(given); };
