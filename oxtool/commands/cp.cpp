@@ -62,8 +62,8 @@ QString targetOf(QString const & from, QString const & to)
     return isFolder ? nameIn(to, from) : to;
 }
 
-/// Calls `copy`, shows its progress, and returns its failure text. `size` returns the size of the
-/// target, which is `begin` before the copy.
+/// Calls `copy`, shows its progress, and returns its failure text. `size` returns the current size
+/// of the target; `begin` is the size of the target before the copy.
 QString copyWithProgress(QString const & from, qint64 begin, Progress::Measure const & size,
                          std::function<QString()> const & copy)
 {

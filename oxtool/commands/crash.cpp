@@ -55,7 +55,7 @@ void showStack(CrashReport const & crash, Report & report)
 
 void show(Options const & options, Report & report)
 {
-    // The open fails for a named pipe, which would block minidump_stackwalk.
+    // openForReading() fails for a named pipe; minidump_stackwalk would block on it.
     if (auto const dump =
             platform::openForReading(nativeName(options.dump), platform::Writers::Allowed);
         !dump)

@@ -23,8 +23,8 @@ struct FollowOptions {
 /// Returns the options --interval and --idle.
 std::vector<Option> followTimes(FollowOptions & options);
 
-/// Shows or copies what a file gains, until it has not grown for the time of --idle. Returns the
-/// exit status.
+/// Shows or copies the bytes that are appended to a file, until the file has not grown for the time
+/// of --idle. Returns the exit status.
 int follow(FollowOptions const & options);
 
 } // namespace ox::tool

@@ -144,7 +144,7 @@ class Inspection
         return hasHeader_ && isRead ? std::optional(loaded_.crc) : std::nullopt;
     }
 
-    /// Returns the CRC of the content of the gzip stream, including magic and header.
+    /// Returns the CRC of the decompressed gzip stream: magic and header (if present), then data.
     quint32 contentCrc() const
     {
         unsigned int crc = 0xFFFFFFFF;

@@ -57,8 +57,9 @@ Failure statusFailure(QString const & file, int systemError)
 }
 
 /// Returns the system's error code for the folder of a path that begins with a share or a drive.
-/// Returns 0 if the folder exists, or if the path has another form. On Linux an unmapped path such
-/// as "\\farm\share\a" names a file in the current folder, whose lock no other process sees.
+/// Returns 0 if the folder exists, or if the path has another form. Without this check an unmapped
+/// path such as "\\farm\share\a" would, on Linux, name a file in the current folder, and no other
+/// process would see its lock.
 int systemErrorOfFolder(QString const & file)
 {
     bool const isStoredPath = file.startsWith(QLatin1String("\\\\")) ||

@@ -56,7 +56,7 @@ void list(Options const & options, Report & report)
     ProcessSelection selection = options.selection;
     if (!options.name.isEmpty())
         selection.name = options.name;
-    // The library compares names by their first 25 characters.
+    // The library compares only the first 25 characters of a name.
     _oxString8_UnevenSize<25> prefix(selection.name);
     prefix.makeUpper();
     ProcessSelection shortened = selection;
@@ -68,7 +68,7 @@ void list(Options const & options, Report & report)
     int total = processes->total();
     for (int i = 0; i < processes->count; ++i) {
         ProcessRow row = readProcess(*processes, i);
-        // The list contains the idle process for every prefix.
+        // The list contains the idle process even if its name does not begin with the prefix.
         if (matches(row, shortened))
             rows.push_back(std::move(row));
         else

@@ -185,8 +185,8 @@ class Replacing
     }
 
     /// Sets `content` to the file's content with all exact matches replaced, and returns the number
-    /// of matches. The library has only a function that ignores case. As in this function, a match
-    /// at the end of the file is counted but not replaced.
+    /// of matches. The library's replaceAll() always ignores case. As replaceAll() does, counts a
+    /// match at the end of the file but does not replace it.
     int replaceExactly(_oxFileSearcher const & file, std::string & content) const
     {
         auto const append = [&](int begin, int end) {

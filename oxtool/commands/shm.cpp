@@ -31,7 +31,7 @@ struct Options {
 
 /// Returns the key as an 8-bit record of the library.
 /// Fails: throws Failure when the key is too long for the name of a segment or not in Latin-1,
-/// since a changed key refers to another segment.
+/// since a truncated or converted key would refer to another segment.
 _oxString8_evenSize<250> recordKey(QString const & key)
 {
     constexpr int longestKey = 232;
@@ -126,7 +126,7 @@ void showBytes(std::span<std::byte const> bytes, Report & report)
 /// Size of the lock byte and the reserved bytes before the data.
 constexpr std::size_t headerSize = 8;
 
-/// Returns the key in the name of a segment, "Global\OX_KEY_1234567".
+/// Returns the key from the name of a segment: "KEY" from "Global\OX_KEY_1234567".
 QString keyIn(QString const & name)
 {
     QLatin1String const begin("OX_");
@@ -161,7 +161,7 @@ void show(Options const & options, Report & report)
     showBytes(shown, report);
 }
 
-/// Lists the segments of the farm that any process has open.
+/// Lists the farm's segments (names with the prefix "OX_") that at least one process has open.
 void list(Options const &, Report & report)
 {
     using platform::SharedSegment;

@@ -163,7 +163,8 @@ class SourceNames
             return fs::Keep::All;
         if (isFolder)
             return folders_.contains(name) ? fs::Keep::Folder : fs::Keep::Nothing;
-        // A link with the name of a source folder is kept: the files were copied through it.
+        // A link in the target with the name of a source folder is kept, since the files of this
+        // folder were copied through the link.
         bool const isKept = !isSelected(path, selection) || folders_.contains(name) ||
                             isOfSource(name) || name == QLatin1String(deletionMarker) ||
                             name.mid(name.lastIndexOf(QLatin1Char(platform::ownSeparator)) + 1)

@@ -146,7 +146,7 @@ class LiveView
         return false;
     }
 
-    /// Handles a key. Returns true: the table is drawn again after each key.
+    /// Handles a key. Always returns true, so that the table is redrawn after each key.
     bool handle(char key)
     {
         for (auto const & [letter, sort] :
@@ -186,7 +186,8 @@ class LiveView
                                     "j, k, space, b: scroll"),
                      size, Style::None);
         QByteArray const frame = "\033[H" + lines.join("\033[K\r\n") + "\033[K\033[J";
-        // A stop request restores the terminal, after which nothing may be drawn.
+        // A stop request restores the terminal. Without the deferral the table could be drawn after
+        // that.
         deferStopRequests([&frame] {
             writeOutput(frame.constData(), frame.size());
             std::fflush(stdout);

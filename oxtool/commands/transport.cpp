@@ -29,7 +29,8 @@ struct Options {
     bool json = false;
 };
 
-/// Returns the text of the command line or of the standard input. `isLatin1` applies to the latter.
+/// Returns the text of the command line or of the standard input. With `isLatin1` the standard
+/// input is Latin-1, otherwise UTF-8.
 /// Fails: throws Failure when the standard input is not readable or not UTF-8.
 QString inputOf(Options const & options, bool isLatin1)
 {
@@ -49,8 +50,9 @@ QString inputOf(Options const & options, bool isLatin1)
     return text;
 }
 
-/// Shows `result`. Escapes unprintable characters only on a terminal, since runs contain them. A
-/// result of the command line gets a line break; standard input has its own.
+/// Shows `result`. Escapes unprintable characters only on a terminal: other readers need the
+/// unchanged runs, which contain such characters. Appends a line break if the input is from the
+/// command line; standard input has its own.
 void show(Options const & options, QString const & text, QString const & result, bool isLatin1,
           Report & report)
 {
@@ -77,7 +79,7 @@ void encode(Options const & options, Report & report)
 void decode(Options const & options, Report & report)
 {
     QString const text = inputOf(options, options.asLatin1);
-    // A 16-bit run may contain the byte of a line break, so the lines are decoded together.
+    // A 16-bit run may contain the byte of a line break, so the text is not split into lines first.
     show(options, text, oxFromOXUni16(oxFromOXUTF8(text)), false, report);
 }
 

@@ -148,7 +148,8 @@ class Verify
 
     void list(char const * verdict, Candidate const & candidate, Verification const & result)
     {
-        // The failure is "cannot load 'PATH': REASON", and the line below shows the path itself.
+        // The failure is "cannot load 'PATH': REASON". Only REASON is needed, since the report line
+        // already begins with the path.
         QString const reason =
             result.failure.mid(result.failure.lastIndexOf(QLatin1String("': ")) + 3);
         QJsonObject json = {{QStringLiteral("file"), candidate.path},
