@@ -53,8 +53,8 @@ char * headerOf(_OX_DataBuffer & buffer);
 /// Fails: throws the Failure of loadFailure(); the buffer has the error code.
 void loadBufferFile(QString const & path, Format format, _OX_DataBuffer & buffer);
 
-/// Loads a whole plain file and shows a progress line. Sets `status` to the status of the loaded
-/// file; also if the load fails but the file exists.
+/// Loads a whole plain file and shows a progress line. Sets `status` to the status of the file,
+/// also after a failed load; to empty if the file does not exist.
 /// Fails: throws the Failure of loadFailure().
 void loadPlainFile(QString const & path, _OX_DataBuffer & buffer,
                    std::optional<platform::FileStatus> & status);

@@ -29,8 +29,8 @@ struct CrashReport {
 class DumpReaders
 {
   public:
-    /// Searches the programs in `folder`; if that is empty, in the folder of this program, then in
-    /// PATH.
+    /// Searches for the programs in `folder`. If `folder` is an empty text, searches in the folder
+    /// of this program, then in PATH.
     explicit DumpReaders(QString const & folder);
 
     /// Returns whether read() can run.
@@ -39,7 +39,7 @@ class DumpReaders
     bool canMakeSymbols() const { return !symbols_.isEmpty(); }
 
     /// Extracts the symbols of a program to the symbol folder `folder`, under the name that
-    /// minidump_stackwalk searches: FOLDER/NAME/ID/NAME.sym.
+    /// minidump_stackwalk searches for: FOLDER/NAME/ID/NAME.sym.
     void storeSymbols(QString const & program, QString const & folder) const;
 
     /// Reads a dump. `symbols` is the symbol folder; empty for none.

@@ -20,8 +20,8 @@ enum ExitStatus {
     Missing = 5  ///< the file, folder, process or segment that the command is about does not exist
 };
 
-/// Returns the exit status for a system error about the subject of a command: `Missing` if it does
-/// not exist, otherwise `Failed`.
+/// Returns the exit status for a system error about the subject of a command: `Missing` if the
+/// subject does not exist, otherwise `Failed`.
 ExitStatus statusOf(platform::Error error);
 
 /// Combines the exit statuses of two steps. If only one step failed, returns its status. If both

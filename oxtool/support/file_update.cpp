@@ -50,7 +50,7 @@ void createCopy(NewFile & copy, FileUpdate const & update, StopGuard & guard)
 /// meanwhile, so that the process does not end between these two steps.
 void putInPlace(NewFile & copy, FileUpdate const & update, StopGuard & guard, UpdateResult & done)
 {
-    // No file has the size -1, so keepPrevious() does not find the target up to date.
+    // With the size -1, which no file has, keepPrevious() never treats the target as up to date.
     qint64 const size = update.comparesContent ? -1 : update.sourceStatus.size;
     fs::SyncPlacement placement;
     guard.complete([&] {

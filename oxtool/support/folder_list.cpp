@@ -34,7 +34,7 @@ bool mayEnter(QString const & root, FolderContent & folder)
         return true;
     using platform::ErrorKind;
     ErrorKind const kind = opened.error().kind();
-    // open() does not follow a link and fails with one of these two kinds; kindOf() follows it.
+    // For a link open() fails with one of these two kinds; kindOf() follows the link.
     folder.isLink = (kind == ErrorKind::NotFound || kind == ErrorKind::NotAFile) &&
                     platform::kindOf(nativeName(root + folder.path)) == platform::NameKind::Folder;
     if (!folder.isLink)
@@ -48,7 +48,7 @@ void listFolder(QString const & root, FolderContent & content, FolderSelection c
     oxDirListing listing;
     for (QString const & ending : selection.endings)
         listing.addEndsWithFilter(ending);
-    // Without readIntoMemory, which would query the status of each file.
+    // readIntoMemory (the third argument) is false, since it would query the status of each file.
     listing.init(root + path, true, false, false, false);
     while (listing.nextFile()) {
         QString const name = listing.fileName();

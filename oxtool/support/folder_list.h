@@ -29,8 +29,8 @@ struct FolderSelection {
 
 /// Lists `folder` and, with `isRecursive`, its subfolders; up to `jobs` folders in parallel. The
 /// path of `folder` ends with a separator. Returns the folders in depth-first order: each one
-/// before its subfolders, which are sorted by name. Also returns the links to folders, without
-/// names.
+/// before its subfolders, which are sorted by name. The result also has an entry without names for
+/// each link to a folder.
 std::vector<FolderContent> listFolders(QString const & folder, FolderSelection const & selection,
                                        int jobs);
 

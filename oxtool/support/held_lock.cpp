@@ -59,7 +59,7 @@ class WaitingLine
     {
     }
 
-    /// Call it after each poll.
+    /// Updates the line. Call it after each poll of the lock.
     void update()
     {
         // A query of the holder takes a few round trips to the share, so it is made every 5 s.
@@ -83,8 +83,8 @@ class WaitingLine
 } // namespace
 
 // Each poll calls tryLock(), which is one request to the share. tryLock() defers stop requests, so
-// the pauses are outside of it. The first and the last pause are calls of isFree(), which also
-// removes a stale lock file.
+// the pauses between the polls are outside of tryLock(). In the first and the last pause isFree()
+// waits instead of oxSleep(), since isFree() also removes a stale lock file.
 HeldLock::HeldLock(QString const & file, int timeoutMs) : file_(file), locker_(file)
 {
     if (locker_.lockFileName().isEmpty())

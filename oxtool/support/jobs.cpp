@@ -44,7 +44,7 @@ class Pool
             while (threads_.size() < jobs)
                 threads_.emplace_back([this] { workOnItems(); });
         } catch (std::system_error const &) {
-            // The work runs on fewer threads.
+            // If a thread cannot be created, the work runs on fewer threads.
         }
         return !threads_.empty();
     }

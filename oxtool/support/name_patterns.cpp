@@ -19,7 +19,8 @@ bool isEqual(QChar one, QChar other)
 
 bool matchesPattern(QStringView name, QStringView pattern)
 {
-    // Each '*' first matches no character. After each mismatch the last '*' matches one more.
+    // Each '*' first matches no character. After each mismatch the last '*' matches one more
+    // character.
     qsizetype n = 0;
     qsizetype p = 0;
     qsizetype starEnd = -1;

@@ -13,8 +13,9 @@ namespace ox::tool
 bool matchesPattern(QStringView name, QStringView pattern);
 
 /// Returns whether a path, relative to the top folder, matches one of the patterns. A pattern
-/// without a separator is compared with the last component of the path, a pattern with a separator
-/// with the whole path. Separators are "/" and "\"; at the end of a pattern they have no effect.
+/// without a separator is compared with the last component of the path. A pattern with a separator
+/// is compared with the whole path. Separators are "/" and "\"; at the end of a pattern they have
+/// no effect.
 /// "/job17" and "./job17" match only "job17" directly in the top folder.
 bool matchesAny(QString const & path, std::vector<QString> const & patterns);
 

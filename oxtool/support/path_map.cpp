@@ -61,8 +61,8 @@ QString::size_type endOfFirst(QString const & list, QChar separator)
     return end < 0 ? list.size() : end;
 }
 
-/// Splits a list of mappings at line breaks; without one, at the separator of this system's path
-/// lists.
+/// Splits a list of mappings at line breaks. A list without line breaks is split at the separator
+/// of this system's path lists.
 QStringList splitList(QString list)
 {
     if (list.contains(u'\n'))
@@ -152,8 +152,8 @@ bool isPath(Option const & option)
            (completion == Completion::Files || completion == Completion::Folders);
 }
 
-/// Converts a stored path that a command receives as bytes. They stay unchanged if no mapping
-/// applies.
+/// Converts a stored path that a command receives as bytes. Leaves the bytes unchanged if the local
+/// path is the same.
 void convertBytes(std::string & bytes)
 {
     QString const path = fromArgument(bytes);
@@ -177,7 +177,8 @@ void makeLocal(Target const & target)
         convertBytes(**bytes);
 }
 
-/// Fails: throws Failure when a mapping is wrong. The failure is also the result in JSON.
+/// Converts the stored paths that all options have received to local paths.
+/// Fails: throws Failure when a mapping is wrong. With `asJson`, also writes the failure as JSON.
 void makeAllLocal(std::vector<Target> const & paths, bool asJson)
 try {
     std::for_each(paths.begin(), paths.end(), makeLocal);

@@ -22,8 +22,8 @@ std::vector<RootMapping> const & rootMappings();
 QString configurationFile();
 
 /// Returns the local path of a command-line argument. Without a matching mapping the path stays
-/// unchanged; but a share or drive with backslashes gets this system's separators. On Linux it
-/// would otherwise name a file in the current folder.
+/// unchanged. Exception: a share or drive with backslashes gets this system's separators, since on
+/// Linux a path with backslashes would name a file in the current folder.
 LocalPath localArgument(QString const & argument);
 
 /// Returns the option --map, which adds a mapping.

@@ -73,7 +73,7 @@ Progress::Progress(QString const & what, Measurement measurement)
     try {
         thread_ = std::thread(&Progress::show, this);
     } catch (std::system_error const &) {
-        // The work runs without a progress line.
+        // If the thread cannot be created, the work runs without a progress line.
     }
 }
 
@@ -111,7 +111,7 @@ void Progress::show()
         std::chrono::duration<double> const elapsed = std::chrono::steady_clock::now() - start;
         QString const figures = QStringLiteral(" %1 s").arg(elapsed.count(), 0, 'f', 1) +
                                 amountText(measurement_(), elapsed.count());
-        // A character in the last column may wrap the line.
+        // The last column stays empty: a character there may wrap the line.
         int const columns = platform::terminalSize(stderr).columns - 1;
         QString const line =
             cutInMiddle(what_, columns - static_cast<int>(figures.size())) + figures;

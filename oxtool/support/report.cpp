@@ -78,7 +78,7 @@ bool finishOutput()
 {
     if (std::fclose(stdout) != 0 && outputError == 0)
         outputError = platform::lastError().code;
-    // A caller who has closed standard output does not want a report.
+    // If the caller has closed standard output, a lost report is not an error.
     if (outputError == noStream && hasOnlyReport)
         return true;
     if (outputError != 0 && outputError != brokenPipe)

@@ -29,8 +29,8 @@ bool isDrive(QString const & path)
     return path.size() >= 2 && path.at(1) == QLatin1Char(':') && path.at(0).isLetter();
 }
 
-/// Returns whether `root` is a prefix of `path` that ends at the end of a component. The only
-/// separator in both is the slash, and `root` has none at its end.
+/// Returns whether `root` is a prefix of `path` that ends at the end of a component. Both must have
+/// slashes as their only separators, and `root` must not end with a slash.
 bool matches(QString const & root, QString const & path)
 {
     // The stored root "/" is an empty text here. It must not match a share such as "//farm/share".

@@ -9,8 +9,9 @@ namespace ox::tool
 namespace
 {
 
-/// A file of at least this size counts while its copy grows. A smaller file counts only when
-/// complete, since each query of the copy's size takes a round trip to the share.
+/// The bytes of a file of at least this size are counted while its copy grows. A smaller file is
+/// counted when its copy is complete, since each query of the copy's size takes a round trip to the
+/// share.
 constexpr qint64 largeSize = text::bytesOfMebibytes(8);
 
 } // namespace

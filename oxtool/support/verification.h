@@ -20,7 +20,8 @@ struct Verification {
 };
 
 /// Checks the content of a file as the loaders do: the CRC, and the compressed data if there is
-/// any. A damaged file is checked a second time, since a process may be writing it. No output.
+/// any. A damaged file is checked a second time, since a process may be writing it. Writes no
+/// output.
 /// Threads: may be called on several threads; each call needs memory for one whole file.
 Verification verifyFile(QString const & path);
 
