@@ -289,7 +289,7 @@ void resume(ResumeOptions const & options, Report & report)
     report.set(QStringLiteral("added"), added);
     report.set(QStringLiteral("size"), size);
     report.line(isWhole ? QStringLiteral("copied") : QStringLiteral("appended"),
-                QStringLiteral("%1 to %2, now %3").arg(sizeText(added), to, sizeText(size)));
+                QStringLiteral("%1 to %2, size now %3").arg(sizeText(added), to, sizeText(size)));
 }
 
 /// Continues the copy until a stop request.

@@ -159,8 +159,9 @@ void crashTest(Options const & options, Report & report)
     else
         report.line(
             QStringLiteral("reason"),
-            QStringLiteral("unknown; minidump_stackwalk is missing here: run 'oxtool crash' "
-                           "on 64-bit Linux, or give its folder with --readers"));
+            QStringLiteral(
+                "unknown; minidump_stackwalk is missing here: run 'oxtool crash' "
+                "on 64-bit Linux, or give the folder of minidump_stackwalk with --readers"));
 }
 
 std::vector<std::string> kindNames()

@@ -237,7 +237,7 @@ class Emptying
                                 {QStringLiteral("failed"), static_cast<qint64>(result.failures)}});
         report_.set(QStringLiteral("bytes"), static_cast<qint64>(result.bytes));
         if (!result.done || result.failures > 0)
-            throw Failure(QStringLiteral("cannot delete every entry of '%1': %2")
+            throw Failure(QStringLiteral("cannot delete some entries of '%1': %2")
                               .arg(folder_, summary(result)),
                           exitStatus());
         report_.line(options_.dryRun ? QStringLiteral("dry run") : QStringLiteral("done"),

@@ -212,7 +212,7 @@ class Follower
                            {QStringLiteral("size"), size}});
         else
             Report(false).line(QStringLiteral("appended"),
-                               QStringLiteral("%1 to %2, now %3")
+                               QStringLiteral("%1 to %2, size now %3")
                                    .arg(sizeText(added), options_.copy, sizeText(size)));
     }
 

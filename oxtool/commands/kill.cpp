@@ -55,7 +55,7 @@ std::vector<ProcessRow> findProcesses(std::vector<QString> const & targets)
     list->collectAllProcesses();
     list->initGetProcessInfo();
     if (list->total() > list->count)
-        throw Failure(QStringLiteral("cannot search %1 processes: more than the process list holds")
+        throw Failure(QStringLiteral("cannot search %1 processes: the process list is too small")
                           .arg(list->total()));
     auto const self = static_cast<unsigned int>(QCoreApplication::applicationPid());
     std::vector<bool> isFound(targets.size(), false);

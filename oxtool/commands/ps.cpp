@@ -31,9 +31,9 @@ Failure nothingFound(ProcessSelection const & selection)
         conditions += QStringLiteral("no name begins with '%1'").arg(selection.name);
     if (!selection.user.isEmpty())
         conditions += QStringLiteral("no process of user '%1'").arg(selection.user);
-    return Failure(
-        QStringLiteral("cannot find a process: %1").arg(conditions.join(QLatin1String(" or "))),
-        Missing);
+    return Failure(QStringLiteral("cannot find a process: ") +
+                       conditions.join(QLatin1String(" or ")),
+                   Missing);
 }
 
 void show(std::vector<ProcessRow> const & rows, Report & report, bool asJson)

@@ -122,7 +122,7 @@ void copy(Item & item, Options const & options, Transfer & transfer)
         if (isRepeated) {
             item.warnings.append(
                 QStringLiteral(
-                    "'%1' ends in zero bytes and may be unfinished, compared again after 5 s")
+                    "'%1' ends in zero bytes and may be unfinished; it is compared again after 5 s")
                     .arg(item.update.source));
             oxSleep(fs::syncRetryMs);
             compare(item, options, true);

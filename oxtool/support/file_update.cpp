@@ -28,9 +28,9 @@ void require(Result const & result, QString const & prefix = {})
 QString stopMessage(FileUpdate const & update)
 {
     bool const exists = platform::kindOf(nativeName(update.target)) != platform::NameKind::None;
-    return QStringLiteral("stopped, target %1: '%2'")
-        .arg(exists ? QStringLiteral("complete") : QStringLiteral("not created"),
-             update.shownTarget);
+    return (exists ? QStringLiteral("stopped, target complete: '%1'")
+                   : QStringLiteral("stopped, target not created: '%1'"))
+        .arg(update.shownTarget);
 }
 
 void createCopy(NewFile & copy, FileUpdate const & update, StopGuard & guard)

@@ -145,12 +145,13 @@ TEST_F(Copying, RefusesLinksOfOtherUsersAsRoot)
 {
     if (!works("test $(id -u) = 0 && ln -s b link && chown -h 65534 link"))
         GTEST_SKIP() << "only root can create a link of another user";
-    EXPECT_EQ(shell(R"sh(echo 1 >b; echo 12 >log; ! "$0" cp a link; ! "$0" resume log link; cat b
+    EXPECT_EQ(
+        shell(R"sh(echo 1 >b; echo 12 >log; ! "$0" cp a link; ! "$0" resume log link; cat b
                          chown -h 0 link; "$0" resume log link; cat b)sh"),
-              (QStringList{u"oxtool: cannot write 'link': Permission denied"_q,
-                           text("oxtool: cannot append to 'link' (2 of 3 bytes copied): "
-                                "Cannot open dest. file;Permission denied"),
-                           u"1"_q, u"appended         1 bytes to link, now 3 bytes"_q, u"1"_q}));
+        (QStringList{u"oxtool: cannot write 'link': Permission denied"_q,
+                     text("oxtool: cannot append to 'link' (2 of 3 bytes copied): "
+                          "Cannot open dest. file;Permission denied"),
+                     u"1"_q, u"appended         1 bytes to link, size now 3 bytes"_q, u"1"_q}));
 }
 
 TEST_F(Copying, AppendsTheNewDataOfTheSource)
@@ -158,8 +159,8 @@ TEST_F(Copying, AppendsTheNewDataOfTheSource)
     EXPECT_EQ(shell(R"sh(echo 12345 >log; echo a longer one >b
                        "$0" resume log b; echo 678 >>log; "$0" resume log b; cmp log b
                        cat a >>log; ulimit -f 1; trap "" XFSZ; ! "$0" resume log b)sh"),
-              (QStringList{u"copied           6 bytes to b, now 6 bytes"_q,
-                           u"appended         4 bytes to b, now 10 bytes"_q,
+              (QStringList{u"copied           6 bytes to b, size now 6 bytes"_q,
+                           u"appended         4 bytes to b, size now 10 bytes"_q,
                            text("oxtool: cannot append to 'b' (512 of 2097165 bytes copied): "
                                 "Unable to write data")}));
 }
