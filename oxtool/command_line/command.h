@@ -33,7 +33,7 @@ struct Age {
 /// - `bool`: none;
 /// - a number, a duration, an age or a text: one;
 /// - a span: one for each element;
-/// - a list or a parser: any number; the option is repeated for each value.
+/// - a list or a parser: any number; the user repeats the option for each value.
 /// A QString receives a text or a file name, a std::string the unchanged bytes.
 using Target =
     std::variant<bool *, int *, double *, Milliseconds, Age, QString *, std::vector<QString> *,

@@ -50,8 +50,8 @@ class TextOutput
         std::fflush(stdout);
     }
 
-    /// Returns the length of `pending_` without an incomplete UTF-8 sequence, or a carriage return,
-    /// at the end.
+    /// Returns the length of `pending_` without an incomplete UTF-8 sequence or a carriage return
+    /// at its end.
     int wholeCharacters() const
     {
         auto const size = static_cast<int>(pending_.size());

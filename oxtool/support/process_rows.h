@@ -54,7 +54,7 @@ void applyOrder(std::vector<ProcessRow> & rows, ProcessSelection const & selecti
 class ProcessTable
 {
   public:
-    /// If `coreCount` is not 0, the table shows the usage of one core and of all cores in percent,
+    /// If `coreCount` is not 0, the table shows the usage in percent of one core and of all cores,
     /// otherwise the processor time. `columns` is the width of the terminal, 0 without one. Lines
     /// are cut to this width; below 100 columns the name comes before the wide columns.
     explicit ProcessTable(int coreCount, int columns) : coreCount_(coreCount), columns_(columns) {}
