@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 
 #if defined(__x86_64__) || defined(__i386__)
 #define OX_HAS_FOLDING_KERNELS
@@ -282,38 +281,24 @@ namespace
 
 template <class Crc>
 typename Crc::Word selectAndAdvance(typename Crc::Word crc, unsigned char const * data,
-                                    std::size_t length);
-
-/// The kernel of this machine; before the first call, the function that selects the kernel. It is
-/// not a static variable in advanceCrc(), since each call would test whether that is initialised.
-template <class Crc>
-constinit std::atomic<decltype(CrcKernel<Crc>::advance)> selectedAdvance = selectAndAdvance<Crc>;
-
-template <class Crc>
-typename Crc::Word selectAndAdvance(typename Crc::Word crc, unsigned char const * data,
                                     std::size_t length)
 {
     auto const advance = std::ranges::find_if(crcKernels<Crc>(), [](auto const & kernel) {
                              return kernel.isSupported();
                          })->advance;
-    selectedAdvance<Crc>.store(advance, std::memory_order_relaxed);
+    SelectedCrcKernel<Crc>::advance.store(advance, std::memory_order_relaxed);
     return advance(crc, data, length);
 }
 
 } // namespace
 
 template <class Crc>
-typename Crc::Word advanceCrc(typename Crc::Word crc, unsigned char const * data,
-                              std::size_t length)
-{
-    if (length < 16) // every kernel uses tables here
-        return advanceCrcShort<Crc>(crc, data, length);
-    return selectedAdvance<Crc>.load(std::memory_order_relaxed)(crc, data, length);
-}
+constinit std::atomic<decltype(CrcKernel<Crc>::advance)> SelectedCrcKernel<Crc>::advance =
+    selectAndAdvance<Crc>;
 
 #define OX_INSTANTIATE(Crc)                                                                        \
     template std::span<CrcKernel<Crc> const> crcKernels<Crc>();                                    \
-    template Crc::Word advanceCrc<Crc>(Crc::Word, unsigned char const *, std::size_t)
+    template struct SelectedCrcKernel<Crc>
 OX_INSTANTIATE(Crc16);
 OX_INSTANTIATE(Crc32);
 OX_INSTANTIATE(Crc64);

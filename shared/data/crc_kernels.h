@@ -2,6 +2,7 @@
 
 #include "shared/data/crc.h"
 
+#include <atomic>
 #include <cstddef>
 #include <span>
 
@@ -24,10 +25,25 @@ struct CrcKernel {
 template <class Crc>
 std::span<CrcKernel<Crc> const> crcKernels();
 
-/// Advances a CRC register over `length` bytes with the fastest implementation that this machine
-/// supports.
+/// The fastest implementation that this machine supports. Before the first call, `advance` is a
+/// function that selects it.
 template <class Crc>
-typename Crc::Word advanceCrc(typename Crc::Word crc, unsigned char const * data,
-                              std::size_t length);
+struct SelectedCrcKernel {
+    static std::atomic<decltype(CrcKernel<Crc>::advance)> advance;
+};
+extern template struct SelectedCrcKernel<Crc16>;
+extern template struct SelectedCrcKernel<Crc32>;
+extern template struct SelectedCrcKernel<Crc64>;
+
+/// Advances a CRC register over `length` bytes with the fastest implementation that this machine
+/// supports. Inline, since each further call slows the checksum of short data.
+template <class Crc>
+inline typename Crc::Word advanceCrc(typename Crc::Word crc, unsigned char const * data,
+                                     std::size_t length)
+{
+    if (length < 16) // every kernel uses tables here
+        return advanceCrcShort<Crc>(crc, data, length);
+    return SelectedCrcKernel<Crc>::advance.load(std::memory_order_relaxed)(crc, data, length);
+}
 
 } // namespace ox::data
