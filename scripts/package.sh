@@ -2,11 +2,12 @@
 # Builds packages into build/packages and tests each package on its target system:
 #   scripts/package.sh [deb|source|zip|zip-x86_64|zip-i686]…     default: deb
 #   deb     Debian packages: installed into a minimal root, used by an application, and removed
-#   source  the source archive: unpacked and built in another folder. Fails if the Debian packages
-#           differ from those of the checkout. README.md describes the known difference.
+#   source  the source archive: unpacked and built in another folder. Fails if a byte of the Debian
+#           packages differs from those of the checkout.
 #   zip     a ZIP for each word size of Windows, tested under Wine; scripts/windows.sh builds Qt Core first
 # The minimal root is a folder with a small Debian system. It is created once, as the user root, and
-# kept in the cache folder.
+# kept in the cache folder. The variable OX_PACKAGE_CONTACT sets the maintainer of the Debian packages,
+# as NAME <ADDRESS>.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -35,7 +36,8 @@ package_version() { sed -n 's/^#define OX_VERSION_[A-Z]* \([0-9]*\)$/\1/p' "$roo
 # Builds the Debian packages of a source folder.
 build_deb() { # source folder, folder for the packages
   local build=$1/build/package package
-  (cd "$1" && quietly cmake --preset package && quietly cmake --build --preset package)
+  (cd "$1" && quietly cmake --preset package ${OX_PACKAGE_CONTACT:+"-DOX_PACKAGE_CONTACT=$OX_PACKAGE_CONTACT"} &&
+    quietly cmake --build --preset package)
   rm -rf "$build/_CPack_Packages" "$build"/*.*deb
   (cd "$build" && quietly cpack -G DEB)
   rm -f "$2"/*.deb
