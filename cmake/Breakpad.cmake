@@ -113,8 +113,8 @@ ox_configure_code(oxBreakpad)
 target_compile_options(oxBreakpad PRIVATE -w)
 if(WIN32)
   target_compile_definitions(oxBreakpad PRIVATE UNICODE _UNICODE)
-  # Without this option GCC reuses the stack memory of the dump stream that names the crashed thread
-  # while the stream is still in use.
+  # Without this option GCC reuses stack memory too early: that of a structure of the dump, which
+  # contains the crashed thread.
   target_compile_options(oxBreakpad PRIVATE -fstack-reuse=none)
 else()
   target_compile_definitions(oxBreakpad PRIVATE HAVE_GETCONTEXT=1 HAVE_SYS_RANDOM_H=1 HAVE_GETRANDOM=1)

@@ -334,7 +334,7 @@ Command resumeCommand()
     for (Option & time : times)
         time.needs = "--follow";
     Option json = jsonOption(options->json);
-    json.help += "; with --follow one per line";
+    json.help += "; with --follow one object per line";
     return {
         .name = "resume",
         .group = Group::Files,

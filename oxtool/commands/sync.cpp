@@ -631,7 +631,8 @@ Command syncCommand()
                     jobsOption(options->jobs),
                     pauseOption(options->pauseMs),
                     {.name = "--retry-exe",
-                     .help = "Copy an unfinished .exe again after 5 s; requires --pause",
+                     .help = "Wait 5 s, and copy an .exe again if its source has changed; requires "
+                             "--pause",
                      .target = &options->retry},
                     {.name = "--verbose",
                      .letter = 'v',

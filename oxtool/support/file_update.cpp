@@ -61,7 +61,7 @@ void putInPlace(NewFile & copy, FileUpdate const & update, StopGuard & guard, Up
         return done.isCopied;
     });
     if (!placement.kept)
-        done.warning = QStringLiteral("cannot rename the previous file of '%1': %2")
+        done.warning = QStringLiteral("cannot rename the previous version of '%1': %2")
                            .arg(update.shownTarget, reasonOf(placement.kept.error()));
     require(placement.placed);
 }

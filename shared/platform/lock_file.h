@@ -29,8 +29,8 @@ class LockFile
     /// existing file. Call it only while this object holds no lock file.
     ///
     /// Fails: isTaken() is true for the error if the name exists or another process was faster. It
-    /// is also true if another process is examining the new file; the next call with the same name
-    /// then completes the operation.
+    /// is also true if this call has created the file, but another process is examining it at that
+    /// moment. The next call with the same name then finishes taking the lock.
     Result<> take(NativeName const & name);
 
     /// Returns whether this object holds the lock file.

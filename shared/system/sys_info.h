@@ -35,7 +35,8 @@ class OX_EXPORT _oxSysInfo
     /// Name and version of the system: "Win7_sp1", "Debian GNU/Linux 12".
     QString osString;
     /// Version code of the system: 40 Windows 2000, 50 XP, 60 Vista, 70 Windows 7 and newer, plus
-    /// the service pack (at most 9). Any other Windows has the base 0; Linux is 0.
+    /// the service pack (at most 9). Any other version of Windows has 0 in place of the
+    /// first number; Linux is 0.
     unsigned short osVersionNumber = 0;
     /// Physical memory in MiB.
     int totalMemoryMB = 512;

@@ -98,8 +98,8 @@ int compare(Unit const * a, int lengthA, Unit const * b, int lengthB)
 #ifdef OX_HAS_VECTOR_KERNELS
 
 // Vector operations of the kernels, one struct for each width. `differences` returns a bit for each
-// byte that differs. A unit whose bits, with that of the case set, are those of a letter ignores
-// the bit of the case.
+// byte that differs. It ignores the case bit ('a' - 'A') of a letter, which is a unit for which
+// `unit | caseBit` is in 'a' to 'z'.
 
 #define OX_INLINE(instructions) __attribute__((always_inline, target(instructions))) static inline
 

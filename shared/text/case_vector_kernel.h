@@ -25,8 +25,8 @@ __attribute__((always_inline)) OX_TARGET inline int differentByte(char const * a
     return byte < step ? pos + byte : size - 2 * step + byte;
 }
 
-/// As differentByte, for a size from that of two halves of `half` bytes each, which the vectors
-/// contain, up to twice that.
+/// As differentByte, for half <= size <= 2 * half. Each vector contains the first `half` bytes of
+/// its text, followed by the last `half` bytes. The two parts may overlap.
 template <typename Unit, typename Type>
 __attribute__((always_inline)) OX_TARGET inline int differentByteInEnds(Type a, Type b, int half,
                                                                         int size)

@@ -47,7 +47,7 @@ enum FileState : unsigned {
     OtherSize = 8,     ///< a size that differs from that of the new content
 };
 
-/// A function of the library or a command of the tool, as an operation of a campaign. After a
+/// A function of the library or a command of the tool that the fault tests run. After a
 /// fault, the operation must be complete or must have reported a failure. At any time, every file
 /// must have its previous or its new content. The members from `mayBe` to `isRepeatable` are the
 /// documented exceptions.
@@ -65,7 +65,7 @@ struct Operation {
     /// Path of the backup, which receives the target's previous content. If the run succeeds with
     /// the warning that the target cannot be renamed, the backup may keep its own previous content.
     std::string backup = {};
-    /// Alternatives to the system's error text in the report of a failed run.
+    /// Texts that the report of a failed run may contain instead of the system's error text.
     std::vector<std::string> texts = {};
     /// Another run, after a failed run, completes the operation.
     bool isRepeatable = true;
