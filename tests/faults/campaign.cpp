@@ -291,7 +291,7 @@ void Campaign::testFiles(Files const & found, Outcome const & outcome, bool clea
         return text.find(part) != std::string::npos;
     };
     bool const hasWarning = outcome.report.hasSucceeded &&
-                            (isIn("Unable to rename") || isIn("cannot rename the previous file"));
+                            (isIn("Unable to rename") || isIn("cannot rename the previous version"));
     for (auto const & [path, content] : all) {
         bool const isKept = hasWarning && path == operation_.backup;
         bool const isNew = outcome.report.hasSucceeded && !isKept;
