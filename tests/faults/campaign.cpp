@@ -290,8 +290,9 @@ void Campaign::testFiles(Files const & found, Outcome const & outcome, bool clea
     auto const isIn = [&text = outcome.report.text](char const * part) {
         return text.find(part) != std::string::npos;
     };
-    bool const hasWarning = outcome.report.hasSucceeded &&
-                            (isIn("Unable to rename") || isIn("cannot rename the previous version"));
+    bool const hasWarning =
+        outcome.report.hasSucceeded &&
+        (isIn("Unable to rename") || isIn("cannot rename the previous version"));
     for (auto const & [path, content] : all) {
         bool const isKept = hasWarning && path == operation_.backup;
         bool const isNew = outcome.report.hasSucceeded && !isKept;
