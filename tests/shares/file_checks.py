@@ -148,18 +148,19 @@ def sync_both_ways(s):
         folder.mkdir()
     for number in range(12):
         (master / f"f{number}").write_text(f"version 1 of {number}")
-    equal(report("sync", master, s.a / "bin")["copied"], 12, "files copied to the share")
+    equal(report("sync", master, s.a / "bin")["counts"]["copied"], 12, "files copied to the share")
     wait_until(lambda: (s.b / "bin").is_dir(), 60, "the folder")
-    equal(report("sync", s.b / "bin", local)["copied"], 12, "files copied from the share")
+    equal(report("sync", s.b / "bin", local)["counts"]["copied"], 12, "files copied from the share")
 
     def delay_until_up_to_date(source, target):
         return delay_of(lambda _: None, attempts=1, is_seen=lambda _: report(
-            "sync", source, target)["upToDate"] == 12)
+            "sync", source, target)["counts"]["upToDate"] == 12)
 
     delays = [delay_until_up_to_date(master, s.b / "bin"),
               delay_until_up_to_date(s.b / "bin", local)]
     (master / "f3").write_text("version 2 of this file")
-    equal(report("sync", master, s.a / "bin")["copied"], 1, "changed files copied to the share")
+    equal(report("sync", master, s.a / "bin")["counts"]["copied"], 1,
+          "changed files copied to the share")
     equal((s.a / "bin" / "f3_old").read_text(), "version 1 of 3", "the previous file")
 
     def follows(_):
@@ -181,9 +182,9 @@ def list_and_empty(s):
     (folder / "below" / "g").write_text("x")
     wait_until((s.b / "many" / "below" / "g").exists, 60, "the last file")
     listed = report("ls", "--sort", "name", "--dirs", s.b / "many")["entries"]
-    equal([(entry["name"], entry.get("size")) for entry in listed if not entry["folder"]],
+    equal([(entry["name"], entry.get("size")) for entry in listed if not entry["isFolder"]],
           [(f"f{number:03}", number) for number in range(60)], "the listing")
-    equal([entry["name"] for entry in listed if entry["folder"]], ["below"], "the folders")
+    equal([entry["name"] for entry in listed if entry["isFolder"]], ["below"], "the folders")
     oxtool("empty", "--recursive", s.b / "many")
     equal(report("ls", "--dirs", s.b / "many")["entries"], [], "the listing after the call, on the same machine")
     return delay_of(lambda _: None, lambda _: report("ls", "--dirs", s.a / "many")["entries"] == [],
