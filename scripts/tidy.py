@@ -12,10 +12,12 @@ import pathlib
 import shlex
 import subprocess
 import sys
+import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 CACHE = pathlib.Path(os.environ.get("XDG_CACHE_HOME") or pathlib.Path.home() / ".cache") / "oxshared/tidy"
 TIDY = "clang-tidy-19"
+GCC_ONLY = " -femit-class-debug-always"  # an option that Clang does not know
 
 
 def sources(build, wanted):
@@ -38,12 +40,12 @@ def key_of(entry, config):
     return hashlib.sha256(config + text).hexdigest()
 
 
-def check(build, entry, config):
+def check(database, entry, config):
     """Returns the report of clang-tidy on a source, or an empty text if the source passes."""
     passed = CACHE / key_of(entry, config)
     if passed.exists():
         return ""
-    run = subprocess.run([TIDY, "--quiet", "-p", build, entry["file"]],
+    run = subprocess.run([TIDY, "--quiet", "-p", database, entry["file"]],
                          capture_output=True, text=True)
     if run.returncode == 0:
         passed.touch()
@@ -59,9 +61,13 @@ def main():
     config = (ROOT / ".clang-tidy").read_bytes()
     CACHE.mkdir(parents=True, exist_ok=True)
     entries = sources(build, wanted)
+    for entry in entries:
+        entry["command"] = entry["command"].replace(GCC_ONLY, "")
     failed = 0
-    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        for report in pool.map(lambda entry: check(build, entry, config), entries):
+    with tempfile.TemporaryDirectory() as database, \
+            concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        pathlib.Path(database, "compile_commands.json").write_text(json.dumps(entries))
+        for report in pool.map(lambda entry: check(database, entry, config), entries):
             if report:
                 failed += 1
                 print(report, flush=True)

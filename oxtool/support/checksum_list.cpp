@@ -39,8 +39,8 @@ std::vector<FileChecksums> fromJson(QByteArray const & text, QString const & pat
     QJsonArray const files =
         QJsonDocument::fromJson(text).object().value(QStringLiteral("files")).toArray();
     std::vector<FileChecksums> list;
-    for (QJsonValue const & value : files) {
-        QJsonObject const file = value.toObject();
+    for (int i = 0; i < files.size(); ++i) {
+        QJsonObject const file = files[i].toObject();
         auto const textOf = [&file](char const * name) {
             return file.value(QLatin1String(name)).toString();
         };

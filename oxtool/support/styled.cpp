@@ -22,7 +22,7 @@ bool usesColours()
 
 QByteArray styled(QString const & line, Style style)
 {
-    QByteArray const text = shownText(line).toUtf8();
+    QByteArray text = shownText(line).toUtf8();
     if (style == Style::None || !usesColours())
         return text;
     // Escape sequences for bold, and for bold yellow.

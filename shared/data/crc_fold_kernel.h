@@ -10,6 +10,7 @@ __attribute__((always_inline)) OX_TARGET inline Block
 moveBehindEnd(Block carried, FoldFactors const * factors, unsigned char const * data,
               std::size_t blocks)
 {
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): a vector can be a single block
     constexpr std::size_t blocksInVector = sizeof(Vector::Type) / sizeof(Block);
     auto sum = Vector128::withLowBits(0);
     if (blocks >= blocksInVector) {

@@ -230,6 +230,7 @@ int _oxFileSearcher::replaceEach(std::string_view search, std::string_view repla
         bool const touchesTheEnd = at + oldLength == size;
         if (touchesTheEnd)
             break;
+        // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): `newLength` is its size
         if (!result.add(data + done, at - done) || !result.add(replacement.data(), newLength))
             return 0;
         done = at + oldLength;

@@ -88,8 +88,8 @@ QString copyWhole(platform::NativeName const & from, platform::NewFile & to, int
                   bool * endsEmpty, platform::NewFile::Attributes attributes)
 {
     OpenedSource status;
-    QString const failure = pauseMs < 0 ? systemText(to.copyFrom(from, attributes, &status))
-                                        : copyByPieces(from, to, pauseMs, endsEmpty, status);
+    QString failure = pauseMs < 0 ? systemText(to.copyFrom(from, attributes, &status))
+                                  : copyByPieces(from, to, pauseMs, endsEmpty, status);
     if (!status && !platform::statusOfFile(from))
         return QStringLiteral("Source file does not exist.");
     if (!failure.isEmpty())

@@ -168,7 +168,7 @@ std::optional<QString> cut(QString & text, Occurrence which,
     }
     if (cutAt < 0)
         return std::nullopt;
-    QString const rest = text.mid(cutAt);
+    QString rest = text.mid(cutAt);
     text.truncate(cutAt);
     return rest;
 }

@@ -126,6 +126,7 @@ void _oxStringList::copyFrom(_oxStringList const & other)
     if (!items_)
         return;
     count_ = other.count_;
+    // NOLINTNEXTLINE(bugprone-undefined-memory-manipulation): the records of the farm are copied so
     std::memcpy(static_cast<void *>(items_), other.items_,
                 static_cast<std::size_t>(count_) * sizeof(Entry));
 }
@@ -160,7 +161,8 @@ void _oxStringList::append(Entry const & s, bool const & unique, bool const & ca
         new (items_ + count_++) Entry(s);
         return;
     }
-    Entry const kept = s; // s may refer to an entry that realloc moves
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): realloc may move the entry `s`
+    Entry const kept = s;
     if (grow())
         new (items_ + count_++) Entry(kept);
 }

@@ -45,7 +45,7 @@ Result<> setLocalClock(LocalClock const & clock)
     fields.tm_min = clock.minute;
     fields.tm_sec = clock.second;
     fields.tm_isdst = clock.isDaylightSaving;
-    std::timespec const time{std::mktime(&fields), clock.milliseconds * 1'000'000};
+    std::timespec const time{std::mktime(&fields), clock.milliseconds * 1'000'000L};
     return resultOf(::clock_settime(CLOCK_REALTIME, &time) == 0, "clock_settime");
 }
 

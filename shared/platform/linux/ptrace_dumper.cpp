@@ -79,4 +79,4 @@ pid_t waitForStop(pid_t thread, int * status, int options)
 
 #define sys_ptrace trace
 #define sys_waitpid waitForStop
-#include "client/linux/minidump_writer/linux_ptrace_dumper.cc"
+#include "client/linux/minidump_writer/linux_ptrace_dumper.cc" // NOLINT(bugprone-suspicious-include)

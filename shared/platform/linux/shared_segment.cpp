@@ -30,7 +30,7 @@ namespace ox::platform
 namespace
 {
 
-constexpr std::string_view objectFolder = "/dev/shm/";
+constexpr char objectFolder[] = "/dev/shm/";
 
 /// Returns the file name of a segment's object. If the segment's name is not a valid file name, the
 /// result is the start of the segment's name, with illegal characters replaced, and a hash of the
@@ -157,7 +157,7 @@ struct SharedSegment::System {
     Result<> createObject(std::size_t wanted)
     {
         mode_t const mode = reach == Reach::Global ? 0666 : 0600;
-        descriptor = ::open(objectFolder.data(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode);
+        descriptor = ::open(objectFolder, O_TMPFILE | O_RDWR | O_CLOEXEC, mode);
         char self[40]; // a std::string may throw, which would leave the object open
         std::snprintf(self, sizeof self, "/proc/self/fd/%d", descriptor);
         // fchmod() sets the mode again, since open() has applied the umask.
@@ -275,7 +275,7 @@ Result<> SharedSegment::open(std::string const & name, Reach reach)
 
 Result<std::vector<SharedSegment::Listed>> SharedSegment::list(std::string const & prefix)
 {
-    std::unique_ptr<DIR, int (*)(DIR *)> const folder(::opendir(objectFolder.data()), ::closedir);
+    std::unique_ptr<DIR, int (*)(DIR *)> const folder(::opendir(objectFolder), ::closedir);
     if (!folder)
         return lastError("opendir");
     std::string const global = "Global";

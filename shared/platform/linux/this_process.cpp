@@ -44,7 +44,7 @@ std::optional<std::u16string> environmentVariable(std::u16string_view name)
 
 void sleepMilliseconds(int milliseconds)
 {
-    std::timespec rest{milliseconds / 1000, milliseconds % 1000 * 1'000'000};
+    std::timespec rest{milliseconds / 1000, milliseconds % 1000 * 1'000'000L};
     while (::nanosleep(&rest, &rest) != 0 && errno == EINTR)
         ;
 }

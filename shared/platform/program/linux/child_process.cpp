@@ -50,6 +50,7 @@ pid_t toPid(std::intptr_t number)
 Result<std::unique_ptr<ChildProcess>> ChildProcess::start(std::vector<std::string> const & command)
 {
     std::vector<char *> arguments;
+    arguments.reserve(command.size() + 1);
     for (std::string const & argument : command)
         arguments.push_back(const_cast<char *>(argument.c_str()));
     arguments.push_back(nullptr);
