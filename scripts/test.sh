@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs missing packages, builds the library, the tool and the tests, and runs all tests:
 #   scripts/test.sh [PRESET] [CTEST-ARGUMENT…]     PRESET: dev (default), asan, tsan, qt5 or static
-# With the preset tsan, only tests/races is built and run.
+# With the preset tsan, only tests/races and the tests of the commands that start threads are run.
 #   scripts/test.sh shares [--share NAME]… [--check NAME]… [--table]
 # Builds the tool and runs tests/shares, which mounts its own network shares. This needs root and
 # FUSE.
@@ -35,8 +35,8 @@ if [ "$preset" = tsan ]; then
   if [ -z "${OX_FIXED_ADDRESSES:-}" ] && setarch -R true 2>/dev/null; then
     OX_FIXED_ADDRESSES=1 exec setarch -R "$0" tsan "$@"
   fi
-  targets=(races_tests)
-  tests=(-R '^races/')
+  targets=(races_tests oxtool tool_tests)
+  tests=(-R '^(races/|tool/(Copying|Crc|Follow|Listing|Syncing|Verify)\.)')
 fi
 
 "$root/scripts/setup.sh" "${sets[@]}"
