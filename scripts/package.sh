@@ -48,8 +48,8 @@ build_deb() { # source folder, folder for the packages
 
 # Repacks a package from cpack in the form that Debian's own tools create: an ldconfig trigger
 # instead of scripts that call ldconfig, compressed manual pages, and, in a package of debug
-# symbols, a link to the documentation of the package with the code. Computes the checksums again,
-# since those of cpack contain the path of the build folder for debug symbols.
+# symbols, a link to the documentation of the package with the code. Computes the list of checksums
+# again, since cpack's list for a package of debug symbols contains paths of the build folder.
 finish_deb() { # package of cpack, finished package
   local files=$made/files name
   rm -rf "$files"

@@ -49,7 +49,7 @@ Text bytesOf(char const * name, std::string const & argument, bool utf16)
     if (text.size() > 250)
         refuse(QStringLiteral("is longer than 250 characters, the limit of --utf16"));
     if (QString(Text(text)) != text)
-        refuse(QStringLiteral("has characters that --utf16 does not support (not Latin-1): %1")
+        refuse(QStringLiteral("has characters outside Latin-1, which --utf16 does not support: %1")
                    .arg(text));
     return Text(reinterpret_cast<char const *>(text.utf16()), 2 * static_cast<int>(text.size()));
 }

@@ -631,8 +631,8 @@ Command syncCommand()
                     jobsOption(options->jobs),
                     pauseOption(options->pauseMs),
                     {.name = "--retry-exe",
-                     .help = "Wait 5 s, and copy an .exe again if its source has changed; requires "
-                             "--pause",
+                     .help = "5 s after the copy of an unfinished .exe, copy it again if it has "
+                             "changed; requires --pause",
                      .target = &options->retry},
                     {.name = "--verbose",
                      .letter = 'v',

@@ -31,12 +31,12 @@ struct UpdateResult {
 /// empty file. Writes a temporary file, flushes it and renames it to the target; keeps the previous
 /// file as "_old". A stop request removes the temporary file. The caller compares both files before
 /// the call, and flushes the folder after it.
-/// Fails: throws Failure whose text is only the reason. The target is then unchanged. Exception: if
-/// only setting the rights failed, the target has already been replaced.
+/// Fails: throws Failure; its text is the reason without a file name. The target is then unchanged.
+/// Exception: if only setting the rights failed, the target has already been replaced.
 UpdateResult updateFile(FileUpdate const & update, Transfer & transfer);
 
 /// Returns whether two files have the same content.
-/// Fails: throws Failure whose text is only the reason when one of them is not readable.
+/// Fails: when a file is not readable, throws Failure; its text is the reason without a file name.
 bool haveSameContent(QString const & one, QString const & other);
 
 } // namespace ox::tool

@@ -128,8 +128,8 @@ void readConfiguration()
         QString const source = QStringLiteral("%1, line %2").arg(name).arg(number);
         auto const equals = text.indexOf(u'=');
         if (text.left(equals).trimmed() != QLatin1String("map"))
-            throw Failure(QStringLiteral("%1: '%2' does not have the form map = "
-                                         "STORED_ROOT=LOCAL_ROOT")
+            throw Failure(QStringLiteral("%1: '%2' does not have the form 'map = "
+                                         "STORED_ROOT=LOCAL_ROOT'")
                               .arg(source, text),
                           WrongUse);
         add(text.mid(equals + 1), source);

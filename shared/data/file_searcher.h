@@ -72,8 +72,8 @@ class OX_EXPORT _oxFileSearcher
 
     /// Inserts delta uninitialised bytes at pos (0 to `size`). A negative delta removes -delta
     /// bytes at pos.
-    /// Fails: when pos is out of range, the last byte of the content would be removed, memory is
-    /// lacking, or delta exceeds `headroom` and the result does not fit into the spare block.
+    /// Fails: when pos is out of range; when the last byte would be removed; without free memory;
+    /// when delta exceeds `headroom` and the result does not fit into the spare block.
     bool changeDataSize(int pos, int delta);
 
     /// Inserts a text at pos (0 to `size` - 1).

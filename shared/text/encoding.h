@@ -35,19 +35,19 @@ OX_EXPORT QString oxToOXUni16(QString text, bool keepOriginal);
 /// run has an odd length, its last character is dropped. A run without a ">" ends before the last
 /// character of the text.
 ///
-/// A run ends at the first ">" that is the first character of a pair. A ">" that is the second
-/// character of a pair is a low byte. It ends the run only if no other ">" does.
+/// A run is the marker, pairs of characters (high and low byte of a unit) and a closing ">": the
+/// first ">" in the place of a high byte. If there is none, the first ">" closes the run.
 ///
-/// A blank behind the marker is either padding by another program, which is skipped, or the high
-/// byte of a letter from U+2000 to U+20FF. It is padding in two cases:
-/// - The pairs that begin with the blank have no closing ">".
-/// - Their closing ">" does not end a word, but the closing ">" of the pairs that begin behind the
-///   blank does.
+/// A blank after the marker is either padding by another program, which is skipped, or the high
+/// byte of a letter from U+2000 to U+20FF. The run is read twice, once with the blank as its first
+/// high byte, and once without the blank. The blank is padding in two cases:
+/// - The reading with the blank finds no closing ">" in the place of a high byte.
+/// - The closing ">" of the reading with the blank does not end a word; that of the other does.
 ///
 /// A ">" ends a word if one of these follows: the end of the text, a blank, line feed, carriage
-/// return or tab, a printable ASCII character other than ">", or a character above 255 (of the
-/// readable word). Encoded values in markup and paths therefore round-trip. A padded run can be
-/// decoded wrongly if it contains a letter whose low byte is ">".
+/// return or tab, a printable ASCII character other than ">", or a character above 255, which
+/// belongs to the readable word. Encoded values in markup and paths therefore round-trip. A padded
+/// run can be decoded wrongly if it contains a letter whose low byte is ">".
 ///
 /// Two kinds of words do not round-trip: a word with a letter from U+3E00 to U+3EFF, whose high
 /// byte closes the run, and a word whose bytes contain the marker and a ">", such as U+3C55 U+4E49

@@ -151,7 +151,7 @@ TEST(DataBuffer, DecompressesFromAnOffset)
     EXPECT_EQ(packed.sizeUncompressed, 5000);
     EXPECT_EQ(packed.dataOffset, offset);
 
-    // The parameter offset replaces dataOffset. The size may include a header of the caller.
+    // decompressTo uses the parameter, not `dataOffset`. `size` may include a header of the caller.
     packed.size += offset;
     packed.resize(packed.size, 768);
     packed.dataOffset = -7;

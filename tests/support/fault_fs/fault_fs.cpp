@@ -440,8 +440,8 @@ int mountAndServe(char const * program, char const * mountPoint)
         serveAll(session);
         fuse_remove_signal_handlers(session);
         fuse_unmount(system);
-        // Ends without the other threads. They wait for requests as long as another mount namespace
-        // contains the mount.
+        // Ends the process without joining the other threads, which wait for requests as long as
+        // another mount namespace contains the mount.
         if (threads > 1)
             std::_Exit(0);
     }
