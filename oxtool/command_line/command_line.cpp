@@ -272,7 +272,7 @@ class Parser
                 }};
     }
 
-    /// Returns the command `generate`, which the build runs.
+    /// Returns the hidden command `generate`. The build runs it to write man pages and completions.
     Command generateCommand() const
     {
         auto const folder = std::make_shared<QString>();

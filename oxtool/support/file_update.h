@@ -27,12 +27,12 @@ struct UpdateResult {
     QString warning;        ///< message if the previous file could not be kept; otherwise empty
 };
 
-/// Copies a file to its target as the library's syncCopy does. Unlike syncCopy, it also copies an
-/// empty file. Writes a temporary file, flushes it and renames it to the target; keeps the previous
-/// file as "_old". A stop request removes the temporary file. The caller compares both files before
-/// the call, and flushes the folder after it.
-/// Fails: throws Failure; its text is the reason without a file name. The target is then unchanged.
-/// Exception: if only setting the rights failed, the target has already been replaced.
+/// Copies a file to its target by the steps of the library's syncCopy. Also copies an empty file,
+/// which syncCopy refuses. Writes a temporary file, flushes it and renames it to the target; keeps
+/// the previous file as "_old". A stop request removes the temporary file. The caller compares both
+/// files before the call, and flushes the folder after it. Fails: throws Failure; its text is the
+/// reason without a file name. The target is then unchanged. Exception: if only setting the rights
+/// failed, the target has already been replaced.
 UpdateResult updateFile(FileUpdate const & update, Transfer & transfer);
 
 /// Returns whether two files have the same content.

@@ -83,8 +83,8 @@ class WaitingLine
 } // namespace
 
 // Each poll calls tryLock(), which is one request to the share. tryLock() defers stop requests, so
-// the pauses between the polls are outside of tryLock(). In the first and the last pause isFree()
-// waits instead of oxSleep(), since isFree() also removes a stale lock file.
+// the pauses between the polls are outside of tryLock(). The first and the last pause call
+// isFree(), which removes a stale lock file after its wait. The other pauses call oxSleep().
 HeldLock::HeldLock(QString const & file, int timeoutMs) : file_(file), locker_(file)
 {
     if (locker_.lockFileName().isEmpty())

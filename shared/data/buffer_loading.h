@@ -11,8 +11,8 @@
 namespace ox::data
 {
 
-/// Loads a file as _OX_DataBuffer::loadFromFile does. Sets `status` to the file's status, also
-/// after a failure; empty if there is no such file.
+/// Loads a file as _OX_DataBuffer::loadFromFile does. Sets `status` to the status of the file, even
+/// if loading fails. If the file does not exist, `status` has no value afterwards.
 bool loadFile(_OX_DataBuffer & buffer, platform::NativeName const & name, bool withHeader,
               std::optional<platform::FileStatus> & status);
 

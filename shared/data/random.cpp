@@ -16,7 +16,7 @@ float oxRand(unsigned int & seed)
 {
     // Schrage's method computes 16807 * seed modulo 2^31 - 1 in 32 bits.
     // Compatibility: the modulus is also added to a next value of 0, not only to a negative value.
-    // The farm's sequences that start from 0 continue with 0x7FFFFFFF.
+    // In the farm's applications the value after the seed 0 is therefore 0x7FFFFFFF.
     unsigned int next = 16807u * (seed % 127773u) - 2836u * (seed / 127773u);
     if (static_cast<std::int32_t>(next) <= 0)
         next += 0x7FFFFFFFu;

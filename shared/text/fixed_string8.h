@@ -225,8 +225,8 @@ class _oxString8_evenSize
     using Base = ox::text::String8<_oxString8_evenSize, ox::text::EvenRecord8<N>>;
 
   public:
-    /// Creates the empty string and sets all characters to 0. The constructor is not defaulted:
-    /// with a defaulted one, `S()` and `S{}` would also set the spare byte to 0.
+    /// Creates the empty string and sets all characters to 0. Not `= default`, since then
+    /// `S()` and `S{}` would also set the spare byte to 0.
     _oxString8_evenSize() {}
     using Base::Base;
     using Base::operator=;

@@ -300,7 +300,7 @@ Result<> LockFile::release(NativeName const & leftover)
     if (target == NameTarget::OtherOrNone)
         return {};
     // The name is removed before the file is closed: after the close the name could belong to
-    // another lock. The second check detects shares that report success but keep the file.
+    // another lock. The condition after the removal detects shares that keep the file.
     if (target == NameTarget::ThisFile && removeName(name_, leftover) &&
         (isUnlinked(file.get()) || targetOf(name_, file.get()) != NameTarget::ThisFile))
         return {};
