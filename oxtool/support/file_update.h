@@ -30,9 +30,9 @@ struct UpdateResult {
 /// Copies a file to its target by the steps of the library's syncCopy. Also copies an empty file,
 /// which syncCopy refuses. Writes a temporary file, flushes it and renames it to the target; keeps
 /// the previous file as "_old". A stop request removes the temporary file. The caller compares both
-/// files before the call, and flushes the folder after it. Fails: throws Failure; its text is the
-/// reason without a file name. The target is then unchanged. Exception: if only setting the rights
-/// failed, the target has already been replaced.
+/// files before the call, and flushes the folder after it.
+/// Fails: throws Failure; its text is the reason without a file name. The target is then unchanged.
+/// Exception: if only setting the rights failed, the target has already been replaced.
 UpdateResult updateFile(FileUpdate const & update, Transfer & transfer);
 
 /// Returns whether two files have the same content.
