@@ -28,7 +28,8 @@ constexpr auto unsignedUnit(Unit c)
     return static_cast<std::make_unsigned_t<Unit>>(c);
 }
 
-/// Returns the result of a comparison of texts whose first `pos` units are equal.
+/// Returns the order of `a` and `b` (-1, 0 or 1), ignoring case. `pos` is the position of the first
+/// units that differ, or the length of the shorter text.
 template <typename Unit>
 int orderAt(int pos, Unit const * a, int lengthA, Unit const * b, int lengthB)
 {
@@ -40,7 +41,7 @@ int orderAt(int pos, Unit const * a, int lengthA, Unit const * b, int lengthB)
 namespace words
 {
 
-/// Number of units that the compiler can compare at once without a branch.
+/// Number of units in a block of 32 bytes. The compiler can compare a block without a branch.
 template <typename Unit>
 constexpr int blockSize = 32 / sizeof(Unit);
 
@@ -61,7 +62,8 @@ bool blocksDiffer(Unit const * a, Unit const * b)
     return (words[0] | words[1] | words[2] | words[3]) != 0;
 }
 
-/// Returns the position of the first units that differ, ignoring case, or n.
+/// Returns the first position at which `a` and `b` differ, ignoring case, or `n` if the first `n`
+/// units are equal.
 template <typename Unit>
 int mismatch(Unit const * a, Unit const * b, int n)
 {
@@ -97,14 +99,15 @@ int compare(Unit const * a, int lengthA, Unit const * b, int lengthB)
 
 #ifdef OX_HAS_VECTOR_KERNELS
 
-// Vector operations of the kernels, one struct for each width. `differences` returns a bit for each
-// byte that differs. It ignores the case bit ('a' - 'A') of a letter, which is a unit for which
-// `unit | caseBit` is in 'a' to 'z'.
+// Vector operations of the kernels, one struct for each vector width. `differences` compares two
+// vectors and returns a mask in which the bits of the bytes that differ are set. It ignores the
+// case bit ('a' - 'A') of letters. A unit is a letter if `unit | caseBit` is in 'a' to 'z'.
 
 #define OX_INLINE(instructions) __attribute__((always_inline, target(instructions))) static inline
 
 constexpr int caseBit = 'a' - 'A';
-// Added to a unit, it moves 'a' to the smallest signed number.
+// As a signed number, `unit + fromA` is the smallest number if the unit is 'a'. It is below
+// `beyondZ` only if the unit is one of 'a' to 'z'.
 template <typename Unit>
 constexpr int fromA = (1 << (8 * sizeof(Unit) - 1)) - 'a';
 template <typename Unit>
@@ -119,7 +122,7 @@ struct Vector128 {
         return _mm_loadu_si128(reinterpret_cast<Type const *>(bytes));
     }
 
-    /// Loads the first and the last eight of `size` bytes.
+    /// Loads the first eight and the last eight of the `size` bytes at `bytes` into one vector.
     OX_INLINE(OX_SSE2) Type loadEnds8(char const * bytes, int size)
     {
         return _mm_unpacklo_epi64(
@@ -127,7 +130,7 @@ struct Vector128 {
             _mm_loadl_epi64(reinterpret_cast<Type const *>(bytes + size - 8)));
     }
 
-    /// Loads the first and the last four of `size` bytes.
+    /// Loads the first four and the last four of the `size` bytes at `bytes` into one vector.
     OX_INLINE(OX_SSE2) Type loadEnds4(char const * bytes, int size)
     {
         int ends[2];
@@ -222,7 +225,8 @@ bool isSupported()
 template <typename Unit>
 CaseKernel<Unit> const & selectKernel();
 
-/// Selects the kernel of this machine at the first call of a function.
+/// The initial value of `selectedKernel`. The first call of `mismatch` or `compare` selects the
+/// fastest kernel that this machine supports, stores it in `selectedKernel`, and calls it.
 template <typename Unit>
 constexpr CaseKernel<Unit> selectingKernel = {
     "", [] { return true; },
@@ -243,7 +247,8 @@ CaseKernel<Unit> const & selectKernel()
     return *selected;
 }
 
-/// Returns the kernel of this machine.
+/// Returns the selected kernel: `selectingKernel` before the first comparison, then the fastest
+/// kernel that this machine supports.
 template <typename Unit>
 CaseKernel<Unit> const & kernel()
 {

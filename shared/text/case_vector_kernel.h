@@ -1,10 +1,11 @@
-// The kernel that compares texts by vectors, ignoring the case of ASCII letters. case_kernels.cpp
-// includes this file once for each instruction set, in a namespace that has Widest and with the
-// macro OX_TARGET. A template cannot replace the repeated inclusion, since each function must be
-// compiled for its instruction set.
+// The kernel that compares texts with vector instructions, ignoring the case of ASCII letters.
+// case_kernels.cpp includes this file once for each instruction set, in a namespace of its own. The
+// namespace defines Widest, the struct of the widest vectors. The macro OX_TARGET is the attribute
+// that selects the instruction set of a function. A template cannot replace the repeated inclusion,
+// since this attribute cannot depend on a template parameter.
 
-/// Returns the first byte that differs, or `size`, which is at least the size of a vector. The last
-/// two vectors, which may overlap, are compared without a branch between them.
+/// Returns the position of the first byte that differs, or `size` if no byte differs. `size` is at
+/// least the size of a vector. The last two vectors may overlap; a single branch tests both.
 template <typename Unit, typename Vector>
 __attribute__((always_inline)) OX_TARGET inline int differentByte(char const * a, char const * b,
                                                                   int size)
@@ -25,8 +26,9 @@ __attribute__((always_inline)) OX_TARGET inline int differentByte(char const * a
     return byte < step ? pos + byte : size - 2 * step + byte;
 }
 
-/// As differentByte, for half <= size <= 2 * half. Each vector contains the first `half` bytes of
-/// its text, followed by the last `half` bytes. The two parts may overlap.
+/// Returns the position of the first byte that differs, or `size` if no byte differs. `size` is
+/// `half` to 2 * `half`. Each vector contains the first `half` bytes of a text, followed by the
+/// last `half` bytes of the text. These two parts of the text may overlap.
 template <typename Unit, typename Type>
 __attribute__((always_inline)) OX_TARGET inline int differentByteInEnds(Type a, Type b, int half,
                                                                         int size)

@@ -47,7 +47,8 @@ struct Lanes {
         return word - (isLetter >> (bits - 6)); // moves the top bit to the bit of 'a' - 'A'
     }
 
-    /// Marks each lane that is 0 by its top bit. A lane above a 0 lane may be marked wrongly.
+    /// Returns a word that marks each 0 lane of `word`: the top bit of the lane is set. A lane
+    /// above a 0 lane may be marked although it is not 0.
     static constexpr Word zeros(Word word) { return (word - ones) & ~word & tops; }
 
     static constexpr int first(Word marks) { return std::countr_zero(marks) / bits; }
