@@ -81,9 +81,9 @@ void Uni16Form::encode(View word, Text & out)
     }
 }
 
-/// Reads a text with UTF-8 runs unit by unit. A decoded run is read again, since it may contain or
-/// complete a marker. If a new run begins inside a decoded run, the rest of the decoded run becomes
-/// the start of the new run and is decoded a second time.
+/// Reads, unit by unit, a text that contains UTF-8 runs. A decoded run is read again: it may
+/// contain or complete a marker. If a new run begins inside a decoded run, the rest of the decoded
+/// run becomes the start of the new run and is decoded a second time.
 class Utf8Form::Reader
 {
   public:
@@ -143,8 +143,8 @@ class Utf8Form::Reader
     }
 
     /// Moves `ascii_` to the end of the ASCII units that begin at `read_`. Decoding does not change
-    /// ASCII units, so decode() skips them. It soon turns all other units into ASCII, so nested
-    /// runs decode few units more than once.
+    /// ASCII units, so decode() skips them. Repeated decoding soon turns all other units into
+    /// ASCII. In nested runs, few units are therefore decoded more than once.
     void skipAscii()
     {
         ascii_ = std::clamp(ascii_, read_, decoded_.size());
@@ -158,9 +158,9 @@ class Utf8Form::Reader
     View text_;             ///< text that follows the decoded units
 };
 
-/// Reads a text with 16-bit runs unit by unit. A decoded run is read again, since it may contain or
-/// complete a marker. A decoded run overwrites the end of its encoded form, which is at least twice
-/// as long.
+/// Reads, unit by unit, a text that contains 16-bit runs. A decoded run is read again: it may
+/// contain or complete a marker. A decoded run overwrites the end of its encoded form in `text_`.
+/// The encoded form is at least twice as long.
 class Uni16Form::Reader
 {
   public:
@@ -190,8 +190,8 @@ class Uni16Form::Reader
     }
 
   private:
-    /// Returns whether the run begins with a padding blank, which some programs write behind the
-    /// marker. A blank can also be the high byte of a letter from U+2000 to U+20FF.
+    /// Returns whether the blank behind the marker is padding, which some programs write. The blank
+    /// can also be the high byte of a letter from U+2000 to U+20FF.
     bool isPadded()
     {
         if (isAtEnd() || front() != u' ')
@@ -201,8 +201,9 @@ class Uni16Form::Reader
     }
 
     /// Returns the position of the ">" that closes a run whose pairs of bytes begin at `first`, or
-    /// `none`. A ">" that is the second character of a pair is a low byte and does not close the
-    /// run. The search stops at the next marker and at a character above 255.
+    /// `none` if no ">" closes the run. A ">" that is the second character of a pair is a low byte
+    /// and does not close the run. The search stops at the next marker and at a character above
+    /// 255.
     std::size_t closeOfPairs(std::size_t first)
     {
         auto const stopsAt = [this, first](std::size_t i) {
@@ -211,8 +212,8 @@ class Uni16Form::Reader
             return text_[i] == u'>' ? (i - first) % 2 == 0
                                     : startsWithIgnoringCase(View(text_).substr(i), marker);
         };
-        // The text behind decodedEnd_ never changes. A scan that reaches this text jumps to the
-        // position where the last scan of pairs with the same parity (`first % 2`) stopped.
+        // The text behind decodedEnd_ never changes. A scan that reaches decodedEnd_ continues at
+        // `stop`, where the last scan stopped that had the same parity of `first`.
         std::size_t & stop = stops_[first % 2];
         std::size_t i = first;
         while (!stopsAt(i))
@@ -221,9 +222,11 @@ class Uni16Form::Reader
         return i < text_.size() && text_[i] == u'>' ? i : none;
     }
 
-    /// Returns whether the ">" at `close` can end a word. One of these must follow: the end of the
-    /// text, a separator, a character above 255 (of the readable word), or a printable ASCII
-    /// character other than ">", as in markup and paths.
+    /// Returns whether the ">" at `close` can end a word. One of these must follow:
+    /// - the end of the text;
+    /// - a separator;
+    /// - a character above 255, with which the original word behind the run begins;
+    /// - a printable ASCII character other than ">", as in markup and paths.
     bool closesWord(std::size_t close) const
     {
         if (close == none || close + 1 == text_.size())
