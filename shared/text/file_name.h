@@ -11,14 +11,14 @@
 #include <string_view>
 #include <type_traits>
 
-/// Conversions of file names from any text type to the QString that names the same file. A function
-/// with a fixed string as a file-name parameter has overloads for all these types, so that no name
-/// is cut or converted to Latin-1.
+/// Converts file names of any text type to the QString that names the same file. A function that
+/// takes a file name as a fixed string has overloads for all these types: an implicit conversion to
+/// the fixed string could cut the name or convert the name to Latin-1.
 namespace ox::text
 {
 
-/// Converts `bytes`, a name from an 8-bit record. On Linux a name that is valid UTF-8 is decoded
-/// from UTF-8, any other name from Latin-1. On Windows every name is decoded from Latin-1.
+/// Converts `bytes`, a file name from an 8-bit record. On Linux a name that is valid UTF-8 is
+/// decoded from UTF-8, any other name from Latin-1. On Windows every name is decoded from Latin-1.
 OX_EXPORT QString fileNameText(std::string_view bytes);
 
 /// Converts `bytes` (zero-terminated), a name from an 8-bit record. Null gives the empty name.
@@ -74,7 +74,7 @@ concept FileName = requires(T const & name)
     fileNameText(name);
 };
 
-/// A class type that fileNameText converts; pointers are excluded.
+/// A class type that fileNameText converts. Excludes pointers.
 template <typename T>
 concept FileNameObject = FileName<T> && std::is_class_v<T>;
 
