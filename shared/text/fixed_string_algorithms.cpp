@@ -13,7 +13,8 @@ namespace ox::text
 namespace
 {
 
-/// Compares one unit of a needle with all lanes of a word in parallel.
+/// Compares one unit of a needle with all units in a 64-bit word of the text in parallel. The units
+/// in the word are its lanes (see Lanes).
 template <typename Unit>
 class Anchor
 {
@@ -25,7 +26,7 @@ class Anchor
     {
     }
 
-    /// Returns a word in which each lane that equals the unit is 0.
+    /// Returns a word in which a lane is 0 if the same lane of `lanes` equals the unit.
     std::uint64_t difference(std::uint64_t lanes) const { return (lanes | caseBits_) ^ unit_; }
 
   private:

@@ -105,9 +105,9 @@ template <typename Unit>
 OX_EXPORT int splice(Unit * value, int length, int capacity, int pos, int removed,
                      Unit const * text, int n);
 
-/// Replaces every occurrence of `before` that indexOfText finds by `after`, from left to right.
-/// Inserted text is not searched. An empty `before` has no occurrence. The result is cut at the
-/// capacity. Neither `before` nor `after` may overlap `value`.
+/// Replaces every occurrence of `before` with `after`, from left to right. indexOfText finds the
+/// occurrences. Inserted text is not searched. An empty `before` has no occurrence. The result is
+/// cut at the capacity. Neither `before` nor `after` may overlap `value`.
 template <typename Unit>
 OX_EXPORT int replaceAll(Unit * value, int length, int capacity, Unit const * before,
                          int beforeLength, Unit const * after, int afterLength, Case letters);

@@ -102,11 +102,11 @@ class FixedText : public Record
     /// ignored.
     S combined(char const * text) const { return S(self()).add(text); }
 
-    /// Returns this text followed by the QString `text`, as a QString, which is not cut at the
-    /// capacity.
+    /// Returns this text followed by the QString `text`. The result is a QString and is not cut at
+    /// the capacity.
     QString operator+(QString const & text) const { return QString(self()) + text; }
-    /// Returns this text followed by `text` (zero-terminated Latin-1), as a QString, which is not
-    /// cut at the capacity.
+    /// Returns this text followed by `text` (zero-terminated Latin-1). The result is a QString and
+    /// is not cut at the capacity.
     QString operator+(char const * text) const
     {
         return QString(self()) + QString::fromLatin1(text);
@@ -145,28 +145,28 @@ class FixedText : public Record
         return n == size() && (n == 0 || (text && equal(value, text, n)));
     }
 
-    /// Returns the position of the first occurrence of `needle` at or after `from`, ignoring case,
-    /// or -1. A wide string sign-extends a needle that is passed as bytes.
+    /// Returns the position of the first occurrence of `needle` at or after `from`, or -1. The
+    /// search ignores case. A wide string sign-extends a needle that is passed as bytes.
     int indexOf(S const & needle, int from = 0) const
     {
         return search(needle, from, Case::Ignored);
     }
-    /// Returns the position of the first occurrence of `needle` at or after `from`, exactly, or -1.
-    /// A wide string sign-extends a needle that is passed as bytes.
+    /// Returns the position of the first occurrence of `needle` at or after `from`, or -1. The
+    /// search is case-sensitive. A wide string sign-extends a needle that is passed as bytes.
     /// Compatibility: a needle as long as the text is compared ignoring case, since the farm's
     /// applications look up whole names with this function.
     int indexOfCaseSen(S const & needle, int from = 0) const
     {
         return search(needle, from, Case::Exact);
     }
-    /// Returns the position of the first occurrence of the unit `c` at or after `from`, exactly, or
-    /// -1. A `from` outside the text counts as 0.
+    /// Returns the position of the first occurrence of the unit `c` at or after `from`, or -1. The
+    /// search is case-sensitive. A `from` outside the text counts as 0.
     int indexOf(Unit const & c, int from = 0) const
     {
         return findUnit<Unit>(value, size(), c, from);
     }
-    /// Returns the position of the last occurrence of the unit `c` at or before `from`, exactly, or
-    /// -1. A `from` outside the text counts as the last position of the text.
+    /// Returns the position of the last occurrence of the unit `c` at or before `from`, or -1. The
+    /// search is case-sensitive. A `from` outside the text counts as the last position of the text.
     int lastIndexOf(Unit const & c, int from = -1) const
     {
         return findLastUnit<Unit>(value, size(), c, from);
@@ -212,7 +212,7 @@ class FixedText : public Record
     /// if `suffix` is empty.
     bool endsWith(char const * suffix) const { return suffix && hasAt(suffix, End); }
     /// Returns whether the text ends with `suffix` (zero-terminated), ignoring case. False if
-    /// `suffix` is empty, or `n` is 0 or above the length of the text.
+    /// `suffix` is empty, if `n` is 0, or if `n` is above the length of the text.
     /// Compatibility: the whole suffix is compared, not only its first `n` units, since callers
     /// pass an `n` that is not the length of the suffix.
     bool endsWith(Unit const * suffix, int n) const
@@ -246,8 +246,9 @@ class FixedText : public Record
         return self();
     }
 
-    /// Removes every occurrence of `text`, ignoring case. Does not search for occurrences that only
-    /// a removal creates. A wide string sign-extends an argument that is passed as bytes.
+    /// Removes every occurrence of `text`, ignoring case. An occurrence that a removal creates is
+    /// kept: "aabb" without "ab" is "ab". A wide string sign-extends an argument that is passed as
+    /// bytes.
     S & remove(S const & text) { return replaceText(text, S(), Case::Ignored); }
     /// Removes every occurrence of `text`, as `remove` does, but searches with `indexOfCaseSen`: a
     /// `text` as long as this text is compared ignoring case, any other `text` exactly.
@@ -310,8 +311,8 @@ class FixedText : public Record
     }
 
     /// Compares `a` with `b` by `memcmp` over the shorter length, then by length.
-    /// Compatibility: sorted records are searched with this order. In wide strings it compares the
-    /// low byte of each unit first, so the unit 0x0100 is less than 0x00FF.
+    /// Compatibility: sorted records are searched with this order. In wide strings, `memcmp`
+    /// compares the low byte of each unit first, so the unit 0x0100 is less than 0x00FF.
     friend std::strong_ordering operator<=>(S const & a, S const & b)
     {
         auto const shorter = std::min<std::ptrdiff_t>({a.length, b.length, capacity()});
@@ -411,8 +412,8 @@ class FixedText : public Record
 
     enum Side : bool { Start, End };
 
-    /// Returns whether this text has `text` (zero-terminated) at its start or its end, ignoring
-    /// case. False if `text` is empty.
+    /// Returns whether this text begins (`Start`) or ends (`End`) with `text` (zero-terminated),
+    /// ignoring case. False if `text` is empty.
     template <typename From>
     bool hasAt(From const * text, Side side) const
     {
@@ -451,7 +452,8 @@ class FixedText : public Record
     }
 };
 
-/// Accepts every class that derives from FixedText. The concept FixedString tests for it.
+/// Accepts every class that derives from FixedText. The concept FixedString tests whether a type is
+/// accepted.
 template <typename S, typename Record>
 void isFixedText(FixedText<S, Record> const &);
 
@@ -472,7 +474,7 @@ template <typename A, typename B>
 concept DifferentFixedStrings = FixedString<A> && FixedString<B> && !std::same_as<A, B> &&
                                 sizeof(typename A::Unit) >= sizeof(typename B::Unit);
 
-/// Returns whether `a` equals `b`, a string of another type, exactly. A byte equals the unit of the
+/// Returns whether `a` exactly equals `b`, a string of another type. A byte equals the unit of the
 /// same value (Latin-1).
 template <typename A, typename B>
 requires DifferentFixedStrings<A, B>
