@@ -49,10 +49,10 @@ OX_EXPORT QString fromTransportForm(char const * text);
 /// UTF-16 string of capacity N. Memory: N + 1 units, the length, a reserved word.
 ///
 /// Bytes become units in one of two ways:
-/// - Sign extension (byte 0xE9 becomes unit 0xFFE9): the constructors from bytes, `+=`, `+` with a
-///   character, and every operation with an _oxString parameter, which is constructed from bytes:
+/// - Sign extension (byte 0xE9 becomes unit 0xFFE9): the constructors from bytes, `+=`, and `+`
+///   with a character. Bytes that are passed for an _oxString parameter are also sign-extended.
 ///   `indexOf`, `indexOfCaseSen`, `replace`, `replaceCaseSen`, `remove`, `removeCaseSens`,
-///   `insert`, `compare` and `isEqual`. Pass non-ASCII texts to these operations as QString.
+///   `insert`, `compare` and `isEqual` have such parameters: pass non-ASCII texts as QString.
 /// - Latin-1 (byte 0xE9 becomes unit 0x00E9): assignment, `+` with a text, `add`, `combined`,
 ///   `contains`, `startsWith`, `endsWith` and the comparison operators.
 ///
@@ -83,8 +83,8 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     /// Creates a string of `text` (zero-terminated bytes), sign-extended. Null gives the empty
     /// string.
     _oxString(char const * text) : _oxString() { *this += text; }
-    /// Creates a string of the `len` bytes at `text`, sign-extended, including 0 bytes. Only the
-    /// low 16 bits of `len` count. Null gives the empty string.
+    /// Creates a string of the `len` bytes at `text`, including 0 bytes. Sign-extends the bytes.
+    /// Only the low 16 bits of `len` count. Null gives the empty string.
     _oxString(char const * text, int len) : _oxString()
     {
         if (text)
@@ -105,8 +105,8 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     _oxString(QString const & text) { *this = text; }
 
     /// Assigns `text` (zero-terminated Latin-1).
-    /// Compatibility: null sets the length to 0 and keeps all units, even the first, since records
-    /// are compared by memcmp.
+    /// Compatibility: records are compared by memcmp. Null therefore sets the length to 0 but keeps
+    /// all units, even the first.
     _oxString & operator=(char const * text)
     {
         return text ? assign(text, std::strlen(text)) : setSize(0);
@@ -164,8 +164,8 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     _oxString operator+(char const & c) const { return _oxString(*this) += c; }
     /// Returns a copy with the UTF-16 unit `c` appended, if it fits.
     _oxString operator+(char16_t const & c) const { return _oxString(*this) += c; }
-    /// Returns this text followed by `text` (zero-terminated UTF-16), as a QString, which is not
-    /// cut at the capacity. Null is ignored.
+    /// Returns this text followed by `text` (zero-terminated UTF-16). The result is a QString and
+    /// is not cut at the capacity. Null is ignored.
     QString operator+(unsigned short const * text) const
     {
         std::size_t const n = text ? ox::text::textLength(text) : 0;
@@ -222,8 +222,8 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
         return suffix && this->hasAt(suffix, Base::End);
     }
 
-    /// Copies the text to the `dstSize` bytes at `dst`: the low byte of each unit, as many as fit,
-    /// and a terminator. Writes nothing if `dst` is null or `dstSize` is 0.
+    /// Copies the low bytes of as many units as fit, and a terminator, to the `dstSize` bytes at
+    /// `dst`. Writes nothing if `dst` is null or `dstSize` is 0.
     void toChar(char * dst, unsigned short dstSize) const
     {
         if (!dst || dstSize == 0)
@@ -235,8 +235,8 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
 
     /// Converts to an 8-bit string of the low bytes of the first 249 units. Convert only texts of
     /// at most 249 units: the result has the length of this text, even if fewer units are copied.
-    /// The conversion to 8-bit strings of any capacity other than 250 and 500 uses QString instead:
-    /// Latin-1, '?' for other characters, cut at that capacity.
+    /// For 8-bit strings of any capacity other than 250 and 500, the text is converted to a QString
+    /// first, then to Latin-1 with '?' for other characters, and cut at the capacity.
     /// Compatibility: the farm's applications detect a cut text by the length of the result.
     operator _oxString8_evenSize<250>() const { return narrowed<250>(); }
     /// Converts to an 8-bit string of the low bytes of the first 499 units. Convert only texts of
@@ -257,7 +257,7 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
         return {reinterpret_cast<char16_t const *>(value), static_cast<std::size_t>(size())};
     }
     /// Converts to a view of the text, valid until the string changes. A temporary string does not
-    /// convert, since the view could outlive it: call view().
+    /// convert, since the view could outlive the string: call view() instead.
     operator std::u16string_view() const & { return view(); }
     operator std::u16string_view() const && = delete;
     /// Converts the text to a QString. A byte order mark is kept.

@@ -76,11 +76,11 @@ class String8 : public FixedText<S, Record>
 
     /// Creates the empty string and sets all characters to 0.
     String8() { this->clear(); }
-    /// Copies `text` (zero-terminated) and sets all characters behind it to 0. Null gives the empty
+    /// Copies `text` (zero-terminated) and sets all further characters to 0. Null gives the empty
     /// string.
     String8(char const * text) : String8() { *this = text; }
-    /// Copies the `len` bytes at `text`, including 0 bytes, and sets the characters behind them to
-    /// 0. Only the low 16 bits of `len` count. Null gives the empty string.
+    /// Copies the `len` bytes at `text`, including 0 bytes, and sets all further characters to 0.
+    /// Only the low 16 bits of `len` count. Null gives the empty string.
     String8(char const * text, int len) : String8()
     {
         fromChar(text, static_cast<std::uint16_t>(len));
@@ -100,8 +100,8 @@ class String8 : public FixedText<S, Record>
     }
 
     /// Assigns `text` (zero-terminated).
-    /// Compatibility: null sets the length to 0 and keeps all bytes, even the first, since records
-    /// are compared by memcmp.
+    /// Compatibility: records are compared by memcmp. Null therefore sets the length to 0 but keeps
+    /// all bytes, even the first.
     S & operator=(char const * text) { return text ? assign(text, std::strlen(text)) : setSize(0); }
     /// Assigns the bytes of the view `text`.
     S & operator=(std::string_view text) { return assign(text.data(), text.size()); }
@@ -153,8 +153,9 @@ class String8 : public FixedText<S, Record>
     /// Parses the number at the start of the text as `atoi` does. A number beyond the range of int
     /// gives the nearest int.
     ///
-    /// With `ok`, sets *ok to whether the whole text consists of an optional '-' and digits, and
-    /// returns 0 if it does not. For the empty text and "-" *ok is true and the result is 0.
+    /// If `ok` is not null, sets *ok to whether the whole text consists of an optional '-' and
+    /// digits. If *ok is false, returns 0. For the empty text and "-", *ok is true and the result
+    /// is 0.
     int toInt(bool * ok = nullptr) const { return text::toInt(value, size(), ok); }
 
     /// Returns whether the text equals `upper`, ignoring case. `upper` must be in upper case.
@@ -165,15 +166,15 @@ class String8 : public FixedText<S, Record>
                           [](char c, char expected) { return toUpper(c) == expected; });
     }
 
-    /// Returns the position of the first occurrence of the low byte of the UTF-16 unit `c` at or
-    /// after `from`, exactly, or -1. A `from` outside the text counts as 0.
+    /// Returns the position of the first byte at or after `from` that equals the low byte of the
+    /// UTF-16 unit `c`, or -1. The search is case-sensitive. A `from` outside the text counts as 0.
     int indexOf(unsigned short const & c, int from = 0) const
     {
         return indexOf(static_cast<char>(c), from);
     }
-    /// Returns the position of the last occurrence of the low byte of the UTF-16 unit `c` at or
-    /// before `from`, exactly, or -1. A `from` outside the text counts as the last position of the
-    /// text.
+    /// Returns the position of the last byte at or before `from` that equals the low byte of the
+    /// UTF-16 unit `c`, or -1. The search is case-sensitive. A `from` outside the text counts as
+    /// the last position of the text.
     int lastIndexOf(unsigned short const & c, int from = -1) const
     {
         return lastIndexOf(static_cast<char>(c), from);
@@ -182,7 +183,7 @@ class String8 : public FixedText<S, Record>
     /// Returns a view of the text, valid until the string changes.
     std::string_view view() const { return {value, static_cast<std::size_t>(size())}; }
     /// Converts to a view of the text, valid until the string changes. A temporary string does not
-    /// convert, since the view could outlive it: call view().
+    /// convert, since the view could outlive the string: call view() instead.
     operator std::string_view() const & { return view(); }
     operator std::string_view() const && = delete;
     /// Converts the text from Latin-1 to a QString.
@@ -225,8 +226,8 @@ class _oxString8_evenSize
     using Base = ox::text::String8<_oxString8_evenSize, ox::text::EvenRecord8<N>>;
 
   public:
-    /// Creates the empty string and sets all characters to 0. Not `= default`, since then
-    /// `S()` and `S{}` would also set the spare byte to 0.
+    /// Creates the empty string and sets all characters to 0. If this constructor were
+    /// `= default`, `S()` and `S{}` would also set the spare byte to 0.
     _oxString8_evenSize() {}
     using Base::Base;
     using Base::operator=;
@@ -266,7 +267,7 @@ struct _oxString8_AllSize {
 namespace ox::text
 {
 
-/// The capacities that the farm's records use.
+/// The even capacities that the farm's records use.
 using EvenCapacities8 =
     std::integer_sequence<int, 6, 8, 10, 12, 14, 30, 40, 50, 100, 150, 200, 250, 500, 1000, 3000>;
 /// The uneven capacities that the farm's records use.
@@ -274,8 +275,8 @@ using UnevenCapacities8 = std::integer_sequence<int, 7, 15, 25, 75, 125>;
 /// The capacities of `_oxString8_AllSize` that the farm's records use.
 using AllSizeCapacities8 = std::integer_sequence<int, 10>;
 
-/// Returns whether `S` is a record of `size` bytes whose members `value` and `length` have the
-/// offsets that the parameters of the same names contain.
+/// Returns whether `S` has the layout of a record: `size` bytes, with the members `value` and
+/// `length` at the offsets in the parameters `value` and `length`.
 template <typename S>
 constexpr bool hasLayout(std::size_t size, std::size_t value, std::size_t length)
 {
