@@ -10,9 +10,10 @@
 ///
 /// In the comments, a number "of w digits" is padded on the left with zeros to w characters. A
 /// minus sign counts as one of the characters and precedes the zeros. Divisions truncate toward
-/// zero, so every field of a negative duration has its own sign unless a comment says otherwise.
+/// zero. Every field of a negative duration therefore has its own sign, unless the comment of a
+/// function says otherwise.
 
-/// Returns `b` as "true" or "false" with `asWord`, else as "1" or "0".
+/// Returns `b` as "true" or "false" if `asWord` is true, else as "1" or "0".
 OX_EXPORT QString bool2str(bool const & b, bool const & asWord);
 /// Returns `b` as "1" or "0".
 OX_EXPORT QString bool2String(bool const & b);
@@ -29,12 +30,12 @@ OX_EXPORT _oxString<25> int2Str(int const & v);
 /// - A fraction that rounds up to 1 is not carried over: 1.96 with one decimal is "1.10".
 /// - A negative fraction has a sign behind its zeros: -1.5 with one decimal is "-1.-5", -1.005 with
 ///   three decimals is "-1.0-5".
-/// - 3 without decimals is "3.0".
+/// - 3 with zero decimals is "3.0".
 OX_EXPORT _oxString<25> float2Str(float f, int const & decimals, unsigned short const & separator);
 
 /// Returns the last `maxDigits` digits of `n` in base 36, with the digits 0 to 9 and A to Z.
-/// Compatibility: the order of the digits never changes, since the farm compares these texts across
-/// versions.
+/// Compatibility: the digits and their order never change, since the farm compares texts that
+/// different versions of the library have written.
 OX_EXPORT QString numberToStr(unsigned long long n, int const & maxDigits);
 
 /// Returns two lower-case hexadecimal digits for each of the `count` bytes at `bytes`. Null gives
@@ -62,7 +63,7 @@ OX_EXPORT QString oxSec2hm(int s);
 /// With `shortForm`, a duration of up to one hour, positive or negative, becomes minutes and
 /// seconds: " 7.05", "-7.05". The minutes are padded with a blank to two characters. Only the
 /// minutes have a sign, even if they are 0: "-0.45", " 0.45".
-/// Compatibility: in the short form a full minute and a full hour both show as " 0.00", as in the
+/// Compatibility: in the short form, 60 seconds and 3600 seconds both become " 0.00", as in the
 /// farm's tables.
 OX_EXPORT QString oxSec2hms(int s, bool shortForm);
 
@@ -76,8 +77,8 @@ OX_EXPORT QString oxSec2dhm(long long s);
 OX_EXPORT QString oxSec2dhms(long long s);
 
 /// Returns a duration of `ms` milliseconds as seconds and three digits of milliseconds: 1500 is
-/// "1.500". Without `always`, the seconds are omitted up to 1000 ms and for every negative
-/// duration: 999 is ".999".
+/// "1.500". If `always` is false, a duration of at most 1000 ms has no seconds: 999 is ".999". This
+/// includes every negative duration.
 /// Compatibility: 1000 without `always` is ".000", as in the farm's logs.
 OX_EXPORT QString oxMill2s(int ms, bool const & always);
 
@@ -102,9 +103,9 @@ OX_EXPORT void cutAtFirstOccurence(QString & str, QString const & sep1, QString 
 
 /// Returns whether `a` and `b` are names of the same setting: they are equal except for case and
 /// blanks, or have the same short form (`oxCalcShortName`). "coImageWidth" matches "co Image Width"
-/// and "coIW". If the short form is empty or a prefix only, the short forms are not compared.
+/// and "coIW". If the short form of `a` is empty or only a prefix, it is not compared.
 OX_EXPORT bool _oxStringCompareShort(QString const & a, QString b);
 
 /// Returns a report of the memory layout in this build, for comparisons between builds. Each line
-/// is the size of a string type, the size of the string list, or the offset of a string's member.
+/// states the size of a string type or of the string list, or the offset of a string's member.
 OX_EXPORT QString listStringMemorySize();

@@ -21,7 +21,7 @@ constexpr std::uint64_t wholeMebibytes(std::uint64_t bytes)
     return bytes / mebibyte;
 }
 
-/// Converts `bytes` to MiB, rounded down, but returns at most `most` MiB.
+/// Converts `bytes` to MiB, rounded down. A result above `most` MiB becomes `most`.
 constexpr int wholeMebibytes(std::uint64_t bytes, int most)
 {
     return static_cast<int>(std::min(wholeMebibytes(bytes), static_cast<std::uint64_t>(most)));

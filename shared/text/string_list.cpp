@@ -15,8 +15,8 @@ namespace
 
 using Entry = _oxStringList::Entry;
 
-/// Returns the capacity of a list with `count` entries. The capacity depends only on the count,
-/// since the list has no member for it. It grows by an eighth to a quarter at a time, so that
+/// Returns the capacity of a list with `count` entries. The list has no member for the capacity, so
+/// the capacity depends only on the count. It grows by an eighth to a quarter at a time, so that
 /// appending rarely reallocates a long list.
 constexpr std::uint64_t capacityFor(std::uint64_t count)
 {
@@ -33,9 +33,9 @@ std::size_t bytesFor(std::uint64_t count)
     return fits ? static_cast<std::size_t>(bytes) : 0;
 }
 
-/// Sort key of an entry: four units of its text from some position. Keys are compared only between
-/// entries whose texts are equal before this position. In a descending sort, `units` and `taken`
-/// are complemented bit by bit.
+/// Sort key of an entry: the four units of its text that begin at a certain position. Two keys are
+/// compared only if they have the same position and the two texts are equal before this position.
+/// In a descending sort, `units` and `taken` are complemented bit by bit.
 struct SortKey {
     std::uint64_t units; ///< the four units in upper case; the first unit is in the highest bits
     std::uint32_t taken; ///< how many of the four units the text has; the others are 0
@@ -102,8 +102,8 @@ void permute(std::span<SortKey> keys, Entry * entries)
     }
 }
 
-/// Sorts the entries without keys. std::stable_sort also works without additional memory, but moves
-/// entries more often.
+/// Sorts the entries without keys. If no memory for a buffer is available, std::stable_sort also
+/// works, but moves entries more often.
 void sortInPlace(std::span<Entry> entries, bool descending)
 {
     std::stable_sort(entries.begin(), entries.end(),
@@ -126,7 +126,7 @@ void _oxStringList::copyFrom(_oxStringList const & other)
     if (!items_)
         return;
     count_ = other.count_;
-    // NOLINTNEXTLINE(bugprone-undefined-memory-manipulation): the records of the farm are copied so
+    // NOLINTNEXTLINE(bugprone-undefined-memory-manipulation): copies records byte for byte
     std::memcpy(static_cast<void *>(items_), other.items_,
                 static_cast<std::size_t>(count_) * sizeof(Entry));
 }

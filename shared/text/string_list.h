@@ -12,7 +12,8 @@
 /// layout. Searches can ignore the case of ASCII letters.
 ///
 ///     _oxStringList frames;
-///     frames.append(name, true, false); // appends the name unless the list has it in any case
+///     // Appends the name unless an entry equals the name, ignoring case.
+///     frames.append(name, true, false);
 ///     frames.sort(false);
 ///
 /// References to entries are valid until the list changes.
@@ -30,7 +31,7 @@ class OX_EXPORT _oxStringList
     /// Moves the entries of `other` to the new list and leaves `other` empty.
     _oxStringList(_oxStringList && other) noexcept { swap(other); }
     /// Copies `other`, as copyFrom does.
-    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): copyFrom tests it
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): copyFrom tests for self-assignment
     _oxStringList & operator=(_oxStringList const & other)
     {
         copyFrom(other);
@@ -81,20 +82,20 @@ class OX_EXPORT _oxStringList
     char const * atAsChar(int const & i) const;
 
     /// Returns the index of the first entry that equals `s`, or -1. Ignores case unless
-    /// `caseSensitive`.
+    /// `caseSensitive` is true.
     int find(Entry const & s, bool const & caseSensitive) const;
 
-    /// Appends a copy of `s`. With `unique`, appends nothing if `find(s, caseSensitive)` finds an
-    /// entry. `s` may be an entry of the list.
+    /// Appends a copy of `s`. If `unique` is true and `find(s, caseSensitive)` finds an entry,
+    /// appends nothing. `s` may be an entry of the list.
     /// Fails: if the memory allocation fails, the list is empty afterwards.
     void append(Entry const & s, bool const & unique, bool const & caseSensitive);
 
-    /// Sorts the entries by _oxString::compare, which ignores case, in ascending or `descending`
-    /// order. The sort is stable in both orders. It temporarily allocates 16 bytes per entry; if
-    /// the allocation fails, it sorts in place, which takes longer.
+    /// Sorts the entries by _oxString::compare, which ignores case. The order is descending if
+    /// `descending` is true, else ascending. The sort is stable in both orders. It temporarily
+    /// allocates 16 bytes per entry; if the allocation fails, it sorts in place and takes longer.
     ///
-    /// Compatibility: the sort does not move the `reserved` members of the entries, since each
-    /// belongs to a position in the list and not to a text.
+    /// Compatibility: the sort does not move the `reserved` members of the entries. A `reserved`
+    /// member belongs to a position in the list and not to a text.
     void sort(bool const & descending);
 
     /// Returns the entries of `list` in the form ("first", "second"), for logs and messages.
