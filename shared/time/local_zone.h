@@ -23,12 +23,12 @@ class LocalZone
 
   private:
     struct Change {
-        std::int64_t time;   ///< first second with this offset, since 1970 UTC
+        std::int64_t time;   ///< first second with this offset, in seconds since 1970 UTC
         std::int64_t offset; ///< local time minus UTC in seconds
     };
 
-    /// The changes of the offset in ascending order. The offset of the first change also applies
-    /// before its time.
+    /// The changes of the offset, in ascending order of time. The offset of the first change also
+    /// applies to earlier times.
     std::array<Change, 32> changes_{};
     std::size_t count_ = 1;
 };

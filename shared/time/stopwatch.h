@@ -28,10 +28,10 @@ constexpr int ticksBetween(std::uint32_t start, std::uint32_t now)
 class OX_EXPORT oxTimer
 {
   public:
-    /// Starts from 0.
+    /// Creates a stopwatch that starts from 0.
     oxTimer() { start(); }
 
-    /// Restarts from 0.
+    /// Restarts the stopwatch from 0.
     void start();
 
     /// Returns the milliseconds since the last start, 0 to 2^31 - 1; longer times wrap around.

@@ -21,7 +21,7 @@ struct Name {
     char text[12];
 };
 
-/// Returns entry `n` of `names`, or `n` in decimal if it is out of range.
+/// Returns entry `n` of `names`, or `n` in decimal if `n` is out of range.
 template <std::size_t count>
 Name nameOf(int n, char const (&names)[count][4])
 {

@@ -30,8 +30,8 @@ using QtHash =
 ///
 /// Compatibility: there are two kinds of local time, as in the farm's records:
 /// - Calendar fields and texts follow the rules of the time zone for each date.
-/// - Functions "by the measured offset" add `oxTime_Start_OffSet`, which is faster. The offset is
-///   measured once and does not follow later changes of daylight saving time.
+/// - Functions that use the measured offset add `oxTime_Start_OffSet`, which is faster. The
+///   offset is measured once and does not follow later changes of daylight saving time.
 ///
 /// Every value is allowed. Sums beyond 64 bits wrap around. If the C library does not support the
 /// year of a time, all calendar fields of the time are -1.
@@ -54,8 +54,8 @@ class OX_EXPORT _oxTime
         if (now)
             setCurrentTime(0);
     }
-    /// Creates a time from `t`, the seconds since 1970 in UTC or, if `isUTC` is false, in local
-    /// time by the measured offset.
+    /// Creates a time from `t`, in seconds since 1970. If `isUTC` is false, `t` is a local time,
+    /// which is converted to UTC with the measured offset (`oxTime_Start_OffSet`).
     /// Compatibility: this constructor measures the offset only if the offset is 99. Before the
     /// first measurement the offset is -1, so a local time becomes one second late, as in the
     /// farm's records.
@@ -112,20 +112,23 @@ class OX_EXPORT _oxTime
     /// The local day of the month of this time plus `days` days, 1 to 31.
     int dayOfMonth(__int64 days) const;
 
-    /// Hour of the day by the measured offset: 0 to 23, or 0 to -23 before 1970.
+    /// Hour of the local day, computed with the measured offset (`oxTime_Start_OffSet`): 0 to 23,
+    /// or 0 to -23 before 1970.
     int getDayHour() const;
-    /// Minute of the day by the measured offset: 0 to 1439, or 0 to -1439 before 1970.
+    /// Minute of the local day, computed with the measured offset (`oxTime_Start_OffSet`): 0 to
+    /// 1439, or 0 to -1439 before 1970.
     int getDayMinutes() const;
-    /// Second of the day of this time plus `add` seconds, by the measured offset: 0 to 86399, or 0
-    /// to -86399 before 1970.
+    /// Second of the local day of this time plus `add` seconds, computed with the measured offset
+    /// (`oxTime_Start_OffSet`): 0 to 86399, or 0 to -86399 before 1970.
     int getDaySeconds(__int64 add) const;
-    /// Number of days from 1970-01-01 to this time plus `add` seconds, by the measured offset,
-    /// rounded toward 0; negative before 1970.
+    /// Number of local days from 1970-01-01 to this time plus `add` seconds, computed with the
+    /// measured offset (`oxTime_Start_OffSet`). Is rounded toward 0, and is negative before 1970.
     int getTotalDays(__int64 add) const;
-    /// Returns the local time in seconds, by the measured offset, truncated to signed 32 bits.
+    /// Returns the local time in seconds, truncated to signed 32 bits. The local time is computed
+    /// with the measured offset (`oxTime_Start_OffSet`).
     /// Compatibility: the farm's records contain local times in 32 bits.
     __int64 toLocalTime() const;
-    /// Converts this time from local time to UTC, by the measured offset.
+    /// Converts this time from local time to UTC with the measured offset (`oxTime_Start_OffSet`).
     void convertFromLocalTime();
 
     /// Returns the seconds from `now` to the end of a wait that began at this time and lasts `wait`
@@ -153,7 +156,7 @@ class OX_EXPORT _oxTime
     QString asString() const;
     /// Local month, day and time of this time plus `add` seconds: "11.14 09:05.07".
     QString asStringOffset(__int64 const & add) const;
-    /// Local time of day by the measured offset: "09:05.07".
+    /// Local time of day, computed with the measured offset (`oxTime_Start_OffSet`): "09:05.07".
     QString asStringHourMinSec() const;
     /// Local hour and minute: "09:05".
     QString asStringHourMin() const;
