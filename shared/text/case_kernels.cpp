@@ -41,7 +41,7 @@ int orderAt(int pos, Unit const * a, int lengthA, Unit const * b, int lengthB)
 namespace words
 {
 
-/// Number of units in a block of 32 bytes. The compiler can compare a block without a branch.
+/// Number of units in a block of 32 bytes. A block is compared without a branch.
 template <typename Unit>
 constexpr int blockSize = 32 / sizeof(Unit);
 

@@ -7,7 +7,7 @@
 #include <utility>
 
 /// Fixed-capacity UTF-16 strings without heap memory, for texts with characters beyond Latin-1. A
-/// surrogate pair counts as two characters, and a cut at the capacity can split it.
+/// surrogate pair counts as two characters. A cut at the capacity can split a surrogate pair.
 ///
 ///     _oxString<500> path = QStringLiteral("D:\\jobs\\Łódź.oxdb");
 ///     if (path.endsWith(".oxdb"))
@@ -222,8 +222,8 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
         return suffix && this->hasAt(suffix, Base::End);
     }
 
-    /// Copies the low bytes of as many units as fit, and a terminator, to the `dstSize` bytes at
-    /// `dst`. Writes nothing if `dst` is null or `dstSize` is 0.
+    /// Copies the low bytes of the units to the `dstSize` bytes at `dst` and writes a terminator.
+    /// Omits units that do not fit. Writes nothing if `dst` is null or `dstSize` is 0.
     void toChar(char * dst, unsigned short dstSize) const
     {
         if (!dst || dstSize == 0)

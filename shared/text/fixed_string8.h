@@ -189,9 +189,10 @@ class String8 : public FixedText<S, Record>
     /// Converts the text from Latin-1 to a QString.
     operator QString() const { return QString::fromLatin1(value, size()); }
 
-    /// Converts the text up to its first 0 byte from the system's code page (Latin-1 on Linux) to
-    /// zero-terminated UTF-16 at `dst`. Writes at most min(dstSize - 1, length) units and the
-    /// terminator; longer results are cut. Writes nothing if `dst` is null or `dstSize` is below 1.
+    /// Converts the text from the system's code page (Latin-1 on Linux) to zero-terminated UTF-16
+    /// at `dst`. The conversion ends at the first 0 byte. Writes at most min(dstSize - 1, length)
+    /// units and the terminator; longer results are cut. Writes nothing if `dst` is null or
+    /// `dstSize` is below 1.
     void toWchar_t(unsigned short * dst, int const & dstSize) const
     {
         if (dst && dstSize > 0)

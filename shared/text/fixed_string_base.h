@@ -232,9 +232,9 @@ class FixedText : public Record
     {
         return replaceText(before, after, Case::Ignored);
     }
-    /// Replaces every occurrence of `before` by `after`, as `replace` does, but searches with
-    /// `indexOfCaseSen`: a `before` as long as the text is compared ignoring case, any other
-    /// `before` exactly.
+    /// Replaces every occurrence of `before` by `after`, as `replace` does, but the search is
+    /// case-sensitive. As in `indexOfCaseSen`, a `before` as long as the text is compared ignoring
+    /// case.
     S & replaceCaseSen(S const & before, S const & after)
     {
         return replaceText(before, after, Case::Exact);
@@ -250,8 +250,8 @@ class FixedText : public Record
     /// kept: "aabb" without "ab" is "ab". A wide string sign-extends an argument that is passed as
     /// bytes.
     S & remove(S const & text) { return replaceText(text, S(), Case::Ignored); }
-    /// Removes every occurrence of `text`, as `remove` does, but searches with `indexOfCaseSen`: a
-    /// `text` as long as this text is compared ignoring case, any other `text` exactly.
+    /// Removes every occurrence of `text`, as `remove` does, but the search is case-sensitive. As
+    /// in `indexOfCaseSen`, a `text` as long as this text is compared ignoring case.
     S & removeCaseSens(S const & text) { return replaceText(text, S(), Case::Exact); }
     /// Removes every unit that equals `c`, ignoring case. Returns a copy of the changed string.
     S remove(Unit const & c) { return setSize(removeUnit<Unit>(value, size(), c)); }
@@ -310,7 +310,7 @@ class FixedText : public Record
                equal(a.value, b, a.size());
     }
 
-    /// Compares `a` with `b` by `memcmp` over the shorter length, then by length.
+    /// Compares `a` with `b` by `memcmp` over the shorter of the two lengths, then by length.
     /// Compatibility: sorted records are searched with this order. In wide strings, `memcmp`
     /// compares the low byte of each unit first, so the unit 0x0100 is less than 0x00FF.
     friend std::strong_ordering operator<=>(S const & a, S const & b)

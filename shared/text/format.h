@@ -44,8 +44,9 @@ OX_EXPORT QString byte2Hex(unsigned char const * bytes, int const & count);
 
 /// Returns `n` in decimal with "." as the thousands separator. With `spaceForPositive`, a blank
 /// precedes a number that is not negative.
-/// Compatibility: from the right, three digits are split off only while the rest of the number is
-/// above 1000, as in the farm's tables: 1000 is "1000", 1001 is "1.001", 1000000 is "1000.000".
+/// Compatibility: from the right, groups of three digits are split off only while the rest of the
+/// number is above 1000, as in the farm's tables: 1000 is "1000", 1001 is "1.001", 1000000 is
+/// "1000.000".
 OX_EXPORT QString oxPointTsd(long long n, bool spaceForPositive);
 /// Returns `n` in decimal with a blank as the thousands separator, by the rules of oxPointTsd.
 OX_EXPORT QString oxSpaceTsd(long long n, bool spaceForPositive);
@@ -77,9 +78,9 @@ OX_EXPORT QString oxSec2dhm(long long s);
 OX_EXPORT QString oxSec2dhms(long long s);
 
 /// Returns a duration of `ms` milliseconds as seconds and three digits of milliseconds: 1500 is
-/// "1.500". If `always` is false, a duration of at most 1000 ms has no seconds: 999 is ".999". This
-/// includes every negative duration.
-/// Compatibility: 1000 without `always` is ".000", as in the farm's logs.
+/// "1.500". If `always` is false, durations of up to 1000 ms and negative durations are written
+/// without the seconds: 999 is ".999".
+/// Compatibility: if `always` is false, 1000 is ".000", as in the farm's logs.
 OX_EXPORT QString oxMill2s(int ms, bool const & always);
 
 /// Truncates `str` before the last occurrence of `sep1`, `sep2` or `sep3`, ignoring case, and

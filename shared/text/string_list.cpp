@@ -84,8 +84,8 @@ void sortKeys(std::span<SortKey> keys, Entry const * entries, int position, bool
     }
 }
 
-/// Moves the entries into the order of the keys. An assignment of entries copies the length and the
-/// units, so the `reserved` members keep their places.
+/// Moves the entries into the order of the keys. An assignment of entries copies only the length
+/// and the units, so the `reserved` members keep their places.
 void permute(std::span<SortKey> keys, Entry * entries)
 {
     for (std::uint32_t start = 0; start < keys.size(); ++start) {

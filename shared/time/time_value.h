@@ -122,7 +122,7 @@ class OX_EXPORT _oxTime
     /// (`oxTime_Start_OffSet`): 0 to 86399, or 0 to -86399 before 1970.
     int getDaySeconds(__int64 add) const;
     /// Number of local days from 1970-01-01 to this time plus `add` seconds, computed with the
-    /// measured offset (`oxTime_Start_OffSet`). Is rounded toward 0, and is negative before 1970.
+    /// measured offset (`oxTime_Start_OffSet`). It is rounded toward 0 and negative before 1970.
     int getTotalDays(__int64 add) const;
     /// Returns the local time in seconds, truncated to signed 32 bits. The local time is computed
     /// with the measured offset (`oxTime_Start_OffSet`).
@@ -132,19 +132,19 @@ class OX_EXPORT _oxTime
     void convertFromLocalTime();
 
     /// Returns the seconds from `now` to the end of a wait that began at this time and lasts `wait`
-    /// seconds; negative after the end. The result is truncated to 32 bits. A null `now` is the
-    /// current time.
+    /// seconds. The result is negative after the end, and is truncated to 32 bits. A null `now` is
+    /// the current time.
     int waitTimeDifference(__int64 const & wait, _oxTime const * now) const;
     /// Returns whether a wait that began at this time and lasts `wait` seconds has ended before
     /// `now`. If it has ended and `restart` is true, sets this time to `now`, which begins the next
     /// wait. A null `now` is the current time.
     bool waitTimeIsOver(__int64 const & wait, bool const & restart, _oxTime const * now);
 
-    /// Returns `oxTime_Start_OffSet`. Measures it first if it is -1.
+    /// Returns `oxTime_Start_OffSet`. If this offset is -1, measures it first.
     static int getTime_Start_OffSet();
-    /// Returns the present error of `oxTime_Start_OffSet` in seconds. With `apply`, first corrects
-    /// the offset, then returns the remaining error. In a time zone more than half a day from UTC
-    /// the corrected offset is wrong by one day.
+    /// Returns the present error of `oxTime_Start_OffSet` in seconds. If `apply` is true, first
+    /// corrects the offset, then returns the remaining error. In a time zone more than half a day
+    /// from UTC, the corrected offset is wrong by one day.
     static int testIfOfsetIsRight(bool apply);
 
     // Texts in local time. The examples show Saturday 2026-11-14 09:05:07. Numbers have at least
