@@ -16,23 +16,23 @@ inline constexpr std::int64_t secondsFrom1601To1970 = 11'644'473'600;
 /// Returns the current time in seconds since 1970-01-01 UTC. All times below have this unit.
 std::int64_t currentTime();
 
-/// Returns the local calendar fields of a time, by the time zone's rules for that date. Empty when
-/// the C library does not support the year.
+/// Returns the local calendar fields of a time. Applies the time zone's rules for that date. If the
+/// C library does not support the year, the result is empty.
 std::optional<std::tm> localFields(std::int64_t time);
 
 /// Converts local calendar fields to a time. `tm_isdst` states whether the fields are in
-/// daylight-saving time. Normalises fields out of range and corrects `tm_isdst`. Returns -1 when
-/// the time is not representable.
+/// daylight-saving time. Normalises fields out of range and corrects `tm_isdst`. If the time is not
+/// representable, returns -1.
 std::int64_t timeOfLocalFields(std::tm & fields);
 
 /// Converts UTC calendar fields to a time.
 std::int64_t timeOfUtcFields(std::tm fields);
 
-/// Returns the milliseconds since the start of the system, including sleep. The number has 32 bits
-/// and restarts at 0 every 49.7 days.
+/// Returns the milliseconds since the system started. Counts the time in which the machine sleeps,
+/// too. The number has 32 bits and restarts at 0 every 49.7 days.
 std::uint32_t tickCount();
 
-/// A local time for the machine's clock.
+/// Local time to which setLocalClock sets the machine's clock.
 struct LocalClock {
     std::uint16_t year;         ///< 1601 to 30827
     std::uint16_t month;        ///< January 1 to December 12

@@ -36,22 +36,22 @@ NativeName nativeName(std::string_view name);
 /// from UTF-8, any other name from Latin-1. On Windows every name is decoded from Latin-1.
 std::u16string recordText(std::string_view name);
 
-/// Converts a native name to UTF-16; nativeName restores the same name. On Linux a byte that is not
-/// UTF-8 becomes the lone surrogate U+DC00 + byte.
+/// Converts a native name to UTF-16. nativeName converts the result back to the same name. On Linux
+/// a byte that is not UTF-8 becomes the lone surrogate U+DC00 + byte.
 std::u16string nameText(std::basic_string_view<NativeName::value_type> name);
 
 /// Converts a UTF-16 name to the bytes of an 8-bit record, from which nativeName restores the same
 /// file name. The bytes are Latin-1. Exception on Linux: they are UTF-8 if the name has characters
-/// that Latin-1 lacks, or if recordText would decode the Latin-1 bytes to another name. Empty if
-/// neither encoding restores the name.
+/// that Latin-1 lacks, or if recordText would decode the Latin-1 bytes to another name. If neither
+/// encoding restores the name, the result is empty.
 std::optional<std::string> recordName(std::u16string_view name);
 
 /// Converts UTF-16 to UTF-8. A lone surrogate is not representable in UTF-8 and becomes its
 /// three-byte form.
 std::string toUtf8(std::u16string_view text);
 
-/// Converts UTF-8 to UTF-16; the text has at most as many units as there are bytes. A byte that is
-/// not UTF-8 becomes U+FFFD. A byte order mark is kept.
+/// Converts UTF-8 to UTF-16. The result has at most as many units as `bytes` has bytes. A byte that
+/// is not UTF-8 becomes U+FFFD. A byte order mark is kept.
 std::u16string fromUtf8(std::string_view bytes);
 
 /// Converts a UTF-16 file name to bytes, for a system whose names are bytes. Reverses fromFileName:

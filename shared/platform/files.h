@@ -35,9 +35,9 @@ Result<> deleteFile(NativeName const & name);
 /// Fails: when the new name exists. The file then stays complete under its old name.
 Result<> moveFile(NativeName const & from, NativeName const & to);
 
-/// Moves a file to the name of another file and deletes that file. If both names refer to the same
-/// file, its content stays. Of two hard links only `to` remains. If the names differ only in letter
-/// case, the file gets the letter case of `to`.
+/// Moves the file `from` to the name `to` and deletes the previous file of that name. If both names
+/// refer to the same file, the file is kept: of two hard links only `to` remains, and of two
+/// spellings that differ only in letter case the file gets the spelling `to`.
 /// Fails: also when `from` is a symbolic link to `to`.
 Result<> moveOver(NativeName const & from, NativeName const & to);
 
@@ -57,26 +57,28 @@ Result<> deleteFolder(NativeName const & name);
 /// Sets the access and modification times of a file, and its creation time where the system
 /// supports this. `seconds` counts from 1970-01-01 UTC; without it, sets the current time. On
 /// Linux the current time requires the right to write the file, and any other time requires
-/// ownership of the file. Links are followed; root refuses links of other users.
+/// ownership of the file. Links are followed. If the caller is root, the call fails for a link of
+/// another user.
 Result<> setFileTimes(NativeName const & name, std::optional<std::int64_t> seconds);
 
 /// Whether the system runs only files with an executable bit.
 extern bool const hasExecutableBits;
 
-/// Makes a file executable for owner, group and others. No effect on Windows. Links are followed;
-/// root refuses links of other users.
+/// Makes a file executable for owner, group and others. No effect on Windows. Links are followed.
+/// If the caller is root, the call fails for a link of another user.
 Result<> makeExecutable(NativeName const & name);
 
-/// Returns the free space in bytes, for this user, of the drive or share that contains a path. The
-/// path must be absolute, but need not exist.
+/// Returns the number of free bytes, for this user, on the drive or share that contains `path`.
+/// `path` must be absolute, but need not exist.
 Result<std::uint64_t> freeBytes(NativeName const & path);
 
 /// Copies a file with its permission bits and times, as far as the target's file system stores
 /// them. Uses the system's fastest method: within a share the server copies. With `modified`
 /// (seconds since 1970-01-01 UTC) the copy gets this modification time.
 ///
-/// A file or link under the target's name is replaced and not followed. With `failIfExists` the
-/// call fails if the target's name exists; the check and the creation are one atomic step.
+/// Replaces an existing file `to`. If `to` is a link, replaces the link and not its target. If
+/// `failIfExists` is true and the name `to` exists, the call fails; the check and the creation are
+/// one atomic step.
 /// Fails: also for a source that openForReading refuses. A failure leaves no incomplete target.
 Result<> copyFile(NativeName const & from, NativeName const & to, bool failIfExists,
                   std::optional<std::int64_t> modified = std::nullopt);
@@ -95,13 +97,13 @@ using NativeChar = NativeName::value_type;
 Result<> renameToNewName(NativeChar const * from, NativeChar const * to);
 
 // The functions below grant rights to all users of the system and keep the existing rights. Links
-// are followed; root refuses links of other users.
+// are followed. If the caller is root, these functions fail for a link of another user.
 
 /// Grants all users the rights to read, write, execute and delete a file.
 Result<> allowEverybodyToExecute(NativeName const & file);
 
-/// Grants all users the rights to read and enter a folder, to create entries and to delete them.
-/// With `inherit` entries that are created later get the same rights; Linux ignores `inherit`.
+/// Grants all users the rights to read and enter a folder, to create entries and to delete them. If
+/// `inherit` is true, later entries of the folder get the same rights. Linux ignores `inherit`.
 Result<> allowEverybodyToFill(NativeName const & folder, bool inherit);
 
 /// Creates a folder in an existing folder, with the rights of allowEverybodyToFill.

@@ -17,10 +17,12 @@ class FolderWalk
 {
   public:
     /// Sets the folder and the wanted entries; makes no system call. The part of `path` behind its
-    /// last separator is the name of one entry or, if it ends with '*', a pattern. In a pattern '*'
-    /// matches any characters. '?' matches one character; before a dot and at the end of the name
-    /// it also matches none. A dot before '*' or '?' also matches the end of a name, so that "*.*"
-    /// matches every name. Matching ignores case on Windows only.
+    /// last separator is the name of one entry or, if it ends with '*', a pattern:
+    /// - '*' matches any number of characters.
+    /// - '?' matches one character. Before a dot and at the end of a name, '?' also matches none.
+    /// - A dot before '*' or '?' also matches the end of a name. So "*.*" matches every name.
+    ///
+    /// Matching ignores case on Windows only.
     explicit FolderWalk(NativeName const & path);
     ~FolderWalk();
     FolderWalk(FolderWalk const &) = delete;
@@ -37,7 +39,7 @@ class FolderWalk
     /// folder or its remaining entries cannot be read.
     bool next();
 
-    /// Returns the system's error code that ended the iteration; 0 after all entries.
+    /// Returns the system's error code that ended the iteration; 0 if all entries were returned.
     int error() const;
 
     // Properties of the current entry. Call them only after next() has returned true.

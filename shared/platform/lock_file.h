@@ -28,9 +28,10 @@ class LockFile
     /// Tries to create and hold the lock file. Waits at most a few milliseconds, and changes no
     /// existing file. Call it only while this object holds no lock file.
     ///
-    /// Fails: isTaken() is true for the error if the name exists or another process was faster. It
-    /// is also true if this call has created the file, but another process is examining it at that
-    /// moment. The next call with the same name then finishes taking the lock.
+    /// Fails: isTaken() is true for the error in these cases:
+    /// - The name exists, or another process was faster.
+    /// - This call has created the file, but another process is examining the file at that moment.
+    ///   The next call with the same name then finishes taking the lock.
     Result<> take(NativeName const & name);
 
     /// Returns whether this object holds the lock file.

@@ -44,9 +44,9 @@ class MinidumpWriter
 {
   public:
     /// Called after each attempt to write a dump. For a dump on demand, write() returns the
-    /// callback's result. After a crash, false passes the crash on to the previous handlers and to
-    /// the system. After a crash the heap and any lock may be unusable, and on Linux the callback
-    /// runs inside a signal handler.
+    /// callback's result. For a crash, the result false passes the crash on to the previous
+    /// handlers and to the system. After a crash the heap and any lock may be unusable. On Linux
+    /// the callback then runs inside a signal handler.
     using Callback = bool (*)(WrittenDump const & dump);
 
     /// Installs the crash handlers. `folder` is an absolute path without a separator at its end, of

@@ -21,9 +21,9 @@ namespace ox::platform
 class NewFile
 {
   public:
-    /// Whether the file replaces a link or the link's target. With Followed, the new file takes
-    /// over the rights of the file that it replaces, and on Linux its owner and group as far as the
-    /// process may set them.
+    /// Whether the new file replaces a link or the link's target. With Followed, the new file takes
+    /// over the rights of the previous file. On Linux it also takes over the owner and the group of
+    /// the previous file if the process may set them.
     enum class Links { Replaced, Followed };
 
     /// Creates an object without a file; call open() first.
@@ -34,12 +34,13 @@ class NewFile
     NewFile & operator=(NewFile const &) = delete;
 
     /// Opens the folder of a target; creates nothing. The target need not exist.
-    /// Fails: with NotAFile for a folder. Links::Followed also fails with NotAFile for anything
-    /// that is not a regular file and, for root, for a link of another user.
+    /// Fails: with NotAFile for a folder. Links::Followed also fails in these cases:
+    /// - with NotAFile for anything that is not a regular file;
+    /// - with AccessDenied for a link of another user, if the caller is root.
     Result<> open(NativeName const & target, Links links);
 
-    /// Returns a name under which the previous file can be read; empty if there is none. On Linux
-    /// the name stays valid even after the target is renamed or replaced.
+    /// Returns a name under which the previous file can be read; empty if no previous file exists.
+    /// On Linux the name stays valid even after the target is renamed or replaced.
     NativeName previousName() const;
 
     /// Selects who has rights on a new file that does not take over the rights of a previous file:
@@ -56,10 +57,10 @@ class NewFile
     /// afterwards.
     enum class Attributes { Copied, Omitted };
 
-    /// Copies another file into this one by the system's fastest method. Also copies its times and,
-    /// unless this file has taken over the rights of a previous file, its permission bits. Keeps
-    /// holes where the system supports this. `opened`, if given, receives the source's status as
-    /// soon as the source is open.
+    /// Copies the file `source` into this one by the system's fastest method. Also copies the
+    /// times. Copies the permission bits unless this file has taken over the rights of a previous
+    /// file. Keeps holes where the system supports this. `opened`, if given, receives the source's
+    /// status as soon as the source is open.
     Result<> copyFrom(NativeName const & source, Attributes attributes = Attributes::Copied,
                       std::optional<FileStatus> * opened = nullptr);
 

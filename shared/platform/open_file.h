@@ -48,7 +48,7 @@ class OpenFile
     /// Returns the descriptor or handle; the caller must close it.
     std::intptr_t release() { return std::exchange(handle_, none); }
 
-    /// Reads `size` bytes, fewer only at the end of the file. Returns their number.
+    /// Reads `size` bytes, fewer only at the end of the file. Returns the number of bytes read.
     Result<std::size_t> read(char * data, std::size_t size);
     /// Writes `size` bytes. `written`, if given, receives the number of written bytes, even after a
     /// failure.
@@ -59,11 +59,11 @@ class OpenFile
     Result<std::int64_t> size() const;
     /// Sets all times of the file, in seconds since 1970-01-01 UTC.
     Result<> setTimes(std::int64_t seconds);
-    /// Flushes the content to disk (fsync). On Linux, succeeds on a file system that does not
-    /// support this.
+    /// Flushes the content to disk (fsync). On Linux, also succeeds on a file system that does not
+    /// support fsync.
     Result<> flush();
     /// Closes the file.
-    /// Fails: when the system reports at this point that data was not written.
+    /// Fails: also when the system reports only now that written data has not been stored.
     Result<> close();
 
   private:
@@ -75,9 +75,9 @@ class OpenFile
 // The functions below never wait for another process: a named pipe, a folder and a socket fail with
 // NotAFile.
 
-/// Whether other processes may open the file for writing while it is open; Linux always allows it.
-/// On Windows, openForWriting with Refused opens the file exclusively: no other call can open it,
-/// not even for reading.
+/// Whether other processes may open the file for writing while this process has it open. Linux
+/// always allows this. On Windows, openForWriting with Refused opens the file exclusively: no other
+/// call can open it, not even for reading.
 enum class Writers { Refused, Allowed };
 
 /// Opens a file, a device or the unnamed pipe of /dev/stdin for reading. `status`, if given,
@@ -89,8 +89,8 @@ Result<OpenFile> openForReading(NativeName const & name, Writers writers,
 enum class Content { Kept, Emptied };
 
 /// Opens a file for writing at its end, or empties it first. Creates a file that does not exist.
-/// Links are followed; root refuses links of other users. Also opens the unnamed pipe of
-/// /dev/stdout, and devices other than disks.
+/// Links are followed. If the caller is root, the call fails for a link of another user. Also opens
+/// the unnamed pipe of /dev/stdout, and devices other than disks.
 Result<OpenFile> openForWriting(NativeName const & name, Content content, Writers writers);
 
 /// Opens a file like openForWriting with Writers::Allowed, but only a regular file.
@@ -99,8 +99,8 @@ Result<OpenFile> openInPlace(NativeName const & name, Content content);
 /// How the creation of a file treats an existing name.
 enum class IfExists { Fail, Replace };
 
-/// Creates a file for writing. Fails if the name exists; with IfExists::Replace a file or link of
-/// that name is deleted first.
+/// Creates a file for writing. If the name exists and `ifExists` is Fail, the call fails. If it is
+/// Replace, the call first deletes the file or link of that name.
 Result<OpenFile> createFile(NativeName const & name, IfExists ifExists);
 
 /// Converts the line ends "\n" to those of the system's text files.

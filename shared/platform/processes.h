@@ -25,8 +25,9 @@ inline constexpr std::string_view executableSuffix = "";
 struct ListedProcess {
     std::uint32_t id;       ///< process id
     std::uint32_t parentId; ///< process id of the parent
-    /// File name of the executable. On Linux these are its bytes, or the command name if the
-    /// executable is not readable. On Windows the name is Latin-1, with '?' for other characters.
+    /// File name of the executable. On Linux `name` has the bytes of the file name or, if the
+    /// executable is not readable, the command name. On Windows `name` is Latin-1, with '?' for
+    /// other characters.
     std::string_view name;
 };
 
@@ -46,9 +47,9 @@ class ProcessReading
     /// Starts a reading and removes the processes of the previous reading. `time` is in 100 ns,
     /// with an arbitrary origin.
     void begin(std::int64_t time);
-    /// Adds the counters of a process; ignores processes above the capacity.
+    /// Adds the counters of a process, unless `capacity` processes were added before.
     void add(std::uint32_t id, ProcessCounters const & counters);
-    /// Ends the reading; before this call of() finds no counters. `time` is in 100 ns.
+    /// Ends the reading; `time` is in 100 ns. Until end() is called, of() returns no counters.
     void end(std::int64_t time);
 
     /// Moves the processes of another reading to this one.
@@ -60,7 +61,8 @@ class ProcessReading
     std::int64_t beginTime() const { return beginTime_; }
     /// Time of end() in 100 ns.
     std::int64_t endTime() const { return endTime_; }
-    /// Returns the counters that were added first for an id; empty if none were added.
+    /// Returns the counters of the process `id`; empty if add() was not called for it. If add() was
+    /// called several times for this id, returns the first counters.
     std::optional<ProcessCounters> of(std::uint32_t id) const;
 
   private:
@@ -87,7 +89,7 @@ class ProcessTable
   public:
     /// Size of the buffer for raw performance data in bytes.
     static constexpr std::size_t rawSize = 308000;
-    /// Maximum age of counters of list() that readCounters() reuses: 10 ms, in units of 100 ns.
+    /// Maximum age at which readCounters() reuses the counters of list(): 10 ms, in 100 ns units.
     static constexpr std::int64_t freshTime = 100'000;
 
     /// Creates a table that reads raw performance data into `raw`. The buffer must be aligned to 8
@@ -106,13 +108,13 @@ class ProcessTable
     /// `freshTime` old and not used yet.
     bool hasFreshListCounters() const;
 
-    /// Reads the counters of at least these processes for counters(). Uses the counters of list()
-    /// while they are fresh, and otherwise reads new counters. Returns their time in 100 ns, with
-    /// an arbitrary origin.
+    /// Reads the counters of at least the processes `ids`, which counters() then returns. Uses the
+    /// counters of list() while they are fresh, and otherwise reads new counters. Returns the time
+    /// of the counters in 100 ns, with an arbitrary origin.
     /// Fails: the table then has no counters; Error::step names the source of the counters.
     Result<std::int64_t> readCounters(std::span<std::uint32_t const> ids);
-    /// Reads new counters of all processes of the machine for counters(). Returns their time in 100
-    /// ns, with an arbitrary origin.
+    /// Reads new counters of all processes of the machine, which counters() then returns. Returns
+    /// the time of the counters in 100 ns, with an arbitrary origin.
     /// Fails: the table then has no counters; Error::step names the source of the counters.
     Result<std::int64_t> readAllCounters();
 

@@ -16,7 +16,7 @@ struct Error {
     char const * step = "";             ///< failed system call or step, if the facade names it
     ErrorKind cause = ErrorKind::Other; ///< set if the code alone does not determine the kind
 
-    /// Meaning of the error: `cause`, otherwise derived from `code`.
+    /// Meaning of the error: `cause` if it is set, otherwise the meaning of `code`.
     ErrorKind kind() const;
 };
 

@@ -13,9 +13,9 @@ namespace ox::platform
 /// Named block of memory that processes on one machine share, mapped into this process.
 ///
 /// A segment exists exactly as long as a process has it open; the end of a process, even by a
-/// crash, closes its segments. If several processes create a segment of one name at the same time,
-/// one of them succeeds. A new segment contains zeros. Its memory is allocated when it is created,
-/// so no later access fails for lack of memory. Child processes do not inherit segments.
+/// crash, closes its segments. If several processes create a segment with the same name at the same
+/// time, one of them succeeds. A new segment contains zeros. All its memory is allocated when it is
+/// created, so no later access fails for lack of memory. Child processes do not inherit segments.
 ///
 /// Opening and mapping are two steps, since each has its own errors.
 class SharedSegment
@@ -45,8 +45,8 @@ class SharedSegment
     Result<> create(std::string const & name, Reach reach, std::size_t size);
 
     /// Opens a segment that another process has open. Call it only while no segment is open.
-    /// Fails: isMissing() is true for the error if no process has the segment open; otherwise with
-    /// another error of the system.
+    /// Fails: if no process has the segment open, isMissing() is true for the error. Otherwise the
+    /// error is that of the failed system call.
     Result<> open(std::string const & name, Reach reach);
 
     /// A segment as list() returns it.

@@ -43,7 +43,7 @@ Result<std::u16string> absolutePath(std::u16string_view name);
 /// is not a folder.
 std::u16string temporaryFolder();
 
-/// Returns the part of a path up to its last separator, which is included; empty without a
+/// Returns the part of a path up to and including its last separator; empty if the path has no
 /// separator.
 std::u16string_view folderOf(std::u16string_view path);
 

@@ -22,8 +22,8 @@ enum class UserFolder { Home, LocalData, RoamingData };
 /// Returns a folder of the user, without a separator at its end.
 Result<std::u16string> userFolder(UserFolder folder);
 
-/// Which user of the process: the user whose settings it uses (on Linux the real user), or the user
-/// whose rights it has (on Linux the effective user).
+/// Selects a user of this process: the user whose settings the process uses (on Linux the real
+/// user), or the user whose rights the process has (on Linux the effective user).
 enum class UserOf { Settings, Process };
 
 /// Values of Error::step when userId or userHome cannot open or cannot read the system's list of
@@ -33,18 +33,18 @@ inline constexpr char readUserList[] = "read value";
 /// Value of Error::step when the access token of the process cannot be read (Windows).
 inline constexpr char readToken[] = "GetTokenInformation";
 
-/// Buffer sizes in bytes of a GetTokenInformation call that failed; 0 otherwise.
+/// Buffer sizes in bytes of a GetTokenInformation call that failed; 0 if no call failed.
 struct TokenSize {
     unsigned long needed = 0;   ///< required size
     unsigned long capacity = 0; ///< size of the buffer
 };
 
-/// Returns the SID of a user (Windows) or the user id (Linux). Sets `token` when the step readToken
-/// fails.
+/// Returns the SID of a user (Windows) or the user id (Linux). If GetTokenInformation fails, stores
+/// its buffer sizes in `token`.
 Result<std::u16string> userId(UserOf which, TokenSize & token);
 
-/// Returns the home folder of a user from the system's list of users. Sets `token` when the step
-/// readToken fails.
+/// Returns the home folder of a user from the system's list of users. If GetTokenInformation fails,
+/// stores its buffer sizes in `token`.
 Result<std::u16string> userHome(UserOf which, TokenSize & token);
 
 /// Returns the file names of the executables of desktop shells, in upper case. The owner of a
