@@ -18,9 +18,9 @@
 
 // Within one server, copy_file_range makes the server copy. Any other large copy uses two threads:
 // one thread reads the next piece while the other thread writes the current piece. The copy then
-// takes only as long as the slower of reading and writing. With one thread it takes longer: some
-// shares bypass the page cache, into which the kernel reads ahead, and a write to a share waits for
-// the server.
+// takes only as long as the slower of reading and writing. With one thread it takes longer: a write
+// to a share waits for the server, and on shares that bypass the page cache the kernel does not
+// read ahead in the meantime.
 
 namespace ox::platform
 {
@@ -48,7 +48,7 @@ Memory allocatePiece()
     return Memory(static_cast<char *>(std::aligned_alloc(pageSize, readAtOnce)));
 }
 
-/// Reads a file in pieces, up to `size` bytes or its end.
+/// Reads a file in pieces, until `size` bytes are read or the file ends.
 class Pieces
 {
   public:

@@ -11,8 +11,8 @@ namespace ox::platform
 /// Holes are kept if the source's file system reports them.
 Result<> copyContent(OpenFile & from, struct stat const & source, OpenFile & to);
 
-/// Sets the times of a file and, if `mode` is true, its permission bits to those of `source`, as
-/// far as the file system stores them.
+/// Sets the times of `file` to those of `source`. If `mode` is true, also sets the permission bits.
+/// What the file system does not store is ignored.
 void copyAttributes(OpenFile & file, struct stat const & source, bool mode);
 
 } // namespace ox::platform

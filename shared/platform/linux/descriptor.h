@@ -27,8 +27,8 @@ class Descriptor
 
     /// Returns the descriptor; the caller must close it.
     int release() { return std::exchange(descriptor_, -1); }
-    /// Closes the descriptor. Returns false when the system reports at this point that data was not
-    /// written.
+    /// Closes the descriptor. Returns false if close() fails: a share may report only then that
+    /// data was not written.
     bool close() { return !isOpen() || ::close(release()) == 0; }
 
   private:

@@ -10,8 +10,8 @@
 namespace ox::platform
 {
 
-/// Kills the process 30 seconds after start(), unless stop() is called. This is necessary if the
-/// dump folder does not respond: the process and its stopped threads may be unable to end.
+/// Kills the process 30 seconds after start(), unless stop() is called. Without the timer, the
+/// process and its stopped threads might never end if the dump folder does not respond.
 class KillTimer
 {
   public:
@@ -24,7 +24,7 @@ class KillTimer
     KillTimer(KillTimer const &) = delete;
     KillTimer & operator=(KillTimer const &) = delete;
 
-    /// Creates the timer. A forked child calls it again, since timers are not inherited.
+    /// Creates the timer. A forked child calls create() again, since timers are not inherited.
     void create()
     {
         sigevent event{};
@@ -49,8 +49,8 @@ class KillTimer
     bool exists_ = false;
 };
 
-/// Restores the protection of the process's memory (PR_SET_DUMPABLE) at the end of the scope, since
-/// Breakpad removes it for a dump.
+/// Restores the protection of the process's memory (PR_SET_DUMPABLE) at the end of the scope.
+/// Breakpad removes this protection for a dump.
 class DumpableState
 {
   public:

@@ -15,10 +15,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-// The protocol, which docs/lock_files.md explains: O_EXCL decides which process gets the name. A
+// docs/lock_files.md explains the protocol. O_EXCL decides which process gets the name. A
 // process may remove the name only after it has taken the flock of an inode and has verified that
-// the name still refers to this inode. The process that creates the file takes the flock and
-// verifies the name, too. So no process removes the file of another process. Some shares refuse to
+// the name still refers to this inode. The process that creates the file also takes the flock and
+// verifies the name. So no process removes a file that another process holds. Some shares refuse to
 // remove an open file; removeClosed handles them.
 
 namespace ox::platform
@@ -42,7 +42,7 @@ Flock takeFlock(int descriptor, int operation)
     for (int tried = 0; ::flock(descriptor, operation | LOCK_NB) != 0;) {
         if (errno == EINTR)
             continue;
-        if (errno != EWOULDBLOCK && errno != EACCES) // EACCES: SMB with the kernel's client
+        if (errno != EWOULDBLOCK && errno != EACCES) // the kernel's SMB client reports EACCES
             return Flock::Unsupported;
         if (tried + 1 == tries)
             return Flock::Busy;
@@ -56,9 +56,9 @@ constexpr int existing = O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC;
 
 enum class NameTarget { ThisFile, OtherOrNone, Unknown };
 
-/// Returns whether a name refers to an open file. Opens the name again, since a network file system
-/// may answer stat() from its cache. Uses stat() only if the name cannot be opened, because of too
-/// many open files or a missing read permission.
+/// Returns whether `name` refers to the open file `descriptor`. Opens the name again, since a
+/// network file system may answer stat() from its cache. Uses lstat() only if the name cannot be
+/// opened, for example because of too many open files or a missing read permission.
 NameTarget targetOf(NativeName const & name, int descriptor)
 {
     Descriptor const file(::open(name.c_str(), O_RDONLY | existing));
@@ -77,8 +77,8 @@ NameTarget targetOf(NativeName const & name, int descriptor)
 }
 
 /// Returns whether the server reports that an open file has no name. Queries the descriptor and not
-/// the name. False also on a share without link counts, and on NFS, which renames a deleted open
-/// file.
+/// the name. Also false on a share without link counts and on NFS. NFS renames an open file instead
+/// of deleting it.
 bool isUnlinked(int descriptor)
 {
     struct statx status;
@@ -184,8 +184,8 @@ Result<> removeName(NativeName const & name, NativeName const & leftover)
 
 /// Removes a lock file that this process has closed, for shares that refuse to remove an open file.
 /// Each try opens the name and removes it only if `isSameFile` accepts the file. If another process
-/// has taken a new lock under the name, its file is open, so these shares refuse to remove it. No
-/// try follows a success, since the name may then belong to another process.
+/// has taken a new lock under the name, its file is open, so these shares refuse to remove it. The
+/// first success is the last try, since the name may then belong to another process.
 Result<> removeClosed(NativeName const & name, NativeName const & leftover, int tries,
                       std::function<bool(int)> const & isSameFile)
 {
@@ -229,7 +229,7 @@ Result<int> createExclusively(NativeName const & name)
     }
 }
 
-/// Returns 0 if the folder of a missing file is readable, otherwise the system's error code.
+/// Returns 0 if the folder of the missing file `name` is readable, otherwise the error code.
 int folderErrorOf(NativeName const & name)
 {
     if (name.empty())
@@ -258,7 +258,7 @@ Result<> LockFile::take(NativeName const & name)
         Result<int> const created = createExclusively(name);
         if (!created)
             return created.error();
-        // Other users must be able to open the file, whatever the umask, to remove it when stale.
+        // Whatever the umask, other users must be able to open a stale file and remove it.
         ::fchmod(*created, 0666);
         handle_ = *created;
         isPending_ = true;
@@ -300,7 +300,7 @@ Result<> LockFile::release(NativeName const & leftover)
     if (target == NameTarget::OtherOrNone)
         return {};
     // The name is removed before the file is closed: after the close the name could belong to
-    // another lock. The condition after the removal detects shares that keep the file.
+    // another lock. Some shares keep the file; the calls after removeName() detect this.
     if (target == NameTarget::ThisFile && removeName(name_, leftover) &&
         (isUnlinked(file.get()) || targetOf(name_, file.get()) != NameTarget::ThisFile))
         return {};

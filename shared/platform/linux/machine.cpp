@@ -249,7 +249,7 @@ std::optional<IdleSample> idleSampleOf(std::string_view stat, long ticksPerSecon
         ++processors;
 
     // The columns are user, nice, system, idle, iowait, irq, softirq and steal. Idle and iowait
-    // count as idle time. Later columns are already contained in these.
+    // count as idle time. The later columns (guest times) are already contained in user and nice.
     total = trimmed(total);
     std::int64_t const unit = 10'000'000 / ticksPerSecond;
     std::int64_t idle = 0;

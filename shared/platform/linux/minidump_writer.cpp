@@ -51,9 +51,9 @@ void pauseShortly()
     ::nanosleep(&pause, nullptr);
 }
 
-/// Returns true for the first thread that crashes, and for the next one if the first thread no
-/// longer exists. Any other thread waits here for the end of the process. If crashes are passed on
-/// to the earlier handlers, returns false.
+/// Returns true for the first thread that crashes. If the first thread has ended, returns true for
+/// the next thread that crashes. Any other thread waits here for the end of the process. If crashes
+/// are passed on to the earlier handlers, returns false.
 bool becomeCrashingThread()
 {
     pid_t const self = ::gettid();
@@ -70,9 +70,9 @@ bool becomeCrashingThread()
     }
 }
 
-/// Waits until no other thread writes a dump on demand. Of two dumps at the same time, each would
-/// miss the threads that the other dump has stopped. Waits at most 2 seconds, so that a crash is
-/// always handled.
+/// Waits until no other thread writes a dump on demand. If two dumps were written at the same time,
+/// each would miss the threads that the other has stopped. Waits at most 2 seconds, so that a crash
+/// is always handled.
 void waitForOnDemandDump()
 {
     constexpr int maxPauses = 200;
@@ -85,7 +85,7 @@ void waitForOnDemandDump()
     }
 }
 
-/// Registers a dump on demand of this thread during the lifetime of the object.
+/// While the object exists, this thread is registered as writing a dump on demand.
 class OnDemandDump
 {
   public:
@@ -114,7 +114,7 @@ void restoreEarlierHandlers()
 }
 
 /// Sends the signal again with the same information. The signal arrives when its handler returns.
-/// A fault usually recurs without a second signal, but not if another thread has removed the cause.
+/// This is necessary because a fault does not recur if another thread has removed its cause.
 void resendSignal(int signal, siginfo_t & information)
 {
     if (::syscall(SYS_rt_tgsigqueueinfo, ::getpid(), ::gettid(), signal, &information) != 0)
@@ -127,8 +127,8 @@ bool storeDumpPath(MinidumpDescriptor const & dump, void * file, bool succeeded)
     return succeeded;
 }
 
-/// Returns the address of the current instruction of a context, for the record of a dump without an
-/// exception.
+/// Returns the address of the current instruction in `context`. A dump without an exception stores
+/// it as the address of the exception.
 void * instructionOf(ucontext_t const & context)
 {
 #if defined(__x86_64__)
@@ -182,7 +182,7 @@ bool runGuarded(void (*work)(void *), void * data)
         ::pthread_sigmask(SIG_SETMASK, &mask, nullptr);
         isDone = true;
     }
-    // A late alarm must not end the process before the crash does.
+    // A SIGALRM that arrives late must not end the process before the crash does.
     before[std::size(signals) - 1].sa_handler = SIG_IGN;
     for (std::size_t i = 0; i < std::size(signals); ++i)
         ::sigaction(signals[i], &before[i], nullptr);
@@ -228,7 +228,7 @@ class MinidumpWriter::Implementation
             delete previous;
     }
 
-    /// Writes a dump and calls the callback afterwards, without holding the mutex.
+    /// Writes a dump. Then releases the mutex and calls the callback.
     bool writeOnDemand(DumpReason reason, EXCEPTION_RECORD const & record, void * context)
     {
         std::string file;
@@ -255,9 +255,9 @@ class MinidumpWriter::Implementation
         resendSignal(signal, *information);
     }
 
-    /// Returns whether the handler was called without signal information. If it was, restores the
-    /// handler's flags, so that the signal occurs again with its information. Other code that
-    /// replaces the handler and restores it by signal() loses these flags.
+    /// Returns whether the handler was called without signal information. This happens after other
+    /// code has replaced the handler and restored it by signal(), which loses the handler's flags.
+    /// In this case, restores the flags, so that the signal occurs again with its information.
     static bool isWithoutInformation(int signal)
     {
         struct sigaction present {
@@ -356,7 +356,7 @@ bool MinidumpWriter::write(std::uint32_t code)
     if (::getcontext(&context) != 0)
         return false;
 #ifdef __i386__
-    // The dump takes the stack pointer from a register that only the kernel fills.
+    // The dump takes the stack pointer from REG_UESP, which only the kernel fills in a context.
     context.uc_mcontext.gregs[REG_UESP] = context.uc_mcontext.gregs[REG_ESP];
 #endif
     return implementation_->writeOnDemand(DumpReason::Request, {code, 0, instructionOf(context)},

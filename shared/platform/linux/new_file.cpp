@@ -103,8 +103,8 @@ Result<> changeName(Change const & change, Close const & close)
     return changed;
 }
 
-/// Removes a temporary file if no process holds its flock and, with `changedBefore`, if its status
-/// last changed before this time.
+/// Removes a temporary file if no process holds its flock. If `changedBefore` is given, keeps a
+/// file whose status has changed at that time or later.
 void removeLeftFile(int folder, char const * name, std::optional<timespec> changedBefore)
 {
     Descriptor file(openToLock(folder, name));
@@ -133,8 +133,8 @@ bool isSearchDue(struct stat const & folder, timespec now)
     return last.exchange(seed) != seed;
 }
 
-/// Removes the temporary files that killed processes have left behind. `now` is the current time by
-/// the clock of the file server.
+/// Removes the temporary files that killed processes have left behind. `now` is the current time of
+/// the file server's clock.
 void removeLeftFiles(int folder, timespec now)
 {
     struct stat status;
@@ -190,7 +190,7 @@ Result<> NewFile::System::createAs(NativeName const & name, mode_t mode)
     }
     temporary = std::move(kept);
     file = std::move(created);
-    // Without a flock, the new file itself would count as left behind and be removed.
+    // Without a flock on the new file, removeLeftFiles() would remove this file as left behind.
     if (hasFlock)
         removeLeftFiles(place.folder(), opened.st_ctim);
     return {};
@@ -220,7 +220,7 @@ Result<> NewFile::open(NativeName const & target, Links links)
     Place & place = system_->place;
     struct stat status;
     if (Result<> const opened = place.open(target); !opened) {
-        // A path such as "a/" fails with EISDIR even if the folder does not exist.
+        // For a path such as "a/", place.open() fails with EISDIR even if the folder is missing.
         bool const isMissing =
             opened.error().code == EISDIR && ::stat(target.c_str(), &status) != 0;
         return isMissing ? lastError() : opened.error();
@@ -327,8 +327,8 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
     };
     struct stat status;
     // The previous file gets its backup name by a second hard link. So it keeps the target's name
-    // until the new file takes that name. The status is read through the link, since another
-    // process may have just put a new file in place, which must not become the backup.
+    // until the new file takes that name. Another process may have just put a new file in place,
+    // which must not become the backup. So the status is read through the link.
     for (int i = 0; i < maxTries; ++i) {
         NativeName const link = newTemporaryName();
         if (::linkat(folder, place.name.c_str(), folder, link.c_str(), 0) != 0)

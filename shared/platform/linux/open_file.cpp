@@ -48,7 +48,7 @@ Result<OpenFile> openNonBlocking(int folder, NativeName const & name, int flags,
         return lastError();
     if (S_ISDIR(status.st_mode))
         return Error{EISDIR};
-    // ENXIO is also the error of open() itself for writing to a named pipe without a reader.
+    // open() itself also fails with ENXIO if it opens a named pipe without a reader for writing.
     bool const isRead = flags == O_RDONLY;
     bool const isNamedPipe = S_ISFIFO(status.st_mode) && !isUnnamedPipe(descriptorOf(file));
     if (isNamedPipe || (S_ISBLK(status.st_mode) && !isRead))

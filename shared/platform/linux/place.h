@@ -20,11 +20,11 @@ struct Place {
     /// Fails: also when the path has no file name ("a/").
     Result<> open(NativeName const & path);
 
-    /// How far followLinks goes: to the file, or at most to a link in /proc. Such a link leads to
-    /// an open file, which may have no name.
+    /// Where followLinks stops: at the file, or already at a link in /proc. A link in /proc leads
+    /// to an open file, which may have no name.
     enum class Until { File, LinkOfProc };
 
-    /// Follows links until the name does not refer to a link. Succeeds if the target does not
+    /// Follows links until the name does not refer to a link. Also succeeds if the target does not
     /// exist.
     /// Fails: for root, also for a link of another user.
     Result<> followLinks(Until until = Until::File);
@@ -32,8 +32,8 @@ struct Place {
     /// Returns whether the folder is in /proc.
     bool isInProc() const;
 
-    /// Gets the status of a name in the folder, without following links. Returns false with errno
-    /// set after a failure.
+    /// Gets the status of a name in the folder, without following links. After a failure, returns
+    /// false and leaves the error in errno.
     bool status(struct stat & status, NativeName const & ofName) const
     {
         return ::fstatat(folder(), ofName.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;

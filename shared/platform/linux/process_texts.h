@@ -60,7 +60,7 @@ class StatLine
     }
 
   private:
-    /// Positions of the fields that follow the command name, from 0.
+    /// Positions of the fields that follow the command name, counted from 0.
     enum Field {
         State = 0,
         Parent = 1,

@@ -20,10 +20,10 @@
 
 // The memory of a segment is a file in /dev/shm, called the object of the segment.
 //
-// The protocol, which docs/shared_memory.md explains: each process that has a segment open holds a
-// shared flock on the object. A new object has its full size and a flock before it gets its name. A
-// process that holds the exclusive flock is the only user of the object. It either fills the object
-// again or removes its name.
+// docs/shared_memory.md explains the protocol. Each process that has a segment open holds a shared
+// flock on the object. A new object has its full size and a flock before it gets its name. A
+// process that holds the exclusive flock is the only user of the object. This process either fills
+// the object again or removes the name of the object.
 
 namespace ox::platform
 {

@@ -24,12 +24,13 @@ std::optional<std::uint64_t> memoryField(std::string_view memoryInfo, std::strin
 /// is the sum of all processor times in the text, divided by the number of processors.
 std::optional<IdleSample> idleSampleOf(std::string_view stat, long ticksPerSecond);
 
-/// Returns the folder of the first disk, in the order of names, that is a physical device and not
-/// removable. `blockDevices` is the kernel's folder of block devices. Empty if no disk matches.
+/// Returns the folder of the disk whose name sorts first. Ignores removable disks and disks that
+/// are not physical devices. `blockDevices` is the kernel's folder of block devices. Empty if no
+/// disk matches.
 std::filesystem::path firstDiskIn(std::filesystem::path const & blockDevices);
 
-/// Returns the description of the disk with this folder in /sys/block. Does not set `smartTable`,
-/// and sets `temperature` only with `withTemperature`.
+/// Returns the description of a disk; `folder` is its folder in /sys/block. Does not set
+/// `smartTable`. Sets `temperature` only if `withTemperature` is true.
 Disk describedDisk(std::filesystem::path const & folder, bool withTemperature);
 
 /// Returns the lowest user id of an account for people: UID_MIN in the text of /etc/login.defs, or
