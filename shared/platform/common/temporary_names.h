@@ -13,7 +13,7 @@ namespace ox::platform
 // Names of temporary files: ".oxshared-SYSTEM-PROCESS-NUMBER.tmp". Each part has eight
 // hexadecimal digits: SYSTEM identifies the running operating system, PROCESS is the process id,
 // NUMBER is random. Only processes with the same SYSTEM are sure to see each other's locks. So an
-// unlocked file of another SYSTEM counts as left behind only from a certain age.
+// unlocked file of another SYSTEM counts as left behind only from the age `leftBehindAfter`.
 
 /// SYSTEM of every Windows machine. One number is sufficient, since the file server manages the
 /// locks of Windows machines: each of them sees the locks of all others.
@@ -39,10 +39,10 @@ inline NativeName temporaryName(std::uint32_t system, std::uint32_t process, std
     return temporaryPrefix(system, process).append(text, text + length);
 }
 
-/// Whether a name belongs to a temporary file, and whether its SYSTEM is that of this system.
+/// What a name belongs to: no temporary file, one of this system, or one of another system.
 enum class Temporary { No, OfThisSystem, OfAnother };
 
-/// Returns whether `name` belongs to a temporary file, and whether its SYSTEM is `system`.
+/// Returns what `name` belongs to. `system` is the SYSTEM of this system.
 inline Temporary temporaryKind(std::basic_string_view<NativeName::value_type> name,
                                std::uint32_t system)
 {

@@ -9,11 +9,11 @@ struct StopRequest {
     bool fromTerminal; ///< from the keyboard: child processes receive it, too
 };
 
-/// Installs the function `answer`, which is called for each stop request; stop requests then do not
-/// end the process. The calls come one at a time, on a separate thread and not in a signal handler.
+/// Installs the function `answer`. Each stop request then calls `answer` instead of ending the
+/// process. The calls come one at a time, on a separate thread and not in a signal handler.
 /// Requests that the process ignores from its start stay ignored. Call it once, before other
 /// threads run.
-/// Fails: returns false and sets the thread's last error when no thread can be created; stop
+/// Fails: if no thread can be created, returns false and sets the calling thread's last error. Stop
 /// requests then end the process.
 bool answerStopRequests(void (*answer)(StopRequest));
 

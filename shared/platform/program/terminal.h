@@ -36,9 +36,9 @@ inline constexpr char downKey = '\x0E';
 inline constexpr char pageUpKey = '\x02';
 inline constexpr char pageDownKey = '\x06';
 
-/// Waits until `end` for the next byte of keyboard input; empty if none arrives. Call it after
-/// takeTerminal(). A key that is neither a character nor one of upKey to pageDownKey yields one or
-/// more bytes on Linux and none on Windows.
+/// Waits for the next byte of keyboard input and returns it; empty if no byte arrives before `end`.
+/// Call it after takeTerminal(). A key that is neither a character nor one of upKey to pageDownKey
+/// produces one or more bytes on Linux and none on Windows.
 std::optional<char> waitForKey(std::chrono::steady_clock::time_point end);
 
 } // namespace ox::platform

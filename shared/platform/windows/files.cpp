@@ -11,7 +11,8 @@ namespace ox::platform
 namespace
 {
 
-/// Returns the drive or share of a path with the separator after it; empty if the path has none.
+/// Returns the drive or share of a path, including the separator after the drive or share. Empty if
+/// the path has neither a drive nor a share.
 NativeName rootOf(NativeName path)
 {
     bool const isUnlimitedShare = path.starts_with(LR"(\\?\UNC\)");
@@ -81,7 +82,7 @@ Result<FileStatus> fileStatus(NativeName const & name)
         return lastError();
     if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
         return FileStatus{true, 0, secondsOf(data.ftLastWriteTime)};
-    // The file is opened, without access rights, so that a file that cannot be opened is an error.
+    // The file is opened without access rights. So the call fails if the file cannot be opened.
     Handle const file(openFile(name, 0, shareNothing, OPEN_EXISTING));
     LARGE_INTEGER size;
     if (!file.isOpen() || !::GetFileSizeEx(file.get(), &size))

@@ -4,9 +4,9 @@
 
 extern "C" NTSYSAPI LONG NTAPI RtlGetLastNtStatus();
 
-// The protocol, which docs/lock_files.md explains: CREATE_NEW decides which process gets the name.
-// The holder keeps the file open without sharing, so the system refuses to rename, delete or
-// replace it.
+// docs/lock_files.md explains the protocol. CREATE_NEW decides which process gets the name. The
+// holder keeps the file open without sharing, so the system refuses to rename, delete or replace
+// the file.
 
 namespace ox::platform
 {

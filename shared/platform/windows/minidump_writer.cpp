@@ -36,8 +36,8 @@ class GuardThread
     GuardThread() : thread_(::CreateThread(nullptr, 0, loop, this, 0, nullptr)) {}
 
     /// Ends the process with `exitCode` if 30 seconds pass without a call of run() or
-    /// stopKillTimer(). This is necessary if the dump library waits for a lock that the crashed
-    /// thread holds.
+    /// stopKillTimer(). Without the timer, the process would hang if the dump library waits for a
+    /// lock that the crashed thread holds.
     void startKillTimer(DWORD exitCode)
     {
         exitCode_ = exitCode;
@@ -196,8 +196,8 @@ class CrashFilters
         earlierFilter = ::SetUnhandledExceptionFilter(onCrash);
         earlierAbortHandler = std::signal(SIGABRT, onAbort);
     }
-    /// Installs onCrash in place of the filter that Breakpad has installed, and stores Breakpad's
-    /// filter. Breakpad calls onCrash as its own earlier filter.
+    /// Replaces Breakpad's filter by onCrash, which calls Breakpad's filter. Breakpad's filter in
+    /// turn calls onCrash as the filter that was installed earlier.
     void setDumpFilter() { dumpFilter = ::SetUnhandledExceptionFilter(onCrash); }
     ~CrashFilters()
     {
@@ -231,8 +231,8 @@ class MinidumpWriter::Implementation
         handler_.set_dump_path(folder);
     }
 
-    /// Writes a dump and calls the callback afterwards, without holding the mutex. A crash in the
-    /// callback is handled as a crash of the calling thread.
+    /// Writes a dump. Then releases the mutex and calls the callback. A crash in the callback is
+    /// handled as a crash of the calling thread.
     bool writeOnDemand(DumpReason reason, EXCEPTION_POINTERS & exception)
     {
         NativeName file;
@@ -250,7 +250,7 @@ class MinidumpWriter::Implementation
 
   private:
     /// Returns whether to write this dump: only for the crash that onCrash handles, or on demand.
-    /// While Breakpad's own filter is installed, a crash of a second thread calls this, too.
+    /// While Breakpad's own filter is installed, a crash of a second thread calls begin(), too.
     static bool begin(void * self, EXCEPTION_POINTERS * exception, MDRawAssertionInfo *)
     {
         dumpThread = ::GetCurrentThreadId();

@@ -22,8 +22,8 @@ constexpr int maxTries = 100;
 constexpr DWORD retryAfterMs = 10;
 constexpr DWORD allRights = GENERIC_READ | GENERIC_WRITE | DELETE | READ_CONTROL | WRITE_DAC;
 
-/// Age in seconds up to which a temporary file without an open handle counts as in use. No handle
-/// is open for a moment before and after NewFile::writeByName writes the file.
+/// Age in seconds up to which a temporary file without an open handle counts as in use. Before and
+/// after other code writes the file in NewFile::writeByName, no handle is open for a moment.
 constexpr std::int64_t reopenedWithin = 10;
 
 NativeName newTemporaryName()
@@ -171,8 +171,8 @@ Result<> NewFile::System::copyPreviousRights()
                     ::SetKernelObjectSecurity(toHandle(file), rights, descriptor.data()));
 }
 
-/// Opens the temporary file again after writeByName. Fails if the name refers to another file than
-/// the one that create() has created.
+/// Opens the temporary file again after writeByName. Fails if the file is not the one that create()
+/// has created.
 Result<> NewFile::System::reopen()
 {
     DWORD const flags = FILE_FLAG_OPEN_REPARSE_POINT;

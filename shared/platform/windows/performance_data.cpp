@@ -74,8 +74,8 @@ std::optional<Bytes> wholeBlock(Bytes bytes)
     return structure(bytes, block::totalLength, block::size);
 }
 
-/// Returns the first of `count` consecutive structures that `accept` accepts. Empty if it accepts
-/// none, or if a structure before that is not valid.
+/// Returns the first of `count` consecutive structures that `accept` accepts. Empty if `accept`
+/// accepts none, or if a structure before the accepted one is not valid.
 template <typename Accept>
 std::optional<Bytes> findStructure(Bytes bytes, Word count, std::size_t lengthOffset,
                                    std::size_t minimum, Accept const & accept)

@@ -44,8 +44,8 @@ class PerformanceObject
     /// has instances.
     std::optional<Bytes> onlyInstance() const;
 
-    /// Returns the value of a counter of 4 or 8 bytes. `instance` is the bytes of the instance's
-    /// counters. Empty if the object does not contain the counter or the counter has another size.
+    /// Returns the value of a counter of 4 or 8 bytes. `instance` contains the counters of the
+    /// instance. Empty if the object does not contain the counter or the counter has another size.
     std::optional<std::uint64_t> value(Bytes instance, Title counter) const;
 
   private:
