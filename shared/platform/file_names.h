@@ -25,7 +25,7 @@ inline constexpr char ownSeparator = '/';
 /// Converts a UTF-16 name (a QString or a wide fixed string) to the native form. On Linux, reverses
 /// nameText: a lone surrogate from U+DC80 to U+DCFF becomes the byte 0x80 to 0xFF. Any other lone
 /// surrogate becomes its three-byte UTF-8 form. A name that contains a 0 unit becomes the empty
-/// name, since system calls would truncate it there.
+/// name, since system calls would truncate the name at the 0.
 NativeName nativeName(std::u16string_view name);
 
 /// Converts a name from an 8-bit record to the native form. An 8-bit record is a file or buffer

@@ -8,9 +8,9 @@
 namespace ox::platform
 {
 
-/// Returns the status of a file or folder, with one status query. On Windows, a file (but not a
-/// folder) is also opened, without access rights.
-/// Fails: when the name does not exist or, on Windows, the file cannot be opened.
+/// Returns the status of a file or folder, with one status query. On Windows also opens a file (not
+/// a folder), without access rights.
+/// Fails: when the name does not exist. On Windows also when the file cannot be opened.
 Result<FileStatus> fileStatus(NativeName const & name);
 
 /// Returns the status of a file. Empty for a folder, and for a name that does not exist or cannot

@@ -11,15 +11,15 @@ namespace ox::platform
 {
 
 /// Iterates over the entries of one folder. Links are followed. The system returns the name and the
-/// type of many entries per call, on Windows also their size and time. On Linux the first use of
-/// the size, the time or the type of a link makes one status query for that entry.
+/// type of many entries per call, on Windows also their size and time. On Linux the first call of
+/// size(), of modified() or, for a link, of isFolder() makes one status query for the entry.
 class FolderWalk
 {
   public:
     /// Sets the folder and the wanted entries; makes no system call. The part of `path` behind its
     /// last separator is the name of one entry or, if it ends with '*', a pattern:
     /// - '*' matches any number of characters.
-    /// - '?' matches one character. Before a dot and at the end of a name, '?' also matches none.
+    /// - '?' matches one character. Before a dot and at the end of a name, it may match nothing.
     /// - A dot before '*' or '?' also matches the end of a name. So "*.*" matches every name.
     ///
     /// Matching ignores case on Windows only.

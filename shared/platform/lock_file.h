@@ -62,7 +62,8 @@ inline bool isTaken(Error const & error)
     return error.kind() == ErrorKind::AlreadyExists || error.kind() == ErrorKind::InUse;
 }
 
-/// Returns whether the name of a lock file exists, even as a folder or a broken link.
+/// Returns whether the name of a lock file exists. Also true if it is the name of a folder or of a
+/// broken link.
 bool lockFileExists(NativeName const & name);
 
 /// Deletes a lock file that no process holds and whose last write is older than `writtenBefore`
@@ -74,7 +75,7 @@ Result<> removeLeftLockFile(NativeName const & name, std::int64_t writtenBefore)
 
 /// State of a lock file.
 struct LockFileView {
-    /// Who holds the lock file. Unknown: the system or the share does not report it.
+    /// Who holds the lock file. Unknown: the system or the share does not report the holder.
     enum class Holder { None, Process, Unknown };
 
     int error = 0;                ///< system's error code if the file's existence is not known

@@ -40,7 +40,7 @@ Processors processors();
 std::optional<bool> answersWordSize();
 
 /// Returns whether the system policy in the registry contains the switch of User Account Control
-/// (EnableLUA), whether on or off. Empty when the policy cannot be opened, and on Linux.
+/// (EnableLUA); the switch may be off. Empty when the policy cannot be opened, and on Linux.
 std::optional<bool> hasAccountControlSwitch();
 
 /// Enables the disabled performance counters of processors and processes, if the user has the right
@@ -70,8 +70,8 @@ Result<KernelMemory> kernelMemory(std::span<char> buffer);
 /// Returns the system's own report on the memory; empty on Windows.
 std::optional<std::u16string> memoryReport();
 
-/// Average idle time of the machine's processors up to one moment. Both members count 100 ns from
-/// an arbitrary origin.
+/// Average idle time of the machine's processors up to one moment. Both members are times in 100 ns
+/// since an arbitrary origin.
 struct IdleSample {
     std::int64_t idle; ///< idle time since the origin
     std::int64_t time; ///< moment of the reading

@@ -82,7 +82,7 @@ bool runGuarded(void (*work)(void *), void * data);
 std::uint32_t exceptionCode(EXCEPTION_POINTERS const & exception);
 
 /// Reserves stack memory for the calling thread's crash handler, so that a stack overflow of the
-/// thread can be handled. Further calls of a thread have no effect.
+/// thread can be handled. Further calls by the same thread have no effect.
 void prepareThreadForCrash();
 
 } // namespace ox::platform

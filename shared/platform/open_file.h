@@ -72,8 +72,8 @@ class OpenFile
     std::intptr_t handle_ = none;
 };
 
-// The functions below never wait for another process: a named pipe, a folder and a socket fail with
-// NotAFile.
+// The functions below never wait for another process: for a named pipe, a folder or a socket they
+// fail with NotAFile.
 
 /// Whether other processes may open the file for writing while this process has it open. Linux
 /// always allows this. On Windows, openForWriting with Refused opens the file exclusively: no other

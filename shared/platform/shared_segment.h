@@ -61,8 +61,8 @@ class SharedSegment
     static Result<std::vector<Listed>> list(std::string const & prefix);
 
     /// Returns whether an error of open() means that no process has the segment open.
-    /// Compatibility: false on Windows for ERROR_PATH_NOT_FOUND, which the caller reports with its
-    /// code.
+    /// Compatibility: on Windows, false for ERROR_PATH_NOT_FOUND. The caller reports this error
+    /// with its code.
     static bool isMissing(Error const & error);
 
     /// Returns whether a segment is open.

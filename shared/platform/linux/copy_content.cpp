@@ -41,7 +41,7 @@ struct Free {
 using Memory = std::unique_ptr<char[], Free>;
 
 /// Allocates the buffer of one piece; null if there is not enough memory. The buffer is
-/// page-aligned, so that an uncached read is not split because of the buffer's alignment.
+/// page-aligned: for an unaligned buffer, the kernel would split an uncached read.
 Memory allocatePiece()
 {
     constexpr std::size_t pageSize = 4096;

@@ -264,9 +264,9 @@ Result<> LockFile::take(NativeName const & name)
         isPending_ = true;
     }
     int const file = static_cast<int>(handle_);
-    // If the exclusive flock is busy, a shared flock suffices: it also prevents removal, and a
-    // process that only views the file cannot block it. On a share without flock support the name
-    // alone is the lock, and removeLeftLockFile does not remove the file.
+    // If the exclusive flock is busy, a shared flock suffices. It also prevents removal, and the
+    // shared flock of a process that views the file does not block it. On a share without flock
+    // support the name alone is the lock, and removeLeftLockFile does not remove the file.
     if (takeFlock(file, LOCK_EX) == Flock::Busy && takeFlock(file, LOCK_SH) == Flock::Busy)
         return Error{EWOULDBLOCK, "flock"};
     switch (targetOf(name_, file)) {

@@ -326,7 +326,7 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
                status.st_mtim.tv_sec == modified;
     };
     struct stat status;
-    // The previous file gets its backup name by a second hard link. So it keeps the target's name
+    // The previous file gets its backup name by a second hard link and keeps the target's name
     // until the new file takes that name. Another process may have just put a new file in place,
     // which must not become the backup. So the status is read through the link.
     for (int i = 0; i < maxTries; ++i) {

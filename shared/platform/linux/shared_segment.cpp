@@ -192,9 +192,9 @@ struct SharedSegment::System {
         return resultOf(::close(std::exchange(descriptor, -1)) == 0, "close");
     }
 
-    /// Repeats `step` every millisecond while it returns empty, which means that the object is
-    /// changing. Fails after two seconds, since another process may be stopped or malicious. Closes
-    /// the object after a failure.
+    /// Repeats `step` every millisecond while its result is empty: the object is then changing.
+    /// Fails after two seconds, since another process may be stopped or malicious. Closes the
+    /// object after a failure.
     template <typename Step>
     Result<> retryWhileChanging(Step step)
     {

@@ -16,8 +16,8 @@ std::u16string systemNameOf(std::string_view osRelease);
 /// Parses the text of /proc/cpuinfo. Sets all members except `count`.
 Processors processorsOf(std::string_view cpuInfo);
 
-/// Returns the value, in bytes, of the line `name` in the text of /proc/meminfo, such as
-/// "MemTotal". Empty if the text does not contain the line.
+/// Returns the value, in bytes, of a line in the text of /proc/meminfo. `name` is the name at the
+/// start of the line, such as "MemTotal". Empty if the text does not contain the line.
 std::optional<std::uint64_t> memoryField(std::string_view memoryInfo, std::string_view name);
 
 /// Returns the sample in the text of /proc/stat; empty if the text is not valid. IdleSample::time

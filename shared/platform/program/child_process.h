@@ -28,8 +28,8 @@ class ChildProcess
     /// it.
     int wait() const;
 
-    /// Sends the signal of a stop request to the process; Windows ends the process instead. No
-    /// effect if the process has ended.
+    /// Sends the signal of a stop request to the process. On Windows, ends the process instead. No
+    /// effect if the process has already ended.
     void send(int signal) const;
 
   private:

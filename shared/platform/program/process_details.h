@@ -29,8 +29,8 @@ enum class Ending {
 
 /// Ends the process `id` if its ProcessDetails::start is `start`, so that a later process with the
 /// same id is not ended.
-/// Fails: as NotFound when the process does not run; as AccessDenied without the right, and on
-/// Linux for the ids 0 and 1.
+/// Fails: as NotFound when the process does not run. Fails as AccessDenied when the user lacks the
+/// right, and on Linux for the ids 0 and 1.
 Result<> endProcess(std::uint32_t id, std::uint64_t start, Ending ending);
 
 } // namespace ox::platform

@@ -13,8 +13,8 @@ namespace ox::platform
 namespace
 {
 
-/// Returns the last error of a call that opens a name. A pending deletion of the file, which waits
-/// for another process to close it, counts as InUse.
+/// Returns the last error of a call that opens a name. If the file is already deleted, but another
+/// process still has it open, the error counts as InUse.
 Error openError(char const * step)
 {
     constexpr LONG deletePending = static_cast<LONG>(0xC0000056);

@@ -75,12 +75,12 @@ void restoreTerminal()
 namespace
 {
 
-/// Reads the rest of an escape sequence. Returns the byte of its key, or the escape character if
-/// the sequence is unknown or empty.
+/// Reads an escape sequence after its escape character. Returns the constant of terminal.h for the
+/// key, such as upKey. If the sequence is unknown or empty, returns the escape character.
 char readSequence()
 {
-    // The bytes of a sequence arrive together. An escape character without a byte within this time
-    // comes from the Escape key.
+    // The bytes of a sequence arrive together. If no byte follows the escape character within this
+    // time, the user has pressed the Escape key.
     constexpr int gapMs = 20;
     std::string sequence;
     char byte = 0;

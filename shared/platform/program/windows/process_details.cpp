@@ -29,8 +29,8 @@ std::optional<FILETIME> creationTime(HANDLE process)
     return runs ? std::optional(created) : std::nullopt;
 }
 
-/// Returns the command line of an open process. Empty on failure, and always before Windows 8.1,
-/// which lacks this query.
+/// Returns the command line of an open process. Empty on failure. Always empty on systems older
+/// than Windows 8.1, since they lack this query.
 std::u16string commandLineOf(HANDLE process)
 {
     constexpr auto commandLineQuery = static_cast<PROCESSINFOCLASS>(60);
