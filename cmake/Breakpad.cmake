@@ -113,15 +113,15 @@ ox_configure_code(oxBreakpad)
 target_compile_options(oxBreakpad PRIVATE -w)
 if(WIN32)
   target_compile_definitions(oxBreakpad PRIVATE UNICODE _UNICODE)
-  # Without this option GCC reuses stack memory too early: that of a structure of the dump, which
-  # contains the crashed thread.
+  # Breakpad writes a structure with the crashed thread's id to the dump, but only after the end of the
+  # block that declares the structure. Without this option GCC may reuse the stack memory too early.
   target_compile_options(oxBreakpad PRIVATE -fstack-reuse=none)
 else()
   target_compile_definitions(oxBreakpad PRIVATE HAVE_GETCONTEXT=1 HAVE_SYS_RANDOM_H=1 HAVE_GETRANDOM=1)
 endif()
 
-# License notices for all programs that contain Breakpad. Breakpad uses linux_syscall_support.h; the
-# license notice of this header is the comment at its start.
+# Writes the license notices that must accompany every program with Breakpad. The notice of
+# linux_syscall_support.h, which Breakpad uses, is the comment at the start of this header.
 file(READ "${OX_BREAKPAD}/deps/third_party/lss/linux_syscall_support.h" notice LIMIT 2000)
 string(REGEX REPLACE "\\*/.*" "*/\n" notice "${notice}")
 file(WRITE "${PROJECT_BINARY_DIR}/notices/linux-syscall-support.txt" "${notice}")

@@ -8,7 +8,7 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 # Writes compile_commands.json, which editors read.
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
-# Programs are not linked again each time a shared library is linked again.
+# When a shared library is linked again, the programs that use it are not.
 set(CMAKE_LINK_DEPENDS_NO_SHARED ON)
 
 if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
@@ -58,14 +58,14 @@ check_cxx_compiler_flag(-fcf-protection OX_HAS_CF_PROTECTION)
 function(ox_harden target)
   target_compile_options(${target} PRIVATE -fstack-protector-strong)
   if(NOT OX_SANITIZE)
-    # Without optimisation _FORTIFY_SOURCE only causes warnings. It also replaces functions that the
-    # sanitizers intercept.
+    # _FORTIFY_SOURCE has no effect without optimisation, except for warnings. With sanitizers it is
+    # not set, since it replaces functions that the sanitizers intercept.
     target_compile_options(${target} PRIVATE
       "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
   endif()
   if(WIN32)
-    # libssp contains the run-time functions of the stack protector and of _FORTIFY_SOURCE. It is
-    # linked statically. The linker for Windows does not support control-flow guard.
+    # Links libssp, the run-time functions of the stack protector and of _FORTIFY_SOURCE, statically.
+    # Control-flow guard is missing here, since the linker for Windows does not support it.
     target_link_libraries(${target} PRIVATE -l:libssp.a)
     target_link_options(${target} PRIVATE -Wl,--dynamicbase,--nxcompat)
     if(CMAKE_SIZEOF_VOID_P EQUAL 8)
@@ -143,7 +143,7 @@ function(ox_configure_target target)
   target_compile_definitions(${target} PRIVATE QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
   if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
-    # Clang's -Wconversion includes these warnings. GCC's -Wconversion does not include them in C++.
+    # Clang's -Wconversion includes -Wsign-conversion; GCC's -Wconversion does not for C++.
     target_compile_options(${target} PRIVATE -Wno-sign-conversion)
   endif()
   if(WIN32)
