@@ -13,8 +13,8 @@ quietly() { # command…
 }
 
 # Runs apt-get with the machine's package sources but with separate package lists, so that the
-# machine's lists stay unchanged. Ignores errors of single sources, since a missing package causes
-# an error later.
+# machine's lists stay unchanged. Ignores package sources that fail: if they were needed, a missing
+# package causes an error later.
 private_apt() { # folder, architecture, source type, apt-get argument…
   local folder=$1 architecture=$2 type=$3 list
   shift 3
@@ -55,13 +55,13 @@ begin_store() {
 end_store() {
   rm -rf "$unfinished"
   exec {lock}>&-
-  # CLI11 consists of headers only. Copies its headers, separate from other headers of the machine.
+  # Copies CLI11, a header-only library, to a folder without the machine's other headers.
   mkdir -p "$cross/headers"/{include,share/cmake}
   cp -R /usr/include/CLI "$cross/headers/include/"
   cp -R /usr/share/cmake/CLI11 "$cross/headers/share/cmake/"
 }
 
-# Creates a folder of the store unless it exists, and a link to it in build/cross.
+# If a folder of the store does not exist, creates it. Then creates a link to the folder in build/cross.
 provide() { # name in build/cross, folder in the store, what it is and how long it takes, command
   local made=$store/$2
   if [ ! -d "$made" ]; then

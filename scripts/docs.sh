@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Generates the reference of the public headers and of the pages in docs/: build/reference/html.
-# A warning of Doxygen, such as an undocumented function, and a broken link are errors.
+# Generates the reference, build/reference/html, from the public headers and the pages in docs/.
+# Fails if Doxygen prints a warning (such as an undocumented function), or if a link is broken.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 cd "$root"

@@ -2,8 +2,8 @@
 # Builds packages into build/packages and tests each package on its target system:
 #   scripts/package.sh [deb|source|zip|zip-x86_64|zip-i686]…     default: deb
 #   deb     Debian packages: installed into a minimal root, used by an application, and removed
-#   source  the source archive: unpacked and built in another folder. Fails if a byte of the Debian
-#           packages differs from those of the checkout.
+#   source  the source archive: unpacked and built in another folder. Fails unless the Debian packages
+#           from the archive are byte for byte equal to those from the checkout.
 #   zip     a ZIP for each word size of Windows, tested under Wine; scripts/windows.sh builds Qt Core first
 # The minimal root is a folder with a small Debian system. It is created once, as the user root, and
 # kept in the cache folder. The variable OX_PACKAGE_CONTACT sets the maintainer of the Debian packages,
@@ -21,8 +21,8 @@ packages=$root/build/packages
 mkdir -p "$packages"
 made=$(mktemp -d)
 trap 'rm -rf "$made"' EXIT
-# All files in the packages get the time of the commit. Without a repository, shared/version.h has
-# this time, since git archive sets it for all files of a source archive.
+# All files in the packages get the time of the commit. A source archive has no repository to read this
+# time from, but git archive has set the times of all files in it: the time of shared/version.h is used.
 SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git -C "$root" log -1 --format=%ct 2>/dev/null ||
   stat -c %Y "$root/shared/version.h")}
 export SOURCE_DATE_EPOCH TZ=UTC LC_ALL=C.UTF-8
@@ -83,8 +83,8 @@ make_root() { # folder
     "$codename" "$1" "${sources[@]}"
 }
 
-# The test of the Debian packages. Runs in a copy of the minimal root, with the packages and the
-# examples in /test.
+# Tests the Debian packages. Runs inside a copy of the minimal root (chroot). Its folder /test contains
+# the packages and the examples.
 test_in_root() {
   set -euo pipefail
   export DEBIAN_FRONTEND=noninteractive PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root
@@ -120,9 +120,9 @@ test_in_root() {
   list_files | diff /tmp/before - || { echo "the packages leave the files above" >&2; exit 1; }
 }
 
-# Tests the Debian packages in an overlay of the minimal root, in name spaces of their own. The
-# mounts end with the last process in these name spaces. No network is available, so apt installs
-# every dependency from its cache in the root.
+# Tests the Debian packages in an overlay of the minimal root, in separate namespaces. The mounts end
+# with the last process in these namespaces. No network is available, so apt installs every
+# dependency from its cache in the root.
 test_deb() {
   local store=$cache/debian-root key
   key=$({ declare -f make_root; cat /etc/debian_version; } | sha256sum | cut -c 1-12)
@@ -197,8 +197,8 @@ build_zip() { # x86_64 or i686, name of the ZIP's folder
   (cd "$made" && find "$2" -type f | sort | zip -q -X -9 "$packages/$2.zip" -@)
 }
 
-# Tests a ZIP under Wine. The tool and the example applications run with the DLLs in the ZIP only;
-# the build of the applications also uses Qt's headers.
+# Tests a ZIP under Wine. The tool and the example applications find no DLLs but those in the ZIP. The
+# build of the applications also uses Qt's headers, which are not in the ZIP.
 test_zip() { # x86_64 or i686, name of the ZIP's folder
   local unpacked=$made/unpacked/$2 qt=$root/build/cross/qt-$1 wine=("$root/scripts/wine.sh" "$1")
   mkdir "$made/unpacked"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Checks a commit in a few seconds: the format of the changed sources, white space, and that the
-# operating system is used only in shared/platform. To install the script in a checkout:
+# Checks a commit in a few seconds: white space, the format of the changed sources, and that only
+# shared/platform contains system calls. To install the script in a checkout:
 #   ln -s ../../scripts/pre_commit.sh .git/hooks/pre-commit
 set -euo pipefail
 cd "$(git rev-parse --show-toplevel)"

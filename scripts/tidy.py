@@ -30,7 +30,7 @@ def sources(build, wanted):
 
 
 def key_of(entry, config):
-    """Returns a hash of .clang-tidy and of the preprocessed source, which determine the result."""
+    """Returns a hash of .clang-tidy and of the preprocessed source. Both determine clang-tidy's result."""
     arguments = shlex.split(entry["command"])
     arguments[arguments.index("-o") + 1] = "-"
     arguments[arguments.index("-c")] = "-E"

@@ -72,7 +72,7 @@ wine_version=$(dpkg-query -W -f '${Version}' libwine:amd64)
 qt_version=$(dpkg-query -W -f '${source:Version}' qt6-base-dev)
 provide wine "wine-$wine_version" "Wine $wine_version for both word sizes (a minute or two)" make_wine
 for target in "${targets[@]}"; do
-  # The key ignores comments, since another key makes the script build Qt again, which takes long.
+  # When the key changes, the script builds Qt again, which takes minutes. So the key ignores comments.
   key=$({ echo "${qt_options[@]}"; grep -hv '^ *#' "$root"/cmake/mingw.cmake "$root/cmake/mingw-$target.cmake"
     "$target-w64-mingw32-g++-posix" -dumpfullversion; } | sha256sum | cut -c 1-12)
   provide "qt-$target" "qt-$qt_version-$target-$key" \
@@ -84,8 +84,8 @@ end_store
 for target in "${targets[@]}"; do
   build_preset "windows-$target"
   # All test programs share one Wine server, which ends 20 seconds after the last program. The first
-  # program under the server starts helper processes, which keep that program's output open. So the
-  # first program is one without output.
+  # program that uses the server starts helper processes, which inherit its output and keep it open.
+  # So the first program is a command whose output is discarded.
   WINEPREFIX=$cross/prefix "$cross/wine/usr/lib/wine/wineserver64" -p20 >/dev/null 2>&1 || true
   "$root/scripts/wine.sh" "$target" cmd /c rem >/dev/null 2>&1
   say "testing for Windows $target under Wine (up to ten minutes)"
