@@ -14,7 +14,7 @@
 namespace ox::tests
 {
 
-/// A test that runs the program that crashes. The dumps and the log are in a temporary folder.
+/// A test that runs crash_child, which crashes. The dumps and the log are in a temporary folder.
 class CrashTest : public FolderTest
 {
   protected:
@@ -24,7 +24,7 @@ class CrashTest : public FolderTest
             GTEST_SKIP() << "the sanitizers handle the signals of crashes";
     }
 
-    /// Runs the program and waits for its end. The test fails if the program does not end in time.
+    /// Runs crash_child with `words` and waits for its end. The test fails after a timeout.
     void run(QStringList const & words, QString const & dumpFolder)
     {
         ProgramRun const ended =
@@ -38,7 +38,7 @@ class CrashTest : public FolderTest
 
     QString log() const { return path("client.txt"); }
     QList<QByteArray> lines() const { return contentOf(log()).split('\n'); }
-    /// Returns the sorted names of dumps that have their final name.
+    /// Returns the sorted names of the dumps that have been renamed to their final names.
     QStringList dumps() const { return filesOf("*.oxdmp"); }
     QStringList unnamedDumps() const { return filesOf("*.dmp"); }
     DumpContent dump(int index) const { return readDump(folder.filePath(dumps()[index])); }

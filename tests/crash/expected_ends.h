@@ -14,8 +14,8 @@ struct ExpectedEnd {
     bool isMainThread;
 };
 
-/// Returns the expected end of a process for each kind of crash. The first element belongs to the
-/// access to a null pointer.
+/// Returns the expected end of a process for each kind of crash. The first element describes
+/// the access to a null pointer.
 std::span<ExpectedEnd const> expectedEnds();
 
 /// Adds a folder to the search path for libraries. A copied program finds its libraries only in the

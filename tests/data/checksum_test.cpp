@@ -29,7 +29,7 @@ unsigned int partial(unsigned int crc, char const * text, unsigned int length)
     return crc;
 }
 
-// Computed before main(), before another call can build the table.
+// Computed before main(), since every test may call a function that builds the CRC table.
 std::array const checksumsBeforeTheBuild = {partial(0x12345678, "ab", 2),
                                             partial(0x12345678, "abcdef", 6)};
 

@@ -247,7 +247,8 @@ TEST_F(DataBufferFile, ReadsAndWritesTwoBlocks)
 
 TEST_F(DataBufferFile, KeepsItsLengthArgumentWhenTheHeaderOverwritesIt)
 {
-    // The second length is a reference to `size`. Loading the first block overwrites `size`.
+    // The length of the second block is passed as a reference to buffer.size. Loading the first
+    // block overwrites buffer.size.
     FileName const file =
         write("lying", "oxDB" + headerOf({0, 1000, 0, 0, 0, 0, 0, 0}) + QByteArray(2000, 'x'));
     _OX_DataBuffer buffer;

@@ -33,7 +33,7 @@ std::string randomBytes(std::size_t count, int alphabet, unsigned seed)
     return bytes;
 }
 
-/// Decompresses the content that chunkzipAdd() has added to the buffer, a few bytes at a time.
+/// Returns the text that chunkzipAdd() has compressed into the buffer. Decompresses it in pieces.
 std::string inflated(_OX_DataBuffer & buffer)
 {
     z_stream zs;
@@ -151,7 +151,8 @@ TEST(DataBuffer, DecompressesFromAnOffset)
     EXPECT_EQ(packed.sizeUncompressed, 5000);
     EXPECT_EQ(packed.dataOffset, offset);
 
-    // decompressTo uses the parameter, not `dataOffset`. `size` may include a header of the caller.
+    // decompressTo(unpacked, &offset) uses `offset` and ignores the member dataOffset. The member
+    // size may include the `offset` bytes before the stream.
     packed.size += offset;
     packed.resize(packed.size, 768);
     packed.dataOffset = -7;
@@ -206,8 +207,8 @@ TEST(DataBuffer, CompressesInPieces)
     EXPECT_EQ(buffer.sizeAllocated, 150000)
         << "the block grows by one half if it has no space for two pieces";
 
-    // Decompression stops at the end of the stream, even if other bytes follow, and at a damaged
-    // byte.
+    // Decompression ignores bytes after the end of the stream. At a damaged byte it stops with an
+    // error.
     char other[] = "behind";
     ASSERT_TRUE(buffer.append(other, 6));
     EXPECT_EQ(inflated(buffer), text);

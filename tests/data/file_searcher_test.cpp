@@ -22,7 +22,7 @@ using ShortText = _oxString8_evenSize<250>;
 
 constexpr int headroom = _oxFileSearcher::headroom;
 
-/// Sets the content of the searcher, with the same allocation as load().
+/// Sets the content of `file`. Allocates a block of the same size as load() does.
 void fill(_oxFileSearcher & file, std::string const & content)
 {
     file.freeBuffer();

@@ -49,7 +49,8 @@ def natvis_types():
 
 
 def natvis_expressions():
-    """Yields the expressions of the natvis file for gdb: each member name follows a value's name."""
+    """Yields the expressions of the natvis file in gdb's form, in which a value's name and a dot precede
+    each member name."""
     with_expressions = {SPACE + tag for tag in ("StringView", "Item", "Size", "ValuePointer")}
     for entry in natvis_types():
         variable = "values." + NATVIS[entry.get("Name")]

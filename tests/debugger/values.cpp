@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <memory>
 
-// Contains a value of every type that has a printer. gdb_test.py checks what gdb prints for them.
+// Contains a value of every type that has a printer. gdb_test.py checks how gdb prints each value.
 
 int main()
 {

@@ -94,9 +94,9 @@ std::string const * contentIn(Files const & files, std::string const & path)
     return file == files.end() ? nullptr : &file->second;
 }
 
-/// Returns the number of requests by name, such as open, status or rename. The kernel looks up the
-/// name with a LOOKUP before each of these requests, and with two before a RENAME or LINK. A LOOKUP
-/// of a parent folder in a longer path does not count.
+/// Returns the number of requests that name a file by its path, such as open, status or rename.
+/// Counts the LOOKUP requests: the kernel sends one before each request by path, and two before a
+/// RENAME or LINK. A LOOKUP of a parent folder in a longer path does not count.
 int byName(std::vector<LoggedRequest> const & requests)
 {
     int count = 0;
@@ -254,8 +254,9 @@ void Campaign::testReport(Fault const & fault, Outcome const & outcome) const
         << "the reported text does not contain the error of the file system: " << text;
 }
 
-/// Returns how the content of a file violates the rules of the operation, or an empty text. `isNew`
-/// requires the new content. `cleansUp` is false if the process could not remove its files.
+/// Returns how the content of the file `path` violates the rules of the operation, or an empty
+/// text. If `isNew` is true, the file must have the new content. `cleansUp` is false if the process
+/// was not able to remove its files.
 std::string Campaign::problemOf(std::string const & path, Files const & found, bool isNew,
                                 bool cleansUp) const
 {
@@ -318,8 +319,8 @@ void Campaign::testBackup(Files const & found) const
         << "the previous content is lost";
 }
 
-/// Checks that another run, after a failed or killed one, completes the operation and removes lock
-/// files and temporary files.
+/// Runs the operation once more after a failed or killed run. Checks that the new run completes the
+/// operation and removes lock files and temporary files.
 void Campaign::testNextRun()
 {
     ageLocks(mount_.backing());

@@ -49,8 +49,8 @@ enum FileState : unsigned {
 
 /// A function of the library or a command of the tool that the fault tests run. After a
 /// fault, the operation must be complete or must have reported a failure. At any time, every file
-/// must have its previous or its new content. The members from `mayBe` to `isRepeatable` are the
-/// documented exceptions.
+/// must have its previous or its new content. The members from `mayBe` to `isRepeatable` describe
+/// the documented exceptions.
 struct Operation {
     std::string name;
     Files before;
@@ -59,20 +59,20 @@ struct Operation {
     /// Runs the operation in a folder. The campaign calls this function in a separate process.
     std::function<Report(std::string const & folder)> run;
 
-    std::map<std::string, unsigned> mayBe = {}; ///< FileStates that are allowed, by path
-    /// A run that reports success may leave its files in the same states as a failed run.
+    std::map<std::string, unsigned> mayBe = {}; ///< allowed FileStates of each path
+    /// If true, even a run that reports success may leave its files as a failed run does.
     bool mayHideFaults = false;
     /// Path of the backup, which receives the target's previous content. If the run succeeds with
-    /// the warning that the target cannot be renamed, the backup may keep its own previous content.
+    /// the warning that the target cannot be renamed, the backup may stay unchanged.
     std::string backup = {};
     /// Texts that the report of a failed run may contain instead of the system's error text.
     std::vector<std::string> texts = {};
-    /// Another run, after a failed run, completes the operation.
+    /// Whether a second run completes the operation after a failed run.
     bool isRepeatable = true;
-    /// After a success the new content survives a power failure.
+    /// Whether the new content survives a power failure after a success.
     bool isFlushed = false;
-    /// Maximum number of requests by name, such as open or status, in a run without a fault; 0
-    /// means no limit.
+    /// Maximum number of requests that name a file by its path, such as open or status, in a run
+    /// without a fault; 0 means no limit.
     int byName = 0;
 };
 

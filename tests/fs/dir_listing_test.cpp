@@ -155,7 +155,7 @@ TEST_F(DirListing, SortsByCodeUnitsAndStaysOnTheLastEntry)
     std::sort(sorted.begin(), sorted.end());
     EXPECT_EQ(names, sorted);
     EXPECT_FALSE(names.contains(text("later")));
-    // In code units, U+FFFD is greater than the surrogates of the preceding name.
+    // The order is that of UTF-16 code units: U+FFFD comes after the surrogates of the emoji.
     EXPECT_EQ(names.last(), QString(QChar(0xFFFD)));
     EXPECT_EQ(listing.fileName(), names.last());
     EXPECT_EQ(listing.fileSize(), 7);

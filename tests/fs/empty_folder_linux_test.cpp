@@ -68,9 +68,9 @@ TEST_F(EmptyFolderOnLinux, DeletesLinksAndKeepsTheirTargets)
     EXPECT_TRUE(isOutsideUntouched());
 }
 
-// Another process replaces the folder by a link, at two moments: after the call has read the
-// folder's name and before the call opens the folder, and while the call deletes the files in the
-// folder.
+// Another process replaces the folder f/sub by a link, at two moments:
+// - after oxEmptyFolder has read the name of f/sub and before it opens f/sub;
+// - while oxEmptyFolder deletes the files in f/sub.
 TEST_F(EmptyFolderOnLinux, FollowsNoLinkThatReplacesAFolderDuringTheCall)
 {
     writeFile(path("f/first"));
@@ -94,8 +94,8 @@ TEST_F(EmptyFolderOnLinux, FollowsNoLinkThatReplacesAFolderDuringTheCall)
         if (entry == path("f/sub/second"))
             replaceByLink();
     });
-    // After the move, ".." of the folder leads to another parent, so the call must stop with
-    // ESTALE.
+    // replaceByLink() has moved the open folder. Its entry ".." leads to another parent than
+    // before, so the call must stop with ESTALE.
     EXPECT_FALSE(result.done);
     EXPECT_TRUE(result.lastError.endsWith(QString(oxLastOSError(ESTALE))));
     EXPECT_TRUE(isOutsideUntouched());

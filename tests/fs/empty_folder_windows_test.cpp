@@ -96,7 +96,7 @@ TEST_F(EmptyFolderOnWindows, DeletesAJunctionAndKeepsItsTarget)
     EXPECT_EQ(contentOf(path("outside\\file")), "content");
     auto const result = empty();
     EXPECT_EQ(contentOf(path("outside\\file")), "content");
-    // Under Wine a link to a folder cannot be deleted if the folder contains files. The call must
-    // report the failure.
+    // Wine cannot delete a link to a folder that contains files. In this case the call must report
+    // the failure.
     EXPECT_EQ(QFileInfo::exists(path("f\\sub")), result.failures > 0);
 }

@@ -50,9 +50,9 @@ int __wrap_rename(char const * from, char const * to)
     return isRefused(from) ? -1 : __real_rename(from, to);
 }
 
-/// The first call happens after the library has created the lock file and before it takes the
-/// exclusive flock. At this moment, takes a conflicting flock through a second descriptor of the
-/// file, like another process.
+/// The library calls flock for the first time after it has created the lock file. Before this call
+/// takes effect, the function takes a conflicting flock through a second descriptor of the file, as
+/// another process would.
 int __wrap_flock(int descriptor, int operation)
 {
     static int calls = 0;

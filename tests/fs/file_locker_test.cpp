@@ -60,8 +60,8 @@ TEST_F(FileLocker, DistinguishesALockThatCannotBeCreatedFromAHeldOne)
     EXPECT_NE(inMissingFolder.status().systemError, 0);
     EXPECT_EQ(_oxFileLocker(file).status().systemError, 0);
 
-    // A name that would have to be truncated or changed is refused, since the result names another
-    // file.
+    // lock() refuses a name that would have to be truncated or changed: the result would be the
+    // name of another file.
     QString const longest = folder.filePath(QString(240 - folder.path().size(), u'n'));
     _oxFileLocker fits(longest);
     EXPECT_TRUE(fits.lock(0, who, nullptr, false));

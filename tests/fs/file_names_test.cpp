@@ -19,7 +19,7 @@ using namespace ox::tests;
 namespace
 {
 
-/// A test in which file names are relative paths in each text type that applications use.
+/// A test that passes relative paths as file names, in each text type that applications use.
 class FileNames : public FolderTest
 {
   protected:

@@ -62,8 +62,8 @@ bool isAlone(QString const & fileName, int ms)
     return marker.remove();
 }
 
-/// Takes the lock once, with any number of attempts. Exit code 3: another process held the lock at
-/// the same time.
+/// Attempts to take the lock until it succeeds. Exit code 3: another process held the lock at the
+/// same time.
 int exclusive(QString const & fileName, int)
 {
     _oxFileLocker locker(fileName);
@@ -79,8 +79,8 @@ ox::platform::NativeName lockNameOf(QString const & fileName)
 }
 
 /// Takes the lock `count` times. Releases only two of three locks, as if the holder of the third
-/// was killed. Treats every lock file as stale, and so often attempts to remove a new lock. Exit
-/// codes: 3 another process held the lock at the same time, 4 the lock was not released.
+/// was killed. Treats every lock file as stale, so it often attempts to remove a held lock.
+/// Exit codes: 3 another process held the lock at the same time, 4 the lock was not released.
 int contend(QString const & fileName, int count)
 {
     auto const name = lockNameOf(fileName);

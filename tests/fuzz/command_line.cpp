@@ -18,8 +18,8 @@ using namespace ox::tool;
 
 int runs = 0;
 
-/// Returns a copy of the command that does nothing when it runs. Its function keeps a copy of the
-/// command's own function, which owns the variables of the options.
+/// Returns a copy of the command whose function does nothing. The function of the copy holds a copy
+/// of the original function, which owns the variables of the options.
 Command inert(Command command)
 {
     if (command.run)

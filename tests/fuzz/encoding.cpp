@@ -70,8 +70,8 @@ QString mapWords(QString const & text, QString const & separators, Visit const &
     return result + visit(word);
 }
 
-/// Returns whether the decoder can restore every word that the encoder changes. It cannot if the
-/// word contains a character that ends an encoded run, or if the bytes of the word contain a
+/// Returns whether the decoder can restore every word that the encoder changes. It cannot restore a
+/// word that contains a character that ends an encoded run, or a word whose bytes contain a
 /// marker.
 bool isReversible(Coder const & coder, QString const & text)
 {
@@ -105,7 +105,7 @@ void checkRoundTrip(Coder const & coder, QString const & before, QString const &
     OX_HOLDS(coder.decode(coder.encode(text, true)) == doubled);
 }
 
-/// Decodes one run after the other, with the documented result of oxFromOXUTF8().
+/// Decodes the runs of a text one by one. The result is the one that oxFromOXUTF8() documents.
 QString decodedRuns(QString text)
 {
     Coder const & coder = coders[0];

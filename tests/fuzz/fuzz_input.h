@@ -52,7 +52,7 @@ class Input
     int below(int end) { return number() % end; }
 
     /// Returns a number from -4 to 235, or sometimes any 32-bit number. Most numbers are small, so
-    /// that many of them lie near the begin or end of a short text or block.
+    /// that many of them lie near the start or end of a short text or block.
     int position()
     {
         int const near = number();

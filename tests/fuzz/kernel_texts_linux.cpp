@@ -72,7 +72,8 @@ void readLockFile(std::string_view text)
     OX_HOLDS(status.holder == _oxFileLockStatus::Nobody && status.who.size() <= 4096);
 }
 
-/// Attaches to a segment of any size and content. A second descriptor keeps the segment in use.
+/// Attaches to a segment of any size and content. The descriptor `other` holds a shared flock on
+/// the segment, like another process that is attached.
 void readSegment(std::string_view text)
 {
     std::string const key = "fuzz" + std::to_string(::getpid());
