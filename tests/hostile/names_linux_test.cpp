@@ -1,5 +1,5 @@
 // Another user has created links, pipes, sockets, devices and folders with the names that a process
-// uses. Operations on these names do not hang, do not follow them, and report the documented error.
+// uses. Operations on these names do not hang, follow no link, and report the documented error.
 
 #include "shared/fs/access_rights.h"
 #include "shared/fs/copy.h"

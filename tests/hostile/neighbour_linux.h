@@ -13,9 +13,9 @@ namespace ox::tests
 /// tree.
 enum class Kind { File, FileLink, NewFileLink, FolderLink, Folder, Pipe, Socket, Device };
 
-/// A test with a folder of the user nobody. Beside the folder is the victim: a folder tree that no
-/// operation in the folder of nobody may change. If the test does not run as root, both belong to
-/// the user of the test.
+/// A test with a folder that the user `nobody` owns. Beside this folder is the victim: a folder
+/// tree that no operation in nobody's folder may change. If the test does not run as root, the
+/// test's own user owns the folder and the victim.
 class NeighbourTest : public FolderTest
 {
   protected:
@@ -39,9 +39,9 @@ class NeighbourTest : public FolderTest
         char const * name;
         std::function<void()> run;
     };
-    /// As root, runs the acts in turn for OX_RACE_SECONDS (by default 1). At the same time, the
-    /// other user replaces the files with the given names, and the temporary files, by objects of
-    /// these kinds.
+    /// Runs the acts in turn, as root, for the number of seconds in the environment variable
+    /// OX_RACE_SECONDS, by default 1. At the same time, the other user replaces the files `names`
+    /// and the temporary files by objects of the given kinds.
     void race(std::vector<std::string> const & names, std::vector<Kind> const & kinds,
               std::vector<Act> const & acts);
 

@@ -141,8 +141,8 @@ TEST_F(HostileRace, TheToolsLocksChangeNoOtherFile)
          {tool("lock %2 --timeout 0 -- true"), tool("refresh %2 --timeout 0 --out %2")});
 }
 
-// The other user creates no folders and no links to folders, since these commands copy into a
-// target that is a folder.
+// The commands cp and resume copy into the target if it is a folder. So the other user creates no
+// folders and no links to folders.
 TEST_F(HostileRace, TheToolsCopiesReachNoOtherFile)
 {
     race({"target"}, allButFolders,

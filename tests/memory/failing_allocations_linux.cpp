@@ -98,7 +98,7 @@ void MemoryLimit::begin() const
 
 void MemoryLimit::end()
 {
-    // The next part of the operation continues to count down.
+    // The next call of during() continues the countdown.
     number_ = untilFailure;
     untilFailure = never;
     wasReached_ = wasReached_ || hasFailed;

@@ -1,8 +1,8 @@
 """Writes the binary interface of the library as a short text, from the output of abidw:
   abi_list.py ABIDW_XML FILE_WITH_PUBLIC_HEADERS
-The text contains the layouts, enumerators and virtual functions of the types in the public headers,
-and every exported function with its return type. Types of other libraries and of private headers
-appear by name only."""
+The text contains each type in the public headers, with its layout, enumerators and virtual functions,
+and each exported function with its return type. A type of another library or of a private header
+appears by name only."""
 import subprocess
 import sys
 import xml.etree.ElementTree as ElementTree

@@ -61,7 +61,8 @@ string(STRIP "${output}" version)
 set(programs "${build}/bin")
 if(SUFFIX)
   set(programs "${prefix}/bin")
-  # The toolchain file lets CMake search for packages only in the folders of the target system.
+  # With the toolchain file, CMake searches for packages only in the folders of the target system. So
+  # this entry names the folder of the installed package.
   list(APPEND CACHE_ENTRIES "-DoxShared_DIR=${prefix}/lib/cmake/oxShared")
 endif()
 run(${CMAKE_COMMAND} -S "${EXAMPLES_DIR}" -B "${build}" -DCMAKE_PREFIX_PATH=${prefix} ${CACHE_ENTRIES}

@@ -4,8 +4,8 @@ cmake_minimum_required(VERSION 3.25)
 
 execute_process(COMMAND ${NM} --dynamic --defined-only --demangle --format=posix "${LIBRARY}"
   OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
-# Each line contains a name, a type letter, an address and a size. The symbols of the variants of a
-# constructor have the same demangled name, so duplicates are removed.
+# Each line contains a name, a type letter, an address and a size. A constructor has several
+# symbols with the same demangled name, so duplicates are removed.
 string(REGEX REPLACE " [A-Za-z] [0-9a-f]+ [0-9a-f]*\n" ";" exported "${output}")
 list(REMOVE_DUPLICATES exported)
 list(SORT exported)

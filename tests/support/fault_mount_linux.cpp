@@ -32,7 +32,7 @@ bool waitUntil(Condition const & condition)
     return true;
 }
 
-/// Returns a name pattern for a temporary folder. The folder is in memory (/dev/shm) if possible,
+/// Returns a name pattern for a temporary folder. If possible, the folder is in memory (/dev/shm),
 /// where flushes are fast.
 QString folderName()
 {
@@ -50,7 +50,7 @@ FaultMount::FaultMount() : root_(folderName())
         refusal_ = "a folder for the mount cannot be created";
         return;
     }
-    // With this small limit, a file of a few pages takes several read and write requests.
+    // With pieces of 16 KiB, even a small file takes several read and write requests.
     QStringList words = {QStringLiteral("--piece"), QStringLiteral("16384")};
     for (char const * const name : {"log", "data", "control"})
         words << QStringLiteral("--") + QLatin1String(name) << root_.filePath(QLatin1String(name));

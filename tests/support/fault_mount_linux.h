@@ -54,10 +54,10 @@ class FaultMount
     std::filesystem::path folder() const { return pathOf("mount"); }
     std::filesystem::path backing() const { return pathOf("backing"); }
 
-    /// Empties the log and arms a fault. `request` counts only the requests that the fault can
-    /// affect, from 1. 0 means no fault.
+    /// Empties the log and arms a fault. `request` is the number of the faulted request, counted
+    /// from 1 among the requests that the fault can affect; 0 means no fault.
     void arm(Fault const & fault, std::uint64_t request);
-    /// Returns the number of the first request with the fault, among all requests, or 0.
+    /// Returns the number of the first faulted request, counted among all requests, or 0.
     std::uint64_t faultedRequest() const { return control_->faultedRequest; }
     /// Disarms the fault, so that later requests succeed.
     void disarm() { control_->faultAt = 0; }

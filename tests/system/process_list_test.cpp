@@ -102,7 +102,7 @@ TEST(ProcessList, FindsASecondInstanceUntilItIsKilled)
     list->killProcess(secondId);
     EXPECT_TRUE(second.hasEnded());
     EXPECT_FALSE(list->processExistsPID(secondId, true));
-    // Figures of a process that has ended stay 0, even while another process has a handle to it.
+    // The figures of an ended process stay 0, even while a handle to the process is open elsewhere.
     _oxProcessEntry & behind = list->entries[list->count];
     behind.pid = secondId;
     behind.cpuTime = behind.memMB = 0;

@@ -22,7 +22,7 @@ int hold()
     return 0;
 }
 
-/// Creates the segment and holds it. If the creation fails, the exit code is its error code.
+/// Creates the segment and holds it. If create() fails, the exit code is the code of its error.
 int create(oxSharedMemory & memory, int size)
 {
     return memory.create(size, true, true) ? hold() : memory.error();

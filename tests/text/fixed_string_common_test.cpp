@@ -167,7 +167,7 @@ TYPED_TEST(FixedStringCommon, KeepsItsMemoryImage)
 }
 
 /// The pointer is volatile, so that the compiler cannot discard the previous content of the memory
-/// when it constructs an object in it.
+/// when an object is constructed there.
 TYPED_TEST(FixedStringCommon, NeverWritesTheSpareByte)
 {
     using S = TypeParam;

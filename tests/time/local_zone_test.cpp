@@ -11,8 +11,8 @@ TEST_P(LocalZone, ReturnsTheCalendarFieldsOfTheSystem)
     std::int64_t const now = 1'794'000'000;
     ox::time::LocalZone zone;
     zone.read(now);
-    // The step of 7919 s does not divide a day, so the times cover all hours and both sides of each
-    // change.
+    // A day is not a multiple of the step (7919 s), so the times cover all hours. They also cover
+    // times shortly before and after each change to or from daylight saving time.
     for (std::int64_t time = now - 360 * 86400; time < now + 4 * 365 * 86400; time += 7919) {
         std::tm expected;
         _oxTime(time, true).to_tm(expected);

@@ -16,8 +16,8 @@ using namespace ox::tests;
 namespace
 {
 
-/// Parses the reports in the output of `top`. Returns a list for each report, which contains the
-/// usage in percent of one core from each line about a process.
+/// Parses the reports in the output of `top`. Returns a list for each report. The list contains the
+/// usage of each process, in percent of one core.
 std::vector<std::vector<double>> usagesIn(QString const & output)
 {
     QRegularExpression const figures(u"(\\d+\\.\\d) +\\d+\\.\\d  "_q);

@@ -9,7 +9,7 @@ using namespace ox::tests;
 namespace
 {
 
-/// Runs a shell script with the program as $TOOL on a pseudo-terminal.
+/// Runs a shell script on a pseudo-terminal. The variable $TOOL is the program.
 class OnTerminal
 {
   public:

@@ -14,8 +14,8 @@
 //   --pages    1 lets the kernel keep the pages of open files, so that it reads ahead
 //   --log      file for the log lines
 //   --data     file for the bytes of all writes, in the order of the log
-//   --control  file with a FaultControl. The program then ends together with its parent process and
-//              removes the folder of this file.
+//   --control  file with a FaultControl. With this option the program ends together with its parent
+//              process and removes the folder that contains the file.
 //
 // RELEASE, the last close of an open file, is neither counted nor logged, since the kernel sends it
 // with a delay. A flock request fails instead of waiting.
@@ -135,8 +135,8 @@ void log(std::uint64_t number, Request const & request, int result)
     append(logFile, line + '\n');
 }
 
-/// Injects the armed fault if this is its request. Returns the errno with which the request must
-/// fail, or 0. For a short transfer, reduces the size of the request.
+/// Injects the armed fault if it is due at this request. Returns the errno with which the request
+/// must fail, or 0. For a short transfer, reduces the size of the request.
 int injectFault(std::uint64_t number, Request & request)
 {
     FaultKind const kind = control->kind;
@@ -157,7 +157,7 @@ int injectFault(std::uint64_t number, Request & request)
     return kind == FaultKind::Delay || kind == FaultKind::Short ? 0 : control->error.load();
 }
 
-/// Counts a request, performs it unless the fault makes it fail, and logs it.
+/// Counts and logs a request. Performs the request unless a fault makes it fail.
 template <typename Perform>
 int serve(Request request, Perform const & perform)
 {
@@ -407,7 +407,7 @@ void serveAll(fuse_session * session)
         isLookup = opcode == FUSE_LOOKUP;
         fuse_session_process_buf(session, &buffer);
         // The FUSE library answers GETATTR for a removed open file without a call of getattr. So
-        // counts this request here.
+        // this request is counted here.
         if (isFresh && opcode == FUSE_GETATTR)
             serve({"GETATTR", nullptr}, [](auto const &) { return -ENOENT; });
     }
