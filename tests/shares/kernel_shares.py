@@ -1,8 +1,8 @@
 """Shares that are mounted by the kernel: NFS and SMB. They are checked only if --share names them.
 
 The kernels of most test machines lack these clients. The servers and mounts are therefore in a guest, a
-Linux kernel that runs as an ordinary process (User Mode Linux). The guest's root folder is that of this
-machine, read-only. Each mount has its own network, so that the server sees two clients."""
+Linux kernel that runs as an ordinary process (User Mode Linux). The guest uses the root folder of this
+machine read-only. Each mount has its own network, so that the server sees two clients."""
 
 import json
 import os
@@ -101,7 +101,7 @@ ALL = (Nfs, Cifs)
 
 
 def run_guest(arguments):
-    """Runs run.py with these arguments in a guest (User-mode Linux). Returns the rows that run.py prints
+    """Runs run.py with these arguments in a guest (User Mode Linux). Returns the rows that run.py prints
     as JSON, or the reason why the guest does not run."""
     folder = WORK / "guest"
     folder.mkdir(parents=True)

@@ -27,8 +27,8 @@ def end_of(process, seconds=60):
 
 
 def has_one_of(file, *contents):
-    """Returns whether a file has one of these contents. Returns False after an error, since a server
-    can refuse to read just after its restart."""
+    """Returns whether a file has one of these contents. If the read fails, returns False: just after its
+    restart, a server can refuse a read."""
     try:
         return file.read_bytes() in contents
     except OSError:

@@ -2,9 +2,9 @@
 """Runs the checks of *_checks.py on the shares of shares.py and prints the result of each check:
     tests/shares/run.py TOOL [--share NAME]… [--check NAME]… [--table]
 
-The servers and mounts are inside new name spaces for mounts, processes and network. When the first
-process of the name spaces ends or is killed, the kernel kills all their processes and removes all
-their mounts. Runs at the same time do not affect each other.
+The servers and mounts are inside new namespaces for mounts, processes and network. When the first
+process of the namespaces ends or is killed, the kernel kills all processes in the namespaces and
+removes all mounts. Several runs at the same time do not affect each other.
 
 All shares are checked at the same time, and the checks kill servers, so a busy machine can make a
 server exceed its own time limits. run.py therefore repeats each failed check on new shares, without
@@ -36,7 +36,7 @@ import loss_checks  # noqa: F401
 ALL = shares.ALL + kernel_shares.ALL
 LIMIT_SECONDS = 600
 INSIDE = "OX_INSIDE_NAME_SPACES"
-FAILED = "OX_FAILED_CHECKS"  # path of the file for the failed checks, with a line SHARE:CHECK for each
+FAILED = "OX_FAILED_CHECKS"  # path of a file that lists the failed checks, one line SHARE:CHECK each
 SPACES = ["unshare", "--mount", "--net", "--pid", "--fork", "--kill-child", "--mount-proc"]
 
 
@@ -48,7 +48,7 @@ def refusal():
         return "there is no /dev/fuse"
     tried = subprocess.run([*SPACES, "mount", "-t", "tmpfs", "none", "/run"],
                            capture_output=True, text=True, check=False)
-    return "name spaces are not allowed: " + tried.stderr.strip() if tried.returncode else ""
+    return "namespaces are not allowed: " + tried.stderr.strip() if tried.returncode else ""
 
 
 def run_and_repeat(tool):
@@ -64,8 +64,8 @@ def run_and_repeat(tool):
 
 
 def run_in_name_spaces(command, failed):
-    """Runs this program again as the first process of new name spaces. The name spaces end when
-    this process ends, even if SIGKILL ends it."""
+    """Runs this program again as the first process of new namespaces. The namespaces end when the calling
+    process ends, even if SIGKILL ends it."""
     def end_with_parent():
         ctypes.CDLL(None).prctl(1, signal.SIGKILL)  # PR_SET_PDEATHSIG
 

@@ -1,7 +1,7 @@
 """Network shares for the checks. Each share is mounted twice; each mount represents one machine.
 
-All servers and mounts are inside the name spaces of run.py and end with them. The data is on a
-tmpfs, since some servers cannot export an overlay file system, and the root file system may be one."""
+All servers and mounts are inside the namespaces of run.py and end with these namespaces. The data is
+on a tmpfs: the root file system may be an overlay file system, which some servers cannot export."""
 
 import copy
 import os
@@ -71,8 +71,8 @@ class Share:
         self.servers.append(self.spawn(*command))
 
     def start(self, checks=()):
-        """Mounts the share and creates a folder for each check. Starts the second mount after the
-        first mount has created the folders, so that its cache contains no older state."""
+        """Mounts the share twice and creates a folder for each check. Starts the second mount after the
+        first mount has created the folders, so that the second cache contains no older state."""
         for program in self.programs:
             if not shutil.which(program):
                 raise FileNotFoundError(f"{program} is not installed")
@@ -93,8 +93,8 @@ class Share:
         return True
 
     def folder_of(self, check):
-        """Returns a copy of this share whose a, b and folder are the check's folders on both machines and on
-        the local disk."""
+        """Returns a copy of this share for one check. Its `a` and `b` are the check's folders on the two
+        machines, and its `folder` is the check's folder on the local disk."""
         own = copy.copy(self)
         own.a, own.b = (self.root_of(mount) / check for mount in self.mounts)
         own.folder = self.folder / "checks" / check
@@ -105,8 +105,8 @@ class Share:
         return f" {mount} " in pathlib.Path("/proc/mounts").read_text()
 
     def works(self):
-        """Returns whether the second machine can read a file that the first machine writes. After their
-        start, some servers need a few seconds for this."""
+        """Returns whether the second machine can read a file that the first machine writes. Some servers
+        allow this only a few seconds after their start."""
         try:
             probe = self.root_of(self.mounts[0]) / "probe"
             probe.write_text("data")
@@ -121,7 +121,7 @@ class Share:
         pass
 
     def lose_server(self):
-        """Kills all processes of the server, like a crash."""
+        """Kills all processes of the server. Simulates a crash."""
         for server in self.servers:
             for process in descendants(server.pid):
                 try:
@@ -168,7 +168,7 @@ class MooseFs(Share):
             "HDD_LEAVE_SPACE_DEFAULT = 16MiB")  # the default exceeds the capacity of a small disk
 
     def start_server(self):
-        # "-a" restores metadata that a killed master had not saved.
+        # "-a" restores metadata that a killed master has not saved.
         self.serve("mfsmaster", "-a", "-f", "-c", self.master, "start")
         self.serve("mfschunkserver", "-f", "-c", self.chunk, "start")
 

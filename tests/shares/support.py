@@ -2,7 +2,7 @@
 
 A check returns KEPT if the share keeps the promise, otherwise a short text that describes the
 deviation of the share. The decorator `check` lists the expected deviations of the shares. A check
-fails if the result differs from the expected one, even if the result is KEPT. So the tables in
+fails if its result differs from the expected one, even if the result is KEPT. So the tables in
 docs/lock_files.md and docs/platforms.md stay correct."""
 
 import contextlib
@@ -72,8 +72,8 @@ def report(*words, **options):
 
 
 def start(*words):
-    """Starts the tool with its output in a file. With a pipe, the reader would wait for the children
-    of a killed tool, too."""
+    """Starts the tool. Its output goes to a file: the reader of a pipe would also wait for the children
+    of a killed tool."""
     output = tempfile.TemporaryFile("w+", errors="surrogateescape", dir="/run")
     process = subprocess.Popen([tool, *map(str, words)], stdin=subprocess.DEVNULL, stdout=output,
                                stderr=output)
@@ -112,7 +112,7 @@ def result_of(call, *arguments):
 
 
 def delay_of(change, is_seen, attempts=3):
-    """Returns the longest delay until the other machine sees a change, as a text, or KEPT."""
+    """Returns, as a text, the longest delay until the other machine sees a change. KEPT means no delay."""
     latest = 0
     for attempt in range(attempts):
         change(attempt)
@@ -140,7 +140,7 @@ def big_content(size):
 
 @contextlib.contextmanager
 def holder(file, seconds=30):
-    """Runs a process that holds the lock of a file during a `with` block."""
+    """During a `with` block, runs a process that holds the lock of a file."""
     marker = pathlib.Path(f"/run/shares/held-{threading.get_ident()}-{time.monotonic_ns()}")
     process = start("lock", file, "--", "sh", "-c", f'touch "{marker}"; exec sleep {seconds}')
     try:
