@@ -7,7 +7,7 @@ delays and counts each request. In each turn, a machine waits for the lock, hold
 releases it. For each number of machines, prints the hand-over time (from the release by one machine
 until the next machine holds the lock), the waiting times, and the requests that reach the server.
 
-All processes and mounts are in new name spaces, which end with their first process."""
+All processes and mounts are in new namespaces, which end with their first process."""
 
 import argparse
 import os
@@ -51,8 +51,8 @@ class Machine:
 
 
 def turns_of(machine, options, start, log):
-    """Runs the turns of one machine. Logs a line for each turn with three times in seconds: when the
-    machine began to wait, got the lock, and released it."""
+    """Runs the turns of one machine. For each turn, logs a line with three times in seconds: when the
+    machine began to wait for the lock, when it got the lock, and when it released the lock."""
     script = f"date +%s.%N; sleep {options.hold / 1000}; date +%s.%N"
     time.sleep(max(start - time.time(), 0))
     for _ in range(options.turns):

@@ -8,9 +8,9 @@ fault_fs sees and counts each request. The tool and its alternatives run on the 
 the other. The result is the fastest of three runs. Operations of more than a second run only once.
 
 Prints a table for each delay. The column "by name" counts the requests that contain a name: open,
-status, create, remove, rename. "least by name" is the smallest possible number of these requests,
-per file if there are several files. "all" includes lookups and requests on open files, such as reads
-and writes.
+status, create, remove, rename. "least by name" is the smallest possible number of these requests; for
+several files, it is a number per file. "all" counts all requests, also lookups and requests on open
+files, such as reads and writes.
 """
 
 import argparse
@@ -73,7 +73,7 @@ class Share:
         count = collections.Counter(line[1] for line in columns)
         # The kernel sends one LOOKUP before each request by name, and two before a RENAME or LINK.
         # Lookups of parent folders do not count. The kernel never looks up the root of the mount, so
-        # its requests are counted instead.
+        # the requests for the root are counted instead of lookups.
         names = sum(line[1] == "LOOKUP" and line[3] not in FOLDERS for line in columns)
         folders = sum(line[1] in ("OPENDIR", "GETATTR") and line[3] == "/" for line in columns)
         folders += sum(line[1] == "OPENDIR" and line[3] in FOLDERS for line in columns)
