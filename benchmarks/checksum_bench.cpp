@@ -99,7 +99,7 @@ struct Size {
     std::size_t bytes;
 };
 
-/// Adds the name of the kernel that the library selects to the report.
+/// Adds a line to the report: the name of the kernel that the library selects.
 void reportKernel()
 {
     auto const kernels = ox::data::crcKernels<Crc32>();
@@ -107,7 +107,9 @@ void reportKernel()
     benchmark::AddCustomContext("CRC kernel", std::ranges::find_if(kernels, isSupported)->name);
 }
 
-/// Registers the kernels of processors with fewer instructions.
+/// Registers the supported kernels except the first and fastest one, which the other benchmarks
+/// measure. On processors with fewer instructions, the library selects one of the registered
+/// kernels.
 void addKernels(Size size)
 {
     bool isFastest = true;

@@ -114,7 +114,7 @@ void crashBreakpad(std::string const & folder)
     crash();
 }
 
-/// Measures the installation of the crash handler at the start of a program.
+/// Measures the time that the installation of the crash handler takes at the start of a program.
 void initOurs(std::string const & folder)
 {
     start = Clock::now();

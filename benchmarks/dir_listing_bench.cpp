@@ -15,7 +15,8 @@ namespace
 
 constexpr int fileCount = 100000;
 
-/// Creates a folder with many files in the folder for temporary files (TMPDIR). Returns its path.
+/// Creates a folder with many files below the folder for temporary files (TMPDIR). Returns the path
+/// of the new folder.
 QString const & folder()
 {
     static QTemporaryDir const made;
@@ -30,7 +31,8 @@ QString const & folder()
     return path;
 }
 
-/// Sums over all entries. Without a use of the results the compiler could remove the measured code.
+/// Sums over all entries. The benchmark uses the sums, so that the compiler cannot remove the
+/// measured code.
 struct Totals {
     int entries = 0;
     qint64 nameUnits = 0;

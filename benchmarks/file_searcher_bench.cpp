@@ -21,7 +21,7 @@ void require(bool condition)
 
 constexpr char word[] = "old-server";
 
-/// Returns a job description in which the word occurs `matches` times, evenly spaced.
+/// Returns a job description in which `word` occurs `matches` times, evenly spaced.
 std::string jobs(int size, int matches)
 {
     std::string text;
@@ -93,7 +93,8 @@ auto inString(int size, int matches, FindNext findNext)
     };
 }
 
-/// Replaces the word and then restores it, so that each iteration starts with the same text.
+/// Replaces `word` by `other`, and then `other` by `word`, so that each iteration starts with the
+/// same text.
 template <class Replace>
 void replaceAndRestore(benchmark::State & state, int matches, std::string const & other,
                        Replace const & replace)

@@ -51,8 +51,8 @@ void startSleepers()
     static Sleepers const sleepers;
 }
 
-/// Sums over all processes. Without a use of the results the compiler could remove the measured
-/// code.
+/// Sums over all processes. The benchmark uses the sums, so that the compiler cannot remove the
+/// measured code.
 struct Totals {
     int processes = 0;
     long long memory = 0;

@@ -18,8 +18,8 @@ using Pointers = std::vector<Entry const *>;
 
 enum class Names { Paths, Short };
 
-/// Returns names in a random order that is the same in every run: paths in one folder, which differ
-/// only at the end, or short names, which differ in the first characters.
+/// Returns `count` names in a random order that is the same in every run. Paths are in one folder
+/// and differ only at the end. Short names differ in the first characters.
 QStringList sampleNames(Names names, int count)
 {
     std::minstd_rand random(1);
@@ -66,7 +66,8 @@ void addSort(char const * subject, Names names, int size, char const * who, Sort
         for ([[maybe_unused]] auto _ : state) {
             state.PauseTiming();
             list = unsorted;
-            // begin() detaches a QStringList from the shared entries before the measurement starts.
+            // If the list is a QStringList, begin() copies the shared entries. The copy is not
+            // measured.
             static_cast<void>(list.begin());
             state.ResumeTiming();
             sort(list);

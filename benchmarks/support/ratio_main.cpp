@@ -90,7 +90,8 @@ class RatioReporter : public benchmark::ConsoleReporter
     {
         std::string const & name = run.run_name.function_name;
         auto const slash = name.rfind('/');
-        // time_type is also set if a benchmark measures its own times.
+        // time_type is empty if the benchmark measures processor time. It is set for real time, and
+        // for times that the benchmark measures itself.
         bool const isRealTime = !run.run_name.time_type.empty();
         Seconds const total = isRealTime ? run.real_accumulated_time : run.cpu_accumulated_time;
         // A run that ended with an error has no time.
