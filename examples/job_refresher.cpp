@@ -29,7 +29,7 @@ class JobFile
   public:
     explicit JobFile(QString const & path) : path_(path) {}
 
-    /// Loads the file unless it is unchanged since the last load.
+    /// If the file has changed since the last load, loads it again.
     void refresh()
     {
         std::optional<Version> const found = version();

@@ -27,7 +27,7 @@ TIME32 = struct.Struct("<I")  # _oxTime32
 
 
 class FixedString:
-    """Layout of a fixed string. `kind` is "even", "uneven", "all" or "wide"; `capacity` is N."""
+    """Layout of a fixed string. `kind` is "even", "uneven", "all" or "wide"; `capacity` is in characters."""
 
     def __init__(self, kind, capacity):
         self.capacity = capacity
@@ -243,9 +243,9 @@ class LockFile:
             os.close(descriptor)
 
     def _create(self, who, fresh):
-        """Creates the lock file, or uses the already created file `fresh`, and takes its `flock`.
+        """Creates the lock file, or uses the already created file `fresh`. Then takes the file's `flock`.
 
-        Success sets `_descriptor`. Returns the created file if another process has its `flock`, otherwise None."""
+        Success sets `_descriptor`. If another process has the `flock`, returns the created file, otherwise None."""
         try:
             if fresh is None:
                 fresh = os.open(self.name, os.O_RDWR | os.O_CREAT | os.O_EXCL, 0o666)
@@ -270,7 +270,7 @@ class LockFile:
         return None
 
     def _remove(self, descriptor):
-        """Deletes or renames the open lock file, unless its name refers to another file. Closes it."""
+        """Deletes or renames the open lock file, unless the name refers to another file. Closes the descriptor."""
         try:
             if self._is_named(descriptor):
                 try:
@@ -307,7 +307,7 @@ class LockFile:
 
     @staticmethod
     def _flock(descriptor, operation):
-        """Tries three times within 7 ms to take a `flock`. Returns None if the share has no `flock`s."""
+        """Tries three times within 7 ms to take a `flock`. If the share does not support `flock`, returns None."""
         for pause in (0.002, 0.004, 0):
             try:
                 fcntl.flock(descriptor, operation | fcntl.LOCK_NB)
