@@ -173,7 +173,7 @@ TEST(ProcessListOnLinux, ListsRunningProcessesWithTheirFigures)
         kernelThreads += list->entries[i].parentPid == 2 || list->entries[i].name == "KTHREADD";
     EXPECT_EQ(kernelThreads, 0);
 
-    // The process "partlyEnded" started after the last call of initGetProcessInfo.
+    // Only the main thread of `partlyEnded` has ended: the process still has its name and memory.
     int const index = list->getListIDByPID(partlyEnded.id(), false);
     ASSERT_GE(index, 1);
     list->getProcessInfo(index);
