@@ -99,8 +99,8 @@ TEST_F(CrashTest, TheDumpReaderNamesTheFunctionThatCrashed)
 
     for (ox::tool::CrashKind const & kind : ox::tool::crashKinds()) {
         SCOPED_TRACE(kind.name);
-        // In a 32-bit build, the dump reader cannot unwind the C library without the symbols of the
-        // library.
+        // In a 32-bit build, the dump reader cannot unwind frames of the C library without the
+        // symbols of the C library.
         bool const endsInLibrary = text(kind.name) == u"abort"_q || text(kind.name) == u"throw"_q;
         if (sizeof(void *) == 4 && endsInLibrary)
             continue;
@@ -111,8 +111,9 @@ TEST_F(CrashTest, TheDumpReaderNamesTheFunctionThatCrashed)
             "minidump_stackwalk", {u"-m"_q, folder.filePath(dumps()[0]), path("symbols")});
         ASSERT_TRUE(stackReader.hasEnded && !stackReader.hasCrashed);
         QByteArray const & report = stackReader.output;
-        // The report contains the line "Crash|SIGSEGV /SEGV_MAPERR|0x0|0", whose last field is the
-        // thread, and lines of frames such as "0|1|crash_child|ox::tool::…|file|line|0x…".
+        // The report contains a line such as "Crash|SIGSEGV /SEGV_MAPERR|0x0|0", whose last field
+        // is the number of the crashed thread. Each frame has a line that begins with the number of
+        // its thread, such as "0|1|crash_child|ox::tool::…|file|line|0x…".
         auto const crash = report.mid(report.indexOf("\nCrash|") + 1);
         auto const thread = crash.left(crash.indexOf('\n')).split('|').last();
         bool isNamed = false;

@@ -141,7 +141,7 @@ TEST_F(CrashTest, AnInstallationsDumpsAreInItsReleaseLogFolder)
     program = bin + QDir::separator() + original.fileName();
     ASSERT_TRUE(QFile::copy(original.filePath(), program));
     addLibraryFolder(original.absolutePath());
-    // An invalid folder is ignored, and the previous folder stays in use.
+    // setDumpPath() ignores a folder whose path is too long. The previous folder stays in use.
     run({u"too-long-folder"_q, u"dump"_q}, u"default"_q);
     EXPECT_EQ(output, "true\n");
     EXPECT_EQ(QDir(logs).entryList({u"*.oxdmp"_q}).size(), 1);

@@ -203,8 +203,8 @@ TEST_F(DataBufferFile, LoadsCompressedDataIntoABlockOfTheCallersSize)
     EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressedHeader(file, block, -1), Z_STREAM_ERROR);
     EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressedHeader(file, nullptr, 5), Z_STREAM_ERROR);
 
-    // The overload for two blocks reports success for a file that is too short for the second
-    // block.
+    // The overload of loadFromFileCompressed() for two blocks reports success even if the file is
+    // too short for the second block.
     char header[32];
     EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressed(file, true, header, 32, block, 40), 0);
     EXPECT_EQ(_OX_DataBuffer::loadFromFileCompressed(file, true, header, -1, nullptr, 0),
@@ -331,7 +331,7 @@ TEST_F(DataBufferFile, RequiresTheExactLengthOnRequest)
     EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 26, false), Z_BUF_ERROR);
     EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 28, false), WrongLength);
     EXPECT_EQ(_OX_DataBuffer::compressNLoadFromFile(file, block, 27, true), 0);
-    // The stored length equals the value of an error code. The load must not report success.
+    // The stored sizeUncompressed equals an error code. Loading the file must not report success.
     _OX_DataBuffer wrongLength;
     ASSERT_TRUE(wrongLength.loadFromFile(file, true));
     wrongLength.sizeUncompressed = WrongLength;

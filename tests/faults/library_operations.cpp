@@ -222,7 +222,8 @@ std::vector<Operation> copies()
     return all;
 }
 
-/// If the status query for the source or the folder fails, the library reports it as missing.
+/// Calls syncCopy with the source and `to`. If the status query for the source fails, the library
+/// reports a missing source. If the status query for the folder fails, it reports a missing folder.
 Operation synchronising(char const * name, Files const & before, Files const & after, int pause,
                         char const * to)
 {
@@ -254,7 +255,7 @@ std::vector<Operation> synchronisations()
             -1, "folder/target"),
         synchronising("syncUpToDate", {{"/source", newContent()}}, {{"/source", newContent()}}, -1,
                       "source")};
-    all[0].byName = 14; // 2 for the source, 2 to search for temporary files (once a minute)
+    all[0].byName = 14; // of them 2 for the source, 2 to find temporary files (once a minute)
     all[3].byName = 2;
     all[0].backup = all[1].backup = "/target_old";
     all[0].isFlushed = all[1].isFlushed = true;
@@ -355,8 +356,8 @@ std::vector<Operation> operationsOnNames()
              .after = {{"/a", isFolder}, {"/a/b", isFolder}, {"/a/b/c", isFolder}},
              .run = createFolders,
              .texts = {"File exists"}}, // if a status query for a folder fails
-            // If the status query for the file fails, the library treats the file as missing, which
-            // is a success.
+            // If the status query for the file fails, the library treats the file as missing.
+            // Deleting a missing file is a success.
             {.name = "delete", .before = text, .run = deleteTarget, .mayHideFaults = true},
             {.name = "list",
              .before = folderOfFiles(20),

@@ -60,7 +60,7 @@ TEST_F(DirListing, ListsFilesAndOnRequestFoldersWithoutDots)
         EXPECT_EQ(list(folder.path(), true, inMemory), all);
     }
     EXPECT_EQ(list(folder.path() + QDir::separator(), true), all);
-    // Slashes and backslashes are accepted on every system.
+    // oxDirListing accepts slashes and backslashes on every system.
     EXPECT_EQ(list(folder.path().replace(u'/', u'\\'), true), all);
     EXPECT_EQ(list(folder.path().replace(u'\\', u'/'), true), all);
 }

@@ -68,7 +68,7 @@ TEST_F(FileLocker, IsNotInheritedByOtherPrograms)
     ASSERT_TRUE(locker.lock(0, who, nullptr, false));
     Child child(childProgram, {QStringLiteral("hold"), folder.filePath(QStringLiteral("other"))});
     ASSERT_TRUE(child.hasPrinted());
-    // Under another name, unlock() does not remove the lock file.
+    // unlock() does not remove a lock file that has been renamed.
     ASSERT_TRUE(QFile::rename(lockName, lockName + u'2'));
     locker.unlock();
     ASSERT_TRUE(QFile::rename(lockName + u'2', lockName));

@@ -46,7 +46,8 @@ class FileSync : public FolderTest
         return syncCopy(record(source), record(target), true, &errors, &info, pause, verbose);
     }
 
-    /// Returns a message in which the path of the source replaces $ and the path of the target @.
+    /// Returns `form` with each $ replaced by the path of the source, and each @ by that of the
+    /// target.
     Text message(char const * form) const
     {
         QString result;

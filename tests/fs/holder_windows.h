@@ -6,7 +6,7 @@
 
 #include <windows.h>
 
-/// Keeps a file open without sharing during its lifetime.
+/// Opens a file without sharing. The destructor closes the file.
 class Holder
 {
   public:

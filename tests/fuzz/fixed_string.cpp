@@ -269,7 +269,7 @@ class Interpreter
             OX_HOLDS(a.text.contains(with.c) == (a.model.find(c) != a.model.npos));
             break;
         case 20: {
-            // A prefix of a text is less than the text.
+            // In the expected order, a prefix of a text is less than the text.
             std::basic_string<std::make_unsigned_t<Unit>> const x(upperA.begin(), upperA.end());
             std::basic_string<std::make_unsigned_t<Unit>> const y(upperB.begin(), upperB.end());
             OX_HOLDS(a.text.compare(b.text) == (x > y) - (x < y));

@@ -8,8 +8,8 @@
 #include <vector>
 
 // Implements the option "--long-inputs SECONDS FOLDER…" of a fuzz target, which searches for inputs
-// that take more than linear time. Repeats an input of the corpus, or a piece of an input, until it
-// has one of two lengths, and compares the processor times of both lengths.
+// that take more than linear time. Repeats an input of the corpus, or a piece of an input, to build
+// a short and a long input. Compares the processor times that the target takes for both.
 
 namespace
 {

@@ -35,11 +35,11 @@ namespace
 /// operations on this name must report; 0 means success.
 struct Planted {
     Kind kind;
-    int write;   ///< of functions that write to a file, as root
-    int change;  ///< of functions that change permissions or times, as root
-    int append;  ///< of oxResumeFile, as root
-    int copy;    ///< of oxCopyFile
-    int segment; ///< of oxSharedMemory
+    int write;   ///< errno of functions that write to a file, called by root
+    int change;  ///< errno of functions that change permissions or times, called by root
+    int append;  ///< errno of oxResumeFile, called by root
+    int copy;    ///< errno of oxCopyFile
+    int segment; ///< errno of oxSharedMemory
 };
 
 constexpr Planted allPlanted[] = {

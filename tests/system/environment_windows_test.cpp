@@ -54,7 +54,7 @@ TEST(ApplicationPath, UsesTheArgumentIfTheRecordCannotHoldTheExecutablePath)
     ASSERT_TRUE(QDir().mkpath(folder.path() + u"/\u041F"_q));
     ASSERT_TRUE(QFile::copy(ownProgram(), program));
     ASSERT_TRUE(QFile::copy(ownProgram(), inFolder));
-    // A copy of the program finds the DLLs in the folder of the original through PATH.
+    // PATH contains the original program's folder, so that a copy of the program finds the DLLs.
     qputenv("PATH", qgetenv("PATH") + ';' +
                         QDir::toNativeSeparators(QFileInfo(ownProgram()).path()).toLocal8Bit());
     QByteArray const own = QDir::toNativeSeparators(folder.path()).toLatin1() + '\\';

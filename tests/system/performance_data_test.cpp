@@ -136,7 +136,7 @@ std::string readValues(std::vector<char> const & bytes)
 
 TEST(PerformanceData, FindsProcessesByIdProcessorsByNameAndTheMemory)
 {
-    // The parser reads only counters of 4 and 8 bytes.
+    // The parser reads only counters of 4 and 8 bytes. So the counter of 3 bytes is shown as "-".
     EXPECT_EQ(readValues(sampleBlock()), "132000000000000000 333 20015998343868 4294967295 77 4096 "
                                          "5 1 6 7 1000 2000 - - ");
     std::vector<char> const block = sampleBlock();

@@ -181,7 +181,7 @@ TEST_F(SharedMemoryAsRoot, FallsBackToTheLocalSegmentWithoutAccessToTheGlobalOne
     }));
     QFile::remove(globalObject);
 
-    // A local object of another user is refused, too.
+    // create() also refuses a local object of another user.
     writeFile(localObject, garbage);
     ASSERT_EQ(::chown(localObject.toStdString().c_str(), nobody, nobody), 0);
     EXPECT_FALSE(memory.create(10, false, false));

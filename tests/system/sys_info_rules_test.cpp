@@ -118,7 +118,7 @@ TEST(LocalClock, HasTheLocalCalendarFields)
               std::make_tuple(2026, 11, 6, 14));
     EXPECT_EQ(std::tie(clock.hour, clock.minute, clock.second, clock.milliseconds),
               std::make_tuple(9, 5, 7, 0));
-    // The year does not fit into 16 bits, although its low 16 bits are a valid year.
+    // The year of this time does not fit into 16 bits, although its low 16 bits are a valid year.
     EXPECT_EQ(localClockAt(_oxTime(std::int64_t{65536} * 31556952 + time.value, true)),
               std::nullopt);
     EXPECT_EQ(localClockAt(_oxTime(std::numeric_limits<__int64>::max(), true)), std::nullopt);

@@ -6,7 +6,7 @@
 //
 // The program counts the requests and logs each of them in one line: number, operation, inode,
 // path, new path, size, offset and result, separated by tabs. LOOKUP is the kernel's search for a
-// name, GETATTR its request for the attributes of a known file. The options are:
+// name. GETATTR is the kernel's request for the attributes of a known file. The options are:
 //   --delay    additional time of each request
 //   --threads  number of requests that are served at the same time, by default 1
 //   --piece    largest read or write, by default 128 KiB
