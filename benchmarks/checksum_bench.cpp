@@ -59,7 +59,7 @@ constexpr Candidate candidates[] = {
     {"crc64", "oxShared",
      [](auto data, auto size) -> std::uint64_t { return oxCRCCalc64(data, size); }},
     // crc64_jones_refl() of ISA-L inverts the register before the first byte and after the last
-    // byte.
+    // byte. The two operators ~ undo this.
     {"crc64", "ISA-L",
      [](auto data, auto size) -> std::uint64_t {
          return ~crc64_jones_refl(~std::uint64_t{0}, data, size);

@@ -8,7 +8,7 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 # Writes compile_commands.json, which editors read.
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
-# When a shared library is linked again, the programs that use it are not.
+# Does not link a program again if only its shared libraries have changed.
 set(CMAKE_LINK_DEPENDS_NO_SHARED ON)
 
 if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)

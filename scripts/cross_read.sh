@@ -47,7 +47,7 @@ for build in "${builds[@]}"; do
   oxtool "$build" crash-test thread --dir "crash-$build" >/dev/null
   case $build in windows-*) reason='EXCEPTION_ACCESS_VIOLATION' ;; *) reason='SIGSEGV' ;; esac
   # The report contains a line such as "Crash|SIGSEGV /SEGV_MAPERR|0x0|1", whose last field is the
-  # crashed thread. Thread 0 only waits.
+  # number of the crashed thread. Thread 0 only waits.
   report=$("$reader" -m "crash-$build"/*.oxdmp 2>/dev/null)
   grep -qE "^Crash\|$reason.*\|0x0\|[1-9]" <<<"$report" ||
     fail "the dump of $build does not contain the crash of a second thread"

@@ -21,8 +21,8 @@ packages=$root/build/packages
 mkdir -p "$packages"
 made=$(mktemp -d)
 trap 'rm -rf "$made"' EXIT
-# All files in the packages get the time of the commit. A source archive has no repository to read this
-# time from, but git archive has set the times of all files in it: the time of shared/version.h is used.
+# All files in the packages get the time of the commit. A source archive has no repository, but git
+# archive gives all files in it the time of the commit. So the script takes the time of shared/version.h.
 SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git -C "$root" log -1 --format=%ct 2>/dev/null ||
   stat -c %Y "$root/shared/version.h")}
 export SOURCE_DATE_EPOCH TZ=UTC LC_ALL=C.UTF-8
