@@ -48,12 +48,12 @@ fuzz() { # target
   if ! "$program" -max_total_time="$seconds" "${options[@]}" "${quiet[@]}" -artifact_prefix="$scratch/found-" \
     "${corpus[@]}" >/dev/null 2>log; then
     for file in found-*; do
-      [ -f "$file" ] || { tail -n 40 log; fail "$1 ended without an input"; }
+      [ -f "$file" ] || { tail -n 40 log; fail "$1 failed without storing an input that reproduces the failure"; }
       report_finding "$1" "$file" log
     done
   fi
   if ! "$program" --long-inputs $((seconds / 10 + 1)) "${corpus[@]}" >/dev/null 2>long; then
-    [ -f slow-input ] || { tail -n 40 long; fail "$1 ended at a long input"; }
+    [ -f slow-input ] || { tail -n 40 long; fail "$1 failed at a long input without storing it"; }
     report_finding "$1" slow-input long
   fi
   printf '%-14s %9d runs in %4d s, %6d edges, %5d inputs; %s\n' "$1" \
