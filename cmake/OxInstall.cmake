@@ -15,11 +15,11 @@ install(EXPORT oxSharedTargets NAMESPACE oxShared:: DESTINATION "${OX_PACKAGE_DI
 # Moves the debug information of an installed library or program FILE into FILE.debug in the same
 # folder. Debuggers and dump_syms find FILE.debug by the .gnu_debuglink section of FILE.
 function(ox_split_debug_information target folder)
-  if(NOT OX_DEBUG_INFO OR OX_DEBIAN) # cpack puts it into separate packages
+  if(NOT OX_DEBUG_INFO OR OX_DEBIAN) # cpack puts the debug information into separate packages
     return()
   endif()
   if(NOT CMAKE_OBJCOPY)
-    message(STATUS "There is no objcopy: ${target} is installed together with its debug information.")
+    message(STATUS "objcopy is not available: the installed ${target} contains its debug information.")
     return()
   endif()
   install(CODE "

@@ -57,7 +57,7 @@ applications of the farm do, and monitors the machine and its processes.")
 
 # Each package has a copyright file and a changelog. Packages with code have the notices of
 # Breakpad, too.
-string(TIMESTAMP year "%Y" UTC) # of the time SOURCE_DATE_EPOCH if the variable is set
+string(TIMESTAMP year "%Y" UTC) # the year of SOURCE_DATE_EPOCH if this variable is set
 file(WRITE "${PROJECT_BINARY_DIR}/debian/copyright"
 "oxShared: the sources contain no licence. Ask the maintainer before you pass the package on.
 

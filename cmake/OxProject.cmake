@@ -46,7 +46,7 @@ macro(ox_find_qt)
   endif()
 endmacro()
 
-option(OX_DEBUG_INFO "Compile releases with debug information, and install it in files of its own" ON)
+option(OX_DEBUG_INFO "Compile releases with debug information, and install the debug information in separate files" ON)
 
 include(CheckCXXCompilerFlag)
 include(CheckPIESupported)
