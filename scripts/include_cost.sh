@@ -26,7 +26,7 @@ seconds_of() {
 }
 median() { sort -g | awk '{ value[NR] = $1 } END { printf "%.2f", (value[int((NR + 1) / 2)] + value[int(NR / 2) + 1]) / 2 }'; }
 
-echo "| header | user seconds | / \`<QString>\` |"
+echo "| header | user seconds | ratio to \`<QString>\` |"
 echo "|---|---:|---:|"
 for header in "${headers[@]}"; do
   times=() ratios=()
