@@ -83,8 +83,8 @@ make_root() { # folder
     "$codename" "$1" "${sources[@]}"
 }
 
-# Tests the Debian packages. Runs inside a copy of the minimal root (chroot). Its folder /test contains
-# the packages and the examples.
+# Tests the Debian packages. Runs after chroot into a copy of the minimal root. In this copy, the folder
+# /test contains the packages and the examples.
 test_in_root() {
   set -euo pipefail
   export DEBIAN_FRONTEND=noninteractive PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root

@@ -33,7 +33,7 @@ std::string randomBytes(std::size_t count, int alphabet, unsigned seed)
     return bytes;
 }
 
-/// Returns the text that chunkzipAdd() has compressed into the buffer. Decompresses it in pieces.
+/// Decompresses, in pieces, what chunkzipAdd() has compressed into the buffer. Returns the text.
 std::string inflated(_OX_DataBuffer & buffer)
 {
     z_stream zs;

@@ -105,7 +105,7 @@ void checkRoundTrip(Coder const & coder, QString const & before, QString const &
     OX_HOLDS(coder.decode(coder.encode(text, true)) == doubled);
 }
 
-/// Decodes the runs of a text one by one. The result is the one that oxFromOXUTF8() documents.
+/// Decodes the runs of a text one by one. The result must equal the result of oxFromOXUTF8().
 QString decodedRuns(QString text)
 {
     Coder const & coder = coders[0];
