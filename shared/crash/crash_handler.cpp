@@ -46,7 +46,7 @@ void writeLine(void * text)
         if (oxLogger * const logger = application.load()->logger)
             logger->log(error, *static_cast<LogText *>(text), true);
     } catch (...) {
-        // An exception of the logger must not stop the dump.
+        // An exception that the logger throws must not stop the dump.
     }
 }
 
@@ -150,8 +150,8 @@ bool onDump(WrittenDump const & dump)
     return dump.succeeded && !isPassedToSystem;
 }
 
-/// Returns the absolute path of a folder, without a separator at its end. Empty if the path is too
-/// long for the dump writer or cannot be determined.
+/// Returns the absolute path of a folder, without a separator at its end. If the path is too long
+/// for the dump writer or cannot be determined, returns an empty name.
 NativeName dumpFolder(NativeName const & folder)
 {
     if (folder.empty())

@@ -22,8 +22,9 @@
 ///
 /// The parts are the log file's name without ".txt", the local time of the dump (month, day, hour,
 /// minute, second), the library's version, the local time of the application's start (year to
-/// minute), and the word size of the build. Existing files are never overwritten: the dump gets the
-/// name of the next free second, and keeps its temporary name if no second within a minute is free.
+/// minute), and the word size of the build. Existing files are never overwritten: if the name
+/// exists, the dump gets the name of the next free second. If no second within a minute is free,
+/// the dump keeps its temporary name.
 ///
 /// Two lines are logged. The first is "crash detected true", or "crash detected false" if no dump
 /// could be written. The second follows 200 ms later, after the rename: "wrote dumpfile to " with
@@ -66,10 +67,11 @@ class OX_EXPORT oxCrashHandler
     /// Sets the dump folder to `logFolder` of the context, by the rules of setDumpPath.
     void setDumpPathDefault();
 
-    /// Sets whether a crash is passed on, after its dump, to the previous handlers and on Windows
-    /// to the system's error reporting. Off by default. A crash whose dump failed is always passed
-    /// on. On Linux the process ends by the signal of the crash in any case, and the system writes
-    /// a core dump if it is configured to (`ulimit -c`, `kernel.core_pattern`).
+    /// Sets whether a crash is passed on after its dump. It is passed on to the previous handlers
+    /// and, on Windows, also to the system's error reporting. Off by default. A crash whose dump
+    /// failed is always passed on. On Linux the process ends by the signal of the crash in any
+    /// case, and the system writes a core dump if it is configured to (`ulimit -c`,
+    /// `kernel.core_pattern`).
     void setReportCrashesToSystem(bool on);
 
     /// Writes a dump of the running process, with the exception code 0xC0000025. Returns whether
