@@ -128,8 +128,8 @@ class ByteSearch
         secondProbe_ = length_ > 1 ? rarest(firstProbe_) : firstProbe_;
     }
 
-    /// Returns the first position >= `from` of the pattern, or -1. A negative `from` counts as 0.
-    /// An empty pattern gives -1.
+    /// Returns the position of the first match at or after `from`, or -1. A negative `from` counts
+    /// as 0. An empty pattern gives -1.
     int find(std::span<char const> text, int from)
     {
         from = std::max(from, 0);

@@ -15,8 +15,8 @@ namespace ox::data
 static_assert(std::endian::native == std::endian::little);
 
 /// Definition of a CRC. `polynomial` is in the usual notation: highest power first, without the
-/// leading coefficient. A reflected CRC has the same notation, but its register holds the highest
-/// power in its lowest bit.
+/// leading coefficient. For a reflected CRC the notation is the same, but the register of the CRC
+/// holds the highest power in its lowest bit.
 template <class W, W polynomialBits, bool reflected>
 struct CrcDefinition {
     using Word = W;
@@ -72,8 +72,8 @@ constexpr CrcTables<Crc> makeCrcTables()
 template <class Crc>
 inline constexpr CrcTables<Crc> crcTables = makeCrcTables<Crc>();
 
-/// Returns the register in the form in which it is XORed to the next bytes of the data, read as a
-/// little-endian word.
+/// Converts the register so that it can be XORed with the next bytes of the data, which are read as
+/// a little-endian word.
 template <class Crc>
 constexpr std::uint64_t asNextBytes(typename Crc::Word crc)
 {

@@ -1,10 +1,11 @@
 // The folding kernel for vectors of any width. crc_kernels.cpp includes this file once for each
-// instruction set, in a namespace that has Vector and with the macro OX_TARGET. A template cannot
-// replace the repeated inclusion, since each function must be compiled for its instruction set.
+// instruction set: `Vector` is the vector type, OX_TARGET the compiler's target attribute. A
+// template cannot replace the inclusions, since each function must be compiled for its instruction
+// set.
 
-/// Moves each block to half a block behind the end of the data (see FoldConstants::behindEnd) and
-/// returns the sum of the moved blocks. First adds `carried` to the first block. `factors` has one
-/// entry for each block.
+/// Moves each block to the position half a block behind the end of the data (see
+/// FoldConstants::behindEnd) and returns the sum of the moved blocks. First adds `carried` to the
+/// first block. `factors` has one entry for each block.
 template <bool isReversed>
 __attribute__((always_inline)) OX_TARGET inline Block
 moveBehindEnd(Block carried, FoldFactors const * factors, unsigned char const * data,
@@ -38,8 +39,8 @@ moveBehindEnd(Block carried, FoldFactors const * factors, unsigned char const * 
     return sum;
 }
 
-/// Folds at least FoldConstants::atOnce blocks into one block, half a block behind the end of the
-/// data. First adds `carried` to the first block.
+/// Folds FoldConstants::atOnce or more blocks into one block at the position half a block behind
+/// the end of the data. First adds `carried` to the first block.
 template <bool isReversed>
 __attribute__((always_inline)) OX_TARGET inline Block
 foldLong(FoldConstants const & constants, Block carried, unsigned char const * data,

@@ -24,9 +24,9 @@ namespace
 
 using Block = __m128i;
 
-/// Byte orders for a shuffle. The 16 entries from [n] on move the first n bytes of a block to its
-/// end, those from [16 + n] on move the bytes behind the first n to its start. The other bytes of
-/// the block become 0.
+/// Byte orders for a shuffle. The 16 entries from [n] on move the first n bytes of a block to the
+/// end of the block. The 16 entries from [16 + n] on move all but the first n bytes to the start.
+/// The other bytes of the block become 0.
 constexpr auto byteShifts = [] {
     std::array<unsigned char, 48> order{};
     order.fill(0x80);
@@ -205,8 +205,8 @@ typename Crc::Word remainder(Block x)
         auto const quotient = Vector128::sum(x, _mm_clmulepi64_si128(x, divisors, 0x01));
         rest = Vector128::sum(x, _mm_clmulepi64_si128(quotient, divisors, 0x11));
     }
-    // The register is at the highest powers: at the start of the high half, or reversed at the end
-    // of the low half.
+    // The bits at the highest powers of the remainder are the register: the upper bits of the low
+    // half or, if the CRC is reflected, the lower bits of the high half.
     constexpr int position = Crc::isReflected ? 2 : 1;
     auto const bits = static_cast<std::uint32_t>(_mm_extract_epi32(rest, position));
     if constexpr (sizeof(typename Crc::Word) <= sizeof bits) {

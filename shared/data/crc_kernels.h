@@ -36,7 +36,7 @@ extern template struct SelectedCrcKernel<Crc32>;
 extern template struct SelectedCrcKernel<Crc64>;
 
 /// Advances a CRC register over `length` bytes with the fastest implementation that this machine
-/// supports. Inline, since each further call slows the checksum of short data.
+/// supports. Inline, since a further function call would slow the checksum of short data.
 template <class Crc>
 inline typename Crc::Word advanceCrc(typename Crc::Word crc, unsigned char const * data,
                                      std::size_t length)

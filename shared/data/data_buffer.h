@@ -68,37 +68,37 @@ class OX_EXPORT _OX_DataBuffer
 
     // Memory
 
-    /// Ensures a capacity of newSize bytes; the old content may be lost. A block that is large
+    /// Ensures a capacity of `newSize` bytes; the old content may be lost. A block that is large
     /// enough stays unchanged; otherwise a new, zero-filled block replaces it. `size` does not
     /// change.
-    /// Fails: with unchanged `error` when newSize is negative or above maxMB MiB; with OutOfMemory
-    /// when memory is lacking, which leaves no block.
+    /// Fails: if `newSize` is negative or above `maxMB` MiB, `error` stays unchanged. If memory is
+    /// lacking, fails with OutOfMemory and frees the block.
     bool newsize(int newSize, int maxMB);
 
-    /// Ensures a capacity of newSize bytes and keeps the content. A block that is large enough
-    /// stays unchanged. The block grows to exactly newSize bytes; the new bytes are zero only if
-    /// there was no block. `size` does not change.
-    /// Fails: with unchanged `error` when newSize is above maxMB MiB; with OutOfMemory when memory
-    /// is lacking, which leaves no block.
+    /// Ensures a capacity of `newSize` bytes and keeps the content. A block that is large enough
+    /// stays unchanged; a smaller block grows to exactly `newSize` bytes. The new bytes are zero
+    /// only if there was no block. `size` does not change.
+    /// Fails: if `newSize` is above `maxMB` MiB, `error` stays unchanged. If memory is lacking,
+    /// fails with OutOfMemory and frees the block.
     bool resize(int newSize, int maxMB);
 
     /// Sets all bytes of the block to 0.
     void fillZero();
 
-    /// Appends len bytes to the valid bytes; a len below 1 has no effect. `src` must not lie in the
-    /// block.
-    /// Fails: with Corrupt when `src` is null or `size` is negative or beyond the block; otherwise
-    /// as resize() with a limit of `memoryLimitMB`.
+    /// Appends `len` bytes to the valid bytes; a `len` below 1 has no effect. `src` must not lie in
+    /// the block.
+    /// Fails: with Corrupt when `src` is null, or when `size` is negative or beyond the block. Also
+    /// fails as resize() with a limit of `memoryLimitMB`.
     bool append(char * src, int const & len);
 
-    /// Copies len bytes to the start of the block, which grows if necessary; a len below 1 has no
-    /// effect. `size` does not change: the caller sets it.
-    /// Fails: with Corrupt when `src` is null; otherwise as resize() with a limit of
+    /// Copies `len` bytes to the start of the block, which grows if necessary; a `len` below 1 has
+    /// no effect. `size` does not change: the caller sets it.
+    /// Fails: with Corrupt when `src` is null. Also fails as resize() with a limit of
     /// `memoryLimitMB`.
     bool copyFromBuffer(char const * src, int const & len);
 
-    /// Copies the first len bytes of the block, at most `sizeAllocated`, to `dest`. `size` does not
-    /// limit the number of bytes.
+    /// Copies the first `len` bytes of the block, at most `sizeAllocated`, to `dest`. `size` does
+    /// not limit the number of bytes.
     void copyToBuffer(char * dest, int const & len) const;
 
     /// Sets `crc` to the CRC-32 of the first `size` bytes.
@@ -112,21 +112,20 @@ class OX_EXPORT _OX_DataBuffer
 
     // Search
 
-    /// Returns the first position >= `from` of `pattern` in the first `size` bytes, or -1. The case
-    /// of letters matters. An empty pattern gives -1. A negative `from` counts as 0.
+    /// Returns the position of the first match of `pattern` at or after `from` within the first
+    /// `size` bytes, or -1. Case matters. An empty pattern gives -1. A negative `from` counts as 0.
     int indexOf(_oxString8_evenSize<250> const & pattern, int from) const;
 
-    /// Returns the first position >= `from` of `pattern` in the first `size` bytes, ignoring the
-    /// case of ASCII letters, or -1. An empty pattern gives -1. A negative `from` counts as 0.
+    /// Searches for `pattern` as indexOf() does, but ignores the case of ASCII letters.
     int indexOfIgnCase(_oxString8_evenSize<250> const & pattern, int from) const;
 
     // Compression of a whole block to a zlib stream
 
-    /// Compresses srcLen bytes into this buffer. The compressed data begins at `offset`; the bytes
-    /// before it are free for the caller. Sets `size` to the compressed length without `offset`,
-    /// and `sizeUncompressed`, `dataOffset` and `isCompressed`.
-    /// Fails: with zlib's code; with `error` 0 when the result may need more than `memoryLimitMB`;
-    /// with OutOfMemory when memory is lacking, which leaves no block.
+    /// Compresses `srcLen` bytes into this buffer. The compressed data begins at `offset`; the
+    /// bytes before it are free for the caller. Sets `size` to the compressed length without
+    /// `offset`. Also sets `sizeUncompressed`, `dataOffset` and `isCompressed`.
+    /// Fails: with zlib's code. If the result may need more than `memoryLimitMB`, fails with
+    /// `error` 0. If memory is lacking, fails with OutOfMemory and frees the block.
     bool compressFromB(char const * src, int const & srcLen, int const & offset);
 
     /// Compresses the valid bytes of another buffer into this one, by the rules of compressFromB().
@@ -134,32 +133,32 @@ class OX_EXPORT _OX_DataBuffer
     /// its block.
     bool compressFrom(_OX_DataBuffer & src, int const & offset);
 
-    /// Decompresses the `size` bytes at `dataOffset` into exactly destLen bytes. If `offset` is
-    /// not null, first sets `dataOffset` to *offset. Returns destLen.
-    /// Fails: returns the code and sets `error` to it: zlib's code, or WrongLength when the length
-    /// of the result differs from destLen or from `sizeUncompressed`.
+    /// Decompresses the `size` bytes at `dataOffset` into exactly `destLen` bytes. If `offset` is
+    /// not null, first sets `dataOffset` to `*offset`. Returns `destLen`.
+    /// Fails: returns an error code and stores it in `error`: zlib's code, or WrongLength if the
+    /// length of the result differs from `destLen` or from `sizeUncompressed`.
     int decompressToB(char * dest, int const & destLen, int const * offset);
 
     /// Decompresses into another buffer. Sets the `size` of `dest` to the length of the result, or
-    /// to the code of the error. Returns whether the length is above 0. `offset` has
+    /// to the code of the error. Returns whether this `size` is above 0. `offset` has
     /// the same effect as in decompressToB().
-    /// Fails: sets `error` of this buffer: OutOfMemory when `dest` cannot get a block of
-    /// `sizeUncompressed` bytes, otherwise as decompressToB().
+    /// Fails: sets `error` of this buffer. If `dest` cannot get a block of `sizeUncompressed`
+    /// bytes, the code is OutOfMemory; otherwise the codes are those of decompressToB().
     /// Compatibility: an existing block of `dest` that is larger than `sizeUncompressed` gives
     /// WrongLength, as the applications expect.
     bool decompressTo(_OX_DataBuffer & dest, int const * offset);
 
     // Compression in pieces, with the caller's z_stream
 
-    /// Begins a compressed stream in a block of initialSize bytes.
-    /// Fails: as newsize() with a limit of `memoryLimitMB`; otherwise with zlib's code.
+    /// Begins a compressed stream in a block of `initialSize` bytes.
+    /// Fails: as newsize() with a limit of `memoryLimitMB`, or with zlib's code.
     bool chunkzipStart(z_stream & zs, int initialSize);
 
-    /// Compresses len more bytes. With `last` it also ends the stream.
-    /// Fails: with Z_BUF_ERROR (-5) when the block is full and has already grown in this call;
-    /// otherwise with zlib's code, or as resize() with a limit of `memoryLimitMB`.
-    /// Compatibility: the block grows by one half, at most once per call, when twice the input does
-    /// not fit or the block is full. The applications rely on this growth.
+    /// Compresses `len` more bytes. With `last` it also ends the stream.
+    /// Fails: if the block is full and has already grown in this call, fails with Z_BUF_ERROR (-5).
+    /// Also fails with zlib's code, or as resize() with a limit of `memoryLimitMB`.
+    /// Compatibility: if the block is full or has no space for twice the input, it grows by one
+    /// half, but at most once per call. The applications rely on this growth.
     bool chunkzipAdd(z_stream & zs, unsigned char * in, int len, bool last);
 
     /// Releases zlib's memory of the compression. Always returns true.
@@ -169,11 +168,11 @@ class OX_EXPORT _OX_DataBuffer
     /// Fails: with zlib's code.
     bool chunkUnzipStart(z_stream & zs);
 
-    /// Decompresses up to outLen bytes. Sets zs.avail_out to the number of bytes that stay free in
-    /// `out`, and `dataOffset` to the offset of the next input. Returns false when there is no more
-    /// input, with unchanged `error`.
-    /// Fails: with zlib's code when the data is damaged. zlib's memory is then already released,
-    /// except with Z_STREAM_ERROR (-2).
+    /// Decompresses up to `outLen` bytes. Sets `zs.avail_out` to the number of bytes that stay free
+    /// in `out`, and `dataOffset` to the offset of the next input. At the end of the input returns
+    /// false and leaves `error` unchanged.
+    /// Fails: with zlib's code when the data is damaged. The failure releases zlib's memory, except
+    /// with Z_STREAM_ERROR (-2).
     bool chunkUnzipGet(z_stream & zs, unsigned char * out, int outLen);
 
     /// Releases zlib's memory of the decompression. Always returns true.
@@ -189,9 +188,9 @@ class OX_EXPORT _OX_DataBuffer
     // last error is the system's reason (oxLastOSError). The other codes concern the content of the
     // file or, with OutOfMemory, the memory.
     //
-    // Functions with two blocks write or read a magic of 4 bytes if `withMagic`, then block1, then
-    // block2 unless it is null. Saving with a negative length, or with a null block1 whose length
-    // is not 0, gives NotWritten and leaves the file unchanged.
+    // Functions with two blocks write or read a magic of 4 bytes if `withMagic` is true, then
+    // `block1`, then `block2` unless it is null. Saving fails with NotWritten and leaves the file
+    // unchanged if a length is negative, or if `block1` is null and `len1` is not 0.
 
     /// Saves two blocks as a plain file.
     /// Fails: NotOpened; NotWritten, even if a part of the file was written.
@@ -235,57 +234,57 @@ class OX_EXPORT _OX_DataBuffer
                                       char * const block1, int const & len1, char * const block2,
                                       int const & len2);
 
-    /// Saves len bytes as a plain gzip file: without the magic and the header of a buffer file.
-    /// Fails: NotReadable when the file cannot be opened; zlib's code when it is not written
+    /// Saves `len` bytes as a plain gzip file: without the magic and the header of a buffer file.
+    /// Fails: NotReadable when the file cannot be opened; zlib's code when the file is not written
     /// completely.
     /// Compatibility: the applications expect NotReadable, and not NotOpened, for a plain gzip
     /// file.
     static int saveGzipFile(_oxString8_evenSize<500> const & file, char const * data,
                             int const & len);
-    /// Saves len bytes as a plain gzip file; the name is a QString.
+    /// Saves `len` bytes as a plain gzip file; the name is a QString.
     static int saveGzipFile(QString const & file, char const * data, int const & len);
 
-    /// Loads up to len bytes from a plain gzip file. With `exact` the file must contain exactly len
-    /// bytes.
-    /// Fails: NotReadable when the file cannot be opened; WrongLength; zlib's code when it is
+    /// Loads up to `len` bytes from a plain gzip file. With `exact` the file must contain exactly
+    /// `len` bytes.
+    /// Fails: NotReadable when the file cannot be opened; WrongLength; zlib's code when the file is
     /// damaged or truncated.
     static int loadGzipFile(_oxString8_evenSize<500> const & file, char * dest,
                             unsigned int const & len, bool const & exact);
-    /// Loads up to len bytes from a plain gzip file; the name is a QString.
+    /// Loads up to `len` bytes from a plain gzip file; the name is a QString.
     static int loadGzipFile(QString const & file, char * dest, unsigned int const & len,
                             bool const & exact);
 
-    /// Saves len bytes as a compressed buffer file. Its header contains only the length `len`.
+    /// Saves `len` bytes as a compressed buffer file. The file's header contains only `len`.
     /// Fails: as saveToFileCompressed().
     static int saveToFileCompressedHeader(_oxString8_evenSize<500> const & file, char * data,
                                           int const & len);
-    /// Saves len bytes as a compressed buffer file; the name is a QString.
+    /// Saves `len` bytes as a compressed buffer file; the name is a QString.
     static int saveToFileCompressedHeader(QString const & file, char * data, int const & len);
 
-    /// Loads len bytes from a compressed buffer file. A missing file gives 0 and loads nothing; a
-    /// complete file with fewer bytes gives 0, too.
+    /// Loads `len` bytes from a compressed buffer file. If the file is missing, loads nothing and
+    /// returns 0. If the file is complete but has fewer bytes, returns 0, too.
     /// Fails: as loadFromFileCompressed().
     static int loadFromFileCompressedHeader(_oxString8_evenSize<500> const & file, char * dest,
                                             int const & len);
-    /// Loads len bytes from a compressed buffer file; the name is a QString.
+    /// Loads `len` bytes from a compressed buffer file; the name is a QString.
     static int loadFromFileCompressedHeader(QString const & file, char * dest, int const & len);
 
-    /// Compresses len bytes and saves them as a buffer file.
+    /// Compresses `len` bytes and saves them as a buffer file.
     /// Fails: as compressFromB().
     /// Compatibility: a failure to write the file is not reported. The applications can recompute
     /// the data, and a read-only share must not stop them.
     static int compressNSaveToFile(_oxString8_evenSize<500> const & file, char * data,
                                    int const & len);
-    /// Compresses len bytes and saves them as a buffer file; the name is a QString.
+    /// Compresses `len` bytes and saves them as a buffer file; the name is a QString.
     static int compressNSaveToFile(QString const & file, char * data, int const & len);
 
-    /// Loads and decompresses len bytes from a file of compressNSaveToFile(). With `exact` the call
-    /// fails before the decompression if the length in the header differs from len.
+    /// Loads and decompresses `len` bytes from a file of compressNSaveToFile(). With `exact` the
+    /// call fails before the decompression if the length in the header differs from `len`.
     /// Fails: as loadFromFile() with a header; WrongLength when the file contains a different
     /// number of bytes; zlib's code when the data is damaged.
     static int compressNLoadFromFile(_oxString8_evenSize<500> const & file, char * dest,
                                      int const & len, bool const & exact);
-    /// Loads and decompresses len bytes from a file of compressNSaveToFile(); the name is a
+    /// Loads and decompresses `len` bytes from a file of compressNSaveToFile(); the name is a
     /// QString.
     static int compressNLoadFromFile(QString const & file, char * dest, int const & len,
                                      bool const & exact);
@@ -293,10 +292,10 @@ class OX_EXPORT _OX_DataBuffer
     // Files from and to this buffer. After a failed load, header and block contain what was read
     // before the failure.
 
-    /// Saves the `size` bytes as a plain file. Computes `crc`; with `withHeader` writes magic and
+    /// Saves the `size` bytes as a plain file. Computes `crc`. With `withHeader` writes magic and
     /// header before the bytes.
-    /// Fails: with the codes of the static saveToFile(); with NotWritten, and an unchanged file,
-    /// when `size` is negative or beyond the block.
+    /// Fails: with the codes of the static saveToFile(). If `size` is negative or beyond the block,
+    /// fails with NotWritten and leaves the file unchanged.
     bool saveToFile(_oxString8_evenSize<500> const & file, bool const & withHeader);
     /// Saves the `size` bytes as a plain file; the name is a QString.
     bool saveToFile(QString const & file, bool const & withHeader);
@@ -310,10 +309,10 @@ class OX_EXPORT _OX_DataBuffer
     /// Loads a whole plain file and sets `size`; the name is a QString.
     bool loadFromFile(QString const & file, bool withHeader);
 
-    /// Saves the `size` bytes as a compressed buffer file with the current header; does not compute
+    /// Saves the `size` bytes as a compressed buffer file with the current header. Does not compute
     /// `crc`.
-    /// Fails: NotOpened; zlib's code when the file is not written completely; NotWritten, with an
-    /// unchanged file, when `size` is negative or beyond the block.
+    /// Fails: NotOpened; zlib's code when the file is not written completely. If `size` is negative
+    /// or beyond the block, fails with NotWritten and leaves the file unchanged.
     bool saveToFileCompressed(_oxString8_evenSize<500> const & file);
     /// Saves the `size` bytes as a compressed buffer file; the name is a QString.
     bool saveToFileCompressed(QString const & file);
@@ -332,8 +331,9 @@ class OX_EXPORT _OX_DataBuffer
     bool loadFromFileCompressed(QString const & file, bool growToFit);
 
     /// Loads a whole plain gzip file and sets `size`. The block grows in steps of `chunk` bytes.
-    /// Fails: NotReadable when the file cannot be opened; OutOfMemory when its content is larger
-    /// than `memoryLimitMB` or memory is lacking; zlib's code when it is damaged or truncated.
+    /// Fails: NotReadable when the file cannot be opened; OutOfMemory when the content is larger
+    /// than `memoryLimitMB` or memory is lacking; zlib's code when the file is damaged or
+    /// truncated.
     bool loadGzipFile(_oxString8_evenSize<500> const & file, unsigned int const & chunk);
     /// Loads a whole plain gzip file and sets `size`; the name is a QString.
     bool loadGzipFile(QString const & file, unsigned int const & chunk);
@@ -371,38 +371,39 @@ class OX_EXPORT _OX_DataBuffer
         return loadFromFileCompressed(ox::text::fileNameText(file), withMagic, block1, len1, block2,
                                       len2);
     }
-    /// Saves len bytes as a plain gzip file; the name is of any other string type.
+    /// Saves `len` bytes as a plain gzip file; the name is of any other string type.
     template <ox::text::FileName Name>
     static int saveGzipFile(Name const & file, char const * data, int const & len)
     {
         return saveGzipFile(ox::text::fileNameText(file), data, len);
     }
-    /// Loads up to len bytes from a plain gzip file; the name is of any other string type.
+    /// Loads up to `len` bytes from a plain gzip file; the name is of any other string type.
     template <ox::text::FileName Name>
     static int loadGzipFile(Name const & file, char * dest, unsigned int const & len,
                             bool const & exact)
     {
         return loadGzipFile(ox::text::fileNameText(file), dest, len, exact);
     }
-    /// Saves len bytes as a compressed buffer file; the name is of any other string type.
+    /// Saves `len` bytes as a compressed buffer file; the name is of any other string type.
     template <ox::text::FileName Name>
     static int saveToFileCompressedHeader(Name const & file, char * data, int const & len)
     {
         return saveToFileCompressedHeader(ox::text::fileNameText(file), data, len);
     }
-    /// Loads len bytes from a compressed buffer file; the name is of any other string type.
+    /// Loads `len` bytes from a compressed buffer file; the name is of any other string type.
     template <ox::text::FileName Name>
     static int loadFromFileCompressedHeader(Name const & file, char * dest, int const & len)
     {
         return loadFromFileCompressedHeader(ox::text::fileNameText(file), dest, len);
     }
-    /// Compresses len bytes and saves them as a buffer file; the name is of any other string type.
+    /// Compresses `len` bytes and saves them as a buffer file; the name is of any other string
+    /// type.
     template <ox::text::FileName Name>
     static int compressNSaveToFile(Name const & file, char * data, int const & len)
     {
         return compressNSaveToFile(ox::text::fileNameText(file), data, len);
     }
-    /// Loads and decompresses len bytes from a file of compressNSaveToFile(); the name is of any
+    /// Loads and decompresses `len` bytes from a file of compressNSaveToFile(); the name is of any
     /// other string type.
     template <ox::text::FileName Name>
     static int compressNLoadFromFile(Name const & file, char * dest, int const & len,
@@ -442,15 +443,15 @@ class OX_EXPORT _OX_DataBuffer
     }
 
   private:
-    /// Ensures a capacity as resize() does, for a size that may exceed the range of int. Returns
-    /// false above `memoryLimitMB`.
+    /// Ensures a capacity of `bytes` bytes as resize() does; `bytes` may exceed the range of int.
+    /// Returns false if it is above `memoryLimitMB`.
     bool ensureCapacity(std::int64_t bytes);
-    /// Returns the part of the block that begins at `offset` and has up to `length` bytes, limited
-    /// to the block.
+    /// Returns the bytes of the block from `offset` on: at most `length` bytes, and none beyond the
+    /// end of the block.
     std::span<char const> bytesAt(int offset, int length) const;
     /// Returns whether `size` is between 0 and the capacity of the block.
     bool hasValidSize() const;
-    /// Sets `error`; returns false.
+    /// Sets `error` to `code` and returns false.
     bool fail(int code);
 };
 

@@ -13,7 +13,7 @@
 #include <optional>
 #include <utility>
 
-// The header is written in the processor's byte order, and the files are little-endian.
+// The files are little-endian, and the header is written in the processor's byte order.
 static_assert(std::endian::native == std::endian::little);
 
 namespace
@@ -82,7 +82,7 @@ class PlainFile
     int writeError() const { return NotWritten; }
     int readError() const { return readError_; }
 
-    /// Closes a written file. The system may report a failed write only now.
+    /// Closes a written file. Some systems report a failed write only when the file is closed.
     int close() { return reportToThread(file_->close()) ? 0 : NotWritten; }
 
   private:
@@ -160,8 +160,8 @@ class GzipFile
 
     bool read(Block block) { return readSome(block.bytes, unsigned(block.length)) == block.length; }
 
-    /// Reads up to `capacity` bytes. Returns their number, which is smaller only at the end of the
-    /// data, or -1 if the stream is damaged or truncated.
+    /// Reads up to `capacity` bytes. Returns the number of bytes read, which is below `capacity`
+    /// only at the end of the data. If the stream is damaged or truncated, returns -1.
     int readSome(char * bytes, unsigned capacity)
     {
         int const count = gzread(file_.get(), bytes, capacity);
@@ -177,7 +177,7 @@ class GzipFile
         return number;
     }
 
-    /// Closes a written file. The system may report a failed write only now.
+    /// Closes a written file. Some systems report a failed write only when the file is closed.
     int close() { return gzclose(file_.release()); }
 
   private:

@@ -50,33 +50,36 @@ class OX_EXPORT _oxFileSearcher
 
     /// Writes the content to a file, or to `fileName` when `file` is empty. A given name replaces
     /// `fileName`, even if the call fails.
-    /// Fails: without content nothing is written. An error during the write, such as a full disk,
-    /// leaves the file truncated.
+    /// Fails: if there is no content, writes nothing. An error during the write, such as a full
+    /// disk, leaves the file truncated.
     bool save(QString const & file);
 
-    /// Returns the first position >= `from` of the pattern, or -1. The case of letters matters. An
-    /// empty pattern gives -1. A negative `from` counts as 0.
+    /// Returns the position of the first match of `pattern` at or after `from`, or -1. Case
+    /// matters. An empty pattern gives -1. A negative `from` counts as 0.
     template <int N>
     int indexOf(_oxString8_evenSize<N> const & pattern, int from) const
     {
         return find(textOf(pattern), from);
     }
 
-    /// Returns the first position >= `from` of the pattern, ignoring the case of ASCII letters, or
-    /// -1. An empty pattern gives -1. A negative `from` counts as 0.
+    /// Returns the position of the first match of `pattern` at or after `from`, ignoring the case
+    /// of ASCII letters, or -1. An empty pattern gives -1. A negative `from` counts as 0.
     template <int N>
     int indexOfIgnCase(_oxString8_evenSize<N> const & pattern, int from) const
     {
         return findIgnoringCase(textOf(pattern), from);
     }
 
-    /// Inserts delta uninitialised bytes at pos (0 to `size`). A negative delta removes -delta
-    /// bytes at pos.
-    /// Fails: when pos is out of range; when the last byte would be removed; without free memory;
-    /// when delta exceeds `headroom` and the result does not fit into the spare block.
+    /// Inserts `delta` uninitialised bytes at `pos` (0 to `size`). A negative `delta` removes
+    /// `-delta` bytes at `pos`.
+    /// Fails: in each of these cases:
+    /// - `pos` is out of range.
+    /// - The call would remove the last byte of the content.
+    /// - Memory is lacking.
+    /// - `delta` exceeds `headroom`, and the result does not fit into the spare block.
     bool changeDataSize(int pos, int delta);
 
-    /// Inserts a text at pos (0 to `size` - 1).
+    /// Inserts `text` at `pos` (0 to `size` - 1).
     /// Fails: as changeDataSize().
     /// Compatibility: nothing can be inserted at the end, so that a file keeps its last byte, which
     /// usually ends its last line.
@@ -86,10 +89,10 @@ class OX_EXPORT _oxFileSearcher
         return insertText(pos, textOf(text));
     }
 
-    /// Replaces oldLen bytes at pos by a text. With a negative oldLen the text overwrites the bytes
-    /// from pos on and is cut at the end of the content.
-    /// Fails: when pos is out of range or the last byte of the content would be replaced; otherwise
-    /// as changeDataSize().
+    /// Replaces `oldLen` bytes at `pos` by `text`. With a negative `oldLen` the text overwrites the
+    /// bytes from `pos` on and is cut at the end of the content.
+    /// Fails: if `pos` is out of range or the call would replace the last byte of the content. Also
+    /// fails as changeDataSize().
     template <int N>
     bool replace(int pos, _oxString8_evenSize<N> const & text, int oldLen)
     {

@@ -16,6 +16,6 @@ OX_EXPORT float oxRand(unsigned int & seed);
 /// this way.
 OX_EXPORT unsigned int oxRandCalc(unsigned char const * data, unsigned int const & len);
 
-/// Returns 10 random characters. `mode` selects them: 0 any byte, zero included; 1 letters, digits
-/// and "_!/()="; 2 digits. Any other mode gives ten zero bytes.
+/// Returns 10 random characters. `mode` 0 gives bytes of any value, including 0. `mode` 1 gives
+/// letters, digits and "_!/()=". `mode` 2 gives digits. Any other mode gives ten zero bytes.
 OX_EXPORT _oxString8_evenSize<10> oxRandString(unsigned int seed, int mode);
