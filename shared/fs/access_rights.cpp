@@ -10,7 +10,8 @@ using ox::platform::NativeName;
 namespace
 {
 
-/// Returns the path as a native name; empty for null and for a path longer than 500 bytes.
+/// Returns the path as a native name. For null or a path longer than 500 bytes, returns an empty
+/// name.
 NativeName recordPath(char const * path)
 {
     if (!path || std::strlen(path) > 500)

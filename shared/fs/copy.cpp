@@ -114,7 +114,7 @@ QString transfer(OpenFile & source, OpenFile & target, std::int64_t begin, std::
     return {};
 }
 
-/// Replaces the content of the target and of the buffer by the whole source.
+/// Replaces the content of the target and the content of `added` by the whole source.
 QString copyInto(_OX_DataBuffer & added, NativeName const & from, NativeName const & to,
                  std::int64_t size)
 {

@@ -21,7 +21,7 @@
 /// system's message.
 ///
 /// Any other pauseMs copies in pieces of 1 MiB and sleeps that many milliseconds after each piece,
-/// to reduce the load on the share. Such a copy sets `endsEmpty` to whether the source looks
+/// to reduce the load on the share. A copy by pieces sets `endsEmpty` to whether the source looks
 /// unfinished: the last byte of the last piece is 0 and, if the piece has more than 10 bytes, also
 /// the 7th and the 10th byte from its end. `endsEmpty` stays unchanged for an empty file and with
 /// the system's own copy.
@@ -43,15 +43,16 @@ OX_EXPORT QString oxCopyFile(QString const & from, QString const & to, bool over
 /// whole source and loses its previous content.
 ///
 /// A source of more than 25 MiB is not appended: the call fails with "Log file larger than 25 MB,
-/// stopping copy to oxShare." and sets limitReported to true. While limitReported is true, further
-/// calls for such a source return success and copy nothing.
+/// stopping copy to oxShare." and sets `limitReported` to true. While `limitReported` is true,
+/// further calls for a source of this size return success and copy nothing.
 ///
 /// A named pipe is refused as source and as target, a device as target. If the process runs as
 /// root, a target that is a link of another user is refused.
 ///
 /// Fails: the bytes written before the failure stay in the target, and `added` contains the same
 /// bytes. The next call continues after these bytes. If oxCopyFile makes the copy, the text is that
-/// of oxCopyFile. Otherwise it is one of these, where the system's message has no error number:
+/// of oxCopyFile. Otherwise it is one of these texts (the system's message without its error
+/// number):
 /// - "Source file does not exist", without a dot;
 /// - "Cannot open source file;" or "Cannot open dest. file;" and the system's message, or the
 ///   message alone when the whole source is copied to `added`;

@@ -18,10 +18,10 @@ enum class Keep { Nothing, Folder, All };
 /// Rule that decides what to keep of the entry at `path`.
 using KeepRule = std::function<Keep(QString const & path, bool isFolder)>;
 
-/// Deletes entries of the tree's current folder, folders with their content. `folder` is the path
-/// of the current folder, with a separator at its end. Applies the options as oxEmptyFolder does,
-/// and `keep` if it is not empty. `done` of the result is false if `stop` returned true or
-/// FolderTree::leave failed.
+/// Deletes `entries` of the tree's current folder; folders are deleted with their content. `folder`
+/// is the path of the current folder, with a separator at its end. Applies `options` as
+/// oxEmptyFolder does, and also the rule `keep` unless it is empty. The member `done` of the result
+/// is false if `options.stop` returned true or FolderTree::leave failed.
 _oxEmptyFolderResult deleteEntries(platform::FolderTree & tree, QString const & folder,
                                    std::vector<platform::FolderTree::Entry> entries,
                                    _oxEmptyFolderOptions const & options,

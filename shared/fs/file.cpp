@@ -134,7 +134,7 @@ bool oxDirectoryExists(QString const & path)
 
 bool oxDirectoryExists(char const * path)
 {
-    // A truncated path could name another folder.
+    // The 500-byte string would truncate a longer path, which could then name another folder.
     return path && std::strlen(path) <= 500 && oxDirectoryExists(_oxString8_evenSize<500>(path));
 }
 

@@ -13,7 +13,7 @@
 ///
 /// A file exists if its name refers to something other than a folder. Links are followed: a link
 /// without a target does not exist. On Linux a process that runs as root changes no file through a
-/// link of another user. An empty name and a name with a 0 character refer to no file. A function
+/// link of another user. An empty name and a name with a NUL character refer to no file. A function
 /// that returns a text returns the empty text for success. The text of a failure ends with the
 /// system's message. Only a lack of memory throws (std::bad_alloc).
 
@@ -32,8 +32,8 @@ OX_EXPORT bool oxFileExists(_oxString8_evenSize<250> const & name, _oxTime * tim
 /// Returns whether a file exists, and sets `*time` and `*size`; the name is a wide string.
 OX_EXPORT bool oxFileExists(_oxString<500> const & name, _oxTime * time, __int64 * size);
 /// Returns whether a file exists, and sets `*time` and `*size`; the name is a QString.
-/// Compatibility: only the first 500 characters of the name count, the length of the longest path
-/// in the farm's records.
+/// Compatibility: only the first 500 characters of the name count, since the farm's records contain
+/// no longer path.
 OX_EXPORT bool oxFileExists(QString name, _oxTime * time = nullptr, __int64 * size = nullptr);
 
 /// Returns whether a folder exists. A path shorter than 3 characters gives false, even "/". One
@@ -64,10 +64,10 @@ OX_EXPORT QString oxDeleteFile(QString const & name);
 /// Deletes an empty folder. Returns whether this succeeded.
 OX_EXPORT bool oxDeleteFolder(QString const & path);
 
-/// Creates a folder, and with withParents every missing folder above it. Returns whether the folder
-/// exists afterwards, whoever created it. A path of 3 characters or fewer (a drive) gives true
-/// without a system call. Only this system's separators separate the folders of the path.
-/// Fails: folders that were created before the failure remain.
+/// Creates a folder. With `withParents` also creates the missing folders above it. Returns whether
+/// the folder exists afterwards, whoever created it. A path of 3 characters or fewer (a drive)
+/// gives true without a system call. Only this system's separators separate the folders of the
+/// path. Fails: folders that were created before the failure remain.
 OX_EXPORT bool oxCreateFolder(QString const & path, bool withParents);
 
 /// Renames or moves a file, even to another drive. Returns whether this succeeded. Without
@@ -92,8 +92,8 @@ OX_EXPORT bool oxSetFileTime(QString const & name, _oxTime * time);
 /// done): " and the system's message; bytes written before the failure remain.
 OX_EXPORT QString oxWriteBufferToFile(QString name, unsigned char * data, __int64 size);
 
-/// Appends one line to a text file. With overwrite the line replaces the content. With addTime the
-/// line begins with the local time and ": ". At most 3000 characters are written, line break
+/// Appends one line to a text file. With `overwrite` the line replaces the content. With `addTime`
+/// the line begins with the local time and ": ". At most 3000 characters are written, line break
 /// included. Each line is one write call, so that lines of several processes do not mix on a local
 /// disk. Returns whether the line was written.
 OX_EXPORT bool writeToLogFile(_oxString8_evenSize<250> const & name, _oxString8_evenSize<3000> line,

@@ -30,8 +30,8 @@ struct _oxFileLockStatus {
     Holder holder = Nobody; ///< who holds the lock
     QString who;            ///< the holder's description; empty if not readable
     _oxTime since;          ///< last write of the lock file: when the lock was taken
-    /// Whether the lock file is older than three hours. The next lock() or isFree() whose time runs
-    /// out removes it, unless a process holds it.
+    /// Whether the lock file is older than three hours. If no process holds it, the next lock() or
+    /// isFree() whose time runs out removes it.
     bool isStale = false;
 };
 
@@ -55,27 +55,32 @@ class OX_EXPORT _oxFileLocker
 {
   public:
     /// Sets the name of the lock file; does not take the lock. A file cannot be locked if its name
-    /// is empty, contains a 0 character or does not fit lockFileName(): more than 250 bytes with
-    /// "_lock.txt" or, on Windows, not Latin-1.
+    /// - is empty,
+    /// - contains a NUL character,
+    /// - has more than 250 bytes together with "_lock.txt", or
+    /// - is not Latin-1 (only on Windows).
     explicit _oxFileLocker(QString const & fileToLock);
     /// Releases the lock, as unlock() does.
     ~_oxFileLocker();
     _oxFileLocker(_oxFileLocker const &) = delete;
     _oxFileLocker & operator=(_oxFileLocker const &) = delete;
 
-    /// Waits until the lock is free, and takes it unless checkOnly. `who` describes the holder for
-    /// people who read the lock file; it is written as Latin-1.
+    /// Waits until the lock is free, and takes it unless `checkOnly` is true. `who` describes the
+    /// holder for people who read the lock file; it is written as Latin-1.
     ///
-    /// Tries to take the lock immediately and then every 250 ms: timeoutMs / 250 times, but at
+    /// Tries to take the lock immediately and then every 250 ms: `timeoutMs` / 250 times, but at
     /// least once. If the lock is still not free, removes the lock file if it is stale, and tries a
     /// last time.
     ///
-    /// `waitedMs`, if given, receives the time waited in steps of 250 ms, negated when the lock
-    /// file could not be created.
+    /// `waitedMs`, if given, receives the time waited in steps of 250 ms. If the lock file could
+    /// not be created, the time is negated.
     ///
-    /// Fails: returns false when the time runs out (waitedMs is at least 250), or when the lock
-    /// file could not be created (waitedMs is 0 or negative, and `oxLastOSError` has the reason).
-    /// For a file that cannot be locked it returns false immediately and sets waitedMs to -1.
+    /// Fails: returns false in these cases:
+    /// - The time runs out. `waitedMs` is at least 250.
+    /// - The lock file could not be created. `waitedMs` is 0 or negative, and `oxLastOSError`
+    ///   returns the reason.
+    /// - The file cannot be locked. The call returns immediately, and `waitedMs` is -1.
+    ///
     /// An object that already holds the lock waits for itself until the time runs out.
     bool lock(int const & timeoutMs, QString const & who, int * waitedMs, bool checkOnly);
 
@@ -87,14 +92,14 @@ class OX_EXPORT _oxFileLocker
     /// for another reason (`oxLastOSError` has the reason), and for a file that cannot be locked.
     bool tryLock(QString const & who, bool * isHeldByOther = nullptr);
 
-    /// Returns whether the lock is free or becomes free within timeoutMs. Creates nothing, but
-    /// removes a stale lock file as lock() does. `waitedMs` as in lock().
+    /// Returns whether the lock is free or becomes free within `timeoutMs`. Creates nothing, but
+    /// removes a stale lock file as lock() does. Sets `waitedMs` as lock() does.
     bool isFree(int const & timeoutMs, int * waitedMs);
 
     /// Releases the lock, if this object holds it: deletes the lock file or, if this fails, appends
-    /// ".none" to its name. Some shares refuse both while the file is open. The file is then closed
-    /// first, and the release can take about a second. Also returns true if this object does not
-    /// hold the lock.
+    /// ".none" to its name. If the share refuses to delete and to rename an open file, the file is
+    /// closed first, and the release can take about a second. Also returns true if this object does
+    /// not hold the lock.
     /// Fails: returns false when the lock file still exists; `oxLastOSError` has the reason. Others
     /// then wait until the lock file is deleted or stale.
     bool unlock();

@@ -15,9 +15,10 @@
 /// created, with rights for everybody.
 ///
 /// The copy is written under a temporary name in the target's folder, flushed, and then renamed.
-/// The disk therefore needs space for both files. At every moment the previous or the new file is
-/// complete under its name or under "_old", even when the process is killed or several processes
-/// synchronise the same file. A link at the target is replaced and not followed.
+/// The disk therefore needs space for both files. At every moment a complete file, the previous or
+/// the new one, exists under the name `target` or `target` + "_old", even when the process is
+/// killed or several processes synchronise the same file. A link at the target is replaced and not
+/// followed.
 ///
 /// `pause` has the meaning of pauseMs in oxCopyFile: milliseconds between pieces, or negative for
 /// the system's own copy. With retryExe and `errors`, the copy of an ".exe" is repeated every 5
@@ -25,8 +26,8 @@
 /// since the system's own copy does not set endsEmpty.
 ///
 /// `errors` receives failures and announcements of retries. `info` receives the actions and, with
-/// `verbose`, a line if the target is already up to date. Texts are appended to both and cut at the
-/// capacity. Both may be null.
+/// `verbose`, a line if the target is already up to date. New texts are appended to `errors` and
+/// `info`, and cut at their capacity. Both may be null.
 ///
 /// Fails: after a failed copy the previous file is unchanged. A copy that is shorter than its
 /// source is a failure. If the rights cannot be set, the result is false, although the new file is
@@ -44,7 +45,8 @@ OX_EXPORT bool syncCopy(QString const & source, QString const & target, bool con
                         _oxString8_evenSize<500> * errors, _oxString8_evenSize<500> * info,
                         int pause, bool const & verbose);
 
-/// Updates a file from its master copy, with names of any other string types, which may differ.
+/// Updates a file from its master copy, with names of any other string types. The
+/// two types may differ.
 template <ox::text::FileName Source, ox::text::FileName Target>
 bool syncCopy(Source const & source, Target const & target, bool const & retryExe,
               _oxString8_evenSize<500> * errors, _oxString8_evenSize<500> * info, int pause,

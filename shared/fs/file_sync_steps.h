@@ -17,7 +17,7 @@ inline constexpr int syncRetryMs = 5000;
 /// A target compared with its master copy.
 struct SyncTarget {
     bool exists = false;
-    bool mayExist = false; ///< also true if its status cannot be read
+    bool mayExist = false; ///< also true if the target's status cannot be read
     bool hasSameSize = false;
     bool hasSameTime = false;
 
@@ -35,9 +35,9 @@ struct SyncPlacement {
     bool wasUpToDate = false;  ///< whether another process has just updated the target
 };
 
-/// Keeps the previous file of the target as "_old" if `keepsPrevious`, and gives the copy the
-/// target's name. Changes nothing if the target has got the given size and time in the meantime;
-/// the size -1 prevents this.
+/// Gives the copy the target's name. With `keepsPrevious`, first renames the previous file to the
+/// target's name + "_old". If another process has meanwhile given the target this `size` and the
+/// time `modified`, changes nothing instead; the size -1 omits this test.
 SyncPlacement putSyncedCopyInPlace(platform::NewFile & copy, bool keepsPrevious, std::int64_t size,
                                    std::int64_t modified, platform::NewFile::FolderFlush flush);
 

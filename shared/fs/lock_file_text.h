@@ -26,8 +26,8 @@ inline std::string lockFileText(QString const & who, _oxTime const & since)
     return text;
 }
 
-/// Returns the holder's description from the text of a lock file; it may have several lines. Empty
-/// if the text does not have the form of lockFileText().
+/// Returns the holder's description from the text of a lock file. The description may have several
+/// lines. If the text does not have the form of lockFileText(), returns an empty description.
 inline QString holderIn(std::string_view text)
 {
     if (!text.starts_with(holderLabel))

@@ -319,7 +319,7 @@ QString oxPathResolve(QString path)
     bool isClimbing = true;
     for (; tail.substr(0, token.size()) == token; tail.remove_prefix(token.size())) {
         // Only the length of the cut is used: the head ends with a separator, so folderCut never
-        // adds one.
+        // adds a separator.
         auto const length =
             isClimbing ? folderCut(head, char16_t{separator.unicode()}).length : head.size();
         isClimbing = length < head.size();

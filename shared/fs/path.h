@@ -82,14 +82,14 @@ OX_EXPORT _oxString<250> oxGetDirName(_oxString<250> const & path);
 /// Returns the folder that contains the last part of a wide path of capacity 500.
 OX_EXPORT _oxString<500> oxGetDirName(_oxString<500> const & path);
 
-/// Returns the name with a text inserted before its extension: "a_x.exr" for "a.exr" and "_x". The
-/// text is appended to a name without an extension. The separator of folders is "\" when the name
-/// contains one, else this system's.
+/// Returns `name` with `add` inserted before the extension: "a_x.exr" for "a.exr" and "_x". If
+/// `name` has no extension, appends `add`. The separator of folders is "\" when the name contains
+/// one, else this system's.
 OX_EXPORT QString oxAddStringToFileName(QString name, QString const & add);
 
 /// Returns whether a path is relative by the farm's rules. Absolute paths begin with "\", with a
-/// drive ("C:\") or with "<Database>", ignoring case. Every other path is relative, as is every
-/// path of up to two characters.
+/// drive ("C:\") or with "<Database>", ignoring case. Every other path is relative. A path of up to
+/// two characters is always relative.
 /// Compatibility: "/usr/x" is relative, since these rules are those of the farm's Windows paths.
 OX_EXPORT bool isRelativePath(QString path);
 
@@ -107,25 +107,26 @@ OX_EXPORT bool oxIsRootpath(QString const & path);
 OX_EXPORT QString oxPathResolve(QString path);
 
 /// Returns a file name without the characters that file systems and the farm's texts do not allow:
-/// - \ / | ; # { } " = ? ` ~ * < > ^ and all characters below 32 are removed; blanks are also
-///   removed unless allowSpaces; ":" becomes "_";
-/// - with keepFramePlaceholders "<FN>" and "<FN1>" to "<FN7>" keep their brackets.
+/// - \ / | ; # { } " = ? ` ~ * < > ^ and all characters below 32 are removed.
+/// - Without `allowSpaces`, blanks are removed, too.
+/// - ":" becomes "_".
+/// - With `keepFramePlaceholders`, the texts "<FN>" and "<FN1>" to "<FN7>" keep their brackets.
 OX_EXPORT QString oxRemoveIllegalCharFromFile(QString name, bool allowSpaces,
                                               bool const & keepFramePlaceholders);
 
 /// Returns a folder path without the characters that oxRemoveIllegalCharFromFile removes, but with
-/// its separators and the colon of a leading drive letter. Set `last` if the text is a whole path
-/// and not the beginning of a longer one. Blanks and dots at the end of the path are then removed,
-/// too, since Windows ignores them. A last part "." or ".." stays.
+/// its separators and the colon of a leading drive letter. Set `last` if `path` is a whole path and
+/// not the beginning of a longer path. With `last`, blanks and dots at the end of the path are
+/// removed, too, since Windows ignores them. A last part "." or ".." stays.
 OX_EXPORT QString oxRemoveIllegalCharFromDir(QString path, bool allowSpaces,
                                              bool const & keepFramePlaceholders, bool last);
 
 /// Returns a file name for use in a link of a web page. Removes the characters & % + ', which have
-/// a meaning in links, and what oxRemoveIllegalCharFromFile removes without allowSpaces and
-/// keepFramePlaceholders.
+/// a meaning in links. Also removes the characters that oxRemoveIllegalCharFromFile removes if both
+/// of its flags are false.
 OX_EXPORT QString oxRemoveIllegalCharFromHtmlFile(QString name);
 
-/// Returns a folder path for use in a link of a web page. Each part of the path is cleaned as by
-/// oxRemoveIllegalCharFromHtmlFile, and every separator becomes "/". The colon of a drive becomes
+/// Returns a folder path for use in a link of a web page. Cleans each part of the path as
+/// oxRemoveIllegalCharFromHtmlFile does. Every separator becomes "/". The colon of a drive becomes
 /// "_", since "C:" would be a URL scheme.
 OX_EXPORT QString oxRemoveIllegalCharFromHtmlDir(QString path);
