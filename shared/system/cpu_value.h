@@ -52,7 +52,7 @@ struct OX_EXPORT _oxBytePerc {
 };
 
 /// CPU load as a fraction of the whole machine, with the machine's number of cores for conversions.
-/// A negative load means "not measured". Only `clamp` limits the load to 0 to 1.
+/// A negative load means "not measured". Only clamp() limits the load to the range 0 to 1.
 ///
 /// Functions with "System" in the name count the whole machine as 1 (100 %). Functions with "Core"
 /// count one core as 1 (100 %). Functions with "Perc" or "Proc" use percent, the others use
@@ -94,9 +94,9 @@ class OX_EXPORT _oxCPUValue
         value = static_cast<float>(value + p / 100.0 / coreCount);
     }
 
-    /// Adds the fraction of another load; the number of cores of `o` has no effect.
+    /// Adds the fraction of `o`; the number of cores of `o` has no effect.
     _oxCPUValue & operator+=(_oxCPUValue const & o) { return value += o.value, *this; }
-    /// Subtracts the fraction of another load; the number of cores of `o` has no effect.
+    /// Subtracts the fraction of `o`; the number of cores of `o` has no effect.
     _oxCPUValue & operator-=(_oxCPUValue const & o) { return value -= o.value, *this; }
     /// Multiplies the load.
     _oxCPUValue & operator*=(float const & f) { return value *= f, *this; }
@@ -119,9 +119,9 @@ class OX_EXPORT _oxCPUValue
     /// The load in percent of one core.
     float asCorePerc() const { return value * coreCount * 100; }
 
-    /// Limits the load to 0 to 1.
+    /// Limits the load to the range 0 to 1.
     void clamp();
-    /// Whether the load was measured: not negative.
+    /// Returns whether the load was measured, which means that it is not negative.
     bool isValid() const { return value >= 0; }
 
     QString strSystemPerc() const; ///< percent of the machine, rounded: "25%"

@@ -10,8 +10,8 @@
 OX_EXPORT void oxSleep(int ms);
 
 /// Returns the value of an environment variable, empty if it is not set. For "ProgramFiles" it
-/// returns the value of "ProgramW6432", if set, so that a 32-bit process also gets the 64-bit
-/// program folder.
+/// returns the value of "ProgramW6432", if set. A 32-bit process thus gets the 64-bit program
+/// folder, too.
 OX_EXPORT QString oxGetEnvironmentVariable(QString const & name);
 
 /// Returns the value of an environment variable, cut at 250 characters. On Linux a value that
@@ -19,8 +19,8 @@ OX_EXPORT QString oxGetEnvironmentVariable(QString const & name);
 OX_EXPORT _oxString8_evenSize<250> oxGetEnvironmentVariable8(_oxString8_evenSize<250> const & name);
 
 /// Sets `names` to the names of all environment variables, and `values` to their values in the same
-/// order. The system's entries for drives have names that begin with "=". An entry without another
-/// "=" is omitted.
+/// order. On Windows the names of the system's entries for drives begin with "=" ("=C:"). An entry
+/// without "=" after its name is omitted.
 OX_EXPORT void oxGetEnvironmentVariableList(QStringList & names, QStringList & values);
 
 /// Returns the executable's folder with a trailing separator. Falls back to the folder of `argv0`

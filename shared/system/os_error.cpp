@@ -57,7 +57,7 @@ constexpr ExceptionText exceptionTexts[] = {
 
 QString errorText(int code)
 {
-    // This must come first, since other calls may replace the last error.
+    // The last error is read first, since other calls may replace it.
     if (code == -1)
         code = ox::platform::lastError().code;
     if (code == 0)

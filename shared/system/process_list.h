@@ -30,8 +30,8 @@ struct _oxProcessEntry {
     /// File name of the executable in upper case, cut at 25 characters; "IDLE" for process 0.
     _oxString8_UnevenSize<25> name;
     /// Owner that getProcessInfo has read: the account's name, or "System" for a group that is
-    /// built into the system. "AccDenied", "noSID" or "Err" and the system's error code if the name
-    /// could not be read; "noDebugPriv" if the process could not be opened.
+    /// built into the system. If the name could not be read: "AccDenied", "noSID", or "Err"
+    /// followed by the system's error code. If the process could not be opened: "noDebugPriv".
     _oxString8_UnevenSize<25> user;
     /// Process id.
     unsigned int pid = 0;
@@ -83,40 +83,40 @@ class OX_EXPORT _oxProcessList
     /// `memMB` and `cpuTime` of all entries to 0. On Linux a snapshot also reads these values; a
     /// call within 10 ms after the snapshot uses the values of the snapshot.
     void initGetProcessInfo();
-    /// Sets `user` of an entry, and `memMB` and `cpuTime` if both are 0. `index` is 1 to `count`,
-    /// including the unused entry after the filled ones. Other indices have no effect.
-    /// Compatibility: entry 0, the idle process, is never set; the farm's applications rely on this
-    /// range.
+    /// Sets `user` of an entry. If `memMB` and `cpuTime` of the entry are both 0, sets them, too.
+    /// `index` is 1 to `count`; entry `count` is the first unused one. Other indices have no
+    /// effect. Compatibility: entry 0, the idle process, is never set; the farm's applications rely
+    /// on this range.
     void getProcessInfo(int index);
     /// Does the same as getProcessInfo, but does not set `user` and does not call
     /// fix32bit_4GBmemory.
     void getProcessInfoMemCPUOnly(int index);
-    /// Does the same as getProcessInfo, but sets only `cpuTime`. Returns 0.
+    /// Does the same as getProcessInfo, but sets only `cpuTime`. Always returns 0.
     long long getProcessInfoMemBytes_CPUOnly(int index);
     /// Distributes the used memory that no process accounts for to the entries above 4000 MiB,
     /// since a 32-bit process reads every working set above 4 GiB as 4 GiB.
     void fix32bit_4GBmemory();
 
-    /// Returns the index of the first entry with this process id, or -1. Takes a snapshot first if
-    /// none exists, or with `refresh`.
+    /// Returns the index of the first entry with this process id, or -1. First takes a snapshot if
+    /// `refresh` is true or no snapshot exists.
     int getListIDByPID(unsigned int pid, bool refresh);
-    /// Returns whether an entry has this process id. Takes a snapshot first if none exists, or with
-    /// `refresh`.
+    /// Returns whether an entry has this process id. First takes a snapshot if `refresh` is true or
+    /// no snapshot exists.
     bool processExistsPID(unsigned int pid, bool refresh);
-    /// Returns whether a process has this name; false for the empty name. Takes a snapshot first if
-    /// none exists, or with `refresh`.
+    /// Returns whether a process has this name; false for the empty name. First takes a snapshot if
+    /// `refresh` is true or no snapshot exists.
     /// Compatibility: `pidOut` is not written, since the applications keep a number of their own in
     /// the variable that they pass.
     bool processExists(_oxString8_UnevenSize<25> name, bool refresh, long long * pidOut = nullptr);
-    /// Returns whether at least two processes have this name. Takes a snapshot first if none
-    /// exists. `pidOut` receives the id of the last process with the name, even if it is the only
-    /// one, and is not written if no process has it.
+    /// Returns whether at least two processes have this name. First takes a snapshot if none
+    /// exists. `pidOut` receives the id of the last process with this name, even if only one
+    /// process has it. If no process has this name, `pidOut` is not written.
     bool doesProcessExistTwice(_oxString8_UnevenSize<25> name, long long * pidOut = nullptr);
 
     /// Ends a process immediately. Failures are not reported.
     void killProcess(unsigned int const & pid);
-    /// Ends all processes with this name immediately; none for the empty name. Takes a snapshot
-    /// first if none exists. Failures are not reported.
+    /// Ends all processes with this name immediately. The empty name ends no process. First takes a
+    /// snapshot if none exists. Failures are not reported.
     void killProcess(_oxString8_UnevenSize<25> name);
 
   private:
@@ -157,8 +157,8 @@ class OX_EXPORT _ProcessWatch
     void calcCPUUsage(_oxProcessList const * list, int const & index, int const & coreCount);
 };
 
-/// Enables or disables a privilege of this process, such as "SeDebugPrivilege". Returns whether
-/// this succeeded; false when the process does not have the privilege, and always on Linux.
+/// Enables or disables a privilege of this process, such as "SeDebugPrivilege". Returns false if
+/// the process does not have the privilege or the call fails. On Linux always returns false.
 OX_EXPORT bool setPrivilege(char const * privilegeName, bool enable);
 
 /// Returns whether another instance of the calling application is running. The executable is

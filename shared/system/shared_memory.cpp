@@ -73,8 +73,8 @@ bool oxSharedMemory::create(int size, bool global, bool fallBackToLocal)
     };
     if (global && isDenied() && fallBackToLocal)
         created = attempt(false);
-    // The name is known even after a failure: a caller that gets AlreadyExists attaches to the
-    // existing segment.
+    // attach() uses the name of this call even after a failure: a caller that gets AlreadyExists
+    // attaches to the existing segment.
     nameKindKnown_ = true;
 
     if (!created) {

@@ -59,17 +59,17 @@ class OX_EXPORT oxSharedMemory
     oxSharedMemory(oxSharedMemory const &) = delete;
     oxSharedMemory & operator=(oxSharedMemory const &) = delete;
 
-    /// Creates the segment with `size` zero bytes, at least 1, and attaches to it. With `global`
-    /// the segment is machine-wide. With `fallBackToLocal` a local segment is created instead if
-    /// the user may not create a global one. On Windows only services and elevated programs may
-    /// create global segments.
+    /// Creates the segment with `size` (at least 1) zero bytes and attaches to it. With `global`
+    /// the segment is machine-wide. If the user may not create a global segment and
+    /// `fallBackToLocal` is true, creates a local segment instead. On Windows only services and
+    /// elevated programs may create global segments.
     /// Fails: with AlreadyExists when the segment exists; with OwnError for a `size` out of range
     /// or an object that is already attached; otherwise with the system's code.
     bool create(int size, bool global, bool fallBackToLocal);
 
-    /// Detaches, and attaches to an existing segment. After a create() or a successful attach(),
-    /// this call uses the same name, global or local. Otherwise it opens the global segment or, if
-    /// this fails, the local segment.
+    /// Detaches, and attaches to an existing segment. If the object has called create() before, or
+    /// attach() with success, uses the name of that call, global or local. Otherwise opens the
+    /// global segment or, if this fails, the local segment.
     /// Fails: with DoesNotExist when the segment does not exist; otherwise with the system's code.
     bool attach();
 
@@ -81,7 +81,7 @@ class OX_EXPORT oxSharedMemory
     bool isAttached() const;
 
     /// Returns the first data byte.
-    /// Fails: null with OwnError when not attached.
+    /// Fails: returns null, with OwnError, when not attached.
     void const * data();
     /// Returns the data for reading and writing; empty when not attached.
     std::span<std::byte> bytes();
@@ -92,8 +92,8 @@ class OX_EXPORT oxSharedMemory
     int size() const { return mappedSize_ - headerSize; }
 
     /// Takes the lock. Waits up to two seconds while another process holds it. The lock is
-    /// advisory. Two processes that take it at the same moment may both succeed, and a holder that
-    /// dies leaves it taken.
+    /// advisory. Two processes that take it at the same moment may both succeed. The lock stays
+    /// taken if its holder dies.
     /// Fails: with OwnError when the time runs out, when not attached, or when this object already
     /// holds the lock.
     bool lock();

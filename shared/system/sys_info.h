@@ -34,9 +34,9 @@ class OX_EXPORT _oxSysInfo
     bool verbose = false;
     /// Name and version of the system: "Win7_sp1", "Debian GNU/Linux 12".
     QString osString;
-    /// Version code of the system: 40 Windows 2000, 50 XP, 60 Vista, 70 Windows 7 and newer, plus
-    /// the service pack (at most 9). Any other version of Windows has 0 in place of the
-    /// first number; Linux is 0.
+    /// Version code of the system: 40 for Windows 2000, 50 for XP, 60 for Vista, 70 for Windows 7
+    /// and newer, 0 for any other version of Windows. The number of the service pack (at most 9)
+    /// is added to the code. On Linux the code is 0.
     unsigned short osVersionNumber = 0;
     /// Physical memory in MiB.
     int totalMemoryMB = 512;
@@ -51,8 +51,8 @@ class OX_EXPORT _oxSysInfo
     float cpuGHzEffective = 0;
     /// Whether the processors use hyper-threading.
     bool hyperThreading = false;
-    /// Code of the system: 1 Windows 2000, 2 XP and Server 2003, 3 Vista and Server 2008, 4 Windows
-    /// 7 and Server 2008 R2, 5 Windows 8 and newer; 0 for any other system.
+    /// Code of the system: 1 for Windows 2000, 2 for XP and Server 2003, 3 for Vista and Server
+    /// 2008, 4 for Windows 7 and Server 2008 R2, 5 for Windows 8 and newer, 0 for any other system.
     int osCode = 0;
     /// Free physical memory in MiB at the last update.
     int freeMemoryMB = 256;

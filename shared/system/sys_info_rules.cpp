@@ -24,7 +24,7 @@ struct NameRule {
 };
 
 // The first matching rule applies. Newer systems have the codes of the last rule.
-// Compatibility: 6.2 has the version code of 6.1, as in the farm's records.
+// Compatibility: version 6.2 has the same version code as 6.1 (70), as in the farm's records.
 constexpr NameRule nameRules[] = {
     {5, 0, NameRule::Always, "W2k", 1, 40},
     {5, 1, NameRule::Always, "XP", 2, 50},

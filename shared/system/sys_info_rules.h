@@ -62,8 +62,8 @@ struct DiskHealth {
 };
 
 /// Returns the health of a disk. With `withHealth` the SMART table of an ATA disk is read, too:
-/// `lines` contains the table, and `temperature` is that of the table, if available. If the disk
-/// could not be read, `lines` states this.
+/// `lines` contains the table, and `temperature` is taken from the table if the table contains it.
+/// If the disk could not be read, `lines` states this.
 DiskHealth diskHealthOf(platform::Result<platform::Disk> const & disk, bool withHealth);
 
 /// Returns the user of the desktop: `ownerOf(index)` of the last of `count` processes for which
