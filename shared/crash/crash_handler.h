@@ -28,9 +28,9 @@
 ///
 /// Two lines are logged. The first is "crash detected true", or "crash detected false" if no dump
 /// could be written. The second follows 200 ms later, after the rename: "wrote dumpfile to " with
-/// the path. The process then ends as it does without the handler. If several threads crash, the
-/// first one is dumped and the others wait until the process ends. The process ends half a minute
-/// after the crash at the latest, even when the dump folder does not respond.
+/// the path. The process then ends in the same way as without the handler. If several threads
+/// crash, the first one is dumped and the others wait until the process ends. The process ends half
+/// a minute after the crash at the latest, even when the dump folder does not respond.
 ///
 /// Threads: every function may be called from any thread.
 class OX_EXPORT oxCrashHandler
@@ -89,7 +89,7 @@ class OX_EXPORT oxCrashHandler
 };
 
 /// Filter for a structured exception handling block: writes a dump, sets `message` to the text of
-/// the exception code, and returns 1, which executes the block's handler.
+/// the exception code, and returns 1, so that the block's handler runs.
 OX_EXPORT unsigned long filter(EXCEPTION_POINTERS * exinfo, _oxString<250> & message);
 
 /// Always returns the empty text. To get a stack trace, read the dump with a debugger.

@@ -230,7 +230,7 @@ int _OX_DataBuffer::decompressToB(char * dest, int const & destLen, int const * 
     if (offset)
         dataOffset = *offset;
     // `size` may exceed the bytes after dataOffset: some callers store a header of their own before
-    // dataOffset and count it in `size`. bytesAt limits the length.
+    // dataOffset and count this header in `size`. bytesAt limits the length.
     auto const stream = bytesAt(dataOffset, size);
     uLongf produced = uLongf(std::max(destLen, 0));
     error = uncompress(zlibBytes(dest), &produced, zlibBytes(stream.data()), uLong(stream.size()));

@@ -16,9 +16,9 @@
 /// Growable block of bytes with a small header. Computes its CRC-32, and compresses, searches,
 /// saves and loads the bytes. docs/file_formats.md describes the files.
 ///
-/// Fails: a function returns false or a negative code and sets `error` to the code. A failure keeps
-/// the block, except when memory is lacking: the block is then freed. A function that needs a block
-/// of more than `memoryLimitMB` fails with an unchanged `error`, unless its comment says otherwise.
+/// Fails: a function returns false or a negative code and sets `error` to the code. A lack of
+/// memory frees the block; any other failure keeps it. A function that needs a block of more than
+/// `memoryLimitMB` fails with an unchanged `error`, unless its comment says otherwise.
 /// Only a lack of memory for a file name throws (std::bad_alloc).
 ///
 /// The header words may come from a file and are untrusted. No operation accesses memory outside
@@ -318,12 +318,12 @@ class OX_EXPORT _OX_DataBuffer
     bool saveToFileCompressed(QString const & file);
 
     /// Loads a compressed buffer file and sets `size`. With `growToFit` the block grows with the
-    /// data. Without it the function fills the block: the file must contain at least
-    /// `sizeAllocated` bytes. If the file contains more, `size` becomes 0 and the result is true. A
-    /// missing file gives true and loads nothing.
+    /// data. Without `growToFit` the function fills the block: the file must contain at least
+    /// `sizeAllocated` bytes. If the file contains more, `size` becomes 0 and the result is true.
+    /// If the file is missing, loads nothing and returns true.
     /// Fails: NotReadable when the file cannot be opened; WrongMagic; OutOfMemory when the data is
-    /// too large; zlib's code when the file is damaged or truncated; false with `error` 0 when a
-    /// complete stream has too few bytes.
+    /// too large; zlib's code when the file is damaged or truncated. If a complete stream has too
+    /// few bytes, returns false with `error` 0.
     /// Compatibility: settings and caches are kept in these files, so a missing file counts as an
     /// empty one.
     bool loadFromFileCompressed(_oxString8_evenSize<500> const & file, bool growToFit);

@@ -5,7 +5,7 @@
 
 #include <QString>
 
-/// Copies single files, also from and to a slow share. Each function returns an error text, or the
+/// Copies single files on local disks and slow shares. Each function returns an error text, or the
 /// empty text for success; only a lack of memory throws (std::bad_alloc). File names follow the
 /// rules of shared/fs/file.h.
 
@@ -16,15 +16,15 @@
 /// device as target. A device or an unnamed pipe (/dev/stdin) can be the source. If both names
 /// refer to the same file, a call with `overwrite` fails and changes nothing.
 ///
-/// A negative pauseMs selects the system's own copy, the fastest one. The system's copy keeps
+/// A negative `pauseMs` selects the system's own copy, the fastest one. The system's copy keeps
 /// permission bits and the holes of sparse files. A failure leaves no target and returns the
 /// system's message.
 ///
-/// Any other pauseMs copies in pieces of 1 MiB and sleeps that many milliseconds after each piece,
-/// to reduce the load on the share. A copy by pieces sets `endsEmpty` to whether the source looks
-/// unfinished: the last byte of the last piece is 0 and, if the piece has more than 10 bytes, also
-/// the 7th and the 10th byte from its end. `endsEmpty` stays unchanged for an empty file and with
-/// the system's own copy.
+/// Any other `pauseMs` copies in pieces of 1 MiB and sleeps `pauseMs` milliseconds after each
+/// piece, to reduce the load on the share. A copy by pieces sets `endsEmpty` to whether the source
+/// looks unfinished: the last byte of the last piece is 0 and, if the piece has more than 10 bytes,
+/// also the 7th and the 10th byte from its end. `endsEmpty` stays unchanged for an empty file and
+/// with the system's own copy.
 ///
 /// Fails: the texts of oxDeleteFile, "Source file does not exist.", "No memory left.", "Unable to
 /// open input file.", "Unable to open output file.", or the system's message.

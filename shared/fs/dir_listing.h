@@ -48,9 +48,9 @@ class OX_EXPORT oxDirListing
     ///   character, or none before a dot or the end. `.*` also matches names without a dot. Case is
     ///   ignored on Windows and matters on Linux.
     ///
-    /// With includeDirs folders are entries, too, except "." and "..". With readIntoMemory all
-    /// entries that pass the filters are read at once. With sortByName entries in memory are sorted
-    /// by the UTF-16 units of their names, so "B" precedes "a". `reserved` has no effect.
+    /// With `includeDirs` folders are entries, too, except "." and "..". With `readIntoMemory` all
+    /// entries that pass the filters are read at once. With `sortByName` entries in memory are
+    /// sorted by the UTF-16 units of their names, so "B" precedes "a". `reserved` has no effect.
     /// Fails: an empty path gives no entries. An unreadable folder gives no entries either, and
     /// error() returns the reason.
     void init(QString path, bool const & includeDirs, bool const & readIntoMemory,

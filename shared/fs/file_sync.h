@@ -21,7 +21,7 @@
 /// followed.
 ///
 /// `pause` has the meaning of pauseMs in oxCopyFile: milliseconds between pieces, or negative for
-/// the system's own copy. With retryExe and `errors`, the copy of an ".exe" is repeated every 5
+/// the system's own copy. With `retryExe` and `errors`, the copy of an ".exe" is repeated every 5
 /// seconds while it looks unfinished (endsEmpty of oxCopyFile). This needs a `pause` of 0 or more,
 /// since the system's own copy does not set endsEmpty.
 ///

@@ -31,7 +31,7 @@ struct OX_EXPORT _oxBytePerc {
     /// Sets a fraction, rounded to 1/255. A fraction above 0 gives at least 1, so that a small load
     /// does not look idle. Infinity gives 255, minus infinity and NaN give 0.
     /// Compatibility: a fraction outside 0 to 1 wraps around modulo 256, as in the farm's records
-    /// (1.5 gives 127). Use _oxCPUValue::clamp before.
+    /// (1.5 gives 127). Call _oxCPUValue::clamp first.
     void fromF(float const & f);
     /// Sets a percentage by the rules of fromF.
     void fromFPerc(float p) { fromF(static_cast<float>(p / 100.0)); }

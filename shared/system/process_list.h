@@ -84,9 +84,10 @@ class OX_EXPORT _oxProcessList
     /// call within 10 ms after the snapshot uses the values of the snapshot.
     void initGetProcessInfo();
     /// Sets `user` of an entry. If `memMB` and `cpuTime` of the entry are both 0, sets them, too.
-    /// `index` is 1 to `count`; entry `count` is the first unused one. Other indices have no
-    /// effect. Compatibility: entry 0, the idle process, is never set; the farm's applications rely
-    /// on this range.
+    /// `index` is 1 to `count`; entry `count` is the first unused entry. Other indices have no
+    /// effect.
+    /// Compatibility: entry 0, the idle process, is never set; the farm's applications rely on this
+    /// range.
     void getProcessInfo(int index);
     /// Does the same as getProcessInfo, but does not set `user` and does not call
     /// fix32bit_4GBmemory.

@@ -47,7 +47,7 @@ class OX_EXPORT oxSharedMemory
         OwnError = -1,     ///< refused by this class, not by the system
         AlreadyExists = 4, ///< create(): the segment exists already
         DoesNotExist =
-            5, ///< attach(): the segment does not exist; after create() 5 is a system code
+            5, ///< attach(): the segment does not exist; after create() the code 5 is the system's
     };
 
     /// Sets the names of the segment; creates nothing. Keys of up to 232 characters have distinct

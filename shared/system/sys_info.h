@@ -77,11 +77,11 @@ class OX_EXPORT _oxSysInfo
     /// Buffer for raw performance data.
     std::unique_ptr<char[]> perfBuffer;
 
-    /// Sets all fields. On Windows it turns the performance counters of processors and processes
-    /// on, if the user may do this.
+    /// Sets all fields. On Windows also turns on the performance counters of processors and
+    /// processes, if the user has the right to do this.
     _oxSysInfo();
 
-    /// Updates `cpuUsage` and `freeMemoryMB`, and with `withDisk` the disk's health.
+    /// Updates `cpuUsage` and `freeMemoryMB`. With `withDisk` also updates the disk's health.
     void update(bool const & withDisk);
 
     /// Sets the fields that describe the processors.
