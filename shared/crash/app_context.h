@@ -11,9 +11,10 @@ class oxLogger
     /// true, the line must be in the file when the call returns.
     ///
     /// After a crash the heap and any lock may be unusable, so a call may only write to a file that
-    /// is already open. The call is abandoned when it crashes or takes three seconds. On Windows it
-    /// runs on a separate thread. `log` must stay the first virtual function, since applications
-    /// are built separately from the library and depend on the order of the virtual functions.
+    /// is already open. A call that crashes or takes three seconds is abandoned. On Windows the
+    /// call runs on a separate thread. `log` must stay the first virtual function, since
+    /// applications are built separately from the library and depend on the order of the virtual
+    /// functions.
     virtual void log(int level, _oxString8_evenSize<500> const & text, bool flag) = 0;
 
   protected:

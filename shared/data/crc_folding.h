@@ -43,8 +43,8 @@ struct FoldConstants {
     /// Entry [n] moves a block by n blocks; entry [0] is unused.
     std::array<FoldFactors, longest + 1> byBlocks;
 
-    /// Factors that move the last `atOnce` blocks of the data to half a block behind the end of the
-    /// data, where the kernel adds the blocks. The last entry is for the last block.
+    /// Factors that move the last `atOnce` blocks of the data to the position half a block behind
+    /// the end of the data, where the kernel adds the blocks. The last entry is for the last block.
     std::array<FoldFactors, atOnce> behindEnd;
 
     /// Factors that divide the folded block by the widened polynomial Q = x^64 + ...: the quotient

@@ -348,8 +348,8 @@ bool _OX_DataBuffer::chunkUnzipGet(z_stream & zs, unsigned char * out, int outLe
         return fail(result);
     int const consumed = int(input.size() - zs.avail_in);
     dataOffset += consumed;
-    // Returns false at the end of the stream even if more bytes follow. A caller that reads until
-    // false would otherwise never stop.
+    // Returns false at the end of the stream even if more bytes follow. A caller that loops
+    // until the result is false would otherwise never stop.
     bool const pastTheEnd = result == Z_STREAM_END && consumed == 0 && zs.avail_out == uInt(outLen);
     return !pastTheEnd;
 }

@@ -42,7 +42,7 @@ class OX_EXPORT _OX_DataBuffer
     char * data = nullptr;          ///< the block (malloc, realloc, free), owned
     std::int32_t error = 0;         ///< error code of the last operation, 0 if it succeeded
 
-    /// Error codes in `error` and of the file functions, in addition to those of zlib.
+    /// Codes that `error` and the file functions can have in addition to the codes of zlib.
     enum ErrorCode {
         OutOfMemory = -100,        ///< no memory, or a file larger than `memoryLimitMB`
         NotOpened = -101,          ///< the file cannot be opened

@@ -129,8 +129,8 @@ class CheckedFile : public PlainFile
     unsigned int crc_ = 0;
 };
 
-/// A file in a compressed format, read and written by zlib's gzip interface. Provides the error
-/// codes of these formats.
+/// A file in one of the compressed formats, read and written by zlib's gzip interface. Provides the
+/// error codes of these formats.
 class GzipFile
 {
   public:

@@ -12,9 +12,9 @@
 /// Copies a file and sets the copy's last-write time to that of the source.
 ///
 /// With `overwrite` an existing target is deleted first, even if the source does not exist. A link
-/// at the target is replaced and not followed. A named pipe is refused as source and as target, a
-/// device as target. A device or an unnamed pipe (/dev/stdin) can be the source. If both names
-/// refer to the same file, a call with `overwrite` fails and changes nothing.
+/// at the target is replaced and not followed. A named pipe is refused as source and as target, and
+/// a device is refused as target. A device or an unnamed pipe (/dev/stdin) can be the source. If
+/// both names refer to the same file, a call with `overwrite` fails and changes nothing.
 ///
 /// A negative `pauseMs` selects the system's own copy, the fastest one. The system's copy keeps
 /// permission bits and the holes of sparse files. A failure leaves no target and returns the
@@ -46,8 +46,8 @@ OX_EXPORT QString oxCopyFile(QString const & from, QString const & to, bool over
 /// stopping copy to oxShare." and sets `limitReported` to true. While `limitReported` is true,
 /// further calls for a source of this size return success and copy nothing.
 ///
-/// A named pipe is refused as source and as target, a device as target. If the process runs as
-/// root, a target that is a link of another user is refused.
+/// A named pipe is refused as source and as target, and a device is refused as target. If the
+/// process runs as root, a target that is a link of another user is refused.
 ///
 /// Fails: the bytes written before the failure stay in the target, and `added` contains the same
 /// bytes. The next call continues after these bytes. If oxCopyFile makes the copy, the text is that

@@ -36,7 +36,7 @@ void oxDirListing::init(QString path, bool const & includeDirs, bool const & rea
 }
 
 /// Opens `path` as a folder without a status query, which would be one more round trip to the
-/// share. If this fails and `path` is a file, lists only this file.
+/// share. If the open fails and `path` is a file, lists only this file.
 void oxDirListing::open(QString const & path)
 {
     auto const walkThrough = [this](QString const & wanted) {

@@ -41,7 +41,7 @@ class OX_EXPORT oxDirListing
     oxDirListing & operator=(oxDirListing const &) = delete;
 
     /// Starts a listing, which replaces the previous one; the filters stay. `path` may have the
-    /// separators of any system. It is
+    /// separators of any system. `path` is one of these:
     /// - a folder, with or without a separator at its end;
     /// - a file, which is then the only entry;
     /// - a pattern that ends with `*`: `C:\out\shot_*`. `*` matches any characters. `?` matches one

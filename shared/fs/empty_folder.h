@@ -30,11 +30,11 @@ struct _oxEmptyFolderOptions {
     QStringList skip;
     /// Dry run: deletes nothing, but counts and reports the entries as if they had been deleted.
     bool isDryRun = false;
-    /// Called before each deletion. If it returns true, oxEmptyFolder ends. May be empty.
+    /// Called before each deletion. If it returns true, oxEmptyFolder ends. `stop` may be empty.
     std::function<bool()> stop;
     /// Called after each deletion and each failure, with the path of the entry. `failure` is empty
     /// if the entry was deleted, otherwise it is the reason: "Unable to delete file ..., " or
-    /// "Error deleting folder ..., " and the system's message. May be empty.
+    /// "Error deleting folder ..., " and the system's message. `report` may be empty.
     std::function<void(QString const & path, QString const & failure)> report;
 };
 
@@ -52,8 +52,8 @@ OX_EXPORT _oxEmptyFolderResult oxEmptyFolder(QString const & folder,
                                              _oxEmptyFolderOptions const & options);
 
 /// Deletes the content of a folder, with the parameters of the farm's applications. Returns true if
-/// no deletion failed. With ignoreErrors it returns true even if deletions failed, but still false
-/// if the folder could not be read.
+/// no deletion failed. With `ignoreErrors` it also returns true if deletions failed. If the folder
+/// could not be read, it returns false in any case.
 ///
 /// `recursive`, `minAge` (seconds) and `skip` are those of _oxEmptyFolderOptions; `count`, `bytes`
 /// and `lastError` receive the values of _oxEmptyFolderResult. Any pointer may be null. `messages`

@@ -22,7 +22,7 @@
 /// split.
 
 /// Returns the path with the separators of a system: "/" for Linux and Mac, "\" for every other
-/// value.
+/// value of `os`.
 OX_EXPORT QString oxConvertPDToOS(QString const & path, _oxOS os);
 /// Returns the path with this system's separators.
 OX_EXPORT QString oxConvertPDToOS(QString const & path);

@@ -25,9 +25,9 @@ OX_EXPORT void oxGetEnvironmentVariableList(QStringList & names, QStringList & v
 
 /// Returns the executable's folder with a trailing separator. Falls back to the folder of `argv0`
 /// if the executable's path is unknown or has at most 3 characters, or if its folder has more than
-/// 250 bytes. `argv0` may be null or relative to the current folder. If that fails too, returns the
-/// empty text; a path is never truncated, since it would name another folder. On Linux a path that
-/// Latin-1 cannot express is in UTF-8.
+/// 250 bytes. `argv0` may be null or relative to the current folder. If the folder of `argv0` is
+/// unknown or too long as well, returns the empty text: a truncated path would name another folder.
+/// On Linux a path that Latin-1 cannot express is in UTF-8.
 OX_EXPORT _oxString8_evenSize<250> oxApplicationPath(char * argv0);
 /// Sets `path` to the executable's folder, by the rules of the other overload. Returns whether a
 /// folder was found; otherwise `path` is empty.

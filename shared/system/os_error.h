@@ -6,8 +6,8 @@
 
 /// Returns the text of a system error code: "Error 2: No such file or directory." The farm's
 /// failure messages end with this text. The code -1 is the calling thread's last error; call the
-/// function before another call can change the last error. 0 gives "No Error.", 126 "A DLL is
-/// missing.". A code without a system message is treated as an exception code (see
+/// function before another call can change the last error. 0 gives "No Error."; 126 gives "A DLL
+/// is missing.". A code without a system message is treated as an exception code (see
 /// exceptionCodeText).
 OX_EXPORT _oxString8_evenSize<250> oxLastOSError8(int code = -1);
 /// Returns the text of a system error as a wide string, by the rules of oxLastOSError8.

@@ -67,9 +67,9 @@ class OX_EXPORT oxSharedMemory
     /// or an object that is already attached; otherwise with the system's code.
     bool create(int size, bool global, bool fallBackToLocal);
 
-    /// Detaches, and attaches to an existing segment. If the object has called create() before, or
-    /// attach() with success, uses the name of that call, global or local. Otherwise opens the
-    /// global segment or, if this fails, the local segment.
+    /// Detaches, and attaches to an existing segment. If create() was called before, or an earlier
+    /// attach() succeeded, uses the name of that call, global or local. Otherwise opens the global
+    /// segment or, if this fails, the local segment.
     /// Fails: with DoesNotExist when the segment does not exist; otherwise with the system's code.
     bool attach();
 
