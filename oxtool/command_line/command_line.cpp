@@ -86,7 +86,7 @@ std::string exitStatusLine()
     return line + '\n';
 }
 
-/// Returns whether the arguments contain --json, so that a message about wrong use is also written
+/// Returns whether the arguments contain --json. If so, a message about wrong use is also written
 /// as JSON.
 bool wantsJson(std::vector<std::string> const & arguments)
 {
@@ -102,8 +102,8 @@ bool hasOption(std::vector<Option> const & options, std::string const & argument
     return std::ranges::find(options, name, &Option::name) != options.end();
 }
 
-/// Returns the position after the option at `at` and its value. Returns `at` if the argument there
-/// is none of `options`.
+/// If the argument at `at` is one of `options`, returns the position behind the option and its
+/// value. Otherwise returns `at`.
 Arguments::const_iterator endOfOption(std::vector<Option> const & options,
                                       Arguments::const_iterator at, Arguments::const_iterator end)
 {
@@ -114,8 +114,8 @@ Arguments::const_iterator endOfOption(std::vector<Option> const & options,
     return at + (hasNext ? 2 : 1);
 }
 
-/// Moves each option that stands before the command behind it if the command has an option of the
-/// same name.
+/// Moves options from the place before the command to the place behind it. An option that the
+/// command does not have stays before the command.
 Arguments withOptionsBehindCommand(Program const & program, Arguments const & arguments)
 {
     auto const skip = [&program](auto at, auto end) {
@@ -496,7 +496,8 @@ class Parser
         return text;
     }
 
-    /// Returns the command or subcommand that the arguments select; without one, the program.
+    /// Returns the command or subcommand that the arguments select. Without a command, returns the
+    /// program.
     CLI::App const & selectedApp() const
     {
         CLI::App const * app = &app_;

@@ -90,7 +90,8 @@ bool hasPositional(Command const & command, Completion completion)
 
 // bash
 
-/// Returns the assignment of the bash variable `files`: the option of compgen for files or folders.
+/// Returns an assignment to the bash variable `files`, which contains compgen's option for files
+/// (-f) or folders (-d). Returns an empty text if the shell completes neither.
 std::string bashFiles(Completion completion)
 {
     if (completion == Completion::Files)
@@ -198,7 +199,8 @@ std::string zshOption(Option const & option)
            text;
 }
 
-/// Returns the specifications for _arguments of a command without subcommands.
+/// Returns the arguments of zsh's _arguments for the options and the positional arguments of a
+/// command. The command has no subcommands.
 std::string zshArguments(Command const & command)
 {
     Texts all = {"'(- *)'{-h,--help}'[Print the help]'"};
@@ -222,7 +224,7 @@ std::string zshArguments(Command const & command)
 }
 
 /// Returns a zsh function `name` that completes the name of one of the commands, then the arguments
-/// of this command. `options` are the specifications of the options before the command.
+/// of this command. `options` specifies the options before the command, in the form of _arguments.
 std::string zshFunction(std::string const & name, std::string const & options,
                         std::vector<Command> const & commands)
 {
@@ -292,7 +294,7 @@ std::string fishOption(std::string const & begin, Option const & option)
     return text + " -d " + fishQuoted(helpOf(option)) + '\n';
 }
 
-/// Returns a line for each visible command. `begin` is the beginning of each line.
+/// Returns a line of the fish script for each visible command. Each line begins with `begin`.
 std::string fishCommands(std::string const & begin, std::vector<Command> const & commands)
 {
     std::string text;
