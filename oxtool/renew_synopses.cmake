@@ -1,4 +1,4 @@
-# Replaces the section "Synopses" at the end of docs/oxtool.md.
+# Replaces the section "Synopses" at the end of DOCUMENT (docs/oxtool.md) by the file SYNOPSES.
 cmake_minimum_required(VERSION 3.25)
 
 file(READ "${DOCUMENT}" text)

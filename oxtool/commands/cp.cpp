@@ -151,7 +151,7 @@ class Copying
         std::set<QString> targets;
         for (QString const & from : sources) {
             Item & item = items.emplace_back(Item{from, nameIn(folder, from)});
-            // Two sources of one target would be copied in parallel, and either could be the last.
+            // Two sources with the same target would be copied in parallel, in an unknown order.
             if (!targets.insert(item.to.toCaseFolded()).second)
                 item.failure = Failure(QStringLiteral("cannot copy '%1' to '%2': another file of "
                                                       "this command has the same name")
@@ -197,7 +197,8 @@ class Copying
         item.failure = failure;
     }
 
-    /// Calls `copyContent` unless --keep applies to an existing target. Sets the item's result.
+    /// If --keep is given and the target exists, skips the copy. Otherwise calls `copyContent`. Sets
+    /// the item's result.
     template <typename CopyContent>
     void copy(Item & item, CopyContent const & copyContent) const
     {
@@ -251,7 +252,8 @@ class Copying
     int status_ = Done; ///< exit status of the failures
 };
 
-/// Appends directly to the target, so that the next call can continue after an interruption.
+/// Appends to the target itself, without a temporary file. After an interruption, the next run of
+/// the command can therefore continue the copy.
 void append(QString const & from, QString const & to, qint64 begin)
 {
     auto const progress = [&] {

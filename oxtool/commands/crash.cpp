@@ -55,7 +55,7 @@ void showStack(CrashReport const & crash, Report & report)
 
 void show(Options const & options, Report & report)
 {
-    // openForReading() fails for a named pipe; minidump_stackwalk would block on it.
+    // openForReading() fails for a named pipe, on which minidump_stackwalk would block.
     if (auto const dump =
             platform::openForReading(nativeName(options.dump), platform::Writers::Allowed);
         !dump)

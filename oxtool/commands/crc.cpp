@@ -31,7 +31,7 @@ class Checksums
     Checksums(Options const & options, Report & report) : options_(options), report_(report) {}
 
     /// Shows the checksums of the readable files.
-    /// Fails: throws Failure after the last file when a file is not readable.
+    /// Fails: when a file is not readable, throws Failure after the last file.
     void show()
     {
         report_.text(QStringLiteral("crc8  crc16  crc32     crc64                  bytes  file"));
@@ -44,7 +44,7 @@ class Checksums
     }
 
     /// Compares the files of a checksum list with the list.
-    /// Fails: throws Failure after the last file when a file differs or is not readable.
+    /// Fails: when a file differs or is not readable, throws Failure after the last file.
     void check()
     {
         std::vector<FileChecksums> const list = readChecksumList(options_.list);

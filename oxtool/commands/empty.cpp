@@ -64,8 +64,8 @@ class Emptying
 
     void run()
     {
-        // The deletion runs on another thread, so that a stop request can wait for its end and
-        // report the exact number of deleted entries.
+        // The deletion runs on another thread. A stop request can therefore wait until the deletion
+        // has ended, and report the exact number of deleted entries.
         std::shared_future<_oxEmptyFolderResult> pass;
         bool hasEnded = true;
         StopGuard guard;

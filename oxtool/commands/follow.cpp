@@ -24,8 +24,8 @@ namespace ox::tool
 namespace
 {
 
-/// Writes text to standard output: on a terminal with unprintable characters escaped, otherwise the
-/// unchanged bytes.
+/// Writes text to standard output. On a terminal, escapes unprintable characters; otherwise writes
+/// the bytes unchanged.
 class TextOutput
 {
   public:
@@ -77,8 +77,8 @@ class Copy
   public:
     explicit Copy(QString const & path) : path_(path) {}
 
-    /// Returns the size; 0 if the copy does not exist.
-    /// Fails: throws Failure when the status cannot be read, since 0 would mean an empty copy.
+    /// Returns the size of the copy; 0 if the copy does not exist.
+    /// Fails: when the status of the copy cannot be read, throws Failure: 0 would mean an empty copy.
     qint64 size() const
     {
         auto const status = platform::fileStatus(nativeName(path_));
@@ -91,7 +91,8 @@ class Copy
 
     void clear() const { static_cast<void>(open(platform::Content::Emptied)); }
 
-    /// Fails: throws Failure, and keeps the bytes that were written.
+    /// Appends `bytes` to the copy.
+    /// Fails: throws Failure; bytes that were written before the failure stay in the copy.
     void append(QByteArray const & bytes) const
     {
         platform::OpenFile file = open(platform::Content::Kept);

@@ -6,7 +6,7 @@
 
 #include <vector>
 
-// The work of the command `follow`, which `resume --follow` shares.
+// Functions of the command `follow`. `resume --follow` uses them, too.
 
 namespace ox::tool
 {

@@ -124,8 +124,8 @@ void showStatus(QString const & file, Report & report)
     report.line(QStringLiteral("holder"), holderStateText(status));
 }
 
-/// Removes a lock file that no process holds, in the same way as a waiting process removes the lock
-/// file of a stale lock.
+/// Removes a lock file that no process holds. Uses the same function as a process that waits for
+/// the lock and removes the lock file of a stale lock.
 void breakLock(QString const & file, Report & report)
 {
     _oxFileLockStatus const status = statusOfLock(file);
@@ -137,7 +137,7 @@ void breakLock(QString const & file, Report & report)
         return;
     }
     setMembers(report, status);
-    // A lock file newer than `status` belongs to another process and is not removed.
+    // A lock file that is newer than `status` belongs to another process and is not removed.
     auto const removed =
         platform::removeLeftLockFile(nativeName(lockFileName(file)), status.since.value + 1);
     if (!removed) {
@@ -177,8 +177,8 @@ int runCommand(std::vector<std::string> const & command)
 }
 
 /// Takes the lock.
-/// Fails: throws Failure with the exit status of --conflict-exit-code when another process holds
-/// the lock.
+/// Fails: when another process holds the lock, throws Failure with the exit status of
+/// --conflict-exit-code.
 std::unique_ptr<HeldLock> takeLock(Options const & options)
 {
     try {

@@ -27,7 +27,7 @@ struct Options {
 
 QLatin1String const ending("_lock.txt");
 
-/// States of locks by the paths of their lock files.
+/// Maps the path of each lock file to the state of its lock.
 using Locks = std::map<QString, _oxFileLockStatus>;
 
 /// Result of one search for lock files in all folders.
@@ -37,8 +37,8 @@ struct Search {
     int status = Done;
 };
 
-/// Returns the state of a lock file. Queries a lock that seems left behind a second time, since its
-/// holder may have released it during the first query.
+/// Returns the state of a lock file. If the lock seems to be left behind, queries the state twice:
+/// the holder may have released the lock during the first query.
 _oxFileLockStatus statusOfLock(QString const & lockFile)
 {
     platform::NativeName const name = nativeName(lockFile);

@@ -34,7 +34,9 @@ struct Options {
 
 /// Returns the bytes of `argument` in the file's encoding. `name` is the name of the argument, for
 /// messages.
-/// Fails: throws Failure when the text is longer than the record or not representable in it.
+/// Fails: throws Failure in two cases:
+/// - The text is longer than 500 bytes; with `utf16`, longer than 250 characters.
+/// - `utf16` is set, and the text has characters outside Latin-1.
 Text bytesOf(char const * name, std::string const & argument, bool utf16)
 {
     auto const refuse = [name](QString const & reason) {
@@ -63,8 +65,8 @@ void requireExisting(QString const & path)
                       statusOf(status.error()));
 }
 
-/// Loads the file `path`. `name` is a name of this file that stays valid if another process renames
-/// the file.
+/// Loads a file by `name`, which stays valid if another process renames the file. `path` is the
+/// path of the file as the user has given it, for messages.
 void load(_oxFileSearcher & file, QString const & name, QString const & path)
 {
     if (file.load(name))
@@ -108,7 +110,7 @@ class Replacing
     }
 
   private:
-    /// Function that stores a member of the JSON object of a file.
+    /// Stores a member in the JSON object of a file.
     using SetMember = std::function<void(QString const &, QJsonValue const &)>;
 
     void replaceInOneOfSeveral(QString const & path)
@@ -163,8 +165,8 @@ class Replacing
         return options_.isExact ? file.indexOf(search_, from) : file.indexOfIgnCase(search_, from);
     }
 
-    /// Returns whether the last match is at the end of the file, where the library does not replace
-    /// it.
+    /// Returns whether the last match is at the end of the file. The library does not replace a
+    /// match at the end of the file.
     bool isLastMatchKept(_oxFileSearcher const & file) const
     {
         if (find(file, file.size - length()) < 0)
@@ -185,8 +187,8 @@ class Replacing
     }
 
     /// Sets `content` to the file's content with all exact matches replaced, and returns the number
-    /// of matches. The library's replaceAll() always ignores case. As replaceAll() does, counts a
-    /// match at the end of the file but does not replace it.
+    /// of matches. The library's replaceAll() cannot be used, since it always ignores case. A match
+    /// at the end of the file is counted but not replaced, as by replaceAll().
     int replaceExactly(_oxFileSearcher const & file, std::string & content) const
     {
         auto const append = [&](int begin, int end) {
@@ -218,7 +220,7 @@ class Replacing
         report_.line(QStringLiteral("written"), sizeText(size));
     }
 
-    /// Shows each line with a match once, up to 200 characters of it. Returns the number of
+    /// Shows the first 200 characters of each line that contains a match. Returns the number of
     /// matches.
     int showLines(_oxFileSearcher const & file, SetMember const & set) const
     {

@@ -85,8 +85,8 @@ QString nameInUse(oxSharedMemory const & memory)
     keepUntilStop("created", memory, options.json);
 }
 
-/// Locks the segment until a stop request ends the program. The wait for the lock, which takes up
-/// to two seconds, defers stop requests.
+/// Locks the segment until a stop request ends the program. Waits up to two seconds for the lock. A
+/// stop request during this wait takes effect after the wait.
 [[noreturn]] void lock(Options const & options)
 {
     oxSharedMemory memory(recordKey(options.key));

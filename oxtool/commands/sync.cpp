@@ -182,7 +182,8 @@ class SourceNames
                });
     }
 
-    /// Returns whether `name` is a file of the source, or the previous version or lock file of one.
+    /// Returns whether `name` is a file of the source, or a source file's previous version or lock
+    /// file.
     bool isOfSource(QString const & name) const
     {
         auto const isAddition = [&](char const * addition) {
@@ -241,8 +242,10 @@ class Sync
     }
 
   private:
-    /// Throws Failure if TARGET does not contain the marker and --force is not given: --delete
-    /// would empty a mistyped TARGET.
+    /// Throws Failure in two cases:
+    /// - SOURCE is a file.
+    /// - TARGET exists but does not contain the marker, and --force is not given. Without this
+    ///   check, --delete would empty a mistyped TARGET.
     void requireDeletable(platform::NameKind source) const
     {
         if (source == platform::NameKind::File)
@@ -261,8 +264,9 @@ class Sync
         return static_cast<bool>(platform::fileStatus(marker));
     }
 
-    /// Throws Failure if one folder contains the other: each run would copy the copies of the
-    /// previous run, or --delete would delete SOURCE.
+    /// Throws Failure in two cases:
+    /// - SOURCE contains TARGET, with --recursive. Each run would copy the previous run's copies.
+    /// - TARGET contains SOURCE, with --delete. The command would delete SOURCE.
     void requireSeparate() const
     {
         auto const whole = [](QString const & path) {
@@ -347,8 +351,8 @@ class Sync
         runJobs(jobs_, items_.size(), compareItem, noFinish);
     }
 
-    /// Returns whether a folder exists, or whether its status is not readable: it may then contain
-    /// previous files.
+    /// Returns true if a folder exists or its status is not readable. A folder whose status is not
+    /// readable may contain previous files.
     static bool mayExist(QString const & path)
     {
         using platform::NameKind;
@@ -439,7 +443,8 @@ class Sync
             return;
         if (!failures_.isEmpty())
             return warn(QStringLiteral("nothing was deleted, because of failures"));
-        // The marker is tested again: the share of TARGET may have been mounted in the meantime.
+        // The marker is tested a second time, since the share of TARGET may have been mounted after
+        // the first test.
         if (!options_.isForced && !isMarked(target))
             return;
         if (!options_.isForced && items_.empty())

@@ -17,7 +17,7 @@ struct Options {
     bool json = false;
 };
 
-/// A text form of a time: the function that returns it, with the function's name.
+/// Function that returns a time as text, with the name of the function.
 struct Form {
     char const * name;
     QString (_oxTime::*text)() const;

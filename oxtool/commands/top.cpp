@@ -186,8 +186,8 @@ class LiveView
                                     "j, k, space, b: scroll"),
                      size, Style::None);
         QByteArray const frame = "\033[H" + lines.join("\033[K\r\n") + "\033[K\033[J";
-        // A stop request restores the terminal. Without the deferral the table could be drawn after
-        // that.
+        // A stop request restores the terminal. Without the deferral, the table could be drawn on
+        // the restored terminal.
         deferStopRequests([&frame] {
             writeOutput(frame.constData(), frame.size());
             std::fflush(stdout);

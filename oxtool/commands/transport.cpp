@@ -50,9 +50,9 @@ QString inputOf(Options const & options, bool isLatin1)
     return text;
 }
 
-/// Shows `result`. Escapes unprintable characters only on a terminal: other readers need the
-/// unchanged runs, which contain such characters. Appends a line break if the input is from the
-/// command line; standard input has its own.
+/// Shows `result`. Escapes unprintable characters only on a terminal: runs contain unprintable
+/// characters, and a program that reads the output needs the runs unchanged. Appends a line break
+/// only if the input is from the command line; standard input contains its own line breaks.
 void show(Options const & options, QString const & text, QString const & result, bool isLatin1,
           Report & report)
 {
