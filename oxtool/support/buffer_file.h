@@ -31,7 +31,8 @@ QString formatName(Format format);
 /// Returns whether a file of this format is one gzip stream, whose trailer contains a CRC.
 bool isInGzip(Format format);
 
-/// Detects the format from the first bytes of a file. Returns empty if it is not a buffer file.
+/// Detects the format from the first bytes of a file. Returns empty if the file is not a buffer
+/// file.
 /// Fails: throws Failure when the file cannot be read.
 std::optional<Format> detectFormat(QString const & path);
 
@@ -54,7 +55,7 @@ char * headerOf(_OX_DataBuffer & buffer);
 void loadBufferFile(QString const & path, Format format, _OX_DataBuffer & buffer);
 
 /// Loads a whole plain file and shows a progress line. Sets `status` to the status of the file,
-/// also after a failed load; to empty if the file does not exist.
+/// also if the load fails. If the file does not exist, sets `status` to empty.
 /// Fails: throws the Failure of loadFailure().
 void loadPlainFile(QString const & path, _OX_DataBuffer & buffer,
                    std::optional<platform::FileStatus> & status);

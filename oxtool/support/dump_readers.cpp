@@ -58,8 +58,8 @@ DumpReaders::DumpReaders(QString const & folder)
 
 void DumpReaders::storeSymbols(QString const & program, QString const & folder) const
 {
-    // The second argument is the folder where dump_syms searches a separate file with debug
-    // information; an installed program has such a file in its own folder.
+    // The second argument is the folder where dump_syms searches for a separate file with debug
+    // information. An installed program has this file in its own folder.
     QByteArray const symbols = run(symbols_, {program, QFileInfo(program).path()}).bytes;
     // The first line is "MODULE Linux x86_64 1F0B… oxtool".
     QStringList const module =

@@ -24,8 +24,8 @@ enum ExitStatus {
 /// subject does not exist, otherwise `Failed`.
 ExitStatus statusOf(platform::Error error);
 
-/// Combines the exit statuses of two steps. If only one step failed, returns its status. If both
-/// failed, returns their status if it is the same, otherwise `Failed`.
+/// Combines the exit statuses of two steps. If only one step failed, returns the status of this
+/// step. If both failed with the same status, returns this status; otherwise returns `Failed`.
 int combinedStatus(int one, int other);
 
 /// Exception that ends a command with a message for the user and the program's exit status.

@@ -27,10 +27,10 @@ struct FolderSelection {
     bool isRecursive = false;      ///< whether to list subfolders, too
 };
 
-/// Lists `folder` and, with `isRecursive`, its subfolders; up to `jobs` folders in parallel. The
-/// path of `folder` ends with a separator. Returns the folders in depth-first order: each one
-/// before its subfolders, which are sorted by name. The result also has an entry without names for
-/// each link to a folder.
+/// Lists `folder` and, with `isRecursive`, its subfolders. Lists up to `jobs` folders in parallel.
+/// The path of `folder` ends with a separator. Returns the folders in depth-first order: each
+/// folder before its subfolders, which are sorted by name. For each link to a folder, the result
+/// has an entry without names.
 std::vector<FolderContent> listFolders(QString const & folder, FolderSelection const & selection,
                                        int jobs);
 

@@ -84,7 +84,7 @@ class WaitingLine
 
 // Each poll calls tryLock(), which is one request to the share. tryLock() defers stop requests, so
 // the pauses between the polls are outside of tryLock(). The first and the last pause call
-// isFree(), which removes a stale lock file after its wait. The other pauses call oxSleep().
+// isFree(), which waits and then removes a stale lock file. The other pauses call oxSleep().
 HeldLock::HeldLock(QString const & file, int timeoutMs) : file_(file), locker_(file)
 {
     if (locker_.lockFileName().isEmpty())

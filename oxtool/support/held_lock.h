@@ -13,8 +13,9 @@ class HeldLock
 {
   public:
     /// Waits up to `timeoutMs` milliseconds for the lock and takes it. With 0 it does not wait.
-    /// Fails: throws Failure when another process still holds the lock, with the holder's
-    /// description, or when the lock file cannot be created.
+    /// Fails: throws Failure in two cases:
+    /// - Another process still holds the lock. The message contains the holder's description.
+    /// - The lock file cannot be created.
     HeldLock(QString const & file, int timeoutMs);
     /// Releases the lock. A failure is reported on standard error.
     ~HeldLock();
@@ -22,7 +23,7 @@ class HeldLock
     HeldLock & operator=(HeldLock const &) = delete;
 
     /// Releases the lock. Returns an error message if the lock file could not be removed, otherwise
-    /// an empty text. Has no effect the second time.
+    /// an empty text. A second call has no effect.
     QString release();
     /// Time in milliseconds for which the constructor waited.
     int waitedMs() const { return waitedMs_; }

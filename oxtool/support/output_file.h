@@ -8,17 +8,17 @@
 namespace ox::tool
 {
 
-/// Output file that replaces the previous file of the same name only when it is complete. The
-/// content goes to a temporary file in the same folder, which the destructor deletes unless
-/// commit() has renamed it. The new file gets the mode of the previous file and, for root, its
-/// owner.
+/// Output file that replaces the previous file of the same name only when the new content is
+/// complete. The content goes to a temporary file in the same folder, which the destructor deletes
+/// unless commit() has renamed it. The new file gets the mode of the previous file. If the process
+/// runs as root, the new file also gets the owner of the previous file.
 /// Fails: the functions throw Failure with the system's reason.
 class OutputFile
 {
   public:
     using Access = platform::NewFile::Access;
 
-    /// Fails: when `path` is not a regular file, such as a folder or a device.
+    /// Fails: when `path` is a folder, a device or another name that is not a regular file.
     explicit OutputFile(QString const & path);
 
     /// Fails: when the previous file is write-protected.

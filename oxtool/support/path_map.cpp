@@ -143,8 +143,8 @@ bool isStoredForm(QString const & path)
     return isDrive || path.startsWith(QLatin1String("\\\\"));
 }
 
-/// Returns whether the value of an option is a path that acceptStoredPaths() converts. It does not
-/// convert STORED_PATH: the command does this itself and shows the stored and the local path.
+/// Returns whether the value of an option is a path that acceptStoredPaths() converts. STORED_PATH
+/// is not such a path: its commands convert it themselves, and show the stored and the local path.
 bool isPath(Option const & option)
 {
     Completion const completion = completionOf(option);
@@ -152,8 +152,8 @@ bool isPath(Option const & option)
            (completion == Completion::Files || completion == Completion::Folders);
 }
 
-/// Converts a stored path that a command receives as bytes. Leaves the bytes unchanged if the local
-/// path is the same.
+/// Converts a stored path that a command receives as bytes. If the local path equals the stored
+/// path, leaves the bytes unchanged.
 void convertBytes(std::string & bytes)
 {
     QString const path = fromArgument(bytes);
@@ -162,7 +162,7 @@ void convertBytes(std::string & bytes)
         bytes = local.toStdString();
 }
 
-/// Converts the stored paths that an option has received to local paths.
+/// Converts the stored paths in the target of an option to local paths.
 void makeLocal(Target const & target)
 {
     auto const convert = [](QString & path) {
@@ -177,7 +177,7 @@ void makeLocal(Target const & target)
         convertBytes(**bytes);
 }
 
-/// Converts the stored paths that all options have received to local paths.
+/// Converts the stored paths in the targets of options to local paths.
 /// Fails: throws Failure when a mapping is wrong. With `asJson`, also writes the failure as JSON.
 void makeAllLocal(std::vector<Target> const & paths, bool asJson)
 try {

@@ -15,7 +15,8 @@ namespace ox::tool
 // same root the first one applies.
 
 /// Returns all mappings. The first call reads the environment variable and the configuration file.
-/// Fails: throws Failure when one of the two contains a text that is not a mapping.
+/// Fails: throws Failure when the variable or the file contains a text that is not a mapping, or
+/// when the file cannot be read.
 std::vector<RootMapping> const & rootMappings();
 
 /// Returns the name of the configuration file; empty if the user has no folder for it.

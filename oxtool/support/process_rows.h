@@ -46,8 +46,9 @@ ProcessRow readProcess(_oxProcessList & list, int index);
 bool matches(ProcessRow const & row, ProcessSelection const & selection);
 
 /// Sorts the processes by `selection.sort` and keeps the first `selection.top`. The keys memory and
-/// time (start time) sort in descending order, id and name in ascending order. The key cpu, which
-/// is also the default for `selection.top`, sorts by usage and then by processor time, descending.
+/// time (start time) sort in descending order, id and name in ascending order. The key cpu sorts by
+/// usage and then by processor time, both in descending order. If `selection.top` is set without
+/// `selection.sort`, the key is cpu.
 void applyOrder(std::vector<ProcessRow> & rows, ProcessSelection const & selection);
 
 /// Formats processes as the rows of a table.
@@ -55,8 +56,8 @@ class ProcessTable
 {
   public:
     /// If `coreCount` is not 0, the table shows the usage in percent of one core and of all cores,
-    /// otherwise the processor time. `columns` is the width of the terminal, 0 without one. Lines
-    /// are cut to this width; below 100 columns the name comes before the wide columns.
+    /// otherwise the processor time. `columns` is the width of the terminal; 0 without a terminal.
+    /// Lines are cut to this width. Below 100 columns, the name is the second column.
     explicit ProcessTable(int coreCount, int columns) : coreCount_(coreCount), columns_(columns) {}
 
     QString heading() const;

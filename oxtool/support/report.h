@@ -27,9 +27,9 @@ void writeJsonLine(QJsonObject object);
 /// Writes "oxtool: " and the text, escaped by shownText(), to standard error.
 void writeError(QString const & text);
 
-/// Closes standard output. Returns false when output was lost, and reports the reason on standard
-/// error unless the reader has closed the pipe. If the process has no standard output, the text of
-/// a report does not count as lost, but output of writeOutput() does.
+/// Closes standard output. If output was lost, returns false and reports the reason on standard
+/// error. If the reader has closed the pipe, returns false without a message. If the process has no
+/// standard output, a lost Report does not count, but lost output of writeOutput() does.
 bool finishOutput();
 
 /// Writes the result of a command: as text, each line immediately, or as one JSON object at the
@@ -50,7 +50,7 @@ class Report
 
     /// Begins the JSON object with an array member. append() writes each element of the array
     /// immediately, so that a long array needs no memory. The other members follow the array. Call
-    /// it at most once. Has no effect in text form.
+    /// beginArray() at most once. Has no effect in text form.
     void beginArray(QString const & name);
     void append(QJsonObject const & element);
 

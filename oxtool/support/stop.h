@@ -30,7 +30,7 @@ class StopGuard
     /// Runs `acquire` with stop requests deferred, and returns its result. `acquire` should be
     /// short. If it returns true, the guard stores `release` and `stopMessage`. A stop request
     /// calls `release`, and then writes the text of `stopMessage`, if not empty, to standard error.
-    /// Fails: throws Failure, without a call of `acquire`, when stop requests cannot be handled.
+    /// Fails: when stop requests cannot be handled, throws Failure and does not call `acquire`.
     bool acquire(Acquire const & acquire, Release release, Message stopMessage = {});
 
     /// Releases the resource. Has no effect if there is none.

@@ -16,7 +16,7 @@ struct RootMapping {
 };
 
 /// Parses "STORED_ROOT=LOCAL_ROOT", split at the first "=".
-/// Fails: false when a side is empty.
+/// Fails: returns false when STORED_ROOT or LOCAL_ROOT is empty.
 bool parseRootMapping(QString const & text, RootMapping & mapping);
 
 /// Local path of a stored path.

@@ -9,7 +9,7 @@
 namespace ox::tool
 {
 
-/// Counts the files and bytes of a transfer on several threads, for its progress line.
+/// Counts the files and bytes of a transfer, which may use several threads, for a progress line.
 class Transfer
 {
   public:
