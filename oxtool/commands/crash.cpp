@@ -68,8 +68,8 @@ void show(Options const & options, Report & report)
     if (!readers.canRead())
         throw Failure(
             QStringLiteral("cannot find minidump_stackwalk, which only the installation on "
-                           "64-bit Linux contains; read the dump there, or give the "
-                           "program's folder with --readers"));
+                           "64-bit Linux contains; read the dump on 64-bit Linux, or give the "
+                           "folder of minidump_stackwalk with --readers"));
     CrashReport const crash = readers.read(options.dump, options.symbols);
     auto const own = std::ranges::find_if(crash.frames, hasSource);
     bool const hasSources = own != crash.frames.end();

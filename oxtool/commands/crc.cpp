@@ -174,8 +174,8 @@ Command crcCommand()
                         {.name = "--check",
                          .letter = 'c',
                          .valueName = "LIST",
-                         .help = "Check the files of LIST, an output of this command; - is the "
-                                 "standard input",
+                         .help = "Check the files listed in LIST, a saved output of this command; "
+                                 "- is the standard input",
                          .target = &options->list},
                         jobsOption(options->jobs),
                         jsonOption(options->json)},

@@ -78,7 +78,8 @@ class Copy
     explicit Copy(QString const & path) : path_(path) {}
 
     /// Returns the size of the copy; 0 if the copy does not exist.
-    /// Fails: when the status of the copy cannot be read, throws Failure: 0 would mean an empty copy.
+    /// Fails: when the status of the copy cannot be read, throws Failure. The result 0 would mean
+    /// an empty copy.
     qint64 size() const
     {
         auto const status = platform::fileStatus(nativeName(path_));
@@ -264,7 +265,8 @@ Command followCommand()
                      .isRequired = true},
                     {.name = "--to",
                      .valueName = "COPY",
-                     .help = "Append to COPY instead of standard output; continue an existing copy",
+                     .help = "Append to COPY instead of writing to standard output; continue an "
+                             "existing copy",
                      .target = &options->copy},
                     {.name = "--all",
                      .help = "Show the current content first",

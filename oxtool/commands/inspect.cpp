@@ -195,7 +195,8 @@ class Inspection
     QString verdictText() const
     {
         if (hasHeader_ && header_.size != loaded_.size)
-            return QStringLiteral("intact, but the header states %1").arg(sizeText(header_.size));
+            return QStringLiteral("intact, but the header states a size of %1")
+                .arg(sizeText(header_.size));
         return QStringLiteral("intact");
     }
 

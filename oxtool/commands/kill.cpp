@@ -48,7 +48,7 @@ std::vector<ProcessRow> findProcesses(std::vector<QString> const & targets)
 {
     for (QString const & target : targets) {
         if (target.size() >= nameLimit) // several names can have the same beginning
-            throw Failure(QStringLiteral("'%1' is too long; give the process id").arg(target),
+            throw Failure(QStringLiteral("name '%1' is too long; give the process id").arg(target),
                           WrongUse);
     }
     auto const list = std::make_unique<_oxProcessList>();

@@ -105,7 +105,7 @@ Command layoutCommand()
     auto const json = std::make_shared<bool>(false);
     return {.name = "layout",
             .group = Group::Diagnosis,
-            .summary = "Show the size and field offsets of each record (bytes)",
+            .summary = "Show the size and the field offsets of each record, in bytes",
             .options = {jsonOption(*json)},
             .examples = {"oxtool layout | grep _oxTime"},
             .run = [json] { return runReported(*json, layout); }};

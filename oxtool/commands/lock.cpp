@@ -226,9 +226,10 @@ Command lockCommand()
             .group = Group::Locks,
             .summary = "Run a command under the lock of a file; show or break the lock",
             .details =
-                "The exit status is that of COMMAND, or 128 + signal if a signal ended it. It is\n"
-                "127 if COMMAND does not exist, 126 if it cannot be run, 4 if the lock is not\n"
-                "available in time, and 1 if it cannot be taken or released for another reason.",
+                "The exit status is that of COMMAND, or 128 + signal if a signal ended COMMAND.\n"
+                "It is 127 if COMMAND does not exist, 126 if COMMAND cannot be run, 4 if the\n"
+                "lock is not available in time, and 1 if the lock cannot be taken or released\n"
+                "for another reason.",
             .options = {{.name = "FILE",
                          .help = "File to lock; it need not exist",
                          .target = &options->file,

@@ -93,8 +93,8 @@ Command processesCommand()
         .name = "ps",
         .group = Group::Machine,
         .summary = "List the processes with owner, memory, processor time, start and command line",
-        .details = "On a terminal below 100 columns the name comes before the wide columns. The\n"
-                   "environment variable NO_COLOR switches colours off.",
+        .details = "If the terminal has fewer than 100 columns, NAME is the second column of the\n"
+                   "table. The environment variable NO_COLOR switches colours off.",
         .options = {{.name = "NAME",
                      .help = "List only processes whose name begins with NAME, in any letter case",
                      .target = &options->name},

@@ -315,7 +315,7 @@ Command replaceCommand()
                          .target = &options->utf16},
                         jsonOption(options->json)},
             .examples = {"oxtool replace /mnt/share/farm.ini old-server new-server",
-                         "oxtool replace a.ini old-server new-server b.ini c.ini --dry-run"},
+                         "oxtool replace a.ini 'old server' 'new server' b.ini c.ini --dry-run"},
             .run = reporting(options, [](Options const & given, Report & report) {
                 Replacing(given, report).run();
             })};

@@ -283,7 +283,7 @@ class Sync
         };
         if ((options_.deletes && contains(target, source)) ||
             (options_.selection.isRecursive && contains(source, target)))
-            throw Failure(QStringLiteral("SOURCE and TARGET must not contain each other"),
+            throw Failure(QStringLiteral("neither SOURCE nor TARGET may contain the other"),
                           WrongUse);
     }
 
@@ -636,8 +636,8 @@ Command syncCommand()
                     jobsOption(options->jobs),
                     pauseOption(options->pauseMs),
                     {.name = "--retry-exe",
-                     .help = "5 s after the copy of an unfinished .exe, copy it again if it has "
-                             "changed; requires --pause",
+                     .help = "5 s after the copy of an .exe that ends in zeros, copy it again if "
+                             "its source has changed; requires --pause",
                      .target = &options->retry},
                     {.name = "--verbose",
                      .letter = 'v',

@@ -272,7 +272,7 @@ Command topCommand()
                      .range = Range{50, 24 * 3600 * 1000}},
                     {.name = "--min",
                      .valueName = "PERCENT",
-                     .help = "Show only processes that use at least this share of a core",
+                     .help = "Show only processes that use at least this percentage of a core",
                      .unit = "%",
                      .target = &options->leastUsage,
                      .showsDefault = true,

@@ -92,10 +92,9 @@ Option textOption(Options & options)
 }
 
 char const * const details =
-    "A word with a letter outside of Latin-1 is stored as a run, an escape sequence: \"<UTF8\" or\n"
-    "\"<UNI16\", one letter for each byte of the word, \">\". A terminal shows unprintable "
-    "letters\n"
-    "as \\u0097.";
+    "A word with a letter outside of Latin-1 is stored as a run (an escape sequence): a marker,\n"
+    "one letter for each byte of the word, and \">\". The marker \"<UTF8\" means bytes in UTF-8,\n"
+    "the marker \"<UNI16\" bytes in UTF-16. A terminal shows unprintable letters as \\u0097.";
 
 } // namespace
 
@@ -109,10 +108,10 @@ Command encodeCommand()
         .details = details,
         .options = {textOption(*options),
                     {.name = "--utf16",
-                     .help = "Write 16-bit runs instead of UTF-8 runs",
+                     .help = "Write 16-bit runs (<UNI16) instead of UTF-8 runs (<UTF8)",
                      .target = &options->asUtf16},
                     {.name = "--keep",
-                     .help = "Write the word in readable letters after its run",
+                     .help = "Write the original word after its run",
                      .target = &options->keepOriginal},
                     {.name = "--latin1",
                      .help = "Write Latin-1, the encoding of the farm's files, instead of UTF-8",

@@ -17,9 +17,10 @@ namespace
 
 [[noreturn]] void refuse(QString const & path, int line)
 {
-    throw Failure(QStringLiteral("cannot read '%1': line %2 does not have the form of 'oxtool crc'")
-                      .arg(path)
-                      .arg(line));
+    throw Failure(
+        QStringLiteral("cannot read '%1': line %2 is not in the output format of 'oxtool crc'")
+            .arg(path)
+            .arg(line));
 }
 
 /// Removes the first word of a line, with the blanks in front of it, and returns the word.

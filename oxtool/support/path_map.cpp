@@ -38,7 +38,7 @@ void add(QString const & text, QString const & source)
 {
     RootMapping mapping;
     if (!parseRootMapping(text.trimmed(), mapping))
-        throw Failure(QStringLiteral("%1: '%2' does not have the form STORED_ROOT=LOCAL_ROOT")
+        throw Failure(QStringLiteral("%1: '%2' does not have the form 'STORED_ROOT=LOCAL_ROOT'")
                           .arg(source, text),
                       WrongUse);
     mapping.source = source;

@@ -185,7 +185,7 @@ TEST(Crc, ComparesFilesWithAList)
         EXPECT_EQ(files[i].toObject().value(u"intact"_q).toBool(), i != 3 && i != 5);
     }
     expectError("crc --check %1", {share.write(u"list"_q, "crc8\nnone")}, 1,
-                u"line 2 does not have the form of 'oxtool crc'"_q);
+                u"line 2 is not in the output format of 'oxtool crc'"_q);
 }
 
 TEST(Crc, ShowsTheOtherFilesWhenOneCannotBeRead)
