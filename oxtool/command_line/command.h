@@ -13,8 +13,8 @@
 namespace ox::tool
 {
 
-/// Parses one value of an option with a special form. Returns false if the text does not have the
-/// form that the option's `valueName` shows.
+/// Parses one value of an option, such as "STORED_ROOT=LOCAL_ROOT". Returns false if the text does
+/// not have the form that the option's `valueName` shows.
 using ParseValue = std::function<bool(QString const & text)>;
 
 /// Variable that receives a duration in milliseconds. The value of the option may have a unit
@@ -34,7 +34,7 @@ struct Age {
 /// - a number, a duration, an age or a text: one;
 /// - a span: one for each element;
 /// - a list or a parser: any number; the user repeats the option for each value.
-/// A QString receives a text or a file name, a std::string the unchanged bytes.
+/// A QString receives a text or a file name; a std::string receives the unchanged bytes.
 using Target =
     std::variant<bool *, int *, double *, Milliseconds, Age, QString *, std::vector<QString> *,
                  std::string *, std::vector<std::string> *, std::span<int>, ParseValue>;

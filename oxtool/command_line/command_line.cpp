@@ -74,7 +74,7 @@ std::string parseAge(std::string const & text, std::optional<std::chrono::millis
     return value ? std::string() : "'" + text + "' is not an age such as 90s, 10min, 2h or 7d";
 }
 
-/// Returns "Exit status: 0 done, 1 failed, …".
+/// Returns the last line of the overview: "Exit status: 0 done, 1 failed, …".
 std::string exitStatusLine()
 {
     std::string line;
@@ -302,7 +302,7 @@ class Parser
                 return reportWrongUse(unknownCommand(*app, name), parents + " --help");
             app = found.front();
         }
-        // CLI::App::help() would print the help of the selected command, which is "help".
+        // CLI::App::help() would print the help of the selected command: of the command "help".
         std::string const name = (parents.empty() ? "" : parents + ' ') + app->get_name();
         print(app->get_formatter()->make_help(app, name, CLI::AppFormatMode::Normal));
         return Done;

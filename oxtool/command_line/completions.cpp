@@ -47,7 +47,8 @@ Texts const programOptions = {"-h", "--help", "--help-all", "-V", "--version"};
 /// Options that every command has.
 Texts const commandOptions = {"-h", "--help"};
 
-/// Returns `all` with the names of the visible `options` appended, without positional arguments.
+/// Appends the names of the visible `options` to `all`, and returns the result. Omits positional
+/// arguments.
 Texts typedOptions(Texts all, std::vector<Option> const & options)
 {
     for (Option const & option : options) {

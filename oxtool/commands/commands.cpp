@@ -26,7 +26,7 @@ std::vector<Command> allCommands()
 
 std::vector<Option> generalOptions()
 {
-    static bool json = false; // the option of the command receives the value
+    static bool json = false; // not read; the option of the command receives the value
     return {jsonOption(json), mapOption()};
 }
 

@@ -108,7 +108,7 @@ void copyOne(QString const & from, QString const & to, int pauseMs, bool * endsE
     });
 }
 
-/// A file to copy, and the result.
+/// A file to copy, with the result of the copy.
 struct Item {
     QString from;
     QString to;

@@ -36,7 +36,7 @@ struct Options {
     bool json = false;
 };
 
-/// A subfolder to delete with its content, and the result.
+/// A subfolder that is deleted with its content, and the result of this deletion.
 struct Subfolder {
     struct Entry {
         QString path;

@@ -113,7 +113,7 @@ void kill(Options const & options, Report & report)
 {
     std::vector<ProcessRow> const rows = findProcesses(options.targets);
     if (!options.yes && !confirm(rows))
-        throw Failure(QStringLiteral("stopped: no process ended"));
+        throw Failure(QStringLiteral("stopped: no process was ended"));
     auto const ending = options.force ? platform::Ending::Immediate : platform::Ending::Requested;
     QJsonArray ended;
     QStringList failures;

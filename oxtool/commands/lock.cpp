@@ -250,7 +250,7 @@ Command lockCommand()
                          .target = &options->status,
                          .excludes = "COMMAND"},
                         {.name = "--break",
-                         .help = "Remove the lock file, unless a process holds it",
+                         .help = "Remove the lock file, unless a process holds the lock",
                          .target = &options->breaks,
                          .excludes = "COMMAND"},
                         jsonOption(options->json)},

@@ -76,7 +76,7 @@ QString humanSize(qint64 bytes)
     return QStringLiteral("%1 %2").arg(size, 0, 'f', 1).arg(QLatin1String(unit));
 }
 
-/// Lists entries in portions, so that a long listing needs little memory unless it is sorted.
+/// Lists entries in portions. A long listing therefore needs little memory, unless it is sorted.
 class Listing
 {
   public:

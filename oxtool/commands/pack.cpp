@@ -79,7 +79,7 @@ int save(_OX_DataBuffer & buffer, Format format, QString const & path)
     return buffer.error;
 }
 
-/// Writes the buffer file to the temporary file `path`; messages name the target `out`.
+/// Writes the buffer file to the temporary file `path`. `out` is the target's path for messages.
 void compressAndSave(_OX_DataBuffer & payload, Options const & options, QString const & path,
                      QString const & out)
 {

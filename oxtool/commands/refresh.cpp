@@ -40,7 +40,7 @@ class Refresh
         report_.set(QStringLiteral("released"), unlockFailure.isEmpty());
         showStep("release", unlockFailure.isEmpty() ? QStringLiteral("lock file removed")
                                                     : QStringLiteral("failed"));
-        // The loaded data is complete, so it is written although the lock file remains.
+        // The loaded data is complete. It is written even if the lock file could not be removed.
         if (!options_.out.isEmpty())
             writePayload(options_.out);
         if (!unlockFailure.isEmpty())

@@ -312,7 +312,7 @@ class Sync
                 addFile(fullSource + below + name, fullTarget + below + name,
                         target + below + name);
                 // The previous version gets the name NAME_old. It must not replace the copy of a
-                // source file of this name.
+                // source file with the name NAME_old.
                 items_.back().update.keepsPrevious = !std::binary_search(
                     content.files.begin(), content.files.end(), name + QLatin1String("_old"));
             }
@@ -434,8 +434,8 @@ class Sync
             [](std::size_t) { return true; });
     }
 
-    /// Deletes what the source does not have. After a failure, such as an unreadable folder of the
-    /// source, nothing is deleted.
+    /// Deletes files and folders of the target that the source does not have. After a failure, such
+    /// as an unreadable folder of the source, nothing is deleted.
     void deletePass()
     {
         QString const target = withSeparator(options_.target);

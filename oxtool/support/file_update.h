@@ -20,7 +20,7 @@ struct FileUpdate {
     int pauseMs = -1;             ///< pause after each MiB, in ms; below 0: the system's own copy
 };
 
-/// What updateFile() has done.
+/// Result of updateFile().
 struct UpdateResult {
     bool isCopied = false;  ///< false if another process has just updated the target
     bool endsEmpty = false; ///< whether the source ends in zeros; only with a pause

@@ -34,7 +34,7 @@ bool mayEnter(QString const & root, FolderContent & folder)
         return true;
     using platform::ErrorKind;
     ErrorKind const kind = opened.error().kind();
-    // For a link open() fails with one of these two kinds; kindOf() follows the link.
+    // For a link, open() fails with one of these two kinds of error. kindOf() follows the link.
     folder.isLink = (kind == ErrorKind::NotFound || kind == ErrorKind::NotAFile) &&
                     platform::kindOf(nativeName(root + folder.path)) == platform::NameKind::Folder;
     if (!folder.isLink)

@@ -11,7 +11,8 @@
 namespace ox::tool
 {
 
-/// Names in one folder. On some systems size and time would cost a system call per file.
+/// Names in one folder. Sizes and times are omitted: on some systems they would cost a system call
+/// per file.
 struct FolderContent {
     QString path;            ///< relative to the top folder; empty or with a separator at its end
     QStringList files;       ///< names, sorted

@@ -62,7 +62,7 @@ QString::size_type endOfFirst(QString const & list, QChar separator)
 }
 
 /// Splits a list of mappings at line breaks. A list without line breaks is split at the separator
-/// of this system's path lists.
+/// of PATH on this system (":" or ";").
 QStringList splitList(QString list)
 {
     if (list.contains(u'\n'))

@@ -16,8 +16,8 @@ QString reasonOf(int code);
 /// Returns the system's message for the error of the library call that has just failed.
 QString lastReason();
 
-/// Returns only the system's message of a text that has the form of oxLastOSError: "Permission
-/// denied" of "Error 13: Permission denied.". Returns any other text of the library unchanged.
+/// Returns the system's message in a text that has the form of oxLastOSError: "Permission denied"
+/// in "Error 13: Permission denied.". Returns any other text of the library unchanged.
 QString reasonIn(QString const & libraryText);
 
 } // namespace ox::tool

@@ -17,8 +17,8 @@ void writeOutput(char const * bytes, qint64 size);
 /// Writes one line to standard output in UTF-8, escaped by shownText(), and flushes it.
 void writeLine(QString const & line);
 
-/// Returns whether a write to standard output has failed. If it has, a command that runs until
-/// Ctrl-C ends.
+/// Returns whether a write to standard output has failed. A command that runs until Ctrl-C also
+/// ends when this function returns true.
 bool isOutputLost();
 
 /// Writes a JSON object with the member "ok" in one line to standard output, and flushes it.
