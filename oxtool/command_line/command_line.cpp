@@ -302,7 +302,7 @@ class Parser
                 return reportWrongUse(unknownCommand(*app, name), parents + " --help");
             app = found.front();
         }
-        // CLI::App::help() would print the help of the selected command: of the command "help".
+        // CLI::App::help() would print the help of the selected command, the command "help" itself.
         std::string const name = (parents.empty() ? "" : parents + ' ') + app->get_name();
         print(app->get_formatter()->make_help(app, name, CLI::AppFormatMode::Normal));
         return Done;

@@ -14,8 +14,8 @@ struct Program {
     std::string summary;
     std::string version;
     std::vector<Command> commands;
-    /// Options that may also stand before the command. A command that has an option of the same
-    /// name receives such an option; other commands ignore it.
+    /// Options that may also stand before the command. A command with an option of the same name
+    /// receives the value; other commands ignore the option.
     std::vector<Option> options = {};
     bool canGenerate = false; ///< adds the hidden command `generate`, see writeGeneratedFiles()
 };

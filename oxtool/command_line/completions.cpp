@@ -200,8 +200,8 @@ std::string zshOption(Option const & option)
            text;
 }
 
-/// Returns the arguments of zsh's _arguments for the options and the positional arguments of a
-/// command. The command has no subcommands.
+/// Returns the specifications for zsh's _arguments: one for each option and positional argument of
+/// a command. The command has no subcommands.
 std::string zshArguments(Command const & command)
 {
     Texts all = {"'(- *)'{-h,--help}'[Print the help]'"};

@@ -197,8 +197,8 @@ class Copying
         item.failure = failure;
     }
 
-    /// If --keep is given and the target exists, skips the copy. Otherwise calls `copyContent`. Sets
-    /// the item's result.
+    /// If --keep is given and the target exists, skips the copy. Otherwise calls `copyContent`.
+    /// Sets the item's result.
     template <typename CopyContent>
     void copy(Item & item, CopyContent const & copyContent) const
     {

@@ -636,8 +636,8 @@ Command syncCommand()
                     jobsOption(options->jobs),
                     pauseOption(options->pauseMs),
                     {.name = "--retry-exe",
-                     .help = "5 s after the copy of an .exe that ends in zeros, copy it again if "
-                             "its source has changed; requires --pause",
+                     .help = "5 s after the copy of an .exe that ends in zero bytes, copy it again "
+                             "if its source has changed; requires --pause",
                      .target = &options->retry},
                     {.name = "--verbose",
                      .letter = 'v',

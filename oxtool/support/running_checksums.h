@@ -14,8 +14,8 @@ class RunningChecksums
   public:
     RunningChecksums();
 
-    /// Adds the next bytes, at most 4 GiB. The bytes are modified during the call and restored at
-    /// its end.
+    /// Adds the next bytes, at most 4 GiB. The call modifies the bytes, and restores them before it
+    /// returns.
     void add(std::span<unsigned char> bytes);
 
     qint64 size() const { return size_; }

@@ -10,8 +10,8 @@ namespace ox::tool
 {
 
 /// Releases a resource that must not outlive the process, such as a lock or a temporary file: at
-/// the end of the scope, or when a stop request (Ctrl-C, SIGTERM) ends the process. Releases it
-/// once.
+/// the end of the scope, or when a stop request (Ctrl-C, SIGTERM) ends the process. Releases the
+/// resource only once.
 class StopGuard
 {
   public:
@@ -52,8 +52,8 @@ void deferStopRequests(std::function<void()> const & work);
 
 /// Installs the handling of stop requests: a request releases the resources of all StopGuards, the
 /// last acquired first, and ends the process. If a request is deferred for more than five seconds,
-/// as on a share that does not respond, the process ends without releasing them, and reports this.
-/// Call it once, at the start of the program.
+/// as on a share that does not respond, the process reports this and ends without releasing the
+/// resources. Call this function once, at the start of the program.
 void installStopHandling();
 
 /// Passes stop requests to a handler, instead of ending the process, while the object lives.
