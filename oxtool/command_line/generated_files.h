@@ -8,7 +8,7 @@ namespace ox::tool
 {
 
 /// Writes the manual pages, the completions for bash, zsh and fish, and the synopses of all
-/// commands to a folder, with the same subfolders as the folder "share" of an installation.
+/// commands to `folder`. Creates the same subfolders as in the folder "share" of an installation.
 /// Fails: throws Failure with the system's reason.
 void writeGeneratedFiles(Program const & program, QString const & folder);
 

@@ -68,7 +68,7 @@ std::string synopsisSection(std::vector<NamedCommand> const & commands, std::str
     return text + ".fi\n";
 }
 
-/// Returns the entry of an option: "-o FILE, --out FILE" and the help.
+/// Returns the entry of an option in a page: "-o FILE, --out FILE" and the option's help.
 std::string itemOf(Option const & option)
 {
     std::string const value = isPositional(option) || isFlag(option) ? "" : " " + option.valueName;

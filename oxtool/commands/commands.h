@@ -13,7 +13,7 @@ std::vector<Command> allCommands();
 /// Returns the options that may stand before the command.
 std::vector<Option> generalOptions();
 
-// One function per command, in the source file of the command's name.
+// One function per command. The source file of the function has the name of the command.
 Command copyCommand();
 Command crashCommand();
 Command crashTestCommand();

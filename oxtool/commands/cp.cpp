@@ -55,7 +55,8 @@ QString nameIn(QString const & folder, QString const & file)
     return QDir(folder).filePath(QFileInfo(file).fileName());
 }
 
-/// Returns the target file: `to`; if `to` is a folder, the file in it with the name of `from`.
+/// Returns the path of the target file. If `to` is a folder, this is a file in `to` with the name of
+/// `from`; otherwise it is `to`.
 QString targetOf(QString const & from, QString const & to)
 {
     bool const isFolder = platform::kindOf(nativeName(to)) == platform::NameKind::Folder;
@@ -72,8 +73,8 @@ QString copyWithProgress(QString const & from, qint64 begin, Progress::Measure c
     return copy();
 }
 
-/// Copies to a temporary file, which replaces the target when it is complete. `copyContent` fills
-/// the temporary file and returns the text of a failure, or an empty text.
+/// Copies to a temporary file, which replaces the target when the copy is complete. `copyContent`
+/// fills the temporary file and returns the text of a failure, or an empty text.
 template <typename CopyContent>
 void copyWhole(QString const & from, QString const & to, int pauseMs,
                CopyContent const & copyContent)

@@ -21,7 +21,7 @@ struct Options {
     bool json = false;
 };
 
-/// Loads a buffer file from the share in the steps of a render client.
+/// Loads a buffer file from the share in the same steps as a render client.
 class Refresh
 {
   public:

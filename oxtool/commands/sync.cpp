@@ -77,7 +77,8 @@ QString folderOf(QString const & path)
 }
 
 /// Returns the status of the master copy, the file in SOURCE.
-/// Fails: throws Failure when it does not exist, is not a regular file or has no last-write time.
+/// Fails: throws Failure when the master copy does not exist, is not a regular file or has no
+/// last-write time.
 platform::FileStatus masterStatus(QString const & path)
 {
     auto const status = platform::fileStatus(nativeName(path));
@@ -109,8 +110,8 @@ void compare(Item & item, Options const & options, bool folderExists)
         item.state = State::UpToDate;
 }
 
-/// Copies a file. With --retry-exe, an .exe that ends in zeros is compared again after 5 s, and
-/// copied again if it has changed.
+/// Copies a file. With --retry-exe, an .exe that ends in zero bytes is compared with its copy after
+/// 5 s. If the .exe has changed, it is copied again.
 void copy(Item & item, Options const & options, Transfer & transfer)
 {
     bool const mayRetry = options.retry && item.update.target.endsWith(QLatin1String(".exe"));

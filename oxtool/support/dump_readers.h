@@ -16,7 +16,7 @@ struct StackFrame {
     QString offset; ///< from the module's start; with symbols, from the function's or line's start
 };
 
-/// What a dump contains about its crash.
+/// Data of a crash, read from its dump.
 struct CrashReport {
     QString reason;                 ///< "SIGSEGV /SEGV_MAPERR"; empty without a crash
     QString address;                ///< "0x0"
@@ -24,8 +24,8 @@ struct CrashReport {
     std::vector<StackFrame> frames; ///< stack of that thread, the innermost frame first
 };
 
-/// Breakpad's programs minidump_stackwalk, which reads dumps, and dump_syms, which extracts
-/// symbols.
+/// Runs two programs of Breakpad: minidump_stackwalk, which reads dumps, and dump_syms, which
+/// extracts symbols.
 class DumpReaders
 {
   public:

@@ -48,7 +48,8 @@ void listFolder(QString const & root, FolderContent & content, FolderSelection c
     oxDirListing listing;
     for (QString const & ending : selection.endings)
         listing.addEndsWithFilter(ending);
-    // readIntoMemory (the third argument) is false, since it would query the status of each file.
+    // readIntoMemory (the third argument) is false: with true, the status of each file would be
+    // queried.
     listing.init(root + path, true, false, false, false);
     while (listing.nextFile()) {
         QString const name = listing.fileName();
