@@ -55,8 +55,8 @@ QString nameIn(QString const & folder, QString const & file)
     return QDir(folder).filePath(QFileInfo(file).fileName());
 }
 
-/// Returns the path of the target file. If `to` is a folder, this is a file in `to` with the name of
-/// `from`; otherwise it is `to`.
+/// Returns the path of the target file. If `to` is a folder, this is the file in `to` with the name
+/// of `from`. Otherwise it is `to`.
 QString targetOf(QString const & from, QString const & to)
 {
     bool const isFolder = platform::kindOf(nativeName(to)) == platform::NameKind::Folder;
