@@ -165,8 +165,7 @@ def print_table(kinds, selected, rows):
 
     def cell(check, kind):
         row = found.get((check.name, kind.name))
-        text = (row.found if row.failure else check.expected(kind)) if row else "-"
-        return "" if text == support.KEPT else text
+        return (row.found if row.failure else check.expected(kind)) if row else "-"
 
     print("| | " + " | ".join(kind.name for kind in kinds) + " |")
     print("|---" * (len(kinds) + 1) + "|")
