@@ -7,6 +7,9 @@
 namespace ox::platform
 {
 
+/// Opens a file like openForReading and returns its status, without an additional round trip.
+Result<OpenFile> openToCopy(NativeName const & name, struct stat & status);
+
 /// Copies the content of an open file to another, empty file. `source` is the status of `from`.
 /// Holes are kept if the source's file system reports them.
 Result<> copyContent(OpenFile & from, struct stat const & source, OpenFile & to);

@@ -13,13 +13,11 @@ namespace ox::platform
 Result<> copyFile(NativeName const & from, NativeName const & to, bool failIfExists,
                   std::optional<std::int64_t> modified)
 {
-    Result<OpenFile> source = openForReading(from, Writers::Allowed);
     struct stat status;
+    Result<OpenFile> source = openToCopy(from, status);
     Place place;
     if (!source)
         return source.error();
-    if (::fstat(static_cast<int>(source->handle()), &status) != 0)
-        return lastError();
     if (Result<> const opened = place.open(to); !opened)
         return opened;
     Result<OpenFile> target =

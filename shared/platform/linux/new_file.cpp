@@ -274,12 +274,10 @@ OpenFile & NewFile::file()
 Result<> NewFile::copyFrom(NativeName const & source, Attributes attributes,
                            std::optional<FileStatus> * opened)
 {
-    Result<OpenFile> from = openForReading(source, Writers::Allowed);
     struct stat status;
+    Result<OpenFile> from = openToCopy(source, status);
     if (!from)
         return from.error();
-    if (::fstat(descriptorOf(*from), &status) != 0)
-        return lastError();
     if (opened)
         *opened = {false, status.st_size, status.st_mtim.tv_sec};
     Result<> const copied = copyContent(*from, status, system_->file);

@@ -1,5 +1,6 @@
 #include "shared/platform/open_file.h"
 
+#include "shared/platform/linux/copy_content.h"
 #include "shared/platform/linux/place.h"
 
 #include <zlib.h>
@@ -36,7 +37,7 @@ bool isUnnamedPipe(int descriptor)
 
 /// Opens a file or device without waiting for another process. Refuses folders and named pipes.
 Result<OpenFile> openNonBlocking(int folder, NativeName const & name, int flags,
-                                 FileStatus * result = nullptr)
+                                 struct stat * result = nullptr)
 {
     OpenFile file(::openat(folder, name.c_str(), flags | nonBlocking, everybody));
     // EWOULDBLOCK: another client has a lease on the file. The second call waits until the server
@@ -60,7 +61,7 @@ Result<OpenFile> openNonBlocking(int folder, NativeName const & name, int flags,
     if (isRead && status.st_size > severalPieces)
         ::posix_fadvise(descriptorOf(file), 0, 0, POSIX_FADV_SEQUENTIAL);
     if (result)
-        *result = {false, status.st_size, status.st_mtim.tv_sec};
+        *result = status;
     return file;
 }
 
@@ -139,7 +140,16 @@ Result<> OpenFile::close()
 
 Result<OpenFile> openForReading(NativeName const & name, Writers, FileStatus * status)
 {
-    return openNonBlocking(AT_FDCWD, name, O_RDONLY, status);
+    struct stat opened = {};
+    Result<OpenFile> file = openToCopy(name, opened);
+    if (file && status)
+        *status = {false, opened.st_size, opened.st_mtim.tv_sec};
+    return file;
+}
+
+Result<OpenFile> openToCopy(NativeName const & name, struct stat & status)
+{
+    return openNonBlocking(AT_FDCWD, name, O_RDONLY, &status);
 }
 
 Result<OpenFile> openForWriting(NativeName const & name, Content content, Writers)
