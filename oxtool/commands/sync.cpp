@@ -97,12 +97,14 @@ void compare(Item & item, Options const & options, bool folderExists)
     FileUpdate & update = item.update;
     update.sourceStatus = masterStatus(update.source);
     item.state = State::Due;
+    update.isNew = !folderExists;
     if (!folderExists)
         return;
     fs::SyncTarget const target =
         fs::compareWithMaster(platform::fileStatus(nativeName(update.target)),
                               update.sourceStatus.size, update.sourceStatus.modified);
     update.isReplaced = target.mayExist;
+    update.isNew = target.isMissing;
     bool const isEqual = target.hasSameSize &&
                          (options.comparesContent ? haveSameContent(update.source, update.target)
                                                   : target.hasSameTime);

@@ -35,7 +35,9 @@ QString stopMessage(FileUpdate const & update)
 
 void createCopy(NewFile & copy, FileUpdate const & update, StopGuard & guard)
 {
-    require(copy.open(nativeName(update.target), NewFile::Links::Replaced));
+    auto const target = nativeName(update.target);
+    require(update.isNew ? copy.openForMissing(target)
+                         : copy.open(target, NewFile::Links::Replaced));
     platform::Result<> created;
     guard.acquire(
         [&] {

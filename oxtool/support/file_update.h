@@ -15,6 +15,7 @@ struct FileUpdate {
     QString shownTarget; ///< for messages
     platform::FileStatus sourceStatus;
     bool isReplaced = false;      ///< whether a file exists under the target's name
+    bool isNew = false;           ///< whether neither a file nor a folder has the target's name
     bool keepsPrevious = true;    ///< whether a replaced target gets the name `_old`
     bool comparesContent = false; ///< also replaces a target of equal size and time
     int pauseMs = -1;             ///< pause after each MiB, in ms; below 0: the system's own copy

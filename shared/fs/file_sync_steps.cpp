@@ -49,7 +49,7 @@ class FileSync
         if (!isFolderOfTarget() && !makeFolder())
             return Result::Failed;
         if (!isEqual)
-            return copy(pause, target.mayExist, size, time);
+            return copy(pause, target, size, time);
         if (verbose)
             append(info_, "No need to copy ", source_, " => ", target_, ". ");
         return Result::UpToDate;
@@ -95,11 +95,13 @@ class FileSync
     }
 
     /// Copies to a new file in the target's folder, then renames it to the target.
-    Result copy(int pause, bool isReplaced, __int64 size, _oxTime time) const
+    Result copy(int pause, SyncTarget const & target, __int64 size, _oxTime time) const
     {
         platform::NewFile copy;
         auto const open = [&] {
-            return copy.open(nativePath(target_), platform::NewFile::Links::Replaced);
+            return target.isMissing
+                       ? copy.openForMissing(nativePath(target_))
+                       : copy.open(nativePath(target_), platform::NewFile::Links::Replaced);
         };
         platform::Result<> opened = open();
         if (!opened) {
@@ -112,7 +114,7 @@ class FileSync
         if (!failure.isEmpty())
             return failed(Path(failure), source_, " => ", target_);
         QString const rightsFailure = systemText(copy.allowEverybodyToExecute());
-        SyncPlacement const done = putSyncedCopyInPlace(copy, isReplaced, size, time.value,
+        SyncPlacement const done = putSyncedCopyInPlace(copy, target.mayExist, size, time.value,
                                                         platform::NewFile::FolderFlush::Now);
         if (!reportToThread(done.kept))
             append(errors_, "Unable to rename file! ", target_, " ", oxLastOSError8().c_str());
@@ -154,9 +156,10 @@ SyncTarget compareWithMaster(platform::Result<platform::FileStatus> const & targ
 {
     bool const exists = target && !target->isFolder;
     // A target whose status cannot be read may exist, so it is kept as well.
-    bool const isUnknown = !target && target.error().kind() != platform::ErrorKind::NotFound;
+    bool const isMissing = !target && target.error().kind() == platform::ErrorKind::NotFound;
     return {.exists = exists,
-            .mayExist = exists || isUnknown,
+            .mayExist = exists || (!target && !isMissing),
+            .isMissing = isMissing,
             .hasSameSize = exists && target->size == size,
             .hasSameTime = exists && target->modified == modified};
 }

@@ -17,7 +17,8 @@ inline constexpr int syncRetryMs = 5000;
 /// A target compared with its master copy.
 struct SyncTarget {
     bool exists = false;
-    bool mayExist = false; ///< also true if the target's status cannot be read
+    bool mayExist = false;  ///< also true if the target's status cannot be read
+    bool isMissing = false; ///< whether neither a file nor a folder has its name
     bool hasSameSize = false;
     bool hasSameTime = false;
 

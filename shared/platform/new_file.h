@@ -39,6 +39,11 @@ class NewFile
     /// - with AccessDenied for a link of another user, if the caller is root.
     Result<> open(NativeName const & target, Links links);
 
+    /// Opens the folder of a target like open() with Links::Replaced, without a query for the
+    /// target: the caller has just found that the target does not exist. If another process creates
+    /// a file under this name in the meantime, putInPlace() replaces the file.
+    Result<> openForMissing(NativeName const & target);
+
     /// Returns a name under which the previous file can be read; empty if no previous file exists.
     /// On Linux the name stays valid even after the target is renamed or replaced.
     NativeName previousName() const;

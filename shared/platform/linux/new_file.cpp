@@ -215,16 +215,22 @@ NewFile::~NewFile()
     remove();
 }
 
+Result<> NewFile::openForMissing(NativeName const & target)
+{
+    struct stat status;
+    Result<> const opened = system_->place.open(target);
+    // For a path such as "a/", place.open() fails with EISDIR even if the folder is missing.
+    bool const isMissing =
+        !opened && opened.error().code == EISDIR && ::stat(target.c_str(), &status) != 0;
+    return isMissing ? lastError() : opened;
+}
+
 Result<> NewFile::open(NativeName const & target, Links links)
 {
     Place & place = system_->place;
     struct stat status;
-    if (Result<> const opened = place.open(target); !opened) {
-        // For a path such as "a/", place.open() fails with EISDIR even if the folder is missing.
-        bool const isMissing =
-            opened.error().code == EISDIR && ::stat(target.c_str(), &status) != 0;
-        return isMissing ? lastError() : opened.error();
-    }
+    if (Result<> const opened = openForMissing(target); !opened)
+        return opened;
     bool const isFollowed = links == Links::Followed;
     auto const check = [&]() -> Result<> {
         if (S_ISDIR(status.st_mode))

@@ -222,6 +222,11 @@ NewFile::~NewFile()
     remove();
 }
 
+Result<> NewFile::openForMissing(NativeName const & target)
+{
+    return system_->openFolderOf(target);
+}
+
 Result<> NewFile::open(NativeName const & target, Links links)
 {
     NativeName path = target;
