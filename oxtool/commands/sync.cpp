@@ -47,10 +47,17 @@ struct Options {
     bool json = false;
 };
 
+/// Minimum number of files in a folder of the source for which the tool tests whether the target's
+/// folder is empty. In an empty folder the status query for each file is omitted. With fewer files
+/// the test would save little time, and cost time in each run that finds all files up to date.
+constexpr std::size_t filesWorthAListing = 16;
+
 /// A folder of the target.
 struct Folder {
-    QString path; ///< full path with a separator at its end
+    QString path;              ///< full path with a separator at its end
+    std::size_t fileCount = 0; ///< number of its files to compare
     bool exists = false;
+    bool isEmpty = false; ///< whether it is missing or contains nothing
     bool isUsable = true; ///< false after its creation has failed
 };
 
@@ -91,14 +98,15 @@ platform::FileStatus masterStatus(QString const & path)
     return *status;
 }
 
-/// Compares a file with its target, and sets the state to UpToDate or Due.
-void compare(Item & item, Options const & options, bool folderExists)
+/// Compares a file with its target, and sets the state to UpToDate or Due. The target is not
+/// queried if its folder is empty.
+void compare(Item & item, Options const & options, bool isFolderEmpty)
 {
     FileUpdate & update = item.update;
     update.sourceStatus = masterStatus(update.source);
     item.state = State::Due;
-    update.isNew = !folderExists;
-    if (!folderExists)
+    update.isNew = isFolderEmpty;
+    if (isFolderEmpty)
         return;
     fs::SyncTarget const target =
         fs::compareWithMaster(platform::fileStatus(nativeName(update.target)),
@@ -128,7 +136,7 @@ void copy(Item & item, Options const & options, Transfer & transfer)
                     "'%1' ends in zero bytes and may be unfinished; it is compared again after 5 s")
                     .arg(item.update.source));
             oxSleep(fs::syncRetryMs);
-            compare(item, options, true);
+            compare(item, options, false);
         }
         if (!isRepeated || item.state == State::UpToDate)
             item.state = State::Copied;
@@ -326,6 +334,7 @@ class Sync
     {
         Item item;
         item.folder = folders_.size() - 1;
+        ++folders_.back().fileCount;
         item.update.source = source;
         item.update.target = target;
         item.update.shownTarget = shownTarget;
@@ -343,12 +352,15 @@ class Sync
         });
         auto const noFinish = [](std::size_t) { return true; };
         auto const findFolder = [this](std::size_t i) {
-            folders_[i].exists = mayExist(folders_[i].path);
+            Folder & folder = folders_[i];
+            folder.exists = mayExist(folder.path);
+            folder.isEmpty = !folder.exists ||
+                             (folder.fileCount >= filesWorthAListing && isEmptyFolder(folder.path));
         };
         runJobs(jobs_, folders_.size(), findFolder, noFinish);
         auto const compareItem = [&](std::size_t i) {
             Item & item = items_[i];
-            attempt(item, [&] { compare(item, options_, folders_[item.folder].exists); });
+            attempt(item, [&] { compare(item, options_, folders_[item.folder].isEmpty); });
             ++done;
         };
         runJobs(jobs_, items_.size(), compareItem, noFinish);
@@ -363,6 +375,13 @@ class Sync
         return kind == NameKind::Folder ||
                (kind == NameKind::None &&
                 platform::lastError().kind() != platform::ErrorKind::NotFound);
+    }
+
+    /// Returns whether a folder contains nothing. Returns false if it cannot be read.
+    static bool isEmptyFolder(QString const & path)
+    {
+        platform::FolderWalk walk(nativeName(path) + nativeName(QStringLiteral("*")));
+        return walk.open() && !walk.next() && walk.error() == 0;
     }
 
     static bool isFolder(QString const & path)

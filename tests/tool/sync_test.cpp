@@ -124,10 +124,12 @@ TEST_F(Syncing, ReportsTheFilesOfATreeInTheOrderOfASequentialRun)
 {
     QDir(share.path()).mkpath(u"a/s1/deep"_q);
     QDir(share.path()).mkpath(u"a/s2"_q);
+    QDir(share.path()).mkpath(u"a/s3"_q);
     QDir(share.path()).mkpath(u"b/s1/deep/k"_q); // a folder in place of a file
-    for (char const * folder : {"", "s1/", "s1/deep/", "s2/"}) {
-        for (int i = 0; i < 9; ++i)
-            share.write(u"a/%1f%2"_q.arg(text(folder)).arg(i), QByteArray(90000 * (9 - i), 'x'));
+    QDir(share.path()).mkpath(u"b/s3"_q);        // an empty folder
+    for (char const * folder : {"", "s1/", "s1/deep/", "s2/", "s3/"}) {
+        for (int i = 0; i < 16; ++i)
+            share.write(u"a/%1f%2"_q.arg(text(folder)).arg(i), QByteArray(20000 * (16 - i), 'x'));
     }
     share.write(u"a/s1/deep/k"_q, "k");
     share.write(u"a/s2/skip.TMP"_q, "x");
@@ -141,13 +143,13 @@ TEST_F(Syncing, ReportsTheFilesOfATreeInTheOrderOfASequentialRun)
     // The real run fails to replace the folder by a file. The dry run does not detect this failure.
     QStringList planned = dryRun.output().replace(u"to copy "_q, u"copied  "_q).split(u'\n');
     EXPECT_EQ(planned.removeAll(u"copied           %1"_q.arg(path("b/s1/deep/k"))), 1);
-    EXPECT_EQ(run.output().split(u'\n').mid(0, 36), planned.mid(0, 36));
-    EXPECT_TRUE(planned[36].endsWith(u"37 to copy, 0 up to date, 0 failed"_q));
+    EXPECT_EQ(run.output().split(u'\n').mid(0, 80), planned.mid(0, 80));
+    EXPECT_TRUE(planned[80].endsWith(u"81 to copy, 0 up to date, 0 failed"_q));
     EXPECT_EQ(contentOf(path("b/s1/deep/f7")), QByteArray(180000, 'x'));
     EXPECT_FALSE(QFile::exists(path("b/s2/skip.TMP")));
     QJsonObject const json = ToolRun("sync %1 %2 -r --verbose --json", folders).json();
-    EXPECT_EQ(json.value(u"counts"_q).toObject().value(u"upToDate"_q), 36);
-    EXPECT_EQ(json.value(u"files"_q).toArray().size(), 38);
+    EXPECT_EQ(json.value(u"counts"_q).toObject().value(u"upToDate"_q), 80);
+    EXPECT_EQ(json.value(u"files"_q).toArray().size(), 82);
 }
 
 TEST_F(Syncing, ComparesTheContentInPlaceOfTheTime)
