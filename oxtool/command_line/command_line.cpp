@@ -1,5 +1,6 @@
 #include "oxtool/command_line/command_line.h"
 
+#include "oxtool/command_line/command_json.h"
 #include "oxtool/command_line/command_text.h"
 #include "oxtool/command_line/generated_files.h"
 #include "oxtool/command_line/nearest.h"
@@ -238,6 +239,7 @@ class Parser
     Command helpCommand()
     {
         auto const path = std::make_shared<std::vector<std::string>>();
+        auto const json = std::make_shared<bool>(false);
         std::vector<std::string> names;
         names.reserve(program_.commands.size());
         for (Command const & command : program_.commands)
@@ -248,9 +250,12 @@ class Parser
                 .options = {{.name = "COMMAND",
                              .help = "Command, with its subcommand if it has one",
                              .target = path.get(),
-                             .suggestions = names}},
-                .examples = {program_.name + " help lock"},
-                .run = [this, path] { return printHelp(*path); }};
+                             .suggestions = names},
+                            {.name = "--json",
+                             .help = "Print the descriptions of the commands as one JSON object",
+                             .target = json.get()}},
+                .examples = {program_.name + " help lock", program_.name + " help --json"},
+                .run = [this, path, json] { return printHelp(*path, *json); }};
     }
 
     Command versionCommand() const
@@ -290,10 +295,11 @@ class Parser
                 .isHidden = true};
     }
 
-    int printHelp(std::vector<std::string> const & path)
+    int printHelp(std::vector<std::string> const & path, bool asJson)
     {
         CLI::App * app = &app_;
         std::string parents;
+        std::string command;
         for (std::string const & name : path) {
             auto const found = app->get_subcommands(
                 [&name](CLI::App const * each) { return each->get_name() == name; });
@@ -301,7 +307,12 @@ class Parser
             if (found.empty())
                 return reportWrongUse(unknownCommand(*app, name), parents + " --help");
             app = found.front();
+            command += (command.empty() ? "" : " ") + name;
         }
+        if (asJson)
+            return runReported(true, [&](Report & report) {
+                report.set(QStringLiteral("commands"), commandsAsJson(program_.commands, command));
+            });
         // CLI::App::help() would print the help of the selected command, the command "help" itself.
         std::string const name = (parents.empty() ? "" : parents + ' ') + app->get_name();
         print(app->get_formatter()->make_help(app, name, CLI::AppFormatMode::Normal));

@@ -10,22 +10,6 @@ namespace ox::tool
 namespace
 {
 
-std::string defaultOf(Option const & option)
-{
-    return std::visit(
-        Overloaded{[](int * number) { return std::to_string(*number); },
-                   [](double * number) {
-                       std::ostringstream text;
-                       text << *number;
-                       return text.str();
-                   },
-                   [](Milliseconds duration) { return durationText(*duration.value); },
-                   [](std::string * text) { return *text; },
-                   [](QString * text) { return text->toStdString(); },
-                   [](auto const &) { return std::string(); }},
-        option.target);
-}
-
 /// Returns an option in the form of a synopsis: "[--ends ENDING]...".
 std::string usageOf(Option const & option)
 {
@@ -110,6 +94,22 @@ std::string namesOf(Option const & option)
     if (option.letter == 0)
         return option.name;
     return std::string("-") + option.letter + "," + option.name;
+}
+
+std::string defaultOf(Option const & option)
+{
+    return std::visit(
+        Overloaded{[](int * number) { return std::to_string(*number); },
+                   [](double * number) {
+                       std::ostringstream text;
+                       text << *number;
+                       return text.str();
+                   },
+                   [](Milliseconds duration) { return durationText(*duration.value); },
+                   [](std::string * text) { return *text; },
+                   [](QString * text) { return text->toStdString(); },
+                   [](auto const &) { return std::string(); }},
+        option.target);
 }
 
 std::string helpOf(Option const & option)

@@ -4,7 +4,8 @@
 
 #include <string>
 
-// Texts about commands and options that the help, the manual pages and the completions share.
+// Texts about commands and options that the help, its JSON, the manual pages and the completions
+// share.
 
 namespace ox::tool
 {
@@ -40,6 +41,8 @@ bool isAge(Option const & option);
 
 /// Returns the names of an option in the form of CLI11: "-o,--out".
 std::string namesOf(Option const & option);
+/// Returns the default of an option: "10s"; empty if it has none.
+std::string defaultOf(Option const & option);
 /// Returns the help of an option: "Maximum wait for the lock (default 10s)".
 std::string helpOf(Option const & option);
 /// Returns the details of a command. If an option is a duration or an age, the text ends with

@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
-"""Tests that help, manual pages, completions and docs/oxtool.md name the same commands and options.
+"""Tests that help, its JSON, manual pages, completions and docs/oxtool.md name the same commands and options.
 
     interface_test.py TOOL SHARE DOCUMENT
 
 SHARE is the folder of the generated files, DOCUMENT is docs/oxtool.md. The completions run in real
 shells. If a shell or the checker of manual pages is not installed, its tests are skipped.
 """
+import json
 import os
 import pty
 import re
@@ -137,6 +138,27 @@ commands = [[name] for name in commands_in_help()]
 commands += [parent + [name] for parent in list(commands) for name in commands_in_help(*parent)]
 options = {tuple(path): options_in_help(path) for path in commands}
 leaves = [path for path in commands if not any(other[:-1] == path for other in commands)]
+
+# Help as JSON
+described = {each["name"]: each for each in json.loads(printed(tool, "help", "--json"))["commands"]}
+expect_equal("JSON of help", set(described), {" ".join(path) for path in commands})
+for path in commands:
+    command = described[" ".join(path)]
+    names = {option["name"] for option in command["options"]}
+    # Commands with subcommands have only the option --help.
+    expect_equal(f"JSON of {path}", {name for name in names if name.startswith("--")}, options[tuple(path)])
+    text = " ".join(printed(tool, "help", *path).split())
+    for part in [command["summary"]] + command["examples"] + [option["help"] for option in command["options"]]:
+        if " ".join(part.split()) not in text:
+            failures.append(f"JSON of {path}: the help does not contain '{part}'")
+for path, expected in (("lock", ["lock"]), ("shm", ["shm", "shm create", "shm show", "shm list", "shm lock"])):
+    found = json.loads(printed(tool, "--json", "help", path))["commands"]
+    if found != [described[name] for name in expected] or len({each["group"] for each in found}) != 1:
+        failures.append(f"JSON of help {path}: wrong commands or groups")
+timeout = next(option for option in described["lock"]["options"] if option["name"] == "--timeout")
+if timeout != {"name": "--timeout", "letter": "t", "valueName": "TIME", "help": "Maximum wait for the lock",
+               "unit": None, "default": "10s", "choices": [], "required": False, "repeatable": False}:
+    failures.append(f"JSON of lock --timeout: {timeout}")
 
 # Manual pages
 pages = {f"oxtool-{path[0]}.1" for path in commands}

@@ -73,7 +73,8 @@ TEST(Program, TakesGeneralOptionsBeforeTheCommand)
           std::pair("--map x=/y version", "version"),
           std::pair("--map x version", "--map x version"),
           std::pair("--json shm show no-such-key", "shm show --json no-such-key"),
-          std::pair("--json lss", "lss --json"), std::pair("--json", "--json")}) {
+          std::pair("--json help ls", "help ls --json"), std::pair("--json lss", "lss --json"),
+          std::pair("--json", "--json")}) {
         ToolRun one(before);
         ToolRun other(behind);
         EXPECT_EQ(one.status(), other.status()) << before;
