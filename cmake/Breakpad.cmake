@@ -68,7 +68,8 @@ function(ox_provide_breakpad result)
 endfunction()
 
 ox_provide_breakpad(OX_BREAKPAD)
-# Folder of Breakpad's programs that read dumps and extract symbols. They run on 64-bit Linux.
+# Folder of Breakpad's programs that read dumps and extract symbols. They run on 64-bit Linux. For
+# Windows BreakpadReader.cmake builds the program that reads dumps.
 set(OX_BREAKPAD_READERS "${OX_BREAKPAD}/bin/linux-x64")
 
 set(OX_BREAKPAD_SOURCE "${OX_BREAKPAD}/deps/breakpad/src")
@@ -126,6 +127,10 @@ file(READ "${OX_BREAKPAD}/deps/third_party/lss/linux_syscall_support.h" notice L
 string(REGEX REPLACE "\\*/.*" "*/\n" notice "${notice}")
 file(WRITE "${PROJECT_BINARY_DIR}/notices/linux-syscall-support.txt" "${notice}")
 configure_file("${OX_BREAKPAD}/deps/breakpad/LICENSE" "${PROJECT_BINARY_DIR}/notices/breakpad.txt" COPYONLY)
+if(OX_BUILD_TOOL) # minidump_stackwalk, which is installed with the tool, contains libdisasm
+  configure_file("${OX_BREAKPAD_SOURCE}/third_party/libdisasm/LICENSE"
+    "${PROJECT_BINARY_DIR}/notices/libdisasm.txt" COPYONLY)
+endif()
 if(OX_INSTALL AND NOT OX_DEBIAN)
   install(DIRECTORY "${PROJECT_BINARY_DIR}/notices/" DESTINATION "${CMAKE_INSTALL_DOCDIR}/notices")
 endif()

@@ -67,9 +67,9 @@ void show(Options const & options, Report & report)
     DumpReaders const readers(options.readers);
     if (!readers.canRead())
         throw Failure(
-            QStringLiteral("cannot find minidump_stackwalk, which only the installation on "
-                           "64-bit Linux contains; read the dump on 64-bit Linux, or give the "
-                           "folder of minidump_stackwalk with --readers"));
+            QStringLiteral("cannot find minidump_stackwalk, which the installations for Windows "
+                           "and 64-bit Linux contain; give its folder with --readers, or read the "
+                           "dump on one of these systems"));
     CrashReport const crash = readers.read(options.dump, options.symbols);
     auto const own = std::ranges::find_if(crash.frames, hasSource);
     bool const hasSources = own != crash.frames.end();

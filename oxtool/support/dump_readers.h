@@ -25,7 +25,7 @@ struct CrashReport {
 };
 
 /// Runs two programs of Breakpad: minidump_stackwalk, which reads dumps, and dump_syms, which
-/// extracts symbols.
+/// extracts symbols. The installation for Windows contains only minidump_stackwalk.
 class DumpReaders
 {
   public:
