@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Checks that every build of the tool can read the files that every other build writes, in all
-# formats, and that Breakpad's reader can read the crash dumps of all builds. First run
-# scripts/test.sh, scripts/linux32.sh and scripts/windows.sh, which build the tool.
+# formats, and that the builds with Breakpad's reader print the same text about the crash dumps of
+# all builds. First run scripts/test.sh, scripts/linux32.sh and scripts/windows.sh, which build the
+# tool.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -51,5 +52,9 @@ for build in "${builds[@]}"; do
   report=$("$reader" -m "crash-$build"/*.oxdmp 2>/dev/null)
   grep -qE "^Crash\|$reason.*\|0x0\|[1-9]" <<<"$report" ||
     fail "the dump of $build does not contain the crash of a second thread"
+  oxtool dev crash "crash-$build"/*.oxdmp --readers "$(dirname "$reader")" >text
+  for other in windows-x86_64 windows-i686; do
+    oxtool "$other" crash "crash-$build"/*.oxdmp | cmp - text || fail "$other reads the dump of $build differently"
+  done
 done
-say "the dumps of all builds contain the crash"
+say "the dumps of all builds contain the crash, and Windows and Linux read them alike"

@@ -206,6 +206,9 @@ test_zip() { # x86_64 or i686, name of the ZIP's folder
   export WINEPATH=
   "${wine[@]}" "$unpacked/bin/oxtool.exe" --version
   quietly "${wine[@]}" "$unpacked/bin/oxtool.exe" pack "$root/README.md" "$made/job.oxdb"
+  mkdir "$made/crash"
+  quietly "${wine[@]}" "$unpacked/bin/oxtool.exe" crash-test null --dir "$made/crash"
+  quietly "${wine[@]}" "$unpacked/bin/oxtool.exe" crash "$made"/crash/*.oxdmp
   quietly cmake -G Ninja -S "$root/examples" -B "$made/examples" -DCMAKE_BUILD_TYPE=Release \
     -DCMAKE_TOOLCHAIN_FILE="$qt/lib/cmake/Qt6/qt.toolchain.cmake" \
     -DQT_CHAINLOAD_TOOLCHAIN_FILE="$root/cmake/mingw-$1.cmake" -DQT_HOST_PATH=/usr \
@@ -215,7 +218,7 @@ test_zip() { # x86_64 or i686, name of the ZIP's folder
   "${wine[@]}" "$unpacked/bin/consumer.exe"
   "${wine[@]}" "$unpacked/bin/job_refresher.exe" "$made/job.oxdb" 1
   unset WINEPATH
-  rm -rf "$made/unpacked" "$made/examples"
+  rm -rf "$made"/{unpacked,examples,crash}
 }
 
 package_zip() { # x86_64 or i686
