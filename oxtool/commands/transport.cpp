@@ -111,7 +111,7 @@ Command encodeCommand()
                      .help = "Write 16-bit runs (<UNI16) instead of UTF-8 runs (<UTF8)",
                      .target = &options->asUtf16},
                     {.name = "--keep",
-                     .help = "Write the original word after its run",
+                     .help = "Also write the original word, after the run",
                      .target = &options->keepOriginal},
                     {.name = "--latin1",
                      .help = "Write Latin-1, the encoding of the farm's files, instead of UTF-8",
