@@ -120,8 +120,8 @@ void compare(Item & item, Options const & options, bool isFolderEmpty)
         item.state = State::UpToDate;
 }
 
-/// Copies a file. With --retry-exe, an .exe that ends in zero bytes is compared with its copy after
-/// 5 s. If the .exe has changed, it is copied again.
+/// Copies a file. With --retry-exe, an .exe that ends in zero bytes is compared with its copy again
+/// 5 s later. If the .exe has changed, it is copied again.
 void copy(Item & item, Options const & options, Transfer & transfer)
 {
     bool const mayRetry = options.retry && item.update.target.endsWith(QLatin1String(".exe"));
@@ -322,8 +322,8 @@ class Sync
                     continue;
                 addFile(fullSource + below + name, fullTarget + below + name,
                         target + below + name);
-                // The previous version gets the name NAME_old. It must not replace the copy of a
-                // source file with the name NAME_old.
+                // The previous version is renamed to NAME_old. If the source also has a file
+                // NAME_old, the previous version must not overwrite the copy of that file.
                 items_.back().update.keepsPrevious = !std::binary_search(
                     content.files.begin(), content.files.end(), name + QLatin1String("_old"));
             }

@@ -24,8 +24,8 @@ _oxString8_evenSize<500> recordName(QString const & path);
 /// Returns the path in an 8-bit record of the library. Reverses recordName().
 QString fromRecord(_oxString8_evenSize<500> const & record);
 
-/// Returns an argument of the command line as text. Bytes that are not UTF-8 round-trip: used as a
-/// path, the text names the file that the user has given.
+/// Returns an argument of the command line as text. The text preserves bytes that are not UTF-8:
+/// used as a path, it names the file that the user has given.
 QString fromArgument(std::string const & argument);
 
 } // namespace ox::tool
