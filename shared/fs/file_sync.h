@@ -22,8 +22,8 @@
 ///
 /// `pause` has the meaning of pauseMs in oxCopyFile: milliseconds between pieces, or negative for
 /// the system's own copy. With `retryExe` and `errors`, the copy of an ".exe" is repeated every 5
-/// seconds while it looks unfinished (endsEmpty of oxCopyFile). This needs a `pause` of 0 or more,
-/// since the system's own copy does not set endsEmpty.
+/// seconds while oxCopyFile sets endsEmpty: the file then looks unfinished. This needs a `pause` of
+/// 0 or more, since the system's own copy does not set endsEmpty.
 ///
 /// `errors` receives failures and announcements of retries. `info` receives the actions and, with
 /// `verbose`, a line if the target is already up to date. New texts are appended to `errors` and
