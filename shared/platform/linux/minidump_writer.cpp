@@ -102,8 +102,8 @@ class OnDemandDump
     OnDemandDump(OnDemandDump const &) = delete;
     OnDemandDump & operator=(OnDemandDump const &) = delete;
 
-    /// Returns whether this thread is already handling its own crash: the callback of that crash,
-    /// for example a logger, requests this dump.
+    /// Returns whether this thread is already handling its own crash. This is the case if the
+    /// callback of that crash, for example a logger, requests this dump.
     bool isCrashing() const { return crashingThread == ::gettid(); }
 };
 
@@ -356,7 +356,7 @@ bool MinidumpWriter::write(std::uint32_t code)
     if (::getcontext(&context) != 0)
         return false;
 #ifdef __i386__
-    // The dump takes the stack pointer from REG_UESP, which only the kernel fills in a context.
+    // The dump takes the stack pointer from REG_UESP, which getcontext() does not set.
     context.uc_mcontext.gregs[REG_UESP] = context.uc_mcontext.gregs[REG_ESP];
 #endif
     return implementation_->writeOnDemand(DumpReason::Request, {code, 0, instructionOf(context)},

@@ -28,8 +28,8 @@ DWORD exitCodeOf(EXCEPTION_POINTERS const & exception)
 }
 
 /// A thread that is started before any crash, since no thread can be started after a crash. It ends
-/// the process if the handling of a crash hangs. It also runs functions that may crash or hang,
-/// without stopping the caller.
+/// the process if the handling of a crash hangs. It also runs functions that may crash or hang; the
+/// caller waits for such a function only for a limited time.
 class GuardThread
 {
   public:
@@ -196,8 +196,8 @@ class CrashFilters
         earlierFilter = ::SetUnhandledExceptionFilter(onCrash);
         earlierAbortHandler = std::signal(SIGABRT, onAbort);
     }
-    /// Replaces Breakpad's filter by onCrash, which calls Breakpad's filter. Breakpad's filter in
-    /// turn calls onCrash as the filter that was installed earlier.
+    /// Installs onCrash in place of Breakpad's filter. In a crash, onCrash calls Breakpad's filter.
+    /// If this does not handle the crash, it calls onCrash again, which passes the crash on.
     void setDumpFilter() { dumpFilter = ::SetUnhandledExceptionFilter(onCrash); }
     ~CrashFilters()
     {
