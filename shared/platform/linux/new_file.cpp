@@ -121,8 +121,9 @@ void removeLeftFile(int folder, char const * name, std::optional<timespec> chang
                                      [&file] { return file.close(); }));
 }
 
-/// Returns whether to search a folder for temporary files now. True once a minute for each folder,
-/// since a process that writes many files must not list the folder for each file.
+/// Returns whether to search a folder for temporary files now. False if the last call was for the
+/// same folder in the same minute, so that a process that writes many files does not list the
+/// folder for each file.
 bool isSearchDue(struct stat const & folder, timespec now)
 {
     static std::atomic<std::uint64_t> last = 0;
@@ -197,7 +198,7 @@ Result<> NewFile::System::createAs(NativeName const & name, mode_t mode)
 }
 
 /// Copies the permission bits of the previous file and, if permitted, its owner and group. If the
-/// group cannot be set, the file's own group gets no rights.
+/// group cannot be set, the group of the new file gets no rights.
 Result<> NewFile::System::copyPreviousRights()
 {
     int const target = descriptorOf(file);

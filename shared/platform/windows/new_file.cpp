@@ -22,8 +22,9 @@ constexpr int maxTries = 100;
 constexpr DWORD retryAfterMs = 10;
 constexpr DWORD allRights = GENERIC_READ | GENERIC_WRITE | DELETE | READ_CONTROL | WRITE_DAC;
 
-/// Age in seconds up to which a temporary file without an open handle counts as in use. Before and
-/// after other code writes the file in NewFile::writeByName, no handle is open for a moment.
+/// Age in seconds up to which a temporary file without an open handle counts as in use. In
+/// NewFile::writeByName other code opens and writes the file. For a moment before and after this,
+/// no handle is open.
 constexpr std::int64_t reopenedWithin = 10;
 
 NativeName newTemporaryName()
@@ -117,8 +118,9 @@ void forEachTemporary(NativeName const & folder, Visit const & visit)
     ::FindClose(search);
 }
 
-/// Returns whether to search a folder for temporary files now. True once a minute for each folder,
-/// since a process that writes many files must not list the folder for each file.
+/// Returns whether to search a folder for temporary files now. False if the last call was for the
+/// same folder in the same minute, so that a process that writes many files does not list the
+/// folder for each file.
 bool isSearchDue(NativeName const & folder, std::int64_t now)
 {
     static std::atomic<std::size_t> last = 0;
