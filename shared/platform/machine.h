@@ -70,8 +70,8 @@ Result<KernelMemory> kernelMemory(std::span<char> buffer);
 /// Returns the system's own report on the memory; empty on Windows.
 std::optional<std::u16string> memoryReport();
 
-/// Average idle time of the machine's processors up to one moment. Both members are times in 100 ns
-/// since an arbitrary origin.
+/// Average idle time of the machine's processors up to one moment. Both members are in units of
+/// 100 ns since an arbitrary origin.
 struct IdleSample {
     std::int64_t idle; ///< idle time since the origin
     std::int64_t time; ///< moment of the reading

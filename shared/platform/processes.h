@@ -44,12 +44,12 @@ class ProcessReading
     /// Maximum number of processes.
     static constexpr std::size_t capacity = 6000;
 
-    /// Starts a reading and removes the processes of the previous reading. `time` is in 100 ns,
-    /// with an arbitrary origin.
+    /// Starts a reading and removes the processes of the previous reading. `time` is in units
+    /// of 100 ns, with an arbitrary origin.
     void begin(std::int64_t time);
     /// Adds the counters of a process, unless `capacity` processes were added before.
     void add(std::uint32_t id, ProcessCounters const & counters);
-    /// Ends the reading; `time` is in 100 ns. Until end() is called, of() returns no counters.
+    /// Ends the reading; `time` is as in begin(). Until end() is called, of() returns no counters.
     void end(std::int64_t time);
 
     /// Moves the processes of another reading to this one.

@@ -141,7 +141,7 @@ std::string_view nameOf(int proc, std::uint32_t id, StatLine const & stat, std::
     return completedCommand(command, readFile(proc, thread, "cmdline", buffer));
 }
 
-/// Returns the time of the monotonic clock in 100 ns.
+/// Returns the time of the monotonic clock in units of 100 ns.
 std::int64_t now()
 {
     timespec time{};

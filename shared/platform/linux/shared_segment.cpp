@@ -180,8 +180,8 @@ struct SharedSegment::System {
         return resultOf(takeFlock(LOCK_SH), "flock");
     }
 
-    /// Closes the object. The last process that closes it also deletes it, or empties it if it has
-    /// no right to delete it.
+    /// Closes the object. The last process that closes the object also deletes the object. If this
+    /// process may not delete the object, it empties the object.
     Result<> closeObject()
     {
         if (!isOpen())

@@ -3,7 +3,7 @@
 namespace ox::platform
 {
 
-/// A request to end the process: Ctrl-C, a termination request, or the terminal was closed.
+/// A request to end the process: Ctrl-C, a termination request, or the closing of the terminal.
 struct StopRequest {
     int signal;        ///< the system's number of the signal or event
     bool fromTerminal; ///< from the keyboard: child processes receive it, too

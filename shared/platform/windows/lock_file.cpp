@@ -109,7 +109,7 @@ Result<> LockFile::take(NativeName const & name)
 
 void LockFile::write(std::string_view content)
 {
-    // A failed write is ignored, since the lock is held without content, too.
+    // A failed write is ignored, since the process holds the lock even if the file is empty.
     DWORD written;
     ::WriteFile(toHandle(handle_), content.data(), static_cast<DWORD>(content.size()), &written,
                 nullptr);
