@@ -212,8 +212,8 @@ class Uni16Form::Reader
             return text_[i] == u'>' ? (i - first) % 2 == 0
                                     : startsWithIgnoringCase(View(text_).substr(i), marker);
         };
-        // The text behind decodedEnd_ never changes. A scan that reaches decodedEnd_ continues at
-        // `stop`, where the last scan stopped that had the same parity of `first`.
+        // The text behind decodedEnd_ never changes. A scan that reaches decodedEnd_ jumps to
+        // `stop`, the end of the last scan with the same parity of `first`.
         std::size_t & stop = stops_[first % 2];
         std::size_t i = first;
         while (!stopsAt(i))

@@ -146,7 +146,7 @@ class FixedText : public Record
     }
 
     /// Returns the position of the first occurrence of `needle` at or after `from`, or -1. The
-    /// search ignores case. A wide string sign-extends a needle that is passed as bytes.
+    /// search ignores case. A needle that is passed to a wide string as bytes is sign-extended.
     int indexOf(S const & needle, int from = 0) const
     {
         return search(needle, from, Case::Ignored);
@@ -400,8 +400,8 @@ class FixedText : public Record
         return append(from, n, [](Unit * to, From const * text, int k) { copyUnits(to, text, k); });
     }
 
-    /// Compares this text with the `n` units or Latin-1 bytes at `text` as `<=>` compares two
-    /// strings. `n` may exceed the capacity.
+    /// Compares this text with the `n` units or Latin-1 bytes at `text`, by the rules of `<=>` for
+    /// two strings. `n` may exceed the capacity.
     template <typename From>
     std::strong_ordering orderTo(From const * text, std::ptrdiff_t n) const
     {

@@ -26,8 +26,8 @@ struct Lanes {
         return word;
     }
 
-    /// Loads the first 4 and the last 4 bytes of the `n` units at `text` into one word. These bytes
-    /// overlap if `n` is below `count`.
+    /// Loads the first 4 and the last 4 bytes of the `n` units at `text` into one word. The two
+    /// groups of 4 bytes overlap if `n` is below `count`.
     static Word loadEnds(Unit const * text, int n)
     {
         std::uint32_t halves[2];
