@@ -53,8 +53,8 @@ struct FoldConstants {
     FoldFactors divisors;
 };
 
-/// The polynomial of a CRC widened to 64 bits. Bit i is the coefficient of x^i; that of x^64 is
-/// omitted.
+/// The polynomial of a CRC widened to 64 bits. Bit i is the coefficient of x^i; the coefficient of
+/// x^64 is omitted.
 template <class Crc>
 inline constexpr std::uint64_t widePolynomial =
     std::uint64_t{Crc::polynomial} << (64 - 8 * sizeof(Crc::polynomial));

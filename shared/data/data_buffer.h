@@ -175,7 +175,7 @@ class OX_EXPORT _OX_DataBuffer
     /// with Z_STREAM_ERROR (-2).
     bool chunkUnzipGet(z_stream & zs, unsigned char * out, int outLen);
 
-    /// Releases zlib's memory of the decompression. Always returns true.
+    /// Releases the memory that zlib uses for the decompression. Always returns true.
     bool chunkUnzipFinish(z_stream & zs);
 
     // Files from and to the caller's memory. The functions return 0 or an error code.

@@ -91,8 +91,8 @@ class OX_EXPORT _oxFileSearcher
 
     /// Replaces `oldLen` bytes at `pos` by `text`. With a negative `oldLen` the text overwrites the
     /// bytes from `pos` on and is cut at the end of the content.
-    /// Fails: if `pos` is out of range or the call would replace the last byte of the content. Also
-    /// fails as changeDataSize().
+    /// Fails: if `pos` is out of range or the call would replace the last byte of the content. The
+    /// other failures are those of changeDataSize().
     template <int N>
     bool replace(int pos, _oxString8_evenSize<N> const & text, int oldLen)
     {
