@@ -151,8 +151,8 @@ TEST(DataBuffer, DecompressesFromAnOffset)
     EXPECT_EQ(packed.sizeUncompressed, 5000);
     EXPECT_EQ(packed.dataOffset, offset);
 
-    // decompressTo(unpacked, &offset) uses `offset` and ignores the member dataOffset. The member
-    // size may include the `offset` bytes before the stream.
+    // decompressTo(unpacked, &offset) uses `offset` and ignores `packed.dataOffset`. `packed.size`
+    // may include the `offset` bytes before the stream.
     packed.size += offset;
     packed.resize(packed.size, 768);
     packed.dataOffset = -7;

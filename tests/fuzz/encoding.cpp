@@ -6,8 +6,8 @@
 #include "tests/fuzz/fuzz_input.h"
 
 // Fuzzes transport encodings, XML escapes, short names and IP addresses. Checks that every
-// text that the encoder can represent round-trips, also inside another text. Compares the decoder
-// of UTF-8 runs with a simple decoder.
+// text that the encoder can represent round-trips, alone or inside another text. Compares the
+// decoder of UTF-8 runs with a simple decoder.
 
 namespace
 {

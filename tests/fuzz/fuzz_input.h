@@ -66,7 +66,7 @@ class Input
         rest_.remove_prefix(taken.size());
         return taken;
     }
-    /// Reads a byte as a length, and returns as many of the following bytes.
+    /// Reads a length of one byte, and returns this number of the following bytes.
     std::string text() { return std::string(bytes(number())); }
     /// Returns the bytes before the next line feed.
     std::string_view line()

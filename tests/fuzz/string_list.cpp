@@ -72,7 +72,7 @@ void operate(Input & in, _oxStringList & list, Entries & entries)
         if (!isUnique || find(entries, entry, flag) < 0)
             entries.push_back(entry);
         list.append(entry, isUnique, flag);
-        // The member reserved belongs to the position in the list and does not move with the text.
+        // `reserved` belongs to the position in the list and does not move with the text.
         const_cast<Entry &>(list[list.count() - 1]).reserved = std::uint16_t(list.count());
     }
 }

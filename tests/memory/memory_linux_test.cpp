@@ -32,9 +32,9 @@ using Run = std::function<std::string(MemoryLimit &)>;
 struct Operation {
     char const * name;
     Run run;
-    /// Results that are allowed after a failed allocation, in addition to the result without a
-    /// limit. A result begins with "threw" if the operation threw std::bad_alloc. The result
-    /// "threw" without an addition is always allowed.
+    /// Results that are allowed after a failed allocation. The result of a run without a memory
+    /// limit is also allowed. A result begins with "threw" if the operation threw std::bad_alloc.
+    /// The result "threw" without an addition is always allowed.
     std::vector<std::string> failures = {};
 };
 
