@@ -43,9 +43,9 @@ class FileSync
         bool const isEqual = target.isUpToDate();
         if (target.exists && !isEqual)
             append(info_, "Renaming dest file", target_, ";\n");
-        // If isFolderOfTarget() is true, makeFolder() and its queries are not necessary. If the target
-        // exists, its folder exists, too. If the target is missing, copy() opens the folder, and
-        // creates it if it cannot be opened.
+        // If isFolderOfTarget() is true, makeFolder() and its queries are not necessary. If the
+        // target exists, its folder exists, too. If the target is missing, copy() opens the folder,
+        // and creates it if it cannot be opened.
         if (!isFolderOfTarget() && !makeFolder())
             return Result::Failed;
         if (!isEqual)
