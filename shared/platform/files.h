@@ -84,7 +84,7 @@ Result<> copyFile(NativeName const & from, NativeName const & to, bool failIfExi
                   std::optional<std::int64_t> modified = std::nullopt);
 
 /// Checks whether a copy of `source` may replace `target`.
-/// Fails: when both names refer to the same file, also through a link. On Linux also when the
+/// Fails: when both names refer to the same file, directly or by a link. On Linux also when the
 /// target exists and is not a regular file.
 Result<> mayReplace(NativeName const & target, NativeName const & source);
 
