@@ -46,7 +46,7 @@ struct _oxProcessEntry {
 ///
 /// Memory and processor time are read in two steps. initGetProcessInfo and the constructor read the
 /// values of all processes at the same time. getProcessInfo copies the values of one process to its
-/// entry; for a process that has started since then, it reads the current values. Names are
+/// entry; for a process that has started later, it reads the current values. Names are
 /// compared ignoring case, by their first 25 characters.
 class OX_EXPORT _oxProcessList
 {
