@@ -154,8 +154,8 @@ class Copying
             Item & item = items.emplace_back(Item{from, nameIn(folder, from)});
             // Two sources with the same target would be copied in parallel, in an unknown order.
             if (!targets.insert(item.to.toCaseFolded()).second)
-                item.failure = Failure(QStringLiteral("cannot copy '%1' to '%2': another file of "
-                                                      "this command has the same name")
+                item.failure = Failure(QStringLiteral("cannot copy '%1' to '%2': another "
+                                                      "source has the same name")
                                            .arg(from, item.to));
         }
         copyAll(items);
@@ -262,7 +262,7 @@ void append(QString const & from, QString const & to, qint64 begin)
     };
     StopGuard guard;
     guard.acquire([] { return true; }, [] {},
-                  [&] { return QStringLiteral("stopped: '%1' has %2").arg(to, progress()); });
+                  [&] { return QStringLiteral("stopped: %1 copied to '%2'").arg(progress(), to); });
     QString const failure = copyWithProgress(
         from, begin, [&] { return sizeOf(to); },
         [&] {

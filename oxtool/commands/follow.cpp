@@ -145,9 +145,12 @@ class Follower
             throw Failure(QStringLiteral("cannot copy '%1' to '%2': %3")
                               .arg(options_.file, to, reasonOf(mayCopy.error())));
         StopGuard guard;
-        guard.acquire(
-            [] { return true; }, [] {},
-            [&] { return QStringLiteral("stopped: '%1' has %2 bytes").arg(to).arg(copy_.size()); });
+        guard.acquire([] { return true; }, [] {},
+                      [&] {
+                          return QStringLiteral("stopped: the copy '%1' has %2 bytes")
+                              .arg(to)
+                              .arg(copy_.size());
+                      });
         if (platform::statusOfFile(nativeName(to)) && !source_.skipCopied(to))
             copy_.clear();
         follow([this] { copy_.clear(); },

@@ -69,8 +69,8 @@ TEST_F(Copying, CopiesSeveralFilesIntoAFolder)
                      u"copied           out/b, 2 bytes"_q,
                      text("oxtool: cannot copy 'none' to 'out/none' (target not created): "
                           "No such file or directory"),
-                     text("oxtool: cannot copy 'other/a' to 'out/a': another file of this command "
-                          "has the same name"),
+                     text("oxtool: cannot copy 'other/a' to 'out/a': another source has the same "
+                          "name"),
                      u"1"_q, u"copied           b, 2097155 bytes (2.0 MiB)"_q,
                      u"oxtool: missing target file or folder"_q}));
     expectError("cp %1 %1 %2", {from, to}, 1, u"cannot copy several files to "_q);
