@@ -182,7 +182,7 @@ class LiveView
         }
         while (lines.size() > std::max(1, size.rows - 1))
             lines.removeLast();
-        lines += cut(QStringLiteral("q: quit  sort by c: cpu  m: memory  i: id  n: name  t: time  "
+        lines += cut(QStringLiteral("q: quit  c, m, i, n, t: sort by cpu, memory, id, name, time  "
                                     "j, k, space, b: scroll"),
                      size, Style::None);
         QByteArray const frame = "\033[H" + lines.join("\033[K\r\n") + "\033[K\033[J";
