@@ -162,7 +162,7 @@ void convertBytes(std::string & bytes)
         bytes = local.toStdString();
 }
 
-/// Converts the stored paths in the target of an option to local paths.
+/// Converts the stored paths in the variable of an option to local paths.
 void makeLocal(Target const & target)
 {
     auto const convert = [](QString & path) {
@@ -177,7 +177,7 @@ void makeLocal(Target const & target)
         convertBytes(**bytes);
 }
 
-/// Converts the stored paths in the targets of options to local paths.
+/// Converts the stored paths in the variables of options to local paths.
 /// Fails: throws Failure when a mapping is wrong. With `asJson`, also writes the failure as JSON.
 void makeAllLocal(std::vector<Target> const & paths, bool asJson)
 try {

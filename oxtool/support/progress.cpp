@@ -32,8 +32,8 @@ QString bytesText(qint64 done, qint64 all, double seconds)
         .arg(static_cast<double>(all - done) / rate, 0, 'f', 0);
 }
 
-/// Returns the amount, the rate and the remaining time if the total size is unknown. The number of
-/// files determines the remaining time.
+/// Returns the text of an amount whose total size is unknown: amount, rate and remaining time. The
+/// remaining time is estimated from the number of files.
 QString estimateText(Progress::Amount const & amount, double seconds)
 {
     double const mebibytes = static_cast<double>(amount.bytes) / text::mebibyte;

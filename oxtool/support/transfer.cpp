@@ -9,7 +9,7 @@ namespace ox::tool
 namespace
 {
 
-/// The bytes of a file of at least this size are counted while its copy grows. A smaller file is
+/// File size in bytes from which the progress counts the bytes of a growing copy. A smaller file is
 /// counted when its copy is complete, since each query of the copy's size takes a round trip to the
 /// share.
 constexpr qint64 largeSize = text::bytesOfMebibytes(8);
