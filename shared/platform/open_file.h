@@ -88,9 +88,9 @@ Result<OpenFile> openForReading(NativeName const & name, Writers writers,
 /// Whether an opened file keeps its content or is emptied.
 enum class Content { Kept, Emptied };
 
-/// Opens a file for writing at its end, or empties it first. Creates a file that does not exist.
-/// Links are followed. If the caller is root, the call fails for a link of another user. Also opens
-/// the unnamed pipe of /dev/stdout, and devices other than disks.
+/// Opens a file for writing: appends to its content, or empties it first. Creates a file that does
+/// not exist. Links are followed. If the caller is root, the call fails for a link of another user.
+/// Also opens the unnamed pipe of /dev/stdout, and devices other than disks.
 Result<OpenFile> openForWriting(NativeName const & name, Content content, Writers writers);
 
 /// Opens a file like openForWriting with Writers::Allowed, but only a regular file.

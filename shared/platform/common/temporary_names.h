@@ -39,10 +39,10 @@ inline NativeName temporaryName(std::uint32_t system, std::uint32_t process, std
     return temporaryPrefix(system, process).append(text, text + length);
 }
 
-/// What a name belongs to: no temporary file, one of this system, or one of another system.
+/// Kind of a name: not a temporary file, one of this system, or one of another system.
 enum class Temporary { No, OfThisSystem, OfAnother };
 
-/// Returns what `name` belongs to. `system` is the SYSTEM of this system.
+/// Returns the kind of `name`. `system` is the SYSTEM of this system.
 inline Temporary temporaryKind(std::basic_string_view<NativeName::value_type> name,
                                std::uint32_t system)
 {

@@ -176,9 +176,9 @@ Result<> NewFile::System::createAs(NativeName const & name, mode_t mode)
     OpenFile created(::openat(place.folder(), name.c_str(), flags, mode));
     if (!created.isOpen())
         return lastError();
-    // Before takeFlock(), another process may have removed the new file, which looked left behind
-    // without a flock. The name is then missing. Inode numbers are not compared, since some shares
-    // have none. On a file system without flocks no process removes temporary files.
+    // Until takeFlock(), the new file looks left behind, and another process may remove it. So the
+    // name is checked afterwards. Inode numbers are not compared, since some shares have none. On a
+    // file system without flocks no process removes temporary files.
     struct stat opened;
     struct stat named;
     bool const hasFlock = takeFlock(descriptorOf(created));
@@ -341,8 +341,8 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
         bool const isKnown = place.status(status, link);
         bool const isFresh = isKnown && isUpToDate(status);
         if (isKnown && !isFresh && ::renameat(folder, link.c_str(), folder, kept.c_str()) == 0) {
-            // rename() does nothing if another process has just made the same file the backup, so
-            // the link is removed in any case.
+            // If another process has just made the same file the backup, both names refer to one
+            // file, and rename() removes neither. So the link is removed in any case.
             ::unlinkat(folder, link.c_str(), 0);
             return Previous::Kept;
         }

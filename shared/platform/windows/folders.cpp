@@ -25,8 +25,8 @@ HANDLE openFolder(NativeName const & name)
     BY_HANDLE_FILE_INFORMATION information;
     if (!folder.isOpen() || !::GetFileInformationByHandle(folder.get(), &information))
         return INVALID_HANDLE_VALUE;
-    // The open object may be a folder although the attributes of its name show a link, so both are
-    // checked.
+    // Even if the open object is a folder, the attributes of its name may show a link. So both
+    // attributes are checked.
     DWORD const attributes = information.dwFileAttributes | ::GetFileAttributesW(name.c_str());
     if ((information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 && !isLink(attributes))
         return folder.release();

@@ -69,9 +69,9 @@ Result<> tryToRemove(NativeName const & name, NativeName const & leftover,
 }
 
 /// Removes a closed lock file. Called after the system has refused to delete the file through the
-/// handle that created it, and this handle has been closed. Each try opens the file again, which
-/// fails while another process holds a lock of this name. While the file is open, no other file can
-/// get the name.
+/// handle that created it, and this handle has been closed. Each try opens the file again. The open
+/// call fails while another process holds a lock of this name. While the file is open, no other
+/// file can get the name.
 Result<> removeClosed(NativeName const & name, NativeName const & leftover,
                       BY_HANDLE_FILE_INFORMATION const & own)
 {
