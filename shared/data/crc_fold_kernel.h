@@ -84,8 +84,8 @@ foldLong(FoldConstants const & constants, Block carried, unsigned char const * d
 }
 
 /// Advances a CRC register over `length` bytes: with tables if `length` is less than a block, else
-/// by folding. If `length` is not a multiple of the block size, the surplus bytes at the start are
-/// the head. Leading zeros fill the head up to a block and do not change the remainder.
+/// by folding. If `length` is not a multiple of the block size, the first bytes form the head, and
+/// whole blocks follow. Zeros before the head fill it up to a block and do not change the result.
 template <class Crc>
 OX_TARGET typename Crc::Word advance(typename Crc::Word crc, unsigned char const * data,
                                      std::size_t length)

@@ -278,14 +278,14 @@ class OX_EXPORT _OX_DataBuffer
     /// Compresses `len` bytes and saves them as a buffer file; the name is a QString.
     static int compressNSaveToFile(QString const & file, char * data, int const & len);
 
-    /// Loads and decompresses `len` bytes from a file of compressNSaveToFile(). With `exact` the
-    /// call fails before the decompression if the length in the header differs from `len`.
+    /// Loads and decompresses `len` bytes from a file that compressNSaveToFile() has written. With
+    /// `exact` the call fails before the decompression if the length in the header is not `len`.
     /// Fails: as loadFromFile() with a header; WrongLength when the file contains a different
     /// number of bytes; zlib's code when the data is damaged.
     static int compressNLoadFromFile(_oxString8_evenSize<500> const & file, char * dest,
                                      int const & len, bool const & exact);
-    /// Loads and decompresses `len` bytes from a file of compressNSaveToFile(); the name is a
-    /// QString.
+    /// Loads and decompresses `len` bytes from a file that compressNSaveToFile() has written; the
+    /// name is a QString.
     static int compressNLoadFromFile(QString const & file, char * dest, int const & len,
                                      bool const & exact);
 

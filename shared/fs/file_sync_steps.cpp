@@ -155,7 +155,7 @@ SyncTarget compareWithMaster(platform::Result<platform::FileStatus> const & targ
                              std::int64_t size, std::int64_t modified)
 {
     bool const exists = target && !target->isFolder;
-    // A target whose status cannot be read may exist, so it is kept as well.
+    // A target whose status cannot be read may exist, so it is also kept as a backup.
     bool const isMissing = !target && target.error().kind() == platform::ErrorKind::NotFound;
     return {.exists = exists,
             .mayExist = exists || (!target && !isMissing),

@@ -37,8 +37,8 @@ OX_EXPORT QString OS2String(_oxOS const & os);
 /// Returns the enumerator's name, or the value as a number if it is not an enumerator, for logs and
 /// messages.
 OX_EXPORT QString oxPrintedText(ox_AppType const & type);
-/// Returns the name by OS2String, or the value as a number if it is not an enumerator, for logs and
-/// messages.
+/// Returns the result of OS2String, or the value as a number if it is not an enumerator, for logs
+/// and messages.
 OX_EXPORT QString oxPrintedText(_oxOS const & os);
 
 /// Returns "all", "win", "lx" or "mac"; empty for any other value. With `withBits` the name ends

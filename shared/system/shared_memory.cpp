@@ -73,8 +73,8 @@ bool oxSharedMemory::create(int size, bool global, bool fallBackToLocal)
     };
     if (global && isDenied() && fallBackToLocal)
         created = attempt(false);
-    // attach() uses the name of this call even after a failure: a caller that gets AlreadyExists
-    // attaches to the existing segment.
+    // From now on attach() tries only the kind of name that this call used, even if this call
+    // fails. A caller that gets AlreadyExists thus attaches to the existing segment.
     nameKindKnown_ = true;
 
     if (!created) {

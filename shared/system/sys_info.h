@@ -115,7 +115,7 @@ class OX_EXPORT _oxSysInfo
     /// Returns a readable report of all memory values that the system provides.
     QString getFullMemoryInfo();
 
-    /// Returns the temperature of the disk in °C at the last reading of its health, if available.
+    /// Returns the disk's temperature in °C from the last reading of the disk's health, if known.
     std::optional<int> diskTemperature() const { return diskTemperature_; }
 
     /// Returns the time of the last input with keyboard or mouse (on Linux, into a terminal); time

@@ -86,7 +86,7 @@ OX_EXPORT bool oxIsDigit(unsigned short const & c);
 /// The fourth field may be missing ("192.168.001", "192.168.001."). The lowest byte is then 255 if
 /// `lastByteFull` is true (the broadcast address of a subnet), else 0.
 ///
-/// Compatibility: the farm writes fields of three digits, so only the first "." is searched.
+/// Compatibility: the farm writes fields of three digits, so only the first "." is searched for.
 /// The further fields are read at fixed positions, and any character in the place of the "." in
 /// front of a field is accepted. A single character behind the third field and all characters
 /// behind the fourth field are ignored.
