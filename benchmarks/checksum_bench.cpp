@@ -107,9 +107,9 @@ void reportKernel()
     benchmark::AddCustomContext("CRC kernel", std::ranges::find_if(kernels, isSupported)->name);
 }
 
-/// Registers the supported kernels except the first and fastest one, which the other benchmarks
-/// measure. On processors with fewer instructions, the library selects one of the registered
-/// kernels.
+/// Registers a benchmark for each supported kernel except the first one. The first one is the
+/// fastest, and the other benchmarks measure it. On a processor that does not support it, the
+/// library selects one of the registered kernels.
 void addKernels(Size size)
 {
     bool isFastest = true;

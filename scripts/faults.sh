@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Runs the tests of tests/faults with all kinds of faults and prints the number of runs:
 #   scripts/faults.sh [PATTERN]     PATTERN: tests of faults_tests to run, such as '*sync*'
-# In other test runs, the tests of the tool inject only some kinds of faults. docs/reliability.md
-# contains the numbers of runs.
+# In other runs of tests/faults, the operations of the tool get only some kinds of faults.
+# docs/reliability.md contains the numbers of runs.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 

@@ -29,8 +29,8 @@ QString printed(char const * format, ...)
     return QString::fromLatin1(text);
 }
 
-/// Inserts a separator between groups of three digits. By a documented exception, leading digits up
-/// to 1000 are not separated, as in "1000.000".
+/// Inserts a separator between groups of three digits, from the right. Stops when the rest is at
+/// most 1000, as oxPointTsd documents: "1000.000".
 std::string grouped(unsigned long long number, char separator)
 {
     std::string const digits = std::to_string(number);
