@@ -340,21 +340,21 @@ class OX_EXPORT _OX_DataBuffer
 
     // Overloads of the functions above for file names of any other string type.
 
-    /// Saves two blocks as a plain file; the name is of any other string type.
+    /// Saves two blocks as a plain file; the name is of any string type.
     template <ox::text::FileName Name>
     static int saveToFile(Name const & file, bool const & withMagic, char * const block1,
                           int const & len1, char * const block2, int const & len2)
     {
         return saveToFile(ox::text::fileNameText(file), withMagic, block1, len1, block2, len2);
     }
-    /// Loads two blocks from a plain file; the name is of any other string type.
+    /// Loads two blocks from a plain file; the name is of any string type.
     template <ox::text::FileName Name>
     static int loadFromFile(Name const & file, bool const & withMagic, char * const block1,
                             int const & len1, char * const block2, int const & len2)
     {
         return loadFromFile(ox::text::fileNameText(file), withMagic, block1, len1, block2, len2);
     }
-    /// Saves two blocks as a gzip file; the name is of any other string type.
+    /// Saves two blocks as a gzip file; the name is of any string type.
     template <ox::text::FileName Name>
     static int saveToFileCompressed(Name const & file, bool const & withMagic, char * const block1,
                                     int const & len1, char * const block2, int const & len2)
@@ -362,7 +362,7 @@ class OX_EXPORT _OX_DataBuffer
         return saveToFileCompressed(ox::text::fileNameText(file), withMagic, block1, len1, block2,
                                     len2);
     }
-    /// Loads two blocks from a gzip file; the name is of any other string type.
+    /// Loads two blocks from a gzip file; the name is of any string type.
     template <ox::text::FileName Name>
     static int loadFromFileCompressed(Name const & file, bool const & withMagic,
                                       char * const block1, int const & len1, char * const block2,
@@ -371,26 +371,26 @@ class OX_EXPORT _OX_DataBuffer
         return loadFromFileCompressed(ox::text::fileNameText(file), withMagic, block1, len1, block2,
                                       len2);
     }
-    /// Saves `len` bytes as a plain gzip file; the name is of any other string type.
+    /// Saves `len` bytes as a plain gzip file; the name is of any string type.
     template <ox::text::FileName Name>
     static int saveGzipFile(Name const & file, char const * data, int const & len)
     {
         return saveGzipFile(ox::text::fileNameText(file), data, len);
     }
-    /// Loads up to `len` bytes from a plain gzip file; the name is of any other string type.
+    /// Loads up to `len` bytes from a plain gzip file; the name is of any string type.
     template <ox::text::FileName Name>
     static int loadGzipFile(Name const & file, char * dest, unsigned int const & len,
                             bool const & exact)
     {
         return loadGzipFile(ox::text::fileNameText(file), dest, len, exact);
     }
-    /// Saves `len` bytes as a compressed buffer file; the name is of any other string type.
+    /// Saves `len` bytes as a compressed buffer file; the name is of any string type.
     template <ox::text::FileName Name>
     static int saveToFileCompressedHeader(Name const & file, char * data, int const & len)
     {
         return saveToFileCompressedHeader(ox::text::fileNameText(file), data, len);
     }
-    /// Loads `len` bytes from a compressed buffer file; the name is of any other string type.
+    /// Loads `len` bytes from a compressed buffer file; the name is of any string type.
     template <ox::text::FileName Name>
     static int loadFromFileCompressedHeader(Name const & file, char * dest, int const & len)
     {
@@ -411,31 +411,31 @@ class OX_EXPORT _OX_DataBuffer
     {
         return compressNLoadFromFile(ox::text::fileNameText(file), dest, len, exact);
     }
-    /// Saves the `size` bytes as a plain file; the name is of any other string type.
+    /// Saves the `size` bytes as a plain file; the name is of any string type.
     template <ox::text::FileName Name>
     bool saveToFile(Name const & file, bool const & withHeader)
     {
         return saveToFile(ox::text::fileNameText(file), withHeader);
     }
-    /// Loads a whole plain file; the name is of any other string type.
+    /// Loads a whole plain file; the name is of any string type.
     template <ox::text::FileName Name>
     bool loadFromFile(Name const & file, bool withHeader)
     {
         return loadFromFile(ox::text::fileNameText(file), withHeader);
     }
-    /// Saves the `size` bytes as a compressed buffer file; the name is of any other string type.
+    /// Saves the `size` bytes as a compressed buffer file; the name is of any string type.
     template <ox::text::FileName Name>
     bool saveToFileCompressed(Name const & file)
     {
         return saveToFileCompressed(ox::text::fileNameText(file));
     }
-    /// Loads a compressed buffer file; the name is of any other string type.
+    /// Loads a compressed buffer file; the name is of any string type.
     template <ox::text::FileName Name>
     bool loadFromFileCompressed(Name const & file, bool growToFit)
     {
         return loadFromFileCompressed(ox::text::fileNameText(file), growToFit);
     }
-    /// Loads a whole plain gzip file; the name is of any other string type.
+    /// Loads a whole plain gzip file; the name is of any string type.
     template <ox::text::FileName Name>
     bool loadGzipFile(Name const & file, unsigned int const & chunk)
     {

@@ -453,7 +453,7 @@ bool _OX_DataBuffer::loadFromFileCompressed(QString const & file, bool growToFit
     error = 0;
     NativeName const name = nativePath(file);
     GzipFile gzip(name, Mode::Read);
-    // Compatibility: these files hold settings and caches. A missing one counts as empty.
+    // Compatibility: a missing file counts as empty, since these files hold settings and caches.
     if (!gzip && countsAsMissing(name))
         return true;
     if (!load(gzip, true, headerOf(*this), {nullptr, 0}, error))
