@@ -70,9 +70,8 @@ QString mapWords(QString const & text, QString const & separators, Visit const &
     return result + visit(word);
 }
 
-/// Returns whether the decoder can restore every word that the encoder changes. It cannot restore a
-/// word that contains a character that ends an encoded run, or a word whose bytes contain a
-/// marker.
+/// Returns whether the decoder can restore every word that the encoder changes. The exceptions are
+/// words with a character that ends an encoded run, and words whose bytes contain a marker.
 bool isReversible(Coder const & coder, QString const & text)
 {
     bool isReversible = true;

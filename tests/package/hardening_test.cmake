@@ -34,7 +34,7 @@ function(check_linux_file)
     expect("${READELF};--dyn-syms;-W" " __(mem|str|v?s?n?printf|v?fprintf|read|pread|getcwd|fread)[a-z]*_chk" "fortified calls")
   endif()
   if(HAS_CF_PROTECTION)
-    # Checks a function of the project, since the compiler's start-up code always contains endbr.
+    # The compiler's start-up code always contains endbr, so a function of the project is checked.
     set(function _Z13oxLastOSErrori)
     if(file MATCHES "oxtool$")
       set(function main)

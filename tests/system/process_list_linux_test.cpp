@@ -112,8 +112,8 @@ TEST(ProcessListOnLinux, NamesAProcessByItsExecutableAndItsUser)
     QProcess process;
     process.start(program, QStringList());
     ASSERT_TRUE(process.waitForStarted());
-    // A program uses almost no memory when it starts. Waits until the program has answered and uses
-    // more.
+    // A program uses almost no memory when it starts. Waits for the program's answer: by then the
+    // program uses more memory.
     process.write("answer\n");
     ASSERT_TRUE(process.waitForReadyRead());
     // The program's file may be deleted while the program runs, for example by an update.
