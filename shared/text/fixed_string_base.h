@@ -146,15 +146,15 @@ class FixedText : public Record
     }
 
     /// Returns the position of the first occurrence of `needle` at or after `from`, or -1. The
-    /// search ignores case. A needle that is passed to a wide string as bytes is sign-extended.
+    /// search ignores case. In a wide string each byte of a needle of bytes is sign-extended.
     int indexOf(S const & needle, int from = 0) const
     {
         return search(needle, from, Case::Ignored);
     }
     /// Returns the position of the first occurrence of `needle` at or after `from`, or -1. The
-    /// search is case-sensitive. A wide string sign-extends a needle that is passed as bytes.
-    /// Compatibility: a needle as long as the text is compared ignoring case, since the farm's
-    /// applications look up whole names with this function.
+    /// search is case-sensitive. In a wide string each byte of a needle of bytes is sign-extended.
+    /// Compatibility: if `needle` and the text have the same length, their case is ignored, since
+    /// the farm's applications look up whole names with this function.
     int indexOfCaseSen(S const & needle, int from = 0) const
     {
         return search(needle, from, Case::Exact);
@@ -233,8 +233,8 @@ class FixedText : public Record
         return replaceText(before, after, Case::Ignored);
     }
     /// Replaces every occurrence of `before` by `after`, as `replace` does, but the search is
-    /// case-sensitive. As in `indexOfCaseSen`, a `before` as long as the text is compared ignoring
-    /// case.
+    /// case-sensitive. As in `indexOfCaseSen`, case is ignored if `before` and the text have the
+    /// same length.
     S & replaceCaseSen(S const & before, S const & after)
     {
         return replaceText(before, after, Case::Exact);
@@ -247,11 +247,11 @@ class FixedText : public Record
     }
 
     /// Removes every occurrence of `text`, ignoring case. An occurrence that a removal creates is
-    /// kept: "aabb" without "ab" is "ab". A wide string sign-extends an argument that is passed as
-    /// bytes.
+    /// kept: "aabb" without "ab" is "ab". If a wide string gets `text` as bytes, each byte is
+    /// sign-extended to a unit: 0xE9 becomes 0xFFE9.
     S & remove(S const & text) { return replaceText(text, S(), Case::Ignored); }
     /// Removes every occurrence of `text`, as `remove` does, but the search is case-sensitive. As
-    /// in `indexOfCaseSen`, a `text` as long as this text is compared ignoring case.
+    /// in `indexOfCaseSen`, case is ignored if `text` has the same length as this text.
     S & removeCaseSens(S const & text) { return replaceText(text, S(), Case::Exact); }
     /// Removes every unit that equals `c`, ignoring case. Returns a copy of the changed string.
     S remove(Unit const & c) { return setSize(removeUnit<Unit>(value, size(), c)); }

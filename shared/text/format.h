@@ -78,9 +78,10 @@ OX_EXPORT QString oxSec2dhm(long long s);
 OX_EXPORT QString oxSec2dhms(long long s);
 
 /// Returns a duration of `ms` milliseconds as seconds and three digits of milliseconds: 1500 is
-/// "1.500". If `always` is false, durations of up to 1000 ms and negative durations are written
-/// without the seconds: 999 is ".999".
-/// Compatibility: if `always` is false, 1000 is ".000", as in the farm's logs.
+/// "1.500". If `always` is false, durations below 1000 ms are written without the seconds: 999 is
+/// ".999".
+/// Compatibility: if `always` is false, 1000 also lacks the seconds (".000"), as in the farm's
+/// logs.
 OX_EXPORT QString oxMill2s(int ms, bool const & always);
 
 /// Truncates `str` before the last occurrence of `sep1`, `sep2` or `sep3`, ignoring case, and
