@@ -55,8 +55,10 @@ std::vector<ProcessRow> findProcesses(std::vector<QString> const & targets)
     list->collectAllProcesses();
     list->initGetProcessInfo();
     if (list->total() > list->count)
-        throw Failure(QStringLiteral("cannot search %1 processes: the process list is too small")
-                          .arg(list->total()));
+        throw Failure(
+            QStringLiteral("cannot search all processes: %1 exist, but only %2 are listed")
+                .arg(list->total())
+                .arg(list->count));
     auto const self = static_cast<unsigned int>(QCoreApplication::applicationPid());
     std::vector<bool> isFound(targets.size(), false);
     std::vector<ProcessRow> rows;
