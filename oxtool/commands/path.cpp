@@ -43,7 +43,7 @@ void showPath(QString const & stored, Report & report)
     report.line(QStringLiteral("stored"), stored);
     report.line(QStringLiteral("path"), local.path);
     report.line(QStringLiteral("mapped"),
-                isMapped ? QStringLiteral("from %1 by %2").arg(local.storedRoot, local.source)
+                isMapped ? QStringLiteral("from %1, set by %2").arg(local.storedRoot, local.source)
                          : QStringLiteral("no"));
     report.line(QStringLiteral("refers to"), kindText(kind));
 }
@@ -56,7 +56,7 @@ void showMappings(Report & report)
                                     {QStringLiteral("localRoot"), mapping.localRoot},
                                     {QStringLiteral("mappedBy"), mapping.source}});
         report.line(QStringLiteral("mapping"),
-                    QStringLiteral("%1 to %2 by %3")
+                    QStringLiteral("%1 to %2, set by %3")
                         .arg(mapping.storedRoot, mapping.localRoot, mapping.source));
     }
     report.set(QStringLiteral("mappings"), mappings);
@@ -75,7 +75,8 @@ Command pathCommand()
             .details =
                 "Mappings come from --map, then from the environment variable OXTOOL_MAP\n"
                 "(separated like the folders of PATH, or by line breaks), then from the lines\n"
-                "\"map = STORED_ROOT=LOCAL_ROOT\" of the configuration file.",
+                "\"map = MAPPING\" of the configuration file. They have the form\n"
+                "STORED_ROOT=LOCAL_ROOT.",
             .options = {{.name = "STORED_PATH",
                          .help = "Path in Windows, Linux or Mac form",
                          .target = &options->path},

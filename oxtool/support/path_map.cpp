@@ -112,8 +112,8 @@ QString readFile(QString const & name)
     return QString::fromUtf8(bytes.data(), static_cast<int>(*read));
 }
 
-/// Adds the mappings of the configuration file, whose lines have the form
-/// "map = STORED_ROOT=LOCAL_ROOT". Empty lines, and lines that begin with "#", have no effect.
+/// Adds the mappings of the configuration file. Each line is "map =", followed by a mapping
+/// "STORED_ROOT=LOCAL_ROOT". Empty lines, and lines that begin with "#", have no effect.
 void readConfiguration()
 {
     QString const name = configurationFile();
@@ -128,8 +128,8 @@ void readConfiguration()
         QString const source = QStringLiteral("%1, line %2").arg(name).arg(number);
         auto const equals = text.indexOf(u'=');
         if (text.left(equals).trimmed() != QLatin1String("map"))
-            throw Failure(QStringLiteral("%1: '%2' does not have the form 'map = "
-                                         "STORED_ROOT=LOCAL_ROOT'")
+            throw Failure(QStringLiteral("%1: '%2' is not 'map =' followed by "
+                                         "'STORED_ROOT=LOCAL_ROOT'")
                               .arg(source, text),
                           WrongUse);
         add(text.mid(equals + 1), source);
