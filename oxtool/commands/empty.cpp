@@ -64,8 +64,8 @@ class Emptying
 
     void run()
     {
-        // The deletion runs on another thread. A stop request can therefore wait until the deletion
-        // has ended, and report the exact number of deleted entries.
+        // The deletion runs on another thread. After a stop request the tool can therefore wait
+        // until the deletion has ended, and report the exact number of deleted entries.
         std::shared_future<_oxEmptyFolderResult> pass;
         bool hasEnded = true;
         StopGuard guard;
@@ -277,7 +277,7 @@ Command emptyCommand()
                          .target = &options->recursive},
                         {.name = "--older-than",
                          .valueName = "AGE",
-                         .help = "Delete only entries not changed within this time",
+                         .help = "Delete only entries not changed in the last AGE",
                          .target = Age{&options->minAge}},
                         {.name = "--keep",
                          .valueName = "PATTERN",

@@ -284,7 +284,7 @@ Command listCommand()
                      .target = &options->selection.endings},
                     {.name = "--newer",
                      .valueName = "AGE",
-                     .help = "List only files that were changed within this time",
+                     .help = "List only files that were changed in the last AGE",
                      .target = Age{&options->newer}},
                     {.name = "--sort",
                      .valueName = "KEY",
