@@ -152,7 +152,8 @@ void addComparisons(std::string const & text)
                      [](auto & a, auto & b) { return a.compare(b, Qt::CaseInsensitive); });
 }
 
-/// Registers `compare` with each supported kernel. The library itself selects the first of them.
+/// Registers a benchmark of `compare` for each supported kernel. The library itself selects the
+/// first of them.
 void addCaseKernels(std::string const & text)
 {
     std::string const upper = upperCased(text);

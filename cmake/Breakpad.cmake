@@ -102,8 +102,8 @@ else()
 endif()
 list(TRANSFORM sources PREPEND "${OX_BREAKPAD_SOURCE}/")
 if(NOT WIN32)
-  # ptrace_dumper.cpp is compiled in place of client/linux/minidump_writer/linux_ptrace_dumper.cc,
-  # which it includes.
+  # ptrace_dumper.cpp includes client/linux/minidump_writer/linux_ptrace_dumper.cc, so it is compiled
+  # instead of that file.
   list(APPEND sources "${PROJECT_SOURCE_DIR}/shared/platform/linux/ptrace_dumper.cpp")
 endif()
 

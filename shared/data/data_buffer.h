@@ -161,7 +161,7 @@ class OX_EXPORT _OX_DataBuffer
     /// half, but at most once per call. The applications rely on this growth.
     bool chunkzipAdd(z_stream & zs, unsigned char * in, int len, bool last);
 
-    /// Releases zlib's memory of the compression. Always returns true.
+    /// Releases the memory that zlib uses for the compression. Always returns true.
     bool chunkzipFinish(z_stream & zs);
 
     /// Begins decompression at the start of the block.

@@ -13,9 +13,9 @@ namespace ox::fs
 namespace
 {
 
-/// Returns whether a piece ends in zeros. Tests up to three of its last ten bytes.
-/// Compatibility: the other bytes are not tested, since the farm's applications depend on this
-/// result.
+/// Returns whether a piece ends in zeros. Tests the last byte and, if the piece has more than 10
+/// bytes, the seventh and the tenth byte from its end.
+/// Compatibility: tests no other byte, since the farm's applications depend on this result.
 bool endsInZeros(char const * piece, std::size_t size)
 {
     auto const isZero = [end = piece + size](int back) { return end[-back] == 0; };

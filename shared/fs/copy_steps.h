@@ -33,7 +33,7 @@ enum class Faults { Ignored, End };
 /// Copies in pieces of copyPiece bytes through the buffer `piece`, and sleeps pauseMs milliseconds
 /// after each piece. Sets `*endsEmpty`, if given, to whether the last piece looks unfinished, as
 /// oxCopyFile describes.
-/// Fails: when a read fails; with Faults::End also when a write fails.
+/// Fails: when a read fails, and with Faults::End also when a write fails.
 platform::Result<> copyPieces(platform::OpenFile & from, platform::OpenFile & to, char * piece,
                               int pauseMs, bool * endsEmpty, Faults faults);
 

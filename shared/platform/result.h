@@ -69,7 +69,7 @@ class [[nodiscard]] Result
     Error error_;
 };
 
-/// Result of a call without a value that can fail: success or its error.
+/// Result of a call that returns no value but can fail: success or the error.
 template <>
 class [[nodiscard]] Result<void>
 {

@@ -10,7 +10,7 @@
 
 #include <optional>
 
-/// Derives the farm's values from the values of the system, by the same rules on every system.
+/// Derives the farm's values from what the system reports, by the same rules on Windows and Linux.
 namespace ox::system
 {
 
