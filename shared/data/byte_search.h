@@ -143,8 +143,10 @@ class ByteSearch
     }
 
   private:
-    // Costs, counted in compared bytes: `smallLoss` is the limit for replacing a probe, `largeLoss`
-    // the limit for changing to KMP, `costOfCandidate` the fixed cost of one comparison.
+    // Costs, counted in compared bytes. A failed comparison costs `costOfCandidate` and its
+    // compared bytes. The sum has two limits, which grow with the scanned positions: above the
+    // first, initially `smallLoss`, a probe is replaced; above the second, initially `largeLoss`,
+    // the search changes to KMP.
     static constexpr int smallLoss = 512;
     static constexpr int largeLoss = 16384;
     static constexpr int costOfCandidate = 8;
@@ -222,8 +224,8 @@ class ByteSearch
         }
     }
 
-    /// Returns the first matching position from `from` to `positions` - 1, or -1. Uses the failure
-    /// function (KMP).
+    /// Searches the positions `from` to `positions` - 1. Returns the first position that matches,
+    /// or -1. Uses the failure function (KMP).
     int findInLinearTime(Byte const * text, int from, int positions) const
     {
         int const end = positions + length_ - 1;
