@@ -37,8 +37,8 @@ struct SyncPlacement {
 };
 
 /// Gives the copy the target's name. With `keepsPrevious`, first renames the previous file to the
-/// target's name + "_old". If another process has meanwhile given the target this `size` and the
-/// time `modified`, changes nothing instead; the size -1 omits this test.
+/// target's name + "_old". Changes nothing if another process has meanwhile given the target this
+/// `size` and the time `modified`; with the size -1, does not test this.
 SyncPlacement putSyncedCopyInPlace(platform::NewFile & copy, bool keepsPrevious, std::int64_t size,
                                    std::int64_t modified, platform::NewFile::FolderFlush flush);
 

@@ -29,7 +29,7 @@ class LockFile
     /// existing file. Call it only while this object holds no lock file.
     ///
     /// Fails: isTaken() is true for the error in these cases:
-    /// - The name exists, or another process was faster.
+    /// - The name exists, or another process has just created the lock file.
     /// - This call has created the file, but another process is examining the file at that moment.
     ///   The next call with the same name then finishes taking the lock.
     Result<> take(NativeName const & name);

@@ -35,8 +35,8 @@ struct Processors {
 /// Returns the processors of the machine.
 Processors processors();
 
-/// On Windows, returns whether IsWow64Process succeeds, whatever it reports; empty if the system
-/// lacks this function. On Linux, returns whether the kernel has 64 bits.
+/// On Windows, returns whether the call of IsWow64Process succeeds, and not its result; empty if
+/// the system lacks this function. On Linux, returns whether the kernel has 64 bits.
 std::optional<bool> answersWordSize();
 
 /// Returns whether the system policy in the registry contains the switch of User Account Control

@@ -34,9 +34,9 @@ class NewFile
     NewFile & operator=(NewFile const &) = delete;
 
     /// Opens the folder of a target; creates nothing. The target need not exist.
-    /// Fails: with NotAFile for a folder. Links::Followed also fails in these cases:
-    /// - with NotAFile for anything that is not a regular file;
-    /// - with AccessDenied for a link of another user, if the caller is root.
+    /// Fails: with NotAFile if the target is a folder. Links::Followed also fails in these cases:
+    /// - with NotAFile if the target is anything else than a regular file;
+    /// - with AccessDenied if the target is a link of another user, and the caller is root.
     Result<> open(NativeName const & target, Links links);
 
     /// Opens the folder of a target like open() with Links::Replaced, without a query for the

@@ -39,10 +39,11 @@ inline NativeName temporaryName(std::uint32_t system, std::uint32_t process, std
     return temporaryPrefix(system, process).append(text, text + length);
 }
 
-/// Kind of a name: not a temporary file, one of this system, or one of another system.
+/// Whether a name is that of a temporary file, and whether the file is of this or another system.
 enum class Temporary { No, OfThisSystem, OfAnother };
 
-/// Returns the kind of `name`. `system` is the SYSTEM of this system.
+/// Returns whether `name` is that of a temporary file, and of which system. `system` is the part
+/// SYSTEM in the names of this system's temporary files.
 inline Temporary temporaryKind(std::basic_string_view<NativeName::value_type> name,
                                std::uint32_t system)
 {

@@ -220,7 +220,8 @@ Result<int> createExclusively(NativeName const & name)
             return created;
         Error const error = lastError("open");
         // A share reports ETXTBSY if a Windows machine has the file open without sharing. SFTP has
-        // no error for an existing name, so sshfs reports EPERM if another machine was faster.
+        // no error for an existing name, so sshfs reports EPERM if another machine has just created
+        // the file.
         if (error.code == ETXTBSY || (error.code == EPERM && lockFileExists(name)))
             return Error{EBUSY, error.step};
         // EPERM without an existing name: the other machine may have just released its lock.

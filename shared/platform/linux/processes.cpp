@@ -42,8 +42,8 @@ class ProcessPath
     char text_[24];
 };
 
-/// Calls `visit` for each entry of an open folder whose name is a number, until `visit` returns
-/// false.
+/// Calls `visit` for each entry that has a number as its name, until `visit` returns false. The
+/// folder is open.
 template <typename Visit>
 void forEachNumber(int folder, Visit const & visit)
 {

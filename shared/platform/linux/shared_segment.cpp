@@ -192,7 +192,7 @@ struct SharedSegment::System {
         return resultOf(::close(std::exchange(descriptor, -1)) == 0, "close");
     }
 
-    /// Repeats `step` every millisecond while its result is empty: the object is then changing.
+    /// Repeats `step` every millisecond while the object is changing (`step` then returns nothing).
     /// Fails after two seconds, since another process may be stopped or malicious. Closes the
     /// object after a failure.
     template <typename Step>
