@@ -29,7 +29,7 @@ void writeError(QString const & text);
 
 /// Closes standard output. If output was lost, returns false and reports the reason on standard
 /// error. If the reader has closed the pipe, returns false without a message. If the process has no
-/// standard output, a lost Report does not count, but lost output of writeOutput() does.
+/// standard output, and only a Report was written, returns true although the Report is lost.
 bool finishOutput();
 
 /// Writes the result of a command: as text, each line immediately, or as one JSON object at the
