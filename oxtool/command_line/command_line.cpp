@@ -169,7 +169,7 @@ void maskBrackets(std::vector<std::string> & arguments)
     }
 }
 
-/// Returns an argument, or a message that contains one, without the NUL of maskBrackets().
+/// Returns an argument, or a message with an argument, without the NUL that maskBrackets() appends.
 std::string unmasked(std::string text)
 {
     std::erase(text, '\0');

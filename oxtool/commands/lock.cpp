@@ -124,8 +124,8 @@ void showStatus(QString const & file, Report & report)
     report.line(QStringLiteral("holder"), holderStateText(status));
 }
 
-/// Removes a lock file that no process holds. Uses the same function as a process that waits for
-/// the lock and removes the lock file of a stale lock.
+/// Removes a lock file that no process holds. Uses the function with which a waiting process
+/// removes a stale lock file.
 void breakLock(QString const & file, Report & report)
 {
     _oxFileLockStatus const status = statusOfLock(file);
@@ -137,7 +137,7 @@ void breakLock(QString const & file, Report & report)
         return;
     }
     setMembers(report, status);
-    // A lock file that is newer than `status` belongs to another process and is not removed.
+    // A lock file with a later time than in `status` belongs to another process and is not removed.
     auto const removed =
         platform::removeLeftLockFile(nativeName(lockFileName(file)), status.since.value + 1);
     if (!removed) {
