@@ -68,7 +68,8 @@ TEST(Utf8Runs, HaveTheDocumentedFormat)
     EXPECT_EQ(oxFromOXUTF8(u"<UTF8abc>d>"_q), u"abcd>"_q);
     EXPECT_EQ(oxFromOXUTF8(u"<tag><UTF8"_q + bytesOf(u"\u041F"_q) + u"></tag>"_q),
               u"<tag>\u041F</tag>"_q);
-    // In nested runs, the first ">" ends the outer run, so the inner run is decoded twice.
+    // If a run contains another run, the first ">" ends the outer run. So the inner run is decoded
+    // twice.
     EXPECT_EQ(oxFromOXUTF8(u"<UTF8a<UTF8\u00C3\u0083\u00C2\u00A9<UTF8b >c>d>"_q), u"a\u00E9bcd"_q);
     EXPECT_EQ(oxFromOXUTF8(u"<UTF8"_q + bytesOf(u"\u041F\u0420"_q)), u"\u041F\uFFFD\u00A0"_q);
     EXPECT_EQ(oxFromOXUTF8(u"<UTF8\u00C0\u00AF\u00F5\u041F>"_q), u"\uFFFD\uFFFD\uFFFD?"_q);

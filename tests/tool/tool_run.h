@@ -55,7 +55,7 @@ class ToolRun
 /// standard error contains `text`.
 void expectError(char const * line, QStringList const & values, int status, QString const & text);
 
-/// Returns a shell that runs scripts in a folder, by default the current folder. $0 is the program.
+/// Returns a shell that runs scripts in a folder, by default the current folder. $0 is the tool.
 Shell toolShell(QString const & folder = {});
 
 /// Returns whether the machine can run a script on a pseudo-terminal.
