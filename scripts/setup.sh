@@ -66,8 +66,8 @@ apt() {
 }
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-# policy-rc.d keeps the servers in the sets shares and kernel_shares from starting as services of
-# this machine.
+# policy-rc.d prevents that the servers in the package sets "shares" and "kernel_shares" start as
+# services of this machine.
 policy=/usr/sbin/policy-rc.d
 if [[ " $* " = *shares* ]] && [ ! -e "$policy" ]; then
   printf '#!/bin/sh\nexit 101\n' | "${as_root[@]}" tee "$policy" >/dev/null

@@ -99,8 +99,8 @@ Result<OpenFile> openInPlace(NativeName const & name, Content content);
 /// How the creation of a file treats an existing name.
 enum class IfExists { Fail, Replace };
 
-/// Creates a file for writing. If the name exists and `ifExists` is Fail, the call fails. If it is
-/// Replace, the call first deletes the file or link of that name.
+/// Creates a file for writing. If the name exists, the call fails with IfExists::Fail. With
+/// IfExists::Replace the call first deletes the file or link of that name.
 Result<OpenFile> createFile(NativeName const & name, IfExists ifExists);
 
 /// Converts the line ends "\n" to those of the system's text files.

@@ -146,13 +146,13 @@ class FixedText : public Record
     }
 
     /// Returns the position of the first occurrence of `needle` at or after `from`, or -1. The
-    /// search ignores case. In a wide string each byte of a needle of bytes is sign-extended.
+    /// search ignores case. If a wide string gets `needle` as bytes, they are sign-extended.
     int indexOf(S const & needle, int from = 0) const
     {
         return search(needle, from, Case::Ignored);
     }
     /// Returns the position of the first occurrence of `needle` at or after `from`, or -1. The
-    /// search is case-sensitive. In a wide string each byte of a needle of bytes is sign-extended.
+    /// search is case-sensitive. If a wide string gets `needle` as bytes, they are sign-extended.
     /// Compatibility: if `needle` and the text have the same length, their case is ignored, since
     /// the farm's applications look up whole names with this function.
     int indexOfCaseSen(S const & needle, int from = 0) const

@@ -16,11 +16,11 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
-// Within one server, copy_file_range makes the server copy. Any other large copy uses two threads:
-// one thread reads the next piece while the other thread writes the current piece. The copy then
-// takes only as long as the slower of reading and writing. With one thread it takes longer: a write
-// to a share waits for the server, and on shares that bypass the page cache the kernel does not
-// read ahead in the meantime.
+// Within one server, copy_file_range lets the server copy the data. Any other large copy uses two
+// threads: one thread reads the next piece while the other thread writes the current piece. The
+// copy then takes only as long as the slower of reading and writing. With one thread it takes
+// longer: a write to a share waits for the server, and on shares that bypass the page cache the
+// kernel does not read ahead in the meantime.
 
 namespace ox::platform
 {

@@ -301,7 +301,8 @@ Result<> LockFile::release(NativeName const & leftover)
     if (target == NameTarget::OtherOrNone)
         return {};
     // The name is removed before the file is closed: after the close the name could belong to
-    // another lock. Some shares keep the file; the calls after removeName() detect this.
+    // another lock. Some shares report success but keep the file; the calls after removeName()
+    // detect this.
     if (target == NameTarget::ThisFile && removeName(name_, leftover) &&
         (isUnlinked(file.get()) || targetOf(name_, file.get()) != NameTarget::ThisFile))
         return {};
