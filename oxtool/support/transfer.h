@@ -13,11 +13,11 @@ namespace ox::tool
 class Transfer
 {
   public:
-    /// Adds a file to the expected amount. Call it before the transfer begins.
+    /// Adds a file of `size` bytes to the expected amount. Call it before the transfer begins.
     void expect(qint64 size);
 
-    /// A file that is being copied. Its bytes count as they arrive in the copy; at the end of the
-    /// scope the whole file counts.
+    /// A file that is being copied. Its bytes are counted as they arrive in the copy. At the end of
+    /// the scope the whole file is counted.
     class File
     {
       public:
