@@ -3,8 +3,8 @@
 #include "shared/platform/file_names.h"
 #include "tests/fuzz/fuzz_input.h"
 
-// Fuzzes paths as text: overloads for different types of text have equal results, the parts of a
-// path join to the path, and a cleaned name contains no illegal character.
+// Fuzzes paths as text: overloads for different types of text have equal results, the joined
+// parts of a path are the path, and a cleaned name contains no illegal character.
 
 namespace
 {

@@ -32,8 +32,7 @@ int find(Entries const & entries, Entry const & wanted, bool isCaseSensitive)
 
 Entry readEntry(Input & in)
 {
-    // sort() compares keys of four units. Texts with a longer common prefix make it compute further
-    // keys.
+    // sort() compares keys of four units. Texts with a longer common prefix need further keys.
     QString const prefix(in.number() % 16, u'a');
     Entry entry(prefix + utf16Of(in.line()));
     entry.value[400] = in.number(); // distinguishes entries with equal texts
