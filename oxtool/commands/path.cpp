@@ -75,7 +75,7 @@ Command pathCommand()
             .details =
                 "Mappings come from --map, then from the environment variable OXTOOL_MAP\n"
                 "(separated like the folders of PATH, or by line breaks), then from the lines\n"
-                "\"map = MAPPING\" of the configuration file. They have the form\n"
+                "\"map = MAPPING\" of the configuration file. A mapping has the form\n"
                 "STORED_ROOT=LOCAL_ROOT.",
             .options = {{.name = "STORED_PATH",
                          .help = "Path in Windows, Linux or Mac form",

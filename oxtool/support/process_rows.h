@@ -39,7 +39,7 @@ struct ProcessSelection {
 /// Returns the options --user, --sort and --top.
 std::vector<Option> selectionOptions(ProcessSelection & selection);
 
-/// Returns entry `index` of a list, with its details. Call initGetProcessInfo() of the list before.
+/// Returns entry `index` of a list, with its details. Call initGetProcessInfo() of the list first.
 ProcessRow readProcess(_oxProcessList & list, int index);
 
 /// Returns whether the name and the user of a process match the selection.
