@@ -84,8 +84,8 @@ OX_EXPORT bool equalIgnoringCase(unsigned short const * a, char const * b, int n
 template <typename Unit>
 OX_EXPORT int compareIgnoringCase(Unit const * a, int lengthA, Unit const * b, int lengthB);
 
-/// Returns the position of the first occurrence of `needle` at or after `from`, or -1. A needle as
-/// long as the text is compared ignoring case, even with Case::Exact.
+/// Returns the position of the first occurrence of `needle` at or after `from`, or -1. If `needle`
+/// and the text have the same length, case is ignored, even with Case::Exact.
 template <typename Unit>
 OX_EXPORT int indexOfText(Unit const * text, int length, Unit const * needle, int needleLength,
                           int from, Case letters);

@@ -233,8 +233,8 @@ class FixedText : public Record
         return replaceText(before, after, Case::Ignored);
     }
     /// Replaces every occurrence of `before` by `after`, as `replace` does, but the search is
-    /// case-sensitive. As in `indexOfCaseSen`, case is ignored if `before` and the text have the
-    /// same length.
+    /// case-sensitive. Exception: if `before` and the text have the same length, case is ignored,
+    /// as in `indexOfCaseSen`.
     S & replaceCaseSen(S const & before, S const & after)
     {
         return replaceText(before, after, Case::Exact);
@@ -263,8 +263,8 @@ class FixedText : public Record
         return setSize(splice<Unit>(value, size(), capacity(), pos, n, nullptr, 0));
     }
 
-    /// Inserts `text` at position `pos`; the result is cut at the capacity. A wide string
-    /// sign-extends an argument that is passed as bytes.
+    /// Inserts `text` at position `pos`; the result is cut at the capacity. If `text` is passed as
+    /// bytes to a wide string, each byte is sign-extended to a unit: 0xE9 becomes 0xFFE9.
     S & insert(int pos, S const & text)
     {
         if (&text == this)
