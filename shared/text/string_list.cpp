@@ -63,7 +63,7 @@ struct SortKey {
     }
 };
 
-/// Sorts the keys of entries whose texts have the same units before `position`. Sorts by four
+/// Sorts the keys of entries whose texts are equal in all units before `position`. Sorts by four
 /// units, then each group of equal keys by the next four units. Most texts differ within a few
 /// units, so the sort reads most entries only once, which saves cache misses.
 void sortKeys(std::span<SortKey> keys, Entry const * entries, int position, bool descending)
