@@ -173,7 +173,7 @@ class ByteSearch
         return length;
     }
 
-    /// Returns the first matching position from 0 to `positions` - 1, or -1. Uses the two probes.
+    /// Returns the first matching position below `positions`, or -1. Uses the two probes.
     int findByProbes(Byte const * text, int positions)
     {
         Probe<ignoreCase> first = probe(firstProbe_);

@@ -24,7 +24,7 @@ namespace
 
 using Block = __m128i;
 
-/// Byte orders for a shuffle. The 16 entries from [n] on move the first n bytes of a block to the
+/// Indices for a byte shuffle. The 16 entries from [n] on move the first n bytes of a block to the
 /// end of the block. The 16 entries from [16 + n] on move all but the first n bytes to the start.
 /// The other bytes of the block become 0.
 constexpr auto byteShifts = [] {
