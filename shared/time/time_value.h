@@ -70,8 +70,8 @@ class OX_EXPORT _oxTime
     /// toward 1970.
     void from_FILETIME(unsigned long low, unsigned long high);
     /// Returns the file time `t` (seconds since 1970 UTC), plus the time zone's offset at `t`,
-    /// minus the measured offset. File times before and after a change of daylight saving time are
-    /// then comparable.
+    /// minus the measured offset (`oxTime_Start_OffSet`). File times before and after a change of
+    /// daylight saving time are then comparable.
     static _oxTime convertStatFileTime(__int64 const & t);
 
     /// Sets local midnight of a date. If daylight saving time skips midnight on that day, sets the
