@@ -94,7 +94,7 @@ class OX_EXPORT _oxProcessList
     void getProcessInfoMemCPUOnly(int index);
     /// Does the same as getProcessInfo, but sets only `cpuTime`. Always returns 0.
     long long getProcessInfoMemBytes_CPUOnly(int index);
-    /// Distributes the used memory that no process accounts for to the entries above 4000 MiB,
+    /// Distributes the unaccounted part of the used memory among the entries above 4000 MiB,
     /// since a 32-bit process reads every working set above 4 GiB as 4 GiB.
     void fix32bit_4GBmemory();
 
@@ -165,9 +165,9 @@ OX_EXPORT bool setPrivilege(char const * privilegeName, bool enable);
 /// Returns whether another instance of the calling application is running. The executable is
 /// `baseName`, or `baseName` + "console" for the console variant, with the system's suffix. With
 /// `checkConsole` both variants count. `isConsole` states whether the caller is the console
-/// variant. `pidOut` receives the id of the last process of the variant without console, as
-/// doesProcessExistTwice sets it. With both `checkConsole` and `isConsole`, `pidOut` is not
-/// written.
+/// variant. `pidOut` receives the id of the last process of the variant without console, even if
+/// this process is the caller. `pidOut` is not written if no such process exists, or if both
+/// `checkConsole` and `isConsole` are true.
 OX_EXPORT bool ourProcessAlreadyExists(_oxString8_UnevenSize<25> baseName, bool isConsole,
                                        bool checkConsole, long long * pidOut = nullptr);
 
