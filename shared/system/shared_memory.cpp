@@ -26,8 +26,8 @@ Reach reachOf(bool global)
 }
 
 /// Returns the first byte of the segment, which is the lock.
-/// Compatibility: the lock is taken by a load and a store, not by an atomic exchange, as in the
-/// farm's other processes.
+/// Compatibility: as in the farm's other processes, the lock is taken by a load and a store, not by
+/// an atomic exchange.
 std::atomic_ref<unsigned char> lockByte(SharedSegment const & segment)
 {
     return std::atomic_ref(*static_cast<unsigned char *>(segment.view()));
