@@ -113,8 +113,8 @@ void removeLeftFile(int folder, char const * name, std::optional<timespec> chang
     bool const isLeft =
         file.isOpen() && ::fstat(file.get(), &opened) == 0 && S_ISREG(opened.st_mode) &&
         (!changedBefore || opened.st_ctim.tv_sec < changedBefore->tv_sec) && takeFlock(file.get());
-    // The name is checked, since another process may have renamed the file to its final name before
-    // it released the flock.
+    // The name must still refer to the open file: another process may have renamed the file to its
+    // final name before it released the flock.
     if (isLeft && ::fstatat(folder, name, &named, AT_SYMLINK_NOFOLLOW) == 0 &&
         isSame(opened, named))
         static_cast<void>(changeName([=] { return ::unlinkat(folder, name, 0) == 0; },
@@ -354,7 +354,7 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
             return error;
     }
     // linkat() has failed: the file system does not support hard links of this file, or the file is
-    // missing. The file itself is renamed.
+    // missing. So the file itself is renamed.
     if (!place.status(status, place.name))
         return errno == ENOENT ? Result(Previous::None) : lastError();
     if (isUpToDate(status))

@@ -49,7 +49,7 @@ Result<OpenFile> openNonBlocking(int folder, NativeName const & name, int flags,
         return lastError();
     if (S_ISDIR(status.st_mode))
         return Error{EISDIR};
-    // open() itself also fails with ENXIO if it opens a named pipe without a reader for writing.
+    // open() itself fails with ENXIO, too, if a named pipe is opened for writing and has no reader.
     bool const isRead = flags == O_RDONLY;
     bool const isNamedPipe = S_ISFIFO(status.st_mode) && !isUnnamedPipe(descriptorOf(file));
     if (isNamedPipe || (S_ISBLK(status.st_mode) && !isRead))

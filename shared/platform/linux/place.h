@@ -16,7 +16,7 @@ struct Place {
 
     int folder() const { return static_cast<int>(openFolder.handle()); }
 
-    /// Opens the folder that contains the file of a path.
+    /// Opens the folder that contains the file `path`.
     /// Fails: also when the path has no file name ("a/").
     Result<> open(NativeName const & path);
 

@@ -60,8 +60,8 @@ std::int64_t clockCount(clockid_t clock)
     return countOf(time);
 }
 
-/// Returns the time of the last input at a terminal, in ns since 1970-01-01 UTC. Returns 0 if no
-/// input followed the creation of the terminal or its last change of owner.
+/// Returns the time of the last input at a terminal, in ns since 1970-01-01 UTC. Returns 0 if
+/// there was no input since the terminal was created or was given to another owner.
 std::int64_t lastTyped(char const * terminal)
 {
     struct stat status;
