@@ -82,7 +82,8 @@ Result<FileStatus> fileStatus(NativeName const & name)
         return lastError();
     if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
         return FileStatus{true, 0, secondsOf(data.ftLastWriteTime)};
-    // The file is opened without access rights. So the call fails if the file cannot be opened.
+    // Size and time are read through a handle, so the call fails if the file cannot be opened. The
+    // access mask is 0, since the content is not read.
     Handle const file(openFile(name, 0, shareNothing, OPEN_EXISTING));
     LARGE_INTEGER size;
     if (!file.isOpen() || !::GetFileSizeEx(file.get(), &size))
