@@ -19,7 +19,7 @@ namespace ox::platform
 /// locks of Windows machines: each of them sees the locks of all others.
 inline constexpr std::uint32_t windowsSystem = 0;
 
-/// Age in seconds from which a temporary file of another system counts as left behind; equal to the
+/// Age in seconds from which a temporary file of another SYSTEM counts as left behind; equal to the
 /// age of a stale lock file.
 inline constexpr std::int64_t leftBehindAfter = 3 * 60 * 60;
 
