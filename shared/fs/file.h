@@ -99,7 +99,7 @@ OX_EXPORT QString oxWriteBufferToFile(QString name, unsigned char * data, __int6
 /// disk. Returns whether the line was written.
 OX_EXPORT bool writeToLogFile(_oxString8_evenSize<250> const & name, _oxString8_evenSize<3000> line,
                               bool overwrite, bool addTime);
-/// Appends one line to a text file; the name is a QString of any characters.
+/// Appends one line to a text file; the name is a QString with any characters.
 OX_EXPORT bool writeToLogFile(QString const & name, _oxString8_evenSize<3000> line, bool overwrite,
                               bool addTime);
 /// Appends one line to a text file; the name is of any other string type. ox::text::fileNameText

@@ -76,7 +76,7 @@ _oxFileLocker::_oxFileLocker(QString const & fileToLock)
     if (!file)
         return;
     std::string const name = *file + "_lock.txt";
-    // A longer name stays empty: a truncated name would lock another file.
+    // A name that does not fit is not stored: a truncated name would lock another file.
     if (name.size() <= static_cast<std::size_t>(lockFileName_.capacity()))
         lockFileName_ = name;
 }
