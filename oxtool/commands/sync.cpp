@@ -225,7 +225,7 @@ class Sync
         QString const source = options_.source;
         QString const target = options_.target;
         if (target.isEmpty())
-            throw Failure(QStringLiteral("cannot copy to TARGET: the name is empty"));
+            throw Failure(QStringLiteral("cannot copy to '': the name is empty"));
         auto const kind = platform::kindOf(nativeName(source));
         if (options_.deletes)
             requireDeletable(kind);
