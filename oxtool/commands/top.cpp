@@ -120,7 +120,7 @@ class LiveView
   public:
     explicit LiveView(Options const & options) : options_(options), selection_(options.selection) {}
 
-    /// Draws the table until the user quits, or --count reports are drawn.
+    /// Draws the table until the user quits, or until N reports are drawn (--count N).
     void run()
     {
         // The first report appears after at most 500 ms.

@@ -1,4 +1,4 @@
-// The commands encode and decode. A transport run is the escape sequence by which the farm's
+// The commands `encode` and `decode`. A transport run is the escape sequence by which the farm's
 // Latin-1 files store a word with letters outside of Latin-1.
 
 #include "oxtool/commands/commands.h"

@@ -83,8 +83,8 @@ class WaitingLine
 } // namespace
 
 // Each poll calls tryLock(), which is one request to the share. tryLock() defers stop requests, so
-// the pauses between the polls are outside of tryLock(). The first and the last pause call
-// isFree(), which waits and then removes a stale lock file. The other pauses call oxSleep().
+// the pauses between the polls are outside of tryLock(). The first and the last pause are a
+// call of isFree(), which waits and then removes a stale lock file. The others call oxSleep().
 HeldLock::HeldLock(QString const & file, int timeoutMs) : file_(file), locker_(file)
 {
     if (locker_.lockFileName().isEmpty())

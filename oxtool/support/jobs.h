@@ -12,8 +12,8 @@ namespace ox::tool
 Option jobsOption(int & jobs);
 
 /// Returns the number of threads for `jobs`, the value of --jobs. If `jobs` is 0 (no option),
-/// returns 8, which hides most of a share's latency. With `hasPauses` returns 1 in place of 8: the
-/// purpose of pauses is to limit the load on the share.
+/// returns 8, which hides most of a share's latency, or 1 with `hasPauses`, since the purpose of
+/// pauses is to limit the load on the share.
 int threadCount(int jobs, bool hasPauses = false);
 
 /// Calls `work` for the items 0 to `count` - 1 on up to `jobs` threads. Calls `finish` for each
