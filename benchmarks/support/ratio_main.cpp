@@ -163,8 +163,8 @@ int main(int argc, char ** argv)
 {
     std::string repetitions = "--benchmark_repetitions=5";
     std::string interleaving = "--benchmark_enable_random_interleaving=true";
-    // The defaults come before the user's flags, since the last of several equal flags takes
-    // effect.
+    // The defaults come before the user's flags, since the last of several flags with the same
+    // name takes effect.
     std::vector<char *> arguments{argv[0], repetitions.data(), interleaving.data()};
     arguments.insert(arguments.end(), argv + 1, argv + argc);
     arguments.push_back(nullptr);

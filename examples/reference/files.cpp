@@ -1,4 +1,4 @@
-// Examples in the reference documentation: data, buffer files and files. They write to `folder`.
+// Examples in the reference documentation for checksums, buffers and files. They write to `folder`.
 
 #include "examples/reference/check.h"
 #include "shared/oxshared.h"

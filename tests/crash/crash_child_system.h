@@ -1,6 +1,6 @@
 #pragma once
 
-/// Runs an action that exists only on this system. Returns false if the word names no such action.
+/// Runs the action `word` of this system. Returns false if this system has no such action.
 bool doSystemWord(char const * word);
 
 /// Calls the exception filter with the code of a division by zero and the context of this thread.

@@ -5,8 +5,8 @@
 namespace ox::tests
 {
 
-/// Prints a line and waits until the test closes standard input. Programs that a test starts as a
-/// Child call this function.
+/// Prints a line and waits until the test closes standard input. For the programs that a test
+/// starts by the class Child.
 inline void printAndWait(char const * line)
 {
     std::puts(line);
