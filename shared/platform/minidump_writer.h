@@ -78,7 +78,7 @@ class MinidumpWriter
 /// because it waits for a lock that a crashed thread holds.
 bool runGuarded(void (*work)(void *), void * data);
 
-/// Returns the code of an exception; 0 if it has no record.
+/// Returns the code of an exception; 0 if `ExceptionRecord` is null.
 std::uint32_t exceptionCode(EXCEPTION_POINTERS const & exception);
 
 /// Reserves stack memory for the calling thread's crash handler, so that a stack overflow of the

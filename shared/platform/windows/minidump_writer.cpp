@@ -101,10 +101,10 @@ GuardThread & guardThread()
     return thread;
 }
 
-// Breakpad's own exception filter removes itself while it writes a dump, so a crash of another
-// thread ends the process before the dump is complete. While the first thread ends the process, the
-// next crashed thread begins a second dump. The filter in this file lets only one thread write a
-// dump.
+// Breakpad's own exception filter removes itself while it writes a dump: a crash of another thread
+// would then end the process before the dump is complete. After the dump the filter is installed
+// again: a crash of another thread would then begin a second dump while the process ends. The
+// filter in this file lets only one thread write a dump.
 
 LPTOP_LEVEL_EXCEPTION_FILTER dumpFilter = nullptr; ///< Breakpad's filter
 LPTOP_LEVEL_EXCEPTION_FILTER earlierFilter = nullptr;
@@ -170,7 +170,7 @@ LONG WINAPI onCrash(EXCEPTION_POINTERS * exception)
 /// abort() if the crash is passed on.
 void onAbort(int signal)
 {
-    // The run-time library has removed the handler, but another thread may call abort(), too.
+    // Another thread may call abort(), too, and the run-time library has removed the handler.
     std::signal(SIGABRT, onAbort);
     EXCEPTION_RECORD record{};
     CONTEXT context{};
@@ -249,8 +249,8 @@ class MinidumpWriter::Implementation
     }
 
   private:
-    /// Returns whether to write this dump: only for the crash that onCrash handles, or on demand.
-    /// While Breakpad's own filter is installed, a crash of a second thread calls begin(), too.
+    /// Returns true for the crash that onCrash handles and for a dump on demand. No other dump is
+    /// written: while Breakpad's own filter is installed, a second crash calls this function, too.
     static bool begin(void * self, EXCEPTION_POINTERS * exception, MDRawAssertionInfo *)
     {
         dumpThread = ::GetCurrentThreadId();
