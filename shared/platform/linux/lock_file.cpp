@@ -183,9 +183,10 @@ Result<> removeName(NativeName const & name, NativeName const & leftover)
 }
 
 /// Removes a lock file that this process has closed, for shares that refuse to remove an open file.
-/// Each try opens the name and removes it only if `isSameFile` accepts the file. If another process
-/// has taken a new lock under the name, its file is open, so these shares refuse to remove it. The
-/// first success is the last try, since the name may then belong to another process.
+/// Each try opens the name, checks the file with `isSameFile`, closes it, and removes the name if
+/// the check succeeded. If another process has created its lock file under this name after the
+/// check, that file is open, so these shares refuse to remove it. After a removal there is no
+/// further try, since the name may then belong to another process.
 Result<> removeClosed(NativeName const & name, NativeName const & leftover, int tries,
                       std::function<bool(int)> const & isSameFile)
 {
@@ -265,8 +266,8 @@ Result<> LockFile::take(NativeName const & name)
         isPending_ = true;
     }
     int const file = static_cast<int>(handle_);
-    // If the exclusive flock is busy, a shared flock suffices. It also prevents removal, and the
-    // shared flock of a process that views the file does not block it. On a share without flock
+    // If a process that views the file holds a shared flock, the exclusive flock is busy. The
+    // creator then takes a shared flock, which prevents removal, too. On a share without flock
     // support the name alone is the lock, and removeLeftLockFile does not remove the file.
     if (takeFlock(file, LOCK_EX) == Flock::Busy && takeFlock(file, LOCK_SH) == Flock::Busy)
         return Error{EWOULDBLOCK, "flock"};
