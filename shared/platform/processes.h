@@ -57,9 +57,9 @@ class ProcessReading
 
     /// Returns whether end() was called.
     bool hasEnded() const { return hasEnded_; }
-    /// Time passed to begin(), in 100 ns.
+    /// The `time` that begin() received, in 100 ns.
     std::int64_t beginTime() const { return beginTime_; }
-    /// Time passed to end(), in 100 ns.
+    /// The `time` that end() received, in 100 ns.
     std::int64_t endTime() const { return endTime_; }
     /// Returns the counters of the process `id`; empty if add() was not called for it. If add() was
     /// called several times for this id, returns the first counters.

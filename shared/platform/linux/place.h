@@ -26,7 +26,7 @@ struct Place {
 
     /// Follows links until the name does not refer to a link. Also succeeds if the target does not
     /// exist.
-    /// Fails: if the caller is root, also for a link of another user.
+    /// Fails: with EACCES for a link of another user, if the caller is root.
     Result<> followLinks(Until until = Until::File);
 
     /// Returns whether the folder is in /proc.

@@ -113,7 +113,7 @@ struct SharedSegment::System {
         if (isAlone)
             return State::Orphan;
         size = static_cast<std::size_t>(status.st_size);
-        // Size 0: a process has emptied the object because it may not remove another user's object.
+        // Size 0: a process that has no right to delete the object has emptied it.
         return size > 0 ? State::Live : State::Changing;
     }
 

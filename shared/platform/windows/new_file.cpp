@@ -246,7 +246,7 @@ Result<> NewFile::open(NativeName const & target, Links links)
     attributes = ::GetFileAttributesW(system_->target.c_str());
     system_->hasPrevious = attributes != INVALID_FILE_ATTRIBUTES;
     system_->keepsRights = system_->hasPrevious && links == Links::Followed;
-    // CreateFileW itself returns ERROR_ACCESS_DENIED when a folder is opened for writing.
+    // ERROR_ACCESS_DENIED is also the error of CreateFileW when a folder is opened for writing.
     if (system_->hasPrevious && (attributes & FILE_ATTRIBUTE_DIRECTORY))
         return Error{ERROR_ACCESS_DENIED, "", ErrorKind::NotAFile};
     return {};

@@ -34,7 +34,7 @@ std::int64_t countOf(FILETIME time)
 }
 
 /// Reads the counters of a process that the performance data does not contain. Empty if the process
-/// has ended, even if it can be opened because another process still has a handle to it.
+/// has ended; it can still be opened as long as another process has a handle to it.
 std::optional<ProcessCounters> countersNow(std::uint32_t id)
 {
     Handle const process(openProcess(PROCESS_QUERY_LIMITED_INFORMATION, id));
