@@ -18,7 +18,6 @@ set(sources
   processor/exploitability_win.cc
   processor/logging.cc
   processor/minidump.cc
-  processor/minidump_processor.cc
   processor/pathname_stripper.cc
   processor/proc_maps_linux.cc
   processor/process_state.cc
@@ -56,12 +55,14 @@ set(sources
   third_party/libdisasm/x86_operand_list.c)
 list(TRANSFORM sources PREPEND "${OX_BREAKPAD_SOURCE}/")
 
-# minidump_stackwalk.cpp includes the remaining two sources: processor/minidump_stackwalk.cc and
+# minidump_processor.cpp and minidump_stackwalk.cpp include the remaining sources:
+# processor/minidump_processor.cc, processor/minidump_stackwalk.cc and
 # processor/simple_symbol_supplier.cc.
 set(platform "${PROJECT_SOURCE_DIR}/shared/platform")
 add_executable(minidump_stackwalk ${sources}
   "${platform}/common/file_names.cpp"
   "${platform}/windows/file_names.cpp"
+  "${platform}/program/common/minidump_processor.cpp"
   "${platform}/program/windows/minidump_stackwalk.cpp")
 target_include_directories(minidump_stackwalk PRIVATE "${PROJECT_SOURCE_DIR}")
 target_include_directories(minidump_stackwalk SYSTEM PRIVATE "${OX_BREAKPAD_SOURCE}")
