@@ -69,7 +69,7 @@ endfunction()
 
 ox_provide_breakpad(OX_BREAKPAD)
 # Folder of Breakpad's programs that read dumps and extract symbols. They run on 64-bit Linux. For
-# Windows BreakpadReader.cmake builds the program that reads dumps.
+# other systems BreakpadReader.cmake builds the program that reads dumps.
 set(OX_BREAKPAD_READERS "${OX_BREAKPAD}/bin/linux-x64")
 
 set(OX_BREAKPAD_SOURCE "${OX_BREAKPAD}/deps/breakpad/src")

@@ -1,5 +1,5 @@
-# Builds Breakpad's program minidump_stackwalk, which reads dumps, for Windows. For 64-bit Linux the
-# npm package contains the program, see Breakpad.cmake.
+# Builds Breakpad's program minidump_stackwalk, which reads dumps. For 64-bit Linux the npm package
+# contains the program, see Breakpad.cmake.
 
 enable_language(C)
 
@@ -53,22 +53,37 @@ set(sources
   third_party/libdisasm/x86_insn.c
   third_party/libdisasm/x86_misc.c
   third_party/libdisasm/x86_operand_list.c)
+if(NOT WIN32)
+  list(APPEND sources
+    common/linux/scoped_pipe.cc
+    common/linux/scoped_tmpfile.cc
+    processor/disassembler_objdump.cc
+    processor/minidump_stackwalk.cc
+    processor/simple_symbol_supplier.cc)
+endif()
 list(TRANSFORM sources PREPEND "${OX_BREAKPAD_SOURCE}/")
-
-# minidump_processor.cpp and minidump_stackwalk.cpp include the remaining sources:
-# processor/minidump_processor.cc, processor/minidump_stackwalk.cc and
-# processor/simple_symbol_supplier.cc.
+# This source includes processor/minidump_processor.cc.
 set(platform "${PROJECT_SOURCE_DIR}/shared/platform")
-add_executable(minidump_stackwalk ${sources}
-  "${platform}/common/file_names.cpp"
-  "${platform}/windows/file_names.cpp"
-  "${platform}/program/common/minidump_processor.cpp"
-  "${platform}/program/windows/minidump_stackwalk.cpp")
+list(APPEND sources "${platform}/program/common/minidump_processor.cpp")
+if(WIN32)
+  # minidump_stackwalk.cpp includes processor/minidump_stackwalk.cc and
+  # processor/simple_symbol_supplier.cc.
+  list(APPEND sources
+    "${platform}/common/file_names.cpp"
+    "${platform}/windows/file_names.cpp"
+    "${platform}/program/windows/minidump_stackwalk.cpp")
+endif()
+
+add_executable(minidump_stackwalk ${sources})
 target_include_directories(minidump_stackwalk PRIVATE "${PROJECT_SOURCE_DIR}")
 target_include_directories(minidump_stackwalk SYSTEM PRIVATE "${OX_BREAKPAD_SOURCE}")
 ox_configure_code(minidump_stackwalk)
 # A dump may be larger than 2 GiB.
-target_compile_definitions(minidump_stackwalk PRIVATE _FILE_OFFSET_BITS=64 _WIN32_WINNT=0x0601 NOMINMAX)
+target_compile_definitions(minidump_stackwalk PRIVATE _FILE_OFFSET_BITS=64)
 target_compile_options(minidump_stackwalk PRIVATE -w)
-# -static: the program runs without the compiler's DLLs. -s: it needs no debug information.
-target_link_options(minidump_stackwalk PRIVATE -static -municode -s)
+target_link_options(minidump_stackwalk PRIVATE -s) # the program needs no debug information
+if(WIN32)
+  target_compile_definitions(minidump_stackwalk PRIVATE _WIN32_WINNT=0x0601 NOMINMAX)
+  # -static: the program runs without the compiler's DLLs.
+  target_link_options(minidump_stackwalk PRIVATE -static -municode)
+endif()

@@ -67,9 +67,8 @@ void show(Options const & options, Report & report)
     DumpReaders const readers(options.readers);
     if (!readers.canRead())
         throw Failure(
-            QStringLiteral("cannot find minidump_stackwalk, which the installations for Windows "
-                           "and 64-bit Linux contain; give its folder with --readers, or read the "
-                           "dump on one of these systems"));
+            QStringLiteral("cannot find minidump_stackwalk, which is installed with oxtool; give "
+                           "its folder with --readers"));
     CrashReport const crash = readers.read(options.dump, options.symbols);
     auto const own = std::ranges::find_if(crash.frames, hasSource);
     bool const hasSources = own != crash.frames.end();

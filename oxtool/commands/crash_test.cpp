@@ -157,11 +157,10 @@ void crashTest(Options const & options, Report & report)
     if (readers.canRead())
         showCrash(readOwnDump(readers, dump, fromArgument(program)), report);
     else
-        report.line(QStringLiteral("reason"),
-                    QStringLiteral(
-                        "unknown; minidump_stackwalk is missing here: run 'oxtool crash' "
-                        "on Windows or 64-bit Linux, or give the folder of minidump_stackwalk with "
-                        "--readers"));
+        report.line(
+            QStringLiteral("reason"),
+            QStringLiteral(
+                "unknown, since minidump_stackwalk is missing; give its folder with --readers"));
 }
 
 std::vector<std::string> kindNames()

@@ -25,7 +25,7 @@ struct CrashReport {
 };
 
 /// Runs two programs of Breakpad: minidump_stackwalk, which reads dumps, and dump_syms, which
-/// extracts symbols. The installation for Windows contains only minidump_stackwalk.
+/// extracts symbols. Only the installation for 64-bit Linux contains dump_syms.
 class DumpReaders
 {
   public:
