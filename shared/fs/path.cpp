@@ -159,7 +159,7 @@ void trimLastFolder(QString & path)
     path.remove(kept, end - kept);
 }
 
-/// Characters that are legal in file names and have a meaning in links.
+/// Characters that are legal in file names but have a meaning in links of web pages.
 constexpr QLatin1String linkCharacters("&%+'");
 
 } // namespace
