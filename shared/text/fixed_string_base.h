@@ -226,8 +226,8 @@ class FixedText : public Record
     S & trim() { return setSize(text::trim<Unit>(value, size())); }
 
     /// Replaces every occurrence of `before` by `after`, ignoring case, from left to right.
-    /// Inserted text is not searched. The text is cut at the capacity after each replacement. A
-    /// wide string sign-extends arguments that are passed as bytes.
+    /// Inserted text is not searched. The text is cut at the capacity after each replacement. If a
+    /// wide string gets an argument as bytes, each byte is sign-extended to a unit.
     S & replace(S const & before, S const & after)
     {
         return replaceText(before, after, Case::Ignored);
@@ -482,8 +482,8 @@ bool operator==(A const & a, B const & b)
 {
     return a.size() == b.size() && equal(a.value, b.value, a.size());
 }
-/// Compares `a` with `b`, a string of another type, as `<=>` compares two strings of one type. A
-/// byte counts as the unit of the same value (Latin-1).
+/// Compares `a` with `b`, a string of another type, by the rules of `<=>` for strings of one type.
+/// A byte counts as the unit of the same value (Latin-1).
 template <typename A, typename B>
 requires DifferentFixedStrings<A, B> std::strong_ordering operator<=>(A const & a, B const & b)
 {
