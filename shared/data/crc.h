@@ -40,8 +40,8 @@ constexpr Word reflectBits(Word value)
     return reflected;
 }
 
-/// Tables of a CRC. Entry [n][b] is the value of the register, initially 0, after the byte b and n
-/// zero bytes.
+/// Tables of a CRC. Entry [n][b] is the value of a register that starts at 0, after the byte b and
+/// n zero bytes.
 template <class Crc>
 using CrcTables = std::array<std::array<typename Crc::Word, 256>, 16>;
 

@@ -289,8 +289,8 @@ class OX_EXPORT _OX_DataBuffer
     static int compressNLoadFromFile(QString const & file, char * dest, int const & len,
                                      bool const & exact);
 
-    // Files from and to this buffer. After a failed load, header and block contain what was read
-    // before the failure.
+    // Saves from this buffer and loads into it. After a failed load, header and block contain what
+    // was read before the failure.
 
     /// Saves the `size` bytes as a plain file. Computes `crc`. With `withHeader` writes magic and
     /// header before the bytes.
