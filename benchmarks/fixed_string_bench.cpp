@@ -152,8 +152,7 @@ void addComparisons(std::string const & text)
                      [](auto & a, auto & b) { return a.compare(b, Qt::CaseInsensitive); });
 }
 
-/// Registers a benchmark of `compare` for each supported kernel. The library itself selects the
-/// first of them.
+/// Registers a benchmark of `compare` for each supported kernel. The library uses the first one.
 void addCaseKernels(std::string const & text)
 {
     std::string const upper = upperCased(text);

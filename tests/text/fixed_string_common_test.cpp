@@ -25,7 +25,7 @@ class FixedStringCommon : public testing::Test
 {
 };
 
-// The library itself does not use the capacity 22.
+// The farm's records do not use the capacity 22, but an application may.
 using Strings = testing::Types<_oxString8_evenSize<12>, _oxString8_evenSize<22>,
                                _oxString8_UnevenSize<15>, _oxString<10>, _oxString<2500>>;
 TYPED_TEST_SUITE(FixedStringCommon, Strings);
