@@ -108,7 +108,7 @@ class UsageMonitor
     std::vector<ProcessRow> rows_;
 };
 
-/// Returns whether another report follows the first `reports` reports.
+/// Returns whether to write another report after `reports` reports.
 bool hasNextReport(Options const & options, int reports)
 {
     return options.count == 0 || reports < options.count;

@@ -85,7 +85,7 @@ UpdateResult updateFile(FileUpdate const & update, Transfer & transfer)
     }
     platform::Result<> const rights = copy.allowEverybodyToExecute();
     putInPlace(copy, update, guard, done);
-    require(rights, QStringLiteral("cannot set its rights: "));
+    require(rights, QStringLiteral("cannot set the rights of the target: "));
     return done;
 }
 
