@@ -159,9 +159,9 @@ package_deb() {
   test_deb
 }
 
-# Builds the source archive, then compares its Debian packages with those of the checkout. A
-# separate namespace of the compiler cache ensures that the second build compiles every source
-# itself.
+# Builds the source archive, builds the Debian packages from it, and compares them with the packages
+# of the checkout. A separate namespace of the compiler cache ensures that the second build compiles
+# every source itself.
 package_source() {
   "$root/scripts/setup.sh" package
   local name second=$root/build/package-source
