@@ -98,7 +98,7 @@ void MemoryLimit::begin() const
 
 void MemoryLimit::end()
 {
-    // The next call of during() continues the countdown.
+    // Keeps the countdown, which the next call of during() continues.
     number_ = untilFailure;
     untilFailure = never;
     wasReached_ = wasReached_ || hasFailed;

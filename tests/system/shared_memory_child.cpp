@@ -22,7 +22,7 @@ int hold()
     return 0;
 }
 
-/// Creates the segment and holds it. If create() fails, the exit code is the code of its error.
+/// Creates the segment and holds it. If create() fails, the exit code is the segment's error code.
 int create(oxSharedMemory & memory, int size)
 {
     return memory.create(size, true, true) ? hold() : memory.error();
