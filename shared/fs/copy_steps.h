@@ -40,7 +40,7 @@ platform::Result<> copyPieces(platform::OpenFile & from, platform::OpenFile & to
 /// Copies a whole file with its last-write time into a new file: with the system's own copy, or in
 /// pieces if pauseMs is not negative. Flushes the new file, which is then ready for
 /// NewFile::putInPlace. Returns the error text, or the empty text for success.
-/// Fails: also when the copy is shorter than its source.
+/// Fails: when a step fails, or when the copy is shorter than its source.
 QString copyWhole(platform::NativeName const & from, platform::NewFile & to, int pauseMs,
                   bool * endsEmpty,
                   platform::NewFile::Attributes attributes = platform::NewFile::Attributes::Copied);
