@@ -78,7 +78,7 @@ ox::platform::NativeName lockNameOf(QString const & fileName)
         std::u16string_view(QString(fileName + QStringLiteral("_lock.txt")).toStdU16String()));
 }
 
-/// Takes the lock `count` times. Does not release every third lock, as if its holder was killed.
+/// Takes the lock `count` times. Leaves each third lock unreleased, as if its holder was killed.
 /// Treats every lock file as stale, so it often attempts to remove a held lock.
 /// Exit codes: 3 another process held the lock at the same time, 4 the lock was not released.
 int contend(QString const & fileName, int count)

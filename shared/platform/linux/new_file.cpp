@@ -40,8 +40,8 @@ int descriptorOf(OpenFile const & file)
     return static_cast<int>(file.handle());
 }
 
-/// Returns a number that identifies the running kernel and the PID namespace of this process. The
-/// kernel counts, since on some file systems only processes of the same kernel see a flock.
+/// Returns a number that identifies the running kernel and the PID namespace of this process. It
+/// contains the kernel since on some file systems only processes of the same kernel see a flock.
 std::uint32_t thisSystem()
 {
     char text[64];
