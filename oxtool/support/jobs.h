@@ -21,7 +21,7 @@ int threadCount(int jobs, bool hasPauses = false);
 /// false, no further item is started; running calls of `work` are completed, without `finish`. With
 /// one job, or if no thread can be created, everything runs on the calling thread.
 ///
-/// An exception of an item's `work` is rethrown in place of the item's `finish`.
+/// An exception of an item's `work` is rethrown; `finish` is not called for this item.
 void runJobs(int jobs, std::size_t count, std::function<void(std::size_t)> const & work,
              std::function<bool(std::size_t)> const & finish);
 

@@ -346,7 +346,7 @@ TEST_F(DataBufferFile, RequiresTheExactLengthOnRequest)
 
 TEST_F(DataBufferFile, StopsAtTheMemoryLimit)
 {
-    // loadGzipFile() loads a file without a gzip header unchanged.
+    // loadGzipFile() loads the bytes unchanged if the file has no gzip header.
     QString const name = writeFile(folder_.filePath(text("large")), {});
     qint64 const limit = 768 << 20;
     _OX_DataBuffer buffer;
