@@ -142,9 +142,9 @@ class Utf8Form::Reader
         skipAscii();
     }
 
-    /// Moves `ascii_` to the end of the ASCII units that begin at `read_`. Decoding does not change
-    /// ASCII units, so decode() skips them. Repeated decoding soon turns all other units into
-    /// ASCII. In nested runs, few units are therefore decoded more than once.
+    /// Moves `ascii_` to the end of the ASCII units that begin at `read_`. decode() skips these
+    /// units, since decoding does not change them. A unit that is decoded repeatedly, in nested
+    /// runs, soon becomes ASCII, so few units are decoded more than once.
     void skipAscii()
     {
         ascii_ = std::clamp(ascii_, read_, decoded_.size());
@@ -158,9 +158,9 @@ class Utf8Form::Reader
     View text_;             ///< text that follows the decoded units
 };
 
-/// Reads, unit by unit, a text that contains 16-bit runs. A decoded run is read again: it may
-/// contain or complete a marker. A decoded run overwrites the end of its encoded form in `text_`.
-/// The encoded form is at least twice as long.
+/// Reads, unit by unit, a text that contains 16-bit runs. Decoding replaces the end of the encoded
+/// run in `text_` by the decoded run, which is at most half as long. The decoded run is then read
+/// again, since it may contain a marker or the last characters of one.
 class Uni16Form::Reader
 {
   public:
