@@ -36,15 +36,16 @@ struct FoldConstants {
     /// sixteen registers.
     static constexpr std::size_t chains = 6;
     static constexpr std::size_t longest = chains * blocksInWidestVector;
-    /// Number of entries of `behindEnd`. At the end of long data at most this number of blocks is
-    /// left: the blocks in the chains, and the last blocks, which are too few for another step.
+    /// Number of entries of `behindEnd`. After the last step over long data at most this number of
+    /// blocks is left: those in the chains, and those that are too few for another step.
     static constexpr std::size_t atOnce = 2 * longest;
 
     /// Entry [n] moves a block by n blocks; entry [0] is unused.
     std::array<FoldFactors, longest + 1> byBlocks;
 
-    /// Factors that move the last `atOnce` blocks of the data to the position half a block behind
-    /// the end of the data, where the kernel adds the blocks. The last entry is for the last block.
+    /// Factors that move each of the last `atOnce` blocks of the data to one position, half a block
+    /// behind the end of the data. The kernel adds the blocks there. The last entry is for the last
+    /// block.
     std::array<FoldFactors, atOnce> behindEnd;
 
     /// Factors that divide the folded block by the widened polynomial Q = x^64 + ...: the quotient

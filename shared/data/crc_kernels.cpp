@@ -205,8 +205,8 @@ typename Crc::Word remainder(Block x)
         auto const quotient = Vector128::sum(x, _mm_clmulepi64_si128(x, divisors, 0x01));
         rest = Vector128::sum(x, _mm_clmulepi64_si128(quotient, divisors, 0x11));
     }
-    // The bits at the highest powers of the remainder are the register: the upper bits of the low
-    // half or, if the CRC is reflected, the lower bits of the high half.
+    // The register consists of the remainder's bits at the highest powers: the upper bits of the
+    // low half or, if the CRC is reflected, the lower bits of the high half.
     constexpr int position = Crc::isReflected ? 2 : 1;
     auto const bits = static_cast<std::uint32_t>(_mm_extract_epi32(rest, position));
     if constexpr (sizeof(typename Crc::Word) <= sizeof bits) {
