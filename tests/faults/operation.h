@@ -60,7 +60,8 @@ struct Operation {
     std::function<Report(std::string const & folder)> run;
 
     std::map<std::string, unsigned> mayBe = {}; ///< allowed FileStates of each path
-    /// If true, even a run that reports success may leave its files as a failed run does.
+    /// If true, a run that reports success may leave its files in any state that is allowed after
+    /// a failure.
     bool mayHideFaults = false;
     /// Path of the backup, which receives the target's previous content. If the run succeeds with
     /// the warning that the target cannot be renamed, the backup may stay unchanged.
@@ -69,7 +70,7 @@ struct Operation {
     std::vector<std::string> texts = {};
     /// Whether a second run completes the operation after a failed run.
     bool isRepeatable = true;
-    /// Whether the new content survives a power failure after a success.
+    /// Whether the new content survives a power failure after the operation has reported success.
     bool isFlushed = false;
     /// Maximum number of requests that name a file by its path, such as open or status, in a run
     /// without a fault; 0 means no limit.
