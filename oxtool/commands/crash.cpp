@@ -87,8 +87,8 @@ void show(Options const & options, Report & report)
     showStack(crash, report);
     if (!hasSources)
         report.line(QStringLiteral("symbols"),
-                    QStringLiteral("none for this build; make them with oxtool-symbols, and give "
-                                   "their folder with --symbols"));
+                    QStringLiteral("none found for this build; make them with oxtool-symbols, and "
+                                   "give their folder with --symbols"));
 }
 
 } // namespace
