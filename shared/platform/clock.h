@@ -35,8 +35,8 @@ std::uint32_t tickCount();
 /// Local time to which setLocalClock sets the machine's clock.
 struct LocalClock {
     std::uint16_t year;         ///< 1601 to 30827
-    std::uint16_t month;        ///< January 1 to December 12
-    std::uint16_t weekDay;      ///< Sunday 0 to Saturday 6
+    std::uint16_t month;        ///< 1 (January) to 12 (December)
+    std::uint16_t weekDay;      ///< 0 (Sunday) to 6 (Saturday)
     std::uint16_t day;          ///< 1 to 31
     std::uint16_t hour;         ///< 0 to 23
     std::uint16_t minute;       ///< 0 to 59

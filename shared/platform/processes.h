@@ -108,12 +108,12 @@ class ProcessTable
     /// `freshTime` old and not used yet.
     bool hasFreshListCounters() const;
 
-    /// Reads the counters of at least the processes `ids`, which counters() then returns. Uses the
+    /// Reads at least the counters of the processes `ids`; counters() then returns them. Uses the
     /// counters of list() while they are fresh, and otherwise reads new counters. Returns the time
     /// of the counters in 100 ns, with an arbitrary origin.
     /// Fails: the table then has no counters; Error::step names the source of the counters.
     Result<std::int64_t> readCounters(std::span<std::uint32_t const> ids);
-    /// Reads new counters of all processes of the machine, which counters() then returns. Returns
+    /// Reads new counters of all processes of the machine; counters() then returns them. Returns
     /// the time of the counters in 100 ns, with an arbitrary origin.
     /// Fails: the table then has no counters; Error::step names the source of the counters.
     Result<std::int64_t> readAllCounters();
@@ -166,7 +166,7 @@ class ProcessOwners
     };
 
     /// Returns the account that owns a process. If the account is not available, returns the
-    /// ProcessOwner that of() reports.
+    /// ProcessOwner that the function of() reports.
     static std::variant<AccountId, ProcessOwner> accountOf(std::uint32_t id);
     /// Looks up the name of an account.
     static ProcessOwner nameOf(AccountId const & account);

@@ -13,7 +13,7 @@ namespace ox::platform
 // Names of temporary files: ".oxshared-SYSTEM-PROCESS-NUMBER.tmp". Each part has eight
 // hexadecimal digits: SYSTEM identifies the running operating system, PROCESS is the process id,
 // NUMBER is random. Only processes with the same SYSTEM are sure to see each other's locks. So an
-// unlocked file of another SYSTEM counts as left behind only from the age `leftBehindAfter`.
+// unlocked file of another SYSTEM counts as left behind only when it has the age `leftBehindAfter`.
 
 /// SYSTEM of every Windows machine. One number is sufficient, since the file server manages the
 /// locks of Windows machines: each of them sees the locks of all others.

@@ -57,7 +57,7 @@ class DumpableState
     DumpableState() = default;
     ~DumpableState()
     {
-        // prctl() cannot restore the value 2 (only root may read the memory), so 0 is set.
+        // prctl() cannot restore the value 2, which lets only root read the memory, so 0 is set.
         if (before_ != 1)
             ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
     }

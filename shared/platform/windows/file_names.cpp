@@ -12,9 +12,9 @@ namespace ox::platform
 namespace
 {
 
-/// Maximum length of a name without the prefix \\?\, which removes the limit and requires a full
-/// path. This is the limit for creating a folder: MAX_PATH (260), less the terminator and the 12
-/// characters of a file name in the folder.
+/// Maximum length of a name without the prefix \\?\. The prefix removes the limit and requires a
+/// full path. The value is the limit for creating a folder: MAX_PATH (260), less the terminator and
+/// the 12 characters of a file name in the folder.
 constexpr std::size_t longestPlainName = 247;
 
 std::wstring fullName(std::wstring const & name)

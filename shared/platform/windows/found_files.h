@@ -19,8 +19,8 @@ class FoundFiles
     FoundFiles(FoundFiles const &) = delete;
     FoundFiles & operator=(FoundFiles const &) = delete;
 
-    /// Finds the first file; without this call, the first next() finds it. Returns false after a
-    /// failure.
+    /// Finds the first file. Without this call, the first call of next() finds it. Returns false
+    /// after a failure.
     bool open()
     {
         if (find_ == INVALID_HANDLE_VALUE)
