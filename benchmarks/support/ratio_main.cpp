@@ -146,7 +146,7 @@ class RatioReporter : public benchmark::ConsoleReporter
     std::map<std::pair<std::int64_t, std::int64_t>, Result> results_;
 };
 
-/// Returns the name of the processor, or an empty text if the system has no such file.
+/// Returns the name of the processor, or an empty text if the system has no /proc/cpuinfo.
 std::string processorName()
 {
     std::ifstream file("/proc/cpuinfo");

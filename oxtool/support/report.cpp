@@ -37,7 +37,8 @@ void writeText(QString const & text)
     write(bytes.constData(), bytes.size());
 }
 
-/// Returns the text of a JSON object. Only its strings can contain unprintable characters.
+/// Returns the text of a JSON object. The escapes are valid JSON, since only strings can contain
+/// unprintable characters.
 QString jsonText(QJsonObject const & object)
 {
     return shownLines(QString::fromUtf8(QJsonDocument(object).toJson()));

@@ -85,7 +85,7 @@ auto reporting(std::shared_ptr<Options> const & options, Work work)
     };
 }
 
-/// Returns "3520 bytes"; from 1 MiB on also the size in MiB.
+/// Returns "3520 bytes"; if the size is at least 1 MiB, appends it in MiB: " (1.5 MiB)".
 QString sizeText(qint64 bytes);
 
 /// Returns a number in upper-case hexadecimal, padded with zeros to `digits`.

@@ -30,8 +30,8 @@ struct _oxFileLockStatus {
     Holder holder = Nobody; ///< who holds the lock
     QString who;            ///< the holder's description; empty if not readable
     _oxTime since;          ///< last write of the lock file: when the lock was taken
-    /// Whether the lock file is older than three hours. If no process holds it, the next lock() or
-    /// isFree() whose time runs out removes it.
+    /// Whether the lock file is older than three hours. If no process holds it, the next call of
+    /// lock() or isFree() that reaches its timeout removes it.
     bool isStale = false;
 };
 

@@ -106,8 +106,8 @@ int compare(Unit const * a, int lengthA, Unit const * b, int lengthB)
 #define OX_INLINE(instructions) __attribute__((always_inline, target(instructions))) static inline
 
 constexpr int caseBit = 'a' - 'A';
-// As a signed number, `unit + fromA` is the smallest number if the unit is 'a'. It is below
-// `beyondZ` only if the unit is one of 'a' to 'z'.
+// `unit + fromA`, read as a signed number, has the smallest possible value if the unit is 'a'. It
+// is below `beyondZ` only if the unit is one of 'a' to 'z'.
 template <typename Unit>
 constexpr int fromA = (1 << (8 * sizeof(Unit) - 1)) - 'a';
 template <typename Unit>

@@ -227,8 +227,8 @@ class _oxString8_evenSize
     using Base = ox::text::String8<_oxString8_evenSize, ox::text::EvenRecord8<N>>;
 
   public:
-    /// Creates the empty string and sets all characters to 0. If this constructor were
-    /// `= default`, `S()` and `S{}` would also set the spare byte to 0.
+    /// Creates the empty string and sets all characters to 0. The spare byte is not set; if this
+    /// constructor were `= default`, `S()` and `S{}` would set it to 0.
     _oxString8_evenSize() {}
     using Base::Base;
     using Base::operator=;
