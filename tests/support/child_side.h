@@ -5,8 +5,8 @@
 namespace ox::tests
 {
 
-/// Prints a line and waits until the test closes standard input. For the programs that a test
-/// starts by the class Child.
+/// Prints a line and waits until the test closes standard input. The programs that a test starts
+/// with the class Child call this function.
 inline void printAndWait(char const * line)
 {
     std::puts(line);
