@@ -85,7 +85,7 @@ void sortKeys(std::span<SortKey> keys, Entry const * entries, int position, bool
 }
 
 /// Moves the entries into the order of the keys. An assignment of entries copies only the length
-/// and the units, so the `reserved` members keep their places.
+/// and the units, so the `reserved` members are not moved.
 void permute(std::span<SortKey> keys, Entry * entries)
 {
     for (std::uint32_t start = 0; start < keys.size(); ++start) {
