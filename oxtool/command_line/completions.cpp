@@ -312,7 +312,7 @@ constexpr char fishBegin[] = R"(
 function __oxtool_in
     set -l words (commandline -opc)
     set -e words[1]
-    # Options before the command, of which these have a value.
+    # Skip the options before the command. The options named here have a value; skip it, too.
     while string match -q -- '-*' "$words[1]"
         contains -- "$words[1]" VALUED; and set -e words[2]
         set -e words[1]

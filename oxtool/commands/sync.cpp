@@ -641,7 +641,8 @@ Command syncCommand()
                      .target = &options->selection.endings},
                     {.name = "--exclude",
                      .valueName = "PATTERN",
-                     .help = "Skip files and folders whose name or path matches: *.tmp, cache/*",
+                     .help = "Skip files and folders whose name or path matches PATTERN, such as "
+                             "*.tmp or cache/*",
                      .target = &options->selection.excluded},
                     {.name = "--delete",
                      .help =
@@ -658,8 +659,8 @@ Command syncCommand()
                     jobsOption(options->jobs),
                     pauseOption(options->pauseMs),
                     {.name = "--retry-exe",
-                     .help = "5 s after the copy of an .exe that ends in zero bytes, copy it again "
-                             "if its source has changed; requires --pause",
+                     .help = "Repeat the copy of an .exe that ends in zero bytes after 5 s if the "
+                             "source has changed; requires --pause",
                      .target = &options->retry},
                     {.name = "--verbose",
                      .letter = 'v',

@@ -28,8 +28,10 @@ void require(Result const & result, QString const & prefix = {})
 QString stopMessage(FileUpdate const & update)
 {
     bool const exists = platform::kindOf(nativeName(update.target)) != platform::NameKind::None;
-    return (exists ? QStringLiteral("stopped, target is the previous or the new file: '%1'")
-                   : QStringLiteral("stopped, target not created: '%1'"))
+    return (exists
+                ? QStringLiteral(
+                      "stopped; the target is complete, either the previous or the new file: '%1'")
+                : QStringLiteral("stopped; the target was not created: '%1'"))
         .arg(update.shownTarget);
 }
 

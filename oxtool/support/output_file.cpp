@@ -44,7 +44,11 @@ NewFile & OutputFile::create(Access access)
     };
     guard_.acquire(
         create, [this] { file_.remove(); },
-        [this] { return QStringLiteral("stopped, target %1: '%2'").arg(targetState(), path_); });
+        [this] {
+            return (targetExists() ? QStringLiteral("stopped; the target is unchanged: '%1'")
+                                   : QStringLiteral("stopped; the target was not created: '%1'"))
+                .arg(path_);
+        });
     requireWritten(created);
     return file_;
 }
@@ -76,8 +80,12 @@ void OutputFile::commit(Previous previous)
 
 QString OutputFile::targetState() const
 {
-    bool const exists = platform::kindOf(nativeName(path_)) != platform::NameKind::None;
-    return exists ? QStringLiteral("unchanged") : QStringLiteral("not created");
+    return targetExists() ? QStringLiteral("unchanged") : QStringLiteral("not created");
+}
+
+bool OutputFile::targetExists() const
+{
+    return platform::kindOf(nativeName(path_)) != platform::NameKind::None;
 }
 
 QString OutputFile::pathText(platform::NativeName const & name)

@@ -54,6 +54,7 @@ class OutputFile
     QString targetState() const;
 
   private:
+    bool targetExists() const;
     static QString pathText(platform::NativeName const & name);
     /// Throws Failure with the reason if `result` is a failure.
     void requireWritten(platform::Result<> const & result) const;

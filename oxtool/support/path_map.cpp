@@ -128,8 +128,8 @@ void readConfiguration()
         QString const source = QStringLiteral("%1, line %2").arg(name).arg(number);
         auto const equals = text.indexOf(u'=');
         if (text.left(equals).trimmed() != QLatin1String("map"))
-            throw Failure(QStringLiteral("%1: '%2' is not 'map =' followed by "
-                                         "'STORED_ROOT=LOCAL_ROOT'")
+            throw Failure(QStringLiteral("%1: expected 'map = STORED_ROOT=LOCAL_ROOT' instead of "
+                                         "'%2'")
                               .arg(source, text),
                           WrongUse);
         add(text.mid(equals + 1), source);

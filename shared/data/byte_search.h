@@ -111,8 +111,8 @@ inline std::uint64_t candidates(Byte const * text, Probe const & first, Probe co
     return Probe::bits(a) | Probe::bits(b) << 16 | Probe::bits(c) << 32 | Probe::bits(d) << 48;
 }
 
-/// Searches for a pattern of at most `longestPattern` bytes. An object may search the same text
-/// several times, from left to right: each search uses the measurements of the previous searches.
+/// Searches for a pattern of at most `longestPattern` bytes. An object can search one text several
+/// times, if each search begins after the last match. It chooses its method by the costs so far.
 template <bool ignoreCase>
 class ByteSearch
 {

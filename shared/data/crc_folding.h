@@ -43,9 +43,9 @@ struct FoldConstants {
     /// Entry [n] moves a block by n blocks; entry [0] is unused.
     std::array<FoldFactors, longest + 1> byBlocks;
 
-    /// Factors that move each of the last `atOnce` blocks of the data to one position, half a block
-    /// behind the end of the data. The kernel adds the blocks there. The last entry is for the last
-    /// block.
+    /// Factors that move each of the last `atOnce` blocks of the data to one common position. This
+    /// position is half a block past the end of the data. The kernel adds the moved blocks. The
+    /// last entry is for the last block.
     std::array<FoldFactors, atOnce> behindEnd;
 
     /// Factors that divide the folded block by the widened polynomial Q = x^64 + ...: the quotient

@@ -29,8 +29,8 @@ QString printed(char const * format, ...)
     return QString::fromLatin1(text);
 }
 
-/// Inserts a separator between groups of three digits, from the right. Stops when the rest is at
-/// most 1000, as oxPointTsd documents: "1000.000".
+/// Splits off groups of three digits from the right, while the number before the groups is above
+/// 1000. So 1000000 becomes "1000.000", not "1.000.000", as documented at oxPointTsd.
 std::string grouped(unsigned long long number, char separator)
 {
     std::string const digits = std::to_string(number);

@@ -86,13 +86,13 @@ TEST_F(Copying, ShowsProgressOnATerminal)
 
 TEST_F(Copying, ReportsTheStateOfTheTargetWhenStopped)
 {
-    for (char const * const state : {"not created", "unchanged"}) {
+    for (char const * const state : {"was not created", "is unchanged"}) {
         ToolRun run("cp %1 %2 --pause 100000", {from, to});
         EXPECT_TRUE(run.waitUntil([this] { return isHalfCopied(); }));
         run.send("INT");
         EXPECT_EQ(run.status(), 130);
-        EXPECT_EQ(run.errors(), u"oxtool: stopped, target %1: '%2'\n"_q.arg(text(state), to));
-        EXPECT_EQ(share.names().join(u' '), *state == 'n' ? u"a"_q : u"a b"_q);
+        EXPECT_EQ(run.errors(), u"oxtool: stopped; the target %1: '%2'\n"_q.arg(text(state), to));
+        EXPECT_EQ(share.names().join(u' '), *state == 'w' ? u"a"_q : u"a b"_q);
         share.write(u"b"_q, "old");
     }
     EXPECT_EQ(contentOf(to), "old");

@@ -112,11 +112,13 @@ TEST_F(Syncing, LeavesAllTargetsCompleteWhenStopped)
     EXPECT_EQ(run.status(), 130);
     QStringList errors = run.errors().split(u'\n', Qt::SkipEmptyParts);
     errors.sort();
-    EXPECT_EQ(errors,
-              (QStringList{u"oxtool: stopped, target is the previous or the new file: '%1'"_q.arg(
-                               path("b/big1")),
-                           u"oxtool: stopped, target not created: '%1'"_q.arg(path("b/big2")),
-                           u"oxtool: stopped, target not created: '%1'"_q.arg(path("b/big3"))}));
+    EXPECT_EQ(
+        errors,
+        (QStringList{
+            u"oxtool: stopped; the target is complete, either the previous or the new file: '%1'"_q
+                .arg(path("b/big1")),
+            u"oxtool: stopped; the target was not created: '%1'"_q.arg(path("b/big2")),
+            u"oxtool: stopped; the target was not created: '%1'"_q.arg(path("b/big3"))}));
     EXPECT_EQ(contentOf(path("b/big1")), "old");
     EXPECT_EQ(QDir(path("b")).entryList(QDir::Files | QDir::Hidden), words("big1"));
 }
