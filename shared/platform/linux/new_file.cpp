@@ -367,19 +367,24 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
 Result<> NewFile::putInPlace(FolderFlush flush)
 {
     Place const & place = system_->place;
-    char const * const temporary = system_->temporary.c_str();
-    auto const rename = [&] {
-        return ::renameat(place.folder(), temporary, place.folder(), place.name.c_str()) == 0;
+    NativeName & temporary = system_->temporary;
+    auto const renameTo = [&](NativeName const & name) {
+        return ::renameat(place.folder(), temporary.c_str(), place.folder(), name.c_str()) == 0;
     };
-    // An SMB server sets the modification time of a written file when the file is closed.
+    auto const rename = [&] { return renameTo(place.name); };
+    // An SMB server sets the modification time of a written file when the file is closed. The
+    // rename to a second temporary name succeeds only after the server has closed the file.
     auto const closeWithItsTime = [&] {
         struct stat status;
         bool const hasTime = ::fstat(descriptorOf(system_->file), &status) == 0;
         if (!system_->file.close())
             return false;
+        NativeName const closed = newTemporaryName();
+        if (changeName([&] { return renameTo(closed); }, [] { return true; }))
+            temporary = closed;
         timespec const times[] = {status.st_atim, status.st_mtim};
         if (hasTime)
-            ::utimensat(place.folder(), temporary, times, AT_SYMLINK_NOFOLLOW);
+            ::utimensat(place.folder(), temporary.c_str(), times, AT_SYMLINK_NOFOLLOW);
         return true;
     };
     Result<> const renamed = changeName(rename, closeWithItsTime);
