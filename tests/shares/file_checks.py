@@ -146,15 +146,15 @@ def sync_both_ways(s):
     master, local = s.folder / "sync-master", s.folder / "sync-local"
     for folder in (master, local):
         folder.mkdir()
-    for number in range(12):
+    for number in range(20):
         (master / f"f{number}").write_text(f"version 1 of {number}")
-    equal(report("sync", master, s.a / "bin")["counts"]["copied"], 12, "files copied to the share")
+    equal(report("sync", master, s.a / "bin")["counts"]["copied"], 20, "files copied to the share")
     wait_until(lambda: (s.b / "bin").is_dir(), 60, "the folder")
-    equal(report("sync", s.b / "bin", local)["counts"]["copied"], 12, "files copied from the share")
+    equal(report("sync", s.b / "bin", local)["counts"]["copied"], 20, "files copied from the share")
 
     def delay_until_up_to_date(source, target):
         return delay_of(lambda _: None, attempts=1, is_seen=lambda _: report(
-            "sync", source, target)["counts"]["upToDate"] == 12)
+            "sync", source, target)["counts"]["upToDate"] == 20)
 
     delays = [delay_until_up_to_date(master, s.b / "bin"),
               delay_until_up_to_date(s.b / "bin", local)]
