@@ -58,7 +58,8 @@ if(BUILD_SHARED_LIBS AND NOT WIN32)
       \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/oxShared/gdb_printers.py\")
     set(script \"\$ENV{DESTDIR}\${folder}/$<TARGET_FILE_NAME:oxShared>-gdb.py\")
     message(STATUS \"Installing: \${script}\")
-    configure_file(\"${PROJECT_SOURCE_DIR}/debugger/gdb_autoload.py.in\" \"\${script}\" @ONLY)")
+    configure_file(\"${PROJECT_SOURCE_DIR}/debugger/gdb_autoload.py.in\" \"\${script}\" @ONLY
+      FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)")
 endif()
 
 configure_package_config_file(cmake/oxSharedConfig.cmake.in
