@@ -10,7 +10,8 @@
 #define OX_VERSION_MINOR 0
 #define OX_VERSION_PATCH 26
 
-/// Combines a version into one number, for comparisons with OX_VERSION. Each part is 0 to 255.
+/// Combines a version into one number, for comparisons with OX_VERSION. Each part is between
+/// 0 and 255.
 #define OX_VERSION_CHECK(major, minor, patch) ((major)*0x10000 + (minor)*0x100 + (patch))
 
 /// Version of the headers as one number. The preprocessor can compare it:

@@ -3,7 +3,7 @@
 // template cannot replace the inclusions, since each function must be compiled for its instruction
 // set.
 
-/// Moves each block to the position half a block behind the end of the data (see
+/// Moves each block to the position half a block past the end of the data (see
 /// FoldConstants::behindEnd) and returns the sum of the moved blocks. First adds `carried` to the
 /// first block. `factors` has one entry for each block.
 template <bool isReversed>
@@ -39,7 +39,7 @@ moveBehindEnd(Block carried, FoldFactors const * factors, unsigned char const * 
     return sum;
 }
 
-/// Folds FoldConstants::atOnce or more blocks into one block at the position half a block behind
+/// Folds FoldConstants::atOnce or more blocks into one block at the position half a block past
 /// the end of the data. First adds `carried` to the first block.
 template <bool isReversed>
 __attribute__((always_inline)) OX_TARGET inline Block

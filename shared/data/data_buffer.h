@@ -246,8 +246,8 @@ class OX_EXPORT _OX_DataBuffer
 
     /// Loads up to `len` bytes from a plain gzip file. With `exact` the file must contain exactly
     /// `len` bytes.
-    /// Fails: NotReadable when the file cannot be opened; WrongLength; zlib's code when the file is
-    /// damaged or truncated.
+    /// Fails: NotReadable when the file cannot be opened; WrongLength when `exact` is set and the
+    /// file does not contain `len` bytes; zlib's code when the file is damaged or truncated.
     static int loadGzipFile(_oxString8_evenSize<500> const & file, char * dest,
                             unsigned int const & len, bool const & exact);
     /// Loads up to `len` bytes from a plain gzip file; the name is a QString.

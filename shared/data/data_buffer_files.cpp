@@ -420,8 +420,8 @@ bool ox::data::loadFile(_OX_DataBuffer & buffer, NativeName const & name, bool w
     platform::FileStatus opened;
     auto file = platform::openForReading(name, platform::Writers::Refused, &opened);
     // Compatibility: an existing file that cannot be opened is not reported as missing. If the file
-    // was not found, its status is not read. Otherwise the load would not fail with Missing if
-    // another process has created the file in between.
+    // was not found, its status is not read: if another process has created the file after the
+    // open, a status query would find the file, and the load would not fail with Missing.
     if (file)
         status = opened;
     else if (file.error().kind() != platform::ErrorKind::NotFound)

@@ -10,8 +10,8 @@
 /// The functions add rights to the existing ones and return whether this succeeded. On Linux they
 /// add the mode bits of owner, group and others; on Windows they add an entry for everybody to the
 /// access list.
-/// Fails: `oxLastOSError` returns the reason. A `char const *` path that is null, empty or longer
-/// than 500 bytes is a failure, too.
+/// Fails: returns false; `oxLastOSError` has the reason. Also fails for a `char const *` path that
+/// is null, empty or longer than 500 bytes.
 
 /// Grants everybody the rights to read a folder and to create files in it. With `inherit`, on
 /// Windows, the content of the folder gets the same rights: entries that are created later, and

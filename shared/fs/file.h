@@ -68,7 +68,7 @@ OX_EXPORT bool oxDeleteFolder(QString const & path);
 /// the folder exists afterwards, whoever created it. A path of 3 characters or fewer (a drive)
 /// gives true without a system call. Only this system's separators separate the folders of the
 /// path.
-/// Fails: folders that were created before the failure remain.
+/// Fails: returns false; the folders that were created before the failure remain.
 OX_EXPORT bool oxCreateFolder(QString const & path, bool withParents);
 
 /// Renames or moves a file, even to another drive. Returns whether this succeeded. Without

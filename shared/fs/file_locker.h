@@ -26,7 +26,7 @@ struct _oxFileLockStatus {
     /// readable, the share is not mounted); otherwise 0. `oxLastOSError(systemError)` returns the
     /// text.
     int systemError = 0;
-    bool exists = false;    ///< whether the lock file exists; others then wait
+    bool exists = false;    ///< whether the lock file exists; processes then wait
     Holder holder = Nobody; ///< who holds the lock
     QString who;            ///< the holder's description; empty if not readable
     _oxTime since;          ///< last write of the lock file: when the lock was taken
@@ -98,10 +98,10 @@ class OX_EXPORT _oxFileLocker
 
     /// Releases the lock, if this object holds it: deletes the lock file or, if this fails, appends
     /// ".none" to its name. If the share refuses to delete and to rename an open file, the file is
-    /// closed first, and the release can take about a second. Also returns true if this object does
-    /// not hold the lock.
-    /// Fails: returns false when the lock file still exists; `oxLastOSError` has the reason. Others
-    /// then wait until the lock file is deleted or stale.
+    /// closed first, and the release can take about a second. Returns true after the release, and
+    /// also if this object does not hold the lock.
+    /// Fails: returns false when the lock file still exists; `oxLastOSError` has the reason. Other
+    /// processes then wait until the lock file is deleted or stale.
     bool unlock();
 
     /// Full path of the lock file as an 8-bit record: Latin-1, or on Linux UTF-8 for a name that

@@ -107,7 +107,7 @@ OX_EXPORT bool oxIsRootpath(QString const & path);
 OX_EXPORT QString oxPathResolve(QString path);
 
 /// Returns a file name without the characters that file systems and the farm's texts do not allow:
-/// - \ / | ; # { } " = ? ` ~ * < > ^ and all characters below 32 are removed.
+/// - The characters \ / | ; # { } " = ? ` ~ * < > ^ and all characters below 32 are removed.
 /// - Without `allowSpaces`, blanks are removed, too.
 /// - ":" becomes "_".
 /// - With `keepFramePlaceholders`, the texts "<FN>" and "<FN1>" to "<FN7>" keep their brackets.

@@ -16,7 +16,7 @@ namespace ox::platform
 class FolderWalk
 {
   public:
-    /// Sets the folder and the wanted entries; makes no system call. The part of `path` behind its
+    /// Sets the folder and the wanted entries; makes no system call. The part of `path` after its
     /// last separator is the name of one entry or, if it ends with '*', a pattern:
     /// - '*' matches any number of characters.
     /// - '?' matches one character. Before a dot and at the end of a name, it may match nothing.

@@ -28,7 +28,7 @@ class LockFile
     /// Tries to create and hold the lock file. Waits at most a few milliseconds, and changes no
     /// existing file. Call it only while this object holds no lock file.
     ///
-    /// Fails: isTaken() is true for the error in these cases:
+    /// Fails: with an error for which isTaken() is true in these cases:
     /// - The name exists, or another process has just created the lock file.
     /// - This call has created the file, but another process is examining the file at that moment.
     ///   The next call with the same name then finishes taking the lock.

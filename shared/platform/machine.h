@@ -64,7 +64,7 @@ struct KernelMemory {
 };
 
 /// Returns the memory that the kernel uses. `buffer` receives the raw counters.
-/// Fails: Error::step names the source of the counters.
+/// Fails: with the source of the counters in Error::step.
 Result<KernelMemory> kernelMemory(std::span<char> buffer);
 
 /// Returns the system's own report on the memory; empty on Windows.
@@ -78,7 +78,7 @@ struct IdleSample {
 };
 
 /// Returns the idle time of the processors. `buffer` receives the raw counters.
-/// Fails: Error::step names the source of the counters.
+/// Fails: with the source of the counters in Error::step.
 Result<IdleSample> idleSample(std::span<char> buffer);
 
 /// Bus of a disk.

@@ -111,11 +111,11 @@ class ProcessTable
     /// Reads at least the counters of the processes `ids`; counters() then returns them. Uses the
     /// counters of list() while they are fresh, and otherwise reads new counters. Returns the time
     /// of the counters in 100 ns, with an arbitrary origin.
-    /// Fails: the table then has no counters; Error::step names the source of the counters.
+    /// Fails: with the source of the counters in Error::step; the table then has no counters.
     Result<std::int64_t> readCounters(std::span<std::uint32_t const> ids);
     /// Reads new counters of all processes of the machine; counters() then returns them. Returns
     /// the time of the counters in 100 ns, with an arbitrary origin.
-    /// Fails: the table then has no counters; Error::step names the source of the counters.
+    /// Fails: with the source of the counters in Error::step; the table then has no counters.
     Result<std::int64_t> readAllCounters();
 
     /// Returns the counters of a process from the last reading. Reads them now if the last reading

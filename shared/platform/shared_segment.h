@@ -36,7 +36,7 @@ class SharedSegment
 
     /// Builds the access rights for global segments. Call it before creating a global segment;
     /// further calls have no effect.
-    /// Fails: Error::step names the failed system call.
+    /// Fails: with the name of the failed system call in Error::step.
     Result<> prepareGlobalAccess();
 
     /// Creates a segment of `size` bytes. Call it only while no segment is open.
@@ -45,8 +45,8 @@ class SharedSegment
     Result<> create(std::string const & name, Reach reach, std::size_t size);
 
     /// Opens a segment that another process has open. Call it only while no segment is open.
-    /// Fails: if no process has the segment open, isMissing() is true for the error. Otherwise the
-    /// error is that of the failed system call.
+    /// Fails: with an error for which isMissing() is true when no process has the segment open.
+    /// Otherwise fails with the error of the failed system call.
     Result<> open(std::string const & name, Reach reach);
 
     /// A segment as list() returns it.
@@ -78,7 +78,8 @@ class SharedSegment
     Result<std::size_t> viewSize() const;
 
     /// Unmaps and closes the segment.
-    /// Fails: isOpen() then returns whether the segment is still open.
+    /// Fails: with the error of the failed system call; isOpen() then returns whether the segment
+    /// is still open.
     Result<> close();
 
   private:

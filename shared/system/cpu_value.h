@@ -42,9 +42,9 @@ struct OX_EXPORT _oxBytePerc {
     /// Compares the values.
     auto operator<=>(_oxBytePerc const &) const = default;
 
-    /// Adds a fraction; the sum is limited to 255.
+    /// Adds a fraction; a sum above 255 becomes 255.
     void operator+=(_oxBytePerc const & other);
-    /// Subtracts a fraction; the difference is limited to 0.
+    /// Subtracts a fraction; a negative difference becomes 0.
     void operator-=(_oxBytePerc const & other);
 
     /// The percentage as text, rounded: "50%".

@@ -69,12 +69,12 @@ class OX_EXPORT _oxProcessList
 
     /// Takes a new snapshot of ids and names: the idle process (id 0), then the first 999 other
     /// processes. Kernel threads and zombies are omitted.
-    /// Fails: the snapshot is empty, and `oxLastOSError` has the reason.
+    /// Fails: with an empty snapshot; `oxLastOSError` has the reason.
     void collectAllProcesses();
     /// Takes a new snapshot of the idle process and the processes whose names begin with `prefix`,
     /// ignoring case. Searches all processes of the machine, not only the first 999. The empty
     /// prefix matches all.
-    /// Fails: the snapshot is empty, and `oxLastOSError` has the reason.
+    /// Fails: with an empty snapshot; `oxLastOSError` has the reason.
     void collectProcesses(_oxString8_UnevenSize<25> const & prefix);
     /// Number of processes that the last snapshot found; only `count` of them have entries.
     int total() const { return total_; }
@@ -84,8 +84,8 @@ class OX_EXPORT _oxProcessList
     /// call within 10 ms after the snapshot uses the values of the snapshot.
     void initGetProcessInfo();
     /// Sets `user` of an entry. If `memMB` and `cpuTime` of the entry are both 0, sets them, too.
-    /// `index` is 1 to `count`; entry `count` is the first unused entry. Other indices have no
-    /// effect.
+    /// `index` is between 1 and `count`; entry `count` is the first unused entry. Other indices
+    /// have no effect.
     /// Compatibility: entry 0, the idle process, is never set; the farm's applications rely on this
     /// range.
     void getProcessInfo(int index);
@@ -106,8 +106,8 @@ class OX_EXPORT _oxProcessList
     bool processExistsPID(unsigned int pid, bool refresh);
     /// Returns whether a process has this name; false for the empty name. First takes a snapshot if
     /// `refresh` is true or no snapshot exists.
-    /// Compatibility: `pidOut` is not written, since the applications keep a number of their own in
-    /// the variable that they pass.
+    /// Compatibility: `pidOut` is not written, since the applications pass a variable that they use
+    /// for another number.
     bool processExists(_oxString8_UnevenSize<25> name, bool refresh, long long * pidOut = nullptr);
     /// Returns whether at least two processes have this name. First takes a snapshot if none
     /// exists. `pidOut` receives the id of the last process with this name, even if only one

@@ -27,8 +27,8 @@ __attribute__((always_inline)) OX_TARGET inline int differentByte(char const * a
 }
 
 /// Returns the position of the first byte that differs, or `size` if no byte differs. `size` is
-/// `half` to 2 * `half`. Each vector contains the first `half` bytes of a text, followed by the
-/// last `half` bytes of the text. These two parts of the text may overlap.
+/// between `half` and 2 * `half`. Each vector contains the first `half` bytes of a text, followed
+/// by the last `half` bytes of the text. These two parts of the text may overlap.
 template <typename Unit, typename Type>
 __attribute__((always_inline)) OX_TARGET inline int differentByteInEnds(Type a, Type b, int half,
                                                                         int size)

@@ -190,7 +190,7 @@ class Uni16Form::Reader
     }
 
   private:
-    /// Returns whether the blank behind the marker is padding, which some programs write. The blank
+    /// Returns whether the blank after the marker is padding, which some programs write. The blank
     /// can also be the high byte of a letter from U+2000 to U+20FF.
     bool isPadded()
     {
@@ -212,7 +212,7 @@ class Uni16Form::Reader
             return text_[i] == u'>' ? (i - first) % 2 == 0
                                     : startsWithIgnoringCase(View(text_).substr(i), marker);
         };
-        // The text behind decodedEnd_ never changes. A scan that reaches decodedEnd_ jumps to
+        // The text after decodedEnd_ never changes. A scan that reaches decodedEnd_ jumps to
         // `stop`, the end of the last scan with the same parity of `first`.
         std::size_t & stop = stops_[first % 2];
         std::size_t i = first;
@@ -225,7 +225,7 @@ class Uni16Form::Reader
     /// Returns whether the ">" at `close` can end a word. One of these must follow:
     /// - the end of the text;
     /// - a separator;
-    /// - a character above 255, with which the original word behind the run begins;
+    /// - a character above 255, with which the original word after the run begins;
     /// - a printable ASCII character other than ">", as in markup and paths.
     bool closesWord(std::size_t close) const
     {

@@ -4,12 +4,13 @@
 
 #include <QString>
 
-/// Encodings of texts in the farm's records, configuration and XML files. None of these functions
-/// fails.
+/// Encodings of texts in the farm's records, configuration and XML files. The functions that
+/// encode or decode a text never fail.
 ///
-/// These files contain Latin-1. A word with a character above 255 is therefore stored as a run: a
-/// marker, each byte of the word as a Latin-1 character, and ">". The marker of a UTF-8 run is
-/// "<UTF8"; the marker of a 16-bit run is "<UNI16". Markers are recognised in any letter case.
+/// These files contain Latin-1. A word with a character above 255 is therefore encoded as UTF-8 or
+/// as 16-bit units, and stored as a run: a marker, each byte of the encoded word as a Latin-1
+/// character, and ">". The marker of a UTF-8 run is "<UTF8"; the marker of a 16-bit run is
+/// "<UNI16". Markers are recognised in any letter case.
 
 /// Encodes every word of `text` that contains a character above 255 as a UTF-8 run. The separators
 /// of words are blank, line feed, carriage return and tab. With `keepOriginal`, the original word
@@ -41,16 +42,16 @@ OX_EXPORT QString oxToOXUni16(QString text, bool keepOriginal);
 ///
 /// A blank after the marker is either padding by another program, which is skipped, or the high
 /// byte of a letter from U+2000 to U+20FF. To decide, the run is read in two ways: with the blank
-/// as the first high byte, and with the pairs behind the blank. The blank is padding in two cases:
+/// as the first high byte, and with the pairs after the blank. The blank is padding in two cases:
 /// - With the blank as the first high byte, no ">" is in the place of a high byte.
 /// - With the blank as the first high byte, the closing ">" does not end a word. With the pairs
-///   behind the blank, the closing ">" ends a word.
+///   after the blank, the closing ">" ends a word.
 ///
 /// A ">" ends a word if one of these follows:
 /// - the end of the text;
 /// - a blank, line feed, carriage return or tab;
 /// - a printable ASCII character other than ">", so that words in markup and paths round-trip;
-/// - a character above 255, with which the original word behind the run begins.
+/// - a character above 255, with which the original word after the run begins.
 ///
 /// A padded run can be decoded wrongly if it contains a letter whose low byte is ">". Two kinds of
 /// words do not round-trip:
@@ -88,6 +89,6 @@ OX_EXPORT bool oxIsDigit(unsigned short const & c);
 ///
 /// Compatibility: the farm writes fields of three digits, so only the first "." is searched for.
 /// The further fields are read at fixed positions, and any character in the place of the "." in
-/// front of a field is accepted. A single character behind the third field and all characters
-/// behind the fourth field are ignored.
+/// front of a field is accepted. A single character after the third field and all characters
+/// after the fourth field are ignored.
 OX_EXPORT unsigned int IPString2IP(QString ip, bool const & lastByteFull);

@@ -101,17 +101,18 @@ class _oxString : public ox::text::FixedText<_oxString<N>, ox::text::WideRecord<
     }
     /// Copies the UTF-16 units of the view `text`.
     explicit _oxString(std::u16string_view text) : _oxString() { *this = text; }
-    /// Copies the QString `text`. Leaves the units behind the terminator uninitialised.
+    /// Copies the QString `text`. Leaves the units after the terminator uninitialised.
     _oxString(QString const & text) { *this = text; }
 
     /// Assigns `text` (zero-terminated Latin-1).
     /// Compatibility: records are compared by memcmp. Null therefore sets the length to 0 but keeps
-    /// all units, even the first.
+    /// all units of `value`, even the first.
     _oxString & operator=(char const * text)
     {
         return text ? assign(text, std::strlen(text)) : setSize(0);
     }
-    /// Assigns `text` (zero-terminated UTF-16). Null sets the length to 0 and keeps all units.
+    /// Assigns `text` (zero-terminated UTF-16). Null sets the length to 0 and keeps all units of
+    /// `value`.
     _oxString & operator=(unsigned short const * text)
     {
         return text ? assign(text, ox::text::textLength(text)) : setSize(0);

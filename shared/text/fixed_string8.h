@@ -91,7 +91,7 @@ class String8 : public FixedText<S, Record>
     /// Copies the bytes of the view `text`.
     explicit String8(std::string_view text) : String8() { *this = text; }
     /// Copies the QString `text` as Latin-1, with '?' for other characters. Leaves the characters
-    /// behind the terminator uninitialised.
+    /// after the terminator uninitialised.
     String8(QString const & text) { *this = text; }
     /// Converts the wide string `wide` by its conversion operator.
     template <ConvertsTo<S> Wide>
@@ -101,14 +101,14 @@ class String8 : public FixedText<S, Record>
 
     /// Assigns `text` (zero-terminated).
     /// Compatibility: records are compared by memcmp. Null therefore sets the length to 0 but keeps
-    /// all bytes, even the first.
+    /// all bytes of `value`, even the first.
     S & operator=(char const * text) { return text ? assign(text, std::strlen(text)) : setSize(0); }
     /// Assigns the bytes of the view `text`.
     S & operator=(std::string_view text) { return assign(text.data(), text.size()); }
     /// Assigns the character `c`.
     S & operator=(char const & c) { return assign(&c, 1); }
     /// Assigns the low bytes of the units of `text` (zero-terminated UTF-16). Null sets the length
-    /// to 0 and keeps all bytes.
+    /// to 0 and keeps all bytes of `value`.
     S & operator=(unsigned short const * text)
     {
         return text ? assign(text, textLength(text)) : setSize(0);
@@ -122,7 +122,7 @@ class String8 : public FixedText<S, Record>
         return self() = wide.operator S();
     }
     /// Assigns the `len` bytes at `text`, including 0 bytes. Null sets the length to 0 and keeps
-    /// all bytes.
+    /// all bytes of `value`.
     S & fromChar(char const * text, int len)
     {
         return text ? assign(text, std::max(len, 0)) : setSize(0);

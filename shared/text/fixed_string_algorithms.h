@@ -10,7 +10,7 @@
 /// UTF-16 unit (`unsigned short`). Lengths and positions count units.
 ///
 /// A function that edits a text takes the text as `value` and `length`, in memory of capacity + 1
-/// units. It returns the new length and writes a 0 unit behind the text. Arguments must be in
+/// units. It returns the new length and writes a 0 unit after the text. Arguments must be in
 /// range: the strings clamp them before the call.
 namespace ox::text
 {

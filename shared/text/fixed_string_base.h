@@ -21,9 +21,9 @@ namespace ox::text
 /// `length`. A unit is a `char` in the 8-bit strings and an `unsigned short` in the wide strings.
 /// The text is the first `length` units and may contain 0 units. Unless its comment says otherwise,
 /// an operation that changes the text
-/// - writes a 0 unit, the terminator, behind the text,
+/// - writes a 0 unit, the terminator, after the text,
 /// - silently drops the units that exceed the capacity,
-/// - keeps the units behind the terminator unchanged.
+/// - keeps the units after the terminator unchanged.
 ///
 /// Records also come from files and packets, so the contents are untrusted. Every operation treats
 /// a `length` above the capacity as the capacity, so that no operation accesses memory outside the
@@ -66,7 +66,7 @@ class FixedText : public Record
         length = 0;
     }
 
-    /// Sets every unit behind the text to 0, so that a stored record contains no earlier text.
+    /// Sets every unit after the text to 0, so that a stored record contains no earlier text.
     void clearUnused()
     {
         auto const used = static_cast<std::size_t>(size());
@@ -74,7 +74,7 @@ class FixedText : public Record
     }
 
     /// Sets the length to `n`, clamped to the range 0 to capacity, and writes the terminator. If
-    /// this makes the text longer, the units behind the previous end become part of the text.
+    /// this makes the text longer, the units after the previous end become part of the text.
     void setLength(short n) { terminateAt(std::clamp<int>(n, 0, capacity())); }
 
     /// Sets the length to the position of the first 0 unit in `value`, or to the capacity if none
@@ -226,8 +226,8 @@ class FixedText : public Record
     S & trim() { return setSize(text::trim<Unit>(value, size())); }
 
     /// Replaces every occurrence of `before` by `after`, ignoring case, from left to right.
-    /// Inserted text is not searched. The text is cut at the capacity after each replacement. If a
-    /// wide string gets an argument as bytes, each byte is sign-extended to a unit.
+    /// Inserted text is not searched. The text is cut at the capacity after each replacement. If
+    /// bytes are passed to a wide string, each byte is sign-extended to a unit.
     S & replace(S const & before, S const & after)
     {
         return replaceText(before, after, Case::Ignored);
@@ -338,7 +338,7 @@ class FixedText : public Record
     /// Leaves the memory uninitialised; the constructors of `S` initialise it.
     FixedText() {}
 
-    /// Copies the length and all capacity + 1 units, including the units behind the terminator.
+    /// Copies the length and all capacity + 1 units, including the units after the terminator.
     /// Does not copy the spare byte of an 8-bit string of even capacity.
     FixedText(FixedText const & other) : Record() { *this = other; }
     FixedText & operator=(FixedText const & other)
@@ -363,7 +363,7 @@ class FixedText : public Record
         return setSize(n);
     }
 
-    /// Returns how many of `n` units fit behind the first `used` units.
+    /// Returns how many of `n` units fit after the first `used` units.
     template <std::integral Count>
     static int fitting(Count n, int used = 0)
     {

@@ -28,7 +28,7 @@ OX_EXPORT _oxString<25> int2Str(int const & v);
 /// Compatibility: the farm's logs are compared with these texts, so the integer part and the
 /// fraction are converted independently of each other, with these effects:
 /// - A fraction that rounds up to 1 is not carried over: 1.96 with one decimal is "1.10".
-/// - A negative fraction has its own sign, behind its leading zeros: -1.5 with one decimal is
+/// - A negative fraction has its own sign, after its leading zeros: -1.5 with one decimal is
 ///   "-1.-5", -1.005 with three decimals is "-1.0-5".
 /// - 3 with zero decimals is "3.0".
 OX_EXPORT _oxString<25> float2Str(float f, int const & decimals, unsigned short const & separator);

@@ -87,7 +87,7 @@ class OX_EXPORT _oxStringList
 
     /// Appends a copy of `s`. If `unique` is true and `find(s, caseSensitive)` finds an entry,
     /// appends nothing. `s` may be an entry of the list.
-    /// Fails: if the memory allocation fails, the list is empty afterwards.
+    /// Fails: when memory is lacking; the list is then empty.
     void append(Entry const & s, bool const & unique, bool const & caseSensitive);
 
     /// Sorts the entries by _oxString::compare, which ignores case. The order is descending if

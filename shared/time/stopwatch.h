@@ -10,7 +10,7 @@ namespace ox::time
 {
 
 /// Returns the milliseconds from the tick count `start` to the tick count `now`, even if the tick
-/// counter restarted at 0 in between. Intervals of 2^31 ms (24.8 days) and more wrap around.
+/// counter restarted at 0 between them. Intervals of 2^31 ms (24.8 days) and more wrap around.
 /// Compatibility: callers rely on results that are never negative.
 constexpr int ticksBetween(std::uint32_t start, std::uint32_t now)
 {

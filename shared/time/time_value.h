@@ -66,8 +66,8 @@ class OX_EXPORT _oxTime
     /// Sets this time to the current time plus `add` seconds.
     void setCurrentTime(__int64 add);
     /// Sets the time from a Windows FILETIME: 100-ns ticks since 1601-01-01 UTC, in two 32-bit
-    /// halves. Higher bits of `low` and `high` are ignored. Fractions of a second are truncated
-    /// toward 1970.
+    /// halves. Higher bits of `low` and `high` are ignored. Fractions of a second are dropped:
+    /// 1.9 seconds since 1970 become 1, and -1.9 seconds become -1.
     void from_FILETIME(unsigned long low, unsigned long high);
     /// Returns the file time `t` (seconds since 1970 UTC), plus the time zone's offset at `t`,
     /// minus the measured offset (`oxTime_Start_OffSet`). File times before and after a change of
@@ -78,10 +78,10 @@ class OX_EXPORT _oxTime
     /// end of the skipped hour. Month and day are clamped to 1 to 12 and 1 to 31. A year below 0
     /// becomes 2014, the years 0 to 99 become 2000 to 2099, and a year above 3000 becomes 3000.
     void fromDate(int day, int month, int year);
-    /// Sets a local date and time of day. The date is clamped as by fromDate. Then the year 1900
-    /// becomes the current year, 1 January 1900 becomes today, and the years 1901 to 1989 become
-    /// 2001 to 2089. In an hour that occurs twice, sets the second occurrence. A time in a skipped
-    /// hour is moved one hour later.
+    /// Sets a local date and time of day. The date is clamped as by fromDate. After that, the year
+    /// 1900 becomes the current year, 1 January 1900 becomes today, and the years 1901 to 1989
+    /// become 2001 to 2089. In an hour that occurs twice, sets the second occurrence. A time in a
+    /// skipped hour is moved one hour later.
     void fromDateTime(int second, int minute, int hour, int day, int month, int year);
     /// Sets local midnight of `date`, as fromDate does, but does not clamp the date. An invalid
     /// date sets the seconds to -1.

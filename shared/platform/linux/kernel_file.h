@@ -16,7 +16,7 @@ namespace ox::platform
 {
 
 /// Reads the start of a file, up to the size of `buffer`.
-/// Fails: Error::step is the path.
+/// Fails: with the path as Error::step.
 inline Result<std::string_view> tryReadStart(char const * path, std::span<char> buffer)
 {
     Descriptor const file(::open(path, O_RDONLY | O_CLOEXEC));

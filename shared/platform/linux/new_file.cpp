@@ -333,7 +333,7 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
     struct stat status;
     // The previous file gets its backup name by a second hard link and keeps the target's name
     // until the new file takes that name. Another process may have just put a new file in place,
-    // which must not become the backup. So the status is read through the link.
+    // which must not become the backup. So the status of the linked file is read.
     for (int i = 0; i < maxTries; ++i) {
         NativeName const link = newTemporaryName();
         if (::linkat(folder, place.name.c_str(), folder, link.c_str(), 0) != 0)

@@ -125,7 +125,7 @@ struct SharedSegment::System {
     }
 
     /// Allocates the memory of the object in advance: without free memory, a write to a hole would
-    /// cause a SIGBUS. Allocates it in pieces, so that signals are delivered in between.
+    /// cause a SIGBUS. Allocates it in pieces, so that signals are delivered between the pieces.
     Result<> reserve(std::size_t wanted)
     {
         constexpr std::size_t piece = 16 << 20;

@@ -211,7 +211,7 @@ Result<std::vector<SharedSegment::Listed>> SharedSegment::list(std::string const
     if (auto const added = addSections(L"\\BaseNamedObjects", prefix, Reach::Global, all); !added)
         return added.error();
     DWORD session = 0;
-    // In session 0 the local names are in the directory of the global names, listed above.
+    // In session 0 the local names are in \BaseNamedObjects, so `all` already contains them.
     if (::ProcessIdToSessionId(::GetCurrentProcessId(), &session) && session != 0)
         static_cast<void>(
             addSections(L"\\Sessions\\" + std::to_wstring(session) + L"\\BaseNamedObjects", prefix,

@@ -83,7 +83,7 @@ Result<> endProcess(std::uint32_t id, std::uint64_t start, Ending ending)
     if (id <= 1 || id > INT_MAX)
         return Error{EPERM, "kill"};
     // The pidfd refers to the process that has the id at this moment. If that process started at
-    // `start`, no other process gets the signal, even if the process ends in between.
+    // `start`, no other process gets the signal, even if that process ends before the signal.
     Descriptor const process(static_cast<int>(::syscall(SYS_pidfd_open, id, 0)));
     if (!process.isOpen() && errno == ESRCH)
         return Error{ESRCH, "pidfd_open", ErrorKind::NotFound};
