@@ -13,8 +13,8 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# --disable-new-dtags sets DT_RPATH instead of DT_RUNPATH. Only DT_RPATH also applies to the
-# dependencies of libraries.
+# --disable-new-dtags sets DT_RPATH instead of DT_RUNPATH. DT_RPATH applies to the dependencies of
+# libraries, too; DT_RUNPATH does not.
 foreach(kind EXE SHARED MODULE)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT
       "-Wl,--disable-new-dtags -Wl,-rpath,${cross}/linux-i686/usr/lib/i386-linux-gnu")

@@ -103,7 +103,7 @@ bool hasOption(std::vector<Option> const & options, std::string const & argument
     return std::ranges::find(options, name, &Option::name) != options.end();
 }
 
-/// If the argument at `at` is one of `options`, returns the position behind the option and its
+/// If the argument at `at` is one of `options`, returns the position after the option and its
 /// value. Otherwise returns `at`.
 Arguments::const_iterator endOfOption(std::vector<Option> const & options,
                                       Arguments::const_iterator at, Arguments::const_iterator end)
@@ -115,7 +115,7 @@ Arguments::const_iterator endOfOption(std::vector<Option> const & options,
     return at + (hasNext ? 2 : 1);
 }
 
-/// Moves options from the place before the command to the place behind it. An option that the
+/// Moves options from the place before the command to the place after it. An option that the
 /// command does not have stays before the command.
 Arguments withOptionsBehindCommand(Program const & program, Arguments const & arguments)
 {

@@ -111,7 +111,7 @@ GrowingFile::Change GrowingFile::poll(std::function<void()> const & restart,
 
     auto opened = platform::openForReading(nativeName(path_), platform::Writers::Allowed);
     if (!opened && opened.error().kind() == platform::ErrorKind::NotFound)
-        return Change::Missing; // renamed since the status query
+        return Change::Missing; // renamed since its status was read
     if (!opened)
         fail(path_, opened.error());
     platform::OpenFile file = *std::move(opened);

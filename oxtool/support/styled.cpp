@@ -25,7 +25,7 @@ QByteArray styled(QString const & line, Style style)
     QByteArray text = shownText(line).toUtf8();
     if (style == Style::None || !usesColours())
         return text;
-    // Escape sequences for bold, and for bold yellow.
+    // Control sequences for bold, and for bold yellow.
     return (style == Style::Heading ? "\033[1m" : "\033[1;33m") + text + "\033[0m";
 }
 

@@ -6,12 +6,12 @@
 namespace ox::tool
 {
 
-/// Emphasis of a line on the terminal of standard output.
+/// Emphasis of a line of standard output; only a terminal shows it.
 enum class Style { None, Heading, Busy };
 
-/// Returns a line, escaped by shownText(), in UTF-8 with the escape sequences of a style. Omits the
-/// sequences if standard output is not a terminal with colours, or if the environment variable
-/// NO_COLOR is set.
+/// Applies shownText() to a line, and returns the result in UTF-8 with the control sequences of a
+/// style. Omits the sequences if standard output is not a terminal with colours, or if the
+/// environment variable NO_COLOR is set.
 QByteArray styled(QString const & line, Style style);
 
 /// Writes a line to standard output with a style.

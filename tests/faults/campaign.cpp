@@ -161,7 +161,7 @@ void Campaign::run(std::vector<Fault> const & faults)
     testing::Test::RecordProperty("runs", runs);
 }
 
-/// Runs the operation without a fault. Stores the requests and the resulting files.
+/// Makes a fault-free run of the operation. Stores the requests and the resulting files.
 bool Campaign::recordRun()
 {
     makeFiles(mount_.backing(), operation_.before);

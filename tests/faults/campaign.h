@@ -26,8 +26,8 @@ class Campaign
     /// Runs the campaign with these faults. Skips the test if the file system cannot be mounted.
     void run(std::vector<Fault> const & faults);
 
-    /// Simulates a power failure after each request of a run without a fault: applies the requests
-    /// to a model of a disk and checks the content that the disk keeps.
+    /// Simulates a power failure after each request of a fault-free run: applies the requests to a
+    /// model of a disk and checks the content that the disk keeps.
     void cutPower();
 
   private:
@@ -52,7 +52,7 @@ class Campaign
     Operation const & operation_;
     FaultMount mount_;
     Files after_;
-    std::vector<LoggedRequest> requests_; ///< the requests of a run without a fault
+    std::vector<LoggedRequest> requests_; ///< the requests of a fault-free run
     std::optional<DiskModel> disk_;       ///< starts with the files before these requests
     LoggedRequest faultedRequest_;        ///< the request at which the fault occurred
 };

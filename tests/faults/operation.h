@@ -54,7 +54,7 @@ enum FileState : unsigned {
 struct Operation {
     std::string name;
     Files before;
-    Files after = {}; ///< files after a success; if empty, a run without a fault determines them
+    Files after = {}; ///< files after a success; if empty, a fault-free run determines them
 
     /// Runs the operation in a folder. The campaign calls this function in a separate process.
     std::function<Report(std::string const & folder)> run;
@@ -72,8 +72,8 @@ struct Operation {
     bool isRepeatable = true;
     /// Whether the new content survives a power failure after the operation has reported success.
     bool isFlushed = false;
-    /// Maximum number of requests that name a file by its path, such as open or status, in a run
-    /// without a fault; 0 means no limit.
+    /// Maximum number of requests that name a file by its path, such as open or status, in a
+    /// fault-free run; 0 means no limit.
     int byName = 0;
 };
 

@@ -31,8 +31,8 @@ int hold(QString const & file, int)
     return 0;
 }
 
-/// Adds 1 to the number in a file `count` times, each time under the lock. Exit codes: 3 the lock
-/// was not taken, 4 the file was not opened.
+/// Adds 1 to the number in a file `count` times, each time under the lock. Exit codes: 3 if the
+/// lock was not taken, 4 if the file was not opened.
 int increment(QString const & fileName, int count)
 {
     _oxFileLocker locker(fileName);
