@@ -47,7 +47,7 @@ def prepared_header(text, subject):
     labels = r"^( *)/// (Fails|Threads|Compatibility|Requires): "
     text = re.sub(labels, r"\1///\n\1/// **\2:** ", text, flags=re.MULTILINE)
     text = re.sub(r"\bdocs/(\w+)\.md", r"@ref doc_\1", text)
-    # An introduction is the first comment with an empty line behind it.
+    # An introduction is the first comment with an empty line after it.
     introduction = re.search(r"^(?://[^\n]*\n)+(?=\n)", text, re.MULTILINE)
     lines = introduction[0].splitlines() if introduction else []
     if lines:
