@@ -56,9 +56,9 @@ class OX_EXPORT _oxTime
     }
     /// Creates a time from `t`, in seconds since 1970. If `isUTC` is false, `t` is a local time,
     /// which is converted to UTC with the measured offset (`oxTime_Start_OffSet`).
-    /// Compatibility: this constructor measures the offset only if the offset is 99. Before the
-    /// first measurement the offset is -1: the result for a local time is then `t` + 1, as in the
-    /// farm's records.
+    /// Compatibility: before the first measurement the offset is -1. This constructor does not
+    /// measure the offset then, but uses the -1: a local time gives `t` + 1, as in the farm's
+    /// records. It measures the offset only if the offset is 99.
     _oxTime(__int64 t, bool isUTC);
 
     /// Returns the current time.
