@@ -120,7 +120,7 @@ void compare(Item & item, Options const & options, bool isFolderEmpty)
         item.state = State::UpToDate;
 }
 
-/// Copies a file. With --retry-exe, an .exe that ends in zero bytes is compared with its copy again
+/// Copies a file. With --retry-exe, an .exe that ends in zeros is compared with its copy again
 /// 5 s later. If the .exe has changed, it is copied again.
 void copy(Item & item, Options const & options, Transfer & transfer)
 {
@@ -133,7 +133,7 @@ void copy(Item & item, Options const & options, Transfer & transfer)
         if (isRepeated) {
             item.warnings.append(
                 QStringLiteral(
-                    "'%1' ends in zero bytes and may be unfinished; it is compared again after 5 s")
+                    "'%1' ends in zeros and may be unfinished; it is compared again after 5 s")
                     .arg(item.update.source));
             oxSleep(fs::syncRetryMs);
             compare(item, options, false);
@@ -659,7 +659,7 @@ Command syncCommand()
                     jobsOption(options->jobs),
                     pauseOption(options->pauseMs),
                     {.name = "--retry-exe",
-                     .help = "Repeat the copy of an .exe that ends in zero bytes after 5 s if the "
+                     .help = "If a copied .exe ends in zeros, wait 5 s, and copy it again if the "
                              "source has changed; requires --pause",
                      .target = &options->retry},
                     {.name = "--verbose",

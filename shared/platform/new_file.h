@@ -34,7 +34,7 @@ class NewFile
     NewFile & operator=(NewFile const &) = delete;
 
     /// Opens the folder of a target; creates nothing. The target need not exist.
-    /// Fails: with NotAFile if the target is a folder. Links::Followed also fails in these cases:
+    /// Fails: with NotAFile if the target is a folder. With Links::Followed it also fails:
     /// - with NotAFile if the target is anything else than a regular file;
     /// - with AccessDenied if the target is a link of another user, and the caller is root.
     Result<> open(NativeName const & target, Links links);

@@ -143,8 +143,8 @@ class Utf8Form::Reader
     }
 
     /// Moves `ascii_` to the end of the ASCII units that begin at `read_`. decode() skips these
-    /// units, since decoding does not change them. A unit that is decoded repeatedly, in nested
-    /// runs, soon becomes ASCII, so few units are decoded more than once.
+    /// units, since decoding does not change them. Nested runs are decoded several times. Each time
+    /// more units become ASCII and are skipped, so few units are decoded more than once.
     void skipAscii()
     {
         ascii_ = std::clamp(ascii_, read_, decoded_.size());
