@@ -9,15 +9,17 @@
 
 // Implements the option "--long-inputs SECONDS FOLDER…" of a fuzz target, which searches for inputs
 // that take more than linear time. Repeats an input of the corpus, or a piece of an input, to build
-// a short and a long input. Compares the processor times that the target takes for both.
+// inputs of several lengths. Compares the processor times that the target takes for them.
 
 namespace
 {
 
 constexpr std::size_t shortLength = 16 << 10;
 constexpr std::size_t longLength = 8 * shortLength;
+constexpr std::size_t longestLength = 8 * longLength;
 constexpr double mostGrowth = 24; // maximum ratio of the times; linear growth is 8
 constexpr double noise = 0.004;   // shorter times, in seconds, are not reliable
+constexpr double tooLong = 2;     // seconds for a long input that are a finding by themselves
 
 double now()
 {
@@ -41,10 +43,17 @@ std::string stretched(std::string_view head, std::string_view piece, std::size_t
 
 void measure(std::string_view head, std::string_view piece)
 {
+    auto const isLinear = [](double from, double to) {
+        return to <= mostGrowth * std::max(from, noise);
+    };
     double const begin = secondsFor(stretched(head, piece, shortLength));
     std::string const input = stretched(head, piece, longLength);
     double const end = secondsFor(input);
-    if (end <= mostGrowth * std::max(begin, noise))
+    if (isLinear(begin, end))
+        return;
+    // A longer input can also take more time since its values select more expensive operations.
+    // Their cost has a limit. So the time must grow too fast a second time.
+    if (end < tooLong && isLinear(end, secondsFor(stretched(head, piece, longestLength))))
         return;
     std::ofstream("slow-input", std::ios::binary) << input;
     std::fprintf(stderr, "%.4f s, and %.4f s for an input 8 times as long\n", begin, end);
