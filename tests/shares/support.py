@@ -36,11 +36,12 @@ class Check:
         return self.deviations.get(share.name, KEPT)
 
     def accepts(self, share, found):
-        """Returns whether a result is allowed. If "at times X" is expected, X and KEPT are allowed,
-        too. If "up to N s late" is expected, KEPT and any shorter delay are allowed."""
+        """Returns whether a result is allowed. If "at times X" is expected, X and KEPT are allowed, too.
+        If "at times X, or Y" is expected, X, Y and KEPT are allowed, too. If "up to N s late" is expected,
+        KEPT and any shorter delay are allowed."""
         expected = self.expected(share)
         if expected.startswith("at times"):
-            return found in (expected, expected.removeprefix("at times "), KEPT)
+            return found in (KEPT, expected, *expected.removeprefix("at times ").split(", or "))
         late = re.compile(r"up to (\d+) s late")
         if limit := late.fullmatch(expected):
             delay = late.fullmatch(found)
