@@ -255,8 +255,8 @@ std::vector<Operation> synchronisations()
             -1, "folder/target"),
         synchronising("syncUpToDate", {{"/source", newContent()}}, {{"/source", newContent()}}, -1,
                       "source")};
-    all[0].byName = 14; // of them 2 for the source, 2 to find temporary files (once a minute)
-    all[2].byName = 13; // 1 for the target, which does not exist
+    all[0].byName = 13; // of them 2 for the source, 2 to find temporary files (once a minute)
+    all[2].byName = 12; // 1 for the target, which does not exist
     all[3].byName = 2;
     all[0].backup = all[1].backup = "/target_old";
     all[0].isFlushed = all[1].isFlushed = true;

@@ -207,6 +207,10 @@ TEST_F(HostileName, OfATemporaryFileIsNeitherFollowedNorWaitedFor)
         << "a temporary file of an ended process is removed";
     withEach(
         [&](Planted const & planted) { EXPECT_TRUE(isStill(nameOf(planted.kind), planted.kind)); });
+    NewFile third;
+    create(third, path("other target"));
+    EXPECT_TRUE(QFileInfo::exists(folder.path() + u'/' + names[0]))
+        << "the temporary file of a running process stays";
 }
 
 } // namespace

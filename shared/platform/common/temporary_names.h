@@ -12,8 +12,8 @@ namespace ox::platform
 
 // Names of temporary files: ".oxshared-SYSTEM-PROCESS-NUMBER.tmp". Each part has eight
 // hexadecimal digits: SYSTEM identifies the running operating system, PROCESS is the process id,
-// NUMBER is random. Only processes with the same SYSTEM are sure to see each other's locks. So an
-// unlocked file of another SYSTEM counts as left behind only when it has the age `leftBehindAfter`.
+// NUMBER is random. Only a process with the same SYSTEM can find out whether PROCESS has ended. So
+// a file of another SYSTEM counts as left behind only when it has the age `leftBehindAfter`.
 
 /// SYSTEM of every Windows machine. One number is sufficient, since the file server manages the
 /// locks of Windows machines: each of them sees the locks of all others.
@@ -37,6 +37,16 @@ inline NativeName temporaryName(std::uint32_t system, std::uint32_t process, std
     char text[20];
     int const length = std::snprintf(text, sizeof text, "%08x.tmp", number);
     return temporaryPrefix(system, process).append(text, text + length);
+}
+
+/// Returns the part PROCESS in the name of a temporary file.
+inline std::uint32_t processOf(std::basic_string_view<NativeName::value_type> name)
+{
+    std::uint32_t process = 0;
+    for (NativeName::value_type const digit : name.substr(19, 8))
+        process = process * 16 +
+                  static_cast<std::uint32_t>(digit <= '9' ? digit - '0' : digit - 'a' + 10);
+    return process;
 }
 
 /// Whether a name is that of a temporary file, and whether the file is of this or another system.

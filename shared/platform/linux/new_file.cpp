@@ -2,7 +2,6 @@
 
 #include "shared/platform/common/temporary_names.h"
 #include "shared/platform/linux/copy_content.h"
-#include "shared/platform/linux/descriptor.h"
 #include "shared/platform/linux/folder_names.h"
 #include "shared/platform/linux/kernel_file.h"
 #include "shared/platform/linux/place.h"
@@ -10,6 +9,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <ctime>
 #include <functional>
 #include <optional>
@@ -17,7 +17,6 @@
 #include <utility>
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -28,29 +27,28 @@ namespace
 {
 
 constexpr int maxTries = 100;
-constexpr int nonBlocking = O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC;
-
-bool isSame(struct stat const & one, struct stat const & other)
-{
-    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
-}
 
 int descriptorOf(OpenFile const & file)
 {
     return static_cast<int>(file.handle());
 }
 
-/// Returns a number that identifies the running kernel and the PID namespace of this process. It
-/// contains the kernel since on some file systems only processes of the same kernel see a flock.
+/// SYSTEM in the names of temporary files if the system cannot be identified, for example without
+/// /proc.
+constexpr std::uint32_t unknownSystem = windowsSystem + 1;
+
+/// Returns a number that identifies the running kernel and the PID namespace of this process: a
+/// process id is known only there.
 std::uint32_t thisSystem()
 {
     char text[64];
     struct stat processes = {};
-    ::stat("/proc/self/ns/pid", &processes);
-    auto const boot =
-        std::hash<std::string_view>{}(readStart("/proc/sys/kernel/random/boot_id", text));
-    auto const system = static_cast<std::uint32_t>(boot ^ processes.st_ino);
-    return system == windowsSystem ? 1 : system;
+    std::string_view const boot = readStart("/proc/sys/kernel/random/boot_id", text);
+    if (boot.empty() || ::stat("/proc/self/ns/pid", &processes) != 0)
+        return unknownSystem;
+    auto const system =
+        static_cast<std::uint32_t>(std::hash<std::string_view>{}(boot) ^ processes.st_ino);
+    return system == windowsSystem ? unknownSystem : system;
 }
 
 std::uint32_t thisProcess()
@@ -64,23 +62,6 @@ NativeName newTemporaryName()
     if (::getrandom(&number, sizeof number, 0) != sizeof number)
         number = static_cast<std::uint32_t>(std::clock());
     return temporaryName(thisSystem(), thisProcess(), number);
-}
-
-/// Opens an existing file for writing, which an exclusive flock over NFS requires. If that fails,
-/// opens it for reading.
-int openToLock(int folder, char const * name)
-{
-    int const writable = ::openat(folder, name, O_RDWR | nonBlocking);
-    return writable >= 0 ? writable : ::openat(folder, name, O_RDONLY | nonBlocking);
-}
-
-bool takeFlock(int file)
-{
-    int result;
-    do {
-        result = ::flock(file, LOCK_EX | LOCK_NB);
-    } while (result != 0 && errno == EINTR);
-    return result == 0;
 }
 
 /// Calls `change`, which renames or deletes an open file. An SMB share can refuse this with EBUSY
@@ -103,54 +84,56 @@ Result<> changeName(Change const & change, Close const & close)
     return changed;
 }
 
-/// Removes a temporary file if no process holds its flock. If `changedBefore` is given, keeps a
-/// file whose status has changed at that time or later.
-void removeLeftFile(int folder, char const * name, std::optional<timespec> changedBefore)
+/// Returns whether no process of this system has this id.
+bool hasEnded(std::uint32_t process)
 {
-    Descriptor file(openToLock(folder, name));
-    struct stat opened;
-    struct stat named;
-    bool const isLeft =
-        file.isOpen() && ::fstat(file.get(), &opened) == 0 && S_ISREG(opened.st_mode) &&
-        (!changedBefore || opened.st_ctim.tv_sec < changedBefore->tv_sec) && takeFlock(file.get());
-    // The name must still refer to the open file: another process may have renamed the file to its
-    // final name before it released the flock.
-    if (isLeft && ::fstatat(folder, name, &named, AT_SYMLINK_NOFOLLOW) == 0 &&
-        isSame(opened, named))
-        static_cast<void>(changeName([=] { return ::unlinkat(folder, name, 0) == 0; },
-                                     [&file] { return file.close(); }));
+    return ::kill(static_cast<pid_t>(process), 0) != 0 && errno == ESRCH;
+}
+
+/// Returns whether a killed process has left a temporary file behind. `now` is the current time of
+/// the file server's clock.
+bool isLeftBehind(Place const & place, char const * name, std::uint32_t system, timespec now)
+{
+    Temporary const kind = temporaryKind(name, system);
+    struct stat status;
+    if (kind == Temporary::No || !place.status(status, name) || !S_ISREG(status.st_mode))
+        return false;
+    // Some shares report the modification time as the time of the last change, and a copy gets the
+    // old modification time of its source. So a file of a running process counts as in use whatever
+    // its times are.
+    if (kind == Temporary::OfThisSystem && system != unknownSystem)
+        return hasEnded(processOf(name));
+    return status.st_ctim.tv_sec < now.tv_sec - leftBehindAfter;
 }
 
 /// Returns whether to search a folder for temporary files now. False if the last call was for the
 /// same folder in the same minute, so that a process that writes many files does not list the
 /// folder for each file.
-bool isSearchDue(struct stat const & folder, timespec now)
+bool isSearchDue(struct stat const & folder)
 {
     static std::atomic<std::uint64_t> last = 0;
     std::uint64_t seed = 0;
     for (std::uint64_t const part : {std::uint64_t{folder.st_dev}, std::uint64_t{folder.st_ino},
-                                     static_cast<std::uint64_t>(now.tv_sec / 60)})
+                                     static_cast<std::uint64_t>(std::time(nullptr) / 60)})
         seed = (seed ^ part) * 0x9E3779B97F4A7C15u + 1;
     return last.exchange(seed) != seed;
 }
 
-/// Removes the temporary files that killed processes have left behind. `now` is the current time of
-/// the file server's clock.
-void removeLeftFiles(int folder, timespec now)
+/// Removes the temporary files that killed processes have left behind. `created` is a file that has
+/// just been created in the folder; its time is the current time of the file server's clock.
+void removeLeftFiles(Place const & place, OpenFile const & created)
 {
+    KeptError const kept;
+    struct stat folder;
     struct stat status;
-    if (::fstat(folder, &status) != 0 || !isSearchDue(status, now))
+    if (::fstat(place.folder(), &folder) != 0 || !isSearchDue(folder) ||
+        ::fstat(descriptorOf(created), &status) != 0)
         return;
-    int const error = errno;
-    timespec const old = {now.tv_sec - leftBehindAfter, 0};
     std::uint32_t const system = thisSystem();
-    forEachName(folder, ".", [&](char const * name) {
-        Temporary const kind = temporaryKind(name, system);
-        if (kind != Temporary::No)
-            removeLeftFile(folder, name,
-                           kind == Temporary::OfAnother ? std::optional(old) : std::nullopt);
+    forEachName(place.folder(), ".", [&](char const * name) {
+        if (isLeftBehind(place, name, system, status.st_ctim))
+            ::unlinkat(place.folder(), name, 0);
     });
-    errno = error;
 }
 
 } // namespace
@@ -176,24 +159,9 @@ Result<> NewFile::System::createAs(NativeName const & name, mode_t mode)
     OpenFile created(::openat(place.folder(), name.c_str(), flags, mode));
     if (!created.isOpen())
         return lastError();
-    // Until takeFlock(), the new file looks left behind, and another process may remove it. So the
-    // name is checked afterwards. Inode numbers are not compared, since some shares have none. On a
-    // file system without flocks no process removes temporary files.
-    struct stat opened;
-    struct stat named;
-    bool const hasFlock = takeFlock(descriptorOf(created));
-    bool const isLocked = hasFlock || errno != EWOULDBLOCK;
-    bool const isNamed =
-        isLocked && ::fstat(descriptorOf(created), &opened) == 0 && place.status(named, name);
-    if (!isNamed) {
-        ::unlinkat(place.folder(), name.c_str(), 0);
-        return Error{EEXIST};
-    }
     temporary = std::move(kept);
     file = std::move(created);
-    // Without a flock on the new file, removeLeftFiles() would remove this file as left behind.
-    if (hasFlock)
-        removeLeftFiles(place.folder(), opened.st_ctim);
+    removeLeftFiles(place, file);
     return {};
 }
 
@@ -350,7 +318,7 @@ Result<NewFile::Previous> NewFile::keepPrevious(char const * suffix, std::int64_
         ::unlinkat(folder, link.c_str(), 0);
         if (isFresh)
             return Previous::IsUpToDate;
-        if (error.code != ENOENT) // another process may have removed the link as left behind
+        if (error.code != ENOENT) // another process may have removed the link
             return error;
     }
     // linkat() has failed: the file system does not support hard links of this file, or the file is
