@@ -89,5 +89,5 @@ for target in "${targets[@]}"; do
   WINEPREFIX=$cross/prefix "$cross/wine/usr/lib/wine/wineserver64" -p20 >/dev/null 2>&1 || true
   "$root/scripts/wine.sh" "$target" cmd /c rem >/dev/null 2>&1
   say "testing for Windows $target under Wine (up to ten minutes)"
-  (cd "$root" && ctest --preset "windows-$target" "$@")
+  (cd "$root" && ctest --preset "windows-$target" -j 2 "$@")
 done
