@@ -43,7 +43,8 @@ def content_of(file):
        gluster="it fails; the previous file stays",
        gluster_uncached="it fails; the previous file stays",
        moosefs="at times it fails; the previous file stays, or the new file cannot be read",
-       smbnetfs="it fails; the previous file stays", sshfs="it fails; the previous file stays",
+       smbnetfs="at times it fails; the previous file stays",
+       sshfs="it fails; the previous file stays",
        sshfs_uncached="it fails; the previous file stays")
 def loss_during_copy(s):
     source, target = s.folder / "loss-source", s.a / "copy"
