@@ -169,7 +169,7 @@ class Bench:
                      "rclone": ["rclone", "copy", "--transfers", "16", "--checkers", "16",
                                 source, target]}
             where = "to the share" if to_share else "from the share"
-            leasts = (4, 1, "") if to_share else (2, 1, "")
+            leasts = (3, 1, "") if to_share else (2, 1, "")
 
             def empty():
                 shutil.rmtree(target_backing, ignore_errors=True)
