@@ -98,9 +98,9 @@ bool isLeftBehind(Place const & place, char const * name, std::uint32_t system, 
     struct stat status;
     if (kind == Temporary::No || !place.status(status, name) || !S_ISREG(status.st_mode))
         return false;
-    // Some shares report the modification time as the time of the last change, and a copy gets the
-    // old modification time of its source. So a file of a running process counts as in use whatever
-    // its times are.
+    // While the process runs, its file is in use. The times of the file prove nothing: a copy gets
+    // the old modification time of its source, and some shares report it as the time of the last
+    // change.
     if (kind == Temporary::OfThisSystem && system != unknownSystem)
         return hasEnded(processOf(name));
     return status.st_ctim.tv_sec < now.tv_sec - leftBehindAfter;
