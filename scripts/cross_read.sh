@@ -17,12 +17,16 @@ oxtool() { # build, argument…
   "${run[@]}" "$@" 2>errors || { cat errors >&2; fail "command failed: $build oxtool $*"; }
 }
 
-# Lets a child process of the tool crash. In some runs of a 64-bit program Wine ends the process while
-# it writes the dump, so on Windows a failed attempt is repeated twice.
+# Lets a child process of the tool crash. Under Wine some 64-bit processes end while they write the
+# dump; the cause is not known. So the builds for Windows get up to three attempts.
 crash() { # build, kind of crash
   local attempt
   case $1 in
-    windows-*) for attempt in 1 2; do (oxtool "$1" crash-test "$2" --dir "crash-$1") >/dev/null 2>&1 && return; done ;;
+    windows-*)
+      for attempt in 1 2; do
+        (oxtool "$1" crash-test "$2" --dir "crash-$1") >/dev/null 2>&1 && return
+      done
+      ;;
   esac
   oxtool "$1" crash-test "$2" --dir "crash-$1" >/dev/null
 }

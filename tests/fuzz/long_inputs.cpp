@@ -9,7 +9,7 @@
 
 // Implements the option "--long-inputs SECONDS FOLDER…" of a fuzz target, which searches for inputs
 // that take more than linear time. Repeats an input of the corpus, or a piece of an input, to build
-// inputs of several lengths. Compares the processor times that the target takes for them.
+// inputs of several lengths. Measures how the processor time of the target grows with the length.
 
 namespace
 {
@@ -19,7 +19,7 @@ constexpr std::size_t longLength = 8 * shortLength;
 constexpr std::size_t longestLength = 8 * longLength;
 constexpr double mostGrowth = 24; // maximum ratio of the times; linear growth is 8
 constexpr double noise = 0.004;   // shorter times, in seconds, are not reliable
-constexpr double tooLong = 2;     // seconds for a long input that are a finding by themselves
+constexpr double tooLong = 2;     // seconds; no longer input is then tried
 
 double now()
 {

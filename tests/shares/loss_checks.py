@@ -50,7 +50,7 @@ def loss_during_copy(s):
     source, target = s.folder / "loss-source", s.a / "copy"
     source.write_bytes(big_content(12 << 20))
     target.write_text("previous")
-    time.sleep(3)  # the master of MooseFS writes its changes to the disk in the background
+    time.sleep(3)  # a server may store the previous file in the background
     process = start("cp", "--pause", 100, source, target)
     time.sleep(0.6)
     require(process.poll() is None, "the copy ends too early: " + output_of(process))

@@ -37,8 +37,8 @@ int descriptorOf(OpenFile const & file)
 /// /proc.
 constexpr std::uint32_t unknownSystem = windowsSystem + 1;
 
-/// Returns a number that identifies the running kernel and the PID namespace of this process: a
-/// process id is known only there.
+/// Returns a number that identifies the running kernel and the PID namespace of this process: only
+/// there a process id identifies one process.
 std::uint32_t thisSystem()
 {
     char text[64];
