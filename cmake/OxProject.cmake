@@ -16,10 +16,8 @@ if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYP
 endif()
 
 find_program(OX_CCACHE ccache)
-if(OX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  # Without this setting ccache does not cache sources that use a precompiled header.
-  set(CMAKE_CXX_COMPILER_LAUNCHER
-      "${CMAKE_COMMAND}" -E env CCACHE_SLOPPINESS=pch_defines,time_macros "${OX_CCACHE}")
+if(OX_CCACHE AND CMAKE_HOST_UNIX AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_CURRENT_LIST_DIR}/ccache.sh" "${OX_CCACHE}")
 endif()
 
 # The folder in shared/platform that contains the sources for the target system.
