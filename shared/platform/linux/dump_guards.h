@@ -10,7 +10,7 @@
 namespace ox::platform
 {
 
-/// Kills the process 30 seconds after start(), unless stop() is called. Without the timer, the
+/// Kills the process 60 seconds after start(), unless stop() is called. Without the timer, the
 /// process and its stopped threads might never end if the dump folder does not respond.
 class KillTimer
 {
@@ -33,7 +33,7 @@ class KillTimer
         exists_ = ::timer_create(CLOCK_MONOTONIC, &event, &timer_) == 0;
     }
     /// Starts the timer.
-    void start() { set(30); }
+    void start() { set(60); }
     /// Stops the timer.
     void stop() { set(0); }
 

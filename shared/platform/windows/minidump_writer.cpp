@@ -35,13 +35,13 @@ class GuardThread
   public:
     GuardThread() : thread_(::CreateThread(nullptr, 0, loop, this, 0, nullptr)) {}
 
-    /// Ends the process with `exitCode` if 30 seconds pass without a call of run() or
+    /// Ends the process with `exitCode` if 60 seconds pass without a call of run() or
     /// stopKillTimer(). Without the timer, the process would hang if the dump library waits for a
     /// lock that the crashed thread holds.
     void startKillTimer(DWORD exitCode)
     {
         exitCode_ = exitCode;
-        setTimeout(30000);
+        setTimeout(60000);
     }
     void stopKillTimer() { setTimeout(INFINITE); }
     void endProcess() const { ::TerminateProcess(::GetCurrentProcess(), exitCode_); }
