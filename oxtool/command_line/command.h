@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <type_traits>
 #include <variant>
 #include <vector>
 
@@ -15,7 +16,7 @@ namespace ox::tool
 
 /// Parses one value of an option, such as "STORED_ROOT=LOCAL_ROOT". Returns false if the text does
 /// not have the form that the option's `valueName` shows.
-using ParseValue = std::function<bool(QString const & text)>;
+using ParseValue = bool (*)(QString const & text);
 
 /// Variable that receives a duration in milliseconds. The value of the option may have a unit
 /// ("5s"). A bare number is in milliseconds.
@@ -34,10 +35,13 @@ struct Age {
 /// - a number, a duration, an age or a text: one;
 /// - a span: one for each element;
 /// - a list or a parser: any number; the user repeats the option for each value.
-/// A QString receives a text or a file name; a std::string receives the unchanged bytes.
+/// A QString receives a text or a file name; a std::string receives the unchanged bytes. All
+/// alternatives are trivially copyable, since the variant is copied in every command and would be
+/// slow to compile.
 using Target =
     std::variant<bool *, int *, double *, Milliseconds, Age, QString *, std::vector<QString> *,
                  std::string *, std::vector<std::string> *, std::span<int>, ParseValue>;
+static_assert(std::is_trivially_copyable_v<Target>);
 
 struct Range {
     double least;

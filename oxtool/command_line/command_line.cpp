@@ -425,9 +425,9 @@ class Parser
                             })
                         ->expected(static_cast<int>(numbers.size()));
                 },
-                [&](ParseValue const & parse) {
+                [&](ParseValue parse) {
                     return once(app.add_option_function<std::vector<std::string>>(
-                        names, [&option, &parse](std::vector<std::string> const & texts) {
+                        names, [&option, parse](std::vector<std::string> const & texts) {
                             for (std::string const & text : texts) {
                                 if (!parse(fromArgument(unmasked(text))))
                                     throw CLI::ValidationError(

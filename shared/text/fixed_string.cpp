@@ -8,6 +8,36 @@
 
 namespace ox::text
 {
+namespace
+{
+
+// The layouts of all capacities that the farm's records use.
+
+template <int... N>
+constexpr bool areEvenRecords(std::integer_sequence<int, N...>)
+{
+    return (hasLayout<_oxString8_evenSize<N>>(N + 4, 0, N + 2) && ...);
+}
+
+template <int... N>
+constexpr bool areUnevenRecords(std::integer_sequence<int, N...>)
+{
+    return (hasLayout<_oxString8_UnevenSize<N>>(N + 3, 0, N + 1) && ...);
+}
+
+template <int... N>
+constexpr bool areWideRecords(std::integer_sequence<int, N...>)
+{
+    return ((hasLayout<_oxString<N>>(2 * N + 6, 0, 2 * N + 2) &&
+             offsetof(_oxString<N>, reserved) == 2 * N + 4) &&
+            ...);
+}
+
+static_assert(areEvenRecords(EvenCapacities8()));
+static_assert(areUnevenRecords(UnevenCapacities8()));
+static_assert(areWideRecords(WideCapacities()));
+
+} // namespace
 
 QString toQString(unsigned short const * units, int length)
 {
