@@ -29,8 +29,8 @@
 /// Two lines are logged. The first is "crash detected true", or "crash detected false" if no dump
 /// could be written. The second follows 200 ms later, after the rename: "wrote dumpfile to " with
 /// the path. The process then ends in the same way as without the handler. If several threads
-/// crash, the first one is dumped and the others wait until the process ends. The process ends half
-/// a minute after the crash at the latest, even when the dump folder does not respond.
+/// crash, the first one is dumped and the others wait until the process ends. The process ends a
+/// minute after the crash at the latest, even when the dump folder does not respond.
 ///
 /// Threads: every function may be called from any thread.
 class OX_EXPORT oxCrashHandler

@@ -38,7 +38,7 @@ struct WrittenDump {
 /// A crash is anything for which the system or the run-time library ends the process: an invalid
 /// access, an illegal instruction, a division by zero, abort(), an uncaught exception. The process
 /// then ends as it does without the writer. If several threads crash, the first one is dumped, and
-/// the others wait for the end of the process. The process ends after half a minute at the latest:
+/// the others wait for the end of the process. The process ends after a minute at the latest:
 /// by SIGKILL on Linux, with the exit code of the crash on Windows.
 class MinidumpWriter
 {
