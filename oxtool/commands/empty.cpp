@@ -1,4 +1,5 @@
 #include "oxtool/commands/commands.h"
+#include "oxtool/support/deletion.h"
 #include "oxtool/support/failure.h"
 #include "oxtool/support/jobs.h"
 #include "oxtool/support/name_patterns.h"
@@ -6,7 +7,6 @@
 #include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
 #include "oxtool/support/stop.h"
-#include "shared/fs/empty_folder_steps.h"
 #include "shared/platform/files.h"
 #include "shared/platform/folders.h"
 
@@ -24,8 +24,6 @@ namespace ox::tool
 namespace
 {
 
-using platform::FolderTree;
-
 struct Options {
     QString folder;
     std::vector<QString> kept; ///< patterns of matchesAny()
@@ -36,21 +34,7 @@ struct Options {
     bool json = false;
 };
 
-/// A subfolder that is deleted with its content, and the result of this deletion.
-struct Subfolder {
-    struct Entry {
-        QString path;
-        QString failure;
-    };
-
-    FolderTree::Entry folder;
-    _oxEmptyFolderResult result = {};
-    std::vector<Entry> entries = {};
-};
-
-/// Empties a folder and reports each entry. First deletes the files directly in the folder, one
-/// after the other, since the system changes a folder's entries only one at a time. Then deletes
-/// the subfolders in parallel.
+/// Empties a folder and reports each entry.
 class Emptying
 {
   public:
@@ -102,8 +86,7 @@ class Emptying
 
     _oxEmptyFolderResult empty()
     {
-        FolderTree tree;
-        _oxEmptyFolderResult result;
+        platform::FolderTree tree;
         if (auto const opened = tree.open(nativeName(folder_)); !opened)
             return refused(reasonOf(opened.error()));
         if (tree.isRoot())
@@ -112,20 +95,22 @@ class Emptying
         if (!entries)
             return refused(reasonOf(entries.error()));
 
-        auto const isFolder = [](FolderTree::Entry const & entry) { return entry.isFolder; };
-        auto const subfolders = std::stable_partition(entries->begin(), entries->end(),
-                                                      [&](auto const & e) { return !isFolder(e); });
-        std::vector<Subfolder> folders;
-        for (auto each = entries->end(); each != subfolders; --each)
-            folders.push_back({std::move(*(each - 1))});
-        entries->erase(subfolders, entries->end());
-        auto const show = [this](QString const & path, QString const & failure) {
+        _oxEmptyFolderOptions options;
+        options.recursive = options_.recursive;
+        if (options_.minAge)
+            options.minAge =
+                static_cast<int>(std::chrono::ceil<std::chrono::seconds>(*options_.minAge).count());
+        options.isDryRun = options_.dryRun;
+        options.stop = [this] { return stopped_.load(); };
+        options.report = [this](QString const & path, QString const & failure) {
             showEntry(path, failure);
         };
-        result = deleteEntries(tree, std::move(*entries), show);
-        if (result.done)
-            deleteSubfolders(tree, folders, result);
-        return result;
+        auto const keep = [this](QString const & path, bool) {
+            bool const isKept = matchesAny(path.mid(path_.size()), options_.kept);
+            return isKept ? fs::Keep::All : fs::Keep::Nothing;
+        };
+        return deleteInParallel(tree, path_, std::move(*entries), options, keep,
+                                threadCount(options_.jobs));
     }
 
     _oxEmptyFolderResult refused(QString const & reason)
@@ -134,55 +119,6 @@ class Emptying
         _oxEmptyFolderResult result;
         result.failures = 1;
         return result;
-    }
-
-    template <typename ReportEntry>
-    _oxEmptyFolderResult deleteEntries(FolderTree & tree, std::vector<FolderTree::Entry> entries,
-                                       ReportEntry const & reportEntry)
-    {
-        _oxEmptyFolderOptions options;
-        options.recursive = options_.recursive;
-        if (options_.minAge)
-            options.minAge =
-                static_cast<int>(std::chrono::ceil<std::chrono::seconds>(*options_.minAge).count());
-        options.isDryRun = options_.dryRun;
-        options.stop = [this] { return stopped_.load(); };
-        options.report = reportEntry;
-        return fs::deleteEntries(
-            tree, path_, std::move(entries), options, [this](QString const & path, bool) {
-                bool const isKept = matchesAny(path.mid(path_.size()), options_.kept);
-                return isKept ? fs::Keep::All : fs::Keep::Nothing;
-            });
-    }
-
-    void deleteSubfolders(FolderTree const & tree, std::vector<Subfolder> & folders,
-                          _oxEmptyFolderResult & all)
-    {
-        auto const work = [&](std::size_t i) { deleteSubfolder(tree, folders[i]); };
-        runJobs(threadCount(options_.jobs), folders.size(), work, [&](std::size_t i) {
-            Subfolder const folder = std::move(folders[i]);
-            for (Subfolder::Entry const & entry : folder.entries)
-                showEntry(entry.path, entry.failure);
-            all.count += folder.result.count;
-            all.bytes += folder.result.bytes;
-            all.failures += folder.result.failures;
-            all.done = all.done && folder.result.done;
-            return true;
-        });
-    }
-
-    void deleteSubfolder(FolderTree const & tree, Subfolder & folder)
-    {
-        FolderTree own;
-        auto const addEntry = [&folder](QString const & path, QString const & failure) {
-            folder.entries.push_back({path, failure});
-        };
-        if (auto const opened = own.open(tree); !opened) {
-            addEntry(folder_, folder_ + QLatin1String(", ") + reasonOf(opened.error()));
-            folder.result.failures = 1;
-            return;
-        }
-        folder.result = deleteEntries(own, {folder.folder}, addEntry);
     }
 
     void showEntry(QString const & path, QString const & failure)

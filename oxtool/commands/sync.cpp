@@ -1,4 +1,5 @@
 #include "oxtool/commands/commands.h"
+#include "oxtool/support/deletion.h"
 #include "oxtool/support/failure.h"
 #include "oxtool/support/file_update.h"
 #include "oxtool/support/folder_list.h"
@@ -9,7 +10,6 @@
 #include "oxtool/support/reason.h"
 #include "oxtool/support/report.h"
 #include "oxtool/support/transfer.h"
-#include "shared/fs/empty_folder_steps.h"
 #include "shared/fs/file_sync_steps.h"
 #include "shared/platform/files.h"
 #include "shared/platform/folders.h"
@@ -484,10 +484,11 @@ class Sync
         deletion.report = [&](QString const & path, QString const & failure) {
             showDeletion(path, failure);
         };
-        static_cast<void>(fs::deleteEntries(
-            tree, target, std::move(*entries), deletion, [&](QString const & path, bool isFolder) {
-                return sourceNames_.ruleFor(path.mid(target.size()), isFolder, options_.selection);
-            }));
+        auto const keep = [&](QString const & path, bool isFolder) {
+            return sourceNames_.ruleFor(path.mid(target.size()), isFolder, options_.selection);
+        };
+        static_cast<void>(
+            deleteInParallel(tree, target, std::move(*entries), deletion, keep, jobs_));
     }
 
     void showDeletion(QString const & path, QString const & failure)

@@ -195,6 +195,9 @@ TEST_F(Syncing, DeletesWhatTheSourceDoesNotHaveFromAMarkedFolder)
     ToolRun dryRun(arguments + words("--dry-run --force"));
     EXPECT_EQ(dryRun.status(), 0) << dryRun.errors().toStdString();
     EXPECT_EQ(dryRun.output().count(u"to delete "_q), 4) << dryRun.output().toStdString();
+    ToolRun oneJob(arguments + words("--dry-run --force --jobs 1"));
+    EXPECT_EQ(oneJob.status(), 0);
+    EXPECT_EQ(oneJob.output(), dryRun.output());
     EXPECT_TRUE(QFile::exists(path("b/extra")));
 
     share.write(u"b/.oxtool-sync"_q, {});
