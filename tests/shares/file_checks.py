@@ -205,7 +205,8 @@ def replaced_text(s):
 
 @check("files can have names with any characters",
        smbnetfs="others: quotes, Latin-1, line break, escape, backslash, colon, wildcards, "
-       "dot at the end, blank at the end, device name")
+       "dot at the end, blank at the end, device name",
+       cifs="others: backslash, device name")
 def odd_names(s):
     """Checks that the tool works with every name that the share accepts."""
     source = s.folder / "source"

@@ -364,8 +364,11 @@ LockFileView viewLockFile(NativeName const & name)
         return view;
     if (shared == Flock::Busy)
         view.holder = LockFileView::Holder::Process;
-    else if (shared == Flock::Taken && takeFlock(file.get(), LOCK_EX) != Flock::Busy)
-        view.holder = LockFileView::Holder::None;
+    else if (shared == Flock::Taken) {
+        ::flock(file.get(), LOCK_UN); // the kernel's SMB client cannot convert a flock
+        if (takeFlock(file.get(), LOCK_EX) != Flock::Busy)
+            view.holder = LockFileView::Holder::None;
+    }
     view.content = Start(file.get()).view();
     return view;
 }
