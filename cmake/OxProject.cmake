@@ -17,7 +17,7 @@ endif()
 
 find_program(OX_CCACHE ccache)
 if(OX_CCACHE AND CMAKE_HOST_UNIX AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  set(CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_CURRENT_LIST_DIR}/ccache.sh" "${OX_CCACHE}")
+  set(CMAKE_CXX_COMPILER_LAUNCHER sh "${CMAKE_CURRENT_LIST_DIR}/ccache.sh" "${OX_CCACHE}")
 endif()
 
 # The folder in shared/platform that contains the sources for the target system.
